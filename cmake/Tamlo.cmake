@@ -1,0 +1,42 @@
+# Helpers shared by all rooms.
+include(GNUInstallDirs)
+
+add_library(tamlo_options INTERFACE)
+target_compile_features(tamlo_options INTERFACE cxx_std_20)
+if(NOT MSVC)
+  target_compile_options(tamlo_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wconversion -Wno-sign-conversion)
+endif()
+if(TAMLO_SANITIZE)
+  target_compile_options(tamlo_options INTERFACE -fsanitize=${TAMLO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  target_link_options(tamlo_options INTERFACE -fsanitize=${TAMLO_SANITIZE})
+endif()
+
+# tamlo_library(name SOURCES a.cpp ... DEPENDS lib ... [PRIVATE_DEPENDS lib ...])
+# A static library whose headers are reached from the repository root.
+function(tamlo_library name)
+  cmake_parse_arguments(arg "" "" "SOURCES;DEPENDS;PRIVATE_DEPENDS" ${ARGN})
+  add_library(${name} STATIC ${arg_SOURCES})
+  target_include_directories(${name} PUBLIC
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/tamlo>)
+  target_compile_features(${name} PUBLIC cxx_std_20)
+  target_link_libraries(${name} PUBLIC ${arg_DEPENDS} PRIVATE $<BUILD_INTERFACE:tamlo_options> ${arg_PRIVATE_DEPENDS})
+endfunction()
+
+# tamlo_test(name LABEL quick|full|long SOURCES a.cpp ... LIBS lib ... [TIMEOUT seconds] [SERIAL])
+# A GoogleTest program, run by CTest as one test with the label.
+function(tamlo_test name)
+  cmake_parse_arguments(arg "SERIAL" "LABEL;TIMEOUT" "SOURCES;LIBS" ${ARGN})
+  if(NOT arg_TIMEOUT)
+    set(arg_TIMEOUT 300)
+  endif()
+  add_executable(${name} ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE tamlo_options ${arg_LIBS} tamlo_test_support GTest::gmock GTest::gtest_main)
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+  # One process per program: starting a process per case would cost more than most of the cases.
+  add_test(NAME ${name} COMMAND ${name})
+  set_tests_properties(${name} PROPERTIES LABELS ${arg_LABEL} TIMEOUT ${arg_TIMEOUT})
+  if(arg_SERIAL)
+    set_tests_properties(${name} PROPERTIES RUN_SERIAL TRUE)
+  endif()
+endfunction()
