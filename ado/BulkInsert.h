@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "ado/Types.h"
+
+namespace tamlo::ado {
+
+class Connection;
+class ProviderBulkInsert;
+
+/// Writes many rows into one table of an open connection, in the batches that the backend's driver does best, row by row where the
+/// provider has no batches. When a batch fails its rows are sent again one by one, so that the rows before the bad one are stored and
+/// the error names the row (number from 1, in the order of Add) and the column where the driver tells it.
+class BulkInsert {
+ public:
+  /// table and columns are plain names; quoting is the provider's.
+  BulkInsert(Connection& connection, std::string table, std::vector<std::string> columns);
+  ~BulkInsert();
+
+  /// Takes one row: a value for each column in order; an Empty value leaves the column to the backend's default.
+  void Add(std::span<const Variant> row);
+  /// Sends what is held back. Must be called at the end: rows still held back when the object goes are not sent.
+  void Flush();
+  /// Rows taken so far.
+  [[nodiscard]] std::int64_t RowsAdded() const noexcept { return rows_; }
+
+ private:
+  std::unique_ptr<ProviderBulkInsert> provider_;
+  std::int64_t rows_ = 0;
+};
+
+}  // namespace tamlo::ado

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "ado/Types.h"
+
+namespace tamlo::ado {
+
+class ProviderConnection;
+struct ConnectionState;
+
+/// One connection to a data source. Provider and the settings may be given before Open; what an application gave to Open is what
+/// ConnectionString reads back. Closing it closes its recordsets. Not safe for use by two threads at once.
+/// Every failure is runtime::Error: 3704 on a closed connection, 3705 on an open one where a closed one is needed, 3706 for a provider
+/// nobody registered, 3265 for an unknown property, else what the provider raises.
+class Connection {
+ public:
+  Connection();
+  ~Connection();
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+
+  [[nodiscard]] const std::string& Provider() const noexcept;
+  /// Error 3705 when open.
+  void Provider(const std::string& name);
+  [[nodiscard]] const std::string& ConnectionString() const noexcept;
+
+  /// Connects. options: -1 (unspecified) is the only value in use. After a failure the object is closed and may be opened again.
+  void Open(const std::string& connectionString, const std::string& userId, const std::string& password,
+            std::int32_t options = adOptionUnspecified);
+  /// Rolls back what is pending, closes the recordsets and the connection. Error 3704 when closed already.
+  void Close();
+  [[nodiscard]] bool IsOpen() const noexcept;
+
+  /// Runs a statement; the rows it might give are thrown away. Returns the number of rows affected, -1 when not known.
+  std::int64_t Execute(const std::string& text, std::int32_t options = adExecuteNoRecords);
+
+  /// Starts a transaction and returns its level, from 1. Whether levels above 1 exist is the provider's matter.
+  std::int32_t BeginTrans();
+  void CommitTrans();
+  void RollbackTrans();
+
+  /// Seconds a statement may take; 0 is without limit. 30 at first.
+  [[nodiscard]] std::int32_t CommandTimeout() const noexcept;
+  void CommandTimeout(std::int32_t seconds);
+  /// Where cursors of recordsets opened from now on live. adUseServer at first; may be set open or closed.
+  [[nodiscard]] ado::CursorLocation CursorLocation() const noexcept;
+  void CursorLocation(ado::CursorLocation location);
+
+  /// A property by its name, without regard to case: "User ID", "Password" and those of the provider. Error 3265 for an unknown one.
+  [[nodiscard]] Variant Property(const std::string& name) const;
+  void Property(const std::string& name, const Variant& value);
+
+  /// The provider's connection; error 3704 when closed. For the classes of this room.
+  [[nodiscard]] ProviderConnection& Native() const;
+
+ private:
+  friend class Recordset;
+  // Shared with the recordsets opened on it: they must see that it was closed, and outlive this object without dangling.
+  std::shared_ptr<ConnectionState> state_;
+};
+
+}  // namespace tamlo::ado

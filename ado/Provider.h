@@ -1,0 +1,148 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "ado/Catalog.h"
+#include "ado/Types.h"
+
+/// What a provider implements. Connection, Recordset and Catalog hold all that is common (states, pending edits, ADO's error numbers,
+/// lookups without regard to case), so that a provider only reaches its data. All failures are runtime::Error.
+namespace tamlo::ado {
+
+/// A column as a rowset describes it.
+struct FieldInfo {
+  std::string name;
+  std::int16_t type = adVarWChar;
+  std::int64_t definedSize = 0;
+  std::int16_t precision = 0;
+  std::int16_t numericScale = 0;
+  bool nullable = true;
+  bool autoIncrement = false;
+};
+
+/// A value for one field of a row to be written.
+struct Assignment {
+  std::size_t field = 0;
+  std::variant<Variant, ChunkSource> value;
+};
+
+/// A cursor over the rows of one source.
+class ProviderRowset {
+ public:
+  virtual ~ProviderRowset() = default;
+
+  /// Known as soon as the rowset is open, without executing a query.
+  [[nodiscard]] virtual const std::vector<FieldInfo>& Fields() const = 0;
+
+  /// Moves to the first (next) row; false when there is none. The first call executes the query. MoveFirst may be called again where
+  /// the cursor is scrollable; a forward-only one executes anew.
+  virtual bool MoveFirst() = 0;
+  virtual bool MoveNext() = 0;
+  /// A value of the current row, whole.
+  [[nodiscard]] virtual Variant Value(std::size_t field) = 0;
+  /// The next bytes of a long value of the current row; 0 at the end. Text as UTF-8, never cut inside a character.
+  virtual std::size_t ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity) = 0;
+
+  [[nodiscard]] virtual bool CanUpdate() const { return false; }
+  /// Writes a new row of these values only; the others get the backend's defaults. The new row becomes the current one.
+  virtual void Insert(std::span<const Assignment> values) = 0;
+  /// Writes the changed fields of the current row: exactly one row must be affected (zero: changed by another; more: error, nothing kept).
+  virtual void Update(std::span<const Assignment> values) = 0;
+  virtual void Delete() = 0;
+
+  [[nodiscard]] virtual bool CanSeek() const { return false; }
+  /// False when the table has no index of that name.
+  virtual bool UseIndex(const std::string&) { return false; }
+  /// Moves to the row that option describes; false when there is none.
+  virtual bool Seek(std::span<const Variant>, SeekOption) { return false; }
+};
+
+/// What a recordset asks to be opened.
+struct RowsetRequest {
+  std::string source;
+  CursorType cursor = adOpenForwardOnly;
+  LockType lock = adLockUnspecified;
+  std::int32_t options = adOptionUnspecified;
+  CursorLocation location = adUseServer;
+  std::int32_t timeoutSeconds = 0;
+};
+
+/// Tables, columns and indexes of a connection.
+class ProviderCatalog {
+ public:
+  virtual ~ProviderCatalog() = default;
+
+  /// Name and type of each table.
+  [[nodiscard]] virtual std::vector<std::pair<std::string, std::string>> Tables() = 0;
+  [[nodiscard]] virtual std::vector<Column> Columns(const std::string& table) = 0;
+  [[nodiscard]] virtual std::vector<Index> Indexes(const std::string& table) = 0;
+  [[nodiscard]] virtual PropertyMap Properties(const std::string& /*table*/) { return {}; }
+
+  virtual void AppendTable(Table& table) = 0;
+  virtual void AppendColumn(const std::string& table, const Column& column) = 0;
+  virtual void AppendIndex(const std::string& table, const Index& index) = 0;
+  /// Called by Catalog::Refresh: whatever the provider remembers is to be read again.
+  virtual void Forget() {}
+};
+
+/// Writes many rows of one table in batches; see BulkInsert for the promises.
+class ProviderBulkInsert {
+ public:
+  virtual ~ProviderBulkInsert() = default;
+  /// Takes one row (a value for each column in order; Empty leaves the column to its default). May send a batch.
+  virtual void Add(std::span<const Variant> row) = 0;
+  /// Sends what is held back.
+  virtual void Flush() = 0;
+};
+
+class ProviderConnection {
+ public:
+  /// Closes: what is pending is rolled back.
+  virtual ~ProviderConnection() = default;
+
+  /// Rows affected, -1 when not known.
+  virtual std::int64_t Execute(const std::string& text, std::int32_t timeoutSeconds) = 0;
+  [[nodiscard]] virtual std::unique_ptr<ProviderRowset> OpenRowset(const RowsetRequest& request) = 0;
+
+  virtual std::int32_t BeginTransaction() = 0;
+  virtual void CommitTransaction() = 0;
+  virtual void RollbackTransaction() = 0;
+
+  /// A property of the connection by its upper-cased name, or none. "USER ID" and "PASSWORD" are the contract's own.
+  [[nodiscard]] virtual std::optional<Variant> Property(const std::string& upperName) const = 0;
+  /// False when there is no such property.
+  virtual bool SetProperty(const std::string& upperName, const Variant& value) = 0;
+
+  [[nodiscard]] virtual std::unique_ptr<ProviderCatalog> OpenCatalog() = 0;
+  /// Null where the provider has nothing better than AddNew and Update row by row.
+  [[nodiscard]] virtual std::unique_ptr<ProviderBulkInsert> OpenBulkInsert(const std::string& /*table*/,
+                                                                           const std::vector<std::string>& /*columns*/) {
+    return nullptr;
+  }
+};
+
+/// What Connection::Open hands to a provider.
+struct OpenRequest {
+  std::string provider;
+  std::string connectionString;
+  std::string userId;
+  std::string password;
+};
+
+using ProviderFactory = std::function<std::unique_ptr<ProviderConnection>(const OpenRequest&)>;
+
+/// Makes a provider known under a name ("MSDASQL"); names compare without regard to case; the last registration holds.
+void RegisterProvider(const std::string& name, ProviderFactory factory);
+/// Error 3706 for a name that nobody registered.
+[[nodiscard]] const ProviderFactory& FindProvider(const std::string& name);
+
+}  // namespace tamlo::ado

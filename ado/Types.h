@@ -1,0 +1,76 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <variant>
+
+#include "runtime/Variant.h"
+
+namespace tamlo::ado {
+
+using runtime::Variant;
+
+/// Data types by their ADO codes; everywhere a type travels as its 16-bit code.
+enum DataType : std::int16_t {
+  adEmpty = 0,
+  adSmallInt = 2,
+  adInteger = 3,
+  adSingle = 4,
+  adDouble = 5,
+  adCurrency = 6,
+  adDate = 7,
+  adBoolean = 11,
+  adTinyInt = 16,
+  adUnsignedTinyInt = 17,
+  adUnsignedSmallInt = 18,
+  adUnsignedInt = 19,
+  adBigInt = 20,
+  adUnsignedBigInt = 21,
+  adGUID = 72,
+  adBinary = 128,
+  adChar = 129,
+  adWChar = 130,
+  adNumeric = 131,
+  adDBDate = 133,
+  adDBTime = 134,
+  adDBTimeStamp = 135,
+  adVarNumeric = 139,
+  adVarChar = 200,
+  adLongVarChar = 201,
+  adVarWChar = 202,
+  adLongVarWChar = 203,
+  adVarBinary = 204,
+  adLongVarBinary = 205,
+};
+
+enum CursorType : std::int16_t { adOpenUnspecified = -1, adOpenForwardOnly = 0, adOpenKeyset = 1, adOpenDynamic = 2, adOpenStatic = 3 };
+enum LockType : std::int16_t { adLockUnspecified = -1, adLockReadOnly = 1, adLockPessimistic = 2, adLockOptimistic = 3, adLockBatchOptimistic = 4 };
+enum CursorLocation : std::int16_t { adUseServer = 2, adUseClient = 3 };
+enum SeekOption : std::int16_t { adSeekFirstEQ = 1, adSeekLastEQ = 2, adSeekAfterEQ = 4, adSeekAfter = 8, adSeekBeforeEQ = 16, adSeekBefore = 32 };
+enum EditMode : std::int16_t { adEditNone = 0, adEditInProgress = 1, adEditAdd = 2 };
+enum SortOrder : std::int16_t { adSortAscending = 1, adSortDescending = 2 };
+enum IndexNulls : std::int16_t { adIndexNullsAllow = 0, adIndexNullsDisallow = 1, adIndexNullsIgnore = 2, adIndexNullsIgnoreAny = 4 };
+enum ColumnAttributes : std::int32_t { adColFixed = 1, adColNullable = 2 };
+
+/// Options of Open and Execute.
+constexpr std::int32_t adOptionUnspecified = -1;
+constexpr std::int32_t adCmdText = 1;
+constexpr std::int32_t adCmdTable = 2;
+constexpr std::int32_t adCmdTableDirect = 512;
+constexpr std::int32_t adExecuteNoRecords = 128;
+
+/// True for the types whose values are texts (129, 130, 200 to 203).
+[[nodiscard]] constexpr bool IsTextType(std::int16_t type) noexcept {
+  return type == adChar || type == adWChar || (type >= adVarChar && type <= adLongVarWChar);
+}
+/// True for the types whose values may be of any length and are read and written in pieces.
+[[nodiscard]] constexpr bool IsLongType(std::int16_t type) noexcept {
+  return type == adLongVarChar || type == adLongVarWChar || type == adLongVarBinary;
+}
+
+/// Gives the next bytes of a long value (text as UTF-8, never cut inside a character); 0 at the end.
+using ChunkSource = std::function<std::size_t(std::byte* buffer, std::size_t capacity)>;
+
+}  // namespace tamlo::ado
