@@ -1,0 +1,177 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ado/Catalog.h"
+#include "ado/Connection.h"
+#include "ado/Recordset.h"
+#include "db/DbRlt.h"
+#include "db/DbTbl.h"
+
+namespace tamlo::db {
+
+/// Backend kinds. Any other value is a generic ODBC source.
+enum Kind : std::int16_t { TypJet = 0, TypSqlServer = 1, TypOracle = 2, TypMySql = 3, TypOdbc = 4 };
+
+/// Names of the catalog tables.
+inline constexpr const char* kTblKorv = "$TBLKORV$";
+inline constexpr const char* kFldKorv = "$FLDKORV$";
+inline constexpr const char* kIdxKorv = "$IDXKORV$";
+inline constexpr const char* kRltKorv = "$RLTKORV$";
+
+/// What a copy of rows tells the program; see DataBase::CopieDonnees.
+struct CopieOptions {
+  /// Called with the rows done, at most every 100 ms; false stops the copy between two rows.
+  std::function<bool(std::int64_t lignes)> progression;
+};
+struct CopieBilan {
+  std::int64_t lues = 0;
+  std::int64_t ecrites = 0;
+  bool arretee = false;  ///< stopped by the progress callback
+};
+/// What a comparison of a table on both sides found.
+struct VerifieBilan {
+  std::int64_t lignesSource = 0;
+  std::int64_t lignesCible = 0;
+  std::int64_t differences = 0;       ///< rows that differ or stand on one side only
+  std::string premiereDifference;     ///< table, row and column of the first one, in words; empty when there is none
+  [[nodiscard]] bool Egales() const noexcept { return differences == 0 && lignesSource == lignesCible; }
+};
+
+/// One open database of one of five kinds: the ADO connection, a catalog bound to it, the table list, the aliases and the relations.
+/// New, then open (Ouvre), then closed (Ferme); not closed by its destructor's silence alone: the program calls Ferme.
+/// Apart from Ouvre, which shows its own failure, every failure is raised as runtime::Error. One thread.
+class DataBase {
+ public:
+  DataBase();
+  ~DataBase();
+  DataBase(const DataBase&) = delete;
+  DataBase& operator=(const DataBase&) = delete;
+
+  /// Opens; false after having shown the reason in a message box. Nom, Typ and AvecMvt hold the arguments in both cases.
+  bool Ouvre(const std::string& nom, std::int16_t typ, bool avecMvt);
+  /// Closes the connection if there is one and empties all lists.
+  void Ferme();
+
+  [[nodiscard]] const std::string& Nom() const noexcept { return nom_; }
+  /// The kind as decimal text.
+  [[nodiscard]] std::string Typ() const { return std::to_string(typ_); }
+  [[nodiscard]] bool AvecMvt() const noexcept { return avecMvt_; }
+  void AvecMvt(bool avecMvt) noexcept { avecMvt_ = avecMvt; }
+  /// Of the connection. Error 91 when there is none, 3265 when the provider lacks the property.
+  [[nodiscard]] std::string ConnectionString() const;
+  [[nodiscard]] std::string Provider() const;
+  [[nodiscard]] std::string UID() const;
+  [[nodiscard]] std::string Pwd() const;
+  /// Engine type of an Access file; "5" for every other kind.
+  [[nodiscard]] std::string Version() const;
+  /// Date literal picture found by the probe: empty except on MySQL.
+  [[nodiscard]] const std::string& FmtDate() const noexcept { return fmtDate_; }
+
+  /// Opens a query written in the layer's dialect. option: 0 forward-only, 1 keyset table-direct, 2 dynamic (AddNew, Update), 3 static,
+  /// any other value: returned unopened. Error 3709 without a connection.
+  [[nodiscard]] ado::Recordset OpenRecordSet(const std::string& sql, std::int16_t option);
+  /// Runs a statement of the dialect without a time limit. Error 91 without a connection.
+  void ExecuteSQL(const std::string& sql);
+  /// Nothing on SQL Server; elsewhere the provider's.
+  void BeginTrans();
+  void CommitTrans();
+  void RollBack();
+  /// Largest value of the field plus 1; 1 for an empty table. No reservation.
+  [[nodiscard]] std::int32_t GetCptSuiv(const std::string& table, const std::string& champ);
+  /// True when the connected user holds the Oracle system privilege; always true on other kinds.
+  [[nodiscard]] bool PrivilegeOK(const std::string& privilege);
+  /// Rewrites a statement of the dialect for this kind, in place. Errors 5 and 6; the text is then partly translated.
+  void FormateSSQL(std::string& sql) const;
+
+  [[nodiscard]] std::int16_t NbTbl() const noexcept { return static_cast<std::int16_t>(tables_.size()); }
+  /// By name or by position from 0 as text. Error 9 when there is none.
+  [[nodiscard]] DbTbl& ListeTbl(const std::string& nom);
+  /// Asks the backend's catalog, not the table list; false on any error.
+  [[nodiscard]] bool ExisteTbl(const std::string& nom);
+  void AddAlias(const std::string& table, const std::string& alias, const std::string& libelle, bool visible);
+  /// The argument itself when no alias matches (VisAlias: false).
+  [[nodiscard]] std::string TblReel(const std::string& alias) const;
+  [[nodiscard]] std::string LibAlias(const std::string& alias) const;
+  [[nodiscard]] bool VisAlias(const std::string& alias) const;
+  /// Always false.
+  [[nodiscard]] bool SupporteTable() const noexcept { return false; }
+
+  [[nodiscard]] std::int16_t NbRlt() const noexcept { return static_cast<std::int16_t>(relations_.size()); }
+  /// Position from 0. Error 9 outside.
+  [[nodiscard]] DbRlt& ListeRlt(std::int16_t i);
+  /// A chain of relations from one alias to the other, the first in registry order; empty when there is none or aliasDe was visited.
+  void GetListeRlt(const std::string& aliasDe, const std::string& aliasVers, std::vector<DbRlt*>& chaine, std::int16_t& longueur,
+                   const std::string& visites);
+  /// Registers a relation in memory; false when one between the same aliases exists. The flag is stored inverted.
+  bool AddRlt(const std::string& aliasSrc, const std::string& fldSrc, const std::string& aliasCbl, const std::string& fldCbl,
+              std::int32_t typ, std::int32_t typInv, bool obg);
+  /// Appends a relation as it stands; Access only, nothing on other kinds.
+  void AddRltAttachee(const DbRlt& rlt);
+
+  /// Creates the table in the backend, lists it and records it in the catalog. On an error of the creation it is not listed.
+  DbTbl& AddTbl(std::unique_ptr<DbTbl> tbl);
+  /// Drops a table with its catalog rows; nothing when the backend has none of that name.
+  void SupTbl(const std::string& nom);
+  /// Rebuilds the table, field and index catalogs from the table list.
+  void RecreeCatalogue();
+  /// Writes all catalog rows of one table through the three recordsets, opening those that are nullptr.
+  void SauveTblCatalogue(DbTbl& tbl, ado::Recordset* rsTbl, ado::Recordset* rsFld, ado::Recordset* rsIdx);
+
+  /// Copies all rows of a table into the table of that name of another open database, which is created when missing.
+  CopieBilan CopieDonnees(const std::string& nom, DataBase& cible, const CopieOptions& options = {});
+  /// Gives cible a table with the structure of this one's table nom (ajoute) and its rows (copie).
+  CopieBilan TblCopie(const std::string& nom, DataBase& cible, bool ajoute, bool copie, const CopieOptions& options = {});
+  /// Reads the table on both sides and compares the rows, whatever their order on a key.
+  [[nodiscard]] VerifieBilan VerifieCopie(const std::string& nom, DataBase& cible);
+
+  /// Links a table of another database into this Access database under nomLocal (the table's own name when blank); nothing on other kinds.
+  void AddTblAttachee(DbTbl& source, const std::string& nomLocal);
+  /// Links it anew; nothing on other kinds.
+  void ModTblAttachee(DbTbl& source, const std::string& nom);
+
+  /// For the rooms of the layer: the connection (error 91 when there is none) and its catalog.
+  [[nodiscard]] ado::Connection& Connexion() const;
+  [[nodiscard]] ado::Catalog& Catalogue() const;
+  [[nodiscard]] std::int16_t Kind16() const noexcept { return typ_; }
+
+ private:
+  struct EntreeTbl {
+    std::unique_ptr<DbTbl> tbl;
+    std::string nom;
+  };
+  struct EntreeAlias {
+    std::string alias;
+    std::string table;
+    std::string libelle;
+    bool visible = false;
+  };
+
+  void OuvreConnexion();
+  void InitialiseOuverture();
+  [[nodiscard]] std::int16_t IndiceTbl(const std::string& nom) const;
+  [[nodiscard]] std::int16_t IndiceAlias(const std::string& alias) const;
+  void ChargeListeTbl();
+  void ChargeListeRlt();
+  void TesteFormatDate();
+  void AjouteTable(ado::Table& table, ado::Recordset* rsFld, ado::Recordset* rsIdx, const std::string& owner);
+  void CreeCatalogueAbsent();
+
+  std::unique_ptr<ado::Catalog> catalogue_;
+  std::string nom_;
+  std::int16_t typ_ = TypJet;
+  bool avecMvt_ = false;
+  std::string fmtDate_;
+  std::unique_ptr<ado::Connection> connexion_;
+  std::vector<EntreeTbl> tables_;
+  std::vector<EntreeAlias> alias_;
+  std::vector<std::unique_ptr<DbRlt>> relations_;
+  mutable std::int16_t dernierTbl_ = 0;
+  mutable std::int16_t dernierAlias_ = 0;
+};
+
+}  // namespace tamlo::db

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "ado/Catalog.h"
+
+namespace tamlo::db {
+
+class DbTbl;
+
+/// One index of a table: its name, flags and fields in order. Belongs to its table; filled once by Init.
+class DbIdx {
+ public:
+  /// From a description (the backend's own or one built from a field list). On MySQL the fields come from "SHOW KEYS" and the index is
+  /// primary exactly when it is named PRIMARY; errors of that query go to the caller.
+  void Init(const ado::Index& index, DbTbl* table);
+
+  [[nodiscard]] std::int16_t NbFld() const;
+  [[nodiscard]] bool Primary() const noexcept { return primary_; }
+  [[nodiscard]] bool Unique() const noexcept { return unique_; }
+  /// Name (lower case) of field i, counted from 0. Error 9 outside.
+  [[nodiscard]] const std::string& NomFld(std::int16_t i) const;
+  /// The encoded field list: names joined by ";", "-" before a descending one; "" for an index without fields.
+  [[nodiscard]] std::string SFld() const;
+  /// Direction of field i, counted from 0: 1 ascending, 2 descending. Error 9 outside.
+  [[nodiscard]] std::int16_t SensFld(std::int16_t i) const;
+  [[nodiscard]] const std::string& Nom() const noexcept { return nom_; }
+  void Nom(const std::string& nom) { nom_ = nom; }
+
+ private:
+  struct Champ {
+    std::string nom;
+    std::int16_t sens = 1;
+  };
+  void LitClesMySql();
+  [[nodiscard]] const Champ& ChampA(std::int16_t i) const;
+
+  std::string nom_;
+  std::vector<Champ> champs_;
+  DbTbl* table_ = nullptr;
+  bool primary_ = false;
+  bool unique_ = false;
+};
+
+}  // namespace tamlo::db

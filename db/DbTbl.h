@@ -1,0 +1,93 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ado/Catalog.h"
+#include "ado/Recordset.h"
+#include "db/DbFld.h"
+#include "db/DbIdx.h"
+
+namespace tamlo::db {
+
+class DataBase;
+
+/// Definition of one table: fields and indexes with their lookups and edits. Owned by the table list of its DataBase, or by the program
+/// that describes a new table (no Db) until it hands it to DataBase::AddTbl. Keys of lookups are a name, or a position from 0 in decimal.
+class DbTbl {
+ public:
+  DbTbl() = default;
+  DbTbl(const DbTbl&) = delete;
+  DbTbl& operator=(const DbTbl&) = delete;
+
+  /// The field (index) of that key. Error 9 when there is none, or for a number outside the list.
+  [[nodiscard]] DbFld& ListeFld(const std::string& cle);
+  [[nodiscard]] DbIdx& ListeIdx(const std::string& cle);
+
+  /// Loads the definition of a backend's table, from the catalog's open recordsets where given (nullptr: no catalog), else from the
+  /// backend alone. A table that cannot be opened stays without fields and indexes, without an error; other errors go to the caller.
+  void Init(DataBase& db, ado::Table& table, bool avecMvt, ado::Recordset* rsFld, ado::Recordset* rsIdx, const std::string& owner);
+
+  /// Stored trimmed and upper-cased.
+  void Nom(const std::string& nom);
+  void Db(DataBase* db) noexcept { db_ = db; }
+  [[nodiscard]] DataBase* Db() const noexcept { return db_; }
+
+  /// True when the connected user holds the privilege ("SELECT", "INSERT") on this table; always on kinds other than Oracle.
+  [[nodiscard]] bool PrivilegeOK(const std::string& privilege);
+
+  /// Write the catalog row of one field (index), through rs, or through a recordset of its own when rs is nullptr.
+  /// Nothing for the four catalog tables.
+  void SauveFld(const DbFld& fld, ado::Recordset* rs);
+  void SauveIdx(const DbIdx& idx, ado::Recordset* rs);
+
+  /// Drops an index; nothing when there is none of that name or the backend refuses and still has it.
+  void SupIdx(const std::string& nom);
+  /// Adds a field; with a Db also to the backend and the catalog, and nothing when the field exists. Without a Db no duplicate check.
+  void AddFld(const std::string& nom, std::int32_t typ, std::int32_t lg, bool estCpt);
+  /// Adds an index on an encoded field list ("a;-b"); nothing when one of that name exists. With a Db also to the backend and the catalog.
+  void AddIdx(const std::string& nom, const std::string& champs, bool primaire, bool unique);
+  /// True when any index holds the field at any of its positions.
+  [[nodiscard]] bool ExisteIdxSurFld(const std::string& champ) const;
+
+  [[nodiscard]] const std::string& Nom() const noexcept { return nom_; }
+  [[nodiscard]] const std::string& Owner() const noexcept { return owner_; }
+  void Owner(const std::string& owner) { owner_ = owner; }
+  [[nodiscard]] bool AvecMvt() const noexcept { return avecMvt_; }
+  /// Stores and writes the movement flag, and gives it to the tables linked by relations; nothing when it does not change.
+  void AvecMvt(bool avecMvt);
+  [[nodiscard]] std::int16_t NbFld() const noexcept { return static_cast<std::int16_t>(champs_.size()); }
+  /// True when a field is a counter.
+  [[nodiscard]] bool ExisteCpt() const noexcept;
+  /// Drops a field; nothing when there is none of that name or the backend refuses.
+  void SupFld(const std::string& nom);
+  [[nodiscard]] std::int16_t NbIdx() const noexcept { return static_cast<std::int16_t>(index_.size()); }
+  /// True when the name is known; always true for a number.
+  [[nodiscard]] bool ExisteFld(const std::string& nom) const;
+  /// True when the name (on Oracle: table name, "_", name) is known; always true for a number elsewhere.
+  [[nodiscard]] bool ExisteIdx(const std::string& nom) const;
+
+ private:
+  [[nodiscard]] std::int16_t PosFld(const std::string& cle) const;
+  [[nodiscard]] std::int16_t PosIdx(const std::string& cle) const;
+  [[nodiscard]] ado::Index LitChampsIdx(const std::string& nom, const std::string& champs, bool primaire, bool unique) const;
+  bool ChargeFldTable();
+  void ChargeFldCatalogue(ado::Table& table, ado::Recordset& rsFld);
+  void ChargeIdxTable(ado::Table& table);
+  void ChargeIdxCatalogue(ado::Recordset& rsIdx);
+  [[nodiscard]] bool EstTableCatalogue() const noexcept;
+
+  std::string nom_;
+  std::string owner_;
+  DataBase* db_ = nullptr;
+  // unique_ptr: a field or index keeps its address while the list grows.
+  std::vector<std::unique_ptr<DbFld>> champs_;
+  std::vector<std::unique_ptr<DbIdx>> index_;
+  mutable std::int16_t dernierFld_ = 0;
+  mutable std::int16_t dernierIdx_ = 0;
+  bool avecMvt_ = false;
+};
+
+}  // namespace tamlo::db
