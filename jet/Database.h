@@ -1,0 +1,170 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "jet/Definitions.h"
+#include "jet/Error.h"
+
+namespace jet {
+
+class FileSystem;
+class Table;
+struct Engine;
+
+enum class OpenMode {
+  kReadOnly,   ///< nothing is ever written to the database file, except undoing a transaction that a crash left half written
+  kShared,     ///< others of this engine may read and write too
+  kExclusive,  ///< nobody else may open the file meanwhile
+};
+
+struct OpenOptions {
+  OpenMode mode = OpenMode::kShared;
+  std::size_t cacheBytes = std::size_t{16} << 20;  ///< budget of the page cache
+  FileSystem* fileSystem = nullptr;                ///< null: the machine's own. Not owned; must outlive the database
+};
+
+/// One open Access file. Not for use by several threads at a time.
+///
+/// Names of tables, columns and indexes are compared without regard to case. Every operation that changes something is a transaction
+/// of its own unless one is open. After an error the object is usable and the operation has changed nothing; a failure of the disk in
+/// the middle of a change rolls the whole open transaction back (TransactionDepth() is then 0).
+class Database {
+ public:
+  /// Makes a new empty database and opens it for exclusive use. Errors: kAlreadyExists when there is a file of that name, kReadOnly, kIo.
+  static std::unique_ptr<Database> Create(const std::string& path, const OpenOptions& options = {});
+  /// Opens a file. A transaction that a crash left half written is undone first.
+  /// Errors: kNotFound, kNotAnAccessFile, kPasswordProtected, kEncrypted, kInUse, kReadOnly, kDamaged, kIo.
+  /// Jet 3 files open as kReadOnly whatever the mode asks.
+  static std::unique_ptr<Database> Open(const std::string& path, const OpenOptions& options = {});
+  /// Rolls back what is open and closes.
+  ~Database();
+  Database(const Database&) = delete;
+  Database& operator=(const Database&) = delete;
+
+  [[nodiscard]] const std::string& Path() const noexcept;
+  /// 3 for Access 97 files, 4 for Access 2000 to 2003.
+  [[nodiscard]] int FormatVersion() const noexcept;
+  /// True when nothing can be written: opened so, or a Jet 3 file.
+  [[nodiscard]] bool ReadOnly() const noexcept;
+
+  // ----- transactions
+  /// Begins a transaction, or a nested one. Each Begin needs its Commit or Rollback, innermost first.
+  void Begin();
+  /// Ends the innermost transaction. The outermost writes and syncs; when that fails everything is rolled back and the error raised.
+  void Commit();
+  /// Undoes what happened since the innermost Begin.
+  void Rollback();
+  /// 0 = none open.
+  [[nodiscard]] int TransactionDepth() const noexcept;
+
+  /// Keeps other writers out and the view of the file stable while it lives. Statements that read in several steps hold one;
+  /// single calls take their own. Nesting is fine. Errors of the constructor: kInUse when another process is writing for too long.
+  class ReadScope {
+   public:
+    explicit ReadScope(Database& database);
+    ~ReadScope();
+    ReadScope(const ReadScope&) = delete;
+    ReadScope& operator=(const ReadScope&) = delete;
+
+   private:
+    Database& database_;
+  };
+
+  // ----- catalog
+  /// All objects, in the order of the catalog's rows. Read once and kept until something changes.
+  [[nodiscard]] const std::vector<CatalogObject>& Objects();
+  /// The table, link or query of that name (they share one name space); null when there is none.
+  [[nodiscard]] const CatalogObject* FindObject(std::string_view name);
+  /// A number that changes whenever a definition may have changed (by this object, a rollback or another process).
+  [[nodiscard]] std::uint64_t SchemaVersion();
+
+  /// A local or system table. The object belongs to the database and lives until the table is dropped or the database closed.
+  /// Errors: kNotFound (also for links and queries), kDamaged.
+  Table& OpenTable(std::string_view name);
+
+  // ----- definitions
+  /// Errors: kAlreadyExists, kLimit, kUnsupported (a name or type that the format cannot hold).
+  Table& CreateTable(const TableSpec& spec);
+  /// Drops a local table, a link or a query. Errors: kNotFound; kInUse when a relationship still uses the table or a cursor stands in it.
+  void DropTable(std::string_view name);
+  /// Errors: kNotFound, kAlreadyExists.
+  void RenameTable(std::string_view name, std::string_view newName);
+  /// Adds a column after the others; existing rows read null (Yes/No: false).
+  void AddColumn(std::string_view table, const ColumnDef& column);
+  /// Errors: kNotFound; kUnsupported when an index or relationship uses the column.
+  void DropColumn(std::string_view table, std::string_view column);
+  /// Builds the index over the existing rows. Errors: kAlreadyExists, kNotFound (column), kDuplicateKey, kNullNotAllowed, kLimit, kUnsupported.
+  void CreateIndex(std::string_view table, const IndexSpec& index);
+  /// Errors: kNotFound; kUnsupported for the index of a relationship.
+  void DropIndex(std::string_view table, std::string_view index);
+
+  [[nodiscard]] std::vector<Relationship> Relationships();
+  /// An enforced one needs a unique index on the referenced columns and checks the existing rows. Errors: kNotFound, kAlreadyExists, kUnsupported.
+  void CreateRelationship(const Relationship& relationship);
+  void DropRelationship(std::string_view name);
+
+  /// Adds a linked table; its target is not looked at. Errors: kAlreadyExists.
+  void CreateLink(const LinkSpec& link);
+
+  /// The SQL text of a stored query that is kept as text (data definition, pass-through), else an empty text.
+  [[nodiscard]] std::string QueryText(std::string_view name);
+
+  // ----- properties
+  /// Properties of a table, link or query (column empty) or of one of its columns.
+  [[nodiscard]] std::vector<Property> Properties(std::string_view object, std::string_view column = {});
+  /// Sets or adds one property.
+  void SetProperty(std::string_view object, std::string_view column, const Property& property);
+  /// Takes a property away; not being there is not an error.
+  void RemoveProperty(std::string_view object, std::string_view column, std::string_view name);
+
+  // ----- the whole file
+  /// Writes everything into a new file without unused space, rows in the order of the primary key. Errors: kAlreadyExists, kInUse inside a transaction.
+  void Compact(const std::string& newPath);
+  /// Walks every page and compares everything with everything; an empty list means sound.
+  [[nodiscard]] std::vector<Finding> Check();
+
+  /// Counts since the file was opened, for tests and benches: what must not grow is guarded by these.
+  struct Counters {
+    std::uint64_t pagesRead = 0;     ///< pages fetched from the file
+    std::uint64_t pagesWritten = 0;  ///< pages written to the file, journal not counted
+    std::uint64_t commits = 0;       ///< outermost commits that had something to write
+    std::uint64_t syncs = 0;         ///< Sync and SyncFolder calls
+    std::size_t cachedBytes = 0;     ///< bytes of pages in memory now
+  };
+  [[nodiscard]] Counters Count() const noexcept;
+
+  /// The engine's own parts work on this; not for callers.
+  [[nodiscard]] Engine& Internals() noexcept { return *engine_; }
+
+ private:
+  explicit Database(std::unique_ptr<Engine> engine);
+  std::unique_ptr<Engine> engine_;
+};
+
+/// A transaction as a scope: leaving it without Commit rolls back.
+class Transaction {
+ public:
+  explicit Transaction(Database& database) : database_(&database) {
+    database.Begin();
+    depth_ = database.TransactionDepth();
+  }
+  ~Transaction();
+  Transaction(const Transaction&) = delete;
+  Transaction& operator=(const Transaction&) = delete;
+  void Commit() {
+    Database* database = std::exchange(database_, nullptr);
+    database->Commit();
+  }
+
+ private:
+  Database* database_;
+  int depth_ = 0;
+};
+
+}  // namespace jet

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "jet/PageStore.h"
+#include "jet/Value.h"
+
+namespace jet {
+
+class Table;
+
+/// One end of a range: values for a leading part of the index' columns.
+struct KeyBound {
+  std::vector<Value> values;  ///< 1 to the number of the index' columns; nulls are allowed
+  bool inclusive = true;      ///< whether keys that begin with exactly these values belong to the range
+};
+
+/// Walks an index in its own order (descending columns count down), forward or backward, between two bounds, giving row identities.
+///
+/// Bounds are in index order: lower is the one met first walking forward, whatever the direction of the walk and of the columns.
+/// Text keys do not tell upper from lower case nor some other differences: the caller compares again when that matters.
+/// Rows of an index that ignores nulls are missing where all key columns are null.
+/// Changing the table while walking is allowed: the walk goes on after the entry it stood on.
+/// Errors: kTypeMismatch when a bound's value cannot be turned into the column's type, kUnsupported (order not known), kDamaged.
+class IndexCursor {
+ public:
+  IndexCursor(Table& table, std::size_t index);
+  ~IndexCursor();
+  IndexCursor(IndexCursor&&) noexcept;
+  IndexCursor& operator=(IndexCursor&&) noexcept;
+
+  /// Sets the range and stands before its first entry in the wanted direction. No bound = open at that end.
+  void SetRange(const std::optional<KeyBound>& lower, const std::optional<KeyBound>& upper, bool backward = false);
+  /// Moves on; false past the end of the range.
+  bool Next();
+  /// The row of the entry stood on.
+  [[nodiscard]] RowId Id() const noexcept;
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace jet
