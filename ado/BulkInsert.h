@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -23,6 +24,7 @@ class BulkInsert {
   ~BulkInsert();
 
   /// Takes one row: a value for each column in order; an Empty value leaves the column to the backend's default.
+  /// Error 5 when the number of values is not that of the columns.
   void Add(std::span<const Variant> row);
   /// Sends what is held back. Must be called at the end: rows still held back when the object goes are not sent.
   void Flush();
@@ -31,6 +33,7 @@ class BulkInsert {
 
  private:
   std::unique_ptr<ProviderBulkInsert> provider_;
+  std::size_t columnCount_;
   std::int64_t rows_ = 0;
 };
 

@@ -53,7 +53,8 @@ class ProviderRowset {
   virtual std::size_t ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity) = 0;
 
   [[nodiscard]] virtual bool CanUpdate() const { return false; }
-  /// Writes a new row of these values only; the others get the backend's defaults. The new row becomes the current one.
+  /// Writes a new row of these values only; the others get the backend's defaults. The new row becomes the current one,
+  /// standing after the last one: MoveNext gives false.
   virtual void Insert(std::span<const Assignment> values) = 0;
   /// Writes the changed fields of the current row: exactly one row must be affected (zero: changed by another; more: error, nothing kept).
   virtual void Update(std::span<const Assignment> values) = 0;

@@ -56,13 +56,14 @@ class Recordset {
 
   /// Prepares and describes source; a forward-only query is executed when the first row is asked for.
   void Open(const std::string& source, Connection* connection, CursorType cursor, LockType lock, std::int32_t options);
+  /// A pending edit is given up. Error 3704 when closed already.
   void Close();
   [[nodiscard]] bool IsOpen() const noexcept;
 
   /// Past the last row (before the first): both true on an empty recordset. The first call reads the first row.
   [[nodiscard]] bool Eof() const;
   [[nodiscard]] bool Bof() const;
-  /// Saves a pending edit first, as ADO does. MoveNext at the end is error 3021.
+  /// Saves a pending edit first, as ADO does. MoveNext at the end is error 3021; MoveFirst on an empty recordset leaves it at its end.
   void MoveFirst();
   void MoveNext();
 

@@ -1,0 +1,60 @@
+#include "ado/BulkInsert.h"
+
+#include <utility>
+
+#include "ado/Connection.h"
+#include "ado/Provider.h"
+#include "ado/Recordset.h"
+#include "runtime/Error.h"
+
+namespace tamlo::ado {
+namespace {
+
+/// For providers without batches: each row is a new row of a table-direct recordset.
+class RowByRow final : public ProviderBulkInsert {
+ public:
+  RowByRow(Connection& connection, const std::string& table, const std::vector<std::string>& columns) {
+    recordset_.Open(table, &connection, adOpenKeyset, adLockOptimistic, adCmdTableDirect);
+    for (const auto& column : columns) fields_.push_back(&recordset_.Fields(column));
+  }
+
+  void Add(std::span<const Variant> row) override {
+    ++rows_;
+    try {
+      recordset_.AddNew();
+      for (std::size_t i = 0; i < fields_.size(); ++i) {
+        if (!row[i].IsEmpty()) fields_[i]->Value(row[i]);
+      }
+      recordset_.Update();
+    } catch (runtime::Error& error) {
+      if (recordset_.IsOpen()) recordset_.CancelUpdate();
+      throw error.WithContext("ligne " + std::to_string(rows_));
+    }
+  }
+
+  void Flush() override {}
+
+ private:
+  Recordset recordset_;
+  std::vector<Field*> fields_;  // of recordset_, by column
+  std::int64_t rows_ = 0;
+};
+
+}  // namespace
+
+BulkInsert::BulkInsert(Connection& connection, std::string table, std::vector<std::string> columns)
+    : provider_(connection.Native().OpenBulkInsert(table, columns)), columnCount_(columns.size()) {
+  if (!provider_) provider_ = std::make_unique<RowByRow>(connection, table, columns);
+}
+
+BulkInsert::~BulkInsert() = default;
+
+void BulkInsert::Add(std::span<const Variant> row) {
+  if (row.size() != columnCount_) throw runtime::Error(runtime::kInvalidArgument);
+  ++rows_;
+  provider_->Add(row);
+}
+
+void BulkInsert::Flush() { provider_->Flush(); }
+
+}  // namespace tamlo::ado

@@ -1,0 +1,89 @@
+#include "ado/Connection.h"
+
+#include <utility>
+
+#include "ado/ConnectionState.h"
+#include "ado/Errors.h"
+#include "ado/RecordsetState.h"
+#include "runtime/Conversions.h"
+#include "runtime/Text.h"
+
+namespace tamlo::ado {
+
+ProviderConnection& ConnectionState::Native(std::int32_t errorNumber) const {
+  if (!native) throw AdoError(errorNumber);
+  return *native;
+}
+
+void ConnectionState::Close() noexcept {
+  while (!recordsets.empty()) recordsets.back()->Close();
+  native.reset();
+}
+
+Connection::Connection() : state_(std::make_shared<ConnectionState>()) {}
+
+Connection::~Connection() { state_->Close(); }
+
+const std::string& Connection::Provider() const noexcept { return state_->provider; }
+
+void Connection::Provider(const std::string& name) {
+  if (state_->native) throw AdoError(runtime::kObjectOpen);
+  state_->provider = name;
+}
+
+const std::string& Connection::ConnectionString() const noexcept { return state_->connectionString; }
+
+void Connection::Open(const std::string& connectionString, const std::string& userId, const std::string& password,
+                      std::int32_t /*options*/) {
+  if (state_->native) throw AdoError(runtime::kObjectOpen);
+  const ProviderFactory& factory = FindProvider(state_->provider);
+  state_->connectionString = connectionString;
+  if (!userId.empty()) state_->userId = userId;
+  if (!password.empty()) state_->password = password;
+  state_->native = factory({state_->provider, connectionString, state_->userId, state_->password});
+}
+
+void Connection::Close() {
+  (void)state_->Native(runtime::kObjectClosed);
+  state_->Close();
+}
+
+bool Connection::IsOpen() const noexcept { return state_->native != nullptr; }
+
+std::int64_t Connection::Execute(const std::string& text, std::int32_t /*options*/) {
+  return Native().Execute(text, state_->commandTimeout);
+}
+
+std::int32_t Connection::BeginTrans() { return Native().BeginTransaction(); }
+void Connection::CommitTrans() { Native().CommitTransaction(); }
+void Connection::RollbackTrans() { Native().RollbackTransaction(); }
+
+std::int32_t Connection::CommandTimeout() const noexcept { return state_->commandTimeout; }
+void Connection::CommandTimeout(std::int32_t seconds) { state_->commandTimeout = seconds; }
+
+CursorLocation Connection::CursorLocation() const noexcept { return state_->cursorLocation; }
+void Connection::CursorLocation(ado::CursorLocation location) { state_->cursorLocation = location; }
+
+Variant Connection::Property(const std::string& name) const {
+  const std::string upper = runtime::UpperCase(name);
+  if (upper == "USER ID") return state_->userId;
+  if (upper == "PASSWORD") return state_->password;
+  if (state_->native) {
+    if (auto value = state_->native->Property(upper)) return *std::move(value);
+  }
+  throw AdoError(runtime::kItemNotFound, name);
+}
+
+void Connection::Property(const std::string& name, const Variant& value) {
+  const std::string upper = runtime::UpperCase(name);
+  if (upper == "USER ID" || upper == "PASSWORD") {
+    if (state_->native) throw AdoError(runtime::kObjectOpen);
+    (upper == "PASSWORD" ? state_->password : state_->userId) = runtime::ToText(value);
+    return;
+  }
+  if (!state_->native || !state_->native->SetProperty(upper, value)) throw AdoError(runtime::kItemNotFound, name);
+}
+
+ProviderConnection& Connection::Native() const { return state_->Native(runtime::kObjectClosed); }
+
+}  // namespace tamlo::ado
