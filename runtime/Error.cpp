@@ -1,0 +1,42 @@
+#include "runtime/Error.h"
+
+namespace tamlo::runtime {
+
+std::string Describe(std::int32_t number) {
+  switch (number) {
+    case kInvalidArgument:
+      return "Argument ou appel de procédure incorrect";
+    case kOverflow:
+      return "Dépassement de capacité";
+    case kSubscriptOutOfRange:
+      return "L'indice n'appartient pas à la sélection";
+    case kTypeMismatch:
+      return "Incompatibilité de type";
+    case kObjectNotSet:
+      return "Variable objet ou variable de bloc With non définie";
+    case kInvalidUseOfNull:
+      return "Utilisation incorrecte de Null";
+    case kNoCurrentRecord:
+      return "BOF ou EOF est égal à True ou l'enregistrement actuel a été supprimé. L'opération demandée nécessite un "
+             "enregistrement actuel.";
+    case kOperationNotSupported:
+      return "L'objet ou le fournisseur n'est pas capable d'exécuter l'opération demandée.";
+    case kItemNotFound:
+      return "Impossible de trouver l'objet dans la collection correspondant au nom ou à la référence ordinale "
+             "demandé.";
+    case kObjectClosed:
+      return "Cette opération n'est pas autorisée si l'objet est fermé.";
+    case kObjectOpen:
+      return "Cette opération n'est pas autorisée si l'objet est ouvert.";
+    case kProviderNotFound:
+      return "Impossible de trouver le fournisseur. Il est peut-être mal installé.";
+    case kConnectionInvalid:
+      return "La connexion ne peut pas être utilisée pour effectuer cette opération. Elle est fermée ou non valide "
+             "dans "
+             "ce contexte.";
+    default:
+      return {};
+  }
+}
+
+}  // namespace tamlo::runtime
