@@ -1,0 +1,113 @@
+#include "db/ddl/Generateur.h"
+
+#include <algorithm>
+
+#include "db/DataBase.h"
+#include "db/ddl/GenerateurAdox.h"
+#include "db/ddl/GenerateurBase.h"
+#include "db/ddl/GenerateurMySql.h"
+#include "db/ddl/GenerateurOdbc.h"
+#include "db/ddl/GenerateurOracle.h"
+#include "db/ddl/GenerateurSqlServer.h"
+#include "runtime/Error.h"
+#include "runtime/Text.h"
+
+namespace tamlo::db::ddl {
+
+namespace {
+
+/// What the backend says of an index now; kRefus when it does not answer.
+enum class Presence { kAbsent, kPresent, kRefus };
+
+Presence Cherche(DataBase& db, const DbTbl& tbl, const std::string& nom) {
+  const std::string cherche = runtime::UpperCase(nom);
+  bool present = false;
+  const auto erreur = runtime::IgnoringErrors([&] {
+    db.Catalogue().Refresh();
+    ado::Table* table = db.Catalogue().Find(tbl.Nom());
+    if (table == nullptr) return;
+    const auto& index = table->Indexes();
+    present = std::any_of(index.begin(), index.end(), [&](const ado::Index& i) { return runtime::UpperCase(i.name) == cherche; });
+  });
+  if (erreur) return Presence::kRefus;
+  return present ? Presence::kPresent : Presence::kAbsent;
+}
+
+}  // namespace
+
+const GenerateurBase& GenerateurDe(std::int16_t kind) {
+  static const GenerateurAdox adox;
+  static const GenerateurSqlServer sqlServer;
+  static const GenerateurOracle oracle;
+  static const GenerateurMySql mySql;
+  static const GenerateurOdbc odbc;
+  switch (kind) {
+    case TypJet: return adox;
+    case TypSqlServer: return sqlServer;
+    case TypOracle: return oracle;
+    case TypMySql: return mySql;
+    default: return odbc;
+  }
+}
+
+void ExecuteCreation(DataBase& db, const std::string& texte) {
+  db.Connexion().Execute(texte, ado::adExecuteNoRecords);
+  db.Catalogue().Refresh();
+}
+
+ado::Index Description(const DbIdx& idx) {
+  ado::Index index;
+  index.name = idx.Nom();
+  index.primaryKey = idx.Primary();
+  index.unique = idx.Unique();
+  for (std::int16_t i = 0; i < idx.NbFld(); ++i) {
+    ado::Column colonne;
+    colonne.name = idx.NomFld(i);
+    colonne.sortOrder = idx.SensFld(i) == ado::adSortDescending ? ado::adSortDescending : ado::adSortAscending;
+    index.columns.push_back(std::move(colonne));
+  }
+  return index;
+}
+
+std::string ListeChamps(const ado::Index& index, char marque, bool majuscules) {
+  std::string texte = "(";
+  for (const ado::Column& colonne : index.columns) {
+    if (texte.size() > 1) texte += ',';
+    texte += majuscules ? EntreMajuscules(marque, colonne.name) : Entre(marque, colonne.name);
+    if (colonne.sortOrder == ado::adSortDescending) texte += " DESC";
+  }
+  return texte + ")";
+}
+
+std::string Entre(char marque, const std::string& nom) { return marque + nom + marque; }
+
+std::string EntreMajuscules(char marque, const std::string& nom) { return Entre(marque, runtime::UpperCase(nom)); }
+
+void CreeTable(DataBase& db, DbTbl& tbl) { GenerateurDe(db.Kind16()).CreeTable(db, tbl); }
+
+void AjouteColonne(DataBase& db, DbTbl& tbl, const std::string& nom, std::int32_t typ, std::int32_t lg, bool estCpt) {
+  GenerateurDe(db.Kind16()).AjouteColonne(db, tbl, {nom, typ, lg, estCpt});
+}
+
+void CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index) { GenerateurDe(db.Kind16()).CreeIndex(db, tbl, index); }
+
+std::string NomIndexBase(const DataBase& db, const DbTbl& tbl, const std::string& nom) {
+  return GenerateurDe(db.Kind16()).NomIndex(tbl, nom);
+}
+
+bool SupprimeIndex(DataBase& db, DbTbl& tbl, const DbIdx& idx) {
+  std::string nom = NomIndexBase(db, tbl, idx.Nom());
+  const auto refus = runtime::IgnoringErrors([&] { db.ExecuteSQL("ALTER TABLE [" + tbl.Nom() + "] DROP CONSTRAINT [" + nom + "]"); });
+  if (!refus) return true;
+  // A definition loaded from an Oracle server holds the backend's name already.
+  if (nom != idx.Nom() && Cherche(db, tbl, nom) == Presence::kAbsent) nom = idx.Nom();
+  const auto& generateur = GenerateurDe(db.Kind16());
+  const auto encore = runtime::IgnoringErrors([&] { db.ExecuteSQL(generateur.TexteSupIndex(tbl, nom, idx.Primary())); });
+  return !encore || Cherche(db, tbl, nom) == Presence::kAbsent;
+}
+
+void SupprimeTable(DataBase& db, const std::string& nom, const DbTbl* tbl) {
+  db.Connexion().Execute(GenerateurDe(db.Kind16()).TexteSupTable(nom, tbl), ado::adExecuteNoRecords);
+}
+
+}  // namespace tamlo::db::ddl

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "ado/Catalog.h"
+#include "db/DataBase.h"
+
+namespace tamlo::db::ddl {
+
+/// A column to be added to a table, as the caller described it.
+struct NouvelleColonne {
+  std::string nom;
+  std::int32_t typ = 0;
+  std::int32_t lg = 0;
+  bool estCpt = false;
+};
+
+/// The hooks of one backend. One stateless object per backend for the whole process; Generateur.h says what each hook promises.
+class GenerateurBase {
+ public:
+  virtual ~GenerateurBase() = default;
+
+  virtual void CreeTable(DataBase& db, DbTbl& tbl) const = 0;
+  virtual void AjouteColonne(DataBase& db, DbTbl& tbl, const NouvelleColonne& colonne) const = 0;
+  virtual void CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index) const = 0;
+
+  /// The name under which the backend knows an index.
+  [[nodiscard]] virtual std::string NomIndex(const DbTbl& /*tbl*/, const std::string& nom) const { return nom; }
+  /// The backend's own statement that drops a plain index, to be sent through ExecuteSQL. nom: the backend's name of it.
+  [[nodiscard]] virtual std::string TexteSupIndex(const DbTbl& tbl, const std::string& nom, bool primaire) const = 0;
+  /// The statement that drops a table, to be sent as it stands. tbl: nullptr for a table that is not listed.
+  [[nodiscard]] virtual std::string TexteSupTable(const std::string& nom, const DbTbl* /*tbl*/) const { return "DROP TABLE [" + nom + "]"; }
+};
+
+/// The hooks of a kind; every kind above MySQL and every negative one is generic ODBC.
+[[nodiscard]] const GenerateurBase& GenerateurDe(std::int16_t kind);
+
+/// Runs a text of the backend on the connection, untranslated, and lets the catalog read its tables anew.
+void ExecuteCreation(DataBase& db, const std::string& texte);
+
+/// An index of the layer as a description, its fields under the names kept in memory.
+[[nodiscard]] ado::Index Description(const DbIdx& idx);
+
+/// "(" the columns between two marks, joined by ",", each followed by " DESC" when descending ")".
+[[nodiscard]] std::string ListeChamps(const ado::Index& index, char marque, bool majuscules);
+
+/// A name between two marks, and the same in upper case.
+[[nodiscard]] std::string Entre(char marque, const std::string& nom);
+[[nodiscard]] std::string EntreMajuscules(char marque, const std::string& nom);
+
+}  // namespace tamlo::db::ddl

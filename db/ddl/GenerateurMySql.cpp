@@ -1,0 +1,53 @@
+#include "db/ddl/GenerateurMySql.h"
+
+#include "db/ddl/TypesColonnes.h"
+#include "runtime/Error.h"
+#include "runtime/Text.h"
+#include "support/Support.h"
+
+namespace tamlo::db::ddl {
+
+namespace {
+
+constexpr char kMarque = '`';
+
+}  // namespace
+
+void GenerateurMySql::CreeTable(DataBase& db, DbTbl& tbl) const {
+  if (tbl.NbFld() == 0) return;
+  std::string texte = "CREATE TABLE " + EntreMajuscules(kMarque, tbl.Nom()) + " (";
+  for (std::int16_t i = 0; i < tbl.NbFld(); ++i) {
+    const DbFld& fld = tbl.ListeFld(std::to_string(i));
+    const auto type = TypeColonne(Dialecte::kMySql, fld.Typ(), fld.Lg());
+    if (!type) throw runtime::Error(runtime::kInvalidArgument, "Type " + std::to_string(fld.Typ()) + " non géré");
+    if (i > 0) texte += ',';
+    texte += EntreMajuscules(kMarque, fld.Nom()) + " " + *type;
+  }
+  ExecuteCreation(db, texte + ")");
+  for (std::int16_t i = 0; i < tbl.NbIdx(); ++i) CreeIndex(db, tbl, Description(tbl.ListeIdx(std::to_string(i))));
+}
+
+void GenerateurMySql::AjouteColonne(DataBase& db, DbTbl& tbl, const NouvelleColonne& colonne) const {
+  const std::string owner = support::EstVide(std::string_view(tbl.Owner())) ? "" : tbl.Owner() + ".";
+  db.ExecuteSQL("ALTER TABLE " + owner + EntreMajuscules(kMarque, tbl.Nom()) + " ADD (" + EntreMajuscules(kMarque, colonne.nom) + " " +
+                TypeColonne(Dialecte::kMySql, colonne.typ, colonne.lg).value_or("") + ")");
+}
+
+void GenerateurMySql::CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index) const {
+  const std::string champs = " " + ListeChamps(index, kMarque, true);
+  if (index.primaryKey) {
+    db.ExecuteSQL("ALTER TABLE " + Entre(kMarque, tbl.Nom()) + " ADD PRIMARY KEY" + champs);
+  } else {
+    db.ExecuteSQL(std::string("CREATE") + (index.unique ? " UNIQUE" : "") + " INDEX " + EntreMajuscules(kMarque, index.name) + " ON " +
+                  EntreMajuscules(kMarque, tbl.Nom()) + champs);
+  }
+}
+
+std::string GenerateurMySql::TexteSupIndex(const DbTbl& tbl, const std::string& nom, bool primaire) const {
+  if (primaire) return "ALTER TABLE [" + tbl.Nom() + "] DROP PRIMARY KEY";
+  return "DROP INDEX [" + nom + "] ON [" + tbl.Nom() + "]";
+}
+
+std::string GenerateurMySql::TexteSupTable(const std::string& nom, const DbTbl*) const { return "DROP TABLE " + nom; }
+
+}  // namespace tamlo::db::ddl

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "db/ddl/GenerateurBase.h"
+
+namespace tamlo::db::ddl {
+
+/// MySQL: names in back quotes, a primary key by ALTER TABLE, every other index by CREATE INDEX.
+class GenerateurMySql final : public GenerateurBase {
+ public:
+  void CreeTable(DataBase& db, DbTbl& tbl) const override;
+  void AjouteColonne(DataBase& db, DbTbl& tbl, const NouvelleColonne& colonne) const override;
+  void CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index) const override;
+  [[nodiscard]] std::string TexteSupIndex(const DbTbl& tbl, const std::string& nom, bool primaire) const override;
+  [[nodiscard]] std::string TexteSupTable(const std::string& nom, const DbTbl* tbl) const override;
+};
+
+}  // namespace tamlo::db::ddl

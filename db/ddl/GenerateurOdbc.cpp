@@ -1,0 +1,15 @@
+#include "db/ddl/GenerateurOdbc.h"
+
+#include "db/ddl/GenerateurAdox.h"
+
+namespace tamlo::db::ddl {
+
+void GenerateurOdbc::CreeTable(DataBase&, DbTbl&) const {}
+
+void GenerateurOdbc::AjouteColonne(DataBase& db, DbTbl& tbl, const NouvelleColonne& colonne) const { AjouteColonneAdox(db, tbl, colonne); }
+
+void GenerateurOdbc::CreeIndex(DataBase&, DbTbl&, const ado::Index&) const {}
+
+std::string GenerateurOdbc::TexteSupIndex(const DbTbl&, const std::string& nom, bool) const { return "DROP INDEX [" + nom + "]"; }
+
+}  // namespace tamlo::db::ddl

@@ -1,0 +1,47 @@
+#include "db/ddl/GenerateurSqlServer.h"
+
+#include "db/ddl/GenerateurAdox.h"
+#include "db/ddl/TypesColonnes.h"
+
+namespace tamlo::db::ddl {
+
+namespace {
+
+constexpr char kMarque = '"';
+
+/// An index inside CREATE TABLE: a primary key is a unique constraint, and a plain index has its clause without a kind word.
+/// The fields stand here, and only here, in the case in which they are kept.
+std::string Contrainte(const DbIdx& idx) {
+  return ",CONSTRAINT " + EntreMajuscules(kMarque, idx.Nom()) + " " + (idx.Primary() || idx.Unique() ? " UNIQUE" : "") +
+         ListeChamps(Description(idx), kMarque, false);
+}
+
+}  // namespace
+
+void GenerateurSqlServer::CreeTable(DataBase& db, DbTbl& tbl) const {
+  if (tbl.NbFld() == 0) return;
+  std::string texte = "CREATE TABLE " + EntreMajuscules(kMarque, tbl.Nom()) + " (";
+  for (std::int16_t i = 0; i < tbl.NbFld(); ++i) {
+    const DbFld& fld = tbl.ListeFld(std::to_string(i));
+    if (i > 0) texte += ',';
+    texte += EntreMajuscules(kMarque, fld.Nom()) + " " + TypeColonne(Dialecte::kSqlServer, fld.Typ(), fld.Lg()).value_or("");
+  }
+  for (std::int16_t i = 0; i < tbl.NbIdx(); ++i) texte += Contrainte(tbl.ListeIdx(std::to_string(i)));
+  ExecuteCreation(db, texte + ")");
+}
+
+void GenerateurSqlServer::AjouteColonne(DataBase& db, DbTbl& tbl, const NouvelleColonne& colonne) const {
+  AjouteColonneAdox(db, tbl, colonne);
+}
+
+void GenerateurSqlServer::CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index) const {
+  db.ExecuteSQL(std::string("CREATE") + (index.primaryKey || index.unique ? " UNIQUE" : "") + " INDEX " +
+                EntreMajuscules(kMarque, index.name) + " ON " + EntreMajuscules(kMarque, tbl.Nom()) + " " +
+                ListeChamps(index, kMarque, true));
+}
+
+std::string GenerateurSqlServer::TexteSupIndex(const DbTbl& tbl, const std::string& nom, bool) const {
+  return "DROP INDEX [" + nom + "] ON [" + tbl.Nom() + "]";
+}
+
+}  // namespace tamlo::db::ddl
