@@ -28,9 +28,14 @@ void FakeTextBox::SetFocus() {
 }
 
 void FakeTextBox::Text(const std::string& text) {
-  text_ = text;
+  text_ = maxLength > 0 ? std::string(runtime::Left(text, static_cast<std::size_t>(maxLength))) : text;
   selectionStart_ = 0;
   selectionLength_ = 0;
+}
+
+void FakeTextBox::MaxLength(std::int16_t characters) {
+  maxLength = characters;
+  Text(text_);
 }
 
 void FakeTextBox::Select(std::int16_t start, std::int16_t length) {

@@ -32,9 +32,9 @@ class FakeTextBox final : public ui::TextBox {
   void Tip(const std::string& text) override { state.tip = text; }
   void AccessibleName(const std::string& name) override { state.accessibleName = name; }
   [[nodiscard]] std::string Text() const override { return text_; }
-  /// Puts the caret in front of the text. Assigned text is not cut to the greatest length.
+  /// Puts the caret in front of the text. Assigned text is cut to the greatest length.
   void Text(const std::string& text) override;
-  void MaxLength(std::int16_t characters) override { maxLength = characters; }
+  void MaxLength(std::int16_t characters) override;
   void BackColor(ui::Color color) override { backColor = color; }
   void Password(bool on) override { password = on; }
   void Locked(bool on) override { locked = on; }
@@ -187,8 +187,8 @@ class FakePlatform final : public ui::Platform {
   /// Keeps the box and gives the next answer of the script, "OK" when there is none left.
   std::int16_t MessageBox(const std::string& text, std::int16_t buttons, const std::string& title) override;
   void SetPointer(ui::Pointer pointer) override { pointers.push_back(pointer); }
-  [[nodiscard]] std::int16_t ScreenWidth() const override { return screenWidth; }
-  [[nodiscard]] std::int16_t ScreenHeight() const override { return screenHeight; }
+  [[nodiscard]] std::int32_t ScreenWidth() const override { return screenWidth; }
+  [[nodiscard]] std::int32_t ScreenHeight() const override { return screenHeight; }
   /// Does what the test put in whileRunning (nothing when it put nothing in) and returns; its exceptions come out.
   void Run() override;
 
@@ -207,8 +207,8 @@ class FakePlatform final : public ui::Platform {
   std::vector<ui::Pointer> pointers;
   std::function<void()> whileRunning;
   int runs = 0;
-  std::int16_t screenWidth = 15360;
-  std::int16_t screenHeight = 11520;
+  std::int32_t screenWidth = 15360;
+  std::int32_t screenHeight = 11520;
 
  private:
   friend class FakeForm;
