@@ -22,7 +22,7 @@ ui::StatusBar*& StatusBarInUse() noexcept {
 }
 
 /// Where something of a size starts so that it stands in the middle of an area; never before the area.
-std::int16_t Centred(std::int16_t areaStart, std::int16_t areaSize, std::int16_t size) {
+std::int16_t Centred(std::int16_t areaStart, std::int32_t areaSize, std::int16_t size) {
   const std::int16_t start = runtime::RoundToInt16(areaStart + (areaSize - size) / 2.0);
   return std::max(start, areaStart);
 }
@@ -61,14 +61,15 @@ ui::Rectangle& ZoneCentrage() noexcept {
 }
 
 void CentreFeuille(ui::Form& feuille) {
-  ui::Rectangle zone = ZoneCentrage();
+  const ui::Rectangle zone = ZoneCentrage();
   if (zone.width == 0 || zone.height == 0) {
     const ui::Platform& platform = ui::CurrentPlatform();
-    zone = {0, 0, platform.ScreenWidth(), platform.ScreenHeight()};
+    const std::int16_t left = Centred(0, platform.ScreenWidth(), feuille.Width());
+    feuille.Move(left, Centred(0, platform.ScreenHeight(), feuille.Height()));
+    return;
   }
   const std::int16_t left = Centred(zone.left, zone.width, feuille.Width());
-  const std::int16_t top = Centred(zone.top, zone.height, feuille.Height());
-  feuille.Move(left, top);
+  feuille.Move(left, Centred(zone.top, zone.height, feuille.Height()));
 }
 
 ui::StatusBar* BarreEtat() noexcept {

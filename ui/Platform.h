@@ -45,7 +45,7 @@ class TextBox : public Control {
  public:
   [[nodiscard]] virtual std::string Text() const = 0;
   virtual void Text(const std::string& text) = 0;
-  /// Most characters that can be typed; 0 is without limit.
+  /// Most characters that the box holds: typing more is refused, a longer text assigned is cut. 0 is without limit.
   virtual void MaxLength(std::int16_t characters) = 0;
   virtual void BackColor(Color color) = 0;
   /// True: shows "*" for each character, and gives nothing to the clipboard.
@@ -121,9 +121,9 @@ class Platform {
   /// A modal message box; returns the button pressed. Line feeds in the text are line ends.
   virtual std::int16_t MessageBox(const std::string& text, std::int16_t buttons, const std::string& title) = 0;
   virtual void SetPointer(Pointer pointer) = 0;
-  /// Size of the screen that forms are centred on, in twips.
-  [[nodiscard]] virtual std::int16_t ScreenWidth() const = 0;
-  [[nodiscard]] virtual std::int16_t ScreenHeight() const = 0;
+  /// Size of the screen that forms are centred on, in twips; at most 65534, so that its middle still is a 16-bit position.
+  [[nodiscard]] virtual std::int32_t ScreenWidth() const = 0;
+  [[nodiscard]] virtual std::int32_t ScreenHeight() const = 0;
   /// Handles events until the last form is unloaded. An exception that leaves an event handler stops it and comes out here.
   virtual void Run() = 0;
 };

@@ -102,6 +102,13 @@ TEST_F(FakeFormTest, TypingHonoursLengthLockAndSelection) {
   EXPECT_EQ(box.Copied(), "éxyç");
 }
 
+TEST_F(FakeFormTest, ALongerTextAssignedIsCut) {
+  FakeTextBox& box = Form().TextBox("a");
+  box.MaxLength(3);
+  box.Text("été long");
+  EXPECT_EQ(box.Text(), "été");
+}
+
 TEST_F(FakeFormTest, APasswordIsNeitherShownNorCopied) {
   FakeTextBox& box = Form().TextBox("a");
   box.Password(true);

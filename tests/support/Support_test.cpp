@@ -128,6 +128,15 @@ TEST_F(CentreFeuilleTest, HalvesGoToTheEvenNeighbour) {
   EXPECT_EQ(form.top, 3002);   // 3001.5
 }
 
+TEST_F(CentreFeuilleTest, TheMiddleOfAScreenWiderThanASixteenBitNumber) {
+  platform_.screenWidth = 57600;
+  platform_.screenHeight = 32400;
+  FakeForm& form = FormOf(4000, 2000);
+  CentreFeuille(form);
+  EXPECT_EQ(form.left, 26800);
+  EXPECT_EQ(form.top, 15200);
+}
+
 TEST_F(CentreFeuilleTest, AFormWiderThanTheScreenStartsAtZero) {
   platform_.screenWidth = 3000;
   platform_.screenHeight = 8000;
