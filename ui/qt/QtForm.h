@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "ui/Platform.h"
+
+namespace tamlo::ui::qt {
+
+class EventBorder;
+
+/// A hidden form whose client area has that size in twips. The border must outlive it.
+[[nodiscard]] std::unique_ptr<Form> CreateForm(EventBorder& border, std::int16_t clientWidth,
+                                               std::int16_t clientHeight);
+
+}  // namespace tamlo::ui::qt
