@@ -26,6 +26,7 @@ enum class OpenMode {
 struct OpenOptions {
   OpenMode mode = OpenMode::kShared;
   std::size_t cacheBytes = std::size_t{16} << 20;  ///< budget of the page cache
+  int lockWaitMilliseconds = 2000;                 ///< how long to wait for another process before kInUse
   FileSystem* fileSystem = nullptr;                ///< null: the machine's own. Not owned; must outlive the database
 };
 

@@ -1,0 +1,135 @@
+#include "jet/Journal.h"
+
+#include <array>
+#include <chrono>
+#include <cstring>
+#include <random>
+
+#include "jet/ByteOrder.h"
+#include "jet/Error.h"
+
+namespace jet {
+namespace {
+
+constexpr char kMagic[8] = {'J', 'E', 'T', 'J', 'R', 'N', 'L', '1'};
+constexpr std::size_t kHeaderSize = 40;
+constexpr std::size_t kRecordHeader = 16;
+constexpr std::size_t kFlushAt = std::size_t{256} << 10;
+
+/// Tells torn and stale bytes from whole ones; not meant against an adversary.
+std::uint64_t Mix(std::uint64_t state, std::span<const std::byte> bytes) {
+  std::size_t i = 0;
+  for (; i + 8 <= bytes.size(); i += 8) {
+    state = (state ^ Load64(bytes.data() + i)) * 0x9E3779B97F4A7C15ull;
+    state ^= state >> 29;
+  }
+  for (; i < bytes.size(); ++i) state = (state ^ static_cast<std::uint64_t>(bytes[i])) * 0x100000001B3ull;
+  state ^= state >> 32;
+  return state * 0xD6E8FEB86659FD93ull;
+}
+
+}  // namespace
+
+Journal::Journal(FileSystem& files, const std::string& databasePath, std::size_t pageSize)
+    : files_(files), databasePath_(databasePath), path_(databasePath + "-journal"), pageSize_(pageSize) {}
+
+std::uint64_t Journal::Sum(PageNumber page, std::span<const std::byte> bytes) const {
+  return Mix(nonce_ ^ (std::uint64_t{page} << 17 | page), bytes);
+}
+
+void Journal::Start(PageNumber pageCount) {
+  files_.Remove(path_);
+  file_ = files_.Open(path_, FileMode::kCreateNew);
+  std::random_device device;
+  nonce_ = (std::uint64_t{device()} << 32 | device()) ^
+           static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
+  pages_.clear();
+  folderSynced_ = false;
+  flushed_ = 0;
+  buffer_.assign(kHeaderSize, std::byte{0});
+  std::memcpy(buffer_.data(), kMagic, sizeof kMagic);
+  Store32(buffer_.data() + 8, static_cast<std::uint32_t>(pageSize_));
+  Store32(buffer_.data() + 12, pageCount);
+  Store64(buffer_.data() + 16, nonce_);
+  Store64(buffer_.data() + 32, Mix(0, std::span(buffer_).first(32)));
+}
+
+void Journal::Add(PageNumber page, std::span<const std::byte> bytes) {
+  const std::size_t at = buffer_.size();
+  buffer_.resize(at + kRecordHeader + bytes.size());
+  Store32(buffer_.data() + at, page);
+  Store64(buffer_.data() + at + 8, Sum(page, bytes));
+  std::memcpy(buffer_.data() + at + kRecordHeader, bytes.data(), bytes.size());
+  pages_.insert(page);
+  if (buffer_.size() >= kFlushAt) Flush();
+}
+
+void Journal::Flush() {
+  if (buffer_.empty()) return;
+  file_->Write(flushed_, buffer_);
+  flushed_ += buffer_.size();
+  buffer_.clear();
+}
+
+void Journal::Sync() {
+  Flush();
+  file_->Sync();
+  ++syncs_;
+  if (folderSynced_) return;
+  files_.SyncFolder(path_);
+  ++syncs_;
+  folderSynced_ = true;
+}
+
+void Journal::Remove() {
+  files_.Remove(path_);
+  try {
+    files_.SyncFolder(path_);
+    ++syncs_;
+  } catch (const Error&) {
+    // The removal itself has happened, and that is what decides. Nothing better than trying can be done for its lasting.
+  }
+}
+
+void Journal::Finish() {
+  file_.reset();
+  Remove();
+  pages_.clear();
+  buffer_.clear();
+}
+
+bool Journal::Recover(File& database) {
+  file_.reset();
+  buffer_.clear();
+  pages_.clear();
+  std::unique_ptr<File> left;
+  try {
+    left = files_.Open(path_, FileMode::kRead);
+  } catch (const Error& error) {
+    if (error.Code() == ErrorCode::kNotFound) return false;
+    throw;
+  }
+  std::array<std::byte, kHeaderSize> header{};
+  const bool whole = left->Read(0, header) == header.size() && std::memcmp(header.data(), kMagic, sizeof kMagic) == 0 &&
+                     Load64(header.data() + 32) == Mix(0, std::span(header).first(32)) && Load32(header.data() + 8) == pageSize_;
+  if (whole) {
+    const PageNumber pageCount = Load32(header.data() + 12);
+    nonce_ = Load64(header.data() + 16);
+    std::vector<std::byte> record(kRecordHeader + pageSize_);
+    for (std::uint64_t offset = kHeaderSize; left->Read(offset, record) == record.size(); offset += record.size()) {
+      const PageNumber page = Load32(record.data());
+      const auto bytes = std::span<const std::byte>(record).subspan(kRecordHeader);
+      if (page >= pageCount || Load64(record.data() + 8) != Sum(page, bytes)) break;
+      database.Write(std::uint64_t{page} * pageSize_, bytes);
+    }
+    const std::uint64_t length = std::uint64_t{pageCount} * pageSize_;
+    if (database.Size() > length) database.Truncate(length);
+    database.Sync();
+    ++syncs_;
+  }
+  left.reset();
+  Remove();
+  return whole;
+}
+
+}  // namespace jet

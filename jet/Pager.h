@@ -1,0 +1,147 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "jet/FileSystem.h"
+#include "jet/Journal.h"
+#include "jet/PageStore.h"
+#include "jet/Sharing.h"
+#include "jet/UsageMap.h"
+
+namespace jet {
+
+/// The pages of one file: a cache of bounded size, and transactions with a rollback journal.
+///
+/// A transaction's changed pages stay in memory and go into the file at the commit: old pages into the journal, sync, new pages, sync,
+/// journal away. When they outgrow the cache they go into the file earlier, after their old bytes are safely in the journal.
+/// Nested transactions keep the old bytes of the pages that they change in memory.
+class Pager final : public PageStore {
+ public:
+  /// freePages: row pointer of the map of free pages, 0 while the file is being made.
+  Pager(FileSystem& files, const std::string& path, std::unique_ptr<File> file, std::size_t pageSize, std::size_t cacheBytes,
+        Sharing& sharing, bool readOnly);
+  ~Pager() override;
+  Pager(const Pager&) = delete;
+  Pager& operator=(const Pager&) = delete;
+
+  [[nodiscard]] std::size_t PageSize() const noexcept override { return pageSize_; }
+  [[nodiscard]] PageNumber PageCount() const noexcept override { return pageCount_; }
+  [[nodiscard]] PageRef Read(PageNumber page) override;
+  [[nodiscard]] PageRef Edit(PageNumber page) override;
+  [[nodiscard]] PageRef Allocate() override;
+  void Free(PageNumber page) override;
+  /// A new page of zeros at the end of the file, whatever the map of free pages says. Errors: kLimit at 2 GiB.
+  [[nodiscard]] PageRef Extend();
+  void SetFreePageMap(PackedPointer where) noexcept { freePages_ = where; }
+  [[nodiscard]] PackedPointer FreePageMap() const noexcept { return freePages_; }
+
+  // ----- sharing with other processes
+  /// Begins a stretch of reading: what other processes committed before is seen, and nothing changes meanwhile. Nests.
+  void BeginRead();
+  void EndRead() noexcept;
+  /// Makes sure that this process may change pages. Called by each changing operation before it reads anything. Errors: kReadOnly, kInUse.
+  void BeginWrite();
+
+  // ----- transactions
+  void Begin();
+  void Commit();
+  void Rollback();
+  /// Rolls back all levels.
+  void RollbackAll() noexcept;
+  [[nodiscard]] int Depth() const noexcept { return static_cast<int>(levels_.size()); }
+  /// Changes whenever pages may have changed other than by Edit: rollback, changes by another process.
+  [[nodiscard]] std::uint64_t Generation() const noexcept { return generation_; }
+  /// True once something was changed in the open transaction.
+  [[nodiscard]] bool HasChanges() const noexcept { return changed_; }
+
+  struct Counters {
+    std::uint64_t pagesRead = 0;
+    std::uint64_t pagesWritten = 0;
+    std::uint64_t commits = 0;
+    std::uint64_t syncs = 0;
+  };
+  [[nodiscard]] Counters Count() const noexcept;
+  [[nodiscard]] std::size_t CachedBytes() const noexcept { return frames_.size() * pageSize_; }
+
+ protected:
+  void Unpin(void* frame) noexcept override;
+
+ private:
+  struct Frame {
+    std::unique_ptr<std::byte[]> bytes;
+    PageNumber page = 0;
+    std::uint32_t pins = 0;
+    std::uint64_t savedFor = 0;  ///< stamp of the nested transaction that has this page's old bytes
+    bool dirty = false;
+    bool referenced = false;
+    bool orphan = false;         ///< out of the cache; goes with its last pin
+    bool inUse = false;
+  };
+  struct Level {
+    std::uint64_t stamp = 0;
+    PageNumber pageCount = 0;
+    bool whole = false;  ///< nothing had been changed when it began: undoing it is undoing everything
+    std::unordered_map<PageNumber, std::unique_ptr<std::byte[]>> images;
+  };
+  static constexpr std::size_t kChunk = 1024;
+
+  [[nodiscard]] Frame*& Entry(PageNumber page);
+  [[nodiscard]] Frame* Lookup(PageNumber page) noexcept;
+  Frame* Fetch(PageNumber page, bool load);
+  Frame* TakeFrame();
+  Frame* Evict();
+  PageRef Pin(Frame* frame);
+  void Touch(Frame* frame);
+  void SaveImage(Frame* frame);
+  void Discard(Frame* frame) noexcept;
+  void DropCache() noexcept;
+  bool Spill();
+  void JournalOldPages(const std::vector<Frame*>& frames);
+  void WriteFrames(std::vector<Frame*>& frames);
+  [[nodiscard]] std::vector<Frame*> DirtyFrames(bool unpinnedOnly);
+  void WriteOut();
+  void UndoAll();
+  void UndoLevel(Level& level);
+  void RecoverIfLeftBehind();
+  void Refresh();
+  void EndTransaction() noexcept;
+  [[nodiscard]] UsageMap FreeMap();
+
+  FileSystem& files_;
+  std::string path_;
+  std::unique_ptr<File> file_;
+  std::size_t pageSize_;
+  std::size_t capacity_;
+  Sharing& sharing_;
+  bool readOnly_;
+  PackedPointer freePages_ = 0;
+  PageNumber pageCount_ = 0;
+  PageNumber committedPageCount_ = 0;
+  PageNumber freeHint_ = 0;
+
+  std::vector<std::unique_ptr<Frame>> frames_;
+  std::vector<std::unique_ptr<Frame*[]>> directory_;
+  std::size_t hand_ = 0;
+  std::size_t dirtyCount_ = 0;
+
+  Journal journal_;
+  std::vector<Level> levels_;
+  std::uint64_t nextStamp_ = 1;
+  std::uint64_t generation_ = 1;
+  std::uint64_t seenCommits_ = 0;
+  int readDepth_ = 0;
+  bool writing_ = false;        ///< holds the right to change
+  bool readersOut_ = false;
+  bool changed_ = false;
+  bool fileTouched_ = false;    ///< the file holds pages of the open transaction
+  bool needsRecovery_ = false;  ///< undoing failed: the journal must be played back before anything else
+  Counters counters_;
+};
+
+}  // namespace jet
