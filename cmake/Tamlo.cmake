@@ -7,6 +7,10 @@ if(NOT MSVC)
   target_compile_options(tamlo_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wconversion -Wno-sign-conversion)
 endif()
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  # Wrong alarms of this compiler about std::string when it optimises.
+  target_compile_options(tamlo_options INTERFACE -Wno-restrict)
+endif()
 if(TAMLO_SANITIZE)
   target_compile_options(tamlo_options INTERFACE -fsanitize=${TAMLO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   target_link_options(tamlo_options INTERFACE -fsanitize=${TAMLO_SANITIZE})

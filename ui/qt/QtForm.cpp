@@ -14,8 +14,8 @@
 #include <utility>
 #include <vector>
 
-#include "ui/qt/EventBorder.h"
-#include "ui/qt/Twips.h"
+#include "ui/EventBorder.h"
+#include "ui/Twips.h"
 
 namespace tamlo::ui::qt {
 

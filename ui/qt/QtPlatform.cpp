@@ -11,10 +11,10 @@
 #include <string>
 #include <utility>
 
-#include "ui/qt/EventBorder.h"
+#include "ui/EventBorder.h"
 #include "ui/qt/FrenchTexts.h"
 #include "ui/qt/QtForm.h"
-#include "ui/qt/Twips.h"
+#include "ui/Twips.h"
 
 namespace tamlo::ui::qt {
 

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdint>
 
-namespace tamlo::ui::qt {
+namespace tamlo::ui {
 
 inline constexpr double kTwipsPerInch = 1440.0;
 
@@ -22,4 +22,4 @@ inline constexpr double kTwipsPerInch = 1440.0;
   return static_cast<std::int32_t>(std::clamp(std::lround(pixels * kTwipsPerInch / dotsPerInch), 0L, 65534L));
 }
 
-}  // namespace tamlo::ui::qt
+}  // namespace tamlo::ui

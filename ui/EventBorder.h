@@ -4,7 +4,7 @@
 #include <functional>
 #include <utility>
 
-namespace tamlo::ui::qt {
+namespace tamlo::ui {
 
 /// The border between the toolkit's event handlers and ours, shared by a platform and its forms, which it outlives. An
 /// exception of one of our handlers must not cross the toolkit: it is kept here, ends the event loop and comes out of
@@ -41,4 +41,4 @@ class EventBorder {
   int loadedForms_ = 0;
 };
 
-}  // namespace tamlo::ui::qt
+}  // namespace tamlo::ui

@@ -1,0 +1,27 @@
+# What a Windows build has of its own: everything is linked in, SQLite is compiled from its source.
+
+# Windows 10, wide characters throughout; no library of the compiler is left outside of the program.
+add_compile_definitions(_WIN32_WINNT=0x0A00 UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN)
+add_link_options(-static)
+
+set(TAMLO_SQLITE_SOURCE ${CMAKE_SOURCE_DIR}/build/sqlite CACHE PATH "Folder of sqlite3.c and sqlite3.h; filled when it is not there")
+if(NOT EXISTS ${TAMLO_SQLITE_SOURCE}/sqlite3.c)
+  execute_process(COMMAND ${CMAKE_SOURCE_DIR}/scripts/lib/sqlite-source.sh ${TAMLO_SQLITE_SOURCE} COMMAND_ERROR_IS_FATAL ANY)
+endif()
+add_library(tamlo_sqlite STATIC ${TAMLO_SQLITE_SOURCE}/sqlite3.c)
+target_include_directories(tamlo_sqlite SYSTEM PUBLIC ${TAMLO_SQLITE_SOURCE})
+target_compile_definitions(tamlo_sqlite PRIVATE SQLITE_OMIT_LOAD_EXTENSION SQLITE_THREADSAFE=1 SQLITE_DQS=0)
+add_library(SQLite::SQLite3 ALIAS tamlo_sqlite)
+# find_package(SQLite3) is content with these and takes the target above.
+set(SQLite3_INCLUDE_DIR ${TAMLO_SQLITE_SOURCE} CACHE PATH "" FORCE)
+set(SQLite3_LIBRARY tamlo_sqlite CACHE STRING "" FORCE)
+
+# Makes GTest from Debian's source (package googletest), under the names that find_package gives.
+macro(tamlo_googletest)
+  set(INSTALL_GTEST OFF)
+  add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+  if(NOT TARGET GTest::gmock)
+    add_library(GTest::gmock ALIAS gmock)
+    add_library(GTest::gtest_main ALIAS gtest_main)
+  endif()
+endmacro()
