@@ -12,6 +12,8 @@ namespace tamlo::support {
 /// True for a value never assigned, a null, and a text that is empty once its blanks are trimmed. 0 is not blank.
 [[nodiscard]] bool EstVide(const runtime::Variant& valeur);
 [[nodiscard]] bool EstVide(std::string_view texte) noexcept;
+[[nodiscard]] inline bool EstVide(const std::string& texte) noexcept { return EstVide(std::string_view(texte)); }
+[[nodiscard]] inline bool EstVide(const char* texte) noexcept { return EstVide(std::string_view(texte)); }
 
 /// Nested hourglass: shown from the outermost on to the outermost off; an unmatched off sets the default pointer again.
 /// Error 6 past 32767 nested calls.
