@@ -14,6 +14,10 @@
 
 namespace tamlo::db {
 
+namespace sql {
+class TablesQualifiees;
+}
+
 /// Backend kinds. Any other value is a generic ODBC source.
 enum Kind : std::int16_t { TypJet = 0, TypSqlServer = 1, TypOracle = 2, TypMySql = 3, TypOdbc = 4 };
 
@@ -151,6 +155,8 @@ class DataBase {
     bool visible = false;
   };
 
+  friend class DbTbl;  // a listed table tells of its changes of name and owner
+
   void OuvreConnexion();
   void InitialiseOuverture();
   [[nodiscard]] std::int16_t IndiceTbl(const std::string& nom) const;
@@ -158,8 +164,14 @@ class DataBase {
   void ChargeListeTbl();
   void ChargeListeRlt();
   void TesteFormatDate();
+  [[nodiscard]] bool CataloguePresent();
+  void AjouteTablesCatalogue(ado::Recordset* rsFld, ado::Recordset* rsIdx);
+  void AjouteTablesOracle(ado::Recordset* rsFld, ado::Recordset* rsIdx);
   void AjouteTable(ado::Table& table, ado::Recordset* rsFld, ado::Recordset* rsIdx, const std::string& owner);
-  void CreeCatalogueAbsent();
+  DbTbl& Inscrit(std::unique_ptr<DbTbl> tbl);
+  DbRlt& AjouteRlt(const DbRlt& rlt);
+  /// The next translation reads names and owners anew.
+  void NomsChanges() noexcept;
 
   std::unique_ptr<ado::Catalog> catalogue_;
   std::string nom_;
@@ -167,9 +179,11 @@ class DataBase {
   bool avecMvt_ = false;
   std::string fmtDate_;
   std::unique_ptr<ado::Connection> connexion_;
+  std::unique_ptr<ado::Connection> precedente_;  // the connection of an earlier opening, while catalogue_ is still its own
   std::vector<EntreeTbl> tables_;
   std::vector<EntreeAlias> alias_;
   std::vector<std::unique_ptr<DbRlt>> relations_;
+  mutable std::unique_ptr<sql::TablesQualifiees> qualifiees_;  // index over tables_ for FormateSSQL; none until it is needed
   mutable std::int16_t dernierTbl_ = 0;
   mutable std::int16_t dernierAlias_ = 0;
 };

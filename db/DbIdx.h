@@ -9,13 +9,17 @@
 namespace tamlo::db {
 
 class DbTbl;
+struct CleMySql;
 
 /// One index of a table: its name, flags and fields in order. Belongs to its table; filled once by Init.
 class DbIdx {
  public:
-  /// From a description (the backend's own or one built from a field list). On MySQL the fields come from "SHOW KEYS" and the index is
-  /// primary exactly when it is named PRIMARY; errors of that query go to the caller.
+  /// From a description (the backend's own or one built from a field list). On MySQL the fields come from "SHOW KEYS", those of the
+  /// description where the server has no key of that name, and the index is primary exactly when it is named PRIMARY; errors of that
+  /// query go to the caller. Error 6 beyond 32767 fields.
   void Init(const ado::Index& index, DbTbl* table);
+  /// The same for a MySQL table whose keys have been read already.
+  void Init(const ado::Index& index, DbTbl* table, const std::vector<CleMySql>& cles);
 
   [[nodiscard]] std::int16_t NbFld() const;
   [[nodiscard]] bool Primary() const noexcept { return primary_; }
@@ -34,7 +38,7 @@ class DbIdx {
     std::string nom;
     std::int16_t sens = 1;
   };
-  void LitClesMySql();
+  void Decrit(const ado::Index& index, DbTbl* table);
   [[nodiscard]] const Champ& ChampA(std::int16_t i) const;
 
   std::string nom_;

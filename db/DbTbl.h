@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,7 @@
 namespace tamlo::db {
 
 class DataBase;
+struct CleMySql;
 
 /// Definition of one table: fields and indexes with their lookups and edits. Owned by the table list of its DataBase, or by the program
 /// that describes a new table (no Db) until it hands it to DataBase::AddTbl. Keys of lookups are a name, or a position from 0 in decimal.
@@ -54,7 +56,7 @@ class DbTbl {
 
   [[nodiscard]] const std::string& Nom() const noexcept { return nom_; }
   [[nodiscard]] const std::string& Owner() const noexcept { return owner_; }
-  void Owner(const std::string& owner) { owner_ = owner; }
+  void Owner(const std::string& owner);
   [[nodiscard]] bool AvecMvt() const noexcept { return avecMvt_; }
   /// Stores and writes the movement flag, and gives it to the tables linked by relations; nothing when it does not change.
   void AvecMvt(bool avecMvt);
@@ -70,6 +72,8 @@ class DbTbl {
   [[nodiscard]] bool ExisteIdx(const std::string& nom) const;
 
  private:
+  friend class DataBase;  // tells a listed table where it is listed
+
   [[nodiscard]] std::int16_t PosFld(const std::string& cle) const;
   [[nodiscard]] std::int16_t PosIdx(const std::string& cle) const;
   [[nodiscard]] ado::Index LitChampsIdx(const std::string& nom, const std::string& champs, bool primaire, bool unique) const;
@@ -77,11 +81,16 @@ class DbTbl {
   void ChargeFldCatalogue(ado::Table& table, ado::Recordset& rsFld);
   void ChargeIdxTable(ado::Table& table);
   void ChargeIdxCatalogue(ado::Recordset& rsIdx);
+  using CacheCles = std::optional<std::vector<CleMySql>>;
+  void AjouteChampCharge(const std::string& nom, std::int16_t typ, double lg, bool estCpt, std::int16_t no);
+  void AjouteIndexCharge(const ado::Index& index, CacheCles& cles);
   [[nodiscard]] bool EstTableCatalogue() const noexcept;
+  [[nodiscard]] DataBase& DbRequis() const;
 
   std::string nom_;
   std::string owner_;
   DataBase* db_ = nullptr;
+  DataBase* liste_ = nullptr;  // whose table list holds this table: it is told when the name or the owner changes
   // unique_ptr: a field or index keeps its address while the list grows.
   std::vector<std::unique_ptr<DbFld>> champs_;
   std::vector<std::unique_ptr<DbIdx>> index_;

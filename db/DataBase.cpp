@@ -1,0 +1,49 @@
+#include "db/DataBase.h"
+
+#include "db/sql/FormateSSQL.h"
+#include "runtime/Conversions.h"
+#include "runtime/Error.h"
+
+namespace tamlo::db {
+
+DataBase::DataBase() = default;
+
+DataBase::~DataBase() {
+  // The catalog looks at its connection until its end.
+  catalogue_.reset();
+}
+
+void DataBase::Ferme() {
+  catalogue_.reset();
+  precedente_.reset();
+  if (connexion_) {
+    if (connexion_->IsOpen()) connexion_->Close();
+    connexion_.reset();
+  }
+  tables_.clear();
+  alias_.clear();
+  relations_.clear();
+  NomsChanges();
+}
+
+ado::Connection& DataBase::Connexion() const {
+  if (!connexion_) throw runtime::Error(runtime::kObjectNotSet);
+  return *connexion_;
+}
+
+ado::Catalog& DataBase::Catalogue() const {
+  if (!catalogue_) throw runtime::Error(runtime::kObjectNotSet);
+  return *catalogue_;
+}
+
+std::string DataBase::ConnectionString() const { return Connexion().ConnectionString(); }
+std::string DataBase::Provider() const { return Connexion().Provider(); }
+std::string DataBase::UID() const { return runtime::ToText(Connexion().Property("User ID")); }
+std::string DataBase::Pwd() const { return runtime::ToText(Connexion().Property("Password")); }
+
+std::string DataBase::Version() const {
+  if (typ_ != TypJet) return "5";
+  return runtime::ToText(Connexion().Property("JET OLEDB:ENGINE TYPE"));
+}
+
+}  // namespace tamlo::db

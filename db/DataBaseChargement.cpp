@@ -1,0 +1,131 @@
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "db/DataBase.h"
+#include "db/DbUtil.h"
+#include "db/Environnement.h"
+#include "runtime/Conversions.h"
+#include "runtime/Error.h"
+#include "runtime/Text.h"
+#include "support/Support.h"
+
+namespace tamlo::db {
+
+namespace {
+
+/// Types of catalog tables that are not the application's.
+bool EstHorsListe(std::string_view type) {
+  static constexpr std::array<std::string_view, 5> kHorsListe{"ACCESS TABLE", "SYSTEM TABLE", "SYSTEM VIEW", "VIEW",
+                                                              "SYNONYM"};
+  return std::find(kHorsListe.begin(), kHorsListe.end(), type) != kHorsListe.end();
+}
+
+/// The further owner that a database name may carry as a part "OWNER=name", parts being separated by ";"; "" when there is none.
+std::string ProprietaireDuNom(const std::string& nom) {
+  constexpr std::string_view kCle = "OWNER=";
+  std::string_view reste = nom;
+  while (!reste.empty()) {
+    const std::string_view partie = reste.substr(0, reste.find(';'));
+    reste.remove_prefix(std::min(partie.size() + 1, reste.size()));
+    const std::string majuscules = runtime::UpperCase(runtime::Trim(partie));
+    if (majuscules.starts_with(kCle)) return majuscules.substr(kCle.size());
+  }
+  return {};
+}
+
+/// What is known of a linked table's structure: that of the table behind the link where its database is open in this program, else the
+/// link's own description.
+ado::Table ResoutLien(ado::Table& lien) {
+  std::optional<ado::Table> resolue;
+  runtime::IgnoringErrors([&] {
+    const std::string base = runtime::ToText(lien.Property("Jet OLEDB:Link Datasource"));
+    const std::string distante = runtime::ToText(lien.Property("Jet OLEDB:Remote Table Name"));
+    DataBase* source = EnvironnementCourant().baseOuverte(base);
+    if (source == nullptr || !source->ExisteTbl(distante)) return;
+    ado::Table& table = source->Catalogue().Tables(distante);
+    ado::Table locale(lien.Name());
+    for (const ado::Column& colonne : table.Columns()) locale.AppendColumn(colonne);
+    for (const ado::Index& index : table.Indexes()) locale.AppendIndex(index);
+    resolue = std::move(locale);
+  });
+  return resolue ? *std::move(resolue) : lien;
+}
+
+}  // namespace
+
+bool DataBase::CataloguePresent() {
+  return ExisteTbl(kTblKorv) && ExisteTbl(kFldKorv) && ExisteTbl(kIdxKorv);
+}
+
+void DataBase::ChargeListeTbl() {
+  const bool present = CataloguePresent();
+  ado::Recordset rsFld;
+  ado::Recordset rsIdx;
+  if (present) {
+    for (const char* nom : {kTblKorv, kFldKorv, kIdxKorv}) AjouteTable(Catalogue().Tables(nom), nullptr, nullptr, "");
+    rsFld = OpenRecordSet("SELECT * FROM [$FLDKORV$] ORDER BY [TABLE],[NO]", 3);
+    rsIdx = OpenRecordSet("SELECT * FROM [$IDXKORV$] ORDER BY [TABLE],[NOM]", 3);
+  }
+  ado::Recordset* champs = present ? &rsFld : nullptr;
+  ado::Recordset* index = present ? &rsIdx : nullptr;
+  if (typ_ == TypOracle) {
+    AjouteTablesOracle(champs, index);
+  } else {
+    AjouteTablesCatalogue(champs, index);
+  }
+  if (present) {
+    rsFld.Close();
+    rsIdx.Close();
+  } else if (nom_.find("BVIRTUEL.MDB") == std::string::npos) {
+    RecreeCatalogue();
+  }
+}
+
+void DataBase::AjouteTablesCatalogue(ado::Recordset* rsFld, ado::Recordset* rsIdx) {
+  const std::size_t nombre = Catalogue().TableCount();
+  for (std::size_t i = 0; i < nombre; ++i) {
+    ado::Table& table = Catalogue().Tables(i);
+    if (EstHorsListe(table.Type())) continue;
+    if (table.Type() == "LINK") {
+      ado::Table resolue = ResoutLien(table);
+      AjouteTable(resolue, rsFld, rsIdx, "");
+    } else {
+      AjouteTable(table, rsFld, rsIdx, "");
+    }
+  }
+}
+
+void DataBase::AjouteTablesOracle(ado::Recordset* rsFld, ado::Recordset* rsIdx) {
+  const Environnement& environnement = EnvironnementCourant();
+  const std::string owner =
+      support::EstVide(environnement.nomLogin) ? environnement.nomUtlConnecte() : environnement.nomLogin;
+  const std::string autre = ProprietaireDuNom(nom_);
+  std::string sql = "SELECT * FROM ALL_TABLES WHERE (OWNER = '" + owner + "')";
+  if (!support::EstVide(autre)) sql += " OR (OWNER = '" + runtime::UpperCase(autre) + "')";
+  std::vector<std::pair<std::string, std::string>> tables;
+  ado::Recordset rs = OpenRecordSet(sql + " ORDER BY TABLE_NAME", 0);
+  for (; !rs.Eof(); rs.MoveNext())
+    tables.emplace_back(TexteCatalogue(rs.Fields("TABLE_NAME").Value()), TexteCatalogue(rs.Fields("OWNER").Value()));
+  rs.Close();
+  for (const auto& [nom, proprietaire] : tables) {
+    // The dictionary may list a table that the connection's catalog leaves out: it is known by its name alone.
+    ado::Table seule(nom);
+    ado::Table* table = Catalogue().Find(nom);
+    AjouteTable(table != nullptr ? *table : seule, rsFld, rsIdx, proprietaire);
+  }
+}
+
+void DataBase::AjouteTable(ado::Table& table, ado::Recordset* rsFld, ado::Recordset* rsIdx, const std::string& owner) {
+  const std::string nom = runtime::UpperCase(runtime::Trim(table.Name()));
+  const bool connue =
+      std::any_of(tables_.begin(), tables_.end(), [&](const EntreeTbl& entree) { return entree.nom == nom; });
+  if (connue) return;
+  auto tbl = std::make_unique<DbTbl>();
+  tbl->Init(*this, table, avecMvt_, rsFld, rsIdx, owner);
+  Inscrit(std::move(tbl));
+}
+
+}  // namespace tamlo::db

@@ -1,0 +1,124 @@
+#include <algorithm>
+
+#include "db/DataBase.h"
+#include "db/ddl/Generateur.h"
+#include "db/sql/FormateSSQL.h"
+#include "runtime/Conversions.h"
+#include "runtime/Error.h"
+#include "runtime/Text.h"
+#include "support/Support.h"
+
+namespace tamlo::db {
+
+namespace {
+
+/// The lookup that tables and aliases share: a number is the index itself, unchecked; else the last index found, else the first of that name.
+template <typename Entrees, typename Nom>
+std::int16_t Indice(const Entrees& entrees, const std::string& cherche, Nom nomDe, std::int16_t& dernier) {
+  if (runtime::IsNumeric(cherche)) return runtime::ToInt16(cherche);
+  const std::string cle = runtime::UpperCase(runtime::Trim(cherche));
+  const auto connu = static_cast<std::size_t>(dernier);
+  if (connu < entrees.size() && nomDe(entrees[connu]) == cle) return dernier;
+  for (std::size_t i = 0; i < entrees.size(); ++i) {
+    if (nomDe(entrees[i]) == cle) return dernier = static_cast<std::int16_t>(i);
+  }
+  return -1;
+}
+
+template <typename Entrees>
+auto& EntreeA(Entrees& entrees, std::int16_t indice) {
+  if (indice < 0 || static_cast<std::size_t>(indice) >= entrees.size())
+    throw runtime::Error(runtime::kSubscriptOutOfRange);
+  return entrees[static_cast<std::size_t>(indice)];
+}
+
+}  // namespace
+
+std::int16_t DataBase::IndiceTbl(const std::string& nom) const {
+  return Indice(tables_, nom, [](const EntreeTbl& entree) -> const std::string& { return entree.nom; }, dernierTbl_);
+}
+
+std::int16_t DataBase::IndiceAlias(const std::string& alias) const {
+  return Indice(alias_, alias, [](const EntreeAlias& entree) -> const std::string& { return entree.alias; },
+                dernierAlias_);
+}
+
+DbTbl& DataBase::ListeTbl(const std::string& nom) { return *EntreeA(tables_, IndiceTbl(nom)).tbl; }
+
+bool DataBase::ExisteTbl(const std::string& nom) {
+  bool existe = false;
+  const std::string cherche(runtime::Trim(nom));
+  runtime::IgnoringErrors([&] {
+    existe = runtime::UpperCase(Catalogue().Tables(cherche).Name()) == runtime::UpperCase(cherche);
+  });
+  return existe;
+}
+
+void DataBase::AddAlias(const std::string& table, const std::string& alias, const std::string& libelle, bool visible) {
+  const std::string reelle = runtime::UpperCase(table);
+  if (support::EstVide(reelle)) return;
+  const std::string nom = support::EstVide(alias) ? reelle : runtime::UpperCase(alias);
+  const std::int16_t indice = IndiceAlias(nom);
+  if (indice != -1) {
+    EntreeAlias& connu = EntreeA(alias_, indice);
+    if (support::EstVide(connu.libelle)) connu.libelle = libelle;
+    return;
+  }
+  (void)runtime::CheckedInt16(static_cast<std::int64_t>(alias_.size()) + 1);
+  alias_.push_back({nom, reelle, libelle, visible});
+}
+
+std::string DataBase::TblReel(const std::string& alias) const {
+  const std::int16_t indice = IndiceAlias(alias);
+  return indice == -1 ? alias : EntreeA(alias_, indice).table;
+}
+
+std::string DataBase::LibAlias(const std::string& alias) const {
+  const std::int16_t indice = IndiceAlias(alias);
+  return indice == -1 ? alias : EntreeA(alias_, indice).libelle;
+}
+
+bool DataBase::VisAlias(const std::string& alias) const {
+  const std::int16_t indice = IndiceAlias(alias);
+  return indice != -1 && EntreeA(alias_, indice).visible;
+}
+
+DbTbl& DataBase::Inscrit(std::unique_ptr<DbTbl> tbl) {
+  (void)runtime::CheckedInt16(static_cast<std::int64_t>(tables_.size()) + 1);
+  const std::string nom = tbl->Nom();
+  tables_.push_back({std::move(tbl), nom});
+  DbTbl& inscrite = *tables_.back().tbl;
+  inscrite.liste_ = this;
+  if (qualifiees_) qualifiees_->Ajoute(inscrite.Nom(), inscrite.Owner());
+  return inscrite;
+}
+
+DbTbl& DataBase::AddTbl(std::unique_ptr<DbTbl> tbl) {
+  tbl->Db(this);
+  ddl::CreeTable(*this, *tbl);
+  DbTbl& inscrite = Inscrit(std::move(tbl));
+  SauveTblCatalogue(inscrite, nullptr, nullptr, nullptr);
+  return inscrite;
+}
+
+void DataBase::SupTbl(const std::string& nom) {
+  if (!ExisteTbl(nom)) return;
+  const std::int16_t indice = IndiceTbl(nom);
+  const bool listee = indice >= 0 && static_cast<std::size_t>(indice) < tables_.size();
+  ddl::SupprimeTable(*this, nom, listee ? tables_[static_cast<std::size_t>(indice)].tbl.get() : nullptr);
+  Catalogue().Refresh();
+  if (listee) {
+    tables_.erase(tables_.begin() + indice);
+    NomsChanges();
+  }
+  const std::string cle = runtime::UpperCase(runtime::Trim(nom));
+  const auto nettoie = [&](const std::string& catalogue, const std::string& colonne) {
+    // The dropped table may be this catalog table itself, and a database may have none.
+    if (ExisteTbl(catalogue)) ExecuteSQL("DELETE * FROM [" + catalogue + "] WHERE [" + colonne + "]='" + cle + "'");
+  };
+  nettoie(kTblKorv, "NOM");
+  nettoie(kFldKorv, "TABLE");
+  nettoie(kIdxKorv, "TABLE");
+}
+
+}  // namespace tamlo::db

@@ -1,0 +1,88 @@
+#include "db/DataBase.h"
+#include "db/Environnement.h"
+#include "db/sql/FormateSSQL.h"
+#include "runtime/Conversions.h"
+
+namespace tamlo::db {
+
+ado::Recordset DataBase::OpenRecordSet(const std::string& sql, std::int16_t option) {
+  std::string texte = sql;
+  ado::Recordset rs;
+  FormateSSQL(texte);
+  switch (option) {
+    case 0:
+      rs.Open(texte, connexion_.get(), ado::adOpenForwardOnly, ado::adLockUnspecified, ado::adOptionUnspecified);
+      break;
+    case 1:
+      rs.Open(texte, connexion_.get(), ado::adOpenKeyset, ado::adLockOptimistic, ado::adCmdTableDirect);
+      break;
+    case 2:
+      rs.Open(texte, connexion_.get(), ado::adOpenDynamic, ado::adLockOptimistic, ado::adOptionUnspecified);
+      break;
+    case 3:
+      rs.Open(texte, connexion_.get(), ado::adOpenStatic, ado::adLockUnspecified, ado::adOptionUnspecified);
+      break;
+    default:
+      break;
+  }
+  return rs;
+}
+
+void DataBase::ExecuteSQL(const std::string& sql) {
+  std::string texte = sql;
+  FormateSSQL(texte);
+  ado::Connection& connexion = Connexion();
+  connexion.CommandTimeout(0);
+  connexion.Execute(texte, ado::adExecuteNoRecords);
+  if (texte.find(" INTO ") != std::string::npos && texte.find("SELECT ") != std::string::npos) Catalogue().Refresh();
+}
+
+void DataBase::BeginTrans() {
+  if (typ_ != TypSqlServer) Connexion().BeginTrans();
+}
+
+void DataBase::CommitTrans() {
+  if (typ_ != TypSqlServer) Connexion().CommitTrans();
+}
+
+void DataBase::RollBack() {
+  if (typ_ != TypSqlServer) Connexion().RollbackTrans();
+}
+
+std::int32_t DataBase::GetCptSuiv(const std::string& table, const std::string& champ) {
+  ado::Recordset rs = OpenRecordSet("SELECT Max([" + champ + "]) FROM " + table, 0);
+  const ado::Variant plusGrand = rs.Fields(0).Value();
+  const std::int32_t suivant = plusGrand.IsNull() ? 1 : runtime::RoundToInt32(runtime::ToDouble(plusGrand) + 1);
+  rs.Close();
+  return suivant;
+}
+
+bool DataBase::PrivilegeOK(const std::string& privilege) {
+  if (typ_ != TypOracle) return true;
+  const std::string compte = EnvironnementCourant().nomUtlConnecte();
+  const auto auMoinsUne = [&](const std::string& sql) {
+    ado::Recordset rs = OpenRecordSet(sql, 0);
+    const bool trouve = !rs.Eof();
+    rs.Close();
+    return trouve;
+  };
+  return auMoinsUne("SELECT * FROM ROLE_SYS_PRIVS,USER_ROLE_PRIVS WHERE ROLE = GRANTED_ROLE AND USERNAME = '" + compte +
+                    "' AND PRIVILEGE='" + privilege + "'") ||
+         auMoinsUne("SELECT * FROM USER_SYS_PRIVS WHERE USERNAME = '" + compte + "' AND PRIVILEGE='" + privilege + "'");
+}
+
+void DataBase::FormateSSQL(std::string& sql) const {
+  if (typ_ != TypOracle) {
+    sql::FormateSSQL(sql, typ_, fmtDate_, nullptr);
+    return;
+  }
+  if (!qualifiees_) {
+    qualifiees_ = std::make_unique<sql::TablesQualifiees>();
+    for (const EntreeTbl& entree : tables_) qualifiees_->Ajoute(entree.tbl->Nom(), entree.tbl->Owner());
+  }
+  sql::FormateSSQL(sql, typ_, fmtDate_, qualifiees_.get());
+}
+
+void DataBase::NomsChanges() noexcept { qualifiees_.reset(); }
+
+}  // namespace tamlo::db

@@ -1,0 +1,65 @@
+#include "db/DbIdx.h"
+
+#include "db/DataBase.h"
+#include "db/DbTbl.h"
+#include "db/DbUtil.h"
+#include "runtime/Conversions.h"
+#include "runtime/Error.h"
+#include "runtime/Text.h"
+
+namespace tamlo::db {
+
+void DbIdx::Init(const ado::Index& index, DbTbl* table) {
+  const bool mySql = table != nullptr && table->Db() != nullptr && table->Db()->Kind16() == TypMySql;
+  if (mySql) {
+    Init(index, table, LitClesMySql(*table->Db(), table->Nom()));
+    return;
+  }
+  Decrit(index, table);
+}
+
+void DbIdx::Init(const ado::Index& index, DbTbl* table, const std::vector<CleMySql>& cles) {
+  Decrit(index, table);
+  primary_ = nom_ == "PRIMARY";
+  std::vector<Champ> champs;
+  for (const CleMySql& cle : cles) {
+    if (cle.index == nom_) champs.push_back({cle.champ, ado::adSortAscending});
+  }
+  // The server knows a primary key as PRIMARY alone: one that was made under another name keeps the described fields.
+  if (!champs.empty()) champs_ = std::move(champs);
+}
+
+void DbIdx::Decrit(const ado::Index& index, DbTbl* table) {
+  table_ = table;
+  nom_ = runtime::UpperCase(index.name);
+  primary_ = index.primaryKey && index.unique;
+  unique_ = index.unique;
+  champs_.clear();
+  champs_.reserve(static_cast<std::size_t>(runtime::CheckedInt16(static_cast<std::int64_t>(index.columns.size()))));
+  for (const ado::Column& colonne : index.columns) {
+    champs_.push_back({runtime::LowerCase(colonne.name), colonne.sortOrder});
+  }
+}
+
+std::int16_t DbIdx::NbFld() const { return runtime::CheckedInt16(static_cast<std::int64_t>(champs_.size())); }
+
+const std::string& DbIdx::NomFld(std::int16_t i) const { return ChampA(i).nom; }
+
+std::int16_t DbIdx::SensFld(std::int16_t i) const { return ChampA(i).sens; }
+
+std::string DbIdx::SFld() const {
+  std::string texte;
+  for (const Champ& champ : champs_) {
+    if (&champ != &champs_.front()) texte += ';';
+    if (champ.sens == ado::adSortDescending) texte += '-';
+    texte += champ.nom;
+  }
+  return texte;
+}
+
+const DbIdx::Champ& DbIdx::ChampA(std::int16_t i) const {
+  if (i < 0 || static_cast<std::size_t>(i) >= champs_.size()) throw runtime::Error(runtime::kSubscriptOutOfRange);
+  return champs_[static_cast<std::size_t>(i)];
+}
+
+}  // namespace tamlo::db

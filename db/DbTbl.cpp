@@ -1,0 +1,122 @@
+#include "db/DbTbl.h"
+
+#include <algorithm>
+
+#include "db/DataBase.h"
+#include "db/DbUtil.h"
+#include "db/Environnement.h"
+#include "runtime/Conversions.h"
+#include "runtime/Error.h"
+#include "runtime/Text.h"
+
+namespace tamlo::db {
+
+namespace {
+
+/// The lookup that fields and indexes share: a number is the position itself, unchecked; else the last position found, else the first of
+/// that name.
+template <typename Element>
+std::int16_t Position(const std::vector<std::unique_ptr<Element>>& liste, const std::string& cle, bool majuscules,
+                      std::int16_t& dernier) {
+  if (runtime::IsNumeric(cle)) return runtime::ToInt16(cle);
+  const std::string_view coupe = runtime::Trim(cle);
+  const std::string nom = majuscules ? runtime::UpperCase(coupe) : runtime::LowerCase(coupe);
+  const auto connu = static_cast<std::size_t>(dernier);
+  if (connu < liste.size() && liste[connu]->Nom() == nom) return dernier;
+  for (std::size_t i = 0; i < liste.size(); ++i) {
+    if (liste[i]->Nom() == nom) return dernier = static_cast<std::int16_t>(i);
+  }
+  return -1;
+}
+
+template <typename Element>
+Element& ElementA(const std::vector<std::unique_ptr<Element>>& liste, std::int16_t position) {
+  if (position < 0 || static_cast<std::size_t>(position) >= liste.size())
+    throw runtime::Error(runtime::kSubscriptOutOfRange);
+  return *liste[static_cast<std::size_t>(position)];
+}
+
+/// Relations that the movement flag follows: both sides 0, or 0 on one side and 2 or 3 on the other.
+bool PropageMvt(std::int32_t typ, std::int32_t typInv) {
+  if (typ == 0) return typInv == 0 || typInv == 2 || typInv == 3;
+  return typInv == 0 && (typ == 2 || typ == 3);
+}
+
+}  // namespace
+
+std::int16_t DbTbl::PosFld(const std::string& cle) const { return Position(champs_, cle, false, dernierFld_); }
+std::int16_t DbTbl::PosIdx(const std::string& cle) const { return Position(index_, cle, true, dernierIdx_); }
+
+DbFld& DbTbl::ListeFld(const std::string& cle) { return ElementA(champs_, PosFld(cle)); }
+DbIdx& DbTbl::ListeIdx(const std::string& cle) { return ElementA(index_, PosIdx(cle)); }
+
+bool DbTbl::ExisteFld(const std::string& nom) const { return PosFld(nom) != -1; }
+
+bool DbTbl::ExisteIdx(const std::string& nom) const {
+  const bool oracle = db_ != nullptr && db_->Kind16() == TypOracle;
+  return PosIdx(oracle ? nom_ + "_" + nom : nom) != -1;
+}
+
+bool DbTbl::ExisteCpt() const noexcept {
+  return std::any_of(champs_.begin(), champs_.end(), [](const auto& champ) { return champ->EstCpt(); });
+}
+
+bool DbTbl::ExisteIdxSurFld(const std::string& champ) const {
+  const std::string nom = runtime::LowerCase(champ);
+  for (const auto& index : index_) {
+    for (std::int16_t i = 0; i < index->NbFld(); ++i) {
+      if (index->NomFld(i) == nom) return true;
+    }
+  }
+  return false;
+}
+
+void DbTbl::Nom(const std::string& nom) {
+  nom_ = runtime::UpperCase(runtime::Trim(nom));
+  if (liste_ != nullptr) liste_->NomsChanges();
+}
+
+void DbTbl::Owner(const std::string& owner) {
+  owner_ = owner;
+  if (liste_ != nullptr) liste_->NomsChanges();
+}
+
+bool DbTbl::EstTableCatalogue() const noexcept { return EstTableDuCatalogue(nom_); }
+
+DataBase& DbTbl::DbRequis() const {
+  if (db_ == nullptr) throw runtime::Error(runtime::kObjectNotSet);
+  return *db_;
+}
+
+bool DbTbl::PrivilegeOK(const std::string& privilege) {
+  DataBase& db = DbRequis();
+  if (db.Kind16() != TypOracle) return true;
+  const std::string utilisateur = EnvironnementCourant().nomUtlConnecte();
+  if (owner_ == utilisateur) return true;
+  if (db.PrivilegeOK(privilege + " ANY TABLE")) return true;
+  ado::Recordset rs = db.OpenRecordSet("SELECT * FROM ALL_TAB_PRIVS,USER_ROLE_PRIVS WHERE GRANTEE = GRANTED_ROLE (+)"
+                                       " AND (GRANTEE = '" + utilisateur + "' OR USERNAME = '" + utilisateur + "')"
+                                       " AND TABLE_SCHEMA='" + owner_ + "' AND TABLE_NAME='" + nom_ + "'"
+                                       " AND PRIVILEGE='" + privilege + "'", 0);
+  const bool ok = !rs.Eof();
+  rs.Close();
+  return ok;
+}
+
+void DbTbl::AvecMvt(bool avecMvt) {
+  if (avecMvt == avecMvt_) return;
+  avecMvt_ = avecMvt;
+  if (db_ == nullptr) return;
+  db_->ExecuteSQL("UPDATE [$TBLKORV$] SET [MVT]=" + std::string(avecMvt ? "-1" : "0") + " WHERE [NOM]='" + nom_ + "'");
+  for (std::int16_t i = 0; i < db_->NbRlt(); ++i) {
+    const DbRlt& relation = db_->ListeRlt(i);
+    if (!PropageMvt(relation.Typ(), relation.TypInv())) continue;
+    const std::string source = db_->TblReel(relation.AliasSrc());
+    const std::string cible = db_->TblReel(relation.AliasCbl());
+    if (source != nom_ && cible != nom_) continue;
+    const std::string& autre = source == nom_ ? cible : source;
+    if (db_->ExisteTbl(autre)) db_->ListeTbl(autre).AvecMvt(avecMvt);
+  }
+}
+
+}  // namespace tamlo::db

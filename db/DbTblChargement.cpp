@@ -1,0 +1,165 @@
+#include "ado/Types.h"
+#include "db/DataBase.h"
+#include "db/DbTbl.h"
+#include "db/DbUtil.h"
+#include "runtime/Conversions.h"
+#include "runtime/Error.h"
+#include "runtime/Text.h"
+
+namespace tamlo::db {
+
+namespace {
+
+struct TypeLongueur {
+  std::int16_t typ;
+  double lg;
+};
+
+/// What a backend's column is to the layer: Oracle and MySQL have one exact numeric for several of our types.
+TypeLongueur TypeDeColonne(std::int16_t kind, std::int16_t typ, double lg, std::int16_t precision, std::int16_t echelle) {
+  if (typ != ado::adNumeric) return {typ, lg};
+  if (kind == TypOracle) {
+    switch (precision) {
+      case 1:
+        return {ado::adBoolean, lg};
+      case 3:
+        return {ado::adUnsignedTinyInt, lg};
+      case 5:
+        return {ado::adSmallInt, lg};
+      case 10:
+        return {ado::adInteger, lg};
+      default:
+        return {typ, lg};
+    }
+  }
+  if (kind == TypMySql) {
+    if (precision == 1) return {ado::adBoolean, lg};
+    constexpr double kLgDouble = 8;
+    constexpr double kLgDecimal15 = 15;
+    return {ado::adDouble, precision == 15 && echelle == 0 ? kLgDecimal15 : kLgDouble};
+  }
+  return {typ, lg};
+}
+
+}  // namespace
+
+void DbTbl::Init(DataBase& db, ado::Table& table, bool avecMvt, ado::Recordset* rsFld, ado::Recordset* rsIdx,
+                 const std::string& owner) {
+  db_ = &db;
+  Nom(table.Name());
+  Owner(owner);
+  if (rsFld != nullptr) {
+    ChargeFldCatalogue(table, *rsFld);
+  } else if (!ChargeFldTable()) {
+    return;
+  }
+  avecMvt_ = avecMvt;
+  if (rsIdx != nullptr) {
+    ChargeIdxCatalogue(*rsIdx);
+  } else {
+    ChargeIdxTable(table);
+  }
+}
+
+bool DbTbl::ChargeFldTable() {
+  const std::int16_t kind = db_->Kind16();
+  const bool avecTop = kind == TypJet || kind == TypSqlServer;
+  ado::Recordset rs;
+  const auto refus = runtime::IgnoringErrors(
+      [&] { rs = db_->OpenRecordSet((avecTop ? "SELECT TOP 1 * FROM [" : "SELECT * FROM [") + nom_ + "]", 0); });
+  if (refus) return false;
+  const std::int16_t nombre = runtime::CheckedInt16(static_cast<std::int64_t>(rs.FieldCount()));
+  champs_.clear();
+  for (std::int16_t i = 0; i < nombre; ++i) {
+    const ado::Field& champ = rs.Fields(static_cast<std::size_t>(i));
+    const auto [typ, lg] = TypeDeColonne(kind, champ.Type(), static_cast<double>(champ.DefinedSize()),
+                                         champ.Precision(), champ.NumericScale());
+    bool estCpt = false;
+    if (kind == TypJet && champ.Type() == ado::adInteger) {
+      runtime::IgnoringErrors([&] { estCpt = runtime::ToBoolean(champ.Property("IsAutoIncrement")); });
+    }
+    AjouteChampCharge(champ.Name(), typ, lg, estCpt, i);
+  }
+  runtime::IgnoringErrors([&] { rs.Close(); });
+  return true;
+}
+
+void DbTbl::AjouteChampCharge(const std::string& nom, std::int16_t typ, double lg, bool estCpt, std::int16_t no) {
+  champs_.push_back(std::make_unique<DbFld>());
+  // A length beyond 16 bits leaves a field without a length.
+  runtime::IgnoringErrors([&] { champs_.back()->Init(nom, typ, lg, estCpt, this, no, false, "", ""); });
+}
+
+void DbTbl::ChargeFldCatalogue(ado::Table& table, ado::Recordset& rsFld) {
+  if (!ChercheCle(rsFld, "TBLNO", "TABLE", nom_)) return;
+  const std::int16_t kind = db_->Kind16();
+  const ado::Field& tbl = rsFld.Fields("TABLE");
+  const ado::Field& nom = rsFld.Fields("NOM");
+  const ado::Field& no = rsFld.Fields("NO");
+  for (; !rsFld.Eof() && runtime::UpperCase(TexteCatalogue(tbl.Value())) == nom_; rsFld.MoveNext()) {
+    const std::string champ = TexteCatalogue(nom.Value());
+    const ado::Column& colonne = table.ColumnNamed(champ);
+    const auto [typ, lg] = TypeDeColonne(kind, colonne.type, static_cast<double>(colonne.definedSize),
+                                         colonne.precision, colonne.numericScale);
+    const bool estCpt = kind == TypJet && colonne.type == ado::adInteger && colonne.properties.Has("AutoIncrement") &&
+                        runtime::ToBoolean(colonne.properties.Item("AutoIncrement"));
+    (void)runtime::CheckedInt16(static_cast<std::int64_t>(champs_.size()) + 1);
+    AjouteChampCharge(champ, typ, lg, estCpt, runtime::ToInt16(no.Value()));
+  }
+}
+
+void DbTbl::ChargeIdxTable(ado::Table& table) {
+  CacheCles cles;
+  for (const ado::Index& index : table.Indexes()) AjouteIndexCharge(index, cles);
+}
+
+void DbTbl::ChargeIdxCatalogue(ado::Recordset& rsIdx) {
+  if (!ChercheCle(rsIdx, "TBLNOM", "TABLE", nom_)) return;
+  const ado::Field& tbl = rsIdx.Fields("TABLE");
+  const ado::Field& nom = rsIdx.Fields("NOM");
+  const ado::Field& champs = rsIdx.Fields("CHAMPS");
+  const ado::Field& primaire = rsIdx.Fields("PRIMAIRE");
+  const ado::Field& unique = rsIdx.Fields("UNIQUE");
+  CacheCles cles;
+  for (; !rsIdx.Eof() && runtime::UpperCase(TexteCatalogue(tbl.Value())) == nom_; rsIdx.MoveNext()) {
+    AjouteIndexCharge(LitChampsIdx(TexteCatalogue(nom.Value()), TexteCatalogue(champs.Value()),
+                                   DrapeauCatalogue(primaire.Value()), DrapeauCatalogue(unique.Value())),
+                      cles);
+  }
+}
+
+void DbTbl::AjouteIndexCharge(const ado::Index& index, CacheCles& cles) {
+  (void)runtime::CheckedInt16(static_cast<std::int64_t>(index_.size()) + 1);
+  auto nouvel = std::make_unique<DbIdx>();
+  if (db_->Kind16() == TypMySql) {
+    // One reading of the keys serves all indexes of the table.
+    if (!cles) cles = LitClesMySql(*db_, nom_);
+    nouvel->Init(index, this, *cles);
+  } else {
+    nouvel->Init(index, this);
+  }
+  index_.push_back(std::move(nouvel));
+}
+
+ado::Index DbTbl::LitChampsIdx(const std::string& nom, const std::string& champs, bool primaire, bool unique) const {
+  ado::Index index;
+  index.name = nom;
+  index.primaryKey = primaire;
+  index.unique = unique;
+  index.indexNulls = ado::adIndexNullsIgnore;
+  std::string_view reste = champs;
+  while (!reste.empty()) {
+    std::string_view champ = reste.substr(0, reste.find(';'));
+    reste.remove_prefix(std::min(champ.size() + 1, reste.size()));
+    ado::Column colonne;
+    if (!champ.empty() && (champ.front() == '-' || champ.front() == '+')) {
+      if (champ.front() == '-') colonne.sortOrder = ado::adSortDescending;
+      champ.remove_prefix(1);
+    }
+    colonne.name = champ;
+    index.columns.push_back(std::move(colonne));
+  }
+  return index;
+}
+
+}  // namespace tamlo::db

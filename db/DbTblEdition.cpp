@@ -1,0 +1,93 @@
+#include "db/DataBase.h"
+#include "db/DbTbl.h"
+#include "db/ddl/Generateur.h"
+#include "runtime/Conversions.h"
+#include "runtime/Error.h"
+
+namespace tamlo::db {
+
+void DbTbl::SauveFld(const DbFld& fld, ado::Recordset* rs) {
+  if (EstTableCatalogue()) return;
+  ado::Recordset propre;
+  if (rs == nullptr) {
+    if (!DbRequis().ExisteTbl(kFldKorv)) return;
+    propre = DbRequis().OpenRecordSet("SELECT * FROM [$FLDKORV$]", 2);
+  }
+  ado::Recordset& cible = rs != nullptr ? *rs : propre;
+  cible.AddNew();
+  cible.Fields("TABLE").Value(nom_);
+  cible.Fields("NO").Value(fld.No());
+  cible.Fields("NOM").Value(fld.Nom());
+  cible.Update();
+  if (rs == nullptr) propre.Close();
+}
+
+void DbTbl::SauveIdx(const DbIdx& idx, ado::Recordset* rs) {
+  if (EstTableCatalogue()) return;
+  ado::Recordset propre;
+  if (rs == nullptr) {
+    if (!DbRequis().ExisteTbl(kIdxKorv)) return;
+    propre = DbRequis().OpenRecordSet("SELECT * FROM [$IDXKORV$]", 2);
+  }
+  ado::Recordset& cible = rs != nullptr ? *rs : propre;
+  cible.AddNew();
+  cible.Fields("TABLE").Value(nom_);
+  cible.Fields("NOM").Value(idx.Nom());
+  cible.Fields("CHAMPS").Value(idx.SFld());
+  cible.Fields("PRIMAIRE").Value(idx.Primary());
+  cible.Fields("UNIQUE").Value(idx.Unique());
+  cible.Update();
+  if (rs == nullptr) propre.Close();
+}
+
+void DbTbl::AddFld(const std::string& nom, std::int32_t typ, std::int32_t lg, bool estCpt) {
+  if (db_ != nullptr && PosFld(nom) != -1) return;
+  const std::int16_t position = NbFld();
+  (void)runtime::CheckedInt16(std::int64_t{position} + 1);
+  auto champ = std::make_unique<DbFld>();
+  champ->Init(nom, runtime::CheckedInt16(typ), lg, estCpt, this, position, false, "", "");
+  if (db_ != nullptr) ddl::AjouteColonne(*db_, *this, nom, typ, lg, estCpt);
+  champs_.push_back(std::move(champ));
+  if (db_ != nullptr) SauveFld(*champs_.back(), nullptr);
+}
+
+void DbTbl::SupFld(const std::string& nom) {
+  const std::int16_t position = PosFld(nom);
+  if (position < 0 || position >= NbFld()) return;
+  const auto place = champs_.begin() + position;
+  const std::string champ = (*place)->Nom();
+  if (db_ != nullptr) {
+    const auto refus =
+        runtime::IgnoringErrors([&] { db_->ExecuteSQL("ALTER TABLE [" + nom_ + "] DROP COLUMN [" + champ + "]"); });
+    if (refus) return;
+  }
+  champs_.erase(place);
+  if (db_ == nullptr || !db_->ExisteTbl(kFldKorv)) return;
+  db_->ExecuteSQL("DELETE * FROM [$FLDKORV$] WHERE [TABLE]='" + nom_ + "' AND [NOM]='" + champ + "'");
+  db_->ExecuteSQL("UPDATE [$FLDKORV$] SET [NO]=[NO]-1 WHERE [TABLE]='" + nom_ + "' AND [NO]>" +
+                  std::to_string(position));
+}
+
+void DbTbl::AddIdx(const std::string& nom, const std::string& champs, bool primaire, bool unique) {
+  if (PosIdx(nom) != -1) return;
+  (void)runtime::CheckedInt16(std::int64_t{NbIdx()} + 1);
+  const ado::Index description = LitChampsIdx(nom, champs, primaire, unique);
+  if (db_ != nullptr) ddl::CreeIndex(*db_, *this, description);
+  auto index = std::make_unique<DbIdx>();
+  index->Init(description, this);
+  index_.push_back(std::move(index));
+  if (db_ != nullptr) SauveIdx(*index_.back(), nullptr);
+}
+
+void DbTbl::SupIdx(const std::string& nom) {
+  const std::int16_t position = PosIdx(nom);
+  if (position < 0 || position >= NbIdx()) return;
+  const auto place = index_.begin() + position;
+  const std::string index = (*place)->Nom();
+  if (db_ != nullptr && !ddl::SupprimeIndex(*db_, *this, **place)) return;
+  index_.erase(place);
+  if (db_ == nullptr || !db_->ExisteTbl(kIdxKorv)) return;
+  db_->ExecuteSQL("DELETE * FROM [$IDXKORV$] WHERE [TABLE]='" + nom_ + "' AND [NOM]='" + index + "'");
+}
+
+}  // namespace tamlo::db

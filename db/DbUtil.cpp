@@ -1,0 +1,120 @@
+#include "db/DbUtil.h"
+
+#include <array>
+#include <initializer_list>
+#include <memory>
+
+#include "ado/Types.h"
+#include "db/DataBase.h"
+#include "db/DbTbl.h"
+#include "runtime/Conversions.h"
+#include "runtime/Text.h"
+
+namespace tamlo::db {
+
+namespace {
+
+struct Colonne {
+  const char* nom;
+  std::int16_t typ;
+  std::int32_t lg;
+};
+
+void CreeTableCatalogue(DataBase& db, const char* nom, std::initializer_list<Colonne> colonnes, const char* index,
+                        const char* champs) {
+  auto tbl = std::make_unique<DbTbl>();
+  tbl->Nom(nom);
+  for (const Colonne& colonne : colonnes) tbl->AddFld(colonne.nom, colonne.typ, colonne.lg, false);
+  tbl->AddIdx(index, champs, true, true);
+  db.AddTbl(std::move(tbl));
+}
+
+}  // namespace
+
+void CreeCatTbl(DataBase& db) {
+  CreeTableCatalogue(db, kTblKorv, {{"NOM", ado::adVarWChar, 30}, {"MVT", ado::adBoolean, 1}}, "NOM", "NOM");
+}
+
+void CreeCatFld(DataBase& db) {
+  CreeTableCatalogue(db, kFldKorv,
+                     {{"TABLE", ado::adVarWChar, 30},
+                      {"NO", ado::adSmallInt, 2},
+                      {"NOM", ado::adVarWChar, 30},
+                      {"INI", ado::adVarWChar, 50},
+                      {"FMT", ado::adVarWChar, 15},
+                      {"OBLIGATOIRE", ado::adBoolean, 1}},
+                     "TBLNO", "TABLE;NO");
+}
+
+void CreeCatIdx(DataBase& db) {
+  CreeTableCatalogue(db, kIdxKorv,
+                     {{"TABLE", ado::adVarWChar, 30},
+                      {"NOM", ado::adVarWChar, 30},
+                      {"CHAMPS", ado::adVarWChar, 50},
+                      {"PRIMAIRE", ado::adBoolean, 1},
+                      {"UNIQUE", ado::adBoolean, 1},
+                      {"OBLIGATOIRE", ado::adBoolean, 1}},
+                     "TBLNOM", "TABLE;NOM");
+}
+
+void CreeCatRlt(DataBase& db) {
+  CreeTableCatalogue(db, kRltKorv,
+                     {{"ALIASSRC", ado::adVarWChar, 50},
+                      {"FLDSRC", ado::adVarWChar, 30},
+                      {"ALIASCBL", ado::adVarWChar, 50},
+                      {"FLDCBL", ado::adVarWChar, 30},
+                      {"TYP", ado::adUnsignedTinyInt, 1},
+                      {"TYPINV", ado::adUnsignedTinyInt, 1},
+                      {"OBLIGATOIRE", ado::adBoolean, 1}},
+                     "SRCCBL", "ALIASSRC;ALIASCBL");
+}
+
+bool EstTableDuCatalogue(std::string_view nom) noexcept {
+  return nom == kRltKorv || nom == kIdxKorv || nom == kTblKorv || nom == kFldKorv;
+}
+
+bool ChercheCle(ado::Recordset& rs, const std::string& index, const std::string& champ,
+                const runtime::Variant& valeur) {
+  if (rs.CanSeek()) {
+    rs.Index(index);
+    const std::array<runtime::Variant, 1> cle{valeur};
+    rs.Seek(cle, ado::adSeekFirstEQ);
+    return !rs.Eof();
+  }
+  const std::string texte = runtime::ToText(valeur);
+  const bool estTexte = ado::IsTextType(rs.Fields(champ).Type());
+  const std::string critere = "[" + champ + "]=" + (estTexte ? "'" + texte + "'" : texte);
+  // The tables of a database mostly come in the order of the rows: the wanted row is then the current one, and a
+  // database costs one pass over its catalog instead of one for each table.
+  if (!rs.Eof()) {
+    rs.Find(critere);
+    if (!rs.Eof()) return true;
+  }
+  if (rs.Bof()) return false;
+  rs.MoveFirst();
+  rs.Find(critere);
+  return !rs.Eof();
+}
+
+std::string TexteCatalogue(const runtime::Variant& valeur) {
+  if (valeur.IsNull()) return {};
+  return std::string(runtime::TrimRight(runtime::ToText(valeur)));
+}
+
+bool DrapeauCatalogue(const runtime::Variant& valeur) {
+  return !valeur.IsNull() && runtime::ToBoolean(valeur);
+}
+
+std::vector<CleMySql> LitClesMySql(DataBase& db, const std::string& table) {
+  std::vector<CleMySql> cles;
+  ado::Recordset rs = db.OpenRecordSet("SHOW KEYS FROM `" + table + "`", 0);
+  const ado::Field& index = rs.Fields("Key_name");
+  const ado::Field& champ = rs.Fields("Column_Name");
+  for (; !rs.Eof(); rs.MoveNext()) {
+    cles.push_back({runtime::UpperCase(TexteCatalogue(index.Value())), runtime::LowerCase(TexteCatalogue(champ.Value()))});
+  }
+  rs.Close();
+  return cles;
+}
+
+}  // namespace tamlo::db

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ado/Recordset.h"
+#include "runtime/Variant.h"
+
+namespace tamlo::db {
+
+class DataBase;
+
+/// Create one catalog table each, empty, in the backend and in the table list.
+void CreeCatTbl(DataBase& db);
+void CreeCatFld(DataBase& db);
+void CreeCatIdx(DataBase& db);
+void CreeCatRlt(DataBase& db);
+
+/// True for the names of the four catalog tables, compared exactly.
+[[nodiscard]] bool EstTableDuCatalogue(std::string_view nom) noexcept;
+
+/// The key search: positions rs on the first row whose field equals the value; false, and rs at its end, when there is none.
+/// A Seek on the index where the recordset has it, else a search along the rows, which must be sorted by that field and stand where
+/// the previous search and its reading left them.
+[[nodiscard]] bool ChercheCle(ado::Recordset& rs, const std::string& index, const std::string& champ,
+                              const runtime::Variant& valeur);
+
+/// A value of a catalog row as text without trailing blanks; "" for a null.
+[[nodiscard]] std::string TexteCatalogue(const runtime::Variant& valeur);
+/// A flag of a catalog row; false for a null.
+[[nodiscard]] bool DrapeauCatalogue(const runtime::Variant& valeur);
+
+/// One field of a MySQL key: the key's name in upper case, the column's in lower case.
+struct CleMySql {
+  std::string index;
+  std::string champ;
+};
+/// All keys of a MySQL table in the server's order, by "SHOW KEYS". Its errors go to the caller.
+[[nodiscard]] std::vector<CleMySql> LitClesMySql(DataBase& db, const std::string& table);
+
+}  // namespace tamlo::db
