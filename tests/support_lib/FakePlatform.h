@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -173,6 +174,9 @@ struct ShownMessage {
   std::int16_t buttons = 0;
   std::string title;
   friend bool operator==(const ShownMessage&, const ShownMessage&) = default;
+  friend std::ostream& operator<<(std::ostream& out, const ShownMessage& message) {
+    return out << '"' << message.title << "\" " << message.buttons << " \"" << message.text << '"';
+  }
 };
 
 /// A platform without a screen, in force for as long as it lives.

@@ -1,0 +1,101 @@
+#include "app/Processus.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "app/Demarrage.h"
+#include "runtime/Error.h"
+#include "tests/support_lib/TemporaryFolder.h"
+
+namespace tamlo::app {
+namespace {
+
+std::vector<std::string> SplitAgain(const std::vector<std::string>& arguments) {
+  LigneCommande(JointArguments(arguments));
+  LitParametres();
+  std::vector<std::string> parameters;
+  for (std::int16_t i = 1; i <= NbParametres(); ++i) parameters.push_back(Parametres(i));
+  return parameters;
+}
+
+using Texts = std::vector<std::string>;
+
+TEST(JointArguments, ArgumentsComeOutOfTheSplittingAsTheyWentIn) {
+  for (const Texts& arguments :
+       {Texts{"VOLUMES", "4", "12", "DUPONT", "3"}, Texts{"C:\\Mes bases\\V.MDB", "0", "1", "JEAN PAUL", "2"},
+        Texts{"", "", "a", ""}, Texts{" a ", "  ", "b\tc", "d'e"}, Texts{"é", "à ç"}, Texts{}}) {
+    EXPECT_EQ(SplitAgain(arguments), arguments);
+  }
+}
+
+TEST(JointArguments, ADoubleQuoteIsDroppedAndLeavesTheOthersWhole) {
+  EXPECT_EQ(SplitAgain({"a\"b", "c\" d", "\"", "e f"}), (Texts{"ab", "c d", "", "e f"}));
+}
+
+/// The memory of an argument list as a program gets it.
+class ArgumentList {
+ public:
+  explicit ArgumentList(Texts texts) : texts_(std::move(texts)) {
+    for (std::string& text : texts_) pointers_.push_back(text.data());
+    pointers_.push_back(nullptr);
+  }
+  int Count() const { return static_cast<int>(texts_.size()); }
+  char** Pointers() { return pointers_.data(); }
+  const Texts& Memory() const { return texts_; }
+
+ private:
+  Texts texts_;
+  std::vector<char*> pointers_;
+};
+
+TEST(LitLigneCommande, ReadsThePasswordsAndBlanksThemInTheList) {
+  ArgumentList list({"/usr/bin/tamlo", "VOLUMES", "4", "12", "DUPONT", "3", "secret", "ADMIN", "codé"});
+  EXPECT_EQ(LitLigneCommande(list.Count(), list.Pointers()), "VOLUMES 4 12 DUPONT 3 secret ADMIN codé");
+  EXPECT_EQ(list.Memory(), (Texts{"/usr/bin/tamlo", "VOLUMES", "4", "12", "DUPONT", "3", std::string(6, '\0'), "ADMIN",
+                                  std::string(5, '\0')}));
+}
+
+TEST(LitLigneCommande, AlsoOfARunThatEndsWithTheUsageBox) {
+  ArgumentList list({"tamlo", "1", "2", "3", "4", "5", "six", "7", "huit", "9"});
+  EXPECT_EQ(LitLigneCommande(list.Count(), list.Pointers()), "1 2 3 4 5 six 7 huit 9");
+  EXPECT_EQ(list.Memory()[6], std::string(3, '\0'));
+  EXPECT_EQ(list.Memory()[8], std::string(4, '\0'));
+}
+
+TEST(LitLigneCommande, WithoutArgumentsIsEmpty) {
+  ArgumentList list({"tamlo"});
+  EXPECT_EQ(LitLigneCommande(list.Count(), list.Pointers()), "");
+  EXPECT_EQ(LitLigneCommande(0, list.Pointers()), "");
+}
+
+TEST(DossierDuProgramme, IsWhereTheProgramFileLies) {
+  const std::filesystem::path folder = DossierDuProgramme();
+  EXPECT_TRUE(folder.is_absolute());
+  EXPECT_TRUE(std::filesystem::exists(folder / "app_test"));
+}
+
+TEST(ChangeDossierCourant, MakesTheFolderCurrent) {
+  const auto before = std::filesystem::current_path();
+  {
+    const tests::TemporaryFolder folder;
+    ChangeDossierCourant(folder.Path().string());
+    EXPECT_TRUE(std::filesystem::equivalent(std::filesystem::current_path(), folder.Path()));
+    ChangeDossierCourant(before.string());
+  }
+  EXPECT_EQ(std::filesystem::current_path(), before);
+}
+
+TEST(ChangeDossierCourant, AFolderThatIsNotThereIsError76) {
+  const tests::TemporaryFolder folder;
+  try {
+    ChangeDossierCourant(folder.File("absent"));
+    FAIL() << "no error";
+  } catch (const runtime::Error& error) {
+    EXPECT_EQ(error.Number(), 76);
+    EXPECT_EQ(error.Description(), "Chemin d'accès introuvable");
+  }
+}
+
+}  // namespace
+}  // namespace tamlo::app
