@@ -1,0 +1,250 @@
+#include "jet/TextOrder.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <span>
+#include <vector>
+
+#include "jet/Text.h"
+#include "jet/TextOrderTable.h"
+
+namespace jet {
+namespace {
+
+using textorder::Kind;
+
+/// The codes of one unit.
+struct Code {
+  Kind kind = Kind::kIgnored;
+  std::uint8_t inlineLength = 0;
+  std::uint8_t extraLength = 0;
+  std::uint8_t flag = 0;
+  std::uint8_t mark = 0;  ///< code of an unprintable, weight of a modifier
+  std::array<std::uint8_t, 4> inlineBytes{};
+  std::array<std::uint8_t, 2> extra{};
+};
+
+Code Unpack(std::uint16_t unit) {
+  const auto next = std::upper_bound(textorder::kRuns.begin(), textorder::kRuns.end(), unit,
+                                     [](std::uint16_t u, const textorder::Run& run) { return u < run.first; });
+  const textorder::Run& run = *(next - 1);  // the first run begins at 0
+  const textorder::Shape& shape = textorder::kShapes[run.shape & 0x3FFF];
+  const unsigned step = run.shape >> 14;
+  const unsigned value = run.value + (step == 0 ? 0u : static_cast<unsigned>(unit - run.first) / step);
+
+  Code code;
+  code.kind = shape.kind;
+  code.extraLength = shape.extraLength;
+  code.extra = shape.extra;
+  code.flag = shape.flag;
+  const auto two = [&code](unsigned high, unsigned low) {
+    code.inlineLength = 2;
+    code.inlineBytes[0] = static_cast<std::uint8_t>(high);
+    code.inlineBytes[1] = static_cast<std::uint8_t>(low);
+  };
+  if (shape.kind != Kind::kPlain) {
+    code.mark = static_cast<std::uint8_t>(value);
+  } else if (shape.inlineKind == 1) {
+    code.inlineLength = 1;
+    code.inlineBytes[0] = static_cast<std::uint8_t>(value);
+  } else if (shape.inlineKind == 2) {
+    two(value / 254, value % 254 + 2);
+  } else if (shape.inlineKind == 3) {
+    two(value >> 8, value & 0xFF);
+  } else if (shape.inlineKind == 4) {
+    code.inlineLength = textorder::kLongCodes[value].length;
+    code.inlineBytes = textorder::kLongCodes[value].bytes;
+  }
+  return code;
+}
+
+/// Codes of the units that most texts consist of, unpacked once; the others are looked up in the runs.
+constexpr std::size_t kUnpackedUnits = 0x180;
+
+const std::array<Code, kUnpackedUnits>& UnpackedCodes() {
+  static const std::array<Code, kUnpackedUnits> codes = [] {
+    std::array<Code, kUnpackedUnits> all;
+    for (std::size_t unit = 0; unit < all.size(); ++unit) all[unit] = Unpack(static_cast<std::uint16_t>(unit));
+    return all;
+  }();
+  return codes;
+}
+
+/// Puts the key of one text together. A text runs through it unit by unit; what is rare goes to side lists that follow the inline bytes.
+class Composer {
+ public:
+  explicit Composer(Bytes& key) : key_(key) {}
+
+  void Add(const Code& code) {
+    const std::size_t here = seen_;
+    if (code.inlineLength != 0) {
+      for (std::size_t i = 0; i < code.inlineLength; ++i) Put(code.inlineBytes[i]);
+      ++seen_;
+    }
+    if (code.kind == Kind::kPlain) {
+      if (code.extraLength != 0) AddWeights(code, here);
+      if (code.flag != 0) flags_.push_back(code.flag);
+    } else if (code.kind == Kind::kModifier) {
+      AddModifier(code.mark, here);
+    } else if (code.kind == Kind::kUnprintable) {
+      AddSpecial(code.mark, here);
+    }
+  }
+
+  /// Everything after the inline bytes, without the 00 that ends the key.
+  void Finish() {
+    Put(0x01);
+    while (!weights_.empty() && weights_.back() <= 0x02) weights_.pop_back();
+    for (const std::uint8_t weight : weights_) Put(weight);
+    if (flags_.empty() && specials_.empty()) return;
+    Put(0x01);
+    Put(0x01);
+    const bool hasFlags = !flags_.empty();
+    if (hasFlags) PutFlags();
+    if (specials_.empty()) return;
+    if (hasFlags) Put(0xFF);
+    Put(0x01);
+    for (const std::uint8_t byte : specials_) Put(byte);
+  }
+
+ private:
+  void Put(std::uint8_t byte) { key_.push_back(static_cast<std::byte>(byte)); }
+
+  void PadWeights(std::size_t here) {
+    hasWeights_ = true;
+    for (; covered_ < here; ++covered_) weights_.push_back(0x02);
+  }
+
+  void AddWeights(const Code& code, std::size_t here) {
+    PadWeights(here);
+    weights_.insert(weights_.end(), code.extra.begin(), code.extra.begin() + code.extraLength);
+    ++covered_;
+  }
+
+  void AddModifier(std::uint8_t weight, std::size_t here) {
+    PadWeights(here);
+    if (weights_.empty()) {
+      weights_.push_back(weight);
+      lead_ = 1;
+    } else {
+      weights_.back() = static_cast<std::uint8_t>(weights_.back() + weight);
+    }
+  }
+
+  void AddSpecial(std::uint8_t code, std::size_t here) {
+    // Unsigned arithmetic may pass through values below zero on the way; the sum never stays there.
+    const std::size_t position = hasWeights_ ? weights_.size() + here - covered_ - lead_ : here;
+    const std::size_t stored = 0x8000 | (7 + 4 * position);
+    specials_.insert(specials_.end(), {static_cast<std::uint8_t>(stored >> 8), static_cast<std::uint8_t>(stored), 0x06, code});
+  }
+
+  void PutFlags() {
+    while (!flags_.empty() && flags_.back() == 3) flags_.pop_back();
+    for (std::size_t i = 0; i < flags_.size(); i += 3) {
+      unsigned packed = 0x80;
+      for (std::size_t k = 0; k < 3 && i + k < flags_.size(); ++k) packed |= static_cast<unsigned>(flags_[i + k]) << (4 - 2 * k);
+      Put(static_cast<std::uint8_t>(packed));
+    }
+    for (const unsigned byte : {0xFFu, 0x02u, 0x80u, 0xFFu, 0x80u}) Put(static_cast<std::uint8_t>(byte));
+  }
+
+  Bytes& key_;
+  std::size_t seen_ = 0;     ///< units so far that had inline bytes
+  std::size_t covered_ = 0;  ///< units that the weights account for
+  std::size_t lead_ = 0;     ///< 1 when the first weight belongs to no unit
+  bool hasWeights_ = false;
+  std::vector<std::uint8_t> weights_;
+  std::vector<std::uint8_t> flags_;
+  std::vector<std::uint8_t> specials_;
+};
+
+void AppendBody(std::u16string_view text, Bytes& key) {
+  const std::array<Code, kUnpackedUnits>& unpacked = UnpackedCodes();
+  Composer composer(key);
+  for (const char16_t unit : text) composer.Add(unit < kUnpackedUnits ? unpacked[unit] : Unpack(unit));
+  composer.Finish();
+}
+
+std::u16string_view WithoutBlanksAtTheEnd(std::u16string_view text) {
+  const std::size_t last = text.find_last_not_of(u' ');
+  return text.substr(0, last == text.npos ? 0 : last + 1);
+}
+
+/// The first units of a text, at most as many as the buffer holds.
+std::u16string_view ToUnits(std::string_view text, std::span<char16_t> buffer) {
+  std::size_t count = 0;
+  for (std::size_t at = 0; at < text.size() && count < buffer.size();) {
+    const auto lead = static_cast<unsigned char>(text[at]);
+    if (lead < 0x80) {
+      buffer[count++] = lead;
+      ++at;
+      continue;
+    }
+    const char32_t character = NextCharacter(text, at);
+    if (character < 0x10000) {
+      buffer[count++] = static_cast<char16_t>(character);
+    } else {
+      buffer[count++] = static_cast<char16_t>(0xD7C0 + (character >> 10));
+      if (count < buffer.size()) buffer[count++] = static_cast<char16_t>(0xDC00 | (character & 0x3FF));
+    }
+  }
+  return {buffer.data(), count};
+}
+
+/// The key without its flag and its last byte, over the whole text.
+Bytes WholeBody(std::string_view text) {
+  std::vector<char16_t> units(text.size());
+  Bytes body;
+  AppendBody(WithoutBlanksAtTheEnd(ToUnits(text, units)), body);
+  return body;
+}
+
+/// Place where the texts begin to differ in more than the case of ASCII letters.
+std::size_t CommonAscii(std::string_view left, std::string_view right) {
+  const std::size_t size = std::min(left.size(), right.size());
+  const auto fold = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
+  std::size_t i = 0;
+  while (i < size && fold(left[i]) == fold(right[i])) ++i;
+  return i;
+}
+
+/// True for ASCII letters and digits: one inline byte and nothing else.
+bool IsPlainAscii(char c) { return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
+
+}  // namespace
+
+void AppendTextKey(std::u16string_view text, bool descending, Bytes& key) {
+  text = WithoutBlanksAtTheEnd(text.substr(0, kTextKeyUnits));
+  key.push_back(descending ? std::byte{0x80} : std::byte{0x7F});
+  const std::size_t start = key.size();
+  AppendBody(text, key);
+  key.push_back(std::byte{0});
+  if (!descending) return;
+  for (std::size_t i = start; i < key.size(); ++i) key[i] = ~key[i];
+  key.push_back(std::byte{0});
+}
+
+void AppendTextKey(std::string_view text, bool descending, Bytes& key) {
+  std::array<char16_t, kTextKeyUnits> units;
+  AppendTextKey(ToUnits(text, units), descending, key);
+}
+
+int CompareText(std::string_view left, std::string_view right) {
+  const std::size_t common = CommonAscii(left, right);
+  if (common == left.size() && common == right.size()) return 0;
+  // Most texts differ early, in plain characters, with nothing but plain characters before: their inline bytes decide.
+  if (common < left.size() && common < right.size() && IsPlainAscii(left[common]) && IsPlainAscii(right[common]) &&
+      std::all_of(left.begin(), left.begin() + static_cast<std::ptrdiff_t>(common), IsPlainAscii)) {
+    const std::array<Code, kUnpackedUnits>& codes = UnpackedCodes();
+    const auto code = [&codes](char c) { return codes[static_cast<unsigned char>(c)].inlineBytes[0]; };
+    return int{code(left[common])} - int{code(right[common])};
+  }
+  const Bytes leftBody = WholeBody(left);
+  const Bytes rightBody = WholeBody(right);
+  const int order = std::memcmp(leftBody.data(), rightBody.data(), std::min(leftBody.size(), rightBody.size()));
+  if (order != 0) return order;
+  return leftBody.size() < rightBody.size() ? -1 : leftBody.size() > rightBody.size() ? 1 : 0;
+}
+
+}  // namespace jet
