@@ -1,0 +1,70 @@
+#include <algorithm>
+
+#include "db/DataBase.h"
+#include "db/ddl/CopieLignes.h"
+#include "runtime/Error.h"
+#include "support/Support.h"
+
+namespace tamlo::db {
+
+namespace {
+
+/// Shows a message as long as it lives, then the one that stood there before.
+class MessagePassager {
+ public:
+  explicit MessagePassager(const std::string& texte) : avant_(support::LitMessage()) { support::AfficheMessage(texte); }
+  ~MessagePassager() { support::AfficheMessage(avant_); }
+  MessagePassager(const MessagePassager&) = delete;
+  MessagePassager& operator=(const MessagePassager&) = delete;
+
+ private:
+  std::string avant_;
+};
+
+/// A definition with the fields of another one, and its indexes where they are wanted.
+std::unique_ptr<DbTbl> MemeStructure(DbTbl& source, bool avecIndex) {
+  auto copie = std::make_unique<DbTbl>();
+  copie->Nom(source.Nom());
+  for (std::int16_t i = 0; i < source.NbFld(); ++i) {
+    const DbFld& fld = source.ListeFld(std::to_string(i));
+    copie->AddFld(fld.Nom(), fld.Typ(), fld.Lg(), fld.EstCpt());
+  }
+  for (std::int16_t i = 0; avecIndex && i < source.NbIdx(); ++i) {
+    const DbIdx& idx = source.ListeIdx(std::to_string(i));
+    copie->AddIdx(idx.Nom(), idx.SFld(), idx.Primary(), idx.Unique());
+  }
+  return copie;
+}
+
+void RefuseSoiMeme(const DataBase& source, const DataBase& cible, const std::string& nom) {
+  if (&source == &cible) {
+    throw runtime::Error(runtime::kInvalidArgument, "La table " + nom + " ne peut pas être copiée dans sa propre base");
+  }
+}
+
+}  // namespace
+
+CopieBilan DataBase::CopieDonnees(const std::string& nom, DataBase& cible, const CopieOptions& options) {
+  RefuseSoiMeme(*this, cible, nom);
+  const MessagePassager message("Copie de la table " + nom + " dans la base <" + cible.ConnectionString() + ">");
+  if (!cible.ExisteTbl(nom)) TblCopie(nom, cible, true, false);
+  if (typ_ != TypJet || cible.typ_ != TypJet) return ddl::CopieLignes(*this, cible, nom, options);
+
+  // Between two Access files the engine copies by itself.
+  std::string sql = "INSERT INTO [" + nom + "] IN \"" + cible.ConnectionString() + "\" SELECT * FROM [" + nom + "]";
+  FormateSSQL(sql);
+  Connexion().CommandTimeout(0);
+  CopieBilan bilan;
+  bilan.ecrites = std::max<std::int64_t>(0, Connexion().Execute(sql, ado::adExecuteNoRecords));
+  bilan.lues = bilan.ecrites;
+  return bilan;
+}
+
+CopieBilan DataBase::TblCopie(const std::string& nom, DataBase& cible, bool ajoute, bool copie, const CopieOptions& options) {
+  RefuseSoiMeme(*this, cible, nom);
+  // The indexes of an Oracle table are known by names that no other backend gives them.
+  if (ajoute) cible.AddTbl(MemeStructure(ListeTbl(nom), typ_ != TypOracle));
+  return copie ? ddl::CopieLignes(*this, cible, nom, options) : CopieBilan{};
+}
+
+}  // namespace tamlo::db

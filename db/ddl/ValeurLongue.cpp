@@ -1,0 +1,64 @@
+#include "db/ddl/ValeurLongue.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "runtime/Error.h"
+
+namespace tamlo::db::ddl {
+
+namespace {
+
+constexpr std::size_t kMorceau = 64 * 1024;
+constexpr std::int32_t kErreurEntreeSortie = 57;
+
+[[noreturn]] void FichierRefuse() {
+  throw runtime::Error(kErreurEntreeSortie, "Le fichier temporaire d'une valeur longue ne peut pas être écrit ou relu");
+}
+
+void Ecrit(std::FILE* fichier, const std::byte* octets, std::size_t nombre) {
+  if (std::fwrite(octets, 1, nombre, fichier) != nombre) FichierRefuse();
+}
+
+}  // namespace
+
+ValeurLongue ValeurLongue::Lit(const ado::Field& champ) {
+  ValeurLongue valeur;
+  std::vector<std::byte> tete;
+  std::vector<std::byte> morceau(kMorceau);
+  while (const std::size_t lus = champ.ReadChunk(morceau.data(), morceau.size())) {
+    if (valeur.fichier_ == nullptr && tete.size() + lus > kSeuil) {
+      valeur.fichier_.reset(std::tmpfile());
+      if (valeur.fichier_ == nullptr) FichierRefuse();
+      Ecrit(valeur.fichier_.get(), tete.data(), tete.size());
+      tete = {};
+    }
+    if (valeur.fichier_ != nullptr) {
+      Ecrit(valeur.fichier_.get(), morceau.data(), lus);
+    } else {
+      tete.insert(tete.end(), morceau.begin(), morceau.begin() + static_cast<std::ptrdiff_t>(lus));
+    }
+  }
+  if (valeur.fichier_ != nullptr) {
+    if (std::fflush(valeur.fichier_.get()) != 0) FichierRefuse();
+  } else if (tete.empty()) {
+    valeur.courte_ = champ.Value();  // null or empty: the pieces alone do not tell
+  } else if (ado::IsTextType(champ.Type())) {
+    valeur.courte_ = std::string(reinterpret_cast<const char*>(tete.data()), tete.size());
+  } else {
+    valeur.courte_ = std::move(tete);
+  }
+  return valeur;
+}
+
+ado::ChunkSource ValeurLongue::Source() const {
+  std::rewind(fichier_.get());
+  return [fichier = fichier_.get()](std::byte* tampon, std::size_t place) {
+    std::size_t lus = std::fread(tampon, 1, place, fichier);
+    if (lus < place && std::ferror(fichier) != 0) FichierRefuse();
+    return lus;
+  };
+}
+
+}  // namespace tamlo::db::ddl
