@@ -1,0 +1,198 @@
+// Function calls and aggregates.
+#include "jet/sql/Functions.h"
+#include "jet/sql/Literals.h"
+#include "jet/sql/Names.h"
+#include "jet/sql/Translator.h"
+
+namespace jet::sql {
+
+namespace {
+
+bool IsAggregate(const std::string& name) {
+  static const std::set<std::string, std::less<>> kNames = {"COUNT", "SUM", "AVG", "MIN", "MAX", "FIRST", "LAST",
+                                                            "STDEV", "STDEVP", "VAR", "VARP"};
+  return kNames.contains(name);
+}
+
+std::string Unsuffixed(const std::string& upper) {
+  return !upper.empty() && upper.back() == '$' ? upper.substr(0, upper.size() - 1) : upper;
+}
+
+// One letter that tells a function what a number stands for.
+std::string KindLetter(const Expression& e) {
+  switch (e.type.type) {
+    case ColumnType::kDate: return "'d'";
+    case ColumnType::kBoolean: return "'b'";
+    case ColumnType::kText: case ColumnType::kMemo: return "'t'";
+    default: return "'n'";
+  }
+}
+
+}  // namespace
+
+std::vector<Expression> Translator::ParseArguments() {
+  std::vector<Expression> arguments;
+  if (TakeSymbol(")")) return arguments;
+  for (bool first = true; first || TakeSymbol(","); first = false) arguments.push_back(ParseExpression());
+  ExpectSymbol(")");
+  return arguments;
+}
+
+Expression Translator::ParseCall() {
+  const Token name = Take();
+  ExpectSymbol("(");
+  const std::string function = Unsuffixed(name.upper);
+  if (IsAggregate(function)) {
+    if (aggregateDepth_ > 0) throw SyntaxError("aggregate inside an aggregate: " + name.text, name.position);
+    return ParseAggregate(function);
+  }
+  std::vector<Expression> arguments = ParseArguments();
+  bool known = false;
+  Expression special = ParseSpecialCall(name, arguments, known);
+  if (known) return special;
+
+  const FunctionInfo* info = FindFunction(function);
+  if (info == nullptr) throw UnsupportedError("unknown function " + name.text, name.position);
+  const int count = static_cast<int>(arguments.size());
+  if (count < info->least || count > info->most) throw SyntaxError("wrong number of arguments for " + name.text, name.position);
+  Expression made = Made(std::string(info->sqlName) + "(", info->type, {});
+  for (std::size_t i = 0; i < arguments.size(); ++i) {
+    const Expression& argument = arguments[i];
+    made.sql += (i > 0 ? ", " : "") + AsValue(argument);
+    made.aggregate = made.aggregate || argument.aggregate;
+    made.bareColumns.insert(made.bareColumns.end(), argument.bareColumns.begin(), argument.bareColumns.end());
+  }
+  made.sql += ")";
+  if (info->rule == ResultRule::kSameAsFirst && !arguments.empty()) {
+    made.type = arguments[0].type;
+    made.type.autoNumber = false;
+  }
+  if (made.type.type == ColumnType::kText && made.type.size == 0) made.type.size = 255;
+  return made;
+}
+
+Expression Translator::ParseSpecialCall(const Token& name, std::vector<Expression>& arguments, bool& known) {
+  const std::string function = Unsuffixed(name.upper);
+  const auto need = [&](std::size_t least, std::size_t most) {
+    known = true;
+    if (arguments.size() < least || arguments.size() > most) throw SyntaxError("wrong number of arguments for " + name.text, name.position);
+  };
+  if (function == "CVDATE" || function == "CDATE" || function == "DATEVALUE" || function == "TIMEVALUE") {
+    need(1, 1);
+    Expression date = DateFromText(name, arguments[0]);
+    if (function == "DATEVALUE") return Made("jet_datevalue(" + date.sql + ")", ColumnType::kDate, {&date});
+    if (function == "TIMEVALUE") return Made("jet_timevalue(" + date.sql + ")", ColumnType::kDate, {&date});
+    return date;
+  }
+  if (function == "IIF") {
+    need(3, 3);
+    Expression made = Made("(CASE WHEN " + AsCondition(arguments[0]) + " THEN " + AsValue(arguments[1]) + " ELSE " + AsValue(arguments[2]) + " END)",
+                           kNoType, {&arguments[0], &arguments[1], &arguments[2]});
+    made.type = arguments[1].type.type != kNoType ? arguments[1].type : arguments[2].type;
+    if (arguments[2].type.type == ColumnType::kDouble && made.type.type == ColumnType::kLong) made.type = arguments[2].type;
+    made.type.autoNumber = false;
+    return made;
+  }
+  if (function == "SWITCH") {
+    need(2, 100);
+    if (arguments.size() % 2 != 0) throw SyntaxError("SWITCH wants pairs of arguments", name.position);
+    Expression made = Made("(CASE", arguments[1].type.type, {});
+    for (std::size_t i = 0; i < arguments.size(); i += 2) {
+      made.sql += " WHEN " + AsCondition(arguments[i]) + " THEN " + AsValue(arguments[i + 1]);
+      for (const Expression* part : {&arguments[i], &arguments[i + 1]}) {
+        made.aggregate = made.aggregate || part->aggregate;
+        made.bareColumns.insert(made.bareColumns.end(), part->bareColumns.begin(), part->bareColumns.end());
+      }
+    }
+    made.sql += " END)";
+    made.type = arguments[1].type;
+    return made;
+  }
+  if (function == "NZ") {
+    need(1, 2);
+    Expression fallback = arguments.size() == 2 ? arguments[1]
+                          : arguments[0].type.type == ColumnType::kText || arguments[0].type.type == ColumnType::kMemo
+                              ? Made("''", ColumnType::kText, {})
+                              : Made("0", ColumnType::kLong, {});
+    Expression made = Made("COALESCE(" + AsValue(arguments[0]) + ", " + AsValue(fallback) + ")", kNoType, {&arguments[0], &fallback});
+    made.type = arguments[0].type.type != kNoType ? arguments[0].type : fallback.type;
+    made.type.autoNumber = false;
+    return made;
+  }
+  if (function == "ISNULL") {
+    need(1, 1);
+    return MadeCondition("(" + AsValue(arguments[0]) + " IS NULL)", {&arguments[0]});
+  }
+  if (function == "ISDATE" || function == "ISNUMERIC") {
+    need(1, 1);
+    return MadeCondition("jet_" + LowerCase(function) + "(" + AsValue(arguments[0]) + ", " + KindLetter(arguments[0]) + ")", {&arguments[0]});
+  }
+  if (function == "CBOOL") {
+    need(1, 1);
+    return MadeCondition("(" + AsNumber(arguments[0]) + " <> 0)", {&arguments[0]});
+  }
+  if (function == "FORMAT") {
+    need(1, 2);
+    Expression picture = arguments.size() == 2 ? arguments[1] : Made("''", ColumnType::kText, {});
+    Expression made = Made("jet_format(" + AsValue(arguments[0]) + ", " + AsText(picture) + ", " + KindLetter(arguments[0]) + ")", ColumnType::kText,
+                           {&arguments[0], &picture});
+    made.type.size = 255;
+    return made;
+  }
+  if (function == "CSTR") {
+    need(1, 1);
+    Expression made = Made(AsText(arguments[0]), ColumnType::kText, {&arguments[0]});
+    if (made.sql == arguments[0].sql && arguments[0].source >= 0) made.sql = "(+" + made.sql + ")";
+    made.type.size = 255;
+    return made;
+  }
+  // Texts of dates and truth values are made here, where their type is known.
+  static const std::set<std::string, std::less<>> kTextFunctions = {"LEFT", "RIGHT", "MID", "LEN", "UCASE", "LCASE", "TRIM", "LTRIM", "RTRIM", "INSTR", "INSTRREV", "REPLACE",
+                                               "STRREVERSE", "STRCOMP", "ASC", "ASCW", "VAL", "STRCONV"};
+  if (kTextFunctions.contains(function)) {
+    for (Expression& argument : arguments) {
+      if (argument.type.type == ColumnType::kDate || argument.type.type == ColumnType::kBoolean) {
+        Expression text = Made(AsText(argument), ColumnType::kText, {&argument});
+        argument = std::move(text);
+      }
+    }
+  }
+  return {};
+}
+
+Expression Translator::ParseAggregate(const std::string& function) {
+  if (function == "COUNT" && TakeSymbol("*")) {
+    ExpectSymbol(")");
+    Expression made = Made("COUNT(*)", ColumnType::kLong, {});
+    made.aggregate = true;
+    return made;
+  }
+  if (AtWord("DISTINCT")) throw UnsupportedError("DISTINCT inside an aggregate is not part of this language", Peek().position);
+  ++aggregateDepth_;
+  const Expression argument = ParseExpression();
+  --aggregateDepth_;
+  ExpectSymbol(")");
+
+  Expression made;
+  made.aggregate = true;
+  made.type.type = ColumnType::kDouble;
+  const ColumnType type = argument.type.type;
+  if (function == "COUNT") {
+    made.sql = "COUNT(" + AsValue(argument) + ")";
+    made.type.type = ColumnType::kLong;
+  } else if (function == "MIN" || function == "MAX" || function == "FIRST" || function == "LAST") {
+    const bool ordered = function == "MIN" || function == "MAX";
+    made.sql = (ordered ? function : "jet_" + LowerCase(function)) + "(" + (ordered ? Collated(argument) : AsValue(argument)) + ")";
+    made.type = argument.type;
+    made.type.autoNumber = false;
+  } else {
+    made.sql = (function == "SUM" || function == "AVG" ? function : "jet_" + LowerCase(function)) + "(" + AsNumber(argument) + ")";
+    if ((function == "SUM" || function == "AVG") && (type == ColumnType::kCurrency || type == ColumnType::kNumeric)) made.type = argument.type;
+    if (function == "SUM" && (type == ColumnType::kByte || type == ColumnType::kInteger || type == ColumnType::kBoolean)) made.type.type = ColumnType::kLong;
+    if (function == "AVG" && type == ColumnType::kDate) made.type.type = ColumnType::kDate;
+  }
+  made.type.nullable = true;
+  return made;
+}
+
+}  // namespace jet::sql

@@ -1,0 +1,160 @@
+#include "jet/sql/Coercion.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+
+#include "jet/sql/Calendar.h"
+#include "jet/sql/Names.h"
+#include "jet/sql/SessionState.h"
+
+namespace jet::sql {
+
+namespace {
+
+bool IsNumberColumn(ColumnType type) {
+  switch (type) {
+    case ColumnType::kByte: case ColumnType::kInteger: case ColumnType::kLong: case ColumnType::kCurrency:
+    case ColumnType::kSingle: case ColumnType::kDouble: case ColumnType::kNumeric: return true;
+    default: return false;
+  }
+}
+
+std::string_view Trimmed(std::string_view text) {
+  while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
+  while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
+  return text;
+}
+
+std::optional<double> ReadNumber(std::string_view text, char decimalPoint) {
+  std::string plain(Trimmed(text));
+  if (!plain.empty() && plain[0] == '+') plain.erase(0, 1);
+  for (char& c : plain) c = c == decimalPoint ? '.' : c;
+  double number = 0;
+  const auto [end, problem] = std::from_chars(plain.data(), plain.data() + plain.size(), number);
+  if (plain.empty() || problem != std::errc() || end != plain.data() + plain.size() || !std::isfinite(number)) return std::nullopt;
+  return number;
+}
+
+std::string ShortText(double number, char decimalPoint) {
+  char buffer[40];
+  std::snprintf(buffer, sizeof buffer, "%.15g", number);
+  std::string text = buffer;
+  for (char& c : text) c = c == '.' ? decimalPoint : c == 'e' ? 'E' : c;
+  return text;
+}
+
+Value FromText(const std::string& text, const TypeInfo& column, const TextSettings& settings) {
+  const auto mismatch = [&](const char* what) { return Error(ErrorCode::kTypeMismatch, "\"" + text + "\" is not " + what); };
+  if (column.type == ColumnType::kDate) {
+    const std::optional<double> serial = settings.parseDate ? settings.parseDate(text) : ParseDateText(text, DateOrder::kDayFirst);
+    if (!serial) throw mismatch("a date");
+    return Value(Date{*serial});
+  }
+  if (column.type == ColumnType::kNumeric) {
+    std::string plain(Trimmed(text));
+    for (char& c : plain) c = c == settings.decimalPoint ? '.' : c;
+    const std::optional<Numeric> numeric = Numeric::Parse(plain);
+    if (numeric) return Value(*numeric);
+  }
+  if (column.type == ColumnType::kBoolean) {
+    const std::string word = UpperCase(Trimmed(text));
+    if (word == "TRUE" || word == "VRAI" || word == "YES" || word == "OUI") return Value(true);
+    if (word == "FALSE" || word == "FAUX" || word == "NO" || word == "NON") return Value(false);
+    const std::optional<double> number = ReadNumber(text, settings.decimalPoint);
+    if (!number) throw mismatch("a truth value");
+    return Value(*number != 0);
+  }
+  if (column.type == ColumnType::kGuid) {
+    const std::optional<Guid> guid = Guid::Parse(text);
+    if (!guid) throw mismatch("a GUID");
+    return Value(*guid);
+  }
+  const std::optional<double> number = ReadNumber(text, settings.decimalPoint);
+  if (!number) throw mismatch("a number");
+  if (column.type == ColumnType::kCurrency) {
+    // Straight from the digits: the double between would lose some of a large amount.
+    std::string plain(Trimmed(text));
+    for (char& c : plain) c = c == settings.decimalPoint ? '.' : c;
+    if (const std::optional<Numeric> numeric = Numeric::Parse(plain)) return Value(*numeric);
+  }
+  return Value(*number);
+}
+
+Value ToText(const Value& value, const TextSettings& settings) {
+  switch (value.Type()) {
+    case ValueType::kBool: return Value(value.AsBool() ? "-1" : "0");
+    case ValueType::kByte: return Value(std::to_string(value.AsByte()));
+    case ValueType::kInteger: return Value(std::to_string(value.AsInteger()));
+    case ValueType::kLong: return Value(std::to_string(value.AsLong()));
+    case ValueType::kSingle: return Value(ShortText(std::strtod(ShortText(value.AsSingle(), '.').c_str(), nullptr), settings.decimalPoint));
+    case ValueType::kDouble: return Value(ShortText(value.AsDouble(), settings.decimalPoint));
+    case ValueType::kCurrency: return Value(ShortText(static_cast<double>(value.AsCurrency().scaled) / 10000, settings.decimalPoint));
+    case ValueType::kDate: return Value(settings.formatDate ? settings.formatDate(value.AsDate().serial) : GeneralDate(value.AsDate().serial));
+    case ValueType::kGuid: return Value(value.AsGuid().Text());
+    case ValueType::kNumeric: {
+      std::string text = value.AsNumeric().Text();
+      for (char& c : text) c = c == '.' ? settings.decimalPoint : c;
+      return Value(std::move(text));
+    }
+    default: return value;
+  }
+}
+
+}  // namespace
+
+Value Coerced(const Value& value, const TypeInfo& column, const TextSettings& settings) {
+  if (value.IsNull()) return value;
+  const bool toText = column.type == ColumnType::kText || column.type == ColumnType::kMemo;
+  if (toText) return value.Type() == ValueType::kText ? value : ToText(value, settings);
+  if (value.Type() == ValueType::kText) {
+    const bool readable = IsNumberColumn(column.type) || column.type == ColumnType::kDate || column.type == ColumnType::kBoolean || column.type == ColumnType::kGuid;
+    return readable ? FromText(value.AsText(), column, settings) : value;
+  }
+  if (column.type == ColumnType::kDate) {
+    if (value.Type() == ValueType::kDouble) return Value(Date{value.AsDouble()});
+    if (value.Type() == ValueType::kLong) return Value(Date{static_cast<double>(value.AsLong())});
+    if (value.Type() == ValueType::kInteger) return Value(Date{static_cast<double>(value.AsInteger())});
+  }
+  if (IsNumberColumn(column.type)) {
+    if (value.Type() == ValueType::kDate) return Value(value.AsDate().serial);
+    if (value.Type() == ValueType::kBool) return Value(static_cast<std::int32_t>(value.AsBool() ? -1 : 0));
+  }
+  if (column.type == ColumnType::kBoolean) {
+    switch (value.Type()) {
+      case ValueType::kByte: return Value(value.AsByte() != 0);
+      case ValueType::kInteger: return Value(value.AsInteger() != 0);
+      case ValueType::kLong: return Value(value.AsLong() != 0);
+      case ValueType::kDouble: return Value(value.AsDouble() != 0);
+      case ValueType::kSingle: return Value(value.AsSingle() != 0);
+      case ValueType::kCurrency: return Value(value.AsCurrency().scaled != 0);
+      case ValueType::kNumeric: return Value(value.AsNumeric().ToDouble() != 0);
+      default: return value;
+    }
+  }
+  return value;
+}
+
+std::vector<std::pair<std::size_t, Value>> EvaluateDefaults(SessionState& state, const EngineTable& table) {
+  std::vector<std::pair<std::size_t, Value>> defaults;
+  if (table.table == nullptr) return defaults;
+  const std::vector<ColumnDef>& columns = table.table->Columns();
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    std::string text(Trimmed(columns[i].defaultValue));
+    if (!text.empty() && text[0] == '=') text.erase(0, 1);
+    if (text.empty() || columns[i].autoNumber) continue;
+    const std::string word = UpperCase(text);
+    if (word == "YES" || word == "ON" || word == "OUI" || word == "VRAI") text = "True";
+    if (word == "NO" || word == "OFF" || word == "NON" || word == "FAUX") text = "False";
+    try {
+      auto statement = Translate("SELECT " + text, state, state.options.text);
+      const auto query = OpenPlan(state, std::move(std::get<SelectPlan>(statement)));
+      if (query->Next()) defaults.emplace_back(i, Coerced(query->Get(0), table.columns[i].type, state.options.text));
+    } catch (const Error& error) {
+      throw Error(ErrorCode::kUnsupported, "the default " + text + " of " + table.name + "." + columns[i].name + " cannot be evaluated: " + error.what());
+    }
+  }
+  return defaults;
+}
+
+}  // namespace jet::sql

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <utility>
+#include <vector>
+
+#include "jet/sql/Session.h"
+
+namespace jet::sql {
+
+/// The value as the column takes it where the engine's own conversion does not go so far: texts read as dates and numbers under the
+/// settings, dates and numbers written as texts. Error kTypeMismatch for a text that is no date or number.
+[[nodiscard]] Value Coerced(const Value& value, const TypeInfo& column, const TextSettings& settings);
+
+/// The values that a new row takes where none is given: column and value, defaults that are no expression left out. Error kUnsupported,
+/// naming table and column, for a default that cannot be evaluated.
+[[nodiscard]] std::vector<std::pair<std::size_t, Value>> EvaluateDefaults(SessionState& state, const EngineTable& table);
+
+}  // namespace jet::sql

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "jet/Value.h"
+
+namespace jet::sql {
+
+/// The type of an expression about which nothing is known (a Null).
+constexpr ColumnType kNoType{0};
+
+/// What is known of the values of a column or of an expression.
+struct TypeInfo {
+  ColumnType type = kNoType;
+  std::uint32_t size = 0;  ///< characters for text, bytes for binary
+  std::uint8_t precision = 0;
+  std::uint8_t scale = 0;
+  bool autoNumber = false;
+  bool nullable = true;
+};
+
+struct ColumnInfo {
+  std::string name;
+  std::string folded;  ///< FoldName(name)
+  TypeInfo type;
+};
+
+/// A table as a statement sees it: local, of another file, or behind a link. Statements and cursors share it, so that it outlives a
+/// change of the schema that happens meanwhile.
+struct TableInfo {
+  virtual ~TableInfo() = default;
+  std::string name;
+  std::string sqlName;  ///< under which SQLite knows it
+  std::vector<ColumnInfo> columns;
+  bool rereadable = true;  ///< a row can be read again by its identity (not so behind an ODBC link)
+};
+using TablePointer = std::shared_ptr<const TableInfo>;
+
+/// Where the translator learns what names mean.
+class SchemaSource {
+ public:
+  virtual ~SchemaSource() = default;
+  /// The table of that name; null when there is none. file: path of another database, or empty. Errors: kLinkUnreachable and those of opening.
+  [[nodiscard]] virtual TablePointer FindTable(std::string_view name, const std::string& file) = 0;
+  /// The SELECT text of the stored query of that name; nothing when there is none. Errors: kUnsupported for a query that gives no rows.
+  [[nodiscard]] virtual std::optional<std::string> FindQuery(std::string_view name) = 0;
+};
+
+}  // namespace jet::sql

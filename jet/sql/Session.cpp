@@ -1,0 +1,224 @@
+#include "jet/sql/Session.h"
+
+#include "jet/sql/Functions.h"
+#include "jet/sql/Names.h"
+
+#include "jet/sql/SessionState.h"
+#include "jet/sql/Tokenizer.h"
+
+namespace jet::sql {
+
+namespace {
+
+TypeInfo TypeOf(const ColumnDef& column) {
+  TypeInfo type;
+  type.type = column.type;
+  type.size = column.type == ColumnType::kText ? column.size / 2U : column.size;
+  type.precision = column.precision;
+  type.scale = column.scale;
+  type.autoNumber = column.autoNumber;
+  type.nullable = !column.required;
+  return type;
+}
+
+std::shared_ptr<EngineTable> Described(Database& database, Table& table) {
+  auto described = std::make_shared<EngineTable>();
+  described->name = table.Name();
+  described->database = &database;
+  described->table = &table;
+  for (const ColumnDef& column : table.Columns()) described->columns.push_back({column.name, FoldName(column.name), TypeOf(column)});
+  return described;
+}
+
+// The path in a link's connect text of another Access file: "...;DATABASE=path;...".
+std::string PathInConnect(const std::string& connect) {
+  const std::size_t key = UpperCase(connect).find("DATABASE=");
+  return key == std::string::npos ? std::string() : connect.substr(key + 9, connect.find(';', key) - key - 9);
+}
+
+}  // namespace
+
+SessionState::SessionState(Database& mainDatabase, SessionOptions sessionOptions) : database(mainDatabase), options(std::move(sessionOptions)) {
+  const int code = sqlite3_open_v2(":memory:", &connection, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
+  if (code != SQLITE_OK) {
+    sqlite3_close_v2(connection);
+    throw Error(ErrorCode::kIo, "the SQL evaluator cannot be started");
+  }
+  // Sorters and materialised subqueries spill to disk past SQLite's own cache budget; nothing else is stored here.
+  RegisterFunctions(connection, options.text);
+  RegisterModule(connection, *this);
+  schemaVersion = database.SchemaVersion();
+}
+
+SessionState::~SessionState() {
+  declared.clear();
+  byName.clear();
+  sqlite3_close_v2(connection);
+}
+
+void SessionState::Fail(const std::string& sql) {
+  if (pending != nullptr) std::rethrow_exception(std::exchange(pending, nullptr));
+  const std::string message = sqlite3_errmsg(connection);
+  const int code = sqlite3_errcode(connection);
+  if (code == SQLITE_NOMEM) throw std::bad_alloc();
+  if (code == SQLITE_FULL) throw Error(ErrorCode::kDiskFull, "no space for the evaluation of the query");
+  const bool evaluation = message.rfind("type mismatch", 0) == 0 || message.find("division by zero") != std::string::npos ||
+                          message.find("overflow") != std::string::npos || message.find("out of range") != std::string::npos ||
+                          message.find("out of memory") != std::string::npos;
+  (void)sql;
+  throw Error(evaluation ? ErrorCode::kTypeMismatch : ErrorCode::kUnsupported, "the query cannot be evaluated: " + message);
+}
+
+SessionState::Statement SessionState::Prepare(const std::string& sql) {
+  sqlite3_stmt* statement = nullptr;
+  pending = nullptr;
+  if (sqlite3_prepare_v2(connection, sql.c_str(), static_cast<int>(sql.size()), &statement, nullptr) != SQLITE_OK) Fail(sql);
+  return Statement(statement);
+}
+
+void SessionState::ForgetTables() {
+  byName.clear();
+  for (const auto& [number, table] : declared) stale.push_back(number);
+  std::vector<int> kept;
+  for (const int number : stale) {
+    // A table that an open query still reads stays declared until the next time.
+    const std::string sql = "DROP TABLE t" + std::to_string(number);
+    if (sqlite3_exec(connection, sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK) declared.erase(number);
+    else kept.push_back(number);
+  }
+  stale = std::move(kept);
+}
+
+std::shared_ptr<const EngineTable> SessionState::Declare(std::shared_ptr<EngineTable> table) {
+  const int number = nextTable++;
+  table->sqlName = "t" + std::to_string(number);
+  declared[number] = table;
+  const std::string sql = "CREATE VIRTUAL TABLE " + table->sqlName + " USING jet(" + std::to_string(number) + ")";
+  if (sqlite3_exec(connection, sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) {
+    declared.erase(number);
+    Fail(sql);
+  }
+  return table;
+}
+
+Database& SessionState::OtherDatabase(const std::string& path, const std::string& link) {
+  const std::string where = link.empty() ? std::string() : "the link \"" + link + "\": ";
+  try {
+    const std::string real = options.findFile ? options.findFile(path) : path;
+    if (real == database.Path()) return database;
+    std::unique_ptr<Database>& other = others[real];
+    if (other == nullptr) {
+      try {
+        other = Database::Open(real, {});
+      } catch (const Error& error) {
+        if (error.Code() != ErrorCode::kReadOnly) throw;
+        other = Database::Open(real, {.mode = OpenMode::kReadOnly});
+      }
+    }
+    return *other;
+  } catch (const Error& error) {
+    if (link.empty()) throw;
+    throw Error(ErrorCode::kLinkUnreachable, where + "\"" + path + "\" cannot be opened: " + error.what());
+  }
+}
+
+std::shared_ptr<const EngineTable> SessionState::LinkedTable(const CatalogObject& link) {
+  if (link.kind == ObjectKind::kOdbcLink) {
+    const std::string target = "\"" + link.foreignName + "\" (" + link.connect.substr(0, UpperCase(link.connect).find(";PWD=")) + ")";
+    if (!options.openForeign) throw Error(ErrorCode::kLinkUnreachable, "the link \"" + link.name + "\" to " + target + ": no ODBC here");
+    auto table = std::make_shared<EngineTable>();
+    try {
+      table->foreign = options.openForeign(link.connect, link.foreignName);
+    } catch (const Error& error) {
+      throw Error(ErrorCode::kLinkUnreachable, "the link \"" + link.name + "\" to " + target + ": " + error.what());
+    }
+    table->name = link.name;
+    table->columns = table->foreign->Columns();
+    table->rereadable = false;
+    return Declare(std::move(table));
+  }
+  std::string path = link.database;
+  if (path.empty()) path = PathInConnect(link.connect);
+  const std::string connect = UpperCase(link.connect);
+  if (!connect.empty() && connect[0] != ';' && connect.find("MS ACCESS") == std::string::npos) {
+    throw Error(ErrorCode::kLinkUnreachable, "the link \"" + link.name + "\" leads to a source of another kind: " + link.connect.substr(0, connect.find(';')) + " \"" + path + "\"");
+  }
+  Database& other = OtherDatabase(path, link.name);
+  try {
+    auto table = Described(other, other.OpenTable(link.foreignName));
+    table->name = link.name;
+    return Declare(std::move(table));
+  } catch (const Error& error) {
+    if (error.Code() != ErrorCode::kNotFound) throw;
+    throw Error(ErrorCode::kLinkUnreachable, "the link \"" + link.name + "\": there is no table \"" + link.foreignName + "\" in \"" + path + "\"");
+  }
+}
+
+TablePointer SessionState::FindTable(std::string_view name, const std::string& file) {
+  const std::uint64_t version = database.SchemaVersion();
+  if (version != schemaVersion) {
+    ForgetTables();
+    schemaVersion = version;
+  }
+  Database& source = file.empty() ? database : OtherDatabase(file, {});
+  const std::string key = (file.empty() ? std::string() : file + '\0') + FoldName(name);
+  if (file.empty()) {
+    if (const auto known = byName.find(key); known != byName.end()) {
+      if (known->second->database == &database || known->second->database == nullptr) return known->second;
+      byName.erase(known);  // of another file, whose definitions may have changed
+    }
+  }
+  const CatalogObject* object = source.FindObject(name);
+  if (object == nullptr) return nullptr;
+  std::shared_ptr<const EngineTable> table;
+  switch (object->kind) {
+    case ObjectKind::kTable:
+    case ObjectKind::kSystemTable: table = Declare(Described(source, source.OpenTable(object->name))); break;
+    case ObjectKind::kJetLink:
+    case ObjectKind::kOdbcLink: table = LinkedTable(*object); break;
+    default: return nullptr;
+  }
+  byName[key] = table;
+  return table;
+}
+
+std::optional<std::string> SessionState::FindQuery(std::string_view name) {
+  const CatalogObject* object = database.FindObject(name);
+  if (object == nullptr || object->kind != ObjectKind::kQuery) return std::nullopt;
+  return StoredQuerySelect(database, *object);
+}
+
+Session::Session(Database& database, SessionOptions options) : state_(std::make_unique<SessionState>(database, std::move(options))) {}
+Session::~Session() = default;
+
+std::int64_t Session::Execute(std::string_view text) {
+  const jet::sql::Statement statement = Translate(text, *state_, state_->options.text);
+  if (std::holds_alternative<SelectPlan>(statement)) {
+    const auto query = OpenPlan(*state_, std::get<SelectPlan>(statement));
+    query->Next();
+    return 0;
+  }
+  if (const auto* plan = std::get_if<SelectIntoPlan>(&statement)) return RunSelectInto(*state_, *plan);
+  if (const auto* plan = std::get_if<InsertPlan>(&statement)) return RunInsert(*state_, *plan);
+  if (const auto* plan = std::get_if<UpdatePlan>(&statement)) return RunUpdate(*state_, *plan);
+  if (const auto* plan = std::get_if<DeletePlan>(&statement)) return RunDelete(*state_, *plan);
+  RunDefinition(*state_, statement);
+  return 0;
+}
+
+std::unique_ptr<Query> Session::Open(std::string_view text) {
+  jet::sql::Statement statement = Translate(text, *state_, state_->options.text);
+  auto* plan = std::get_if<SelectPlan>(&statement);
+  if (plan == nullptr) throw SyntaxError("a statement that gives rows is expected", 1);
+  return OpenPlan(*state_, std::move(*plan));
+}
+
+std::shared_ptr<const EngineTable> Session::FindTable(std::string_view name, const std::string& file) {
+  return std::static_pointer_cast<const EngineTable>(state_->FindTable(name, file));
+}
+
+std::optional<std::string> Session::StoredQueryText(std::string_view name) { return state_->FindQuery(name); }
+
+void Session::RowsChanged() noexcept { ++state_->changes; }
+
+}  // namespace jet::sql

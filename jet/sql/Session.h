@@ -1,0 +1,109 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "jet/Database.h"
+#include "jet/Row.h"
+#include "jet/Table.h"
+#include "jet/sql/Schema.h"
+#include "jet/sql/Statement.h"
+
+/// SQL on top of the engine: Access statements over the tables of a database, its links and its stored queries.
+namespace jet::sql {
+
+struct SessionState;
+
+/// A walk over the rows of a table that lies behind an ODBC link.
+class ForeignCursor {
+ public:
+  virtual ~ForeignCursor() = default;
+  virtual bool Next() = 0;
+  [[nodiscard]] virtual Value Get(std::size_t column) = 0;
+};
+
+/// A table that lies behind an ODBC link. Errors of its operations are jet::Error.
+class ForeignTable {
+ public:
+  virtual ~ForeignTable() = default;
+  [[nodiscard]] virtual const std::vector<ColumnInfo>& Columns() const = 0;
+  [[nodiscard]] virtual std::unique_ptr<ForeignCursor> Scan() = 0;
+  virtual void Insert(std::span<const Assignment> values) = 0;
+};
+
+/// Opens the table behind an ODBC link: its connection string (without "ODBC;") and the name of the table there.
+using ForeignOpener = std::function<std::shared_ptr<ForeignTable>(const std::string& connect, const std::string& table)>;
+
+struct SessionOptions {
+  TextSettings text;
+  ForeignOpener openForeign;  ///< unset: ODBC links are unreachable
+  /// The real path of a database named in a statement or link; unset: the name as it stands.
+  std::function<std::string(const std::string&)> findFile;
+};
+
+/// A table as statements and cursors see it: of this file or of a linked one, or behind an ODBC link.
+struct EngineTable : TableInfo {
+  Database* database = nullptr;  ///< null behind an ODBC link
+  Table* table = nullptr;
+  std::shared_ptr<ForeignTable> foreign;
+};
+
+/// The rows of a query, forward only; Rewind begins anew. Rows are read ahead in blocks, so that a change made meanwhile to a row read
+/// ahead is not seen through Get; Identity tells which row of the table to read again. Must not outlive its session.
+class Query {
+ public:
+  struct State;
+  /// Made by Session::Open.
+  explicit Query(std::unique_ptr<State> state);
+  ~Query();
+  Query(const Query&) = delete;
+  Query& operator=(const Query&) = delete;
+
+  [[nodiscard]] const SelectPlan& Plan() const noexcept;
+  [[nodiscard]] const std::vector<ResultColumn>& Columns() const noexcept;
+  /// Executes at the first call; false at the end. Errors: those of evaluation (kTypeMismatch) and of the engine.
+  bool Next();
+  void Rewind();
+  /// The value of the current row; long values whole.
+  [[nodiscard]] const Value& Get(std::size_t column);
+  /// Opens a long value in pieces; null where the value is null or the column is no plain long column (then Get has it).
+  [[nodiscard]] std::unique_ptr<LongValueReader> OpenLong(std::size_t column);
+  /// The row of a source table that the current row is made of; none for a missing side of a join and for grouped rows.
+  [[nodiscard]] std::optional<RowId> Identity(std::size_t source) const;
+
+ private:
+  std::unique_ptr<State> state_;
+};
+
+/// Statements on one database. Must not outlive it. Not for several threads at a time.
+class Session {
+ public:
+  explicit Session(Database& database, SessionOptions options = {});
+  ~Session();
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  /// Runs a statement whole or not at all; gives the number of rows affected (0 for a query and for definitions).
+  /// Errors: kSyntax, kUnsupported (with the position), kNotFound, kTypeMismatch, kLinkUnreachable (with the target), those of the engine.
+  std::int64_t Execute(std::string_view text);
+  /// Translates a query; it is executed when its first row is asked for. Error kSyntax for a statement that gives no rows.
+  [[nodiscard]] std::unique_ptr<Query> Open(std::string_view text);
+  /// The table of that name, through its link if it is one; null when there is none. file: another database, or empty.
+  [[nodiscard]] std::shared_ptr<const EngineTable> FindTable(std::string_view name, const std::string& file = {});
+  /// The SELECT text of a stored query; nothing when there is none of that name.
+  [[nodiscard]] std::optional<std::string> StoredQueryText(std::string_view name);
+  /// Must be called after rows were changed past this session (by Table::Insert and the like): cursors read their rows again.
+  void RowsChanged() noexcept;
+
+ private:
+  std::unique_ptr<SessionState> state_;
+};
+
+}  // namespace jet::sql

@@ -1,0 +1,141 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "jet/Definitions.h"
+#include "jet/sql/Schema.h"
+
+/// What a translated Access statement asks for. SQLite evaluates the queries; changes and definitions are done by the engine itself.
+namespace jet::sql {
+
+struct ResultColumn {
+  std::string name;
+  TypeInfo type;
+  int source = -1;         ///< position in SelectPlan::sources of the table whose column this is unchanged; -1: an expression
+  std::size_t column = 0;  ///< position in that table
+};
+
+/// Whether a plain column of this type is not given by SQLite but read from its row when it is asked for: long values, which are read in
+/// pieces, and exact numbers, which SQLite would make doubles of. The query holds NULL in its place.
+[[nodiscard]] inline bool IsReadFromRow(ColumnType type, const TableInfo& table) {
+  const bool wanted = type == ColumnType::kMemo || type == ColumnType::kOle || type == ColumnType::kCurrency || type == ColumnType::kNumeric;
+  return wanted && table.rereadable;
+}
+
+/// A query in SQLite's words.
+struct SelectPlan {
+  struct Source {
+    TablePointer table;
+    int rowIdColumn = -1;  ///< result column that holds the row's identity
+    bool optional = false; ///< may be missing in a row (outer join)
+  };
+
+  std::string sql;
+  std::vector<ResultColumn> columns;  ///< the first columns of the result, those that the statement asks for
+  /// The tables whose rows the result rows are; empty when rows are grouped, made distinct or united.
+  std::vector<Source> sources;
+  /// Tables read anywhere in the statement.
+  std::vector<TablePointer> reads;
+  /// The rows are simply all rows of sources[0] in the order of the file, the columns plain columns.
+  bool plainScan = false;
+  std::optional<std::int64_t> limit;  ///< of a plain scan, or with ties
+  /// With TOP and ORDER BY: result columns that hold the order, by which rows equal to the last one are still given. Empty: no such rule.
+  std::vector<std::size_t> tieColumns;
+};
+
+struct TableTarget {
+  std::string name;
+  std::string file;  ///< path of another database, or empty
+};
+
+struct SelectIntoPlan {
+  SelectPlan query;
+  TableTarget target;
+};
+
+struct InsertPlan {
+  TablePointer table;
+  TableTarget target;
+  std::vector<std::size_t> columns;  ///< of the table, for each column of the query
+  SelectPlan query;
+};
+
+struct UpdatePlan {
+  struct Item {
+    std::size_t source = 0;  ///< position in query.sources
+    std::size_t column = 0;  ///< of that table
+    std::size_t value = 0;   ///< result column
+  };
+  SelectPlan query;
+  std::vector<Item> items;
+};
+
+struct DeletePlan {
+  SelectPlan query;
+  std::size_t source = 0;
+};
+
+struct ForeignKeySpec {
+  std::string name;
+  std::vector<std::string> columns;
+  std::string referencedTable;
+  std::vector<std::string> referencedColumns;  ///< empty: the primary key
+  bool cascadeUpdates = false;
+  bool cascadeDeletes = false;
+};
+
+struct CreateTablePlan {
+  TableSpec table;
+  std::vector<ForeignKeySpec> foreignKeys;
+};
+struct AddColumnPlan {
+  std::string table;
+  std::vector<ColumnDef> columns;
+  std::vector<IndexSpec> indexes;
+  std::vector<ForeignKeySpec> foreignKeys;
+};
+struct DropColumnPlan {
+  std::string table;
+  std::vector<std::string> columns;
+};
+struct DropConstraintPlan {
+  std::string table;
+  std::string name;
+};
+struct CreateIndexPlan {
+  std::string table;
+  IndexSpec index;
+};
+struct DropIndexPlan {
+  std::string table;
+  std::string name;
+};
+struct DropTablePlan {
+  std::string name;
+};
+
+using Statement = std::variant<SelectPlan, SelectIntoPlan, InsertPlan, UpdatePlan, DeletePlan, CreateTablePlan, AddColumnPlan,
+                               DropColumnPlan, DropConstraintPlan, CreateIndexPlan, DropIndexPlan, DropTablePlan>;
+
+/// How texts are read and written under the caller's settings.
+struct TextSettings {
+  /// Reads a date text; nothing when it is none. Unset: day first.
+  std::function<std::optional<double>(std::string_view)> parseDate;
+  /// Writes a date in the general form. Unset: dd/mm/yyyy, with hh:nn:ss when there is a time.
+  std::function<std::string(double)> formatDate;
+  char decimalPoint = '.';
+};
+
+/// Turns one Access statement into a plan. Errors: kSyntax and kUnsupported with the position, kNotFound for a name that means nothing,
+/// kTypeMismatch for a comparison that cannot be, kLinkUnreachable.
+[[nodiscard]] Statement Translate(std::string_view text, SchemaSource& schema, const TextSettings& settings = {});
+
+}  // namespace jet::sql

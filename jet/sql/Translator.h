@@ -1,0 +1,181 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <map>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "jet/sql/Schema.h"
+#include "jet/sql/Statement.h"
+#include "jet/sql/Tokenizer.h"
+
+namespace jet::sql {
+
+/// A translated expression.
+struct Expression {
+  std::string sql;
+  TypeInfo type;
+  bool condition = false;     ///< SQLite's own truth value (1, 0), not yet Access' (-1, 0)
+  bool aggregate = false;     ///< holds an aggregate function
+  bool literalText = false;
+  int source = -1;            ///< a plain column: position in the scope's sources
+  std::size_t column = 0;
+  std::string name;           ///< a plain column: its name
+  std::string text;           ///< a literal text: its value
+  std::vector<std::string> bareColumns;  ///< columns used outside of aggregates
+};
+
+/// One table, query or subquery of a FROM clause.
+struct ScopeSource {
+  std::string alias;    ///< as written, or the table's name
+  std::string folded;
+  std::string sqlAlias;
+  TablePointer table;   ///< null for queries and subqueries
+  bool optional = false;
+  std::vector<ColumnInfo> columns;
+};
+
+struct Scope {
+  std::vector<ScopeSource> sources;
+  const Scope* parent = nullptr;
+  /// Output columns by folded name, for ORDER BY and later columns that use them.
+  std::vector<std::pair<std::string, Expression>> outputs;
+};
+
+/// Recursive descent over the tokens of one statement. Used once. The parts of the grammar stand in Expression.cpp, Select.cpp,
+/// Change.cpp and Definition.cpp.
+class Translator {
+ public:
+  Translator(std::string_view text, SchemaSource& schema, const TextSettings& settings);
+
+  [[nodiscard]] Statement Run();
+
+ private:
+  // ----- tokens
+  [[nodiscard]] const Token& Peek(std::size_t ahead = 0) const;
+  const Token& Take();
+  [[nodiscard]] bool AtWord(std::string_view word, std::size_t ahead = 0) const;
+  [[nodiscard]] bool AtSymbol(std::string_view symbol, std::size_t ahead = 0) const;
+  bool TakeWord(std::string_view word);
+  bool TakeSymbol(std::string_view symbol);
+  void ExpectWord(std::string_view word);
+  void ExpectSymbol(std::string_view symbol);
+  [[nodiscard]] bool AtName(std::size_t ahead = 0) const;
+  std::string TakeName(const char* what);
+  void ExpectEnd();
+  [[noreturn]] void Fail(const std::string& message) const;
+  [[noreturn]] void FailAt(const Token& token, const std::string& message) const;
+
+  // ----- expressions
+  Expression ParseExpression();
+  Expression ParseCondition();
+  Expression ParseImplication();
+  Expression ParseEquivalence();
+  Expression ParseExclusiveOr();
+  Expression ParseOr();
+  Expression ParseAnd();
+  Expression ParseNot();
+  Expression ParseComparison();
+  Expression ParsePredicate(Expression left, bool negated);
+  Expression ParseQuantified(Expression left, const std::string& comparison);
+  Expression ParseConcatenation();
+  Expression ParseAdditive();
+  Expression ParseModulo();
+  Expression ParseIntegerDivision();
+  Expression ParseMultiplicative();
+  Expression ParseUnary();
+  Expression ParsePower();
+  Expression ParsePrimary();
+  Expression ParseParenthesis();
+  Expression ParseNameOrCall();
+  Expression ParseCall();
+  Expression ParseAggregate(const std::string& function);
+  std::vector<Expression> ParseArguments();
+  Expression ParseSpecialCall(const Token& name, std::vector<Expression>& arguments, bool& known);
+  Expression Number(const Token& token);
+  Expression DateLiteral(const Token& token);
+  Expression ResolveColumn(const std::string& qualifier, const Token& name);
+  Expression ColumnOf(const Scope& scope, std::size_t source, std::size_t column) const;
+  Expression Logical(const char* op, Expression left, Expression right, const Token& at);
+  Expression Compare(const std::string& op, Expression left, Expression right, const Token& at);
+  Expression Arithmetic(const std::string& op, Expression left, Expression right);
+  void CheckComparable(const Expression& left, const Expression& right, const Token& at) const;
+  Expression DateFromText(const Token& at, const Expression& text);
+
+  static std::string AsValue(const Expression& expression);
+  static std::string AsCondition(const Expression& expression);
+  static std::string AsNumber(const Expression& expression);
+  static std::string AsText(const Expression& expression);
+  static std::string Collated(const Expression& expression);
+  static Expression Made(std::string sql, ColumnType type, std::initializer_list<const Expression*> parts);
+  static Expression MadeCondition(std::string sql, std::initializer_list<const Expression*> parts);
+
+  // ----- queries
+  struct SelectItem {
+    Expression expression;
+    std::string name;
+    bool named = false;
+  };
+  struct QueryOptions {
+    bool outermost = false;   ///< row identities and ties are wanted
+    bool allowInto = false;
+    bool orderAllowed = true;
+  };
+  /// A query with its UNIONs; the scope that encloses it is scope_.
+  SelectPlan ParseQuery(QueryOptions options);
+  SelectPlan ParseSelect(QueryOptions options);
+  std::vector<SelectItem> ParseSelectList(Scope& scope);
+  void AddStar(const Scope& scope, std::size_t source, std::vector<SelectItem>& items) const;
+  void NameItems(const Scope& scope, std::vector<SelectItem>& items);
+  std::string ParseFrom(Scope& scope);
+  std::string ParseJoined(Scope& scope, bool optional);
+  std::string ParseTableFactor(Scope& scope);
+  std::string AddTable(Scope& scope, const std::string& name, const std::string& file, const Token& at);
+  std::string AddQuery(Scope& scope, const SelectPlan& plan, const std::string& name);
+  std::string ParseAlias();
+  void SkipToFrom();
+  void CheckGrouping(const std::vector<SelectItem>& items, const std::vector<Expression>& groups, const Token& at) const;
+  SelectPlan StoredQuery(const std::string& name, const std::string& text, const Token& at);
+  std::string FileName(const Token& token) const;
+
+  // ----- changes
+  Statement ParseInsert();
+  Statement ParseUpdate();
+  Statement ParseDelete();
+  TablePointer NeedTable(const TableTarget& target, const Token& at);
+  TableTarget ParseTarget(const char* what);
+  std::string RowIdentities(const Scope& scope, SelectPlan& plan, std::size_t firstColumn) const;
+  void NoteRead(const TablePointer& table);
+
+  // ----- definitions
+  Statement ParseCreate();
+  Statement ParseAlter();
+  Statement ParseDrop();
+  Statement ParseCreateTable();
+  Statement ParseCreateIndex(bool unique);
+  ColumnDef ParseColumn(const std::string& table, std::vector<IndexSpec>& indexes, std::vector<ForeignKeySpec>& keys);
+  void ParseColumnType(ColumnDef& column);
+  std::string ParseDefault();
+  void ParseTableConstraint(const std::string& table, std::vector<IndexSpec>& indexes, std::vector<ForeignKeySpec>& keys);
+  ForeignKeySpec ParseReferences(std::string name, std::vector<std::string> columns);
+  std::vector<std::string> ParseNameList();
+
+  std::string text_;
+  std::vector<Token> tokens_;
+  std::size_t position_ = 0;
+  SchemaSource& schema_;
+  const TextSettings& settings_;
+  Scope* scope_ = nullptr;
+  int nextAlias_ = 0;
+  int aggregateDepth_ = 0;
+  int depth_ = 0;
+  std::vector<TablePointer> reads_;
+  std::vector<std::string> openQueries_;  ///< stored queries being translated, to find circles
+  TableTarget into_;
+  bool hasInto_ = false;
+};
+
+}  // namespace jet::sql
