@@ -268,8 +268,7 @@ class QtForm : public Form {
 
   void Show() override {
     dialog_.show();
-    // The program that started this one may hold the front.
-    dialog_.raise();
+    // The program that started this one may hold the focus.
     dialog_.activateWindow();
   }
 

@@ -1,9 +1,12 @@
 #include "ui/qt/QtPlatform.h"
 
 #include <QApplication>
+#include <QClipboard>
+#include <QEventLoop>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QScreen>
+#include <QShortcut>
 #include <QTranslator>
 #include <clocale>
 #include <cstdio>
@@ -12,9 +15,9 @@
 #include <utility>
 
 #include "ui/EventBorder.h"
+#include "ui/Twips.h"
 #include "ui/qt/FrenchTexts.h"
 #include "ui/qt/QtForm.h"
-#include "ui/Twips.h"
 
 namespace tamlo::ui::qt {
 
@@ -79,6 +82,13 @@ QMessageBox::Icon IconOf(std::int16_t buttons) {
   }
 }
 
+/// Lets Ctrl+C take the text of a message box along, as people do to report it.
+void CopyOnRequest(QMessageBox& box) {
+  auto* copy = new QShortcut(QKeySequence::Copy, &box);  // owned by the box
+  QObject::connect(copy, &QShortcut::activated, &box,
+                   [&box] { QGuiApplication::clipboard()->setText(box.windowTitle() + "\n" + box.text()); });
+}
+
 class QtPlatform : public Platform {
  public:
   std::unique_ptr<Form> CreateForm(std::int16_t clientWidth, std::int16_t clientHeight) override {
@@ -92,6 +102,7 @@ class QtPlatform : public Platform {
                     QApplication::activeWindow());
     box.setTextFormat(Qt::PlainText);
     box.setDefaultButton(qobject_cast<QPushButton*>(box.addButton("OK", QMessageBox::AcceptRole)));
+    CopyOnRequest(box);
     box.exec();
     if (waiting) SetPointer(Pointer::kHourglass);
     return kOk;
@@ -118,13 +129,15 @@ class QtPlatform : public Platform {
 
   void Run() override {
     border_.Rethrow();
-    if (border_.HasForms()) QCoreApplication::exec();
+    if (border_.HasForms()) loop_.exec();
     border_.Rethrow();
   }
 
  private:
   Application application_;
-  EventBorder border_{[] { QCoreApplication::exit(); }};
+  // Of its own: ending the application's would, outside of it, also end the next message box before it shows.
+  QEventLoop loop_;
+  EventBorder border_{[this] { loop_.quit(); }};
   bool hourglass_ = false;
 };
 
