@@ -164,11 +164,7 @@ void BTree::EraseFromLeaf(PageNumber page, std::size_t begin) {
   const PageRef edited = store_.Edit(page);
   const IndexPageView leaf(edited);
   const bool last = leaf.EndOf(begin) == leaf.Used();
-  if (!IndexPageEditor(edited.Writable()).Remove(leaf, begin)) {
-    IndexEntries entries = leaf.Decode();
-    entries.Erase(leaf.CountBefore(begin));
-    return StoreLeaf(page, entries, Growth::kInside, false);  // what cannot be removed in place is a first entry of several
-  }
+  IndexPageEditor(edited.Writable()).Remove(leaf, begin);
   if (!last || OnRightEdge()) return;
   const IndexPageView changed(edited);  // not empty: that is RemoveLeaf's case
   Child child{{}, page};

@@ -295,38 +295,40 @@ void IndexPageEditor::Write(const IndexEntries& entries, std::size_t prefix) noe
 bool IndexPageEditor::Insert(const IndexPageView& view, std::size_t begin, std::span<const std::byte> entry) noexcept {
   const std::size_t used = view.Used();
   const std::size_t prefix = used == 0 ? 0 : view.Prefix();
+  std::byte* const area = bytes_ + kIndexEntriesOffset;
   if (used == 0) {
     Store16(bytes_ + kPrefixOffset, 0);
   } else if (prefix != 0) {
     const std::size_t kept = view.IsLeaf() ? 1 : 1 + kChildSize;
-    if (begin == 0 || entry.size() < prefix + kept) return false;
-    if (std::memcmp(entry.data(), bytes_ + kIndexEntriesOffset, prefix) != 0) return false;
+    if (entry.size() < prefix + kept || std::memcmp(entry.data(), area, prefix) != 0) return false;
   }
-  entry = entry.subspan(prefix);
-  if (used + entry.size() > kIndexEntriesSize) return false;
-  std::byte* const place = bytes_ + kIndexEntriesOffset + begin;
+  // The first entry is whole. Where another one takes its place, it is the one that was first whose prefix goes.
+  const std::size_t grown = entry.size() - prefix;
+  if (used + grown > kIndexEntriesSize) return false;
+  const std::size_t placed = begin == 0 ? entry.size() : grown;
   if (begin != used) {
-    std::memmove(place + entry.size(), place, used - begin);
-    MoveMask(begin + 1, static_cast<std::ptrdiff_t>(entry.size()), used);
+    const std::size_t from = begin == 0 ? prefix : begin;
+    std::memmove(area + from + grown, area + from, used - from);
+    MoveMask(begin + 1, static_cast<std::ptrdiff_t>(grown), used);
   }
-  std::memcpy(place, entry.data(), entry.size());
-  SetEnd(begin + entry.size());
-  SetUsed(used + entry.size());
+  std::memcpy(area + begin, entry.data() + (entry.size() - placed), placed);
+  SetEnd(begin + placed);
+  SetUsed(used + grown);
   return true;
 }
 
-bool IndexPageEditor::Remove(const IndexPageView& view, std::size_t begin) noexcept {
+void IndexPageEditor::Remove(const IndexPageView& view, std::size_t begin) {
   const std::size_t used = view.Used();
   const std::size_t end = view.EndOf(begin);
-  if (begin == 0 && end != used && view.Prefix() != 0) return false;
-  const std::size_t size = end - begin;
   std::byte* const area = bytes_ + kIndexEntriesOffset;
-  std::memmove(area + begin, area + end, used - end);
+  // When the first entry goes, the next one becomes whole: the prefix stays where it is.
+  const std::size_t from = begin == 0 && end != used ? view.Prefix() : begin;
+  const std::size_t size = end - from;
+  std::memmove(area + from, area + end, used - end);
   std::memset(area + used - size, 0, size);
   bytes_[kMaskOffset + end / 8] &= ~static_cast<std::byte>(1u << (end % 8));
   if (end != used) MoveMask(end + 1, -static_cast<std::ptrdiff_t>(size), used);
   SetUsed(used - size);
-  return true;
 }
 
 void IndexPageEditor::MoveMask(std::size_t from, std::ptrdiff_t distance, std::size_t used) noexcept {

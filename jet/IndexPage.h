@@ -165,8 +165,8 @@ class IndexPageEditor {
   void Write(const IndexEntries& entries, std::size_t prefix) noexcept;
   /// Puts an entry in at a begin (or at Used()). False when that needs the page written anew: no space, or another prefix.
   [[nodiscard]] bool Insert(const IndexPageView& view, std::size_t begin, std::span<const std::byte> entry) noexcept;
-  /// Takes the entry out. False when that needs the page written anew.
-  [[nodiscard]] bool Remove(const IndexPageView& view, std::size_t begin) noexcept;
+  /// Takes the entry out.
+  void Remove(const IndexPageView& view, std::size_t begin);
 
  private:
   void SetUsed(std::size_t used) noexcept;
