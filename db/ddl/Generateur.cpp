@@ -100,7 +100,7 @@ bool SupprimeIndex(DataBase& db, DbTbl& tbl, const DbIdx& idx) {
   const auto refus = runtime::IgnoringErrors([&] { db.ExecuteSQL("ALTER TABLE [" + tbl.Nom() + "] DROP CONSTRAINT [" + nom + "]"); });
   if (!refus) return true;
   // A definition loaded from an Oracle server holds the backend's name already.
-  if (nom != idx.Nom() && Cherche(db, tbl, nom) == Presence::kAbsent) nom = idx.Nom();
+  if (nom != idx.Nom() && Cherche(db, tbl, idx.Nom()) == Presence::kPresent) nom = idx.Nom();
   const auto& generateur = GenerateurDe(db.Kind16());
   const auto encore = runtime::IgnoringErrors([&] { db.ExecuteSQL(generateur.TexteSupIndex(tbl, nom, idx.Primary())); });
   return !encore || Cherche(db, tbl, nom) == Presence::kAbsent;

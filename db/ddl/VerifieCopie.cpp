@@ -58,10 +58,10 @@ std::vector<Empreinte> Reste(const std::vector<Empreinte>& a, const std::vector<
   return reste;
 }
 
-/// A row of one key on both sides is one difference, not two.
+/// A row of one key on both sides is one difference, not two; without a key, so are as many rows as stand on both sides.
 std::int64_t Compte(const std::vector<Empreinte>& ici, const std::vector<Empreinte>& labas, bool avecCle) {
+  if (!avecCle) return static_cast<std::int64_t>(std::max(ici.size(), labas.size()));
   auto total = static_cast<std::int64_t>(ici.size() + labas.size());
-  if (!avecCle) return total;
   for (auto a = ici.begin(), b = labas.begin(); a != ici.end() && b != labas.end();) {
     if (a->cle == b->cle) {
       --total;

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "ado/Errors.h"
@@ -52,15 +53,14 @@ class RecordingRowset final : public ado::ProviderRowset {
   bool CanUpdate() const override { return backend_->update; }
 
   void Insert(std::span<const ado::Assignment> values) override {
-    Write(Kind::kInsert, values);
+    const auto whole = Write(Kind::kInsert, values);
     rows_.emplace_back(fields_.size(), Variant(runtime::Null{}));
     row_ = rows_.size() - 1;
-    Apply(values);
+    Apply(values, whole);
   }
 
   void Update(std::span<const ado::Assignment> values) override {
-    Write(Kind::kUpdate, values);
-    Apply(values);
+    Apply(values, Write(Kind::kUpdate, values));
   }
 
   void Delete() override {
@@ -100,25 +100,34 @@ class RecordingRowset final : public ado::ProviderRowset {
     return static_cast<std::size_t>(found - fields_.begin());
   }
 
-  void Write(Kind kind, std::span<const ado::Assignment> values) {
+  /// Records the whole values and hands them back: a long one can be read once only.
+  std::vector<Variant> Write(Kind kind, std::span<const ado::Assignment> values) {
     RecordedCall call;
     call.kind = kind;
     call.text = request_.source;
     for (const auto& value : values) call.values.emplace_back(fields_.at(value.field).name, Whole(value));
+    std::vector<Variant> whole;
+    for (const auto& value : call.values) whole.push_back(value.second);
     backend_->Record(std::move(call));
     Backend::RaiseScripted(backend_->writeFailures, request_.source);
+    return whole;
   }
 
-  void Apply(std::span<const ado::Assignment> values) {
+  void Apply(std::span<const ado::Assignment> values, const std::vector<Variant>& whole) {
     auto& row = rows_.at(row_);
     row.resize(fields_.size(), Variant(runtime::Null{}));
-    for (const auto& value : values) row[value.field] = Whole(value);
+    for (std::size_t i = 0; i < values.size(); ++i) row[values[i].field] = whole[i];
   }
 
-  /// The value itself; a long value that comes in pieces is only recorded as written, since its source can be read once.
-  static Variant Whole(const ado::Assignment& value) {
-    const auto* whole = std::get_if<Variant>(&value.value);
-    return whole ? *whole : Variant("(pieces)");
+  /// The value itself, or a long one put together from its pieces.
+  Variant Whole(const ado::Assignment& value) const {
+    if (const auto* whole = std::get_if<Variant>(&value.value)) return *whole;
+    runtime::Bytes bytes;
+    std::array<std::byte, 4096> piece{};
+    const auto& source = std::get<ado::ChunkSource>(value.value);
+    while (const std::size_t read = source(piece.data(), piece.size())) bytes.insert(bytes.end(), piece.begin(), piece.begin() + read);
+    if (!ado::IsTextType(fields_.at(value.field).type)) return bytes;
+    return std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   }
 
   std::shared_ptr<Backend> backend_;
