@@ -1,0 +1,348 @@
+#include <windows.h>
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+#include <vector>
+
+#include "jet/Error.h"
+#include "jet/FileSystem.h"
+
+namespace jet {
+namespace {
+
+/// How often, and how many milliseconds apart, an open is tried again when the file is just being removed by somebody
+/// else.
+constexpr int kOpenAttempts = 5;
+constexpr DWORD kOpenPause = 10;
+
+/// The compiler's headers leave this name out of the enumeration.
+constexpr auto kFileDispositionInfoEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(21);
+
+std::string SystemText(DWORD code) {
+  wchar_t text[512];
+  const DWORD length =
+      FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK,
+                     nullptr, code, 0, text, static_cast<DWORD>(std::size(text)), nullptr);
+  char utf8[4 * std::size(text)];
+  const int bytes =
+      WideCharToMultiByte(CP_UTF8, 0, text, static_cast<int>(length), utf8, sizeof utf8, nullptr, nullptr);
+  std::string out(utf8, static_cast<std::size_t>(bytes));
+  while (!out.empty() && (out.back() == ' ' || out.back() == '.')) out.pop_back();
+  return out.empty() ? "error " + std::to_string(code) : out;
+}
+
+[[noreturn]] void Fail(const std::string& what, const std::string& path, DWORD code) {
+  const std::string text = what + " \"" + path + "\": " + SystemText(code);
+  switch (code) {
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+    case ERROR_INVALID_NAME:
+    case ERROR_BAD_PATHNAME:
+    case ERROR_BAD_NETPATH:
+    case ERROR_DIRECTORY:
+      throw Error(ErrorCode::kNotFound, text);
+    case ERROR_FILE_EXISTS:
+    case ERROR_ALREADY_EXISTS:
+      throw Error(ErrorCode::kAlreadyExists, text);
+    case ERROR_ACCESS_DENIED:
+    case ERROR_WRITE_PROTECT:
+      throw Error(ErrorCode::kReadOnly, text);
+    case ERROR_DISK_FULL:
+    case ERROR_HANDLE_DISK_FULL:
+      throw Error(ErrorCode::kDiskFull, text);
+    case ERROR_SHARING_VIOLATION:
+    case ERROR_LOCK_VIOLATION:
+      throw Error(ErrorCode::kInUse, text);
+    default:
+      throw Error(ErrorCode::kIo, text);
+  }
+}
+
+std::wstring Wide(const std::string& text) {
+  const int length = static_cast<int>(text.size());
+  std::wstring wide(text.size(), L'\0');
+  const int units =
+      length == 0 ? 0 : MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(), length, wide.data(), length);
+  if (length != 0 && units == 0) Fail("Opening", text, ERROR_INVALID_NAME);
+  wide.resize(static_cast<std::size_t>(units));
+  return wide;
+}
+
+/// A native handle and its end.
+class Handle {
+ public:
+  explicit Handle(HANDLE handle = INVALID_HANDLE_VALUE) noexcept : handle_(handle) {}
+  Handle(Handle&& other) noexcept : handle_(std::exchange(other.handle_, INVALID_HANDLE_VALUE)) {}
+  Handle& operator=(Handle&& other) noexcept {
+    std::swap(handle_, other.handle_);
+    return *this;
+  }
+  Handle(const Handle&) = delete;
+  Handle& operator=(const Handle&) = delete;
+  ~Handle() {
+    if (IsOpen()) CloseHandle(handle_);
+  }
+  [[nodiscard]] bool IsOpen() const noexcept { return handle_ != INVALID_HANDLE_VALUE; }
+  [[nodiscard]] HANDLE Get() const noexcept { return handle_; }
+
+ private:
+  HANDLE handle_;
+};
+
+OVERLAPPED At(std::uint64_t offset) {
+  OVERLAPPED place{};
+  place.Offset = static_cast<DWORD>(offset);
+  place.OffsetHigh = static_cast<DWORD>(offset >> 32U);
+  return place;
+}
+
+/// The locks that one open file holds. The system's are mandatory, cannot be changed in kind, cannot grow and are given
+/// back only whole; what the contract promises beyond that is put together here from several of them.
+class HeldLocks {
+ public:
+  explicit HeldLocks(HANDLE file) : file_(file) {}
+
+  [[nodiscard]] bool TryLock(std::uint64_t begin, std::uint64_t end, bool exclusive, DWORD& failure) {
+    std::vector<Piece> released;
+    Release(
+        begin, end, [exclusive](const Piece& piece) { return piece.exclusive != exclusive; }, released);
+    std::vector<Piece> taken;
+    for (const Piece& gap : Gaps(begin, end, exclusive)) {
+      if (!Lock(gap, failure)) {
+        for (const Piece& piece : taken) Unlock(piece);
+        // Nobody else can have come in where the lock given up was shared and the wish exclusive, unless for writing.
+        DWORD ignored = 0;
+        for (const Piece& piece : released) static_cast<void>(Lock(piece, ignored));
+        return false;
+      }
+      taken.push_back(gap);
+    }
+    return true;
+  }
+
+  void Unlock(std::uint64_t begin, std::uint64_t end) {
+    std::vector<Piece> released;
+    Release(
+        begin, end, [](const Piece&) { return true; }, released);
+  }
+
+ private:
+  struct Piece {
+    std::uint64_t begin;
+    std::uint64_t end;
+    bool exclusive;
+  };
+
+  bool Lock(const Piece& piece, DWORD& failure) {
+    OVERLAPPED place = At(piece.begin);
+    const std::uint64_t length = piece.end - piece.begin;
+    const DWORD flags = LOCKFILE_FAIL_IMMEDIATELY | (piece.exclusive ? LOCKFILE_EXCLUSIVE_LOCK : 0);
+    if (LockFileEx(file_, flags, 0, static_cast<DWORD>(length), static_cast<DWORD>(length >> 32U), &place) == 0) {
+      failure = GetLastError();
+      return false;
+    }
+    held_.push_back(piece);
+    return true;
+  }
+
+  void Unlock(const Piece& piece) {
+    OVERLAPPED place = At(piece.begin);
+    const std::uint64_t length = piece.end - piece.begin;
+    UnlockFileEx(file_, 0, static_cast<DWORD>(length), static_cast<DWORD>(length >> 32U), &place);
+    std::erase_if(held_, [&piece](const Piece& item) { return item.begin == piece.begin && item.end == piece.end; });
+  }
+
+  /// Gives back what of the wanted pieces lies inside the range; released gets it.
+  template <typename Wanted>
+  void Release(std::uint64_t begin, std::uint64_t end, Wanted&& wanted, std::vector<Piece>& released) {
+    const std::vector<Piece> before = held_;
+    for (const Piece& piece : before) {
+      if (piece.end <= begin || piece.begin >= end || !wanted(piece)) continue;
+      Unlock(piece);
+      DWORD ignored = 0;
+      if (piece.begin < begin) static_cast<void>(Lock({piece.begin, begin, piece.exclusive}, ignored));
+      if (piece.end > end) static_cast<void>(Lock({end, piece.end, piece.exclusive}, ignored));
+      released.push_back({std::max(piece.begin, begin), std::min(piece.end, end), piece.exclusive});
+    }
+  }
+
+  /// The parts of the range that are not held.
+  std::vector<Piece> Gaps(std::uint64_t begin, std::uint64_t end, bool exclusive) {
+    std::sort(held_.begin(), held_.end(), [](const Piece& a, const Piece& b) { return a.begin < b.begin; });
+    std::vector<Piece> gaps;
+    for (const Piece& piece : held_) {
+      if (piece.end <= begin || piece.begin >= end) continue;
+      if (piece.begin > begin) gaps.push_back({begin, piece.begin, exclusive});
+      begin = std::max(begin, piece.end);
+    }
+    if (begin < end) gaps.push_back({begin, end, exclusive});
+    return gaps;
+  }
+
+  HANDLE file_;
+  std::vector<Piece> held_;
+};
+
+/// The identity of an open file: volume and number.
+bool SameFile(HANDLE a, HANDLE b) {
+  BY_HANDLE_FILE_INFORMATION first{};
+  BY_HANDLE_FILE_INFORMATION second{};
+  return GetFileInformationByHandle(a, &first) != 0 && GetFileInformationByHandle(b, &second) != 0 &&
+         first.dwVolumeSerialNumber == second.dwVolumeSerialNumber && first.nFileIndexHigh == second.nFileIndexHigh &&
+         first.nFileIndexLow == second.nFileIndexLow;
+}
+
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+class Win32File final : public File {
+ public:
+  Win32File(Handle handle, std::string path, bool writable)
+      : handle_(std::move(handle)), locks_(handle_.Get()), path_(std::move(path)), writable_(writable) {}
+
+  std::size_t Read(std::uint64_t offset, std::span<std::byte> buffer) override {
+    std::size_t done = 0;
+    while (done < buffer.size()) {
+      OVERLAPPED place = At(offset + done);
+      DWORD got = 0;
+      if (ReadFile(handle_.Get(), buffer.data() + done, Chunk(buffer.size() - done), &got, &place) == 0) {
+        if (GetLastError() == ERROR_HANDLE_EOF) break;
+        Fail("Reading", path_, GetLastError());
+      }
+      if (got == 0) break;
+      done += got;
+    }
+    return done;
+  }
+
+  void Write(std::uint64_t offset, std::span<const std::byte> bytes) override {
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+      OVERLAPPED place = At(offset + done);
+      DWORD put = 0;
+      if (WriteFile(handle_.Get(), bytes.data() + done, Chunk(bytes.size() - done), &put, &place) == 0) {
+        Fail("Writing", path_, GetLastError());
+      }
+      done += put;
+    }
+  }
+
+  std::uint64_t Size() override {
+    LARGE_INTEGER size{};
+    if (GetFileSizeEx(handle_.Get(), &size) == 0) Fail("Measuring", path_, GetLastError());
+    return static_cast<std::uint64_t>(size.QuadPart);
+  }
+
+  void Truncate(std::uint64_t size) override {
+    FILE_END_OF_FILE_INFO end{};
+    end.EndOfFile.QuadPart = static_cast<LONGLONG>(size);
+    if (SetFileInformationByHandle(handle_.Get(), FileEndOfFileInfo, &end, sizeof end) == 0) {
+      Fail("Setting the length of", path_, GetLastError());
+    }
+  }
+
+  void Sync() override {
+    if (writable_ && FlushFileBuffers(handle_.Get()) == 0) Fail("Syncing", path_, GetLastError());
+  }
+
+  bool TryLock(std::uint64_t offset, std::uint64_t length, bool exclusive) override {
+    DWORD failure = 0;
+    if (locks_.TryLock(offset, offset + length, exclusive, failure)) return true;
+    if (failure != ERROR_LOCK_VIOLATION && failure != ERROR_IO_PENDING) Fail("Locking", path_, failure);
+    return false;
+  }
+
+  void Unlock(std::uint64_t offset, std::uint64_t length) override { locks_.Unlock(offset, offset + length); }
+
+  bool IsStillNamed() override {
+    const Handle named(
+        CreateFileW(Wide(path_).c_str(), 0, kShareAll, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    return named.IsOpen() && SameFile(handle_.Get(), named.Get());
+  }
+
+ private:
+  static DWORD Chunk(std::size_t size) { return static_cast<DWORD>(std::min<std::size_t>(size, 1U << 30U)); }
+
+  Handle handle_;
+  HeldLocks locks_;
+  std::string path_;
+  bool writable_;
+};
+
+class Win32FileSystem final : public FileSystem {
+ public:
+  std::unique_ptr<File> Open(const std::string& path, FileMode mode) override {
+    const std::wstring name = Wide(path);
+    const bool writable = mode != FileMode::kRead;
+    const DWORD access = GENERIC_READ | (writable ? GENERIC_WRITE : 0);
+    const DWORD creation = mode == FileMode::kCreateNew      ? CREATE_NEW
+                           : mode == FileMode::kOpenOrCreate ? OPEN_ALWAYS
+                                                             : OPEN_EXISTING;
+    Handle handle;
+    for (int attempt = 1;; ++attempt) {
+      handle = Handle(CreateFileW(name.c_str(), access, kShareAll, nullptr, creation, FILE_ATTRIBUTE_NORMAL, nullptr));
+      if (handle.IsOpen()) break;
+      const DWORD code = GetLastError();
+      const DWORD attributes = GetFileAttributesW(name.c_str());
+      if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+        throw Error(ErrorCode::kIo, "Opening \"" + path + "\": not a file");
+      }
+      // A file removed while others have it open keeps its name, closed to everybody, until they are through.
+      const bool beingRemoved =
+          code == ERROR_DELETE_PENDING || (code == ERROR_ACCESS_DENIED && attributes == INVALID_FILE_ATTRIBUTES);
+      if (!beingRemoved || attempt == kOpenAttempts) Fail("Opening", path, code);
+      Sleep(kOpenPause);
+    }
+    return std::make_unique<Win32File>(std::move(handle), path, writable);
+  }
+
+  bool Exists(const std::string& path) override {
+    return GetFileAttributesW(Wide(path).c_str()) != INVALID_FILE_ATTRIBUTES;
+  }
+
+  void Remove(const std::string& path) override {
+    const std::wstring name = Wide(path);
+    {
+      const Handle handle(
+          CreateFileW(name.c_str(), DELETE, kShareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+      if (!handle.IsOpen()) {
+        const DWORD code = GetLastError();
+        if (code == ERROR_FILE_NOT_FOUND || code == ERROR_PATH_NOT_FOUND) return;
+        Fail("Removing", path, code);
+      }
+      // The name goes at once, whoever still has the file open.
+      FILE_DISPOSITION_INFO_EX disposition{FILE_DISPOSITION_FLAG_DELETE | FILE_DISPOSITION_FLAG_POSIX_SEMANTICS};
+      if (SetFileInformationByHandle(handle.Get(), kFileDispositionInfoEx, &disposition, sizeof disposition) != 0)
+        return;
+    }
+    // File systems without that keep the name until the last one closes the file: then it goes under another name.
+    const std::wstring leaving =
+        name + L"." + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(GetTickCount64());
+    const bool renamed = MoveFileExW(name.c_str(), leaving.c_str(), MOVEFILE_WRITE_THROUGH) != 0;
+    if (DeleteFileW(renamed ? leaving.c_str() : name.c_str()) == 0) Fail("Removing", path, GetLastError());
+  }
+
+  void Rename(const std::string& from, const std::string& to) override {
+    if (MoveFileExW(Wide(from).c_str(), Wide(to).c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) == 0) {
+      Fail("Renaming", from, GetLastError());
+    }
+  }
+
+  void SyncFolder(const std::string& pathOfFile) override {
+    const auto slash = pathOfFile.find_last_of("/\\");
+    const std::wstring folder = slash == std::string::npos ? L"." : Wide(pathOfFile.substr(0, slash + 1));
+    // Where the file system lets nobody flush a folder, its own log keeps names and files in step.
+    const Handle handle(CreateFileW(folder.c_str(), GENERIC_WRITE, kShareAll, nullptr, OPEN_EXISTING,
+                                    FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    if (handle.IsOpen()) FlushFileBuffers(handle.Get());
+  }
+};
+
+}  // namespace
+
+FileSystem& FileSystem::Real() {
+  static Win32FileSystem real;
+  return real;
+}
+
+}  // namespace jet
