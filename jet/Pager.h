@@ -57,6 +57,8 @@ class Pager final : public PageStore {
   [[nodiscard]] int Depth() const noexcept { return static_cast<int>(levels_.size()); }
   /// Changes whenever pages may have changed other than by Edit: rollback, changes by another process.
   [[nodiscard]] std::uint64_t Generation() const noexcept { return generation_; }
+  /// A definition has changed: whoever keeps something derived from pages looks again.
+  void ChangeGeneration() noexcept { ++generation_; }
   /// True once something was changed in the open transaction.
   [[nodiscard]] bool HasChanges() const noexcept { return changed_; }
 

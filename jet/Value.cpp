@@ -1,5 +1,6 @@
 #include "jet/Value.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -80,8 +81,8 @@ std::string DescribeDate(double serial) {
 
 std::string DescribeReal(double value, int digits) {
   char text[40];
-  std::snprintf(text, sizeof text, "%.*g", digits, value);
-  return text;
+  const auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::general, digits).ptr;
+  return {text, end};
 }
 
 }  // namespace
@@ -150,7 +151,12 @@ std::string Numeric::Text() const {
   return {reversed.rbegin(), reversed.rend()};
 }
 
-double Numeric::ToDouble() const { return std::strtod(Text().c_str(), nullptr); }
+double Numeric::ToDouble() const {
+  const std::string text = Text();
+  double value = 0;
+  std::from_chars(text.data(), text.data() + text.size(), value);
+  return value;
+}
 
 std::optional<Numeric> Numeric::WithScale(std::uint8_t newScale) const {
   Numeric result = *this;

@@ -1,0 +1,268 @@
+#include "jet/Database.h"
+
+#include <utility>
+
+#include "jet/Checker.h"
+#include "jet/Compactor.h"
+#include "jet/Creation.h"
+#include "jet/Engine.h"
+#include "jet/Schema.h"
+#include "jet/TableCore.h"
+#include "jet/Text.h"
+
+namespace jet {
+namespace {
+
+/// Names of other programs' or users' files must not be followed blindly, so everything is decided on one opened file.
+struct Opened {
+  std::unique_ptr<File> file;
+  bool readOnly = false;
+};
+
+Opened OpenFile(FileSystem& files, const std::string& path, OpenMode mode) {
+  if (mode == OpenMode::kReadOnly) return {files.Open(path, FileMode::kRead), true};
+  try {
+    return {files.Open(path, FileMode::kReadWrite), false};
+  } catch (const Error& error) {
+    if (error.Code() != ErrorCode::kReadOnly || mode == OpenMode::kExclusive) throw;
+    return {files.Open(path, FileMode::kRead), true};
+  }
+}
+
+std::unique_ptr<Sharing> Join(FileSystem& files, const std::string& path, const OpenOptions& options, bool& readOnly) {
+  try {
+    return std::make_unique<Sharing>(files, path, options.mode == OpenMode::kExclusive, options.lockWaitMilliseconds);
+  } catch (const Error& error) {
+    // Where no lock file can be made nobody can write either, as a journal could not be made there.
+    if (error.Code() != ErrorCode::kReadOnly || options.mode == OpenMode::kExclusive) throw;
+    readOnly = true;
+    return std::make_unique<Sharing>();
+  }
+}
+
+void RecoverAtOpening(FileSystem& files, const std::string& path, Opened& opened, Sharing& sharing, std::size_t pageSize, int wait) {
+  Journal journal(files, path, pageSize);
+  if (!journal.LeftBehind()) return;
+  (void)wait;
+  sharing.EnterWrite();
+  try {
+    if (!sharing.KeepReadersOut(true)) throw Error(ErrorCode::kInUse, "\"" + path + "\" is being written by another user");
+    if (journal.LeftBehind()) {
+      if (!opened.readOnly) {
+        journal.Recover(*opened.file);
+      } else {
+        const auto writable = files.Open(path, FileMode::kReadWrite);
+        journal.Recover(*writable);
+      }
+      sharing.CountCommit();
+    }
+  } catch (...) {
+    sharing.LeaveRead();
+    sharing.LeaveWrite();
+    throw;
+  }
+  sharing.LeaveRead();
+  sharing.LeaveWrite();
+}
+
+/// A file that was cut off has pages in use behind its end.
+void CheckLength(Engine& engine, std::uint64_t size) {
+  Pager& pager = *engine.pager;
+  const std::string quoted = "\"" + engine.path + "\" ";
+  if (size % engine.header.pageSize != 0)
+    throw Error(ErrorCode::kDamaged, quoted + "is cut short: its length is not a whole number of pages", pager.PageCount(),
+                static_cast<std::uint32_t>(size % engine.header.pageSize));
+  UsageMap freePages(pager, engine.header.freePages, UsageMap::Kind::kFreePages);
+  constexpr PageNumber kMostPages = PageNumber{1} << 20;
+  if (const auto used = freePages.NextMissingFrom(pager.PageCount(), kMostPages))
+    throw Error(ErrorCode::kDamaged, quoted + "is cut short: page " + std::to_string(*used) + " is in use and the file has only " +
+                                         std::to_string(pager.PageCount()) + " pages", *used, 0);
+}
+
+}  // namespace
+
+Database::Database(std::unique_ptr<Engine> engine) : engine_(std::move(engine)) {}
+
+Database::~Database() { engine_->pager->RollbackAll(); }
+
+std::unique_ptr<Database> Database::Create(const std::string& path, const OpenOptions& options) {
+  FileSystem& files = options.fileSystem != nullptr ? *options.fileSystem : FileSystem::Real();
+  CreateEmptyFile(files, path);
+  OpenOptions opening = options;
+  opening.mode = OpenMode::kExclusive;
+  return Open(path, opening);
+}
+
+std::unique_ptr<Database> Database::Open(const std::string& path, const OpenOptions& options) {
+  FileSystem& files = options.fileSystem != nullptr ? *options.fileSystem : FileSystem::Real();
+  auto engine = std::make_unique<Engine>(files, path, options);
+  Opened opened = OpenFile(files, path, options.mode);
+  std::vector<std::byte> start(FileHeader::kSize);
+  start.resize(opened.file->Read(0, start));
+  engine->header = FileHeader::Read(start, path);  // before anything is written beside a file that is not ours
+  if (engine->header.version == 3) opened.readOnly = true;
+  engine->sharing = Join(files, path, options, opened.readOnly);
+  RecoverAtOpening(files, path, opened, *engine->sharing, engine->header.pageSize, options.lockWaitMilliseconds);
+  engine->readOnly = opened.readOnly;
+  const std::uint64_t size = opened.file->Size();
+  engine->pager = std::make_unique<Pager>(files, path, std::move(opened.file), engine->header.pageSize, options.cacheBytes,
+                                          *engine->sharing, engine->readOnly);
+  engine->pager->SetFreePageMap(engine->header.freePages);
+  const ReadLock lock(*engine);
+  CheckLength(*engine, engine->sharing->Exclusive() ? size : engine->pager->PageCount() * std::uint64_t{engine->header.pageSize} + size % engine->header.pageSize);
+  return std::unique_ptr<Database>(new Database(std::move(engine)));
+}
+
+const std::string& Database::Path() const noexcept { return engine_->path; }
+int Database::FormatVersion() const noexcept { return engine_->header.version; }
+bool Database::ReadOnly() const noexcept { return engine_->readOnly; }
+
+void Database::Begin() { engine_->pager->Begin(); }
+
+void Database::Commit() {
+  if (TransactionDepth() == 0) throw Error(ErrorCode::kUnsupported, "There is no transaction to end");
+  engine_->pager->Commit();
+}
+
+void Database::Rollback() {
+  if (TransactionDepth() == 0) throw Error(ErrorCode::kUnsupported, "There is no transaction to end");
+  engine_->pager->Rollback();
+}
+
+int Database::TransactionDepth() const noexcept { return engine_->pager->Depth(); }
+
+Database::ReadScope::ReadScope(Database& database) : database_(database) { database_.engine_->pager->BeginRead(); }
+Database::ReadScope::~ReadScope() { database_.engine_->pager->EndRead(); }
+
+Transaction::~Transaction() {
+  // A failed commit or a failure of the disk may have ended it already.
+  if (database_ == nullptr || database_->TransactionDepth() < depth_) return;
+  try {
+    while (database_->TransactionDepth() >= depth_) database_->Rollback();
+  } catch (const Error&) {
+    // Rolling back has then undone everything; there is nothing more to do.
+  }
+}
+
+const std::vector<CatalogObject>& Database::Objects() {
+  const ReadLock lock(*engine_);
+  return engine_->catalog.Objects();
+}
+
+const CatalogObject* Database::FindObject(std::string_view name) {
+  const ReadLock lock(*engine_);
+  return engine_->catalog.Find(name);
+}
+
+std::uint64_t Database::SchemaVersion() {
+  const ReadLock lock(*engine_);
+  return engine_->pager->Generation();
+}
+
+Table& Database::OpenTable(std::string_view name) {
+  const ReadLock lock(*engine_);
+  const CatalogObject* object = engine_->catalog.Find(name);
+  if (object == nullptr || (object->kind != ObjectKind::kTable && object->kind != ObjectKind::kSystemTable))
+    throw Error(ErrorCode::kNotFound, "There is no table \"" + std::string(name) + "\"");
+  const std::string exact = object->name;
+  Table& table = engine_->TableAt(static_cast<PageNumber>(object->id), exact);
+  table.Core().Refresh();
+  return table;
+}
+
+Table& Database::CreateTable(const TableSpec& spec) {
+  Schema(*engine_).CreateTable(spec);
+  return OpenTable(spec.name);
+}
+
+void Database::DropTable(std::string_view name) { Schema(*engine_).DropObject(name); }
+void Database::RenameTable(std::string_view name, std::string_view newName) { Schema(*engine_).RenameTable(name, newName); }
+void Database::AddColumn(std::string_view table, const ColumnDef& column) { Schema(*engine_).AddColumn(table, column); }
+void Database::DropColumn(std::string_view table, std::string_view column) { Schema(*engine_).DropColumn(table, column); }
+void Database::CreateIndex(std::string_view table, const IndexSpec& index) { Schema(*engine_).CreateIndex(table, index); }
+void Database::DropIndex(std::string_view table, std::string_view index) { Schema(*engine_).DropIndex(table, index); }
+
+std::vector<Relationship> Database::Relationships() {
+  const ReadLock lock(*engine_);
+  return Schema(*engine_).Relationships();
+}
+
+void Database::CreateRelationship(const Relationship& relationship) { Schema(*engine_).CreateRelationship(relationship); }
+void Database::DropRelationship(std::string_view name) { Schema(*engine_).DropRelationship(name); }
+void Database::CreateLink(const LinkSpec& link) { Schema(*engine_).CreateLink(link); }
+
+std::string Database::QueryText(std::string_view name) {
+  const ReadLock lock(*engine_);
+  const CatalogObject* object = engine_->catalog.Find(name);
+  if (object == nullptr || object->kind != ObjectKind::kQuery)
+    throw Error(ErrorCode::kNotFound, "There is no query \"" + std::string(name) + "\"");
+  const std::int32_t id = object->id;
+  Table& table = engine_->catalog.QueriesTable();
+  const std::size_t idColumn = table.FindColumn("ObjectId").value();
+  const std::size_t attribute = table.FindColumn("Attribute").value();
+  const std::size_t expression = table.FindColumn("Expression").value();
+  for (ScanCursor cursor = table.Scan(); cursor.Next();) {
+    Row& row = cursor.Current();
+    if (row.Integer(idColumn) != id || row.Integer(attribute) != 1) continue;
+    std::string text(row.Text(expression));
+    while (!text.empty() && text.back() == '\0') text.pop_back();
+    return text;
+  }
+  return {};
+}
+
+std::vector<Property> Database::Properties(std::string_view object, std::string_view column) {
+  const ReadLock lock(*engine_);
+  const CatalogObject* found = engine_->catalog.Find(object);
+  if (found == nullptr) throw Error(ErrorCode::kNotFound, "There is no object \"" + std::string(object) + "\"");
+  return engine_->catalog.ReadProperties(found->id).Of(column);
+}
+
+void Database::SetProperty(std::string_view object, std::string_view column, const Property& property) {
+  ChangeScope scope(*engine_, true);
+  const CatalogObject* found = engine_->catalog.Find(object);
+  if (found == nullptr) throw Error(ErrorCode::kNotFound, "There is no object \"" + std::string(object) + "\"");
+  PropertyMap properties = engine_->catalog.ReadProperties(found->id);
+  properties.Set(column, property);
+  scope.Touching();
+  engine_->catalog.WriteProperties(found->id, properties);
+  engine_->pager->ChangeGeneration();
+  scope.Done();
+}
+
+void Database::RemoveProperty(std::string_view object, std::string_view column, std::string_view name) {
+  ChangeScope scope(*engine_, true);
+  const CatalogObject* found = engine_->catalog.Find(object);
+  if (found == nullptr) throw Error(ErrorCode::kNotFound, "There is no object \"" + std::string(object) + "\"");
+  PropertyMap properties = engine_->catalog.ReadProperties(found->id);
+  if (properties.Find(column, name) != nullptr) {
+    properties.Remove(column, name);
+    scope.Touching();
+    engine_->catalog.WriteProperties(found->id, properties);
+    engine_->pager->ChangeGeneration();
+  }
+  scope.Done();
+}
+
+void Database::Compact(const std::string& newPath) {
+  if (TransactionDepth() > 0) throw Error(ErrorCode::kInUse, "A database cannot be compacted while a transaction is open");
+  CompactInto(*this, newPath);
+}
+
+std::vector<Finding> Database::Check() {
+  const ReadLock lock(*engine_);
+  return CheckStructure(*engine_);
+}
+
+Database::Counters Database::Count() const noexcept {
+  const auto counted = engine_->pager->Count();
+  Counters counters;
+  counters.pagesRead = counted.pagesRead;
+  counters.pagesWritten = counted.pagesWritten;
+  counters.commits = counted.commits;
+  counters.syncs = counted.syncs;
+  counters.cachedBytes = engine_->pager->CachedBytes();
+  return counters;
+}
+
+}  // namespace jet

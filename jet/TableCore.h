@@ -1,0 +1,150 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "jet/BTree.h"
+#include "jet/DataPage.h"
+#include "jet/Definitions.h"
+#include "jet/KeyCodec.h"
+#include "jet/Row.h"
+#include "jet/Table.h"
+#include "jet/TableDefinition.h"
+
+namespace jet {
+
+struct Engine;
+class ChangeScope;
+
+/// What Table is made of: the definition as last read, its trees, and the work on rows.
+class TableCore {
+ public:
+  using Column = TableDefinition::Column;
+
+  /// One B-tree of the table.
+  struct Tree {
+    std::unique_ptr<TreePages> pages;
+    std::unique_ptr<BTree> tree;
+    std::vector<KeyColumn> keyColumns;
+    std::vector<std::size_t> columns;  ///< positions of the key columns
+    std::uint8_t flags = 0;
+    bool supported = true;             ///< false: the order of a text column is not known
+    std::string name;                  ///< of the first index that uses it
+
+    [[nodiscard]] bool IsUnique() const noexcept { return (flags & TableDefinition::Tree::kUnique) != 0; }
+    [[nodiscard]] bool IgnoresNulls() const noexcept { return (flags & TableDefinition::Tree::kIgnoreNulls) != 0; }
+    [[nodiscard]] bool IsRequired() const noexcept { return (flags & TableDefinition::Tree::kRequired) != 0; }
+  };
+
+  TableCore(Engine& owner, PageNumber definitionPage, std::string tableName);
+
+  Engine& engine;
+  const PageNumber page;
+  std::string name;
+
+  /// Reads the definition again when it may have changed behind this object.
+  void Refresh() {
+    if (generation_ != CurrentGeneration()) Reload();
+  }
+  void Reload();
+
+  [[nodiscard]] const TableDefinition& Definition() const noexcept { return definition_; }
+  [[nodiscard]] const std::vector<Column>& Stored() const noexcept { return stored_; }
+  [[nodiscard]] const std::vector<ColumnDef>& Columns();
+  [[nodiscard]] const std::vector<IndexDef>& Indexes() const noexcept { return indexes_; }
+  [[nodiscard]] std::vector<Tree>& Trees() noexcept { return trees_; }
+  [[nodiscard]] std::optional<std::size_t> PositionOf(std::uint16_t number) const noexcept;
+
+  [[nodiscard]] std::uint32_t RowCount();
+  [[nodiscard]] std::int32_t LastAutoNumber();
+
+  // ----- rows (TableRows.cpp)
+  RowId InsertRow(std::span<const Assignment> assignments);
+  void UpdateRow(RowId id, std::span<const Assignment> assignments);
+  void DeleteRow(RowId id);
+  [[nodiscard]] bool ReadRow(RowId id, Row& row);
+  /// Makes the row show the bytes of that slot, which is not a pointer. Errors: kDamaged.
+  void Bind(Row& row, RowId id, const DataPage& data, const std::byte* pageBytes, PageNumber dataPage, unsigned slot);
+
+  /// The key of a row in a tree; false when the row has no entry there. `anyNull` tells whether uniqueness does not count.
+  [[nodiscard]] bool KeyOf(const Tree& tree, Row& row, Bytes& key, bool& anyNull);
+  /// Writes every row anew in the layout of the definition as it is now. For definitions that change the form of rows.
+  void RewriteRows(const TableDefinition& before);
+  /// Frees everything but the definition page and the map rows: rows, long values, trees.
+  void FreeContents();
+  void CheckWritable() const;
+
+  /// One assignment per column; the memory is kept.
+  [[nodiscard]] std::vector<Assignment>& AllColumns(std::span<const Value> values);
+
+ private:
+  friend class Row;
+  /// What becomes of one column in a row that is being written.
+  struct Cell {
+    enum class State : std::uint8_t { kNull, kStored, kKept };
+    State state = State::kNull;
+    bool truth = false;                   ///< Yes/No
+    const Value* value = nullptr;         ///< own type; null for kept columns and streamed long values
+    std::span<const std::byte> kept;      ///< stored bytes taken over from the old row
+    std::string stored;
+    Value scratch;
+    bool newLong = false;                 ///< stored is the definition of a long value written just now
+  };
+
+  static constexpr std::size_t kNowhere = ~std::size_t{0};
+
+  [[nodiscard]] std::uint64_t CurrentGeneration() const noexcept;
+  void Derive();
+  void DeriveIndexes();
+  void ReadProperties();
+  void PrepareCell(std::size_t position, const Assignment& assignment);
+  void CheckCell(std::size_t position);
+  void StoreLongCell(std::size_t position, const Assignment& assignment, bool allowInline);
+  void StoreLongCells(std::span<const Assignment> assignments, bool allowInline);
+  void FreeNewLongValues();
+  void FreeLongValue(std::size_t position, std::span<const std::byte> stored);
+  void EncodeRow(Bytes& bytes);
+  void EncodeWithLongValues(std::span<const Assignment> assignments);
+  /// The same; when the row turns out too long, the long values stored for it are taken back first.
+  void EncodeOrUndo(std::span<const Assignment> assignments, ChangeScope& scope);
+  [[nodiscard]] bool KeyOfCells(const Tree& tree, Row* old, Bytes& key, bool& anyNull);
+  [[noreturn]] void Duplicate(const Tree& tree) const;
+
+  [[nodiscard]] RowId Place(std::span<const std::byte> bytes, std::uint16_t flags);
+  [[nodiscard]] std::optional<RowId> TryPlace(PageNumber candidate, std::span<const std::byte> bytes, std::uint16_t flags);
+  void Replace(RowId home, std::span<const std::byte> bytes);
+  void Remove(RowId home);
+  void RemoveSlot(RowId id);
+  void NoteRoom(PageNumber number, unsigned freeBytes, unsigned slots);
+  /// Home slot's page; gives where the row's bytes are. Nothing when there is no live row.
+  [[nodiscard]] std::optional<RowId> Find(RowId home);
+  void CountRows(int delta);
+  void CountKeys(std::size_t tree, std::size_t added);
+
+  TableDefinition definition_;
+  std::vector<Column> stored_;          ///< by position
+  std::vector<ColumnDef> columns_;
+  std::vector<IndexDef> indexes_;
+  std::vector<Tree> trees_;
+  std::vector<std::size_t> positions_;  ///< by column number
+  std::vector<Cell> cells_;
+  std::vector<Bytes> keys_;
+  std::vector<Bytes> oldKeys_;
+  std::vector<Value> keyValues_;
+  Bytes encoded_;
+  Row oldRow_;
+  std::vector<Assignment> allColumns_;  ///< reused by Table::Insert
+  std::vector<std::size_t> variableOrder_;  ///< position of each variable column; kNowhere for those deleted
+  std::size_t fixedSize_ = 0;
+  std::uint16_t firstVariableNumber_ = 0;   ///< rows with fewer columns were written when there was no variable column
+  PageNumber insertPage_ = 0;
+  std::uint64_t generation_ = 0;
+  bool propertiesRead_ = false;
+};
+
+}  // namespace jet
