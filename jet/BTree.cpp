@@ -11,10 +11,6 @@ namespace {
 /// More levels than any file of 2 GiB can need: a way down that is longer runs in a circle.
 constexpr std::size_t kMaxDepth = 32;
 
-void AppendRow(PackedPointer row, Bytes& entry) {
-  for (int shift = 24; shift >= 0; shift -= 8) entry.push_back(static_cast<std::byte>(row >> shift));
-}
-
 }  // namespace
 
 PageNumber BTree::Create(PageStore& store, PageNumber table) {
@@ -93,7 +89,7 @@ std::optional<RowId> BTree::Insert(std::span<const std::byte> key, RowId row, bo
                                        std::to_string(kMaxKeyBytes) + " can be stored");
   }
   entry_.assign(key.begin(), key.end());
-  AppendRow(Pack(row), entry_);
+  AppendRowPointer(row, entry_);
   const IndexTarget target = unique ? IndexTarget{key, 0, IndexTarget::Side::kBefore}
                                     : IndexTarget{key, Pack(row), IndexTarget::Side::kExact};
   if (lastLeaf_ != 0 && Append(target)) return std::nullopt;

@@ -162,6 +162,8 @@ class BTreeCursor {
   void SeekBefore(std::span<const std::byte> key);
   /// Stands after the last entry whose key begins with these bytes, or where it would be.
   void SeekAfter(std::span<const std::byte> key);
+  /// Stands before or after exactly this entry, or where it would be.
+  void SeekEntry(std::span<const std::byte> key, RowId row, bool after);
 
   /// Passes over the entry after the place; false at the end.
   bool Next();

@@ -14,6 +14,13 @@ void BTreeCursor::SeekLast() { Seek(Place::kLast, {}); }
 void BTreeCursor::SeekBefore(std::span<const std::byte> key) { Seek(Place::kBeforeKey, key); }
 void BTreeCursor::SeekAfter(std::span<const std::byte> key) { Seek(Place::kAfterKey, key); }
 
+void BTreeCursor::SeekEntry(std::span<const std::byte> key, RowId row, bool after) {
+  Seek(after ? Place::kAfterEntry : Place::kBeforeEntry, {});
+  Bytes entry(key.begin(), key.end());  // the key may be this cursor's own
+  AppendRowPointer(row, entry);
+  entry_.swap(entry);
+}
+
 RowId BTreeCursor::Row() const noexcept { return Unpack(TargetOf(entry_).row); }
 
 void BTreeCursor::Settle() {

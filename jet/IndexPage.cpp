@@ -37,6 +37,11 @@ IndexTarget TargetOf(std::span<const std::byte> leafEntry) noexcept {
   return {leafEntry.first(leafEntry.size() - kRowPointerSize), row, IndexTarget::Side::kExact};
 }
 
+void AppendRowPointer(RowId row, Bytes& entry) {
+  const PackedPointer packed = Pack(row);
+  for (int shift = 24; shift >= 0; shift -= 8) entry.push_back(static_cast<std::byte>(packed >> shift));
+}
+
 // ----- IndexEntries
 
 void IndexEntries::Append(std::span<const std::byte> entry) {

@@ -45,6 +45,9 @@ struct IndexTarget {
 /// The place of a leaf's entry, given its bytes (at least those of a row pointer).
 [[nodiscard]] IndexTarget TargetOf(std::span<const std::byte> leafEntry) noexcept;
 
+/// Appends a row pointer as entries hold it.
+void AppendRowPointer(RowId row, Bytes& entry);
+
 /// Entries of a page in order, whole (without prefix compression), for the operations that write a page anew.
 class IndexEntries {
  public:
