@@ -25,3 +25,18 @@ macro(tamlo_googletest)
     add_library(GTest::gtest_main ALIAS gtest_main)
   endif()
 endmacro()
+
+# A program of windows: no console, our icon, version and manifest, and nothing in it that only a debugger needs.
+function(tamlo_windows_program target)
+  enable_language(RC)
+  set_target_properties(${target} PROPERTIES WIN32_EXECUTABLE TRUE)
+  target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/app/win32/tamlo.rc)
+  string(REPLACE "." "," numbers "${PROJECT_VERSION}.0")
+  set_property(SOURCE ${PROJECT_SOURCE_DIR}/app/win32/tamlo.rc TARGET_DIRECTORY ${target} PROPERTY COMPILE_DEFINITIONS
+    "TAMLO_VERSION_NUMBERS=${numbers}" "TAMLO_VERSION_TEXT=\"${PROJECT_VERSION}\"")
+  set_property(SOURCE ${PROJECT_SOURCE_DIR}/app/win32/tamlo.rc TARGET_DIRECTORY ${target} PROPERTY OBJECT_DEPENDS
+    ${PROJECT_SOURCE_DIR}/app/win32/tamlo.manifest ${PROJECT_SOURCE_DIR}/app/win32/tamlo.ico)
+  if(NOT CMAKE_BUILD_TYPE STREQUAL Debug)
+    target_link_options(${target} PRIVATE -s)
+  endif()
+endfunction()

@@ -1,0 +1,187 @@
+#include "ui/win32/Win32Controls.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "ui/Twips.h"
+
+namespace tamlo::ui::win32 {
+
+namespace {
+
+constexpr UINT_PTR kSubclass = 1;
+
+HWND MakeWindow(HWND form, const wchar_t* kind, DWORD style, DWORD extendedStyle, WORD id) {
+  const auto menu = reinterpret_cast<HMENU>(static_cast<UINT_PTR>(id));
+  return Checked(CreateWindowExW(extendedStyle, kind, L"", WS_CHILD | WS_VISIBLE | style, 0, 0, 0, 0, form, menu,
+                                 GetModuleHandleW(nullptr), nullptr),
+                 "CreateWindowEx");
+}
+
+/// Position in a text counted in characters, as one counted in UTF-16 units, and back.
+DWORD UnitsOf(std::wstring_view text, int characters) {
+  std::size_t units = 0;
+  for (; characters > 0 && units < text.size(); --characters) units += IS_HIGH_SURROGATE(text[units]) ? 2 : 1;
+  return static_cast<DWORD>(std::min(units, text.size()));
+}
+std::int16_t CharactersOf(std::wstring_view text, DWORD units) {
+  std::int16_t characters = 0;
+  for (std::size_t i = 0; i < std::min<std::size_t>(units, text.size()); ++i) {
+    if (!IS_LOW_SURROGATE(text[i])) ++characters;
+  }
+  return characters;
+}
+
+struct Selection {
+  DWORD start = 0;
+  DWORD end = 0;
+};
+
+Selection SelectionOf(HWND window) {
+  Selection selection;
+  SendMessageW(window, EM_GETSEL, reinterpret_cast<WPARAM>(&selection.start), reinterpret_cast<LPARAM>(&selection.end));
+  return selection;
+}
+
+}  // namespace
+
+ControlWindow::ControlWindow(ControlHost& host, HWND window, Rectangle place)
+    : host_(host), window_(window), place_(place) {
+  SetWindowSubclass(window_, Procedure, kSubclass, reinterpret_cast<DWORD_PTR>(this));
+}
+
+ControlWindow::~ControlWindow() {
+  if (IsWindow(window_) != 0) RemoveWindowSubclass(window_, Procedure, kSubclass);
+}
+
+LRESULT CALLBACK ControlWindow::Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR /*id*/,
+                                          DWORD_PTR self) {
+  const auto answer = reinterpret_cast<ControlWindow*>(self)->OnMessage(message, wParam, lParam);
+  return answer ? *answer : DefSubclassProc(window, message, wParam, lParam);
+}
+
+std::optional<LRESULT> ControlWindow::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+  if (message != WM_SETFOCUS) return std::nullopt;
+  const LRESULT answer = DefSubclassProc(window_, message, wParam, lParam);
+  host_.FocusReached(*this);
+  return answer;
+}
+
+RECT ControlWindow::PixelPlace(UINT dotsPerInch) const {
+  const auto pixels = [dotsPerInch](std::int16_t twips) { return static_cast<LONG>(ToPixels(twips, dotsPerInch)); };
+  const LONG left = pixels(place_.left);
+  const LONG top = pixels(place_.top);
+  return {left, top, left + pixels(place_.width), top + pixels(place_.height)};
+}
+
+void ControlWindow::PlaceAt(UINT dotsPerInch, HFONT font) {
+  const RECT place = PixelPlace(dotsPerInch);
+  SendMessageW(window_, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
+  SetWindowPos(window_, nullptr, place.left, place.top, place.right - place.left, place.bottom - place.top,
+               SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+Win32TextBox::Win32TextBox(ControlHost& host, HWND form, WORD id, Rectangle place)
+    : Win32Control(host, MakeWindow(form, WC_EDITW, WS_TABSTOP | ES_AUTOHSCROLL, WS_EX_CLIENTEDGE, id), place) {}
+
+void Win32TextBox::Text(const std::string& text) {
+  std::wstring wide = ToWide(text);
+  if (maxLength_ > 0) wide.resize(UnitsOf(wide, maxLength_));
+  SetWindowTextW(window_, wide.c_str());
+}
+
+void Win32TextBox::MaxLength(std::int16_t characters) {
+  maxLength_ = std::max<std::int16_t>(characters, 0);
+  SendMessageW(window_, EM_LIMITTEXT, static_cast<WPARAM>(maxLength_), 0);
+  if (maxLength_ > 0 && runtime::Length(Text()) > static_cast<std::size_t>(maxLength_)) Text(Text());
+}
+
+void Win32TextBox::BackColor(Color color) {
+  color_ = RGB(color.red, color.green, color.blue);
+  brush_ = DrawingObject<HBRUSH>(CreateSolidBrush(color_));
+  InvalidateRect(window_, nullptr, TRUE);
+}
+
+HBRUSH Win32TextBox::Background(HDC device) {
+  if (brush_.Get() == nullptr) return nullptr;
+  // A dark theme writes in white, which a light background would swallow.
+  const bool light = GetRValue(color_) + GetGValue(color_) + GetBValue(color_) > 3 * 127;
+  SetTextColor(device, light ? RGB(0, 0, 0) : RGB(255, 255, 255));
+  SetBkColor(device, color_);
+  return brush_.Get();
+}
+
+void Win32TextBox::Password(bool on) {
+  password_ = on;
+  SendMessageW(window_, EM_SETPASSWORDCHAR, on ? L'*' : 0, 0);
+  InvalidateRect(window_, nullptr, TRUE);
+}
+
+void Win32TextBox::Select(std::int16_t start, std::int16_t length) {
+  const std::wstring text = WindowText(window_);
+  SendMessageW(window_, EM_SETSEL, UnitsOf(text, start), static_cast<LPARAM>(UnitsOf(text, start + length)));
+}
+
+std::int16_t Win32TextBox::SelectionStart() const {
+  return CharactersOf(WindowText(window_), SelectionOf(window_).start);
+}
+
+std::int16_t Win32TextBox::SelectionLength() const {
+  const std::wstring text = WindowText(window_);
+  const Selection selection = SelectionOf(window_);
+  return static_cast<std::int16_t>(CharactersOf(text, selection.end) - CharactersOf(text, selection.start));
+}
+
+std::optional<LRESULT> Win32TextBox::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+  // A password gives nothing to the clipboard, whichever way it is asked.
+  if (password_ && (message == WM_COPY || message == WM_CUT)) return 0;
+  if (message == WM_LBUTTONDOWN && GetFocus() != window_) {
+    // The focus is told once the click has placed the caret, and the drag that the click began ends: a selection made
+    // then stays.
+    focusByMouse_ = true;
+    const LRESULT answer = DefSubclassProc(window_, message, wParam, lParam);
+    if (GetCapture() == window_) ReleaseCapture();
+    focusByMouse_ = false;
+    host_.FocusReached(*this);
+    return answer;
+  }
+  if (message == WM_SETFOCUS && focusByMouse_) return std::nullopt;
+  return ControlWindow::OnMessage(message, wParam, lParam);
+}
+
+Win32Button::Win32Button(ControlHost& host, HWND form, WORD id, Rectangle place, CancelButton& cancel)
+    : Win32Control(host, MakeWindow(form, WC_BUTTONW, WS_TABSTOP | BS_PUSHBUTTON, 0, id), place), cancel_(cancel) {}
+
+void Win32Button::Default(bool on) {
+  const HWND form = GetParent(window_);
+  if (on) SendMessageW(form, DM_SETDEFID, Id(), 0);
+  SendMessageW(window_, BM_SETSTYLE, on ? BS_DEFPUSHBUTTON : BS_PUSHBUTTON, TRUE);
+}
+
+void Win32Button::Cancel(bool on) {
+  if (on) {
+    cancel_.button = this;
+  } else if (cancel_.button == this) {
+    cancel_.button = nullptr;
+  }
+}
+
+Win32Label::Win32Label(ControlHost& host, HWND form, WORD id, Rectangle place)
+    : Win32Control(host, MakeWindow(form, WC_STATICW, SS_LEFT, 0, id), place) {}
+
+void Win32Label::PlaceAt(UINT dotsPerInch, HFONT font) {
+  ControlWindow::PlaceAt(dotsPerInch, font);
+  // The text stands in the middle of its place, on as many lines as it needs.
+  const RECT place = PixelPlace(dotsPerInch);
+  RECT text{0, 0, place.right - place.left, 0};
+  const HDC device = GetDC(window_);
+  const HGDIOBJ before = SelectObject(device, font);
+  DrawTextW(device, WindowText(window_).c_str(), -1, &text, DT_CALCRECT | DT_WORDBREAK);
+  SelectObject(device, before);
+  ReleaseDC(window_, device);
+  const LONG height = std::min(text.bottom, place.bottom - place.top);
+  SetWindowPos(window_, nullptr, place.left, place.top + (place.bottom - place.top - height) / 2,
+               place.right - place.left, height, SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+}  // namespace tamlo::ui::win32

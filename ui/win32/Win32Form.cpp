@@ -1,0 +1,281 @@
+#include "ui/win32/Win32Form.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "ui/EventBorder.h"
+#include "ui/Twips.h"
+#include "ui/win32/Win32Controls.h"
+
+namespace tamlo::ui::win32 {
+
+namespace {
+
+constexpr DWORD kFormStyle = WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME | DS_3DLOOK | DS_NOIDLEMSG;
+constexpr WORD kFirstControl = 1000;
+/// Number of the program's icon among its resources.
+constexpr WORD kProgramIcon = 1;
+
+/// The open forms, for the message loop.
+std::vector<HWND>& OpenForms() {
+  static std::vector<HWND> forms;
+  return forms;
+}
+
+/// The font that the user chose for messages, at a resolution.
+DrawingObject<HFONT> MessageFont(UINT dotsPerInch) {
+  NONCLIENTMETRICSW metrics{};
+  metrics.cbSize = sizeof metrics;
+  SystemParametersInfoForDpi(SPI_GETNONCLIENTMETRICS, sizeof metrics, &metrics, 0, dotsPerInch);
+  return DrawingObject<HFONT>(CreateFontIndirectW(&metrics.lfMessageFont));
+}
+
+class Win32Form : public Form, public ControlHost {
+ public:
+  Win32Form(EventBorder& border, const PointerState& pointer, std::int16_t clientWidth, std::int16_t clientHeight)
+      : border_(border), pointer_(pointer), clientWidth_(clientWidth), clientHeight_(clientHeight) {
+    // A dialog without controls: the template is only its head, with no menu, no class and no title.
+    struct alignas(4) {
+      DLGTEMPLATE head{kFormStyle, 0, 0, 0, 0, 10, 10};
+      WORD menu = 0;
+      WORD kind = 0;
+      WORD title = 0;
+    } blank;
+    window_ = Checked(CreateDialogIndirectParamW(GetModuleHandleW(nullptr), &blank.head, nullptr, Procedure,
+                                                 reinterpret_cast<LPARAM>(this)),
+                      "CreateDialogIndirectParam");
+    if (const HICON icon = LoadIconW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(kProgramIcon))) {
+      SendMessageW(window_, WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(icon));
+      SendMessageW(window_, WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(icon));
+    }
+    Resize();
+    OpenForms().push_back(window_);
+    border_.FormLoaded();
+  }
+
+  ~Win32Form() override {
+    if (!closed_) border_.FormUnloaded();
+    unloading_ = true;
+    std::erase(OpenForms(), window_);
+    SetWindowLongPtrW(window_, DWLP_USER, 0);
+    controls_.clear();
+    DestroyWindow(window_);
+  }
+
+  TextBox& AddTextBox(const std::string& /*name*/, Rectangle place) override {
+    return Add(std::make_unique<Win32TextBox>(*this, window_, NextId(), place));
+  }
+  Button& AddButton(const std::string& /*name*/, Rectangle place) override {
+    return Add(std::make_unique<Win32Button>(*this, window_, NextId(), place, cancel_));
+  }
+  Label& AddLabel(const std::string& /*name*/, Rectangle place) override {
+    return Add(std::make_unique<Win32Label>(*this, window_, NextId(), place));
+  }
+  void TabOrder(std::initializer_list<Control*> controls) override { tabOrder_ = controls; }
+
+  void Caption(const std::string& text) override { SetWindowTextW(window_, ToWide(text).c_str()); }
+  std::int16_t Width() const override { return ToTwips(OuterPlace().right - OuterPlace().left, Dpi()); }
+  std::int16_t Height() const override { return ToTwips(OuterPlace().bottom - OuterPlace().top, Dpi()); }
+  void Move(std::int16_t left, std::int16_t top) override {
+    SetWindowPos(window_, nullptr, ToPixels(left, Dpi()), ToPixels(top, Dpi()), 0, 0,
+                 SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
+  }
+
+  void Show() override {
+    if (unloading_) return;
+    Layout();
+    Arrange();
+    ShowWindow(window_, SW_SHOW);
+    // The program that started this one may hold the front.
+    SetForegroundWindow(window_);
+    if (!hadFocus_ && !tabOrder_.empty()) tabOrder_.front()->SetFocus();
+  }
+
+  void Unload() override {
+    if (std::exchange(unloading_, true)) return;
+    if (onUnload) onUnload();
+    closed_ = true;
+    ShowWindow(window_, SW_HIDE);
+    border_.FormUnloaded();
+  }
+
+ private:
+  UINT Dpi() const { return GetDpiForWindow(window_); }
+  RECT OuterPlace() const {
+    RECT place{};
+    GetWindowRect(window_, &place);
+    return place;
+  }
+  WORD NextId() const { return static_cast<WORD>(kFirstControl + controls_.size()); }
+
+  template <typename Wrapper>
+  Wrapper& Add(std::unique_ptr<Wrapper> control) {
+    Wrapper& added = *control;
+    controls_.push_back(std::move(control));
+    return added;
+  }
+
+  ControlWindow* WindowOf(const Control* wanted) const {
+    const auto found = std::find_if(controls_.begin(), controls_.end(),
+                                    [wanted](const auto& control) { return &control->AsControl() == wanted; });
+    return found == controls_.end() ? nullptr : found->get();
+  }
+  ControlWindow* WindowOf(HWND wanted) const {
+    const auto found = std::find_if(controls_.begin(), controls_.end(),
+                                    [wanted](const auto& control) { return control->Window() == wanted; });
+    return found == controls_.end() ? nullptr : found->get();
+  }
+
+  /// Gives the window the size that its client area asks for at its resolution.
+  void Resize() {
+    RECT place{0, 0, ToPixels(clientWidth_, Dpi()), ToPixels(clientHeight_, Dpi())};
+    AdjustWindowRectExForDpi(&place, static_cast<DWORD>(GetWindowLongPtrW(window_, GWL_STYLE)), FALSE,
+                             static_cast<DWORD>(GetWindowLongPtrW(window_, GWL_EXSTYLE)), Dpi());
+    SetWindowPos(window_, nullptr, 0, 0, place.right - place.left, place.bottom - place.top,
+                 SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+  }
+
+  void Layout() {
+    DrawingObject<HFONT> font = MessageFont(Dpi());
+    for (const auto& control : controls_) control->PlaceAt(Dpi(), font.Get());
+    font_ = std::move(font);
+  }
+
+  /// Stacks the windows in tab order. A label stands right before its buddy: that is where its accelerator leads and
+  /// whose name it gives. A text box without a label gets its spoken name from a hidden one.
+  void Arrange() {
+    HWND previous = HWND_TOP;
+    const auto stack = [&previous](HWND window) {
+      SetWindowPos(window, previous, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
+      previous = window;
+    };
+    for (const Control* control : tabOrder_) {
+      const ControlWindow* window = WindowOf(control);
+      if (window == nullptr) continue;
+      if (const HWND label = LabelOf(*window)) stack(label);
+      stack(window->Window());
+    }
+  }
+
+  HWND LabelOf(const ControlWindow& wanted) {
+    for (const auto& control : controls_) {
+      const auto* label = dynamic_cast<const Win32Label*>(control.get());
+      if (label != nullptr && label->BuddyControl() != nullptr && WindowOf(label->BuddyControl()) == &wanted)
+        return label->Window();
+    }
+    if (dynamic_cast<const Win32TextBox*>(&wanted) == nullptr || wanted.SpokenName().empty()) return nullptr;
+    return CreateWindowExW(0, WC_STATICW, wanted.SpokenName().c_str(), WS_CHILD, 0, 0, 0, 0, window_, nullptr,
+                           GetModuleHandleW(nullptr), nullptr);
+  }
+
+  /// The control in use changed. Coming back to the window is no change.
+  void FocusReached(ControlWindow& control) override {
+    border_.Guard([&] {
+      if (unloading_) return;
+      auto* box = dynamic_cast<Win32TextBox*>(&control);
+      const bool first = !std::exchange(hadFocus_, true);
+      if (!first && box == focused_) return;
+      Win32TextBox* const left = std::exchange(focused_, box);
+      if (left != nullptr && left->onLostFocus) left->onLostFocus();
+      if (box != nullptr && box->onGotFocus) box->onGotFocus();
+    });
+  }
+
+  void TipChanged(ControlWindow& control, const std::wstring& text) override {
+    if (tips_ == nullptr) {
+      tips_ = Checked(CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr, WS_POPUP | TTS_ALWAYSTIP | TTS_NOPREFIX,
+                                      CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, window_, nullptr,
+                                      GetModuleHandleW(nullptr), nullptr),
+                      "CreateWindowEx");
+    }
+    std::wstring copy = text;
+    TTTOOLINFOW tool{};
+    tool.cbSize = sizeof tool;
+    tool.uFlags = TTF_IDISHWND | TTF_SUBCLASS;
+    tool.hwnd = window_;
+    tool.uId = reinterpret_cast<UINT_PTR>(control.Window());
+    tool.lpszText = copy.data();
+    SendMessageW(tips_, TTM_DELTOOLW, 0, reinterpret_cast<LPARAM>(&tool));
+    if (!text.empty()) SendMessageW(tips_, TTM_ADDTOOLW, 0, reinterpret_cast<LPARAM>(&tool));
+  }
+
+  void OnCommand(WORD id) {
+    if (unloading_) return;
+    // Esc comes as the dialog's own cancel command.
+    ControlWindow* pressed =
+        id == IDCANCEL ? static_cast<ControlWindow*>(cancel_.button) : WindowOf(GetDlgItem(window_, id));
+    if (pressed != nullptr) pressed->Pressed();
+  }
+
+  /// The answer to a message as a dialog procedure gives it: 0 leaves it to the dialog.
+  INT_PTR OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+    switch (message) {
+      case WM_COMMAND:
+        if (HIWORD(wParam) == BN_CLICKED) border_.Guard([&] { OnCommand(LOWORD(wParam)); });
+        return TRUE;
+      case WM_CLOSE:
+        border_.Guard([this] { Unload(); });
+        return TRUE;
+      case WM_SETCURSOR:
+        if (!pointer_.hourglass) return FALSE;
+        SetCursor(LoadCursorW(nullptr, IDC_WAIT));
+        SetWindowLongPtrW(window_, DWLP_MSGRESULT, TRUE);
+        return TRUE;
+      case WM_CTLCOLOREDIT:
+      case WM_CTLCOLORSTATIC:
+        if (ControlWindow* control = WindowOf(reinterpret_cast<HWND>(lParam))) {
+          return reinterpret_cast<INT_PTR>(control->Background(reinterpret_cast<HDC>(wParam)));
+        }
+        return FALSE;
+      case WM_DPICHANGED: {
+        const auto* place = reinterpret_cast<const RECT*>(lParam);
+        SetWindowPos(window_, nullptr, place->left, place->top, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
+        Resize();
+        Layout();
+        return TRUE;
+      }
+      default:
+        return FALSE;
+    }
+  }
+
+  static INT_PTR CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_INITDIALOG) {
+      SetWindowLongPtrW(window, DWLP_USER, lParam);
+      return FALSE;  // the focus is set when the form is shown
+    }
+    auto* form = reinterpret_cast<Win32Form*>(GetWindowLongPtrW(window, DWLP_USER));
+    return form != nullptr && form->window_ == window ? form->OnMessage(message, wParam, lParam) : FALSE;
+  }
+
+  EventBorder& border_;
+  const PointerState& pointer_;
+  std::int16_t clientWidth_;
+  std::int16_t clientHeight_;
+  HWND window_ = nullptr;
+  HWND tips_ = nullptr;  // owned by the window
+  DrawingObject<HFONT> font_;
+  std::vector<std::unique_ptr<ControlWindow>> controls_;
+  std::vector<Control*> tabOrder_;
+  CancelButton cancel_;
+  Win32TextBox* focused_ = nullptr;
+  bool hadFocus_ = false;
+  bool unloading_ = false;
+  bool closed_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Form> CreateForm(EventBorder& border, const PointerState& pointer, std::int16_t clientWidth,
+                                 std::int16_t clientHeight) {
+  return std::make_unique<Win32Form>(border, pointer, clientWidth, clientHeight);
+}
+
+bool FormsTake(void* message) noexcept {
+  const auto& forms = OpenForms();
+  return std::any_of(forms.begin(), forms.end(),
+                     [message](HWND form) { return IsDialogMessageW(form, static_cast<MSG*>(message)) != 0; });
+}
+
+}  // namespace tamlo::ui::win32
