@@ -1,0 +1,351 @@
+#include "ado/odbc/BatchInsert.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "ado/odbc/NativeHeaders.h"
+#include "ado/odbc/SqlText.h"
+#include "ado/odbc/TypeMap.h"
+#include "ado/odbc/WideText.h"
+#include "runtime/Error.h"
+#include "runtime/Text.h"
+
+namespace tamlo::ado::odbc {
+namespace {
+
+constexpr std::size_t kBatchBytes = 4 * 1024 * 1024;  // of the slots of all columns together
+constexpr std::size_t kFirstTextSlot = 64;
+
+/// A point inside the caller's transaction to which a failed batch returns.
+class Savepoint {
+ public:
+  explicit Savepoint(const std::shared_ptr<Session>& session) : session_(session) {
+    Run(session_->Facts().backend == Backend::kSqlServer ? "SAVE TRANSACTION tamlo_lot" : "SAVEPOINT tamlo_lot");
+  }
+  /// Forgets it, where the backend keeps savepoints until they are released.
+  void Release() {
+    const Backend backend = session_->Facts().backend;
+    if (backend != Backend::kSqlServer && backend != Backend::kOracle) Run("RELEASE SAVEPOINT tamlo_lot");
+  }
+  void Undo() { Run(session_->Facts().backend == Backend::kSqlServer ? "ROLLBACK TRANSACTION tamlo_lot" : "ROLLBACK TO SAVEPOINT tamlo_lot"); }
+
+ private:
+  void Run(const char* sql) {
+    Statement statement(session_);
+    statement.ExecuteDirect(sql);
+  }
+  std::shared_ptr<Session> session_;
+};
+
+bool HasSavepoints(Backend backend) { return backend != Backend::kOther; }
+
+}  // namespace
+
+BatchInsert::BatchInsert(std::shared_ptr<Session> session, const std::string& table, std::vector<std::string> columns)
+    : session_(std::move(session)), tableName_(PlainName(table)), tableText_(session_->Quoted(table)) {
+  columns_.resize(columns.size());
+  for (std::size_t i = 0; i < columns.size(); ++i) columns_[i].name = std::move(columns[i]);
+  Describe();
+  ChooseMethod();
+}
+
+void BatchInsert::Describe() {
+  std::string names;
+  for (const auto& column : columns_) names += (names.empty() ? "" : ", ") + session_->Quoted(column.name);
+  Statement statement(session_);
+  statement.Prepare("SELECT " + names + " FROM " + tableText_);
+  if (statement.ColumnCount() == 0) statement.Execute();
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    const ColumnDescription description = statement.Describe(i + 1);
+    const FieldInfo field = ToFieldInfo(description, session_->Facts());
+    columns_[i].shape = ShapeFor(field, description.sqlType, session_->Facts());
+    columns_[i].shape.column = columns_[i].name;
+    columns_[i].hasDefault = field.autoIncrement;
+    columns_[i].stride = columns_[i].shape.fixedSize != 0 ? columns_[i].shape.fixedSize : kFirstTextSlot;
+  }
+}
+
+void BatchInsert::ChooseMethod() {
+  const auto& facts = session_->Facts();
+  method_ = facts.batch;
+  if (method_ == BatchMethod::kArray && facts.testArrays && !ArraysWork()) method_ = BatchMethod::kRowByRow;
+  capacity_ = method_ == BatchMethod::kRowByRow ? 1 : facts.batchRows;
+  if (facts.batchParameters > 0) capacity_ = std::min(capacity_, facts.batchParameters / std::max<std::size_t>(columns_.size(), 1));
+  capacity_ = std::max<std::size_t>(capacity_, 1);
+  for (auto& column : columns_) {
+    column.data.resize(column.stride * capacity_);
+    column.indicators.resize(capacity_);
+  }
+}
+
+/// Some drivers take an array and store its first row again and again: three different rows are written and read back, once for each session.
+bool BatchInsert::ArraysWork() {
+  auto& facts = session_->MutableFacts();
+  facts.testArrays = false;
+  facts.batch = BatchMethod::kRowByRow;
+  if (session_->InTransaction()) {
+    facts.testArrays = true;  // defining a table may end a transaction: asked again another time
+    facts.batch = BatchMethod::kArray;
+    return false;
+  }
+  std::string seen;
+  const auto failure = runtime::IgnoringErrors([&] {
+    Statement create(session_);
+    create.ExecuteDirect("CREATE TABLE TAMLO_ARRAY_TEST (A INTEGER)");
+    {
+      std::int32_t values[] = {11, 22, 33};
+      SQLLEN indicators[] = {sizeof(std::int32_t), sizeof(std::int32_t), sizeof(std::int32_t)};
+      Statement insert(session_);
+      insert.Prepare("INSERT INTO TAMLO_ARRAY_TEST (A) VALUES (?)");
+      insert.SetAttribute(SQL_ATTR_PARAMSET_SIZE, std::size_t{3});
+      insert.Check(SQLBindParameter(insert.Native(), 1, SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 10, 0, values, sizeof(std::int32_t), indicators));
+      insert.Execute();
+    }
+    Statement select(session_);
+    select.ExecuteDirect("SELECT A FROM TAMLO_ARRAY_TEST ORDER BY A");
+    while (select.Fetch()) seen += std::to_string(select.Integer(1, 0)) + " ";
+  });
+  (void)runtime::IgnoringErrors([&] {
+    Statement drop(session_);
+    drop.ExecuteDirect("DROP TABLE TAMLO_ARRAY_TEST");
+  });
+  if (failure || seen != "11 22 33 ") return false;
+  facts.batch = BatchMethod::kArray;
+  return true;
+}
+
+void BatchInsert::LearnDefaults() {
+  if (defaultsKnown_) return;
+  defaultsKnown_ = true;
+  auto catalog = ToUtf16(session_->Facts().catalog);
+  auto table = ToUtf16(tableName_);
+  Statement statement(session_);
+  statement.Check(SQLColumnsW(statement.Native(), catalog.empty() ? nullptr : reinterpret_cast<SQLWCHAR*>(catalog.data()),
+                              static_cast<SQLSMALLINT>(catalog.size()), nullptr, 0, reinterpret_cast<SQLWCHAR*>(table.data()),
+                              static_cast<SQLSMALLINT>(table.size()), nullptr, 0));
+  while (statement.Fetch()) {
+    const std::string name = runtime::UpperCase(statement.Text(4).value_or(""));
+    const std::int64_t nullable = statement.Integer(11, SQL_NULLABLE);
+    const std::string value = runtime::UpperCase(statement.Text(13).value_or("NULL"));
+    for (auto& column : columns_) {
+      // A required column cannot take a null: leaving it out lets the backend decide.
+      if (runtime::UpperCase(column.name) == name && (value != "NULL" || nullable == SQL_NO_NULLS)) column.hasDefault = true;
+    }
+  }
+}
+
+void BatchInsert::ChooseLeftColumns(std::span<const Variant> row) {
+  bool changed = false;
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    if (row[i].IsEmpty()) LearnDefaults();
+    const bool left = row[i].IsEmpty() && columns_[i].hasDefault;
+    changed = changed || left != columns_[i].left;
+  }
+  if (!changed) return;
+  Flush();
+  for (std::size_t i = 0; i < row.size(); ++i) columns_[i].left = row[i].IsEmpty() && columns_[i].hasDefault;
+  batch_.reset();
+  single_.reset();
+}
+
+void BatchInsert::Add(std::span<const Variant> row) {
+  ChooseLeftColumns(row);
+  Hold(row);
+  if (held_ >= capacity_ || heldBytes_ >= kBatchBytes) Flush();
+}
+
+void BatchInsert::Grow(Column& column, std::size_t bytes) {
+  const std::size_t stride = std::max(bytes, column.stride * 2);
+  // Few very long values must not make room for as many of them in every slot.
+  if (held_ > 0 && stride * capacity_ > kBatchBytes) {
+    Flush();
+  }
+  if (stride * capacity_ > kBatchBytes) {
+    capacity_ = std::max<std::size_t>(kBatchBytes / stride, 1);
+    for (auto& other : columns_) other.data.resize(other.stride * capacity_);
+    batch_.reset();
+  }
+  std::vector<std::byte> wider(stride * capacity_);
+  for (std::size_t i = 0; i < held_; ++i) std::memcpy(wider.data() + i * stride, column.data.data() + i * column.stride, column.stride);
+  column.data = std::move(wider);
+  column.stride = stride;
+  bound_ = false;
+}
+
+void BatchInsert::Hold(std::span<const Variant> row) {
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    auto& column = columns_[i];
+    if (column.left) continue;
+    scratch_.clear();
+    try {
+      if (!Encode(row[i], column.shape, scratch_)) {
+        column.indicators[held_] = SQL_NULL_DATA;
+        continue;
+      }
+    } catch (runtime::Error& error) {
+      const std::int64_t number = done_ + static_cast<std::int64_t>(held_) + 1;
+      ++done_;  // the row is refused: those behind it keep their numbers
+      throw error.WithContext("ligne " + std::to_string(number) + ", colonne " + column.name);
+    }
+    if (scratch_.size() > column.stride) {
+      // Growing may send the rows before this one; its values that are held already move to the front.
+      const std::size_t from = held_;
+      Grow(column, scratch_.size());
+      for (std::size_t j = 0; j < i && from != held_; ++j) {
+        auto& earlier = columns_[j];
+        std::memmove(earlier.data.data() + held_ * earlier.stride, earlier.data.data() + from * earlier.stride, earlier.stride);
+        earlier.indicators[held_] = earlier.indicators[from];
+      }
+    }
+    std::memcpy(column.data.data() + held_ * column.stride, scratch_.data(), scratch_.size());
+    column.indicators[held_] = static_cast<std::ptrdiff_t>(scratch_.size());
+    heldBytes_ += scratch_.size();
+  }
+  ++held_;
+}
+
+std::string BatchInsert::InsertText(std::size_t rows) const {
+  std::string names;
+  std::string marks;
+  for (const auto& column : columns_) {
+    if (column.left) continue;
+    names += (names.empty() ? "" : ", ") + session_->Quoted(column.name);
+    marks += marks.empty() ? "?" : ",?";
+  }
+  if (names.empty()) {
+    return "INSERT INTO " + tableText_ + (session_->Facts().backend == Backend::kMySql ? " () VALUES ()" : " DEFAULT VALUES");
+  }
+  std::string sql = "INSERT INTO " + tableText_ + " (" + names + ") VALUES (" + marks + ")";
+  for (std::size_t i = 1; i < rows; ++i) sql += ",(" + marks + ")";
+  return sql;
+}
+
+void BatchInsert::BindRow(Statement& statement, std::size_t row, std::size_t firstParameter) {
+  std::size_t parameter = firstParameter;
+  for (auto& column : columns_) {
+    if (column.left) continue;
+    const auto& shape = column.shape;
+    const std::size_t unit = shape.nativeType == SQL_C_WCHAR ? sizeof(char16_t) : 1;
+    const std::size_t size = shape.fixedSize != 0 ? shape.columnSize : std::max<std::size_t>({shape.columnSize, column.stride / unit, 1});
+    statement.Check(SQLBindParameter(statement.Native(), static_cast<SQLUSMALLINT>(parameter++), SQL_PARAM_INPUT, shape.nativeType, shape.sqlType,
+                                     size, shape.digits, column.data.data() + row * column.stride, static_cast<SQLLEN>(column.stride),
+                                     &column.indicators[row]));
+  }
+}
+
+void BatchInsert::BindArrays(Statement& statement) {
+  if (bound_) return;
+  BindRow(statement, 0, 1);
+  bound_ = true;
+}
+
+bool BatchInsert::ExecuteArray(Statement& statement) {
+  std::vector<SQLUSMALLINT> status(held_, SQL_PARAM_UNUSED);
+  SQLULEN processed = 0;
+  statement.SetAttribute(SQL_ATTR_PARAMSET_SIZE, held_);
+  statement.SetAttribute(SQL_ATTR_PARAM_STATUS_PTR, static_cast<void*>(status.data()));
+  statement.SetAttribute(SQL_ATTR_PARAMS_PROCESSED_PTR, static_cast<void*>(&processed));
+  BindArrays(statement);
+  statement.Execute();
+  const bool allStored = std::all_of(status.begin(), status.end(), [](SQLUSMALLINT one) {
+    return one == SQL_PARAM_SUCCESS || one == SQL_PARAM_SUCCESS_WITH_INFO || one == SQL_PARAM_DIAG_UNAVAILABLE;
+  });
+  const std::int64_t affected = statement.RowsAffected();
+  return allStored && processed == held_ && (affected < 0 || affected == static_cast<std::int64_t>(held_));
+}
+
+bool BatchInsert::ExecuteRows(Statement& statement) {
+  if (!bound_) {
+    std::size_t parameter = 1;
+    const auto used = static_cast<std::size_t>(std::count_if(columns_.begin(), columns_.end(), [](const Column& column) { return !column.left; }));
+    for (std::size_t row = 0; row < held_; ++row, parameter += used) BindRow(statement, row, parameter);
+    bound_ = true;
+  }
+  statement.Execute();
+  const std::int64_t affected = statement.RowsAffected();
+  return affected < 0 || affected == static_cast<std::int64_t>(held_);
+}
+
+/// False when the batch was undone.
+bool BatchInsert::SendBatch() {
+  const bool outer = session_->InTransaction();
+  if (outer && !HasSavepoints(session_->Facts().backend)) return false;
+  std::optional<Savepoint> savepoint;
+  if (outer) savepoint.emplace(session_);
+  TransactionScope scope(*session_);
+  bool stored = false;
+  const auto failure = runtime::IgnoringErrors([&] {
+    const std::size_t rows = method_ == BatchMethod::kMultiRowValues ? held_ : 1;
+    if (!batch_ || preparedRows_ != rows) {
+      batch_.emplace(session_);
+      batch_->Prepare(InsertText(rows));
+      preparedRows_ = rows;
+      bound_ = false;
+    }
+    stored = method_ == BatchMethod::kArray ? ExecuteArray(*batch_) : ExecuteRows(*batch_);
+    if (stored) scope.Commit();
+  });
+  if (stored && !failure) {
+    if (savepoint) savepoint->Release();
+    return true;
+  }
+  batch_.reset();
+  if (savepoint) savepoint->Undo();
+  return false;
+}
+
+void BatchInsert::SendRowByRow() {
+  for (std::size_t row = 0; row < held_; ++row) {
+    try {
+      if (!single_) {
+        single_.emplace(session_);
+        single_->Prepare(InsertText(1));
+      }
+      BindRow(*single_, row, 1);
+      single_->Execute();
+    } catch (runtime::Error& error) {
+      const std::string column = ColumnToldBy(error.Description());
+      const std::string number = std::to_string(done_ + static_cast<std::int64_t>(row) + 1);
+      single_.reset();
+      DropRows(row + 1);
+      throw error.WithContext("ligne " + number + (column.empty() ? "" : ", colonne " + column));
+    }
+  }
+  DropRows(held_);
+}
+
+void BatchInsert::DropRows(std::size_t count) {
+  for (auto& column : columns_) {
+    std::memmove(column.data.data(), column.data.data() + count * column.stride, (held_ - count) * column.stride);
+    std::move(column.indicators.begin() + static_cast<std::ptrdiff_t>(count), column.indicators.begin() + static_cast<std::ptrdiff_t>(held_),
+              column.indicators.begin());
+  }
+  held_ -= count;
+  done_ += static_cast<std::int64_t>(count);
+  if (held_ == 0) heldBytes_ = 0;
+}
+
+std::string BatchInsert::ColumnToldBy(const std::string& description) const {
+  std::string told;
+  for (const auto& column : columns_) {
+    for (const char* quote : {"'", "\"", "`"}) {
+      if (description.find(quote + column.name + quote) == std::string::npos) continue;
+      if (!told.empty() && told != column.name) return {};  // several are named: none is certain
+      told = column.name;
+    }
+  }
+  return told;
+}
+
+void BatchInsert::Flush() {
+  if (held_ == 0) return;
+  const bool batched = method_ != BatchMethod::kRowByRow && held_ > 1;
+  if (batched && SendBatch()) {
+    DropRows(held_);
+    return;
+  }
+  SendRowByRow();
+}
+
+}  // namespace tamlo::ado::odbc

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "ado/Provider.h"
+#include "ado/odbc/Parameter.h"
+#include "ado/odbc/Statement.h"
+
+namespace tamlo::ado::odbc {
+
+/// Writes rows in the batches that the driver does best (see DriverFacts): arrays of parameters, one statement with many rows, or row by row.
+/// A batch is one transaction (a savepoint inside the caller's). When it fails, or the driver's account of it is in doubt, it is undone and its
+/// rows are sent one by one; the error then names the row and the rows behind it stay held back for the next Flush.
+class BatchInsert final : public ProviderBulkInsert {
+ public:
+  BatchInsert(std::shared_ptr<Session> session, const std::string& table, std::vector<std::string> columns);
+
+  void Add(std::span<const Variant> row) override;
+  void Flush() override;
+
+ private:
+  struct Column {
+    std::string name;
+    ParameterShape shape;
+    bool hasDefault = false;
+    bool left = false;                        // to its default, in the rows held back
+    std::size_t stride = 0;                   // bytes of one slot
+    std::vector<std::byte> data;              // one slot for each row of a batch
+    std::vector<std::ptrdiff_t> indicators;
+  };
+
+  void Describe();
+  void LearnDefaults();
+  void ChooseMethod();
+  [[nodiscard]] bool ArraysWork();
+  void ChooseLeftColumns(std::span<const Variant> row);
+  void Hold(std::span<const Variant> row);
+  void Grow(Column& column, std::size_t bytes);
+  [[nodiscard]] bool SendBatch();
+  [[nodiscard]] bool ExecuteArray(Statement& statement);
+  [[nodiscard]] bool ExecuteRows(Statement& statement);
+  void SendRowByRow();
+  void BindRow(Statement& statement, std::size_t row, std::size_t firstParameter);
+  void BindArrays(Statement& statement);
+  void DropRows(std::size_t count);
+  [[nodiscard]] std::string InsertText(std::size_t rows) const;
+  [[nodiscard]] std::string ColumnToldBy(const std::string& description) const;
+
+  std::shared_ptr<Session> session_;
+  std::string tableName_;
+  std::string tableText_;
+  std::vector<Column> columns_;
+  std::vector<std::byte> scratch_;
+  BatchMethod method_ = BatchMethod::kRowByRow;
+  std::size_t capacity_ = 1;        // rows of a batch
+  std::size_t held_ = 0;            // rows held back
+  std::size_t heldBytes_ = 0;
+  std::int64_t done_ = 0;           // rows before the held ones
+  bool defaultsKnown_ = false;
+  std::optional<Statement> batch_;  // prepared for preparedRows_ rows
+  std::size_t preparedRows_ = 0;
+  bool bound_ = false;              // its parameters point into the slots
+  std::optional<Statement> single_;
+};
+
+}  // namespace tamlo::ado::odbc

@@ -1,0 +1,148 @@
+#include "ado/odbc/ConnectionText.h"
+
+#include <algorithm>
+#include <array>
+
+#include "ado/odbc/Handle.h"
+#include "ado/odbc/NativeHeaders.h"
+#include "ado/odbc/WideText.h"
+#include "runtime/Text.h"
+
+namespace tamlo::ado::odbc {
+namespace {
+
+using Keys = std::vector<std::pair<std::string, std::string>>;
+
+std::string ValueOf(const Keys& keys, std::initializer_list<std::string_view> names) {
+  for (const auto& [key, value] : keys) {
+    if (std::find(names.begin(), names.end(), key) != names.end()) return value;
+  }
+  return {};
+}
+
+bool Has(const std::vector<std::string>& sources, const std::string& name) {
+  const std::string upper = runtime::UpperCase(name);
+  return std::any_of(sources.begin(), sources.end(), [&](const std::string& source) { return runtime::UpperCase(source) == upper; });
+}
+
+void AppendKey(std::string& text, std::string_view key, const std::string& value) {
+  if (value.empty()) return;
+  if (!text.empty() && text.back() != ';') text += ';';
+  text += std::string(key) + "=" + BracedIfNeeded(value);
+}
+
+/// "MSDASQL": the text is the driver manager's own; only the login is added when it has none.
+std::string GenericText(const std::string& given, const Keys& keys) {
+  if (given.find('=') == std::string::npos) return "DSN=" + BracedIfNeeded(runtime::Trim(given));
+  // Keys of the provider itself mean nothing to a driver.
+  const std::string extended = ValueOf(keys, {"EXTENDED PROPERTIES"});
+  return extended.empty() ? given : extended;
+}
+
+std::string SqlServerText(const Keys& keys, bool hasSource) {
+  std::string text = hasSource ? "DSN=sqloledb" : "DRIVER={FreeTDS};PORT=1433;TDS_Version=7.4";
+  const std::string server = ValueOf(keys, {"DATA SOURCE", "SERVER", "ADDR", "ADDRESS"});
+  if (!hasSource || !server.empty()) AppendKey(text, "SERVER", server.empty() ? "localhost" : server);
+  AppendKey(text, "DATABASE", ValueOf(keys, {"INITIAL CATALOG", "DATABASE"}));
+  return text;
+}
+
+std::string OracleText(const std::string& given, const Keys& keys, bool hasSource) {
+  const std::string name = given.find('=') == std::string::npos ? given : ValueOf(keys, {"DATA SOURCE", "DBQ", "SERVER"});
+  std::string text = hasSource ? "DSN=OraOLEDB.Oracle" : "DRIVER={Oracle}";
+  if (!hasSource) AppendKey(text, "DBQ", name.empty() ? "localhost" : name);
+  return text;
+}
+
+}  // namespace
+
+std::vector<std::pair<std::string, std::string>> ParseKeys(std::string_view text) {
+  Keys keys;
+  while (!text.empty()) {
+    const auto equals = text.find('=');
+    if (equals == std::string_view::npos) break;
+    std::string key = runtime::UpperCase(runtime::Trim(text.substr(0, equals)));
+    text.remove_prefix(equals + 1);
+    while (text.starts_with(' ')) text.remove_prefix(1);
+    std::string value;
+    const char close = text.starts_with('{') ? '}' : text.starts_with('"') ? '"' : '\0';
+    if (close != '\0') {
+      std::size_t i = 1;
+      for (; i < text.size(); ++i) {
+        if (text[i] != close) {
+          value.push_back(text[i]);
+        } else if (i + 1 < text.size() && text[i + 1] == close) {
+          value.push_back(text[i++]);
+        } else {
+          break;
+        }
+      }
+      text.remove_prefix(std::min(i + 1, text.size()));
+      text.remove_prefix(std::min(text.find(';'), text.size()));
+    } else {
+      const auto end = std::min(text.find(';'), text.size());
+      value = runtime::Trim(text.substr(0, end));
+      text.remove_prefix(end);
+    }
+    if (text.starts_with(';')) text.remove_prefix(1);
+    while (key.starts_with(';')) key.erase(0, 1);
+    keys.emplace_back(std::move(key), std::move(value));
+  }
+  return keys;
+}
+
+std::string BracedIfNeeded(std::string_view value) {
+  if (value.find_first_of("[]{}(),;?*=!@ ") == std::string_view::npos) return std::string(value);
+  std::string out = "{";
+  for (const char c : value) {
+    out.push_back(c);
+    if (c == '}') out.push_back(c);
+  }
+  return out + "}";
+}
+
+ConnectionText BuildConnectionText(const OpenRequest& request, const std::vector<std::string>& sources) {
+  const Keys keys = ParseKeys(request.connectionString);
+  const std::string provider = runtime::UpperCase(request.provider);
+  ConnectionText result;
+  if (provider == "SQLOLEDB") {
+    result.text = SqlServerText(keys, Has(sources, "sqloledb"));
+  } else if (provider == "ORAOLEDB.ORACLE") {
+    result.text = OracleText(request.connectionString, keys, Has(sources, "OraOLEDB.Oracle"));
+  } else {
+    result.text = GenericText(request.connectionString, keys);
+  }
+  const Keys chosen = ParseKeys(result.text);
+  const auto uid = {std::string_view("UID"), std::string_view("USER"), std::string_view("USER ID"), std::string_view("USERNAME")};
+  const auto pwd = {std::string_view("PWD"), std::string_view("PASSWORD")};
+  const bool hasLogin = !ValueOf(chosen, uid).empty();
+  if (!hasLogin) AppendKey(result.text, "UID", request.userId.empty() ? ValueOf(keys, uid) : request.userId);
+  result.secret = ValueOf(chosen, pwd);
+  if (result.secret.empty()) {
+    result.secret = request.password.empty() ? ValueOf(keys, pwd) : request.password;
+    AppendKey(result.text, "PWD", result.secret);
+  }
+  result.name = ValueOf(chosen, {"DSN", "FILEDSN"});
+  if (result.name.empty()) result.name = ValueOf(chosen, {"DRIVER"});
+  return result;
+}
+
+std::vector<std::string> DataSources() {
+  std::vector<std::string> names;
+  std::array<char16_t, 256> name{};
+  std::array<char16_t, 256> driver{};
+  SQLSMALLINT nameLength = 0;
+  SQLSMALLINT driverLength = 0;
+  SQLUSMALLINT direction = SQL_FETCH_FIRST;
+  while (SQL_SUCCEEDED(SQLDataSourcesW(SharedEnvironment(), direction, reinterpret_cast<SQLWCHAR*>(name.data()),
+                                       static_cast<SQLSMALLINT>(name.size()), &nameLength, reinterpret_cast<SQLWCHAR*>(driver.data()),
+                                       static_cast<SQLSMALLINT>(driver.size()), &driverLength))) {
+    std::size_t count = 0;
+    while (count < name.size() - 1 && name[count] != u'\0') ++count;
+    names.push_back(ToUtf8(name.data(), count));
+    direction = SQL_FETCH_NEXT;
+  }
+  return names;
+}
+
+}  // namespace tamlo::ado::odbc

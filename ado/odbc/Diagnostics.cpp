@@ -1,0 +1,61 @@
+#include "ado/odbc/Diagnostics.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "ado/odbc/NativeHeaders.h"
+#include "ado/odbc/WideText.h"
+
+namespace tamlo::ado::odbc {
+namespace {
+
+using runtime::Diagnostic;
+
+bool IsDuplicateKey(const Diagnostic& record) {
+  // Codes of the backends: MariaDB 1062 (also 1586), SQL Server 2601 and 2627, Oracle 1.
+  static constexpr std::array<std::int32_t, 5> kNatives{1062, 1586, 2601, 2627, 1};
+  if (record.sqlState == "23505") return true;
+  if (record.sqlState.starts_with("23") && std::find(kNatives.begin(), kNatives.end(), record.native) != kNatives.end()) return true;
+  // libsqliteodbc 0.9998 gives HY000 and 19 for every constraint; the text tells which one it was.
+  return record.native == 19 && record.text.find("UNIQUE constraint failed") != std::string::npos;
+}
+
+}  // namespace
+
+std::vector<Diagnostic> ReadDiagnostics(Handle::Kind kind, void* handle) {
+  std::vector<Diagnostic> records;
+  std::array<SQLWCHAR, 6> state{};
+  std::u16string text(1024, u'\0');
+  for (SQLSMALLINT number = 1;; ++number) {
+    SQLINTEGER native = 0;
+    SQLSMALLINT length = 0;
+    auto result = SQLGetDiagRecW(static_cast<SQLSMALLINT>(kind), handle, number, state.data(), &native,
+                                 reinterpret_cast<SQLWCHAR*>(text.data()), static_cast<SQLSMALLINT>(text.size()), &length);
+    if (result == SQL_SUCCESS_WITH_INFO && static_cast<std::size_t>(length) >= text.size()) {
+      text.resize(static_cast<std::size_t>(length) + 1);
+      result = SQLGetDiagRecW(static_cast<SQLSMALLINT>(kind), handle, number, state.data(), &native,
+                              reinterpret_cast<SQLWCHAR*>(text.data()), static_cast<SQLSMALLINT>(text.size()), &length);
+    }
+    if (!SQL_SUCCEEDED(result)) break;
+    Diagnostic record;
+    for (int i = 0; i < 5; ++i) record.sqlState.push_back(static_cast<char>(state[static_cast<std::size_t>(i)]));
+    record.native = native;
+    record.text = ToUtf8(text.data(), std::min(static_cast<std::size_t>(length), text.size() - 1));
+    records.push_back(std::move(record));
+  }
+  return records;
+}
+
+runtime::Error MakeError(std::vector<Diagnostic> records, std::string sent) {
+  const auto decisive =
+      std::find_if(records.begin(), records.end(), [](const Diagnostic& record) { return !record.sqlState.starts_with("01"); });
+  if (decisive != records.end()) std::rotate(records.begin(), decisive, decisive + 1);
+  const bool duplicate = std::any_of(records.begin(), records.end(), IsDuplicateKey);
+  std::string description = records.empty() ? std::string("The driver failed without saying why.") : records.front().text;
+  runtime::Error error(duplicate ? runtime::kDuplicateKey : runtime::kProviderFailure, std::move(description), "odbc");
+  error.WithDiagnostics(std::move(records)).WithSent(std::move(sent));
+  return error;
+}
+
+}  // namespace tamlo::ado::odbc

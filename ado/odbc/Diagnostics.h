@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "ado/odbc/Handle.h"
+#include "runtime/Error.h"
+
+namespace tamlo::ado::odbc {
+
+/// All records that a handle holds, in the driver's order.
+[[nodiscard]] std::vector<runtime::Diagnostic> ReadDiagnostics(Handle::Kind kind, void* handle);
+
+/// The error that records stand for: the decisive one (the first that is no warning) in front, its text as description, 3022 for a
+/// duplicate key on whatever backend, -2147467259 for anything else. sent is the statement, or empty.
+[[nodiscard]] runtime::Error MakeError(std::vector<runtime::Diagnostic> records, std::string sent);
+
+}  // namespace tamlo::ado::odbc

@@ -1,0 +1,104 @@
+#include "ado/odbc/DriverFacts.h"
+
+#include <array>
+
+#include "ado/odbc/NativeHeaders.h"
+#include "ado/odbc/WideText.h"
+#include "runtime/Text.h"
+
+namespace tamlo::ado::odbc {
+namespace {
+
+std::string TextInfo(void* connection, SQLUSMALLINT which) {
+  std::array<char16_t, 256> text{};
+  SQLSMALLINT bytes = 0;
+  const auto result = SQLGetInfoW(connection, which, text.data(), static_cast<SQLSMALLINT>(sizeof(text)), &bytes);
+  if (!SQL_SUCCEEDED(result)) return {};
+  std::size_t count = 0;
+  while (count < text.size() - 1 && text[count] != u'\0') ++count;
+  return ToUtf8(text.data(), count);
+}
+
+SQLUINTEGER NumberInfo(void* connection, SQLUSMALLINT which) {
+  SQLUINTEGER value = 0;
+  SQLSMALLINT length = 0;
+  return SQL_SUCCEEDED(SQLGetInfoW(connection, which, &value, sizeof value, &length)) ? value : 0;
+}
+
+Backend BackendOf(const std::string& product) {
+  const std::string upper = runtime::UpperCase(product);
+  const auto has = [&](const char* word) { return upper.find(word) != std::string::npos; };
+  if (has("SQLITE")) return Backend::kSqlite;
+  if (has("MARIADB") || has("MYSQL")) return Backend::kMySql;
+  if (has("POSTGRES")) return Backend::kPostgres;
+  if (has("SQL SERVER") || has("SYBASE")) return Backend::kSqlServer;
+  if (has("ORACLE")) return Backend::kOracle;
+  return Backend::kOther;
+}
+
+/// The numbers are those of docs/backends/odbc.md.
+void Measured(DriverFacts& facts) {
+  switch (facts.backend) {
+    case Backend::kSqlite:
+      facts.enforcesLengths = false;
+      facts.streamsParameters = false;
+      facts.keepsWideStatements = false;
+      facts.listsAllColumns = true;
+      facts.readBlockRows = 1;
+      facts.batch = BatchMethod::kMultiRowValues;
+      facts.batchRows = 200;
+      facts.batchParameters = 900;
+      break;
+    case Backend::kMySql:
+      facts.listsAllColumns = true;
+      facts.batch = BatchMethod::kArray;
+      facts.batchRows = 1000;
+      break;
+    case Backend::kPostgres:
+      facts.listsAllColumns = true;
+      facts.batch = BatchMethod::kMultiRowValues;
+      facts.batchRows = 200;
+      facts.batchParameters = 1600;
+      break;
+    case Backend::kSqlServer:
+      facts.openQuote = "[";
+      facts.closeQuote = "]";
+      facts.batch = BatchMethod::kArray;
+      facts.batchRows = 1000;
+      facts.testArrays = true;
+      break;
+    case Backend::kOracle:
+      // Its drivers refuse 64-bit integers as parameters, and more than 1024 rows at once.
+      facts.numbersAsText = true;
+      facts.batch = BatchMethod::kArray;
+      facts.batchRows = 1000;
+      facts.testArrays = true;
+      break;
+    case Backend::kOther:
+      facts.batch = BatchMethod::kArray;
+      facts.batchRows = 500;
+      facts.testArrays = true;
+      break;
+  }
+}
+
+}  // namespace
+
+DriverFacts LearnFacts(void* connection) {
+  DriverFacts facts;
+  facts.backend = BackendOf(TextInfo(connection, SQL_DBMS_NAME));
+  facts.driverName = TextInfo(connection, SQL_DRIVER_NAME);
+  const std::string quote = TextInfo(connection, SQL_IDENTIFIER_QUOTE_CHAR);
+  // A blank means that the driver has no quoting.
+  facts.openQuote = facts.closeQuote = quote == " " ? std::string() : quote;
+  if (facts.backend == Backend::kMySql || facts.backend == Backend::kSqlServer) facts.catalog = TextInfo(connection, SQL_DATABASE_NAME);
+  const SQLUINTEGER reads = NumberInfo(connection, SQL_GETDATA_EXTENSIONS);
+  facts.readsAnyColumn = (reads & SQL_GD_ANY_COLUMN) != 0;
+  facts.readsAnyOrder = (reads & SQL_GD_ANY_ORDER) != 0;
+  facts.readsBound = (reads & SQL_GD_BOUND) != 0;
+  facts.readsInBlock = (reads & SQL_GD_BLOCK) != 0;
+  Measured(facts);
+  return facts;
+}
+
+}  // namespace tamlo::ado::odbc

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace tamlo::ado::odbc {
+
+/// The database below a connection, as far as it makes a difference here.
+enum class Backend { kSqlite, kMySql, kPostgres, kSqlServer, kOracle, kOther };
+
+/// How many rows at once are written.
+enum class BatchMethod { kArray, kMultiRowValues, kRowByRow };
+
+/// What is known of a driver and its database: measured for those that are named, asked of the driver for the rest.
+struct DriverFacts {
+  Backend backend = Backend::kOther;
+  std::string driverName;        ///< as the driver gives it, such as "libmaodbc.so"
+  std::string openQuote = "\"";  ///< around names
+  std::string closeQuote = "\"";
+  std::string catalog;           ///< the current one, where catalog functions must be told; else empty
+
+  bool readsAnyColumn = false;   ///< SQLGetData also before the last bound column
+  bool readsAnyOrder = false;    ///< SQLGetData in any order of columns
+  bool readsBound = false;       ///< SQLGetData of bound columns
+  bool readsInBlock = false;     ///< SQLGetData after positioning inside a block
+
+  bool enforcesLengths = true;   ///< declared lengths of texts hold
+  bool streamsParameters = true; ///< takes parameters in pieces without being told their length
+  bool keepsWideStatements = true;  ///< characters beyond the 16-bit plane survive in statement texts
+  bool numbersAsText = false;    ///< exact and 64-bit numbers are bound as texts
+  bool listsAllColumns = false;  ///< one catalog call gives the columns of every table
+
+  std::size_t readBlockRows = 100;
+  BatchMethod batch = BatchMethod::kRowByRow;
+  std::size_t batchRows = 1;         ///< rows of one batch at most
+  std::size_t batchParameters = 0;   ///< parameters of one statement at most; 0 is without limit
+  bool testArrays = false;           ///< array binding is tried out once before it is trusted
+};
+
+/// What is known of the driver of an open connection.
+[[nodiscard]] DriverFacts LearnFacts(void* connection);
+
+}  // namespace tamlo::ado::odbc

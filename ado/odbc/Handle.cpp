@@ -1,0 +1,46 @@
+#include "ado/odbc/Handle.h"
+
+#include <utility>
+
+#include "ado/odbc/Diagnostics.h"
+#include "ado/odbc/NativeHeaders.h"
+#include "runtime/Error.h"
+
+namespace tamlo::ado::odbc {
+
+Handle::Handle(Kind kind, void* parent) : kind_(kind) {
+  const auto result = SQLAllocHandle(static_cast<SQLSMALLINT>(kind), parent, &native_);
+  if (SQL_SUCCEEDED(result)) return;
+  native_ = nullptr;
+  if (parent == nullptr) throw runtime::Error(runtime::kProviderFailure, "no ODBC environment");
+  const auto parentKind = kind == Kind::kStatement ? Kind::kConnection : Kind::kEnvironment;
+  throw MakeError(ReadDiagnostics(parentKind, parent), {});
+}
+
+Handle::~Handle() { Free(); }
+
+Handle::Handle(Handle&& other) noexcept : kind_(other.kind_), native_(std::exchange(other.native_, nullptr)) {}
+
+Handle& Handle::operator=(Handle&& other) noexcept {
+  if (this == &other) return *this;
+  Free();
+  kind_ = other.kind_;
+  native_ = std::exchange(other.native_, nullptr);
+  return *this;
+}
+
+void Handle::Free() noexcept {
+  if (native_) SQLFreeHandle(static_cast<SQLSMALLINT>(kind_), native_);
+  native_ = nullptr;
+}
+
+void* SharedEnvironment() {
+  static const Handle environment = [] {
+    Handle made(Handle::Kind::kEnvironment, nullptr);
+    SQLSetEnvAttr(made.Get(), SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
+    return made;
+  }();
+  return environment.Get();
+}
+
+}  // namespace tamlo::ado::odbc

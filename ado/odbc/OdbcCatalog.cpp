@@ -1,0 +1,185 @@
+#include "ado/odbc/OdbcCatalog.h"
+
+#include <algorithm>
+
+#include "ado/odbc/BaseTable.h"
+#include "ado/odbc/NativeHeaders.h"
+#include "ado/odbc/Statement.h"
+#include "ado/odbc/TableDefinition.h"
+#include "ado/odbc/TypeMap.h"
+#include "ado/odbc/WideText.h"
+#include "runtime/Text.h"
+
+namespace tamlo::ado::odbc {
+namespace {
+
+std::string TableTypeOf(const std::string& type) {
+  const std::string upper = runtime::UpperCase(type);
+  return upper == "BASE TABLE" ? "TABLE" : upper;
+}
+
+/// Schemas that hold the user's tables on the backends where the driver lists several; the first found wins.
+bool IsPreferredSchema(const std::string& schema) {
+  const std::string upper = runtime::UpperCase(schema);
+  return upper == "PUBLIC" || upper == "DBO";
+}
+
+bool SameColumns(const Index& index, const std::vector<std::string>& names) {
+  return std::equal(index.columns.begin(), index.columns.end(), names.begin(), names.end(), [](const Column& column, const std::string& name) {
+    return runtime::UpperCase(column.name) == runtime::UpperCase(name);
+  });
+}
+
+Column ToColumn(Statement& statement, const DriverFacts& facts) {
+  ColumnDescription description;
+  description.name = statement.Text(4).value_or("");
+  description.sqlType = static_cast<std::int16_t>(statement.Integer(5, SQL_VARCHAR));
+  description.typeName = statement.Text(6).value_or("");
+  description.size = static_cast<std::size_t>(std::max<std::int64_t>(statement.Integer(7, 0), 0));
+  description.digits = static_cast<std::int16_t>(statement.Integer(9, 0));
+  description.nullable = statement.Integer(11, SQL_NULLABLE) != SQL_NO_NULLS;
+  const std::string upper = runtime::UpperCase(description.typeName);
+  description.isUnsigned = upper.find("UNSIGNED") != std::string::npos;
+  description.autoIncrement = upper == "SERIAL" || upper == "BIGSERIAL" || upper.find("IDENTITY") != std::string::npos;
+  const FieldInfo field = ToFieldInfo(description, facts);
+  Column column;
+  column.name = field.name;
+  column.type = field.type;
+  // ADOX gives 0 for the size of fixed and long types alike.
+  column.definedSize = FixedSize(field.type) != 0 || IsLongType(field.type) ? 0 : field.definedSize;
+  column.precision = field.precision == 255 ? std::int16_t{0} : field.precision;
+  column.numericScale = field.numericScale == 255 ? std::int16_t{0} : field.numericScale;
+  const bool fixed = FixedSize(field.type) != 0 || field.type == adChar || field.type == adWChar || field.type == adBinary;
+  column.attributes = (fixed ? adColFixed : 0) | (field.nullable ? adColNullable : 0);
+  column.properties.Set("AutoIncrement", Variant(field.autoIncrement));
+  return column;
+}
+
+}  // namespace
+
+OdbcCatalog::OdbcCatalog(std::shared_ptr<Session> session) : session_(std::move(session)), version_(session_->SchemaVersion()) {}
+
+std::vector<std::pair<std::string, std::string>> OdbcCatalog::Tables() {
+  Statement statement(session_);
+  auto catalog = ToUtf16(session_->Facts().catalog);
+  statement.Check(SQLTablesW(statement.Native(), catalog.empty() ? nullptr : reinterpret_cast<SQLWCHAR*>(catalog.data()),
+                             static_cast<SQLSMALLINT>(catalog.size()), nullptr, 0, nullptr, 0, nullptr, 0));
+  std::vector<std::pair<std::string, std::string>> tables;
+  schemas_.clear();
+  while (statement.Fetch()) {
+    std::string schema = statement.Text(2).value_or("");
+    std::string name = statement.Text(3).value_or("");
+    std::string type = TableTypeOf(statement.Text(4).value_or("TABLE"));
+    const auto [known, isNew] = schemas_.emplace(name, schema);
+    if (isNew) {
+      tables.emplace_back(std::move(name), std::move(type));
+    } else if (IsPreferredSchema(schema) && !IsPreferredSchema(known->second)) {
+      known->second = schema;
+      std::find_if(tables.begin(), tables.end(), [&](const auto& table) { return table.first == name; })->second = type;
+    }
+  }
+  schemasKnown_ = true;
+  return tables;
+}
+
+std::string OdbcCatalog::SchemaOf(const std::string& table) {
+  if (!schemasKnown_) (void)Tables();
+  const auto found = schemas_.find(table);
+  return found == schemas_.end() ? std::string() : found->second;
+}
+
+std::map<std::string, std::vector<Column>> OdbcCatalog::ReadColumns(const std::string& table) {
+  const auto& facts = session_->Facts();
+  Statement statement(session_);
+  auto catalog = ToUtf16(facts.catalog);
+  auto name = ToUtf16(table.empty() ? "%" : table);
+  statement.Check(SQLColumnsW(statement.Native(), catalog.empty() ? nullptr : reinterpret_cast<SQLWCHAR*>(catalog.data()),
+                              static_cast<SQLSMALLINT>(catalog.size()), nullptr, 0, reinterpret_cast<SQLWCHAR*>(name.data()),
+                              static_cast<SQLSMALLINT>(name.size()), nullptr, 0));
+  std::map<std::string, std::vector<Column>> columns;
+  while (statement.Fetch()) {
+    const std::string schema = statement.Text(2).value_or("");
+    const std::string owner = statement.Text(3).value_or("");
+    const auto wanted = schemas_.find(owner);
+    if (wanted != schemas_.end() && wanted->second != schema) continue;
+    columns[owner].push_back(ToColumn(statement, facts));
+  }
+  return columns;
+}
+
+std::vector<Column> OdbcCatalog::Columns(const std::string& table) {
+  (void)SchemaOf(table);
+  if (version_ != session_->SchemaVersion()) Forget();
+  if (!session_->Facts().listsAllColumns) {
+    auto read = ReadColumns(table);
+    return std::move(read[table]);
+  }
+  if (!columnsKnown_) {
+    columns_ = ReadColumns({});
+    columnsKnown_ = true;
+  }
+  const auto found = columns_.find(table);
+  return found == columns_.end() ? std::vector<Column>() : found->second;
+}
+
+std::vector<Index> OdbcCatalog::Indexes(const std::string& table) {
+  const std::string schema = SchemaOf(table);
+  std::vector<Index> indexes;
+  for (auto& line : IndexColumns(session_, schema, table)) {
+    const auto known = std::find_if(indexes.begin(), indexes.end(), [&](const Index& index) { return index.name == line.index; });
+    Index& index = known == indexes.end() ? indexes.emplace_back() : *known;
+    index.name = line.index;
+    index.unique = line.unique;
+    Column column;
+    column.name = std::move(line.column);
+    column.sortOrder = line.descending ? adSortDescending : adSortAscending;
+    index.columns.push_back(std::move(column));
+  }
+  // On MySQL the index tells by its name; the question is saved.
+  std::string keyName = "PRIMARY";
+  std::vector<std::string> key;
+  if (session_->Facts().backend != Backend::kMySql) key = PrimaryKeyColumns(session_, schema, table, &keyName);
+  bool found = key.empty();
+  for (auto& index : indexes) {
+    index.primaryKey = key.empty() ? index.unique && index.name == "PRIMARY" : index.unique && !found && SameColumns(index, key);
+    found = found || index.primaryKey;
+  }
+  if (!found) {
+    // A key that the driver shows no index for.
+    Index index;
+    index.name = keyName.empty() ? "PRIMARY" : keyName;
+    index.primaryKey = index.unique = true;
+    for (auto& name : key) {
+      Column column;
+      column.name = std::move(name);
+      index.columns.push_back(std::move(column));
+    }
+    indexes.insert(indexes.begin(), std::move(index));
+  }
+  for (auto& index : indexes) index.indexNulls = index.primaryKey ? adIndexNullsDisallow : adIndexNullsAllow;
+  return indexes;
+}
+
+void OdbcCatalog::Run(const std::string& sql) {
+  Statement statement(session_);
+  session_->SchemaChanged();
+  statement.ExecuteDirect(sql);
+}
+
+void OdbcCatalog::AppendTable(Table& table) {
+  Run(CreateTableText(*session_, table));
+  for (const auto& index : table.Indexes()) {
+    if (!index.primaryKey) Run(AddIndexText(*session_, table.Name(), index));
+  }
+}
+
+void OdbcCatalog::AppendColumn(const std::string& table, const Column& column) { Run(AddColumnText(*session_, table, column)); }
+void OdbcCatalog::AppendIndex(const std::string& table, const Index& index) { Run(AddIndexText(*session_, table, index)); }
+
+void OdbcCatalog::Forget() {
+  schemasKnown_ = columnsKnown_ = false;
+  columns_.clear();
+  version_ = session_->SchemaVersion();
+}
+
+}  // namespace tamlo::ado::odbc

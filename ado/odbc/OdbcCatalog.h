@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ado/Provider.h"
+#include "ado/odbc/Session.h"
+
+namespace tamlo::ado::odbc {
+
+/// Tables, columns and indexes through the driver's catalog functions. Where one call gives the columns of every table (see DriverFacts),
+/// it is made once and remembered until Forget or until a statement changes a definition.
+class OdbcCatalog final : public ProviderCatalog {
+ public:
+  explicit OdbcCatalog(std::shared_ptr<Session> session);
+
+  [[nodiscard]] std::vector<std::pair<std::string, std::string>> Tables() override;
+  [[nodiscard]] std::vector<Column> Columns(const std::string& table) override;
+  [[nodiscard]] std::vector<Index> Indexes(const std::string& table) override;
+  void AppendTable(Table& table) override;
+  void AppendColumn(const std::string& table, const Column& column) override;
+  void AppendIndex(const std::string& table, const Index& index) override;
+  void Forget() override;
+
+ private:
+  /// Columns by the backend's table name; of one table, or of all when the name is empty.
+  [[nodiscard]] std::map<std::string, std::vector<Column>> ReadColumns(const std::string& table);
+  [[nodiscard]] std::string SchemaOf(const std::string& table);
+  void Run(const std::string& sql);
+
+  std::shared_ptr<Session> session_;
+  std::map<std::string, std::string> schemas_;  // by table name
+  bool schemasKnown_ = false;
+  std::map<std::string, std::vector<Column>> columns_;  // of every table, by its name
+  bool columnsKnown_ = false;
+  std::int64_t version_ = 0;  // of the session's schema when they were read
+};
+
+}  // namespace tamlo::ado::odbc

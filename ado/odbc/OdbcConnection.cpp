@@ -1,0 +1,87 @@
+#include "ado/odbc/OdbcConnection.h"
+
+#include <array>
+#include <utility>
+
+#include "ado/odbc/BatchInsert.h"
+#include "ado/odbc/NativeHeaders.h"
+#include "ado/odbc/OdbcCatalog.h"
+#include "ado/odbc/OdbcRowset.h"
+#include "ado/odbc/Parameter.h"
+#include "ado/odbc/SqlText.h"
+#include "ado/odbc/Statement.h"
+#include "ado/odbc/WideText.h"
+
+namespace tamlo::ado::odbc {
+namespace {
+
+struct InfoProperty {
+  const char* name;
+  SQLUSMALLINT info;
+};
+constexpr std::array<InfoProperty, 6> kProperties{{{"DBMS NAME", SQL_DBMS_NAME},
+                                                   {"DBMS VERSION", SQL_DBMS_VER},
+                                                   {"DRIVER NAME", SQL_DRIVER_NAME},
+                                                   {"DATA SOURCE NAME", SQL_DATA_SOURCE_NAME},
+                                                   {"CURRENT CATALOG", SQL_DATABASE_NAME},
+                                                   {"USER NAME", SQL_USER_NAME}}};
+
+}  // namespace
+
+OdbcConnection::OdbcConnection(std::shared_ptr<Session> session) : session_(std::move(session)) {}
+OdbcConnection::~OdbcConnection() { session_->Close(); }
+
+std::int64_t OdbcConnection::Execute(const std::string& text, std::int32_t timeoutSeconds) {
+  Statement statement(session_, timeoutSeconds);
+  std::vector<std::string> literals;
+  const std::string sql = session_->Facts().keepsWideStatements ? text : WithoutWideLiterals(text, literals);
+  if (ChangesSchema(sql)) session_->SchemaChanged();
+  if (literals.empty()) {
+    statement.ExecuteDirect(sql);
+  } else {
+    statement.Prepare(sql);
+    ParameterSet parameters(statement);
+    FieldInfo whole;
+    whole.type = adLongVarWChar;
+    for (const auto& literal : literals) parameters.Add(Variant(literal), ShapeFor(whole, 0, session_->Facts()));
+    parameters.Execute();
+  }
+  const std::int64_t affected = statement.RowsAffected();
+  statement.FinishResults();
+  return affected;
+}
+
+std::unique_ptr<ProviderRowset> OdbcConnection::OpenRowset(const RowsetRequest& request) {
+  return std::make_unique<OdbcRowset>(session_, request);
+}
+
+std::int32_t OdbcConnection::BeginTransaction() {
+  session_->Begin();
+  return 1;
+}
+
+void OdbcConnection::CommitTransaction() { session_->End(true); }
+void OdbcConnection::RollbackTransaction() { session_->End(false); }
+
+std::optional<Variant> OdbcConnection::Property(const std::string& upperName) const {
+  for (const auto& [name, info] : kProperties) {
+    if (upperName != name) continue;
+    std::array<char16_t, 512> text{};
+    SQLSMALLINT bytes = 0;
+    if (!SQL_SUCCEEDED(SQLGetInfoW(session_->Connection(), info, text.data(), static_cast<SQLSMALLINT>(sizeof(text)), &bytes))) break;
+    std::size_t count = 0;
+    while (count < text.size() - 1 && text[count] != u'\0') ++count;
+    return Variant(ToUtf8(text.data(), count));
+  }
+  return std::nullopt;
+}
+
+bool OdbcConnection::SetProperty(const std::string& /*upperName*/, const Variant& /*value*/) { return false; }
+
+std::unique_ptr<ProviderCatalog> OdbcConnection::OpenCatalog() { return std::make_unique<OdbcCatalog>(session_); }
+
+std::unique_ptr<ProviderBulkInsert> OdbcConnection::OpenBulkInsert(const std::string& table, const std::vector<std::string>& columns) {
+  return std::make_unique<BatchInsert>(session_, table, columns);
+}
+
+}  // namespace tamlo::ado::odbc

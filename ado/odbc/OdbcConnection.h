@@ -1,0 +1,33 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ado/Provider.h"
+#include "ado/odbc/Session.h"
+
+namespace tamlo::ado::odbc {
+
+/// A connection through the driver manager. Transactions have one level; its properties are "DBMS Name", "DBMS Version", "Driver Name",
+/// "Data Source Name", "Current Catalog" and "User Name", all read-only.
+class OdbcConnection final : public ProviderConnection {
+ public:
+  explicit OdbcConnection(std::shared_ptr<Session> session);
+  ~OdbcConnection() override;
+
+  std::int64_t Execute(const std::string& text, std::int32_t timeoutSeconds) override;
+  [[nodiscard]] std::unique_ptr<ProviderRowset> OpenRowset(const RowsetRequest& request) override;
+  std::int32_t BeginTransaction() override;
+  void CommitTransaction() override;
+  void RollbackTransaction() override;
+  [[nodiscard]] std::optional<Variant> Property(const std::string& upperName) const override;
+  bool SetProperty(const std::string& upperName, const Variant& value) override;
+  [[nodiscard]] std::unique_ptr<ProviderCatalog> OpenCatalog() override;
+  [[nodiscard]] std::unique_ptr<ProviderBulkInsert> OpenBulkInsert(const std::string& table, const std::vector<std::string>& columns) override;
+
+ private:
+  std::shared_ptr<Session> session_;  // shared with cursors and catalogs, which may be let go later than the connection is closed
+};
+
+}  // namespace tamlo::ado::odbc

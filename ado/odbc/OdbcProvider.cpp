@@ -1,0 +1,20 @@
+#include "ado/odbc/OdbcProvider.h"
+
+#include <memory>
+
+#include "ado/Provider.h"
+#include "ado/odbc/ConnectionText.h"
+#include "ado/odbc/OdbcConnection.h"
+
+namespace tamlo::ado::odbc {
+
+void RegisterOdbcProviders() {
+  for (const char* name : {"MSDASQL", "MSDASQL.1", "sqloledb", "OraOLEDB.Oracle"}) {
+    RegisterProvider(name, [](const OpenRequest& request) -> std::unique_ptr<ProviderConnection> {
+      const ConnectionText text = BuildConnectionText(request, DataSources());
+      return std::make_unique<OdbcConnection>(std::make_shared<Session>(text.text, text.name, text.secret));
+    });
+  }
+}
+
+}  // namespace tamlo::ado::odbc

@@ -1,0 +1,319 @@
+#include "ado/odbc/Parameter.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+#include <utility>
+
+#include "ado/odbc/NativeHeaders.h"
+#include "ado/odbc/ValueDecoder.h"
+#include "ado/odbc/WideText.h"
+#include "runtime/Conversions.h"
+#include "runtime/Dates.h"
+#include "runtime/Error.h"
+#include "runtime/Text.h"
+
+namespace tamlo::ado::odbc {
+namespace {
+
+using Form = ParameterShape::Form;
+using runtime::Error;
+
+template <typename T>
+void Append(std::vector<std::byte>& out, const T& value) {
+  const auto* bytes = reinterpret_cast<const std::byte*>(&value);
+  out.insert(out.end(), bytes, bytes + sizeof value);
+}
+
+void AppendWide(std::vector<std::byte>& out, std::string_view text) {
+  const std::u16string wide = ToUtf16(text);
+  const auto* bytes = reinterpret_cast<const std::byte*>(wide.data());
+  out.insert(out.end(), bytes, bytes + wide.size() * sizeof(char16_t));
+}
+
+std::int64_t WholeOf(const Variant& value) {
+  if (const auto* n = value.If<std::int32_t>()) return *n;
+  if (const auto* n = value.If<std::int64_t>()) return *n;
+  if (const auto* n = value.If<std::int16_t>()) return *n;
+  if (const auto* n = value.If<bool>()) return *n ? -1 : 0;
+  const double rounded = std::nearbyint(runtime::ToDouble(value));
+  if (!(std::fabs(rounded) < 9.2e18)) throw Error(runtime::kOverflow);
+  return static_cast<std::int64_t>(rounded);
+}
+
+void CheckRange(std::int64_t value, const ParameterShape& shape) {
+  const auto within = [&](std::int64_t low, std::int64_t high) {
+    if (value < low || value > high) throw Error(runtime::kOverflow);
+  };
+  switch (shape.adoType) {
+    case adUnsignedTinyInt: return within(0, UINT8_MAX);
+    case adTinyInt: return within(INT8_MIN, INT8_MAX);
+    case adSmallInt: return within(INT16_MIN, INT16_MAX);
+    case adUnsignedSmallInt: return within(0, UINT16_MAX);
+    case adInteger: return shape.nativeType == SQL_C_SBIGINT ? void() : within(INT32_MIN, INT32_MAX);
+    case adUnsignedInt: return within(0, UINT32_MAX);
+    default: return;
+  }
+}
+
+std::string DecimalOf(const Variant& value) {
+  if (const auto* decimal = value.If<runtime::Decimal>()) return decimal->text;
+  if (const auto* text = value.If<std::string>()) {
+    const bool plain = !text->empty() && text->find_first_not_of("+-.0123456789") == std::string::npos;
+    if (plain) {
+      std::string exact = PlainDecimal(*text);
+      if (!exact.empty()) return exact;
+    }
+    return PlainDecimal(runtime::ShortestText(runtime::ToDouble(value)));
+  }
+  if (const auto* currency = value.If<runtime::Currency>()) {
+    const bool negative = currency->tenThousandths < 0;
+    std::string digits = std::to_string(currency->tenThousandths).substr(negative ? 1 : 0);
+    if (digits.size() < 5) digits.insert(0, 5 - digits.size(), '0');
+    digits.insert(digits.size() - 4, ".");
+    return (negative ? "-" : "") + digits;
+  }
+  if (value.Is<double>() || value.Is<float>()) return PlainDecimal(runtime::ShortestText(runtime::ToDouble(value)));
+  return std::to_string(WholeOf(value));
+}
+
+/// The calendar fields of a date, its fraction of a second rounded to so many digits.
+runtime::CalendarTime CalendarOf(const Variant& value, std::int16_t digits) {
+  const runtime::Date date = runtime::ToDate(value);
+  if (digits <= 0) return runtime::ToCalendar(date);
+  runtime::CalendarTime time = runtime::ToCalendarWithFraction(date);
+  if (digits < 3) {
+    // Hundredths or tenths: round once, from the date itself, so that 59.96 becomes the next minute.
+    const double step = digits == 1 ? 864000.0 : 8640000.0;
+    time = runtime::ToCalendarWithFraction(runtime::Date{std::nearbyint(date.serial * step) / step});
+  }
+  return time;
+}
+
+std::string IsoText(const runtime::CalendarTime& time, std::int16_t adoType) {
+  std::array<char, 48> text{};
+  if (adoType == adDBDate) {
+    std::snprintf(text.data(), text.size(), "%04d-%02d-%02d", time.year, time.month, time.day);
+  } else if (adoType == adDBTime) {
+    std::snprintf(text.data(), text.size(), "%02d:%02d:%02d", time.hour, time.minute, time.second);
+  } else if (time.nanosecond == 0) {
+    std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d:%02d", time.year, time.month, time.day, time.hour, time.minute,
+                  time.second);
+  } else {
+    std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d:%02d.%03d", time.year, time.month, time.day, time.hour, time.minute,
+                  time.second, time.nanosecond / 1000000);
+  }
+  return text.data();
+}
+
+std::string TextOf(const Variant& value) {
+  if (const auto* guid = value.If<runtime::Guid>()) return guid->text;
+  if (const auto* decimal = value.If<runtime::Decimal>()) return decimal->text;
+  if (value.Is<runtime::Bytes>()) throw Error(runtime::kTypeMismatch);
+  return runtime::ToText(value);
+}
+
+void CheckLength(std::size_t length, const ParameterShape& shape) {
+  if (shape.limit <= 0 || static_cast<std::int64_t>(length) <= shape.limit) return;
+  throw Error(runtime::kProviderFailure,
+              "La valeur du champ " + shape.column + " est trop longue (" + std::to_string(length) + " au lieu de " +
+                  std::to_string(shape.limit) + " au plus).",
+              "odbc");
+}
+
+void EncodeTimestamp(const Variant& value, const ParameterShape& shape, std::vector<std::byte>& out) {
+  const auto time = CalendarOf(value, shape.digits);
+  if (shape.form == Form::kDate) {
+    Append(out, SQL_DATE_STRUCT{static_cast<SQLSMALLINT>(time.year), static_cast<SQLUSMALLINT>(time.month), static_cast<SQLUSMALLINT>(time.day)});
+  } else if (shape.form == Form::kTime) {
+    Append(out, SQL_TIME_STRUCT{static_cast<SQLUSMALLINT>(time.hour), static_cast<SQLUSMALLINT>(time.minute), static_cast<SQLUSMALLINT>(time.second)});
+  } else {
+    SQL_TIMESTAMP_STRUCT stamp{};
+    stamp.year = static_cast<SQLSMALLINT>(time.year);
+    stamp.month = static_cast<SQLUSMALLINT>(time.month);
+    stamp.day = static_cast<SQLUSMALLINT>(time.day);
+    stamp.hour = static_cast<SQLUSMALLINT>(time.hour);
+    stamp.minute = static_cast<SQLUSMALLINT>(time.minute);
+    stamp.second = static_cast<SQLUSMALLINT>(time.second);
+    stamp.fraction = static_cast<SQLUINTEGER>(time.nanosecond);
+    Append(out, stamp);
+  }
+}
+
+ParameterShape TextShape(ParameterShape shape, Form form, std::int16_t sqlType) {
+  shape.form = form;
+  shape.nativeType = SQL_C_WCHAR;
+  shape.sqlType = sqlType;
+  return shape;
+}
+
+ParameterShape FixedShape(ParameterShape shape, Form form, std::int16_t nativeType, std::int16_t sqlType, std::size_t bytes, std::size_t size) {
+  shape.form = form;
+  shape.nativeType = nativeType;
+  shape.sqlType = sqlType;
+  shape.fixedSize = bytes;
+  shape.columnSize = size;
+  return shape;
+}
+
+}  // namespace
+
+ParameterShape ShapeFor(const FieldInfo& field, std::int16_t sqlType, const DriverFacts& facts) {
+  const bool sqlite = facts.backend == Backend::kSqlite;
+  ParameterShape shape;
+  shape.adoType = field.type;
+  shape.column = field.name;
+  switch (field.type) {
+    case adTinyInt: case adUnsignedTinyInt: case adSmallInt: case adUnsignedSmallInt: case adInteger:
+      if (sqlite) return FixedShape(shape, Form::kBigInteger, SQL_C_SBIGINT, SQL_BIGINT, 8, 19);
+      return FixedShape(shape, Form::kInteger, SQL_C_SLONG, SQL_INTEGER, 4, 10);
+    case adUnsignedInt: case adBigInt:
+      if (facts.numbersAsText) break;
+      return FixedShape(shape, Form::kBigInteger, SQL_C_SBIGINT, SQL_BIGINT, 8, 19);
+    case adSingle: case adDouble: return FixedShape(shape, Form::kDouble, SQL_C_DOUBLE, SQL_DOUBLE, 8, 15);
+    case adBoolean: return FixedShape(shape, Form::kBit, SQL_C_BIT, SQL_BIT, 1, 1);
+    case adDate: case adDBTimeStamp: case adDBDate: case adDBTime: {
+      shape.digits = field.type != adDBTimeStamp ? std::int16_t{0} : sqlite ? std::int16_t{3} : field.numericScale == 255 ? std::int16_t{0} : field.numericScale;
+      if (sqlite) return TextShape(shape, Form::kIsoText, SQL_WVARCHAR);
+      if (field.type == adDBDate) return FixedShape(shape, Form::kDate, SQL_C_TYPE_DATE, SQL_TYPE_DATE, sizeof(SQL_DATE_STRUCT), 10);
+      if (field.type == adDBTime) return FixedShape(shape, Form::kTime, SQL_C_TYPE_TIME, SQL_TYPE_TIME, sizeof(SQL_TIME_STRUCT), 8);
+      const std::size_t size = shape.digits > 0 ? 20U + static_cast<std::size_t>(shape.digits) : 19U;
+      return FixedShape(shape, Form::kTimestamp, SQL_C_TYPE_TIMESTAMP, SQL_TYPE_TIMESTAMP, sizeof(SQL_TIMESTAMP_STRUCT), size);
+    }
+    case adGUID:
+      shape.limit = field.definedSize == 36 ? 36 : 0;
+      return TextShape(shape, Form::kGuidText, sqlType == SQL_GUID ? SQL_GUID : SQL_WVARCHAR);
+    case adBinary: case adVarBinary: case adLongVarBinary:
+      shape.form = Form::kBytes;
+      shape.nativeType = SQL_C_BINARY;
+      shape.sqlType = field.type == adLongVarBinary ? SQL_LONGVARBINARY : SQL_VARBINARY;
+      shape.limit = field.type == adLongVarBinary || !facts.enforcesLengths ? 0 : field.definedSize;
+      return shape;
+    case adCurrency: case adNumeric: case adVarNumeric: case adUnsignedBigInt:
+      break;
+    default:
+      shape.limit = IsLongType(field.type) || !facts.enforcesLengths ? 0 : field.definedSize;
+      return TextShape(shape, Form::kText, IsLongType(field.type) || field.definedSize > 4000 ? SQL_WLONGVARCHAR : SQL_WVARCHAR);
+  }
+  shape.digits = field.type == adCurrency ? std::int16_t{4} : field.numericScale == 255 ? std::int16_t{0} : field.numericScale;
+  shape.columnSize = 38;
+  return TextShape(shape, Form::kDecimalText, SQL_NUMERIC);
+}
+
+bool Encode(const Variant& value, const ParameterShape& shape, std::vector<std::byte>& out) {
+  if (value.IsNull() || value.IsEmpty()) return false;
+  switch (shape.form) {
+    case Form::kInteger: {
+      const std::int64_t whole = WholeOf(value);
+      CheckRange(whole, shape);
+      Append(out, static_cast<std::int32_t>(whole));
+      return true;
+    }
+    case Form::kBigInteger: {
+      const std::int64_t whole = WholeOf(value);
+      CheckRange(whole, shape);
+      Append(out, whole);
+      return true;
+    }
+    case Form::kDouble: Append(out, runtime::ToDouble(value)); return true;
+    case Form::kBit: Append(out, static_cast<std::uint8_t>(runtime::ToBoolean(value) ? 1 : 0)); return true;
+    case Form::kDecimalText: AppendWide(out, DecimalOf(value)); return true;
+    case Form::kTimestamp: case Form::kDate: case Form::kTime: EncodeTimestamp(value, shape, out); return true;
+    case Form::kIsoText: AppendWide(out, IsoText(CalendarOf(value, shape.digits), shape.adoType)); return true;
+    case Form::kGuidText: {
+      std::string text = TextOf(value);
+      if (shape.limit == 36 && text.size() == 38) text = text.substr(1, 36);
+      AppendWide(out, text);
+      return true;
+    }
+    case Form::kBytes: {
+      const auto* bytes = value.If<runtime::Bytes>();
+      if (!bytes) throw Error(runtime::kTypeMismatch);
+      CheckLength(bytes->size(), shape);
+      out.insert(out.end(), bytes->begin(), bytes->end());
+      return true;
+    }
+    case Form::kText: {
+      const auto* known = value.If<std::string>();
+      const std::string text = known ? *known : TextOf(value);
+      if (shape.limit > 0 && static_cast<std::int64_t>(text.size()) > shape.limit) CheckLength(runtime::Length(text), shape);
+      AppendWide(out, text);
+      return true;
+    }
+  }
+  return false;
+}
+
+void ParameterSet::Add(const Variant& value, const ParameterShape& shape) {
+  auto bound = std::make_unique<Bound>();
+  bound->shape = shape;
+  const bool present = Encode(value, shape, bound->data);
+  bound->indicator = present ? static_cast<std::ptrdiff_t>(bound->data.size()) : SQL_NULL_DATA;
+  Bind(*bound);
+  bound_.push_back(std::move(bound));
+}
+
+void ParameterSet::Add(const ChunkSource& source, const ParameterShape& shape) {
+  if (!statement_.Owner().Facts().streamsParameters) {
+    // The driver wants to know the length beforehand and keeps the whole value itself: it is collected here.
+    std::array<std::byte, 65536> piece;
+    std::vector<std::byte> whole;
+    while (const std::size_t count = source(piece.data(), piece.size())) whole.insert(whole.end(), piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(count));
+    if (shape.form == Form::kBytes) return Add(Variant(runtime::Bytes(std::move(whole))), shape);
+    return Add(Variant(std::string(reinterpret_cast<const char*>(whole.data()), whole.size())), shape);
+  }
+  auto bound = std::make_unique<Bound>();
+  bound->shape = shape;
+  bound->shape.sqlType = shape.form == Form::kBytes ? SQL_LONGVARBINARY : SQL_WLONGVARCHAR;
+  bound->source = source;
+  bound->indicator = SQL_LEN_DATA_AT_EXEC(0);
+  Bind(*bound);
+  bound_.push_back(std::move(bound));
+}
+
+void ParameterSet::Bind(Bound& bound) {
+  const auto& shape = bound.shape;
+  const std::size_t unit = shape.nativeType == SQL_C_WCHAR ? sizeof(char16_t) : 1;
+  std::size_t size = shape.columnSize;
+  if (bound.source) {
+    size = 1073741823;
+  } else if (shape.fixedSize == 0) {
+    size = std::max<std::size_t>({size, bound.data.size() / unit, 1});
+  }
+  void* data = bound.source ? static_cast<void*>(&bound) : bound.data.data();
+  // An empty value still needs an address.
+  if (data == nullptr) data = &bound.indicator;
+  const auto position = static_cast<SQLUSMALLINT>(bound_.size() + 1);
+  statement_.Check(SQLBindParameter(statement_.Native(), position, SQL_PARAM_INPUT, shape.nativeType, shape.sqlType, size, shape.digits, data,
+                                    static_cast<SQLLEN>(bound.data.size()), &bound.indicator));
+}
+
+void ParameterSet::SendPieces(const Bound& bound) {
+  std::vector<std::byte> piece(65536);
+  while (const std::size_t count = bound.source(piece.data(), piece.size())) {
+    std::vector<std::byte> wide;
+    if (bound.shape.form != Form::kBytes) AppendWide(wide, {reinterpret_cast<const char*>(piece.data()), count});
+    auto* data = wide.empty() ? piece.data() : wide.data();
+    statement_.Check(SQLPutData(statement_.Native(), data, static_cast<SQLLEN>(wide.empty() ? count : wide.size())));
+  }
+}
+
+void ParameterSet::Execute() {
+  auto result = SQLExecute(statement_.Native());
+  try {
+    while (result == SQL_NEED_DATA) {
+      SQLPOINTER which = nullptr;
+      result = SQLParamData(statement_.Native(), &which);
+      if (result == SQL_NEED_DATA) SendPieces(*static_cast<const Bound*>(which));
+    }
+  } catch (...) {
+    SQLCancel(statement_.Native());
+    throw;
+  }
+  statement_.Check(result);
+}
+
+}  // namespace tamlo::ado::odbc

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "ado/Provider.h"
+#include "ado/odbc/DriverFacts.h"
+#include "ado/odbc/Statement.h"
+
+namespace tamlo::ado::odbc {
+
+/// How values go to a column: the forms in which they are sent and the limits that are checked before.
+struct ParameterShape {
+  enum class Form { kInteger, kBigInteger, kDouble, kDecimalText, kBit, kTimestamp, kDate, kTime, kIsoText, kText, kGuidText, kBytes };
+  Form form = Form::kText;
+  std::int16_t nativeType = 0;   ///< C type
+  std::int16_t sqlType = 0;
+  std::size_t fixedSize = 0;     ///< bytes; 0 when they differ from value to value
+  std::size_t columnSize = 0;    ///< of fixed forms; for the others the longest value's
+  std::int16_t digits = 0;
+  std::int64_t limit = 0;        ///< characters or bytes that the column takes; 0 is without a limit
+  std::int16_t adoType = 0;
+  std::string column;            ///< for errors
+};
+
+/// The shape for a column; sqlType is the driver's own type of it, or 0 when not known.
+[[nodiscard]] ParameterShape ShapeFor(const FieldInfo& field, std::int16_t sqlType, const DriverFacts& facts);
+
+/// Appends the value as the shape's bytes. False for a null (also Empty). Errors 6 and 13 for what the column cannot take,
+/// -2147467259 naming the column for a text or bytes too long for it: nothing is ever cut.
+[[nodiscard]] bool Encode(const Variant& value, const ParameterShape& shape, std::vector<std::byte>& out);
+
+/// The parameters of one execution of a prepared statement. Must live until it is executed.
+class ParameterSet {
+ public:
+  explicit ParameterSet(Statement& statement) : statement_(statement) {}
+
+  /// Adds and binds the next one. A long value in pieces is read while the statement executes.
+  void Add(const Variant& value, const ParameterShape& shape);
+  void Add(const ChunkSource& source, const ParameterShape& shape);
+  /// Executes, sending long values piece by piece.
+  void Execute();
+
+ private:
+  struct Bound {
+    ParameterShape shape;
+    std::vector<std::byte> data;
+    std::ptrdiff_t indicator = 0;
+    ChunkSource source;  // empty unless sent in pieces
+  };
+  void Bind(Bound& bound);
+  void SendPieces(const Bound& bound);
+
+  Statement& statement_;
+  std::vector<std::unique_ptr<Bound>> bound_;  // addresses are known to the driver
+};
+
+}  // namespace tamlo::ado::odbc

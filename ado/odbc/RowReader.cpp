@@ -1,0 +1,240 @@
+#include "ado/odbc/RowReader.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "ado/odbc/NativeHeaders.h"
+#include "ado/odbc/WideText.h"
+#include "runtime/Error.h"
+
+namespace tamlo::ado::odbc {
+namespace {
+
+constexpr std::size_t kBlockBytes = 256 * 1024;  // of all bound columns together
+constexpr std::size_t kPieceUnits = 16 * 1024;
+
+bool IsHighSurrogate(char16_t unit) { return (unit & 0xFC00U) == 0xD800U; }
+
+}  // namespace
+
+RowReader::RowReader(Statement& statement, const std::vector<FieldInfo>& fields, const std::vector<ColumnDescription>& columns)
+    : statement_(statement), fields_(fields), descriptions_(columns), columns_(fields.size()) {}
+
+void RowReader::Restart() {
+  fetched_ = row_ = 0;
+  ended_ = false;
+  NewRow();
+}
+
+void RowReader::ChooseForms() {
+  const auto& facts = statement_.Owner().Facts();
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    const bool expression = facts.backend == Backend::kSqlite && descriptions_[i].table.empty();
+    columns_[i].plan = expression ? PlanForExpression(statement_.Describe(i + 1).sqlType) : PlanFor(fields_[i], facts);
+  }
+}
+
+void RowReader::BindColumns() {
+  const auto& facts = statement_.Owner().Facts();
+  ChooseForms();
+  std::size_t rowBytes = 0;
+  for (auto& column : columns_) {
+    // Behind a column that is read in pieces nothing may be bound unless the driver reads any column.
+    column.bound = column.plan.elementSize > 0 && (!unboundColumns_ || facts.readsAnyColumn);
+    unboundColumns_ = unboundColumns_ || !column.bound;
+    if (column.bound) rowBytes += column.plan.elementSize + sizeof(std::ptrdiff_t);
+  }
+  blockRows_ = unboundColumns_ ? 1 : std::clamp<std::size_t>(kBlockBytes / std::max<std::size_t>(rowBytes, 1), 1, facts.readBlockRows);
+  statement_.SetAttribute(SQL_ATTR_ROW_ARRAY_SIZE, blockRows_);
+  statement_.SetAttribute(SQL_ATTR_ROWS_FETCHED_PTR, static_cast<void*>(&fetched_));
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    auto& column = columns_[i];
+    if (!column.bound) continue;
+    column.data.resize(column.plan.elementSize * blockRows_);
+    column.indicators.resize(blockRows_);
+    statement_.Check(SQLBindCol(statement_.Native(), static_cast<SQLUSMALLINT>(i + 1), column.plan.nativeType, column.data.data(),
+                                static_cast<SQLLEN>(column.plan.elementSize), column.indicators.data()));
+  }
+  bound_ = true;
+}
+
+void RowReader::NewRow() {
+  if (stream_.field != SIZE_MAX) stream_ = Stream{};
+  if (!unboundColumns_) return;
+  for (auto& column : columns_) {
+    column.touched = false;
+    column.whole.reset();
+  }
+}
+
+bool RowReader::Next() {
+  if (ended_) return false;
+  if (!bound_) BindColumns();
+  if (row_ + 1 < fetched_) {
+    ++row_;
+    NewRow();
+    return true;
+  }
+  fetched_ = 0;
+  row_ = 0;
+  ended_ = !statement_.Fetch() || fetched_ == 0;
+  NewRow();
+  return !ended_;
+}
+
+Variant RowReader::Value(std::size_t field) {
+  auto& column = columns_[field];
+  if (!column.bound) {
+    if (!column.whole) column.whole = ReadWhole(field);
+    return *column.whole;
+  }
+  const std::ptrdiff_t length = column.indicators[row_];
+  if (length == SQL_NULL_DATA) return runtime::Null{};
+  const std::size_t room = column.plan.elementSize - (column.plan.isText ? sizeof(char16_t) : 0);
+  const bool variable = column.plan.isText || column.plan.form == FetchPlan::Form::kBytes;
+  // Longer than declared: the buffer holds a part only. The value is fetched again, whole.
+  if (variable && (length < 0 || static_cast<std::size_t>(length) > room)) return ReadWhole(field);
+  return Decode(column.plan, fields_[field], column.data.data() + row_ * column.plan.elementSize, static_cast<std::size_t>(length));
+}
+
+void RowReader::Rewind(std::size_t field) {
+  // Reading a value a second time needs its row to be made the current one again.
+  if (columns_[field].touched || (columns_[field].bound && blockRows_ > 1)) {
+    statement_.Check(SQLSetPos(statement_.Native(), static_cast<SQLSETPOSIROW>(row_ + 1), SQL_POSITION, SQL_LOCK_NO_CHANGE));
+  }
+  columns_[field].touched = true;
+}
+
+Variant RowReader::ReadWhole(std::size_t field) {
+  const auto& facts = statement_.Owner().Facts();
+  if (columns_[field].bound && (!facts.readsBound || (blockRows_ > 1 && !facts.readsInBlock))) {
+    throw runtime::Error(runtime::kProviderFailure, "La valeur du champ " + fields_[field].name + " dépasse sa taille déclarée.", "odbc");
+  }
+  if (!facts.readsAnyOrder) {
+    // The driver gives unbound columns from left to right only.
+    for (std::size_t i = 0; i < field; ++i) {
+      if (!columns_[i].bound && !columns_[i].whole) columns_[i].whole = ReadWhole(i);
+    }
+  }
+  if (stream_.field == field) stream_ = Stream{};
+  Rewind(field);
+  bool isNull = false;
+  const auto bytes = ReadBytes(field, isNull);
+  if (isNull) return runtime::Null{};
+  return Decode(columns_[field].plan, fields_[field], bytes.data(), bytes.size());
+}
+
+std::vector<std::byte> RowReader::ReadBytes(std::size_t field, bool& isNull) {
+  const auto& plan = columns_[field].plan;
+  const std::size_t terminator = plan.isText ? sizeof(char16_t) : 0;
+  std::vector<std::byte> value(4096);
+  std::size_t used = 0;
+  for (;;) {
+    SQLLEN length = 0;
+    const std::size_t room = value.size() - used;
+    const auto result = SQLGetData(statement_.Native(), static_cast<SQLUSMALLINT>(field + 1), plan.nativeType, value.data() + used,
+                                   static_cast<SQLLEN>(room), &length);
+    statement_.Check(result);
+    if (result == SQL_NO_DATA) break;
+    isNull = length == SQL_NULL_DATA;
+    if (isNull) break;
+    const bool part = length == SQL_NO_TOTAL || static_cast<std::size_t>(length) > room - terminator;
+    if (!part) {
+      used += static_cast<std::size_t>(length);
+      break;
+    }
+    used += room - terminator;
+    const std::size_t left = length == SQL_NO_TOTAL ? value.size() : static_cast<std::size_t>(length) - (room - terminator);
+    value.resize(used + left + terminator);
+  }
+  value.resize(used);
+  return value;
+}
+
+std::size_t RowReader::ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity) {
+  if (capacity < 4) throw runtime::Error(runtime::kInvalidArgument);  // room for any one character
+  auto& column = columns_[field];
+  const bool streams = column.plan.isText || column.plan.form == FetchPlan::Form::kBytes;
+  if (column.bound || column.whole || !streams || !statement_.Owner().Facts().readsAnyOrder) {
+    if (stream_.field != field) {
+      stream_ = Stream{};
+      stream_.field = field;
+    }
+    return ChunkOf(Value(field), buffer, capacity);
+  }
+  if (stream_.field != field) {
+    stream_ = Stream{};
+    stream_.field = field;
+    Rewind(field);
+  }
+  const std::size_t count =
+      column.plan.isText ? StreamText(field, buffer, capacity) : StreamBytes(field, buffer, capacity);
+  if (count == 0) stream_ = Stream{};
+  return count;
+}
+
+std::size_t RowReader::StreamBytes(std::size_t field, std::byte* buffer, std::size_t capacity) {
+  if (stream_.ended) return 0;
+  SQLLEN length = 0;
+  const auto result = SQLGetData(statement_.Native(), static_cast<SQLUSMALLINT>(field + 1), SQL_C_BINARY, buffer,
+                                 static_cast<SQLLEN>(capacity), &length);
+  statement_.Check(result);
+  if (result == SQL_NO_DATA || length == SQL_NULL_DATA) return 0;
+  const bool part = length == SQL_NO_TOTAL || static_cast<std::size_t>(length) > capacity;
+  stream_.ended = !part;
+  return part ? capacity : static_cast<std::size_t>(length);
+}
+
+std::size_t RowReader::StreamText(std::size_t field, std::byte* buffer, std::size_t capacity) {
+  if (stream_.pending.empty() && !stream_.ended) {
+    std::u16string units(kPieceUnits, u'\0');
+    SQLLEN length = 0;
+    const auto result = SQLGetData(statement_.Native(), static_cast<SQLUSMALLINT>(field + 1), SQL_C_WCHAR, units.data(),
+                                   static_cast<SQLLEN>(units.size() * sizeof(char16_t)), &length);
+    statement_.Check(result);
+    if (result == SQL_NO_DATA || length == SQL_NULL_DATA) return 0;
+    const std::size_t room = units.size() - 1;
+    const bool part = length == SQL_NO_TOTAL || static_cast<std::size_t>(length) / sizeof(char16_t) > room;
+    units.resize(part ? room : static_cast<std::size_t>(length) / sizeof(char16_t));
+    units.insert(0, stream_.carry);
+    stream_.carry.clear();
+    if (part && !units.empty() && IsHighSurrogate(units.back())) {
+      stream_.carry.assign(1, units.back());
+      units.pop_back();
+    }
+    stream_.ended = !part;
+    stream_.pending = ToUtf8(units.data(), units.size());
+    stream_.offset = 0;
+  }
+  const std::string& text = stream_.pending;
+  std::size_t count = std::min(capacity, text.size() - stream_.offset);
+  if (stream_.offset + count < text.size()) {
+    while (count > 0 && (static_cast<unsigned char>(text[stream_.offset + count]) & 0xC0U) == 0x80U) --count;
+  }
+  std::memcpy(buffer, text.data() + stream_.offset, count);
+  stream_.offset += count;
+  if (stream_.offset == text.size()) stream_.pending.clear();
+  return count;
+}
+
+std::size_t RowReader::ChunkOf(const Variant& value, std::byte* buffer, std::size_t capacity) {
+  const std::byte* data = nullptr;
+  std::size_t size = 0;
+  if (const auto* text = value.If<std::string>()) {
+    data = reinterpret_cast<const std::byte*>(text->data());
+    size = text->size();
+  } else if (const auto* bytes = value.If<runtime::Bytes>()) {
+    data = bytes->data();
+    size = bytes->size();
+  }
+  std::size_t count = std::min(capacity, size - std::min(size, stream_.offset));
+  if (value.IsText() && stream_.offset + count < size) {
+    while (count > 0 && (static_cast<unsigned char>(data[stream_.offset + count]) & 0xC0U) == 0x80U) --count;
+  }
+  if (count > 0) std::memcpy(buffer, data + stream_.offset, count);
+  stream_.offset = count == 0 ? 0 : stream_.offset + count;
+  return count;
+}
+
+}  // namespace tamlo::ado::odbc

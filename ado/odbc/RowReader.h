@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ado/Provider.h"
+#include "ado/odbc/Statement.h"
+#include "ado/odbc/ValueDecoder.h"
+
+namespace tamlo::ado::odbc {
+
+/// Reads the rows of an executed statement: short columns in blocks into bound buffers, long ones piece by piece when asked for.
+class RowReader {
+ public:
+  /// statement and fields must outlive the reader. Columns are bound when the first row is fetched.
+  RowReader(Statement& statement, const std::vector<FieldInfo>& fields, const std::vector<ColumnDescription>& columns);
+
+  /// Begins with the rows of a new execution.
+  void Restart();
+  /// False at the end.
+  bool Next();
+  [[nodiscard]] Variant Value(std::size_t field);
+  [[nodiscard]] std::size_t ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity);
+
+ private:
+  struct Column {
+    FetchPlan plan;
+    bool bound = false;
+    bool touched = false;                     // reading it in pieces has begun in this row
+    std::vector<std::byte> data;              // one element for each row of the block
+    std::vector<std::ptrdiff_t> indicators;
+    std::optional<Variant> whole;             // an unbound value of this row, once read
+  };
+  struct Stream {
+    std::size_t field = SIZE_MAX;
+    std::size_t offset = 0;                   // into the whole value, when it is at hand
+    bool ended = false;
+    std::u16string carry;                     // half a surrogate pair
+    std::string pending;                      // text that is read but not handed out
+  };
+
+  void ChooseForms();
+  void BindColumns();
+  void NewRow();
+  void Rewind(std::size_t field);
+  Variant ReadWhole(std::size_t field);
+  std::vector<std::byte> ReadBytes(std::size_t field, bool& isNull);
+  std::size_t StreamText(std::size_t field, std::byte* buffer, std::size_t capacity);
+  std::size_t StreamBytes(std::size_t field, std::byte* buffer, std::size_t capacity);
+  std::size_t ChunkOf(const Variant& value, std::byte* buffer, std::size_t capacity);
+
+  Statement& statement_;
+  const std::vector<FieldInfo>& fields_;
+  const std::vector<ColumnDescription>& descriptions_;
+  std::vector<Column> columns_;
+  std::size_t blockRows_ = 1;
+  std::size_t fetched_ = 0;   // rows of the current block
+  std::size_t row_ = 0;       // in the block
+  bool bound_ = false;
+  bool unboundColumns_ = false;
+  bool ended_ = false;
+  Stream stream_;
+};
+
+}  // namespace tamlo::ado::odbc

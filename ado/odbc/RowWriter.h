@@ -1,0 +1,60 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "ado/Provider.h"
+#include "ado/odbc/BaseTable.h"
+#include "ado/odbc/Parameter.h"
+#include "ado/odbc/Statement.h"
+
+namespace tamlo::ado::odbc {
+
+/// Writes rows of a cursor's base table by statements of its own with bound parameters.
+class RowWriter {
+ public:
+  /// The value of a field in the current row as it stands in the backend.
+  using RowImage = std::function<Variant(std::size_t field)>;
+
+  /// fields and columns must outlive the writer; tableText is the table as statements name it.
+  RowWriter(std::shared_ptr<Session> session, std::string tableText, const std::vector<FieldInfo>& fields,
+            const std::vector<ColumnDescription>& columns);
+
+  void Insert(std::span<const Assignment> values);
+  /// Changes the row that old shows: exactly one must be found. None: error "changed by another"; several: error, and nothing is kept.
+  void Update(std::span<const Assignment> values, const RowImage& old);
+  void Delete(const RowImage& old);
+
+  /// Reads all fields of the row just inserted, found by the assigned key or the counter that the backend gave it; none when neither does.
+  [[nodiscard]] std::optional<std::vector<Variant>> ReadInserted(std::span<const std::optional<Variant>> assigned);
+
+ private:
+  struct Condition {
+    std::string text;                   // " WHERE ..."
+    std::vector<std::size_t> fields;    // whose values are parameters, in order
+    bool identifies = false;            // a key: no two rows can meet it
+  };
+
+  void EnsureTable();
+  [[nodiscard]] Condition ConditionFor(const RowImage& old) const;
+  [[nodiscard]] const ParameterShape& Shape(std::size_t field);
+  [[nodiscard]] std::string Name(std::size_t field) const;
+  void AddParameters(ParameterSet& parameters, const Condition& condition, const RowImage& old);
+  void Change(const std::string& head, std::span<const Assignment> values, const RowImage& old);
+  [[nodiscard]] std::int64_t CountRows(const Condition& condition, const RowImage& old);
+  [[nodiscard]] std::optional<std::vector<Variant>> ReadWhere(const std::string& condition, const std::vector<std::size_t>& keyFields,
+                                                              const RowImage& key);
+
+  std::shared_ptr<Session> session_;
+  const std::vector<FieldInfo>& fields_;
+  const std::vector<ColumnDescription>& columns_;
+  BaseTable table_;
+  bool keysKnown_ = false;
+  std::vector<std::optional<ParameterShape>> shapes_;
+};
+
+}  // namespace tamlo::ado::odbc

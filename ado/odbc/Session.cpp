@@ -1,0 +1,98 @@
+#include "ado/odbc/Session.h"
+
+#include "ado/Errors.h"
+#include "ado/odbc/Diagnostics.h"
+#include "ado/odbc/NativeHeaders.h"
+#include "ado/odbc/WideText.h"
+
+namespace tamlo::ado::odbc {
+namespace {
+
+void StrikeOut(std::string& text, const std::string& secret) {
+  if (secret.empty()) return;
+  for (auto at = text.find(secret); at != std::string::npos; at = text.find(secret, at + 3)) text.replace(at, secret.size(), "***");
+}
+
+}  // namespace
+
+Session::Session(const std::string& connectionText, const std::string& name, const std::string& secret)
+    : connection_(Handle::Kind::kConnection, SharedEnvironment()) {
+  std::u16string wide = ToUtf16(connectionText);
+  SQLSMALLINT length = 0;
+  const auto result = SQLDriverConnectW(connection_.Get(), nullptr, reinterpret_cast<SQLWCHAR*>(wide.data()),
+                                        static_cast<SQLSMALLINT>(wide.size()), nullptr, 0, &length, SQL_DRIVER_NOPROMPT);
+  if (!SQL_SUCCEEDED(result)) {
+    auto records = ReadDiagnostics(Handle::Kind::kConnection, connection_.Get());
+    for (auto& record : records) StrikeOut(record.text, secret);
+    if (records.empty()) records.push_back({"08001", 0, "The driver refused the connection without saying why."});
+    const runtime::Error plain = MakeError(std::move(records), {});
+    runtime::Error named(plain.Number(), plain.Description() + " (source de données <" + name + ">)", plain.Source());
+    named.WithDiagnostics(plain.Diagnostics());
+    throw named;
+  }
+  open_ = true;
+  facts_ = LearnFacts(connection_.Get());
+}
+
+Session::~Session() { Close(); }
+
+void Session::Close() noexcept {
+  if (!open_) return;
+  if (inTransaction_) SQLEndTran(SQL_HANDLE_DBC, connection_.Get(), SQL_ROLLBACK);
+  inTransaction_ = false;
+  SQLDisconnect(connection_.Get());
+  open_ = false;
+}
+
+void* Session::Connection() const {
+  if (!open_) throw AdoError(runtime::kObjectClosed);
+  return connection_.Get();
+}
+
+void Session::SetAutocommit(bool on) {
+  const auto value = static_cast<SQLULEN>(on ? SQL_AUTOCOMMIT_ON : SQL_AUTOCOMMIT_OFF);
+  const auto result = SQLSetConnectAttrW(Connection(), SQL_ATTR_AUTOCOMMIT, reinterpret_cast<SQLPOINTER>(value), SQL_IS_UINTEGER);
+  if (!SQL_SUCCEEDED(result)) throw MakeError(ReadDiagnostics(Handle::Kind::kConnection, Connection()), {});
+}
+
+void Session::Begin() {
+  (void)Connection();
+  if (inTransaction_) {
+    throw runtime::Error(runtime::kProviderFailure, "Impossible de commencer plusieurs transactions sur cette session.", "odbc");
+  }
+  SetAutocommit(false);
+  inTransaction_ = true;
+}
+
+void Session::End(bool commit) {
+  (void)Connection();
+  if (!inTransaction_) throw runtime::Error(runtime::kProviderFailure, "Aucune transaction n'est active.", "odbc");
+  const auto result = SQLEndTran(SQL_HANDLE_DBC, Connection(), commit ? SQL_COMMIT : SQL_ROLLBACK);
+  // A commit that the server refused leaves the transaction open: the caller may still roll it back.
+  if (!SQL_SUCCEEDED(result)) throw MakeError(ReadDiagnostics(Handle::Kind::kConnection, Connection()), {});
+  inTransaction_ = false;
+  SetAutocommit(true);
+}
+
+std::string Session::Quoted(const std::string& name) const {
+  std::string out = facts_.openQuote;
+  for (const char c : name) {
+    out.push_back(c);
+    if (!facts_.closeQuote.empty() && c == facts_.closeQuote.front()) out.push_back(c);
+  }
+  return out + facts_.closeQuote;
+}
+
+TransactionScope::TransactionScope(Session& session) : session_(session), owns_(!session.InTransaction()) {
+  if (owns_) session_.Begin();
+}
+
+TransactionScope::~TransactionScope() {
+  if (owns_ && session_.InTransaction()) (void)runtime::IgnoringErrors([&] { session_.End(false); });
+}
+
+void TransactionScope::Commit() {
+  if (owns_) session_.End(true);
+}
+
+}  // namespace tamlo::ado::odbc

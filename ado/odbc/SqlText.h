@@ -1,0 +1,26 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tamlo::ado::odbc {
+
+/// The single table of "SELECT ... FROM table [AS alias] [WHERE ...] [ORDER BY ...]", as it stands in the text, quotes and owner included.
+/// None when rows of the query are not rows of one table (joins, DISTINCT, GROUP BY, UNION) or the text is no such query.
+[[nodiscard]] std::optional<std::string> BaseTableOf(std::string_view sql);
+
+/// The last part of a possibly qualified name, without its quotes ("ADM"."UTL" gives UTL).
+[[nodiscard]] std::string PlainName(std::string_view tableText);
+
+/// The text without its comments, where it has some: drivers that put a query into another one break on them. Hints stay.
+[[nodiscard]] std::string WithoutComments(std::string_view sql);
+
+/// Takes literals with characters beyond the 16-bit plane out of a statement: each becomes a parameter mark, its value is appended to values.
+[[nodiscard]] std::string WithoutWideLiterals(std::string_view sql, std::vector<std::string>& values);
+
+/// True for statements that change definitions (CREATE, ALTER, DROP, RENAME, SELECT ... INTO).
+[[nodiscard]] bool ChangesSchema(std::string_view sql);
+
+}  // namespace tamlo::ado::odbc

@@ -1,0 +1,149 @@
+#include "ado/odbc/Statement.h"
+
+#include <array>
+#include <cstdlib>
+#include <utility>
+
+#include "ado/odbc/Diagnostics.h"
+#include "ado/odbc/NativeHeaders.h"
+#include "ado/odbc/WideText.h"
+
+namespace tamlo::ado::odbc {
+namespace {
+
+SQLWCHAR* Wide(std::u16string& text) { return reinterpret_cast<SQLWCHAR*>(text.data()); }
+
+}  // namespace
+
+Statement::Statement(std::shared_ptr<Session> session, std::int32_t timeoutSeconds)
+    : session_(std::move(session)), handle_(Handle::Kind::kStatement, session_->Connection()) {
+  // A driver without time limits says so by a warning or an error: statements then run without one.
+  if (timeoutSeconds > 0) {
+    SQLSetStmtAttrW(handle_.Get(), SQL_ATTR_QUERY_TIMEOUT, reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(timeoutSeconds)),
+                    SQL_IS_UINTEGER);
+  }
+}
+
+void Statement::Raise() { throw MakeError(ReadDiagnostics(Handle::Kind::kStatement, handle_.Get()), sent_); }
+
+void Statement::Check(std::int16_t result) {
+  if (!SQL_SUCCEEDED(result) && result != SQL_NO_DATA) Raise();
+}
+
+void Statement::Prepare(std::string_view sql) {
+  sent_ = sql;
+  auto wide = ToUtf16(sql);
+  Check(SQLPrepareW(handle_.Get(), Wide(wide), static_cast<SQLINTEGER>(wide.size())));
+}
+
+void Statement::Execute() { Check(SQLExecute(handle_.Get())); }
+
+void Statement::ExecuteDirect(std::string_view sql) {
+  sent_ = sql;
+  auto wide = ToUtf16(sql);
+  Check(SQLExecDirectW(handle_.Get(), Wide(wide), static_cast<SQLINTEGER>(wide.size())));
+}
+
+std::int64_t Statement::RowsAffected() {
+  SQLLEN count = -1;
+  return SQL_SUCCEEDED(SQLRowCount(handle_.Get(), &count)) ? static_cast<std::int64_t>(count) : -1;
+}
+
+std::size_t Statement::ColumnCount() {
+  SQLSMALLINT count = 0;
+  Check(SQLNumResultCols(handle_.Get(), &count));
+  return static_cast<std::size_t>(count);
+}
+
+std::string Statement::TextAttribute(std::size_t column, std::uint16_t which) {
+  std::array<char16_t, 256> text{};
+  SQLSMALLINT bytes = 0;
+  const auto result = SQLColAttributeW(handle_.Get(), static_cast<SQLUSMALLINT>(column), which, text.data(),
+                                       static_cast<SQLSMALLINT>(sizeof(text)), &bytes, nullptr);
+  if (!SQL_SUCCEEDED(result)) return {};
+  std::size_t count = 0;
+  while (count < text.size() - 1 && text[count] != u'\0') ++count;
+  return ToUtf8(text.data(), count);
+}
+
+std::ptrdiff_t Statement::NumberAttribute(std::size_t column, std::uint16_t which, std::ptrdiff_t fallback) {
+  SQLLEN value = 0;
+  const auto result = SQLColAttributeW(handle_.Get(), static_cast<SQLUSMALLINT>(column), which, nullptr, 0, nullptr, &value);
+  return SQL_SUCCEEDED(result) ? value : fallback;
+}
+
+ColumnDescription Statement::Describe(std::size_t column) {
+  std::array<char16_t, 512> name{};
+  SQLSMALLINT length = 0;
+  SQLSMALLINT nullable = SQL_NULLABLE_UNKNOWN;
+  SQLULEN size = 0;
+  ColumnDescription out;
+  Check(SQLDescribeColW(handle_.Get(), static_cast<SQLUSMALLINT>(column), reinterpret_cast<SQLWCHAR*>(name.data()),
+                        static_cast<SQLSMALLINT>(name.size()), &length, &out.sqlType, &size, &out.digits, &nullable));
+  std::size_t count = 0;
+  while (count < name.size() - 1 && name[count] != u'\0') ++count;
+  out.name = ToUtf8(name.data(), count);
+  out.size = static_cast<std::size_t>(size);
+  out.nullable = nullable != SQL_NO_NULLS;
+  out.typeName = TextAttribute(column, SQL_DESC_TYPE_NAME);
+  out.table = TextAttribute(column, SQL_DESC_BASE_TABLE_NAME);
+  if (out.table.empty()) out.table = TextAttribute(column, SQL_DESC_TABLE_NAME);
+  out.schema = TextAttribute(column, SQL_DESC_SCHEMA_NAME);
+  out.baseName = TextAttribute(column, SQL_DESC_BASE_COLUMN_NAME);
+  if (out.baseName.empty()) out.baseName = out.name;
+  out.isUnsigned = NumberAttribute(column, SQL_DESC_UNSIGNED, SQL_FALSE) == SQL_TRUE;
+  out.autoIncrement = NumberAttribute(column, SQL_DESC_AUTO_UNIQUE_VALUE, SQL_FALSE) == SQL_TRUE;
+  return out;
+}
+
+bool Statement::Fetch() {
+  const auto result = SQLFetch(handle_.Get());
+  Check(result);
+  return result != SQL_NO_DATA;
+}
+
+std::optional<std::string> Statement::Text(std::size_t column) {
+  std::array<char16_t, 512> piece{};
+  std::u16string text;
+  for (;;) {
+    SQLLEN bytes = 0;
+    const auto result =
+        SQLGetData(handle_.Get(), static_cast<SQLUSMALLINT>(column), SQL_C_WCHAR, piece.data(), sizeof(piece), &bytes);
+    Check(result);
+    if (result == SQL_NO_DATA) break;
+    if (bytes == SQL_NULL_DATA) return std::nullopt;
+    std::size_t count = 0;
+    while (count < piece.size() - 1 && piece[count] != u'\0') ++count;
+    text.append(piece.data(), count);
+    if (result == SQL_SUCCESS) break;
+  }
+  return ToUtf8(text.data(), text.size());
+}
+
+std::int64_t Statement::Integer(std::size_t column, std::int64_t fallback) {
+  const auto text = Text(column);
+  if (!text || text->empty()) return fallback;
+  char* end = nullptr;
+  const long long value = std::strtoll(text->c_str(), &end, 10);
+  return end == text->c_str() ? fallback : value;
+}
+
+void Statement::CloseCursor() noexcept { SQLFreeStmt(handle_.Get(), SQL_CLOSE); }
+
+void Statement::FinishResults() {
+  for (;;) {
+    const auto result = SQLMoreResults(handle_.Get());
+    if (result == SQL_NO_DATA) return;
+    Check(result);
+  }
+}
+
+void Statement::SetAttribute(std::int32_t attribute, std::size_t value) {
+  Check(SQLSetStmtAttrW(handle_.Get(), attribute, reinterpret_cast<SQLPOINTER>(value), SQL_IS_UINTEGER));
+}
+
+void Statement::SetAttribute(std::int32_t attribute, void* pointer) {
+  Check(SQLSetStmtAttrW(handle_.Get(), attribute, pointer, SQL_IS_POINTER));
+}
+
+}  // namespace tamlo::ado::odbc

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "ado/Provider.h"
+#include "ado/odbc/DriverFacts.h"
+
+namespace tamlo::ado::odbc {
+
+/// How a column's values come from the driver and what they become.
+struct FetchPlan {
+  enum class Form {
+    kBit, kUnsignedByte, kSignedByte, kShort, kUnsignedShort, kInteger, kUnsignedInteger, kBigInteger, kFloat, kDouble,
+    kTimestamp, kDate, kTime, kText, kBytes,
+    kCheckedInteger,   ///< 64 bits for a smaller type: what does not fit stays 64 bits
+    kDecimalText, kCurrencyText, kGuidText, kBooleanText, kDateText, kTypedIntegerText, kTypedDoubleText
+  };
+  Form form = Form::kText;
+  std::int16_t nativeType = 0;  ///< C type for the driver
+  std::size_t elementSize = 0;  ///< bytes of one bound value, its terminator included; 0: never bound
+  bool isText = false;          ///< comes as UTF-16
+};
+
+/// The plan for a column. SQLite keeps any value in any column: there, wider forms are fetched so that none is cut.
+[[nodiscard]] FetchPlan PlanFor(const FieldInfo& field, const DriverFacts& facts);
+/// The plan for an expression of SQLite, whose type is known once a first row is there; sqlType is the one that the driver gives then.
+[[nodiscard]] FetchPlan PlanForExpression(std::int16_t sqlType);
+
+/// A value out of its bytes (length of them) as the driver wrote them. Never a null: those are seen by the length before.
+[[nodiscard]] runtime::Variant Decode(const FetchPlan& plan, const FieldInfo& field, const std::byte* data, std::size_t length);
+
+/// Text of a number ("1.50", ".5", "1E+3", "$1,234.50") as exact plain decimal text; empty when it reads as none.
+[[nodiscard]] std::string PlainDecimal(std::string_view text);
+
+}  // namespace tamlo::ado::odbc

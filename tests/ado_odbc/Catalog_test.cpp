@@ -1,0 +1,1 @@
+#include "tests/ado_odbc/Engine.h"

@@ -1,0 +1,60 @@
+#include "ado/odbc/SqlText.h"
+
+#include <gtest/gtest.h>
+
+namespace tamlo::tests {
+namespace {
+
+using ado::odbc::BaseTableOf;
+using ado::odbc::ChangesSchema;
+using ado::odbc::PlainName;
+using ado::odbc::WithoutComments;
+using ado::odbc::WithoutWideLiterals;
+
+TEST(SqlText, TheBaseTableStandsAsItIsWritten) {
+  EXPECT_EQ(BaseTableOf("SELECT * FROM UTL"), "UTL");
+  EXPECT_EQ(BaseTableOf("select * from `UTL` where `NOM`=\"x FROM y\""), "`UTL`");
+  EXPECT_EQ(BaseTableOf("SELECT U.* FROM [Mes clients] AS U ORDER BY 1"), "[Mes clients]");
+  EXPECT_EQ(BaseTableOf("SELECT * FROM \"ADM\".\"UTL\" WHERE A IN (SELECT B FROM C)"), "\"ADM\".\"UTL\"");
+  EXPECT_EQ(BaseTableOf("SELECT (SELECT MAX(a) FROM x), b FROM \"$TBLKORV$\";"), "\"$TBLKORV$\"");
+  EXPECT_EQ(BaseTableOf("SELECT * FROM $TBLKORV$ LIMIT 1"), "$TBLKORV$");
+}
+
+TEST(SqlText, QueriesOverSeveralRowsOrTablesHaveNone) {
+  for (const char* sql : {"SELECT * FROM A, B", "SELECT * FROM A INNER JOIN B ON A.X=B.X", "SELECT * FROM A X LEFT JOIN B ON 1=1",
+                          "SELECT DISTINCT X FROM A", "SELECT X FROM A GROUP BY X", "SELECT X FROM A UNION SELECT X FROM B",
+                          "SELECT X FROM A WHERE Y=1 UNION SELECT X FROM B", "SELECT * FROM (SELECT * FROM A) B", "UPDATE A SET X=1", "SELECT 1",
+                          "", "SHOW KEYS FROM `A`"}) {
+    EXPECT_EQ(BaseTableOf(sql), std::nullopt) << sql;
+  }
+}
+
+TEST(SqlText, PlainNamesHaveNeitherOwnerNorQuotes) {
+  EXPECT_EQ(PlainName("\"ADM\".\"UTL\""), "UTL");
+  EXPECT_EQ(PlainName("[a]]b]"), "a]b");
+  EXPECT_EQ(PlainName("`x``y`"), "x`y");
+  EXPECT_EQ(PlainName("UTL"), "UTL");
+}
+
+TEST(SqlText, CommentsGoAndHintsStay) {
+  EXPECT_EQ(WithoutComments("SELECT 1 -- fin"), "SELECT 1  ");
+  EXPECT_EQ(WithoutComments("SELECT /* x */ '-- /* texte */' FROM A"), "SELECT   '-- /* texte */' FROM A");
+  EXPECT_EQ(WithoutComments("SELECT /*+ INDEX(A) */ 5--3 FROM A"), "SELECT /*+ INDEX(A) */ 5--3 FROM A");
+}
+
+TEST(SqlText, WideLiteralsBecomeParameters) {
+  std::vector<std::string> values;
+  EXPECT_EQ(WithoutWideLiterals("INSERT INTO A VALUES ('é', '\xF0\x9F\x98\x80 ''', \"\xF0\x9F\x98\x81\")", values),
+            "INSERT INTO A VALUES ('é', ?, ?)");
+  EXPECT_EQ(values, (std::vector<std::string>{"\xF0\x9F\x98\x80 '", "\xF0\x9F\x98\x81"}));
+}
+
+TEST(SqlText, DefinitionsAreRecognised) {
+  EXPECT_TRUE(ChangesSchema("  create table A (X INT)"));
+  EXPECT_TRUE(ChangesSchema("SELECT * INTO B FROM A"));
+  EXPECT_FALSE(ChangesSchema("INSERT INTO A SELECT * FROM B"));
+  EXPECT_FALSE(ChangesSchema("SELECT 'INTO' FROM A"));
+}
+
+}  // namespace
+}  // namespace tamlo::tests
