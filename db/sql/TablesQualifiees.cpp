@@ -15,6 +15,12 @@ std::uint64_t BitLongueur(std::size_t longueur) { return std::uint64_t{1} << std
 /// The empty word has no first byte: it counts as one that no text holds there.
 unsigned char PremierOctet(std::string_view mot) { return mot.empty() ? 0 : static_cast<unsigned char>(mot.front()); }
 
+std::size_t Empreinte(std::string_view mot) {
+  std::uint64_t empreinte = 0xcbf29ce484222325U;
+  for (const char octet : mot) empreinte = (empreinte ^ static_cast<unsigned char>(octet)) * 0x100000001b3U;
+  return static_cast<std::size_t>(empreinte ^ (empreinte >> 32U));
+}
+
 }  // namespace
 
 void TablesQualifiees::Ajoute(const std::string& nom, const std::string& owner) {
@@ -30,15 +36,34 @@ void TablesQualifiees::Ajoute(const std::string& nom, const std::string& owner) 
   if (entreCrochets != nu) Range(entreCrochets, rang);
 }
 
+std::size_t TablesQualifiees::CaseDe(std::string_view mot) const {
+  const std::size_t masque = cases_.size() - 1;
+  std::size_t place = Empreinte(mot) & masque;
+  while (cases_[place] != 0 && mots_[cases_[place] - 1].texte != mot) place = (place + 1) & masque;
+  return place;
+}
+
+void TablesQualifiees::Agrandit() {
+  cases_.assign(std::max<std::size_t>(cases_.size() * 2, 64), 0);
+  for (std::uint32_t i = 0; i < mots_.size(); ++i) cases_[CaseDe(mots_[i].texte)] = i + 1;
+}
+
 void TablesQualifiees::Range(std::string_view mot, std::uint32_t rang) {
-  parMot_[std::string(mot)].push_back(rang);
+  if (mots_.size() * 2 >= cases_.size()) Agrandit();
+  const std::size_t place = CaseDe(mot);
+  if (cases_[place] == 0) {
+    mots_.push_back({std::string(mot), {}});
+    cases_[place] = static_cast<std::uint32_t>(mots_.size());
+  }
+  mots_[cases_[place] - 1].rangs.push_back(rang);
+  motVide_ |= mot.empty();
   longueurs_[PremierOctet(mot)] |= BitLongueur(mot.size());
 }
 
 const TablesQualifiees::Rangs* TablesQualifiees::Cherche(std::string_view mot) const {
   if ((longueurs_[PremierOctet(mot)] & BitLongueur(mot.size())) == 0) return nullptr;
-  const auto trouve = parMot_.find(mot);
-  return trouve == parMot_.end() ? nullptr : &trouve->second;
+  const std::uint32_t trouve = cases_[CaseDe(mot)];
+  return trouve == 0 ? nullptr : &mots_[trouve - 1].rangs;
 }
 
 std::int64_t TablesQualifiees::Suivante(std::string_view texte, std::int64_t apres) const {

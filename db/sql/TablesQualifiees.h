@@ -3,10 +3,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace tamlo::db::sql {
@@ -35,18 +33,27 @@ class TablesQualifiees {
   [[nodiscard]] const Rangs* Cherche(std::string_view mot) const;
   /// True when some name begins with "[".
   [[nodiscard]] bool AvecCrochets() const noexcept { return PeutCommencer('['); }
+  /// True when the first word of an owner is one that a table's name begins with: put in front of a name, it would be taken for that table.
+  [[nodiscard]] bool EstNommee(std::string_view owner) const { return Cherche(owner.substr(0, owner.find('.'))) != nullptr; }
+  /// True when a table has no name, or one that begins with a character that ends a word.
+  [[nodiscard]] bool AvecMotVide() const noexcept { return motVide_; }
   /// The smallest rank above apres (-1: any) of the tables that a text may name behind a blank or comma; -1 when there is none.
   [[nodiscard]] std::int64_t Suivante(std::string_view texte, std::int64_t apres) const;
 
  private:
-  struct Empreinte {
-    using is_transparent = void;
-    std::size_t operator()(std::string_view mot) const noexcept { return std::hash<std::string_view>()(mot); }
+  struct Mot {
+    std::string texte;
+    Rangs rangs;
   };
   void Range(std::string_view mot, std::uint32_t rang);
+  void Agrandit();
+  /// The place of a word among the cases: its own, or the free one where it would stand.
+  [[nodiscard]] std::size_t CaseDe(std::string_view mot) const;
 
   std::vector<Table> tables_;
-  std::unordered_map<std::string, Rangs, Empreinte, std::equal_to<>> parMot_;
+  std::vector<Mot> mots_;
+  std::vector<std::uint32_t> cases_;  // hash table: 1 + the word's place in mots_, 0 for a free case; a power of 2 of them, half full at most
+  bool motVide_ = false;
   std::array<std::uint64_t, 256> longueurs_{};  // by first byte of a word: one bit for each length, the last one for all above
 };
 

@@ -76,6 +76,7 @@ std::string LitFmtDateCourte() {
   constexpr std::size_t kTampon = 20;
   const std::string& reglage = runtime::UserSettings().shortDate;
   const std::string_view valeur = reglage.empty() ? std::string_view(" ") : std::string_view(reglage);
+  if (valeur.size() < kTampon) return std::string(valeur);
   return ChaineFixe(valeur, std::min(runtime::Length(valeur), kTampon - 1));
 }
 

@@ -1,0 +1,140 @@
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstring>
+
+#include "db/sql/Octets.h"
+#include "db/sql/Passes.h"
+#include "db/sql/Textes.h"
+#include "runtime/Dates.h"
+#include "runtime/Error.h"
+#include "runtime/Text.h"
+
+namespace tamlo::db::sql {
+
+namespace {
+
+Octets Marques(Octets bloc) {
+  const Octets quotes = Egaux(bloc, '\'');
+  const Octets crochets = Egaux(bloc, '[') | Egaux(bloc, ']');
+  return (bloc & ~(quotes | crochets)) | (quotes & static_cast<unsigned char>('"')) | (crochets & static_cast<unsigned char>('`'));
+}
+
+/// Single quotes become double ones and square brackets back quotes.
+void RemplaceMarques(std::string& sql) {
+  if (sql.size() <= Positions::kOctetsSurs) return SurChaqueBloc(sql.data(), sql.size(), [](Octets bloc) { return Marques(bloc); });
+  RemplaceDans(sql, "'", "\"");
+  RemplaceDans(sql, "[", "`");
+  RemplaceDans(sql, "]", "`");
+}
+
+bool EstCvdate(const char* octets) {
+  for (std::size_t i = 0; i < kCvdate.size(); ++i) {
+    if (Majuscule(octets[i]) != kCvdate[i]) return false;
+  }
+  return true;
+}
+
+/// The next "CVDATE" in any case, which a literal may hold; npos when there is none.
+std::size_t ChercheCvdate(const std::string& sql, std::size_t depart) {
+  if (sql.size() < kCvdate.size()) return std::string::npos;
+  const std::size_t dernier = sql.size() - kCvdate.size();
+  constexpr unsigned char kPetite = 32;  // makes a letter small
+  for (; depart + kBloc < sql.size(); depart += kBloc) {
+    const Octets debuts =
+        Egaux(LitBloc(sql.data() + depart) | kPetite, 'c') & Egaux(LitBloc(sql.data() + depart + 1) | kPetite, 'v');
+    if (EstNul(debuts)) continue;
+    for (std::uint32_t masque = Masque(debuts); masque != 0; masque &= masque - 1) {
+      const std::size_t c = depart + static_cast<std::size_t>(std::countr_zero(masque));
+      if (c <= dernier && EstCvdate(sql.data() + c)) return c;
+    }
+  }
+  for (; depart <= dernier; ++depart) {
+    if (EstCvdate(sql.data() + depart)) return depart;
+  }
+  return std::string::npos;
+}
+
+/// What stands for a date text between the quotes of a literal: the date by the picture, or the text itself when it is no date.
+std::string DateEcrite(std::string_view texte, std::string_view fmtDate) {
+  if (const auto date = runtime::ParseDate(texte)) return runtime::FormatDate(*date, fmtDate);
+  return std::string(texte);
+}
+
+/// The date text of a "CVDATE" whose brackets stand at p and e. Error 5 for a lone quote.
+std::string_view TexteDeDate(std::string_view sql, std::size_t p, std::size_t e) {
+  std::string_view texte = runtime::Trim(sql.substr(p + 1, e - p - 1));
+  if (!texte.starts_with('"')) return texte;
+  const std::size_t caracteres = runtime::Length(texte);
+  if (caracteres < 2) throw runtime::Error(runtime::kInvalidArgument);
+  return runtime::Left(texte, caracteres - 1).substr(1);
+}
+
+/// The two pictures of a probe.
+enum class Ordre : std::uint8_t { kAnDevant, kJourDevant, kAutre };
+
+Ordre OrdreDe(std::string_view fmtDate) {
+  if (fmtDate == "YYYY-MM-DD") return Ordre::kAnDevant;
+  return fmtDate == "DD-MM-YYYY" ? Ordre::kJourDevant : Ordre::kAutre;
+}
+
+/// Rewrites the usual form, CVDATE("dd/dd/dddd") with a day up to 28, by moving its digits. False, and nothing done, for every other form.
+bool EcritDateUsuelle(std::string& sql, std::size_t c, Ordre ordre) {
+  constexpr std::string_view kForme = "CVDATE(\"00/00/0000\")";
+  if (ordre == Ordre::kAutre || sql.size() - c < kForme.size() || sql.size() > Positions::kOctetsSurs) return false;
+  char* const ecrit = sql.data() + c;
+  std::array<char, kForme.size()> lu{};
+  std::memcpy(lu.data(), ecrit, lu.size());
+  bool conforme = true;
+  for (std::size_t i = kCvdate.size(); i < kForme.size(); ++i) {
+    conforme &= kForme[i] == '0' ? static_cast<unsigned char>(lu[i] - '0') < 10 : lu[i] == kForme[i];
+  }
+  if (!conforme) return false;
+  const auto deux = [&](std::size_t i) { return (lu[i] - '0') * 10 + (lu[i + 1] - '0'); };
+  const bool moisDevant = runtime::UserSettings().MonthFirst();
+  const std::size_t mois = moisDevant ? 8 : 11;
+  const std::size_t jour = moisDevant ? 11 : 8;
+  constexpr std::size_t kAn = 14;
+  if (deux(mois) < 1 || deux(mois) > 12 || deux(jour) < 1 || deux(jour) > 28 || deux(kAn) < 1) return false;
+  const auto copie = [&](std::size_t place, std::size_t source, std::size_t nombre) {
+    for (std::size_t i = 0; i < nombre; ++i) ecrit[place + i] = lu[source + i];
+  };
+  const bool anDevant = ordre == Ordre::kAnDevant;
+  constexpr std::size_t kEcrits = 12;
+  ecrit[0] = '"';
+  copie(anDevant ? 1 : 7, kAn, 4);
+  copie(anDevant ? 6 : 4, mois, 2);
+  copie(anDevant ? 9 : 1, jour, 2);
+  ecrit[anDevant ? 5 : 3] = '-';
+  ecrit[anDevant ? 8 : 6] = '-';
+  ecrit[kEcrits - 1] = '"';
+  sql.erase(c + kEcrits, kForme.size() - kEcrits);
+  return true;
+}
+
+void EcritDate(std::string& sql, std::size_t c, std::string_view fmtDate) {
+  const std::size_t p = sql.find('(', c);
+  const std::size_t e = sql.find(')', c);
+  Positions positions(sql);
+  positions.Verifie(c);
+  for (const std::size_t parenthese : {std::min(p, e), std::max(p, e)}) {
+    if (parenthese != std::string::npos) positions.Verifie(parenthese);
+  }
+  if (p == std::string::npos || e == std::string::npos || e < p) throw runtime::Error(runtime::kInvalidArgument);
+  const std::string date = DateEcrite(TexteDeDate(sql, p, e), fmtDate);
+  sql.replace(c, e + 1 - c, '"' + date + '"');
+}
+
+}  // namespace
+
+void PourMySql(std::string& sql, std::string_view fmtDate) {
+  RemplaceMarques(sql);
+  if (CommenceParDelete(sql)) RetireAsterisques(sql);
+  const Ordre ordre = OrdreDe(fmtDate);
+  // What stands before a translated date holds no further one: the search need not begin at the front again.
+  for (std::size_t c = ChercheCvdate(sql, 0); c != std::string::npos; c = ChercheCvdate(sql, c)) {
+    if (!EcritDateUsuelle(sql, c, ordre)) EcritDate(sql, c, fmtDate);
+  }
+}
+
+}  // namespace tamlo::db::sql
