@@ -1,0 +1,36 @@
+#include <memory>
+
+#include "app/Demarrage.h"
+#include "app/Fournisseurs.h"
+#include "app/Processus.h"
+#include "ui/Platform.h"
+#ifdef _WIN32
+#include "ui/win32/Win32Platform.h"
+#else
+#include "ui/qt/QtPlatform.h"
+#endif
+
+namespace {
+
+std::unique_ptr<tamlo::ui::Platform> MakePlatform() {
+#ifdef _WIN32
+  return tamlo::ui::win32::CreatePlatform();
+#else
+  return tamlo::ui::qt::CreatePlatform();
+#endif
+}
+
+}  // namespace
+
+/// The one place that knows platform and providers, and plugs them into the tool.
+int main(int argc, char** argv) {
+  // Passwords leave the argument list before anything slow happens.
+  tamlo::app::LigneCommande(tamlo::app::LitLigneCommande(argc, argv));
+  const auto platform = MakePlatform();
+  tamlo::ui::UsePlatform(platform.get());
+  tamlo::app::EnregistreFournisseurs();
+  tamlo::app::BrancheCouche(tamlo::app::DossierDuProgramme());
+  const int statut = tamlo::app::ExecuteProgramme();
+  tamlo::ui::UsePlatform(nullptr);
+  return statut;
+}
