@@ -11,8 +11,7 @@ namespace jet::sql {
 /// settings, dates and numbers written as texts. Error kTypeMismatch for a text that is no date or number.
 [[nodiscard]] Value Coerced(const Value& value, const TypeInfo& column, const TextSettings& settings);
 
-/// The values that a new row takes where none is given: column and value, defaults that are no expression left out. Error kUnsupported,
-/// naming table and column, for a default that cannot be evaluated.
+/// The defaults of the table's columns: column and value. Error kUnsupported, naming table and column, for one that cannot be evaluated.
 [[nodiscard]] std::vector<std::pair<std::size_t, Value>> EvaluateDefaults(SessionState& state, const EngineTable& table);
 
 }  // namespace jet::sql

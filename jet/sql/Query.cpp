@@ -71,6 +71,7 @@ struct Query::State {
     std::vector<std::unique_ptr<Database::ReadScope>> scopes;
     scopes.reserve(databases.size());
     for (Database* database : databases) scopes.push_back(std::make_unique<Database::ReadScope>(*database));
+    for (const TablePointer& table : plan.reads) RequireCurrent(static_cast<const EngineTable&>(*table));
     executed = true;
     const std::size_t wanted = nextBlock;
     nextBlock = std::min(nextBlock * 8, kLargestBlock);

@@ -153,11 +153,51 @@ std::int64_t RunSelectInto(SessionState& state, const SelectIntoPlan& plan) {
   database.CreateTable(spec);
   std::vector<std::size_t> columns;
   for (std::size_t i = 0; i < spec.columns.size(); ++i) columns.push_back(i);
-  const auto table = std::static_pointer_cast<const EngineTable>(state.FindTable(plan.target.name, plan.target.file));
+  // Not through FindTable: that would forget the tables which the query still reads.
+  const auto table = Described(database, database.OpenTable(plan.target.name));
   const std::int64_t count = InsertRows(state, *table, columns, plan.query);
   transaction.Commit();
   return count;
 }
+
+namespace {
+
+using UpdatedRows = std::map<std::pair<std::size_t, RowId>, std::vector<Value>>;
+
+void UpdateRow(const UpdatePlan& plan, const UpdatedRows::value_type& row) {
+  std::vector<Assignment> assignments;
+  std::size_t next = 0;
+  for (const UpdatePlan::Item& item : plan.items) {
+    if (item.source == row.first.first) assignments.push_back({item.column, &row.second[next++], nullptr});
+  }
+  Engine(plan.query.sources[row.first.first].table).table->Update(row.first.second, assignments);
+}
+
+// A statement that moves keys along (SET No = No - 1) must not fail because a row takes the key that another is about to leave: a row
+// whose key is still taken waits for the others. Each round goes the other way, so that a shift in either direction needs two.
+void ApplyUpdates(SessionState& state, const UpdatePlan& plan, const UpdatedRows& rows) {
+  std::vector<const UpdatedRows::value_type*> waiting;
+  for (const auto& row : rows) waiting.push_back(&row);
+  while (!waiting.empty()) {
+    std::vector<const UpdatedRows::value_type*> refused;
+    std::exception_ptr first;
+    for (const auto* row : waiting) {
+      try {
+        UpdateRow(plan, *row);
+        ++state.changes;
+      } catch (const Error& error) {
+        if (error.Code() != ErrorCode::kDuplicateKey) throw;
+        if (first == nullptr) first = std::current_exception();
+        refused.push_back(row);
+      }
+    }
+    if (refused.size() == waiting.size()) std::rethrow_exception(first);
+    std::reverse(refused.begin(), refused.end());
+    waiting = std::move(refused);
+  }
+}
+
+}  // namespace
 
 std::int64_t RunUpdate(SessionState& state, const UpdatePlan& plan) {
   for (const UpdatePlan::Item& item : plan.items) Writable(plan.query.sources[item.source].table);
@@ -183,15 +223,7 @@ std::int64_t RunUpdate(SessionState& state, const UpdatePlan& plan) {
       }
     }
   }
-  for (const auto& [key, values] : rows) {
-    std::vector<Assignment> assignments;
-    std::size_t next = 0;
-    for (const UpdatePlan::Item& item : plan.items) {
-      if (item.source == key.first) assignments.push_back({item.column, &values[next++], nullptr});
-    }
-    Engine(plan.query.sources[key.first].table).table->Update(key.second, assignments);
-    ++state.changes;
-  }
+  ApplyUpdates(state, plan, rows);
   transactions.Commit();
   return static_cast<std::int64_t>(rows.size());
 }

@@ -1,5 +1,6 @@
 #include "jet/sql/Session.h"
 
+#include "jet/sql/Coercion.h"
 #include "jet/sql/Functions.h"
 #include "jet/sql/Names.h"
 
@@ -13,7 +14,7 @@ namespace {
 TypeInfo TypeOf(const ColumnDef& column) {
   TypeInfo type;
   type.type = column.type;
-  type.size = column.type == ColumnType::kText ? column.size / 2U : column.size;
+  type.size = column.size;
   type.precision = column.precision;
   type.scale = column.scale;
   type.autoNumber = column.autoNumber;
@@ -21,14 +22,39 @@ TypeInfo TypeOf(const ColumnDef& column) {
   return type;
 }
 
+}  // namespace
+
 std::shared_ptr<EngineTable> Described(Database& database, Table& table) {
   auto described = std::make_shared<EngineTable>();
   described->name = table.Name();
   described->database = &database;
   described->table = &table;
+  described->definition = static_cast<std::int32_t>(table.DefinitionPage());
+  described->checkedVersion = database.SchemaVersion();
   for (const ColumnDef& column : table.Columns()) described->columns.push_back({column.name, FoldName(column.name), TypeOf(column)});
   return described;
 }
+
+void RequireCurrent(const EngineTable& table) {
+  if (table.table == nullptr) return;
+  const std::uint64_t version = table.database->SchemaVersion();
+  if (version == table.checkedVersion) return;
+  // Something was defined anew in the file: is it this table? The object itself may be gone, so nothing of it is touched before.
+  bool same = false;
+  for (const CatalogObject& object : table.database->Objects()) {
+    const bool isTable = object.kind == ObjectKind::kTable || object.kind == ObjectKind::kSystemTable;
+    if (!isTable || object.id != table.definition) continue;
+    Table& current = table.database->OpenTable(object.name);
+    same = &current == table.table && current.Columns().size() == table.columns.size();
+    for (std::size_t i = 0; same && i < table.columns.size(); ++i) {
+      same = current.Columns()[i].name == table.columns[i].name && current.Columns()[i].type == table.columns[i].type.type;
+    }
+  }
+  if (!same) throw Error(ErrorCode::kNotFound, "the table \"" + table.name + "\" has been dropped or defined anew meanwhile");
+  table.checkedVersion = version;
+}
+
+namespace {
 
 // The path in a link's connect text of another Access file: "...;DATABASE=path;...".
 std::string PathInConnect(const std::string& connect) {
@@ -81,7 +107,12 @@ void SessionState::ForgetTables() {
   for (const auto& [number, table] : declared) stale.push_back(number);
   std::vector<int> kept;
   for (const int number : stale) {
-    // A table that an open query still reads stays declared until the next time.
+    // A table that an open query may still read stays declared until the next time. Two owners are ours: this list and SQLite's table.
+    const auto known = declared.find(number);
+    if (known != declared.end() && known->second.use_count() > 2) {
+      kept.push_back(number);
+      continue;
+    }
     const std::string sql = "DROP TABLE t" + std::to_string(number);
     if (sqlite3_exec(connection, sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK) declared.erase(number);
     else kept.push_back(number);
@@ -218,6 +249,18 @@ std::shared_ptr<const EngineTable> Session::FindTable(std::string_view name, con
 }
 
 std::optional<std::string> Session::StoredQueryText(std::string_view name) { return state_->FindQuery(name); }
+
+std::vector<std::pair<std::size_t, Value>> Session::Defaults(const EngineTable& table) {
+  auto defaults = EvaluateDefaults(*state_, table);
+  for (std::size_t i = 0; table.table != nullptr && i < table.columns.size(); ++i) {
+    const ColumnDef& column = table.table->Columns()[i];
+    const bool isText = column.type == ColumnType::kText || column.type == ColumnType::kMemo;
+    if (isText && column.required && column.allowZeroLength && column.defaultValue.empty()) defaults.emplace_back(i, Value(""));
+  }
+  return defaults;
+}
+
+const TextSettings& Session::Settings() const noexcept { return state_->options.text; }
 
 void Session::RowsChanged() noexcept { ++state_->changes; }
 

@@ -53,7 +53,12 @@ struct EngineTable : TableInfo {
   Database* database = nullptr;  ///< null behind an ODBC link
   Table* table = nullptr;
   std::shared_ptr<ForeignTable> foreign;
+  std::int32_t definition = 0;               ///< page of its definition: its identity in the file
+  mutable std::uint64_t checkedVersion = 0;  ///< schema version of its database at which it was last found unchanged
 };
+
+/// Makes sure that the table is still defined as it was when it was found. Error kNotFound when it was dropped or its columns changed.
+void RequireCurrent(const EngineTable& table);
 
 /// The rows of a query, forward only; Rewind begins anew. Rows are read ahead in blocks, so that a change made meanwhile to a row read
 /// ahead is not seen through Get; Identity tells which row of the table to read again. Must not outlive its session.
@@ -99,6 +104,10 @@ class Session {
   [[nodiscard]] std::shared_ptr<const EngineTable> FindTable(std::string_view name, const std::string& file = {});
   /// The SELECT text of a stored query; nothing when there is none of that name.
   [[nodiscard]] std::optional<std::string> StoredQueryText(std::string_view name);
+  /// The values that a new row of a recordset takes where none is given: column and value. A required text column that takes empty texts
+  /// and has no default of its own takes the empty text (an INSERT statement must give it one). Error kUnsupported for a default that cannot be evaluated.
+  [[nodiscard]] std::vector<std::pair<std::size_t, Value>> Defaults(const EngineTable& table);
+  [[nodiscard]] const TextSettings& Settings() const noexcept;
   /// Must be called after rows were changed past this session (by Table::Insert and the like): cursors read their rows again.
   void RowsChanged() noexcept;
 

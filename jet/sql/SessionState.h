@@ -49,6 +49,9 @@ struct SessionState final : SchemaSource {
   std::map<std::string, std::unique_ptr<Database>> others;                    ///< by path
 };
 
+/// A table of the engine as statements see it, not yet declared.
+[[nodiscard]] std::shared_ptr<EngineTable> Described(Database& database, Table& table);
+
 /// Makes the virtual tables known to a connection.
 void RegisterModule(sqlite3* connection, SessionState& state);
 /// A value of the engine as SQLite's result of a column.

@@ -395,6 +395,7 @@ int Filter(sqlite3_vtab_cursor* base, int how, const char* text, int, sqlite3_va
     cursor.foreign.reset();
     cursor.single = false;
     cursor.end = false;
+    RequireCurrent(*table.table);
     if (table.table->table == nullptr) {
       cursor.foreignRow = 0;
       cursor.foreign = table.table->foreign->Scan();

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ado/Provider.h"
+#include "ado/jet/JetConnection.h"
+
+namespace tamlo::ado::jetprovider {
+
+/// Tables, columns and indexes of an Access file, with the properties of columns and links.
+class JetCatalog final : public ProviderCatalog {
+ public:
+  explicit JetCatalog(JetConnection& connection) : connection_(connection) {}
+
+  [[nodiscard]] std::vector<std::pair<std::string, std::string>> Tables() override;
+  [[nodiscard]] std::vector<Column> Columns(const std::string& table) override;
+  [[nodiscard]] std::vector<Index> Indexes(const std::string& table) override;
+  [[nodiscard]] PropertyMap Properties(const std::string& table) override;
+  void AppendTable(Table& table) override;
+  void AppendColumn(const std::string& table, const Column& column) override;
+  void AppendIndex(const std::string& table, const Index& index) override;
+
+ private:
+  JetConnection& connection_;
+};
+
+}  // namespace tamlo::ado::jetprovider

@@ -1,0 +1,140 @@
+#include "ado/jet/JetConnection.h"
+
+#include "ado/Errors.h"
+#include "ado/jet/FileSearch.h"
+#include "ado/jet/JetBulkInsert.h"
+#include "ado/jet/JetCatalog.h"
+#include "ado/jet/JetErrors.h"
+#include "ado/jet/JetValues.h"
+#include "ado/jet/OdbcLink.h"
+#include "ado/jet/QueryRowset.h"
+#include "ado/jet/TableRowset.h"
+#include "runtime/Conversions.h"
+#include "runtime/Text.h"
+
+namespace tamlo::ado::jetprovider {
+
+namespace {
+
+std::unique_ptr<jet::Database> OpenFile(const ConnectionText& wanted) {
+  const std::string path = FindFile(wanted.dataSource);
+  jet::OpenOptions options;
+  if (wanted.mode == "SHARE EXCLUSIVE") options.mode = jet::OpenMode::kExclusive;
+  if (wanted.mode == "READ") options.mode = jet::OpenMode::kReadOnly;
+  try {
+    try {
+      return jet::Database::Open(path, options);
+    } catch (const jet::Error& error) {
+      // What cannot be written opens for reading, as it always did; the first change is then refused.
+      if (error.Code() != jet::ErrorCode::kReadOnly || options.mode == jet::OpenMode::kReadOnly) throw;
+      options.mode = jet::OpenMode::kReadOnly;
+      return jet::Database::Open(path, options);
+    }
+  } catch (const jet::Error& error) {
+    throw Translated(error, {}, true);
+  }
+}
+
+// The table that a table-direct source names: plain or in brackets.
+std::string TableName(const std::string& source) {
+  std::string_view name = runtime::Trim(source);
+  if (name.size() >= 2 && ((name.front() == '[' && name.back() == ']') || (name.front() == '`' && name.back() == '`'))) name = name.substr(1, name.size() - 2);
+  return std::string(name);
+}
+
+const OdbcTable* OdbcOf(const jet::sql::TableInfo& table) {
+  return dynamic_cast<const OdbcTable*>(static_cast<const jet::sql::EngineTable&>(table).foreign.get());
+}
+
+}  // namespace
+
+JetConnection::JetConnection(const OpenRequest& request) : database_(OpenFile(ReadConnectionText(request.connectionString))) {
+  jet::sql::SessionOptions options;
+  options.text = UserTextSettings();
+  options.openForeign = [links = std::make_shared<OdbcLinks>()](const std::string& connect, const std::string& table) { return links->Open(connect, table); };
+  options.findFile = [](const std::string& name) {
+    // A source may be named as this connection's own string reads back: a plain file or "Data Source=...".
+    try {
+      return FindFile(ReadConnectionText(name).dataSource);
+    } catch (const runtime::Error& error) {
+      throw jet::Error(jet::ErrorCode::kIo, error.Description());
+    }
+  };
+  session_ = OnEngine([&] { return std::make_unique<jet::sql::Session>(*database_, std::move(options)); });
+}
+
+JetConnection::~JetConnection() = default;
+
+std::int64_t JetConnection::Execute(const std::string& text, std::int32_t) {
+  return OnEngine([&] { return session_->Execute(text); }, text);
+}
+
+std::unique_ptr<ProviderRowset> JetConnection::OpenRowset(const RowsetRequest& request) {
+  const bool direct = request.options > 0 && (request.options & (adCmdTableDirect | adCmdTable)) != 0;
+  const std::string upper = runtime::UpperCase(runtime::Trim(request.source));
+  const bool statement = upper.rfind("SELECT", 0) == 0 || upper.rfind("(", 0) == 0;
+  if (direct || (!statement && upper.find(' ') == std::string::npos)) {
+    const std::string name = TableName(request.source);
+    const auto table = OnEngine([&] { return session_->FindTable(name); }, request.source);
+    if (table != nullptr && table->foreign != nullptr) {
+      if (auto* odbc = const_cast<OdbcTable*>(OdbcOf(*table))) return odbc->OpenRowset(request);
+    }
+    if (table != nullptr && table->table != nullptr) return std::make_unique<TableRowset>(*this, table);
+    if ((request.options & adCmdTableDirect) != 0 && direct) throw AdoError(runtime::kItemNotFound, name);
+    RowsetRequest query = request;
+    query.source = "SELECT * FROM [" + name + "]";
+    auto opened = OnEngine([&] { return session_->Open(query.source); }, query.source);
+    return std::make_unique<QueryRowset>(*this, std::move(opened), query);
+  }
+  auto query = OnEngine([&] { return session_->Open(request.source); }, request.source);
+  const jet::sql::SelectPlan& plan = query->Plan();
+  if (plan.plainScan && !plan.limit && upper.find('*') != std::string::npos) {
+    // The whole of a linked ODBC table: its own provider knows how to write it.
+    if (auto* odbc = const_cast<OdbcTable*>(OdbcOf(*plan.sources[0].table)); odbc != nullptr && plan.columns.size() == odbc->Columns().size()) {
+      return odbc->OpenRowset(request);
+    }
+  }
+  return std::make_unique<QueryRowset>(*this, std::move(query), request);
+}
+
+std::int32_t JetConnection::BeginTransaction() {
+  return OnEngine([&] {
+    database_->Begin();
+    return static_cast<std::int32_t>(database_->TransactionDepth());
+  });
+}
+
+void JetConnection::CommitTransaction() {
+  if (database_->TransactionDepth() == 0) throw runtime::Error(runtime::kProviderFailure, "Aucune transaction n'est active", "Microsoft JET Database Engine");
+  OnEngine([&] { database_->Commit(); });
+}
+
+void JetConnection::RollbackTransaction() {
+  if (database_->TransactionDepth() == 0) throw runtime::Error(runtime::kProviderFailure, "Aucune transaction n'est active", "Microsoft JET Database Engine");
+  OnEngine([&] { database_->Rollback(); });
+  session_->RowsChanged();
+}
+
+std::optional<Variant> JetConnection::Property(const std::string& upperName) const {
+  if (upperName == "JET OLEDB:ENGINE TYPE") return Variant(static_cast<std::int32_t>(database_->FormatVersion() == 3 ? 4 : 5));
+  if (upperName == "JET OLEDB:MAX LOCKS PER FILE") return Variant(maxLocks_);
+  if (upperName == "DATA SOURCE" || upperName == "DATA SOURCE NAME") return Variant(database_->Path());
+  if (upperName == "DBMS NAME") return Variant("MS Jet");
+  return std::nullopt;
+}
+
+bool JetConnection::SetProperty(const std::string& upperName, const Variant& value) {
+  if (upperName != "JET OLEDB:MAX LOCKS PER FILE") return false;
+  maxLocks_ = runtime::ToInt32(value);
+  return true;
+}
+
+std::unique_ptr<ProviderCatalog> JetConnection::OpenCatalog() { return std::make_unique<JetCatalog>(*this); }
+
+std::unique_ptr<ProviderBulkInsert> JetConnection::OpenBulkInsert(const std::string& table, const std::vector<std::string>& columns) {
+  const auto found = OnEngine([&] { return session_->FindTable(TableName(table)); });
+  if (found != nullptr && found->table == nullptr) return nullptr;  // behind an ODBC link: row by row
+  return std::make_unique<JetBulkInsert>(*this, TableName(table), columns);
+}
+
+}  // namespace tamlo::ado::jetprovider

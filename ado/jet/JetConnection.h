@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ado/Provider.h"
+#include "jet/Database.h"
+#include "jet/sql/Session.h"
+
+namespace tamlo::ado::jetprovider {
+
+/// One open Access file and the statements on it.
+class JetConnection final : public ProviderConnection {
+ public:
+  explicit JetConnection(const OpenRequest& request);
+  ~JetConnection() override;
+
+  std::int64_t Execute(const std::string& text, std::int32_t timeoutSeconds) override;
+  [[nodiscard]] std::unique_ptr<ProviderRowset> OpenRowset(const RowsetRequest& request) override;
+  std::int32_t BeginTransaction() override;
+  void CommitTransaction() override;
+  void RollbackTransaction() override;
+  [[nodiscard]] std::optional<Variant> Property(const std::string& upperName) const override;
+  bool SetProperty(const std::string& upperName, const Variant& value) override;
+  [[nodiscard]] std::unique_ptr<ProviderCatalog> OpenCatalog() override;
+  [[nodiscard]] std::unique_ptr<ProviderBulkInsert> OpenBulkInsert(const std::string& table, const std::vector<std::string>& columns) override;
+
+  [[nodiscard]] jet::Database& Database() noexcept { return *database_; }
+  [[nodiscard]] jet::sql::Session& Session() noexcept { return *session_; }
+
+ private:
+  std::unique_ptr<jet::Database> database_;
+  std::unique_ptr<jet::sql::Session> session_;
+  std::int32_t maxLocks_ = 9500;
+};
+
+}  // namespace tamlo::ado::jetprovider

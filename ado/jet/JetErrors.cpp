@@ -1,0 +1,51 @@
+#include "ado/jet/JetErrors.h"
+
+namespace tamlo::ado::jetprovider {
+
+namespace {
+
+struct Wording {
+  jet::ErrorCode code;
+  std::int32_t number;
+  const char* text;
+};
+
+constexpr Wording kWordings[] = {
+    {jet::ErrorCode::kNotAnAccessFile, runtime::kProviderFailure, "Format de base de données non reconnu"},
+    {jet::ErrorCode::kPasswordProtected, runtime::kProviderFailure, "La base de données est protégée par un mot de passe"},
+    {jet::ErrorCode::kEncrypted, runtime::kProviderFailure, "La base de données est chiffrée"},
+    {jet::ErrorCode::kInUse, runtime::kFileInUseExclusively, "La base de données ou l'objet est verrouillé"},
+    {jet::ErrorCode::kReadOnly, runtime::kProviderFailure, "Mise à jour impossible : la base de données ou l'objet est en lecture seule"},
+    {jet::ErrorCode::kDamaged, runtime::kProviderFailure, "La base de données est endommagée"},
+    {jet::ErrorCode::kIo, runtime::kProviderFailure, "Erreur d'accès au fichier"},
+    {jet::ErrorCode::kDiskFull, runtime::kProviderFailure, "Disque plein : la transaction a été annulée"},
+    {jet::ErrorCode::kDuplicateKey, runtime::kDuplicateKey, "La modification créerait un doublon dans un index, une clé primaire ou une relation"},
+    {jet::ErrorCode::kNullNotAllowed, runtime::kProviderFailure, "Le champ ne peut pas contenir de valeur Null"},
+    {jet::ErrorCode::kZeroLengthNotAllowed, runtime::kProviderFailure, "Le champ ne peut pas contenir une chaîne vide"},
+    {jet::ErrorCode::kValueTooLong, runtime::kProviderFailure, "Le champ est trop petit pour la valeur"},
+    {jet::ErrorCode::kTypeMismatch, runtime::kProviderFailure, "Type de données incompatible"},
+    {jet::ErrorCode::kNotFound, runtime::kItemNotFound, "Objet introuvable"},
+    {jet::ErrorCode::kAlreadyExists, runtime::kProviderFailure, "L'objet existe déjà"},
+    {jet::ErrorCode::kLimit, runtime::kProviderFailure, "Une limite du format est dépassée"},
+    {jet::ErrorCode::kUnsupported, runtime::kProviderFailure, "Opération non gérée"},
+    {jet::ErrorCode::kSyntax, runtime::kProviderFailure, "Erreur de syntaxe dans l'instruction SQL"},
+    {jet::ErrorCode::kLinkUnreachable, runtime::kProviderFailure, "La table attachée est inaccessible"},
+    {jet::ErrorCode::kRelationViolated, runtime::kProviderFailure, "Une relation entre tables interdit la modification"},
+};
+
+}  // namespace
+
+runtime::Error Translated(const jet::Error& error, const std::string& sent, bool opening) {
+  Wording found{error.Code(), runtime::kProviderFailure, "Erreur de la base de données"};
+  for (const Wording& wording : kWordings) {
+    if (wording.code == error.Code()) found = wording;
+  }
+  if (opening && error.Code() == jet::ErrorCode::kNotFound) found = {error.Code(), runtime::kProviderFailure, "Fichier introuvable"};
+  if (opening && error.Code() == jet::ErrorCode::kInUse) found.number = runtime::kFileInUse;
+  runtime::Error translated(found.number, std::string(found.text) + " : " + error.what(), "Microsoft JET Database Engine");
+  translated.WithDiagnostics({{"", static_cast<std::int32_t>(error.Code()), error.what()}});
+  if (!sent.empty()) translated.WithSent(sent);
+  return translated;
+}
+
+}  // namespace tamlo::ado::jetprovider

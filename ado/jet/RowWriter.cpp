@@ -1,0 +1,102 @@
+#include "ado/jet/RowWriter.h"
+
+#include <algorithm>
+#include <deque>
+
+#include "ado/jet/JetErrors.h"
+#include "ado/jet/JetValues.h"
+#include "jet/sql/Coercion.h"
+
+namespace tamlo::ado::jetprovider {
+
+namespace {
+
+class Pieces final : public jet::ChunkSource {
+ public:
+  explicit Pieces(const ado::ChunkSource& source) : source_(source) {}
+  std::size_t Read(std::span<std::byte> buffer) override { return source_(buffer.data(), buffer.size()); }
+
+ private:
+  const ado::ChunkSource& source_;
+};
+
+bool IsLongColumn(jet::ColumnType type) { return type == jet::ColumnType::kMemo || type == jet::ColumnType::kOle; }
+
+// All that a source gives, for columns that take no pieces.
+jet::Value Whole(const ado::ChunkSource& source, bool text) {
+  std::string all;
+  std::byte buffer[4096];
+  while (const std::size_t count = source(buffer, sizeof buffer)) all.append(reinterpret_cast<const char*>(buffer), count);
+  if (text) return jet::Value(std::move(all));
+  const auto* bytes = reinterpret_cast<const std::byte*>(all.data());
+  return jet::Value(jet::Bytes(bytes, bytes + all.size()));
+}
+
+}  // namespace
+
+/// The assignments as the engine takes them, with all that they point to.
+class RowWriter::Prepared {
+ public:
+  Prepared(const RowWriter& writer, std::span<const Assignment> values, const std::vector<std::size_t>& columns) {
+    for (const Assignment& value : values) {
+      const std::size_t column = columns[value.field];
+      const jet::sql::TypeInfo& type = writer.table_->columns[column].type;
+      if (const auto* source = std::get_if<ado::ChunkSource>(&value.value)) {
+        if (IsLongColumn(type.type)) {
+          pieces_.emplace_back(*source);
+          list.push_back({column, nullptr, &pieces_.back()});
+        } else {
+          Add(column, jet::sql::Coerced(Whole(*source, type.type == jet::ColumnType::kText), type, writer.session_.Settings()));
+        }
+      } else {
+        Add(column, jet::sql::Coerced(ToValue(std::get<Variant>(value.value)), type, writer.session_.Settings()));
+      }
+    }
+  }
+  void Add(std::size_t column, jet::Value value) {
+    values_.push_back(std::move(value));
+    list.push_back({column, &values_.back(), nullptr});
+  }
+
+  std::vector<jet::Assignment> list;
+
+ private:
+  std::deque<jet::Value> values_;
+  std::deque<Pieces> pieces_;
+};
+
+RowWriter::RowWriter(jet::sql::Session& session, std::shared_ptr<const jet::sql::EngineTable> table) : session_(session), table_(std::move(table)) {}
+
+jet::RowId RowWriter::Insert(std::span<const Assignment> values, const std::vector<std::size_t>& columns) {
+  return OnEngine([&] {
+    jet::sql::RequireCurrent(*table_);
+    if (!defaults_) defaults_ = session_.Defaults(*table_);
+    Prepared prepared(*this, values, columns);
+    for (const auto& [column, value] : *defaults_) {
+      const bool given = std::any_of(prepared.list.begin(), prepared.list.end(), [c = column](const jet::Assignment& a) { return a.column == c; });
+      if (!given) prepared.Add(column, value);
+    }
+    const jet::RowId id = table_->table->Insert(prepared.list);
+    session_.RowsChanged();
+    return id;
+  });
+}
+
+void RowWriter::Update(jet::RowId id, std::span<const Assignment> values, const std::vector<std::size_t>& columns) {
+  OnEngine([&] {
+    jet::sql::RequireCurrent(*table_);
+    const Prepared prepared(*this, values, columns);
+    table_->table->Update(id, prepared.list);
+    session_.RowsChanged();
+  });
+}
+
+void RowWriter::Delete(jet::RowId id) {
+  OnEngine([&] {
+    jet::sql::RequireCurrent(*table_);
+    table_->table->Delete(id);
+    session_.RowsChanged();
+  });
+}
+
+}  // namespace tamlo::ado::jetprovider

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <span>
+#include <utility>
+#include <vector>
+
+#include "ado/Provider.h"
+#include "jet/sql/Session.h"
+
+namespace tamlo::ado::jetprovider {
+
+/// Writes rows of one table from assignments of fields: values converted as the column wants them, long values piece by piece, defaults
+/// for what a new row leaves out. Errors are runtime::Error.
+class RowWriter {
+ public:
+  RowWriter(jet::sql::Session& session, std::shared_ptr<const jet::sql::EngineTable> table);
+
+  /// columns: position in the table of each field.
+  jet::RowId Insert(std::span<const Assignment> values, const std::vector<std::size_t>& columns);
+  void Update(jet::RowId id, std::span<const Assignment> values, const std::vector<std::size_t>& columns);
+  void Delete(jet::RowId id);
+
+ private:
+  class Prepared;
+
+  jet::sql::Session& session_;
+  std::shared_ptr<const jet::sql::EngineTable> table_;
+  std::optional<std::vector<std::pair<std::size_t, jet::Value>>> defaults_;
+};
+
+}  // namespace tamlo::ado::jetprovider

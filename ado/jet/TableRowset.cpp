@@ -1,0 +1,176 @@
+#include "ado/jet/TableRowset.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "ado/Errors.h"
+#include "ado/jet/JetErrors.h"
+#include "ado/jet/JetValues.h"
+#include "ado/jet/QueryRowset.h"
+#include "jet/sql/Coercion.h"
+
+namespace tamlo::ado::jetprovider {
+
+namespace {
+
+bool IsLong(const jet::sql::ColumnInfo& column) { return column.type.type == jet::ColumnType::kMemo || column.type.type == jet::ColumnType::kOle; }
+
+}  // namespace
+
+TableRowset::TableRowset(JetConnection& connection, std::shared_ptr<const jet::sql::EngineTable> table)
+    : table_(std::move(table)), writer_(connection.Session(), table_), session_(connection.Session()) {
+  for (const jet::sql::ColumnInfo& column : table_->columns) {
+    columns_.push_back(fields_.size());
+    fields_.push_back(Described(column.name, column.type));
+  }
+  values_.resize(fields_.size());
+  readers_.resize(fields_.size());
+  longRows_.resize(fields_.size());
+  chunkAt_.resize(fields_.size());
+}
+
+bool TableRowset::MoveFirst() {
+  return OnEngine([&] {
+    inserted_ = false;
+    scan_.reset();
+    walk_.reset();
+    if (index_ && !table_->table->Indexes()[*index_].ignoreNulls) {
+      walk_.emplace(*table_->table, *index_);
+      walk_->SetRange(std::nullopt, std::nullopt);
+    } else {
+      scan_.emplace(table_->table->Scan());
+    }
+    return Advance();
+  });
+}
+
+bool TableRowset::MoveNext() {
+  if (std::exchange(inserted_, false)) return false;
+  return OnEngine([&] { return Advance(); });
+}
+
+bool TableRowset::Advance() {
+  const jet::Database::ReadScope scope(*table_->database);
+  jet::sql::RequireCurrent(*table_);
+  for (;;) {
+    const bool found = walk_ ? walk_->Next() : scan_ && scan_->Next();
+    if (!found) {
+      id_.reset();
+      return false;
+    }
+    if (Take(walk_ ? walk_->Id() : scan_->Id())) return true;
+  }
+}
+
+bool TableRowset::Take(jet::RowId id) {
+  std::fill(readers_.begin(), readers_.end(), nullptr);
+  std::fill(chunkAt_.begin(), chunkAt_.end(), 0);
+  if (!table_->table->Read(id, row_)) return false;
+  for (std::size_t i = 0; i < fields_.size(); ++i) {
+    if (!IsLong(table_->columns[i])) ReadColumn(row_, i, table_->columns[i].type.type, values_[i]);
+  }
+  id_ = id;
+  return true;
+}
+
+Variant TableRowset::Value(std::size_t field) {
+  if (!IsLong(table_->columns[field])) return values_[field];
+  return OnEngine([&] {
+    Variant value = runtime::Null{};
+    if (id_ && table_->table->Read(*id_, row_)) ReadColumn(row_, field, table_->columns[field].type.type, value);
+    return value;
+  });
+}
+
+std::size_t TableRowset::ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity) {
+  if (!IsLong(table_->columns[field]) || capacity < 8) return PieceOf(Value(field), chunkAt_[field], buffer, capacity);
+  return OnEngine([&]() -> std::size_t {
+    if (readers_[field] == nullptr && id_ && table_->table->Read(*id_, longRows_[field])) readers_[field] = longRows_[field].OpenLong(field);
+    if (readers_[field] == nullptr) return 0;
+    const std::size_t count = readers_[field]->Read(std::span(buffer, capacity));
+    if (count == 0) readers_[field] = nullptr;
+    return count;
+  });
+}
+
+void TableRowset::Insert(std::span<const Assignment> values) {
+  const jet::RowId id = writer_.Insert(values, columns_);
+  inserted_ = true;
+  OnEngine([&] { Take(id); });
+}
+
+void TableRowset::Update(std::span<const Assignment> values) {
+  if (!id_) throw AdoError(runtime::kNoCurrentRecord);
+  std::fill(readers_.begin(), readers_.end(), nullptr);
+  writer_.Update(*id_, values, columns_);
+  OnEngine([&] { Take(*id_); });
+}
+
+void TableRowset::Delete() {
+  if (!id_) throw AdoError(runtime::kNoCurrentRecord);
+  std::fill(readers_.begin(), readers_.end(), nullptr);
+  writer_.Delete(*id_);
+  id_.reset();
+}
+
+bool TableRowset::UseIndex(const std::string& name) {
+  return OnEngine([&] {
+    const std::optional<std::size_t> found = table_->table->FindIndex(name);
+    if (!found) return false;
+    if (!table_->table->Indexes()[*found].writable) throw jet::Error(jet::ErrorCode::kUnsupported, "the order of the index \"" + name + "\" is not known");
+    index_ = found;
+    scan_.reset();
+    walk_.reset();
+    return true;
+  });
+}
+
+bool TableRowset::Seek(std::span<const Variant> key, SeekOption option) {
+  if (!index_) throw AdoError(runtime::kOperationNotSupported, "Index");
+  inserted_ = false;
+  return OnEngine([&] {
+    const jet::IndexDef& index = table_->table->Indexes()[*index_];
+    if (key.empty() || key.size() > index.columns.size()) throw jet::Error(jet::ErrorCode::kTypeMismatch, "the key has another number of values than the index");
+    std::vector<jet::Value> values;
+    for (std::size_t i = 0; i < key.size(); ++i) {
+      values.push_back(jet::sql::Coerced(ToValue(key[i]), table_->columns[index.columns[i].column].type, session_.Settings()));
+    }
+    const jet::Database::ReadScope scope(*table_->database);
+    return SeekRow(values, option);
+  });
+}
+
+bool TableRowset::SeekRow(const std::vector<jet::Value>& key, SeekOption option) {
+  scan_.reset();
+  walk_.reset();
+  id_.reset();
+  jet::IndexCursor cursor(*table_->table, *index_);
+  const jet::KeyBound at{key, true};
+  const jet::KeyBound beyond{key, false};
+  switch (option) {
+    case adSeekFirstEQ: cursor.SetRange(at, at); break;
+    case adSeekLastEQ: cursor.SetRange(at, at, true); break;
+    case adSeekAfterEQ: cursor.SetRange(at, std::nullopt); break;
+    case adSeekAfter: cursor.SetRange(beyond, std::nullopt); break;
+    case adSeekBeforeEQ: cursor.SetRange(std::nullopt, at, true); break;
+    case adSeekBefore: cursor.SetRange(std::nullopt, beyond, true); break;
+  }
+  while (cursor.Next()) {
+    if (!Take(cursor.Id())) continue;
+    WalkFrom(*id_);
+    return true;
+  }
+  return false;
+}
+
+void TableRowset::WalkFrom(jet::RowId id) {
+  const jet::IndexDef& index = table_->table->Indexes()[*index_];
+  jet::KeyBound here;
+  for (const jet::IndexColumn& column : index.columns) here.values.push_back(row_.Get(column.column));
+  walk_.emplace(*table_->table, *index_);
+  walk_->SetRange(here, std::nullopt);
+  while (walk_->Next() && walk_->Id() != id) {
+  }
+}
+
+}  // namespace tamlo::ado::jetprovider

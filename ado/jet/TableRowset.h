@@ -1,0 +1,59 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ado/Provider.h"
+#include "ado/jet/JetConnection.h"
+#include "ado/jet/RowWriter.h"
+#include "jet/IndexCursor.h"
+#include "jet/sql/Session.h"
+
+namespace tamlo::ado::jetprovider {
+
+/// All rows of one table, opened table-direct: in the order of the file, or of the index that was chosen for Seek. Every row is read from
+/// the table when it is reached; rows deleted meanwhile are skipped.
+class TableRowset final : public ProviderRowset {
+ public:
+  TableRowset(JetConnection& connection, std::shared_ptr<const jet::sql::EngineTable> table);
+
+  [[nodiscard]] const std::vector<FieldInfo>& Fields() const override { return fields_; }
+  bool MoveFirst() override;
+  bool MoveNext() override;
+  [[nodiscard]] Variant Value(std::size_t field) override;
+  std::size_t ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity) override;
+  [[nodiscard]] bool CanUpdate() const override { return !table_->database->ReadOnly(); }
+  void Insert(std::span<const Assignment> values) override;
+  void Update(std::span<const Assignment> values) override;
+  void Delete() override;
+  [[nodiscard]] bool CanSeek() const override { return true; }
+  bool UseIndex(const std::string& name) override;
+  bool Seek(std::span<const Variant> key, SeekOption option) override;
+
+ private:
+  bool Advance();
+  bool Take(jet::RowId id);
+  bool SeekRow(const std::vector<jet::Value>& key, SeekOption option);
+  /// Puts the walk of the index on the current row, so that MoveNext goes on behind it.
+  void WalkFrom(jet::RowId id);
+
+  std::shared_ptr<const jet::sql::EngineTable> table_;
+  RowWriter writer_;
+  std::vector<FieldInfo> fields_;
+  std::vector<std::size_t> columns_;
+  std::optional<std::size_t> index_;
+  std::optional<jet::ScanCursor> scan_;
+  std::optional<jet::IndexCursor> walk_;
+  std::optional<jet::RowId> id_;
+  std::vector<Variant> values_;
+  std::vector<std::unique_ptr<jet::LongValueReader>> readers_;
+  std::vector<jet::Row> longRows_;
+  std::vector<std::size_t> chunkAt_;
+  jet::Row row_;
+  bool inserted_ = false;
+  jet::sql::Session& session_;
+};
+
+}  // namespace tamlo::ado::jetprovider

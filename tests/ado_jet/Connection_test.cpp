@@ -1,0 +1,88 @@
+#include <filesystem>
+#include <fstream>
+
+#include "tests/ado_jet/JetFixture.h"
+
+using namespace tamlo;
+using namespace tamlo::ado;
+using runtime::IgnoringErrors;
+
+namespace {
+
+using JetConnectionTest = tests::JetFixture;
+
+TEST_F(JetConnectionTest, ReadsBackWhatWasGivenToOpen) {
+  EXPECT_EQ(connection.ConnectionString(), path);
+  EXPECT_EQ(runtime::ToText(connection.Property("JET OLEDB:ENGINE TYPE")), "5");
+  connection.Property("Jet OLEDB:Max Locks Per File", std::int16_t{12000});
+  EXPECT_EQ(runtime::ToText(connection.Property("jet oledb:max locks per file")), "12000");
+  EXPECT_EQ(IgnoringErrors([&] { (void)connection.Property("No such"); }).number, runtime::kItemNotFound);
+}
+
+TEST_F(JetConnectionTest, AConnectionStringNamesTheFileToo) {
+  Connection other;
+  other.Provider("Microsoft.Jet.OLEDB.4.0");
+  const std::string text = "Data Source=" + path + ";Jet OLEDB:Engine Type=5;";
+  other.Open(text, "", "");
+  EXPECT_EQ(other.ConnectionString(), text);
+  EXPECT_EQ(runtime::ToText(other.Property("Data Source")), path);
+}
+
+TEST_F(JetConnectionTest, UpperCasedNamesFindTheirFile) {
+  std::filesystem::create_directory(folder.Path() / "Été");
+  const std::string real = folder.File("Été/Volumes.mdb");
+  (void)::jet::Database::Create(real);
+  Connection other;
+  other.Provider("Microsoft.Jet.OLEDB.4.0");
+  const std::string given = folder.File("ÉTÉ/VOLUMES.MDB");
+  other.Open(given, "", "");
+  EXPECT_EQ(other.ConnectionString(), given);
+  EXPECT_EQ(runtime::ToText(other.Property("Data Source")), real);
+}
+
+TEST_F(JetConnectionTest, TwoFilesOfThatNameAreAnErrorThatNamesBoth) {
+  for (const char* name : {"abc.mdb", "Abc.mdb"}) (void)::jet::Database::Create(folder.File(name));
+  Connection other;
+  other.Provider("Microsoft.Jet.OLEDB.4.0");
+  const auto error = IgnoringErrors([&] { other.Open(folder.File("ABC.MDB"), "", ""); });
+  EXPECT_EQ(error.number, runtime::kProviderFailure);
+  EXPECT_NE(error.description.find("abc.mdb"), std::string::npos) << error.description;
+  EXPECT_NE(error.description.find("Abc.mdb"), std::string::npos) << error.description;
+  other.Open(folder.File("abc.mdb"), "", "");
+}
+
+TEST_F(JetConnectionTest, WhatIsNoAccessFileIsSaidSo) {
+  const std::string text = folder.File("texte.mdb");
+  std::ofstream(text) << "this is no database, but a text long enough to look like one";
+  Connection other;
+  other.Provider("Microsoft.Jet.OLEDB.4.0");
+  auto error = IgnoringErrors([&] { other.Open(text, "", ""); });
+  EXPECT_EQ(error.number, runtime::kProviderFailure);
+  EXPECT_EQ(error.description.rfind("Format de base de données non reconnu", 0), 0U) << error.description;
+  error = IgnoringErrors([&] { other.Open(folder.File("absent.mdb"), "", ""); });
+  EXPECT_EQ(error.number, runtime::kProviderFailure);
+  EXPECT_EQ(error.description.rfind("Fichier introuvable", 0), 0U) << error.description;
+}
+
+TEST_F(JetConnectionTest, AFileHeldByAnotherIs3051) {
+  connection.Close();
+  const auto holder = ::jet::Database::Open(path, {.mode = ::jet::OpenMode::kExclusive});
+  const auto error = IgnoringErrors([&] { connection.Open(path, "", ""); });
+  EXPECT_EQ(error.number, 3051);
+  EXPECT_FALSE(connection.IsOpen());
+}
+
+TEST_F(JetConnectionTest, TwoConnectionsSeeEachOther) {
+  connection.Execute("CREATE TABLE T (A LONG)");
+  Connection other;
+  other.Provider("Microsoft.Jet.OLEDB.4.0");
+  other.Open(path, "", "");
+  other.Execute("INSERT INTO T VALUES (1)");
+  EXPECT_EQ(Rows("SELECT A FROM T"), "1");
+  connection.Execute("INSERT INTO T IN \"" + other.ConnectionString() + "\" SELECT A+1 AS A FROM T");
+  Recordset rows;
+  rows.Open("SELECT A FROM T ORDER BY A", &other, adOpenStatic, adLockUnspecified, -1);
+  EXPECT_EQ(Rows(rows), "1; 2");
+}
+
+}  // namespace

@@ -1,0 +1,264 @@
+#include <cstring>
+
+#include "ado/BulkInsert.h"
+#include "tests/ado_jet/JetFixture.h"
+
+using namespace tamlo;
+using namespace tamlo::ado;
+using runtime::IgnoringErrors;
+
+namespace {
+
+class JetRecordset : public tests::JetFixture {
+ protected:
+  void SetUp() override {
+    JetFixture::SetUp();
+    connection.Execute("CREATE TABLE Utl (IdUtl LONG CONSTRAINT PK PRIMARY KEY, Nom TEXT(30), MotPasse TEXT(20), Note MEMO, Photo LONGBINARY)");
+    connection.Execute("CREATE INDEX NomIdx ON Utl (Nom)");
+    for (const char* row : {"1, 'Dupont'", "2, 'élise'", "3, 'ZOLA'"}) connection.Execute(std::string("INSERT INTO Utl (IdUtl, Nom) VALUES (") + row + ")");
+  }
+};
+
+TEST_F(JetRecordset, ForwardOnlyRowsCannotBeWritten) {
+  auto rows = Opened("SELECT * FROM Utl", 0);
+  EXPECT_FALSE(rows.Eof());
+  EXPECT_EQ(IgnoringErrors([&] { rows.AddNew(); }).number, runtime::kOperationNotSupported);
+  EXPECT_EQ(IgnoringErrors([&] { rows.Fields("Nom").Value("x"); }).number, runtime::kOperationNotSupported);
+}
+
+TEST_F(JetRecordset, ForwardOnlyRowsStartAnewAtMoveFirst) {
+  auto rows = Opened("SELECT Nom FROM Utl ORDER BY IdUtl", 0);
+  EXPECT_EQ(Rows(rows), "Dupont; élise; ZOLA");
+  rows.MoveFirst();
+  EXPECT_EQ(Rows(rows), "Dupont; élise; ZOLA");
+}
+
+TEST_F(JetRecordset, TheToolsOkWritesUserAndLink) {
+  connection.Execute("CREATE TABLE VlmUtl (IdUtl DOUBLE, IdVlm DOUBLE, Niveau SHORT, CONSTRAINT P PRIMARY KEY (IdUtl, IdVlm))");
+  auto user = Opened("SELECT * FROM UTL WHERE NOM='NOUVEAU'", 2);
+  ASSERT_TRUE(user.Eof());
+  user.AddNew();
+  auto highest = Opened("SELECT MAX([IDUTL]) FROM UTL", 0);
+  const double id = runtime::ToDouble(highest.Fields(std::size_t{0}).Value()) + 1;
+  EXPECT_EQ(id, 4);
+  user.Fields("IdUtl").Value(id);
+  user.Fields("Nom").Value("NOUVEAU");
+  user.Fields("MotPasse").Value("!\x01\x7f");
+  user.Update();
+  auto link = Opened("SELECT * FROM VLMUTL WHERE IDUTL=4 AND IDVLM=10", 2);
+  ASSERT_TRUE(link.Eof());
+  link.AddNew();
+  link.Fields("IdUtl").Value(4.0);
+  link.Fields("IdVlm").Value(10.0);
+  link.Fields("Niveau").Value(std::int16_t{5});
+  link.Update();
+  EXPECT_EQ(Rows("SELECT IdUtl, Nom FROM Utl WHERE Nom='nouveau'"), "4|NOUVEAU");
+  EXPECT_EQ(Rows("SELECT * FROM VlmUtl"), "4|10|5");
+}
+
+TEST_F(JetRecordset, ADuplicateKeyIs3022AndTheEditStays) {
+  auto rows = Opened("SELECT * FROM Utl WHERE Nom='X'", 2);
+  rows.AddNew();
+  rows.Fields("IdUtl").Value(1.0);
+  rows.Fields("Nom").Value("X");
+  const auto error = IgnoringErrors([&] { rows.Update(); });
+  EXPECT_EQ(error.number, 3022);
+  EXPECT_NE(error.description.find("doublon"), std::string::npos) << error.description;
+  EXPECT_EQ(rows.EditMode(), adEditAdd);
+  rows.Fields("IdUtl").Value(9.0);
+  rows.Update();
+  EXPECT_EQ(Rows("SELECT IdUtl FROM Utl WHERE Nom='x'"), "9");
+}
+
+TEST_F(JetRecordset, DynamicRowsAreUpdatedAndDeletedWhereTheyStand) {
+  auto rows = Opened("SELECT IdUtl, Nom FROM Utl WHERE IdUtl > 1 ORDER BY IdUtl", 2);
+  rows.Fields("Nom").Value("Élise B.");
+  rows.MoveNext();  // saves
+  EXPECT_EQ(TextOf(rows.Fields("Nom").Value()), "ZOLA");
+  rows.Delete();
+  rows.MoveNext();
+  EXPECT_TRUE(rows.Eof());
+  EXPECT_EQ(Rows("SELECT IdUtl, Nom FROM Utl ORDER BY IdUtl"), "1|Dupont; 2|Élise B.");
+}
+
+TEST_F(JetRecordset, RowsDeletedMeanwhileAreSkippedByADynamicCursor) {
+  auto rows = Opened("SELECT Nom FROM Utl ORDER BY IdUtl", 2);
+  EXPECT_FALSE(rows.Eof());
+  connection.Execute("DELETE FROM Utl WHERE IdUtl=2");
+  rows.MoveNext();
+  EXPECT_EQ(TextOf(rows.Fields("Nom").Value()), "ZOLA");
+}
+
+TEST_F(JetRecordset, AStaticCursorKeepsWhatItRead) {
+  auto rows = Opened("SELECT Nom FROM Utl ORDER BY IdUtl", 3);
+  EXPECT_EQ(Rows(rows), "Dupont; élise; ZOLA");
+  connection.Execute("UPDATE Utl SET Nom='changé'");
+  rows.MoveFirst();
+  EXPECT_EQ(Rows(rows), "Dupont; élise; ZOLA");
+}
+
+TEST_F(JetRecordset, FindOnAStaticCursorAsTheCatalogLoaderDoes) {
+  auto rows = Opened("SELECT * FROM Utl ORDER BY Nom", 3);
+  rows.Find("[NOM]='ZOLA'");
+  EXPECT_EQ(TextOf(rows.Fields("IdUtl").Value()), "3");
+  rows.MoveFirst();
+  rows.Find("[NOM]='nobody'");
+  EXPECT_TRUE(rows.Eof());
+  EXPECT_FALSE(rows.CanSeek());
+}
+
+TEST_F(JetRecordset, TableDirectSeeksByItsIndex) {
+  auto rows = Opened("[UTL]", 1);
+  ASSERT_TRUE(rows.CanSeek());
+  rows.Index("nomidx");
+  rows.Seek(std::vector<Variant>{Variant("dupont")});
+  ASSERT_FALSE(rows.Eof());
+  EXPECT_EQ(TextOf(rows.Fields("IdUtl").Value()), "1");
+  rows.MoveNext();
+  EXPECT_EQ(TextOf(rows.Fields("Nom").Value()), "élise");
+  rows.Seek(std::vector<Variant>{Variant("nobody")});
+  EXPECT_TRUE(rows.Eof());
+  rows.Seek(std::vector<Variant>{Variant("f")}, adSeekAfterEQ);
+  EXPECT_EQ(TextOf(rows.Fields("Nom").Value()), "ZOLA");
+  rows.Seek(std::vector<Variant>{Variant("f")}, adSeekBefore);
+  EXPECT_EQ(TextOf(rows.Fields("Nom").Value()), "élise");
+  rows.Seek(std::vector<Variant>{Variant("élise")}, adSeekAfter);
+  EXPECT_EQ(TextOf(rows.Fields("Nom").Value()), "ZOLA");
+  rows.Seek(std::vector<Variant>{Variant("ÉLISE")}, adSeekLastEQ);
+  EXPECT_EQ(TextOf(rows.Fields("IdUtl").Value()), "2");
+  EXPECT_EQ(IgnoringErrors([&] { rows.Index("Nothing"); }).number, runtime::kItemNotFound);
+}
+
+TEST_F(JetRecordset, TableDirectOfANameThatIsNoTableIs3265) {
+  EXPECT_EQ(IgnoringErrors([&] { Opened("NOTHING", 1); }).number, runtime::kItemNotFound);
+}
+
+TEST_F(JetRecordset, CountersShowThemselves) {
+  connection.Execute("CREATE TABLE C (Id COUNTER CONSTRAINT PK PRIMARY KEY, T TEXT(10))");
+  auto rows = Opened("SELECT TOP 1 * FROM [C]", 0);
+  EXPECT_TRUE(runtime::ToBoolean(rows.Fields("Id").Property("IsAutoIncrement")));
+  EXPECT_FALSE(runtime::ToBoolean(rows.Fields("T").Property("ISAUTOINCREMENT")));
+  auto added = Opened("C", 1);
+  added.AddNew();
+  added.Fields("T").Value("a");
+  added.Update();
+  EXPECT_EQ(TextOf(added.Fields("Id").Value()), "1");
+  added.AddNew();
+  added.Update();
+  EXPECT_EQ(TextOf(added.Fields("Id").Value()), "2");
+}
+
+TEST_F(JetRecordset, EveryTypeKeepsItsCodeAndValue) {
+  connection.Execute("CREATE TABLE T (Y YESNO, B BYTE, S SHORT, L LONG, C CURRENCY, F SINGLE, D DOUBLE, A DATETIME, X BINARY(8), T TEXT(30), M MEMO, O LONGBINARY, G GUID, N DECIMAL(20,5))");
+  auto rows = Opened("SELECT * FROM T", 2);
+  std::vector<std::int16_t> types;
+  for (std::size_t i = 0; i < rows.FieldCount(); ++i) types.push_back(rows.Fields(i).Type());
+  EXPECT_EQ(types, (std::vector<std::int16_t>{11, 17, 2, 3, 6, 4, 5, 7, 204, 202, 203, 205, 72, 131}));
+  EXPECT_EQ(rows.Fields("T").DefinedSize(), 30);
+  EXPECT_EQ(rows.Fields("D").DefinedSize(), 8);
+  EXPECT_EQ(rows.Fields("N").Precision(), 20);
+  EXPECT_EQ(rows.Fields("N").NumericScale(), 5);
+  const std::vector<Variant> values = {true, std::uint8_t{200}, std::int16_t{-5}, std::int32_t{70000}, runtime::Currency{123456789012345678}, 1.5F, 0.1, runtime::Date{37653.25},
+                                       runtime::Bytes{std::byte{0}, std::byte{255}}, "été €", "mémo", runtime::Bytes(5000, std::byte{7}),
+                                       runtime::Guid{"{00112233-4455-6677-8899-AABBCCDDEEFF}"}, runtime::Decimal{"-123456789012345.12345"}};
+  rows.AddNew();
+  for (std::size_t i = 0; i < values.size(); ++i) rows.Fields(i).Value(values[i]);
+  rows.Update();
+  for (const int option : {0, 2, 3}) {
+    auto read = Opened("SELECT * FROM T", option);
+    for (std::size_t i = 0; i < values.size(); ++i) EXPECT_EQ(read.Fields(i).Value(), values[i]) << "option " << option << " field " << read.Fields(i).Name();
+    auto filtered = Opened("SELECT * FROM T WHERE L > 1 ORDER BY D", option);
+    for (std::size_t i = 0; i < values.size(); ++i) EXPECT_EQ(filtered.Fields(i).Value(), values[i]) << "option " << option << " field " << filtered.Fields(i).Name();
+  }
+  auto direct = Opened("T", 1);
+  for (std::size_t i = 0; i < values.size(); ++i) EXPECT_EQ(direct.Fields(i).Value(), values[i]);
+}
+
+TEST_F(JetRecordset, LongValuesTravelInPieces) {
+  auto rows = Opened("SELECT * FROM Utl WHERE IdUtl=1", 2);
+  const std::string piece = "élève ";
+  int left = 20000;
+  rows.Fields("Note").WriteFrom([&](std::byte* buffer, std::size_t capacity) -> std::size_t {
+    if (left == 0 || capacity < piece.size()) return 0;
+    --left;
+    std::memcpy(buffer, piece.data(), piece.size());
+    return piece.size();
+  });
+  rows.Update();
+  for (const int option : {0, 1, 2, 3}) {
+    auto read = Opened(option == 1 ? "Utl" : "SELECT * FROM Utl WHERE IdUtl=1", option);
+    std::string text;
+    std::byte buffer[1001];
+    while (const std::size_t count = read.Fields("Note").ReadChunk(buffer, sizeof buffer)) text.append(reinterpret_cast<const char*>(buffer), count);
+    EXPECT_EQ(text.size(), 20000 * piece.size()) << option;
+    EXPECT_EQ(text.substr(0, piece.size()), piece);
+    EXPECT_EQ(read.Fields("Photo").ReadChunk(buffer, sizeof buffer), 0U);
+  }
+}
+
+TEST_F(JetRecordset, TransactionsNestByLevel) {
+  EXPECT_EQ(connection.BeginTrans(), 1);
+  connection.Execute("DELETE FROM Utl WHERE IdUtl=1");
+  EXPECT_EQ(connection.BeginTrans(), 2);
+  connection.Execute("DELETE FROM Utl WHERE IdUtl=2");
+  connection.RollbackTrans();
+  EXPECT_EQ(Rows("SELECT IdUtl FROM Utl ORDER BY 1"), "2; 3");
+  connection.CommitTrans();
+  EXPECT_EQ(Rows("SELECT IdUtl FROM Utl ORDER BY 1"), "2; 3");
+  const auto error = IgnoringErrors([&] { connection.CommitTrans(); });
+  EXPECT_EQ(error.number, runtime::kProviderFailure);
+  EXPECT_NE(error.description.find("transaction"), std::string::npos);
+}
+
+TEST_F(JetRecordset, ClosingRollsBack) {
+  connection.BeginTrans();
+  connection.Execute("DELETE FROM Utl");
+  connection.Close();
+  connection.Open(path, "", "");
+  EXPECT_EQ(Rows("SELECT Count(*) FROM Utl"), "3");
+}
+
+TEST_F(JetRecordset, JoinedRowsAreUpdatedInTheirTables) {
+  connection.Execute("CREATE TABLE V (IdUtl LONG, Niveau LONG)");
+  connection.Execute("INSERT INTO V VALUES (2, 7)");
+  auto rows = Opened("SELECT Utl.Nom, V.Niveau FROM Utl INNER JOIN V ON Utl.IdUtl = V.IdUtl", 2);
+  rows.Fields("Nom").Value("Nouvelle");
+  rows.Fields("Niveau").Value(std::int32_t{8});
+  rows.Update();
+  EXPECT_EQ(Rows("SELECT Nom, Niveau FROM Utl INNER JOIN V ON Utl.IdUtl = V.IdUtl"), "Nouvelle|8");
+  EXPECT_EQ(IgnoringErrors([&] { rows.Delete(); }).number, runtime::kOperationNotSupported);
+}
+
+TEST_F(JetRecordset, BulkRowsBeforeABadOneAreStored) {
+  BulkInsert bulk(connection, "Utl", {"IdUtl", "Nom"});
+  bulk.Add(std::vector<Variant>{std::int32_t{10}, "a"});
+  bulk.Add(std::vector<Variant>{std::int32_t{11}, "b"});
+  const auto error = IgnoringErrors([&] { bulk.Add(std::vector<Variant>{std::int32_t{10}, "c"}); });
+  EXPECT_EQ(error.number, 3022);
+  EXPECT_EQ(error.description.rfind("ligne 3 : ", 0), 0U) << error.description;
+  bulk.Add(std::vector<Variant>{std::int32_t{12}, "d"});
+  bulk.Flush();
+  EXPECT_EQ(Rows("SELECT IdUtl FROM Utl WHERE IdUtl > 9 ORDER BY 1"), "10; 11; 12");
+}
+
+TEST_F(JetRecordset, RowsHeldBackAreNotStoredWithoutFlush) {
+  {
+    BulkInsert bulk(connection, "Utl", {"IdUtl", "Nom"});
+    bulk.Add(std::vector<Variant>{std::int32_t{10}, "a"});
+  }
+  EXPECT_EQ(Rows("SELECT Count(*) FROM Utl"), "3");
+}
+
+TEST_F(JetRecordset, ErrorsCarryNumberTextAndStatement) {
+  try {
+    connection.Execute("SELECT * FROM Utl WHERE");
+    FAIL();
+  } catch (const runtime::Error& error) {
+    EXPECT_EQ(error.Number(), runtime::kProviderFailure);
+    EXPECT_EQ(error.Description().rfind("Erreur de syntaxe dans l'instruction SQL : ", 0), 0U) << error.Description();
+    EXPECT_NE(error.Description().find("(at character 24)"), std::string::npos) << error.Description();
+    EXPECT_EQ(error.Sent(), "SELECT * FROM Utl WHERE");
+  }
+}
+
+}  // namespace
