@@ -16,7 +16,7 @@ bool IsDuplicateKey(const Diagnostic& record) {
   // Codes of the backends: MariaDB 1062 (also 1586), SQL Server 2601 and 2627, Oracle 1.
   static constexpr std::array<std::int32_t, 5> kNatives{1062, 1586, 2601, 2627, 1};
   if (record.sqlState == "23505") return true;
-  if (record.sqlState.starts_with("23") && std::find(kNatives.begin(), kNatives.end(), record.native) != kNatives.end()) return true;
+  if (record.sqlState == "23000" && std::find(kNatives.begin(), kNatives.end(), record.native) != kNatives.end()) return true;
   // libsqliteodbc 0.9998 gives HY000 and 19 for every constraint; the text tells which one it was.
   return record.native == 19 && record.text.find("UNIQUE constraint failed") != std::string::npos;
 }

@@ -24,10 +24,12 @@ bool IsPreferredSchema(const std::string& schema) {
   return upper == "PUBLIC" || upper == "DBO";
 }
 
+/// Whatever their order: libsqliteodbc 0.9998 numbers the columns of a primary key in the order of the table.
 bool SameColumns(const Index& index, const std::vector<std::string>& names) {
-  return std::equal(index.columns.begin(), index.columns.end(), names.begin(), names.end(), [](const Column& column, const std::string& name) {
-    return runtime::UpperCase(column.name) == runtime::UpperCase(name);
-  });
+  return index.columns.size() == names.size() && std::all_of(index.columns.begin(), index.columns.end(), [&](const Column& column) {
+           const std::string upper = runtime::UpperCase(column.name);
+           return std::any_of(names.begin(), names.end(), [&](const std::string& name) { return runtime::UpperCase(name) == upper; });
+         });
 }
 
 Column ToColumn(Statement& statement, const DriverFacts& facts) {

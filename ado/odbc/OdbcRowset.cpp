@@ -36,6 +36,8 @@ OdbcRowset::OdbcRowset(std::shared_ptr<Session> session, const RowsetRequest& re
   } else {
     sql = WithoutComments(request.source);
     table = BaseTableOf(sql);
+    // Brackets are not every driver's own marks: psqlODBC takes "[$T$]" for the beginning of a dollar-quoted text.
+    if (table && table->starts_with('[') && table->find("].") == std::string::npos) table = TableText(*session_, *table);
   }
   if (!session_->Facts().keepsWideStatements) sql = WithoutWideLiterals(sql, literals_);
   statement_.Prepare(sql);

@@ -22,6 +22,9 @@ namespace {
 using Form = ParameterShape::Form;
 using runtime::Error;
 
+// psqlODBC copies what it has so far for each piece: few large pieces.
+constexpr std::size_t kPieceBytes = 256 * 1024;
+
 template <typename T>
 void Append(std::vector<std::byte>& out, const T& value) {
   const auto* bytes = reinterpret_cast<const std::byte*>(&value);
@@ -259,7 +262,7 @@ void ParameterSet::Add(const Variant& value, const ParameterShape& shape) {
 void ParameterSet::Add(const ChunkSource& source, const ParameterShape& shape) {
   if (!statement_.Owner().Facts().streamsParameters) {
     // The driver wants to know the length beforehand and keeps the whole value itself: it is collected here.
-    std::array<std::byte, 65536> piece;
+    std::vector<std::byte> piece(kPieceBytes);
     std::vector<std::byte> whole;
     while (const std::size_t count = source(piece.data(), piece.size())) whole.insert(whole.end(), piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(count));
     if (shape.form == Form::kBytes) return Add(Variant(runtime::Bytes(std::move(whole))), shape);
@@ -292,7 +295,7 @@ void ParameterSet::Bind(Bound& bound) {
 }
 
 void ParameterSet::SendPieces(const Bound& bound) {
-  std::vector<std::byte> piece(65536);
+  std::vector<std::byte> piece(kPieceBytes);
   while (const std::size_t count = bound.source(piece.data(), piece.size())) {
     std::vector<std::byte> wide;
     if (bound.shape.form != Form::kBytes) AppendWide(wide, {reinterpret_cast<const char*>(piece.data()), count});

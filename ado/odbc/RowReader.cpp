@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <utility>
 
 #include "ado/odbc/NativeHeaders.h"
 #include "ado/odbc/WideText.h"
@@ -98,12 +99,44 @@ Variant RowReader::Value(std::size_t field) {
   return Decode(column.plan, fields_[field], column.data.data() + row_ * column.plan.elementSize, static_cast<std::size_t>(length));
 }
 
+/// A value is read from its beginning once only; before it is read again the driver is made to forget how far it was.
 void RowReader::Rewind(std::size_t field) {
-  // Reading a value a second time needs its row to be made the current one again.
-  if (columns_[field].touched || (columns_[field].bound && blockRows_ > 1)) {
+  auto& column = columns_[field];
+  if (column.bound && blockRows_ > 1) {
     statement_.Check(SQLSetPos(statement_.Native(), static_cast<SQLSETPOSIROW>(row_ + 1), SQL_POSITION, SQL_LOCK_NO_CHANGE));
   }
-  columns_[field].touched = true;
+  if (std::exchange(column.touched, true)) {
+    if (statement_.Owner().Facts().backend == Backend::kSqlite) {
+      Drain(field);
+    } else {
+      VisitOtherColumn(field);
+    }
+  }
+}
+
+/// libsqliteodbc 0.9998 begins anew only after it has said that there is no more.
+void RowReader::Drain(std::size_t field) {
+  std::array<char16_t, 4096> piece;
+  SQLLEN length = 0;
+  const auto type = columns_[field].plan.nativeType;
+  while (SQL_SUCCEEDED(SQLGetData(statement_.Native(), static_cast<SQLUSMALLINT>(field + 1), type, piece.data(), sizeof(piece), &length))) {
+    if (length == SQL_NULL_DATA) return;
+  }
+}
+
+/// MariaDB's driver (3.1.15) and psqlODBC begin anew once another column was read; MariaDB's does not after SQLSetPos.
+void RowReader::VisitOtherColumn(std::size_t field) {
+  const bool readsBound = statement_.Owner().Facts().readsBound;
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    if (i == field || (columns_[i].bound && !readsBound)) continue;
+    std::array<char16_t, 8> piece;
+    SQLLEN length = 0;
+    SQLGetData(statement_.Native(), static_cast<SQLUSMALLINT>(i + 1), SQL_C_WCHAR, piece.data(), sizeof(piece), &length);
+    columns_[i].touched = true;
+    return;
+  }
+  throw runtime::Error(runtime::kOperationNotSupported,
+                       "Le pilote ne relit pas depuis son début une valeur longue d'une requête d'une seule colonne.", "odbc");
 }
 
 Variant RowReader::ReadWhole(std::size_t field) {
@@ -214,7 +247,10 @@ std::size_t RowReader::StreamText(std::size_t field, std::byte* buffer, std::siz
   }
   std::memcpy(buffer, text.data() + stream_.offset, count);
   stream_.offset += count;
-  if (stream_.offset == text.size()) stream_.pending.clear();
+  if (stream_.offset == text.size()) {
+    stream_.pending.clear();
+    stream_.offset = 0;
+  }
   return count;
 }
 

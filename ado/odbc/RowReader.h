@@ -46,6 +46,8 @@ class RowReader {
   void BindColumns();
   void NewRow();
   void Rewind(std::size_t field);
+  void Drain(std::size_t field);
+  void VisitOtherColumn(std::size_t field);
   Variant ReadWhole(std::size_t field);
   std::vector<std::byte> ReadBytes(std::size_t field, bool& isNull);
   std::size_t StreamText(std::size_t field, std::byte* buffer, std::size_t capacity);

@@ -1,1 +1,122 @@
+#include <array>
+#include <vector>
+
+#include "ado/BulkInsert.h"
 #include "tests/ado_odbc/Engine.h"
+
+namespace tamlo::tests {
+namespace {
+
+using runtime::Null;
+using runtime::Variant;
+
+class Bulk : public OdbcTest {
+ protected:
+  void MakeTable() {
+    Execute("CREATE TABLE b (id INTEGER NOT NULL PRIMARY KEY, nom VARCHAR(40), prix " + engine->Type("double") + ", jour " + engine->Type("datetime") +
+            ", n INTEGER DEFAULT 7, note " + engine->Type("text") + ")");
+  }
+};
+
+TEST_P(Bulk, WritesEveryRowWithItsOwnValues) {
+  MakeTable();
+  constexpr std::int32_t kRows = 5321;
+  ado::BulkInsert bulk(connection, "b", {"id", "nom", "prix", "jour", "note"});
+  for (std::int32_t i = 0; i < kRows; ++i) {
+    const Variant nom = i % 5 == 0 ? Variant(Null{}) : Variant("nom \xF0\x9F\x98\x80 " + std::to_string(i));
+    bulk.Add(std::array<Variant, 5>{i, nom, i * 0.5, runtime::Date{37653.0 + i % 1000}, i % 7 == 0 ? Variant() : Variant("note " + std::to_string(i))});
+  }
+  bulk.Flush();
+  EXPECT_EQ(bulk.RowsAdded(), kRows);
+  ado::Recordset rs = Open("SELECT * FROM b ORDER BY id", ado::adOpenForwardOnly, ado::adLockReadOnly);
+  std::int32_t i = 0;
+  for (; !rs.Eof(); rs.MoveNext(), ++i) {
+    ASSERT_EQ(rs.Fields("id").Value(), Variant(i));
+    ASSERT_EQ(rs.Fields("nom").Value(), i % 5 == 0 ? Variant(Null{}) : Variant("nom \xF0\x9F\x98\x80 " + std::to_string(i)));
+    ASSERT_EQ(rs.Fields("prix").Value(), Variant(i * 0.5));
+    ASSERT_EQ(rs.Fields("jour").Value(), Variant(runtime::Date{37653.0 + i % 1000}));
+    ASSERT_EQ(rs.Fields("n").Value(), Variant(std::int32_t{7}));
+    ASSERT_EQ(rs.Fields("note").Value(), i % 7 == 0 ? Variant(Null{}) : Variant("note " + std::to_string(i)));
+  }
+  EXPECT_EQ(i, kRows);
+}
+
+TEST_P(Bulk, AnEmptyValueLeavesTheColumnToItsDefaultRowByRow) {
+  MakeTable();
+  ado::BulkInsert bulk(connection, "b", {"id", "n"});
+  for (std::int32_t i = 0; i < 100; ++i) bulk.Add(std::array<Variant, 2>{i, i % 3 == 0 ? Variant() : i % 3 == 1 ? Variant(Null{}) : Variant(i)});
+  bulk.Flush();
+  EXPECT_EQ(Scalar("SELECT COUNT(*) FROM b WHERE n = 7"), "34");
+  EXPECT_EQ(Scalar("SELECT COUNT(*) FROM b WHERE n IS NULL"), "33");
+}
+
+TEST_P(Bulk, AFailingRowIsNamedAndThoseBeforeItAreStored) {
+  MakeTable();
+  ado::BulkInsert bulk(connection, "b", {"id", "nom"});
+  const auto add = [&](std::int32_t id) { bulk.Add(std::array<Variant, 2>{id, "x"}); };
+  try {
+    for (std::int32_t i = 1; i <= 2500; ++i) add(i == 1503 ? 7 : i);
+    bulk.Flush();
+    FAIL() << "no error";
+  } catch (const runtime::Error& error) {
+    EXPECT_EQ(error.Number(), 3022);
+    EXPECT_TRUE(error.Description().starts_with("ligne 1503")) << error.Description();
+  }
+  EXPECT_EQ(Scalar("SELECT COUNT(*) FROM b WHERE id <= 1502"), "1502");
+  EXPECT_EQ(Scalar("SELECT COUNT(*) FROM b WHERE id = 1503"), "0");
+  bulk.Flush();
+  EXPECT_EQ(Scalar("SELECT COUNT(*) FROM b WHERE id <= 1504"), "1503") << "the rows behind the refused one follow at the next Flush";
+}
+
+TEST_P(Bulk, InsideATransactionAFailedBatchLeavesTheRestOfItAlone) {
+  MakeTable();
+  connection.BeginTrans();
+  Execute("INSERT INTO b (id) VALUES (100000)");
+  ado::BulkInsert bulk(connection, "b", {"id"});
+  for (std::int32_t i = 1; i <= 500; ++i) bulk.Add(std::array<Variant, 1>{i});
+  bulk.Add(std::array<Variant, 1>{std::int32_t{3}});
+  EXPECT_EQ(ErrorOf([&] { bulk.Flush(); }), 3022);
+  connection.CommitTrans();
+  EXPECT_EQ(Count("b"), 501);
+}
+
+TEST_P(Bulk, AValueThatDoesNotConvertNamesRowAndColumn) {
+  MakeTable();
+  ado::BulkInsert bulk(connection, "b", {"id", "prix"});
+  bulk.Add(std::array<Variant, 2>{std::int32_t{1}, 1.0});
+  try {
+    bulk.Add(std::array<Variant, 2>{std::int32_t{2}, "abc"});
+    FAIL() << "no error";
+  } catch (const runtime::Error& error) {
+    EXPECT_EQ(error.Number(), 13);
+    EXPECT_TRUE(error.Description().starts_with("ligne 2, colonne prix : ")) << error.Description();
+  }
+  bulk.Add(std::array<Variant, 2>{std::int32_t{3}, 3.0});
+  bulk.Flush();
+  EXPECT_EQ(Count("b"), 2);
+}
+
+TEST_P(Bulk, LongAndShortValuesMayAlternate) {
+  MakeTable();
+  ado::BulkInsert bulk(connection, "b", {"id", "note"});
+  const auto noteOf = [](std::int32_t i) { return std::string(i % 10 == 9 ? 3000000 : i % 10 == 5 ? 70000 : 20, static_cast<char>('a' + i % 26)); };
+  for (std::int32_t i = 0; i < 40; ++i) bulk.Add(std::array<Variant, 2>{i, noteOf(i)});
+  bulk.Flush();
+  ado::Recordset rs = Open("SELECT id, note FROM b ORDER BY id", ado::adOpenForwardOnly, ado::adLockReadOnly);
+  std::int32_t i = 0;
+  for (; !rs.Eof(); rs.MoveNext(), ++i) {
+    const Variant note = rs.Fields("note").Value();
+    ASSERT_TRUE(note.IsText());
+    ASSERT_TRUE(*note.If<std::string>() == noteOf(i)) << i;
+  }
+  EXPECT_EQ(i, 40);
+}
+
+TEST_P(Bulk, IntoATableThatIsMissingFailsAtOnce) {
+  EXPECT_EQ(ErrorOf([&] { ado::BulkInsert bulk(connection, "absente", {"x"}); }), -2147467259);
+}
+
+INSTANTIATE_TEST_SUITE_P(Odbc, Bulk, ::testing::Values("SQLite", "MariaDB", "PostgreSQL"), [](const auto& which) { return which.param; });
+
+}  // namespace
+}  // namespace tamlo::tests

@@ -1,1 +1,150 @@
+#include "ado/odbc/OdbcProvider.h"
 #include "tests/ado_odbc/Engine.h"
+
+namespace tamlo::tests {
+namespace {
+
+using runtime::Error;
+using runtime::Variant;
+
+class Failures : public OdbcTest {};
+
+TEST_P(Failures, CarryTheDriversRecordsAndTheStatement) {
+  try {
+    Execute("SELECT * FROM absente");
+    FAIL() << "no error";
+  } catch (const Error& error) {
+    EXPECT_EQ(error.Number(), -2147467259);
+    EXPECT_EQ(error.Source(), "odbc");
+    EXPECT_EQ(error.Sent(), "SELECT * FROM absente");
+    EXPECT_NE(error.Description().find("absente"), std::string::npos) << error.Description();
+    ASSERT_FALSE(error.Diagnostics().empty());
+    EXPECT_EQ(error.Diagnostics()[0].text, error.Description());
+    EXPECT_EQ(error.SqlState().size(), 5U);
+  }
+  EXPECT_EQ(ErrorOf([&] { (void)Open("SELECT * FROM absente"); }), -2147467259) << "a recordset fails at Open, not at its first row";
+}
+
+TEST_P(Failures, AConnectionIsUsableAfterAnError) {
+  EXPECT_EQ(ErrorOf([&] { Execute("N'IMPORTE QUOI"); }), -2147467259);
+  EXPECT_EQ(Scalar("SELECT 1"), "1");
+}
+
+TEST_P(Failures, ARecordsetOnAStatementWithoutRowsHasNoFields) {
+  Execute("CREATE TABLE f (x INTEGER)");
+  const ado::Recordset rs = Open("INSERT INTO f VALUES (1)");
+  EXPECT_EQ(rs.FieldCount(), 0U);
+  EXPECT_TRUE(rs.Eof());
+  EXPECT_EQ(Count("f"), 1) << "executed once";
+}
+
+INSTANTIATE_TEST_SUITE_P(Odbc, Failures, ::testing::Values("SQLite", "MariaDB", "PostgreSQL"), [](const auto& which) { return which.param; });
+
+class Connecting : public ::testing::Test {
+ protected:
+  Connecting() { ado::odbc::RegisterOdbcProviders(); }
+
+  static Error Refusal(const std::string& text, const std::string& user = {}, const std::string& password = {}) {
+    ado::Connection connection;
+    connection.Provider("MSDASQL");
+    try {
+      connection.Open(text, user, password);
+    } catch (const Error& error) {
+      EXPECT_FALSE(connection.IsOpen());
+      return error;
+    }
+    ADD_FAILURE() << "connected";
+    return Error(0, "");
+  }
+
+  TemporaryFolder folder;
+};
+
+TEST_F(Connecting, ToAnUnknownDataSourceNamesIt) {
+  const Error error = Refusal("VOLUMES_INCONNUS", "moi", "secret123");
+  EXPECT_EQ(error.Number(), -2147467259);
+  EXPECT_EQ(error.SqlState(), "IM002");
+  EXPECT_NE(error.Description().find("(source de données <VOLUMES_INCONNUS>)"), std::string::npos) << error.Description();
+}
+
+TEST_F(Connecting, WithAnUnknownDriverNamesIt) {
+  const Error error = Refusal("DRIVER={Pilote Absent};DATABASE=x");
+  EXPECT_EQ(error.Number(), -2147467259);
+  EXPECT_NE(error.Description().find("(source de données <Pilote Absent>)"), std::string::npos) << error.Description();
+}
+
+TEST_F(Connecting, WithAWrongPasswordShowsItNowhere) {
+  for (const auto& text : {MariaDb().ConnectionString(), Postgres().ConnectionString()}) {
+    const Error error = Refusal(text, "tamlo", "faux-mot-de-passe");
+    EXPECT_EQ(error.Number(), -2147467259);
+    EXPECT_EQ(error.Description().find("faux-mot-de-passe"), std::string::npos);
+    EXPECT_EQ(error.Sent().find("faux-mot-de-passe"), std::string::npos);
+    for (const auto& record : error.Diagnostics()) EXPECT_EQ(record.text.find("faux-mot-de-passe"), std::string::npos);
+  }
+}
+
+TEST_F(Connecting, APasswordThatTheDriverRepeatsIsStruckOut) {
+  // The data source of this name does not exist; a driver manager that quoted the text would show the password.
+  const Error error = Refusal("DRIVER={motdepasse42};PWD=motdepasse42");
+  for (const auto& record : error.Diagnostics()) EXPECT_EQ(record.text.find("motdepasse42"), std::string::npos) << record.text;
+}
+
+TEST_F(Connecting, EveryDiagnosticRecordIsKept) {
+  // Two records: the driver's warning and the refusal itself.
+  const Error error = Refusal("DRIVER={MariaDB Unicode};SOCKET=/nulle/part;DATABASE=x", "a", "b");
+  EXPECT_GE(error.Diagnostics().size(), 1U);
+  EXPECT_FALSE(error.SqlState().starts_with("01")) << "a warning is never the decisive record";
+}
+
+TEST_F(Connecting, AServerThatDiesIsAnErrorAndTheConnectionCanBeOpenedAgain) {
+  MariaDbServer server;
+  ado::Connection connection;
+  connection.Provider("MSDASQL.1");
+  connection.Open(server.ConnectionString(), "tamlo", "tamlo");
+  connection.Execute("CREATE TABLE t (x INTEGER NOT NULL PRIMARY KEY)");
+  connection.Execute("INSERT INTO t VALUES (1)");
+  ado::Recordset rs;
+  rs.Open("SELECT * FROM t", &connection, ado::adOpenDynamic, ado::adLockOptimistic, -1);
+  server.Kill();
+  try {
+    (void)rs.Eof();
+    ADD_FAILURE() << "no error";
+  } catch (const Error& error) {
+    EXPECT_EQ(error.Number(), -2147467259);
+    EXPECT_FALSE(error.Description().empty());
+  }
+  EXPECT_EQ(runtime::IgnoringErrors([&] { connection.Execute("INSERT INTO t VALUES (2)"); }).number, -2147467259);
+  EXPECT_NO_THROW(connection.Close());
+  EXPECT_FALSE(rs.IsOpen());
+  server.Restart();
+  connection.Open(server.ConnectionString(), "tamlo", "tamlo");
+  rs.Open("SELECT * FROM t", &connection, ado::adOpenDynamic, ado::adLockOptimistic, -1);
+  EXPECT_EQ(rs.Fields(0).Value(), Variant(std::int32_t{1}));
+}
+
+TEST_F(Connecting, AReadOnlyFileCanBeReadAndRefusesWrites) {
+  const std::string file = folder.File("base.db");
+  ado::Connection connection;
+  connection.Provider("MSDASQL");
+  connection.Open("DRIVER={SQLite3};DATABASE=" + file, "", "");
+  connection.Execute("CREATE TABLE t (x INTEGER)");
+  connection.Execute("INSERT INTO t VALUES (1)");
+  connection.Close();
+  // Opened as read-only: file rights do not bind an administrator.
+  connection.Open("DRIVER={SQLite3};NoCreat=1;DATABASE=file:" + file + "?mode=ro", "", "");
+  ado::Recordset rs;
+  rs.Open("SELECT * FROM t", &connection, ado::adOpenDynamic, ado::adLockOptimistic, -1);
+  EXPECT_EQ(rs.Fields(0).Value(), Variant(std::int32_t{1}));
+  rs.AddNew();
+  rs.Fields(0).Value(std::int32_t{2});
+  try {
+    rs.Update();
+    FAIL() << "no error";
+  } catch (const Error& error) {
+    EXPECT_EQ(error.Number(), -2147467259);
+    EXPECT_NE(error.Description().find("readonly"), std::string::npos) << error.Description();
+  }
+}
+
+}  // namespace
+}  // namespace tamlo::tests
