@@ -43,7 +43,7 @@ class DialogTest : public testing::Test {
     environment["DISPLAY"] = Screen().Name();
     Screen().EmptyClipboard();
     tool.reset();
-    tool = std::make_unique<ToolRun>(ToolRun::Settings{arguments, environment, unprivileged});
+    tool = std::make_unique<ToolRun>(ToolRun::Settings{arguments, environment});
   }
   VirtualDisplay::WindowId WaitForDialog() { return Screen().WaitFor(tool->Process(), kDialog); }
 
@@ -71,7 +71,6 @@ class DialogTest : public testing::Test {
     Screen().Type(second);
   }
 
-  bool unprivileged = false;
   std::unique_ptr<ToolRun> tool;
 };
 
@@ -268,7 +267,6 @@ TEST_P(SessionTest, AMissingLinkTableEndsWithTheErrorBoxAfterTheUserRow) {
 
 TEST_P(SessionTest, AReadOnlyDatabaseEndsWithTheErrorBoxAndNothingWritten) {
   volumes->MakeReadOnly();
-  unprivileged = true;
   Start("DUPONT", {"Secret1"});
   WaitForDialog();
   Screen().Press("Return");
@@ -283,7 +281,6 @@ TEST_P(SessionTest, AReadOnlyDatabaseThatHasTheLinkEndsInSilenceWithStatus1) {
   volumes->Execute("INSERT INTO UTL VALUES (7, 'DUPONT', 'x')");
   volumes->Execute("INSERT INTO VLMUTL VALUES (7, 12, 9)");
   volumes->MakeReadOnly();
-  unprivileged = true;
   Start("DUPONT", {"Secret1"});
   WaitForDialog();
   Screen().Press("Return");
@@ -369,16 +366,16 @@ TEST_F(ServerTest, AServerThatGoesAwayBeforeCancelEndsInOrder) {
 }
 
 TEST(WithoutDisplay, ALineOnTheStandardErrorAndStatus1) {
-  ToolRun unset({{"VOLUMES", "4", "12", "DUPONT", "3"}, {}, false});
+  ToolRun unset({{"VOLUMES", "4", "12", "DUPONT", "3"}, {}});
   EXPECT_EQ(unset.Wait(), 1);
   EXPECT_EQ(unset.Errors(),
             "tamlo : impossible d'afficher la fenêtre. Ni DISPLAY ni WAYLAND_DISPLAY ne désigne un affichage.\n");
 
-  ToolRun dead({{"VOLUMES", "4", "12", "DUPONT", "3"}, {{"DISPLAY", ":59999"}}, false});
+  ToolRun dead({{"VOLUMES", "4", "12", "DUPONT", "3"}, {{"DISPLAY", ":59999"}}});
   EXPECT_EQ(dead.Wait(), 1);
   EXPECT_EQ(dead.Errors(), "tamlo : impossible d'afficher la fenêtre. L'affichage ne s'ouvre pas (DISPLAY=:59999).\n");
 
-  ToolRun unknown({{"VOLUMES", "4", "12", "DUPONT", "3"}, {{"QT_QPA_PLATFORM", "nosuch"}}, false});
+  ToolRun unknown({{"VOLUMES", "4", "12", "DUPONT", "3"}, {{"QT_QPA_PLATFORM", "nosuch"}}});
   EXPECT_EQ(unknown.Wait(), 1);
   EXPECT_EQ(unknown.Errors(),
             "tamlo : impossible d'afficher la fenêtre. L'affichage ne s'ouvre pas (QT_QPA_PLATFORM=nosuch).\n");

@@ -20,8 +20,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr uid_t kNobody = 65534;
-
 std::vector<char*> Pointers(std::vector<std::string>& texts) {
   std::vector<char*> pointers;
   for (std::string& text : texts) pointers.push_back(text.data());
@@ -42,7 +40,6 @@ ToolRun::ToolRun(const Settings& settings) : errors_(::memfd_create("errors", 0)
   if (process_ < 0) throw std::runtime_error("no process for the tool");
   if (process_ == 0) {
     ::dup2(errors_, STDERR_FILENO);
-    if (settings.unprivileged && ::geteuid() == 0 && (::setgid(kNobody) != 0 || ::setuid(kNobody) != 0)) ::_exit(126);
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     ::execve(TAMLO_PROGRAM, argumentList.data(), environmentList.data());
     ::_exit(127);

@@ -16,8 +16,6 @@ class ToolRun {
     std::vector<std::string> arguments;
     /// On top of a bare environment: nothing of the tester's own settings.
     std::map<std::string, std::string> environment;
-    /// As a user without privileges (when the tests run as root): file permissions hold for nobody else.
-    bool unprivileged = false;
   };
 
   explicit ToolRun(const Settings& settings);

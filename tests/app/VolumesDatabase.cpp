@@ -3,7 +3,6 @@
 #include <sqlite3.h>
 
 #include <cstdio>
-#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -18,14 +17,11 @@ namespace {
 class SqliteVolumes : public VolumesDatabase {
  public:
   SqliteVolumes() {
-    std::ofstream(folder_.File("odbc.ini")) << "[VOLUMES]\nDriver=SQLite3\nDatabase=" << File() << "\nTimeout=5000\n";
+    DescribeSource(File());
     if (sqlite3_open(File().c_str(), &connection_) != SQLITE_OK) throw std::runtime_error("no database " + File());
     sqlite3_busy_timeout(connection_, 5000);
     Execute("CREATE TABLE UTL (IDUTL INTEGER PRIMARY KEY, NOM VARCHAR(30), MOTPASSE VARCHAR(10))");
     Execute("CREATE TABLE VLMUTL (IDUTL INTEGER, IDVLM INTEGER, NIVEAU SMALLINT, PRIMARY KEY (IDUTL, IDVLM))");
-    std::filesystem::permissions(folder_.Path(),
-                                 std::filesystem::perms::others_read | std::filesystem::perms::others_exec,
-                                 std::filesystem::perm_options::add);
   }
   ~SqliteVolumes() override { sqlite3_close(connection_); }
 
@@ -54,9 +50,12 @@ class SqliteVolumes : public VolumesDatabase {
     return rows;
   }
 
-  void MakeReadOnly() override { std::filesystem::permissions(File(), std::filesystem::perms(0444)); }
+  void MakeReadOnly() override { DescribeSource("file:" + File() + "?mode=ro"); }
 
  private:
+  void DescribeSource(const std::string& file) const {
+    std::ofstream(folder_.File("odbc.ini")) << "[VOLUMES]\nDriver=SQLite3\nDatabase=" << file << "\nTimeout=5000\n";
+  }
   std::string File() const { return folder_.File("Volumes d'essai.sqlite"); }
 
   tests::TemporaryFolder folder_;

@@ -22,7 +22,7 @@ class VolumesDatabase {
   virtual void Execute(const std::string& statement) = 0;
   /// Each row as its values joined by "|".
   [[nodiscard]] virtual std::vector<std::string> Rows(const std::string& query) = 0;
-  /// From now on the tool (run without privileges) can read, but not write; Name may change.
+  /// From now on the tool can read, but not write; Name may change.
   virtual void MakeReadOnly() = 0;
 };
 

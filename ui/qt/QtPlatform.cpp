@@ -4,6 +4,7 @@
 #include <QClipboard>
 #include <QEventLoop>
 #include <QMessageBox>
+#include <QPointer>
 #include <QPushButton>
 #include <QScreen>
 #include <QShortcut>
@@ -98,12 +99,14 @@ class QtPlatform : public Platform {
   std::int16_t MessageBox(const std::string& text, std::int16_t buttons, const std::string& title) override {
     const bool waiting = hourglass_;
     SetPointer(Pointer::kDefault);
-    QMessageBox box(IconOf(buttons), FromText(title), FromText(text), QMessageBox::NoButton,
-                    QApplication::activeWindow());
+    const QPointer<QWidget> form = QApplication::activeWindow();
+    QMessageBox box(IconOf(buttons), FromText(title), FromText(text), QMessageBox::NoButton, form);
     box.setTextFormat(Qt::PlainText);
     box.setDefaultButton(qobject_cast<QPushButton*>(box.addButton("OK", QMessageBox::AcceptRole)));
     CopyOnRequest(box);
     box.exec();
+    // A window manager would give the keyboard back by itself; there need not be one.
+    if (form) form->activateWindow();
     if (waiting) SetPointer(Pointer::kHourglass);
     return kOk;
   }
