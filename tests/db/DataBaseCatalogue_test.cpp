@@ -1,0 +1,277 @@
+#include <gmock/gmock.h>
+
+#include "tests/db/BaseDeTest.h"
+
+namespace tamlo::tests {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+using Kind = RecordedCall::Kind;
+
+class DataBaseCatalogue : public BaseDeTest {
+ protected:
+  std::vector<std::string> Noms(db::DataBase& base) {
+    std::vector<std::string> noms;
+    for (int i = 0; i < base.NbTbl(); ++i) noms.push_back(base.ListeTbl(std::to_string(i)).Nom());
+    return noms;
+  }
+};
+
+TEST_F(DataBaseCatalogue, TablesThatAreNotTheApplicationsAreLeftOut) {
+  for (const char* type : {"ACCESS TABLE", "SYSTEM TABLE", "SYSTEM VIEW", "VIEW", "SYNONYM"}) AjouteTable(std::string("X") + type[0], type);
+  AjouteTable("utl");
+  AjouteTable("PASSE", "PASS-THROUGH");
+  Ouvre(0, "BVIRTUEL.MDB");
+  EXPECT_THAT(Noms(db), ElementsAre("UTL", "PASSE", "$RLTKORV$"));
+}
+
+TEST_F(DataBaseCatalogue, OneEntryStandsForTwoSpellingsOfAName) {
+  AjouteTable("Utl");
+  AjouteTable("UTL");
+  Ouvre(0, "BVIRTUEL.MDB");
+  EXPECT_THAT(Noms(db), ElementsAre("UTL", "$RLTKORV$"));
+}
+
+TEST_F(DataBaseCatalogue, AVirtualDatabaseGetsNoCatalog) {
+  AjouteTable("UTL");
+  Ouvre(0, "C:\\BVIRTUEL.MDB");
+  EXPECT_EQ(provider.FindTable("$TBLKORV$"), nullptr);
+  db::DataBase autre;
+  ASSERT_TRUE(autre.Ouvre("C:\\bvirtuel.mdb", 0, true));
+  EXPECT_NE(provider.FindTable("$TBLKORV$"), nullptr);
+}
+
+TEST_F(DataBaseCatalogue, AMissingCatalogIsCreatedFromTheTables) {
+  AjouteTable("UTL");
+  ASSERT_TRUE(db.Ouvre("V", 1, true));
+  EXPECT_THAT(Noms(db), ElementsAre("UTL", "$TBLKORV$", "$FLDKORV$", "$IDXKORV$", "$RLTKORV$"));
+  const runtime::Null nul;
+  EXPECT_THAT(Lignes("$TBLKORV$"), ElementsAre(Ligne{"UTL", true}));
+  EXPECT_THAT(Lignes("$FLDKORV$"), ElementsAre(Ligne{"UTL", std::int16_t{0}, "nom", nul, nul, nul},
+                                               Ligne{"UTL", std::int16_t{1}, "niveau", nul, nul, nul}));
+  EXPECT_THAT(Lignes("$IDXKORV$"), ElementsAre(Ligne{"UTL", "PK", "nom", true, true, nul}));
+}
+
+TEST_F(DataBaseCatalogue, TheCatalogTablesHaveTheirFieldsAndIndexes) {
+  ASSERT_TRUE(db.Ouvre("V", 1, true));
+  EXPECT_THAT(
+      provider.Statements(),
+      ElementsAre("CREATE TABLE \"$TBLKORV$\" (\"NOM\"  NVARCHAR(30),\"MVT\"  BIT DEFAULT 0,CONSTRAINT \"NOM\"  UNIQUE(\"nom\"))",
+                  "CREATE TABLE \"$FLDKORV$\" (\"TABLE\"  NVARCHAR(30),\"NO\"  SMALLINT,\"NOM\"  NVARCHAR(30),\"INI\"  "
+                  "NVARCHAR(50),\"FMT\"  NVARCHAR(15),\"OBLIGATOIRE\"  BIT DEFAULT 0,CONSTRAINT \"TBLNO\"  UNIQUE(\"table\",\"no\"))",
+                  "CREATE TABLE \"$IDXKORV$\" (\"TABLE\"  NVARCHAR(30),\"NOM\"  NVARCHAR(30),\"CHAMPS\"  NVARCHAR(50),\"PRIMAIRE\"  BIT "
+                  "DEFAULT 0,\"UNIQUE\"  BIT DEFAULT 0,\"OBLIGATOIRE\"  BIT DEFAULT 0,CONSTRAINT \"TBLNOM\"  UNIQUE(\"table\",\"nom\"))",
+                  testing::StartsWith("CREATE TABLE \"$RLTKORV$\"")));
+}
+
+TEST_F(DataBaseCatalogue, AnIncompleteCatalogIsMadeAnew) {
+  AjouteCatalogue();
+  provider.FindTable("$IDXKORV$")->name = "AUTRE";
+  AjouteTable("UTL");
+  LigneFld("PERDUE", 0, "x");
+  ASSERT_TRUE(db.Ouvre("V", 1, true));
+  EXPECT_THAT(Lignes("$TBLKORV$"), ElementsAre(Ligne{"AUTRE", true}, Ligne{"UTL", true}));
+}
+
+TEST_F(DataBaseCatalogue, GenericOdbcWithoutACatalogListsItAndGoesOn) {
+  AjouteTable("UTL");
+  ASSERT_TRUE(db.Ouvre("V", 4, true));
+  EXPECT_EQ(provider.FindTable("$TBLKORV$"), nullptr);
+  EXPECT_EQ(db.ListeTbl("UTL").NbFld(), 2);
+}
+
+TEST_F(DataBaseCatalogue, WithItsCatalogADatabaseListsTheCatalogTablesFirst) {
+  AjouteTable("UTL");
+  AjouteCatalogue();
+  ASSERT_TRUE(db.Ouvre("V", 1, true));
+  EXPECT_THAT(Noms(db), ElementsAre("$TBLKORV$", "$FLDKORV$", "$IDXKORV$", "UTL", "$RLTKORV$"));
+  EXPECT_THAT(Envoyes(),
+              ElementsAre("SELECT TOP 1 * FROM [$TBLKORV$]", "SELECT TOP 1 * FROM [$FLDKORV$]", "SELECT TOP 1 * FROM [$IDXKORV$]",
+                          "SELECT * FROM [$FLDKORV$] ORDER BY [TABLE],[NO]", "SELECT * FROM [$IDXKORV$] ORDER BY [TABLE],[NOM]",
+                          "SELECT * FROM [$RLTKORV$]"));
+}
+
+TEST_F(DataBaseCatalogue, OracleListsTheTablesOfItsOwners) {
+  AjouteCatalogue();
+  AjouteTable("UTL");
+  ScripteToutesTables({{"ART", "SYS"}, {"UTL", "ADM"}});
+  ASSERT_TRUE(db.Ouvre("BASE1", 2, true));
+  EXPECT_THAT(Envoyes(), testing::Contains("SELECT * FROM ALL_TABLES WHERE (OWNER = 'ADM') ORDER BY TABLE_NAME"));
+  EXPECT_THAT(Noms(db), ElementsAre("$TBLKORV$", "$FLDKORV$", "$IDXKORV$", "ART", "UTL"));
+  EXPECT_EQ(db.ListeTbl("ART").Owner(), "SYS");
+  EXPECT_EQ(db.ListeTbl("UTL").Owner(), "ADM");
+}
+
+TEST_F(DataBaseCatalogue, OracleListsAFurtherOwnerOfTheDatabaseName) {
+  AjouteCatalogue();
+  ScripteToutesTables({});
+  db::EnvironnementCourant().nomLogin = "Scott";
+  ASSERT_TRUE(db.Ouvre("BASE1;Owner=tiger", 2, true));
+  EXPECT_THAT(Envoyes(), testing::Contains("SELECT * FROM ALL_TABLES WHERE (OWNER = 'Scott') OR (OWNER = 'TIGER') ORDER BY TABLE_NAME"));
+}
+
+TEST_F(DataBaseCatalogue, ALinkReadsTheStructureBehindItWhereThatDatabaseIsOpen) {
+  AjouteCatalogue();
+  AjouteTable("DISTANTE");
+  ScriptedTable& lien = AjouteTable("LOCALE", "LINK");
+  lien.columns = {};
+  lien.indexes = {};
+  lien.properties.Set("Jet OLEDB:Link Datasource", "C:\\AUTRE.MDB");
+  lien.properties.Set("Jet OLEDB:Remote Table Name", "DISTANTE");
+  LigneFld("LOCALE", 0, "nom");
+  db::DataBase source;
+  ASSERT_TRUE(source.Ouvre("C:\\AUTRE.MDB", 0, true));
+  db::EnvironnementCourant().baseOuverte = [&](const std::string& nom) { return nom == "C:\\AUTRE.MDB" ? &source : nullptr; };
+  ASSERT_TRUE(db.Ouvre("C:\\BASE.MDB", 0, true));
+  ASSERT_EQ(db.ListeTbl("LOCALE").NbFld(), 1);
+  EXPECT_EQ(db.ListeTbl("LOCALE").ListeFld("nom").Lg(), 30);
+}
+
+TEST_F(DataBaseCatalogue, AnUnresolvedLinkIsStillListedAndTheOthersToo) {
+  AjouteTable("LIEN", "LINK");
+  AjouteTable("UTL");
+  Ouvre(0, "BVIRTUEL.MDB");
+  EXPECT_THAT(Noms(db), ElementsAre("LIEN", "UTL", "$RLTKORV$"));
+}
+
+TEST_F(DataBaseCatalogue, RecreeCatalogueWritesARowForEachTableButItsOwn) {
+  AjouteCatalogue();
+  AjouteTable("UTL");
+  LigneFld("PERDUE", 0, "x");
+  LigneIdx("PERDUE", "i", "x", false, false);
+  LigneFld("UTL", 0, "nom");
+  LigneFld("UTL", 1, "niveau");
+  LigneIdx("UTL", "PK", "nom", true, true);
+  LigneRlt("A", "x", "B", "y", 0, 0, false);
+  Ouvre(1);
+  db.RecreeCatalogue();
+  EXPECT_THAT(Lignes("$TBLKORV$"), ElementsAre(Ligne{"UTL", true}));
+  EXPECT_THAT(Lignes("$FLDKORV$"), SizeIs(2));
+  EXPECT_THAT(Lignes("$IDXKORV$"), SizeIs(1));
+  EXPECT_THAT(Lignes("$RLTKORV$"), SizeIs(1));
+  EXPECT_THAT(provider.Sources(),
+              ElementsAre("SELECT * FROM [$TBLKORV$]", "SELECT * FROM [$FLDKORV$]", "SELECT * FROM [$IDXKORV$]"));
+}
+
+TEST_F(DataBaseCatalogue, SauveTblCatalogueOpensWhatItIsNotGiven) {
+  AjouteCatalogue();
+  AjouteTable("UTL");
+  Ouvre(1);
+  db::DbTbl tbl;
+  tbl.Nom("CDE");
+  tbl.AddFld("no", ado::adInteger, 4, false);
+  ado::Recordset rsFld = db.OpenRecordSet("SELECT * FROM [$FLDKORV$]", 2);
+  provider.ClearCalls();
+  db.SauveTblCatalogue(tbl, nullptr, &rsFld, nullptr);
+  EXPECT_THAT(provider.Sources(), ElementsAre("SELECT * FROM [$TBLKORV$]", "SELECT * FROM [$IDXKORV$]"));
+  EXPECT_TRUE(rsFld.IsOpen());
+  EXPECT_THAT(Lignes("$TBLKORV$"), SizeIs(1));
+  EXPECT_THAT(Lignes("$FLDKORV$"), SizeIs(1));
+}
+
+TEST_F(DataBaseCatalogue, SauveTblCatalogueWritesNothingWithoutACatalogNorForItsTables) {
+  Ouvre(4);
+  db::DbTbl tbl;
+  tbl.Nom("CDE");
+  db.SauveTblCatalogue(tbl, nullptr, nullptr, nullptr);
+  for (const char* nom : {"$TBLKORV$", "$FLDKORV$", "$IDXKORV$", "$RLTKORV$"}) {
+    tbl.Nom(nom);
+    db.SauveTblCatalogue(tbl, nullptr, nullptr, nullptr);
+  }
+  EXPECT_THAT(provider.Sources(), IsEmpty());
+}
+
+TEST_F(DataBaseCatalogue, TheKeySearchFindsTheFirstRowByFindOrBySeek) {
+  AjouteCatalogue();
+  for (const char* nom : {"ART", "CDE", "UTL"}) {
+    LigneFld(nom, 0, "a");
+    LigneFld(nom, 1, "b");
+  }
+  Ouvre(1);
+  const auto essaie = [&](ado::Recordset& rs) {
+    EXPECT_TRUE(db::ChercheCle(rs, "TBLNO", "TABLE", "UTL"));
+    EXPECT_EQ(rs.Fields("NO").Value(), runtime::Variant(std::int16_t{0}));
+    EXPECT_TRUE(db::ChercheCle(rs, "TBLNO", "TABLE", "ART"));
+    EXPECT_EQ(rs.Fields("TABLE").Value(), runtime::Variant("ART"));
+    EXPECT_FALSE(db::ChercheCle(rs, "TBLNO", "TABLE", "ABSENTE"));
+    EXPECT_TRUE(rs.Eof());
+    EXPECT_TRUE(db::ChercheCle(rs, "TBLNO", "TABLE", "CDE"));
+  };
+  ado::Recordset parFind = db.OpenRecordSet("SELECT * FROM [$FLDKORV$] ORDER BY [TABLE],[NO]", 3);
+  essaie(parFind);
+  EXPECT_TRUE(db::ChercheCle(parFind, "TBLNO", "NO", std::int16_t{1}));
+  EXPECT_EQ(provider.Count(Kind::kSeek), 0U);
+  provider.SupportSeek(true);
+  ado::Recordset parSeek = db.OpenRecordSet("[$FLDKORV$]", 1);
+  essaie(parSeek);
+  EXPECT_EQ(provider.Count(Kind::kSeek), 4U);
+}
+
+class DataBaseSonde : public BaseDeTest {
+ protected:
+  void AccepteLitteral() { provider.AnswerPrefix("SELECT * FROM `TEST_DT` WHERE `DT` = \"", {{MakeField("DT", ado::adDate)}, {}}); }
+};
+
+TEST_F(DataBaseSonde, OtherKindsHaveNoProbeTableAndNoFormat) {
+  for (const std::int16_t kind : std::initializer_list<std::int16_t>{0, 1, 2, 4}) {
+    db::DataBase base;
+    ASSERT_TRUE(base.Ouvre("V", kind, true));
+    EXPECT_EQ(base.FmtDate(), "");
+    EXPECT_EQ(provider.FindTable("TEST_DT"), nullptr);
+  }
+}
+
+TEST_F(DataBaseSonde, AnAcceptedLiteralIsYearFirst) {
+  AccepteLitteral();
+  ASSERT_TRUE(db.Ouvre("V", 3, true));
+  EXPECT_EQ(db.FmtDate(), "YYYY-MM-DD");
+  EXPECT_THAT(provider.Statements(), testing::IsSupersetOf({"CREATE TABLE `TEST_DT` (`DT`  DATETIME)",
+                                                           "CREATE INDEX `DT` ON `TEST_DT` (`DT`)"}));
+  EXPECT_THAT(provider.Sources().back(),
+              testing::MatchesRegex("SELECT \\* FROM `TEST_DT` WHERE `DT` = \"[0-9][0-9][0-9][0-9]-[0-9][0-9]-[0-9][0-9]\""));
+}
+
+TEST_F(DataBaseSonde, ARefusedLiteralIsDayFirst) {
+  provider.FailPrefix("SELECT * FROM `TEST_DT` WHERE", 1, "refus");
+  ASSERT_TRUE(db.Ouvre("V", 3, true));
+  EXPECT_EQ(db.FmtDate(), "DD-MM-YYYY");
+  EXPECT_THAT(platform.messages, IsEmpty());
+}
+
+TEST_F(DataBaseSonde, ALiteralRefusedOnlyWhenRowsAreAskedForIsDayFirstToo) {
+  AccepteLitteral();
+  provider.FailRead("SELECT * FROM `TEST_DT` WHERE", 1, "refus");
+  ASSERT_TRUE(db.Ouvre("V", 3, true));
+  EXPECT_EQ(db.FmtDate(), "DD-MM-YYYY");
+}
+
+TEST_F(DataBaseSonde, AnExistingProbeTableIsKeptAndTheOldOneRemoved) {
+  AjouteCatalogue();
+  AjouteTable("TEST_DT");
+  AjouteTable("$TESTDT$");
+  ScripteCles({});
+  AccepteLitteral();
+  ASSERT_TRUE(db.Ouvre("V", 3, true));
+  EXPECT_EQ(provider.FindTable("$TESTDT$"), nullptr);
+  EXPECT_THAT(provider.Statements(), ElementsAre("DROP TABLE $TESTDT$", "DELETE  FROM `$TBLKORV$` WHERE `NOM`=\"$TESTDT$\"",
+                                                 "DELETE  FROM `$FLDKORV$` WHERE `TABLE`=\"$TESTDT$\"",
+                                                 "DELETE  FROM `$IDXKORV$` WHERE `TABLE`=\"$TESTDT$\""));
+  EXPECT_EQ(db.FmtDate(), "YYYY-MM-DD");
+}
+
+TEST_F(DataBaseSonde, AFailureBeforeTheProbeLeavesTheFormatEmpty) {
+  AccepteLitteral();
+  provider.FailPrefix("CREATE TABLE `TEST_DT`", 1, "refus");
+  ASSERT_TRUE(db.Ouvre("V", 3, true));
+  EXPECT_EQ(db.FmtDate(), "");
+  AjouteTable("$TESTDT$");
+  provider.FailPrefix("DROP TABLE $TESTDT$", 1, "refus");
+  db::DataBase autre;
+  ASSERT_TRUE(autre.Ouvre("V", 3, true));
+  EXPECT_EQ(autre.FmtDate(), "");
+}
+
+}  // namespace
+}  // namespace tamlo::tests
