@@ -40,6 +40,7 @@ std::uint64_t Journal::Sum(PageNumber page, std::span<const std::byte> bytes) co
 void Journal::Start(PageNumber pageCount) {
   files_.Remove(path_);
   file_ = files_.Open(path_, FileMode::kCreateNew);
+  started_ = true;
   std::random_device device;
   nonce_ = (std::uint64_t{device()} << 32 | device()) ^
            static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
@@ -94,6 +95,7 @@ void Journal::Remove() {
 void Journal::Finish() {
   file_.reset();
   Remove();
+  started_ = false;
   pages_.clear();
   buffer_.clear();
 }
@@ -106,8 +108,9 @@ bool Journal::Recover(File& database) {
   try {
     left = files_.Open(path_, FileMode::kRead);
   } catch (const Error& error) {
-    if (error.Code() == ErrorCode::kNotFound) return false;
-    throw;
+    if (error.Code() != ErrorCode::kNotFound) throw;
+    started_ = false;
+    return false;
   }
   std::array<std::byte, kHeaderSize> header{};
   const bool whole = left->Read(0, header) == header.size() && std::memcmp(header.data(), kMagic, sizeof kMagic) == 0 &&
@@ -129,6 +132,7 @@ bool Journal::Recover(File& database) {
   }
   left.reset();
   Remove();
+  started_ = false;
   return whole;
 }
 

@@ -25,7 +25,7 @@ class Journal {
  public:
   Journal(FileSystem& files, const std::string& databasePath, std::size_t pageSize);
 
-  [[nodiscard]] bool Started() const noexcept { return file_ != nullptr; }
+  [[nodiscard]] bool Started() const noexcept { return started_; }
   /// Makes the journal file. Nothing in the database may change before the first Sync.
   void Start(PageNumber pageCount);
   [[nodiscard]] bool Has(PageNumber page) const { return pages_.count(page) != 0; }
@@ -59,6 +59,7 @@ class Journal {
   std::uint64_t flushed_ = 0;
   std::uint64_t nonce_ = 0;
   std::uint64_t syncs_ = 0;
+  bool started_ = false;
   bool folderSynced_ = false;
 };
 

@@ -1,0 +1,166 @@
+#include "jet/Database.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+
+#include "jet/ByteOrder.h"
+#include "tests/jet/storage/JetTestSupport.h"
+#include "tests/support_lib/TemporaryFolder.h"
+
+namespace jet::tests {
+namespace {
+
+std::vector<std::byte> BytesOf(const std::string& text) {
+  const auto bytes = std::as_bytes(std::span(text));
+  return {bytes.begin(), bytes.end()};
+}
+
+TEST(Database, SaysWhatAFileIsThatItCannotOpen) {
+  World world;
+  const auto refusal = [&](std::vector<std::byte> bytes) {
+    world.files.SetContent("x.mdb", std::move(bytes));
+    try {
+      world.Open("x.mdb");
+    } catch (const Error& error) {
+      return std::pair(error.Code(), std::string(error.what()));
+    }
+    return std::pair(ErrorCode::kSyntax, std::string("opened"));
+  };
+  EXPECT_EQ(refusal({}).second, "\"x.mdb\" is not an Access file: it is empty");
+  EXPECT_EQ(refusal(BytesOf("SQLite format 3\0 and so on ......")).second, "\"x.mdb\" is not an Access file: it is a SQLite database");
+  EXPECT_EQ(refusal(BytesOf("hello")).first, ErrorCode::kNotAnAccessFile);
+  std::string ace("\0\1\0\0Standard ACE DB\0\2\0\0\0", 24);
+  ace.resize(4096);
+  EXPECT_EQ(refusal(BytesOf(ace)).second, "\"x.mdb\" is a database of Access 2007 or later (.accdb), which is not supported");
+  EXPECT_FALSE(world.files.Exists("x.ldb"));
+  EXPECT_EQ(CodeOf([&] { world.Open("missing.mdb"); }), ErrorCode::kNotFound);
+}
+
+TEST(Database, SaysWhenAFileIsEncryptedOrHasAPassword) {
+  World world;
+  world.Create();
+  auto bytes = world.files.Content("test.mdb");
+  bytes[0x3E] ^= std::byte{1};
+  world.files.SetContent("locked.mdb", bytes);
+  EXPECT_EQ(CodeOf([&] { world.Open("locked.mdb"); }), ErrorCode::kEncrypted);
+  bytes[0x3E] ^= std::byte{1};
+  bytes[0x42] ^= std::byte{'p'};
+  world.files.SetContent("locked.mdb", bytes);
+  EXPECT_EQ(CodeOf([&] { world.Open("locked.mdb"); }), ErrorCode::kPasswordProtected);
+}
+
+TEST(Database, SaysWhenAFileIsCutShort) {
+  World world;
+  {
+    const auto database = world.Create();
+    Table& table = database->CreateTable(PeopleTable());
+    for (int i = 0; i < 50; ++i) table.Insert(Person("x", std::string(4000, 'n')));
+  }
+  const auto whole = world.files.Content("test.mdb");
+  for (const std::size_t size : {whole.size() - 1, whole.size() - 4096, std::size_t{30000}, std::size_t{8192}, std::size_t{5000}, std::size_t{100}}) {
+    world.files.SetContent("cut.mdb", {whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)});
+    try {
+      world.Open("cut.mdb");
+      ADD_FAILURE() << size;
+    } catch (const Error& error) {
+      EXPECT_EQ(error.Code(), ErrorCode::kDamaged) << size << error.what();
+      EXPECT_NE(std::string(error.what()).find("cut short"), std::string::npos) << size << error.what();
+    }
+  }
+}
+
+TEST(Database, CreatingOverAFileIsRefused) {
+  World world;
+  world.Create();
+  EXPECT_EQ(CodeOf([&] { world.Create(); }), ErrorCode::kAlreadyExists);
+}
+
+TEST(Database, ReadOnlyOpensRefuseEveryChangeByName) {
+  World world;
+  world.Create()->CreateTable(PeopleTable()).Insert(Person("Ada"));
+  const auto database = world.Open("test.mdb", OpenMode::kReadOnly);
+  EXPECT_TRUE(database->ReadOnly());
+  Table& table = database->OpenTable("People");
+  EXPECT_EQ(Rows(table).size(), 1u);
+  EXPECT_EQ(CodeOf([&] { table.Insert(Person("Bob")); }), ErrorCode::kReadOnly);
+  EXPECT_EQ(TextOf([&] { table.Insert(Person("Bob")); }), "The database \"test.mdb\" can only be read");
+  EXPECT_EQ(CodeOf([&] { database->CreateTable(PeopleTable("X")); }), ErrorCode::kReadOnly);
+  EXPECT_EQ(CodeOf([&] { database->DropTable("People"); }), ErrorCode::kReadOnly);
+  EXPECT_EQ(database->TransactionDepth(), 0);
+}
+
+TEST(Database, AReadOnlyFileOpensForReadingOnly) {
+  if (::geteuid() == 0) GTEST_SKIP() << "the superuser may write any file";
+  const tamlo::tests::TemporaryFolder folder;
+  const std::string path = folder.File("ro.mdb");
+  Database::Create(path);
+  ::chmod(path.c_str(), 0444);
+  EXPECT_TRUE(Database::Open(path)->ReadOnly());
+  OpenOptions exclusive;
+  exclusive.mode = OpenMode::kExclusive;
+  EXPECT_EQ(CodeOf([&] { Database::Open(path, exclusive); }), ErrorCode::kReadOnly);
+  ::chmod(path.c_str(), 0644);
+}
+
+TEST(Database, ALeftJournalIsUndoneAtOpening) {
+  World world;
+  world.Create()->CreateTable(PeopleTable()).Insert(Person("Ada"));
+  const auto before = world.files.Content("test.mdb");
+  {
+    const auto database = world.Open();
+    int writes = 0;
+    // The power goes after the first write into the database file: nothing that follows takes place.
+    world.files.SetHook([&](const MemoryFileSystem::Event& event) {
+      if (writes > 0) throw Error(ErrorCode::kIo, "no power");
+      if (event.operation == MemoryFileSystem::Operation::kWrite && event.path == "test.mdb") ++writes;
+    });
+    EXPECT_EQ(CodeOf([&] { database->OpenTable("People").Insert(Person("Bob")); }), ErrorCode::kIo);
+  }
+  world.files.SetHook({});
+  EXPECT_TRUE(world.files.Exists("test.mdb-journal"));
+  EXPECT_NE(world.files.Content("test.mdb"), before);
+  const auto database = world.Open();
+  EXPECT_FALSE(world.files.Exists("test.mdb-journal"));
+  EXPECT_EQ(world.files.Content("test.mdb"), before);
+  EXPECT_EQ(Findings(*database), "");
+}
+
+TEST(Database, AnIndexOfUnknownOrderIsReadableAndNotWritable) {
+  World world;
+  world.Create()->CreateTable(PeopleTable()).Insert(Person("Ada"));
+  auto bytes = world.files.Content("test.mdb");
+  // The Name column's text order becomes a language whose order is not known.
+  for (std::size_t page = 16; page < bytes.size() / 4096; ++page) {
+    std::byte* start = bytes.data() + page * 4096;
+    if (start[0] != std::byte{2}) continue;
+    std::byte* column = start + 63 + 2 * 12 + 25;
+    ASSERT_EQ(Load8(column), 10);
+    Store16(column + 11, 0x041F);
+  }
+  world.files.SetContent("turkish.mdb", bytes);
+  const auto database = world.Open("turkish.mdb");
+  Table& table = database->OpenTable("People");
+  EXPECT_EQ(Rows(table).size(), 1u);
+  EXPECT_EQ(CodeOf([&] { table.Insert(Person("Bob")); }), ErrorCode::kUnsupported);
+  EXPECT_EQ(TextOf([&] { table.Insert(Person("Bob")); }),
+            "The table \"People\" cannot be changed: the order of its index \"Name\" is not known");
+}
+
+TEST(Database, CommitWithoutBeginIsAnErrorAndAScopeRollsBack) {
+  World world;
+  const auto database = world.Create();
+  EXPECT_EQ(CodeOf([&] { database->Commit(); }), ErrorCode::kUnsupported);
+  Table& table = database->CreateTable(PeopleTable());
+  {
+    Transaction transaction(*database);
+    table.Insert(Person("Ada"));
+  }
+  EXPECT_EQ(table.RowCount(), 0u);
+  EXPECT_EQ(database->TransactionDepth(), 0);
+}
+
+}  // namespace
+}  // namespace jet::tests
