@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the grammar checker's packages into build/npm/grammar, in the versions of grammar/package-lock.json. Does nothing when they are there.
 set -euo pipefail
-here=$(cd "$(dirname "$0")" && pwd)
+here=$(cd "$(dirname "$0")" && pwd -P)
 target=$here/../../build/npm/grammar
 mkdir -p "$target"
 if [ -d "$target/node_modules/antlr4ts-sql" ] && cmp -s "$here/grammar/package-lock.json" "$target/package-lock.json"; then

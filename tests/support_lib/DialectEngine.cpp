@@ -27,7 +27,7 @@ class DataSources {
     std::ofstream file(folder_.File("odbc.ini"));
     for (const auto& [section, at] : ports_) {
       file << "[" << section << "]\nDriver=PostgreSQL Unicode\nServername=127.0.0.1\nPort=" << at
-           << "\nDatabase=test\nSSLmode=disable\nBoolsAsChar=0\nMaxVarcharSize=8190\n\n";
+           << "\nDatabase=test\nSSLmode=disable\nBoolsAsChar=0\nMaxVarcharSize=1999\n\n";
     }
   }
 

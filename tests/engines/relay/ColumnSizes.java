@@ -13,7 +13,10 @@ import java.util.Map;
  */
 final class ColumnSizes {
     static final Map<String, Integer> NONE = Map.of();
-    private static final int LONGEST_TEXT = 1_000_000;
+    /** The modifier of a text without a declared length, which PostgreSQL knows as a type of its own. */
+    static final int TEXT = -2;
+    /** Texts that may be longer than this were declared without a length. */
+    static final int LONGEST_TEXT = 1_000_000;
     private static final int LONGEST_NUMBER = 1000;
 
     /** Nothing for a statement that is no query or cannot be prepared: the engine itself will say why. */
@@ -37,7 +40,7 @@ final class ColumnSizes {
         int precision = columns.getPrecision(i);
         switch (columns.getColumnType(i)) {
             case Types.CHAR, Types.VARCHAR:
-                return precision < LONGEST_TEXT ? precision + 4 : -1;
+                return precision < LONGEST_TEXT ? precision + 4 : TEXT;
             case Types.NUMERIC, Types.DECIMAL:
                 return precision < LONGEST_NUMBER ? (precision << 16 | columns.getScale(i)) + 4 : -1;
             default:

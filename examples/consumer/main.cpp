@@ -1,0 +1,40 @@
+// consumer FILE: makes an SQLite file with a table through the layer, copies the table into a second file and compares the two.
+#include <iostream>
+#include <string>
+
+#include "app/Fournisseurs.h"
+#include "db/DataBase.h"
+#include "runtime/Error.h"
+
+namespace {
+
+constexpr const char* kTable = "create table [UTL] ([IDUTL] integer primary key, [NOM] varchar(30))";
+
+void Ouvre(tamlo::db::DataBase& base, const std::string& fichier) {
+  if (!base.Ouvre("DRIVER=SQLite3;Database=" + fichier, tamlo::db::TypOdbc, true)) throw tamlo::runtime::Error(5);
+  base.ExecuteSQL(kTable);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 2) return 2;
+  try {
+    tamlo::app::EnregistreFournisseurs();
+    tamlo::db::DataBase source;
+    tamlo::db::DataBase cible;
+    Ouvre(source, argv[1]);
+    Ouvre(cible, std::string(argv[1]) + "2");
+    source.ExecuteSQL("insert into [UTL] values (1, 'Dupont')");
+    source.ExecuteSQL("insert into [UTL] values (2, 'Élodie')");
+    const auto copie = source.CopieDonnees("UTL", cible);
+    const auto bilan = source.VerifieCopie("UTL", cible);
+    std::cout << copie.ecrites << " lignes, " << bilan.differences << " difference\n";
+    source.Ferme();
+    cible.Ferme();
+    return bilan.Egales() && copie.ecrites == 2 ? 0 : 1;
+  } catch (const tamlo::runtime::Error& erreur) {
+    std::cerr << erreur.Number() << " " << erreur.Description() << "\n";
+    return 1;
+  }
+}
