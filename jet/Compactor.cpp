@@ -134,7 +134,7 @@ class Compactor {
       const std::int32_t id = to.Add(made, from.ReadProperties(object.id));
       Table& source = from.QueriesTable();
       Table& target = to.QueriesTable();
-      const std::size_t idColumn = source.FindColumn("ObjectId").value();
+      const std::size_t idColumn = source.ColumnAt("ObjectId");
       for (ScanCursor cursor = source.Scan(); cursor.Next();) {
         Row& row = cursor.Current();
         if (row.Integer(idColumn) != object.id) continue;
@@ -143,7 +143,7 @@ class Compactor {
           const auto where = target.FindColumn(source.Columns()[i].name);
           if (where) row.Get(i, values[*where]);
         }
-        values[target.FindColumn("ObjectId").value()] = Value(id);
+        values[target.ColumnAt("ObjectId")] = Value(id);
         target.Insert(values);
       }
     }

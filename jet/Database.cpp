@@ -198,9 +198,9 @@ std::string Database::QueryText(std::string_view name) {
     throw Error(ErrorCode::kNotFound, "There is no query \"" + std::string(name) + "\"");
   const std::int32_t id = object->id;
   Table& table = engine_->catalog.QueriesTable();
-  const std::size_t idColumn = table.FindColumn("ObjectId").value();
-  const std::size_t attribute = table.FindColumn("Attribute").value();
-  const std::size_t expression = table.FindColumn("Expression").value();
+  const std::size_t idColumn = table.ColumnAt("ObjectId");
+  const std::size_t attribute = table.ColumnAt("Attribute");
+  const std::size_t expression = table.ColumnAt("Expression");
   for (ScanCursor cursor = table.Scan(); cursor.Next();) {
     Row& row = cursor.Current();
     if (row.Integer(idColumn) != id || row.Integer(attribute) != 1) continue;

@@ -126,7 +126,7 @@ void Schema::RenameTable(std::string_view name, std::string_view newName) {
   Table& relationships = engine_.catalog.RelationshipsTable();
   const Value value{std::string(newName)};
   for (const char* column : {"szObject", "szReferencedObject"}) {
-    const std::size_t position = relationships.FindColumn(column).value();
+    const std::size_t position = relationships.ColumnAt(column);
     std::vector<RowId> rows;
     for (ScanCursor cursor = relationships.Scan(); cursor.Next();)
       if (EqualNames(cursor.Current().Text(position), object.name)) rows.push_back(cursor.Id());
@@ -163,7 +163,7 @@ void Schema::AddColumn(std::string_view name, const ColumnDef& column) {
 /// Existing rows get their numbers when a counter is added.
 void Schema::NumberRows(TableCore& table, const ColumnDef& column) {
   Table& rows = engine_.TableAt(table.page, table.name);
-  const std::size_t position = rows.FindColumn(column.name).value();
+  const std::size_t position = rows.ColumnAt(column.name);
   if (table.Stored()[position].type != ColumnType::kLong) return;
   std::vector<RowId> ids;
   for (ScanCursor cursor = rows.Scan(); cursor.Next();) ids.push_back(cursor.Id());

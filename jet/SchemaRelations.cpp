@@ -73,7 +73,7 @@ std::string HiddenName(const TableDefinition& definition) {
 
 std::vector<Relationship> Schema::Relationships() {
   Table& table = engine_.catalog.RelationshipsTable();
-  const auto column = [&](const char* name) { return table.FindColumn(name).value(); };
+  const auto column = [&](const char* name) { return table.ColumnAt(name); };
   const std::size_t name = column("szRelationship"), bits = column("grbit"), position = column("icolumn"), object = column("szObject"),
                     field = column("szColumn"), referenced = column("szReferencedObject"), referencedField = column("szReferencedColumn");
   struct Found {
@@ -134,7 +134,7 @@ void Schema::CreateRelationship(const Relationship& relationship) {
   Table& table = engine_.catalog.RelationshipsTable();
   for (std::size_t i = 0; i < relationship.columns.size(); ++i) {
     std::vector<Value> values(table.Columns().size());
-    const auto set = [&](const char* column, Value value) { values[table.FindColumn(column).value()] = std::move(value); };
+    const auto set = [&](const char* column, Value value) { values[table.ColumnAt(column)] = std::move(value); };
     set("szRelationship", Value(relationship.name));
     set("grbit", Value(static_cast<std::int32_t>(BitsOf(relationship))));
     set("ccolumn", Value(static_cast<std::int32_t>(relationship.columns.size())));
@@ -257,7 +257,7 @@ void Schema::DropRelationship(std::string_view name) {
   scope.Touching();
   if (found->enforced) RemoveForeignKeys(*found);
   Table& table = engine_.catalog.RelationshipsTable();
-  const std::size_t column = table.FindColumn("szRelationship").value();
+  const std::size_t column = table.ColumnAt("szRelationship");
   std::vector<RowId> rows;
   for (ScanCursor cursor = table.Scan(); cursor.Next();)
     if (EqualNames(cursor.Current().Text(column), name)) rows.push_back(cursor.Id());

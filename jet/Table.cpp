@@ -130,6 +130,14 @@ std::optional<std::size_t> Table::FindColumn(std::string_view name) {
   return std::nullopt;
 }
 
+std::size_t Table::ColumnAt(std::string_view name) {
+  const std::optional<std::size_t> position = FindColumn(name);
+  if (!position) {
+    throw Error(ErrorCode::kDamaged, "The table \"" + Name() + "\" has no column \"" + std::string(name) + "\"", DefinitionPage(), 0);
+  }
+  return *position;
+}
+
 std::optional<std::size_t> Table::FindIndex(std::string_view name) {
   const auto& indexes = Indexes();
   for (std::size_t i = 0; i < indexes.size(); ++i)

@@ -69,6 +69,8 @@ class Table {
   [[nodiscard]] const std::vector<IndexDef>& Indexes();
   /// Without regard to case; nothing when there is none.
   [[nodiscard]] std::optional<std::size_t> FindColumn(std::string_view name);
+  /// The same for a column that the table must have, as those of system tables. Errors: kDamaged.
+  [[nodiscard]] std::size_t ColumnAt(std::string_view name);
   [[nodiscard]] std::optional<std::size_t> FindIndex(std::string_view name);
   /// Position of the primary key's index.
   [[nodiscard]] std::optional<std::size_t> PrimaryKey();

@@ -123,6 +123,8 @@ class TableCore {
   void NoteRoom(PageNumber number, unsigned freeBytes, unsigned slots);
   /// Home slot's page; gives where the row's bytes are. Nothing when there is no live row.
   [[nodiscard]] std::optional<RowId> Find(RowId home);
+  /// The same for a row that must be there. Errors: kDamaged.
+  [[nodiscard]] RowId FindLive(RowId home);
   void CountRows(int delta);
   void CountKeys(std::size_t tree, std::size_t added);
 

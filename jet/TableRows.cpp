@@ -404,7 +404,7 @@ void TableCore::RemoveSlot(RowId id) {
 }
 
 void TableCore::Replace(RowId home, std::span<const std::byte> bytes) {
-  const RowId place = Find(home).value();
+  const RowId place = FindLive(home);
   {
     const PageRef ref = engine.pager->Edit(place.page);
     DataPageEditor editor(ref);
@@ -428,7 +428,7 @@ void TableCore::Replace(RowId home, std::span<const std::byte> bytes) {
 }
 
 void TableCore::Remove(RowId home) {
-  const RowId place = Find(home).value();
+  const RowId place = FindLive(home);
   if (place != home) RemoveSlot(place);
   RemoveSlot(home);
 }
@@ -451,6 +451,12 @@ void TableCore::CountKeys(std::size_t tree, std::size_t added) {
 }
 
 // ----- insert, update, delete
+
+RowId TableCore::FindLive(RowId home) {
+  const std::optional<RowId> place = Find(home);
+  if (!place) throw Error(ErrorCode::kDamaged, "A row of the table \"" + name + "\" has no bytes", home.page, 0);
+  return *place;
+}
 
 RowId TableCore::InsertRow(std::span<const Assignment> assignments) {
   ChangeScope scope(engine);
@@ -662,7 +668,7 @@ void TableCore::RewriteRows(const TableDefinition& before) {
   }
   Bytes row;
   for (const RowId home : homes) {
-    const RowId place = Find(home).value();
+    const RowId place = FindLive(home);
     {
       const PageRef ref = pager.Read(place.page);
       const auto old = DataPage(ref).RowBytes(place.slot);

@@ -120,9 +120,13 @@ std::optional<PageNumber> UsageMap::Find(PageNumber number, PageNumber limit, bo
       continue;
     }
     if (uncovered == on) return number;
-    if (!bits.bytes.empty() && number < bits.first) number = bits.first;                        // before the inline stretch
-    else if (bits.bytes.empty()) number = bits.first + bits.count < bits.first ? limit : bits.first + bits.count;  // a missing bitmap page
-    else return std::nullopt;                                                                   // behind the inline stretch
+    if (number < bits.first) {  // before the inline stretch
+      number = bits.first;
+    } else if (bits.bytes.empty() && bits.count != 0) {  // a missing bitmap page
+      number = bits.first + bits.count;
+    } else {  // behind the inline stretch, which may be empty
+      return std::nullopt;
+    }
   }
   return std::nullopt;
 }

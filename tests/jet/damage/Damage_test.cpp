@@ -1,0 +1,151 @@
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <new>
+#include <random>
+
+#include "tests/jet/damage/Exercise.h"
+
+namespace {
+
+// Every allocation of the program is counted, so that a number in a damaged file that asks for too much memory is seen.
+std::atomic<std::size_t> liveBytes{0};
+std::atomic<std::size_t> peakBytes{0};
+
+void* CountedAllocation(std::size_t size) {
+  void* const memory = std::malloc(size == 0 ? 1 : size);
+  if (memory == nullptr) throw std::bad_alloc();
+  const std::size_t live = liveBytes += malloc_usable_size(memory);
+  if (live > peakBytes) peakBytes = live;
+  return memory;
+}
+
+void CountedRelease(void* memory) noexcept {
+  if (memory == nullptr) return;
+  liveBytes -= malloc_usable_size(memory);
+  std::free(memory);
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) { return CountedAllocation(size); }
+void* operator new[](std::size_t size) { return CountedAllocation(size); }
+void operator delete(void* memory) noexcept { CountedRelease(memory); }
+void operator delete[](void* memory) noexcept { CountedRelease(memory); }
+void operator delete(void* memory, std::size_t) noexcept { CountedRelease(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { CountedRelease(memory); }
+
+namespace jet {
+namespace {
+
+using tests::Outcome;
+using tests::UseEverything;
+using File = std::vector<std::byte>;
+
+/// One way to damage a file.
+void Mutate(File& file, std::mt19937& random) {
+  const auto below = [&](std::size_t limit) { return limit == 0 ? 0 : random() % limit; };
+  const auto changeByte = [&](std::size_t offset) {
+    switch (below(4)) {
+      case 0: file[offset] = static_cast<std::byte>(random()); break;
+      case 1: file[offset] ^= static_cast<std::byte>(1u << below(8)); break;
+      case 2: file[offset] = std::byte{0xFF}; break;
+      default: file[offset] = std::byte{0}; break;
+    }
+  };
+  const std::size_t page = below(file.size() / 4096) * 4096;
+  switch (below(10)) {
+    case 0:  // cut short, on a page's border or not
+      file.resize(below(2) == 0 ? below(file.size()) : page);
+      break;
+    case 1:  // a page of zeros
+      std::fill_n(file.begin() + static_cast<std::ptrdiff_t>(page), 4096, std::byte{0});
+      break;
+    case 2: {  // one page in place of another
+      const std::size_t other = below(file.size() / 4096) * 4096;
+      std::copy_n(file.begin() + static_cast<std::ptrdiff_t>(other), 4096, file.begin() + static_cast<std::ptrdiff_t>(page));
+      break;
+    }
+    case 3:
+    case 4:
+    case 5:  // the heads of pages
+      for (auto i = 1 + below(6); i != 0; --i) changeByte(below(file.size() / 4096) * 4096 + below(64));
+      break;
+    case 6: {  // a run of noise
+      for (std::size_t i = page + below(4000); i < page + 4096 && below(40) != 0; ++i) file[i] = static_cast<std::byte>(random());
+      break;
+    }
+    default:
+      for (auto i = 1 + below(12); i != 0; --i) changeByte(below(file.size()));
+      break;
+  }
+}
+
+File Load(const std::filesystem::path& path) {
+  std::ifstream stream(path, std::ios::binary);
+  const std::string bytes((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
+  const auto* const data = reinterpret_cast<const std::byte*>(bytes.data());
+  return {data, data + bytes.size()};
+}
+
+/// Damages the file many times and uses it each time: nothing but errors with a place, below a second of computing, in bounded memory.
+void Torture(const File& original, const std::string& name, int rounds, unsigned seed) {
+  std::size_t errors = 0;
+  double slowest = 0;
+  std::size_t most = 0;
+  for (int round = 0; round < rounds; ++round) {
+    SCOPED_TRACE(name + ", seed " + std::to_string(seed) + ", round " + std::to_string(round));
+    std::mt19937 random(seed * 100003u + static_cast<unsigned>(round));
+    File file = original;
+    Mutate(file, random);
+    const std::size_t before = liveBytes;
+    peakBytes = before;
+    const std::clock_t start = std::clock();
+    const Outcome outcome = UseEverything(file);
+    const double seconds = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+    const std::size_t peak = peakBytes - before;
+    ASSERT_EQ(outcome.unplaced, "");
+    ASSERT_LT(seconds, 1.0);
+    // The file itself lives in memory here, as written and as copied by the compacting; the cache may hold it once more.
+    ASSERT_LT(peak, 8 * original.size() + (std::size_t{24} << 20));
+    errors += outcome.errors;
+    slowest = std::max(slowest, seconds);
+    most = std::max(most, peak);
+  }
+  std::cout << name << ": " << rounds << " rounds, " << errors << " errors, slowest " << slowest << " s, most memory " << most / 1024
+            << " KB for a file of " << original.size() / 1024 << " KB\n";
+  EXPECT_GT(errors, 0u);
+}
+
+TEST(Damage, AFileOfOurOwnIsUsedWholeWithoutErrors) {
+  const Outcome outcome = UseEverything(tests::MakeFile());
+  EXPECT_GE(outcome.rows, 700u);
+}
+
+TEST(Damage, OfAFileOfOurOwnEndsInErrorsWithAPlace) { Torture(tests::MakeFile(), "our own file", 2000, 1); }
+
+TEST(Damage, OfRealFilesEndsInErrorsWithAPlace) {
+  const char* const samples = std::getenv("JET_SAMPLES");
+  if (samples == nullptr) GTEST_SKIP() << "JET_SAMPLES does not name the folder of real files";
+  unsigned seed = 1;
+  std::vector<std::filesystem::path> paths;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(samples)) {
+    if (entry.path().extension() == ".mdb") paths.push_back(entry.path());
+  }
+  std::sort(paths.begin(), paths.end());
+  ASSERT_FALSE(paths.empty());
+  for (const auto& path : paths) {
+    Torture(Load(path), path.filename().string(), 150, ++seed);
+    if (HasFatalFailure()) return;
+  }
+}
+
+}  // namespace
+}  // namespace jet
