@@ -17,7 +17,7 @@ wait_for() {
   local title=$1 window i
   for ((i = 0; i < 200; i++)); do
     kill -0 "$pid" 2>/dev/null || fail "le programme s'est terminé avant « $title »"
-    window=$(xdotool search --all --onlyvisible --pid "$pid" --name "^$title\$" 2>/dev/null | head -n 1)
+    window=$(xdotool search --all --onlyvisible --pid "$pid" --name "^$title\$" 2>/dev/null | head -n 1) || true
     if [ -n "$window" ] && [ "$(xdotool getwindowfocus 2>/dev/null)" = "$window" ]; then return; fi
     sleep 0.1
   done

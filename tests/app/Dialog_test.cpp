@@ -77,6 +77,9 @@ class DialogTest : public testing::Test {
 struct Backend {
   const char* name;
   std::function<std::unique_ptr<VolumesDatabase>()> make;
+  /// What a text with the character of code 0 inside ("a", 0, "b" encoded) becomes when it is written: the SQLite
+  /// driver ends it there.
+  const char* code0Written;
 };
 
 class SessionTest : public DialogTest, public testing::WithParamInterface<Backend> {
@@ -94,7 +97,8 @@ class SessionTest : public DialogTest, public testing::WithParamInterface<Backen
 };
 
 INSTANTIATE_TEST_SUITE_P(Databases, SessionTest,
-                         testing::Values(Backend{"Sqlite", MakeSqliteVolumes}, Backend{"MariaDb", MakeMariaDbVolumes}),
+                         testing::Values(Backend{"Sqlite", MakeSqliteVolumes, "27"},
+                                         Backend{"MariaDb", MakeMariaDbVolumes, "27005C"}),
                          [](const auto& instance) { return std::string(instance.param.name); });
 
 TEST_P(SessionTest, ANewUserAfterAWrongConfirmation) {
@@ -180,6 +184,14 @@ TEST_P(SessionTest, AnEmptyPasswordIsAccepted) {
   EXPECT_EQ(tool->Wait(), 0);
   EXPECT_EQ(Users(), Texts{"1|DUPONT|"});
   EXPECT_EQ(Links(), Texts{"1|12|3"});
+}
+
+TEST_P(SessionTest, ACharacterThatTheTableDoesNotHoldIsWrittenAsCode0AsFarAsTheDriverCan) {
+  Start("DUPONT", {"aéb"});
+  WaitForDialog();
+  Screen().Press("Return");
+  EXPECT_EQ(tool->Wait(), 0);
+  EXPECT_EQ(volumes->Rows("SELECT HEX(MOTPASSE) FROM UTL"), Texts{GetParam().code0Written});
 }
 
 TEST_P(SessionTest, EscTheAcceleratorAndTheCloseBoxWriteNothing) {
@@ -290,7 +302,7 @@ TEST_P(SessionTest, AReadOnlyDatabaseThatHasTheLinkEndsInSilenceWithStatus1) {
 
 class BadInputTest : public SessionTest {};
 
-INSTANTIATE_TEST_SUITE_P(Databases, BadInputTest, testing::Values(Backend{"Sqlite", MakeSqliteVolumes}),
+INSTANTIATE_TEST_SUITE_P(Databases, BadInputTest, testing::Values(Backend{"Sqlite", MakeSqliteVolumes, "27"}),
                          [](const auto& instance) { return std::string(instance.param.name); });
 
 TEST_P(BadInputTest, TextForANumberAndNumbersOutOfRangeEndWithTheErrorBox) {
