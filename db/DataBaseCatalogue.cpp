@@ -1,3 +1,4 @@
+#include "ado/BulkInsert.h"
 #include "db/DataBase.h"
 #include "db/DbUtil.h"
 
@@ -27,10 +28,7 @@ void DataBase::SauveTblCatalogue(DbTbl& tbl, ado::Recordset* rsTbl, ado::Records
   if (EstTableDuCatalogue(tbl.Nom())) return;
   if (rsTbl == nullptr && !ExisteTbl(kTblKorv)) return;
   RecordsetCatalogue tables(*this, kTblKorv, rsTbl);
-  tables.Rs().AddNew();
-  tables.Rs().Fields("NOM").Value(tbl.Nom());
-  tables.Rs().Fields("MVT").Value(tbl.AvecMvt());
-  tables.Rs().Update();
+  AjouteLigne(tables.Rs(), kColonnesTbl, ValeursTbl(tbl));
   RecordsetCatalogue champs(*this, kFldKorv, rsFld);
   for (std::int16_t i = 0; i < tbl.NbFld(); ++i) tbl.SauveFld(tbl.ListeFld(std::to_string(i)), &champs.Rs());
   RecordsetCatalogue index(*this, kIdxKorv, rsIdx);
@@ -47,13 +45,20 @@ void DataBase::RecreeCatalogue() {
   CreeCatFld(*this);
   SupTbl(kIdxKorv);
   CreeCatIdx(*this);
-  ado::Recordset rsTbl = OpenRecordSet("SELECT * FROM [$TBLKORV$]", 2);
-  ado::Recordset rsFld = OpenRecordSet("SELECT * FROM [$FLDKORV$]", 2);
-  ado::Recordset rsIdx = OpenRecordSet("SELECT * FROM [$IDXKORV$]", 2);
-  for (const EntreeTbl& entree : tables_) SauveTblCatalogue(*entree.tbl, &rsTbl, &rsFld, &rsIdx);
-  rsIdx.Close();
-  rsFld.Close();
-  rsTbl.Close();
+  // Nobody else writes these three empty tables meanwhile: their rows go in batches, where the provider has them.
+  ado::BulkInsert lignesTbl(Connexion(), kTblKorv, {kColonnesTbl.begin(), kColonnesTbl.end()});
+  ado::BulkInsert lignesFld(Connexion(), kFldKorv, {kColonnesFld.begin(), kColonnesFld.end()});
+  ado::BulkInsert lignesIdx(Connexion(), kIdxKorv, {kColonnesIdx.begin(), kColonnesIdx.end()});
+  for (const EntreeTbl& entree : tables_) {
+    DbTbl& tbl = *entree.tbl;
+    if (EstTableDuCatalogue(tbl.Nom())) continue;
+    lignesTbl.Add(ValeursTbl(tbl));
+    for (std::int16_t i = 0; i < tbl.NbFld(); ++i) lignesFld.Add(ValeursFld(tbl, tbl.ListeFld(std::to_string(i))));
+    for (std::int16_t i = 0; i < tbl.NbIdx(); ++i) lignesIdx.Add(ValeursIdx(tbl, tbl.ListeIdx(std::to_string(i))));
+  }
+  lignesIdx.Flush();
+  lignesFld.Flush();
+  lignesTbl.Flush();
 }
 
 }  // namespace tamlo::db

@@ -1,5 +1,6 @@
 #include "db/DataBase.h"
 #include "db/DbTbl.h"
+#include "db/DbUtil.h"
 #include "db/ddl/Generateur.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
@@ -13,12 +14,7 @@ void DbTbl::SauveFld(const DbFld& fld, ado::Recordset* rs) {
     if (!DbRequis().ExisteTbl(kFldKorv)) return;
     propre = DbRequis().OpenRecordSet("SELECT * FROM [$FLDKORV$]", 2);
   }
-  ado::Recordset& cible = rs != nullptr ? *rs : propre;
-  cible.AddNew();
-  cible.Fields("TABLE").Value(nom_);
-  cible.Fields("NO").Value(fld.No());
-  cible.Fields("NOM").Value(fld.Nom());
-  cible.Update();
+  AjouteLigne(rs != nullptr ? *rs : propre, kColonnesFld, ValeursFld(*this, fld));
   if (rs == nullptr) propre.Close();
 }
 
@@ -29,14 +25,7 @@ void DbTbl::SauveIdx(const DbIdx& idx, ado::Recordset* rs) {
     if (!DbRequis().ExisteTbl(kIdxKorv)) return;
     propre = DbRequis().OpenRecordSet("SELECT * FROM [$IDXKORV$]", 2);
   }
-  ado::Recordset& cible = rs != nullptr ? *rs : propre;
-  cible.AddNew();
-  cible.Fields("TABLE").Value(nom_);
-  cible.Fields("NOM").Value(idx.Nom());
-  cible.Fields("CHAMPS").Value(idx.SFld());
-  cible.Fields("PRIMAIRE").Value(idx.Primary());
-  cible.Fields("UNIQUE").Value(idx.Unique());
-  cible.Update();
+  AjouteLigne(rs != nullptr ? *rs : propre, kColonnesIdx, ValeursIdx(*this, idx));
   if (rs == nullptr) propre.Close();
 }
 

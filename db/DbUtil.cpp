@@ -96,6 +96,22 @@ bool ChercheCle(ado::Recordset& rs, const std::string& index, const std::string&
   return !rs.Eof();
 }
 
+std::array<runtime::Variant, kColonnesTbl.size()> ValeursTbl(const DbTbl& tbl) { return {tbl.Nom(), tbl.AvecMvt()}; }
+
+std::array<runtime::Variant, kColonnesFld.size()> ValeursFld(const DbTbl& tbl, const DbFld& fld) {
+  return {tbl.Nom(), fld.No(), fld.Nom()};
+}
+
+std::array<runtime::Variant, kColonnesIdx.size()> ValeursIdx(const DbTbl& tbl, const DbIdx& idx) {
+  return {tbl.Nom(), idx.Nom(), idx.SFld(), idx.Primary(), idx.Unique()};
+}
+
+void AjouteLigne(ado::Recordset& rs, std::span<const char* const> colonnes, std::span<const runtime::Variant> valeurs) {
+  rs.AddNew();
+  for (std::size_t i = 0; i < colonnes.size(); ++i) rs.Fields(colonnes[i]).Value(valeurs[i]);
+  rs.Update();
+}
+
 std::string TexteCatalogue(const runtime::Variant& valeur) {
   if (valeur.IsNull()) return {};
   return std::string(runtime::TrimRight(runtime::ToText(valeur)));

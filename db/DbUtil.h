@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,6 +12,9 @@
 namespace tamlo::db {
 
 class DataBase;
+class DbFld;
+class DbIdx;
+class DbTbl;
 
 /// Create one catalog table each, empty, in the backend and in the table list.
 void CreeCatTbl(DataBase& db);
@@ -25,6 +30,17 @@ void CreeCatRlt(DataBase& db);
 /// the previous search and its reading left them.
 [[nodiscard]] bool ChercheCle(ado::Recordset& rs, const std::string& index, const std::string& champ,
                               const runtime::Variant& valeur);
+
+/// The columns of the catalog tables that this layer writes, and their values for one table, field or index. The others keep the backend's
+/// defaults.
+inline constexpr std::array kColonnesTbl{"NOM", "MVT"};
+inline constexpr std::array kColonnesFld{"TABLE", "NO", "NOM"};
+inline constexpr std::array kColonnesIdx{"TABLE", "NOM", "CHAMPS", "PRIMAIRE", "UNIQUE"};
+[[nodiscard]] std::array<runtime::Variant, kColonnesTbl.size()> ValeursTbl(const DbTbl& tbl);
+[[nodiscard]] std::array<runtime::Variant, kColonnesFld.size()> ValeursFld(const DbTbl& tbl, const DbFld& fld);
+[[nodiscard]] std::array<runtime::Variant, kColonnesIdx.size()> ValeursIdx(const DbTbl& tbl, const DbIdx& idx);
+/// Adds a row with these values to a recordset.
+void AjouteLigne(ado::Recordset& rs, std::span<const char* const> colonnes, std::span<const runtime::Variant> valeurs);
 
 /// A value of a catalog row as text without trailing blanks; "" for a null.
 [[nodiscard]] std::string TexteCatalogue(const runtime::Variant& valeur);

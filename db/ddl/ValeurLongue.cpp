@@ -21,10 +21,22 @@ void Ecrit(std::FILE* fichier, const std::byte* octets, std::size_t nombre) {
   if (std::fwrite(octets, 1, nombre, fichier) != nombre) FichierRefuse();
 }
 
+/// The bytes at the end that begin a character without finishing it.
+std::size_t CaractereEntame(const std::byte* octets, std::size_t nombre) {
+  for (std::size_t recul = 1; recul <= std::min<std::size_t>(3, nombre); ++recul) {
+    const auto octet = static_cast<unsigned char>(octets[nombre - recul]);
+    if ((octet & 0xC0) == 0x80) continue;
+    const std::size_t longueur = octet >= 0xF0 ? 4 : octet >= 0xE0 ? 3 : octet >= 0xC0 ? 2 : 1;
+    return longueur > recul ? recul : 0;
+  }
+  return 0;
+}
+
 }  // namespace
 
 ValeurLongue ValeurLongue::Lit(const ado::Field& champ) {
   ValeurLongue valeur;
+  valeur.texte_ = ado::IsTextType(champ.Type());
   std::vector<std::byte> tete;
   std::vector<std::byte> morceau(kMorceau);
   while (const std::size_t lus = champ.ReadChunk(morceau.data(), morceau.size())) {
@@ -44,7 +56,7 @@ ValeurLongue ValeurLongue::Lit(const ado::Field& champ) {
     if (std::fflush(valeur.fichier_.get()) != 0) FichierRefuse();
   } else if (tete.empty()) {
     valeur.courte_ = champ.Value();  // null or empty: the pieces alone do not tell
-  } else if (ado::IsTextType(champ.Type())) {
+  } else if (valeur.texte_) {
     valeur.courte_ = std::string(reinterpret_cast<const char*>(tete.data()), tete.size());
   } else {
     valeur.courte_ = std::move(tete);
@@ -54,10 +66,13 @@ ValeurLongue ValeurLongue::Lit(const ado::Field& champ) {
 
 ado::ChunkSource ValeurLongue::Source() const {
   std::rewind(fichier_.get());
-  return [fichier = fichier_.get()](std::byte* tampon, std::size_t place) {
-    std::size_t lus = std::fread(tampon, 1, place, fichier);
+  return [fichier = fichier_.get(), texte = texte_](std::byte* tampon, std::size_t place) {
+    const std::size_t lus = std::fread(tampon, 1, place, fichier);
     if (lus < place && std::ferror(fichier) != 0) FichierRefuse();
-    return lus;
+    const std::size_t entame = texte ? CaractereEntame(tampon, lus) : 0;
+    if (entame == 0 || entame == lus) return lus;
+    if (std::fseek(fichier, -static_cast<long>(entame), SEEK_CUR) != 0) FichierRefuse();
+    return lus - entame;
   };
 }
 

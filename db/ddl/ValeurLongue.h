@@ -29,6 +29,7 @@ class ValeurLongue {
     void operator()(std::FILE* fichier) const noexcept { std::fclose(fichier); }
   };
   ado::Variant courte_;
+  bool texte_ = false;
   std::unique_ptr<std::FILE, Ferme> fichier_;
 };
 

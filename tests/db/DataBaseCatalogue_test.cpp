@@ -151,8 +151,7 @@ TEST_F(DataBaseCatalogue, RecreeCatalogueWritesARowForEachTableButItsOwn) {
   EXPECT_THAT(Lignes("$FLDKORV$"), SizeIs(2));
   EXPECT_THAT(Lignes("$IDXKORV$"), SizeIs(1));
   EXPECT_THAT(Lignes("$RLTKORV$"), SizeIs(1));
-  EXPECT_THAT(provider.Sources(),
-              ElementsAre("SELECT * FROM [$TBLKORV$]", "SELECT * FROM [$FLDKORV$]", "SELECT * FROM [$IDXKORV$]"));
+  EXPECT_THAT(provider.Sources(), ElementsAre("$TBLKORV$", "$FLDKORV$", "$IDXKORV$"));
 }
 
 TEST_F(DataBaseCatalogue, SauveTblCatalogueOpensWhatItIsNotGiven) {
