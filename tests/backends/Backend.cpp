@@ -82,7 +82,7 @@ class SurSqlite final : public Backend {
       case ado::adLongVarWChar: return "TEXT";
       case ado::adDate: return "TIMESTAMP";
       case ado::adBoolean: return "BIT";
-      case ado::adUnsignedTinyInt: return "TINYINT";
+      case ado::adUnsignedTinyInt:  // the driver takes every TINYINT for a signed one
       case ado::adSmallInt: return "SMALLINT";
       case ado::adInteger: case ado::adNumeric: return "INTEGER";
       case ado::adSingle: return "FLOAT";
@@ -144,6 +144,7 @@ Tous& Ensemble() {
 
 std::vector<Backend*> TousLesBackends() {
   (void)Grammar();
+  ado::odbc::RegisterOdbcProviders();
   Tous& tous = Ensemble();
   return {&tous.mariaDb, &tous.sqlite, &tous.sqlServer, &tous.oracle};
 }
@@ -164,7 +165,6 @@ BaseOuverte::~BaseOuverte() {
 }
 
 void BaseOuverte::Ouvre() {
-  ado::odbc::RegisterOdbcProviders();
   auto& environnement = db::EnvironnementCourant();
   environnement.nomLogin = backend_.Utilisateur();
   environnement.pwdLogin = backend_.MotDePasse();
