@@ -10,9 +10,13 @@ namespace {
 
 constexpr const char* kTable = "create table [UTL] ([IDUTL] integer primary key, [NOM] varchar(30))";
 
+/// The layer creates no table on a generic ODBC source: the statement does, and the second opening lists what it made.
 void Ouvre(tamlo::db::DataBase& base, const std::string& fichier) {
-  if (!base.Ouvre("DRIVER=SQLite3;Database=" + fichier, tamlo::db::TypOdbc, true)) throw tamlo::runtime::Error(5);
+  const std::string nom = "DRIVER=SQLite3;Database=" + fichier;
+  if (!base.Ouvre(nom, tamlo::db::TypOdbc, true)) throw tamlo::runtime::Error(5);
   base.ExecuteSQL(kTable);
+  base.Ferme();
+  if (!base.Ouvre(nom, tamlo::db::TypOdbc, true)) throw tamlo::runtime::Error(5);
 }
 
 }  // namespace
