@@ -44,6 +44,7 @@ void Measured(DriverFacts& facts) {
       facts.streamsParameters = false;
       facts.keepsWideStatements = false;
       facts.listsAllColumns = true;
+      // libsqliteodbc 0.9998 cannot be positioned inside a block, and its texts may be longer than declared: they must be read again.
       facts.readBlockRows = 1;
       facts.batch = BatchMethod::kMultiRowValues;
       facts.batchRows = 200;
@@ -51,6 +52,8 @@ void Measured(DriverFacts& facts) {
       break;
     case Backend::kMySql:
       facts.listsAllColumns = true;
+      // MariaDB's driver 3.1.15 says that it can, and then gives the first row's value for every row of the block.
+      facts.readsInBlock = false;
       facts.batch = BatchMethod::kArray;
       facts.batchRows = 1000;
       break;

@@ -31,7 +31,7 @@ struct DriverFacts {
   bool numbersAsText = false;    ///< exact and 64-bit numbers are bound as texts
   bool listsAllColumns = false;  ///< one catalog call gives the columns of every table
 
-  std::size_t readBlockRows = 100;
+  std::size_t readBlockRows = 1000;
   BatchMethod batch = BatchMethod::kRowByRow;
   std::size_t batchRows = 1;         ///< rows of one batch at most
   std::size_t batchParameters = 0;   ///< parameters of one statement at most; 0 is without limit

@@ -1,0 +1,151 @@
+#include "bench/ado_odbc/RawRows.h"
+
+#include <sql.h>
+#include <sqlext.h>
+#include <sqlucode.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+namespace tamlo::bench {
+namespace {
+
+constexpr std::size_t kNameUnits = 41;
+
+std::u16string Wide(const std::string& text) { return {text.begin(), text.end()}; }
+SQLWCHAR* Units(std::u16string& text) { return reinterpret_cast<SQLWCHAR*>(text.data()); }
+
+void Check(SQLRETURN result, const char* what) {
+  if (SQL_SUCCEEDED(result) || result == SQL_NO_DATA) return;
+  std::fprintf(stderr, "raw loop: %s failed (%d)\n", what, result);
+  std::exit(2);
+}
+
+SQLHENV Environment() {
+  static SQLHENV environment = [] {
+    SQLHENV made = nullptr;
+    Check(SQLAllocHandle(SQL_HANDLE_ENV, nullptr, &made), "environment");
+    Check(SQLSetEnvAttr(made, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0), "version");
+    return made;
+  }();
+  return environment;
+}
+
+/// Column-wise buffers for a batch of (id, name, val).
+struct Batch {
+  explicit Batch(std::size_t rows)
+      : id(rows), idLength(rows, sizeof(SQLINTEGER)), name(rows * kNameUnits), nameLength(rows), value(rows), valueLength(rows, sizeof(double)) {}
+
+  void Fill(std::size_t first, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+      const std::string text = "name " + std::to_string(first + i);
+      id[i] = static_cast<SQLINTEGER>(first + i);
+      for (std::size_t k = 0; k < text.size(); ++k) name[i * kNameUnits + k] = static_cast<SQLWCHAR>(text[k]);
+      nameLength[i] = static_cast<SQLLEN>(text.size() * sizeof(SQLWCHAR));
+      value[i] = static_cast<double>(first + i) * 0.5;
+    }
+  }
+
+  void Bind(SQLHSTMT statement, std::size_t row, std::size_t parameter) {
+    const auto at = [&](std::size_t offset) { return static_cast<SQLUSMALLINT>(parameter + offset); };
+    SQLBindParameter(statement, at(0), SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 10, 0, &id[row], sizeof(SQLINTEGER), &idLength[row]);
+    SQLBindParameter(statement, at(1), SQL_PARAM_INPUT, SQL_C_WCHAR, SQL_WVARCHAR, 40, 0, &name[row * kNameUnits],
+                     kNameUnits * sizeof(SQLWCHAR), &nameLength[row]);
+    SQLBindParameter(statement, at(2), SQL_PARAM_INPUT, SQL_C_DOUBLE, SQL_DOUBLE, 15, 0, &value[row], sizeof(double), &valueLength[row]);
+  }
+
+  std::vector<SQLINTEGER> id;
+  std::vector<SQLLEN> idLength;
+  std::vector<SQLWCHAR> name;
+  std::vector<SQLLEN> nameLength;
+  std::vector<double> value;
+  std::vector<SQLLEN> valueLength;
+};
+
+SQLHSTMT Prepared(SQLHDBC connection, const std::string& sql) {
+  SQLHSTMT statement = nullptr;
+  Check(SQLAllocHandle(SQL_HANDLE_STMT, connection, &statement), "statement");
+  auto wide = Wide(sql);
+  Check(SQLPrepareW(statement, Units(wide), static_cast<SQLINTEGER>(wide.size())), "prepare");
+  return statement;
+}
+
+}  // namespace
+
+RawRows::RawRows(const std::string& connectionString) {
+  Check(SQLAllocHandle(SQL_HANDLE_DBC, Environment(), &connection_), "connection");
+  auto wide = Wide(connectionString);
+  SQLSMALLINT length = 0;
+  Check(SQLDriverConnectW(connection_, nullptr, Units(wide), static_cast<SQLSMALLINT>(wide.size()), nullptr, 0, &length, SQL_DRIVER_NOPROMPT),
+        "connect");
+}
+
+RawRows::~RawRows() {
+  SQLDisconnect(connection_);
+  SQLFreeHandle(SQL_HANDLE_DBC, connection_);
+}
+
+void RawRows::Execute(const std::string& sql) {
+  SQLHSTMT statement = Prepared(connection_, sql);
+  Check(SQLExecute(statement), "execute");
+  SQLFreeHandle(SQL_HANDLE_STMT, statement);
+}
+
+double RawRows::Read(const std::string& sql, std::size_t blockRows) {
+  Batch block(blockRows);
+  SQLULEN fetched = 0;
+  SQLHSTMT statement = Prepared(connection_, sql);
+  SQLSetStmtAttrW(statement, SQL_ATTR_ROW_ARRAY_SIZE, reinterpret_cast<SQLPOINTER>(blockRows), 0);
+  SQLSetStmtAttrW(statement, SQL_ATTR_ROWS_FETCHED_PTR, &fetched, 0);
+  SQLBindCol(statement, 1, SQL_C_SLONG, block.id.data(), sizeof(SQLINTEGER), block.idLength.data());
+  SQLBindCol(statement, 2, SQL_C_WCHAR, block.name.data(), kNameUnits * sizeof(SQLWCHAR), block.nameLength.data());
+  SQLBindCol(statement, 3, SQL_C_DOUBLE, block.value.data(), sizeof(double), block.valueLength.data());
+  Check(SQLExecute(statement), "execute");
+  double sum = 0;
+  while (SQL_SUCCEEDED(SQLFetch(statement))) {
+    for (std::size_t i = 0; i < fetched; ++i) {
+      sum += block.id[i] + block.value[i] + static_cast<double>(block.nameLength[i]) / sizeof(SQLWCHAR);
+    }
+  }
+  SQLFreeHandle(SQL_HANDLE_STMT, statement);
+  return sum;
+}
+
+void RawRows::BeginTransaction() { SQLSetConnectAttrW(connection_, SQL_ATTR_AUTOCOMMIT, SQL_AUTOCOMMIT_OFF, SQL_IS_UINTEGER); }
+
+void RawRows::Commit() {
+  Check(SQLEndTran(SQL_HANDLE_DBC, connection_, SQL_COMMIT), "commit");
+  SQLSetConnectAttrW(connection_, SQL_ATTR_AUTOCOMMIT, reinterpret_cast<SQLPOINTER>(SQL_AUTOCOMMIT_ON), SQL_IS_UINTEGER);
+}
+
+void RawRows::InsertArrays(const std::string& table, std::size_t rows, std::size_t batchRows) {
+  BeginTransaction();
+  Batch batch(batchRows);
+  SQLHSTMT statement = Prepared(connection_, "INSERT INTO " + table + " (id, name, val) VALUES (?, ?, ?)");
+  SQLSetStmtAttrW(statement, SQL_ATTR_PARAMSET_SIZE, reinterpret_cast<SQLPOINTER>(batchRows), 0);
+  batch.Bind(statement, 0, 1);
+  for (std::size_t first = 0; first < rows; first += batchRows) {
+    batch.Fill(first, batchRows);
+    Check(SQLExecute(statement), "array");
+  }
+  SQLFreeHandle(SQL_HANDLE_STMT, statement);
+  Commit();
+}
+
+void RawRows::InsertValues(const std::string& table, std::size_t rows, std::size_t batchRows) {
+  BeginTransaction();
+  Batch batch(batchRows);
+  std::string sql = "INSERT INTO " + table + " (id, name, val) VALUES (?,?,?)";
+  for (std::size_t i = 1; i < batchRows; ++i) sql += ",(?,?,?)";
+  SQLHSTMT statement = Prepared(connection_, sql);
+  for (std::size_t i = 0; i < batchRows; ++i) batch.Bind(statement, i, i * 3 + 1);
+  for (std::size_t first = 0; first < rows; first += batchRows) {
+    batch.Fill(first, batchRows);
+    Check(SQLExecute(statement), "rows");
+  }
+  SQLFreeHandle(SQL_HANDLE_STMT, statement);
+  Commit();
+}
+
+}  // namespace tamlo::bench

@@ -1,0 +1,186 @@
+// Reading and writing many rows through the data access objects, as a ratio to the same work written by hand against the driver manager in
+// the same run. The last lines of the output are the ratios (1 is as fast as by hand); the exit status is 1 when one is below its limit.
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ado/BulkInsert.h"
+#include "ado/Connection.h"
+#include "ado/Recordset.h"
+#include "ado/odbc/OdbcProvider.h"
+#include "bench/ado_odbc/RawRows.h"
+#include "tests/support_lib/MariaDbServer.h"
+#include "tests/support_lib/PostgresServer.h"
+#include "tests/support_lib/TemporaryFolder.h"
+
+namespace {
+
+using tamlo::bench::RawRows;
+using tamlo::runtime::Variant;
+namespace ado = tamlo::ado;
+
+constexpr std::size_t kReadRows = 500000;
+constexpr std::size_t kWriteRows = 100000;
+
+struct Engine {
+  std::string name;
+  std::string connectionString;
+  std::string doubleType;
+  std::size_t readBlock;  // the best one by hand
+  bool arrays;            // the best way to write by hand
+  std::size_t writeBatch;
+  double limit;           // 0: printed, not guarded
+};
+
+struct Ratio {
+  std::string what;
+  double ratio = 0;
+  double limit = 0;
+};
+std::vector<Ratio> ratios;
+
+double Seconds(const std::function<void()>& work) {
+  const auto start = std::chrono::steady_clock::now();
+  work();
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+double ReadRecordset(ado::Connection& connection, const std::string& sql) {
+  ado::Recordset rs;
+  rs.Open(sql, &connection, ado::adOpenForwardOnly, ado::adLockReadOnly, -1);
+  const ado::Field& id = rs.Fields("id");
+  const ado::Field& name = rs.Fields("name");
+  const ado::Field& val = rs.Fields("val");
+  double sum = 0;
+  for (; !rs.Eof(); rs.MoveNext()) {
+    sum += *id.Value().If<std::int32_t>() + *val.Value().If<double>() + static_cast<double>(name.Value().If<std::string>()->size());
+  }
+  return sum;
+}
+
+void InsertBulk(ado::Connection& connection, const std::string& table) {
+  connection.BeginTrans();
+  ado::BulkInsert bulk(connection, table, {"id", "name", "val"});
+  std::array<Variant, 3> row;
+  for (std::size_t i = 0; i < kWriteRows; ++i) {
+    row[0] = static_cast<std::int32_t>(i);
+    row[1] = "name " + std::to_string(i);
+    row[2] = static_cast<double>(i) * 0.5;
+    bulk.Add(row);
+  }
+  bulk.Flush();
+  connection.CommitTrans();
+}
+
+/// Each iteration does both, one after the other, so that whatever else the machine does slows both.
+void Compare(benchmark::State& state, const std::string& what, double limit, const std::function<void()>& byHand,
+             const std::function<void()>& ours) {
+  double bestByHand = 1e9;
+  double best = 1e9;
+  for (auto _ : state) {
+    bestByHand = std::min(bestByHand, Seconds(byHand));
+    const double time = Seconds(ours);
+    best = std::min(best, time);
+    state.SetIterationTime(time);
+  }
+  state.counters["by_hand_s"] = bestByHand;
+  state.counters["ours_s"] = best;
+  state.counters["ratio"] = bestByHand / best;
+  ratios.push_back({what, bestByHand / best, limit});
+}
+
+void Read(benchmark::State& state, const Engine& engine) {
+  RawRows raw(engine.connectionString);
+  ado::Connection connection;
+  connection.Open(engine.connectionString, "", "");
+  const std::string sql = "SELECT id, name, val FROM big";
+  double byHandSum = 0;
+  double sum = 0;
+  Compare(state, "read 500000 rows, " + engine.name, engine.limit, [&] { byHandSum = raw.Read(sql, engine.readBlock); },
+          [&] { sum = ReadRecordset(connection, sql); });
+  if (byHandSum != sum) state.SkipWithError("both do not read the same");
+}
+
+void Write(benchmark::State& state, const Engine& engine) {
+  RawRows raw(engine.connectionString);
+  ado::Connection connection;
+  connection.Open(engine.connectionString, "", "");
+  int tables = 0;
+  const auto makeTable = [&] {
+    const std::string table = "w" + std::to_string(++tables) + "_" + std::to_string(reinterpret_cast<std::uintptr_t>(&state) % 100000);
+    connection.Execute("CREATE TABLE " + table + " (id INTEGER NOT NULL PRIMARY KEY, name VARCHAR(40), val " + engine.doubleType + ")");
+    return table;
+  };
+  Compare(state, "write 100000 rows, " + engine.name, engine.limit,
+          [&] {
+            const std::string table = makeTable();
+            engine.arrays ? raw.InsertArrays(table, kWriteRows, engine.writeBatch) : raw.InsertValues(table, kWriteRows, engine.writeBatch);
+          },
+          [&] { InsertBulk(connection, makeTable()); });
+}
+
+/// The ways to write by hand, which docs/backends/odbc.md compares.
+void WriteByHand(benchmark::State& state, const Engine& engine, bool arrays, std::size_t batch) {
+  RawRows raw(engine.connectionString);
+  int tables = 0;
+  double best = 1e9;
+  for (auto _ : state) {
+    const std::string table = "h" + std::to_string(++tables) + "_" + std::to_string(reinterpret_cast<std::uintptr_t>(&state) % 100000) + (arrays ? "a" : "v") + std::to_string(batch);
+    raw.Execute("CREATE TABLE " + table + " (id INTEGER NOT NULL PRIMARY KEY, name VARCHAR(40), val " + engine.doubleType + ")");
+    const std::size_t rows = batch == 1 ? 10000 : kWriteRows;
+    const double time = Seconds([&] { arrays ? raw.InsertArrays(table, rows, batch) : raw.InsertValues(table, rows, batch); });
+    best = std::min(best, time);
+    state.SetIterationTime(time);
+    state.counters["rows_per_s"] = static_cast<double>(rows) / best;
+  }
+}
+
+void FillBig(const Engine& engine) {
+  RawRows raw(engine.connectionString);
+  raw.Execute("CREATE TABLE big (id INTEGER NOT NULL PRIMARY KEY, name VARCHAR(40), val " + engine.doubleType + ")");
+  engine.arrays ? raw.InsertArrays("big", kReadRows, engine.writeBatch) : raw.InsertValues("big", kReadRows, engine.writeBatch);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  const bool compareByHand = argc > 1 && std::string(argv[1]) == "--by-hand";
+  ado::odbc::RegisterOdbcProviders();
+  const tamlo::tests::TemporaryFolder folder;
+  tamlo::tests::MariaDbServer mariaDb;
+  tamlo::tests::PostgresServer postgres;
+  const std::vector<Engine> engines{
+      {"SQLite", "DRIVER={SQLite3};DATABASE=" + folder.File("bench.db"), "DOUBLE", 1000, false, 200, 0.7},
+      {"MariaDB", mariaDb.ConnectionString() + ";UID=tamlo;PWD=tamlo", "DOUBLE", 100, true, 1000, 0.7},
+      {"PostgreSQL", postgres.ConnectionString() + ";UID=tamlo;PWD=tamlo", "DOUBLE PRECISION", 1000, false, 200, 0}};
+  for (const Engine& engine : engines) {
+    if (compareByHand) {
+      for (const bool arrays : {true, false}) {
+        for (const std::size_t batch : {1, 50, 200, 1000}) {
+          if (!arrays && batch == 1) continue;
+          benchmark::RegisterBenchmark(("ByHand/" + engine.name + (arrays ? "/array/" : "/values/") + std::to_string(batch)).c_str(), WriteByHand, engine,
+                                       arrays, batch)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(2);
+        }
+      }
+      continue;
+    }
+    FillBig(engine);
+    benchmark::RegisterBenchmark(("Read/" + engine.name).c_str(), Read, engine)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(5);
+    benchmark::RegisterBenchmark(("Write/" + engine.name).c_str(), Write, engine)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(4);
+  }
+  benchmark::RunSpecifiedBenchmarks();
+  bool good = true;
+  for (const Ratio& one : ratios) {
+    std::printf("ratio %-32s %.2f (at least %.2f)\n", one.what.c_str(), one.ratio, one.limit);
+    good = good && one.ratio >= one.limit;
+  }
+  return good ? 0 : 1;
+}
