@@ -36,6 +36,7 @@ class Compactor {
     const Database::ReadScope scope(source_);
     target_.Begin();
     std::vector<CatalogObject> objects = source_.Objects();
+    CopyOthers(objects);
     for (const auto& object : objects)
       if (object.type == 1 && !IsBootstrap(object)) CopyTable(object);
     for (const auto& object : objects)
@@ -47,6 +48,9 @@ class Compactor {
       if (source_.FindObject(relationship.table) == nullptr || source_.FindObject(relationship.referencedTable) == nullptr) continue;
       target_.CreateRelationship(relationship);
     }
+    // The definition of a system table can be changed only while it does not count as one.
+    for (const auto& object : objects)
+      if (object.type == 1 && object.flags != 0 && !IsBootstrap(object)) SetFlags(object);
     target_.Commit();
   }
 
@@ -114,6 +118,39 @@ class Compactor {
       return;
     }
     for (ScanCursor cursor = from.Scan(); cursor.Next();) copy(cursor.Current());
+  }
+
+  void SetFlags(const CatalogObject& object) {
+    Catalog& catalog = target_.Internals().catalog;
+    Table& table = catalog.ObjectsTable();
+    const std::int32_t id = catalog.Find(object.name)->id;
+    const std::size_t idColumn = table.FindColumn("Id").value();
+    const Value flags(static_cast<std::int32_t>(object.flags));
+    const Assignment assignment{table.FindColumn("Flags").value(), &flags, nullptr};
+    std::optional<RowId> row;
+    for (ScanCursor cursor = table.Scan(); cursor.Next();)
+      if (cursor.Current().Integer(idColumn) == id) row = cursor.Id();
+    if (row) table.Update(*row, std::span(&assignment, 1));
+    target_.Internals().pager->ChangeGeneration();
+  }
+
+  /// Containers and documents (forms, reports, macros, modules, what Access keeps of itself): their catalog rows go over as they are.
+  void CopyOthers(const std::vector<CatalogObject>& objects) {
+    Table& from = source_.Internals().catalog.ObjectsTable();
+    Table& to = target_.Internals().catalog.ObjectsTable();
+    const std::size_t idColumn = from.FindColumn("Id").value();
+    for (ScanCursor cursor = from.Scan(); cursor.Next();) {
+      Row& row = cursor.Current();
+      const auto id = static_cast<std::int32_t>(row.Integer(idColumn));
+      const auto object = std::find_if(objects.begin(), objects.end(), [&](const CatalogObject& held) { return held.id == id; });
+      const bool copied = object != objects.end() && id < 0 && (object->kind == ObjectKind::kContainer || object->kind == ObjectKind::kDocument);
+      if (!copied) continue;
+      std::vector<Value> values(to.Columns().size());
+      for (std::size_t i = 0; i < from.Columns().size(); ++i)
+        if (const auto where = to.FindColumn(from.Columns()[i].name)) row.Get(i, values[*where]);
+      to.Insert(values);
+    }
+    target_.Internals().catalog.Forget();
   }
 
   void CopyProperties(const CatalogObject& object) {

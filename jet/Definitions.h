@@ -88,6 +88,7 @@ struct TableSpec {
   std::vector<ColumnDef> columns;   ///< 1 to 255
   std::vector<IndexSpec> indexes;
   std::vector<Property> properties;  ///< of the table itself, such as Description
+  std::uint32_t flags = 0;           ///< catalog flags: 0 for tables of the user
 };
 
 /// A relationship between two tables: one or more column pairs.

@@ -72,6 +72,7 @@ void Schema::CreateTable(const TableSpec& spec) {
   object.parentId = Catalog::kTablesId;
   object.name = spec.name;
   object.type = 1;
+  object.flags = spec.flags;
   engine_.catalog.Add(object, properties);
   engine_.pager->ChangeGeneration();
   scope.Done();

@@ -54,6 +54,7 @@ void SetType(Column& stored, const ColumnDef& column) {
         throw Error(ErrorCode::kUnsupported, "The column \"" + column.name + "\" asks for an impossible precision or scale");
       stored.sort = {column.precision, column.scale, 0, 0};
       break;
+    case ColumnType::kInternal: stored.length = column.size; break;
     default:
       if (stored.length == 0 && !stored.IsLong())
         throw Error(ErrorCode::kUnsupported, "The column \"" + column.name + "\" is of a type that cannot be made");

@@ -124,6 +124,14 @@ void AppendStoredText(std::span<const std::byte> stored, std::string& text) {
       continue;
     }
     if (!wide) {
+      // Runs of ASCII, which is most of all text, go over as they are.
+      std::size_t run = i;
+      while (run < stored.size() && Load8(stored.data() + run) - 1u < 0x7Fu) ++run;
+      if (run > i) {
+        text.append(reinterpret_cast<const char*>(stored.data()) + i, run - i);
+        i = run;
+        continue;
+      }
       AppendCharacter(Load8(stored.data() + i++), text);
       continue;
     }

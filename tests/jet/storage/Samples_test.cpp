@@ -1,0 +1,349 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <set>
+
+#include "tests/jet/storage/JetTestSupport.h"
+#include "tests/support_lib/TemporaryFolder.h"
+
+namespace jet::tests {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<std::string> Samples() {
+  std::vector<std::string> samples;
+  const char* folder = std::getenv("JET_SAMPLES");
+  if (folder == nullptr) return {""};
+  for (const auto& entry : fs::recursive_directory_iterator(folder))
+    if (entry.path().extension() == ".mdb" && entry.path().filename().string().find("password") == std::string::npos)
+      samples.push_back(entry.path().string());
+  std::sort(samples.begin(), samples.end());
+  return samples;
+}
+
+/// Output of a command under a time limit.
+std::string Output(const std::string& command) {
+  std::string text;
+  FILE* pipe = ::popen(("timeout 60 " + command).c_str(), "r");
+  std::array<char, 65536> buffer;
+  for (std::size_t count; (count = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0;) text.append(buffer.data(), count);
+  EXPECT_EQ(::pclose(pipe), 0) << command;
+  return text;
+}
+
+std::string Quoted(const std::string& text) {
+  std::string quoted = "'";
+  for (const char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return quoted + "'";
+}
+
+std::string Hex(std::string_view bytes) {
+  static constexpr char kDigits[] = "0123456789abcdef";
+  std::string text;
+  for (const char c : bytes) {
+    text += kDigits[static_cast<unsigned char>(c) >> 4];
+    text += kDigits[static_cast<unsigned char>(c) & 15];
+  }
+  return text;
+}
+
+std::string Exponential(double value) {
+  std::array<char, 64> text;
+  std::string printed(text.data(), std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::scientific, 6).ptr);
+  const auto sign = printed.find('e') + 2;
+  while (printed.size() > sign + 1 && printed[sign] == '0') printed.erase(sign, 1);
+  return printed;
+}
+
+/// Seconds since 1970 of a serial, whose fraction counts forward also before 1899-12-30.
+long long Seconds(double serial) {
+  const double day = std::trunc(serial);
+  return std::llround((day - 25569) * 86400 + std::fabs(serial - day) * 86400);
+}
+
+/// The value as tests/jet/readers/dump.mjs prints it.
+std::string AsOtherReader(const Value& value) {
+  switch (value.Type()) {
+    case ValueType::kNull: return "null";
+    case ValueType::kBool: return value.AsBool() ? "true" : "false";
+    case ValueType::kByte: return "N" + Exponential(value.AsByte());
+    case ValueType::kInteger: return "N" + Exponential(value.AsInteger());
+    case ValueType::kLong: return "N" + Exponential(value.AsLong());
+    case ValueType::kSingle: return "N" + Exponential(value.AsSingle());
+    case ValueType::kDouble: return "N" + Exponential(value.AsDouble());
+    case ValueType::kDate: return "D" + std::to_string(Seconds(value.AsDate().serial));
+    case ValueType::kText: return "T" + Hex(value.AsText());
+    case ValueType::kBytes: return "B" + Hex({reinterpret_cast<const char*>(value.AsBytes().data()), value.AsBytes().size()});
+    case ValueType::kGuid: return "T" + Hex(value.AsGuid().Text());
+    default: return "T" + Hex(value.Describe());
+  }
+}
+
+/// Numbers in text (currency, numeric) come with or without their last zeros, GUIDs with or without braces.
+std::string Loose(std::string text) {
+  if (text.size() < 2 || text[0] != 'T') return text;
+  std::string plain;
+  for (std::size_t i = 1; i + 1 < text.size(); i += 2) plain += static_cast<char>(std::stoi(text.substr(i, 2), nullptr, 16));
+  if (plain.find_first_not_of("-0123456789.") == std::string::npos && plain.find('.') != std::string::npos) {
+    plain.erase(plain.find_last_not_of('0') + 1);
+    if (plain.back() == '.') plain.pop_back();
+    return "T" + plain;
+  }
+  if (plain.size() == 38 && plain.front() == '{') plain = plain.substr(1, 36);
+  std::transform(plain.begin(), plain.end(), plain.begin(), [](unsigned char c) { return std::tolower(c); });
+  return "T" + plain;
+}
+
+using Contents = std::map<std::string, std::vector<std::map<std::string, std::string>>>;  // table -> rows -> column -> value
+
+std::vector<std::string> Split(const std::string& text, const std::string& separator) {
+  std::vector<std::string> parts;
+  std::size_t at = 0;
+  for (std::size_t end; (end = text.find(separator, at)) != std::string::npos; at = end + separator.size()) parts.push_back(text.substr(at, end - at));
+  parts.push_back(text.substr(at));
+  return parts;
+}
+
+Contents ByOtherReader(const std::string& path) {
+  Contents tables;
+  const char* script = std::getenv("TAMLO_READERS");
+  for (const auto& line : Split(Output("node " + Quoted(std::string(script) + "/dump.mjs") + " " + Quoted(path)), "\n")) {
+    const auto parts = Split(line, "\t");
+    if (parts.size() < 2) continue;
+    if (parts[0] == "table") {
+      tables[parts[1]];
+      continue;
+    }
+    auto& row = tables[parts[0]].emplace_back();
+    for (std::size_t i = 1; i < parts.size(); ++i) row[parts[i].substr(0, parts[i].find('='))] = Loose(parts[i].substr(parts[i].find('=') + 1));
+  }
+  return tables;
+}
+
+Contents ByUs(Database& database) {
+  Contents tables;
+  for (const auto& object : std::vector<CatalogObject>(database.Objects())) {
+    if (object.kind != ObjectKind::kTable) continue;
+    Table& table = database.OpenTable(object.name);
+    auto& rows = tables[Hex(object.name)];
+    for (ScanCursor cursor = table.Scan(); cursor.Next();) {
+      auto& row = rows.emplace_back();
+      for (std::size_t i = 0; i < table.Columns().size(); ++i) row[Hex(table.Columns()[i].name)] = Loose(AsOtherReader(cursor.Current().Get(i)));
+    }
+  }
+  return tables;
+}
+
+void ExpectSameAsOtherReader(Database& database, const std::string& path) {
+  const Contents ours = ByUs(database);
+  const Contents theirs = ByOtherReader(path);
+  for (const auto& [name, rows] : ours) {
+    const auto other = theirs.find(name);
+    ASSERT_NE(other, theirs.end()) << name;
+    ASSERT_EQ(other->second.size(), rows.size()) << name;
+    auto sorted = rows;
+    auto others = other->second;
+    std::sort(sorted.begin(), sorted.end());
+    std::sort(others.begin(), others.end());
+    for (std::size_t i = 0; i < rows.size(); ++i) ASSERT_EQ(sorted[i], others[i]) << path << " table " << name;
+  }
+}
+
+/// The value as mdb-export prints it; nothing where its way of printing tells less than the value.
+std::optional<std::string> AsExport(const Value& value) {
+  switch (value.Type()) {
+    case ValueType::kNull: return "\x1d";
+    case ValueType::kBool: return value.AsBool() ? "1" : "0";
+    case ValueType::kByte:
+    case ValueType::kInteger:
+    case ValueType::kLong:
+    case ValueType::kText: return value.Type() == ValueType::kText ? value.AsText() : value.Describe();
+    default: return std::nullopt;
+  }
+}
+
+/// Moved rows are met in another order there, so rows are compared as a set.
+void ExpectSameAsExport(Database& database, const std::string& path) {
+  for (const auto& object : std::vector<CatalogObject>(database.Objects())) {
+    if (object.kind != ObjectKind::kTable) continue;
+    Table& table = database.OpenTable(object.name);
+    auto lines = Split(Output("mdb-export -Q -b strip -d '<\x1f>' -R '<\x1e>' -0 '\x1d' " + Quoted(path) + " " + Quoted(object.name)), "<\x1e>");
+    ASSERT_FALSE(lines.empty());
+    if (lines.back().empty()) lines.pop_back();
+    const auto header = Split(lines[0], "<\x1f>");
+    std::vector<std::size_t> columns;
+    std::vector<bool> comparable;
+    for (const auto& title : header) {
+      const auto column = table.FindColumn(title);
+      ASSERT_TRUE(column.has_value()) << title;
+      columns.push_back(*column);
+      const ColumnType type = table.Columns()[*column].type;
+      comparable.push_back(type <= ColumnType::kLong || type == ColumnType::kText || type == ColumnType::kMemo);
+    }
+    std::vector<std::vector<std::string>> ours, theirs;
+    for (ScanCursor cursor = table.Scan(); cursor.Next();) {
+      auto& row = ours.emplace_back();
+      for (std::size_t f = 0; f < columns.size(); ++f) row.push_back(comparable[f] ? AsExport(cursor.Current().Get(columns[f])).value() : "");
+    }
+    for (std::size_t line = 1; line < lines.size(); ++line) {
+      auto fields = Split(lines[line], "<\x1f>");
+      ASSERT_EQ(fields.size(), header.size()) << object.name << " row " << line;
+      for (std::size_t f = 0; f < fields.size(); ++f)
+        if (!comparable[f]) fields[f].clear();
+      theirs.push_back(std::move(fields));
+    }
+    std::sort(ours.begin(), ours.end());
+    std::sort(theirs.begin(), theirs.end());
+    ASSERT_EQ(ours.size(), theirs.size()) << object.name;
+    for (std::size_t i = 0; i < ours.size(); ++i) ASSERT_EQ(ours[i], theirs[i]) << path << " table " << object.name;
+  }
+}
+
+class SampleTest : public testing::TestWithParam<std::string> {
+ protected:
+  void SetUp() override {
+    if (GetParam().empty()) GTEST_SKIP() << "JET_SAMPLES is not set: real Access files are not there";
+    copy_ = folder_.File("sample.mdb");
+    fs::copy_file(GetParam(), copy_);
+    fs::permissions(copy_, fs::perms::owner_read | fs::perms::owner_write);
+    other_ = std::getenv("TAMLO_NODE_MODULES") != nullptr && fs::exists(std::string(std::getenv("TAMLO_NODE_MODULES")) + "/mdb-reader");
+  }
+  void CompareWithReaders(Database& database) {
+    const bool mdbtools = std::system("command -v mdb-export >/dev/null") == 0;
+    if (mdbtools) ExpectSameAsExport(database, copy_);
+    if (other_) ExpectSameAsOtherReader(database, copy_);
+    if (!mdbtools && !other_) GTEST_SKIP() << "neither mdb-export nor mdb-reader is installed";
+  }
+
+  tamlo::tests::TemporaryFolder folder_;
+  std::string copy_;
+  bool other_ = false;
+};
+
+TEST_P(SampleTest, IsSoundAsItIs) {
+  OpenOptions options;
+  options.mode = OpenMode::kReadOnly;
+  EXPECT_EQ(Findings(*Database::Open(copy_, options)), "");
+}
+
+TEST_P(SampleTest, ReadsLikeTheOtherReaders) {
+  OpenOptions options;
+  options.mode = OpenMode::kReadOnly;
+  const auto database = Database::Open(copy_, options);
+  CompareWithReaders(*database);
+}
+
+TEST_P(SampleTest, OpeningAndReadingChangesNoByte) {
+  const auto read = [&] {
+    std::ifstream stream(copy_, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(stream), {});
+  };
+  const std::string before = read();
+  {
+    const auto database = Database::Open(copy_);
+    (void)ByUs(*database);
+    (void)database->Relationships();
+  }
+  EXPECT_EQ(read(), before);
+}
+
+/// What can be done to any table, whatever rules it has: an operation that a rule forbids is one less done.
+struct Done {
+  int inserted = 0, updated = 0, deleted = 0, refused = 0;
+};
+
+void Work(Database& database, const std::string& name, Done& done) {
+  Table& table = database.OpenTable(name);
+  std::vector<RowId> ids;
+  for (ScanCursor cursor = table.Scan(); cursor.Next();) ids.push_back(cursor.Id());
+  const auto attempt = [&](int& count, auto call) {
+    if (CodeOf(call)) ++done.refused;
+    else ++count;
+  };
+  for (std::size_t i = 0; i < ids.size() && i < 20; ++i) {
+    auto values = table.Read(ids[i]).value();
+    for (std::size_t c = 0; c < values.size(); ++c) {
+      if (table.Columns()[c].autoNumber) values[c] = Value();
+      else if (values[c].Type() == ValueType::kLong) values[c] = Value(values[c].AsLong() + 100000 + static_cast<int>(i));
+      else if (values[c].Type() == ValueType::kText && table.Columns()[c].size != 1) values[c] = Value(std::string(i % 5 == 0 ? "x" : "é") + std::to_string(i));
+    }
+    attempt(done.inserted, [&] { table.Insert(values); });
+    if (i % 3 == 0) attempt(done.updated, [&] { table.Update(ids[i], values); });
+    if (i % 3 == 1) attempt(done.deleted, [&] { table.Delete(ids[i]); });
+  }
+  database.AddColumn(name, Column("Added text", ColumnType::kText, 40));
+  database.AddColumn(name, Column("Added memo", ColumnType::kMemo));
+  database.AddColumn(name, Counter("Added number").autoNumber && std::none_of(table.Columns().begin(), table.Columns().end(), [](const ColumnDef& c) { return c.autoNumber; })
+                               ? Counter("Added number") : Column("Added number", ColumnType::kDouble));
+  std::vector<Value> values(table.Columns().size());
+  const std::size_t text = table.FindColumn("Added text").value();
+  const std::size_t memo = table.FindColumn("Added memo").value();
+  const Value shortText("ajouté"), longText(std::string(9000, 'm'));
+  const Assignment assignments[] = {{text, &shortText, nullptr}, {memo, &longText, nullptr}};
+  ids.clear();
+  for (ScanCursor cursor = table.Scan(); cursor.Next();) ids.push_back(cursor.Id());
+  for (std::size_t i = 0; i < ids.size() && i < 10; ++i) table.Update(ids[i], assignments);
+  database.CreateIndex(name, Index("Added index", {"Added text"}));
+  database.CreateIndex(name, Index("Added index 2", {"Added number", "Added text"}));
+  database.DropIndex(name, "Added index");
+  for (std::size_t c = 0; c < table.Columns().size(); ++c) {
+    if (CodeOf([&] { database.DropColumn(name, std::string(table.Columns()[c].name)); })) continue;
+    break;
+  }
+}
+
+TEST_P(SampleTest, WrittenToItIsStillSoundAndReadAlike) {
+  OpenOptions options;
+  options.mode = OpenMode::kExclusive;
+  auto database = Database::Open(copy_, options);
+  if (database->ReadOnly()) {
+    EXPECT_EQ(database->FormatVersion(), 3);
+    EXPECT_EQ(CodeOf([&] { database->CreateTable(PeopleTable()); }), ErrorCode::kReadOnly);
+    return;
+  }
+  Done done;
+  for (const auto& object : std::vector<CatalogObject>(database->Objects())) {
+    if (object.kind != ObjectKind::kTable) continue;
+    Work(*database, object.name, done);
+    ASSERT_EQ(Findings(*database), "") << object.name;
+  }
+  Table& people = database->CreateTable(PeopleTable("Des gens"));
+  for (int i = 0; i < 300; ++i) people.Insert(Person("n" + std::to_string(i), std::string(static_cast<std::size_t>(i * 20 + 1), 'x'), i % 2 == 0, i));
+  database->CreateTable(PeopleTable("Dropped"));
+  database->DropTable("Dropped");
+  EXPECT_EQ(Findings(*database), "");
+  database.reset();
+  std::printf("%s: %d inserted, %d updated, %d deleted, %d refused by the table's own rules\n", fs::path(GetParam()).filename().c_str(),
+              done.inserted, done.updated, done.deleted, done.refused);
+  database = Database::Open(copy_, options);
+  EXPECT_EQ(Findings(*database), "");
+  CompareWithReaders(*database);
+}
+
+TEST_P(SampleTest, CompactsIntoASoundFileWithTheSameRows) {
+  const auto database = Database::Open(copy_);
+  const std::string target = folder_.File("compact.mdb");
+  database->Compact(target);
+  const auto compacted = Database::Open(target);
+  EXPECT_EQ(Findings(*compacted), "");
+  auto ours = ByUs(*database);
+  auto theirs = ByUs(*compacted);
+  for (auto* tables : {&ours, &theirs})
+    for (auto& [name, rows] : *tables) std::sort(rows.begin(), rows.end());
+  EXPECT_EQ(ours, theirs);
+  EXPECT_EQ(database->Relationships().size(), compacted->Relationships().size());
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, SampleTest, testing::ValuesIn(Samples()));
+
+}  // namespace
+}  // namespace jet::tests
