@@ -190,7 +190,7 @@ INSTANTIATE_TEST_SUITE_P(Long, Cuts,
 INSTANTIATE_TEST_SUITE_P(Short, Cuts,
                          testing::Combine(testing::Values(Plan{"rows", 100, 30, 6, {2, 20, 4000, false, false}, std::size_t{16} << 20, 3},
                                                           Plan{"schema", 60, 30, 5, {2, 10, 4000, true, false}, std::size_t{16} << 20, 3},
-                                                          Plan{"tight", 300, 6, 60, {2, 60, 20000, true, false}, std::size_t{64} << 10, 3}),
+                                                          Plan{"tight", 300, 6, 60, {2, 60, 90000, true, false}, std::size_t{64} << 10, 3}),
                                           testing::Range(1u, 3u)),
                          NameOf);
 #endif
