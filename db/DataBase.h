@@ -41,14 +41,15 @@ struct CopieBilan {
 struct VerifieBilan {
   std::int64_t lignesSource = 0;
   std::int64_t lignesCible = 0;
-  std::int64_t differences = 0;       ///< rows that differ or stand on one side only
-  std::string premiereDifference;     ///< table, row and column of the first one, in words; empty when there is none
+  std::int64_t differences = 0;    ///< rows that differ or stand on one side only
+  std::string premiereDifference;  ///< table, row and column of the first one, in words; empty when there is none
   [[nodiscard]] bool Egales() const noexcept { return differences == 0 && lignesSource == lignesCible; }
 };
 
-/// One open database of one of five kinds: the ADO connection, a catalog bound to it, the table list, the aliases and the relations.
-/// New, then open (Ouvre), then closed (Ferme); not closed by its destructor's silence alone: the program calls Ferme.
-/// Apart from Ouvre, which shows its own failure, every failure is raised as runtime::Error. One thread.
+/// One open database of one of five kinds: the ADO connection, a catalog bound to it, the table list, the aliases and
+/// the relations. New, then open (Ouvre), then closed (Ferme); not closed by its destructor's silence alone: the
+/// program calls Ferme. Apart from Ouvre, which shows its own failure, every failure is raised as runtime::Error. One
+/// thread.
 class DataBase {
  public:
   DataBase();
@@ -56,7 +57,8 @@ class DataBase {
   DataBase(const DataBase&) = delete;
   DataBase& operator=(const DataBase&) = delete;
 
-  /// Opens; false after having shown the reason in a message box. Nom, Typ and AvecMvt hold the arguments in both cases.
+  /// Opens; false after having shown the reason in a message box. Nom, Typ and AvecMvt hold the arguments in both
+  /// cases.
   bool Ouvre(const std::string& nom, std::int16_t typ, bool avecMvt);
   /// Closes the connection if there is one and empties all lists.
   void Ferme();
@@ -76,8 +78,8 @@ class DataBase {
   /// Date literal picture found by the probe: empty except on MySQL.
   [[nodiscard]] const std::string& FmtDate() const noexcept { return fmtDate_; }
 
-  /// Opens a query written in the layer's dialect. option: 0 forward-only, 1 keyset table-direct, 2 dynamic (AddNew, Update), 3 static,
-  /// any other value: returned unopened. Error 3709 without a connection.
+  /// Opens a query written in the layer's dialect. option: 0 forward-only, 1 keyset table-direct, 2 dynamic (AddNew,
+  /// Update), 3 static, any other value: returned unopened. Error 3709 without a connection.
   [[nodiscard]] ado::Recordset OpenRecordSet(const std::string& sql, std::int16_t option);
   /// Runs a statement of the dialect without a time limit. Error 91 without a connection.
   void ExecuteSQL(const std::string& sql);
@@ -108,16 +110,18 @@ class DataBase {
   [[nodiscard]] std::int16_t NbRlt() const noexcept { return static_cast<std::int16_t>(relations_.size()); }
   /// Position from 0. Error 9 outside.
   [[nodiscard]] DbRlt& ListeRlt(std::int16_t i);
-  /// A chain of relations from one alias to the other, the first in registry order; empty when there is none or aliasDe was visited.
-  void GetListeRlt(const std::string& aliasDe, const std::string& aliasVers, std::vector<DbRlt*>& chaine, std::int16_t& longueur,
-                   const std::string& visites);
+  /// A chain of relations from one alias to the other, the first in registry order; empty when there is none or aliasDe
+  /// was visited.
+  void GetListeRlt(const std::string& aliasDe, const std::string& aliasVers, std::vector<DbRlt*>& chaine,
+                   std::int16_t& longueur, const std::string& visites);
   /// Registers a relation in memory; false when one between the same aliases exists. The flag is stored inverted.
-  bool AddRlt(const std::string& aliasSrc, const std::string& fldSrc, const std::string& aliasCbl, const std::string& fldCbl,
-              std::int32_t typ, std::int32_t typInv, bool obg);
+  bool AddRlt(const std::string& aliasSrc, const std::string& fldSrc, const std::string& aliasCbl,
+              const std::string& fldCbl, std::int32_t typ, std::int32_t typInv, bool obg);
   /// Appends a relation as it stands; Access only, nothing on other kinds.
   void AddRltAttachee(const DbRlt& rlt);
 
-  /// Creates the table in the backend, lists it and records it in the catalog. On an error of the creation it is not listed.
+  /// Creates the table in the backend, lists it and records it in the catalog. On an error of the creation it is not
+  /// listed.
   DbTbl& AddTbl(std::unique_ptr<DbTbl> tbl);
   /// Drops a table with its catalog rows; nothing when the backend has none of that name.
   void SupTbl(const std::string& nom);
@@ -129,11 +133,13 @@ class DataBase {
   /// Copies all rows of a table into the table of that name of another open database, which is created when missing.
   CopieBilan CopieDonnees(const std::string& nom, DataBase& cible, const CopieOptions& options = {});
   /// Gives cible a table with the structure of this one's table nom (ajoute) and its rows (copie).
-  CopieBilan TblCopie(const std::string& nom, DataBase& cible, bool ajoute, bool copie, const CopieOptions& options = {});
+  CopieBilan TblCopie(const std::string& nom, DataBase& cible, bool ajoute, bool copie,
+                      const CopieOptions& options = {});
   /// Reads the table on both sides and compares the rows, whatever their order on a key.
   [[nodiscard]] VerifieBilan VerifieCopie(const std::string& nom, DataBase& cible);
 
-  /// Links a table of another database into this Access database under nomLocal (the table's own name when blank); nothing on other kinds.
+  /// Links a table of another database into this Access database under nomLocal (the table's own name when blank);
+  /// nothing on other kinds.
   void AddTblAttachee(DbTbl& source, const std::string& nomLocal);
   /// Links it anew; nothing on other kinds.
   void ModTblAttachee(DbTbl& source, const std::string& nom);
@@ -179,11 +185,13 @@ class DataBase {
   bool avecMvt_ = false;
   std::string fmtDate_;
   std::unique_ptr<ado::Connection> connexion_;
-  std::unique_ptr<ado::Connection> precedente_;  // the connection of an earlier opening, while catalogue_ is still its own
+  std::unique_ptr<ado::Connection>
+      precedente_;  // the connection of an earlier opening, while catalogue_ is still its own
   std::vector<EntreeTbl> tables_;
   std::vector<EntreeAlias> alias_;
   std::vector<std::unique_ptr<DbRlt>> relations_;
-  mutable std::unique_ptr<sql::TablesQualifiees> qualifiees_;  // index over tables_ for FormateSSQL; none until it is needed
+  mutable std::unique_ptr<sql::TablesQualifiees>
+      qualifiees_;  // index over tables_ for FormateSSQL; none until it is needed
   mutable std::int16_t dernierTbl_ = 0;
   mutable std::int16_t dernierAlias_ = 0;
 };

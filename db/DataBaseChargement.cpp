@@ -23,7 +23,8 @@ bool EstHorsListe(std::string_view type) {
   return std::find(kHorsListe.begin(), kHorsListe.end(), type) != kHorsListe.end();
 }
 
-/// The further owner that a database name may carry as a part "OWNER=name", parts being separated by ";"; "" when there is none.
+/// The further owner that a database name may carry as a part "OWNER=name", parts being separated by ";"; "" when there
+/// is none.
 std::string ProprietaireDuNom(const std::string& nom) {
   constexpr std::string_view kCle = "OWNER=";
   std::string_view reste = nom;
@@ -36,8 +37,8 @@ std::string ProprietaireDuNom(const std::string& nom) {
   return {};
 }
 
-/// What is known of a linked table's structure: that of the table behind the link where its database is open in this program, else the
-/// link's own description.
+/// What is known of a linked table's structure: that of the table behind the link where its database is open in this
+/// program, else the link's own description.
 ado::Table ResoutLien(ado::Table& lien) {
   std::optional<ado::Table> resolue;
   runtime::IgnoringErrors([&] {

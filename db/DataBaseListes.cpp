@@ -12,7 +12,8 @@ namespace tamlo::db {
 
 namespace {
 
-/// The lookup that tables and aliases share: a number is the index itself, unchecked; else the last index found, else the first of that name.
+/// The lookup that tables and aliases share: a number is the index itself, unchecked; else the last index found, else
+/// the first of that name.
 template <typename Entrees, typename Nom>
 std::int16_t Indice(const Entrees& entrees, const std::string& cherche, Nom nomDe, std::int16_t& dernier) {
   if (runtime::IsNumeric(cherche)) return runtime::ToInt16(cherche);
@@ -35,22 +36,24 @@ auto& EntreeA(Entrees& entrees, std::int16_t indice) {
 }  // namespace
 
 std::int16_t DataBase::IndiceTbl(const std::string& nom) const {
-  return Indice(tables_, nom, [](const EntreeTbl& entree) -> const std::string& { return entree.nom; }, dernierTbl_);
+  return Indice(
+      tables_, nom, [](const EntreeTbl& entree) -> const std::string& { return entree.nom; }, dernierTbl_);
 }
 
 std::int16_t DataBase::IndiceAlias(const std::string& alias) const {
-  return Indice(alias_, alias, [](const EntreeAlias& entree) -> const std::string& { return entree.alias; },
-                dernierAlias_);
+  return Indice(
+      alias_, alias, [](const EntreeAlias& entree) -> const std::string& { return entree.alias; }, dernierAlias_);
 }
 
-DbTbl& DataBase::ListeTbl(const std::string& nom) { return *EntreeA(tables_, IndiceTbl(nom)).tbl; }
+DbTbl& DataBase::ListeTbl(const std::string& nom) {
+  return *EntreeA(tables_, IndiceTbl(nom)).tbl;
+}
 
 bool DataBase::ExisteTbl(const std::string& nom) {
   bool existe = false;
   const std::string cherche(runtime::Trim(nom));
-  runtime::IgnoringErrors([&] {
-    existe = runtime::UpperCase(Catalogue().Tables(cherche).Name()) == runtime::UpperCase(cherche);
-  });
+  runtime::IgnoringErrors(
+      [&] { existe = runtime::UpperCase(Catalogue().Tables(cherche).Name()) == runtime::UpperCase(cherche); });
   return existe;
 }
 

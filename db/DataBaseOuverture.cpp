@@ -78,8 +78,7 @@ void DataBase::OuvreConnexion() {
 void DataBase::InitialiseOuverture() {
   // Each step is left at its first failure, silently, and the next one goes on.
   constexpr std::int16_t kVerrous = 12000;
-  if (typ_ == TypJet)
-    runtime::IgnoringErrors([&] { connexion_->Property("Jet OLEDB:Max Locks Per File", kVerrous); });
+  if (typ_ == TypJet) runtime::IgnoringErrors([&] { connexion_->Property("Jet OLEDB:Max Locks Per File", kVerrous); });
   if (typ_ == TypOracle) runtime::IgnoringErrors([&] { ExecuteSQL("ALTER SESSION SET NLS_SORT=BINARY"); });
   runtime::IgnoringErrors([&] {
     catalogue_ = std::make_unique<ado::Catalog>(*connexion_);

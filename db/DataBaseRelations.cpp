@@ -79,8 +79,7 @@ void DataBase::ChargeListeRlt() {
     const std::int32_t typ = type(rs.Fields("TYP").Value());
     const std::int32_t typInv = type(rs.Fields("TYPINV").Value());
     DbRlt relation;
-    relation.Init(aliasSrc, fldSrc, aliasCbl, fldCbl, typ, typInv,
-                  DrapeauCatalogue(rs.Fields("OBLIGATOIRE").Value()));
+    relation.Init(aliasSrc, fldSrc, aliasCbl, fldCbl, typ, typInv, DrapeauCatalogue(rs.Fields("OBLIGATOIRE").Value()));
     AjouteRlt(relation);
   }
   rs.Close();

@@ -10,9 +10,9 @@ class DbTbl;
 /// One field of a table. Belongs to its table, which it knows by a back-reference; filled once by Init.
 class DbFld {
  public:
-  /// Stores a field. nom is trimmed and lower-cased; typ is an ADO data-type code, normalised (129, 130 to 202; 200 to 202 or, from
-  /// length 2000 on, 203; 201 to 203; 133, 135 to 7; 139 to 5; 16 to 17; 128 to 205); lg is kept for 202 and for a given 5 only.
-  /// Error 6 when a kept length does not fit in 16 bits.
+  /// Stores a field. nom is trimmed and lower-cased; typ is an ADO data-type code, normalised (129, 130 to 202; 200 to
+  /// 202 or, from length 2000 on, 203; 201 to 203; 133, 135 to 7; 139 to 5; 16 to 17; 128 to 205); lg is kept for 202
+  /// and for a given 5 only. Error 6 when a kept length does not fit in 16 bits.
   void Init(const std::string& nom, std::int16_t typ, double lg, bool estCpt, DbTbl* table, std::int16_t no, bool obg,
             const std::string& fmt, const std::string& ini);
 
@@ -23,8 +23,8 @@ class DbFld {
   [[nodiscard]] const std::string& Fmt() const noexcept { return fmt_; }
   [[nodiscard]] const std::string& Nom() const noexcept { return nom_; }
   [[nodiscard]] bool Obg() const noexcept { return obg_; }
-  /// Stores the mandatory flag and writes it to the catalog; nothing when it does not change. Errors of the statement go to the caller,
-  /// the flag being stored.
+  /// Stores the mandatory flag and writes it to the catalog; nothing when it does not change. Errors of the statement
+  /// go to the caller, the flag being stored.
   void Obg(bool obligatoire);
   [[nodiscard]] const std::string& Ini() const noexcept { return ini_; }
   [[nodiscard]] std::int16_t Typ() const noexcept { return typ_; }

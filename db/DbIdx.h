@@ -14,9 +14,9 @@ struct CleMySql;
 /// One index of a table: its name, flags and fields in order. Belongs to its table; filled once by Init.
 class DbIdx {
  public:
-  /// From a description (the backend's own or one built from a field list). On MySQL the fields come from "SHOW KEYS", those of the
-  /// description where the server has no key of that name, and the index is primary exactly when it is named PRIMARY; errors of that
-  /// query go to the caller. Error 6 beyond 32767 fields.
+  /// From a description (the backend's own or one built from a field list). On MySQL the fields come from "SHOW KEYS",
+  /// those of the description where the server has no key of that name, and the index is primary exactly when it is
+  /// named PRIMARY; errors of that query go to the caller. Error 6 beyond 32767 fields.
   void Init(const ado::Index& index, DbTbl* table);
   /// The same for a MySQL table whose keys have been read already.
   void Init(const ado::Index& index, DbTbl* table, const std::vector<CleMySql>& cles);

@@ -13,8 +13,8 @@ namespace tamlo::db {
 
 namespace {
 
-/// The lookup that fields and indexes share: a number is the position itself, unchecked; else the last position found, else the first of
-/// that name.
+/// The lookup that fields and indexes share: a number is the position itself, unchecked; else the last position found,
+/// else the first of that name.
 template <typename Element>
 std::int16_t Position(const std::vector<std::unique_ptr<Element>>& liste, const std::string& cle, bool majuscules,
                       std::int16_t& dernier) {
@@ -44,13 +44,23 @@ bool PropageMvt(std::int32_t typ, std::int32_t typInv) {
 
 }  // namespace
 
-std::int16_t DbTbl::PosFld(const std::string& cle) const { return Position(champs_, cle, false, dernierFld_); }
-std::int16_t DbTbl::PosIdx(const std::string& cle) const { return Position(index_, cle, true, dernierIdx_); }
+std::int16_t DbTbl::PosFld(const std::string& cle) const {
+  return Position(champs_, cle, false, dernierFld_);
+}
+std::int16_t DbTbl::PosIdx(const std::string& cle) const {
+  return Position(index_, cle, true, dernierIdx_);
+}
 
-DbFld& DbTbl::ListeFld(const std::string& cle) { return ElementA(champs_, PosFld(cle)); }
-DbIdx& DbTbl::ListeIdx(const std::string& cle) { return ElementA(index_, PosIdx(cle)); }
+DbFld& DbTbl::ListeFld(const std::string& cle) {
+  return ElementA(champs_, PosFld(cle));
+}
+DbIdx& DbTbl::ListeIdx(const std::string& cle) {
+  return ElementA(index_, PosIdx(cle));
+}
 
-bool DbTbl::ExisteFld(const std::string& nom) const { return PosFld(nom) != -1; }
+bool DbTbl::ExisteFld(const std::string& nom) const {
+  return PosFld(nom) != -1;
+}
 
 bool DbTbl::ExisteIdx(const std::string& nom) const {
   const bool oracle = db_ != nullptr && db_->Kind16() == TypOracle;
@@ -81,7 +91,9 @@ void DbTbl::Owner(const std::string& owner) {
   if (liste_ != nullptr) liste_->NomsChanges();
 }
 
-bool DbTbl::EstTableCatalogue() const noexcept { return EstTableDuCatalogue(nom_); }
+bool DbTbl::EstTableCatalogue() const noexcept {
+  return EstTableDuCatalogue(nom_);
+}
 
 DataBase& DbTbl::DbRequis() const {
   if (db_ == nullptr) throw runtime::Error(runtime::kObjectNotSet);
@@ -94,10 +106,17 @@ bool DbTbl::PrivilegeOK(const std::string& privilege) {
   const std::string utilisateur = EnvironnementCourant().nomUtlConnecte();
   if (owner_ == utilisateur) return true;
   if (db.PrivilegeOK(privilege + " ANY TABLE")) return true;
-  ado::Recordset rs = db.OpenRecordSet("SELECT * FROM ALL_TAB_PRIVS,USER_ROLE_PRIVS WHERE GRANTEE = GRANTED_ROLE (+)"
-                                       " AND (GRANTEE = '" + utilisateur + "' OR USERNAME = '" + utilisateur + "')"
-                                       " AND TABLE_SCHEMA='" + owner_ + "' AND TABLE_NAME='" + nom_ + "'"
-                                       " AND PRIVILEGE='" + privilege + "'", 0);
+  ado::Recordset rs = db.OpenRecordSet(
+      "SELECT * FROM ALL_TAB_PRIVS,USER_ROLE_PRIVS WHERE GRANTEE = GRANTED_ROLE (+)"
+      " AND (GRANTEE = '" +
+          utilisateur + "' OR USERNAME = '" + utilisateur +
+          "')"
+          " AND TABLE_SCHEMA='" +
+          owner_ + "' AND TABLE_NAME='" + nom_ +
+          "'"
+          " AND PRIVILEGE='" +
+          privilege + "'",
+      0);
   const bool ok = !rs.Eof();
   rs.Close();
   return ok;

@@ -16,8 +16,9 @@ namespace tamlo::db {
 class DataBase;
 struct CleMySql;
 
-/// Definition of one table: fields and indexes with their lookups and edits. Owned by the table list of its DataBase, or by the program
-/// that describes a new table (no Db) until it hands it to DataBase::AddTbl. Keys of lookups are a name, or a position from 0 in decimal.
+/// Definition of one table: fields and indexes with their lookups and edits. Owned by the table list of its DataBase,
+/// or by the program that describes a new table (no Db) until it hands it to DataBase::AddTbl. Keys of lookups are a
+/// name, or a position from 0 in decimal.
 class DbTbl {
  public:
   DbTbl() = default;
@@ -28,16 +29,19 @@ class DbTbl {
   [[nodiscard]] DbFld& ListeFld(const std::string& cle);
   [[nodiscard]] DbIdx& ListeIdx(const std::string& cle);
 
-  /// Loads the definition of a backend's table, from the catalog's open recordsets where given (nullptr: no catalog), else from the
-  /// backend alone. A table that cannot be opened stays without fields and indexes, without an error; other errors go to the caller.
-  void Init(DataBase& db, ado::Table& table, bool avecMvt, ado::Recordset* rsFld, ado::Recordset* rsIdx, const std::string& owner);
+  /// Loads the definition of a backend's table, from the catalog's open recordsets where given (nullptr: no catalog),
+  /// else from the backend alone. A table that cannot be opened stays without fields and indexes, without an error;
+  /// other errors go to the caller.
+  void Init(DataBase& db, ado::Table& table, bool avecMvt, ado::Recordset* rsFld, ado::Recordset* rsIdx,
+            const std::string& owner);
 
   /// Stored trimmed and upper-cased.
   void Nom(const std::string& nom);
   void Db(DataBase* db) noexcept { db_ = db; }
   [[nodiscard]] DataBase* Db() const noexcept { return db_; }
 
-  /// True when the connected user holds the privilege ("SELECT", "INSERT") on this table; always on kinds other than Oracle.
+  /// True when the connected user holds the privilege ("SELECT", "INSERT") on this table; always on kinds other than
+  /// Oracle.
   [[nodiscard]] bool PrivilegeOK(const std::string& privilege);
 
   /// Write the catalog row of one field (index), through rs, or through a recordset of its own when rs is nullptr.
@@ -47,9 +51,11 @@ class DbTbl {
 
   /// Drops an index; nothing when there is none of that name or the backend refuses and still has it.
   void SupIdx(const std::string& nom);
-  /// Adds a field; with a Db also to the backend and the catalog, and nothing when the field exists. Without a Db no duplicate check.
+  /// Adds a field; with a Db also to the backend and the catalog, and nothing when the field exists. Without a Db no
+  /// duplicate check.
   void AddFld(const std::string& nom, std::int32_t typ, std::int32_t lg, bool estCpt);
-  /// Adds an index on an encoded field list ("a;-b"); nothing when one of that name exists. With a Db also to the backend and the catalog.
+  /// Adds an index on an encoded field list ("a;-b"); nothing when one of that name exists. With a Db also to the
+  /// backend and the catalog.
   void AddIdx(const std::string& nom, const std::string& champs, bool primaire, bool unique);
   /// True when any index holds the field at any of its positions.
   [[nodiscard]] bool ExisteIdxSurFld(const std::string& champ) const;
@@ -58,7 +64,8 @@ class DbTbl {
   [[nodiscard]] const std::string& Owner() const noexcept { return owner_; }
   void Owner(const std::string& owner);
   [[nodiscard]] bool AvecMvt() const noexcept { return avecMvt_; }
-  /// Stores and writes the movement flag, and gives it to the tables linked by relations; nothing when it does not change.
+  /// Stores and writes the movement flag, and gives it to the tables linked by relations; nothing when it does not
+  /// change.
   void AvecMvt(bool avecMvt);
   [[nodiscard]] std::int16_t NbFld() const noexcept { return static_cast<std::int16_t>(champs_.size()); }
   /// True when a field is a counter.
@@ -76,7 +83,8 @@ class DbTbl {
 
   [[nodiscard]] std::int16_t PosFld(const std::string& cle) const;
   [[nodiscard]] std::int16_t PosIdx(const std::string& cle) const;
-  [[nodiscard]] ado::Index LitChampsIdx(const std::string& nom, const std::string& champs, bool primaire, bool unique) const;
+  [[nodiscard]] ado::Index LitChampsIdx(const std::string& nom, const std::string& champs, bool primaire,
+                                        bool unique) const;
   bool ChargeFldTable();
   void ChargeFldCatalogue(ado::Table& table, ado::Recordset& rsFld);
   void ChargeIdxTable(ado::Table& table);

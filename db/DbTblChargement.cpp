@@ -16,7 +16,8 @@ struct TypeLongueur {
 };
 
 /// What a backend's column is to the layer: Oracle and MySQL have one exact numeric for several of our types.
-TypeLongueur TypeDeColonne(std::int16_t kind, std::int16_t typ, double lg, std::int16_t precision, std::int16_t echelle) {
+TypeLongueur TypeDeColonne(std::int16_t kind, std::int16_t typ, double lg, std::int16_t precision,
+                           std::int16_t echelle) {
   if (typ != ado::adNumeric) return {typ, lg};
   if (kind == TypOracle) {
     switch (precision) {

@@ -96,7 +96,9 @@ bool ChercheCle(ado::Recordset& rs, const std::string& index, const std::string&
   return !rs.Eof();
 }
 
-std::array<runtime::Variant, kColonnesTbl.size()> ValeursTbl(const DbTbl& tbl) { return {tbl.Nom(), tbl.AvecMvt()}; }
+std::array<runtime::Variant, kColonnesTbl.size()> ValeursTbl(const DbTbl& tbl) {
+  return {tbl.Nom(), tbl.AvecMvt()};
+}
 
 std::array<runtime::Variant, kColonnesFld.size()> ValeursFld(const DbTbl& tbl, const DbFld& fld) {
   return {tbl.Nom(), fld.No(), fld.Nom()};
@@ -127,7 +129,8 @@ std::vector<CleMySql> LitClesMySql(DataBase& db, const std::string& table) {
   const ado::Field& index = rs.Fields("Key_name");
   const ado::Field& champ = rs.Fields("Column_Name");
   for (; !rs.Eof(); rs.MoveNext()) {
-    cles.push_back({runtime::UpperCase(TexteCatalogue(index.Value())), runtime::LowerCase(TexteCatalogue(champ.Value()))});
+    cles.push_back(
+        {runtime::UpperCase(TexteCatalogue(index.Value())), runtime::LowerCase(TexteCatalogue(champ.Value()))});
   }
   rs.Close();
   return cles;

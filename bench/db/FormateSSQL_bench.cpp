@@ -1,5 +1,5 @@
-// FormateSSQL on a usual statement, for each kind, as a ratio to one plain pass that upper-cases the same text into a new string.
-// The last lines of the output are the ratios; the exit status is 1 when one is above its limit.
+// FormateSSQL on a usual statement, for each kind, as a ratio to one plain pass that upper-cases the same text into a
+// new string. The last lines of the output are the ratios; the exit status is 1 when one is above its limit.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -69,8 +69,12 @@ struct Limite {
   int tables;
   double rapport;
 };
-constexpr Limite kLimites[] = {{"kind 0", 0, 0, 3},      {"kind 1", 1, 0, 3},         {"kind 2, 2 tables", 2, 2, 8},
-                               {"kind 2, 1000 tables", 2, 1000, 8}, {"kind 2, 20000 tables", 2, 20000, 8}, {"kind 3", 3, 0, 3}};
+constexpr Limite kLimites[] = {{"kind 0", 0, 0, 3},
+                               {"kind 1", 1, 0, 3},
+                               {"kind 2, 2 tables", 2, 2, 8},
+                               {"kind 2, 1000 tables", 2, 1000, 8},
+                               {"kind 2, 20000 tables", 2, 20000, 8},
+                               {"kind 3", 3, 0, 3}};
 
 }  // namespace
 

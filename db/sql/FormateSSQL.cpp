@@ -30,7 +30,10 @@ void ReplieCasse(std::string& sql) {
   if (EstAscii(sql)) {
     char* const octets = sql.data();
     ParcourtLitteraux(
-        sql, [&](std::string_view partie) { SurChaqueBloc(octets + (partie.data() - octets), partie.size(), [](Octets bloc) { return Majuscules(bloc); }); },
+        sql,
+        [&](std::string_view partie) {
+          SurChaqueBloc(octets + (partie.data() - octets), partie.size(), [](Octets bloc) { return Majuscules(bloc); });
+        },
         [](std::string_view) {});
     return;
   }

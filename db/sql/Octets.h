@@ -8,7 +8,8 @@
 /// Work on the bytes of short texts sixteen at a time.
 namespace tamlo::db::sql {
 
-/// Sixteen bytes as one value: the compilers in use give it arithmetic byte by byte, in vector instructions where the machine has them.
+/// Sixteen bytes as one value: the compilers in use give it arithmetic byte by byte, in vector instructions where the
+/// machine has them.
 typedef unsigned char Octets __attribute__((vector_size(16)));
 inline constexpr std::size_t kBloc = sizeof(Octets);
 
@@ -40,8 +41,8 @@ inline constexpr std::size_t kBloc = sizeof(Octets);
          static_cast<std::uint32_t>(moities[1] * kRassemble >> 56U) << 8U;
 }
 
-/// Applies an operation on blocks to all bytes of a text in place. The last block overlaps the one before it: applying the operation twice
-/// must be the same as once.
+/// Applies an operation on blocks to all bytes of a text in place. The last block overlaps the one before it: applying
+/// the operation twice must be the same as once.
 template <typename Operation>
 void SurChaqueBloc(char* octets, std::size_t nombre, Operation operation) {
   const auto applique = [&](char* debut) {

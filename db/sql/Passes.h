@@ -11,13 +11,14 @@ namespace tamlo::db::sql {
 /// The function of the dialect around a date text.
 inline constexpr std::string_view kCvdate = "CVDATE";
 
-/// Upper case outside of single-quoted literals. From an unmatched quote on, and back to the end of the literal before it, the text keeps
-/// its case.
+/// Upper case outside of single-quoted literals. From an unmatched quote on, and back to the end of the literal before
+/// it, the text keeps its case.
 void ReplieCasse(std::string& sql);
 
 /// True when the first six characters are "DELETE" in any case.
 [[nodiscard]] bool CommenceParDelete(std::string_view sql);
-/// "DELETE * FROM" and "DELETE T.* FROM" are the dialect's alone: every ".*" goes, then every asterisk of the statement.
+/// "DELETE * FROM" and "DELETE T.* FROM" are the dialect's alone: every ".*" goes, then every asterisk of the
+/// statement.
 void RetireAsterisques(std::string& sql);
 
 /// What remains to be done for each kind once the case is folded. Errors of FormateSSQL.

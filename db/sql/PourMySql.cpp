@@ -17,12 +17,14 @@ namespace {
 Octets Marques(Octets bloc) {
   const Octets quotes = Egaux(bloc, '\'');
   const Octets crochets = Egaux(bloc, '[') | Egaux(bloc, ']');
-  return (bloc & ~(quotes | crochets)) | (quotes & static_cast<unsigned char>('"')) | (crochets & static_cast<unsigned char>('`'));
+  return (bloc & ~(quotes | crochets)) | (quotes & static_cast<unsigned char>('"')) |
+         (crochets & static_cast<unsigned char>('`'));
 }
 
 /// Single quotes become double ones and square brackets back quotes.
 void RemplaceMarques(std::string& sql) {
-  if (sql.size() <= Positions::kOctetsSurs) return SurChaqueBloc(sql.data(), sql.size(), [](Octets bloc) { return Marques(bloc); });
+  if (sql.size() <= Positions::kOctetsSurs)
+    return SurChaqueBloc(sql.data(), sql.size(), [](Octets bloc) { return Marques(bloc); });
   RemplaceDans(sql, "'", "\"");
   RemplaceDans(sql, "[", "`");
   RemplaceDans(sql, "]", "`");
@@ -55,7 +57,8 @@ std::size_t ChercheCvdate(const std::string& sql, std::size_t depart) {
   return std::string::npos;
 }
 
-/// What stands for a date text between the quotes of a literal: the date by the picture, or the text itself when it is no date.
+/// What stands for a date text between the quotes of a literal: the date by the picture, or the text itself when it is
+/// no date.
 std::string DateEcrite(std::string_view texte, std::string_view fmtDate) {
   if (const auto date = runtime::ParseDate(texte)) return runtime::FormatDate(*date, fmtDate);
   return std::string(texte);
@@ -78,7 +81,8 @@ Ordre OrdreDe(std::string_view fmtDate) {
   return fmtDate == "DD-MM-YYYY" ? Ordre::kJourDevant : Ordre::kAutre;
 }
 
-/// Rewrites the usual form, CVDATE("dd/dd/dddd") with a day up to 28, by moving its digits. False, and nothing done, for every other form.
+/// Rewrites the usual form, CVDATE("dd/dd/dddd") with a day up to 28, by moving its digits. False, and nothing done,
+/// for every other form.
 bool EcritDateUsuelle(std::string& sql, std::size_t c, Ordre ordre) {
   constexpr std::string_view kForme = "CVDATE(\"00/00/0000\")";
   if (ordre == Ordre::kAutre || sql.size() - c < kForme.size() || sql.size() > Positions::kOctetsSurs) return false;

@@ -19,10 +19,10 @@ void Qualifie(std::string& sql, const TablesQualifiees::Table& table) {
     std::string_view apres;
     bool crochets;
   };
-  static constexpr Forme kFormes[] = {
-      {" ", " ", false}, {" ", ".", false}, {" ", ",", false}, {" ", " ", true},  {" ", ".", true},  {" ", ",", true},
-      {" ", "(", true},  {" ", ")", true},  {",", " ", false}, {",", ".", false}, {",", ",", false}, {",", " ", true},
-      {",", ".", true},  {",", ",", true},  {",", "(", true},  {",", ")", true}};
+  static constexpr Forme kFormes[] = {{" ", " ", false}, {" ", ".", false}, {" ", ",", false}, {" ", " ", true},
+                                      {" ", ".", true},  {" ", ",", true},  {" ", "(", true},  {" ", ")", true},
+                                      {",", " ", false}, {",", ".", false}, {",", ",", false}, {",", " ", true},
+                                      {",", ".", true},  {",", ",", true},  {",", "(", true},  {",", ")", true}};
   std::string cherche;
   std::string remplace;
   for (const Forme& forme : kFormes) {
@@ -53,7 +53,8 @@ void AjouteMasques(std::string& sql, const std::string& masque) {
 /// Step by step, as the dialect describes it: for whatever the quick way leaves alone.
 void TraduitPasAPas(std::string& sql, const TablesQualifiees& tables) {
   sql += ' ';
-  // Only the tables that the text may name are looked at. What is put in may name further ones, so the text is asked again.
+  // Only the tables that the text may name are looked at. What is put in may name further ones, so the text is asked
+  // again.
   for (std::int64_t rang = tables.Suivante(sql, -1); rang >= 0; rang = tables.Suivante(sql, rang)) {
     Qualifie(sql, tables[static_cast<std::size_t>(rang)]);
   }
@@ -70,7 +71,8 @@ void TraduitPasAPas(std::string& sql, const TablesQualifiees& tables) {
 bool EstDateSeule(std::string_view jusquaParenthese) {
   constexpr std::size_t kAvantDate = 9;  // "CVDATE(" and the two quotes
   constexpr std::size_t kDateSeule = 10;
-  return jusquaParenthese.size() <= kAvantDate + kDateSeule || runtime::Length(jusquaParenthese) <= kAvantDate + kDateSeule;
+  return jusquaParenthese.size() <= kAvantDate + kDateSeule ||
+         runtime::Length(jusquaParenthese) <= kAvantDate + kDateSeule;
 }
 
 void PourOracle(std::string& sql, const TablesQualifiees* tables) {

@@ -33,7 +33,9 @@ class Source {
   [[nodiscard]] const char* Octets() const { return octets_; }
   /// The text with its blank.
   [[nodiscard]] std::size_t Taille() const { return taille_ + 1; }
-  [[nodiscard]] std::string_view Partie(std::size_t debut, std::size_t fin) const { return {octets_ + debut, fin - debut}; }
+  [[nodiscard]] std::string_view Partie(std::size_t debut, std::size_t fin) const {
+    return {octets_ + debut, fin - debut};
+  }
   [[nodiscard]] std::size_t Cherche(char octet, std::size_t depart) const {
     const void* trouve = std::memchr(octets_ + depart, octet, Taille() - depart);
     return trouve == nullptr ? std::string::npos : static_cast<std::size_t>(static_cast<const char*>(trouve) - octets_);
@@ -58,7 +60,9 @@ std::uint64_t Places(const char* fenetre) {
 }
 
 /// Characters of which the later passes make something: brackets, and letters of " AS " and "CVDATE".
-bool EstDangereux(char octet) { return octet == '[' || octet == ']' || octet == 'A'; }
+bool EstDangereux(char octet) {
+  return octet == '[' || octet == ']' || octet == 'A';
+}
 
 Octets EnGuillemets(Octets bloc) {
   const Octets crochets = Egaux(bloc, '[') | Egaux(bloc, ']');
@@ -99,8 +103,8 @@ class Traduction {
   const TablesQualifiees& tables_;
   std::string& sortie_;
   std::size_t ecrits_ = 0;
-  std::size_t copies_ = 0;    // of the source: what stands before is written or left out
-  std::size_t debut_ = 0;     // of the text without its outer blanks
+  std::size_t copies_ = 0;  // of the source: what stands before is written or left out
+  std::size_t debut_ = 0;   // of the text without its outer blanks
   std::size_t fin_ = 0;
   std::size_t masqueEn_ = std::string::npos;  // where a date mask is to be put in
   std::size_t masqueApres_ = 0;               // further dates are looked for from here on
@@ -179,7 +183,8 @@ bool Traduction::TraiteSeparateur(std::size_t place) {
     Ecrit(".");
     return true;
   }
-  const bool as = place >= debut_ && place >= copies_ && place + 4 <= fin_ && std::memcmp(source_.Octets() + place, " AS ", 4) == 0;
+  const bool as =
+      place >= debut_ && place >= copies_ && place + 4 <= fin_ && std::memcmp(source_.Octets() + place, " AS ", 4) == 0;
   if (as) {
     CopieJusqua(place + 1);
     copies_ = place + 4;
@@ -188,7 +193,8 @@ bool Traduction::TraiteSeparateur(std::size_t place) {
 }
 
 bool Traduction::TraiteCvdate(std::size_t place) {
-  if (place + kCvdate.size() > fin_ || std::memcmp(source_.Octets() + place, kCvdate.data(), kCvdate.size()) != 0) return true;
+  if (place + kCvdate.size() > fin_ || std::memcmp(source_.Octets() + place, kCvdate.data(), kCvdate.size()) != 0)
+    return true;
   if (place >= masqueApres_) {
     masqueEn_ = source_.Cherche(')', place);
     if (masqueEn_ == std::string::npos) return false;

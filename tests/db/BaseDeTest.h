@@ -15,7 +15,8 @@
 
 namespace tamlo::tests {
 
-/// A scripted backend, a platform without a screen, and one DataBase on them. The connected user is ADM with the password secret.
+/// A scripted backend, a platform without a screen, and one DataBase on them. The connected user is ADM with the
+/// password secret.
 class BaseDeTest : public testing::Test {
  protected:
   using Ligne = std::vector<runtime::Variant>;
@@ -29,9 +30,10 @@ class BaseDeTest : public testing::Test {
   /// The four catalog tables, empty.
   void AjouteCatalogue();
   void LigneFld(const std::string& table, std::int16_t no, const std::string& nom);
-  void LigneIdx(const std::string& table, const std::string& nom, const std::string& champs, bool primaire, bool unique);
-  void LigneRlt(const std::string& src, const std::string& fldSrc, const std::string& cbl, const std::string& fldCbl, int typ,
-                int typInv, bool obg);
+  void LigneIdx(const std::string& table, const std::string& nom, const std::string& champs, bool primaire,
+                bool unique);
+  void LigneRlt(const std::string& src, const std::string& fldSrc, const std::string& cbl, const std::string& fldCbl,
+                int typ, int typInv, bool obg);
   /// Answers SHOW KEYS of every table with these (key, column) pairs.
   void ScripteCles(const std::vector<std::pair<std::string, std::string>>& cles);
   /// Answers ALL_TABLES with these (name, owner) pairs.

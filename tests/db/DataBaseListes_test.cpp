@@ -55,7 +55,9 @@ TEST_F(DataBaseListes, ExisteTblAsksTheCatalogWithoutAStatement) {
   EXPECT_EQ(Numero([&] { (void)db.ListeTbl("NOUVELLE"); }), runtime::kSubscriptOutOfRange);
 }
 
-TEST_F(DataBaseListes, ExisteTblIsFalseOnAnyError) { EXPECT_FALSE(db.ExisteTbl("UTL")); }
+TEST_F(DataBaseListes, ExisteTblIsFalseOnAnyError) {
+  EXPECT_FALSE(db.ExisteTbl("UTL"));
+}
 
 TEST_F(DataBaseListes, SupporteTableIsFalseOnEveryKind) {
   for (std::int16_t kind = 0; kind <= 4; ++kind) {
@@ -154,7 +156,8 @@ TEST_F(DataBaseListes, SupTblDropsTheTableItsEntryAndItsCatalogRows) {
                         "DELETE  FROM [$IDXKORV$] WHERE [TABLE]='UTL'"};
   const Textes jet{"DELETE * FROM [$TBLKORV$] WHERE [NOM]='UTL'", "DELETE * FROM [$FLDKORV$] WHERE [TABLE]='UTL'",
                    "DELETE * FROM [$IDXKORV$] WHERE [TABLE]='UTL'"};
-  const Textes oracle{"DELETE  FROM \"$TBLKORV$\" WHERE \"NOM\"='UTL'", "DELETE  FROM \"$FLDKORV$\" WHERE \"TABLE\"='UTL'",
+  const Textes oracle{"DELETE  FROM \"$TBLKORV$\" WHERE \"NOM\"='UTL'",
+                      "DELETE  FROM \"$FLDKORV$\" WHERE \"TABLE\"='UTL'",
                       "DELETE  FROM \"$IDXKORV$\" WHERE \"TABLE\"='UTL'"};
   const Textes mySql{"DELETE  FROM `$TBLKORV$` WHERE `NOM`=\"UTL\"", "DELETE  FROM `$FLDKORV$` WHERE `TABLE`=\"UTL\"",
                      "DELETE  FROM `$IDXKORV$` WHERE `TABLE`=\"UTL\""};
@@ -208,10 +211,13 @@ class DataBaseRelations : public BaseDeTest {
     db.GetListeRlt(de, vers, chaine, longueur, visites);
     EXPECT_EQ(chaine.size(), static_cast<std::size_t>(longueur));
     std::string texte;
-    for (const db::DbRlt* relation : chaine) texte += (texte.empty() ? "" : ",") + relation->AliasSrc() + "-" + relation->AliasCbl();
+    for (const db::DbRlt* relation : chaine)
+      texte += (texte.empty() ? "" : ",") + relation->AliasSrc() + "-" + relation->AliasCbl();
     return texte;
   }
-  void Relie(const std::string& de, const std::string& vers) { EXPECT_TRUE(db.AddRlt(de, "x", vers, "y", 0, 0, false)); }
+  void Relie(const std::string& de, const std::string& vers) {
+    EXPECT_TRUE(db.AddRlt(de, "x", vers, "y", 0, 0, false));
+  }
 };
 
 TEST_F(DataBaseRelations, AddRltFoldsTheNamesAndInvertsTheFlag) {
@@ -314,7 +320,8 @@ TEST_F(DataBaseRelations, AMissingRegistryTableIsCreatedEmpty) {
   ASSERT_TRUE(db.Ouvre("V", 1, true));
   EXPECT_EQ(db.NbRlt(), 0);
   EXPECT_EQ(provider.Statements().back(),
-            "CREATE TABLE \"$RLTKORV$\" (\"ALIASSRC\"  NVARCHAR(50),\"FLDSRC\"  NVARCHAR(30),\"ALIASCBL\"  NVARCHAR(50),\"FLDCBL\"  "
+            "CREATE TABLE \"$RLTKORV$\" (\"ALIASSRC\"  NVARCHAR(50),\"FLDSRC\"  NVARCHAR(30),\"ALIASCBL\"  "
+            "NVARCHAR(50),\"FLDCBL\"  "
             "NVARCHAR(30),\"TYP\"  TINYINT,\"TYPINV\"  TINYINT,\"OBLIGATOIRE\"  BIT DEFAULT 0,CONSTRAINT \"SRCCBL\"  "
             "UNIQUE(\"aliassrc\",\"aliascbl\"))");
 }

@@ -123,7 +123,8 @@ TEST_F(DataBaseRequetes, PrivilegesAreAllHeldWithoutACallButOnOracle) {
 
 TEST_F(DataBaseRequetes, AnOraclePrivilegeIsLookedForInRolesThenDirectly) {
   const std::string roles =
-      "SELECT * FROM ROLE_SYS_PRIVS,USER_ROLE_PRIVS WHERE ROLE = GRANTED_ROLE AND USERNAME = 'Adm' AND PRIVILEGE='Create Table'";
+      "SELECT * FROM ROLE_SYS_PRIVS,USER_ROLE_PRIVS WHERE ROLE = GRANTED_ROLE AND USERNAME = 'Adm' AND "
+      "PRIVILEGE='Create Table'";
   const std::string directs = "SELECT * FROM USER_SYS_PRIVS WHERE USERNAME = 'Adm' AND PRIVILEGE='Create Table'";
   Ouvre(2);
   db::EnvironnementCourant().nomUtlConnecte = [] { return std::string("Adm"); };

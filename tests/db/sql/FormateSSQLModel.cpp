@@ -23,7 +23,9 @@ std::string Octets(const Texte& texte) {
   return sortie;
 }
 
-Texte Majuscules(const Texte& texte) { return Caracteres(runtime::UpperCase(Octets(texte))); }
+Texte Majuscules(const Texte& texte) {
+  return Caracteres(runtime::UpperCase(Octets(texte)));
+}
 
 std::int16_t Position(std::size_t valeur) {
   if (valeur > 32767) throw Error(runtime::kOverflow);
@@ -41,7 +43,9 @@ Texte Gauche(const Texte& texte, int longueur) {
   return texte.substr(0, static_cast<std::size_t>(longueur));
 }
 
-Texte Milieu(const Texte& texte, std::size_t depart) { return depart > texte.size() ? Texte() : texte.substr(depart - 1); }
+Texte Milieu(const Texte& texte, std::size_t depart) {
+  return depart > texte.size() ? Texte() : texte.substr(depart - 1);
+}
 
 Texte Milieu(const Texte& texte, std::size_t depart, int longueur) {
   if (longueur < 0) throw Error(runtime::kInvalidArgument);

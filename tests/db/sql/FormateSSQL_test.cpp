@@ -23,7 +23,8 @@ constexpr std::int16_t kOdbc = 4;
 /// On a day-first system with the short date dd/MM/yyyy.
 class FormateSSQL : public testing::Test {
  protected:
-  static std::string Traduit(std::int16_t kind, std::string sql, const Tables& tables = {{"UTL", "ADM"}, {"VLM", "ADM"}},
+  static std::string Traduit(std::int16_t kind, std::string sql,
+                             const Tables& tables = {{"UTL", "ADM"}, {"VLM", "ADM"}},
                              const std::string& fmtDate = "YYYY-MM-DD") {
     TablesQualifiees qualifiees;
     for (const auto& [nom, owner] : tables) qualifiees.Ajoute(nom, owner);
@@ -31,7 +32,8 @@ class FormateSSQL : public testing::Test {
     return sql;
   }
   static std::int32_t Erreur(std::int16_t kind, std::string& sql) {
-    return tamlo::runtime::IgnoringErrors([&] { tamlo::db::sql::FormateSSQL(sql, kind, "YYYY-MM-DD", nullptr); }).number;
+    return tamlo::runtime::IgnoringErrors([&] { tamlo::db::sql::FormateSSQL(sql, kind, "YYYY-MM-DD", nullptr); })
+        .number;
   }
 
  private:
@@ -49,9 +51,11 @@ TEST_F(FormateSSQL, TranslatesTheWorkedExampleForEachKind) {
   EXPECT_EQ(Traduit(kSqlServer, kExemple),
             "SELECT U.[NOM], V.* FROM [UTL] AS U, VLM V WHERE U.[DTCRE] >= ('01/02/2003') AND U.NOM = 'Dupont'");
   EXPECT_EQ(Traduit(kOracle, kExemple),
-            "SELECT U.\"NOM\", V.* FROM ADM.\"UTL\" U, ADM.VLM V WHERE U.\"DTCRE\" >= TO_DATE('01/02/2003','dd/MM/yyyy') AND U.NOM = "
+            "SELECT U.\"NOM\", V.* FROM ADM.\"UTL\" U, ADM.VLM V WHERE U.\"DTCRE\" >= "
+            "TO_DATE('01/02/2003','dd/MM/yyyy') AND U.NOM = "
             "'Dupont'");
-  const std::string mySql = "SELECT U.`NOM`, V.* FROM `UTL` AS U, VLM V WHERE U.`DTCRE` >= \"2003-02-01\" AND U.NOM = \"Dupont\"";
+  const std::string mySql =
+      "SELECT U.`NOM`, V.* FROM `UTL` AS U, VLM V WHERE U.`DTCRE` >= \"2003-02-01\" AND U.NOM = \"Dupont\"";
   EXPECT_EQ(Traduit(kMySql, kExemple), mySql);
   EXPECT_EQ(Traduit(kOdbc, kExemple), mySql);
 }
