@@ -3,6 +3,12 @@
 # Windows 10, wide characters throughout; no library of the compiler is left outside of the program.
 add_compile_definitions(_WIN32_WINNT=0x0A00 UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN)
 add_link_options(-static)
+# What no one calls is left out of the programs.
+add_compile_options(-ffunction-sections -fdata-sections)
+add_link_options(-Wl,--gc-sections)
+
+# The package is a folder with the program in it.
+set(CMAKE_INSTALL_BINDIR .)
 
 set(TAMLO_SQLITE_SOURCE ${CMAKE_SOURCE_DIR}/build/sqlite CACHE PATH "Folder of sqlite3.c and sqlite3.h; filled when it is not there")
 if(NOT EXISTS ${TAMLO_SQLITE_SOURCE}/sqlite3.c)
@@ -33,7 +39,7 @@ function(tamlo_windows_program target)
   target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/app/win32/tamlo.rc)
   string(REPLACE "." "," numbers "${PROJECT_VERSION}.0")
   set_property(SOURCE ${PROJECT_SOURCE_DIR}/app/win32/tamlo.rc TARGET_DIRECTORY ${target} PROPERTY COMPILE_DEFINITIONS
-    "TAMLO_VERSION_NUMBERS=${numbers}" "TAMLO_VERSION_TEXT=\"${PROJECT_VERSION}\"")
+    "TAMLO_VERSION_NUMBERS=${numbers}" "TAMLO_VERSION=${PROJECT_VERSION}")
   set_property(SOURCE ${PROJECT_SOURCE_DIR}/app/win32/tamlo.rc TARGET_DIRECTORY ${target} PROPERTY OBJECT_DEPENDS
     ${PROJECT_SOURCE_DIR}/app/win32/tamlo.manifest ${PROJECT_SOURCE_DIR}/app/win32/tamlo.ico)
   if(NOT CMAKE_BUILD_TYPE STREQUAL Debug)
