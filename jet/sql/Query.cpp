@@ -21,6 +21,7 @@ struct Query::State {
   std::vector<Database*> databases;   // those read, for their read scopes
   SessionState::Statement statement;
   std::optional<ScanCursor> scan;
+  bool scans = false;                 // the table is walked without SQLite
   bool executed = false;
   bool exhausted = false;
 
@@ -41,9 +42,9 @@ struct Query::State {
       Database* database = static_cast<const EngineTable*>(table.get())->database;
       if (database != nullptr && std::find(databases.begin(), databases.end(), database) == databases.end()) databases.push_back(database);
     }
-    plan.plainScan = plan.plainScan && sources[0]->table != nullptr;
+    scans = plan.plainScan && sources[0]->table != nullptr;
     // Learning early what SQLite does not understand costs less than at the first row.
-    if (!plan.plainScan) statement = session.Prepare(plan.sql);
+    if (!scans) statement = session.Prepare(plan.sql);
   }
 
   // A plain column that its row gives, not the query.
@@ -52,7 +53,7 @@ struct Query::State {
     if (c.source < 0) return false;
     const EngineTable& table = *sources[static_cast<std::size_t>(c.source)];
     const bool isLong = c.type.type == ColumnType::kMemo || c.type.type == ColumnType::kOle;
-    return plan.plainScan ? isLong : IsReadFromRow(c.type.type, table);
+    return scans ? isLong : IsReadFromRow(c.type.type, table);
   }
 
   void Restart() {
@@ -79,7 +80,7 @@ struct Query::State {
     values.resize(wanted * plan.columns.size());
     rowIds.resize(wanted * sources.size());
     while (blockRows < wanted && bytes < kBlockBytes) {
-      if (!(plan.plainScan ? Scan(bytes) : Step(bytes))) {
+      if (!(scans ? Scan(bytes) : Step(bytes))) {
         exhausted = true;
         break;
       }
