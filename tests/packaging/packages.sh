@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Makes the package of a built tree and checks what is in it.
+#   packages.sh deb FOLDER       the .deb of this machine
+#   packages.sh zip FOLDER       the zip of a Windows build
+set -euo pipefail
+kind=$1 build=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cpack --config "$build/CPackConfig.cmake" -B "$work" >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
+case "$kind" in
+  deb)
+    package=$(ls "$work"/tamlo_*.deb)
+    list=$(dpkg-deb -c "$package" | awk '{print $6}')
+    wanted=(./usr/bin/tamlo ./usr/share/man/man1/tamlo.1 ./usr/share/man/fr/man1/tamlo.1 ./usr/share/applications/tamlo.desktop
+      ./usr/share/icons/hicolor/128x128/apps/tamlo.png ./usr/share/doc/tamlo/copyright)
+    dpkg-deb -f "$package" Depends | grep -q libqt6widgets6 ;;
+  zip)
+    package=$(ls "$work"/tamlo-*-windows-*.zip)
+    list=$(cd "$work" && cmake -E tar tf "$package" | sed 's|^[^/]*/||')
+    wanted=(tamlo.exe LISEZMOI.txt LICENCE.txt) ;;
+esac
+for file in "${wanted[@]}"; do
+  grep -qxF "$file" <<<"$list" || { echo "$file is missing in $package:" >&2; echo "$list" >&2; exit 1; }
+done
+if grep -E '\.(a|h)$' <<<"$list"; then
+  echo "the tool's package holds parts of the library" >&2
+  exit 1
+fi
+echo "$(basename "$package"): $(stat -c %s "$package") bytes"
