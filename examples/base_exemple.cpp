@@ -2,6 +2,7 @@
 //
 //   base_exemple cree  <nom> <kind>     creates the two tables and one user, where they are missing
 //   base_exemple liste <nom> <kind>     prints the rows of both tables
+//   base_exemple code  <mot de passe>   prints a password in its encoded form
 //
 // The login of a server is taken from TAMLO_UTL and TAMLO_PWD.
 
@@ -12,6 +13,7 @@
 #include <string>
 
 #include "app/Fournisseurs.h"
+#include "app/TableCode.h"
 #include "db/DataBase.h"
 #include "db/Environnement.h"
 #include "runtime/Conversions.h"
@@ -102,8 +104,13 @@ void Liste(DataBase& base, const std::string& table) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc == 3 && std::string(argv[1]) == "code") {
+    tamlo::app::InitTableCode();
+    std::cout << tamlo::app::CodePwd(argv[2]) << "\n";
+    return 0;
+  }
   if (argc != 4) {
-    std::cerr << "base_exemple cree|liste nom kind\n";
+    std::cerr << "base_exemple cree|liste nom kind, ou base_exemple code mot_de_passe\n";
     return 2;
   }
   ConsolePlatform platform;
