@@ -7,7 +7,7 @@
 // The login of a server is taken from TAMLO_UTL and TAMLO_PWD.
 
 #include <cstdlib>
-#include <exception>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -16,6 +16,7 @@
 #include "app/TableCode.h"
 #include "db/DataBase.h"
 #include "db/Environnement.h"
+#include "jet/Database.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
 #include "ui/Platform.h"
@@ -122,6 +123,9 @@ int main(int argc, char** argv) {
   try {
     DataBase base;
     const auto kind = tamlo::runtime::ToInt16(argv[3]);
+    // An Access database is a file, which must be there before it is opened.
+    if (std::string(argv[1]) == "cree" && kind == tamlo::db::TypJet && !std::filesystem::exists(argv[2]))
+      jet::Database::Create(argv[2]);
     if (!base.Ouvre(argv[2], kind, true)) return 1;
     if (std::string(argv[1]) == "cree") {
       Cree(base);
@@ -132,6 +136,9 @@ int main(int argc, char** argv) {
     base.Ferme();
   } catch (const tamlo::runtime::Error& error) {
     std::cerr << "erreur " << error.Number() << " : " << error.Description() << "\n";
+    return 1;
+  } catch (const jet::Error& error) {
+    std::cerr << error.what() << "\n";
     return 1;
   }
   return 0;
