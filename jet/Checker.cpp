@@ -145,7 +145,8 @@ class Checker {
     CheckDuplicateNames(table, owner);
 
     std::vector<LongColumn> longColumns;
-    for (const auto& column : table.Stored()) {
+    for (std::size_t position = 0; position < table.Stored().size(); ++position) {
+      const auto& column = table.Stored()[position];
       if (!column.IsLong()) continue;
       const auto* maps = definition.FindLongMaps(column.number);
       if (maps == nullptr) {
@@ -153,7 +154,7 @@ class Checker {
         continue;
       }
       LongColumn& entry = longColumns.emplace_back();
-      entry.position = table.PositionOf(column.number).value();
+      entry.position = position;
       entry.name = "\"" + column.name + "\" of " + owner;
       entry.pages = PagesOf(maps->ownedMap, entry.name);
       if (maps->freeMap != 0) CheckSubset(maps->freeMap, entry.pages, entry.name);

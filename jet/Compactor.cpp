@@ -124,9 +124,9 @@ class Compactor {
     Catalog& catalog = target_.Internals().catalog;
     Table& table = catalog.ObjectsTable();
     const std::int32_t id = catalog.Find(object.name)->id;
-    const std::size_t idColumn = table.FindColumn("Id").value();
+    const std::size_t idColumn = table.ColumnAt("Id");
     const Value flags(static_cast<std::int32_t>(object.flags));
-    const Assignment assignment{table.FindColumn("Flags").value(), &flags, nullptr};
+    const Assignment assignment{table.ColumnAt("Flags"), &flags, nullptr};
     std::optional<RowId> row;
     for (ScanCursor cursor = table.Scan(); cursor.Next();)
       if (cursor.Current().Integer(idColumn) == id) row = cursor.Id();
@@ -138,7 +138,7 @@ class Compactor {
   void CopyOthers(const std::vector<CatalogObject>& objects) {
     Table& from = source_.Internals().catalog.ObjectsTable();
     Table& to = target_.Internals().catalog.ObjectsTable();
-    const std::size_t idColumn = from.FindColumn("Id").value();
+    const std::size_t idColumn = from.ColumnAt("Id");
     for (ScanCursor cursor = from.Scan(); cursor.Next();) {
       Row& row = cursor.Current();
       const auto id = static_cast<std::int32_t>(row.Integer(idColumn));

@@ -233,7 +233,11 @@ void CheckLength(const Value& value, const Column& column) {
 const Value& ConvertToColumn(const Value& value, const Column& column, Value& scratch) {
   if (Suits(value, column)) {
     CheckLength(value, column);
-    return value;
+    if (!column.IsFixed() || value.Type() != ValueType::kBytes || value.AsBytes().size() == column.length) return value;
+    Bytes padded = value.AsBytes();  // as it reads back, so that keys agree
+    padded.resize(column.length);
+    scratch = Value(std::move(padded));
+    return scratch;
   }
   switch (column.type) {
     case ColumnType::kBoolean: scratch = Value(ToBool(value, column)); break;
@@ -312,6 +316,7 @@ void StoreValue(const Value& value, const Column& column, std::string& stored) {
     case ColumnType::kDate: fixed(value.AsDate().serial); break;
     case ColumnType::kText:
       stored = ToStoredText(value.AsText(), (column.extraFlags & 1) != 0 && !column.IsFixed());
+      if (stored.size() > column.length) TooLong(column);
       if (column.IsFixed())
         while (stored.size() + 1 < column.length) stored.append("\x20\x00", 2);
       break;

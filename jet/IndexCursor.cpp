@@ -107,6 +107,7 @@ void IndexCursor::SetRange(const std::optional<KeyBound>& lower, const std::opti
   state.lower = std::move(newLower);
   state.upper = std::move(newUpper);
   state.backward = backward;
+  state.id = {};
   state.cursor = BTreeCursor(*state.Tree().tree);
   state.generation = state.table.engine.pager->Generation();
   state.Seek();
@@ -117,12 +118,12 @@ bool IndexCursor::Next() {
   if (state.ended) return false;
   if (state.generation != state.table.engine.pager->Generation()) {
     // The definition has been read again and the tree is another object: the walk begins anew behind the entry it stood on.
-    const Bytes key(state.cursor.Key().begin(), state.cursor.Key().end());
+    Bytes key;
+    if (state.id.page != 0) key.assign(state.cursor.Key().begin(), state.cursor.Key().end());
     state.cursor = BTreeCursor(*state.Tree().tree);
     state.generation = state.table.engine.pager->Generation();
     if (state.id.page == 0) state.Seek();
-    else if (state.backward) state.cursor.SeekBefore(key);
-    else state.cursor.SeekAfter(key);
+    else state.cursor.SeekEntry(key, state.id, !state.backward);
   }
   while (state.backward ? state.cursor.Previous() : state.cursor.Next()) {
     const int place = state.Place(state.cursor.Key());

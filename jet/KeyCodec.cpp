@@ -106,11 +106,11 @@ void AppendCurrencyKey(std::int64_t scaled, bool descending, Bytes& key) {
 }
 
 void AppendSingleKey(float value, bool descending, Bytes& key) {
-  AppendBits(OrderedBits(std::bit_cast<std::uint32_t>(value == 0 ? 0.0f : value)), descending, key);
+  AppendBits(OrderedBits(std::bit_cast<std::uint32_t>(value)), descending, key);
 }
 
 void AppendDoubleKey(double value, bool descending, Bytes& key) {
-  AppendBits(OrderedBits(std::bit_cast<std::uint64_t>(value == 0 ? 0.0 : value)), descending, key);
+  AppendBits(OrderedBits(std::bit_cast<std::uint64_t>(value)), descending, key);
 }
 
 void AppendBinaryKey(std::span<const std::byte> value, bool descending, Bytes& key) {

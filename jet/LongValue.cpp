@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "jet/ByteOrder.h"
 #include "jet/DataPage.h"
@@ -249,6 +250,13 @@ void LongValueWriter::Append(std::span<const std::byte> bytes) {
     StorePiece(std::span<const std::byte>(buffer_).first(LongValuePages::kPieceData));
     buffer_.erase(buffer_.begin(), buffer_.begin() + LongValuePages::kPieceData);
   }
+}
+
+void LongValueWriter::Discard() {
+  LongValueDefinition stored;
+  stored.kind = LongValueDefinition::Kind::kChain;
+  stored.first = std::exchange(first_, 0);
+  pages_.Free(stored);
 }
 
 void LongValueWriter::StorePiece(std::span<const std::byte> data) {

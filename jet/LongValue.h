@@ -88,6 +88,8 @@ class LongValueWriter {
   void Append(std::span<const std::byte> bytes);
   /// Ends the value and gives what the row holds. Errors: kLimit past 1 GiB.
   [[nodiscard]] std::string Finish();
+  /// Gives back what has been stored of a value that does not come to its end.
+  void Discard();
 
  private:
   void StorePiece(std::span<const std::byte> data);

@@ -18,6 +18,7 @@
 
 namespace jet {
 
+class LongValueWriter;
 struct Engine;
 class ChangeScope;
 
@@ -104,6 +105,7 @@ class TableCore {
   void ReadProperties();
   void PrepareCell(std::size_t position, const Assignment& assignment);
   void CheckCell(std::size_t position);
+  void AppendLongCell(std::size_t position, const Assignment& assignment, LongValueWriter& writer);
   void StoreLongCell(std::size_t position, const Assignment& assignment, bool allowInline);
   void StoreLongCells(std::span<const Assignment> assignments, bool allowInline);
   void FreeNewLongValues();

@@ -51,7 +51,10 @@ class Utf16Source {
     ended_ = count == 0;
     std::string units = ToUtf16(std::string_view(pending_).substr(0, whole));
     pending_.erase(0, whole);
-    return units;
+    if (units.empty()) return units;
+    const bool first = !std::exchange(begun_, true);
+    if (first) marked_ = units.starts_with("\xFF\xFE");
+    return marked_ ? ToMarkedText(std::move(units), first) : units;
   }
   [[nodiscard]] bool Ended() const noexcept { return ended_; }
 
@@ -59,6 +62,8 @@ class Utf16Source {
   ChunkSource& source_;
   std::string pending_;
   bool ended_ = false;
+  bool begun_ = false;
+  bool marked_ = false;  ///< the text begins with U+FEFF
 };
 
 std::span<const std::byte> AsBytes(const std::string& text) { return std::as_bytes(std::span(text)); }
@@ -182,13 +187,9 @@ void TableCore::CheckCell(std::size_t position) {
     throw Error(ErrorCode::kZeroLengthNotAllowed, "The column \"" + column.name + "\" does not take an empty text");
 }
 
-void TableCore::StoreLongCell(std::size_t position, const Assignment& assignment, bool allowInline) {
-  Cell& cell = cells_[position];
+void TableCore::AppendLongCell(std::size_t position, const Assignment& assignment, LongValueWriter& writer) {
+  const Cell& cell = cells_[position];
   const Column& column = stored_[position];
-  const auto* maps = definition_.FindLongMaps(column.number);
-  if (maps == nullptr) throw Error(ErrorCode::kDamaged, "The long column \"" + column.name + "\" has no usage maps", page, 0);
-  LongValuePages pages(*engine.pager, maps->ownedMap, maps->freeMap);
-  LongValueWriter writer(pages, allowInline);
   if (cell.value == nullptr && assignment.source != nullptr) {
     if (column.type == ColumnType::kMemo) {
       Utf16Source source(*assignment.source);
@@ -205,7 +206,22 @@ void TableCore::StoreLongCell(std::size_t position, const Assignment& assignment
   } else {
     writer.Append(cell.value->AsBytes());
   }
-  cell.stored = writer.Finish();
+}
+
+void TableCore::StoreLongCell(std::size_t position, const Assignment& assignment, bool allowInline) {
+  Cell& cell = cells_[position];
+  const Column& column = stored_[position];
+  const auto* maps = definition_.FindLongMaps(column.number);
+  if (maps == nullptr) throw Error(ErrorCode::kDamaged, "The long column \"" + column.name + "\" has no usage maps", page, 0);
+  LongValuePages pages(*engine.pager, maps->ownedMap, maps->freeMap);
+  LongValueWriter writer(pages, allowInline);
+  try {
+    AppendLongCell(position, assignment, writer);
+    cell.stored = writer.Finish();
+  } catch (const Error& error) {
+    if (error.Code() == ErrorCode::kLimit) writer.Discard();
+    throw;
+  }
   cell.newLong = true;
 }
 

@@ -1,6 +1,9 @@
 #include "jet/Text.h"
 
+#include <utility>
+
 #include "jet/ByteOrder.h"
+#include "jet/Error.h"
 
 namespace jet {
 namespace {
@@ -103,8 +106,6 @@ void AppendUtf16(std::span<const std::byte> units, std::string& text) {
       if (unit <= 0xDBFF && next >= 0xDC00 && next <= 0xDFFF) {
         unit = 0x10000 + ((unit - 0xD800) << 10) + (next - 0xDC00);
         ++i;
-      } else {
-        unit = kReplacement;
       }
     }
     AppendCharacter(unit, text);
@@ -183,7 +184,15 @@ std::string ToStoredText(std::string_view utf8, bool compress) {
     }
     if (possible && compressed.size() >= 5) return compressed;
   }
-  return ToUtf16(utf8);
+  std::string units = ToUtf16(utf8);
+  return units.starts_with("\xFF\xFE") ? ToMarkedText(std::move(units), true) : units;
+}
+
+std::string ToMarkedText(std::string units, bool first) {
+  for (std::size_t i = 0; i + 1 < units.size(); i += 2)
+    if (units[i] == '\0') throw Error(ErrorCode::kLimit, "A text that begins with U+FEFF cannot hold all the characters of this one");
+  if (first) units.insert(0, std::string("\xFF\xFE\0", 3));
+  return units;
 }
 
 std::string FoldCase(std::string_view utf8) {

@@ -61,9 +61,10 @@ TEST(KeyCodec, FloatingPointNumbersOrderByTheirBits) {
   EXPECT_EQ(Key(ColumnType::kDate, Value(Date{1.0})), "7F BF F0 00 00 00 00 00 00");
 }
 
-TEST(KeyCodec, MinusZeroIsZero) {
-  EXPECT_EQ(Key(ColumnType::kDouble, Value(-0.0)), Key(ColumnType::kDouble, Value(0.0)));
-  EXPECT_EQ(Key(ColumnType::kSingle, Value(-0.0f)), "7F 80 00 00 00");
+TEST(KeyCodec, MinusZeroComesJustBeforeZero) {
+  EXPECT_EQ(Key(ColumnType::kDouble, Value(-0.0)), "7F 7F FF FF FF FF FF FF FF");
+  EXPECT_EQ(Key(ColumnType::kDouble, Value(0.0)), "7F 80 00 00 00 00 00 00 00");
+  EXPECT_EQ(Key(ColumnType::kSingle, Value(-0.0f)), "7F 7F FF FF FF");
 }
 
 TEST(KeyCodec, BinaryGoesInGroupsOfEight) {

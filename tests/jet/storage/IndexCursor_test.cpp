@@ -3,7 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <set>
+#include <utility>
 
+#include "jet/Engine.h"
 #include "tests/jet/storage/JetTestSupport.h"
 
 namespace jet::tests {
@@ -99,6 +102,32 @@ TEST_F(IndexCursorTest, TheWalkGoesOnWhileRowsAreDeletedAndRolledBack) {
   database_->Commit();
   EXPECT_GE(seen, 2000);
   EXPECT_EQ(Findings(*database_), "");
+}
+
+TEST_F(IndexCursorTest, EqualKeysAreAllMetWhenTheDefinitionIsReadAgain) {
+  for (const bool backward : {false, true}) {
+    IndexCursor cursor(*table_, 1);  // ten rows for each key
+    cursor.SetRange({}, {}, backward);
+    std::set<std::pair<PageNumber, unsigned>> met;
+    int steps = 0;
+    for (; cursor.Next(); ++steps) {
+      met.insert({cursor.Id().page, cursor.Id().slot});
+      if (steps % 7 == 3) database_->Internals().pager->ChangeGeneration();
+    }
+    EXPECT_EQ(steps, 2000);
+    EXPECT_EQ(met.size(), 2000u);
+  }
+}
+
+TEST_F(IndexCursorTest, ANewRangeAfterAChangeOfTheDefinitionBeginsAtItsStart) {
+  IndexCursor cursor(*table_, 0);
+  cursor.SetRange(Bound(9), {});
+  ASSERT_TRUE(cursor.Next());
+  cursor.SetRange(Bound(7), Bound(7));
+  database_->Internals().pager->ChangeGeneration();
+  int steps = 0;
+  while (cursor.Next()) ++steps;
+  EXPECT_EQ(steps, 10);
 }
 
 TEST_F(IndexCursorTest, ABoundOfTheWrongTypeIsAMismatch) {

@@ -128,5 +128,21 @@ TEST(LongValue, BinaryComesBackByteByByte) {
   EXPECT_EQ(Findings(*database), "");
 }
 
+TEST(LongValue, AStreamedTextMayBeginWithAByteOrderMark) {
+  World world;
+  const auto database = world.Create();
+  Table& table = database->CreateTable(PeopleTable());
+  const std::string text = "\uFEFF" + Letters(9000);
+  TextSource good(text, 777);
+  Assignment assignment{2, nullptr, &good};
+  const RowId id = table.Insert(std::span(&assignment, 1));
+  EXPECT_EQ(ReadInPieces(table, id, 2, 1000), text);
+  TextSource bad(text + "\u4E00", 777);  // refused when pages have been written
+  assignment.source = &bad;
+  EXPECT_EQ(CodeOf([&] { table.Insert(std::span(&assignment, 1)); }), ErrorCode::kLimit);
+  EXPECT_EQ(table.RowCount(), 1u);
+  EXPECT_EQ(Findings(*database), "");
+}
+
 }  // namespace
 }  // namespace jet::tests

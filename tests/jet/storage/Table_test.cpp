@@ -264,5 +264,56 @@ TEST(Table, SeekFindsByIndexWithoutRegardToCase) {
   EXPECT_FALSE(table.Seek(table.FindIndex("Name").value(), std::span(&none, 1)).has_value());
 }
 
+TEST(Table, RowsWithHalfSurrogatesKeepTheirIndexEntries) {
+  World world;
+  const auto database = world.Create();
+  Table& table = database->CreateTable(PeopleTable());
+  const std::string high = "a\xED\xA0\xBD", low = "\xED\xB8\x80z";
+  const RowId first = table.Insert(Person(high));
+  const RowId second = table.Insert(Person(low, low));
+  EXPECT_EQ(table.Read(first)->at(1).AsText(), high);
+  EXPECT_EQ(table.Read(second)->at(2).AsText(), low);
+  const Value key(high);
+  EXPECT_EQ(table.Seek(table.FindIndex("Name").value(), std::span(&key, 1)), first);
+  const Value changed("b");
+  const Assignment assignment{1, &changed, nullptr};
+  table.Update(second, std::span(&assignment, 1));
+  table.Delete(first);
+  EXPECT_EQ(Findings(*database), "");
+  EXPECT_EQ(table.RowCount(), 1u);
+}
+
+TEST(Table, FixedBinariesAreIndexedAsTheyReadBack) {
+  World world;
+  const auto database = world.Create();
+  TableSpec spec;
+  spec.name = "T";
+  ColumnDef column = Column("B", ColumnType::kBinary, 8);
+  column.fixedLength = true;
+  spec.columns = {column};
+  spec.indexes = {Index("B", {"B"}, true)};
+  Table& table = database->CreateTable(spec);
+  const Value shorter(Bytes{std::byte{1}, std::byte{2}});
+  const RowId id = table.Insert(std::span(&shorter, 1));
+  EXPECT_EQ(table.Read(id)->at(0).AsBytes().size(), 8u);
+  EXPECT_EQ(Findings(*database), "");
+  table.Delete(id);
+  EXPECT_EQ(Findings(*database), "");
+}
+
+TEST(Table, TextsThatBeginWithAByteOrderMarkComeBackAndCanBeDeleted) {
+  World world;
+  const auto database = world.Create();
+  Table& table = database->CreateTable(PeopleTable());
+  const RowId id = table.Insert(Person("\uFEFFabc", "\uFEFFnote"));
+  EXPECT_EQ(table.Read(id)->at(1).AsText(), "\uFEFFabc");
+  EXPECT_EQ(table.Read(id)->at(2).AsText(), "\uFEFFnote");
+  EXPECT_EQ(CodeOf([&] { table.Insert(Person("\uFEFF\u4E00")); }), ErrorCode::kLimit);
+  EXPECT_EQ(CodeOf([&] { table.Insert(Person("x", "\uFEFF\u4E00")); }), ErrorCode::kLimit);
+  EXPECT_EQ(Findings(*database), "");
+  table.Delete(id);
+  EXPECT_EQ(Findings(*database), "");
+}
+
 }  // namespace
 }  // namespace jet::tests

@@ -4,6 +4,8 @@
 
 #include <vector>
 
+#include "jet/Error.h"
+
 namespace jet::tests {
 namespace {
 
@@ -21,10 +23,11 @@ TEST(Text, CompressedFormTogglesOnZeroBytes) {
   EXPECT_EQ(Decode("\xFF\xFE"s), "");
 }
 
-TEST(Text, PlainFormIsUtf16AndHalfPairsBecomeReplacements) {
+TEST(Text, PlainFormIsUtf16AndHalfPairsComeThrough) {
   EXPECT_EQ(Decode("a\0\xAC\x20"s), "a€");
   EXPECT_EQ(Decode("\x3D\xD8\x00\xDE"s), "😀");
-  EXPECT_EQ(Decode("\x3D\xD8"s), "\xEF\xBF\xBD");
+  EXPECT_EQ(Decode("\x3D\xD8"s), "\xED\xA0\xBD");
+  for (const auto& stored : {"\x3D\xD8" "a\0"s, "\x00\xDE\x3D\xD8"s, "a\0\xFF\xDF"s}) EXPECT_EQ(ToStoredText(Decode(stored), true), stored);
   EXPECT_EQ(Decode("a\0b"s), "a");
 }
 
@@ -38,6 +41,13 @@ TEST(Text, ShortOrWideTextsAreStoredPlain) {
 TEST(Text, WhatIsStoredComesBack) {
   for (const std::string text : {"", "a", "été", "Straße", "œuvre €", "日本語", "😀x😀", "tab\tline\r\n"})
     for (const bool compress : {false, true}) EXPECT_EQ(Decode(ToStoredText(text, compress)), text);
+}
+
+TEST(Text, ATextThatBeginsLikeTheMarkOfTheCompressedFormComesBack) {
+  for (const std::string text : {"\uFEFF", "\uFEFFabc", "\uFEFF\uFEFF", "\uFEFFété 日本"})
+    for (const bool compress : {false, true}) EXPECT_EQ(Decode(ToStoredText(text, compress)), text);
+  EXPECT_THROW((void)ToStoredText("\uFEFF\u4E00", false), Error);  // its low byte would end the wide half
+  EXPECT_EQ(Decode(ToStoredText("a\uFEFF\u4E00", true)), "a\uFEFF\u4E00");
 }
 
 TEST(Text, NamesCompareWithoutCaseAlsoWithAccents) {
