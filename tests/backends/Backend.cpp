@@ -5,8 +5,10 @@
 #include <atomic>
 #include <stdexcept>
 
+#include "ado/jet/JetProvider.h"
 #include "ado/odbc/OdbcProvider.h"
 #include "db/Environnement.h"
+#include "jet/Database.h"
 #include "tests/support_lib/DialectEngine.h"
 #include "tests/support_lib/FakePlatform.h"
 #include "tests/support_lib/MariaDbServer.h"
@@ -128,7 +130,42 @@ class SurMoteur final : public Backend {
   std::unique_ptr<DialectEngine> moteur_;
 };
 
+class SurJet final : public Backend {
+ public:
+  [[nodiscard]] std::string Nom() const override { return "Jet"; }
+  [[nodiscard]] std::int16_t Kind() const override { return db::TypJet; }
+  [[nodiscard]] Capacites Capacite() const override {
+    Capacites capacites;
+    capacites.clePrimaire = true;
+    capacites.texteNul = false;
+    capacites.booleenNul = false;
+    return capacites;
+  }
+  [[nodiscard]] std::string BaseVide() override {
+    const std::string nom = dossier_.File(NouveauNom() + ".mdb");
+    (void)jet::Database::Create(nom);
+    return nom;
+  }
+  [[nodiscard]] std::string Defauts(const std::string& nom) const override {
+    jet::OpenOptions options;
+    options.mode = jet::OpenMode::kReadOnly;
+    std::string defauts;
+    try {
+      for (const jet::Finding& defaut : jet::Database::Open(nom, options)->Check()) {
+        defauts += nom + " page " + std::to_string(defaut.page) + " offset " + std::to_string(defaut.offset) + ": " + defaut.text + "\n";
+      }
+    } catch (const jet::Error& erreur) {
+      defauts += nom + ": " + erreur.what() + "\n";
+    }
+    return defauts;
+  }
+
+ private:
+  TemporaryFolder dossier_;
+};
+
 struct Tous {
+  SurJet jet;
   SurMariaDb mariaDb;
   SurSqlite sqlite;
   SurMoteur sqlServer{DialectEngine::Dialect::kSqlServer};
@@ -144,9 +181,10 @@ Tous& Ensemble() {
 
 std::vector<Backend*> TousLesBackends() {
   (void)Grammar();
+  ado::jetprovider::RegisterJetProvider();
   ado::odbc::RegisterOdbcProviders();
   Tous& tous = Ensemble();
-  return {&tous.mariaDb, &tous.sqlite, &tous.sqlServer, &tous.oracle};
+  return {&tous.jet, &tous.mariaDb, &tous.sqlite, &tous.sqlServer, &tous.oracle};
 }
 
 Backend& BackendNomme(const std::string& nom) {
@@ -161,7 +199,12 @@ BaseOuverte::BaseOuverte(Backend& backend, const std::string& nom) : backend_(ba
 }
 
 BaseOuverte::~BaseOuverte() {
-  if (ouverte_) base_.Ferme();
+  if (ouverte_) Ferme();
+}
+
+void BaseOuverte::Ferme() {
+  base_.Ferme();
+  EXPECT_EQ(backend_.Defauts(nom_), "");
 }
 
 void BaseOuverte::Ouvre() {
@@ -174,7 +217,7 @@ void BaseOuverte::Ouvre() {
 }
 
 void BaseOuverte::Rouvre() {
-  base_.Ferme();
+  Ferme();
   Ouvre();
 }
 

@@ -23,6 +23,8 @@ struct Capacites {
   bool nomPrimary = false;          ///< The primary index is known by the one name PRIMARY.
   bool litteraux = true;            ///< Text literals of the dialect are understood.
   bool retireContraintes = true;    ///< The catalog of indexes is written by the layer, so its agreement can be looked at.
+  bool texteNul = true;             ///< Text and memo columns made by the layer take the null; elsewhere they take the empty text in its place.
+  bool booleenNul = true;           ///< A truth value can be unknown; elsewhere an unknown one is false.
 };
 
 /// A kind of database that the suite runs on. Made on first use and kept until the program ends.
@@ -38,6 +40,8 @@ class Backend {
   [[nodiscard]] virtual std::string MotDePasse() const { return {}; }
   /// Makes an empty database and gives the name by which DataBase::Ouvre reaches it.
   [[nodiscard]] virtual std::string BaseVide() = 0;
+  /// What is wrong inside a closed database of that name, where the backend lets one look: one line for each finding.
+  [[nodiscard]] virtual std::string Defauts(const std::string& /*nom*/) const { return {}; }
   /// The column type of a plain CREATE TABLE for an ADO type, where the layer does not create tables.
   [[nodiscard]] virtual std::string TypeBrut(std::int16_t /*typ*/, std::int32_t /*lg*/) const { return {}; }
 };
@@ -46,7 +50,7 @@ class Backend {
 [[nodiscard]] std::vector<Backend*> TousLesBackends();
 [[nodiscard]] Backend& BackendNomme(const std::string& nom);
 
-/// An open database of a backend, closed at the end.
+/// An open database of a backend, closed at the end. Each time it is closed it must be without a defect.
 class BaseOuverte {
  public:
   /// Opens a database; a blank name makes an empty one.
@@ -67,6 +71,7 @@ class BaseOuverte {
 
  private:
   void Ouvre();
+  void Ferme();
 
   Backend& backend_;
   std::string nom_;

@@ -19,7 +19,7 @@ class Structure : public testing::TestWithParam<std::string> {
   [[nodiscard]] Backend& Sur() const { return BackendNomme(GetParam()); }
   [[nodiscard]] Capacites Capacite() const { return Sur().Capacite(); }
 };
-INSTANTIATE_TEST_SUITE_P(Backends, Structure, testing::Values("MariaDb", "Sqlite", "SqlServer", "Oracle"),
+INSTANTIATE_TEST_SUITE_P(Backends, Structure, testing::Values("Jet", "MariaDb", "Sqlite", "SqlServer", "Oracle"),
                          [](const auto& nom) { return nom.param; });
 
 std::vector<std::string> Champs(db::DbTbl& tbl) {
@@ -253,6 +253,22 @@ TEST_P(Structure, RelationsAreReadFromTheirTableAtTheOpening) {
   EXPECT_EQ(rlt.Typ(), 1);
   EXPECT_EQ(rlt.TypInv(), 2);
   EXPECT_TRUE(rlt.Obg());
+}
+
+TEST_P(Structure, NullsAreTakenWhereTheColumnTypesHaveThem) {
+  BaseOuverte base(Sur());
+  base.Cree(Table("UTL", {{"ID", ado::adInteger, 4}, {"T", ado::adVarWChar, 30}, {"M", ado::adLongVarWChar}, {"B", ado::adBoolean, 1}}));
+  for (const char* texte : {"T", "M"}) {
+    base->ExecuteSQL("DELETE * FROM [UTL]");
+    const char* autre = *texte == 'T' ? "M" : "T";
+    const auto erreur = runtime::IgnoringErrors(
+        [&] { base->ExecuteSQL(std::string("INSERT INTO [UTL] ([ID],[") + texte + "],[" + autre + "]) VALUES (1,NULL,'x')"); });
+    EXPECT_EQ(erreur.number, Capacite().texteNul ? 0 : runtime::kProviderFailure) << erreur.description;
+    EXPECT_EQ(base->GetCptSuiv("[UTL]", "ID"), Capacite().texteNul ? 2 : 1);
+  }
+  base->ExecuteSQL("INSERT INTO [UTL] ([ID],[T],[M],[B]) VALUES (5,'x','x',NULL)");
+  auto rs = base->OpenRecordSet("SELECT [B] FROM [UTL] WHERE [ID]=5", 0);
+  EXPECT_EQ(rs.Fields(0).Value().IsNull(), Capacite().booleenNul);
 }
 
 TEST_P(Structure, ACounterFollowsTheLargestValue) {
