@@ -15,4 +15,4 @@ if grep -iE 'libstdc|libgcc|winpthread|sqlite' <<<"$needed"; then
   echo "the program needs a library that Windows does not have" >&2
   exit 1
 fi
-x86_64-w64-mingw32-objdump -p "$program" | grep -q 'Subsystem.*Windows GUI'
+x86_64-w64-mingw32-objdump -p "$program" | grep 'Subsystem.*Windows GUI' >/dev/null
