@@ -112,7 +112,8 @@ void TableCore::DeriveIndexes() {
   }
   for (const auto& stored : definition_.indexes) {
     Tree& tree = trees_[stored.tree];
-    if (tree.name.empty()) tree.name = stored.name;
+    // Errors name an index that the user knows rather than the hidden one of a relationship.
+    if (tree.name.empty() || tree.name.front() == '.') tree.name = stored.name;
     IndexDef def;
     def.name = stored.name;
     for (std::size_t i = 0; i < tree.columns.size(); ++i) def.columns.push_back({tree.columns[i], tree.keyColumns[i].descending});

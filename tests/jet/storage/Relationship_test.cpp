@@ -52,6 +52,13 @@ TEST_F(RelationshipTest, IsKeptInTheCatalogAndInBothTables) {
   EXPECT_EQ(Findings(*database_), "");
 }
 
+TEST_F(RelationshipTest, ErrorsNameTheIndexOfTheUserNotTheHiddenOne) {
+  database_->CreateRelationship(relationship_);
+  auto values = Person("Dan");
+  values[0] = Value(1);
+  EXPECT_EQ(TextOf([&] { People().Insert(values); }), "The index \"PrimaryKey\" of the table \"People\" already holds these values");
+}
+
 TEST_F(RelationshipTest, RowsWithoutTheirParentAreRefused) {
   database_->CreateRelationship(relationship_);
   EXPECT_NO_THROW(Order(Value(1)));

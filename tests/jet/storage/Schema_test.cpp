@@ -43,7 +43,7 @@ TEST(Schema, TablesAreFoundWithoutRegardToCaseAndAppearOnce) {
 TEST(Schema, NamesThatTheFormatCannotHoldAreRefused) {
   World world;
   const auto database = world.Create();
-  for (const std::string name : {"", "a.b", "a[b", "a`b", " a", "a\tb", std::string(65, 'x').c_str()}) {
+  for (const std::string& name : std::vector<std::string>{"", "a.b", "a[b", "a`b", " a", "a\tb", std::string(65, 'x')}) {
     TableSpec spec = PeopleTable(name);
     EXPECT_EQ(CodeOf([&] { database->CreateTable(spec); }), ErrorCode::kUnsupported) << name;
   }
