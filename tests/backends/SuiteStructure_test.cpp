@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 #include "runtime/Conversions.h"
 #include "runtime/Dates.h"
 #include "runtime/Error.h"
@@ -317,6 +319,22 @@ TEST_P(Structure, ANameWithAQuotingCharacterIsRefusedAndNothingElseIsHarmed) {
   base->ExecuteSQL("INSERT INTO [UTL] ([A]) VALUES (1)");
   base.Rouvre();
   EXPECT_THAT(Champs(base->ListeTbl("UTL")), ElementsAre("a"));
+}
+
+TEST(AccessFile, ThatIsDamagedIsToldWhenItIsClosed) {
+  Backend& backend = BackendNomme("Jet");
+  const std::string nom = backend.BaseVide();
+  {
+    BaseOuverte base(backend, nom);
+    base.Cree(Table("UTL", {{"A", ado::adInteger, 4}})).AddIdx("IX", "A", false, true);
+    base->ExecuteSQL("INSERT INTO [UTL] ([A]) VALUES (1)");
+  }
+  ASSERT_EQ(backend.Defauts(nom), "");
+  std::fstream fichier(nom, std::ios::in | std::ios::out | std::ios::binary);
+  fichier.seekp(-4096 + 2, std::ios::end);  // the free space that the last page tells
+  fichier.write("\x34\x12", 2);
+  fichier.close();
+  EXPECT_NE(backend.Defauts(nom), "");
 }
 
 TEST(Type131, OnSqlServerTheColumnHasNoTypeAndTheServerRefusesTheTable) {
