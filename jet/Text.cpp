@@ -175,9 +175,17 @@ std::size_t CountUtf16(std::string_view utf8) {
 
 std::string ToStoredText(std::string_view utf8, bool compress) {
   if (compress) {
-    std::string compressed = "\xFF\xFE";
+    std::string compressed;
+    compressed.reserve(utf8.size() + 2);
+    compressed = "\xFF\xFE";
     bool possible = true;
     for (std::size_t i = 0; i < utf8.size() && possible;) {
+      // Runs of ASCII go over as they are.
+      std::size_t run = i;
+      while (run < utf8.size() && static_cast<std::uint8_t>(utf8[run]) - 1u < 0x7Fu) ++run;
+      compressed.append(utf8, i, run - i);
+      i = run;
+      if (i == utf8.size()) break;
       const char32_t c = NextCharacter(utf8, i);
       possible = c >= 1 && c <= 0xFF;
       compressed += static_cast<char>(c);

@@ -35,6 +35,8 @@ TEST(Text, ShortOrWideTextsAreStoredPlain) {
   EXPECT_EQ(ToStoredText("ab", true), "a\0b\0"s);
   EXPECT_EQ(ToStoredText("abc", true), "\xFF\xFE" "abc"s);
   EXPECT_EQ(ToStoredText("abc", false), "a\0b\0c\0"s);
+  EXPECT_EQ(ToStoredText("abé cÿ", true), "\xFF\xFE" "ab\xE9 c\xFF"s);
+  EXPECT_EQ(ToStoredText("ab\0c"s, true), "a\0b\0\0\0c\0"s);
   EXPECT_EQ(ToStoredText("ab€", true), "a\0b\0\xAC\x20"s);
 }
 
