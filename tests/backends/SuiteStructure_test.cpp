@@ -1,7 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
+#include <random>
 
 #include "runtime/Conversions.h"
 #include "runtime/Dates.h"
@@ -319,6 +321,66 @@ TEST_P(Structure, ANameWithAQuotingCharacterIsRefusedAndNothingElseIsHarmed) {
   base->ExecuteSQL("INSERT INTO [UTL] ([A]) VALUES (1)");
   base.Rouvre();
   EXPECT_THAT(Champs(base->ListeTbl("UTL")), ElementsAre("a"));
+}
+
+/// A random edit of a table: fields and indexes come and go, and rows come.
+void Edite(db::DbTbl& tbl, db::DataBase& base, std::mt19937& hasard) {
+  const auto tire = [&](int nombre) { return static_cast<int>(hasard() % static_cast<unsigned>(nombre)); };
+  const std::string champ = "F" + std::to_string(tire(6));
+  // The engine that stands for SQL Server takes an index name once in a database.
+  const std::string index = tbl.Nom() + "IX" + std::to_string(tire(3));
+  switch (tire(5)) {
+    case 0: tbl.AddFld(champ, tire(2) == 0 ? ado::adInteger : ado::adDate, 4, false); break;
+    case 1:
+      if (!tbl.ExisteIdxSurFld(champ)) tbl.SupFld(champ);
+      break;
+    case 2: {
+      const std::string premier = tbl.ListeFld(std::to_string(tire(tbl.NbFld()))).Nom();
+      tbl.AddIdx(index, premier == "id" ? "ID" : premier + ";ID", false, tire(2) == 0);
+      break;
+    }
+    case 3: tbl.SupIdx(index); break;
+    default: {
+      const std::string id = std::to_string(base.GetCptSuiv("[" + tbl.Nom() + "]", "ID"));
+      base.ExecuteSQL("INSERT INTO [" + tbl.Nom() + "] ([ID]) VALUES (" + id + ")");
+    }
+  }
+}
+
+TEST_P(Structure, ARandomHistoryOfEditsIsTheSameAfterOpeningAgain) {
+  if (!Capacite().creeTables) GTEST_SKIP() << "the layer edits no structure on a generic ODBC source";
+  BaseOuverte base(Sur());
+  std::mt19937 hasard(20031);
+  const std::vector<std::string> tables = {"T1", "T2", "T3"};
+  const auto etat = [&] {
+    std::vector<std::string> lignes;
+    for (const std::string& nom : tables) {
+      if (!base->ExisteTbl(nom)) continue;
+      db::DbTbl& tbl = base->ListeTbl(nom);
+      lignes.push_back(nom);
+      for (const std::string& champ : Champs(tbl)) lignes.push_back(champ);
+      EXPECT_THAT(ColonnesDuBackend(*base, nom), testing::UnorderedElementsAreArray(Champs(tbl)));
+      std::vector<std::string> index = Index(tbl);
+      std::sort(index.begin(), index.end());
+      lignes.insert(lignes.end(), index.begin(), index.end());
+      lignes.push_back(std::to_string(base->GetCptSuiv("[" + nom + "]", "ID")));
+    }
+    return lignes;
+  };
+  for (int pas = 0; pas < 120; ++pas) {
+    const std::string& nom = tables[hasard() % tables.size()];
+    if (!base->ExisteTbl(nom)) {
+      base.Cree(Table(nom, {{"ID", ado::adInteger, 4}, {"F0", ado::adInteger, 4}}));
+    } else if (hasard() % 15 == 0) {
+      base->SupTbl(nom);
+    } else {
+      Edite(base->ListeTbl(nom), *base, hasard);
+    }
+    if (pas % 20 != 19) continue;
+    const auto avant = etat();
+    base.Rouvre();
+    ASSERT_EQ(etat(), avant) << "step " << pas;
+  }
 }
 
 TEST(AccessFile, ThatIsDamagedIsToldWhenItIsClosed) {
