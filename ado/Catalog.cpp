@@ -28,8 +28,8 @@ std::vector<Column>& Table::Columns() {
 Column& Table::ColumnNamed(const std::string& name) {
   const std::string upper = runtime::UpperCase(name);
   auto& columns = Columns();
-  const auto found = std::find_if(columns.begin(), columns.end(),
-                                  [&](const Column& column) { return runtime::UpperCase(column.name) == upper; });
+  const auto found =
+      std::find_if(columns.begin(), columns.end(), [&](const Column& column) { return runtime::UpperCase(column.name) == upper; });
   if (found == columns.end()) throw AdoError(runtime::kItemNotFound, name);
   return *found;
 }

@@ -35,9 +35,9 @@ struct Column {
   std::int64_t definedSize = 0;  ///< characters for texts, bytes for the rest
   std::int16_t precision = 0;
   std::int16_t numericScale = 0;
-  std::int32_t attributes = 0;   ///< adColFixed, adColNullable
+  std::int32_t attributes = 0;  ///< adColFixed, adColNullable
   SortOrder sortOrder = adSortAscending;
-  PropertyMap properties;        ///< "AutoIncrement", "Jet OLEDB:Allow Zero Length", ...
+  PropertyMap properties;  ///< "AutoIncrement", "Jet OLEDB:Allow Zero Length", ...
 };
 
 /// An index of a table with its columns in index order.
@@ -54,8 +54,7 @@ class Table {
  public:
   Table() = default;
   explicit Table(std::string name) : name_(std::move(name)), columns_(std::in_place), indexes_(std::in_place) {}
-  Table(std::string name, std::string type, ProviderCatalog* catalog)
-      : name_(std::move(name)), type_(std::move(type)), catalog_(catalog) {}
+  Table(std::string name, std::string type, ProviderCatalog* catalog) : name_(std::move(name)), type_(std::move(type)), catalog_(catalog) {}
 
   [[nodiscard]] const std::string& Name() const noexcept { return name_; }
   void Name(const std::string& name) { name_ = name; }

@@ -41,12 +41,12 @@ FindCriterion::Operator TakeOperator(std::string_view& text) {
   using Operator = FindCriterion::Operator;
   // Longer spellings first: "<=" is not "<".
   static constexpr std::array<std::pair<std::string_view, Operator>, 7> kOperators{{{"<=", Operator::kLessOrEqual},
-                                                                                   {">=", Operator::kGreaterOrEqual},
-                                                                                   {"<>", Operator::kNotEqual},
-                                                                                   {"=", Operator::kEqual},
-                                                                                   {"<", Operator::kLess},
-                                                                                   {">", Operator::kGreater},
-                                                                                   {"LIKE ", Operator::kLike}}};
+                                                                                    {">=", Operator::kGreaterOrEqual},
+                                                                                    {"<>", Operator::kNotEqual},
+                                                                                    {"=", Operator::kEqual},
+                                                                                    {"<", Operator::kLess},
+                                                                                    {">", Operator::kGreater},
+                                                                                    {"LIKE ", Operator::kLike}}};
   SkipBlanks(text);
   for (const auto& [spelling, meaning] : kOperators) {
     if (runtime::UpperCase(text.substr(0, spelling.size())) != spelling) continue;

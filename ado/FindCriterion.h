@@ -26,9 +26,9 @@ class FindCriterion {
   std::string field_;
   Operator operator_ = Operator::kEqual;
   bool isNull_ = false;
-  bool isText_ = false;   // in quotes: compared as a text with text columns
-  std::string literal_;   // as written, without its quotes
-  std::string folded_;    // upper case, for texts
+  bool isText_ = false;  // in quotes: compared as a text with text columns
+  std::string literal_;  // as written, without its quotes
+  std::string folded_;   // upper case, for texts
 };
 
 }  // namespace tamlo::ado

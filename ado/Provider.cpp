@@ -16,9 +16,7 @@ std::map<std::string, ProviderFactory>& Registry() {
 
 }  // namespace
 
-void RegisterProvider(const std::string& name, ProviderFactory factory) {
-  Registry()[runtime::UpperCase(name)] = std::move(factory);
-}
+void RegisterProvider(const std::string& name, ProviderFactory factory) { Registry()[runtime::UpperCase(name)] = std::move(factory); }
 
 const ProviderFactory& FindProvider(const std::string& name) {
   const auto found = Registry().find(runtime::UpperCase(name));

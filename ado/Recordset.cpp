@@ -26,9 +26,7 @@ std::int16_t Field::NumericScale() const noexcept { return owner_->infos[positio
 Variant Field::Value() const { return owner_->Value(position_); }
 void Field::Value(const Variant& value) { owner_->Assign(position_, value); }
 
-std::size_t Field::ReadChunk(std::byte* buffer, std::size_t capacity) const {
-  return owner_->ReadChunk(position_, buffer, capacity);
-}
+std::size_t Field::ReadChunk(std::byte* buffer, std::size_t capacity) const { return owner_->ReadChunk(position_, buffer, capacity); }
 void Field::WriteFrom(ChunkSource source) { owner_->Assign(position_, std::move(source)); }
 
 Variant Field::Property(const std::string& name) const {

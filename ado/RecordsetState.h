@@ -45,7 +45,7 @@ struct RecordsetState {
 
   std::shared_ptr<ConnectionState> connection;
   std::unique_ptr<ProviderRowset> rowset;  // null when closed
-  std::vector<FieldInfo> infos;        // a copy: fields describe themselves also once the rowset is gone
+  std::vector<FieldInfo> infos;            // a copy: fields describe themselves also once the rowset is gone
   std::vector<Field> fields;
   std::unordered_map<std::string, std::size_t> byName;  // by upper-cased name; the first of equal names
   Position position = Position::kUnread;

@@ -46,9 +46,22 @@ enum DataType : std::int16_t {
 };
 
 enum CursorType : std::int16_t { adOpenUnspecified = -1, adOpenForwardOnly = 0, adOpenKeyset = 1, adOpenDynamic = 2, adOpenStatic = 3 };
-enum LockType : std::int16_t { adLockUnspecified = -1, adLockReadOnly = 1, adLockPessimistic = 2, adLockOptimistic = 3, adLockBatchOptimistic = 4 };
+enum LockType : std::int16_t {
+  adLockUnspecified = -1,
+  adLockReadOnly = 1,
+  adLockPessimistic = 2,
+  adLockOptimistic = 3,
+  adLockBatchOptimistic = 4
+};
 enum CursorLocation : std::int16_t { adUseServer = 2, adUseClient = 3 };
-enum SeekOption : std::int16_t { adSeekFirstEQ = 1, adSeekLastEQ = 2, adSeekAfterEQ = 4, adSeekAfter = 8, adSeekBeforeEQ = 16, adSeekBefore = 32 };
+enum SeekOption : std::int16_t {
+  adSeekFirstEQ = 1,
+  adSeekLastEQ = 2,
+  adSeekAfterEQ = 4,
+  adSeekAfter = 8,
+  adSeekBeforeEQ = 16,
+  adSeekBefore = 32
+};
 enum EditMode : std::int16_t { adEditNone = 0, adEditInProgress = 1, adEditAdd = 2 };
 enum SortOrder : std::int16_t { adSortAscending = 1, adSortDescending = 2 };
 enum IndexNulls : std::int16_t { adIndexNullsAllow = 0, adIndexNullsDisallow = 1, adIndexNullsIgnore = 2, adIndexNullsIgnoreAny = 4 };

@@ -71,9 +71,7 @@ const T& Element(const std::vector<T>& liste, std::int16_t position) {
   return liste[static_cast<std::size_t>(position) - 1];
 }
 
-void VaAuDossierProgramme() {
-  ChangeDossierCourant(db::EnvironnementCourant().dossierProgramme);
-}
+void VaAuDossierProgramme() { ChangeDossierCourant(db::EnvironnementCourant().dossierProgramme); }
 
 int ExecuteJusquALaFin() {
   try {
@@ -133,9 +131,7 @@ void LibereTout() {
   support::Sablier(false);
 }
 
-void LigneCommande(const std::string& ligne) {
-  EtatCourant().ligneCommande = ligne;
-}
+void LigneCommande(const std::string& ligne) { EtatCourant().ligneCommande = ligne; }
 
 void LitParametres() {
   std::vector<std::string>& liste = EtatCourant().parametres;
@@ -158,18 +154,14 @@ void LitParametres() {
   }
 }
 
-const std::string& Parametres(std::int16_t position) {
-  return Element(EtatCourant().parametres, position);
-}
+const std::string& Parametres(std::int16_t position) { return Element(EtatCourant().parametres, position); }
 
 std::int16_t NbParametres() noexcept {
   constexpr std::size_t kPlusGrand = 32767;
   return static_cast<std::int16_t>(std::min(EtatCourant().parametres.size(), kPlusGrand));
 }
 
-ReferenceBase& BaseVlm() noexcept {
-  return EtatCourant().baseVlm;
-}
+ReferenceBase& BaseVlm() noexcept { return EtatCourant().baseVlm; }
 
 db::DataBase& BaseVlmOuverte() {
   if (!BaseVlm()) throw runtime::Error(runtime::kObjectNotSet);
@@ -213,18 +205,13 @@ ReferenceBase BaseOuverte(const std::string& nom) {
 
 std::int16_t IndiceBase(const std::string& nom) {
   const std::vector<ReferenceBase>& ouvertes = EtatCourant().basesOuvertes;
-  const auto trouvee =
-      std::find_if(ouvertes.begin(), ouvertes.end(), [&](const auto& base) { return base->Nom() == nom; });
+  const auto trouvee = std::find_if(ouvertes.begin(), ouvertes.end(), [&](const auto& base) { return base->Nom() == nom; });
   return trouvee == ouvertes.end() ? std::int16_t{0} : runtime::CheckedInt16(trouvee - ouvertes.begin() + 1);
 }
 
-const ReferenceBase& BasesOuvertes(std::int16_t position) {
-  return Element(EtatCourant().basesOuvertes, position);
-}
+const ReferenceBase& BasesOuvertes(std::int16_t position) { return Element(EtatCourant().basesOuvertes, position); }
 
-std::int16_t NbBasesOuvertes() noexcept {
-  return static_cast<std::int16_t>(EtatCourant().basesOuvertes.size());
-}
+std::int16_t NbBasesOuvertes() noexcept { return static_cast<std::int16_t>(EtatCourant().basesOuvertes.size()); }
 
 void BrancheCouche(const std::string& dossierProgramme) {
   db::Environnement& environnement = db::EnvironnementCourant();

@@ -13,9 +13,7 @@ namespace {
 
 constexpr std::int32_t kCheminIntrouvable = 76;
 
-std::string FromWide(const wchar_t* text) {
-  return runtime::FromUtf16(std::u16string(text, text + std::wcslen(text)));
-}
+std::string FromWide(const wchar_t* text) { return runtime::FromUtf16(std::u16string(text, text + std::wcslen(text))); }
 
 /// Past the program's own path, which may stand between double quotes, at the start of a command line.
 const wchar_t* ArgumentsPart(const wchar_t* line) {
@@ -50,8 +48,7 @@ void ChangeDossierCourant(const std::string& dossier) {
     done = SetCurrentDirectoryW(folder.c_str()) != 0;
   } else {
     // The current folder of another drive is kept in a variable named after it.
-    done = std::filesystem::is_directory(folder, erreur) &&
-           SetEnvironmentVariableW((L"=" + drive).c_str(), folder.c_str()) != 0;
+    done = std::filesystem::is_directory(folder, erreur) && SetEnvironmentVariableW((L"=" + drive).c_str(), folder.c_str()) != 0;
   }
   if (!done) throw runtime::Error(kCheminIntrouvable, "Chemin d'accès introuvable");
 }

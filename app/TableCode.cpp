@@ -55,13 +55,9 @@ void InitTableCode() {
   for (std::size_t i = 0; i < kCodes.size(); ++i) table[kPremierCode + i] = kCodes[i];
 }
 
-void LibereTableCode() noexcept {
-  TableCode().reset();
-}
+void LibereTableCode() noexcept { TableCode().reset(); }
 
-bool TableCodePresente() noexcept {
-  return TableCode().has_value();
-}
+bool TableCodePresente() noexcept { return TableCode().has_value(); }
 
 std::string CodePwd(const std::string& clair) {
   std::string code;

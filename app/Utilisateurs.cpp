@@ -49,13 +49,9 @@ void ConnecteUtl(double id, const std::string& nom, const std::string& motPasseC
   support::Sablier(false);
 }
 
-double IdUtlConnecte() noexcept {
-  return Connecte().id;
-}
+double IdUtlConnecte() noexcept { return Connecte().id; }
 
-const std::string& NomUtlConnecte() noexcept {
-  return Connecte().nom;
-}
+const std::string& NomUtlConnecte() noexcept { return Connecte().nom; }
 
 std::string PwdUtlConnecte() {
   InitTableCode();
@@ -64,9 +60,7 @@ std::string PwdUtlConnecte() {
   return clair;
 }
 
-void OublieUtlConnecte() noexcept {
-  Connecte() = {};
-}
+void OublieUtlConnecte() noexcept { Connecte() = {}; }
 
 double IdSuivant(const std::string& table) {
   db::DataBase& base = BaseVlmOuverte();

@@ -43,9 +43,7 @@ ui::Rectangle AGauche(ui::Rectangle zone) {
   return {kMarge, static_cast<std::int16_t>(haut), static_cast<std::int16_t>(zone.left - 2 * kMarge), kHauteurLibelle};
 }
 
-std::string TexteNombre(double nombre) {
-  return runtime::ShortestText(nombre);
-}
+std::string TexteNombre(double nombre) { return runtime::ShortestText(nombre); }
 
 }  // namespace
 
@@ -134,23 +132,19 @@ std::string frmTamlo::LitMotPasse(const std::string& nom) const {
   return motPasse;
 }
 
-void frmTamlo::Show() {
-  form_->Show();
-}
+void frmTamlo::Show() { form_->Show(); }
 
 bool frmTamlo::VerifiePwd() {
   if (txtPwd_->Text() == txtPwd2_->Text()) return true;
-  support::Msg("La confirmation du mot de passe diffère de celui-ci. Merci de saisir à nouveau ces 2 zones",
-               ui::kExclamation | ui::kOkOnly, "Mot de passe incorrect");
+  support::Msg("La confirmation du mot de passe diffère de celui-ci. Merci de saisir à nouveau ces 2 zones", ui::kExclamation | ui::kOkOnly,
+               "Mot de passe incorrect");
   txtPwd_->SetFocus();
   // The box may have had the focus all along, and then gains none.
   support::SelectionneTout(*txtPwd_);
   return false;
 }
 
-void frmTamlo::Sauve() {
-  SauveVlmUtl(SauveUtl());
-}
+void frmTamlo::Sauve() { SauveVlmUtl(SauveUtl()); }
 
 double frmTamlo::SauveUtl() {
   ado::Recordset rs = BaseVlmOuverte().OpenRecordSet("SELECT * FROM Utl WHERE Nom='" + txtNom_->Text() + "'", 2);
@@ -187,8 +181,8 @@ void frmTamlo::MetAJourUtl(ado::Recordset& rs, double& id) {
 }
 
 void frmTamlo::SauveVlmUtl(double id) {
-  ado::Recordset rs = BaseVlmOuverte().OpenRecordSet(
-      "SELECT * FROM VlmUtl WHERE IdUtl=" + TexteNombre(id) + " AND IdVlm=" + TexteNombre(idVlm_), 2);
+  ado::Recordset rs =
+      BaseVlmOuverte().OpenRecordSet("SELECT * FROM VlmUtl WHERE IdUtl=" + TexteNombre(id) + " AND IdVlm=" + TexteNombre(idVlm_), 2);
   // A link that exists keeps its level.
   if (rs.Eof()) {
     rs.AddNew();

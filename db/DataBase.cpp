@@ -36,18 +36,10 @@ ado::Catalog& DataBase::Catalogue() const {
   return *catalogue_;
 }
 
-std::string DataBase::ConnectionString() const {
-  return Connexion().ConnectionString();
-}
-std::string DataBase::Provider() const {
-  return Connexion().Provider();
-}
-std::string DataBase::UID() const {
-  return runtime::ToText(Connexion().Property("User ID"));
-}
-std::string DataBase::Pwd() const {
-  return runtime::ToText(Connexion().Property("Password"));
-}
+std::string DataBase::ConnectionString() const { return Connexion().ConnectionString(); }
+std::string DataBase::Provider() const { return Connexion().Provider(); }
+std::string DataBase::UID() const { return runtime::ToText(Connexion().Property("User ID")); }
+std::string DataBase::Pwd() const { return runtime::ToText(Connexion().Property("Password")); }
 
 std::string DataBase::Version() const {
   if (typ_ != TypJet) return "5";

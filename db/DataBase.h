@@ -112,11 +112,11 @@ class DataBase {
   [[nodiscard]] DbRlt& ListeRlt(std::int16_t i);
   /// A chain of relations from one alias to the other, the first in registry order; empty when there is none or aliasDe
   /// was visited.
-  void GetListeRlt(const std::string& aliasDe, const std::string& aliasVers, std::vector<DbRlt*>& chaine,
-                   std::int16_t& longueur, const std::string& visites);
+  void GetListeRlt(const std::string& aliasDe, const std::string& aliasVers, std::vector<DbRlt*>& chaine, std::int16_t& longueur,
+                   const std::string& visites);
   /// Registers a relation in memory; false when one between the same aliases exists. The flag is stored inverted.
-  bool AddRlt(const std::string& aliasSrc, const std::string& fldSrc, const std::string& aliasCbl,
-              const std::string& fldCbl, std::int32_t typ, std::int32_t typInv, bool obg);
+  bool AddRlt(const std::string& aliasSrc, const std::string& fldSrc, const std::string& aliasCbl, const std::string& fldCbl,
+              std::int32_t typ, std::int32_t typInv, bool obg);
   /// Appends a relation as it stands; Access only, nothing on other kinds.
   void AddRltAttachee(const DbRlt& rlt);
 
@@ -133,8 +133,7 @@ class DataBase {
   /// Copies all rows of a table into the table of that name of another open database, which is created when missing.
   CopieBilan CopieDonnees(const std::string& nom, DataBase& cible, const CopieOptions& options = {});
   /// Gives cible a table with the structure of this one's table nom (ajoute) and its rows (copie).
-  CopieBilan TblCopie(const std::string& nom, DataBase& cible, bool ajoute, bool copie,
-                      const CopieOptions& options = {});
+  CopieBilan TblCopie(const std::string& nom, DataBase& cible, bool ajoute, bool copie, const CopieOptions& options = {});
   /// Reads the table on both sides and compares the rows, whatever their order on a key.
   [[nodiscard]] VerifieBilan VerifieCopie(const std::string& nom, DataBase& cible);
 
@@ -185,13 +184,11 @@ class DataBase {
   bool avecMvt_ = false;
   std::string fmtDate_;
   std::unique_ptr<ado::Connection> connexion_;
-  std::unique_ptr<ado::Connection>
-      precedente_;  // the connection of an earlier opening, while catalogue_ is still its own
+  std::unique_ptr<ado::Connection> precedente_;  // the connection of an earlier opening, while catalogue_ is still its own
   std::vector<EntreeTbl> tables_;
   std::vector<EntreeAlias> alias_;
   std::vector<std::unique_ptr<DbRlt>> relations_;
-  mutable std::unique_ptr<sql::TablesQualifiees>
-      qualifiees_;  // index over tables_ for FormateSSQL; none until it is needed
+  mutable std::unique_ptr<sql::TablesQualifiees> qualifiees_;  // index over tables_ for FormateSSQL; none until it is needed
   mutable std::int16_t dernierTbl_ = 0;
   mutable std::int16_t dernierAlias_ = 0;
 };

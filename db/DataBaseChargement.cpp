@@ -18,8 +18,7 @@ namespace {
 
 /// Types of catalog tables that are not the application's.
 bool EstHorsListe(std::string_view type) {
-  static constexpr std::array<std::string_view, 5> kHorsListe{"ACCESS TABLE", "SYSTEM TABLE", "SYSTEM VIEW", "VIEW",
-                                                              "SYNONYM"};
+  static constexpr std::array<std::string_view, 5> kHorsListe{"ACCESS TABLE", "SYSTEM TABLE", "SYSTEM VIEW", "VIEW", "SYNONYM"};
   return std::find(kHorsListe.begin(), kHorsListe.end(), type) != kHorsListe.end();
 }
 
@@ -57,9 +56,7 @@ ado::Table ResoutLien(ado::Table& lien) {
 
 }  // namespace
 
-bool DataBase::CataloguePresent() {
-  return ExisteTbl(kTblKorv) && ExisteTbl(kFldKorv) && ExisteTbl(kIdxKorv);
-}
+bool DataBase::CataloguePresent() { return ExisteTbl(kTblKorv) && ExisteTbl(kFldKorv) && ExisteTbl(kIdxKorv); }
 
 void DataBase::ChargeListeTbl() {
   const bool present = CataloguePresent();
@@ -101,8 +98,7 @@ void DataBase::AjouteTablesCatalogue(ado::Recordset* rsFld, ado::Recordset* rsId
 
 void DataBase::AjouteTablesOracle(ado::Recordset* rsFld, ado::Recordset* rsIdx) {
   const Environnement& environnement = EnvironnementCourant();
-  const std::string owner =
-      support::EstVide(environnement.nomLogin) ? environnement.nomUtlConnecte() : environnement.nomLogin;
+  const std::string owner = support::EstVide(environnement.nomLogin) ? environnement.nomUtlConnecte() : environnement.nomLogin;
   const std::string autre = ProprietaireDuNom(nom_);
   std::string sql = "SELECT * FROM ALL_TABLES WHERE (OWNER = '" + owner + "')";
   if (!support::EstVide(autre)) sql += " OR (OWNER = '" + runtime::UpperCase(autre) + "')";
@@ -121,8 +117,7 @@ void DataBase::AjouteTablesOracle(ado::Recordset* rsFld, ado::Recordset* rsIdx) 
 
 void DataBase::AjouteTable(ado::Table& table, ado::Recordset* rsFld, ado::Recordset* rsIdx, const std::string& owner) {
   const std::string nom = runtime::UpperCase(runtime::Trim(table.Name()));
-  const bool connue =
-      std::any_of(tables_.begin(), tables_.end(), [&](const EntreeTbl& entree) { return entree.nom == nom; });
+  const bool connue = std::any_of(tables_.begin(), tables_.end(), [&](const EntreeTbl& entree) { return entree.nom == nom; });
   if (connue) return;
   auto tbl = std::make_unique<DbTbl>();
   tbl->Init(*this, table, avecMvt_, rsFld, rsIdx, owner);

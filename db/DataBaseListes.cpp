@@ -28,8 +28,7 @@ std::int16_t Indice(const Entrees& entrees, const std::string& cherche, Nom nomD
 
 template <typename Entrees>
 auto& EntreeA(Entrees& entrees, std::int16_t indice) {
-  if (indice < 0 || static_cast<std::size_t>(indice) >= entrees.size())
-    throw runtime::Error(runtime::kSubscriptOutOfRange);
+  if (indice < 0 || static_cast<std::size_t>(indice) >= entrees.size()) throw runtime::Error(runtime::kSubscriptOutOfRange);
   return entrees[static_cast<std::size_t>(indice)];
 }
 
@@ -45,15 +44,12 @@ std::int16_t DataBase::IndiceAlias(const std::string& alias) const {
       alias_, alias, [](const EntreeAlias& entree) -> const std::string& { return entree.alias; }, dernierAlias_);
 }
 
-DbTbl& DataBase::ListeTbl(const std::string& nom) {
-  return *EntreeA(tables_, IndiceTbl(nom)).tbl;
-}
+DbTbl& DataBase::ListeTbl(const std::string& nom) { return *EntreeA(tables_, IndiceTbl(nom)).tbl; }
 
 bool DataBase::ExisteTbl(const std::string& nom) {
   bool existe = false;
   const std::string cherche(runtime::Trim(nom));
-  runtime::IgnoringErrors(
-      [&] { existe = runtime::UpperCase(Catalogue().Tables(cherche).Name()) == runtime::UpperCase(cherche); });
+  runtime::IgnoringErrors([&] { existe = runtime::UpperCase(Catalogue().Tables(cherche).Name()) == runtime::UpperCase(cherche); });
   return existe;
 }
 

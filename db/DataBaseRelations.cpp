@@ -19,13 +19,12 @@ DbRlt& DataBase::AjouteRlt(const DbRlt& rlt) {
   return *relations_.back();
 }
 
-bool DataBase::AddRlt(const std::string& aliasSrc, const std::string& fldSrc, const std::string& aliasCbl,
-                      const std::string& fldCbl, std::int32_t typ, std::int32_t typInv, bool obg) {
+bool DataBase::AddRlt(const std::string& aliasSrc, const std::string& fldSrc, const std::string& aliasCbl, const std::string& fldCbl,
+                      std::int32_t typ, std::int32_t typInv, bool obg) {
   const std::string source = runtime::UpperCase(aliasSrc);
   const std::string cible = runtime::UpperCase(aliasCbl);
-  const bool connue = std::any_of(relations_.begin(), relations_.end(), [&](const auto& relation) {
-    return relation->AliasSrc() == source && relation->AliasCbl() == cible;
-  });
+  const bool connue = std::any_of(relations_.begin(), relations_.end(),
+                                  [&](const auto& relation) { return relation->AliasSrc() == source && relation->AliasCbl() == cible; });
   if (connue) return false;
   DbRlt relation;
   relation.Init(source, runtime::LowerCase(fldSrc), cible, runtime::LowerCase(fldCbl), typ, typInv, !obg);
@@ -37,8 +36,8 @@ void DataBase::AddRltAttachee(const DbRlt& rlt) {
   if (typ_ == TypJet) AjouteRlt(rlt);
 }
 
-void DataBase::GetListeRlt(const std::string& aliasDe, const std::string& aliasVers, std::vector<DbRlt*>& chaine,
-                           std::int16_t& longueur, const std::string& visites) {
+void DataBase::GetListeRlt(const std::string& aliasDe, const std::string& aliasVers, std::vector<DbRlt*>& chaine, std::int16_t& longueur,
+                           const std::string& visites) {
   chaine.clear();
   longueur = 0;
   // Separators at both ends: an alias is not taken for a longer one that contains it.

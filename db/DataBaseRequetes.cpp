@@ -83,8 +83,6 @@ void DataBase::FormateSSQL(std::string& sql) const {
   sql::FormateSSQL(sql, typ_, fmtDate_, qualifiees_.get());
 }
 
-void DataBase::NomsChanges() noexcept {
-  qualifiees_.reset();
-}
+void DataBase::NomsChanges() noexcept { qualifiees_.reset(); }
 
 }  // namespace tamlo::db

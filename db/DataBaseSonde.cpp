@@ -16,8 +16,8 @@ void DataBase::TesteFormatDate() {
     AddTbl(std::move(tbl));
   }
   const auto refus = runtime::IgnoringErrors([&] {
-    ado::Recordset rs = OpenRecordSet(
-        "SELECT * FROM [TEST_DT] WHERE [DT] = '" + runtime::FormatDate(runtime::Today(), "YYYY-MM-DD") + "'", 3);
+    ado::Recordset rs =
+        OpenRecordSet("SELECT * FROM [TEST_DT] WHERE [DT] = '" + runtime::FormatDate(runtime::Today(), "YYYY-MM-DD") + "'", 3);
     // A recordset may wait for its first row to be asked for before the server sees the statement.
     (void)rs.Eof();
     rs.Close();

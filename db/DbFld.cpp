@@ -39,8 +39,8 @@ std::int16_t TypeNormalise(std::int16_t typ, double lg) {
 
 }  // namespace
 
-void DbFld::Init(const std::string& nom, std::int16_t typ, double lg, bool estCpt, DbTbl* table, std::int16_t no,
-                 bool obg, const std::string& fmt, const std::string& ini) {
+void DbFld::Init(const std::string& nom, std::int16_t typ, double lg, bool estCpt, DbTbl* table, std::int16_t no, bool obg,
+                 const std::string& fmt, const std::string& ini) {
   nom_ = runtime::LowerCase(runtime::Trim(nom));
   typ_ = TypeNormalise(typ, lg);
   estCpt_ = estCpt;
@@ -80,8 +80,8 @@ void DbFld::Obg(bool obligatoire) {
   if (obligatoire == obg_) return;
   obg_ = obligatoire;
   if (table_ == nullptr || table_->Db() == nullptr) return;
-  table_->Db()->ExecuteSQL("UPDATE [$FLDKORV$] SET [OBLIGATOIRE]=" + std::string(obligatoire ? "-1" : "0") +
-                           " WHERE  [TABLE]='" + table_->Nom() + "' AND [NOM]='" + nom_ + "'");
+  table_->Db()->ExecuteSQL("UPDATE [$FLDKORV$] SET [OBLIGATOIRE]=" + std::string(obligatoire ? "-1" : "0") + " WHERE  [TABLE]='" +
+                           table_->Nom() + "' AND [NOM]='" + nom_ + "'");
 }
 
 }  // namespace tamlo::db

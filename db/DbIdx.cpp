@@ -41,17 +41,11 @@ void DbIdx::Decrit(const ado::Index& index, DbTbl* table) {
   }
 }
 
-std::int16_t DbIdx::NbFld() const {
-  return runtime::CheckedInt16(static_cast<std::int64_t>(champs_.size()));
-}
+std::int16_t DbIdx::NbFld() const { return runtime::CheckedInt16(static_cast<std::int64_t>(champs_.size())); }
 
-const std::string& DbIdx::NomFld(std::int16_t i) const {
-  return ChampA(i).nom;
-}
+const std::string& DbIdx::NomFld(std::int16_t i) const { return ChampA(i).nom; }
 
-std::int16_t DbIdx::SensFld(std::int16_t i) const {
-  return ChampA(i).sens;
-}
+std::int16_t DbIdx::SensFld(std::int16_t i) const { return ChampA(i).sens; }
 
 std::string DbIdx::SFld() const {
   std::string texte;

@@ -16,8 +16,7 @@ namespace {
 /// The lookup that fields and indexes share: a number is the position itself, unchecked; else the last position found,
 /// else the first of that name.
 template <typename Element>
-std::int16_t Position(const std::vector<std::unique_ptr<Element>>& liste, const std::string& cle, bool majuscules,
-                      std::int16_t& dernier) {
+std::int16_t Position(const std::vector<std::unique_ptr<Element>>& liste, const std::string& cle, bool majuscules, std::int16_t& dernier) {
   if (runtime::IsNumeric(cle)) return runtime::ToInt16(cle);
   const std::string_view coupe = runtime::Trim(cle);
   const std::string nom = majuscules ? runtime::UpperCase(coupe) : runtime::LowerCase(coupe);
@@ -31,8 +30,7 @@ std::int16_t Position(const std::vector<std::unique_ptr<Element>>& liste, const 
 
 template <typename Element>
 Element& ElementA(const std::vector<std::unique_ptr<Element>>& liste, std::int16_t position) {
-  if (position < 0 || static_cast<std::size_t>(position) >= liste.size())
-    throw runtime::Error(runtime::kSubscriptOutOfRange);
+  if (position < 0 || static_cast<std::size_t>(position) >= liste.size()) throw runtime::Error(runtime::kSubscriptOutOfRange);
   return *liste[static_cast<std::size_t>(position)];
 }
 
@@ -44,23 +42,13 @@ bool PropageMvt(std::int32_t typ, std::int32_t typInv) {
 
 }  // namespace
 
-std::int16_t DbTbl::PosFld(const std::string& cle) const {
-  return Position(champs_, cle, false, dernierFld_);
-}
-std::int16_t DbTbl::PosIdx(const std::string& cle) const {
-  return Position(index_, cle, true, dernierIdx_);
-}
+std::int16_t DbTbl::PosFld(const std::string& cle) const { return Position(champs_, cle, false, dernierFld_); }
+std::int16_t DbTbl::PosIdx(const std::string& cle) const { return Position(index_, cle, true, dernierIdx_); }
 
-DbFld& DbTbl::ListeFld(const std::string& cle) {
-  return ElementA(champs_, PosFld(cle));
-}
-DbIdx& DbTbl::ListeIdx(const std::string& cle) {
-  return ElementA(index_, PosIdx(cle));
-}
+DbFld& DbTbl::ListeFld(const std::string& cle) { return ElementA(champs_, PosFld(cle)); }
+DbIdx& DbTbl::ListeIdx(const std::string& cle) { return ElementA(index_, PosIdx(cle)); }
 
-bool DbTbl::ExisteFld(const std::string& nom) const {
-  return PosFld(nom) != -1;
-}
+bool DbTbl::ExisteFld(const std::string& nom) const { return PosFld(nom) != -1; }
 
 bool DbTbl::ExisteIdx(const std::string& nom) const {
   const bool oracle = db_ != nullptr && db_->Kind16() == TypOracle;
@@ -91,9 +79,7 @@ void DbTbl::Owner(const std::string& owner) {
   if (liste_ != nullptr) liste_->NomsChanges();
 }
 
-bool DbTbl::EstTableCatalogue() const noexcept {
-  return EstTableDuCatalogue(nom_);
-}
+bool DbTbl::EstTableCatalogue() const noexcept { return EstTableDuCatalogue(nom_); }
 
 DataBase& DbTbl::DbRequis() const {
   if (db_ == nullptr) throw runtime::Error(runtime::kObjectNotSet);

@@ -32,8 +32,7 @@ class DbTbl {
   /// Loads the definition of a backend's table, from the catalog's open recordsets where given (nullptr: no catalog),
   /// else from the backend alone. A table that cannot be opened stays without fields and indexes, without an error;
   /// other errors go to the caller.
-  void Init(DataBase& db, ado::Table& table, bool avecMvt, ado::Recordset* rsFld, ado::Recordset* rsIdx,
-            const std::string& owner);
+  void Init(DataBase& db, ado::Table& table, bool avecMvt, ado::Recordset* rsFld, ado::Recordset* rsIdx, const std::string& owner);
 
   /// Stored trimmed and upper-cased.
   void Nom(const std::string& nom);
@@ -83,8 +82,7 @@ class DbTbl {
 
   [[nodiscard]] std::int16_t PosFld(const std::string& cle) const;
   [[nodiscard]] std::int16_t PosIdx(const std::string& cle) const;
-  [[nodiscard]] ado::Index LitChampsIdx(const std::string& nom, const std::string& champs, bool primaire,
-                                        bool unique) const;
+  [[nodiscard]] ado::Index LitChampsIdx(const std::string& nom, const std::string& champs, bool primaire, bool unique) const;
   bool ChargeFldTable();
   void ChargeFldCatalogue(ado::Table& table, ado::Recordset& rsFld);
   void ChargeIdxTable(ado::Table& table);

@@ -16,8 +16,7 @@ struct TypeLongueur {
 };
 
 /// What a backend's column is to the layer: Oracle and MySQL have one exact numeric for several of our types.
-TypeLongueur TypeDeColonne(std::int16_t kind, std::int16_t typ, double lg, std::int16_t precision,
-                           std::int16_t echelle) {
+TypeLongueur TypeDeColonne(std::int16_t kind, std::int16_t typ, double lg, std::int16_t precision, std::int16_t echelle) {
   if (typ != ado::adNumeric) return {typ, lg};
   if (kind == TypOracle) {
     switch (precision) {
@@ -44,8 +43,7 @@ TypeLongueur TypeDeColonne(std::int16_t kind, std::int16_t typ, double lg, std::
 
 }  // namespace
 
-void DbTbl::Init(DataBase& db, ado::Table& table, bool avecMvt, ado::Recordset* rsFld, ado::Recordset* rsIdx,
-                 const std::string& owner) {
+void DbTbl::Init(DataBase& db, ado::Table& table, bool avecMvt, ado::Recordset* rsFld, ado::Recordset* rsIdx, const std::string& owner) {
   db_ = &db;
   Nom(table.Name());
   Owner(owner);
@@ -66,15 +64,15 @@ bool DbTbl::ChargeFldTable() {
   const std::int16_t kind = db_->Kind16();
   const bool avecTop = kind == TypJet || kind == TypSqlServer;
   ado::Recordset rs;
-  const auto refus = runtime::IgnoringErrors(
-      [&] { rs = db_->OpenRecordSet((avecTop ? "SELECT TOP 1 * FROM [" : "SELECT * FROM [") + nom_ + "]", 0); });
+  const auto refus =
+      runtime::IgnoringErrors([&] { rs = db_->OpenRecordSet((avecTop ? "SELECT TOP 1 * FROM [" : "SELECT * FROM [") + nom_ + "]", 0); });
   if (refus) return false;
   const std::int16_t nombre = runtime::CheckedInt16(static_cast<std::int64_t>(rs.FieldCount()));
   champs_.clear();
   for (std::int16_t i = 0; i < nombre; ++i) {
     const ado::Field& champ = rs.Fields(static_cast<std::size_t>(i));
-    const auto [typ, lg] = TypeDeColonne(kind, champ.Type(), static_cast<double>(champ.DefinedSize()),
-                                         champ.Precision(), champ.NumericScale());
+    const auto [typ, lg] =
+        TypeDeColonne(kind, champ.Type(), static_cast<double>(champ.DefinedSize()), champ.Precision(), champ.NumericScale());
     bool estCpt = false;
     if (kind == TypJet && champ.Type() == ado::adInteger) {
       runtime::IgnoringErrors([&] { estCpt = runtime::ToBoolean(champ.Property("IsAutoIncrement")); });
@@ -100,8 +98,8 @@ void DbTbl::ChargeFldCatalogue(ado::Table& table, ado::Recordset& rsFld) {
   for (; !rsFld.Eof() && runtime::UpperCase(TexteCatalogue(tbl.Value())) == nom_; rsFld.MoveNext()) {
     const std::string champ = TexteCatalogue(nom.Value());
     const ado::Column& colonne = table.ColumnNamed(champ);
-    const auto [typ, lg] = TypeDeColonne(kind, colonne.type, static_cast<double>(colonne.definedSize),
-                                         colonne.precision, colonne.numericScale);
+    const auto [typ, lg] =
+        TypeDeColonne(kind, colonne.type, static_cast<double>(colonne.definedSize), colonne.precision, colonne.numericScale);
     const bool estCpt = kind == TypJet && colonne.type == ado::adInteger && colonne.properties.Has("AutoIncrement") &&
                         runtime::ToBoolean(colonne.properties.Item("AutoIncrement"));
     (void)runtime::CheckedInt16(static_cast<std::int64_t>(champs_.size()) + 1);
@@ -123,8 +121,8 @@ void DbTbl::ChargeIdxCatalogue(ado::Recordset& rsIdx) {
   const ado::Field& unique = rsIdx.Fields("UNIQUE");
   CacheCles cles;
   for (; !rsIdx.Eof() && runtime::UpperCase(TexteCatalogue(tbl.Value())) == nom_; rsIdx.MoveNext()) {
-    AjouteIndexCharge(LitChampsIdx(TexteCatalogue(nom.Value()), TexteCatalogue(champs.Value()),
-                                   DrapeauCatalogue(primaire.Value()), DrapeauCatalogue(unique.Value())),
+    AjouteIndexCharge(LitChampsIdx(TexteCatalogue(nom.Value()), TexteCatalogue(champs.Value()), DrapeauCatalogue(primaire.Value()),
+                                   DrapeauCatalogue(unique.Value())),
                       cles);
   }
 }

@@ -46,15 +46,13 @@ void DbTbl::SupFld(const std::string& nom) {
   const auto place = champs_.begin() + position;
   const std::string champ = (*place)->Nom();
   if (db_ != nullptr) {
-    const auto refus =
-        runtime::IgnoringErrors([&] { db_->ExecuteSQL("ALTER TABLE [" + nom_ + "] DROP COLUMN [" + champ + "]"); });
+    const auto refus = runtime::IgnoringErrors([&] { db_->ExecuteSQL("ALTER TABLE [" + nom_ + "] DROP COLUMN [" + champ + "]"); });
     if (refus) return;
   }
   champs_.erase(place);
   if (db_ == nullptr || !db_->ExisteTbl(kFldKorv)) return;
   db_->ExecuteSQL("DELETE * FROM [$FLDKORV$] WHERE [TABLE]='" + nom_ + "' AND [NOM]='" + champ + "'");
-  db_->ExecuteSQL("UPDATE [$FLDKORV$] SET [NO]=[NO]-1 WHERE [TABLE]='" + nom_ + "' AND [NO]>" +
-                  std::to_string(position));
+  db_->ExecuteSQL("UPDATE [$FLDKORV$] SET [NO]=[NO]-1 WHERE [TABLE]='" + nom_ + "' AND [NO]>" + std::to_string(position));
 }
 
 void DbTbl::AddIdx(const std::string& nom, const std::string& champs, bool primaire, bool unique) {

@@ -20,8 +20,7 @@ struct Colonne {
   std::int32_t lg;
 };
 
-void CreeTableCatalogue(DataBase& db, const char* nom, std::initializer_list<Colonne> colonnes, const char* index,
-                        const char* champs) {
+void CreeTableCatalogue(DataBase& db, const char* nom, std::initializer_list<Colonne> colonnes, const char* index, const char* champs) {
   auto tbl = std::make_unique<DbTbl>();
   tbl->Nom(nom);
   for (const Colonne& colonne : colonnes) tbl->AddFld(colonne.nom, colonne.typ, colonne.lg, false);
@@ -69,12 +68,9 @@ void CreeCatRlt(DataBase& db) {
                      "SRCCBL", "ALIASSRC;ALIASCBL");
 }
 
-bool EstTableDuCatalogue(std::string_view nom) noexcept {
-  return nom == kRltKorv || nom == kIdxKorv || nom == kTblKorv || nom == kFldKorv;
-}
+bool EstTableDuCatalogue(std::string_view nom) noexcept { return nom == kRltKorv || nom == kIdxKorv || nom == kTblKorv || nom == kFldKorv; }
 
-bool ChercheCle(ado::Recordset& rs, const std::string& index, const std::string& champ,
-                const runtime::Variant& valeur) {
+bool ChercheCle(ado::Recordset& rs, const std::string& index, const std::string& champ, const runtime::Variant& valeur) {
   if (rs.CanSeek()) {
     rs.Index(index);
     const std::array<runtime::Variant, 1> cle{valeur};
@@ -96,9 +92,7 @@ bool ChercheCle(ado::Recordset& rs, const std::string& index, const std::string&
   return !rs.Eof();
 }
 
-std::array<runtime::Variant, kColonnesTbl.size()> ValeursTbl(const DbTbl& tbl) {
-  return {tbl.Nom(), tbl.AvecMvt()};
-}
+std::array<runtime::Variant, kColonnesTbl.size()> ValeursTbl(const DbTbl& tbl) { return {tbl.Nom(), tbl.AvecMvt()}; }
 
 std::array<runtime::Variant, kColonnesFld.size()> ValeursFld(const DbTbl& tbl, const DbFld& fld) {
   return {tbl.Nom(), fld.No(), fld.Nom()};
@@ -119,9 +113,7 @@ std::string TexteCatalogue(const runtime::Variant& valeur) {
   return std::string(runtime::TrimRight(runtime::ToText(valeur)));
 }
 
-bool DrapeauCatalogue(const runtime::Variant& valeur) {
-  return !valeur.IsNull() && runtime::ToBoolean(valeur);
-}
+bool DrapeauCatalogue(const runtime::Variant& valeur) { return !valeur.IsNull() && runtime::ToBoolean(valeur); }
 
 std::vector<CleMySql> LitClesMySql(DataBase& db, const std::string& table) {
   std::vector<CleMySql> cles;
@@ -129,8 +121,7 @@ std::vector<CleMySql> LitClesMySql(DataBase& db, const std::string& table) {
   const ado::Field& index = rs.Fields("Key_name");
   const ado::Field& champ = rs.Fields("Column_Name");
   for (; !rs.Eof(); rs.MoveNext()) {
-    cles.push_back(
-        {runtime::UpperCase(TexteCatalogue(index.Value())), runtime::LowerCase(TexteCatalogue(champ.Value()))});
+    cles.push_back({runtime::UpperCase(TexteCatalogue(index.Value())), runtime::LowerCase(TexteCatalogue(champ.Value()))});
   }
   rs.Close();
   return cles;

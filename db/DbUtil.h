@@ -28,8 +28,7 @@ void CreeCatRlt(DataBase& db);
 /// The key search: positions rs on the first row whose field equals the value; false, and rs at its end, when there is
 /// none. A Seek on the index where the recordset has it, else a search along the rows, which must be sorted by that
 /// field and stand where the previous search and its reading left them.
-[[nodiscard]] bool ChercheCle(ado::Recordset& rs, const std::string& index, const std::string& champ,
-                              const runtime::Variant& valeur);
+[[nodiscard]] bool ChercheCle(ado::Recordset& rs, const std::string& index, const std::string& champ, const runtime::Variant& valeur);
 
 /// The columns of the catalog tables that this layer writes, and their values for one table, field or index. The others
 /// keep the backend's defaults.

@@ -124,8 +124,7 @@ int main(int argc, char** argv) {
     DataBase base;
     const auto kind = tamlo::runtime::ToInt16(argv[3]);
     // An Access database is a file, which must be there before it is opened.
-    if (std::string(argv[1]) == "cree" && kind == tamlo::db::TypJet && !std::filesystem::exists(argv[2]))
-      jet::Database::Create(argv[2]);
+    if (std::string(argv[1]) == "cree" && kind == tamlo::db::TypJet && !std::filesystem::exists(argv[2])) jet::Database::Create(argv[2]);
     if (!base.Ouvre(argv[2], kind, true)) return 1;
     if (std::string(argv[1]) == "cree") {
       Cree(base);

@@ -85,13 +85,13 @@ bool BTree::Contains(std::span<const std::byte> key, RowId row) {
 
 std::optional<RowId> BTree::Insert(std::span<const std::byte> key, RowId row, bool unique) {
   if (key.size() > kMaxKeyBytes) {
-    throw Error(ErrorCode::kLimit, "an index key has " + std::to_string(key.size()) + " bytes, at most " +
-                                       std::to_string(kMaxKeyBytes) + " can be stored");
+    throw Error(ErrorCode::kLimit,
+                "an index key has " + std::to_string(key.size()) + " bytes, at most " + std::to_string(kMaxKeyBytes) + " can be stored");
   }
   entry_.assign(key.begin(), key.end());
   AppendRowPointer(row, entry_);
-  const IndexTarget target = unique ? IndexTarget{key, 0, IndexTarget::Side::kBefore}
-                                    : IndexTarget{key, Pack(row), IndexTarget::Side::kExact};
+  const IndexTarget target =
+      unique ? IndexTarget{key, 0, IndexTarget::Side::kBefore} : IndexTarget{key, Pack(row), IndexTarget::Side::kExact};
   if (lastLeaf_ != 0 && Append(target)) return std::nullopt;
 
   const PageRef page = Descend(target);
@@ -132,9 +132,7 @@ void BTree::InsertIntoLeaf(PageNumber page, std::size_t begin) {
   }
   IndexEntries entries = leaf.Decode();
   entries.Insert(leaf.CountBefore(begin), entry_);
-  const Growth growth = last && leaf.Next() == 0               ? Growth::kAtEnd
-                        : begin == 0 && leaf.Previous() == 0 ? Growth::kAtBegin
-                                                             : Growth::kInside;
+  const Growth growth = last && leaf.Next() == 0 ? Growth::kAtEnd : begin == 0 && leaf.Previous() == 0 ? Growth::kAtBegin : Growth::kInside;
   StoreLeaf(page, entries, growth, namedAbove);
 }
 

@@ -184,12 +184,12 @@ class BTreeCursor {
   [[nodiscard]] bool MoveToNeighbour(bool forward);
 
   BTree* tree_;
-  PageRef leaf_;                ///< null: to be looked up
-  std::size_t at_ = 0;          ///< offset in the leaf: entries before it lie before the place
-  std::uint64_t changes_ = 0;   ///< of the tree when leaf_ and at_ were right
+  PageRef leaf_;               ///< null: to be looked up
+  std::size_t at_ = 0;         ///< offset in the leaf: entries before it lie before the place
+  std::uint64_t changes_ = 0;  ///< of the tree when leaf_ and at_ were right
   Place place_ = Place::kFirst;
-  Bytes entry_;                 ///< key and row of the entry passed over last
-  Bytes sought_;                ///< key that was sought
+  Bytes entry_;   ///< key and row of the entry passed over last
+  Bytes sought_;  ///< key that was sought
 };
 
 }  // namespace jet

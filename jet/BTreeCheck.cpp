@@ -67,11 +67,13 @@ class Walk {
   void CheckHeader(const IndexPageView& view, std::size_t depth) {
     const PageNumber page = view.Number();
     if (view.Table() != table_) {
-      Report(page, kTableOffset, "an index page names table " + std::to_string(view.Table()) + " as its owner, not " + std::to_string(table_));
+      Report(page, kTableOffset,
+             "an index page names table " + std::to_string(view.Table()) + " as its owner, not " + std::to_string(table_));
     }
     if (view.FreeBytes() != kIndexEntriesSize - view.Used()) {
-      Report(page, kFreeOffset, "an index page says it has " + std::to_string(view.FreeBytes()) + " free bytes, it has " +
-                                    std::to_string(kIndexEntriesSize - view.Used()));
+      Report(page, kFreeOffset,
+             "an index page says it has " + std::to_string(view.FreeBytes()) + " free bytes, it has " +
+                 std::to_string(kIndexEntriesSize - view.Used()));
     }
     if (depth == 0 && (view.Previous() != 0 || view.Next() != 0)) Report(page, kPreviousOffset, "the root of an index has neighbours");
     if (view.IsLeaf() && view.Tail() != 0) Report(page, kTailOffset, "an index leaf has a child");

@@ -12,8 +12,8 @@ namespace jet {
 
 /// What a walk over a whole tree has found.
 struct TreeFacts {
-  std::vector<Finding> findings;   ///< empty: sound
-  std::vector<PageNumber> pages;   ///< every page of the tree once, the root first
+  std::vector<Finding> findings;  ///< empty: sound
+  std::vector<PageNumber> pages;  ///< every page of the tree once, the root first
   std::uint64_t entries = 0;
 };
 

@@ -9,9 +9,7 @@
 namespace jet {
 namespace {
 
-std::span<const std::byte> KeyAndRow(std::span<const std::byte> nodeEntry) {
-  return nodeEntry.first(nodeEntry.size() - kChildSize);
-}
+std::span<const std::byte> KeyAndRow(std::span<const std::byte> nodeEntry) { return nodeEntry.first(nodeEntry.size() - kChildSize); }
 
 Bytes CopyKeyAndRow(std::span<const std::byte> nodeEntry) {
   const std::span<const std::byte> part = KeyAndRow(nodeEntry);
@@ -38,8 +36,7 @@ std::size_t FindCut(const IndexEntries& entries, bool leaf, bool atBegin, bool a
   if (entries.Count() < 2 + dropped) throw Error(ErrorCode::kLimit, "the keys of an index page are too long to split it");
   const std::size_t highest = entries.Count() - 1 - dropped;
   const auto fits = [&](std::size_t cut) {
-    return entries.Slice(0, cut).FittingPrefix(leaf) &&
-           entries.Slice(cut + dropped, entries.Count() - cut - dropped).FittingPrefix(leaf);
+    return entries.Slice(0, cut).FittingPrefix(leaf) && entries.Slice(cut + dropped, entries.Count() - cut - dropped).FittingPrefix(leaf);
   };
   std::size_t wanted = atEnd ? highest : lowest;
   if (!atEnd && !atBegin) {

@@ -19,14 +19,22 @@ constexpr std::uint32_t kHiddenFlag = 0x00000008;
 
 ObjectKind KindOf(std::int16_t type, std::uint32_t flags) {
   switch (type) {
-    case 1: return (flags & kSystemFlags) != 0 ? ObjectKind::kSystemTable : ObjectKind::kTable;
-    case 4: return ObjectKind::kOdbcLink;
-    case 5: return ObjectKind::kQuery;
-    case 6: return ObjectKind::kJetLink;
-    case 8: return ObjectKind::kRelationship;
-    case 3: return ObjectKind::kContainer;
-    case 2: return ObjectKind::kDocument;
-    default: return type < 0 ? ObjectKind::kDocument : ObjectKind::kOther;
+    case 1:
+      return (flags & kSystemFlags) != 0 ? ObjectKind::kSystemTable : ObjectKind::kTable;
+    case 4:
+      return ObjectKind::kOdbcLink;
+    case 5:
+      return ObjectKind::kQuery;
+    case 6:
+      return ObjectKind::kJetLink;
+    case 8:
+      return ObjectKind::kRelationship;
+    case 3:
+      return ObjectKind::kContainer;
+    case 2:
+      return ObjectKind::kDocument;
+    default:
+      return type < 0 ? ObjectKind::kDocument : ObjectKind::kOther;
   }
 }
 
@@ -58,9 +66,10 @@ Table& Catalog::RelationshipsTable() { return engine_.TableAt(kRelationshipsPage
 
 void Catalog::Load() {
   Table& table = ObjectsTable();
-  const std::size_t id = Column(table, "Id"), parent = Column(table, "ParentId"), name = Column(table, "Name"), type = Column(table, "Type"),
-                    created = Column(table, "DateCreate"), updated = Column(table, "DateUpdate"), flags = Column(table, "Flags"),
-                    database = Column(table, "Database"), connect = Column(table, "Connect"), foreign = Column(table, "ForeignName");
+  const std::size_t id = Column(table, "Id"), parent = Column(table, "ParentId"), name = Column(table, "Name"),
+                    type = Column(table, "Type"), created = Column(table, "DateCreate"), updated = Column(table, "DateUpdate"),
+                    flags = Column(table, "Flags"), database = Column(table, "Database"), connect = Column(table, "Connect"),
+                    foreign = Column(table, "ForeignName");
   std::vector<CatalogObject> objects;
   std::vector<RowId> rows;
   ScanCursor cursor = table.Scan();
@@ -156,7 +165,8 @@ std::int32_t Catalog::Add(CatalogObject object, const PropertyMap& properties) {
   }
 
   Table& permissions = PermissionsTable();
-  const std::size_t idColumn = Column(permissions, "ObjectId"), sidColumn = Column(permissions, "SID"), accessColumn = Column(permissions, "ACM");
+  const std::size_t idColumn = Column(permissions, "ObjectId"), sidColumn = Column(permissions, "SID"),
+                    accessColumn = Column(permissions, "ACM");
   std::vector<Value> users;
   if (!owner.IsNull()) users.push_back(owner);
   for (ScanCursor cursor = permissions.Scan(); cursor.Next();) {

@@ -121,15 +121,17 @@ class Checker {
   void CheckSubset(PackedPointer map, const std::vector<PageNumber>& owned, const std::string& owner) {
     for (const PageNumber page : PagesOf(map, owner))
       if (!std::binary_search(owned.begin(), owned.end(), page))
-        Report(Unpack(map).page, 0, "The map of pages with room of " + owner + " has page " + std::to_string(page) + ", which it does not own");
+        Report(Unpack(map).page, 0,
+               "The map of pages with room of " + owner + " has page " + std::to_string(page) + ", which it does not own");
   }
 
   void CheckDataPage(PageNumber number, const DataPage& data) {
     for (unsigned slot = 0; slot < data.SlotCount(); ++slot) (void)data.Row(slot);
     const PageRef ref = pager_.Read(number);
     if (Load16(ref.Bytes().data() + 2) != data.FreeBytes())
-      Report(number, 2, "The free bytes of the page are " + std::to_string(data.FreeBytes()) + ", not " +
-                            std::to_string(Load16(ref.Bytes().data() + 2)));
+      Report(
+          number, 2,
+          "The free bytes of the page are " + std::to_string(data.FreeBytes()) + ", not " + std::to_string(Load16(ref.Bytes().data() + 2)));
     if (Load8(ref.Bytes().data() + 1) != 1) Report(number, 1, "The second byte of the page is not 1");
   }
 
@@ -165,8 +167,8 @@ class Checker {
     const std::uint64_t rows = CheckRows(table, owned, owner, longColumns, expected);
     if (definition.tableType != 'S' && rows != table.RowCount() && engine_.catalog.FindById(static_cast<std::int32_t>(page)) != nullptr &&
         engine_.catalog.FindById(static_cast<std::int32_t>(page))->kind == ObjectKind::kTable)
-      Report(page, TableDefinition::kRowCountOffset, "The definition of " + owner + " counts " + std::to_string(table.RowCount()) +
-                                                         " rows and there are " + std::to_string(rows));
+      Report(page, TableDefinition::kRowCountOffset,
+             "The definition of " + owner + " counts " + std::to_string(table.RowCount()) + " rows and there are " + std::to_string(rows));
     for (const auto& column : longColumns) CheckLongPages(column);
     for (std::size_t t = 0; t < table.Trees().size(); ++t) CheckIndex(table, t, owner, expected[t]);
   }
@@ -182,8 +184,9 @@ class Checker {
       const std::size_t used = i == 0 ? part + 8 : part + 16;
       const std::size_t freeBytes = used < ref.Bytes().size() ? ref.Bytes().size() - used : 0;
       if (Load16(ref.Bytes().data() + 2) != freeBytes)
-        Report(definition.pages[i], 2, "The free bytes of a definition page are " + std::to_string(freeBytes) + ", not " +
-                                           std::to_string(Load16(ref.Bytes().data() + 2)));
+        Report(definition.pages[i], 2,
+               "The free bytes of a definition page are " + std::to_string(freeBytes) + ", not " +
+                   std::to_string(Load16(ref.Bytes().data() + 2)));
     }
   }
 
@@ -260,7 +263,8 @@ class Checker {
 
   void CheckIndex(TableCore& table, std::size_t t, const std::string& owner, const EntrySum& expected) {
     if (engine_.header.version == 3) {
-      for (const PageNumber page : PagesOf(table.Definition().trees[t].ownedMap, "an index of " + owner)) Claim(page, "an index of " + owner);
+      for (const PageNumber page : PagesOf(table.Definition().trees[t].ownedMap, "an index of " + owner))
+        Claim(page, "an index of " + owner);
       return;
     }
     auto& tree = table.Trees()[t];
@@ -284,8 +288,9 @@ class Checker {
     std::sort(facts.pages.begin(), facts.pages.end());
     if (facts.pages != mapped) Report(table.page, 0, "The usage map of " + title + " and its pages do not agree");
     if (facts.findings.empty() && tree.supported && !(found == expected))
-      Report(tree.tree->Root(), 0, "The entries of " + title + " (" + std::to_string(found.count) + ") are not those of the rows (" +
-                                       std::to_string(expected.count) + ")");
+      Report(tree.tree->Root(), 0,
+             "The entries of " + title + " (" + std::to_string(found.count) + ") are not those of the rows (" +
+                 std::to_string(expected.count) + ")");
   }
 
   /// The two sides of a foreign key name each other.

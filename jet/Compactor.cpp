@@ -143,7 +143,8 @@ class Compactor {
       Row& row = cursor.Current();
       const auto id = static_cast<std::int32_t>(row.Integer(idColumn));
       const auto object = std::find_if(objects.begin(), objects.end(), [&](const CatalogObject& held) { return held.id == id; });
-      const bool copied = object != objects.end() && id < 0 && (object->kind == ObjectKind::kContainer || object->kind == ObjectKind::kDocument);
+      const bool copied =
+          object != objects.end() && id < 0 && (object->kind == ObjectKind::kContainer || object->kind == ObjectKind::kDocument);
       if (!copied) continue;
       std::vector<Value> values(to.Columns().size());
       for (std::size_t i = 0; i < from.Columns().size(); ++i)

@@ -76,33 +76,51 @@ std::optional<double> ParseDouble(const std::string& text) {
 /// Any number, date, truth value or text as a double.
 std::optional<double> AsReal(const Value& value) {
   switch (value.Type()) {
-    case ValueType::kBool: return value.AsBool() ? -1 : 0;
-    case ValueType::kByte: return value.AsByte();
-    case ValueType::kInteger: return value.AsInteger();
-    case ValueType::kLong: return value.AsLong();
-    case ValueType::kCurrency: return static_cast<double>(value.AsCurrency().scaled) / 10000;
-    case ValueType::kSingle: return value.AsSingle();
-    case ValueType::kDouble: return value.AsDouble();
-    case ValueType::kDate: return value.AsDate().serial;
-    case ValueType::kNumeric: return value.AsNumeric().ToDouble();
-    case ValueType::kText: return ParseDouble(value.AsText());
-    default: return std::nullopt;
+    case ValueType::kBool:
+      return value.AsBool() ? -1 : 0;
+    case ValueType::kByte:
+      return value.AsByte();
+    case ValueType::kInteger:
+      return value.AsInteger();
+    case ValueType::kLong:
+      return value.AsLong();
+    case ValueType::kCurrency:
+      return static_cast<double>(value.AsCurrency().scaled) / 10000;
+    case ValueType::kSingle:
+      return value.AsSingle();
+    case ValueType::kDouble:
+      return value.AsDouble();
+    case ValueType::kDate:
+      return value.AsDate().serial;
+    case ValueType::kNumeric:
+      return value.AsNumeric().ToDouble();
+    case ValueType::kText:
+      return ParseDouble(value.AsText());
+    default:
+      return std::nullopt;
   }
 }
 
 /// The same as an exact decimal where there is one.
 std::optional<Numeric> AsDecimal(const Value& value) {
   switch (value.Type()) {
-    case ValueType::kBool: return FromInteger(value.AsBool() ? -1 : 0, 0);
-    case ValueType::kByte: return FromInteger(value.AsByte(), 0);
-    case ValueType::kInteger: return FromInteger(value.AsInteger(), 0);
-    case ValueType::kLong: return FromInteger(value.AsLong(), 0);
-    case ValueType::kCurrency: return FromInteger(value.AsCurrency().scaled, 4);
-    case ValueType::kNumeric: return value.AsNumeric();
+    case ValueType::kBool:
+      return FromInteger(value.AsBool() ? -1 : 0, 0);
+    case ValueType::kByte:
+      return FromInteger(value.AsByte(), 0);
+    case ValueType::kInteger:
+      return FromInteger(value.AsInteger(), 0);
+    case ValueType::kLong:
+      return FromInteger(value.AsLong(), 0);
+    case ValueType::kCurrency:
+      return FromInteger(value.AsCurrency().scaled, 4);
+    case ValueType::kNumeric:
+      return value.AsNumeric();
     case ValueType::kText:
       if (auto exact = Numeric::Parse(value.AsText())) return exact;
       break;
-    default: break;
+    default:
+      break;
   }
   const auto real = AsReal(value);
   if (!real || !std::isfinite(*real) || std::fabs(*real) >= 1e29) return std::nullopt;
@@ -145,8 +163,8 @@ std::optional<double> ParseDate(const std::string& text) {
   int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
   char separator = ' ';
   int used = 0;
-  const int fields = std::sscanf(text.c_str(), "%4d-%2d-%2d%n%c%2d:%2d:%2d%n", &year, &month, &day, &used, &separator, &hour, &minute,
-                                 &second, &used);
+  const int fields =
+      std::sscanf(text.c_str(), "%4d-%2d-%2d%n%c%2d:%2d:%2d%n", &year, &month, &day, &used, &separator, &hour, &minute, &second, &used);
   if ((fields != 3 && fields != 7) || static_cast<std::size_t>(used) != text.size() || (separator != ' ' && separator != 'T'))
     return std::nullopt;
   static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
@@ -182,8 +200,10 @@ bool ToBool(const Value& value, const Column& column) {
 
 std::string ToText(const Value& value, const Column& column) {
   switch (value.Type()) {
-    case ValueType::kText: return value.AsText();
-    case ValueType::kBool: return value.AsBool() ? "-1" : "0";
+    case ValueType::kText:
+      return value.AsText();
+    case ValueType::kBool:
+      return value.AsBool() ? "-1" : "0";
     case ValueType::kCurrency: {
       std::string text = FromInteger(value.AsCurrency().scaled, 4).Text();
       text.erase(text.find_last_not_of('0') + 1);
@@ -191,31 +211,43 @@ std::string ToText(const Value& value, const Column& column) {
       return text;
     }
     case ValueType::kSingle:
-    case ValueType::kDouble: return Print(*AsReal(value), std::chars_format::general, value.Type() == ValueType::kSingle ? 7 : 15);
+    case ValueType::kDouble:
+      return Print(*AsReal(value), std::chars_format::general, value.Type() == ValueType::kSingle ? 7 : 15);
     case ValueType::kDate: {
       const std::string text = value.Describe();
       return text.substr(1, text.size() - 2);
     }
-    case ValueType::kBytes: Mismatch(value, column);
-    default: return value.Describe();
+    case ValueType::kBytes:
+      Mismatch(value, column);
+    default:
+      return value.Describe();
   }
 }
 
 /// True when the value can be stored as it is, but for its length.
 bool Suits(const Value& value, const Column& column) {
   switch (column.type) {
-    case ColumnType::kBoolean: return value.Type() == ValueType::kBool;
-    case ColumnType::kByte: return value.Type() == ValueType::kByte;
-    case ColumnType::kInteger: return value.Type() == ValueType::kInteger;
-    case ColumnType::kLong: return value.Type() == ValueType::kLong;
-    case ColumnType::kCurrency: return value.Type() == ValueType::kCurrency;
+    case ColumnType::kBoolean:
+      return value.Type() == ValueType::kBool;
+    case ColumnType::kByte:
+      return value.Type() == ValueType::kByte;
+    case ColumnType::kInteger:
+      return value.Type() == ValueType::kInteger;
+    case ColumnType::kLong:
+      return value.Type() == ValueType::kLong;
+    case ColumnType::kCurrency:
+      return value.Type() == ValueType::kCurrency;
     case ColumnType::kText:
-    case ColumnType::kMemo: return value.Type() == ValueType::kText;
+    case ColumnType::kMemo:
+      return value.Type() == ValueType::kText;
     case ColumnType::kBinary:
     case ColumnType::kOle:
-    case ColumnType::kInternal: return value.Type() == ValueType::kBytes;
-    case ColumnType::kGuid: return value.Type() == ValueType::kGuid;
-    default: return false;
+    case ColumnType::kInternal:
+      return value.Type() == ValueType::kBytes;
+    case ColumnType::kGuid:
+      return value.Type() == ValueType::kGuid;
+    default:
+      return false;
   }
 }
 
@@ -240,17 +272,26 @@ const Value& ConvertToColumn(const Value& value, const Column& column, Value& sc
     return scratch;
   }
   switch (column.type) {
-    case ColumnType::kBoolean: scratch = Value(ToBool(value, column)); break;
-    case ColumnType::kByte: scratch = Value(static_cast<std::uint8_t>(ToInteger(value, column, 0, 255))); break;
-    case ColumnType::kInteger: scratch = Value(static_cast<std::int16_t>(ToInteger(value, column, -32768, 32767))); break;
-    case ColumnType::kLong:
-      scratch = Value(static_cast<std::int32_t>(ToInteger(value, column, std::numeric_limits<std::int32_t>::min(),
-                                                          std::numeric_limits<std::int32_t>::max())));
+    case ColumnType::kBoolean:
+      scratch = Value(ToBool(value, column));
       break;
-    case ColumnType::kCurrency: scratch = Value(Currency{ToScaled(value, column)}); break;
+    case ColumnType::kByte:
+      scratch = Value(static_cast<std::uint8_t>(ToInteger(value, column, 0, 255)));
+      break;
+    case ColumnType::kInteger:
+      scratch = Value(static_cast<std::int16_t>(ToInteger(value, column, -32768, 32767)));
+      break;
+    case ColumnType::kLong:
+      scratch = Value(static_cast<std::int32_t>(
+          ToInteger(value, column, std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max())));
+      break;
+    case ColumnType::kCurrency:
+      scratch = Value(Currency{ToScaled(value, column)});
+      break;
     case ColumnType::kSingle: {
       const auto real = AsReal(value);
-      if (!real || (std::isfinite(*real) && std::fabs(*real) > static_cast<double>(std::numeric_limits<float>::max()))) Mismatch(value, column);
+      if (!real || (std::isfinite(*real) && std::fabs(*real) > static_cast<double>(std::numeric_limits<float>::max())))
+        Mismatch(value, column);
       scratch = Value(*real == 0 ? 0.0F : static_cast<float>(*real));
       break;
     }
@@ -260,10 +301,16 @@ const Value& ConvertToColumn(const Value& value, const Column& column, Value& sc
       scratch = Value(*real == 0 ? 0.0 : *real);  // minus zero would not be found by its equal
       break;
     }
-    case ColumnType::kDate: scratch = Value(ToDate(value, column)); break;
-    case ColumnType::kNumeric: scratch = Value(ToNumeric(value, column)); break;
+    case ColumnType::kDate:
+      scratch = Value(ToDate(value, column));
+      break;
+    case ColumnType::kNumeric:
+      scratch = Value(ToNumeric(value, column));
+      break;
     case ColumnType::kText:
-    case ColumnType::kMemo: scratch = Value(ToText(value, column)); break;
+    case ColumnType::kMemo:
+      scratch = Value(ToText(value, column));
+      break;
     case ColumnType::kGuid: {
       std::optional<Guid> guid;
       if (value.Type() == ValueType::kText) guid = Guid::Parse(value.AsText());
@@ -282,7 +329,8 @@ const Value& ConvertToColumn(const Value& value, const Column& column, Value& sc
       scratch.SetBytes(reinterpret_cast<const std::byte*>(value.AsGuid().bytes.data()), 16);
       break;
     }
-    default: throw Error(ErrorCode::kUnsupported, "The column \"" + column.name + "\" is of a type that is not known");
+    default:
+      throw Error(ErrorCode::kUnsupported, "The column \"" + column.name + "\" is of a type that is not known");
   }
   CheckLength(scratch, column);
   return scratch;
@@ -307,13 +355,27 @@ void StoreValue(const Value& value, const Column& column, std::string& stored) {
     StoreLittle(reinterpret_cast<std::byte*>(stored.data()), number);
   };
   switch (column.type) {
-    case ColumnType::kByte: fixed(value.AsByte()); break;
-    case ColumnType::kInteger: fixed(value.AsInteger()); break;
-    case ColumnType::kLong: fixed(value.AsLong()); break;
-    case ColumnType::kCurrency: fixed(value.AsCurrency().scaled); break;
-    case ColumnType::kSingle: fixed(value.AsSingle()); break;
-    case ColumnType::kDouble: fixed(value.AsDouble()); break;
-    case ColumnType::kDate: fixed(value.AsDate().serial); break;
+    case ColumnType::kByte:
+      fixed(value.AsByte());
+      break;
+    case ColumnType::kInteger:
+      fixed(value.AsInteger());
+      break;
+    case ColumnType::kLong:
+      fixed(value.AsLong());
+      break;
+    case ColumnType::kCurrency:
+      fixed(value.AsCurrency().scaled);
+      break;
+    case ColumnType::kSingle:
+      fixed(value.AsSingle());
+      break;
+    case ColumnType::kDouble:
+      fixed(value.AsDouble());
+      break;
+    case ColumnType::kDate:
+      fixed(value.AsDate().serial);
+      break;
     case ColumnType::kText:
       stored = ToStoredText(value.AsText(), (column.extraFlags & 1) != 0 && !column.IsFixed());
       if (stored.size() > column.length) TooLong(column);
@@ -344,7 +406,8 @@ void StoreValue(const Value& value, const Column& column, std::string& stored) {
       Store32(bytes + 13, static_cast<std::uint32_t>(number.low));
       break;
     }
-    default: throw Error(ErrorCode::kUnsupported, "The column \"" + column.name + "\" cannot be written");
+    default:
+      throw Error(ErrorCode::kUnsupported, "The column \"" + column.name + "\" cannot be written");
   }
 }
 

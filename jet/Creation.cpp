@@ -42,19 +42,32 @@ struct SystemTable {
 };
 
 const SystemTable& Objects() {
-  static const SystemTable table{{{"Id", ColumnType::kLong}, {"ParentId", ColumnType::kLong}, {"Name", ColumnType::kText},
-                                  {"Type", ColumnType::kInteger}, {"DateCreate", ColumnType::kDate}, {"DateUpdate", ColumnType::kDate},
-                                  {"Owner", ColumnType::kBinary, true}, {"Flags", ColumnType::kLong}, {"Database", ColumnType::kMemo},
-                                  {"Connect", ColumnType::kMemo}, {"ForeignName", ColumnType::kText}, {"RmtInfoShort", ColumnType::kBinary},
-                                  {"RmtInfoLong", ColumnType::kOle}, {"Lv", ColumnType::kOle}, {"LvProp", ColumnType::kOle},
-                                  {"LvModule", ColumnType::kOle}, {"LvExtra", ColumnType::kOle}},
+  static const SystemTable table{{{"Id", ColumnType::kLong},
+                                  {"ParentId", ColumnType::kLong},
+                                  {"Name", ColumnType::kText},
+                                  {"Type", ColumnType::kInteger},
+                                  {"DateCreate", ColumnType::kDate},
+                                  {"DateUpdate", ColumnType::kDate},
+                                  {"Owner", ColumnType::kBinary, true},
+                                  {"Flags", ColumnType::kLong},
+                                  {"Database", ColumnType::kMemo},
+                                  {"Connect", ColumnType::kMemo},
+                                  {"ForeignName", ColumnType::kText},
+                                  {"RmtInfoShort", ColumnType::kBinary},
+                                  {"RmtInfoLong", ColumnType::kOle},
+                                  {"Lv", ColumnType::kOle},
+                                  {"LvProp", ColumnType::kOle},
+                                  {"LvModule", ColumnType::kOle},
+                                  {"LvExtra", ColumnType::kOle}},
                                  {{{1, 2}, 0x81}, {{0}, 0x81}},
                                  {{"Id", 1, 1, 1}, {"ParentIdName", 0, 0, 0}}};
   return table;
 }
 
 const SystemTable& Permissions() {
-  static const SystemTable table{{{"ObjectId", ColumnType::kLong}, {"SID", ColumnType::kBinary, true}, {"ACM", ColumnType::kLong},
+  static const SystemTable table{{{"ObjectId", ColumnType::kLong},
+                                  {"SID", ColumnType::kBinary, true},
+                                  {"ACM", ColumnType::kLong},
                                   {"FInheritable", ColumnType::kBoolean}},
                                  {{{0}, 0x88}},
                                  {{"ObjectId", 0, 0, 0}}};
@@ -62,18 +75,28 @@ const SystemTable& Permissions() {
 }
 
 const SystemTable& Queries() {
-  static const SystemTable table{{{"ObjectId", ColumnType::kLong}, {"Attribute", ColumnType::kByte}, {"Order", ColumnType::kBinary},
-                                  {"Name1", ColumnType::kText}, {"Name2", ColumnType::kText}, {"Expression", ColumnType::kMemo},
-                                  {"Flag", ColumnType::kInteger}, {"LvExtra", ColumnType::kLong}},
+  static const SystemTable table{{{"ObjectId", ColumnType::kLong},
+                                  {"Attribute", ColumnType::kByte},
+                                  {"Order", ColumnType::kBinary},
+                                  {"Name1", ColumnType::kText},
+                                  {"Name2", ColumnType::kText},
+                                  {"Expression", ColumnType::kMemo},
+                                  {"Flag", ColumnType::kInteger},
+                                  {"LvExtra", ColumnType::kLong}},
                                  {{{0, 1, 2}, 0x81}},
                                  {{"ObjectIdAttribute", 0, 0, 1}}};
   return table;
 }
 
 const SystemTable& Relationships() {
-  static const SystemTable table{{{"szRelationship", ColumnType::kText}, {"grbit", ColumnType::kLong}, {"ccolumn", ColumnType::kLong},
-                                  {"icolumn", ColumnType::kLong}, {"szObject", ColumnType::kText}, {"szColumn", ColumnType::kText},
-                                  {"szReferencedObject", ColumnType::kText}, {"szReferencedColumn", ColumnType::kText}},
+  static const SystemTable table{{{"szRelationship", ColumnType::kText},
+                                  {"grbit", ColumnType::kLong},
+                                  {"ccolumn", ColumnType::kLong},
+                                  {"icolumn", ColumnType::kLong},
+                                  {"szObject", ColumnType::kText},
+                                  {"szColumn", ColumnType::kText},
+                                  {"szReferencedObject", ColumnType::kText},
+                                  {"szReferencedColumn", ColumnType::kText}},
                                  {{{0}, 0x82}, {{4}, 0x82}, {{6}, 0x82}},
                                  {{"szObject", 1, 1, 0}, {"szReferencedObject", 2, 2, 0}, {"szRelationship", 0, 0, 0}}};
   return table;
@@ -81,14 +104,20 @@ const SystemTable& Relationships() {
 
 std::uint16_t LengthOf(ColumnType type) {
   switch (type) {
-    case ColumnType::kLong: return 4;
-    case ColumnType::kInteger: return 2;
-    case ColumnType::kDate: return 8;
+    case ColumnType::kLong:
+      return 4;
+    case ColumnType::kInteger:
+      return 2;
+    case ColumnType::kDate:
+      return 8;
     case ColumnType::kByte:
-    case ColumnType::kBoolean: return 1;
+    case ColumnType::kBoolean:
+      return 1;
     case ColumnType::kText:
-    case ColumnType::kBinary: return 510;
-    default: return 0;
+    case ColumnType::kBinary:
+      return 510;
+    default:
+      return 0;
   }
 }
 
@@ -192,7 +221,8 @@ class Builder {
 
   /// The column blocks of system tables stand in the order of their names.
   void Write(TableDefinition& definition) {
-    std::sort(definition.columns.begin(), definition.columns.end(), [](const Column& left, const Column& right) { return left.name < right.name; });
+    std::sort(definition.columns.begin(), definition.columns.end(),
+              [](const Column& left, const Column& right) { return left.name < right.name; });
     definition.Write(pager_);
   }
 
@@ -230,11 +260,22 @@ class Builder {
     const auto& admin = FileHeader::kAdminSid;
     const auto& creator = FileHeader::kCreatorSid;
     const auto& users = FileHeader::kUsersSid;
-    const Entry entries[] = {{2, admin, 393216}, {3, admin, 393216}, {4, admin, 393216}, {5, admin, 917504},
-                             {0x0F000001, creator, 983294, true}, {0x0F000001, admin, 393217}, {0x0F000003, creator, 983294, true},
-                             {0x0F000003, admin, 393217}, {0x0F000002, admin, 393216}, {0x10000000, admin, 393230},
-                             {0x10000000, users, 14}, {4, users, 20}, {5, users, 20}, {2, users, 20},
-                             {0x0F000001, users, 1048319, true}, {0x0F000003, users, 1048575, true}};
+    const Entry entries[] = {{2, admin, 393216},
+                             {3, admin, 393216},
+                             {4, admin, 393216},
+                             {5, admin, 917504},
+                             {0x0F000001, creator, 983294, true},
+                             {0x0F000001, admin, 393217},
+                             {0x0F000003, creator, 983294, true},
+                             {0x0F000003, admin, 393217},
+                             {0x0F000002, admin, 393216},
+                             {0x10000000, admin, 393230},
+                             {0x10000000, users, 14},
+                             {4, users, 20},
+                             {5, users, 20},
+                             {2, users, 20},
+                             {0x0F000001, users, 1048319, true},
+                             {0x0F000003, users, 1048575, true}};
     Table& table = engine_.catalog.PermissionsTable();
     for (const auto& entry : entries) {
       const Value values[] = {Value(entry.id), Value(Bytes{static_cast<std::byte>(entry.user[0]), static_cast<std::byte>(entry.user[1])}),

@@ -75,8 +75,10 @@ void CheckLength(Engine& engine, std::uint64_t size) {
   UsageMap freePages(pager, engine.header.freePages, UsageMap::Kind::kFreePages);
   constexpr PageNumber kMostPages = PageNumber{1} << 20;
   if (const auto used = freePages.NextMissingFrom(pager.PageCount(), kMostPages))
-    throw Error(ErrorCode::kDamaged, quoted + "is cut short: page " + std::to_string(*used) + " is in use and the file has only " +
-                                         std::to_string(pager.PageCount()) + " pages", *used, 0);
+    throw Error(ErrorCode::kDamaged,
+                quoted + "is cut short: page " + std::to_string(*used) + " is in use and the file has only " +
+                    std::to_string(pager.PageCount()) + " pages",
+                *used, 0);
 }
 
 }  // namespace
@@ -109,7 +111,9 @@ std::unique_ptr<Database> Database::Open(const std::string& path, const OpenOpti
                                           *engine->sharing, engine->readOnly);
   engine->pager->SetFreePageMap(engine->header.freePages);
   const ReadLock lock(*engine);
-  CheckLength(*engine, engine->sharing->Exclusive() ? size : engine->pager->PageCount() * std::uint64_t{engine->header.pageSize} + size % engine->header.pageSize);
+  CheckLength(*engine, engine->sharing->Exclusive()
+                           ? size
+                           : engine->pager->PageCount() * std::uint64_t{engine->header.pageSize} + size % engine->header.pageSize);
   return std::unique_ptr<Database>(new Database(std::move(engine)));
 }
 

@@ -32,19 +32,19 @@ struct ColumnDef {
 
   // Kept in the property map, enforced by Insert and Update of Table.
   bool required = false;
-  bool allowZeroLength = false;       ///< text and memo; other types ignore it
-  std::string defaultValue;           ///< expression text such as 0, "abc", Now(); the engine stores it and does not evaluate it
+  bool allowZeroLength = false;  ///< text and memo; other types ignore it
+  std::string defaultValue;      ///< expression text such as 0, "abc", Now(); the engine stores it and does not evaluate it
 
   // Read back only.
-  std::uint16_t number = 0;       ///< column number: index of the null-mask bit, never reused
+  std::uint16_t number = 0;             ///< column number: index of the null-mask bit, never reused
   std::uint16_t sortLanguage = 0x0409;  ///< LCID of the text order
-  std::uint8_t sortVersion = 0;   ///< 0 = the General order of Access 2000 to 2007
-  std::uint8_t flags = 0;         ///< as stored
-  std::uint8_t extraFlags = 0;    ///< as stored
+  std::uint8_t sortVersion = 0;         ///< 0 = the General order of Access 2000 to 2007
+  std::uint8_t flags = 0;               ///< as stored
+  std::uint8_t extraFlags = 0;          ///< as stored
 };
 
 struct IndexColumn {
-  std::size_t column = 0;   ///< position in Table::Columns()
+  std::size_t column = 0;  ///< position in Table::Columns()
   bool descending = false;
 };
 
@@ -61,9 +61,9 @@ struct IndexDef {
   bool writable = true;      ///< false: the tree's text order is not known here, so it can neither be searched nor changed
   std::uint32_t tree = 0;    ///< position of the tree behind it in the table definition; equal for indexes that share one
   // Foreign keys only.
-  bool referencing = false;          ///< true on the many side, false on the one side
-  std::int32_t partnerIndex = -1;    ///< logical number of the index on the other side
-  std::uint32_t partnerTable = 0;    ///< definition page of the other table
+  bool referencing = false;        ///< true on the many side, false on the one side
+  std::int32_t partnerIndex = -1;  ///< logical number of the index on the other side
+  std::uint32_t partnerTable = 0;  ///< definition page of the other table
   bool cascadeUpdates = false;
   bool cascadeDeletes = false;
 };
@@ -85,7 +85,7 @@ struct IndexSpec {
 /// What to make a table of.
 struct TableSpec {
   std::string name;
-  std::vector<ColumnDef> columns;   ///< 1 to 255
+  std::vector<ColumnDef> columns;  ///< 1 to 255
   std::vector<IndexSpec> indexes;
   std::vector<Property> properties;  ///< of the table itself, such as Description
   std::uint32_t flags = 0;           ///< catalog flags: 0 for tables of the user
@@ -94,8 +94,8 @@ struct TableSpec {
 /// A relationship between two tables: one or more column pairs.
 struct Relationship {
   std::string name;
-  std::string table;            ///< the referencing (many) side
-  std::string referencedTable;  ///< the referenced (one) side
+  std::string table;                                         ///< the referencing (many) side
+  std::string referencedTable;                               ///< the referenced (one) side
   std::vector<std::pair<std::string, std::string>> columns;  ///< referencing column, referenced column
   bool oneToOne = false;
   bool enforced = true;
@@ -113,18 +113,18 @@ enum class ObjectKind {
   kQuery,        ///< a stored query
   kRelationship,
   kContainer,
-  kDocument,     ///< database documents, forms, reports, macros, modules, pages
+  kDocument,  ///< database documents, forms, reports, macros, modules, pages
   kOther,
 };
 
 /// One row of the system catalog.
 struct CatalogObject {
-  std::int32_t id = 0;        ///< a table's definition page, or a negative number
+  std::int32_t id = 0;  ///< a table's definition page, or a negative number
   std::int32_t parentId = 0;
   std::string name;
   ObjectKind kind = ObjectKind::kOther;
-  std::int16_t type = 0;      ///< as stored
-  std::uint32_t flags = 0;    ///< as stored
+  std::int16_t type = 0;    ///< as stored
+  std::uint32_t flags = 0;  ///< as stored
   bool hidden = false;
   Date created;
   Date updated;

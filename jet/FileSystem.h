@@ -10,10 +10,10 @@ namespace jet {
 
 /// How FileSystem::Open treats the name.
 enum class FileMode {
-  kRead,           ///< the file must be there; only reading
-  kReadWrite,      ///< the file must be there
-  kCreateNew,      ///< the file must not be there; reading and writing
-  kOpenOrCreate,   ///< reading and writing, made when it is not there
+  kRead,          ///< the file must be there; only reading
+  kReadWrite,     ///< the file must be there
+  kCreateNew,     ///< the file must not be there; reading and writing
+  kOpenOrCreate,  ///< reading and writing, made when it is not there
 };
 
 /// One open file. Closed when the object goes; its locks go with it.

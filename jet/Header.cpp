@@ -105,7 +105,8 @@ FileHeader FileHeader::Read(std::span<const std::byte> source, const std::string
   }
   if (header.password.find_first_not_of('\0') == std::string::npos) header.password.clear();
   if (!header.password.empty())
-    throw Error(ErrorCode::kPasswordProtected, quoted + "is protected by a database password: have it removed by Access before it is used here");
+    throw Error(ErrorCode::kPasswordProtected,
+                quoted + "is protected by a database password: have it removed by Access before it is used here");
   return header;
 }
 

@@ -73,8 +73,10 @@ struct IndexCursor::State {
     ended = false;
     const auto& from = backward ? upper : lower;
     if (!from) {
-      if (backward) cursor.SeekLast();
-      else cursor.SeekFirst();
+      if (backward)
+        cursor.SeekLast();
+      else
+        cursor.SeekFirst();
     } else if (from->inclusive != backward) {
       // Forward from the first match, or backward from before it. Keys that only begin like a whole one are passed over in Next.
       cursor.SeekBefore(from->key);
@@ -122,8 +124,10 @@ bool IndexCursor::Next() {
     if (state.id.page != 0) key.assign(state.cursor.Key().begin(), state.cursor.Key().end());
     state.cursor = BTreeCursor(*state.Tree().tree);
     state.generation = state.table.engine.pager->Generation();
-    if (state.id.page == 0) state.Seek();
-    else state.cursor.SeekEntry(key, state.id, !state.backward);
+    if (state.id.page == 0)
+      state.Seek();
+    else
+      state.cursor.SeekEntry(key, state.id, !state.backward);
   }
   while (state.backward ? state.cursor.Previous() : state.cursor.Next()) {
     const int place = state.Place(state.cursor.Key());

@@ -78,8 +78,8 @@ std::size_t IndexEntries::CommonPrefix(bool leaf) const noexcept {
   for (std::size_t i = 1; i < Count() && common != 0; ++i) {
     const std::span<const std::byte> entry = (*this)[i];
     common = std::min(common, entry.size() - kept);
-    common = static_cast<std::size_t>(std::mismatch(entry.begin(), entry.begin() + static_cast<std::ptrdiff_t>(common), first.begin()).first -
-                                      entry.begin());
+    common = static_cast<std::size_t>(
+        std::mismatch(entry.begin(), entry.begin() + static_cast<std::ptrdiff_t>(common), first.begin()).first - entry.begin());
   }
   return common;
 }
@@ -278,7 +278,9 @@ void IndexPageEditor::Format(bool leaf, PageNumber table, std::uint8_t level) no
 void IndexPageEditor::SetPrevious(PageNumber page) noexcept { Store32(bytes_ + kPreviousOffset, page); }
 void IndexPageEditor::SetNext(PageNumber page) noexcept { Store32(bytes_ + kNextOffset, page); }
 void IndexPageEditor::SetTail(PageNumber page) noexcept { Store32(bytes_ + kTailOffset, page); }
-void IndexPageEditor::SetUsed(std::size_t used) noexcept { Store16(bytes_ + kFreeOffset, static_cast<std::uint16_t>(kIndexEntriesSize - used)); }
+void IndexPageEditor::SetUsed(std::size_t used) noexcept {
+  Store16(bytes_ + kFreeOffset, static_cast<std::uint16_t>(kIndexEntriesSize - used));
+}
 
 void IndexPageEditor::SetEnd(std::size_t offset) noexcept {
   bytes_[kMaskOffset + offset / 8] |= static_cast<std::byte>(1u << (offset % 8));

@@ -69,9 +69,7 @@ class IndexEntries {
   /// The prefix to write them with: none when they fit without, else the longest; nothing when they do not fit a page.
   [[nodiscard]] std::optional<std::size_t> FittingPrefix(bool leaf) const noexcept;
   /// Bytes that a page with that prefix needs for them.
-  [[nodiscard]] std::size_t EncodedSize(std::size_t prefix) const noexcept {
-    return Empty() ? 0 : Size() - prefix * (Count() - 1);
-  }
+  [[nodiscard]] std::size_t EncodedSize(std::size_t prefix) const noexcept { return Empty() ? 0 : Size() - prefix * (Count() - 1); }
 
  private:
   [[nodiscard]] std::size_t Begin(std::size_t i) const noexcept { return i == 0 ? 0 : ends_[i - 1]; }

@@ -42,8 +42,8 @@ void Journal::Start(PageNumber pageCount) {
   file_ = files_.Open(path_, FileMode::kCreateNew);
   started_ = true;
   std::random_device device;
-  nonce_ = (std::uint64_t{device()} << 32 | device()) ^
-           static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
+  nonce_ =
+      (std::uint64_t{device()} << 32 | device()) ^ static_cast<std::uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
   pages_.clear();
   folderSynced_ = false;
   flushed_ = 0;

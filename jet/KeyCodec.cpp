@@ -64,21 +64,34 @@ void AppendNumeric(const KeyColumn& column, const Value& value, Bytes& key) {
 /// The type of value that belongs to the column's type; kNull for types without index.
 ValueType ValueTypeOf(ColumnType type) {
   switch (type) {
-    case ColumnType::kBoolean: return ValueType::kBool;
-    case ColumnType::kByte: return ValueType::kByte;
-    case ColumnType::kInteger: return ValueType::kInteger;
-    case ColumnType::kLong: return ValueType::kLong;
-    case ColumnType::kCurrency: return ValueType::kCurrency;
-    case ColumnType::kSingle: return ValueType::kSingle;
-    case ColumnType::kDouble: return ValueType::kDouble;
-    case ColumnType::kDate: return ValueType::kDate;
-    case ColumnType::kBinary: return ValueType::kBytes;
+    case ColumnType::kBoolean:
+      return ValueType::kBool;
+    case ColumnType::kByte:
+      return ValueType::kByte;
+    case ColumnType::kInteger:
+      return ValueType::kInteger;
+    case ColumnType::kLong:
+      return ValueType::kLong;
+    case ColumnType::kCurrency:
+      return ValueType::kCurrency;
+    case ColumnType::kSingle:
+      return ValueType::kSingle;
+    case ColumnType::kDouble:
+      return ValueType::kDouble;
+    case ColumnType::kDate:
+      return ValueType::kDate;
+    case ColumnType::kBinary:
+      return ValueType::kBytes;
     case ColumnType::kText:
-    case ColumnType::kMemo: return ValueType::kText;
-    case ColumnType::kGuid: return ValueType::kGuid;
-    case ColumnType::kNumeric: return ValueType::kNumeric;
+    case ColumnType::kMemo:
+      return ValueType::kText;
+    case ColumnType::kGuid:
+      return ValueType::kGuid;
+    case ColumnType::kNumeric:
+      return ValueType::kNumeric;
     case ColumnType::kOle:
-    case ColumnType::kInternal: break;
+    case ColumnType::kInternal:
+      break;
   }
   return ValueType::kNull;
 }
@@ -87,9 +100,7 @@ ValueType ValueTypeOf(ColumnType type) {
 
 void AppendNullKey(bool descending, Bytes& key) { key.push_back(descending ? kDescendingNull : kAscendingNull); }
 
-void AppendBoolKey(bool value, bool descending, Bytes& key) {
-  AppendBits(static_cast<std::uint8_t>(value ? 0x00 : 0xFF), descending, key);
-}
+void AppendBoolKey(bool value, bool descending, Bytes& key) { AppendBits(static_cast<std::uint8_t>(value ? 0x00 : 0xFF), descending, key); }
 
 void AppendByteKey(std::uint8_t value, bool descending, Bytes& key) { AppendBits(value, descending, key); }
 
@@ -141,19 +152,32 @@ void AppendKey(const KeyColumn& column, const Value& value, Bytes& key) {
   if (value.IsNull()) return AppendNullKey(descending, key);
   if (value.Type() != expected) RefuseValue(value);
   switch (expected) {
-    case ValueType::kBool: return AppendBoolKey(value.AsBool(), descending, key);
-    case ValueType::kByte: return AppendByteKey(value.AsByte(), descending, key);
-    case ValueType::kInteger: return AppendIntegerKey(value.AsInteger(), descending, key);
-    case ValueType::kLong: return AppendLongKey(value.AsLong(), descending, key);
-    case ValueType::kCurrency: return AppendCurrencyKey(value.AsCurrency().scaled, descending, key);
-    case ValueType::kSingle: return AppendSingleKey(value.AsSingle(), descending, key);
-    case ValueType::kDouble: return AppendDoubleKey(value.AsDouble(), descending, key);
-    case ValueType::kDate: return AppendDoubleKey(value.AsDate().serial, descending, key);
-    case ValueType::kBytes: return AppendBinaryKey(value.AsBytes(), descending, key);
-    case ValueType::kText: return AppendTextKey(std::string_view(value.AsText()), descending, key);
-    case ValueType::kGuid: return AppendGuidKey(value.AsGuid(), descending, key);
-    case ValueType::kNumeric: return AppendNumeric(column, value, key);
-    case ValueType::kNull: break;
+    case ValueType::kBool:
+      return AppendBoolKey(value.AsBool(), descending, key);
+    case ValueType::kByte:
+      return AppendByteKey(value.AsByte(), descending, key);
+    case ValueType::kInteger:
+      return AppendIntegerKey(value.AsInteger(), descending, key);
+    case ValueType::kLong:
+      return AppendLongKey(value.AsLong(), descending, key);
+    case ValueType::kCurrency:
+      return AppendCurrencyKey(value.AsCurrency().scaled, descending, key);
+    case ValueType::kSingle:
+      return AppendSingleKey(value.AsSingle(), descending, key);
+    case ValueType::kDouble:
+      return AppendDoubleKey(value.AsDouble(), descending, key);
+    case ValueType::kDate:
+      return AppendDoubleKey(value.AsDate().serial, descending, key);
+    case ValueType::kBytes:
+      return AppendBinaryKey(value.AsBytes(), descending, key);
+    case ValueType::kText:
+      return AppendTextKey(std::string_view(value.AsText()), descending, key);
+    case ValueType::kGuid:
+      return AppendGuidKey(value.AsGuid(), descending, key);
+    case ValueType::kNumeric:
+      return AppendNumeric(column, value, key);
+    case ValueType::kNull:
+      break;
   }
 }
 
@@ -169,8 +193,8 @@ KeyNulls MakeKey(std::span<const KeyColumn> columns, std::span<const Value> valu
     }
   }
   if (key.size() > kMaxKeyBytes) {
-    throw Error(ErrorCode::kLimit, "the key of a row has " + std::to_string(key.size()) + " bytes, an index can hold " +
-                                       std::to_string(kMaxKeyBytes));
+    throw Error(ErrorCode::kLimit,
+                "the key of a row has " + std::to_string(key.size()) + " bytes, an index can hold " + std::to_string(kMaxKeyBytes));
   }
   return nulls;
 }

@@ -21,10 +21,12 @@ std::span<const std::byte> Piece(PageStore& store, PackedPointer where, PageRef&
   const RowId id = Unpack(where);
   page = store.Read(id.page);
   const DataPage data(page);
-  if (data.Owner() != DataPage::kLongValueOwner) throw Error(ErrorCode::kDamaged, "A long value lies on a page of another kind", id.page, 4);
+  if (data.Owner() != DataPage::kLongValueOwner)
+    throw Error(ErrorCode::kDamaged, "A long value lies on a page of another kind", id.page, 4);
   const auto row = data.RowBytes(id.slot);
   if ((data.Slot(id.slot) & DataPage::kDeletedFlags) != 0)
-    throw Error(ErrorCode::kDamaged, "A long value has been deleted", id.page, static_cast<std::uint32_t>(data.HeaderSize() + 2u * id.slot));
+    throw Error(ErrorCode::kDamaged, "A long value has been deleted", id.page,
+                static_cast<std::uint32_t>(data.HeaderSize() + 2u * id.slot));
   return row;
 }
 
@@ -63,8 +65,10 @@ class TextReader final : public LongValueReader {
     }
     if (piece.empty() || (compressed_ && raw_.size() >= stream_.Length())) {
       ended_ = true;
-      if (compressed_) AppendStoredText(raw_, ready_);
-      else AppendUtf16(raw_, ready_);
+      if (compressed_)
+        AppendStoredText(raw_, ready_);
+      else
+        AppendUtf16(raw_, ready_);
       raw_.clear();
       return !ready_.empty();
     }
@@ -117,10 +121,17 @@ LongValueDefinition LongValueDefinition::Parse(std::span<const std::byte> stored
   definition.length = head & kLengthMask;
   definition.first = Load32(stored.data() + 4);
   switch (head >> 30) {
-    case 2: definition.kind = Kind::kInline; break;
-    case 1: definition.kind = Kind::kSinglePage; break;
-    case 0: definition.kind = Kind::kChain; break;
-    default: throw Error(ErrorCode::kDamaged, "A long value is of no known kind", page, offset);
+    case 2:
+      definition.kind = Kind::kInline;
+      break;
+    case 1:
+      definition.kind = Kind::kSinglePage;
+      break;
+    case 0:
+      definition.kind = Kind::kChain;
+      break;
+    default:
+      throw Error(ErrorCode::kDamaged, "A long value is of no known kind", page, offset);
   }
   if (definition.kind == Kind::kInline) {
     if (definition.length > stored.size() - kSize) throw Error(ErrorCode::kDamaged, "A long value is longer than its row", page, offset);
@@ -165,11 +176,13 @@ void AppendLongBytes(PageStore& store, const LongValueDefinition& definition, Pa
     bytes.append(reinterpret_cast<const char*>(piece.data()), piece.size());
 }
 
-void AppendLongText(PageStore& store, const LongValueDefinition& definition, std::uint16_t codePage, PageNumber page,
-                    std::uint32_t offset, std::string& text) {
+void AppendLongText(PageStore& store, const LongValueDefinition& definition, std::uint16_t codePage, PageNumber page, std::uint32_t offset,
+                    std::string& text) {
   const auto decode = [&](std::span<const std::byte> bytes) {
-    if (codePage != 0) AppendAnsi(bytes, codePage, text);
-    else AppendStoredText(bytes, text);
+    if (codePage != 0)
+      AppendAnsi(bytes, codePage, text);
+    else
+      AppendStoredText(bytes, text);
   };
   if (definition.kind != LongValueDefinition::Kind::kChain) {
     LongValueStream stream(store, definition, page, offset);

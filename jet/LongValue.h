@@ -49,8 +49,8 @@ class LongValueStream {
 };
 
 /// Appends the whole value to the text, decoded when it is a memo: stored bytes in `codePage` when that is not 0 (Jet 3).
-void AppendLongText(PageStore& store, const LongValueDefinition& definition, std::uint16_t codePage, PageNumber page,
-                    std::uint32_t offset, std::string& text);
+void AppendLongText(PageStore& store, const LongValueDefinition& definition, std::uint16_t codePage, PageNumber page, std::uint32_t offset,
+                    std::string& text);
 /// Appends the bytes of the whole value.
 void AppendLongBytes(PageStore& store, const LongValueDefinition& definition, PageNumber page, std::uint32_t offset, std::string& bytes);
 /// A reader for the value; texts come out as UTF-8.
@@ -61,8 +61,7 @@ void AppendLongBytes(PageStore& store, const LongValueDefinition& definition, Pa
 class LongValuePages {
  public:
   /// freeMap may be 0: then values share no pages.
-  LongValuePages(PageStore& store, PackedPointer ownedMap, PackedPointer freeMap)
-      : store_(store), ownedMap_(ownedMap), freeMap_(freeMap) {}
+  LongValuePages(PageStore& store, PackedPointer ownedMap, PackedPointer freeMap) : store_(store), ownedMap_(ownedMap), freeMap_(freeMap) {}
 
   /// Gives back the pieces of the value.
   void Free(const LongValueDefinition& definition);

@@ -196,9 +196,9 @@ std::vector<std::string> MemoryFileSystem::Names() const {
   return names;
 }
 
-std::map<std::string, std::vector<std::byte>> ReplayWithPowerCut(
-    const std::map<std::string, std::vector<std::byte>>& start, const std::vector<MemoryFileSystem::Event>& record, std::size_t count,
-    const std::function<bool(std::size_t position)>& keep) {
+std::map<std::string, std::vector<std::byte>> ReplayWithPowerCut(const std::map<std::string, std::vector<std::byte>>& start,
+                                                                 const std::vector<MemoryFileSystem::Event>& record, std::size_t count,
+                                                                 const std::function<bool(std::size_t position)>& keep) {
   using Operation = MemoryFileSystem::Operation;
   // Files are followed by identity, so that what was written to a file before it was renamed stays with it.
   std::map<std::string, std::size_t> names;
@@ -249,14 +249,21 @@ std::map<std::string, std::vector<std::byte>> ReplayWithPowerCut(
         if (bytes.size() < event.offset + event.bytes.size()) bytes.resize(static_cast<std::size_t>(event.offset) + event.bytes.size());
         std::copy(event.bytes.begin(), event.bytes.end(), bytes.begin() + static_cast<std::ptrdiff_t>(event.offset));
         break;
-      case Operation::kTruncate: bytes.resize(static_cast<std::size_t>(event.size)); break;
-      case Operation::kCreate: namesOnDisk[event.path] = fileOf[i]; break;
-      case Operation::kRemove: namesOnDisk.erase(event.path); break;
+      case Operation::kTruncate:
+        bytes.resize(static_cast<std::size_t>(event.size));
+        break;
+      case Operation::kCreate:
+        namesOnDisk[event.path] = fileOf[i];
+        break;
+      case Operation::kRemove:
+        namesOnDisk.erase(event.path);
+        break;
       case Operation::kRename:
         namesOnDisk[event.other] = fileOf[i];
         namesOnDisk.erase(event.path);
         break;
-      default: break;
+      default:
+        break;
     }
   }
   std::map<std::string, std::vector<std::byte>> disk;

@@ -63,8 +63,9 @@ class MemoryFileSystem final : public FileSystem {
 /// Replays the first `count` recorded operations over a starting state and gives what the disk holds if the power went right after.
 /// Writes that were not yet followed by a sync of their file are kept, dropped or torn as `keep` decides (called once for each such
 /// operation with its position; true = it reached the disk). Creations, removals and renamings wait for a sync of the folder likewise.
-[[nodiscard]] std::map<std::string, std::vector<std::byte>> ReplayWithPowerCut(
-    const std::map<std::string, std::vector<std::byte>>& start, const std::vector<MemoryFileSystem::Event>& record, std::size_t count,
-    const std::function<bool(std::size_t position)>& keep);
+[[nodiscard]] std::map<std::string, std::vector<std::byte>> ReplayWithPowerCut(const std::map<std::string, std::vector<std::byte>>& start,
+                                                                               const std::vector<MemoryFileSystem::Event>& record,
+                                                                               std::size_t count,
+                                                                               const std::function<bool(std::size_t position)>& keep);
 
 }  // namespace jet

@@ -17,8 +17,13 @@ constexpr std::size_t kWriteRun = 64;       // pages written in one call at most
 
 Pager::Pager(FileSystem& files, const std::string& path, std::unique_ptr<File> file, std::size_t pageSize, std::size_t cacheBytes,
              Sharing& sharing, bool readOnly)
-    : files_(files), path_(path), file_(std::move(file)), pageSize_(pageSize),
-      capacity_(std::max(cacheBytes / pageSize, kSmallestCache)), sharing_(sharing), readOnly_(readOnly),
+    : files_(files),
+      path_(path),
+      file_(std::move(file)),
+      pageSize_(pageSize),
+      capacity_(std::max(cacheBytes / pageSize, kSmallestCache)),
+      sharing_(sharing),
+      readOnly_(readOnly),
       journal_(files, path, pageSize) {
   pageCount_ = committedPageCount_ = static_cast<PageNumber>(file_->Size() / pageSize_);
   seenCommits_ = sharing_.CommitCount();
@@ -57,8 +62,10 @@ void Pager::Discard(Frame* frame) noexcept {
   if (frame->dirty) --dirtyCount_;
   frame->dirty = false;
   if (frame->inUse && !frame->orphan) directory_[frame->page / kChunk][frame->page % kChunk] = nullptr;
-  if (frame->pins > 0) frame->orphan = true;
-  else frame->inUse = false;
+  if (frame->pins > 0)
+    frame->orphan = true;
+  else
+    frame->inUse = false;
   frame->savedFor = 0;
 }
 
@@ -437,8 +444,10 @@ void Pager::Rollback() {
   levels_.pop_back();
   if (!changed_) return;
   try {
-    if (level.whole) UndoAll();
-    else UndoLevel(level);
+    if (level.whole)
+      UndoAll();
+    else
+      UndoLevel(level);
   } catch (...) {
     RollbackAll();
     throw;

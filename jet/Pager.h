@@ -82,7 +82,7 @@ class Pager final : public PageStore {
     std::uint64_t savedFor = 0;  ///< stamp of the nested transaction that has this page's old bytes
     bool dirty = false;
     bool referenced = false;
-    bool orphan = false;         ///< out of the cache; goes with its last pin
+    bool orphan = false;  ///< out of the cache; goes with its last pin
     bool inUse = false;
   };
   struct Level {
@@ -138,7 +138,7 @@ class Pager final : public PageStore {
   std::uint64_t generation_ = 1;
   std::uint64_t seenCommits_ = 0;
   int readDepth_ = 0;
-  bool writing_ = false;        ///< holds the right to change
+  bool writing_ = false;  ///< holds the right to change
   bool readersOut_ = false;
   bool changed_ = false;
   bool fileTouched_ = false;    ///< the file holds pages of the open transaction

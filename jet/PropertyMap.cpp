@@ -46,8 +46,10 @@ class Reader {
 
 std::string DecodeText(std::span<const std::byte> bytes, std::uint16_t codePage) {
   std::string text;
-  if (codePage != 0) AppendAnsi(bytes, codePage, text);
-  else AppendUtf16(bytes, text);
+  if (codePage != 0)
+    AppendAnsi(bytes, codePage, text);
+  else
+    AppendUtf16(bytes, text);
   return text;
 }
 
@@ -56,17 +58,27 @@ Value DecodeValue(ColumnType type, std::span<const std::byte> bytes, std::uint16
   std::byte whole[8] = {};
   std::memcpy(whole, bytes.data(), std::min<std::size_t>(bytes.size(), sizeof whole));
   switch (type) {
-    case ColumnType::kBoolean: return Value(!bytes.empty() && bytes[0] != std::byte{0});
-    case ColumnType::kByte: return Value(Load8(whole));
-    case ColumnType::kInteger: return Value(LoadLittle<std::int16_t>(whole));
-    case ColumnType::kLong: return Value(LoadLittle<std::int32_t>(whole));
-    case ColumnType::kCurrency: return Value(Currency{LoadLittle<std::int64_t>(whole)});
-    case ColumnType::kSingle: return Value(LoadLittle<float>(whole));
-    case ColumnType::kDouble: return Value(LoadLittle<double>(whole));
-    case ColumnType::kDate: return Value(Date{LoadLittle<double>(whole)});
+    case ColumnType::kBoolean:
+      return Value(!bytes.empty() && bytes[0] != std::byte{0});
+    case ColumnType::kByte:
+      return Value(Load8(whole));
+    case ColumnType::kInteger:
+      return Value(LoadLittle<std::int16_t>(whole));
+    case ColumnType::kLong:
+      return Value(LoadLittle<std::int32_t>(whole));
+    case ColumnType::kCurrency:
+      return Value(Currency{LoadLittle<std::int64_t>(whole)});
+    case ColumnType::kSingle:
+      return Value(LoadLittle<float>(whole));
+    case ColumnType::kDouble:
+      return Value(LoadLittle<double>(whole));
+    case ColumnType::kDate:
+      return Value(Date{LoadLittle<double>(whole)});
     case ColumnType::kText:
-    case ColumnType::kMemo: return Value(DecodeText(bytes, codePage));
-    default: return Value(Bytes(bytes.begin(), bytes.end()));
+    case ColumnType::kMemo:
+      return Value(DecodeText(bytes, codePage));
+    default:
+      return Value(Bytes(bytes.begin(), bytes.end()));
   }
 }
 
@@ -94,35 +106,69 @@ void EncodeValue(Writer& writer, const Value& value) {
     writer.Raw({raw, sizeof given});
   };
   switch (value.Type()) {
-    case ValueType::kBool: writer.U8(value.AsBool() ? 1 : 0); break;
-    case ValueType::kByte: writer.U8(value.AsByte()); break;
-    case ValueType::kInteger: number(value.AsInteger()); break;
-    case ValueType::kLong: number(value.AsLong()); break;
-    case ValueType::kCurrency: number(value.AsCurrency().scaled); break;
-    case ValueType::kSingle: number(value.AsSingle()); break;
-    case ValueType::kDouble: number(value.AsDouble()); break;
-    case ValueType::kDate: number(value.AsDate().serial); break;
-    case ValueType::kText: writer.Text(ToUtf16(value.AsText())); break;
-    case ValueType::kBytes: writer.Raw(value.AsBytes()); break;
-    case ValueType::kGuid: writer.Raw(std::as_bytes(std::span(value.AsGuid().bytes))); break;
-    case ValueType::kNull: break;
-    case ValueType::kNumeric: throw Error(ErrorCode::kUnsupported, "A property cannot hold a decimal number");
+    case ValueType::kBool:
+      writer.U8(value.AsBool() ? 1 : 0);
+      break;
+    case ValueType::kByte:
+      writer.U8(value.AsByte());
+      break;
+    case ValueType::kInteger:
+      number(value.AsInteger());
+      break;
+    case ValueType::kLong:
+      number(value.AsLong());
+      break;
+    case ValueType::kCurrency:
+      number(value.AsCurrency().scaled);
+      break;
+    case ValueType::kSingle:
+      number(value.AsSingle());
+      break;
+    case ValueType::kDouble:
+      number(value.AsDouble());
+      break;
+    case ValueType::kDate:
+      number(value.AsDate().serial);
+      break;
+    case ValueType::kText:
+      writer.Text(ToUtf16(value.AsText()));
+      break;
+    case ValueType::kBytes:
+      writer.Raw(value.AsBytes());
+      break;
+    case ValueType::kGuid:
+      writer.Raw(std::as_bytes(std::span(value.AsGuid().bytes)));
+      break;
+    case ValueType::kNull:
+      break;
+    case ValueType::kNumeric:
+      throw Error(ErrorCode::kUnsupported, "A property cannot hold a decimal number");
   }
 }
 
 /// The type under which a value can be written when the one asked for does not fit it.
 ColumnType TypeFor(const Property& property) {
   switch (property.value.Type()) {
-    case ValueType::kBool: return ColumnType::kBoolean;
-    case ValueType::kByte: return ColumnType::kByte;
-    case ValueType::kInteger: return ColumnType::kInteger;
-    case ValueType::kLong: return ColumnType::kLong;
-    case ValueType::kCurrency: return ColumnType::kCurrency;
-    case ValueType::kSingle: return ColumnType::kSingle;
-    case ValueType::kDouble: return ColumnType::kDouble;
-    case ValueType::kDate: return ColumnType::kDate;
-    case ValueType::kText: return property.type == ColumnType::kMemo ? ColumnType::kMemo : ColumnType::kText;
-    default: return property.type == ColumnType::kOle ? ColumnType::kOle : ColumnType::kBinary;
+    case ValueType::kBool:
+      return ColumnType::kBoolean;
+    case ValueType::kByte:
+      return ColumnType::kByte;
+    case ValueType::kInteger:
+      return ColumnType::kInteger;
+    case ValueType::kLong:
+      return ColumnType::kLong;
+    case ValueType::kCurrency:
+      return ColumnType::kCurrency;
+    case ValueType::kSingle:
+      return ColumnType::kSingle;
+    case ValueType::kDouble:
+      return ColumnType::kDouble;
+    case ValueType::kDate:
+      return ColumnType::kDate;
+    case ValueType::kText:
+      return property.type == ColumnType::kMemo ? ColumnType::kMemo : ColumnType::kText;
+    default:
+      return property.type == ColumnType::kOle ? ColumnType::kOle : ColumnType::kBinary;
   }
 }
 

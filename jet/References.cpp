@@ -112,9 +112,11 @@ ChildWork CollectChildren(TableCore& table, RowId id, Row& row, const std::vecto
     if (!Concerns(tree, assigned)) continue;
     const Partner partner = FindPartner(table, index);
     if (partner.tree == nullptr || !MakePartnerKey(tree, partner, oldValueOf, oldKey)) continue;
-    const bool haveNew = assigned != nullptr && MakePartnerKey(
-        tree, partner,
-        [&](std::size_t position) -> const Value* { return (*assigned)[position] ? valueOf(position) : oldValueOf(position); }, newKey);
+    const bool haveNew =
+        assigned != nullptr &&
+        MakePartnerKey(
+            tree, partner,
+            [&](std::size_t position) -> const Value* { return (*assigned)[position] ? valueOf(position) : oldValueOf(position); }, newKey);
     if (haveNew && newKey == oldKey) continue;
     auto children = RowsWithKey(*partner.tree->tree, oldKey);
     if (partner.table == &table && assigned == nullptr) std::erase(children, id);
@@ -131,8 +133,10 @@ ChildWork CollectChildren(TableCore& table, RowId id, Row& row, const std::vecto
       if (!change.remove) {
         for (std::size_t i = 0; i < tree.columns.size(); ++i) {
           change.columns.push_back(partner.tree->columns[i]);
-          if (setNull) change.values.emplace_back();
-          else change.values.push_back((*assigned)[tree.columns[i]] ? *valueOf(tree.columns[i]) : *oldValueOf(tree.columns[i]));
+          if (setNull)
+            change.values.emplace_back();
+          else
+            change.values.push_back((*assigned)[tree.columns[i]] ? *valueOf(tree.columns[i]) : *oldValueOf(tree.columns[i]));
         }
       }
       work.changes.push_back(std::move(change));

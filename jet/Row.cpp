@@ -16,16 +16,23 @@ using Column = TableDefinition::Column;
 
 std::size_t NumberSize(ColumnType type) {
   switch (type) {
-    case ColumnType::kByte: return 1;
-    case ColumnType::kInteger: return 2;
+    case ColumnType::kByte:
+      return 1;
+    case ColumnType::kInteger:
+      return 2;
     case ColumnType::kLong:
-    case ColumnType::kSingle: return 4;
+    case ColumnType::kSingle:
+      return 4;
     case ColumnType::kCurrency:
     case ColumnType::kDouble:
-    case ColumnType::kDate: return 8;
-    case ColumnType::kGuid: return 16;
-    case ColumnType::kNumeric: return 17;
-    default: return 0;
+    case ColumnType::kDate:
+      return 8;
+    case ColumnType::kGuid:
+      return 16;
+    case ColumnType::kNumeric:
+      return 17;
+    default:
+      return 0;
   }
 }
 
@@ -114,11 +121,16 @@ std::int64_t Row::Integer(std::size_t position) const {
   if (IsNull(position)) return 0;
   const Place place = Locate(position);
   switch (column.type) {
-    case ColumnType::kByte: return Load8(place.data);
-    case ColumnType::kInteger: return LoadLittle<std::int16_t>(place.data);
-    case ColumnType::kLong: return LoadLittle<std::int32_t>(place.data);
-    case ColumnType::kCurrency: return LoadLittle<std::int64_t>(place.data);
-    default: return 0;
+    case ColumnType::kByte:
+      return Load8(place.data);
+    case ColumnType::kInteger:
+      return LoadLittle<std::int16_t>(place.data);
+    case ColumnType::kLong:
+      return LoadLittle<std::int32_t>(place.data);
+    case ColumnType::kCurrency:
+      return LoadLittle<std::int64_t>(place.data);
+    default:
+      return 0;
   }
 }
 
@@ -128,18 +140,25 @@ double Row::Real(std::size_t position) const {
     case ColumnType::kBoolean:
     case ColumnType::kByte:
     case ColumnType::kInteger:
-    case ColumnType::kLong: return static_cast<double>(Integer(position));
-    case ColumnType::kCurrency: return static_cast<double>(Integer(position)) / 10000;
-    default: break;
+    case ColumnType::kLong:
+      return static_cast<double>(Integer(position));
+    case ColumnType::kCurrency:
+      return static_cast<double>(Integer(position)) / 10000;
+    default:
+      break;
   }
   if (IsNull(position)) return 0;
   const Place place = Locate(position);
   switch (column.type) {
-    case ColumnType::kSingle: return LoadLittle<float>(place.data);
+    case ColumnType::kSingle:
+      return LoadLittle<float>(place.data);
     case ColumnType::kDouble:
-    case ColumnType::kDate: return LoadLittle<double>(place.data);
-    case ColumnType::kNumeric: return LoadNumeric(place.data, Scale(column)).ToDouble();
-    default: return 0;
+    case ColumnType::kDate:
+      return LoadLittle<double>(place.data);
+    case ColumnType::kNumeric:
+      return LoadNumeric(place.data, Scale(column)).ToDouble();
+    default:
+      return 0;
   }
 }
 
@@ -153,8 +172,10 @@ std::string_view Row::Text(std::size_t position) {
   const std::span<const std::byte> stored(place.data, place.size);
   const std::uint16_t codePage = table_->engine.CodePage();
   if (column.type == ColumnType::kText) {
-    if (codePage != 0) AppendAnsi(stored, codePage, text);
-    else AppendStoredText(stored, text);
+    if (codePage != 0)
+      AppendAnsi(stored, codePage, text);
+    else
+      AppendStoredText(stored, text);
     return text;
   }
   if (place.size == 0) return text;
@@ -182,19 +203,42 @@ void Row::Get(std::size_t position, Value& value) {
     return;
   }
   switch (column.type) {
-    case ColumnType::kBoolean: value = Value(Bool(position)); return;
-    case ColumnType::kByte: value = Value(static_cast<std::uint8_t>(Integer(position))); return;
-    case ColumnType::kInteger: value = Value(static_cast<std::int16_t>(Integer(position))); return;
-    case ColumnType::kLong: value = Value(static_cast<std::int32_t>(Integer(position))); return;
-    case ColumnType::kCurrency: value = Value(Currency{Integer(position)}); return;
-    case ColumnType::kSingle: value = Value(LoadLittle<float>(Locate(position).data)); return;
-    case ColumnType::kDouble: value = Value(LoadLittle<double>(Locate(position).data)); return;
-    case ColumnType::kDate: value = Value(Date{LoadLittle<double>(Locate(position).data)}); return;
+    case ColumnType::kBoolean:
+      value = Value(Bool(position));
+      return;
+    case ColumnType::kByte:
+      value = Value(static_cast<std::uint8_t>(Integer(position)));
+      return;
+    case ColumnType::kInteger:
+      value = Value(static_cast<std::int16_t>(Integer(position)));
+      return;
+    case ColumnType::kLong:
+      value = Value(static_cast<std::int32_t>(Integer(position)));
+      return;
+    case ColumnType::kCurrency:
+      value = Value(Currency{Integer(position)});
+      return;
+    case ColumnType::kSingle:
+      value = Value(LoadLittle<float>(Locate(position).data));
+      return;
+    case ColumnType::kDouble:
+      value = Value(LoadLittle<double>(Locate(position).data));
+      return;
+    case ColumnType::kDate:
+      value = Value(Date{LoadLittle<double>(Locate(position).data)});
+      return;
     case ColumnType::kText:
-    case ColumnType::kMemo: value.SetText(Text(position)); return;
-    case ColumnType::kGuid: value = Value(LoadGuid(Locate(position).data)); return;
-    case ColumnType::kNumeric: value = Value(LoadNumeric(Locate(position).data, Scale(column))); return;
-    default: break;
+    case ColumnType::kMemo:
+      value.SetText(Text(position));
+      return;
+    case ColumnType::kGuid:
+      value = Value(LoadGuid(Locate(position).data));
+      return;
+    case ColumnType::kNumeric:
+      value = Value(LoadNumeric(Locate(position).data, Scale(column)));
+      return;
+    default:
+      break;
   }
   const auto bytes = Blob(position);
   value.SetBytes(bytes.data(), bytes.size());

@@ -65,15 +65,15 @@ class Row {
   TableCore* table_ = nullptr;
   PageRef page_;
   RowId id_;
-  PageNumber dataPage_ = 0;           ///< where the bytes are (differs from id_.page for a moved row)
-  std::uint32_t dataOffset_ = 0;      ///< offset of the row in that page, for messages
+  PageNumber dataPage_ = 0;       ///< where the bytes are (differs from id_.page for a moved row)
+  std::uint32_t dataOffset_ = 0;  ///< offset of the row in that page, for messages
   const std::byte* bytes_ = nullptr;
   std::uint16_t size_ = 0;
-  std::uint16_t columnCount_ = 0;     ///< N of the row
-  std::uint16_t variableCount_ = 0;   ///< V of the row
+  std::uint16_t columnCount_ = 0;    ///< N of the row
+  std::uint16_t variableCount_ = 0;  ///< V of the row
   std::uint16_t maskOffset_ = 0;
-  std::uint16_t tableOffset_ = 0;     ///< of the last entry of the offset table's field "V", that is where reading backwards starts
-  std::vector<std::string> texts_;    ///< decoded texts by column, memory kept from row to row
+  std::uint16_t tableOffset_ = 0;   ///< of the last entry of the offset table's field "V", that is where reading backwards starts
+  std::vector<std::string> texts_;  ///< decoded texts by column, memory kept from row to row
 };
 
 }  // namespace jet

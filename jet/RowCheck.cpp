@@ -34,7 +34,8 @@ void FollowLongValue(PageStore& store, std::span<const std::byte> stored, PageNu
     where = Load32(bytes.data());
   }
   if (total != definition.length)
-    report(rowPage, "A long value of " + column.name + " has " + std::to_string(total) + " bytes, not " + std::to_string(definition.length));
+    report(rowPage,
+           "A long value of " + column.name + " has " + std::to_string(total) + " bytes, not " + std::to_string(definition.length));
 }
 
 }  // namespace jet

@@ -28,8 +28,8 @@ class RowAccess {
 struct LongColumn {
   std::size_t position = 0;
   std::string name;
-  std::vector<PageNumber> pages;                ///< by the column's map, ascending
-  std::unordered_set<PackedPointer> pieces;     ///< met so far
+  std::vector<PageNumber> pages;             ///< by the column's map, ascending
+  std::unordered_set<PackedPointer> pieces;  ///< met so far
 };
 
 /// Follows a stored long value through its pieces: each on a page of the column, each met once, together as long as said.

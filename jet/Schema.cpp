@@ -194,7 +194,8 @@ void Schema::DropColumn(std::string_view name, std::string_view columnName) {
     for (const auto& [child, parent] : relationship.columns)
       if ((EqualNames(relationship.table, table.name) && EqualNames(child, found->name)) ||
           (EqualNames(relationship.referencedTable, table.name) && EqualNames(parent, found->name)))
-        throw Error(ErrorCode::kUnsupported, "The column \"" + found->name + "\" is used by the relationship \"" + relationship.name + "\"");
+        throw Error(ErrorCode::kUnsupported,
+                    "The column \"" + found->name + "\" is used by the relationship \"" + relationship.name + "\"");
   scope.Touching();
   const std::string dropped = found->name;
   const auto maps = std::find_if(definition.longMaps.begin(), definition.longMaps.end(),

@@ -19,16 +19,23 @@ constexpr std::size_t kLongestName = 64;
 std::uint16_t FixedLength(ColumnType type) {
   switch (type) {
     case ColumnType::kBoolean:
-    case ColumnType::kByte: return 1;
-    case ColumnType::kInteger: return 2;
+    case ColumnType::kByte:
+      return 1;
+    case ColumnType::kInteger:
+      return 2;
     case ColumnType::kLong:
-    case ColumnType::kSingle: return 4;
+    case ColumnType::kSingle:
+      return 4;
     case ColumnType::kCurrency:
     case ColumnType::kDouble:
-    case ColumnType::kDate: return 8;
-    case ColumnType::kGuid: return 16;
-    case ColumnType::kNumeric: return 17;
-    default: return 0;
+    case ColumnType::kDate:
+      return 8;
+    case ColumnType::kGuid:
+      return 16;
+    case ColumnType::kNumeric:
+      return 17;
+    default:
+      return 0;
   }
 }
 
@@ -36,7 +43,8 @@ void SetType(Column& stored, const ColumnDef& column) {
   stored.type = column.type;
   stored.sort = {0x09, 0x04, 0, 0};
   const bool variable = column.type == ColumnType::kText || column.type == ColumnType::kBinary || stored.IsLong();
-  stored.flags = static_cast<std::uint8_t>(Column::kNullable | (variable && !(column.fixedLength && !stored.IsLong()) ? 0 : Column::kFixed));
+  stored.flags =
+      static_cast<std::uint8_t>(Column::kNullable | (variable && !(column.fixedLength && !stored.IsLong()) ? 0 : Column::kFixed));
   stored.length = FixedLength(column.type);
   switch (column.type) {
     case ColumnType::kText: {
@@ -54,15 +62,20 @@ void SetType(Column& stored, const ColumnDef& column) {
         throw Error(ErrorCode::kUnsupported, "The column \"" + column.name + "\" asks for an impossible precision or scale");
       stored.sort = {column.precision, column.scale, 0, 0};
       break;
-    case ColumnType::kInternal: stored.length = column.size; break;
+    case ColumnType::kInternal:
+      stored.length = column.size;
+      break;
     default:
       if (stored.length == 0 && !stored.IsLong())
         throw Error(ErrorCode::kUnsupported, "The column \"" + column.name + "\" is of a type that cannot be made");
   }
   if (column.autoNumber) {
-    if (column.type == ColumnType::kLong) stored.flags |= Column::kAutoLong;
-    else if (column.type == ColumnType::kGuid) stored.flags |= Column::kAutoGuid;
-    else throw Error(ErrorCode::kUnsupported, "The column \"" + column.name + "\" is of a type that cannot count");
+    if (column.type == ColumnType::kLong)
+      stored.flags |= Column::kAutoLong;
+    else if (column.type == ColumnType::kGuid)
+      stored.flags |= Column::kAutoGuid;
+    else
+      throw Error(ErrorCode::kUnsupported, "The column \"" + column.name + "\" is of a type that cannot count");
   }
   if (column.hyperlink && column.type == ColumnType::kMemo) stored.flags |= Column::kHyperlink;
   if (stored.IsText() && column.compressed && !stored.IsFixed()) stored.extraFlags = 1;
@@ -106,8 +119,10 @@ void FreeMapRow(PageStore& store, PackedPointer map) {
   const RowId id = Unpack(map);
   const PageRef page = store.Edit(id.page);
   DataPageEditor editor(page);
-  if (id.slot + 1u == editor.SlotCount()) editor.RemoveLast();
-  else editor.Delete(id.slot);
+  if (id.slot + 1u == editor.SlotCount())
+    editor.RemoveLast();
+  else
+    editor.Delete(id.slot);
   if (editor.Empty()) store.Free(id.page);
 }
 
@@ -128,7 +143,8 @@ void AppendColumn(PageStore& store, TableDefinition& definition, const ColumnDef
   if (stored.IsFixed()) {
     stored.fixedOffset = static_cast<std::uint16_t>(definition.FixedSize());
     constexpr std::size_t kMostFixed = 4000;
-    if (stored.fixedOffset + stored.length > kMostFixed) throw Error(ErrorCode::kLimit, "The columns of fixed length are too long for a row");
+    if (stored.fixedOffset + stored.length > kMostFixed)
+      throw Error(ErrorCode::kLimit, "The columns of fixed length are too long for a row");
   } else {
     ++definition.variableColumns;
   }
@@ -143,8 +159,7 @@ void AppendColumn(PageStore& store, TableDefinition& definition, const ColumnDef
 IndexParts ResolveIndex(const TableDefinition& definition, const IndexSpec& index) {
   CheckName(index.name);
   for (const auto& held : definition.indexes) {
-    if (EqualNames(held.name, index.name))
-      throw Error(ErrorCode::kAlreadyExists, "There is an index \"" + index.name + "\" already");
+    if (EqualNames(held.name, index.name)) throw Error(ErrorCode::kAlreadyExists, "There is an index \"" + index.name + "\" already");
     if (index.primary && held.type == 1) throw Error(ErrorCode::kAlreadyExists, "There is a primary key already: \"" + held.name + "\"");
   }
   if (index.columns.empty() || index.columns.size() > 10)
@@ -212,8 +227,7 @@ void SetColumnProperties(PropertyMap& properties, const ColumnDef& column) {
   if (column.required) properties.Set(column.name, {"Required", ColumnType::kBoolean, Value(true), true});
   const bool text = column.type == ColumnType::kText || column.type == ColumnType::kMemo;
   if (text && column.allowZeroLength) properties.Set(column.name, {"AllowZeroLength", ColumnType::kBoolean, Value(true), true});
-  if (!column.defaultValue.empty())
-    properties.Set(column.name, {"DefaultValue", ColumnType::kMemo, Value(column.defaultValue), true});
+  if (!column.defaultValue.empty()) properties.Set(column.name, {"DefaultValue", ColumnType::kMemo, Value(column.defaultValue), true});
 }
 
 }  // namespace jet

@@ -22,8 +22,8 @@ void AppendColumn(PageStore& store, TableDefinition& definition, const ColumnDef
 [[nodiscard]] IndexParts ResolveIndex(const TableDefinition& definition, const IndexSpec& index);
 [[nodiscard]] std::uint8_t FlagsOf(const IndexSpec& index);
 /// Makes an empty tree with its usage map; the caller adds it to the definition.
-[[nodiscard]] TableDefinition::Tree MakeTree(PageStore& store, PageNumber table, const TableDefinition& definition,
-                                             const IndexParts& parts, std::uint8_t flags);
+[[nodiscard]] TableDefinition::Tree MakeTree(PageStore& store, PageNumber table, const TableDefinition& definition, const IndexParts& parts,
+                                             std::uint8_t flags);
 /// Adds the index as people see it, in its place by name, under the next free number.
 void AddLogicalIndex(TableDefinition& definition, const IndexSpec& index, std::size_t tree);
 void AddLogicalIndex(TableDefinition& definition, TableDefinition::Index index);

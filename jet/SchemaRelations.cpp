@@ -59,7 +59,7 @@ std::optional<std::size_t> FindTree(const TableDefinition& definition, const std
 std::string HiddenName(const TableDefinition& definition) {
   for (int number = 1;; ++number) {
     std::string letters;
-    for (int rest = number; ; rest = rest / 26 - 1) {
+    for (int rest = number;; rest = rest / 26 - 1) {
       letters.insert(letters.begin(), static_cast<char>('A' + rest % 26));
       if (rest < 26) break;
     }
@@ -195,9 +195,10 @@ void Schema::EnforceRelationship(const Relationship& relationship, TableCore& ch
   const auto childTree = FindTree(childDefinition, childNumbers, relationship.oneToOne);
   const bool newTree = !childTree;
   const unsigned flags = TableDefinition::Tree::kAlways | (relationship.oneToOne ? unsigned{TableDefinition::Tree::kUnique} : 0u);
-  childSide.tree = static_cast<std::uint32_t>(
-      newTree ? AddTree(child, childDefinition, childNumbers, std::vector<bool>(childNumbers.size(), false), static_cast<std::uint8_t>(flags))
-              : *childTree);
+  childSide.tree =
+      static_cast<std::uint32_t>(newTree ? AddTree(child, childDefinition, childNumbers, std::vector<bool>(childNumbers.size(), false),
+                                                   static_cast<std::uint8_t>(flags))
+                                         : *childTree);
   AddLogicalIndex(childDefinition, childSide);
   if (same)
     for (auto& index : childDefinition.indexes)
@@ -219,8 +220,8 @@ void Schema::EnforceRelationship(const Relationship& relationship, TableCore& ch
     bool anyNull = false;
     (void)child.KeyOf(child.Trees()[tree], cursor.Current(), key, anyNull);
     if (!anyNull && !parentKeys.Find(key))
-      throw Error(ErrorCode::kRelationViolated, "The table \"" + child.name + "\" has rows without the row of \"" + parent.name +
-                                                    "\" that they refer to");
+      throw Error(ErrorCode::kRelationViolated,
+                  "The table \"" + child.name + "\" has rows without the row of \"" + parent.name + "\" that they refer to");
   }
 }
 

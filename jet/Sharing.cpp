@@ -60,8 +60,7 @@ void Sharing::TakeEntry(const std::string& databasePath) {
   } else {
     for (entry_ = 0; entry_ < kUsers && !file_->TryLock(kUserLocks + entry_, 1, true); ++entry_) {
     }
-    if (entry_ == kUsers)
-      throw Error(ErrorCode::kInUse, "\"" + databasePath + "\" is opened exclusively by another user, or by 255 users");
+    if (entry_ == kUsers) throw Error(ErrorCode::kInUse, "\"" + databasePath + "\" is opened exclusively by another user, or by 255 users");
   }
   std::array<std::byte, kEntrySize> entry{};
   const std::size_t had = file_->Read(entry_ * kEntrySize, entry);

@@ -18,8 +18,8 @@ struct ScanCursor::State {
   TableCore& table;
   ReadLock lock;
   PageRef page;
-  PageNumber number = 0;   ///< page stood on, 0 = before the first
-  unsigned slot = 0;       ///< next slot to look at
+  PageNumber number = 0;  ///< page stood on, 0 = before the first
+  unsigned slot = 0;      ///< next slot to look at
   std::uint64_t generation = 0;
   Row row;
   bool ended = false;
@@ -60,8 +60,10 @@ bool ScanCursor::Next() {
   if (state.ended) return false;
   if (state.number != 0 && state.generation != state.table.engine.pager->Generation()) {
     state.table.Refresh();
-    if (state.number < state.table.engine.pager->PageCount()) state.Load();
-    else state.page = {};
+    if (state.number < state.table.engine.pager->PageCount())
+      state.Load();
+    else
+      state.page = {};
   }
   for (;;) {
     if (!state.page || !state.StillOurs()) {
@@ -212,7 +214,8 @@ std::optional<RowId> Table::Seek(std::size_t index, std::span<const Value> key) 
   if (key.size() == tree.columns.size()) return tree.tree->Find(bytes);
   BTreeCursor cursor(*tree.tree);
   cursor.SeekBefore(bytes);
-  if (!cursor.Next() || cursor.Key().size() < bytes.size() || !std::equal(bytes.begin(), bytes.end(), cursor.Key().begin())) return std::nullopt;
+  if (!cursor.Next() || cursor.Key().size() < bytes.size() || !std::equal(bytes.begin(), bytes.end(), cursor.Key().begin()))
+    return std::nullopt;
   return cursor.Row();
 }
 

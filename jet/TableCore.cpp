@@ -168,8 +168,8 @@ std::int32_t TableCore::LastAutoNumber() {
 void TableCore::CheckWritable() const {
   for (const auto& tree : trees_)
     if (!tree.supported)
-      throw Error(ErrorCode::kUnsupported, "The table \"" + name + "\" cannot be changed: the order of its index \"" + tree.name +
-                                               "\" is not known");
+      throw Error(ErrorCode::kUnsupported,
+                  "The table \"" + name + "\" cannot be changed: the order of its index \"" + tree.name + "\" is not known");
 }
 
 void TableCore::FreeContents() {

@@ -34,8 +34,8 @@ class TableCore {
     std::vector<KeyColumn> keyColumns;
     std::vector<std::size_t> columns;  ///< positions of the key columns
     std::uint8_t flags = 0;
-    bool supported = true;             ///< false: the order of a text column is not known
-    std::string name;                  ///< of the first index that uses it
+    bool supported = true;  ///< false: the order of a text column is not known
+    std::string name;       ///< of the first index that uses it
 
     [[nodiscard]] bool IsUnique() const noexcept { return (flags & TableDefinition::Tree::kUnique) != 0; }
     [[nodiscard]] bool IgnoresNulls() const noexcept { return (flags & TableDefinition::Tree::kIgnoreNulls) != 0; }
@@ -89,12 +89,12 @@ class TableCore {
   struct Cell {
     enum class State : std::uint8_t { kNull, kStored, kKept };
     State state = State::kNull;
-    bool truth = false;                   ///< Yes/No
-    const Value* value = nullptr;         ///< own type; null for kept columns and streamed long values
-    std::span<const std::byte> kept;      ///< stored bytes taken over from the old row
+    bool truth = false;               ///< Yes/No
+    const Value* value = nullptr;     ///< own type; null for kept columns and streamed long values
+    std::span<const std::byte> kept;  ///< stored bytes taken over from the old row
     std::string stored;
     Value scratch;
-    bool newLong = false;                 ///< stored is the definition of a long value written just now
+    bool newLong = false;  ///< stored is the definition of a long value written just now
   };
 
   static constexpr std::size_t kNowhere = ~std::size_t{0};
@@ -131,7 +131,7 @@ class TableCore {
   void CountKeys(std::size_t tree, std::size_t added);
 
   TableDefinition definition_;
-  std::vector<Column> stored_;          ///< by position
+  std::vector<Column> stored_;  ///< by position
   std::vector<ColumnDef> columns_;
   std::vector<IndexDef> indexes_;
   std::vector<Tree> trees_;
@@ -142,10 +142,10 @@ class TableCore {
   std::vector<Value> keyValues_;
   Bytes encoded_;
   Row oldRow_;
-  std::vector<Assignment> allColumns_;  ///< reused by Table::Insert
+  std::vector<Assignment> allColumns_;      ///< reused by Table::Insert
   std::vector<std::size_t> variableOrder_;  ///< position of each variable column; kNowhere for those deleted
   std::size_t fixedSize_ = 0;
-  std::uint16_t firstVariableNumber_ = 0;   ///< rows with fewer columns were written when there was no variable column
+  std::uint16_t firstVariableNumber_ = 0;  ///< rows with fewer columns were written when there was no variable column
   PageNumber insertPage_ = 0;
   std::uint64_t generation_ = 0;
   bool propertiesRead_ = false;

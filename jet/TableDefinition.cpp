@@ -31,7 +31,9 @@ class Reader {
   std::uint16_t U16() { return Load16(Take(2)); }
   std::uint32_t U32() { return Load32(Take(4)); }
   template <std::size_t kSize>
-  void Copy(std::array<std::uint8_t, kSize>& target) { std::memcpy(target.data(), Take(kSize), kSize); }
+  void Copy(std::array<std::uint8_t, kSize>& target) {
+    std::memcpy(target.data(), Take(kSize), kSize);
+  }
   [[nodiscard]] bool AtEnd() const noexcept { return at_ >= stream_.size(); }
   [[nodiscard]] std::size_t Position() const noexcept { return at_; }
   /// A number of things of so many bytes each must fit in what is left.
@@ -73,7 +75,10 @@ std::vector<std::byte> ReadStream(PageStore& store, PageNumber first, std::vecto
 class Parser {
  public:
   Parser(PageStore& store, PageNumber page, std::uint16_t codePage)
-      : page_(page), codePage_(codePage), jet3_(store.PageSize() == kJet3PageSize), stream_(ReadStream(store, page, result_.pages)),
+      : page_(page),
+        codePage_(codePage),
+        jet3_(store.PageSize() == kJet3PageSize),
+        stream_(ReadStream(store, page, result_.pages)),
         reader_(page, stream_) {}
 
   TableDefinition Parse() {
@@ -92,8 +97,10 @@ class Parser {
     const std::size_t size = jet3_ ? reader_.U8() : reader_.U16();
     const std::span<const std::byte> bytes(reader_.Take(size), size);
     std::string name;
-    if (jet3_) AppendAnsi(bytes, codePage_, name);
-    else AppendUtf16(bytes, name);
+    if (jet3_)
+      AppendAnsi(bytes, codePage_, name);
+    else
+      AppendUtf16(bytes, name);
     return name;
   }
 
@@ -227,7 +234,9 @@ class Writer {
   void U16(std::uint16_t value) { Store16(Grow(2), value); }
   void U32(std::uint32_t value) { Store32(Grow(4), value); }
   template <std::size_t kSize>
-  void Copy(const std::array<std::uint8_t, kSize>& source) { std::memcpy(Grow(kSize), source.data(), kSize); }
+  void Copy(const std::array<std::uint8_t, kSize>& source) {
+    std::memcpy(Grow(kSize), source.data(), kSize);
+  }
   void Name(const std::string& name) {
     const std::string units = ToUtf16(name);
     U16(static_cast<std::uint16_t>(units.size()));

@@ -139,8 +139,8 @@ bool TableCore::ReadRow(RowId id, Row& row) {
 
 std::vector<Assignment>& TableCore::AllColumns(std::span<const Value> values) {
   if (values.size() != stored_.size())
-    throw Error(ErrorCode::kTypeMismatch, "The table \"" + name + "\" has " + std::to_string(stored_.size()) + " columns, not " +
-                                              std::to_string(values.size()));
+    throw Error(ErrorCode::kTypeMismatch,
+                "The table \"" + name + "\" has " + std::to_string(stored_.size()) + " columns, not " + std::to_string(values.size()));
   allColumns_.resize(values.size());
   for (std::size_t i = 0; i < values.size(); ++i) allColumns_[i] = {i, &values[i], nullptr};
   return allColumns_;
@@ -318,8 +318,10 @@ bool TableCore::KeyOf(const Tree& tree, Row& row, Bytes& key, bool& anyNull) {
   Value value;
   for (std::size_t i = 0; i < tree.columns.size(); ++i) {
     row.Get(tree.columns[i], value);
-    if (value.IsNull()) anyNull = true;
-    else allNull = false;
+    if (value.IsNull())
+      anyNull = true;
+    else
+      allNull = false;
     AppendKey(tree.keyColumns[i], value, key);
   }
   return !(allNull && tree.IgnoresNulls());
@@ -341,11 +343,13 @@ bool TableCore::KeyOfCells(const Tree& tree, Row* old, Bytes& key, bool& anyNull
       old->Get(position, kept);
       value = &kept;
     }
-    if (value->IsNull()) anyNull = true;
-    else allNull = false;
+    if (value->IsNull())
+      anyNull = true;
+    else
+      allNull = false;
     if (value->IsNull() && tree.IsRequired())
-      throw Error(ErrorCode::kNullNotAllowed, "The column \"" + stored_[position].name + "\" must have a value: the index \"" + tree.name +
-                                                  "\" asks for it");
+      throw Error(ErrorCode::kNullNotAllowed,
+                  "The column \"" + stored_[position].name + "\" must have a value: the index \"" + tree.name + "\" asks for it");
     AppendKey(tree.keyColumns[i], *value, key);
   }
   if (key.size() > kMaxKeyBytes) throw Error(ErrorCode::kLimit, "The values are too long for the index \"" + tree.name + "\"");
@@ -360,8 +364,10 @@ void TableCore::Duplicate(const Tree& tree) const {
 
 void TableCore::NoteRoom(PageNumber number, unsigned freeBytes, unsigned slots) {
   UsageMap map(*engine.pager, definition_.freeMap);
-  if (freeBytes >= kRoomWorthTrying && slots < DataPage::kMaxSlots) map.Add(number);
-  else map.Remove(number);
+  if (freeBytes >= kRoomWorthTrying && slots < DataPage::kMaxSlots)
+    map.Add(number);
+  else
+    map.Remove(number);
 }
 
 std::optional<RowId> TableCore::TryPlace(PageNumber candidate, std::span<const std::byte> bytes, std::uint16_t flags) {
@@ -371,7 +377,8 @@ std::optional<RowId> TableCore::TryPlace(PageNumber candidate, std::span<const s
     if (data.Owner() != page) throw Error(ErrorCode::kDamaged, "A page listed for the table belongs to another", candidate, 4);
     const unsigned freeBytes = data.FreeBytes();
     if (data.SlotCount() >= DataPage::kMaxSlots || bytes.size() + 2 > freeBytes) {
-      if (freeBytes < kRoomWorthTrying || data.SlotCount() >= DataPage::kMaxSlots) UsageMap(*engine.pager, definition_.freeMap).Remove(candidate);
+      if (freeBytes < kRoomWorthTrying || data.SlotCount() >= DataPage::kMaxSlots)
+        UsageMap(*engine.pager, definition_.freeMap).Remove(candidate);
       return std::nullopt;
     }
   }
@@ -520,7 +527,8 @@ RowId TableCore::InsertRow(std::span<const Assignment> assignments) {
     if (KeyOfCells(trees_[t], nullptr, keys_[t], anyNull)) present |= 1u << t;
     if (anyNull) nulls |= 1u << t;
   }
-  CheckParents(*this, [&](std::size_t position) { return cells_[position].state == Cell::State::kNull ? nullptr : cells_[position].value; }, {});
+  CheckParents(*this, [&](std::size_t position) { return cells_[position].state == Cell::State::kNull ? nullptr : cells_[position].value; },
+               {});
 
   scope.Touching();
   EncodeOrUndo(assignments, scope);
@@ -591,20 +599,22 @@ void TableCore::UpdateRow(RowId id, std::span<const Assignment> assignments) {
     if (keys_[t] != oldKeys_[t] || (present >> t & 1) != (oldPresent >> t & 1)) changed |= 1u << t;
   }
   Value kept;
-  CheckParents(*this,
-               [&](std::size_t position) -> const Value* {
-                 if (cells_[position].state == Cell::State::kNull) return nullptr;
-                 if (cells_[position].value != nullptr) return cells_[position].value;
-                 oldRow_.Get(position, kept);
-                 return &kept;
-               },
-               assigned);
+  CheckParents(
+      *this,
+      [&](std::size_t position) -> const Value* {
+        if (cells_[position].state == Cell::State::kNull) return nullptr;
+        if (cells_[position].value != nullptr) return cells_[position].value;
+        oldRow_.Get(position, kept);
+        return &kept;
+      },
+      assigned);
   ChildWork children = CollectChildren(*this, id, oldRow_, &assigned, [&](std::size_t position) -> const Value* {
     return cells_[position].state == Cell::State::kNull ? nullptr : cells_[position].value;
   });
   std::optional<std::int32_t> counter;
   for (std::size_t i = 0; i < stored_.size(); ++i)
-    if (assigned[i] && (stored_[i].flags & Column::kAutoLong) != 0 && cells_[i].value != nullptr && cells_[i].value->AsLong() > LastAutoNumber())
+    if (assigned[i] && (stored_[i].flags & Column::kAutoLong) != 0 && cells_[i].value != nullptr &&
+        cells_[i].value->AsLong() > LastAutoNumber())
       counter = cells_[i].value->AsLong();
 
   std::vector<std::pair<std::size_t, std::string>> oldLong;

@@ -37,13 +37,20 @@ char32_t FromAnsi(std::uint8_t code, std::uint16_t codePage) {
   if (codePage == 1251) return code >= 0xC0 ? 0x0410u + (code - 0xC0u) : kWindows1251[code - 0x80];
   if (codePage == 1254) {  // Turkish: Windows-1252 but for six letters
     switch (code) {
-      case 0xD0: return 0x011E;
-      case 0xDD: return 0x0130;
-      case 0xDE: return 0x015E;
-      case 0xF0: return 0x011F;
-      case 0xFD: return 0x0131;
-      case 0xFE: return 0x015F;
-      default: break;
+      case 0xD0:
+        return 0x011E;
+      case 0xDD:
+        return 0x0130;
+      case 0xDE:
+        return 0x015E;
+      case 0xF0:
+        return 0x011F;
+      case 0xFD:
+        return 0x0131;
+      case 0xFE:
+        return 0x015F;
+      default:
+        break;
     }
   }
   return code < 0xA0 ? kWindows1252[code - 0x80] : code;
@@ -69,10 +76,14 @@ char32_t NextCharacter(std::string_view utf8, std::size_t& position) {
   if (lead < 0x80) return lead;
   std::size_t extra = 0;
   char32_t character = 0;
-  if (lead >= 0xC2 && lead <= 0xDF) extra = 1, character = lead & 0x1Fu;
-  else if ((lead & 0xF0) == 0xE0) extra = 2, character = lead & 0x0Fu;
-  else if (lead >= 0xF0 && lead <= 0xF4) extra = 3, character = lead & 0x07u;
-  else return kReplacement;
+  if (lead >= 0xC2 && lead <= 0xDF)
+    extra = 1, character = lead & 0x1Fu;
+  else if ((lead & 0xF0) == 0xE0)
+    extra = 2, character = lead & 0x0Fu;
+  else if (lead >= 0xF0 && lead <= 0xF4)
+    extra = 3, character = lead & 0x07u;
+  else
+    return kReplacement;
   if (utf8.size() - position < extra) return kReplacement;
   for (std::size_t i = 0; i < extra; ++i) {
     if ((at(position + i) & 0xC0) != 0x80) return kReplacement;

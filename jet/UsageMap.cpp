@@ -169,8 +169,7 @@ void UsageMap::MakeRoomFor(PageNumber number) {
   if (MapRow(store_, where_).IsInline()) ConvertToReferences();
   const std::size_t index = number / PagesPerBitmap();
   const MapRow row(store_, where_);
-  if (index >= row.References())
-    throw Error(ErrorCode::kLimit, "The file is too large for its usage maps");
+  if (index >= row.References()) throw Error(ErrorCode::kLimit, "The file is too large for its usage maps");
   const PageNumber reference = row.Reference(index);
   if (reference == 0 || reference >= store_.PageCount()) NewBitmap(index);
 }

@@ -22,8 +22,8 @@ struct Magnitude {
   std::uint32_t limbs[4];
 
   explicit Magnitude(const Numeric& number)
-      : limbs{static_cast<std::uint32_t>(number.low), static_cast<std::uint32_t>(number.low >> 32),
-              static_cast<std::uint32_t>(number.high), static_cast<std::uint32_t>(number.high >> 32)} {}
+      : limbs{static_cast<std::uint32_t>(number.low), static_cast<std::uint32_t>(number.low >> 32), static_cast<std::uint32_t>(number.high),
+              static_cast<std::uint32_t>(number.high >> 32)} {}
   void Store(Numeric& number) const {
     number.low = std::uint64_t{limbs[1]} << 32 | limbs[0];
     number.high = std::uint64_t{limbs[3]} << 32 | limbs[2];
@@ -182,31 +182,44 @@ int Numeric::Digits() const {
 }
 
 void Value::SetText(std::string_view text) {
-  if (auto* held = std::get_if<std::string>(&data_)) held->assign(text);
-  else data_.emplace<std::string>(text);
+  if (auto* held = std::get_if<std::string>(&data_))
+    held->assign(text);
+  else
+    data_.emplace<std::string>(text);
 }
 
 void Value::SetBytes(const std::byte* data, std::size_t size) {
-  if (auto* held = std::get_if<jet::Bytes>(&data_)) held->assign(data, data + size);
-  else data_.emplace<jet::Bytes>(data, data + size);
+  if (auto* held = std::get_if<jet::Bytes>(&data_))
+    held->assign(data, data + size);
+  else
+    data_.emplace<jet::Bytes>(data, data + size);
 }
 
 std::string Value::Describe() const {
   switch (Type()) {
-    case ValueType::kNull: return "NULL";
-    case ValueType::kBool: return AsBool() ? "True" : "False";
-    case ValueType::kByte: return std::to_string(AsByte());
-    case ValueType::kInteger: return std::to_string(AsInteger());
-    case ValueType::kLong: return std::to_string(AsLong());
+    case ValueType::kNull:
+      return "NULL";
+    case ValueType::kBool:
+      return AsBool() ? "True" : "False";
+    case ValueType::kByte:
+      return std::to_string(AsByte());
+    case ValueType::kInteger:
+      return std::to_string(AsInteger());
+    case ValueType::kLong:
+      return std::to_string(AsLong());
     case ValueType::kCurrency: {
       const auto scaled = AsCurrency().scaled;
       const Numeric number{0, scaled < 0 ? ~static_cast<std::uint64_t>(scaled) + 1 : static_cast<std::uint64_t>(scaled), 4, scaled < 0};
       return number.Text();
     }
-    case ValueType::kSingle: return DescribeReal(AsSingle(), 9);
-    case ValueType::kDouble: return DescribeReal(AsDouble(), 17);
-    case ValueType::kDate: return DescribeDate(AsDate().serial);
-    case ValueType::kText: return '"' + AsText() + '"';
+    case ValueType::kSingle:
+      return DescribeReal(AsSingle(), 9);
+    case ValueType::kDouble:
+      return DescribeReal(AsDouble(), 17);
+    case ValueType::kDate:
+      return DescribeDate(AsDate().serial);
+    case ValueType::kText:
+      return '"' + AsText() + '"';
     case ValueType::kBytes: {
       std::string text = "0x";
       for (const auto byte : AsBytes()) {
@@ -215,8 +228,10 @@ std::string Value::Describe() const {
       }
       return text;
     }
-    case ValueType::kGuid: return AsGuid().Text();
-    case ValueType::kNumeric: return AsNumeric().Text();
+    case ValueType::kGuid:
+      return AsGuid().Text();
+    case ValueType::kNumeric:
+      return AsNumeric().Text();
   }
   return {};
 }

@@ -33,7 +33,19 @@ enum class ColumnType : std::uint8_t {
 
 /// What a Value holds. The order is the order of the alternatives in Value.
 enum class ValueType : std::uint8_t {
-  kNull, kBool, kByte, kInteger, kLong, kCurrency, kSingle, kDouble, kDate, kText, kBytes, kGuid, kNumeric,
+  kNull,
+  kBool,
+  kByte,
+  kInteger,
+  kLong,
+  kCurrency,
+  kSingle,
+  kDouble,
+  kDate,
+  kText,
+  kBytes,
+  kGuid,
+  kNumeric,
 };
 
 using Bytes = std::vector<std::byte>;
@@ -130,8 +142,8 @@ class Value {
   [[nodiscard]] std::string Describe() const;
 
  private:
-  std::variant<std::monostate, bool, std::uint8_t, std::int16_t, std::int32_t, jet::Currency, float, double, jet::Date,
-               std::string, jet::Bytes, jet::Guid, jet::Numeric>
+  std::variant<std::monostate, bool, std::uint8_t, std::int16_t, std::int32_t, jet::Currency, float, double, jet::Date, std::string,
+               jet::Bytes, jet::Guid, jet::Numeric>
       data_;
 };
 

@@ -16,9 +16,7 @@ namespace tamlo::runtime {
 
 namespace {
 
-bool IsDigit(char letter) {
-  return letter >= '0' && letter <= '9';
-}
+bool IsDigit(char letter) { return letter >= '0' && letter <= '9'; }
 
 std::string_view TrimBlanks(std::string_view text) {
   const auto blank = [](char letter) { return letter == ' ' || letter == '\t'; };
@@ -88,8 +86,7 @@ double Value(const std::string& plain) {
   const auto [stopped, failure] = std::from_chars(plain.data(), plain.data() + plain.size(), value);
   if (failure != std::errc::result_out_of_range) return value;
   const std::size_t exponent = plain.find('e');
-  const bool tiny =
-      exponent != std::string::npos ? plain[exponent + 1] == '-' : plain.find_first_of("123456789") > plain.find('.');
+  const bool tiny = exponent != std::string::npos ? plain[exponent + 1] == '-' : plain.find_first_of("123456789") > plain.find('.');
   if (tiny) return 0;
   throw Error(kOverflow);
 }
@@ -121,8 +118,7 @@ template <typename Integer>
 Integer RoundTo(double value) {
   const double rounded = RoundHalfToEven(value);
   // Written so that "not a number" fails too.
-  if (!(rounded >= std::numeric_limits<Integer>::min() && rounded <= std::numeric_limits<Integer>::max()))
-    throw Error(kOverflow);
+  if (!(rounded >= std::numeric_limits<Integer>::min() && rounded <= std::numeric_limits<Integer>::max())) throw Error(kOverflow);
   return static_cast<Integer>(rounded);
 }
 
@@ -132,8 +128,7 @@ Integer ToInteger(const Variant& value, const RegionalSettings& settings) {
     if (const auto bits = ParseBits(*text)) return FromBits<Integer>(*bits);
   }
   if (const auto* whole = value.If<std::int64_t>()) {
-    if (*whole < std::numeric_limits<Integer>::min() || *whole > std::numeric_limits<Integer>::max())
-      throw Error(kOverflow);
+    if (*whole < std::numeric_limits<Integer>::min() || *whole > std::numeric_limits<Integer>::max()) throw Error(kOverflow);
     return static_cast<Integer>(*whole);
   }
   return RoundTo<Integer>(ToDouble(value, settings));
@@ -192,9 +187,7 @@ std::string CurrencyText(Currency amount, char decimalPoint) {
   return out;
 }
 
-bool EqualsIgnoringCase(std::string_view text, std::string_view lower) {
-  return LowerCase(text) == lower;
-}
+bool EqualsIgnoringCase(std::string_view text, std::string_view lower) { return LowerCase(text) == lower; }
 
 bool TextToBoolean(std::string_view text, char decimalPoint) {
   const std::string_view word = TrimBlanks(text);
@@ -253,13 +246,9 @@ std::string ToText(const Variant& value, const RegionalSettings& settings) {
   return std::visit(TextWriter{settings.decimalPoint, settings}, value.Stored());
 }
 
-std::int16_t ToInt16(const Variant& value, const RegionalSettings& settings) {
-  return ToInteger<std::int16_t>(value, settings);
-}
+std::int16_t ToInt16(const Variant& value, const RegionalSettings& settings) { return ToInteger<std::int16_t>(value, settings); }
 
-std::int32_t ToInt32(const Variant& value, const RegionalSettings& settings) {
-  return ToInteger<std::int32_t>(value, settings);
-}
+std::int32_t ToInt32(const Variant& value, const RegionalSettings& settings) { return ToInteger<std::int32_t>(value, settings); }
 
 double ToDouble(const Variant& value, const RegionalSettings& settings) {
   return std::visit(NumberReader{settings.decimalPoint}, value.Stored());
@@ -287,25 +276,16 @@ bool IsNumeric(std::string_view text, const RegionalSettings& settings) {
                                                              }).number == 0;
 }
 
-std::string ShortestText(double value, char decimalPoint) {
-  return Shortest(value, decimalPoint);
-}
+std::string ShortestText(double value, char decimalPoint) { return Shortest(value, decimalPoint); }
 
-std::int16_t RoundToInt16(double value) {
-  return RoundTo<std::int16_t>(value);
-}
+std::int16_t RoundToInt16(double value) { return RoundTo<std::int16_t>(value); }
 
-std::int32_t RoundToInt32(double value) {
-  return RoundTo<std::int32_t>(value);
-}
+std::int32_t RoundToInt32(double value) { return RoundTo<std::int32_t>(value); }
 
-std::int16_t Add16(std::int16_t a, std::int32_t b) {
-  return CheckedInt16(std::int64_t{a} + b);
-}
+std::int16_t Add16(std::int16_t a, std::int32_t b) { return CheckedInt16(std::int64_t{a} + b); }
 
 std::int16_t CheckedInt16(std::int64_t value) {
-  if (value < std::numeric_limits<std::int16_t>::min() || value > std::numeric_limits<std::int16_t>::max())
-    throw Error(kOverflow);
+  if (value < std::numeric_limits<std::int16_t>::min() || value > std::numeric_limits<std::int16_t>::max()) throw Error(kOverflow);
   return static_cast<std::int16_t>(value);
 }
 

@@ -43,8 +43,7 @@ double Join(std::int64_t day, double fraction) {
 
 /// Calendar fields of a serial date rounded to a whole number of ticks.
 CalendarTime Split(double serial, std::int64_t ticksASecond) {
-  if (!(serial > static_cast<double>(kFirstDay) - 1 && serial < static_cast<double>(kLastDay) + 1))
-    throw Error(kInvalidArgument);
+  if (!(serial > static_cast<double>(kFirstDay) - 1 && serial < static_cast<double>(kLastDay) + 1)) throw Error(kInvalidArgument);
   const std::int64_t ticksADay = kSecondsADay * ticksASecond;
   auto day = static_cast<std::int64_t>(serial);
   const double fraction = std::fabs(serial - static_cast<double>(day));
@@ -136,8 +135,7 @@ int FullYear(Scanner::Number year) {
 std::optional<std::int64_t> ParseDay(Scanner& scanner, bool monthFirst) {
   const Scanner::Number first = scanner.TakeNumber();
   const char separator = scanner.Peek();
-  if (first.digits == 0 || (separator != '/' && separator != '-' && separator != '.' && separator != ' '))
-    return std::nullopt;
+  if (first.digits == 0 || (separator != '/' && separator != '-' && separator != '.' && separator != ' ')) return std::nullopt;
   const auto takeSeparator = [&] { return separator == ' ' ? scanner.SkipBlanks() : scanner.Take(separator); };
   if (!takeSeparator()) return std::nullopt;
   const Scanner::Number second = scanner.TakeNumber();
@@ -156,8 +154,7 @@ std::optional<std::int64_t> ParseDay(Scanner& scanner, bool monthFirst) {
 
 void AppendPadded(std::string& out, int value, int width) {
   const std::string digits = std::to_string(value);
-  out.append(static_cast<std::size_t>(width) > digits.size() ? static_cast<std::size_t>(width) - digits.size() : 0,
-             '0');
+  out.append(static_cast<std::size_t>(width) > digits.size() ? static_cast<std::size_t>(width) - digits.size() : 0, '0');
   out += digits;
 }
 
@@ -198,8 +195,7 @@ void AppendTime(std::string& out, const CalendarTime& time) {
 
 std::string GeneralDate(const CalendarTime& time, const RegionalSettings& settings) {
   std::string out;
-  AppendShortDate(out, time,
-                  settings.shortDate.empty() ? std::string_view("dd/MM/yyyy") : std::string_view(settings.shortDate));
+  AppendShortDate(out, time, settings.shortDate.empty() ? std::string_view("dd/MM/yyyy") : std::string_view(settings.shortDate));
   while (!out.empty() && out.front() == ' ') out.erase(0, 1);
   if (time.hour != 0 || time.minute != 0 || time.second != 0) {
     out.push_back(' ');
@@ -208,36 +204,28 @@ std::string GeneralDate(const CalendarTime& time, const RegionalSettings& settin
   return out;
 }
 
-char UpperLetter(char letter) {
-  return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 32) : letter;
-}
+char UpperLetter(char letter) { return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 32) : letter; }
 
 /// The length of a run of the letter of a picture at a position, without regard to case.
 std::size_t RunLength(std::string_view picture, std::size_t position) {
   std::size_t count = 1;
-  while (position + count < picture.size() && UpperLetter(picture[position + count]) == UpperLetter(picture[position]))
-    ++count;
+  while (position + count < picture.size() && UpperLetter(picture[position + count]) == UpperLetter(picture[position])) ++count;
   return count;
 }
 
 }  // namespace
 
 Date ToSerial(const CalendarTime& time) {
-  const bool valid = IsCalendarDay(time.year, time.month, time.day) &&
-                     IsTimeOfDay(time.hour, time.minute, time.second) && time.nanosecond >= 0 &&
-                     time.nanosecond < 1'000'000'000;
+  const bool valid = IsCalendarDay(time.year, time.month, time.day) && IsTimeOfDay(time.hour, time.minute, time.second) &&
+                     time.nanosecond >= 0 && time.nanosecond < 1'000'000'000;
   if (!valid) throw Error(kInvalidArgument);
   const double seconds = time.hour * 3600 + time.minute * 60 + time.second + time.nanosecond / 1e9;
   return {Join(DayNumber(time.year, time.month, time.day), seconds / static_cast<double>(kSecondsADay))};
 }
 
-CalendarTime ToCalendar(Date date) {
-  return Split(date.serial, 1);
-}
+CalendarTime ToCalendar(Date date) { return Split(date.serial, 1); }
 
-CalendarTime ToCalendarWithFraction(Date date) {
-  return Split(date.serial, 1000);
-}
+CalendarTime ToCalendarWithFraction(Date date) { return Split(date.serial, 1000); }
 
 Date Today() {
   const std::tm now = LocalNow();

@@ -35,8 +35,8 @@ enum ErrorNumber : std::int32_t {
 
 /// One diagnostic record as a driver gave it.
 struct Diagnostic {
-  std::string sqlState;    ///< five characters, or empty
-  std::int32_t native = 0; ///< the backend's own code
+  std::string sqlState;     ///< five characters, or empty
+  std::int32_t native = 0;  ///< the backend's own code
   std::string text;
 };
 

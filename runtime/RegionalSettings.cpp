@@ -30,13 +30,10 @@ const RegionalSettings& UserSettings() {
   return ofEnvironment;
 }
 
-RegionalSettingsOverride::RegionalSettingsOverride(RegionalSettings settings)
-    : settings_(std::move(settings)), previous_(Overriding()) {
+RegionalSettingsOverride::RegionalSettingsOverride(RegionalSettings settings) : settings_(std::move(settings)), previous_(Overriding()) {
   Overriding() = &settings_;
 }
 
-RegionalSettingsOverride::~RegionalSettingsOverride() {
-  Overriding() = previous_;
-}
+RegionalSettingsOverride::~RegionalSettingsOverride() { Overriding() = previous_; }
 
 }  // namespace tamlo::runtime

@@ -23,9 +23,7 @@ std::string_view NamedLocale(const char* category) {
 }
 
 /// The C and POSIX locales, with or without a character set ("C.UTF-8"), say nothing about a user.
-bool SaysNothing(std::string_view name) {
-  return name.empty() || name.substr(0, name.find('.')) == "C" || name == "POSIX";
-}
+bool SaysNothing(std::string_view name) { return name.empty() || name.substr(0, name.find('.')) == "C" || name == "POSIX"; }
 
 struct FreeLocale {
   void operator()(locale_t locale) const noexcept { freelocale(locale); }

@@ -57,8 +57,7 @@ char32_t UpperOf(char32_t code) {
   // need.
   for (const CaseRun& run : kCaseRuns) {
     const char32_t upper = code - static_cast<char32_t>(run.toLower);
-    if (upper >= run.firstUpper && upper <= run.lastUpper &&
-        (upper - run.firstUpper) % static_cast<char32_t>(run.step) == 0) {
+    if (upper >= run.firstUpper && upper <= run.lastUpper && (upper - run.firstUpper) % static_cast<char32_t>(run.step) == 0) {
       return upper;
     }
   }
@@ -99,14 +98,11 @@ void AppendAsciiUpper(std::string& out, std::string_view text) {
   }
 }
 
-constexpr char16_t kAnsiHigh[32] = {0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
-                                    0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D, 0x017D, 0x008F,
-                                    0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
-                                    0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
+constexpr char16_t kAnsiHigh[32] = {0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+                                    0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+                                    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
 
-bool IsContinuation(char byte) {
-  return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
-}
+bool IsContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
 
 /// Length and value of the valid sequence at the front of text; length 0 when there is none.
 struct Decoded {
@@ -137,9 +133,7 @@ Decoded Decode(std::string_view text) {
   return {code, length};
 }
 
-bool IsStrayByte(char32_t code) {
-  return code >= kStrayByte + 0x80 && code <= kStrayByte + 0xFF;
-}
+bool IsStrayByte(char32_t code) { return code >= kStrayByte + 0x80 && code <= kStrayByte + 0xFF; }
 
 }  // namespace
 

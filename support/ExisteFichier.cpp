@@ -46,13 +46,10 @@ bool Matches(std::u32string_view name, std::u32string_view pattern) {
       return false;
     }
   }
-  return std::all_of(pattern.begin() + static_cast<std::ptrdiff_t>(p), pattern.end(),
-                     [](char32_t c) { return c == U'*'; });
+  return std::all_of(pattern.begin() + static_cast<std::ptrdiff_t>(p), pattern.end(), [](char32_t c) { return c == U'*'; });
 }
 
-std::u32string Folded(const std::string& name) {
-  return Characters(kCaseMatters ? name : runtime::UpperCase(name));
-}
+std::u32string Folded(const std::string& name) { return Characters(kCaseMatters ? name : runtime::UpperCase(name)); }
 
 bool IsNormalFile(const fs::path& path) {
   std::error_code failure;
@@ -74,8 +71,7 @@ bool AnyNormalFileMatches(const fs::path& path) {
 }  // namespace
 
 bool ExisteFichier(const std::string& chemin) {
-  if (chemin.empty() || chemin.back() == '\\' || chemin.back() == '/' || chemin.find('\0') != std::string::npos)
-    return false;
+  if (chemin.empty() || chemin.back() == '\\' || chemin.back() == '/' || chemin.find('\0') != std::string::npos) return false;
   std::string portable = chemin;
   std::replace(portable.begin(), portable.end(), '\\', '/');
   try {

@@ -2,8 +2,6 @@
 
 namespace tamlo::support {
 
-bool IsHiddenOrSystem(const std::filesystem::path& path) {
-  return path.filename().native().starts_with('.');
-}
+bool IsHiddenOrSystem(const std::filesystem::path& path) { return path.filename().native().starts_with('.'); }
 
 }  // namespace tamlo::support

@@ -36,9 +36,7 @@ bool EstVide(const runtime::Variant& valeur) {
   return false;
 }
 
-bool EstVide(std::string_view texte) noexcept {
-  return runtime::Trim(texte).empty();
-}
+bool EstVide(std::string_view texte) noexcept { return runtime::Trim(texte).empty(); }
 
 void Sablier(bool actif) {
   std::int16_t& nesting = SablierNesting();
@@ -51,9 +49,7 @@ void Sablier(bool actif) {
   if (nesting == 0) ui::CurrentPlatform().SetPointer(ui::Pointer::kDefault);
 }
 
-void SelectionneTout(ui::TextBox& zone) {
-  zone.Select(0, runtime::CheckedInt16(static_cast<std::int64_t>(runtime::Length(zone.Text()))));
-}
+void SelectionneTout(ui::TextBox& zone) { zone.Select(0, runtime::CheckedInt16(static_cast<std::int64_t>(runtime::Length(zone.Text())))); }
 
 ui::Rectangle& ZoneCentrage() noexcept {
   static ui::Rectangle zone;
@@ -72,13 +68,9 @@ void CentreFeuille(ui::Form& feuille) {
   feuille.Move(left, Centred(zone.top, zone.height, feuille.Height()));
 }
 
-ui::StatusBar* BarreEtat() noexcept {
-  return StatusBarInUse();
-}
+ui::StatusBar* BarreEtat() noexcept { return StatusBarInUse(); }
 
-void BarreEtat(ui::StatusBar* barre) noexcept {
-  StatusBarInUse() = barre;
-}
+void BarreEtat(ui::StatusBar* barre) noexcept { StatusBarInUse() = barre; }
 
 void AfficheMessage(const std::string& texte) {
   if (BarreEtat() == nullptr) return;
@@ -92,13 +84,9 @@ std::string LitMessage() {
   return TexteLu(shown.substr(runtime::Left(shown, 1).size()));
 }
 
-std::string TexteAffiche(const std::string& texte) {
-  return texte;
-}
+std::string TexteAffiche(const std::string& texte) { return texte; }
 
-std::string TexteLu(const std::string& texte) {
-  return texte;
-}
+std::string TexteLu(const std::string& texte) { return texte; }
 
 std::int16_t Msg(const std::string& texte, std::int16_t boutons, const std::string& titre) {
   return ui::CurrentPlatform().MessageBox(texte, boutons, titre);

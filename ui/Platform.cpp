@@ -20,8 +20,6 @@ Platform& CurrentPlatform() {
   return *InForce();
 }
 
-Platform* UsePlatform(Platform* platform) noexcept {
-  return std::exchange(InForce(), platform);
-}
+Platform* UsePlatform(Platform* platform) noexcept { return std::exchange(InForce(), platform); }
 
 }  // namespace tamlo::ui

@@ -34,7 +34,8 @@ std::vector<fs::path> Matches(const fs::path& folder, const fs::path& wanted) {
 
 std::string Unquoted(std::string_view value) {
   value = runtime::Trim(value);
-  if (value.size() >= 2 && (value.front() == '"' || value.front() == '\'') && value.back() == value.front()) value = value.substr(1, value.size() - 2);
+  if (value.size() >= 2 && (value.front() == '"' || value.front() == '\'') && value.back() == value.front())
+    value = value.substr(1, value.size() - 2);
   return std::string(value);
 }
 
@@ -53,7 +54,8 @@ std::string FindFile(const std::string& name) {
     const std::vector<fs::path> matches = Matches(known, step);
     if (matches.empty()) return name;
     if (matches.size() > 1) {
-      throw runtime::Error(runtime::kProviderFailure, "Le nom '" + name + "' désigne deux fichiers : '" + TextOf(matches[0]) + "' et '" + TextOf(matches[1]) + "'");
+      throw runtime::Error(runtime::kProviderFailure,
+                           "Le nom '" + name + "' désigne deux fichiers : '" + TextOf(matches[0]) + "' et '" + TextOf(matches[1]) + "'");
     }
     known = matches[0];
   }

@@ -12,7 +12,8 @@ constexpr std::int64_t kRowsOfTransaction = 5000;
 
 }  // namespace
 
-JetBulkInsert::JetBulkInsert(JetConnection& connection, const std::string& table, const std::vector<std::string>& columns) : connection_(connection) {
+JetBulkInsert::JetBulkInsert(JetConnection& connection, const std::string& table, const std::vector<std::string>& columns)
+    : connection_(connection) {
   table_ = OnEngine([&] { return connection.Session().FindTable(table); });
   if (table_ == nullptr || table_->table == nullptr) throw AdoError(runtime::kItemNotFound, table);
   for (const std::string& column : columns) {

@@ -28,17 +28,22 @@ constexpr std::uint32_t kUnionQuery = 0x80;
 
 std::string TypeName(const jet::CatalogObject& object) {
   switch (object.kind) {
-    case jet::ObjectKind::kTable: return object.hidden ? "ACCESS TABLE" : "TABLE";
-    case jet::ObjectKind::kSystemTable: return (object.flags & kBootstrap) != 0 ? "SYSTEM TABLE" : "ACCESS TABLE";
-    case jet::ObjectKind::kJetLink: return "LINK";
-    case jet::ObjectKind::kOdbcLink: return "PASS-THROUGH";
+    case jet::ObjectKind::kTable:
+      return object.hidden ? "ACCESS TABLE" : "TABLE";
+    case jet::ObjectKind::kSystemTable:
+      return (object.flags & kBootstrap) != 0 ? "SYSTEM TABLE" : "ACCESS TABLE";
+    case jet::ObjectKind::kJetLink:
+      return "LINK";
+    case jet::ObjectKind::kOdbcLink:
+      return "PASS-THROUGH";
     case jet::ObjectKind::kQuery: {
       // Queries that change something are procedures, and those that begin with ~ belong to forms and reports.
       const std::uint32_t kind = object.flags & kQueryKind;
       const bool view = (kind == 0 || kind == kUnionQuery) && object.name.rfind('~', 0) != 0;
       return view ? "VIEW" : "";
     }
-    default: return "";
+    default:
+      return "";
   }
 }
 
@@ -56,13 +61,16 @@ jet::ColumnDef DefinitionOf(const Column& column) {
   if (!type) throw runtime::Error(runtime::kProviderFailure, "Type " + std::to_string(column.type) + " non géré : " + column.name);
   definition.type = *type;
   const bool isText = *type == jet::ColumnType::kText;
-  if (isText) definition.size = static_cast<std::uint16_t>(column.definedSize <= 0 ? 255 : std::min<std::int64_t>(column.definedSize, 65535));
-  if (*type == jet::ColumnType::kBinary) definition.size = static_cast<std::uint16_t>(column.definedSize <= 0 ? 510 : std::min<std::int64_t>(column.definedSize, 65535));
+  if (isText)
+    definition.size = static_cast<std::uint16_t>(column.definedSize <= 0 ? 255 : std::min<std::int64_t>(column.definedSize, 65535));
+  if (*type == jet::ColumnType::kBinary)
+    definition.size = static_cast<std::uint16_t>(column.definedSize <= 0 ? 510 : std::min<std::int64_t>(column.definedSize, 65535));
   if (*type == jet::ColumnType::kNumeric) {
     definition.precision = static_cast<std::uint8_t>(column.precision <= 0 ? 18 : column.precision);
     definition.scale = static_cast<std::uint8_t>(std::max<std::int16_t>(column.numericScale, 0));
   }
-  definition.fixedLength = (column.attributes & adColFixed) != 0 && (column.type == adWChar || column.type == adChar || column.type == adBinary);
+  definition.fixedLength =
+      (column.attributes & adColFixed) != 0 && (column.type == adWChar || column.type == adChar || column.type == adBinary);
   definition.autoNumber = IsTrue(column.properties, kAutoIncrement);
   definition.allowZeroLength = IsTrue(column.properties, kAllowZeroLength);
   // A counter always has its value, a truth value is never missing.
@@ -96,7 +104,9 @@ Column ColumnFrom(const FieldInfo& field) {
 }
 
 // "ODBC;DSN=..." or "DSN=..." as the file keeps it.
-std::string WithoutPrefix(const std::string& connect) { return runtime::UpperCase(connect).rfind("ODBC;", 0) == 0 ? connect.substr(5) : connect; }
+std::string WithoutPrefix(const std::string& connect) {
+  return runtime::UpperCase(connect).rfind("ODBC;", 0) == 0 ? connect.substr(5) : connect;
+}
 
 jet::LinkSpec LinkOf(const std::string& name, const PropertyMap& properties) {
   jet::LinkSpec link;

@@ -38,7 +38,8 @@ std::unique_ptr<jet::Database> OpenFile(const ConnectionText& wanted) {
 // The table that a table-direct source names: plain or in brackets.
 std::string TableName(const std::string& source) {
   std::string_view name = runtime::Trim(source);
-  if (name.size() >= 2 && ((name.front() == '[' && name.back() == ']') || (name.front() == '`' && name.back() == '`'))) name = name.substr(1, name.size() - 2);
+  if (name.size() >= 2 && ((name.front() == '[' && name.back() == ']') || (name.front() == '`' && name.back() == '`')))
+    name = name.substr(1, name.size() - 2);
   return std::string(name);
 }
 
@@ -51,7 +52,9 @@ const OdbcTable* OdbcOf(const jet::sql::TableInfo& table) {
 JetConnection::JetConnection(const OpenRequest& request) : database_(OpenFile(ReadConnectionText(request.connectionString))) {
   jet::sql::SessionOptions options;
   options.text = UserTextSettings();
-  options.openForeign = [links = std::make_shared<OdbcLinks>()](const std::string& connect, const std::string& table) { return links->Open(connect, table); };
+  options.openForeign = [links = std::make_shared<OdbcLinks>()](const std::string& connect, const std::string& table) {
+    return links->Open(connect, table);
+  };
   options.findFile = [](const std::string& name) {
     // A source may be named as this connection's own string reads back: a plain file or "Data Source=...".
     try {
@@ -90,7 +93,8 @@ std::unique_ptr<ProviderRowset> JetConnection::OpenRowset(const RowsetRequest& r
   const jet::sql::SelectPlan& plan = query->Plan();
   if (plan.plainScan && !plan.limit && upper.find('*') != std::string::npos) {
     // The whole of a linked ODBC table: its own provider knows how to write it.
-    if (auto* odbc = const_cast<OdbcTable*>(OdbcOf(*plan.sources[0].table)); odbc != nullptr && plan.columns.size() == odbc->Columns().size()) {
+    if (auto* odbc = const_cast<OdbcTable*>(OdbcOf(*plan.sources[0].table));
+        odbc != nullptr && plan.columns.size() == odbc->Columns().size()) {
       return odbc->OpenRowset(request);
     }
   }
@@ -105,12 +109,14 @@ std::int32_t JetConnection::BeginTransaction() {
 }
 
 void JetConnection::CommitTransaction() {
-  if (database_->TransactionDepth() == 0) throw runtime::Error(runtime::kProviderFailure, "Aucune transaction n'est active", "Microsoft JET Database Engine");
+  if (database_->TransactionDepth() == 0)
+    throw runtime::Error(runtime::kProviderFailure, "Aucune transaction n'est active", "Microsoft JET Database Engine");
   OnEngine([&] { database_->Commit(); });
 }
 
 void JetConnection::RollbackTransaction() {
-  if (database_->TransactionDepth() == 0) throw runtime::Error(runtime::kProviderFailure, "Aucune transaction n'est active", "Microsoft JET Database Engine");
+  if (database_->TransactionDepth() == 0)
+    throw runtime::Error(runtime::kProviderFailure, "Aucune transaction n'est active", "Microsoft JET Database Engine");
   OnEngine([&] { database_->Rollback(); });
   session_->RowsChanged();
 }

@@ -8,8 +8,8 @@ namespace tamlo::ado::jetprovider {
 
 namespace {
 
-constexpr std::int64_t kMemoSize = 536870910;   // characters
-constexpr std::int64_t kOleSize = 1073741823;   // bytes
+constexpr std::int64_t kMemoSize = 536870910;  // characters
+constexpr std::int64_t kOleSize = 1073741823;  // bytes
 
 struct TypeFact {
   jet::ColumnType engine;
@@ -19,13 +19,20 @@ struct TypeFact {
 };
 
 constexpr TypeFact kFacts[] = {
-    {jet::ColumnType::kBoolean, adBoolean, 255, 2},          {jet::ColumnType::kByte, adUnsignedTinyInt, 3, 1},
-    {jet::ColumnType::kInteger, adSmallInt, 5, 2},           {jet::ColumnType::kLong, adInteger, 10, 4},
-    {jet::ColumnType::kCurrency, adCurrency, 19, 8},         {jet::ColumnType::kSingle, adSingle, 7, 4},
-    {jet::ColumnType::kDouble, adDouble, 15, 8},             {jet::ColumnType::kDate, adDate, 255, 8},
-    {jet::ColumnType::kBinary, adVarBinary, 255, 0},         {jet::ColumnType::kText, adVarWChar, 255, 0},
-    {jet::ColumnType::kOle, adLongVarBinary, 255, kOleSize}, {jet::ColumnType::kMemo, adLongVarWChar, 255, kMemoSize},
-    {jet::ColumnType::kGuid, adGUID, 255, 16},               {jet::ColumnType::kNumeric, adNumeric, 28, 19},
+    {jet::ColumnType::kBoolean, adBoolean, 255, 2},
+    {jet::ColumnType::kByte, adUnsignedTinyInt, 3, 1},
+    {jet::ColumnType::kInteger, adSmallInt, 5, 2},
+    {jet::ColumnType::kLong, adInteger, 10, 4},
+    {jet::ColumnType::kCurrency, adCurrency, 19, 8},
+    {jet::ColumnType::kSingle, adSingle, 7, 4},
+    {jet::ColumnType::kDouble, adDouble, 15, 8},
+    {jet::ColumnType::kDate, adDate, 255, 8},
+    {jet::ColumnType::kBinary, adVarBinary, 255, 0},
+    {jet::ColumnType::kText, adVarWChar, 255, 0},
+    {jet::ColumnType::kOle, adLongVarBinary, 255, kOleSize},
+    {jet::ColumnType::kMemo, adLongVarWChar, 255, kMemoSize},
+    {jet::ColumnType::kGuid, adGUID, 255, 16},
+    {jet::ColumnType::kNumeric, adNumeric, 28, 19},
     {jet::ColumnType::kInternal, adVarBinary, 255, 0},
 };
 
@@ -68,19 +75,32 @@ struct ToEngine {
 
 Variant ToVariant(const jet::Value& value) {
   switch (value.Type()) {
-    case jet::ValueType::kNull: return runtime::Null{};
-    case jet::ValueType::kBool: return value.AsBool();
-    case jet::ValueType::kByte: return value.AsByte();
-    case jet::ValueType::kInteger: return value.AsInteger();
-    case jet::ValueType::kLong: return value.AsLong();
-    case jet::ValueType::kCurrency: return runtime::Currency{value.AsCurrency().scaled};
-    case jet::ValueType::kSingle: return value.AsSingle();
-    case jet::ValueType::kDouble: return value.AsDouble();
-    case jet::ValueType::kDate: return runtime::Date{value.AsDate().serial};
-    case jet::ValueType::kText: return value.AsText();
-    case jet::ValueType::kBytes: return value.AsBytes();
-    case jet::ValueType::kGuid: return runtime::Guid{value.AsGuid().Text()};
-    case jet::ValueType::kNumeric: return runtime::Decimal{value.AsNumeric().Text()};
+    case jet::ValueType::kNull:
+      return runtime::Null{};
+    case jet::ValueType::kBool:
+      return value.AsBool();
+    case jet::ValueType::kByte:
+      return value.AsByte();
+    case jet::ValueType::kInteger:
+      return value.AsInteger();
+    case jet::ValueType::kLong:
+      return value.AsLong();
+    case jet::ValueType::kCurrency:
+      return runtime::Currency{value.AsCurrency().scaled};
+    case jet::ValueType::kSingle:
+      return value.AsSingle();
+    case jet::ValueType::kDouble:
+      return value.AsDouble();
+    case jet::ValueType::kDate:
+      return runtime::Date{value.AsDate().serial};
+    case jet::ValueType::kText:
+      return value.AsText();
+    case jet::ValueType::kBytes:
+      return value.AsBytes();
+    case jet::ValueType::kGuid:
+      return runtime::Guid{value.AsGuid().Text()};
+    case jet::ValueType::kNumeric:
+      return runtime::Decimal{value.AsNumeric().Text()};
   }
   return runtime::Null{};
 }
@@ -91,16 +111,38 @@ void ReadColumn(jet::Row& row, std::size_t column, jet::ColumnType type, Variant
     return;
   }
   switch (type) {
-    case jet::ColumnType::kBoolean: out = row.Bool(column); return;
-    case jet::ColumnType::kByte: out = static_cast<std::uint8_t>(row.Integer(column)); return;
-    case jet::ColumnType::kInteger: out = static_cast<std::int16_t>(row.Integer(column)); return;
-    case jet::ColumnType::kLong: out = static_cast<std::int32_t>(row.Integer(column)); return;
-    case jet::ColumnType::kCurrency: out = runtime::Currency{row.Integer(column)}; return;
-    case jet::ColumnType::kSingle: out = static_cast<float>(row.Real(column)); return;
-    case jet::ColumnType::kDouble: out = row.Real(column); return;
-    case jet::ColumnType::kDate: out = runtime::Date{row.Real(column)}; return;
-    case jet::ColumnType::kText: case jet::ColumnType::kMemo: out = std::string(row.Text(column)); return;
-    case jet::ColumnType::kGuid: case jet::ColumnType::kNumeric: out = ToVariant(row.Get(column)); return;
+    case jet::ColumnType::kBoolean:
+      out = row.Bool(column);
+      return;
+    case jet::ColumnType::kByte:
+      out = static_cast<std::uint8_t>(row.Integer(column));
+      return;
+    case jet::ColumnType::kInteger:
+      out = static_cast<std::int16_t>(row.Integer(column));
+      return;
+    case jet::ColumnType::kLong:
+      out = static_cast<std::int32_t>(row.Integer(column));
+      return;
+    case jet::ColumnType::kCurrency:
+      out = runtime::Currency{row.Integer(column)};
+      return;
+    case jet::ColumnType::kSingle:
+      out = static_cast<float>(row.Real(column));
+      return;
+    case jet::ColumnType::kDouble:
+      out = row.Real(column);
+      return;
+    case jet::ColumnType::kDate:
+      out = runtime::Date{row.Real(column)};
+      return;
+    case jet::ColumnType::kText:
+    case jet::ColumnType::kMemo:
+      out = std::string(row.Text(column));
+      return;
+    case jet::ColumnType::kGuid:
+    case jet::ColumnType::kNumeric:
+      out = ToVariant(row.Get(column));
+      return;
     default: {
       const auto bytes = row.Blob(column);
       out = runtime::Bytes(bytes.begin(), bytes.end());
@@ -115,13 +157,24 @@ std::int16_t AdoType(jet::ColumnType type) { return FactOf(type).ado; }
 
 std::optional<jet::ColumnType> EngineType(std::int16_t adoType) {
   switch (adoType) {
-    case adWChar: case adChar: case adVarChar: return jet::ColumnType::kText;
-    case adLongVarChar: return jet::ColumnType::kMemo;
-    case adDBDate: case adDBTime: case adDBTimeStamp: return jet::ColumnType::kDate;
-    case adTinyInt: return jet::ColumnType::kByte;
-    case adVarNumeric: return jet::ColumnType::kDouble;
-    case adBinary: return jet::ColumnType::kBinary;
-    default: break;
+    case adWChar:
+    case adChar:
+    case adVarChar:
+      return jet::ColumnType::kText;
+    case adLongVarChar:
+      return jet::ColumnType::kMemo;
+    case adDBDate:
+    case adDBTime:
+    case adDBTimeStamp:
+      return jet::ColumnType::kDate;
+    case adTinyInt:
+      return jet::ColumnType::kByte;
+    case adVarNumeric:
+      return jet::ColumnType::kDouble;
+    case adBinary:
+      return jet::ColumnType::kBinary;
+    default:
+      break;
   }
   for (const TypeFact& fact : kFacts) {
     if (fact.ado == adoType) return fact.engine;

@@ -43,10 +43,18 @@ std::string Quoted(const std::string& name, char open, char close) {
 jet::sql::TypeInfo TypeOf(const Field& field) {
   jet::sql::TypeInfo type;
   switch (field.Type()) {
-    case adUnsignedSmallInt: type.type = jet::ColumnType::kLong; break;
-    case adUnsignedInt: type.type = jet::ColumnType::kDouble; break;
-    case adBigInt: case adUnsignedBigInt: type.type = jet::ColumnType::kNumeric; break;
-    default: type.type = EngineType(field.Type()).value_or(jet::ColumnType::kText);
+    case adUnsignedSmallInt:
+      type.type = jet::ColumnType::kLong;
+      break;
+    case adUnsignedInt:
+      type.type = jet::ColumnType::kDouble;
+      break;
+    case adBigInt:
+    case adUnsignedBigInt:
+      type.type = jet::ColumnType::kNumeric;
+      break;
+    default:
+      type.type = EngineType(field.Type()).value_or(jet::ColumnType::kText);
   }
   type.size = static_cast<std::uint32_t>(std::min<std::int64_t>(field.DefinedSize(), 65535));
   type.precision = static_cast<std::uint8_t>(std::min<std::int16_t>(field.Precision(), 28));
@@ -116,7 +124,9 @@ void OdbcTable::Insert(std::span<const jet::Assignment> values) {
         rows.Fields(value.column).Value(ToVariant(*value.value));
       } else {
         jet::ChunkSource* source = value.source;
-        rows.Fields(value.column).WriteFrom([source](std::byte* buffer, std::size_t capacity) { return source->Read(std::span(buffer, capacity)); });
+        rows.Fields(value.column).WriteFrom([source](std::byte* buffer, std::size_t capacity) {
+          return source->Read(std::span(buffer, capacity));
+        });
       }
     }
     rows.Update();

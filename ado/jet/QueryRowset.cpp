@@ -39,7 +39,8 @@ std::size_t PieceOf(const Variant& value, std::size_t& offset, std::byte* buffer
   }
   std::size_t count = std::min(capacity, size - offset);
   // A text is never cut inside a character.
-  while (text != nullptr && count > 0 && offset + count < size && (static_cast<unsigned char>(data[offset + count]) & 0xC0) == 0x80) --count;
+  while (text != nullptr && count > 0 && offset + count < size && (static_cast<unsigned char>(data[offset + count]) & 0xC0) == 0x80)
+    --count;
   std::memcpy(buffer, data + offset, count);
   offset += count;
   return count;
@@ -54,9 +55,9 @@ QueryRowset::QueryRowset(JetConnection& connection, std::unique_ptr<jet::sql::Qu
   }
   bool live = !plan.sources.empty();
   for (const jet::sql::SelectPlan::Source& source : plan.sources) live = live && source.table != nullptr && source.table->rereadable;
-  kind_ = request.cursor == adOpenStatic                                                   ? Kind::kStatic
+  kind_ = request.cursor == adOpenStatic                                                ? Kind::kStatic
           : (request.cursor == adOpenKeyset || request.cursor == adOpenDynamic) && live ? Kind::kLive
-                                                                                         : Kind::kForward;
+                                                                                        : Kind::kForward;
   updatable_ = kind_ == Kind::kLive && !connection.Database().ReadOnly();
   for (const jet::sql::SelectPlan::Source& source : plan.sources) {
     updatable_ = updatable_ && !static_cast<const jet::sql::EngineTable&>(*source.table).database->ReadOnly();
@@ -75,7 +76,8 @@ const jet::sql::EngineTable& QueryRowset::SourceTable(std::size_t source) const 
 
 RowWriter& QueryRowset::Writer(std::size_t source) {
   if (writers_[source] == nullptr) {
-    writers_[source] = std::make_unique<RowWriter>(connection_.Session(), std::static_pointer_cast<const jet::sql::EngineTable>(query_->Plan().sources[source].table));
+    writers_[source] = std::make_unique<RowWriter>(
+        connection_.Session(), std::static_pointer_cast<const jet::sql::EngineTable>(query_->Plan().sources[source].table));
   }
   return *writers_[source];
 }
@@ -139,8 +141,10 @@ bool QueryRowset::TakeRow() {
   }
   for (std::size_t i = 0; i < fields_.size(); ++i) {
     const jet::sql::ResultColumn& column = query_->Columns()[i];
-    if (column.source < 0) values_[i] = ToVariant(query_->Get(i));
-    else if (!ids_[static_cast<std::size_t>(column.source)]) values_[i] = runtime::Null{};
+    if (column.source < 0)
+      values_[i] = ToVariant(query_->Get(i));
+    else if (!ids_[static_cast<std::size_t>(column.source)])
+      values_[i] = runtime::Null{};
   }
   return true;
 }
@@ -185,7 +189,8 @@ std::unique_ptr<jet::LongValueReader> QueryRowset::OpenLong(std::size_t field) {
 }
 
 std::size_t QueryRowset::ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity) {
-  if (!IsLong(field) || (kind_ == Kind::kStatic && keeping_) || capacity < 8) return PieceOf(Value(field), chunkAt_[field], buffer, capacity);
+  if (!IsLong(field) || (kind_ == Kind::kStatic && keeping_) || capacity < 8)
+    return PieceOf(Value(field), chunkAt_[field], buffer, capacity);
   return OnEngine([&]() -> std::size_t {
     if (readers_[field] == nullptr) readers_[field] = OpenLong(field);
     if (readers_[field] == nullptr) return 0;
@@ -235,7 +240,8 @@ void QueryRowset::Update(std::span<const Assignment> values) {
       const jet::sql::ResultColumn& column = query_->Columns()[i];
       if (column.source < 0 || IsLong(i)) continue;
       const auto source = static_cast<std::size_t>(column.source);
-      if (ids_[source] && SourceTable(source).table->Read(*ids_[source], row_)) ReadColumn(row_, column.column, column.type.type, values_[i]);
+      if (ids_[source] && SourceTable(source).table->Read(*ids_[source], row_))
+        ReadColumn(row_, column.column, column.type.type, values_[i]);
     }
   });
 }

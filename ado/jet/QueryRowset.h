@@ -45,19 +45,19 @@ class QueryRowset final : public ProviderRowset {
   Kind kind_;
   bool updatable_ = false;
   std::vector<FieldInfo> fields_;
-  std::vector<std::size_t> columns_;                      // position in its table of each field
-  std::vector<std::optional<jet::RowId>> ids_;            // of the current row, one for each source
-  std::vector<Variant> values_;                           // of the current row, long values left out
-  std::vector<std::vector<Variant>> kept_;                // rows of a static cursor
-  std::size_t keptAt_ = 0;                                // row after the current one
+  std::vector<std::size_t> columns_;            // position in its table of each field
+  std::vector<std::optional<jet::RowId>> ids_;  // of the current row, one for each source
+  std::vector<Variant> values_;                 // of the current row, long values left out
+  std::vector<std::vector<Variant>> kept_;      // rows of a static cursor
+  std::size_t keptAt_ = 0;                      // row after the current one
   std::size_t keptBytes_ = 0;
   bool keptAll_ = false;
   bool keeping_ = true;
-  bool inserted_ = false;                                 // stands on a row of its own making
+  bool inserted_ = false;  // stands on a row of its own making
   std::vector<std::unique_ptr<RowWriter>> writers_;
   std::vector<std::unique_ptr<jet::LongValueReader>> readers_;
   std::vector<jet::Row> longRows_;
-  std::vector<std::size_t> chunkAt_;                      // offset in a value that is whole already
+  std::vector<std::size_t> chunkAt_;  // offset in a value that is whole already
   jet::Row row_;
 };
 

@@ -65,7 +65,8 @@ class RowWriter::Prepared {
   std::deque<Pieces> pieces_;
 };
 
-RowWriter::RowWriter(jet::sql::Session& session, std::shared_ptr<const jet::sql::EngineTable> table) : session_(session), table_(std::move(table)) {}
+RowWriter::RowWriter(jet::sql::Session& session, std::shared_ptr<const jet::sql::EngineTable> table)
+    : session_(session), table_(std::move(table)) {}
 
 jet::RowId RowWriter::Insert(std::span<const Assignment> values, const std::vector<std::size_t>& columns) {
   return OnEngine([&] {
@@ -73,7 +74,8 @@ jet::RowId RowWriter::Insert(std::span<const Assignment> values, const std::vect
     if (!defaults_) defaults_ = session_.Defaults(*table_);
     Prepared prepared(*this, values, columns);
     for (const auto& [column, value] : *defaults_) {
-      const bool given = std::any_of(prepared.list.begin(), prepared.list.end(), [c = column](const jet::Assignment& a) { return a.column == c; });
+      const bool given =
+          std::any_of(prepared.list.begin(), prepared.list.end(), [c = column](const jet::Assignment& a) { return a.column == c; });
       if (!given) prepared.Add(column, value);
     }
     const jet::RowId id = table_->table->Insert(prepared.list);

@@ -13,7 +13,9 @@ namespace tamlo::ado::jetprovider {
 
 namespace {
 
-bool IsLong(const jet::sql::ColumnInfo& column) { return column.type.type == jet::ColumnType::kMemo || column.type.type == jet::ColumnType::kOle; }
+bool IsLong(const jet::sql::ColumnInfo& column) {
+  return column.type.type == jet::ColumnType::kMemo || column.type.type == jet::ColumnType::kOle;
+}
 
 }  // namespace
 
@@ -85,7 +87,8 @@ Variant TableRowset::Value(std::size_t field) {
 std::size_t TableRowset::ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity) {
   if (!IsLong(table_->columns[field]) || capacity < 8) return PieceOf(Value(field), chunkAt_[field], buffer, capacity);
   return OnEngine([&]() -> std::size_t {
-    if (readers_[field] == nullptr && id_ && table_->table->Read(*id_, longRows_[field])) readers_[field] = longRows_[field].OpenLong(field);
+    if (readers_[field] == nullptr && id_ && table_->table->Read(*id_, longRows_[field]))
+      readers_[field] = longRows_[field].OpenLong(field);
     if (readers_[field] == nullptr) return 0;
     const std::size_t count = readers_[field]->Read(std::span(buffer, capacity));
     if (count == 0) readers_[field] = nullptr;
@@ -117,7 +120,8 @@ bool TableRowset::UseIndex(const std::string& name) {
   return OnEngine([&] {
     const std::optional<std::size_t> found = table_->table->FindIndex(name);
     if (!found) return false;
-    if (!table_->table->Indexes()[*found].writable) throw jet::Error(jet::ErrorCode::kUnsupported, "the order of the index \"" + name + "\" is not known");
+    if (!table_->table->Indexes()[*found].writable)
+      throw jet::Error(jet::ErrorCode::kUnsupported, "the order of the index \"" + name + "\" is not known");
     index_ = found;
     scan_.reset();
     walk_.reset();
@@ -130,7 +134,8 @@ bool TableRowset::Seek(std::span<const Variant> key, SeekOption option) {
   inserted_ = false;
   return OnEngine([&] {
     const jet::IndexDef& index = table_->table->Indexes()[*index_];
-    if (key.empty() || key.size() > index.columns.size()) throw jet::Error(jet::ErrorCode::kTypeMismatch, "the key has another number of values than the index");
+    if (key.empty() || key.size() > index.columns.size())
+      throw jet::Error(jet::ErrorCode::kTypeMismatch, "the key has another number of values than the index");
     std::vector<jet::Value> values;
     for (std::size_t i = 0; i < key.size(); ++i) {
       values.push_back(jet::sql::Coerced(ToValue(key[i]), table_->columns[index.columns[i].column].type, session_.Settings()));
@@ -148,12 +153,24 @@ bool TableRowset::SeekRow(const std::vector<jet::Value>& key, SeekOption option)
   const jet::KeyBound at{key, true};
   const jet::KeyBound beyond{key, false};
   switch (option) {
-    case adSeekFirstEQ: cursor.SetRange(at, at); break;
-    case adSeekLastEQ: cursor.SetRange(at, at, true); break;
-    case adSeekAfterEQ: cursor.SetRange(at, std::nullopt); break;
-    case adSeekAfter: cursor.SetRange(beyond, std::nullopt); break;
-    case adSeekBeforeEQ: cursor.SetRange(std::nullopt, at, true); break;
-    case adSeekBefore: cursor.SetRange(std::nullopt, beyond, true); break;
+    case adSeekFirstEQ:
+      cursor.SetRange(at, at);
+      break;
+    case adSeekLastEQ:
+      cursor.SetRange(at, at, true);
+      break;
+    case adSeekAfterEQ:
+      cursor.SetRange(at, std::nullopt);
+      break;
+    case adSeekAfter:
+      cursor.SetRange(beyond, std::nullopt);
+      break;
+    case adSeekBeforeEQ:
+      cursor.SetRange(std::nullopt, at, true);
+      break;
+    case adSeekBefore:
+      cursor.SetRange(std::nullopt, beyond, true);
+      break;
   }
   while (cursor.Next()) {
     if (!Take(cursor.Id())) continue;

@@ -45,7 +45,8 @@ std::vector<std::string> PrimaryKeyColumns(const std::shared_ptr<Session>& sessi
   NameArgument catalog(session->Facts().catalog);
   NameArgument owner(schema);
   NameArgument name(table);
-  const auto result = SQLPrimaryKeysW(statement.Native(), catalog.Text(), catalog.Length(), owner.Text(), owner.Length(), name.Text(), name.Length());
+  const auto result =
+      SQLPrimaryKeysW(statement.Native(), catalog.Text(), catalog.Length(), owner.Text(), owner.Length(), name.Text(), name.Length());
   // A driver without this function: the unique indexes must do.
   if (!SQL_SUCCEEDED(result)) return {};
   std::map<std::int64_t, std::string> columns;
@@ -65,8 +66,8 @@ std::vector<IndexColumn> IndexColumns(const std::shared_ptr<Session>& session, c
   NameArgument catalog(session->Facts().catalog);
   NameArgument owner(schema);
   NameArgument name(table);
-  statement.Check(SQLStatisticsW(statement.Native(), catalog.Text(), catalog.Length(), owner.Text(), owner.Length(), name.Text(), name.Length(),
-                                 SQL_INDEX_ALL, SQL_QUICK));
+  statement.Check(SQLStatisticsW(statement.Native(), catalog.Text(), catalog.Length(), owner.Text(), owner.Length(), name.Text(),
+                                 name.Length(), SQL_INDEX_ALL, SQL_QUICK));
   std::vector<IndexColumn> columns;
   while (statement.Fetch()) {
     const std::int64_t notUnique = statement.Integer(4, 1);

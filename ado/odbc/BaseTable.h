@@ -12,9 +12,9 @@ namespace tamlo::ado::odbc {
 
 /// The table whose rows a cursor shows, and how one of its rows is found again.
 struct BaseTable {
-  std::string text;                  ///< as it stands in statements, quoted where it was
-  std::string name;                  ///< as the backend's catalog knows it
-  std::string schema;                ///< empty when the driver does not tell
+  std::string text;    ///< as it stands in statements, quoted where it was
+  std::string name;    ///< as the backend's catalog knows it
+  std::string schema;  ///< empty when the driver does not tell
   /// Columns that identify a row, by positions in the cursor: those of the primary key, else of the unique indexes in the backend's order.
   /// An index counts for a row only when the row has no null in it. Empty when the cursor lacks columns of every key.
   std::vector<std::vector<std::size_t>> keys;

@@ -28,7 +28,9 @@ class Savepoint {
     const Backend backend = session_->Facts().backend;
     if (backend != Backend::kSqlServer && backend != Backend::kOracle) Run("RELEASE SAVEPOINT tamlo_lot");
   }
-  void Undo() { Run(session_->Facts().backend == Backend::kSqlServer ? "ROLLBACK TRANSACTION tamlo_lot" : "ROLLBACK TO SAVEPOINT tamlo_lot"); }
+  void Undo() {
+    Run(session_->Facts().backend == Backend::kSqlServer ? "ROLLBACK TRANSACTION tamlo_lot" : "ROLLBACK TO SAVEPOINT tamlo_lot");
+  }
 
  private:
   void Run(const char* sql) {
@@ -99,7 +101,8 @@ bool BatchInsert::ArraysWork() {
       Statement insert(session_);
       insert.Prepare("INSERT INTO TAMLO_ARRAY_TEST (A) VALUES (?)");
       insert.SetAttribute(SQL_ATTR_PARAMSET_SIZE, std::size_t{3});
-      insert.Check(SQLBindParameter(insert.Native(), 1, SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 10, 0, values, sizeof(std::int32_t), indicators));
+      insert.Check(
+          SQLBindParameter(insert.Native(), 1, SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 10, 0, values, sizeof(std::int32_t), indicators));
       insert.Execute();
     }
     Statement select(session_);
@@ -228,9 +231,9 @@ void BatchInsert::BindRow(Statement& statement, std::size_t row, std::size_t fir
     const auto& shape = column.shape;
     const std::size_t unit = shape.nativeType == SQL_C_WCHAR ? sizeof(char16_t) : 1;
     const std::size_t size = shape.fixedSize != 0 ? shape.columnSize : std::max<std::size_t>({shape.columnSize, column.stride / unit, 1});
-    statement.Check(SQLBindParameter(statement.Native(), static_cast<SQLUSMALLINT>(parameter++), SQL_PARAM_INPUT, shape.nativeType, shape.sqlType,
-                                     size, shape.digits, column.data.data() + row * column.stride, static_cast<SQLLEN>(column.stride),
-                                     &column.indicators[row]));
+    statement.Check(SQLBindParameter(statement.Native(), static_cast<SQLUSMALLINT>(parameter++), SQL_PARAM_INPUT, shape.nativeType,
+                                     shape.sqlType, size, shape.digits, column.data.data() + row * column.stride,
+                                     static_cast<SQLLEN>(column.stride), &column.indicators[row]));
   }
 }
 
@@ -258,7 +261,8 @@ bool BatchInsert::ExecuteArray(Statement& statement) {
 bool BatchInsert::ExecuteRows(Statement& statement) {
   if (!bound_) {
     std::size_t parameter = 1;
-    const auto used = static_cast<std::size_t>(std::count_if(columns_.begin(), columns_.end(), [](const Column& column) { return !column.left; }));
+    const auto used =
+        static_cast<std::size_t>(std::count_if(columns_.begin(), columns_.end(), [](const Column& column) { return !column.left; }));
     for (std::size_t row = 0; row < held_; ++row, parameter += used) BindRow(statement, row, parameter);
     bound_ = true;
   }
@@ -318,8 +322,8 @@ void BatchInsert::SendRowByRow() {
 void BatchInsert::DropRows(std::size_t count) {
   for (auto& column : columns_) {
     std::memmove(column.data.data(), column.data.data() + count * column.stride, (held_ - count) * column.stride);
-    std::move(column.indicators.begin() + static_cast<std::ptrdiff_t>(count), column.indicators.begin() + static_cast<std::ptrdiff_t>(held_),
-              column.indicators.begin());
+    std::move(column.indicators.begin() + static_cast<std::ptrdiff_t>(count),
+              column.indicators.begin() + static_cast<std::ptrdiff_t>(held_), column.indicators.begin());
   }
   held_ -= count;
   done_ += static_cast<std::int64_t>(count);

@@ -29,9 +29,9 @@ class BatchInsert final : public ProviderBulkInsert {
     std::string name;
     ParameterShape shape;
     bool hasDefault = false;
-    bool left = false;                        // to its default, in the rows held back
-    std::size_t stride = 0;                   // bytes of one slot
-    std::vector<std::byte> data;              // one slot for each row of a batch
+    bool left = false;            // to its default, in the rows held back
+    std::size_t stride = 0;       // bytes of one slot
+    std::vector<std::byte> data;  // one slot for each row of a batch
     std::vector<std::ptrdiff_t> indicators;
   };
 
@@ -58,14 +58,14 @@ class BatchInsert final : public ProviderBulkInsert {
   std::vector<Column> columns_;
   std::vector<std::byte> scratch_;
   BatchMethod method_ = BatchMethod::kRowByRow;
-  std::size_t capacity_ = 1;        // rows of a batch
-  std::size_t held_ = 0;            // rows held back
+  std::size_t capacity_ = 1;  // rows of a batch
+  std::size_t held_ = 0;      // rows held back
   std::size_t heldBytes_ = 0;
-  std::int64_t done_ = 0;           // rows before the held ones
+  std::int64_t done_ = 0;  // rows before the held ones
   bool defaultsKnown_ = false;
   std::optional<Statement> batch_;  // prepared for preparedRows_ rows
   std::size_t preparedRows_ = 0;
-  bool bound_ = false;              // its parameters point into the slots
+  bool bound_ = false;  // its parameters point into the slots
   std::optional<Statement> single_;
 };
 

@@ -18,24 +18,24 @@ struct DriverFacts {
   std::string driverName;        ///< as the driver gives it, such as "libmaodbc.so"
   std::string openQuote = "\"";  ///< around names
   std::string closeQuote = "\"";
-  std::string catalog;           ///< the current one, where catalog functions must be told; else empty
+  std::string catalog;  ///< the current one, where catalog functions must be told; else empty
 
-  bool readsAnyColumn = false;   ///< SQLGetData also before the last bound column
-  bool readsAnyOrder = false;    ///< SQLGetData in any order of columns
-  bool readsBound = false;       ///< SQLGetData of bound columns
-  bool readsInBlock = false;     ///< SQLGetData after positioning inside a block
+  bool readsAnyColumn = false;  ///< SQLGetData also before the last bound column
+  bool readsAnyOrder = false;   ///< SQLGetData in any order of columns
+  bool readsBound = false;      ///< SQLGetData of bound columns
+  bool readsInBlock = false;    ///< SQLGetData after positioning inside a block
 
-  bool enforcesLengths = true;   ///< declared lengths of texts hold
-  bool streamsParameters = true; ///< takes parameters in pieces without being told their length
+  bool enforcesLengths = true;      ///< declared lengths of texts hold
+  bool streamsParameters = true;    ///< takes parameters in pieces without being told their length
   bool keepsWideStatements = true;  ///< characters beyond the 16-bit plane survive in statement texts
-  bool numbersAsText = false;    ///< exact and 64-bit numbers are bound as texts
-  bool listsAllColumns = false;  ///< one catalog call gives the columns of every table
+  bool numbersAsText = false;       ///< exact and 64-bit numbers are bound as texts
+  bool listsAllColumns = false;     ///< one catalog call gives the columns of every table
 
   std::size_t readBlockRows = 1000;
   BatchMethod batch = BatchMethod::kRowByRow;
-  std::size_t batchRows = 1;         ///< rows of one batch at most
-  std::size_t batchParameters = 0;   ///< parameters of one statement at most; 0 is without limit
-  bool testArrays = false;           ///< array binding is tried out once before it is trusted
+  std::size_t batchRows = 1;        ///< rows of one batch at most
+  std::size_t batchParameters = 0;  ///< parameters of one statement at most; 0 is without limit
+  bool testArrays = false;          ///< array binding is tried out once before it is trusted
 };
 
 /// What is known of the driver of an open connection.

@@ -54,14 +54,14 @@ class OdbcRowset final : public ProviderRowset {
   std::optional<RowReader> reader_;
   std::optional<RowWriter> writer_;
   bool executed_ = false;
-  bool fresh_ = false;      // executed, and no row fetched yet
+  bool fresh_ = false;  // executed, and no row fetched yet
   bool keepsRows_ = false;
   bool exhausted_ = false;
-  std::vector<Row> rows_;   // kept ones
-  std::size_t row_ = 0;     // the current one of rows_
-  bool inserted_ = false;   // the current row is the one that was just inserted
+  std::vector<Row> rows_;                        // kept ones
+  std::size_t row_ = 0;                          // the current one of rows_
+  bool inserted_ = false;                        // the current row is the one that was just inserted
   std::vector<std::optional<Variant>> written_;  // values of the current row that were written since it was read
-  std::vector<bool> stale_;  // written in pieces: only the backend has the value
+  std::vector<bool> stale_;                      // written in pieces: only the backend has the value
   bool anyWritten_ = false;
   std::size_t chunkField_ = SIZE_MAX;
   std::size_t chunkOffset_ = 0;

@@ -52,13 +52,20 @@ void CheckRange(std::int64_t value, const ParameterShape& shape) {
     if (value < low || value > high) throw Error(runtime::kOverflow);
   };
   switch (shape.adoType) {
-    case adUnsignedTinyInt: return within(0, UINT8_MAX);
-    case adTinyInt: return within(INT8_MIN, INT8_MAX);
-    case adSmallInt: return within(INT16_MIN, INT16_MAX);
-    case adUnsignedSmallInt: return within(0, UINT16_MAX);
-    case adInteger: return shape.nativeType == SQL_C_SBIGINT ? void() : within(INT32_MIN, INT32_MAX);
-    case adUnsignedInt: return within(0, UINT32_MAX);
-    default: return;
+    case adUnsignedTinyInt:
+      return within(0, UINT8_MAX);
+    case adTinyInt:
+      return within(INT8_MIN, INT8_MAX);
+    case adSmallInt:
+      return within(INT16_MIN, INT16_MAX);
+    case adUnsignedSmallInt:
+      return within(0, UINT16_MAX);
+    case adInteger:
+      return shape.nativeType == SQL_C_SBIGINT ? void() : within(INT32_MIN, INT32_MAX);
+    case adUnsignedInt:
+      return within(0, UINT32_MAX);
+    default:
+      return;
   }
 }
 
@@ -130,9 +137,11 @@ void CheckLength(std::size_t length, const ParameterShape& shape) {
 void EncodeTimestamp(const Variant& value, const ParameterShape& shape, std::vector<std::byte>& out) {
   const auto time = CalendarOf(value, shape.digits);
   if (shape.form == Form::kDate) {
-    Append(out, SQL_DATE_STRUCT{static_cast<SQLSMALLINT>(time.year), static_cast<SQLUSMALLINT>(time.month), static_cast<SQLUSMALLINT>(time.day)});
+    Append(out, SQL_DATE_STRUCT{static_cast<SQLSMALLINT>(time.year), static_cast<SQLUSMALLINT>(time.month),
+                                static_cast<SQLUSMALLINT>(time.day)});
   } else if (shape.form == Form::kTime) {
-    Append(out, SQL_TIME_STRUCT{static_cast<SQLUSMALLINT>(time.hour), static_cast<SQLUSMALLINT>(time.minute), static_cast<SQLUSMALLINT>(time.second)});
+    Append(out, SQL_TIME_STRUCT{static_cast<SQLUSMALLINT>(time.hour), static_cast<SQLUSMALLINT>(time.minute),
+                                static_cast<SQLUSMALLINT>(time.second)});
   } else {
     SQL_TIMESTAMP_STRUCT stamp{};
     stamp.year = static_cast<SQLSMALLINT>(time.year);
@@ -153,7 +162,8 @@ ParameterShape TextShape(ParameterShape shape, Form form, std::int16_t sqlType) 
   return shape;
 }
 
-ParameterShape FixedShape(ParameterShape shape, Form form, std::int16_t nativeType, std::int16_t sqlType, std::size_t bytes, std::size_t size) {
+ParameterShape FixedShape(ParameterShape shape, Form form, std::int16_t nativeType, std::int16_t sqlType, std::size_t bytes,
+                          std::size_t size) {
   shape.form = form;
   shape.nativeType = nativeType;
   shape.sqlType = sqlType;
@@ -170,16 +180,30 @@ ParameterShape ShapeFor(const FieldInfo& field, std::int16_t sqlType, const Driv
   shape.adoType = field.type;
   shape.column = field.name;
   switch (field.type) {
-    case adTinyInt: case adUnsignedTinyInt: case adSmallInt: case adUnsignedSmallInt: case adInteger:
+    case adTinyInt:
+    case adUnsignedTinyInt:
+    case adSmallInt:
+    case adUnsignedSmallInt:
+    case adInteger:
       if (sqlite) return FixedShape(shape, Form::kBigInteger, SQL_C_SBIGINT, SQL_BIGINT, 8, 19);
       return FixedShape(shape, Form::kInteger, SQL_C_SLONG, SQL_INTEGER, 4, 10);
-    case adUnsignedInt: case adBigInt:
+    case adUnsignedInt:
+    case adBigInt:
       if (facts.numbersAsText) break;
       return FixedShape(shape, Form::kBigInteger, SQL_C_SBIGINT, SQL_BIGINT, 8, 19);
-    case adSingle: case adDouble: return FixedShape(shape, Form::kDouble, SQL_C_DOUBLE, SQL_DOUBLE, 8, 15);
-    case adBoolean: return FixedShape(shape, Form::kBit, SQL_C_BIT, SQL_BIT, 1, 1);
-    case adDate: case adDBTimeStamp: case adDBDate: case adDBTime: {
-      shape.digits = field.type != adDBTimeStamp ? std::int16_t{0} : sqlite ? std::int16_t{3} : field.numericScale == 255 ? std::int16_t{0} : field.numericScale;
+    case adSingle:
+    case adDouble:
+      return FixedShape(shape, Form::kDouble, SQL_C_DOUBLE, SQL_DOUBLE, 8, 15);
+    case adBoolean:
+      return FixedShape(shape, Form::kBit, SQL_C_BIT, SQL_BIT, 1, 1);
+    case adDate:
+    case adDBTimeStamp:
+    case adDBDate:
+    case adDBTime: {
+      shape.digits = field.type != adDBTimeStamp ? std::int16_t{0}
+                     : sqlite                    ? std::int16_t{3}
+                     : field.numericScale == 255 ? std::int16_t{0}
+                                                 : field.numericScale;
       if (sqlite) return TextShape(shape, Form::kIsoText, SQL_WVARCHAR);
       if (field.type == adDBDate) return FixedShape(shape, Form::kDate, SQL_C_TYPE_DATE, SQL_TYPE_DATE, sizeof(SQL_DATE_STRUCT), 10);
       if (field.type == adDBTime) return FixedShape(shape, Form::kTime, SQL_C_TYPE_TIME, SQL_TYPE_TIME, sizeof(SQL_TIME_STRUCT), 8);
@@ -189,13 +213,18 @@ ParameterShape ShapeFor(const FieldInfo& field, std::int16_t sqlType, const Driv
     case adGUID:
       shape.limit = field.definedSize == 36 ? 36 : 0;
       return TextShape(shape, Form::kGuidText, sqlType == SQL_GUID ? SQL_GUID : SQL_WVARCHAR);
-    case adBinary: case adVarBinary: case adLongVarBinary:
+    case adBinary:
+    case adVarBinary:
+    case adLongVarBinary:
       shape.form = Form::kBytes;
       shape.nativeType = SQL_C_BINARY;
       shape.sqlType = field.type == adLongVarBinary ? SQL_LONGVARBINARY : SQL_VARBINARY;
       shape.limit = field.type == adLongVarBinary || !facts.enforcesLengths ? 0 : field.definedSize;
       return shape;
-    case adCurrency: case adNumeric: case adVarNumeric: case adUnsignedBigInt:
+    case adCurrency:
+    case adNumeric:
+    case adVarNumeric:
+    case adUnsignedBigInt:
       break;
     default:
       shape.limit = IsLongType(field.type) || !facts.enforcesLengths ? 0 : field.definedSize;
@@ -221,11 +250,23 @@ bool Encode(const Variant& value, const ParameterShape& shape, std::vector<std::
       Append(out, whole);
       return true;
     }
-    case Form::kDouble: Append(out, runtime::ToDouble(value)); return true;
-    case Form::kBit: Append(out, static_cast<std::uint8_t>(runtime::ToBoolean(value) ? 1 : 0)); return true;
-    case Form::kDecimalText: AppendWide(out, DecimalOf(value)); return true;
-    case Form::kTimestamp: case Form::kDate: case Form::kTime: EncodeTimestamp(value, shape, out); return true;
-    case Form::kIsoText: AppendWide(out, IsoText(CalendarOf(value, shape.digits), shape.adoType)); return true;
+    case Form::kDouble:
+      Append(out, runtime::ToDouble(value));
+      return true;
+    case Form::kBit:
+      Append(out, static_cast<std::uint8_t>(runtime::ToBoolean(value) ? 1 : 0));
+      return true;
+    case Form::kDecimalText:
+      AppendWide(out, DecimalOf(value));
+      return true;
+    case Form::kTimestamp:
+    case Form::kDate:
+    case Form::kTime:
+      EncodeTimestamp(value, shape, out);
+      return true;
+    case Form::kIsoText:
+      AppendWide(out, IsoText(CalendarOf(value, shape.digits), shape.adoType));
+      return true;
     case Form::kGuidText: {
       std::string text = TextOf(value);
       if (shape.limit == 36 && text.size() == 38) text = text.substr(1, 36);
@@ -264,7 +305,8 @@ void ParameterSet::Add(const ChunkSource& source, const ParameterShape& shape) {
     // The driver wants to know the length beforehand and keeps the whole value itself: it is collected here.
     std::vector<std::byte> piece(kPieceBytes);
     std::vector<std::byte> whole;
-    while (const std::size_t count = source(piece.data(), piece.size())) whole.insert(whole.end(), piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(count));
+    while (const std::size_t count = source(piece.data(), piece.size()))
+      whole.insert(whole.end(), piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(count));
     if (shape.form == Form::kBytes) return Add(Variant(runtime::Bytes(std::move(whole))), shape);
     return Add(Variant(std::string(reinterpret_cast<const char*>(whole.data()), whole.size())), shape);
   }
@@ -290,8 +332,8 @@ void ParameterSet::Bind(Bound& bound) {
   // An empty value still needs an address.
   if (data == nullptr) data = &bound.indicator;
   const auto position = static_cast<SQLUSMALLINT>(bound_.size() + 1);
-  statement_.Check(SQLBindParameter(statement_.Native(), position, SQL_PARAM_INPUT, shape.nativeType, shape.sqlType, size, shape.digits, data,
-                                    static_cast<SQLLEN>(bound.data.size()), &bound.indicator));
+  statement_.Check(SQLBindParameter(statement_.Native(), position, SQL_PARAM_INPUT, shape.nativeType, shape.sqlType, size, shape.digits,
+                                    data, static_cast<SQLLEN>(bound.data.size()), &bound.indicator));
 }
 
 void ParameterSet::SendPieces(const Bound& bound) {

@@ -201,8 +201,7 @@ std::size_t RowReader::ReadChunk(std::size_t field, std::byte* buffer, std::size
     stream_.field = field;
     Rewind(field);
   }
-  const std::size_t count =
-      column.plan.isText ? StreamText(field, buffer, capacity) : StreamBytes(field, buffer, capacity);
+  const std::size_t count = column.plan.isText ? StreamText(field, buffer, capacity) : StreamBytes(field, buffer, capacity);
   if (count == 0) stream_ = Stream{};
   return count;
 }
@@ -210,8 +209,8 @@ std::size_t RowReader::ReadChunk(std::size_t field, std::byte* buffer, std::size
 std::size_t RowReader::StreamBytes(std::size_t field, std::byte* buffer, std::size_t capacity) {
   if (stream_.ended) return 0;
   SQLLEN length = 0;
-  const auto result = SQLGetData(statement_.Native(), static_cast<SQLUSMALLINT>(field + 1), SQL_C_BINARY, buffer,
-                                 static_cast<SQLLEN>(capacity), &length);
+  const auto result =
+      SQLGetData(statement_.Native(), static_cast<SQLUSMALLINT>(field + 1), SQL_C_BINARY, buffer, static_cast<SQLLEN>(capacity), &length);
   statement_.Check(result);
   if (result == SQL_NO_DATA || length == SQL_NULL_DATA) return 0;
   const bool part = length == SQL_NO_TOTAL || static_cast<std::size_t>(length) > capacity;

@@ -29,17 +29,17 @@ class RowReader {
   struct Column {
     FetchPlan plan;
     bool bound = false;
-    bool touched = false;                     // reading it in pieces has begun in this row
-    std::vector<std::byte> data;              // one element for each row of the block
+    bool touched = false;         // reading it in pieces has begun in this row
+    std::vector<std::byte> data;  // one element for each row of the block
     std::vector<std::ptrdiff_t> indicators;
-    std::optional<Variant> whole;             // an unbound value of this row, once read
+    std::optional<Variant> whole;  // an unbound value of this row, once read
   };
   struct Stream {
     std::size_t field = SIZE_MAX;
-    std::size_t offset = 0;                   // into the whole value, when it is at hand
+    std::size_t offset = 0;  // into the whole value, when it is at hand
     bool ended = false;
-    std::u16string carry;                     // half a surrogate pair
-    std::string pending;                      // text that is read but not handed out
+    std::u16string carry;  // half a surrogate pair
+    std::string pending;   // text that is read but not handed out
   };
 
   void ChooseForms();
@@ -59,8 +59,8 @@ class RowReader {
   const std::vector<ColumnDescription>& descriptions_;
   std::vector<Column> columns_;
   std::size_t blockRows_ = 1;
-  std::size_t fetched_ = 0;   // rows of the current block
-  std::size_t row_ = 0;       // in the block
+  std::size_t fetched_ = 0;  // rows of the current block
+  std::size_t row_ = 0;      // in the block
   bool bound_ = false;
   bool unboundColumns_ = false;
   bool ended_ = false;

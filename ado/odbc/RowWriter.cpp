@@ -14,17 +14,23 @@ namespace {
 /// The query for the counter value that the backend gave to the row inserted last on this connection; empty when it has none.
 std::string LastCounterQuery(Backend backend) {
   switch (backend) {
-    case Backend::kSqlite: return "SELECT last_insert_rowid()";
-    case Backend::kMySql: return "SELECT LAST_INSERT_ID()";
-    case Backend::kPostgres: return "SELECT lastval()";
-    case Backend::kSqlServer: return "SELECT @@IDENTITY";
-    default: return {};
+    case Backend::kSqlite:
+      return "SELECT last_insert_rowid()";
+    case Backend::kMySql:
+      return "SELECT LAST_INSERT_ID()";
+    case Backend::kPostgres:
+      return "SELECT lastval()";
+    case Backend::kSqlServer:
+      return "SELECT @@IDENTITY";
+    default:
+      return {};
   }
 }
 
 runtime::Error ChangedByAnother() {
   return {runtime::kProviderFailure,
-          "La ligne ne peut pas être trouvée pour la mise à jour : certaines de ses valeurs ont changé depuis la dernière lecture.", "odbc"};
+          "La ligne ne peut pas être trouvée pour la mise à jour : certaines de ses valeurs ont changé depuis la dernière lecture.",
+          "odbc"};
 }
 
 runtime::Error SeveralRows() {
@@ -175,7 +181,8 @@ std::optional<std::vector<Variant>> RowWriter::ReadWhere(const std::string& cond
 std::optional<std::vector<Variant>> RowWriter::ReadInserted(std::span<const std::optional<Variant>> assigned) {
   EnsureTable();
   for (const auto& key : table_.keys) {
-    const bool complete = std::all_of(key.begin(), key.end(), [&](std::size_t field) { return assigned[field] && !assigned[field]->IsNull(); });
+    const bool complete =
+        std::all_of(key.begin(), key.end(), [&](std::size_t field) { return assigned[field] && !assigned[field]->IsNull(); });
     if (!complete) continue;
     std::string condition;
     for (const std::size_t field : key) condition += (condition.empty() ? " WHERE " : " AND ") + Name(field) + " = ?";

@@ -34,9 +34,9 @@ class RowWriter {
 
  private:
   struct Condition {
-    std::string text;                   // " WHERE ..."
-    std::vector<std::size_t> fields;    // whose values are parameters, in order
-    bool identifies = false;            // a key: no two rows can meet it
+    std::string text;                 // " WHERE ..."
+    std::vector<std::size_t> fields;  // whose values are parameters, in order
+    bool identifies = false;          // a key: no two rows can meet it
   };
 
   void EnsureTable();

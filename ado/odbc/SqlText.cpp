@@ -80,7 +80,9 @@ class Scanner {
   [[nodiscard]] bool IsWord(std::string_view upper) const {
     return !AtEnd() && pieces_[at_].kind == Piece::Kind::kWord && runtime::UpperCase(Text()) == upper;
   }
-  [[nodiscard]] bool IsCharacter(char c) const { return !AtEnd() && pieces_[at_].kind == Piece::Kind::kOther && sql_[pieces_[at_].begin] == c; }
+  [[nodiscard]] bool IsCharacter(char c) const {
+    return !AtEnd() && pieces_[at_].kind == Piece::Kind::kOther && sql_[pieces_[at_].begin] == c;
+  }
   [[nodiscard]] bool IsName() const { return !AtEnd() && pieces_[at_].kind != Piece::Kind::kOther && sql_[pieces_[at_].begin] != '\''; }
   [[nodiscard]] std::string_view Text() const { return sql_.substr(pieces_[at_].begin, pieces_[at_].end - pieces_[at_].begin); }
   [[nodiscard]] std::size_t Begin() const { return pieces_[at_].begin; }
@@ -126,10 +128,11 @@ std::optional<std::string> BaseTableOf(std::string_view sql) {
   }
   const std::size_t end = scanner.PreviousEnd();
   if (scanner.IsWord("AS")) scanner.Skip();
-  const auto endsTable = {std::string_view("WHERE"), std::string_view("ORDER"), std::string_view("LIMIT"), std::string_view("FOR"),
-                          std::string_view("OFFSET"), std::string_view("FETCH")};
+  const auto endsTable = {std::string_view("WHERE"), std::string_view("ORDER"),  std::string_view("LIMIT"),
+                          std::string_view("FOR"),   std::string_view("OFFSET"), std::string_view("FETCH")};
   if (!scanner.AtEnd() && scanner.IsName() && !IsAnyWord(scanner, endsTable)) {
-    if (IsAnyWord(scanner, {"JOIN", "INNER", "LEFT", "RIGHT", "FULL", "CROSS", "NATURAL", "GROUP", "HAVING", "UNION", "INTERSECT", "EXCEPT"})) {
+    if (IsAnyWord(scanner,
+                  {"JOIN", "INNER", "LEFT", "RIGHT", "FULL", "CROSS", "NATURAL", "GROUP", "HAVING", "UNION", "INTERSECT", "EXCEPT"})) {
       return std::nullopt;
     }
     scanner.Skip();  // an alias

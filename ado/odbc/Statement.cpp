@@ -107,8 +107,7 @@ std::optional<std::string> Statement::Text(std::size_t column) {
   std::u16string text;
   for (;;) {
     SQLLEN bytes = 0;
-    const auto result =
-        SQLGetData(handle_.Get(), static_cast<SQLUSMALLINT>(column), SQL_C_WCHAR, piece.data(), sizeof(piece), &bytes);
+    const auto result = SQLGetData(handle_.Get(), static_cast<SQLUSMALLINT>(column), SQL_C_WCHAR, piece.data(), sizeof(piece), &bytes);
     Check(result);
     if (result == SQL_NO_DATA) break;
     if (bytes == SQL_NULL_DATA) return std::nullopt;

@@ -15,13 +15,13 @@ namespace tamlo::ado::odbc {
 /// How the driver describes a result column.
 struct ColumnDescription {
   std::string name;
-  std::string typeName;       ///< the backend's own, such as "decimal"
-  std::string table;          ///< the base table as the driver names it; empty for an expression or when it does not tell
+  std::string typeName;  ///< the backend's own, such as "decimal"
+  std::string table;     ///< the base table as the driver names it; empty for an expression or when it does not tell
   std::string schema;
-  std::string baseName;       ///< the column's own name where name is an alias; name itself when the driver does not tell
+  std::string baseName;  ///< the column's own name where name is an alias; name itself when the driver does not tell
   std::int16_t sqlType = 0;
-  std::size_t size = 0;       ///< characters, bytes or digits
-  std::int16_t digits = 0;    ///< of the fraction
+  std::size_t size = 0;     ///< characters, bytes or digits
+  std::int16_t digits = 0;  ///< of the fraction
   bool nullable = true;
   bool isUnsigned = false;
   bool autoIncrement = false;

@@ -22,19 +22,58 @@ struct DeclaredType {
 
 /// First words of declared types in SQLite, by their whole text.
 constexpr std::array<DeclaredType, 45> kSqliteTypes{{
-    {"INT", adInteger}, {"INTEGER", adInteger}, {"MEDIUMINT", adInteger}, {"COUNTER", adInteger}, {"LONG", adInteger},
-    {"BIGINT", adBigInt}, {"SMALLINT", adSmallInt}, {"SHORT", adSmallInt}, {"TINYINT", adTinyInt}, {"BYTE", adUnsignedTinyInt},
-    {"BIT", adBoolean}, {"BOOL", adBoolean}, {"BOOLEAN", adBoolean}, {"YESNO", adBoolean}, {"LOGICAL", adBoolean},
-    {"CHAR", adChar}, {"CHARACTER", adChar}, {"NCHAR", adWChar}, {"WCHAR", adWChar}, {"VARCHAR", adVarChar}, {"VARCHAR2", adVarChar},
-    {"NVARCHAR", adVarWChar}, {"TEXT", adLongVarWChar}, {"NTEXT", adLongVarWChar}, {"MEMO", adLongVarWChar}, {"CLOB", adLongVarWChar},
-    {"LONGTEXT", adLongVarWChar}, {"MEDIUMTEXT", adLongVarWChar}, {"LONGVARCHAR", adLongVarWChar}, {"BLOB", adLongVarBinary},
-    {"LONGBLOB", adLongVarBinary}, {"IMAGE", adLongVarBinary}, {"LONGVARBINARY", adLongVarBinary}, {"BINARY", adBinary},
-    {"VARBINARY", adVarBinary}, {"DOUBLE", adDouble}, {"REAL", adDouble}, {"FLOAT", adDouble}, {"SINGLE", adSingle},
-    {"DECIMAL", adNumeric}, {"NUMERIC", adNumeric}, {"NUMBER", adNumeric}, {"MONEY", adCurrency}, {"CURRENCY", adCurrency},
+    {"INT", adInteger},
+    {"INTEGER", adInteger},
+    {"MEDIUMINT", adInteger},
+    {"COUNTER", adInteger},
+    {"LONG", adInteger},
+    {"BIGINT", adBigInt},
+    {"SMALLINT", adSmallInt},
+    {"SHORT", adSmallInt},
+    {"TINYINT", adTinyInt},
+    {"BYTE", adUnsignedTinyInt},
+    {"BIT", adBoolean},
+    {"BOOL", adBoolean},
+    {"BOOLEAN", adBoolean},
+    {"YESNO", adBoolean},
+    {"LOGICAL", adBoolean},
+    {"CHAR", adChar},
+    {"CHARACTER", adChar},
+    {"NCHAR", adWChar},
+    {"WCHAR", adWChar},
+    {"VARCHAR", adVarChar},
+    {"VARCHAR2", adVarChar},
+    {"NVARCHAR", adVarWChar},
+    {"TEXT", adLongVarWChar},
+    {"NTEXT", adLongVarWChar},
+    {"MEMO", adLongVarWChar},
+    {"CLOB", adLongVarWChar},
+    {"LONGTEXT", adLongVarWChar},
+    {"MEDIUMTEXT", adLongVarWChar},
+    {"LONGVARCHAR", adLongVarWChar},
+    {"BLOB", adLongVarBinary},
+    {"LONGBLOB", adLongVarBinary},
+    {"IMAGE", adLongVarBinary},
+    {"LONGVARBINARY", adLongVarBinary},
+    {"BINARY", adBinary},
+    {"VARBINARY", adVarBinary},
+    {"DOUBLE", adDouble},
+    {"REAL", adDouble},
+    {"FLOAT", adDouble},
+    {"SINGLE", adSingle},
+    {"DECIMAL", adNumeric},
+    {"NUMERIC", adNumeric},
+    {"NUMBER", adNumeric},
+    {"MONEY", adCurrency},
+    {"CURRENCY", adCurrency},
     {"DATETIME", adDBTimeStamp},
 }};
-constexpr std::array<DeclaredType, 6> kSqliteMoreTypes{{{"TIMESTAMP", adDBTimeStamp}, {"DATE", adDBDate}, {"TIME", adDBTime},
-                                                        {"GUID", adGUID}, {"UUID", adGUID}, {"UNIQUEIDENTIFIER", adGUID}}};
+constexpr std::array<DeclaredType, 6> kSqliteMoreTypes{{{"TIMESTAMP", adDBTimeStamp},
+                                                        {"DATE", adDBDate},
+                                                        {"TIME", adDBTime},
+                                                        {"GUID", adGUID},
+                                                        {"UUID", adGUID},
+                                                        {"UNIQUEIDENTIFIER", adGUID}}};
 
 /// 0 for a name that is not known.
 std::int16_t SqliteType(std::string_view upperName) {
@@ -73,15 +112,27 @@ std::int16_t TypeOf(const ColumnDescription& column, const DriverFacts& facts) {
 
 std::int16_t NumberPrecision(std::int16_t type) {
   switch (type) {
-    case adTinyInt: case adUnsignedTinyInt: return 3;
-    case adSmallInt: case adUnsignedSmallInt: return 5;
-    case adInteger: case adUnsignedInt: return 10;
-    case adBigInt: return 19;
-    case adUnsignedBigInt: return 20;
-    case adSingle: return 7;
-    case adDouble: return 15;
-    case adCurrency: return 19;
-    default: return 255;
+    case adTinyInt:
+    case adUnsignedTinyInt:
+      return 3;
+    case adSmallInt:
+    case adUnsignedSmallInt:
+      return 5;
+    case adInteger:
+    case adUnsignedInt:
+      return 10;
+    case adBigInt:
+      return 19;
+    case adUnsignedBigInt:
+      return 20;
+    case adSingle:
+      return 7;
+    case adDouble:
+      return 15;
+    case adCurrency:
+      return 19;
+    default:
+      return 255;
   }
 }
 
@@ -89,41 +140,88 @@ std::int16_t NumberPrecision(std::int16_t type) {
 
 std::int16_t ToAdoType(std::int16_t sqlType, bool isUnsigned) {
   switch (sqlType) {
-    case SQL_CHAR: return adChar;
-    case SQL_VARCHAR: return adVarChar;
-    case SQL_LONGVARCHAR: return adLongVarChar;
-    case SQL_WCHAR: return adWChar;
-    case SQL_WVARCHAR: return adVarWChar;
-    case SQL_WLONGVARCHAR: return adLongVarWChar;
-    case SQL_DECIMAL: case SQL_NUMERIC: return adNumeric;
-    case SQL_SMALLINT: return isUnsigned ? adUnsignedSmallInt : adSmallInt;
-    case SQL_INTEGER: return isUnsigned ? adUnsignedInt : adInteger;
-    case SQL_TINYINT: return isUnsigned ? adUnsignedTinyInt : adTinyInt;
-    case SQL_BIGINT: return isUnsigned ? adUnsignedBigInt : adBigInt;
-    case SQL_REAL: return adSingle;
-    case SQL_FLOAT: case SQL_DOUBLE: return adDouble;
-    case SQL_BIT: return adBoolean;
-    case SQL_BINARY: return adBinary;
-    case SQL_VARBINARY: return adVarBinary;
-    case SQL_LONGVARBINARY: return adLongVarBinary;
-    case SQL_TYPE_DATE: case SQL_DATE: return adDBDate;
-    case SQL_TYPE_TIME: case SQL_TIME: return adDBTime;
-    case SQL_TYPE_TIMESTAMP: case SQL_TIMESTAMP: return adDBTimeStamp;
-    case SQL_GUID: return adGUID;
-    default: return adVarWChar;
+    case SQL_CHAR:
+      return adChar;
+    case SQL_VARCHAR:
+      return adVarChar;
+    case SQL_LONGVARCHAR:
+      return adLongVarChar;
+    case SQL_WCHAR:
+      return adWChar;
+    case SQL_WVARCHAR:
+      return adVarWChar;
+    case SQL_WLONGVARCHAR:
+      return adLongVarWChar;
+    case SQL_DECIMAL:
+    case SQL_NUMERIC:
+      return adNumeric;
+    case SQL_SMALLINT:
+      return isUnsigned ? adUnsignedSmallInt : adSmallInt;
+    case SQL_INTEGER:
+      return isUnsigned ? adUnsignedInt : adInteger;
+    case SQL_TINYINT:
+      return isUnsigned ? adUnsignedTinyInt : adTinyInt;
+    case SQL_BIGINT:
+      return isUnsigned ? adUnsignedBigInt : adBigInt;
+    case SQL_REAL:
+      return adSingle;
+    case SQL_FLOAT:
+    case SQL_DOUBLE:
+      return adDouble;
+    case SQL_BIT:
+      return adBoolean;
+    case SQL_BINARY:
+      return adBinary;
+    case SQL_VARBINARY:
+      return adVarBinary;
+    case SQL_LONGVARBINARY:
+      return adLongVarBinary;
+    case SQL_TYPE_DATE:
+    case SQL_DATE:
+      return adDBDate;
+    case SQL_TYPE_TIME:
+    case SQL_TIME:
+      return adDBTime;
+    case SQL_TYPE_TIMESTAMP:
+    case SQL_TIMESTAMP:
+      return adDBTimeStamp;
+    case SQL_GUID:
+      return adGUID;
+    default:
+      return adVarWChar;
   }
 }
 
 std::int64_t FixedSize(std::int16_t type) {
   switch (type) {
-    case adTinyInt: case adUnsignedTinyInt: return 1;
-    case adSmallInt: case adUnsignedSmallInt: case adBoolean: return 2;
-    case adInteger: case adUnsignedInt: case adSingle: return 4;
-    case adBigInt: case adUnsignedBigInt: case adDouble: case adCurrency: case adDate: return 8;
-    case adDBDate: case adDBTime: return 6;
-    case adDBTimeStamp: case adGUID: return 16;
-    case adNumeric: case adVarNumeric: return 19;
-    default: return 0;
+    case adTinyInt:
+    case adUnsignedTinyInt:
+      return 1;
+    case adSmallInt:
+    case adUnsignedSmallInt:
+    case adBoolean:
+      return 2;
+    case adInteger:
+    case adUnsignedInt:
+    case adSingle:
+      return 4;
+    case adBigInt:
+    case adUnsignedBigInt:
+    case adDouble:
+    case adCurrency:
+    case adDate:
+      return 8;
+    case adDBDate:
+    case adDBTime:
+      return 6;
+    case adDBTimeStamp:
+    case adGUID:
+      return 16;
+    case adNumeric:
+    case adVarNumeric:
+      return 19;
+    default:
+      return 0;
   }
 }
 
@@ -160,29 +258,51 @@ std::string ColumnTypeText(const Column& column, Backend backend) {
   const bool oracle = backend == Backend::kOracle;
   const std::string size = std::to_string(column.definedSize > 0 ? column.definedSize : 255);
   switch (column.type) {
-    case adBoolean: return postgres ? "BOOLEAN" : oracle ? "NUMBER(1,0)" : mySql ? "NUMERIC(1)" : "BIT";
-    case adTinyInt: case adUnsignedTinyInt:
+    case adBoolean:
+      return postgres ? "BOOLEAN" : oracle ? "NUMBER(1,0)" : mySql ? "NUMERIC(1)" : "BIT";
+    case adTinyInt:
+    case adUnsignedTinyInt:
       return mySql ? "TINYINT UNSIGNED" : postgres ? "SMALLINT" : oracle ? "NUMBER(3,0)" : "TINYINT";
-    case adSmallInt: return oracle ? "NUMBER(5,0)" : "SMALLINT";
-    case adInteger: case adUnsignedSmallInt: return oracle ? "NUMBER(10,0)" : "INTEGER";
-    case adBigInt: case adUnsignedInt: return oracle ? "NUMBER(19,0)" : "BIGINT";
-    case adSingle: return mySql ? "FLOAT" : "REAL";
-    case adDouble: return oracle ? "NUMBER" : sqlServer ? "FLOAT" : postgres ? "DOUBLE PRECISION" : "DOUBLE";
-    case adCurrency: return sqlServer ? "MONEY" : oracle ? "NUMBER(19,4)" : backend == Backend::kSqlite ? "CURRENCY" : "DECIMAL(19,4)";
-    case adNumeric: case adVarNumeric: {
+    case adSmallInt:
+      return oracle ? "NUMBER(5,0)" : "SMALLINT";
+    case adInteger:
+    case adUnsignedSmallInt:
+      return oracle ? "NUMBER(10,0)" : "INTEGER";
+    case adBigInt:
+    case adUnsignedInt:
+      return oracle ? "NUMBER(19,0)" : "BIGINT";
+    case adSingle:
+      return mySql ? "FLOAT" : "REAL";
+    case adDouble:
+      return oracle ? "NUMBER" : sqlServer ? "FLOAT" : postgres ? "DOUBLE PRECISION" : "DOUBLE";
+    case adCurrency:
+      return sqlServer ? "MONEY" : oracle ? "NUMBER(19,4)" : backend == Backend::kSqlite ? "CURRENCY" : "DECIMAL(19,4)";
+    case adNumeric:
+    case adVarNumeric: {
       if (column.precision <= 0 || column.precision == 255) return oracle ? "NUMBER" : "NUMERIC(18,0)";
       const auto scale = column.numericScale == 255 ? 0 : column.numericScale;
       return std::string(oracle ? "NUMBER(" : "NUMERIC(") + std::to_string(column.precision) + "," + std::to_string(scale) + ")";
     }
-    case adDate: case adDBTimeStamp: return postgres || backend == Backend::kOther ? "TIMESTAMP" : oracle ? "DATE" : "DATETIME";
-    case adDBDate: return "DATE";
-    case adDBTime: return oracle ? "DATE" : "TIME";
-    case adGUID: return sqlServer ? "UNIQUEIDENTIFIER" : postgres ? "UUID" : backend == Backend::kSqlite ? "GUID" : "CHAR(38)";
-    case adChar: case adWChar: return (sqlServer ? "NCHAR(" : "CHAR(") + size + ")";
-    case adVarChar: case adVarWChar: return (sqlServer ? "NVARCHAR(" : oracle ? "VARCHAR2(" : "VARCHAR(") + size + ")";
-    case adLongVarChar: case adLongVarWChar:
+    case adDate:
+    case adDBTimeStamp:
+      return postgres || backend == Backend::kOther ? "TIMESTAMP" : oracle ? "DATE" : "DATETIME";
+    case adDBDate:
+      return "DATE";
+    case adDBTime:
+      return oracle ? "DATE" : "TIME";
+    case adGUID:
+      return sqlServer ? "UNIQUEIDENTIFIER" : postgres ? "UUID" : backend == Backend::kSqlite ? "GUID" : "CHAR(38)";
+    case adChar:
+    case adWChar:
+      return (sqlServer ? "NCHAR(" : "CHAR(") + size + ")";
+    case adVarChar:
+    case adVarWChar:
+      return (sqlServer ? "NVARCHAR(" : oracle ? "VARCHAR2(" : "VARCHAR(") + size + ")";
+    case adLongVarChar:
+    case adLongVarWChar:
       return sqlServer ? "NVARCHAR(MAX)" : oracle ? "CLOB" : mySql ? "LONGTEXT" : backend == Backend::kOther ? "LONG VARCHAR" : "TEXT";
-    case adBinary: case adVarBinary:
+    case adBinary:
+    case adVarBinary:
       return postgres ? "BYTEA" : oracle ? "RAW(" + size + ")" : "VARBINARY(" + size + ")";
     case adLongVarBinary:
       return sqlServer ? "VARBINARY(MAX)" : postgres ? "BYTEA" : mySql ? "LONGBLOB" : "BLOB";

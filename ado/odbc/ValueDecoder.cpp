@@ -76,10 +76,12 @@ Variant CheckedInteger(long long value, std::int16_t type) {
     case adUnsignedTinyInt:
       if (value >= 0 && value <= 255) return static_cast<std::uint8_t>(value);
       break;
-    case adTinyInt: case adSmallInt:
+    case adTinyInt:
+    case adSmallInt:
       if (value >= INT16_MIN && value <= INT16_MAX) return static_cast<std::int16_t>(value);
       break;
-    case adInteger: case adUnsignedSmallInt:
+    case adInteger:
+    case adUnsignedSmallInt:
       if (value >= INT32_MIN && value <= INT32_MAX) return static_cast<std::int32_t>(value);
       break;
     default:
@@ -174,63 +176,114 @@ Variant FromText(const FetchPlan& plan, const FieldInfo& field, std::string text
 FetchPlan PlanFor(const FieldInfo& field, const DriverFacts& facts) {
   const bool anyValue = facts.backend == Backend::kSqlite;
   switch (field.type) {
-    case adBoolean: return anyValue ? Text(Form::kBooleanText, 16) : Fixed(Form::kBit, SQL_C_BIT, 1);
-    case adUnsignedTinyInt: case adTinyInt: case adSmallInt: case adUnsignedSmallInt: case adInteger:
+    case adBoolean:
+      return anyValue ? Text(Form::kBooleanText, 16) : Fixed(Form::kBit, SQL_C_BIT, 1);
+    case adUnsignedTinyInt:
+    case adTinyInt:
+    case adSmallInt:
+    case adUnsignedSmallInt:
+    case adInteger:
       if (anyValue) return Fixed(Form::kCheckedInteger, SQL_C_SBIGINT, 8);
       break;
-    case adDate: case adDBTimeStamp: case adDBDate: case adDBTime:
+    case adDate:
+    case adDBTimeStamp:
+    case adDBDate:
+    case adDBTime:
       if (anyValue) return Text(Form::kDateText, 40);
       break;
     default:
       break;
   }
   switch (field.type) {
-    case adUnsignedTinyInt: return Fixed(Form::kUnsignedByte, SQL_C_UTINYINT, 1);
-    case adTinyInt: return Fixed(Form::kSignedByte, SQL_C_STINYINT, 1);
-    case adSmallInt: return Fixed(Form::kShort, SQL_C_SSHORT, 2);
-    case adUnsignedSmallInt: return Fixed(Form::kUnsignedShort, SQL_C_USHORT, 2);
-    case adInteger: return Fixed(Form::kInteger, SQL_C_SLONG, 4);
-    case adUnsignedInt: return Fixed(Form::kUnsignedInteger, SQL_C_ULONG, 4);
-    case adBigInt: return facts.numbersAsText ? Text(Form::kTypedIntegerText, 24) : Fixed(Form::kBigInteger, SQL_C_SBIGINT, 8);
-    case adSingle: return Fixed(Form::kFloat, SQL_C_FLOAT, 4);
-    case adDouble: return Fixed(Form::kDouble, SQL_C_DOUBLE, 8);
-    case adUnsignedBigInt: case adNumeric: case adVarNumeric: return Text(Form::kDecimalText, 140);
-    case adCurrency: return Text(Form::kCurrencyText, 40);
-    case adGUID: return Text(Form::kGuidText, 40);
-    case adDate: case adDBTimeStamp: return Fixed(Form::kTimestamp, SQL_C_TYPE_TIMESTAMP, sizeof(SQL_TIMESTAMP_STRUCT));
-    case adDBDate: return Fixed(Form::kDate, SQL_C_TYPE_DATE, sizeof(SQL_DATE_STRUCT));
-    case adDBTime: return Fixed(Form::kTime, SQL_C_TYPE_TIME, sizeof(SQL_TIME_STRUCT));
-    case adBinary: case adVarBinary:
+    case adUnsignedTinyInt:
+      return Fixed(Form::kUnsignedByte, SQL_C_UTINYINT, 1);
+    case adTinyInt:
+      return Fixed(Form::kSignedByte, SQL_C_STINYINT, 1);
+    case adSmallInt:
+      return Fixed(Form::kShort, SQL_C_SSHORT, 2);
+    case adUnsignedSmallInt:
+      return Fixed(Form::kUnsignedShort, SQL_C_USHORT, 2);
+    case adInteger:
+      return Fixed(Form::kInteger, SQL_C_SLONG, 4);
+    case adUnsignedInt:
+      return Fixed(Form::kUnsignedInteger, SQL_C_ULONG, 4);
+    case adBigInt:
+      return facts.numbersAsText ? Text(Form::kTypedIntegerText, 24) : Fixed(Form::kBigInteger, SQL_C_SBIGINT, 8);
+    case adSingle:
+      return Fixed(Form::kFloat, SQL_C_FLOAT, 4);
+    case adDouble:
+      return Fixed(Form::kDouble, SQL_C_DOUBLE, 8);
+    case adUnsignedBigInt:
+    case adNumeric:
+    case adVarNumeric:
+      return Text(Form::kDecimalText, 140);
+    case adCurrency:
+      return Text(Form::kCurrencyText, 40);
+    case adGUID:
+      return Text(Form::kGuidText, 40);
+    case adDate:
+    case adDBTimeStamp:
+      return Fixed(Form::kTimestamp, SQL_C_TYPE_TIMESTAMP, sizeof(SQL_TIMESTAMP_STRUCT));
+    case adDBDate:
+      return Fixed(Form::kDate, SQL_C_TYPE_DATE, sizeof(SQL_DATE_STRUCT));
+    case adDBTime:
+      return Fixed(Form::kTime, SQL_C_TYPE_TIME, sizeof(SQL_TIME_STRUCT));
+    case adBinary:
+    case adVarBinary:
       return {Form::kBytes, SQL_C_BINARY,
               field.definedSize > 0 && field.definedSize <= kLongestBoundBytes ? static_cast<std::size_t>(field.definedSize) : 0, false};
-    case adLongVarBinary: return {Form::kBytes, SQL_C_BINARY, 0, false};
-    case adLongVarChar: case adLongVarWChar: return Text(Form::kText, 0);
-    default: return Text(Form::kText, field.definedSize);
+    case adLongVarBinary:
+      return {Form::kBytes, SQL_C_BINARY, 0, false};
+    case adLongVarChar:
+    case adLongVarWChar:
+      return Text(Form::kText, 0);
+    default:
+      return Text(Form::kText, field.definedSize);
   }
 }
 
 FetchPlan PlanForExpression(std::int16_t sqlType) {
   switch (sqlType) {
-    case SQL_INTEGER: case SQL_BIGINT: case SQL_SMALLINT: case SQL_TINYINT: return Text(Form::kTypedIntegerText, 255);
-    case SQL_DOUBLE: case SQL_FLOAT: case SQL_REAL: return Text(Form::kTypedDoubleText, 255);
-    default: return Text(Form::kText, 255);
+    case SQL_INTEGER:
+    case SQL_BIGINT:
+    case SQL_SMALLINT:
+    case SQL_TINYINT:
+      return Text(Form::kTypedIntegerText, 255);
+    case SQL_DOUBLE:
+    case SQL_FLOAT:
+    case SQL_REAL:
+      return Text(Form::kTypedDoubleText, 255);
+    default:
+      return Text(Form::kText, 255);
   }
 }
 
 Variant Decode(const FetchPlan& plan, const FieldInfo& field, const std::byte* data, std::size_t length) {
   switch (plan.form) {
-    case Form::kText: return ToUtf8(reinterpret_cast<const char16_t*>(data), length / sizeof(char16_t));
-    case Form::kInteger: return As<std::int32_t>(data);
-    case Form::kDouble: return As<double>(data);
-    case Form::kCheckedInteger: return CheckedInteger(As<std::int64_t>(data), field.type);
-    case Form::kBit: return As<std::uint8_t>(data) != 0;
-    case Form::kUnsignedByte: return As<std::uint8_t>(data);
-    case Form::kSignedByte: return static_cast<std::int16_t>(As<std::int8_t>(data));
-    case Form::kShort: return As<std::int16_t>(data);
-    case Form::kUnsignedShort: return static_cast<std::int32_t>(As<std::uint16_t>(data));
-    case Form::kUnsignedInteger: return static_cast<std::int64_t>(As<std::uint32_t>(data));
-    case Form::kBigInteger: return As<std::int64_t>(data);
-    case Form::kFloat: return As<float>(data);
+    case Form::kText:
+      return ToUtf8(reinterpret_cast<const char16_t*>(data), length / sizeof(char16_t));
+    case Form::kInteger:
+      return As<std::int32_t>(data);
+    case Form::kDouble:
+      return As<double>(data);
+    case Form::kCheckedInteger:
+      return CheckedInteger(As<std::int64_t>(data), field.type);
+    case Form::kBit:
+      return As<std::uint8_t>(data) != 0;
+    case Form::kUnsignedByte:
+      return As<std::uint8_t>(data);
+    case Form::kSignedByte:
+      return static_cast<std::int16_t>(As<std::int8_t>(data));
+    case Form::kShort:
+      return As<std::int16_t>(data);
+    case Form::kUnsignedShort:
+      return static_cast<std::int32_t>(As<std::uint16_t>(data));
+    case Form::kUnsignedInteger:
+      return static_cast<std::int64_t>(As<std::uint32_t>(data));
+    case Form::kBigInteger:
+      return As<std::int64_t>(data);
+    case Form::kFloat:
+      return As<float>(data);
     case Form::kTimestamp: {
       const auto stamp = As<SQL_TIMESTAMP_STRUCT>(data);
       return FromTimestamp(stamp.year, stamp.month, stamp.day, stamp.hour, stamp.minute, stamp.second, stamp.fraction);
@@ -243,8 +296,10 @@ Variant Decode(const FetchPlan& plan, const FieldInfo& field, const std::byte* d
       const auto time = As<SQL_TIME_STRUCT>(data);
       return runtime::Date{(time.hour * 3600 + time.minute * 60 + time.second) / 86400.0};
     }
-    case Form::kBytes: return runtime::Bytes(data, data + length);
-    default: return FromText(plan, field, ToUtf8(reinterpret_cast<const char16_t*>(data), length / sizeof(char16_t)));
+    case Form::kBytes:
+      return runtime::Bytes(data, data + length);
+    default:
+      return FromText(plan, field, ToUtf8(reinterpret_cast<const char16_t*>(data), length / sizeof(char16_t)));
   }
 }
 

@@ -12,10 +12,29 @@ namespace tamlo::ado::odbc {
 /// How a column's values come from the driver and what they become.
 struct FetchPlan {
   enum class Form {
-    kBit, kUnsignedByte, kSignedByte, kShort, kUnsignedShort, kInteger, kUnsignedInteger, kBigInteger, kFloat, kDouble,
-    kTimestamp, kDate, kTime, kText, kBytes,
-    kCheckedInteger,   ///< 64 bits for a smaller type: what does not fit stays 64 bits
-    kDecimalText, kCurrencyText, kGuidText, kBooleanText, kDateText, kTypedIntegerText, kTypedDoubleText
+    kBit,
+    kUnsignedByte,
+    kSignedByte,
+    kShort,
+    kUnsignedShort,
+    kInteger,
+    kUnsignedInteger,
+    kBigInteger,
+    kFloat,
+    kDouble,
+    kTimestamp,
+    kDate,
+    kTime,
+    kText,
+    kBytes,
+    kCheckedInteger,  ///< 64 bits for a smaller type: what does not fit stays 64 bits
+    kDecimalText,
+    kCurrencyText,
+    kGuidText,
+    kBooleanText,
+    kDateText,
+    kTypedIntegerText,
+    kTypedDoubleText
   };
   Form form = Form::kText;
   std::int16_t nativeType = 0;  ///< C type for the driver

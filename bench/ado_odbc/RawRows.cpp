@@ -35,7 +35,12 @@ SQLHENV Environment() {
 /// Column-wise buffers for a batch of (id, name, val).
 struct Batch {
   explicit Batch(std::size_t rows)
-      : id(rows), idLength(rows, sizeof(SQLINTEGER)), name(rows * kNameUnits), nameLength(rows), value(rows), valueLength(rows, sizeof(double)) {}
+      : id(rows),
+        idLength(rows, sizeof(SQLINTEGER)),
+        name(rows * kNameUnits),
+        nameLength(rows),
+        value(rows),
+        valueLength(rows, sizeof(double)) {}
 
   void Fill(std::size_t first, std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
@@ -77,8 +82,9 @@ RawRows::RawRows(const std::string& connectionString) {
   Check(SQLAllocHandle(SQL_HANDLE_DBC, Environment(), &connection_), "connection");
   auto wide = Wide(connectionString);
   SQLSMALLINT length = 0;
-  Check(SQLDriverConnectW(connection_, nullptr, Units(wide), static_cast<SQLSMALLINT>(wide.size()), nullptr, 0, &length, SQL_DRIVER_NOPROMPT),
-        "connect");
+  Check(
+      SQLDriverConnectW(connection_, nullptr, Units(wide), static_cast<SQLSMALLINT>(wide.size()), nullptr, 0, &length, SQL_DRIVER_NOPROMPT),
+      "connect");
 }
 
 RawRows::~RawRows() {

@@ -36,7 +36,7 @@ struct Engine {
   std::size_t readBlock;  // the best one by hand
   bool arrays;            // the best way to write by hand
   std::size_t writeBatch;
-  double limit;           // 0: printed, not guarded
+  double limit;  // 0: printed, not guarded
 };
 
 struct Ratio {
@@ -103,8 +103,9 @@ void Read(benchmark::State& state, const Engine& engine) {
   const std::string sql = "SELECT id, name, val FROM big";
   double byHandSum = 0;
   double sum = 0;
-  Compare(state, "read 500000 rows, " + engine.name, engine.limit, [&] { byHandSum = raw.Read(sql, engine.readBlock); },
-          [&] { sum = ReadRecordset(connection, sql); });
+  Compare(
+      state, "read 500000 rows, " + engine.name, engine.limit, [&] { byHandSum = raw.Read(sql, engine.readBlock); },
+      [&] { sum = ReadRecordset(connection, sql); });
   if (byHandSum != sum) state.SkipWithError("both do not read the same");
 }
 
@@ -118,12 +119,13 @@ void Write(benchmark::State& state, const Engine& engine) {
     connection.Execute("CREATE TABLE " + table + " (id INTEGER NOT NULL PRIMARY KEY, name VARCHAR(40), val " + engine.doubleType + ")");
     return table;
   };
-  Compare(state, "write 100000 rows, " + engine.name, engine.limit,
-          [&] {
-            const std::string table = makeTable();
-            engine.arrays ? raw.InsertArrays(table, kWriteRows, engine.writeBatch) : raw.InsertValues(table, kWriteRows, engine.writeBatch);
-          },
-          [&] { InsertBulk(connection, makeTable()); });
+  Compare(
+      state, "write 100000 rows, " + engine.name, engine.limit,
+      [&] {
+        const std::string table = makeTable();
+        engine.arrays ? raw.InsertArrays(table, kWriteRows, engine.writeBatch) : raw.InsertValues(table, kWriteRows, engine.writeBatch);
+      },
+      [&] { InsertBulk(connection, makeTable()); });
 }
 
 /// The ways to write by hand, which docs/backends/odbc.md compares.
@@ -132,7 +134,8 @@ void WriteByHand(benchmark::State& state, const Engine& engine, bool arrays, std
   int tables = 0;
   double best = 1e9;
   for (auto _ : state) {
-    const std::string table = "h" + std::to_string(++tables) + "_" + std::to_string(reinterpret_cast<std::uintptr_t>(&state) % 100000) + (arrays ? "a" : "v") + std::to_string(batch);
+    const std::string table = "h" + std::to_string(++tables) + "_" + std::to_string(reinterpret_cast<std::uintptr_t>(&state) % 100000) +
+                              (arrays ? "a" : "v") + std::to_string(batch);
     raw.Execute("CREATE TABLE " + table + " (id INTEGER NOT NULL PRIMARY KEY, name VARCHAR(40), val " + engine.doubleType + ")");
     const std::size_t rows = batch == 1 ? 10000 : kWriteRows;
     const double time = Seconds([&] { arrays ? raw.InsertArrays(table, rows, batch) : raw.InsertValues(table, rows, batch); });
@@ -166,15 +169,24 @@ int main(int argc, char** argv) {
       for (const bool arrays : {true, false}) {
         for (const std::size_t batch : {1, 50, 200, 1000}) {
           if (!arrays && batch == 1) continue;
-          benchmark::RegisterBenchmark(("ByHand/" + engine.name + (arrays ? "/array/" : "/values/") + std::to_string(batch)).c_str(), WriteByHand, engine,
-                                       arrays, batch)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(2);
+          benchmark::RegisterBenchmark(("ByHand/" + engine.name + (arrays ? "/array/" : "/values/") + std::to_string(batch)).c_str(),
+                                       WriteByHand, engine, arrays, batch)
+              ->UseManualTime()
+              ->Unit(benchmark::kMillisecond)
+              ->Iterations(2);
         }
       }
       continue;
     }
     FillBig(engine);
-    benchmark::RegisterBenchmark(("Read/" + engine.name).c_str(), Read, engine)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(5);
-    benchmark::RegisterBenchmark(("Write/" + engine.name).c_str(), Write, engine)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(4);
+    benchmark::RegisterBenchmark(("Read/" + engine.name).c_str(), Read, engine)
+        ->UseManualTime()
+        ->Unit(benchmark::kMillisecond)
+        ->Iterations(5);
+    benchmark::RegisterBenchmark(("Write/" + engine.name).c_str(), Write, engine)
+        ->UseManualTime()
+        ->Unit(benchmark::kMillisecond)
+        ->Iterations(4);
   }
   benchmark::RunSpecifiedBenchmarks();
   bool good = true;

@@ -35,8 +35,7 @@ constexpr int kTables = 200;
 constexpr const char* kAsTool = "--as-tool";
 
 std::int64_t Now() {
-  return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch())
-      .count();
+  return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
 /// Ends the process once the first window has painted itself, the moment going to the standard output.
@@ -83,8 +82,7 @@ double Measure(const VolumesDatabase& volumes, const std::string& display) {
     ::setenv("DISPLAY", display.c_str(), 1);
     ::unsetenv("WAYLAND_DISPLAY");
     for (const auto& [variable, value] : volumes.Environment()) ::setenv(variable.c_str(), value.c_str(), 1);
-    ::execl("/proc/self/exe", "dialog_bench", kAsTool, name.c_str(), kind.c_str(), "12", "DUPONT", "3",
-            static_cast<char*>(nullptr));
+    ::execl("/proc/self/exe", "dialog_bench", kAsTool, name.c_str(), kind.c_str(), "12", "DUPONT", "3", static_cast<char*>(nullptr));
     ::_exit(127);
   }
   ::close(ends[1]);
@@ -100,8 +98,7 @@ void StartToFirstPaint(benchmark::State& state, std::unique_ptr<VolumesDatabase>
   static VirtualDisplay display;
   const auto volumes = make();
   for (int i = 0; i < state.range(0); ++i) {
-    volumes->Execute("CREATE TABLE T" + std::to_string(i) +
-                     " (CODE INTEGER NOT NULL PRIMARY KEY, LIBELLE VARCHAR(30), DT DATE)");
+    volumes->Execute("CREATE TABLE T" + std::to_string(i) + " (CODE INTEGER NOT NULL PRIMARY KEY, LIBELLE VARCHAR(30), DT DATE)");
   }
   Measure(*volumes, display.Name());  // the first opening of a database may create its catalog
   for (auto _ : state) state.SetIterationTime(Measure(*volumes, display.Name()));

@@ -39,8 +39,8 @@ long PeakMemory() {
 
 void MakeTable(DataBase& source, const std::string& table, int rows) {
   source.ExecuteSQL("CREATE TABLE [" + table + "] ([ID] INTEGER, [TEXTE] VARCHAR(60), [DBL] DOUBLE, [JOUR] TIMESTAMP)");
-  source.ExecuteSQL("INSERT INTO [" + table + "] WITH RECURSIVE N(I) AS (SELECT 1 UNION ALL SELECT I+1 FROM N WHERE I<" + std::to_string(rows) +
-                    ") SELECT I, 'un texte d''une longueur moyenne ' || I, I * 1.25, '2003-02-01 13:14:15' FROM N");
+  source.ExecuteSQL("INSERT INTO [" + table + "] WITH RECURSIVE N(I) AS (SELECT 1 UNION ALL SELECT I+1 FROM N WHERE I<" +
+                    std::to_string(rows) + ") SELECT I, 'un texte d''une longueur moyenne ' || I, I * 1.25, '2003-02-01 13:14:15' FROM N");
 }
 
 void MakeTarget(DataBase& target, const std::string& table) {
@@ -102,7 +102,8 @@ int main() {
 
   const double hand = *std::min_element(byHand.begin(), byHand.end());
   const double layer = *std::min_element(byLayer.begin(), byLayer.end());
-  std::printf("copy of %d rows SQLite to MariaDB: by hand %.2f s, layer %.2f s, ratio %.2f (limit %.2f)\n", kRows, hand, layer, hand / layer, kLimit);
+  std::printf("copy of %d rows SQLite to MariaDB: by hand %.2f s, layer %.2f s, ratio %.2f (limit %.2f)\n", kRows, hand, layer,
+              hand / layer, kLimit);
   std::printf("memory of a copy of twice the rows beyond that of one: %ld KiB; rows equal: %s\n", growth, equal ? "yes" : "no");
   return hand / layer >= kLimit && growth < 8 * 1024 && equal ? 0 : 1;
 }

@@ -108,7 +108,8 @@ std::size_t RawCopy(const std::string& source, const std::string& target, const 
   SQLBindParameter(out.statement, 1, SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 0, 0, batch.id.data(), 0, batch.idSize.data());
   SQLBindParameter(out.statement, 2, SQL_PARAM_INPUT, SQL_C_CHAR, SQL_VARCHAR, 60, 0, batch.text.data(), kTextBytes, batch.textSize.data());
   SQLBindParameter(out.statement, 3, SQL_PARAM_INPUT, SQL_C_DOUBLE, SQL_DOUBLE, 0, 0, batch.number.data(), 0, batch.numberSize.data());
-  SQLBindParameter(out.statement, 4, SQL_PARAM_INPUT, SQL_C_TYPE_TIMESTAMP, SQL_TYPE_TIMESTAMP, 19, 0, batch.day.data(), 0, batch.daySize.data());
+  SQLBindParameter(out.statement, 4, SQL_PARAM_INPUT, SQL_C_TYPE_TIMESTAMP, SQL_TYPE_TIMESTAMP, 19, 0, batch.day.data(), 0,
+                   batch.daySize.data());
 
   std::size_t rows = 0;
   std::size_t held = 0;

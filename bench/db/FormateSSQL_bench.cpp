@@ -16,8 +16,7 @@ namespace {
 
 using tamlo::db::sql::TablesQualifiees;
 
-const std::string kTexte =
-    "select u.[NOM], v.* from [UTL] as u, VLM v where u.[DTCRE] >= cvdate('01/02/2003') and u.NOM = 'Dupont'";
+const std::string kTexte = "select u.[NOM], v.* from [UTL] as u, VLM v where u.[DTCRE] >= cvdate('01/02/2003') and u.NOM = 'Dupont'";
 
 /// nombre owned tables, among them the two of the statement.
 TablesQualifiees Tables(int nombre) {
@@ -56,8 +55,7 @@ class Releve : public benchmark::ConsoleReporter {
   void ReportRuns(const std::vector<Run>& runs) override {
     ConsoleReporter::ReportRuns(runs);
     for (const Run& run : runs) {
-      if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median")
-        temps[run.run_name.function_name] = run.GetAdjustedCPUTime();
+      if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median") temps[run.run_name.function_name] = run.GetAdjustedCPUTime();
     }
   }
   std::map<std::string, double> temps;
@@ -82,9 +80,7 @@ int main(int argc, char** argv) {
   const tamlo::runtime::RegionalSettingsOverride reglages({"dd/MM/yyyy", ','});
   benchmark::RegisterBenchmark("upper case", Majuscules)->Repetitions(9)->ReportAggregatesOnly();
   for (const Limite& limite : kLimites)
-    benchmark::RegisterBenchmark(limite.nom, Traduction, limite.kind, limite.tables)
-        ->Repetitions(9)
-        ->ReportAggregatesOnly();
+    benchmark::RegisterBenchmark(limite.nom, Traduction, limite.kind, limite.tables)->Repetitions(9)->ReportAggregatesOnly();
   benchmark::Initialize(&argc, argv);
   Releve releve;
   benchmark::RunSpecifiedBenchmarks(&releve);

@@ -37,8 +37,9 @@ jet::TableSpec People() {
   };
   jet::TableSpec spec;
   spec.name = "People";
-  spec.columns = {column("Id", jet::ColumnType::kLong), column("Name", jet::ColumnType::kText, 60), column("Town", jet::ColumnType::kText, 60),
-                  column("Amount", jet::ColumnType::kCurrency), column("Born", jet::ColumnType::kDate)};
+  spec.columns = {column("Id", jet::ColumnType::kLong), column("Name", jet::ColumnType::kText, 60),
+                  column("Town", jet::ColumnType::kText, 60), column("Amount", jet::ColumnType::kCurrency),
+                  column("Born", jet::ColumnType::kDate)};
   jet::IndexSpec primary;
   primary.name = "PrimaryKey";
   primary.columns = {{"Id", false}};
@@ -69,7 +70,8 @@ double InsertWithSqlite(const std::string& path, int rows) {
   const auto start = Clock::now();
   sqlite3* database = nullptr;
   sqlite3_open(path.c_str(), &database);
-  sqlite3_exec(database, "CREATE TABLE People(Id INTEGER PRIMARY KEY, Name TEXT, Town TEXT, Amount INTEGER, Born REAL); BEGIN", nullptr, nullptr, nullptr);
+  sqlite3_exec(database, "CREATE TABLE People(Id INTEGER PRIMARY KEY, Name TEXT, Town TEXT, Amount INTEGER, Born REAL); BEGIN", nullptr,
+               nullptr, nullptr);
   sqlite3_stmt* insert = nullptr;
   sqlite3_prepare_v2(database, "INSERT INTO People VALUES(?,?,?,?,?)", -1, &insert, nullptr);
   for (int i = 0; i < rows; ++i) {
@@ -97,8 +99,8 @@ double ScanWithEngine(const std::string& path, int rows) {
   int seen = 0;
   for (jet::ScanCursor scan = table.Scan(); scan.Next(); ++seen) {
     jet::Row& row = scan.Current();
-    sum += static_cast<std::uint64_t>(row.Integer(0)) + row.Text(1).size() + row.Text(2).size() + static_cast<std::uint64_t>(row.Integer(3)) +
-           static_cast<std::uint64_t>(row.Real(4));
+    sum += static_cast<std::uint64_t>(row.Integer(0)) + row.Text(1).size() + row.Text(2).size() +
+           static_cast<std::uint64_t>(row.Integer(3)) + static_cast<std::uint64_t>(row.Real(4));
   }
   const double seconds = Seconds(start);
   if (seen != rows || sum == 0) std::printf("the scan saw %d rows instead of %d\n", seen, rows);
@@ -192,7 +194,8 @@ int main(int argc, char** argv) {
       rows = std::atoi(argv[i]);
     }
   }
-  const std::filesystem::path folder = std::filesystem::temp_directory_path() / ("jet_engine_bench." + std::to_string(std::random_device()()));
+  const std::filesystem::path folder =
+      std::filesystem::temp_directory_path() / ("jet_engine_bench." + std::to_string(std::random_device()()));
   std::filesystem::create_directories(folder);
   const std::string file = (folder / "people.mdb").string();
 

@@ -99,8 +99,8 @@ class EcritureCible {
       const std::size_t longueur = runtime::Length(*texte);
       if (longueur <= colonnes_[i].longueur) continue;
       Termine();
-      throw runtime::Error(runtime::kProviderFailure, "ligne " + std::to_string(lignes_) + " : colonne " + colonnes_[i].nom + " : texte de " +
-                                                          std::to_string(longueur) + " caractères pour une colonne de " +
+      throw runtime::Error(runtime::kProviderFailure, "ligne " + std::to_string(lignes_) + " : colonne " + colonnes_[i].nom +
+                                                          " : texte de " + std::to_string(longueur) + " caractères pour une colonne de " +
                                                           std::to_string(colonnes_[i].longueur));
     }
   }

@@ -37,10 +37,22 @@ class Hachage {
 
 bool EstNombre(std::int16_t type) {
   switch (type) {
-    case ado::adSmallInt: case ado::adInteger: case ado::adSingle: case ado::adDouble: case ado::adCurrency: case ado::adTinyInt:
-    case ado::adUnsignedTinyInt: case ado::adUnsignedSmallInt: case ado::adUnsignedInt: case ado::adBigInt: case ado::adUnsignedBigInt:
-    case ado::adNumeric: case ado::adVarNumeric: return true;
-    default: return false;
+    case ado::adSmallInt:
+    case ado::adInteger:
+    case ado::adSingle:
+    case ado::adDouble:
+    case ado::adCurrency:
+    case ado::adTinyInt:
+    case ado::adUnsignedTinyInt:
+    case ado::adUnsignedSmallInt:
+    case ado::adUnsignedInt:
+    case ado::adBigInt:
+    case ado::adUnsignedBigInt:
+    case ado::adNumeric:
+    case ado::adVarNumeric:
+      return true;
+    default:
+      return false;
   }
 }
 
@@ -72,12 +84,18 @@ std::string Canonique(const ado::Variant& valeur, Regle regle) {
   switch (regle) {
     case Regle::kTexte:
       return std::string(runtime::TrimRight(runtime::ToText(valeur, Simples())));
-    case Regle::kBooleen: return runtime::ToBoolean(valeur, Simples()) ? "-1" : "0";
-    case Regle::kSimple: return Chiffres(runtime::ToDouble(valeur, Simples()), 7);
-    case Regle::kDouble: return Chiffres(runtime::ToDouble(valeur, Simples()), 15);
-    case Regle::kExact: return SansZeros(runtime::ToText(valeur, Simples()));
-    case Regle::kDate: return runtime::FormatDate(runtime::ToDate(valeur, Simples()), "YYYY-MM-DD HH:NN:SS", Simples());
-    default: break;
+    case Regle::kBooleen:
+      return runtime::ToBoolean(valeur, Simples()) ? "-1" : "0";
+    case Regle::kSimple:
+      return Chiffres(runtime::ToDouble(valeur, Simples()), 7);
+    case Regle::kDouble:
+      return Chiffres(runtime::ToDouble(valeur, Simples()), 15);
+    case Regle::kExact:
+      return SansZeros(runtime::ToText(valeur, Simples()));
+    case Regle::kDate:
+      return runtime::FormatDate(runtime::ToDate(valeur, Simples()), "YYYY-MM-DD HH:NN:SS", Simples());
+    default:
+      break;
   }
   if (const auto* octets = valeur.If<runtime::Bytes>()) return {reinterpret_cast<const char*>(octets->data()), octets->size()};
   return runtime::ToText(valeur, Simples());

@@ -42,11 +42,16 @@ const GenerateurBase& GenerateurDe(std::int16_t kind) {
   static const GenerateurMySql mySql;
   static const GenerateurOdbc odbc;
   switch (kind) {
-    case TypJet: return adox;
-    case TypSqlServer: return sqlServer;
-    case TypOracle: return oracle;
-    case TypMySql: return mySql;
-    default: return odbc;
+    case TypJet:
+      return adox;
+    case TypSqlServer:
+      return sqlServer;
+    case TypOracle:
+      return oracle;
+    case TypMySql:
+      return mySql;
+    default:
+      return odbc;
   }
 }
 

@@ -49,8 +49,8 @@ std::string Clause(const char* mot, const std::string& valeur, const char* suite
 std::string ClauseStockage(const ParamOra& param) {
   std::string stockage = Clause(" INITIAL ", param.initial, " M");
   if (!Vide(param.next)) stockage += TexteNext(param.next);
-  stockage += Clause(" MINEXTENTS ", param.minExtents) + Clause(" MAXEXTENTS ", param.maxExtents) +
-              Clause(" PCTINCREASE ", param.pctIncrease);
+  stockage +=
+      Clause(" MINEXTENTS ", param.minExtents) + Clause(" MAXEXTENTS ", param.maxExtents) + Clause(" PCTINCREASE ", param.pctIncrease);
   std::string texte = Clause(" PCTFREE ", param.pctFree) + Clause(" PCTUSED ", param.pctUsed);
   if (!Vide(stockage)) texte += " STORAGE (" + stockage + ")";
   return texte + Clause(" TABLESPACE \"", param.tablespace, "\"");

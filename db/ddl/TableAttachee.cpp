@@ -35,9 +35,7 @@ std::string Valeur(std::string_view chaine, std::initializer_list<std::string_vi
 }
 
 /// The data source of an ODBC-reached database: the key DSN of its connection string, or the whole of one without "=".
-std::string SourceDonnees(const std::string& chaine) {
-  return chaine.find('=') == std::string::npos ? chaine : Valeur(chaine, {"DSN"});
-}
+std::string SourceDonnees(const std::string& chaine) { return chaine.find('=') == std::string::npos ? chaine : Valeur(chaine, {"DSN"}); }
 
 /// The user of the connection string, or the one that the connection was opened for.
 std::string Utilisateur(const DataBase& source) {

@@ -20,9 +20,7 @@ inline constexpr std::size_t kBloc = sizeof(Octets);
 }
 
 /// 255 for each byte that meets the comparison, 0 for the others.
-[[nodiscard]] inline Octets Egaux(Octets bloc, char octet) {
-  return reinterpret_cast<Octets>(bloc == static_cast<unsigned char>(octet));
-}
+[[nodiscard]] inline Octets Egaux(Octets bloc, char octet) { return reinterpret_cast<Octets>(bloc == static_cast<unsigned char>(octet)); }
 
 [[nodiscard]] inline bool EstNul(Octets bloc) {
   std::uint64_t moities[2];
@@ -37,8 +35,7 @@ inline constexpr std::size_t kBloc = sizeof(Octets);
   std::memcpy(moities, &bloc, kBloc);
   // The product gathers the lowest bits of eight bytes in its highest byte.
   constexpr std::uint64_t kRassemble = 0x0102040810204080U;
-  return static_cast<std::uint32_t>(moities[0] * kRassemble >> 56U) |
-         static_cast<std::uint32_t>(moities[1] * kRassemble >> 56U) << 8U;
+  return static_cast<std::uint32_t>(moities[0] * kRassemble >> 56U) | static_cast<std::uint32_t>(moities[1] * kRassemble >> 56U) << 8U;
 }
 
 /// Applies an operation on blocks to all bytes of a text in place. The last block overlaps the one before it: applying
@@ -78,8 +75,6 @@ void SurChaqueBloc(char* octets, std::size_t nombre, Operation operation) {
   const Octets petites = reinterpret_cast<Octets>((bloc - static_cast<unsigned char>('a')) < 26);
   return bloc - (petites & 32);
 }
-[[nodiscard]] constexpr char Majuscule(char octet) {
-  return octet >= 'a' && octet <= 'z' ? static_cast<char>(octet - 32) : octet;
-}
+[[nodiscard]] constexpr char Majuscule(char octet) { return octet >= 'a' && octet <= 'z' ? static_cast<char>(octet - 32) : octet; }
 
 }  // namespace tamlo::db::sql

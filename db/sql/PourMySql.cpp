@@ -17,14 +17,12 @@ namespace {
 Octets Marques(Octets bloc) {
   const Octets quotes = Egaux(bloc, '\'');
   const Octets crochets = Egaux(bloc, '[') | Egaux(bloc, ']');
-  return (bloc & ~(quotes | crochets)) | (quotes & static_cast<unsigned char>('"')) |
-         (crochets & static_cast<unsigned char>('`'));
+  return (bloc & ~(quotes | crochets)) | (quotes & static_cast<unsigned char>('"')) | (crochets & static_cast<unsigned char>('`'));
 }
 
 /// Single quotes become double ones and square brackets back quotes.
 void RemplaceMarques(std::string& sql) {
-  if (sql.size() <= Positions::kOctetsSurs)
-    return SurChaqueBloc(sql.data(), sql.size(), [](Octets bloc) { return Marques(bloc); });
+  if (sql.size() <= Positions::kOctetsSurs) return SurChaqueBloc(sql.data(), sql.size(), [](Octets bloc) { return Marques(bloc); });
   RemplaceDans(sql, "'", "\"");
   RemplaceDans(sql, "[", "`");
   RemplaceDans(sql, "]", "`");
@@ -43,8 +41,7 @@ std::size_t ChercheCvdate(const std::string& sql, std::size_t depart) {
   const std::size_t dernier = sql.size() - kCvdate.size();
   constexpr unsigned char kPetite = 32;  // makes a letter small
   for (; depart + kBloc < sql.size(); depart += kBloc) {
-    const Octets debuts =
-        Egaux(LitBloc(sql.data() + depart) | kPetite, 'c') & Egaux(LitBloc(sql.data() + depart + 1) | kPetite, 'v');
+    const Octets debuts = Egaux(LitBloc(sql.data() + depart) | kPetite, 'c') & Egaux(LitBloc(sql.data() + depart + 1) | kPetite, 'v');
     if (EstNul(debuts)) continue;
     for (std::uint32_t masque = Masque(debuts); masque != 0; masque &= masque - 1) {
       const std::size_t c = depart + static_cast<std::size_t>(std::countr_zero(masque));

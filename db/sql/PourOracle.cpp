@@ -71,8 +71,7 @@ void TraduitPasAPas(std::string& sql, const TablesQualifiees& tables) {
 bool EstDateSeule(std::string_view jusquaParenthese) {
   constexpr std::size_t kAvantDate = 9;  // "CVDATE(" and the two quotes
   constexpr std::size_t kDateSeule = 10;
-  return jusquaParenthese.size() <= kAvantDate + kDateSeule ||
-         runtime::Length(jusquaParenthese) <= kAvantDate + kDateSeule;
+  return jusquaParenthese.size() <= kAvantDate + kDateSeule || runtime::Length(jusquaParenthese) <= kAvantDate + kDateSeule;
 }
 
 void PourOracle(std::string& sql, const TablesQualifiees* tables) {

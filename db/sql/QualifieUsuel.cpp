@@ -33,9 +33,7 @@ class Source {
   [[nodiscard]] const char* Octets() const { return octets_; }
   /// The text with its blank.
   [[nodiscard]] std::size_t Taille() const { return taille_ + 1; }
-  [[nodiscard]] std::string_view Partie(std::size_t debut, std::size_t fin) const {
-    return {octets_ + debut, fin - debut};
-  }
+  [[nodiscard]] std::string_view Partie(std::size_t debut, std::size_t fin) const { return {octets_ + debut, fin - debut}; }
   [[nodiscard]] std::size_t Cherche(char octet, std::size_t depart) const {
     const void* trouve = std::memchr(octets_ + depart, octet, Taille() - depart);
     return trouve == nullptr ? std::string::npos : static_cast<std::size_t>(static_cast<const char*>(trouve) - octets_);
@@ -60,9 +58,7 @@ std::uint64_t Places(const char* fenetre) {
 }
 
 /// Characters of which the later passes make something: brackets, and letters of " AS " and "CVDATE".
-bool EstDangereux(char octet) {
-  return octet == '[' || octet == ']' || octet == 'A';
-}
+bool EstDangereux(char octet) { return octet == '[' || octet == ']' || octet == 'A'; }
 
 Octets EnGuillemets(Octets bloc) {
   const Octets crochets = Egaux(bloc, '[') | Egaux(bloc, ']');
@@ -172,8 +168,7 @@ bool Traduction::TraiteSeparateur(std::size_t place) {
   if (!ChercheSite(place, site)) return false;
   // A search goes on behind what it found: the same form right behind itself is passed over.
   const bool chevauche = site.table != nullptr && site.table == dernier_.table && place == dernier_.fin &&
-                         site.crochets == dernier_.crochets && site.avant == dernier_.avant &&
-                         source_[site.fin] == source_[dernier_.fin];
+                         site.crochets == dernier_.crochets && site.avant == dernier_.avant && source_[site.fin] == source_[dernier_.fin];
   if (site.table != nullptr && !chevauche) {
     // What is put in there would count as part of the date text.
     if (masqueEn_ != std::string::npos) return false;
@@ -183,8 +178,7 @@ bool Traduction::TraiteSeparateur(std::size_t place) {
     Ecrit(".");
     return true;
   }
-  const bool as =
-      place >= debut_ && place >= copies_ && place + 4 <= fin_ && std::memcmp(source_.Octets() + place, " AS ", 4) == 0;
+  const bool as = place >= debut_ && place >= copies_ && place + 4 <= fin_ && std::memcmp(source_.Octets() + place, " AS ", 4) == 0;
   if (as) {
     CopieJusqua(place + 1);
     copies_ = place + 4;
@@ -193,8 +187,7 @@ bool Traduction::TraiteSeparateur(std::size_t place) {
 }
 
 bool Traduction::TraiteCvdate(std::size_t place) {
-  if (place + kCvdate.size() > fin_ || std::memcmp(source_.Octets() + place, kCvdate.data(), kCvdate.size()) != 0)
-    return true;
+  if (place + kCvdate.size() > fin_ || std::memcmp(source_.Octets() + place, kCvdate.data(), kCvdate.size()) != 0) return true;
   if (place >= masqueApres_) {
     masqueEn_ = source_.Cherche(')', place);
     if (masqueEn_ == std::string::npos) return false;

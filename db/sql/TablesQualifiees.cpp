@@ -10,14 +10,10 @@ namespace {
 
 constexpr std::string_view kFinsDeMot = " .,";
 
-std::uint64_t BitLongueur(std::size_t longueur) {
-  return std::uint64_t{1} << std::min<std::size_t>(longueur, 63);
-}
+std::uint64_t BitLongueur(std::size_t longueur) { return std::uint64_t{1} << std::min<std::size_t>(longueur, 63); }
 
 /// The empty word has no first byte: it counts as one that no text holds there.
-unsigned char PremierOctet(std::string_view mot) {
-  return mot.empty() ? 0 : static_cast<unsigned char>(mot.front());
-}
+unsigned char PremierOctet(std::string_view mot) { return mot.empty() ? 0 : static_cast<unsigned char>(mot.front()); }
 
 std::size_t Empreinte(std::string_view mot) {
   std::uint64_t empreinte = 0xcbf29ce484222325U;

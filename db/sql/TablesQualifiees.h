@@ -28,9 +28,7 @@ class TablesQualifiees {
   [[nodiscard]] bool EstVide() const noexcept { return tables_.empty(); }
 
   /// True when some name may begin with this byte: asked before anything dearer.
-  [[nodiscard]] bool PeutCommencer(char octet) const noexcept {
-    return longueurs_[static_cast<unsigned char>(octet)] != 0;
-  }
+  [[nodiscard]] bool PeutCommencer(char octet) const noexcept { return longueurs_[static_cast<unsigned char>(octet)] != 0; }
   /// Ranks, ascending, of the tables whose name begins with mot and ends there or goes on with a character that ends a
   /// word (" ", ".",
   /// "," for plain words, "]" for bracketed ones); nullptr when there is none.
@@ -39,9 +37,7 @@ class TablesQualifiees {
   [[nodiscard]] bool AvecCrochets() const noexcept { return PeutCommencer('['); }
   /// True when the first word of an owner is one that a table's name begins with: put in front of a name, it would be
   /// taken for that table.
-  [[nodiscard]] bool EstNommee(std::string_view owner) const {
-    return Cherche(owner.substr(0, owner.find('.'))) != nullptr;
-  }
+  [[nodiscard]] bool EstNommee(std::string_view owner) const { return Cherche(owner.substr(0, owner.find('.'))) != nullptr; }
   /// True when a table has no name, or one that begins with a character that ends a word.
   [[nodiscard]] bool AvecMotVide() const noexcept { return motVide_; }
   /// The smallest rank above apres (-1: any) of the tables that a text may name behind a blank or comma; -1 when there
@@ -63,8 +59,7 @@ class TablesQualifiees {
   std::vector<std::uint32_t>
       cases_;  // hash table: 1 + the word's place in mots_, 0 for a free case; a power of 2 of them, half full at most
   bool motVide_ = false;
-  std::array<std::uint64_t, 256>
-      longueurs_{};  // by first byte of a word: one bit for each length, the last one for all above
+  std::array<std::uint64_t, 256> longueurs_{};  // by first byte of a word: one bit for each length, the last one for all above
 };
 
 }  // namespace tamlo::db::sql

@@ -16,17 +16,23 @@ namespace {
   const std::string text = what + " \"" + path + "\": " + std::strerror(code);
   switch (code) {
     case ENOENT:
-    case ENOTDIR: throw Error(ErrorCode::kNotFound, text);
-    case EEXIST: throw Error(ErrorCode::kAlreadyExists, text);
+    case ENOTDIR:
+      throw Error(ErrorCode::kNotFound, text);
+    case EEXIST:
+      throw Error(ErrorCode::kAlreadyExists, text);
     case EACCES:
     case EPERM:
-    case EROFS: throw Error(ErrorCode::kReadOnly, text);
+    case EROFS:
+      throw Error(ErrorCode::kReadOnly, text);
     case ENOSPC:
     case EDQUOT:
-    case EFBIG: throw Error(ErrorCode::kDiskFull, text);
+    case EFBIG:
+      throw Error(ErrorCode::kDiskFull, text);
     case ETXTBSY:
-    case EBUSY: throw Error(ErrorCode::kInUse, text);
-    default: throw Error(ErrorCode::kIo, text);
+    case EBUSY:
+      throw Error(ErrorCode::kInUse, text);
+    default:
+      throw Error(ErrorCode::kIo, text);
   }
 }
 
@@ -116,10 +122,18 @@ class PosixFileSystem final : public FileSystem {
   std::unique_ptr<File> Open(const std::string& path, FileMode mode) override {
     int flags = O_CLOEXEC;
     switch (mode) {
-      case FileMode::kRead: flags |= O_RDONLY; break;
-      case FileMode::kReadWrite: flags |= O_RDWR; break;
-      case FileMode::kCreateNew: flags |= O_RDWR | O_CREAT | O_EXCL; break;
-      case FileMode::kOpenOrCreate: flags |= O_RDWR | O_CREAT; break;
+      case FileMode::kRead:
+        flags |= O_RDONLY;
+        break;
+      case FileMode::kReadWrite:
+        flags |= O_RDWR;
+        break;
+      case FileMode::kCreateNew:
+        flags |= O_RDWR | O_CREAT | O_EXCL;
+        break;
+      case FileMode::kOpenOrCreate:
+        flags |= O_RDWR | O_CREAT;
+        break;
     }
     int descriptor = -1;
     do descriptor = ::open(path.c_str(), flags, 0666);

@@ -50,7 +50,8 @@ struct Piece {
 };
 
 int MonthOfName(const std::string& name) {
-  static constexpr std::array<const char*, 12> kNames = {"jan", "feb", "mar", "apr", "may", "jun", "jul", "aug", "sep", "oct", "nov", "dec"};
+  static constexpr std::array<const char*, 12> kNames = {"jan", "feb", "mar", "apr", "may", "jun",
+                                                         "jul", "aug", "sep", "oct", "nov", "dec"};
   if (name.size() < 3) return 0;
   for (std::size_t i = 0; i < kNames.size(); ++i) {
     if (name.substr(0, 3) == kNames[i]) return static_cast<int>(i) + 1;
@@ -93,7 +94,8 @@ std::int64_t FullYear(const Piece& piece) {
 }
 
 std::optional<double> CheckedDay(std::int64_t year, std::int64_t month, std::int64_t day) {
-  if (year < 100 || year > 9999 || month < 1 || month > 12 || day < 1 || day > DaysOfMonth(year, static_cast<int>(month))) return std::nullopt;
+  if (year < 100 || year > 9999 || month < 1 || month > 12 || day < 1 || day > DaysOfMonth(year, static_cast<int>(month)))
+    return std::nullopt;
   return SerialOf(year, month, day);
 }
 
@@ -261,14 +263,22 @@ std::optional<double> DateAdd(std::string_view interval, double count, double se
   const std::string unit = Lower(interval);
   std::optional<double> result;
   if (!(std::fabs(count) < 1e12)) return std::nullopt;
-  if (unit == "yyyy") result = AddMonths(serial, std::round(count) * 12);
-  else if (unit == "q") result = AddMonths(serial, std::round(count) * 3);
-  else if (unit == "m") result = AddMonths(serial, std::round(count));
-  else if (unit == "d" || unit == "y" || unit == "w") result = AddSeconds(serial, std::round(count) * kSecondsPerDay);
-  else if (unit == "ww") result = AddSeconds(serial, std::round(count) * 7 * kSecondsPerDay);
-  else if (unit == "h") result = AddSeconds(serial, std::round(count) * 3600);
-  else if (unit == "n") result = AddSeconds(serial, std::round(count) * 60);
-  else if (unit == "s") result = AddSeconds(serial, count);
+  if (unit == "yyyy")
+    result = AddMonths(serial, std::round(count) * 12);
+  else if (unit == "q")
+    result = AddMonths(serial, std::round(count) * 3);
+  else if (unit == "m")
+    result = AddMonths(serial, std::round(count));
+  else if (unit == "d" || unit == "y" || unit == "w")
+    result = AddSeconds(serial, std::round(count) * kSecondsPerDay);
+  else if (unit == "ww")
+    result = AddSeconds(serial, std::round(count) * 7 * kSecondsPerDay);
+  else if (unit == "h")
+    result = AddSeconds(serial, std::round(count) * 3600);
+  else if (unit == "n")
+    result = AddSeconds(serial, std::round(count) * 60);
+  else if (unit == "s")
+    result = AddSeconds(serial, count);
   if (result && (*result <= -657435 || *result >= 2958466)) return std::nullopt;
   return result;
 }

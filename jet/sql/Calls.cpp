@@ -9,8 +9,8 @@ namespace jet::sql {
 namespace {
 
 bool IsAggregate(const std::string& name) {
-  static const std::set<std::string, std::less<>> kNames = {"COUNT", "SUM", "AVG", "MIN", "MAX", "FIRST", "LAST",
-                                                            "STDEV", "STDEVP", "VAR", "VARP"};
+  static const std::set<std::string, std::less<>> kNames = {"COUNT", "SUM",   "AVG",    "MIN", "MAX", "FIRST",
+                                                            "LAST",  "STDEV", "STDEVP", "VAR", "VARP"};
   return kNames.contains(name);
 }
 
@@ -21,10 +21,15 @@ std::string Unsuffixed(const std::string& upper) {
 // One letter that tells a function what a number stands for.
 std::string KindLetter(const Expression& e) {
   switch (e.type.type) {
-    case ColumnType::kDate: return "'d'";
-    case ColumnType::kBoolean: return "'b'";
-    case ColumnType::kText: case ColumnType::kMemo: return "'t'";
-    default: return "'n'";
+    case ColumnType::kDate:
+      return "'d'";
+    case ColumnType::kBoolean:
+      return "'b'";
+    case ColumnType::kText:
+    case ColumnType::kMemo:
+      return "'t'";
+    default:
+      return "'n'";
   }
 }
 
@@ -86,8 +91,9 @@ Expression Translator::ParseSpecialCall(const Token& name, std::vector<Expressio
   }
   if (function == "IIF") {
     need(3, 3);
-    Expression made = Made("(CASE WHEN " + AsCondition(arguments[0]) + " THEN " + AsValue(arguments[1]) + " ELSE " + AsValue(arguments[2]) + " END)",
-                           kNoType, {&arguments[0], &arguments[1], &arguments[2]});
+    Expression made =
+        Made("(CASE WHEN " + AsCondition(arguments[0]) + " THEN " + AsValue(arguments[1]) + " ELSE " + AsValue(arguments[2]) + " END)",
+             kNoType, {&arguments[0], &arguments[1], &arguments[2]});
     made.type = arguments[1].type.type != kNoType ? arguments[1].type : arguments[2].type;
     if (arguments[2].type.type == ColumnType::kDouble && made.type.type == ColumnType::kLong) made.type = arguments[2].type;
     made.type.autoNumber = false;
@@ -125,7 +131,8 @@ Expression Translator::ParseSpecialCall(const Token& name, std::vector<Expressio
   }
   if (function == "ISDATE" || function == "ISNUMERIC") {
     need(1, 1);
-    return MadeCondition("jet_" + LowerCase(function) + "(" + AsValue(arguments[0]) + ", " + KindLetter(arguments[0]) + ")", {&arguments[0]});
+    return MadeCondition("jet_" + LowerCase(function) + "(" + AsValue(arguments[0]) + ", " + KindLetter(arguments[0]) + ")",
+                         {&arguments[0]});
   }
   if (function == "CBOOL") {
     need(1, 1);
@@ -134,8 +141,8 @@ Expression Translator::ParseSpecialCall(const Token& name, std::vector<Expressio
   if (function == "FORMAT") {
     need(1, 2);
     Expression picture = arguments.size() == 2 ? arguments[1] : Made("''", ColumnType::kText, {});
-    Expression made = Made("jet_format(" + AsValue(arguments[0]) + ", " + AsText(picture) + ", " + KindLetter(arguments[0]) + ")", ColumnType::kText,
-                           {&arguments[0], &picture});
+    Expression made = Made("jet_format(" + AsValue(arguments[0]) + ", " + AsText(picture) + ", " + KindLetter(arguments[0]) + ")",
+                           ColumnType::kText, {&arguments[0], &picture});
     made.type.size = 255;
     return made;
   }
@@ -147,8 +154,9 @@ Expression Translator::ParseSpecialCall(const Token& name, std::vector<Expressio
     return made;
   }
   // Texts of dates and truth values are made here, where their type is known.
-  static const std::set<std::string, std::less<>> kTextFunctions = {"LEFT", "RIGHT", "MID", "LEN", "UCASE", "LCASE", "TRIM", "LTRIM", "RTRIM", "INSTR", "INSTRREV", "REPLACE",
-                                               "STRREVERSE", "STRCOMP", "ASC", "ASCW", "VAL", "STRCONV"};
+  static const std::set<std::string, std::less<>> kTextFunctions = {"LEFT",       "RIGHT",   "MID",   "LEN",   "UCASE",    "LCASE",
+                                                                    "TRIM",       "LTRIM",   "RTRIM", "INSTR", "INSTRREV", "REPLACE",
+                                                                    "STRREVERSE", "STRCOMP", "ASC",   "ASCW",  "VAL",      "STRCONV"};
   if (kTextFunctions.contains(function)) {
     for (Expression& argument : arguments) {
       if (argument.type.type == ColumnType::kDate || argument.type.type == ColumnType::kBoolean) {
@@ -187,8 +195,10 @@ Expression Translator::ParseAggregate(const std::string& function) {
     made.type.autoNumber = false;
   } else {
     made.sql = (function == "SUM" || function == "AVG" ? function : "jet_" + LowerCase(function)) + "(" + AsNumber(argument) + ")";
-    if ((function == "SUM" || function == "AVG") && (type == ColumnType::kCurrency || type == ColumnType::kNumeric)) made.type = argument.type;
-    if (function == "SUM" && (type == ColumnType::kByte || type == ColumnType::kInteger || type == ColumnType::kBoolean)) made.type.type = ColumnType::kLong;
+    if ((function == "SUM" || function == "AVG") && (type == ColumnType::kCurrency || type == ColumnType::kNumeric))
+      made.type = argument.type;
+    if (function == "SUM" && (type == ColumnType::kByte || type == ColumnType::kInteger || type == ColumnType::kBoolean))
+      made.type.type = ColumnType::kLong;
     if (function == "AVG" && type == ColumnType::kDate) made.type.type = ColumnType::kDate;
   }
   made.type.nullable = true;

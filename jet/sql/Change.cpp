@@ -24,7 +24,8 @@ TableTarget Translator::ParseTarget(const char* what) {
 
 TablePointer Translator::NeedTable(const TableTarget& target, const Token& at) {
   TablePointer table = schema_.FindTable(target.name, target.file);
-  if (table == nullptr) throw Error(ErrorCode::kNotFound, "no table \"" + target.name + "\" (at character " + std::to_string(at.position) + ")");
+  if (table == nullptr)
+    throw Error(ErrorCode::kNotFound, "no table \"" + target.name + "\" (at character " + std::to_string(at.position) + ")");
   return table;
 }
 
@@ -58,7 +59,8 @@ Statement Translator::ParseInsert() {
   for (const Token& name : names) {
     const std::size_t column = columnOf(name.text);
     if (column == plan.table->columns.size()) {
-      throw Error(ErrorCode::kNotFound, "the table has no column \"" + name.text + "\" (at character " + std::to_string(name.position) + ")");
+      throw Error(ErrorCode::kNotFound,
+                  "the table has no column \"" + name.text + "\" (at character " + std::to_string(name.position) + ")");
     }
     if (std::find(plan.columns.begin(), plan.columns.end(), column) != plan.columns.end()) FailAt(name, "the same column stands twice");
     plan.columns.push_back(column);

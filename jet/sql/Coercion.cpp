@@ -14,9 +14,16 @@ namespace {
 
 bool IsNumberColumn(ColumnType type) {
   switch (type) {
-    case ColumnType::kByte: case ColumnType::kInteger: case ColumnType::kLong: case ColumnType::kCurrency:
-    case ColumnType::kSingle: case ColumnType::kDouble: case ColumnType::kNumeric: return true;
-    default: return false;
+    case ColumnType::kByte:
+    case ColumnType::kInteger:
+    case ColumnType::kLong:
+    case ColumnType::kCurrency:
+    case ColumnType::kSingle:
+    case ColumnType::kDouble:
+    case ColumnType::kNumeric:
+      return true;
+    default:
+      return false;
   }
 }
 
@@ -83,21 +90,31 @@ Value FromText(const std::string& text, const TypeInfo& column, const TextSettin
 
 Value ToText(const Value& value, const TextSettings& settings) {
   switch (value.Type()) {
-    case ValueType::kBool: return Value(value.AsBool() ? "-1" : "0");
-    case ValueType::kByte: return Value(std::to_string(value.AsByte()));
-    case ValueType::kInteger: return Value(std::to_string(value.AsInteger()));
-    case ValueType::kLong: return Value(std::to_string(value.AsLong()));
-    case ValueType::kSingle: return Value(ShortText(std::strtod(ShortText(value.AsSingle(), '.').c_str(), nullptr), settings.decimalPoint));
-    case ValueType::kDouble: return Value(ShortText(value.AsDouble(), settings.decimalPoint));
-    case ValueType::kCurrency: return Value(ShortText(static_cast<double>(value.AsCurrency().scaled) / 10000, settings.decimalPoint));
-    case ValueType::kDate: return Value(settings.formatDate ? settings.formatDate(value.AsDate().serial) : GeneralDate(value.AsDate().serial));
-    case ValueType::kGuid: return Value(value.AsGuid().Text());
+    case ValueType::kBool:
+      return Value(value.AsBool() ? "-1" : "0");
+    case ValueType::kByte:
+      return Value(std::to_string(value.AsByte()));
+    case ValueType::kInteger:
+      return Value(std::to_string(value.AsInteger()));
+    case ValueType::kLong:
+      return Value(std::to_string(value.AsLong()));
+    case ValueType::kSingle:
+      return Value(ShortText(std::strtod(ShortText(value.AsSingle(), '.').c_str(), nullptr), settings.decimalPoint));
+    case ValueType::kDouble:
+      return Value(ShortText(value.AsDouble(), settings.decimalPoint));
+    case ValueType::kCurrency:
+      return Value(ShortText(static_cast<double>(value.AsCurrency().scaled) / 10000, settings.decimalPoint));
+    case ValueType::kDate:
+      return Value(settings.formatDate ? settings.formatDate(value.AsDate().serial) : GeneralDate(value.AsDate().serial));
+    case ValueType::kGuid:
+      return Value(value.AsGuid().Text());
     case ValueType::kNumeric: {
       std::string text = value.AsNumeric().Text();
       for (char& c : text) c = c == '.' ? settings.decimalPoint : c;
       return Value(std::move(text));
     }
-    default: return value;
+    default:
+      return value;
   }
 }
 
@@ -108,7 +125,8 @@ Value Coerced(const Value& value, const TypeInfo& column, const TextSettings& se
   const bool toText = column.type == ColumnType::kText || column.type == ColumnType::kMemo;
   if (toText) return value.Type() == ValueType::kText ? value : ToText(value, settings);
   if (value.Type() == ValueType::kText) {
-    const bool readable = IsNumberColumn(column.type) || column.type == ColumnType::kDate || column.type == ColumnType::kBoolean || column.type == ColumnType::kGuid;
+    const bool readable = IsNumberColumn(column.type) || column.type == ColumnType::kDate || column.type == ColumnType::kBoolean ||
+                          column.type == ColumnType::kGuid;
     return readable ? FromText(value.AsText(), column, settings) : value;
   }
   if (column.type == ColumnType::kDate) {
@@ -122,14 +140,22 @@ Value Coerced(const Value& value, const TypeInfo& column, const TextSettings& se
   }
   if (column.type == ColumnType::kBoolean) {
     switch (value.Type()) {
-      case ValueType::kByte: return Value(value.AsByte() != 0);
-      case ValueType::kInteger: return Value(value.AsInteger() != 0);
-      case ValueType::kLong: return Value(value.AsLong() != 0);
-      case ValueType::kDouble: return Value(value.AsDouble() != 0);
-      case ValueType::kSingle: return Value(value.AsSingle() != 0);
-      case ValueType::kCurrency: return Value(value.AsCurrency().scaled != 0);
-      case ValueType::kNumeric: return Value(value.AsNumeric().ToDouble() != 0);
-      default: return value;
+      case ValueType::kByte:
+        return Value(value.AsByte() != 0);
+      case ValueType::kInteger:
+        return Value(value.AsInteger() != 0);
+      case ValueType::kLong:
+        return Value(value.AsLong() != 0);
+      case ValueType::kDouble:
+        return Value(value.AsDouble() != 0);
+      case ValueType::kSingle:
+        return Value(value.AsSingle() != 0);
+      case ValueType::kCurrency:
+        return Value(value.AsCurrency().scaled != 0);
+      case ValueType::kNumeric:
+        return Value(value.AsNumeric().ToDouble() != 0);
+      default:
+        return value;
     }
   }
   return value;
@@ -151,7 +177,8 @@ std::vector<std::pair<std::size_t, Value>> EvaluateDefaults(SessionState& state,
       const auto query = OpenPlan(state, std::move(std::get<SelectPlan>(statement)));
       if (query->Next()) defaults.emplace_back(i, Coerced(query->Get(0), table.columns[i].type, state.options.text));
     } catch (const Error& error) {
-      throw Error(ErrorCode::kUnsupported, "the default " + text + " of " + table.name + "." + columns[i].name + " cannot be evaluated: " + error.what());
+      throw Error(ErrorCode::kUnsupported,
+                  "the default " + text + " of " + table.name + "." + columns[i].name + " cannot be evaluated: " + error.what());
     }
   }
   return defaults;

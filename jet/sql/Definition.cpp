@@ -13,25 +13,25 @@ struct TypeName {
 
 // The names of column types in Access and their synonyms.
 constexpr TypeName kTypeNames[] = {
-    {"COUNTER", ColumnType::kLong},       {"AUTOINCREMENT", ColumnType::kLong}, {"IDENTITY", ColumnType::kLong},
-    {"LONG", ColumnType::kLong},          {"INTEGER", ColumnType::kLong},       {"INT", ColumnType::kLong},
-    {"INTEGER4", ColumnType::kLong},      {"SHORT", ColumnType::kInteger},      {"SMALLINT", ColumnType::kInteger},
-    {"INTEGER2", ColumnType::kInteger},   {"BYTE", ColumnType::kByte},          {"TINYINT", ColumnType::kByte},
-    {"INTEGER1", ColumnType::kByte},      {"SINGLE", ColumnType::kSingle},      {"REAL", ColumnType::kSingle},
-    {"FLOAT4", ColumnType::kSingle},      {"IEEESINGLE", ColumnType::kSingle},  {"DOUBLE", ColumnType::kDouble},
-    {"FLOAT", ColumnType::kDouble},       {"FLOAT8", ColumnType::kDouble},      {"NUMBER", ColumnType::kDouble},
-    {"IEEEDOUBLE", ColumnType::kDouble},  {"CURRENCY", ColumnType::kCurrency},  {"MONEY", ColumnType::kCurrency},
-    {"DECIMAL", ColumnType::kNumeric},    {"NUMERIC", ColumnType::kNumeric},    {"DEC", ColumnType::kNumeric},
-    {"YESNO", ColumnType::kBoolean},      {"BIT", ColumnType::kBoolean},        {"LOGICAL", ColumnType::kBoolean},
-    {"LOGICAL1", ColumnType::kBoolean},   {"BOOLEAN", ColumnType::kBoolean},    {"DATETIME", ColumnType::kDate},
-    {"DATE", ColumnType::kDate},          {"TIME", ColumnType::kDate},          {"TIMESTAMP", ColumnType::kDate},
-    {"TEXT", ColumnType::kText},          {"CHAR", ColumnType::kText},          {"VARCHAR", ColumnType::kText},
-    {"CHARACTER", ColumnType::kText},     {"STRING", ColumnType::kText},        {"ALPHANUMERIC", ColumnType::kText},
-    {"NCHAR", ColumnType::kText},         {"NVARCHAR", ColumnType::kText},      {"MEMO", ColumnType::kMemo},
-    {"LONGTEXT", ColumnType::kMemo},      {"LONGCHAR", ColumnType::kMemo},      {"NOTE", ColumnType::kMemo},
-    {"NTEXT", ColumnType::kMemo},         {"GUID", ColumnType::kGuid},          {"UNIQUEIDENTIFIER", ColumnType::kGuid},
-    {"BINARY", ColumnType::kBinary},      {"VARBINARY", ColumnType::kBinary},   {"LONGBINARY", ColumnType::kOle},
-    {"OLEOBJECT", ColumnType::kOle},      {"GENERAL", ColumnType::kOle},        {"IMAGE", ColumnType::kOle},
+    {"COUNTER", ColumnType::kLong},      {"AUTOINCREMENT", ColumnType::kLong}, {"IDENTITY", ColumnType::kLong},
+    {"LONG", ColumnType::kLong},         {"INTEGER", ColumnType::kLong},       {"INT", ColumnType::kLong},
+    {"INTEGER4", ColumnType::kLong},     {"SHORT", ColumnType::kInteger},      {"SMALLINT", ColumnType::kInteger},
+    {"INTEGER2", ColumnType::kInteger},  {"BYTE", ColumnType::kByte},          {"TINYINT", ColumnType::kByte},
+    {"INTEGER1", ColumnType::kByte},     {"SINGLE", ColumnType::kSingle},      {"REAL", ColumnType::kSingle},
+    {"FLOAT4", ColumnType::kSingle},     {"IEEESINGLE", ColumnType::kSingle},  {"DOUBLE", ColumnType::kDouble},
+    {"FLOAT", ColumnType::kDouble},      {"FLOAT8", ColumnType::kDouble},      {"NUMBER", ColumnType::kDouble},
+    {"IEEEDOUBLE", ColumnType::kDouble}, {"CURRENCY", ColumnType::kCurrency},  {"MONEY", ColumnType::kCurrency},
+    {"DECIMAL", ColumnType::kNumeric},   {"NUMERIC", ColumnType::kNumeric},    {"DEC", ColumnType::kNumeric},
+    {"YESNO", ColumnType::kBoolean},     {"BIT", ColumnType::kBoolean},        {"LOGICAL", ColumnType::kBoolean},
+    {"LOGICAL1", ColumnType::kBoolean},  {"BOOLEAN", ColumnType::kBoolean},    {"DATETIME", ColumnType::kDate},
+    {"DATE", ColumnType::kDate},         {"TIME", ColumnType::kDate},          {"TIMESTAMP", ColumnType::kDate},
+    {"TEXT", ColumnType::kText},         {"CHAR", ColumnType::kText},          {"VARCHAR", ColumnType::kText},
+    {"CHARACTER", ColumnType::kText},    {"STRING", ColumnType::kText},        {"ALPHANUMERIC", ColumnType::kText},
+    {"NCHAR", ColumnType::kText},        {"NVARCHAR", ColumnType::kText},      {"MEMO", ColumnType::kMemo},
+    {"LONGTEXT", ColumnType::kMemo},     {"LONGCHAR", ColumnType::kMemo},      {"NOTE", ColumnType::kMemo},
+    {"NTEXT", ColumnType::kMemo},        {"GUID", ColumnType::kGuid},          {"UNIQUEIDENTIFIER", ColumnType::kGuid},
+    {"BINARY", ColumnType::kBinary},     {"VARBINARY", ColumnType::kBinary},   {"LONGBINARY", ColumnType::kOle},
+    {"OLEOBJECT", ColumnType::kOle},     {"GENERAL", ColumnType::kOle},        {"IMAGE", ColumnType::kOle},
 };
 
 }  // namespace
@@ -106,16 +106,19 @@ void Translator::ParseColumnType(ColumnDef& column) {
         column.size = static_cast<std::uint16_t>(sizes[0]);
         break;
       case ColumnType::kNumeric:
-        if (sizes[0] < 1 || sizes[0] > 28 || (sizes.size() > 1 && sizes[1] > sizes[0])) FailAt(name, "precision 1 to 28, scale up to the precision");
+        if (sizes[0] < 1 || sizes[0] > 28 || (sizes.size() > 1 && sizes[1] > sizes[0]))
+          FailAt(name, "precision 1 to 28, scale up to the precision");
         column.precision = static_cast<std::uint8_t>(sizes[0]);
         column.scale = sizes.size() > 1 ? static_cast<std::uint8_t>(sizes[1]) : 0;
         break;
       case ColumnType::kLong:
         // COUNTER(seed, step): only the counting from 1 by 1 is kept by the file.
         if (!column.autoNumber) FailAt(name, "this type has no size");
-        if (sizes[0] != 1 || (sizes.size() > 1 && sizes[1] != 1)) throw UnsupportedError("a counter begins at 1 and counts by 1", name.position);
+        if (sizes[0] != 1 || (sizes.size() > 1 && sizes[1] != 1))
+          throw UnsupportedError("a counter begins at 1 and counts by 1", name.position);
         break;
-      default: break;
+      default:
+        break;
     }
   }
 }
@@ -176,7 +179,9 @@ std::string Translator::ParseDefault() {
     const Token& token = Peek();
     if (token.kind == TokenKind::kEnd || AtSymbol(";")) break;
     if (level == 0 && (AtSymbol(",") || AtSymbol(")"))) break;
-    if (level == 0 && end > begin && (AtWord("NOT") || AtWord("CONSTRAINT") || AtWord("PRIMARY") || AtWord("UNIQUE") || AtWord("REFERENCES") || AtWord("NULL"))) break;
+    if (level == 0 && end > begin &&
+        (AtWord("NOT") || AtWord("CONSTRAINT") || AtWord("PRIMARY") || AtWord("UNIQUE") || AtWord("REFERENCES") || AtWord("NULL")))
+      break;
     if (AtSymbol("(")) ++level;
     if (AtSymbol(")")) --level;
     end = token.end;
@@ -288,7 +293,8 @@ Statement Translator::ParseAlter() {
     }
     TakeWord("COLUMN");
     const bool parenthesised = TakeSymbol("(");
-    for (bool first = true; first || TakeSymbol(","); first = false) plan.columns.push_back(ParseColumn(table, plan.indexes, plan.foreignKeys));
+    for (bool first = true; first || TakeSymbol(","); first = false)
+      plan.columns.push_back(ParseColumn(table, plan.indexes, plan.foreignKeys));
     if (parenthesised) ExpectSymbol(")");
     return plan;
   }
@@ -313,8 +319,10 @@ Statement Translator::ParseDrop() {
     return plan;
   }
   if (!TakeWord("TABLE")) {
-    if (AtWord("VIEW") || AtWord("PROCEDURE")) Take();
-    else Fail("TABLE or INDEX expected");
+    if (AtWord("VIEW") || AtWord("PROCEDURE"))
+      Take();
+    else
+      Fail("TABLE or INDEX expected");
   }
   return DropTablePlan{TakeName("name of the table")};
 }

@@ -16,9 +16,16 @@ constexpr int kDeepest = 200;  // nesting of parentheses and subqueries, far bel
 
 bool IsNumber(ColumnType type) {
   switch (type) {
-    case ColumnType::kByte: case ColumnType::kInteger: case ColumnType::kLong: case ColumnType::kCurrency:
-    case ColumnType::kSingle: case ColumnType::kDouble: case ColumnType::kNumeric: return true;
-    default: return false;
+    case ColumnType::kByte:
+    case ColumnType::kInteger:
+    case ColumnType::kLong:
+    case ColumnType::kCurrency:
+    case ColumnType::kSingle:
+    case ColumnType::kDouble:
+    case ColumnType::kNumeric:
+      return true;
+    default:
+      return false;
   }
 }
 bool IsWhole(ColumnType type) {
@@ -30,8 +37,8 @@ bool IsLogical(const Expression& e) { return e.condition || e.type.type == Colum
 // A word that cannot be a column where an operand is wanted.
 bool IsReserved(const std::string& word) {
   static const std::set<std::string, std::less<>> kWords = {
-      "SELECT", "FROM", "WHERE", "GROUP", "HAVING", "ORDER", "UNION", "INNER", "JOIN", "ON", "AND", "OR", "NOT", "XOR",
-      "EQV", "IMP", "LIKE", "IN", "IS", "BETWEEN", "AS", "INTO", "SET", "VALUES", "MOD"};
+      "SELECT", "FROM", "WHERE", "GROUP", "HAVING", "ORDER", "UNION",   "INNER", "JOIN", "ON",  "AND",    "OR", "NOT",
+      "XOR",    "EQV",  "IMP",   "LIKE",  "IN",     "IS",    "BETWEEN", "AS",    "INTO", "SET", "VALUES", "MOD"};
   return kWords.contains(word);
 }
 
@@ -174,7 +181,8 @@ void Translator::CheckComparable(const Expression& left, const Expression& right
     return IsNumber(e.type.type) || e.type.type == ColumnType::kBoolean || e.type.type == ColumnType::kDate;
   };
   const bool mismatch = (IsText(left.type.type) && numeric(right)) || (numeric(left) && IsText(right.type.type));
-  const bool guidWithNumber = (left.type.type == ColumnType::kGuid && numeric(right)) || (numeric(left) && right.type.type == ColumnType::kGuid);
+  const bool guidWithNumber =
+      (left.type.type == ColumnType::kGuid && numeric(right)) || (numeric(left) && right.type.type == ColumnType::kGuid);
   if (!mismatch && !guidWithNumber) return;
   throw Error(ErrorCode::kTypeMismatch, "a text is compared with a number or date (at character " + std::to_string(at.position) + ")");
 }
@@ -182,7 +190,8 @@ void Translator::CheckComparable(const Expression& left, const Expression& right
 Expression Translator::Compare(const std::string& op, Expression left, Expression right, const Token& at) {
   CheckComparable(left, right, at);
   const bool texts = IsText(left.type.type) || IsText(right.type.type) || left.type.type == kNoType || right.type.type == kNoType;
-  std::string a = texts && left.source < 0 && !IsNumber(right.type.type) ? left.condition ? AsValue(left) : left.sql + " COLLATE JET" : AsValue(left);
+  std::string a =
+      texts && left.source < 0 && !IsNumber(right.type.type) ? left.condition ? AsValue(left) : left.sql + " COLLATE JET" : AsValue(left);
   // A condition compared with a truth value stays in Access' terms on both sides.
   return MadeCondition("(" + a + " " + op + " " + AsValue(right) + ")", {&left, &right});
 }
@@ -403,8 +412,10 @@ Expression Translator::DateFromText(const Token& at, const Expression& text) {
 Expression Translator::ParsePrimary() {
   const Token& token = Peek();
   switch (token.kind) {
-    case TokenKind::kNumber: return Number(Take());
-    case TokenKind::kDate: return DateLiteral(Take());
+    case TokenKind::kNumber:
+      return Number(Take());
+    case TokenKind::kDate:
+      return DateLiteral(Take());
     case TokenKind::kGuid: {
       const std::optional<Guid> guid = Guid::Parse(token.text);
       if (!guid) throw SyntaxError("not a GUID: " + token.text, token.position);
@@ -424,8 +435,10 @@ Expression Translator::ParsePrimary() {
       if (token.text == "?") throw UnsupportedError("parameters are not supported", token.position);
       break;
     case TokenKind::kWord:
-    case TokenKind::kBracketed: return ParseNameOrCall();
-    case TokenKind::kEnd: break;
+    case TokenKind::kBracketed:
+      return ParseNameOrCall();
+    case TokenKind::kEnd:
+      break;
   }
   Fail("expression expected");
 }

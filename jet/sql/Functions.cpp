@@ -188,7 +188,9 @@ void DateToText(Context* context, int, Values v) { ReturnText(context, DateText(
 void ToDate(Context* context, int, Values v) { sqlite3_result_double(context, DateOf(context, v[0])); }
 void ToDouble(Context* context, int, Values v) { sqlite3_result_double(context, NumberOf(context, v[0])); }
 void ToSingle(Context* context, int, Values v) { sqlite3_result_double(context, static_cast<float>(NumberOf(context, v[0]))); }
-void ToCurrency(Context* context, int, Values v) { sqlite3_result_double(context, std::nearbyint(NumberOf(context, v[0]) * 10000) / 10000); }
+void ToCurrency(Context* context, int, Values v) {
+  sqlite3_result_double(context, std::nearbyint(NumberOf(context, v[0]) * 10000) / 10000);
+}
 
 template <std::int64_t low, std::int64_t high>
 void ToWhole(Context* context, int, Values v) {
@@ -198,7 +200,8 @@ void ToWhole(Context* context, int, Values v) {
 }
 
 void IsDateFunction(Context* context, int, Values v) {
-  const bool isDate = !IsNull(v[0]) && (TextOf(v[1]) == "d" || (sqlite3_value_type(v[0]) == SQLITE_TEXT && DateFromText(context, TextOf(v[0]))));
+  const bool isDate =
+      !IsNull(v[0]) && (TextOf(v[1]) == "d" || (sqlite3_value_type(v[0]) == SQLITE_TEXT && DateFromText(context, TextOf(v[0]))));
   sqlite3_result_int(context, isDate ? 1 : 0);
 }
 
@@ -239,7 +242,8 @@ void Format(Context* context, int, Values v) {
   if (sqlite3_value_type(v[0]) == SQLITE_TEXT) {
     const bool forNumbers = picture.find_first_of("0#") != std::string::npos;
     const bool forDates = picture.find_first_of("dmyhDMYH") != std::string::npos;
-    if (forNumbers && NumberFromText(TextOf(v[0]), point)) return ReturnText(context, FormatNumber(NumberOf(context, v[0]), picture, point));
+    if (forNumbers && NumberFromText(TextOf(v[0]), point))
+      return ReturnText(context, FormatNumber(NumberOf(context, v[0]), picture, point));
     if (forDates && !forNumbers) {
       if (const auto serial = DateFromText(context, TextOf(v[0]))) return ReturnText(context, FormatDatePicture(*serial, picture));
     }
@@ -276,10 +280,13 @@ void Mid(Context* context, int count, Values v) {
   if (start < 1 || length < 0) Raise("position or length out of range");
   const std::u32string letters = Letters(TextOf(v[0]));
   if (static_cast<std::size_t>(start) > letters.size()) return ReturnText(context, "");
-  ReturnText(context, FromLetters(std::u32string_view(letters).substr(static_cast<std::size_t>(start - 1), static_cast<std::size_t>(length))));
+  ReturnText(context,
+             FromLetters(std::u32string_view(letters).substr(static_cast<std::size_t>(start - 1), static_cast<std::size_t>(length))));
 }
 
-void Len(Context* context, int, Values v) { sqlite3_result_int64(context, static_cast<std::int64_t>(Letters(AnyText(context, v[0])).size())); }
+void Len(Context* context, int, Values v) {
+  sqlite3_result_int64(context, static_cast<std::int64_t>(Letters(AnyText(context, v[0])).size()));
+}
 void UpperFunction(Context* context, int, Values v) { ReturnText(context, UpperCase(AnyText(context, v[0]))); }
 void LowerFunction(Context* context, int, Values v) { ReturnText(context, LowerCase(AnyText(context, v[0]))); }
 
@@ -303,7 +310,8 @@ void InStr(Context* context, int count, Values v) {
   const bool binary = count > at + 2 && sqlite3_value_int(v[at + 2]) == 0;
   const std::u32string text = Comparable(AnyText(context, v[at]), binary);
   const std::u32string sought = Comparable(AnyText(context, v[at + 1]), binary);
-  const std::size_t found = static_cast<std::size_t>(start) > text.size() ? std::u32string::npos : text.find(sought, static_cast<std::size_t>(start - 1));
+  const std::size_t found =
+      static_cast<std::size_t>(start) > text.size() ? std::u32string::npos : text.find(sought, static_cast<std::size_t>(start - 1));
   sqlite3_result_int64(context, found == std::u32string::npos ? 0 : static_cast<std::int64_t>(found) + 1);
 }
 
@@ -382,8 +390,9 @@ void StrConv(Context* context, int, Values v) {
 }
 
 // Windows-1252 codes 0x80 to 0x9F; the others are the code points themselves.
-constexpr char32_t kAnsi[32] = {0x20AC, 0x81, 0x201A, 0x192, 0x201E, 0x2026, 0x2020, 0x2021, 0x2C6, 0x2030, 0x160, 0x2039, 0x152, 0x8D, 0x17D, 0x8F,
-                                0x90, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014, 0x2DC, 0x2122, 0x161, 0x203A, 0x153, 0x9D, 0x17E, 0x178};
+constexpr char32_t kAnsi[32] = {0x20AC, 0x81,   0x201A, 0x192,  0x201E, 0x2026, 0x2020, 0x2021, 0x2C6,  0x2030, 0x160,
+                                0x2039, 0x152,  0x8D,   0x17D,  0x8F,   0x90,   0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+                                0x2013, 0x2014, 0x2DC,  0x2122, 0x161,  0x203A, 0x153,  0x9D,   0x17E,  0x178};
 
 void Chr(Context* context, int, Values v) {
   const std::int64_t code = WholeOf(context, v[0]);
@@ -483,7 +492,9 @@ void DatePartOnly(Context* context, int, Values v) { sqlite3_result_double(conte
 void TimePartOnly(Context* context, int, Values v) { sqlite3_result_double(context, TimeOf(DateOf(context, v[0]))); }
 
 template <auto field>
-void FieldOfDate(Context* context, int, Values v) { sqlite3_result_int64(context, FieldsOf(DateOf(context, v[0])).*field); }
+void FieldOfDate(Context* context, int, Values v) {
+  sqlite3_result_int64(context, FieldsOf(DateOf(context, v[0])).*field);
+}
 
 int FirstDay(Context* context, int count, Values v, int at) {
   const std::int64_t day = count > at ? WholeOf(context, v[at]) : 1;

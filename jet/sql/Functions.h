@@ -14,9 +14,9 @@ enum class ResultRule { kFixed, kSameAsFirst };
 
 /// A function of the Access language that becomes a function of ours in SQLite.
 struct FunctionInfo {
-  std::string_view name;     ///< in Access, without a closing $
+  std::string_view name;  ///< in Access, without a closing $
   std::string_view sqlName;
-  int least = 0;             ///< number of arguments
+  int least = 0;  ///< number of arguments
   int most = 0;
   ResultRule rule = ResultRule::kFixed;
   ColumnType type = kNoType;

@@ -12,9 +12,7 @@ bool PairsEvenOdd(char32_t letter) {
          (letter >= 0x460 && letter <= 0x481) || (letter >= 0x48A && letter <= 0x4BF) || (letter >= 0x4D0 && letter <= 0x52F);
 }
 
-bool PairsOddEven(char32_t letter) {
-  return (letter >= 0x139 && letter <= 0x148) || (letter >= 0x179 && letter <= 0x17E);
-}
+bool PairsOddEven(char32_t letter) { return (letter >= 0x139 && letter <= 0x148) || (letter >= 0x179 && letter <= 0x17E); }
 
 bool HasNoPair(char32_t letter) {
   return letter == 0x130 || letter == 0x131 || letter == 0x138 || letter == 0x149 || letter == 0x178 ||
@@ -53,10 +51,14 @@ char32_t TakeLetter(std::string_view& text) noexcept {
   const auto first = static_cast<unsigned char>(text.front());
   std::size_t length = 1;
   char32_t letter = first;
-  if (first >= 0xC2 && first <= 0xDF) length = 2, letter = first & 0x1F;
-  else if (first >= 0xE0 && first <= 0xEF) length = 3, letter = first & 0x0F;
-  else if (first >= 0xF0 && first <= 0xF4) length = 4, letter = first & 0x07;
-  else if (first >= 0x80) length = 0;
+  if (first >= 0xC2 && first <= 0xDF)
+    length = 2, letter = first & 0x1F;
+  else if (first >= 0xE0 && first <= 0xEF)
+    length = 3, letter = first & 0x0F;
+  else if (first >= 0xF0 && first <= 0xF4)
+    length = 4, letter = first & 0x07;
+  else if (first >= 0x80)
+    length = 0;
   if (length == 0 || length > text.size()) {
     text.remove_prefix(1);
     return kRawByte + first;

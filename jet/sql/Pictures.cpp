@@ -12,7 +12,8 @@ namespace jet::sql {
 
 namespace {
 
-constexpr const char* kMonths[] = {"janvier", "février", "mars", "avril", "mai", "juin", "juillet", "août", "septembre", "octobre", "novembre", "décembre"};
+constexpr const char* kMonths[] = {"janvier", "février", "mars",      "avril",   "mai",      "juin",
+                                   "juillet", "août",    "septembre", "octobre", "novembre", "décembre"};
 constexpr const char* kDays[] = {"dimanche", "lundi", "mardi", "mercredi", "jeudi", "vendredi", "samedi"};
 
 std::string Padded(std::int64_t value, int width) {
@@ -75,7 +76,10 @@ std::string ApplyNumberPicture(double magnitude, const std::string& picture, cha
     const char c = picture[i];
     if (c == '"') quoted = !quoted;
     if (quoted) continue;
-    if (c == '\\') { ++i; continue; }
+    if (c == '\\') {
+      ++i;
+      continue;
+    }
     if (c == '0' || c == '#') {
       digitsSeen = true;
       if (inDecimals) {
@@ -211,17 +215,31 @@ std::string FormatDatePicture(double serial, std::string_view pictureText) {
     const int hour = halfDays ? (f.hour + 11) % 12 + 1 : f.hour;
     switch (unit) {
       case 'd':
-        out += run >= 4 ? kDays[f.weekday - 1] : run == 3 ? FromLetters(Letters(kDays[f.weekday - 1]).substr(0, 3)) + "." : Padded(f.day, run);
+        out += run >= 4   ? kDays[f.weekday - 1]
+               : run == 3 ? FromLetters(Letters(kDays[f.weekday - 1]).substr(0, 3)) + "."
+                          : Padded(f.day, run);
         break;
       case 'm':
         out += run >= 4 ? kMonths[f.month - 1] : run == 3 ? FromLetters(Letters(kMonths[f.month - 1]).substr(0, 4)) : Padded(f.month, run);
         break;
-      case 'y': out += run >= 3 ? Padded(f.year, 4) : run == 2 ? Padded(f.year % 100, 2) : std::to_string(f.dayOfYear); break;
-      case 'h': out += Padded(hour, std::min(run, 2)); break;
-      case 'n': out += Padded(f.minute, std::min(run, 2)); break;
-      case 's': out += Padded(f.second, std::min(run, 2)); break;
-      case 'q': out += std::to_string((f.month - 1) / 3 + 1); break;
-      default: out += run == 2 ? std::to_string(DatePart("ww", serial, 1, 1).value_or(0)) : std::to_string(f.weekday); break;
+      case 'y':
+        out += run >= 3 ? Padded(f.year, 4) : run == 2 ? Padded(f.year % 100, 2) : std::to_string(f.dayOfYear);
+        break;
+      case 'h':
+        out += Padded(hour, std::min(run, 2));
+        break;
+      case 'n':
+        out += Padded(f.minute, std::min(run, 2));
+        break;
+      case 's':
+        out += Padded(f.second, std::min(run, 2));
+        break;
+      case 'q':
+        out += std::to_string((f.month - 1) / 3 + 1);
+        break;
+      default:
+        out += run == 2 ? std::to_string(DatePart("ww", serial, 1, 1).value_or(0)) : std::to_string(f.weekday);
+        break;
     }
     last = unit;
   }
@@ -235,15 +253,20 @@ std::string FormatText(std::string_view text, std::string_view picture) {
   bool lower = false;
   bool fromLeft = false;
   for (const char c : picture) {
-    if (c == '>') upper = true;
-    else if (c == '<') lower = true;
-    else if (c == '!') fromLeft = true;
-    else wanted += c;
+    if (c == '>')
+      upper = true;
+    else if (c == '<')
+      lower = true;
+    else if (c == '!')
+      fromLeft = true;
+    else
+      wanted += c;
   }
   std::u32string letters = Letters(upper ? UpperCase(text) : lower ? LowerCase(text) : std::string(text));
   std::string out;
   const std::u32string places = Letters(wanted);
-  const auto count = static_cast<std::size_t>(std::count_if(places.begin(), places.end(), [](char32_t c) { return c == U'@' || c == U'&'; }));
+  const auto count =
+      static_cast<std::size_t>(std::count_if(places.begin(), places.end(), [](char32_t c) { return c == U'@' || c == U'&'; }));
   // Places are filled from the right unless "!" stands in the picture.
   std::size_t missing = count > letters.size() ? count - letters.size() : 0;
   std::size_t next = 0;

@@ -18,21 +18,21 @@ struct Query::State {
   SessionState& session;
   SelectPlan plan;
   std::vector<const EngineTable*> sources;
-  std::vector<Database*> databases;   // those read, for their read scopes
+  std::vector<Database*> databases;  // those read, for their read scopes
   SessionState::Statement statement;
   std::optional<ScanCursor> scan;
-  bool scans = false;                 // the table is walked without SQLite
+  bool scans = false;  // the table is walked without SQLite
   bool executed = false;
   bool exhausted = false;
 
-  std::vector<Value> values;          // of the block, row by row
-  std::vector<std::int64_t> rowIds;   // of the block: one for each source; -1 none
+  std::vector<Value> values;         // of the block, row by row
+  std::vector<std::int64_t> rowIds;  // of the block: one for each source; -1 none
   std::size_t blockRows = 0;
-  std::size_t blockAt = 0;            // row of the block after the current one
+  std::size_t blockAt = 0;  // row of the block after the current one
   std::size_t nextBlock = 1;
-  std::int64_t given = 0;             // rows put into blocks
-  std::vector<Value> tieKeys;         // of the last row that TOP gives
-  Value late;                         // a value read from its row on demand
+  std::int64_t given = 0;      // rows put into blocks
+  std::vector<Value> tieKeys;  // of the last row that TOP gives
+  Value late;                  // a value read from its row on demand
   Row row;
   std::map<std::size_t, Row> longRows;
 
@@ -139,7 +139,8 @@ struct Query::State {
         if (out[i].Type() == ValueType::kText) bytes += out[i].AsText().size();
         if (out[i].Type() == ValueType::kBytes) bytes += out[i].AsBytes().size();
       } else if (column.type.type == ColumnType::kCurrency || column.type.type == ColumnType::kNumeric) {
-        ReadFromRow(static_cast<std::size_t>(column.source), column.column, rowIds[blockRows * sources.size() + static_cast<std::size_t>(column.source)], out[i]);
+        ReadFromRow(static_cast<std::size_t>(column.source), column.column,
+                    rowIds[blockRows * sources.size() + static_cast<std::size_t>(column.source)], out[i]);
       }
     }
     return true;
@@ -189,7 +190,8 @@ bool Query::Next() {
 void Query::Rewind() { state_->Restart(); }
 
 const Value& Query::Get(std::size_t column) {
-  const bool isLong = state_->plan.columns[column].type.type == ColumnType::kMemo || state_->plan.columns[column].type.type == ColumnType::kOle;
+  const bool isLong =
+      state_->plan.columns[column].type.type == ColumnType::kMemo || state_->plan.columns[column].type.type == ColumnType::kOle;
   if (isLong && state_->IsLate(column)) {
     const ResultColumn& c = state_->plan.columns[column];
     const auto source = static_cast<std::size_t>(c.source);
@@ -211,7 +213,8 @@ std::unique_ptr<LongValueReader> Query::OpenLong(std::size_t column) {
 }
 
 std::optional<RowId> Query::Identity(std::size_t source) const {
-  if (source >= state_->sources.size() || state_->sources[source] == nullptr || state_->sources[source]->table == nullptr) return std::nullopt;
+  if (source >= state_->sources.size() || state_->sources[source] == nullptr || state_->sources[source]->table == nullptr)
+    return std::nullopt;
   const std::int64_t rowId = state_->CurrentRowId(source);
   if (rowId < 0) return std::nullopt;
   return RowIdFrom(rowId);

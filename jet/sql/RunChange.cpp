@@ -40,7 +40,8 @@ const EngineTable& Engine(const TablePointer& table) { return static_cast<const 
 
 const EngineTable& Writable(const TablePointer& pointer) {
   const EngineTable& table = Engine(pointer);
-  if (table.table == nullptr) throw Error(ErrorCode::kUnsupported, "rows of \"" + table.name + "\", behind an ODBC link, cannot be changed by a statement");
+  if (table.table == nullptr)
+    throw Error(ErrorCode::kUnsupported, "rows of \"" + table.name + "\", behind an ODBC link, cannot be changed by a statement");
   return table;
 }
 
@@ -49,7 +50,8 @@ bool IsLong(ColumnType type) { return type == ColumnType::kMemo || type == Colum
 // Writes the rows of a query into a table.
 class Inserter {
  public:
-  Inserter(SessionState& state, const EngineTable& table, const std::vector<std::size_t>& columns) : state_(state), table_(table), columns_(columns) {
+  Inserter(SessionState& state, const EngineTable& table, const std::vector<std::size_t>& columns)
+      : state_(state), table_(table), columns_(columns) {
     if (table.table == nullptr) return;
     for (const auto& [column, value] : EvaluateDefaults(state, table)) {
       if (std::find(columns.begin(), columns.end(), column) == columns.end()) defaults_.emplace_back(column, value);
@@ -130,7 +132,9 @@ std::int64_t InsertRows(SessionState& state, const EngineTable& table, const std
 
 }  // namespace
 
-std::int64_t RunInsert(SessionState& state, const InsertPlan& plan) { return InsertRows(state, Engine(plan.table), plan.columns, plan.query); }
+std::int64_t RunInsert(SessionState& state, const InsertPlan& plan) {
+  return InsertRows(state, Engine(plan.table), plan.columns, plan.query);
+}
 
 std::int64_t RunSelectInto(SessionState& state, const SelectIntoPlan& plan) {
   Database& database = plan.target.file.empty() ? state.database : state.OtherDatabase(plan.target.file, {});
@@ -140,8 +144,10 @@ std::int64_t RunSelectInto(SessionState& state, const SelectIntoPlan& plan) {
     ColumnDef definition;
     definition.name = column.name.substr(column.name.rfind('.') + 1);
     definition.type = column.type.type == kNoType ? ColumnType::kText : column.type.type;
-    if (definition.type == ColumnType::kText) definition.size = static_cast<std::uint16_t>(std::clamp<std::uint32_t>(column.type.size == 0 ? 255 : column.type.size, 1, 255));
-    if (definition.type == ColumnType::kBinary) definition.size = static_cast<std::uint16_t>(std::clamp<std::uint32_t>(column.type.size == 0 ? 510 : column.type.size, 1, 510));
+    if (definition.type == ColumnType::kText)
+      definition.size = static_cast<std::uint16_t>(std::clamp<std::uint32_t>(column.type.size == 0 ? 255 : column.type.size, 1, 255));
+    if (definition.type == ColumnType::kBinary)
+      definition.size = static_cast<std::uint16_t>(std::clamp<std::uint32_t>(column.type.size == 0 ? 510 : column.type.size, 1, 510));
     if (definition.type == ColumnType::kNumeric) {
       definition.precision = column.type.precision == 0 ? 28 : column.type.precision;
       definition.scale = column.type.scale;

@@ -89,9 +89,10 @@ void RunDefinition(SessionState& state, const jet::sql::Statement& statement) {
   state.ForgetTables();
   ++state.changes;
   Database& database = state.database;
-  const bool known = RunIf<CreateTablePlan>(database, statement) || RunIf<AddColumnPlan>(database, statement) || RunIf<DropColumnPlan>(database, statement) ||
-                     RunIf<DropConstraintPlan>(database, statement) || RunIf<CreateIndexPlan>(database, statement) ||
-                     RunIf<DropIndexPlan>(database, statement) || RunIf<DropTablePlan>(database, statement);
+  const bool known = RunIf<CreateTablePlan>(database, statement) || RunIf<AddColumnPlan>(database, statement) ||
+                     RunIf<DropColumnPlan>(database, statement) || RunIf<DropConstraintPlan>(database, statement) ||
+                     RunIf<CreateIndexPlan>(database, statement) || RunIf<DropIndexPlan>(database, statement) ||
+                     RunIf<DropTablePlan>(database, statement);
   if (!known) throw Error(ErrorCode::kUnsupported, "this statement is no definition");
 }
 

@@ -10,8 +10,9 @@ namespace {
 
 // Words that end a table name and cannot be its alias.
 bool EndsTable(const std::string& word) {
-  static const std::set<std::string, std::less<>> kWords = {"INNER", "LEFT", "RIGHT", "FULL", "CROSS", "OUTER", "JOIN", "ON", "WHERE", "GROUP", "ORDER",
-                                               "HAVING", "UNION", "SET", "IN", "WITH", "SELECT", "INTO", "VALUES", "AS"};
+  static const std::set<std::string, std::less<>> kWords = {"INNER", "LEFT",  "RIGHT",  "FULL",  "CROSS",  "OUTER", "JOIN",
+                                                            "ON",    "WHERE", "GROUP",  "ORDER", "HAVING", "UNION", "SET",
+                                                            "IN",    "WITH",  "SELECT", "INTO",  "VALUES", "AS"};
   return kWords.contains(word);
 }
 
@@ -110,8 +111,10 @@ SelectPlan Translator::ParseQuery(QueryOptions options) {
       }
       if (column >= whole.columns.size()) FailAt(at, "no such column in the UNION");
       whole.sql += (first ? " ORDER BY " : ", ") + std::to_string(column + 1);
-      if (TakeWord("DESC")) whole.sql += " DESC";
-      else TakeWord("ASC");
+      if (TakeWord("DESC"))
+        whole.sql += " DESC";
+      else
+        TakeWord("ASC");
     }
   }
   --depth_;
@@ -147,7 +150,8 @@ SelectPlan Translator::ParseSelect(QueryOptions options) {
     } else if (AtWord("TOP") && Peek(1).kind == TokenKind::kNumber) {
       Take();
       const Token& count = Take();
-      if (count.text.find_first_not_of("0123456789") != std::string::npos || count.text.size() > 9) FailAt(count, "whole number expected after TOP");
+      if (count.text.find_first_not_of("0123456789") != std::string::npos || count.text.size() > 9)
+        FailAt(count, "whole number expected after TOP");
       top = std::stoll(count.text);
       percent = TakeWord("PERCENT");
       if (percent && *top > 100) FailAt(count, "at most 100 PERCENT");
@@ -266,8 +270,10 @@ SelectPlan Translator::ParseSelect(QueryOptions options) {
       if (same == items.size() && distinct) FailAt(at, "with DISTINCT the order must be by columns of the list");
       if (aggregated && same == items.size()) CheckGrouping({SelectItem{key, "", false}}, groups, at);
       order += (first ? " ORDER BY " : ", ") + Collated(key);
-      if (TakeWord("DESC")) order += " DESC";
-      else TakeWord("ASC");
+      if (TakeWord("DESC"))
+        order += " DESC";
+      else
+        TakeWord("ASC");
       if (ties) {
         if (same == items.size() || IsReadFromRow(key.type.type, {})) {
           list += ", " + Collated(key) + " AS k" + std::to_string(width);
@@ -386,7 +392,8 @@ void Translator::CheckGrouping(const std::vector<SelectItem>& items, const std::
     if (grouped(item.expression.sql)) continue;
     std::string rest = item.expression.sql;
     for (const Expression& group : groups) {
-      for (std::size_t found; (found = rest.find(group.sql)) != std::string::npos && !group.sql.empty();) rest.erase(found, group.sql.size());
+      for (std::size_t found; (found = rest.find(group.sql)) != std::string::npos && !group.sql.empty();)
+        rest.erase(found, group.sql.size());
     }
     for (const std::string& column : item.expression.bareColumns) {
       if (grouped(column)) continue;
@@ -415,11 +422,16 @@ std::string Translator::ParseJoined(Scope& scope, bool optional) {
   std::string sql = ParseTableFactor(scope);
   for (;;) {
     std::string kind;
-    if (AtWord("INNER")) kind = "INNER";
-    else if (AtWord("LEFT")) kind = "LEFT";
-    else if (AtWord("RIGHT")) kind = "RIGHT";
-    else if (AtWord("FULL")) throw UnsupportedError("FULL JOIN is not part of this language", Peek().position);
-    else break;
+    if (AtWord("INNER"))
+      kind = "INNER";
+    else if (AtWord("LEFT"))
+      kind = "LEFT";
+    else if (AtWord("RIGHT"))
+      kind = "RIGHT";
+    else if (AtWord("FULL"))
+      throw UnsupportedError("FULL JOIN is not part of this language", Peek().position);
+    else
+      break;
     Take();
     if (kind != "INNER") TakeWord("OUTER");
     ExpectWord("JOIN");

@@ -64,7 +64,8 @@ std::string PathInConnect(const std::string& connect) {
 
 }  // namespace
 
-SessionState::SessionState(Database& mainDatabase, SessionOptions sessionOptions) : database(mainDatabase), options(std::move(sessionOptions)) {
+SessionState::SessionState(Database& mainDatabase, SessionOptions sessionOptions)
+    : database(mainDatabase), options(std::move(sessionOptions)) {
   const int code = sqlite3_open_v2(":memory:", &connection, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
   if (code != SQLITE_OK) {
     sqlite3_close_v2(connection);
@@ -114,8 +115,10 @@ void SessionState::ForgetTables() {
       continue;
     }
     const std::string sql = "DROP TABLE t" + std::to_string(number);
-    if (sqlite3_exec(connection, sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK) declared.erase(number);
-    else kept.push_back(number);
+    if (sqlite3_exec(connection, sql.c_str(), nullptr, nullptr, nullptr) == SQLITE_OK)
+      declared.erase(number);
+    else
+      kept.push_back(number);
   }
   stale = std::move(kept);
 }
@@ -172,7 +175,8 @@ std::shared_ptr<const EngineTable> SessionState::LinkedTable(const CatalogObject
   if (path.empty()) path = PathInConnect(link.connect);
   const std::string connect = UpperCase(link.connect);
   if (!connect.empty() && connect[0] != ';' && connect.find("MS ACCESS") == std::string::npos) {
-    throw Error(ErrorCode::kLinkUnreachable, "the link \"" + link.name + "\" leads to a source of another kind: " + link.connect.substr(0, connect.find(';')) + " \"" + path + "\"");
+    throw Error(ErrorCode::kLinkUnreachable, "the link \"" + link.name + "\" leads to a source of another kind: " +
+                                                 link.connect.substr(0, connect.find(';')) + " \"" + path + "\"");
   }
   Database& other = OtherDatabase(path, link.name);
   try {
@@ -181,7 +185,8 @@ std::shared_ptr<const EngineTable> SessionState::LinkedTable(const CatalogObject
     return Declare(std::move(table));
   } catch (const Error& error) {
     if (error.Code() != ErrorCode::kNotFound) throw;
-    throw Error(ErrorCode::kLinkUnreachable, "the link \"" + link.name + "\": there is no table \"" + link.foreignName + "\" in \"" + path + "\"");
+    throw Error(ErrorCode::kLinkUnreachable,
+                "the link \"" + link.name + "\": there is no table \"" + link.foreignName + "\" in \"" + path + "\"");
   }
 }
 
@@ -204,10 +209,15 @@ TablePointer SessionState::FindTable(std::string_view name, const std::string& f
   std::shared_ptr<const EngineTable> table;
   switch (object->kind) {
     case ObjectKind::kTable:
-    case ObjectKind::kSystemTable: table = Declare(Described(source, source.OpenTable(object->name))); break;
+    case ObjectKind::kSystemTable:
+      table = Declare(Described(source, source.OpenTable(object->name)));
+      break;
     case ObjectKind::kJetLink:
-    case ObjectKind::kOdbcLink: table = LinkedTable(*object); break;
-    default: return nullptr;
+    case ObjectKind::kOdbcLink:
+      table = LinkedTable(*object);
+      break;
+    default:
+      return nullptr;
   }
   byName[key] = table;
   return table;

@@ -39,14 +39,14 @@ struct SessionState final : SchemaSource {
   Database& database;
   SessionOptions options;
   sqlite3* connection = nullptr;
-  std::exception_ptr pending;        ///< raised inside a callback
-  std::uint64_t changes = 0;         ///< counts changes of rows: cursors read their row again
+  std::exception_ptr pending;  ///< raised inside a callback
+  std::uint64_t changes = 0;   ///< counts changes of rows: cursors read their row again
   std::uint64_t schemaVersion = 0;
   int nextTable = 0;
-  std::map<int, std::shared_ptr<const EngineTable>> declared;                 ///< by the number in their SQLite name
-  std::map<std::string, std::shared_ptr<const EngineTable>> byName;          ///< folded name, or path, a NUL and the name
-  std::vector<int> stale;                                                     ///< declared under an older schema
-  std::map<std::string, std::unique_ptr<Database>> others;                    ///< by path
+  std::map<int, std::shared_ptr<const EngineTable>> declared;        ///< by the number in their SQLite name
+  std::map<std::string, std::shared_ptr<const EngineTable>> byName;  ///< folded name, or path, a NUL and the name
+  std::vector<int> stale;                                            ///< declared under an older schema
+  std::map<std::string, std::unique_ptr<Database>> others;           ///< by path
 };
 
 /// A table of the engine as statements see it, not yet declared.
@@ -61,7 +61,9 @@ void ReturnColumn(sqlite3_context* context, Row& row, std::size_t column, Column
 [[nodiscard]] Value ValueFrom(sqlite3_stmt* statement, int column, const TypeInfo& type);
 /// The identity of a row as SQLite's rowid.
 [[nodiscard]] inline sqlite3_int64 RowIdNumber(RowId id) { return static_cast<sqlite3_int64>(id.page) << 8 | id.slot; }
-[[nodiscard]] inline RowId RowIdFrom(sqlite3_int64 number) { return {static_cast<PageNumber>(number >> 8), static_cast<std::uint8_t>(number & 0xFF)}; }
+[[nodiscard]] inline RowId RowIdFrom(sqlite3_int64 number) {
+  return {static_cast<PageNumber>(number >> 8), static_cast<std::uint8_t>(number & 0xFF)};
+}
 
 /// Translation of a stored query's rows in MSysQueries into SELECT text. Error kUnsupported for queries that give no rows.
 [[nodiscard]] std::string StoredQuerySelect(Database& database, const CatalogObject& query);

@@ -26,7 +26,8 @@ struct ResultColumn {
 /// Whether a plain column of this type is not given by SQLite but read from its row when it is asked for: long values, which are read in
 /// pieces, and exact numbers, which SQLite would make doubles of. The query holds NULL in its place.
 [[nodiscard]] inline bool IsReadFromRow(ColumnType type, const TableInfo& table) {
-  const bool wanted = type == ColumnType::kMemo || type == ColumnType::kOle || type == ColumnType::kCurrency || type == ColumnType::kNumeric;
+  const bool wanted =
+      type == ColumnType::kMemo || type == ColumnType::kOle || type == ColumnType::kCurrency || type == ColumnType::kNumeric;
   return wanted && table.rereadable;
 }
 
@@ -34,8 +35,8 @@ struct ResultColumn {
 struct SelectPlan {
   struct Source {
     TablePointer table;
-    int rowIdColumn = -1;  ///< result column that holds the row's identity
-    bool optional = false; ///< may be missing in a row (outer join)
+    int rowIdColumn = -1;   ///< result column that holds the row's identity
+    bool optional = false;  ///< may be missing in a row (outer join)
   };
 
   std::string sql;

@@ -9,7 +9,19 @@ namespace jet::sql {
 
 namespace {
 
-enum Attribute { kType = 1, kParameter = 2, kOptions = 3, kRemote = 4, kSource = 5, kColumn = 6, kJoin = 7, kWhere = 8, kGroup = 9, kHaving = 10, kOrder = 11 };
+enum Attribute {
+  kType = 1,
+  kParameter = 2,
+  kOptions = 3,
+  kRemote = 4,
+  kSource = 5,
+  kColumn = 6,
+  kJoin = 7,
+  kWhere = 8,
+  kGroup = 9,
+  kHaving = 10,
+  kOrder = 11
+};
 
 struct Part {
   std::string order;
@@ -28,7 +40,8 @@ std::size_t ColumnNamed(Table& table, const char* name) {
 }
 
 std::string WithoutTail(std::string_view text) {
-  while (!text.empty() && (text.back() == '\0' || text.back() == ' ' || text.back() == '\r' || text.back() == '\n' || text.back() == ';')) text.remove_suffix(1);
+  while (!text.empty() && (text.back() == '\0' || text.back() == ' ' || text.back() == '\r' || text.back() == '\n' || text.back() == ';'))
+    text.remove_suffix(1);
   return std::string(text);
 }
 
@@ -89,8 +102,10 @@ std::string FromClause(const Parts& parts, std::vector<std::string>& conditions,
       const auto same = std::find_if(joins.begin(), joins.end(), [&](const Part& other) {
         return other.flag == join.flag && SameName(other.name1, join.name1) && SameName(other.name2, join.name2);
       });
-      if (same != joins.end()) same->expression = "(" + same->expression + ") AND (" + join.expression + ")";
-      else joins.push_back(join);
+      if (same != joins.end())
+        same->expression = "(" + same->expression + ") AND (" + join.expression + ")";
+      else
+        joins.push_back(join);
     }
   }
   const auto pieceOf = [&](const std::string& name) {
@@ -101,7 +116,8 @@ std::string FromClause(const Parts& parts, std::vector<std::string>& conditions,
   for (const Part& join : joins) {
     const auto left = pieceOf(join.name1);
     const auto right = pieceOf(join.name2);
-    if (left == pieces.end() || right == pieces.end()) throw Error(ErrorCode::kUnsupported, "the query \"" + query + "\" joins a table that it does not name");
+    if (left == pieces.end() || right == pieces.end())
+      throw Error(ErrorCode::kUnsupported, "the query \"" + query + "\" joins a table that it does not name");
     if (left == right) {
       if (join.flag != 1) throw Error(ErrorCode::kUnsupported, "the query \"" + query + "\" has outer joins in a circle");
       conditions.push_back(join.expression);

@@ -44,10 +44,23 @@ int Guard(SessionState& state, Body&& body) noexcept {
 
 const char* Declared(ColumnType type) {
   switch (type) {
-    case ColumnType::kText: case ColumnType::kMemo: case ColumnType::kGuid: return "TEXT COLLATE JET";
-    case ColumnType::kBoolean: case ColumnType::kByte: case ColumnType::kInteger: case ColumnType::kLong: return "INTEGER";
-    case ColumnType::kCurrency: case ColumnType::kSingle: case ColumnType::kDouble: case ColumnType::kDate: case ColumnType::kNumeric: return "REAL";
-    default: return "BLOB";
+    case ColumnType::kText:
+    case ColumnType::kMemo:
+    case ColumnType::kGuid:
+      return "TEXT COLLATE JET";
+    case ColumnType::kBoolean:
+    case ColumnType::kByte:
+    case ColumnType::kInteger:
+    case ColumnType::kLong:
+      return "INTEGER";
+    case ColumnType::kCurrency:
+    case ColumnType::kSingle:
+    case ColumnType::kDouble:
+    case ColumnType::kDate:
+    case ColumnType::kNumeric:
+      return "REAL";
+    default:
+      return "BLOB";
   }
 }
 
@@ -90,7 +103,9 @@ struct Choice {
   double rows = 0;
 };
 
-bool CanSearch(ColumnType type) { return type != ColumnType::kNumeric && type != ColumnType::kOle && type != ColumnType::kInternal && type != ColumnType::kMemo; }
+bool CanSearch(ColumnType type) {
+  return type != ColumnType::kNumeric && type != ColumnType::kOle && type != ColumnType::kInternal && type != ColumnType::kMemo;
+}
 bool CanOrder(ColumnType type) { return CanSearch(type) && type != ColumnType::kGuid && type != ColumnType::kBinary; }
 
 bool Usable(sqlite3_index_info* info, int constraint, std::size_t column, ColumnType type, const char* operators) {
@@ -105,7 +120,8 @@ constexpr char kAbove[] = {SQLITE_INDEX_CONSTRAINT_GT, SQLITE_INDEX_CONSTRAINT_G
 constexpr char kBelow[] = {SQLITE_INDEX_CONSTRAINT_LT, SQLITE_INDEX_CONSTRAINT_LE, 0};
 
 // Whether walking the index gives the wanted order, and in which direction.
-bool GivesOrder(const sqlite3_index_info* info, const IndexDef& index, const std::vector<ColumnDef>& columns, std::size_t equalCount, bool& backward) {
+bool GivesOrder(const sqlite3_index_info* info, const IndexDef& index, const std::vector<ColumnDef>& columns, std::size_t equalCount,
+                bool& backward) {
   if (info->nOrderBy == 0) return false;
   std::size_t at = 0;
   std::optional<bool> turned;
@@ -199,7 +215,8 @@ int BestIndex(sqlite3_vtab* base, sqlite3_index_info* info) {
       return SQLITE_OK;
     }
     for (int i = 0; i < info->nConstraint; ++i) {
-      if (!info->aConstraint[i].usable || info->aConstraint[i].iColumn != -1 || info->aConstraint[i].op != SQLITE_INDEX_CONSTRAINT_EQ) continue;
+      if (!info->aConstraint[i].usable || info->aConstraint[i].iColumn != -1 || info->aConstraint[i].op != SQLITE_INDEX_CONSTRAINT_EQ)
+        continue;
       info->aConstraintUsage[i].argvIndex = 1;
       info->idxNum = kByIdentity;
       info->estimatedCost = 1;
@@ -265,10 +282,12 @@ Bounded Bound(sqlite3_value* argument, ColumnType type, End end, Value& out) {
   switch (type) {
     case ColumnType::kText:
       if (kind != SQLITE_TEXT) return open;
-      out = Value(std::string_view(reinterpret_cast<const char*>(sqlite3_value_text(argument)), static_cast<std::size_t>(sqlite3_value_bytes(argument))));
+      out = Value(std::string_view(reinterpret_cast<const char*>(sqlite3_value_text(argument)),
+                                   static_cast<std::size_t>(sqlite3_value_bytes(argument))));
       return Bounded::kValue;
     case ColumnType::kGuid: {
-      const std::optional<Guid> guid = kind == SQLITE_TEXT ? Guid::Parse(reinterpret_cast<const char*>(sqlite3_value_text(argument))) : std::nullopt;
+      const std::optional<Guid> guid =
+          kind == SQLITE_TEXT ? Guid::Parse(reinterpret_cast<const char*>(sqlite3_value_text(argument))) : std::nullopt;
       if (!guid) return open;
       out = Value(*guid);
       return Bounded::kValue;
@@ -279,7 +298,8 @@ Bounded Bound(sqlite3_value* argument, ColumnType type, End end, Value& out) {
       out = Value(Bytes(bytes, bytes + sqlite3_value_bytes(argument)));
       return Bounded::kValue;
     }
-    default: break;
+    default:
+      break;
   }
   if (!isNumber) return open;
   Bounded bounded = Bounded::kValue;
@@ -314,15 +334,21 @@ Bounded Bound(sqlite3_value* argument, ColumnType type, End end, Value& out) {
     case ColumnType::kSingle: {
       auto single = static_cast<float>(number);
       constexpr float kInfinity = std::numeric_limits<float>::infinity();
-      if (std::isinf(single) && !std::isinf(number)) return open == Bounded::kOpen && (end == End::kLower) == (single < 0) ? Bounded::kOpen : Bounded::kNothing;
+      if (std::isinf(single) && !std::isinf(number))
+        return open == Bounded::kOpen && (end == End::kLower) == (single < 0) ? Bounded::kOpen : Bounded::kNothing;
       if (end == End::kLower && single > number) single = std::nextafter(single, -kInfinity);
       if (end == End::kUpper && single < number) single = std::nextafter(single, kInfinity);
       out = Value(single);
       return Bounded::kValue;
     }
-    case ColumnType::kDouble: out = Value(number); return Bounded::kValue;
-    case ColumnType::kDate: out = Value(Date{number}); return Bounded::kValue;
-    default: return open;
+    case ColumnType::kDouble:
+      out = Value(number);
+      return Bounded::kValue;
+    case ColumnType::kDate:
+      out = Value(Date{number});
+      return Bounded::kValue;
+    default:
+      return open;
   }
 }
 
@@ -347,9 +373,12 @@ bool SetRange(VirtualCursor& cursor, const EngineTable& table, std::size_t posit
     const End end = isLower != column.descending ? End::kLower : End::kUpper;
     Value value;
     switch (Bound(arguments[argument++], columns[column.column].type, end, value)) {
-      case Bounded::kNothing: return false;
-      case Bounded::kOpen: return true;
-      case Bounded::kValue: break;
+      case Bounded::kNothing:
+        return false;
+      case Bounded::kOpen:
+        return true;
+      case Bounded::kValue:
+        break;
     }
     target = equal;
     target->values.push_back(std::move(value));
@@ -421,8 +450,10 @@ int Next(sqlite3_vtab_cursor* base) {
   auto& cursor = *static_cast<VirtualCursor*>(base);
   VirtualTable& table = TableOf(base);
   return Guard(*table.state, [&] {
-    if (cursor.single) cursor.end = true;
-    else Step(cursor, table);
+    if (cursor.single)
+      cursor.end = true;
+    else
+      Step(cursor, table);
     return SQLITE_OK;
   });
 }

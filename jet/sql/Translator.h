@@ -18,22 +18,22 @@ namespace jet::sql {
 struct Expression {
   std::string sql;
   TypeInfo type;
-  bool condition = false;     ///< SQLite's own truth value (1, 0), not yet Access' (-1, 0)
-  bool aggregate = false;     ///< holds an aggregate function
+  bool condition = false;  ///< SQLite's own truth value (1, 0), not yet Access' (-1, 0)
+  bool aggregate = false;  ///< holds an aggregate function
   bool literalText = false;
-  int source = -1;            ///< a plain column: position in the scope's sources
+  int source = -1;  ///< a plain column: position in the scope's sources
   std::size_t column = 0;
-  std::string name;           ///< a plain column: its name
-  std::string text;           ///< a literal text: its value
+  std::string name;                      ///< a plain column: its name
+  std::string text;                      ///< a literal text: its value
   std::vector<std::string> bareColumns;  ///< columns used outside of aggregates
 };
 
 /// One table, query or subquery of a FROM clause.
 struct ScopeSource {
-  std::string alias;    ///< as written, or the table's name
+  std::string alias;  ///< as written, or the table's name
   std::string folded;
   std::string sqlAlias;
-  TablePointer table;   ///< null for queries and subqueries
+  TablePointer table;  ///< null for queries and subqueries
   bool optional = false;
   std::vector<ColumnInfo> columns;
 };
@@ -120,7 +120,7 @@ class Translator {
     bool named = false;
   };
   struct QueryOptions {
-    bool outermost = false;   ///< row identities and ties are wanted
+    bool outermost = false;  ///< row identities and ties are wanted
     bool allowInto = false;
     bool orderAllowed = true;
   };

@@ -21,31 +21,56 @@ void ReturnBytes(sqlite3_context* context, const void* data, std::size_t size) {
 
 void ReturnValue(sqlite3_context* context, const Value& value) {
   switch (value.Type()) {
-    case ValueType::kNull: return sqlite3_result_null(context);
-    case ValueType::kBool: return sqlite3_result_int(context, value.AsBool() ? -1 : 0);
-    case ValueType::kByte: return sqlite3_result_int(context, value.AsByte());
-    case ValueType::kInteger: return sqlite3_result_int(context, value.AsInteger());
-    case ValueType::kLong: return sqlite3_result_int(context, value.AsLong());
-    case ValueType::kCurrency: return sqlite3_result_double(context, static_cast<double>(value.AsCurrency().scaled) / 10000);
-    case ValueType::kSingle: return sqlite3_result_double(context, value.AsSingle());
-    case ValueType::kDouble: return sqlite3_result_double(context, value.AsDouble());
-    case ValueType::kDate: return sqlite3_result_double(context, value.AsDate().serial);
-    case ValueType::kText: return ReturnText(context, value.AsText());
-    case ValueType::kBytes: return ReturnBytes(context, value.AsBytes().data(), value.AsBytes().size());
-    case ValueType::kGuid: return ReturnText(context, value.AsGuid().Text());
-    case ValueType::kNumeric: return sqlite3_result_double(context, value.AsNumeric().ToDouble());
+    case ValueType::kNull:
+      return sqlite3_result_null(context);
+    case ValueType::kBool:
+      return sqlite3_result_int(context, value.AsBool() ? -1 : 0);
+    case ValueType::kByte:
+      return sqlite3_result_int(context, value.AsByte());
+    case ValueType::kInteger:
+      return sqlite3_result_int(context, value.AsInteger());
+    case ValueType::kLong:
+      return sqlite3_result_int(context, value.AsLong());
+    case ValueType::kCurrency:
+      return sqlite3_result_double(context, static_cast<double>(value.AsCurrency().scaled) / 10000);
+    case ValueType::kSingle:
+      return sqlite3_result_double(context, value.AsSingle());
+    case ValueType::kDouble:
+      return sqlite3_result_double(context, value.AsDouble());
+    case ValueType::kDate:
+      return sqlite3_result_double(context, value.AsDate().serial);
+    case ValueType::kText:
+      return ReturnText(context, value.AsText());
+    case ValueType::kBytes:
+      return ReturnBytes(context, value.AsBytes().data(), value.AsBytes().size());
+    case ValueType::kGuid:
+      return ReturnText(context, value.AsGuid().Text());
+    case ValueType::kNumeric:
+      return sqlite3_result_double(context, value.AsNumeric().ToDouble());
   }
 }
 
 void ReturnColumn(sqlite3_context* context, Row& row, std::size_t column, ColumnType type) {
   if (row.IsNull(column)) return sqlite3_result_null(context);
   switch (type) {
-    case ColumnType::kBoolean: return sqlite3_result_int(context, row.Bool(column) ? -1 : 0);
-    case ColumnType::kByte: case ColumnType::kInteger: case ColumnType::kLong: return sqlite3_result_int64(context, row.Integer(column));
-    case ColumnType::kCurrency: return sqlite3_result_double(context, static_cast<double>(row.Integer(column)) / 10000);
-    case ColumnType::kSingle: case ColumnType::kDouble: case ColumnType::kDate: return sqlite3_result_double(context, row.Real(column));
-    case ColumnType::kText: case ColumnType::kMemo: return ReturnText(context, row.Text(column));
-    case ColumnType::kGuid: case ColumnType::kNumeric: return ReturnValue(context, row.Get(column));
+    case ColumnType::kBoolean:
+      return sqlite3_result_int(context, row.Bool(column) ? -1 : 0);
+    case ColumnType::kByte:
+    case ColumnType::kInteger:
+    case ColumnType::kLong:
+      return sqlite3_result_int64(context, row.Integer(column));
+    case ColumnType::kCurrency:
+      return sqlite3_result_double(context, static_cast<double>(row.Integer(column)) / 10000);
+    case ColumnType::kSingle:
+    case ColumnType::kDouble:
+    case ColumnType::kDate:
+      return sqlite3_result_double(context, row.Real(column));
+    case ColumnType::kText:
+    case ColumnType::kMemo:
+      return ReturnText(context, row.Text(column));
+    case ColumnType::kGuid:
+    case ColumnType::kNumeric:
+      return ReturnValue(context, row.Get(column));
     default: {
       const auto bytes = row.Blob(column);
       return ReturnBytes(context, bytes.data(), bytes.size());
@@ -67,17 +92,22 @@ Value AsItComes(sqlite3_stmt* statement, int column) {
       if (whole >= INT32_MIN && whole <= INT32_MAX) return Value(static_cast<std::int32_t>(whole));
       return Value(static_cast<double>(whole));
     }
-    case SQLITE_FLOAT: return Value(sqlite3_column_double(statement, column));
-    case SQLITE_TEXT: return Value(TextOf(statement, column));
+    case SQLITE_FLOAT:
+      return Value(sqlite3_column_double(statement, column));
+    case SQLITE_TEXT:
+      return Value(TextOf(statement, column));
     case SQLITE_BLOB: {
       const auto* bytes = static_cast<const std::byte*>(sqlite3_column_blob(statement, column));
       return Value(Bytes(bytes, bytes + sqlite3_column_bytes(statement, column)));
     }
-    default: return {};
+    default:
+      return {};
   }
 }
 
-[[noreturn]] void Overflow(const char* what) { throw Error(ErrorCode::kTypeMismatch, std::string("overflow: the value does not fit a ") + what); }
+[[noreturn]] void Overflow(const char* what) {
+  throw Error(ErrorCode::kTypeMismatch, std::string("overflow: the value does not fit a ") + what);
+}
 
 }  // namespace
 
@@ -87,17 +117,20 @@ Value ValueFrom(sqlite3_stmt* statement, int column, const TypeInfo& type) {
   const bool isNumber = kind == SQLITE_INTEGER || kind == SQLITE_FLOAT;
   const double number = isNumber ? sqlite3_column_double(statement, column) : 0;
   switch (type.type) {
-    case ColumnType::kText: case ColumnType::kMemo:
+    case ColumnType::kText:
+    case ColumnType::kMemo:
       return Value(TextOf(statement, column));
     case ColumnType::kGuid: {
       const std::optional<Guid> guid = kind == SQLITE_TEXT ? Guid::Parse(TextOf(statement, column)) : std::nullopt;
       return guid ? Value(*guid) : AsItComes(statement, column);
     }
-    default: break;
+    default:
+      break;
   }
   if (!isNumber) return AsItComes(statement, column);
   switch (type.type) {
-    case ColumnType::kBoolean: return Value(number != 0);
+    case ColumnType::kBoolean:
+      return Value(number != 0);
     case ColumnType::kByte:
       if (number < 0 || number > 255) Overflow("byte");
       return Value(static_cast<std::uint8_t>(std::nearbyint(number)));
@@ -110,16 +143,20 @@ Value ValueFrom(sqlite3_stmt* statement, int column, const TypeInfo& type) {
     case ColumnType::kCurrency:
       if (std::fabs(number) > 9.2e14) Overflow("currency");
       return Value(Currency{static_cast<std::int64_t>(std::llround(number * 10000))});
-    case ColumnType::kSingle: return Value(static_cast<float>(number));
-    case ColumnType::kDouble: return Value(number);
-    case ColumnType::kDate: return Value(Date{number});
+    case ColumnType::kSingle:
+      return Value(static_cast<float>(number));
+    case ColumnType::kDouble:
+      return Value(number);
+    case ColumnType::kDate:
+      return Value(Date{number});
     case ColumnType::kNumeric: {
       char buffer[400];
       std::snprintf(buffer, sizeof buffer, "%.*f", static_cast<int>(type.scale), number);
       const std::optional<Numeric> numeric = Numeric::Parse(buffer);
       return numeric ? Value(*numeric) : Value(number);
     }
-    default: return AsItComes(statement, column);
+    default:
+      return AsItComes(statement, column);
   }
 }
 

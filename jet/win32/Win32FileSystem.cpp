@@ -21,12 +21,10 @@ constexpr auto kFileDispositionInfoEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(2
 
 std::string SystemText(DWORD code) {
   wchar_t text[512];
-  const DWORD length =
-      FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK,
-                     nullptr, code, 0, text, static_cast<DWORD>(std::size(text)), nullptr);
+  const DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK, nullptr,
+                                      code, 0, text, static_cast<DWORD>(std::size(text)), nullptr);
   char utf8[4 * std::size(text)];
-  const int bytes =
-      WideCharToMultiByte(CP_UTF8, 0, text, static_cast<int>(length), utf8, sizeof utf8, nullptr, nullptr);
+  const int bytes = WideCharToMultiByte(CP_UTF8, 0, text, static_cast<int>(length), utf8, sizeof utf8, nullptr, nullptr);
   std::string out(utf8, static_cast<std::size_t>(bytes));
   while (!out.empty() && (out.back() == ' ' || out.back() == '.')) out.pop_back();
   return out.empty() ? "error " + std::to_string(code) : out;
@@ -62,8 +60,7 @@ std::string SystemText(DWORD code) {
 std::wstring Wide(const std::string& text) {
   const int length = static_cast<int>(text.size());
   std::wstring wide(text.size(), L'\0');
-  const int units =
-      length == 0 ? 0 : MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(), length, wide.data(), length);
+  const int units = length == 0 ? 0 : MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text.data(), length, wide.data(), length);
   if (length != 0 && units == 0) Fail("Opening", text, ERROR_INVALID_NAME);
   wide.resize(static_cast<std::size_t>(units));
   return wide;
@@ -255,8 +252,7 @@ class Win32File final : public File {
   void Unlock(std::uint64_t offset, std::uint64_t length) override { locks_.Unlock(offset, offset + length); }
 
   bool IsStillNamed() override {
-    const Handle named(
-        CreateFileW(Wide(path_).c_str(), 0, kShareAll, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    const Handle named(CreateFileW(Wide(path_).c_str(), 0, kShareAll, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     return named.IsOpen() && SameFile(handle_.Get(), named.Get());
   }
 
@@ -275,9 +271,7 @@ class Win32FileSystem final : public FileSystem {
     const std::wstring name = Wide(path);
     const bool writable = mode != FileMode::kRead;
     const DWORD access = GENERIC_READ | (writable ? GENERIC_WRITE : 0);
-    const DWORD creation = mode == FileMode::kCreateNew      ? CREATE_NEW
-                           : mode == FileMode::kOpenOrCreate ? OPEN_ALWAYS
-                                                             : OPEN_EXISTING;
+    const DWORD creation = mode == FileMode::kCreateNew ? CREATE_NEW : mode == FileMode::kOpenOrCreate ? OPEN_ALWAYS : OPEN_EXISTING;
     Handle handle;
     for (int attempt = 1;; ++attempt) {
       handle = Handle(CreateFileW(name.c_str(), access, kShareAll, nullptr, creation, FILE_ATTRIBUTE_NORMAL, nullptr));
@@ -288,23 +282,19 @@ class Win32FileSystem final : public FileSystem {
         throw Error(ErrorCode::kIo, "Opening \"" + path + "\": not a file");
       }
       // A file removed while others have it open keeps its name, closed to everybody, until they are through.
-      const bool beingRemoved =
-          code == ERROR_DELETE_PENDING || (code == ERROR_ACCESS_DENIED && attributes == INVALID_FILE_ATTRIBUTES);
+      const bool beingRemoved = code == ERROR_DELETE_PENDING || (code == ERROR_ACCESS_DENIED && attributes == INVALID_FILE_ATTRIBUTES);
       if (!beingRemoved || attempt == kOpenAttempts) Fail("Opening", path, code);
       Sleep(kOpenPause);
     }
     return std::make_unique<Win32File>(std::move(handle), path, writable);
   }
 
-  bool Exists(const std::string& path) override {
-    return GetFileAttributesW(Wide(path).c_str()) != INVALID_FILE_ATTRIBUTES;
-  }
+  bool Exists(const std::string& path) override { return GetFileAttributesW(Wide(path).c_str()) != INVALID_FILE_ATTRIBUTES; }
 
   void Remove(const std::string& path) override {
     const std::wstring name = Wide(path);
     {
-      const Handle handle(
-          CreateFileW(name.c_str(), DELETE, kShareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+      const Handle handle(CreateFileW(name.c_str(), DELETE, kShareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
       if (!handle.IsOpen()) {
         const DWORD code = GetLastError();
         if (code == ERROR_FILE_NOT_FOUND || code == ERROR_PATH_NOT_FOUND) return;
@@ -312,12 +302,10 @@ class Win32FileSystem final : public FileSystem {
       }
       // The name goes at once, whoever still has the file open.
       FILE_DISPOSITION_INFO_EX disposition{FILE_DISPOSITION_FLAG_DELETE | FILE_DISPOSITION_FLAG_POSIX_SEMANTICS};
-      if (SetFileInformationByHandle(handle.Get(), kFileDispositionInfoEx, &disposition, sizeof disposition) != 0)
-        return;
+      if (SetFileInformationByHandle(handle.Get(), kFileDispositionInfoEx, &disposition, sizeof disposition) != 0) return;
     }
     // File systems without that keep the name until the last one closes the file: then it goes under another name.
-    const std::wstring leaving =
-        name + L"." + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(GetTickCount64());
+    const std::wstring leaving = name + L"." + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(GetTickCount64());
     const bool renamed = MoveFileExW(name.c_str(), leaving.c_str(), MOVEFILE_WRITE_THROUGH) != 0;
     if (DeleteFileW(renamed ? leaving.c_str() : name.c_str()) == 0) Fail("Removing", path, GetLastError());
   }
@@ -332,8 +320,7 @@ class Win32FileSystem final : public FileSystem {
     const auto slash = pathOfFile.find_last_of("/\\");
     const std::wstring folder = slash == std::string::npos ? L"." : Wide(pathOfFile.substr(0, slash + 1));
     // Where the file system lets nobody flush a folder, its own log keeps names and files in step.
-    const Handle handle(CreateFileW(folder.c_str(), GENERIC_WRITE, kShareAll, nullptr, OPEN_EXISTING,
-                                    FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    const Handle handle(CreateFileW(folder.c_str(), GENERIC_WRITE, kShareAll, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     if (handle.IsOpen()) FlushFileBuffers(handle.Get());
   }
 };

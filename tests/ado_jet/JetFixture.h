@@ -30,7 +30,8 @@ class JetFixture : public testing::Test {
   void TearDown() override {
     if (connection.IsOpen()) connection.Close();
     const auto database = ::jet::Database::Open(path);
-    for (const ::jet::Finding& finding : database->Check()) ADD_FAILURE() << "page " << finding.page << " offset " << finding.offset << ": " << finding.text;
+    for (const ::jet::Finding& finding : database->Check())
+      ADD_FAILURE() << "page " << finding.page << " offset " << finding.offset << ": " << finding.text;
   }
 
   static std::string TextOf(const ado::Variant& value) { return value.IsNull() ? "NULL" : runtime::ToText(value); }

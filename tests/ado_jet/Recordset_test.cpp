@@ -13,9 +13,11 @@ class JetRecordset : public tests::JetFixture {
  protected:
   void SetUp() override {
     JetFixture::SetUp();
-    connection.Execute("CREATE TABLE Utl (IdUtl LONG CONSTRAINT PK PRIMARY KEY, Nom TEXT(30), MotPasse TEXT(20), Note MEMO, Photo LONGBINARY)");
+    connection.Execute(
+        "CREATE TABLE Utl (IdUtl LONG CONSTRAINT PK PRIMARY KEY, Nom TEXT(30), MotPasse TEXT(20), Note MEMO, Photo LONGBINARY)");
     connection.Execute("CREATE INDEX NomIdx ON Utl (Nom)");
-    for (const char* row : {"1, 'Dupont'", "2, 'élise'", "3, 'ZOLA'"}) connection.Execute(std::string("INSERT INTO Utl (IdUtl, Nom) VALUES (") + row + ")");
+    for (const char* row : {"1, 'Dupont'", "2, 'élise'", "3, 'ZOLA'"})
+      connection.Execute(std::string("INSERT INTO Utl (IdUtl, Nom) VALUES (") + row + ")");
   }
 };
 
@@ -149,7 +151,8 @@ TEST_F(JetRecordset, CountersShowThemselves) {
 }
 
 TEST_F(JetRecordset, EveryTypeKeepsItsCodeAndValue) {
-  connection.Execute("CREATE TABLE T (Y YESNO, B BYTE, S SHORT, L LONG, C CURRENCY, F SINGLE, D DOUBLE, A DATETIME, X BINARY(8), T TEXT(30), M MEMO, O LONGBINARY, G GUID, N DECIMAL(20,5))");
+  connection.Execute(
+      "CREATE TABLE T (Y YESNO, B BYTE, S SHORT, L LONG, C CURRENCY, F SINGLE, D DOUBLE, A DATETIME, X BINARY(8), T TEXT(30), M MEMO, O LONGBINARY, G GUID, N DECIMAL(20,5))");
   auto rows = Opened("SELECT * FROM T", 2);
   std::vector<std::int16_t> types;
   for (std::size_t i = 0; i < rows.FieldCount(); ++i) types.push_back(rows.Fields(i).Type());
@@ -158,17 +161,30 @@ TEST_F(JetRecordset, EveryTypeKeepsItsCodeAndValue) {
   EXPECT_EQ(rows.Fields("D").DefinedSize(), 8);
   EXPECT_EQ(rows.Fields("N").Precision(), 20);
   EXPECT_EQ(rows.Fields("N").NumericScale(), 5);
-  const std::vector<Variant> values = {true, std::uint8_t{200}, std::int16_t{-5}, std::int32_t{70000}, runtime::Currency{123456789012345678}, 1.5F, 0.1, runtime::Date{37653.25},
-                                       runtime::Bytes{std::byte{0}, std::byte{255}}, "été €", "mémo", runtime::Bytes(5000, std::byte{7}),
-                                       runtime::Guid{"{00112233-4455-6677-8899-AABBCCDDEEFF}"}, runtime::Decimal{"-123456789012345.12345"}};
+  const std::vector<Variant> values = {true,
+                                       std::uint8_t{200},
+                                       std::int16_t{-5},
+                                       std::int32_t{70000},
+                                       runtime::Currency{123456789012345678},
+                                       1.5F,
+                                       0.1,
+                                       runtime::Date{37653.25},
+                                       runtime::Bytes{std::byte{0}, std::byte{255}},
+                                       "été €",
+                                       "mémo",
+                                       runtime::Bytes(5000, std::byte{7}),
+                                       runtime::Guid{"{00112233-4455-6677-8899-AABBCCDDEEFF}"},
+                                       runtime::Decimal{"-123456789012345.12345"}};
   rows.AddNew();
   for (std::size_t i = 0; i < values.size(); ++i) rows.Fields(i).Value(values[i]);
   rows.Update();
   for (const int option : {0, 2, 3}) {
     auto read = Opened("SELECT * FROM T", option);
-    for (std::size_t i = 0; i < values.size(); ++i) EXPECT_EQ(read.Fields(i).Value(), values[i]) << "option " << option << " field " << read.Fields(i).Name();
+    for (std::size_t i = 0; i < values.size(); ++i)
+      EXPECT_EQ(read.Fields(i).Value(), values[i]) << "option " << option << " field " << read.Fields(i).Name();
     auto filtered = Opened("SELECT * FROM T WHERE L > 1 ORDER BY D", option);
-    for (std::size_t i = 0; i < values.size(); ++i) EXPECT_EQ(filtered.Fields(i).Value(), values[i]) << "option " << option << " field " << filtered.Fields(i).Name();
+    for (std::size_t i = 0; i < values.size(); ++i)
+      EXPECT_EQ(filtered.Fields(i).Value(), values[i]) << "option " << option << " field " << filtered.Fields(i).Name();
   }
   auto direct = Opened("T", 1);
   for (std::size_t i = 0; i < values.size(); ++i) EXPECT_EQ(direct.Fields(i).Value(), values[i]);
@@ -189,7 +205,8 @@ TEST_F(JetRecordset, LongValuesTravelInPieces) {
     auto read = Opened(option == 1 ? "Utl" : "SELECT * FROM Utl WHERE IdUtl=1", option);
     std::string text;
     std::byte buffer[1001];
-    while (const std::size_t count = read.Fields("Note").ReadChunk(buffer, sizeof buffer)) text.append(reinterpret_cast<const char*>(buffer), count);
+    while (const std::size_t count = read.Fields("Note").ReadChunk(buffer, sizeof buffer))
+      text.append(reinterpret_cast<const char*>(buffer), count);
     EXPECT_EQ(text.size(), 20000 * piece.size()) << option;
     EXPECT_EQ(text.substr(0, piece.size()), piece);
     EXPECT_EQ(read.Fields("Photo").ReadChunk(buffer, sizeof buffer), 0U);

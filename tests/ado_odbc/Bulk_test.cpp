@@ -13,8 +13,8 @@ using runtime::Variant;
 class Bulk : public OdbcTest {
  protected:
   void MakeTable() {
-    Execute("CREATE TABLE b (id INTEGER NOT NULL PRIMARY KEY, nom VARCHAR(40), prix " + engine->Type("double") + ", jour " + engine->Type("datetime") +
-            ", n INTEGER DEFAULT 7, note " + engine->Type("text") + ")");
+    Execute("CREATE TABLE b (id INTEGER NOT NULL PRIMARY KEY, nom VARCHAR(40), prix " + engine->Type("double") + ", jour " +
+            engine->Type("datetime") + ", n INTEGER DEFAULT 7, note " + engine->Type("text") + ")");
   }
 };
 
@@ -24,7 +24,8 @@ TEST_P(Bulk, WritesEveryRowWithItsOwnValues) {
   ado::BulkInsert bulk(connection, "b", {"id", "nom", "prix", "jour", "note"});
   for (std::int32_t i = 0; i < kRows; ++i) {
     const Variant nom = i % 5 == 0 ? Variant(Null{}) : Variant("nom \xF0\x9F\x98\x80 " + std::to_string(i));
-    bulk.Add(std::array<Variant, 5>{i, nom, i * 0.5, runtime::Date{37653.0 + i % 1000}, i % 7 == 0 ? Variant() : Variant("note " + std::to_string(i))});
+    bulk.Add(std::array<Variant, 5>{i, nom, i * 0.5, runtime::Date{37653.0 + i % 1000},
+                                    i % 7 == 0 ? Variant() : Variant("note " + std::to_string(i))});
   }
   bulk.Flush();
   EXPECT_EQ(bulk.RowsAdded(), kRows);
@@ -44,7 +45,8 @@ TEST_P(Bulk, WritesEveryRowWithItsOwnValues) {
 TEST_P(Bulk, AnEmptyValueLeavesTheColumnToItsDefaultRowByRow) {
   MakeTable();
   ado::BulkInsert bulk(connection, "b", {"id", "n"});
-  for (std::int32_t i = 0; i < 100; ++i) bulk.Add(std::array<Variant, 2>{i, i % 3 == 0 ? Variant() : i % 3 == 1 ? Variant(Null{}) : Variant(i)});
+  for (std::int32_t i = 0; i < 100; ++i)
+    bulk.Add(std::array<Variant, 2>{i, i % 3 == 0 ? Variant() : i % 3 == 1 ? Variant(Null{}) : Variant(i)});
   bulk.Flush();
   EXPECT_EQ(Scalar("SELECT COUNT(*) FROM b WHERE n = 7"), "34");
   EXPECT_EQ(Scalar("SELECT COUNT(*) FROM b WHERE n IS NULL"), "33");
@@ -99,7 +101,9 @@ TEST_P(Bulk, AValueThatDoesNotConvertNamesRowAndColumn) {
 TEST_P(Bulk, LongAndShortValuesMayAlternate) {
   MakeTable();
   ado::BulkInsert bulk(connection, "b", {"id", "note"});
-  const auto noteOf = [](std::int32_t i) { return std::string(i % 10 == 9 ? 3000000 : i % 10 == 5 ? 70000 : 20, static_cast<char>('a' + i % 26)); };
+  const auto noteOf = [](std::int32_t i) {
+    return std::string(i % 10 == 9 ? 3000000 : i % 10 == 5 ? 70000 : 20, static_cast<char>('a' + i % 26));
+  };
   for (std::int32_t i = 0; i < 40; ++i) bulk.Add(std::array<Variant, 2>{i, noteOf(i)});
   bulk.Flush();
   ado::Recordset rs = Open("SELECT id, note FROM b ORDER BY id", ado::adOpenForwardOnly, ado::adLockReadOnly);

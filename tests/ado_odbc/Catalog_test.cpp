@@ -20,7 +20,8 @@ class OdbcCatalog : public OdbcTest {
     column.attributes = ado::adColNullable;
     return column;
   }
-  static ado::Index Index(const std::string& name, const std::vector<std::pair<std::string, ado::SortOrder>>& columns, bool primary, bool unique) {
+  static ado::Index Index(const std::string& name, const std::vector<std::pair<std::string, ado::SortOrder>>& columns, bool primary,
+                          bool unique) {
     ado::Index index;
     index.name = name;
     index.primaryKey = primary;
@@ -45,8 +46,8 @@ TEST_P(OdbcCatalog, ListsTheTablesOfThisDatabaseWithTheirType) {
 }
 
 TEST_P(OdbcCatalog, DescribesColumns) {
-  Execute("CREATE TABLE art (code VARCHAR(10) NOT NULL PRIMARY KEY, qte INTEGER, prix DECIMAL(15,2), note " + engine->Type("text") + ", cree " +
-          engine->Type("datetime") + ", img " + engine->Type("blob") + ", oui " + engine->Type("boolean") + ")");
+  Execute("CREATE TABLE art (code VARCHAR(10) NOT NULL PRIMARY KEY, qte INTEGER, prix DECIMAL(15,2), note " + engine->Type("text") +
+          ", cree " + engine->Type("datetime") + ", img " + engine->Type("blob") + ", oui " + engine->Type("boolean") + ")");
   ado::Catalog catalog(connection);
   auto& table = catalog.Tables("art");
   ASSERT_EQ(table.Columns().size(), 7U);
@@ -92,8 +93,9 @@ TEST_P(OdbcCatalog, CreatesTablesColumnsAndIndexes) {
   ado::Table table("CLI");
   table.AppendColumn(Column("CODE", ado::adInteger));
   table.AppendColumn(Column("NOM", ado::adVarWChar, 20));
-  for (const auto type : {ado::adSmallInt, ado::adSingle, ado::adDouble, ado::adCurrency, ado::adDate, ado::adBoolean, ado::adUnsignedTinyInt,
-                          ado::adNumeric, ado::adLongVarWChar, ado::adLongVarBinary, ado::adGUID, ado::adBigInt, ado::adVarBinary}) {
+  for (const auto type :
+       {ado::adSmallInt, ado::adSingle, ado::adDouble, ado::adCurrency, ado::adDate, ado::adBoolean, ado::adUnsignedTinyInt, ado::adNumeric,
+        ado::adLongVarWChar, ado::adLongVarBinary, ado::adGUID, ado::adBigInt, ado::adVarBinary}) {
     table.AppendColumn(Column("F" + std::to_string(type), type, type == ado::adVarBinary ? 10 : 0));
   }
   table.AppendIndex(Index("PK_CLI", {{"CODE", ado::adSortAscending}}, true, true));
@@ -131,7 +133,8 @@ TEST_P(OdbcCatalog, IsError3704OnceTheConnectionIsClosed) {
   EXPECT_EQ(ErrorOf([&] { (void)catalog.TableCount(); }), 3704);
 }
 
-INSTANTIATE_TEST_SUITE_P(Odbc, OdbcCatalog, ::testing::Values("SQLite", "MariaDB", "PostgreSQL"), [](const auto& which) { return which.param; });
+INSTANTIATE_TEST_SUITE_P(Odbc, OdbcCatalog, ::testing::Values("SQLite", "MariaDB", "PostgreSQL"),
+                         [](const auto& which) { return which.param; });
 
 }  // namespace
 }  // namespace tamlo::tests

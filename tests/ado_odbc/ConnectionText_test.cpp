@@ -30,7 +30,8 @@ TEST(ConnectionText, SpecialCharactersOfAPasswordAreBraced) {
 
 TEST(ConnectionText, SqlServerTakesItsDataSourceOrFreeTds) {
   EXPECT_EQ(Text("sqloledb", "Initial Catalog=VOLUMES;", {"SQLOLEDB"}), "DSN=sqloledb;DATABASE=VOLUMES;UID=moi;PWD=pw");
-  EXPECT_EQ(Text("sqloledb", "Initial Catalog=VOLUMES;"), "DRIVER={FreeTDS};PORT=1433;TDS_Version=7.4;SERVER=localhost;DATABASE=VOLUMES;UID=moi;PWD=pw");
+  EXPECT_EQ(Text("sqloledb", "Initial Catalog=VOLUMES;"),
+            "DRIVER={FreeTDS};PORT=1433;TDS_Version=7.4;SERVER=localhost;DATABASE=VOLUMES;UID=moi;PWD=pw");
   EXPECT_EQ(Text("sqloledb", "Data Source=srv;Initial Catalog=V;User ID=a;Password=b", {}, "", ""),
             "DRIVER={FreeTDS};PORT=1433;TDS_Version=7.4;SERVER=srv;DATABASE=V;UID=a;PWD=b");
 }

@@ -17,8 +17,9 @@ class SqliteEngine final : public Engine {
  public:
   std::string ConnectionString() const override { return "DRIVER={SQLite3};DATABASE=" + folder_.File("base.db"); }
   std::string Type(const std::string& what) const override {
-    static const std::map<std::string, std::string> kTypes{{"text", "TEXT"}, {"blob", "BLOB"}, {"double", "DOUBLE"}, {"datetime", "DATETIME"},
-                                                           {"boolean", "BIT"}, {"guid", "GUID"}, {"money", "CURRENCY"}};
+    static const std::map<std::string, std::string> kTypes{{"text", "TEXT"},         {"blob", "BLOB"},   {"double", "DOUBLE"},
+                                                           {"datetime", "DATETIME"}, {"boolean", "BIT"}, {"guid", "GUID"},
+                                                           {"money", "CURRENCY"}};
     return kTypes.at(what);
   }
   Capabilities Can() const override { return {.streams = false, .enforcesLengths = false, .declaresScale = false}; }
@@ -49,8 +50,8 @@ class MariaDbEngine final : public ServerEngine {
   MariaDbEngine() : database_(MakeDatabase(MariaDb().ConnectionString())) {}
   std::string ConnectionString() const override { return MariaDb().ConnectionString(database_); }
   std::string Type(const std::string& what) const override {
-    static const std::map<std::string, std::string> kTypes{{"text", "LONGTEXT"}, {"blob", "LONGBLOB"}, {"double", "DOUBLE"},
-                                                           {"datetime", "DATETIME"}, {"boolean", "BIT(1)"}, {"guid", "CHAR(38)"},
+    static const std::map<std::string, std::string> kTypes{{"text", "LONGTEXT"},      {"blob", "LONGBLOB"},  {"double", "DOUBLE"},
+                                                           {"datetime", "DATETIME"},  {"boolean", "BIT(1)"}, {"guid", "CHAR(38)"},
                                                            {"money", "DECIMAL(19,4)"}};
     return kTypes.at(what);
   }
@@ -64,9 +65,9 @@ class PostgresEngine final : public ServerEngine {
   PostgresEngine() : database_(MakeDatabase(Postgres().ConnectionString())) {}
   std::string ConnectionString() const override { return Postgres().ConnectionString(database_); }
   std::string Type(const std::string& what) const override {
-    static const std::map<std::string, std::string> kTypes{{"text", "TEXT"}, {"blob", "BYTEA"}, {"double", "DOUBLE PRECISION"},
-                                                           {"datetime", "TIMESTAMP(0)"}, {"boolean", "BOOLEAN"}, {"guid", "UUID"},
-                                                           {"money", "NUMERIC(19,4)"}};
+    static const std::map<std::string, std::string> kTypes{
+        {"text", "TEXT"},       {"blob", "BYTEA"}, {"double", "DOUBLE PRECISION"}, {"datetime", "TIMESTAMP(0)"},
+        {"boolean", "BOOLEAN"}, {"guid", "UUID"},  {"money", "NUMERIC(19,4)"}};
     return kTypes.at(what);
   }
 

@@ -18,9 +18,9 @@ namespace tamlo::tests {
 
 /// What differs between the engines behind the driver manager, one sentence each.
 struct Capabilities {
-  bool streams = true;           ///< the driver takes long values in pieces: SQLite's wants the length beforehand
-  bool enforcesLengths = true;   ///< the engine refuses a text longer than declared: SQLite keeps any length
-  bool declaresScale = true;     ///< fractions of seconds follow the declaration: SQLite keeps the text
+  bool streams = true;          ///< the driver takes long values in pieces: SQLite's wants the length beforehand
+  bool enforcesLengths = true;  ///< the engine refuses a text longer than declared: SQLite keeps any length
+  bool declaresScale = true;    ///< fractions of seconds follow the declaration: SQLite keeps the text
 };
 
 /// An engine with a database of its own for one test.

@@ -38,7 +38,8 @@ TEST_P(Failures, ARecordsetOnAStatementWithoutRowsHasNoFields) {
   EXPECT_EQ(Count("f"), 1) << "executed once";
 }
 
-INSTANTIATE_TEST_SUITE_P(Odbc, Failures, ::testing::Values("SQLite", "MariaDB", "PostgreSQL"), [](const auto& which) { return which.param; });
+INSTANTIATE_TEST_SUITE_P(Odbc, Failures, ::testing::Values("SQLite", "MariaDB", "PostgreSQL"),
+                         [](const auto& which) { return which.param; });
 
 class Connecting : public ::testing::Test {
  protected:

@@ -33,9 +33,7 @@ constexpr std::size_t kBounded = 1024 * 1024;
 
 class LongValues : public OdbcTest {
  protected:
-  void MakeTable(const std::string& what) {
-    Execute("CREATE TABLE l (id INTEGER NOT NULL PRIMARY KEY, x " + engine->Type(what) + ")");
-  }
+  void MakeTable(const std::string& what) { Execute("CREATE TABLE l (id INTEGER NOT NULL PRIMARY KEY, x " + engine->Type(what) + ")"); }
 
   /// Gives total bytes, each the low byte of its position times 7.
   static ado::ChunkSource Source(std::size_t total) {
@@ -101,7 +99,8 @@ TEST_P(LongValues, TextsGoAndComeInPiecesNeverCutInsideACharacter) {
     std::string back;
     while (const std::size_t count = rs.Fields("x").ReadChunk(buffer.data(), capacity)) {
       const std::string piece(reinterpret_cast<const char*>(buffer.data()), count);
-      ASSERT_NE(static_cast<unsigned char>(piece.front()) & 0xC0U, 0x80U) << "begins inside a character, " << capacity << " " << back.size();
+      ASSERT_NE(static_cast<unsigned char>(piece.front()) & 0xC0U, 0x80U)
+          << "begins inside a character, " << capacity << " " << back.size();
       back += piece;
     }
     EXPECT_EQ(back, text) << capacity;
@@ -132,7 +131,8 @@ TEST_P(LongValues, ASourceThatFailsLeavesNothingBehind) {
 }
 
 TEST_P(LongValues, SeveralLongColumnsInAnyOrder) {
-  Execute("CREATE TABLE l (a " + engine->Type("text") + ", b INTEGER, c " + engine->Type("blob") + ", d VARCHAR(10), e " + engine->Type("text") + ")");
+  Execute("CREATE TABLE l (a " + engine->Type("text") + ", b INTEGER, c " + engine->Type("blob") + ", d VARCHAR(10), e " +
+          engine->Type("text") + ")");
   const std::string first(20000, 'a');
   const std::string last(30000, 'e');
   const runtime::Bytes bytes(25000, std::byte{7});
@@ -159,7 +159,8 @@ TEST_P(LongValues, SeveralLongColumnsInAnyOrder) {
   EXPECT_TRUE(rs.Eof());
 }
 
-INSTANTIATE_TEST_SUITE_P(Odbc, LongValues, ::testing::Values("SQLite", "MariaDB", "PostgreSQL"), [](const auto& which) { return which.param; });
+INSTANTIATE_TEST_SUITE_P(Odbc, LongValues, ::testing::Values("SQLite", "MariaDB", "PostgreSQL"),
+                         [](const auto& which) { return which.param; });
 
 }  // namespace
 }  // namespace tamlo::tests

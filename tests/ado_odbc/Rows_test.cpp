@@ -101,7 +101,9 @@ TEST_P(Rows, AreAddedWithTheBackendsDefaults) {
 }
 
 TEST_P(Rows, ACounterIsReadBackAfterItsRowWasAdded) {
-  const std::string counter = GetParam() == "SQLite" ? "INTEGER PRIMARY KEY" : GetParam() == "MariaDB" ? "INTEGER AUTO_INCREMENT PRIMARY KEY" : "SERIAL PRIMARY KEY";
+  const std::string counter = GetParam() == "SQLite"    ? "INTEGER PRIMARY KEY"
+                              : GetParam() == "MariaDB" ? "INTEGER AUTO_INCREMENT PRIMARY KEY"
+                                                        : "SERIAL PRIMARY KEY";
   Execute("CREATE TABLE c (id " + counter + ", nom VARCHAR(20))");
   ado::Recordset rs = Open("SELECT * FROM c");
   for (std::int32_t i = 1; i <= 3; ++i) {
@@ -247,7 +249,8 @@ TEST_P(Rows, OnTheClientsSideAreKeptAndCanBeWritten) {
 
 TEST_P(Rows, NamesOfAnySpellingAreQuoted) {
   const std::string q = GetParam() == "MariaDB" ? "`" : "\"";
-  Execute("CREATE TABLE " + q + "Straße/1 [x]" + q + " (" + q + "é clé" + q + " INTEGER NOT NULL PRIMARY KEY, " + q + "select" + q + " VARCHAR(10))");
+  Execute("CREATE TABLE " + q + "Straße/1 [x]" + q + " (" + q + "é clé" + q + " INTEGER NOT NULL PRIMARY KEY, " + q + "select" + q +
+          " VARCHAR(10))");
   ado::Recordset rs = Open("SELECT * FROM " + q + "Straße/1 [x]" + q);
   rs.AddNew();
   rs.Fields("É CLÉ").Value(std::int32_t{1});

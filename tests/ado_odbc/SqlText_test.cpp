@@ -21,10 +21,10 @@ TEST(SqlText, TheBaseTableStandsAsItIsWritten) {
 }
 
 TEST(SqlText, QueriesOverSeveralRowsOrTablesHaveNone) {
-  for (const char* sql : {"SELECT * FROM A, B", "SELECT * FROM A INNER JOIN B ON A.X=B.X", "SELECT * FROM A X LEFT JOIN B ON 1=1",
-                          "SELECT DISTINCT X FROM A", "SELECT X FROM A GROUP BY X", "SELECT X FROM A UNION SELECT X FROM B",
-                          "SELECT X FROM A WHERE Y=1 UNION SELECT X FROM B", "SELECT * FROM (SELECT * FROM A) B", "UPDATE A SET X=1", "SELECT 1",
-                          "", "SHOW KEYS FROM `A`"}) {
+  for (const char* sql :
+       {"SELECT * FROM A, B", "SELECT * FROM A INNER JOIN B ON A.X=B.X", "SELECT * FROM A X LEFT JOIN B ON 1=1", "SELECT DISTINCT X FROM A",
+        "SELECT X FROM A GROUP BY X", "SELECT X FROM A UNION SELECT X FROM B", "SELECT X FROM A WHERE Y=1 UNION SELECT X FROM B",
+        "SELECT * FROM (SELECT * FROM A) B", "UPDATE A SET X=1", "SELECT 1", "", "SHOW KEYS FROM `A`"}) {
     EXPECT_EQ(BaseTableOf(sql), std::nullopt) << sql;
   }
 }

@@ -110,7 +110,8 @@ TEST_P(Values, DaysAndTimesOfDay) {
 }
 
 TEST_P(Values, TextsOfEveryPlane) {
-  for (const char* text : {"", "abc", "été à l'Œuvre €", "日本語", "\xF0\x9F\x98\x80 et \xF0\x9F\x98\x81", "O'Brien \"x\" `y` [z] \\ %_?"}) {
+  for (const char* text :
+       {"", "abc", "été à l'Œuvre €", "日本語", "\xF0\x9F\x98\x80 et \xF0\x9F\x98\x81", "O'Brien \"x\" `y` [z] \\ %_?"}) {
     EXPECT_EQ(RoundTrip("VARCHAR(60)", text), Variant(text));
     EXPECT_EQ(RoundTrip(engine->Type("text"), text), Variant(text));
   }

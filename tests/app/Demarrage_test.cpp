@@ -35,13 +35,9 @@ TEST(LitParametres, AnEmptyLineHasNoParameter) {
   EXPECT_EQ(NbParametres(), 0);
 }
 
-TEST(LitParametres, ALineOfSpacesHasNoParameter) {
-  EXPECT_EQ(Split("    "), Texts{});
-}
+TEST(LitParametres, ALineOfSpacesHasNoParameter) { EXPECT_EQ(Split("    "), Texts{}); }
 
-TEST(LitParametres, RunsOfSpacesSeparateOnce) {
-  EXPECT_EQ(Split("  a  b   c "), (Texts{"a", "b", "c"}));
-}
+TEST(LitParametres, RunsOfSpacesSeparateOnce) { EXPECT_EQ(Split("  a  b   c "), (Texts{"a", "b", "c"})); }
 
 TEST(LitParametres, AQuotedNameWithSpacesIsOneParameterWithoutItsQuotes) {
   EXPECT_EQ(Split("\"ma base  1\" 0"), (Texts{"ma base  1", "0"}));
@@ -57,17 +53,11 @@ TEST(LitParametres, APairOfQuotesIsAnEmptyParameter) {
   EXPECT_EQ(Split("\"\""), Texts{""});
 }
 
-TEST(LitParametres, ATabIsAnOrdinaryCharacter) {
-  EXPECT_EQ(Split("a\tb c"), (Texts{"a\tb", "c"}));
-}
+TEST(LitParametres, ATabIsAnOrdinaryCharacter) { EXPECT_EQ(Split("a\tb c"), (Texts{"a\tb", "c"})); }
 
-TEST(LitParametres, AQuoteThatIsNotClosedTakesTheRest) {
-  EXPECT_EQ(Split("a \"b  c d"), (Texts{"a", "b  c d"}));
-}
+TEST(LitParametres, AQuoteThatIsNotClosedTakesTheRest) { EXPECT_EQ(Split("a \"b  c d"), (Texts{"a", "b  c d"})); }
 
-TEST(LitParametres, AccentsAreKept) {
-  EXPECT_EQ(Split("é \"à ç\""), (Texts{"é", "à ç"}));
-}
+TEST(LitParametres, AccentsAreKept) { EXPECT_EQ(Split("é \"à ç\""), (Texts{"é", "à ç"})); }
 
 TEST(LitParametres, ParametersAreCountedFrom1) {
   Split("a b");
@@ -112,8 +102,7 @@ TEST_P(WrongCountTest, ShowsTheUsageBoxAndOpensNothing) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Counts, WrongCountTest,
-                         testing::Values("", "   ", "a", "base.mdb 0 12 DUPONT",
-                                         "base.mdb 0 12 DUPONT 3 pwd utl code 9"));
+                         testing::Values("", "   ", "a", "base.mdb 0 12 DUPONT", "base.mdb 0 12 DUPONT 3 pwd utl code 9"));
 
 TEST_F(MainTest, SevenParametersEndWithError9BeforeTheDatabaseIsOpened) {
   EXPECT_EQ(Execute("base.mdb 0 12 DUPONT 3 secret ADMIN"), 1);
@@ -165,8 +154,8 @@ TEST_F(MainTest, AFailedOpenEndsWithTheLayersMessageAlone) {
   provider.FailOpen(-2147467259, "serveur absent");
   EXPECT_EQ(Execute("base.mdb 0 12 DUPONT 3"), 1);
   ASSERT_EQ(platform.messages.size(), 1U);
-  EXPECT_EQ(platform.messages[0], (ShownMessage{"La base est incorrecte. Erreur -2147467259 (serveur absent)", 48,
-                                                "Impossible d'ouvrir la base <BASE.MDB>"}));
+  EXPECT_EQ(platform.messages[0],
+            (ShownMessage{"La base est incorrecte. Erreur -2147467259 (serveur absent)", 48, "Impossible d'ouvrir la base <BASE.MDB>"}));
   EXPECT_EQ(NbBasesOuvertes(), 0);
   EXPECT_TRUE(platform.Forms().empty());
 }

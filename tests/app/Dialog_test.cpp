@@ -97,8 +97,7 @@ class SessionTest : public DialogTest, public testing::WithParamInterface<Backen
 };
 
 INSTANTIATE_TEST_SUITE_P(Databases, SessionTest,
-                         testing::Values(Backend{"Sqlite", MakeSqliteVolumes, "27"},
-                                         Backend{"MariaDb", MakeMariaDbVolumes, "27005C"}),
+                         testing::Values(Backend{"Sqlite", MakeSqliteVolumes, "27"}, Backend{"MariaDb", MakeMariaDbVolumes, "27005C"}),
                          [](const auto& instance) { return std::string(instance.param.name); });
 
 TEST_P(SessionTest, ANewUserAfterAWrongConfirmation) {
@@ -195,9 +194,8 @@ TEST_P(SessionTest, ACharacterThatTheTableDoesNotHoldIsWrittenAsCode0AsFarAsTheD
 }
 
 TEST_P(SessionTest, EscTheAcceleratorAndTheCloseBoxWriteNothing) {
-  const std::function<void(VirtualDisplay::WindowId)> ways[] = {[](auto) { Screen().Press("Escape"); },
-                                                                [](auto) { Screen().Press("alt+a"); },
-                                                                [](auto window) { Screen().Close(window); }};
+  const std::function<void(VirtualDisplay::WindowId)> ways[] = {
+      [](auto) { Screen().Press("Escape"); }, [](auto) { Screen().Press("alt+a"); }, [](auto window) { Screen().Close(window); }};
   for (const auto& way : ways) {
     Start("DUPONT", {"Secret1"});
     const auto window = WaitForDialog();
@@ -325,8 +323,7 @@ TEST_P(BadInputTest, TextForANumberAndNumbersOutOfRangeEndWithTheErrorBox) {
 }
 
 TEST_F(DialogTest, AWrongCountOfParametersEndsWithTheUsageBox) {
-  for (const Texts& arguments :
-       {Texts{}, Texts{"VOLUMES", "4", "12", "DUPONT"}, Texts{"1", "2", "3", "4", "5", "6", "7", "8", "9"}}) {
+  for (const Texts& arguments : {Texts{}, Texts{"VOLUMES", "4", "12", "DUPONT"}, Texts{"1", "2", "3", "4", "5", "6", "7", "8", "9"}}) {
     StartWith(arguments);
     EXPECT_EQ(ReadBox("Programme interrompu"), kUsage);
     EXPECT_EQ(tool->Wait(), 1);
@@ -380,8 +377,7 @@ TEST_F(ServerTest, AServerThatGoesAwayBeforeCancelEndsInOrder) {
 TEST(WithoutDisplay, ALineOnTheStandardErrorAndStatus1) {
   ToolRun unset({{"VOLUMES", "4", "12", "DUPONT", "3"}, {}});
   EXPECT_EQ(unset.Wait(), 1);
-  EXPECT_EQ(unset.Errors(),
-            "tamlo : impossible d'afficher la fenêtre. Ni DISPLAY ni WAYLAND_DISPLAY ne désigne un affichage.\n");
+  EXPECT_EQ(unset.Errors(), "tamlo : impossible d'afficher la fenêtre. Ni DISPLAY ni WAYLAND_DISPLAY ne désigne un affichage.\n");
 
   ToolRun dead({{"VOLUMES", "4", "12", "DUPONT", "3"}, {{"DISPLAY", ":59999"}}});
   EXPECT_EQ(dead.Wait(), 1);
@@ -389,8 +385,7 @@ TEST(WithoutDisplay, ALineOnTheStandardErrorAndStatus1) {
 
   ToolRun unknown({{"VOLUMES", "4", "12", "DUPONT", "3"}, {{"QT_QPA_PLATFORM", "nosuch"}}});
   EXPECT_EQ(unknown.Wait(), 1);
-  EXPECT_EQ(unknown.Errors(),
-            "tamlo : impossible d'afficher la fenêtre. L'affichage ne s'ouvre pas (QT_QPA_PLATFORM=nosuch).\n");
+  EXPECT_EQ(unknown.Errors(), "tamlo : impossible d'afficher la fenêtre. L'affichage ne s'ouvre pas (QT_QPA_PLATFORM=nosuch).\n");
 }
 
 }  // namespace

@@ -78,8 +78,7 @@ class OkAccess : public testing::Test {
     for (; !rs.Eof(); rs.MoveNext()) {
       for (std::size_t i = 0; i < rs.FieldCount(); ++i) {
         const bool secret = rs.Fields(i).Name() == "motpasse";
-        rangees +=
-            (secret ? DecodePwd(runtime::ToText(rs.Fields(i).Value())) : runtime::ToText(rs.Fields(i).Value())) + " ";
+        rangees += (secret ? DecodePwd(runtime::ToText(rs.Fields(i).Value())) : runtime::ToText(rs.Fields(i).Value())) + " ";
       }
     }
     rs.Close();

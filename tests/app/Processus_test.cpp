@@ -22,9 +22,8 @@ std::vector<std::string> SplitAgain(const std::vector<std::string>& arguments) {
 using Texts = std::vector<std::string>;
 
 TEST(JointArguments, ArgumentsComeOutOfTheSplittingAsTheyWentIn) {
-  for (const Texts& arguments :
-       {Texts{"VOLUMES", "4", "12", "DUPONT", "3"}, Texts{"C:\\Mes bases\\V.MDB", "0", "1", "JEAN PAUL", "2"},
-        Texts{"", "", "a", ""}, Texts{" a ", "  ", "b\tc", "d'e"}, Texts{"é", "à ç"}, Texts{}}) {
+  for (const Texts& arguments : {Texts{"VOLUMES", "4", "12", "DUPONT", "3"}, Texts{"C:\\Mes bases\\V.MDB", "0", "1", "JEAN PAUL", "2"},
+                                 Texts{"", "", "a", ""}, Texts{" a ", "  ", "b\tc", "d'e"}, Texts{"é", "à ç"}, Texts{}}) {
     EXPECT_EQ(SplitAgain(arguments), arguments);
   }
 }
@@ -54,8 +53,8 @@ class ArgumentList {
 TEST(LitLigneCommande, ReadsThePasswordsAndBlanksThemInTheList) {
   ArgumentList list({"/usr/bin/tamlo", "VOLUMES", "4", "12", "DUPONT", "3", "secret", "ADMIN", "codé"});
   EXPECT_EQ(LitLigneCommande(list.Count(), list.Pointers()), "VOLUMES 4 12 DUPONT 3 secret ADMIN codé");
-  EXPECT_EQ(list.Memory(), (Texts{"/usr/bin/tamlo", "VOLUMES", "4", "12", "DUPONT", "3", std::string(6, '\0'), "ADMIN",
-                                  std::string(5, '\0')}));
+  EXPECT_EQ(list.Memory(),
+            (Texts{"/usr/bin/tamlo", "VOLUMES", "4", "12", "DUPONT", "3", std::string(6, '\0'), "ADMIN", std::string(5, '\0')}));
 }
 
 TEST(LitLigneCommande, AlsoOfARunThatEndsWithTheUsageBox) {

@@ -63,9 +63,7 @@ TEST_F(TableCodeTest, CharactersOutside32To125BecomeTheCharacterOfCode0) {
   EXPECT_EQ(CodePwd("é€"), std::string(2, '\0'));
 }
 
-TEST_F(TableCodeTest, ACharacterWithoutAnAnsiCodeIsEncodedAsAQuestionMark) {
-  EXPECT_EQ(CodePwd("\xE4\xB8\xAD"), CodePwd("?"));
-}
+TEST_F(TableCodeTest, ACharacterWithoutAnAnsiCodeIsEncodedAsAQuestionMark) { EXPECT_EQ(CodePwd("\xE4\xB8\xAD"), CodePwd("?")); }
 
 TEST_F(TableCodeTest, DecodingIgnoresTrailingSpaces) {
   EXPECT_EQ(DecodePwd(CodePwd("abc") + "   "), "abc");

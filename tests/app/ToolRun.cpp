@@ -73,8 +73,7 @@ std::string ToolRun::Errors() const {
   std::string text;
   char buffer[4096];
   ::lseek(errors_, 0, SEEK_SET);
-  for (ssize_t count = 0; (count = ::read(errors_, buffer, sizeof buffer)) > 0;)
-    text.append(buffer, static_cast<std::size_t>(count));
+  for (ssize_t count = 0; (count = ::read(errors_, buffer, sizeof buffer)) > 0;) text.append(buffer, static_cast<std::size_t>(count));
   return text;
 }
 

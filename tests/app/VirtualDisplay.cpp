@@ -30,9 +30,7 @@ void WaitUntil(const std::string& what, const std::function<bool()>& condition) 
 }
 
 /// Windows come and go between two questions: an error about one of them is no failure.
-int IgnoreError(Display* /*display*/, XErrorEvent* /*event*/) {
-  return 0;
-}
+int IgnoreError(Display* /*display*/, XErrorEvent* /*event*/) { return 0; }
 
 /// Starts the server; returns its process and the number that it chose.
 std::pair<pid_t, std::string> StartServer() {
@@ -45,8 +43,8 @@ std::pair<pid_t, std::string> StartServer() {
     ::close(ends[0]);
     if (std::freopen("/dev/null", "w", stderr) == nullptr) ::_exit(127);
     const std::string descriptor = std::to_string(ends[1]);
-    ::execlp("Xvfb", "Xvfb", "-displayfd", descriptor.c_str(), "-screen", "0", "1024x768x24", "-dpi", "96", "-nolisten",
-             "tcp", "-ac", static_cast<char*>(nullptr));
+    ::execlp("Xvfb", "Xvfb", "-displayfd", descriptor.c_str(), "-screen", "0", "1024x768x24", "-dpi", "96", "-nolisten", "tcp", "-ac",
+             static_cast<char*>(nullptr));
     ::_exit(127);
   }
   ::close(ends[1]);
@@ -77,8 +75,8 @@ struct VirtualDisplay::Connection {
     unsigned long count = 0;
     unsigned long rest = 0;
     unsigned char* data = nullptr;
-    if (XGetWindowProperty(display, window, Named(property), 0, 100000, False, AnyPropertyType, &type, &format, &count,
-                           &rest, &data) != Success) {
+    if (XGetWindowProperty(display, window, Named(property), 0, 100000, False, AnyPropertyType, &type, &format, &count, &rest, &data) !=
+        Success) {
       return {};
     }
     // Xlib gives 32-bit items as longs.
@@ -99,8 +97,7 @@ struct VirtualDisplay::Connection {
     Window* children = nullptr;
     unsigned count = 0;
     std::vector<Window> windows;
-    if (XQueryTree(display, DefaultRootWindow(display), &root, &parent, &children, &count) != 0 &&
-        children != nullptr) {
+    if (XQueryTree(display, DefaultRootWindow(display), &root, &parent, &children, &count) != 0 && children != nullptr) {
       windows.assign(children, children + count);
       XFree(children);
     }
@@ -155,13 +152,9 @@ void VirtualDisplay::RunXdotool(const std::string& arguments, const std::string&
   if (::pclose(pipe) != 0) throw std::runtime_error("xdotool failed: " + command);
 }
 
-void VirtualDisplay::Type(const std::string& text) {
-  RunXdotool("type --delay 15 --file -", text);
-}
+void VirtualDisplay::Type(const std::string& text) { RunXdotool("type --delay 15 --file -", text); }
 
-void VirtualDisplay::Press(const std::string& key) {
-  RunXdotool("key --delay 15 " + key, {});
-}
+void VirtualDisplay::Press(const std::string& key) { RunXdotool("key --delay 15 " + key, {}); }
 
 void VirtualDisplay::Close(WindowId window) {
   XEvent event{};
@@ -184,8 +177,7 @@ std::string VirtualDisplay::Clipboard() {
   Display* display = connection_->display;
   const Atom clipboard = connection_->Named("CLIPBOARD");
   WaitUntil("the clipboard", [&] { return XGetSelectionOwner(display, clipboard) != None; });
-  XConvertSelection(display, clipboard, connection_->Named("UTF8_STRING"), connection_->Named("TAMLO_TEXT"),
-                    connection_->own, CurrentTime);
+  XConvertSelection(display, clipboard, connection_->Named("UTF8_STRING"), connection_->Named("TAMLO_TEXT"), connection_->own, CurrentTime);
   XEvent event;
   WaitUntil("the clipboard's text", [&] { return XCheckTypedEvent(display, SelectionNotify, &event) != False; });
   return connection_->Property(connection_->own, "TAMLO_TEXT");

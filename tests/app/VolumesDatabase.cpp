@@ -36,8 +36,7 @@ class SqliteVolumes : public VolumesDatabase {
     std::vector<std::string> rows;
     const auto keep = [](void* target, int count, char** values, char** /*names*/) {
       std::string row;
-      for (int i = 0; i < count; ++i)
-        row += (i == 0 ? "" : "|") + std::string(values[i] == nullptr ? "NULL" : values[i]);
+      for (int i = 0; i < count; ++i) row += (i == 0 ? "" : "|") + std::string(values[i] == nullptr ? "NULL" : values[i]);
       static_cast<std::vector<std::string>*>(target)->push_back(row);
       return 0;
     };
@@ -74,10 +73,8 @@ class MariaDbVolumes : public VolumesDatabase {
     static int count = 0;
     database_ = "volumes" + std::to_string(++count);
     Run("", "CREATE DATABASE " + database_ + " CHARACTER SET utf8mb4");
-    Execute(
-        "CREATE TABLE UTL (IDUTL INT NOT NULL PRIMARY KEY, NOM VARCHAR(30), MOTPASSE VARCHAR(10) COLLATE utf8mb4_bin)");
-    Execute(
-        "CREATE TABLE VLMUTL (IDUTL INT NOT NULL, IDVLM INT NOT NULL, NIVEAU SMALLINT, PRIMARY KEY (IDUTL, IDVLM))");
+    Execute("CREATE TABLE UTL (IDUTL INT NOT NULL PRIMARY KEY, NOM VARCHAR(30), MOTPASSE VARCHAR(10) COLLATE utf8mb4_bin)");
+    Execute("CREATE TABLE VLMUTL (IDUTL INT NOT NULL, IDVLM INT NOT NULL, NIVEAU SMALLINT, PRIMARY KEY (IDUTL, IDVLM))");
   }
 
   std::string Name() const override { return server_.ConnectionString(database_) + ";UID=" + user_ + ";PWD=" + user_; }
@@ -108,9 +105,8 @@ class MariaDbVolumes : public VolumesDatabase {
   std::string Run(const std::string& database, const std::string& statement) const {
     tests::TemporaryFolder folder;
     std::ofstream(folder.File("statement")) << statement;
-    const std::string command = "mariadb --no-defaults --default-character-set=utf8mb4 -N -B -r -S '" +
-                                server_.Socket() + "' -u tamlo -ptamlo " + database + " < '" +
-                                folder.File("statement") + "' 2>&1";
+    const std::string command = "mariadb --no-defaults --default-character-set=utf8mb4 -N -B -r -S '" + server_.Socket() +
+                                "' -u tamlo -ptamlo " + database + " < '" + folder.File("statement") + "' 2>&1";
     FILE* pipe = ::popen(command.c_str(), "r");
     if (pipe == nullptr) throw std::runtime_error("no mariadb client");
     std::string output;
@@ -127,19 +123,11 @@ class MariaDbVolumes : public VolumesDatabase {
 
 }  // namespace
 
-std::unique_ptr<VolumesDatabase> MakeSqliteVolumes() {
-  return std::make_unique<SqliteVolumes>();
-}
+std::unique_ptr<VolumesDatabase> MakeSqliteVolumes() { return std::make_unique<SqliteVolumes>(); }
 
-std::unique_ptr<VolumesDatabase> MakeMariaDbVolumes() {
-  return std::make_unique<MariaDbVolumes>();
-}
+std::unique_ptr<VolumesDatabase> MakeMariaDbVolumes() { return std::make_unique<MariaDbVolumes>(); }
 
-void KillMariaDb() {
-  Server().Kill();
-}
-void RestartMariaDb() {
-  Server().Restart();
-}
+void KillMariaDb() { Server().Kill(); }
+void RestartMariaDb() { Server().Restart(); }
 
 }  // namespace tamlo::app

@@ -13,14 +13,12 @@ VolumesScriptes::VolumesScriptes() {
   BrancheCouche(folder.Path().string());
   tests::ScriptedTable utl;
   utl.name = "UTL";
-  utl.columns = {MakeColumn("IDUTL", ado::adInteger), MakeColumn("NOM", ado::adVarWChar, 30),
-                 MakeColumn("MOTPASSE", ado::adVarWChar, 10)};
+  utl.columns = {MakeColumn("IDUTL", ado::adInteger), MakeColumn("NOM", ado::adVarWChar, 30), MakeColumn("MOTPASSE", ado::adVarWChar, 10)};
   utl.indexes = {MakeIndex("PK", {"IDUTL"}, true, true)};
   provider.AddTable(std::move(utl));
   tests::ScriptedTable vlmUtl;
   vlmUtl.name = "VLMUTL";
-  vlmUtl.columns = {MakeColumn("IDUTL", ado::adInteger), MakeColumn("IDVLM", ado::adInteger),
-                    MakeColumn("NIVEAU", ado::adSmallInt)};
+  vlmUtl.columns = {MakeColumn("IDUTL", ado::adInteger), MakeColumn("IDVLM", ado::adInteger), MakeColumn("NIVEAU", ado::adSmallInt)};
   provider.AddTable(std::move(vlmUtl));
   UtlFound({}, runtime::Null{});
   VlmUtlFound({});
@@ -33,16 +31,16 @@ VolumesScriptes::~VolumesScriptes() {
 }
 
 void VolumesScriptes::UtlFound(Rows rows, const runtime::Variant& largestId) {
-  provider.AnswerPrefix(kUtl, {{MakeField("IdUtl", ado::adInteger), MakeField("Nom", ado::adVarWChar, 30),
-                                MakeField("MotPasse", ado::adVarWChar, 10)},
-                               std::move(rows)});
+  provider.AnswerPrefix(
+      kUtl, {{MakeField("IdUtl", ado::adInteger), MakeField("Nom", ado::adVarWChar, 30), MakeField("MotPasse", ado::adVarWChar, 10)},
+             std::move(rows)});
   provider.Answer("SELECT MAX([IDUTL]) FROM UTL", {{MakeField("Expr1000", ado::adInteger)}, {{largestId}}});
 }
 
 void VolumesScriptes::VlmUtlFound(Rows rows) {
-  provider.AnswerPrefix(kVlmUtl, {{MakeField("IdUtl", ado::adInteger), MakeField("IdVlm", ado::adInteger),
-                                   MakeField("Niveau", ado::adSmallInt)},
-                                  std::move(rows)});
+  provider.AnswerPrefix(
+      kVlmUtl,
+      {{MakeField("IdUtl", ado::adInteger), MakeField("IdVlm", ado::adInteger), MakeField("Niveau", ado::adSmallInt)}, std::move(rows)});
 }
 
 int VolumesScriptes::Execute(const std::string& line) {
@@ -55,9 +53,7 @@ void VolumesScriptes::Start(const std::string& line) {
   Main();
 }
 
-void VolumesScriptes::OpenVolumes() {
-  ASSERT_TRUE(OuvreBase(BaseVlm(), "volumes.mdb", db::TypJet));
-}
+void VolumesScriptes::OpenVolumes() { ASSERT_TRUE(OuvreBase(BaseVlm(), "volumes.mdb", db::TypJet)); }
 
 std::string VolumesScriptes::Encoded(const std::string& clear) const {
   const bool present = TableCodePresente();

@@ -13,9 +13,7 @@ using tests::RecordedCall;
 using tests::ShownMessage;
 using Texts = std::vector<std::string>;
 
-bool Same(ui::Rectangle a, ui::Rectangle b) {
-  return a.left == b.left && a.top == b.top && a.width == b.width && a.height == b.height;
-}
+bool Same(ui::Rectangle a, ui::Rectangle b) { return a.left == b.left && a.top == b.top && a.width == b.width && a.height == b.height; }
 
 class FormTest : public VolumesScriptes {
  protected:
@@ -54,15 +52,14 @@ TEST_F(FormTest, LimitsLockAndColours) {
 TEST_F(FormTest, TabsGoThroughPasswordsButtonsAndName) {
   Load();
   EXPECT_EQ(Form().Focused(), &Box("txtPwd"));
-  const std::vector<ui::Control*> order{&Box("txtPwd"), &Box("txtPwd2"), &Form().Button("btnOK"),
-                                        &Form().Button("btnAnnuler"), &Box("txtNom")};
+  const std::vector<ui::Control*> order{&Box("txtPwd"), &Box("txtPwd2"), &Form().Button("btnOK"), &Form().Button("btnAnnuler"),
+                                        &Box("txtNom")};
   EXPECT_EQ(Form().tabOrder, order);
 }
 
 TEST_F(FormTest, TheTipsAreAlsoLabelsAndSpokenNames) {
   Load();
-  const std::pair<const char*, const char*> texts[] = {
-      {"Nom", "Nom"}, {"Pwd", "Mot de passe"}, {"Pwd2", "Confirmation du mot de passe"}};
+  const std::pair<const char*, const char*> texts[] = {{"Nom", "Nom"}, {"Pwd", "Mot de passe"}, {"Pwd2", "Confirmation du mot de passe"}};
   for (const auto& [name, text] : texts) {
     const tests::FakeTextBox& box = Box(std::string("txt") + name);
     EXPECT_EQ(box.state.tip, text);
@@ -300,9 +297,8 @@ TEST_F(SaveTest, ANameWithAQuoteEndsTheRunWithTheErrorBox) {
 }
 
 TEST_F(SaveTest, AMissingColumnEndsTheRunWithError3265) {
-  provider.AnswerPrefix(kUtl,
-                        {{tests::MakeField("IdUtl", ado::adInteger), tests::MakeField("Nom", ado::adVarWChar, 30)},
-                         {{std::int32_t{7}, "DUPONT"}}});
+  provider.AnswerPrefix(
+      kUtl, {{tests::MakeField("IdUtl", ado::adInteger), tests::MakeField("Nom", ado::adVarWChar, 30)}, {{std::int32_t{7}, "DUPONT"}}});
   EXPECT_EQ(Save(), 1);
   ExpectErrorBox(
       "Erreur d'exécution '3265' :\n\nImpossible de trouver l'objet dans la collection correspondant au nom ou à la "
@@ -316,10 +312,9 @@ TEST_F(SaveTest, DifferingPasswordsAreToldAndTypedAgain) {
     Form().Focus(Box("txtPwd2"));
     Form().PressEnter();
     ASSERT_EQ(platform.messages.size(), 1U);
-    EXPECT_EQ(
-        platform.messages[0],
-        (ShownMessage{"La confirmation du mot de passe diffère de celui-ci. Merci de saisir à nouveau ces 2 zones", 48,
-                      "Mot de passe incorrect"}));
+    EXPECT_EQ(platform.messages[0],
+              (ShownMessage{"La confirmation du mot de passe diffère de celui-ci. Merci de saisir à nouveau ces 2 zones", 48,
+                            "Mot de passe incorrect"}));
     EXPECT_EQ(Box("txtPwd").Text(), "abc");
     EXPECT_EQ(Box("txtPwd2").Text(), "ABC");
     EXPECT_EQ(Form().Focused(), &Box("txtPwd"));

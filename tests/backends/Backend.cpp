@@ -75,22 +75,32 @@ class SurSqlite final : public Backend {
     capacites.creeTables = false;
     return capacites;
   }
-  [[nodiscard]] std::string BaseVide() override {
-    return "DRIVER=SQLite3;Database=" + dossier_.File(NouveauNom() + ".db");
-  }
+  [[nodiscard]] std::string BaseVide() override { return "DRIVER=SQLite3;Database=" + dossier_.File(NouveauNom() + ".db"); }
   [[nodiscard]] std::string TypeBrut(std::int16_t typ, std::int32_t lg) const override {
     switch (typ) {
-      case ado::adVarWChar: return "VARCHAR(" + std::to_string(lg) + ")";
-      case ado::adLongVarWChar: return "TEXT";
-      case ado::adDate: return "TIMESTAMP";
-      case ado::adBoolean: return "BIT";
+      case ado::adVarWChar:
+        return "VARCHAR(" + std::to_string(lg) + ")";
+      case ado::adLongVarWChar:
+        return "TEXT";
+      case ado::adDate:
+        return "TIMESTAMP";
+      case ado::adBoolean:
+        return "BIT";
       case ado::adUnsignedTinyInt:  // the driver takes every TINYINT for a signed one
-      case ado::adSmallInt: return "SMALLINT";
-      case ado::adInteger: case ado::adNumeric: return "INTEGER";
-      case ado::adSingle: return "FLOAT";
-      case ado::adDouble: case ado::adCurrency: return "DOUBLE";
-      case ado::adLongVarBinary: return "BLOB";
-      default: throw std::invalid_argument("no column type");
+      case ado::adSmallInt:
+        return "SMALLINT";
+      case ado::adInteger:
+      case ado::adNumeric:
+        return "INTEGER";
+      case ado::adSingle:
+        return "FLOAT";
+      case ado::adDouble:
+      case ado::adCurrency:
+        return "DOUBLE";
+      case ado::adLongVarBinary:
+        return "BLOB";
+      default:
+        throw std::invalid_argument("no column type");
     }
   }
 

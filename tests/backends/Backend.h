@@ -12,19 +12,19 @@ namespace tamlo::tests {
 
 /// In what backends differ. Each member is one sentence; a test asks for the member and never for the backend.
 struct Capacites {
-  bool creeTables = true;           ///< The layer creates tables and indexes; where it does not, tests create them by a plain statement.
-  bool ajouteColonnes = true;       ///< The layer can add a column.
-  bool clePrimaire = false;         ///< A primary key is kept as such; elsewhere it becomes a unique index.
-  bool indexSimple = true;          ///< A new table takes an index that is not unique.
-  bool indexDescendant = true;      ///< The backend tells which fields of an index are descending.
-  bool numerique131 = true;         ///< A field of type 131 gets a column.
-  bool transactions = true;         ///< RollBack undoes; on SQL Server the layer works without transactions.
-  bool sondeDates = false;          ///< The opening finds the date literal format, with the help of table TEST_DT.
-  bool nomPrimary = false;          ///< The primary index is known by the one name PRIMARY.
-  bool litteraux = true;            ///< Text literals of the dialect are understood.
-  bool retireContraintes = true;    ///< The catalog of indexes is written by the layer, so its agreement can be looked at.
-  bool texteNul = true;             ///< Text and memo columns made by the layer take the null; elsewhere they take the empty text in its place.
-  bool booleenNul = true;           ///< A truth value can be unknown; elsewhere an unknown one is false.
+  bool creeTables = true;         ///< The layer creates tables and indexes; where it does not, tests create them by a plain statement.
+  bool ajouteColonnes = true;     ///< The layer can add a column.
+  bool clePrimaire = false;       ///< A primary key is kept as such; elsewhere it becomes a unique index.
+  bool indexSimple = true;        ///< A new table takes an index that is not unique.
+  bool indexDescendant = true;    ///< The backend tells which fields of an index are descending.
+  bool numerique131 = true;       ///< A field of type 131 gets a column.
+  bool transactions = true;       ///< RollBack undoes; on SQL Server the layer works without transactions.
+  bool sondeDates = false;        ///< The opening finds the date literal format, with the help of table TEST_DT.
+  bool nomPrimary = false;        ///< The primary index is known by the one name PRIMARY.
+  bool litteraux = true;          ///< Text literals of the dialect are understood.
+  bool retireContraintes = true;  ///< The catalog of indexes is written by the layer, so its agreement can be looked at.
+  bool texteNul = true;    ///< Text and memo columns made by the layer take the null; elsewhere they take the empty text in its place.
+  bool booleenNul = true;  ///< A truth value can be unknown; elsewhere an unknown one is false.
 };
 
 /// A kind of database that the suite runs on. Made on first use and kept until the program ends.

@@ -11,12 +11,8 @@ namespace {
 constexpr int kTables = 500;
 constexpr int kChamps = 20;
 
-std::string NomTable(int i) {
-  return "T" + std::to_string(1000 + i);
-}
-std::string NomChamp(int i) {
-  return "C" + std::to_string(10 + i);
-}
+std::string NomTable(int i) { return "T" + std::to_string(1000 + i); }
+std::string NomChamp(int i) { return "C" + std::to_string(10 + i); }
 
 /// The catalog of the base says what its 500 tables are.
 void VerifieCatalogue(db::DataBase& base) {
@@ -30,8 +26,7 @@ void VerifieCatalogue(db::DataBase& base) {
 /// Statements that the server has been sent by anybody since it started.
 std::int64_t Questions(ado::Connection& temoin) {
   ado::Recordset rs;
-  rs.Open("SHOW GLOBAL STATUS LIKE 'Questions'", &temoin, ado::adOpenForwardOnly, ado::adLockUnspecified,
-          ado::adOptionUnspecified);
+  rs.Open("SHOW GLOBAL STATUS LIKE 'Questions'", &temoin, ado::adOpenForwardOnly, ado::adLockUnspecified, ado::adOptionUnspecified);
   return static_cast<std::int64_t>(runtime::ToDouble(rs.Fields(1).Value()));
 }
 
@@ -76,8 +71,7 @@ TEST(CoutCatalogue, OnAccessItIsWrittenToTheDiskAFewTimes) {
   base->RecreeCatalogue();
   const std::int64_t syncs = SyncsSoFar() - avant;
   EXPECT_GT(syncs, 0);
-  EXPECT_LE(syncs, 40)
-      << "three tables dropped, three made, 10,500 rows in transactions of 5,000; four for each commit";
+  EXPECT_LE(syncs, 40) << "three tables dropped, three made, 10,500 rows in transactions of 5,000; four for each commit";
   VerifieCatalogue(*base);
 }
 

@@ -29,9 +29,9 @@ runtime::Bytes Octets(std::initializer_list<int> valeurs) {
 
 /// Every field type that the layer has column types for on all kinds. 131 is not among them: SQL Server refuses it.
 const std::vector<Champ> kChamps = {
-    {"ID", ado::adInteger, 4},        {"TEXTE", ado::adVarWChar, 40}, {"MEMO", ado::adLongVarWChar}, {"JOUR", ado::adDate},
-    {"OUI", ado::adBoolean, 1},       {"OCTET", ado::adUnsignedTinyInt, 1}, {"COURT", ado::adSmallInt, 2}, {"ENTIER", ado::adInteger, 4},
-    {"DBL", ado::adDouble, 8},        {"EXACT", ado::adDouble, 15},   {"ARGENT", ado::adCurrency, 8}, {"SIMPLE", ado::adSingle, 4},
+    {"ID", ado::adInteger, 4},         {"TEXTE", ado::adVarWChar, 40},       {"MEMO", ado::adLongVarWChar},  {"JOUR", ado::adDate},
+    {"OUI", ado::adBoolean, 1},        {"OCTET", ado::adUnsignedTinyInt, 1}, {"COURT", ado::adSmallInt, 2},  {"ENTIER", ado::adInteger, 4},
+    {"DBL", ado::adDouble, 8},         {"EXACT", ado::adDouble, 15},         {"ARGENT", ado::adCurrency, 8}, {"SIMPLE", ado::adSingle, 4},
     {"BINAIRE", ado::adLongVarBinary},
 };
 
@@ -45,16 +45,17 @@ const std::vector<Rangee>& Rangees() {
   static const std::vector<Rangee> rangees = {
       {1, "Dupont", "Un mémo", Instant(2003, 2, 1, 13, 14, 15), true, std::uint8_t{7}, std::int16_t{-5}, 123456, 0.1, 123456789012345.0,
        runtime::Currency{125000}, 0.5F, Octets({0, 1, 255})},
-      {2, "é è ç œ €", "ligne 1\r\nligne 2\nfin œ€", Instant(1999, 12, 31), false, std::uint8_t{0}, std::int16_t{0}, 0, 0.0, 0.0, runtime::Currency{0},
-       0.0F, Octets({13, 10})},
+      {2, "é è ç œ €", "ligne 1\r\nligne 2\nfin œ€", Instant(1999, 12, 31), false, std::uint8_t{0}, std::int16_t{0}, 0, 0.0, 0.0,
+       runtime::Currency{0}, 0.0F, Octets({13, 10})},
       {3, "' \" [ ] ` ; -- /* %_\\", "' \" [ ] ` ; ? $1 :a \\", Instant(2024, 2, 29), true, std::uint8_t{1}, std::int16_t{1}, 1, -1.5, -1.0,
        runtime::Currency{-1}, -1.5F, Octets({39, 34, 0})},
       {4, Null{}, Null{}, Null{}, Null{}, Null{}, Null{}, Null{}, Null{}, Null{}, Null{}, Null{}, Null{}},
-      {5, "   ", "   ", Instant(1899, 12, 29, 6), false, std::uint8_t{9}, std::int16_t{9}, 9, 9.0, 9.0, runtime::Currency{9}, 9.0F, Octets({9})},
-      {6, std::string(40, 'M'), std::string(1999, 'm'), Instant(9999, 12, 31, 23, 59, 59), true, std::uint8_t{255}, std::int16_t{32767}, 2147483647,
-       1.7976931348623e308, 999999999999999.0, runtime::Currency{922337203685477}, 3.402823e38F, Octets({255, 254})},
-      {7, "blancs de fin   ", " m ", Instant(100, 1, 1), false, std::uint8_t{1}, std::int16_t{-32768}, -2147483647 - 1, -1.7976931348623e308,
-       -999999999999999.0, runtime::Currency{-922337203685477}, -3.402823e38F, Octets({0})},
+      {5, "   ", "   ", Instant(1899, 12, 29, 6), false, std::uint8_t{9}, std::int16_t{9}, 9, 9.0, 9.0, runtime::Currency{9}, 9.0F,
+       Octets({9})},
+      {6, std::string(40, 'M'), std::string(1999, 'm'), Instant(9999, 12, 31, 23, 59, 59), true, std::uint8_t{255}, std::int16_t{32767},
+       2147483647, 1.7976931348623e308, 999999999999999.0, runtime::Currency{922337203685477}, 3.402823e38F, Octets({255, 254})},
+      {7, "blancs de fin   ", " m ", Instant(100, 1, 1), false, std::uint8_t{1}, std::int16_t{-32768}, -2147483647 - 1,
+       -1.7976931348623e308, -999999999999999.0, runtime::Currency{-922337203685477}, -3.402823e38F, Octets({0})},
       {8, "😀 hors du plan", "x", Instant(1000, 6, 15, 0, 0, 1), true, std::uint8_t{2}, std::int16_t{2}, 2, 2.2250738585073e-308, 1.0,
        runtime::Currency{1}, 1.17549435e-38F, Octets({1})},
   };
@@ -66,12 +67,20 @@ std::string Texte(const Variant& valeur, std::int16_t typ) {
   const runtime::RegionalSettings simples;
   if (valeur.IsNull() || valeur.IsEmpty()) return "nul";
   switch (typ) {
-    case ado::adBoolean: return runtime::ToBoolean(valeur, simples) ? "-1" : "0";
-    case ado::adDate: return runtime::FormatDate(runtime::ToDate(valeur, simples), "YYYY-MM-DD HH:NN:SS", simples);
-    case ado::adSingle: return runtime::ShortestText(static_cast<double>(static_cast<float>(runtime::ToDouble(valeur, simples))));
-    case ado::adUnsignedTinyInt: case ado::adSmallInt: case ado::adInteger: case ado::adDouble: case ado::adCurrency:
+    case ado::adBoolean:
+      return runtime::ToBoolean(valeur, simples) ? "-1" : "0";
+    case ado::adDate:
+      return runtime::FormatDate(runtime::ToDate(valeur, simples), "YYYY-MM-DD HH:NN:SS", simples);
+    case ado::adSingle:
+      return runtime::ShortestText(static_cast<double>(static_cast<float>(runtime::ToDouble(valeur, simples))));
+    case ado::adUnsignedTinyInt:
+    case ado::adSmallInt:
+    case ado::adInteger:
+    case ado::adDouble:
+    case ado::adCurrency:
       return runtime::ShortestText(runtime::ToDouble(valeur, simples));
-    default: break;
+    default:
+      break;
   }
   if (const auto* octets = valeur.If<runtime::Bytes>()) {
     std::string texte = "x";
@@ -82,7 +91,9 @@ std::string Texte(const Variant& valeur, std::int16_t typ) {
 }
 
 /// The text of a value without its trailing blanks; the brackets of Texte stay outside.
-std::string SansBlancsFinaux(const std::string& texte) { return std::string(runtime::TrimRight(std::string_view(texte).substr(1, texte.size() - 2))); }
+std::string SansBlancsFinaux(const std::string& texte) {
+  return std::string(runtime::TrimRight(std::string_view(texte).substr(1, texte.size() - 2)));
+}
 
 /// What a value becomes when it is stored in a backend: every loss that its column types imply, one by one.
 std::string Perte(const std::string& backend, const Champ& champ, const std::string& texte) {
@@ -252,14 +263,16 @@ TEST_F(NulVersAccess, AShortTextIsNotWrittenAndIsEmptyThere) {
 TEST_F(NulVersAccess, AMemoIsRefusedWithTheRowNamedAndTheRowsBeforeItAreThere) {
   const auto erreur = Copie("MariaDb", "'a',NULL");
   EXPECT_EQ(erreur.number, runtime::kProviderFailure);
-  EXPECT_TRUE(erreur.description.starts_with("copie de la table T : ligne 2 : Le champ ne peut pas contenir de valeur Null")) << erreur.description;
+  EXPECT_TRUE(erreur.description.starts_with("copie de la table T : ligne 2 : Le champ ne peut pas contenir de valeur Null"))
+      << erreur.description;
   EXPECT_THAT(arrivees_, testing::ElementsAre("1a"));
 }
 
 TEST_F(NulVersAccess, ATextOfAGenericSourceIsRefusedLikeAMemo) {
   const auto erreur = Copie("Sqlite", "NULL,'b'");
   EXPECT_EQ(erreur.number, runtime::kProviderFailure);
-  EXPECT_TRUE(erreur.description.starts_with("copie de la table T : ligne 2 : Le champ ne peut pas contenir de valeur Null")) << erreur.description;
+  EXPECT_TRUE(erreur.description.starts_with("copie de la table T : ligne 2 : Le champ ne peut pas contenir de valeur Null"))
+      << erreur.description;
   EXPECT_THAT(arrivees_, testing::ElementsAre("1a"));
 }
 

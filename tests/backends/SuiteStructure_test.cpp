@@ -87,8 +87,14 @@ TEST_P(Structure, TheDateProbeRunsWhereItIsNeededAndLeavesOneTable) {
 
 TEST_P(Structure, ACreatedTableIsTheSameAfterOpeningAgain) {
   BaseOuverte base(Sur());
-  base.Cree(Table("UTL", {{"IDUTL", ado::adInteger, 4}, {"NOM", ado::adVarWChar, 30}, {"ACTIF", ado::adBoolean, 1}, {"MEMO", ado::adLongVarWChar},
-                          {"D", ado::adDate}, {"N", ado::adSmallInt, 2}, {"O", ado::adUnsignedTinyInt, 1}, {"X", ado::adDouble, 8}}));
+  base.Cree(Table("UTL", {{"IDUTL", ado::adInteger, 4},
+                          {"NOM", ado::adVarWChar, 30},
+                          {"ACTIF", ado::adBoolean, 1},
+                          {"MEMO", ado::adLongVarWChar},
+                          {"D", ado::adDate},
+                          {"N", ado::adSmallInt, 2},
+                          {"O", ado::adUnsignedTinyInt, 1},
+                          {"X", ado::adDouble, 8}}));
   base.Rouvre();
   auto& tbl = base->ListeTbl("UTL");
   EXPECT_THAT(Champs(tbl), ElementsAre("idutl", "nom", "actif", "memo", "d", "n", "o", "x"));
@@ -131,7 +137,9 @@ TEST_P(Structure, AnAddedFieldStandsInBackendMemoryAndCatalog) {
 
 TEST_P(Structure, ADroppedFieldLeavesDenseNumbersInTheCatalog) {
   BaseOuverte base(Sur());
-  auto& tbl = base.Cree(Table("UTL", {{"A", ado::adInteger, 4}, {"B", ado::adInteger, 4}, {"C", ado::adInteger, 4}, {"D", ado::adInteger, 4}, {"E", ado::adInteger, 4}}));
+  auto& tbl = base.Cree(Table(
+      "UTL",
+      {{"A", ado::adInteger, 4}, {"B", ado::adInteger, 4}, {"C", ado::adInteger, 4}, {"D", ado::adInteger, 4}, {"E", ado::adInteger, 4}}));
   tbl.SupFld("C");
   EXPECT_THAT(Champs(tbl), ElementsAre("a", "b", "d", "e"));
   EXPECT_THAT(ColonnesDuBackend(*base, "UTL"), ElementsAre("a", "b", "d", "e"));
@@ -248,7 +256,8 @@ TEST_P(Structure, FlagsOfFieldsAndTablesReachTheCatalog) {
 TEST_P(Structure, RelationsAreReadFromTheirTableAtTheOpening) {
   if (!Capacite().creeTables) GTEST_SKIP() << "a generic ODBC source has no catalog tables";
   BaseOuverte base(Sur());
-  base->ExecuteSQL("INSERT INTO [$RLTKORV$] ([ALIASSRC],[FLDSRC],[ALIASCBL],[FLDCBL],[TYP],[TYPINV],[OBLIGATOIRE]) VALUES ('UTL','idutl','VLMUTL','idutl',1,2,1)");
+  base->ExecuteSQL(
+      "INSERT INTO [$RLTKORV$] ([ALIASSRC],[FLDSRC],[ALIASCBL],[FLDCBL],[TYP],[TYPINV],[OBLIGATOIRE]) VALUES ('UTL','idutl','VLMUTL','idutl',1,2,1)");
   base.Rouvre();
   ASSERT_EQ(base->NbRlt(), 1);
   const db::DbRlt& rlt = base->ListeRlt(0);
@@ -330,7 +339,9 @@ void Edite(db::DbTbl& tbl, db::DataBase& base, std::mt19937& hasard) {
   // The engine that stands for SQL Server takes an index name once in a database.
   const std::string index = tbl.Nom() + "IX" + std::to_string(tire(3));
   switch (tire(5)) {
-    case 0: tbl.AddFld(champ, tire(2) == 0 ? ado::adInteger : ado::adDate, 4, false); break;
+    case 0:
+      tbl.AddFld(champ, tire(2) == 0 ? ado::adInteger : ado::adDate, 4, false);
+      break;
     case 1:
       if (!tbl.ExisteIdxSurFld(champ)) tbl.SupFld(champ);
       break;
@@ -339,7 +350,9 @@ void Edite(db::DbTbl& tbl, db::DataBase& base, std::mt19937& hasard) {
       tbl.AddIdx(index, premier == "id" ? "ID" : premier + ";ID", false, tire(2) == 0);
       break;
     }
-    case 3: tbl.SupIdx(index); break;
+    case 3:
+      tbl.SupIdx(index);
+      break;
     default: {
       const std::string id = std::to_string(base.GetCptSuiv("[" + tbl.Nom() + "]", "ID"));
       base.ExecuteSQL("INSERT INTO [" + tbl.Nom() + "] ([ID]) VALUES (" + id + ")");

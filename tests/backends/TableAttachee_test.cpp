@@ -82,8 +82,7 @@ TEST(TableAttachee, WhoseFileHasGoneIsListedAndTheRestWorks) {
 
 TEST(TableAttachee, OfADataSourceIsReadAndWrittenThroughItsDriver) {
   const TemporaryFolder dossier;
-  std::ofstream(dossier.File("odbc.ini"))
-      << "[tamlo_lien]\nDriver=SQLite3\nDatabase=" << dossier.File("source.db") << "\n";
+  std::ofstream(dossier.File("odbc.ini")) << "[tamlo_lien]\nDriver=SQLite3\nDatabase=" << dossier.File("source.db") << "\n";
   ::setenv("ODBCINI", dossier.File("odbc.ini").c_str(), 1);
   {
     BaseOuverte source(BackendNomme("Sqlite"), "tamlo_lien");

@@ -8,9 +8,7 @@ BaseDeTest::BaseDeTest() : precedent_(db::EnvironnementCourant()) {
   db::EnvironnementCourant().pwdUtlConnecte = [] { return std::string("secret"); };
 }
 
-BaseDeTest::~BaseDeTest() {
-  db::EnvironnementCourant() = precedent_;
-}
+BaseDeTest::~BaseDeTest() { db::EnvironnementCourant() = precedent_; }
 
 ScriptedTable& BaseDeTest::AjouteTable(const std::string& nom, const std::string& type) {
   ScriptedTable table;
@@ -29,9 +27,8 @@ void BaseDeTest::AjouteCatalogue() {
   table.columns = {texte("NOM", 30), drapeau("MVT")};
   provider.AddTable(table);
   table.name = "$FLDKORV$";
-  table.columns = {texte("TABLE", 30), MakeColumn("NO", ado::adSmallInt, 2),
-                   texte("NOM", 30),   texte("INI", 50),
-                   texte("FMT", 15),   drapeau("OBLIGATOIRE")};
+  table.columns = {texte("TABLE", 30),    MakeColumn("NO", ado::adSmallInt, 2), texte("NOM", 30), texte("INI", 50), texte("FMT", 15),
+                   drapeau("OBLIGATOIRE")};
   table.indexes = {MakeIndex("TBLNO", {"TABLE", "NO"}, true, true)};
   provider.AddTable(table);
   table.name = "$IDXKORV$";
@@ -55,16 +52,14 @@ void BaseDeTest::LigneFld(const std::string& table, std::int16_t no, const std::
   provider.FindTable("$FLDKORV$")->rows.push_back({table, no, nom, runtime::Null{}, runtime::Null{}, false});
 }
 
-void BaseDeTest::LigneIdx(const std::string& table, const std::string& nom, const std::string& champs, bool primaire,
-                          bool unique) {
+void BaseDeTest::LigneIdx(const std::string& table, const std::string& nom, const std::string& champs, bool primaire, bool unique) {
   provider.FindTable("$IDXKORV$")->rows.push_back({table, nom, champs, primaire, unique, runtime::Null{}});
 }
 
-void BaseDeTest::LigneRlt(const std::string& src, const std::string& fldSrc, const std::string& cbl,
-                          const std::string& fldCbl, int typ, int typInv, bool obg) {
+void BaseDeTest::LigneRlt(const std::string& src, const std::string& fldSrc, const std::string& cbl, const std::string& fldCbl, int typ,
+                          int typInv, bool obg) {
   provider.FindTable("$RLTKORV$")
-      ->rows.push_back(
-          {src, fldSrc, cbl, fldCbl, static_cast<std::uint8_t>(typ), static_cast<std::uint8_t>(typInv), obg});
+      ->rows.push_back({src, fldSrc, cbl, fldCbl, static_cast<std::uint8_t>(typ), static_cast<std::uint8_t>(typInv), obg});
 }
 
 void BaseDeTest::ScripteCles(const std::vector<std::pair<std::string, std::string>>& cles) {
@@ -90,14 +85,11 @@ void BaseDeTest::Ouvre(std::int16_t kind, const std::string& nom) {
 BaseDeTest::Textes BaseDeTest::Envoyes() const {
   Textes textes;
   for (const RecordedCall& appel : provider.Calls()) {
-    if (appel.kind == RecordedCall::Kind::kExecute || appel.kind == RecordedCall::Kind::kOpenRowset)
-      textes.push_back(appel.text);
+    if (appel.kind == RecordedCall::Kind::kExecute || appel.kind == RecordedCall::Kind::kOpenRowset) textes.push_back(appel.text);
   }
   return textes;
 }
 
-std::vector<BaseDeTest::Ligne> BaseDeTest::Lignes(const std::string& table) {
-  return provider.FindTable(table)->rows;
-}
+std::vector<BaseDeTest::Ligne> BaseDeTest::Lignes(const std::string& table) { return provider.FindTable(table)->rows; }
 
 }  // namespace tamlo::tests

@@ -30,10 +30,9 @@ class BaseDeTest : public testing::Test {
   /// The four catalog tables, empty.
   void AjouteCatalogue();
   void LigneFld(const std::string& table, std::int16_t no, const std::string& nom);
-  void LigneIdx(const std::string& table, const std::string& nom, const std::string& champs, bool primaire,
-                bool unique);
-  void LigneRlt(const std::string& src, const std::string& fldSrc, const std::string& cbl, const std::string& fldCbl,
-                int typ, int typInv, bool obg);
+  void LigneIdx(const std::string& table, const std::string& nom, const std::string& champs, bool primaire, bool unique);
+  void LigneRlt(const std::string& src, const std::string& fldSrc, const std::string& cbl, const std::string& fldCbl, int typ, int typInv,
+                bool obg);
   /// Answers SHOW KEYS of every table with these (key, column) pairs.
   void ScripteCles(const std::vector<std::pair<std::string, std::string>>& cles);
   /// Answers ALL_TABLES with these (name, owner) pairs.

@@ -20,8 +20,7 @@ class DataBaseCatalogue : public BaseDeTest {
 };
 
 TEST_F(DataBaseCatalogue, TablesThatAreNotTheApplicationsAreLeftOut) {
-  for (const char* type : {"ACCESS TABLE", "SYSTEM TABLE", "SYSTEM VIEW", "VIEW", "SYNONYM"})
-    AjouteTable(std::string("X") + type[0], type);
+  for (const char* type : {"ACCESS TABLE", "SYSTEM TABLE", "SYSTEM VIEW", "VIEW", "SYNONYM"}) AjouteTable(std::string("X") + type[0], type);
   AjouteTable("utl");
   AjouteTable("PASSE", "PASS-THROUGH");
   Ouvre(0, "BVIRTUEL.MDB");
@@ -50,25 +49,24 @@ TEST_F(DataBaseCatalogue, AMissingCatalogIsCreatedFromTheTables) {
   EXPECT_THAT(Noms(db), ElementsAre("UTL", "$TBLKORV$", "$FLDKORV$", "$IDXKORV$", "$RLTKORV$"));
   const runtime::Null nul;
   EXPECT_THAT(Lignes("$TBLKORV$"), ElementsAre(Ligne{"UTL", true}));
-  EXPECT_THAT(Lignes("$FLDKORV$"), ElementsAre(Ligne{"UTL", std::int16_t{0}, "nom", nul, nul, nul},
-                                               Ligne{"UTL", std::int16_t{1}, "niveau", nul, nul, nul}));
+  EXPECT_THAT(Lignes("$FLDKORV$"),
+              ElementsAre(Ligne{"UTL", std::int16_t{0}, "nom", nul, nul, nul}, Ligne{"UTL", std::int16_t{1}, "niveau", nul, nul, nul}));
   EXPECT_THAT(Lignes("$IDXKORV$"), ElementsAre(Ligne{"UTL", "PK", "nom", true, true, nul}));
 }
 
 TEST_F(DataBaseCatalogue, TheCatalogTablesHaveTheirFieldsAndIndexes) {
   ASSERT_TRUE(db.Ouvre("V", 1, true));
-  EXPECT_THAT(
-      provider.Statements(),
-      ElementsAre("CREATE TABLE \"$TBLKORV$\" (\"NOM\"  NVARCHAR(30),\"MVT\"  BIT DEFAULT 0,CONSTRAINT \"NOM\"  "
-                  "UNIQUE(\"nom\"))",
-                  "CREATE TABLE \"$FLDKORV$\" (\"TABLE\"  NVARCHAR(30),\"NO\"  SMALLINT,\"NOM\"  NVARCHAR(30),\"INI\"  "
-                  "NVARCHAR(50),\"FMT\"  NVARCHAR(15),\"OBLIGATOIRE\"  BIT DEFAULT 0,CONSTRAINT \"TBLNO\"  "
-                  "UNIQUE(\"table\",\"no\"))",
-                  "CREATE TABLE \"$IDXKORV$\" (\"TABLE\"  NVARCHAR(30),\"NOM\"  NVARCHAR(30),\"CHAMPS\"  "
-                  "NVARCHAR(50),\"PRIMAIRE\"  BIT "
-                  "DEFAULT 0,\"UNIQUE\"  BIT DEFAULT 0,\"OBLIGATOIRE\"  BIT DEFAULT 0,CONSTRAINT \"TBLNOM\"  "
-                  "UNIQUE(\"table\",\"nom\"))",
-                  testing::StartsWith("CREATE TABLE \"$RLTKORV$\"")));
+  EXPECT_THAT(provider.Statements(),
+              ElementsAre("CREATE TABLE \"$TBLKORV$\" (\"NOM\"  NVARCHAR(30),\"MVT\"  BIT DEFAULT 0,CONSTRAINT \"NOM\"  "
+                          "UNIQUE(\"nom\"))",
+                          "CREATE TABLE \"$FLDKORV$\" (\"TABLE\"  NVARCHAR(30),\"NO\"  SMALLINT,\"NOM\"  NVARCHAR(30),\"INI\"  "
+                          "NVARCHAR(50),\"FMT\"  NVARCHAR(15),\"OBLIGATOIRE\"  BIT DEFAULT 0,CONSTRAINT \"TBLNO\"  "
+                          "UNIQUE(\"table\",\"no\"))",
+                          "CREATE TABLE \"$IDXKORV$\" (\"TABLE\"  NVARCHAR(30),\"NOM\"  NVARCHAR(30),\"CHAMPS\"  "
+                          "NVARCHAR(50),\"PRIMAIRE\"  BIT "
+                          "DEFAULT 0,\"UNIQUE\"  BIT DEFAULT 0,\"OBLIGATOIRE\"  BIT DEFAULT 0,CONSTRAINT \"TBLNOM\"  "
+                          "UNIQUE(\"table\",\"nom\"))",
+                          testing::StartsWith("CREATE TABLE \"$RLTKORV$\"")));
 }
 
 TEST_F(DataBaseCatalogue, AnIncompleteCatalogIsMadeAnew) {
@@ -92,10 +90,9 @@ TEST_F(DataBaseCatalogue, WithItsCatalogADatabaseListsTheCatalogTablesFirst) {
   AjouteCatalogue();
   ASSERT_TRUE(db.Ouvre("V", 1, true));
   EXPECT_THAT(Noms(db), ElementsAre("$TBLKORV$", "$FLDKORV$", "$IDXKORV$", "UTL", "$RLTKORV$"));
-  EXPECT_THAT(Envoyes(),
-              ElementsAre("SELECT TOP 1 * FROM [$TBLKORV$]", "SELECT TOP 1 * FROM [$FLDKORV$]",
-                          "SELECT TOP 1 * FROM [$IDXKORV$]", "SELECT * FROM [$FLDKORV$] ORDER BY [TABLE],[NO]",
-                          "SELECT * FROM [$IDXKORV$] ORDER BY [TABLE],[NOM]", "SELECT * FROM [$RLTKORV$]"));
+  EXPECT_THAT(Envoyes(), ElementsAre("SELECT TOP 1 * FROM [$TBLKORV$]", "SELECT TOP 1 * FROM [$FLDKORV$]",
+                                     "SELECT TOP 1 * FROM [$IDXKORV$]", "SELECT * FROM [$FLDKORV$] ORDER BY [TABLE],[NO]",
+                                     "SELECT * FROM [$IDXKORV$] ORDER BY [TABLE],[NOM]", "SELECT * FROM [$RLTKORV$]"));
 }
 
 TEST_F(DataBaseCatalogue, OracleListsTheTablesOfItsOwners) {
@@ -114,9 +111,7 @@ TEST_F(DataBaseCatalogue, OracleListsAFurtherOwnerOfTheDatabaseName) {
   ScripteToutesTables({});
   db::EnvironnementCourant().nomLogin = "Scott";
   ASSERT_TRUE(db.Ouvre("BASE1;Owner=tiger", 2, true));
-  EXPECT_THAT(
-      Envoyes(),
-      testing::Contains("SELECT * FROM ALL_TABLES WHERE (OWNER = 'Scott') OR (OWNER = 'TIGER') ORDER BY TABLE_NAME"));
+  EXPECT_THAT(Envoyes(), testing::Contains("SELECT * FROM ALL_TABLES WHERE (OWNER = 'Scott') OR (OWNER = 'TIGER') ORDER BY TABLE_NAME"));
 }
 
 TEST_F(DataBaseCatalogue, ALinkReadsTheStructureBehindItWhereThatDatabaseIsOpen) {
@@ -130,9 +125,7 @@ TEST_F(DataBaseCatalogue, ALinkReadsTheStructureBehindItWhereThatDatabaseIsOpen)
   LigneFld("LOCALE", 0, "nom");
   db::DataBase source;
   ASSERT_TRUE(source.Ouvre("C:\\AUTRE.MDB", 0, true));
-  db::EnvironnementCourant().baseOuverte = [&](const std::string& nom) {
-    return nom == "C:\\AUTRE.MDB" ? &source : nullptr;
-  };
+  db::EnvironnementCourant().baseOuverte = [&](const std::string& nom) { return nom == "C:\\AUTRE.MDB" ? &source : nullptr; };
   ASSERT_TRUE(db.Ouvre("C:\\BASE.MDB", 0, true));
   ASSERT_EQ(db.ListeTbl("LOCALE").NbFld(), 1);
   EXPECT_EQ(db.ListeTbl("LOCALE").ListeFld("nom").Lg(), 30);
@@ -219,9 +212,7 @@ TEST_F(DataBaseCatalogue, TheKeySearchFindsTheFirstRowByFindOrBySeek) {
 
 class DataBaseSonde : public BaseDeTest {
  protected:
-  void AccepteLitteral() {
-    provider.AnswerPrefix("SELECT * FROM `TEST_DT` WHERE `DT` = \"", {{MakeField("DT", ado::adDate)}, {}});
-  }
+  void AccepteLitteral() { provider.AnswerPrefix("SELECT * FROM `TEST_DT` WHERE `DT` = \"", {{MakeField("DT", ado::adDate)}, {}}); }
 };
 
 TEST_F(DataBaseSonde, OtherKindsHaveNoProbeTableAndNoFormat) {
@@ -237,11 +228,10 @@ TEST_F(DataBaseSonde, AnAcceptedLiteralIsYearFirst) {
   AccepteLitteral();
   ASSERT_TRUE(db.Ouvre("V", 3, true));
   EXPECT_EQ(db.FmtDate(), "YYYY-MM-DD");
-  EXPECT_THAT(provider.Statements(), testing::IsSupersetOf({"CREATE TABLE `TEST_DT` (`DT`  DATETIME)",
-                                                            "CREATE INDEX `DT` ON `TEST_DT` (`DT`)"}));
-  EXPECT_THAT(
-      provider.Sources().back(),
-      testing::MatchesRegex("SELECT \\* FROM `TEST_DT` WHERE `DT` = \"[0-9][0-9][0-9][0-9]-[0-9][0-9]-[0-9][0-9]\""));
+  EXPECT_THAT(provider.Statements(),
+              testing::IsSupersetOf({"CREATE TABLE `TEST_DT` (`DT`  DATETIME)", "CREATE INDEX `DT` ON `TEST_DT` (`DT`)"}));
+  EXPECT_THAT(provider.Sources().back(),
+              testing::MatchesRegex("SELECT \\* FROM `TEST_DT` WHERE `DT` = \"[0-9][0-9][0-9][0-9]-[0-9][0-9]-[0-9][0-9]\""));
 }
 
 TEST_F(DataBaseSonde, ARefusedLiteralIsDayFirst) {
@@ -268,8 +258,7 @@ TEST_F(DataBaseSonde, AnExistingProbeTableIsKeptAndTheOldOneRemoved) {
   EXPECT_EQ(provider.FindTable("$TESTDT$"), nullptr);
   EXPECT_THAT(provider.Statements(),
               ElementsAre("DROP TABLE $TESTDT$", "DELETE  FROM `$TBLKORV$` WHERE `NOM`=\"$TESTDT$\"",
-                          "DELETE  FROM `$FLDKORV$` WHERE `TABLE`=\"$TESTDT$\"",
-                          "DELETE  FROM `$IDXKORV$` WHERE `TABLE`=\"$TESTDT$\""));
+                          "DELETE  FROM `$FLDKORV$` WHERE `TABLE`=\"$TESTDT$\"", "DELETE  FROM `$IDXKORV$` WHERE `TABLE`=\"$TESTDT$\""));
   EXPECT_EQ(db.FmtDate(), "YYYY-MM-DD");
 }
 

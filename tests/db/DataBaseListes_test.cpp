@@ -55,9 +55,7 @@ TEST_F(DataBaseListes, ExisteTblAsksTheCatalogWithoutAStatement) {
   EXPECT_EQ(Numero([&] { (void)db.ListeTbl("NOUVELLE"); }), runtime::kSubscriptOutOfRange);
 }
 
-TEST_F(DataBaseListes, ExisteTblIsFalseOnAnyError) {
-  EXPECT_FALSE(db.ExisteTbl("UTL"));
-}
+TEST_F(DataBaseListes, ExisteTblIsFalseOnAnyError) { EXPECT_FALSE(db.ExisteTbl("UTL")); }
 
 TEST_F(DataBaseListes, SupporteTableIsFalseOnEveryKind) {
   for (std::int16_t kind = 0; kind <= 4; ++kind) {
@@ -118,8 +116,8 @@ TEST_F(DataBaseListes, AddTblCreatesListsAndRecordsATable) {
   EXPECT_EQ(provider.Statements()[0].substr(0, 18), "CREATE TABLE \"CDE\"");
   EXPECT_THAT(Lignes("$TBLKORV$"), ElementsAre(Ligne{"CDE", false}));
   const runtime::Null nul;
-  EXPECT_THAT(Lignes("$FLDKORV$"), ElementsAre(Ligne{"CDE", std::int16_t{0}, "no", nul, nul, nul},
-                                               Ligne{"CDE", std::int16_t{1}, "nom", nul, nul, nul}));
+  EXPECT_THAT(Lignes("$FLDKORV$"),
+              ElementsAre(Ligne{"CDE", std::int16_t{0}, "no", nul, nul, nul}, Ligne{"CDE", std::int16_t{1}, "nom", nul, nul, nul}));
   EXPECT_THAT(Lignes("$IDXKORV$"), ElementsAre(Ligne{"CDE", "PK", "no;-nom", true, true, nul}));
 }
 
@@ -156,15 +154,14 @@ TEST_F(DataBaseListes, SupTblDropsTheTableItsEntryAndItsCatalogRows) {
                         "DELETE  FROM [$IDXKORV$] WHERE [TABLE]='UTL'"};
   const Textes jet{"DELETE * FROM [$TBLKORV$] WHERE [NOM]='UTL'", "DELETE * FROM [$FLDKORV$] WHERE [TABLE]='UTL'",
                    "DELETE * FROM [$IDXKORV$] WHERE [TABLE]='UTL'"};
-  const Textes oracle{"DELETE  FROM \"$TBLKORV$\" WHERE \"NOM\"='UTL'",
-                      "DELETE  FROM \"$FLDKORV$\" WHERE \"TABLE\"='UTL'",
+  const Textes oracle{"DELETE  FROM \"$TBLKORV$\" WHERE \"NOM\"='UTL'", "DELETE  FROM \"$FLDKORV$\" WHERE \"TABLE\"='UTL'",
                       "DELETE  FROM \"$IDXKORV$\" WHERE \"TABLE\"='UTL'"};
   const Textes mySql{"DELETE  FROM `$TBLKORV$` WHERE `NOM`=\"UTL\"", "DELETE  FROM `$FLDKORV$` WHERE `TABLE`=\"UTL\"",
                      "DELETE  FROM `$IDXKORV$` WHERE `TABLE`=\"UTL\""};
   OuvreAvecTables();
-  for (const Cas& cas : {Cas{0, "DROP TABLE [UTL]", jet}, Cas{1, "DROP TABLE [UTL]", dialecte},
-                         Cas{2, "DROP TABLE \"ADM\".\"UTL\"", oracle}, Cas{3, "DROP TABLE UTL", mySql},
-                         Cas{4, "DROP TABLE [UTL]", mySql}}) {
+  for (const Cas& cas :
+       {Cas{0, "DROP TABLE [UTL]", jet}, Cas{1, "DROP TABLE [UTL]", dialecte}, Cas{2, "DROP TABLE \"ADM\".\"UTL\"", oracle},
+        Cas{3, "DROP TABLE UTL", mySql}, Cas{4, "DROP TABLE [UTL]", mySql}}) {
     if (provider.FindTable("UTL") == nullptr) AjouteTable("UTL");
     db::DataBase base;
     ASSERT_TRUE(base.Ouvre("V", cas.kind, true));
@@ -211,13 +208,10 @@ class DataBaseRelations : public BaseDeTest {
     db.GetListeRlt(de, vers, chaine, longueur, visites);
     EXPECT_EQ(chaine.size(), static_cast<std::size_t>(longueur));
     std::string texte;
-    for (const db::DbRlt* relation : chaine)
-      texte += (texte.empty() ? "" : ",") + relation->AliasSrc() + "-" + relation->AliasCbl();
+    for (const db::DbRlt* relation : chaine) texte += (texte.empty() ? "" : ",") + relation->AliasSrc() + "-" + relation->AliasCbl();
     return texte;
   }
-  void Relie(const std::string& de, const std::string& vers) {
-    EXPECT_TRUE(db.AddRlt(de, "x", vers, "y", 0, 0, false));
-  }
+  void Relie(const std::string& de, const std::string& vers) { EXPECT_TRUE(db.AddRlt(de, "x", vers, "y", 0, 0, false)); }
 };
 
 TEST_F(DataBaseRelations, AddRltFoldsTheNamesAndInvertsTheFlag) {

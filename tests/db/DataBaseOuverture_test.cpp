@@ -29,9 +29,9 @@ TEST_F(DataBaseOuverture, EachKindHasItsProviderAndItsConnectionString) {
     const char* fournisseur;
     const char* chaine;
   };
-  for (const Cas& cas : {Cas{0, "Microsoft.Jet.OLEDB.4.0", "VOLUMES"}, Cas{1, "sqloledb", "Initial Catalog=VOLUMES;"},
-                         Cas{2, "OraOLEDB.Oracle", "VOLUMES"}, Cas{3, "MSDASQL.1", "VOLUMES"},
-                         Cas{4, "MSDASQL", "VOLUMES"}, Cas{7, "MSDASQL", "VOLUMES"}, Cas{-1, "MSDASQL", "VOLUMES"}}) {
+  for (const Cas& cas :
+       {Cas{0, "Microsoft.Jet.OLEDB.4.0", "VOLUMES"}, Cas{1, "sqloledb", "Initial Catalog=VOLUMES;"}, Cas{2, "OraOLEDB.Oracle", "VOLUMES"},
+        Cas{3, "MSDASQL.1", "VOLUMES"}, Cas{4, "MSDASQL", "VOLUMES"}, Cas{7, "MSDASQL", "VOLUMES"}, Cas{-1, "MSDASQL", "VOLUMES"}}) {
     provider.ClearCalls();
     db::DataBase base;
     ASSERT_TRUE(base.Ouvre("VOLUMES", cas.kind, true));
@@ -133,9 +133,8 @@ TEST_F(DataBaseOuverture, CursorsAreTheClientsOnMySqlAndAreLeftAloneElsewhere) {
 TEST_F(DataBaseOuverture, AFailureIsShownAndGivesFalse) {
   provider.FailOpen(-2147467259, "connexion refusée", 1);
   EXPECT_FALSE(db.Ouvre("VOLUMES", 1, true));
-  EXPECT_THAT(platform.messages,
-              ElementsAre(ShownMessage{"La base est incorrecte. Erreur -2147467259 (connexion refusée)", 48,
-                                       "Impossible d'ouvrir la base <VOLUMES>"}));
+  EXPECT_THAT(platform.messages, ElementsAre(ShownMessage{"La base est incorrecte. Erreur -2147467259 (connexion refusée)", 48,
+                                                          "Impossible d'ouvrir la base <VOLUMES>"}));
 }
 
 TEST_F(DataBaseOuverture, AGenericFailureOnOracleReadsAsAWrongPassword) {
@@ -224,8 +223,7 @@ TEST_F(DataBaseOuverture, OpeningADatabaseWithItsCatalogCostsTwoStatementsATable
   AjouteCatalogue();
   for (int i = 0; i < 200; ++i) {
     const std::string nom = "T" + std::to_string(1000 + i);
-    AjouteTable(nom).indexes = {MakeIndex("PRIMARY", {"NOM"}, true, true), MakeIndex("I2", {"NIVEAU"}),
-                                MakeIndex("I3", {"NIVEAU"})};
+    AjouteTable(nom).indexes = {MakeIndex("PRIMARY", {"NOM"}, true, true), MakeIndex("I2", {"NIVEAU"}), MakeIndex("I3", {"NIVEAU"})};
     LigneFld(nom, 0, "nom");
     LigneFld(nom, 1, "niveau");
     for (const char* index : {"I2", "I3", "PRIMARY"}) LigneIdx(nom, index, "nom", false, false);

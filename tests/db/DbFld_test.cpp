@@ -33,10 +33,9 @@ TEST(DbFld, TypesAreNormalised) {
     std::int16_t retenue;
   };
   for (const Cas& cas :
-       {Cas{129, 10, 202, 10}, Cas{130, 10, 202, 10}, Cas{201, 10, 203, 0}, Cas{200, 1999, 202, 1999},
-        Cas{200, 2000, 203, 0}, Cas{135, 16, 7, 0}, Cas{133, 6, 7, 0}, Cas{139, 15, 5, 0}, Cas{16, 1, 17, 0},
-        Cas{128, 50, 205, 0}, Cas{5, 8, 5, 8}, Cas{202, 30, 202, 30}, Cas{203, 100, 203, 0}, Cas{3, 4, 3, 0},
-        Cas{131, 19, 131, 0}, Cas{11, 2, 11, 0}, Cas{72, 16, 72, 0}}) {
+       {Cas{129, 10, 202, 10}, Cas{130, 10, 202, 10}, Cas{201, 10, 203, 0}, Cas{200, 1999, 202, 1999}, Cas{200, 2000, 203, 0},
+        Cas{135, 16, 7, 0}, Cas{133, 6, 7, 0}, Cas{139, 15, 5, 0}, Cas{16, 1, 17, 0}, Cas{128, 50, 205, 0}, Cas{5, 8, 5, 8},
+        Cas{202, 30, 202, 30}, Cas{203, 100, 203, 0}, Cas{3, 4, 3, 0}, Cas{131, 19, 131, 0}, Cas{11, 2, 11, 0}, Cas{72, 16, 72, 0}}) {
     EXPECT_EQ(Champ(cas.donne, cas.lg).Typ(), cas.typ) << cas.donne;
     EXPECT_EQ(Champ(cas.donne, cas.lg).Lg(), cas.retenue) << cas.donne;
   }
@@ -52,8 +51,8 @@ TEST(DbFld, TheInputWidthFollowsTheType) {
     std::int16_t typ;
     std::int16_t largeur;
   };
-  for (const Cas& cas : {Cas{11, 1}, Cas{17, 3}, Cas{2, 5}, Cas{3, 15}, Cas{4, 15}, Cas{5, 15}, Cas{6, 15}, Cas{7, 10},
-                         Cas{203, 0}, Cas{202, 8}, Cas{205, 0}, Cas{131, 0}}) {
+  for (const Cas& cas : {Cas{11, 1}, Cas{17, 3}, Cas{2, 5}, Cas{3, 15}, Cas{4, 15}, Cas{5, 15}, Cas{6, 15}, Cas{7, 10}, Cas{203, 0},
+                         Cas{202, 8}, Cas{205, 0}, Cas{131, 0}}) {
     EXPECT_EQ(Champ(cas.typ, 8).LgSais(), cas.largeur) << cas.typ;
   }
 }

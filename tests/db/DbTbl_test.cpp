@@ -158,8 +158,8 @@ TEST_F(DbTbl, SettingAvecMvtToItsValueSendsNothing) {
   EXPECT_THAT(provider.Calls(), IsEmpty());
   tbl.AvecMvt(false);
   tbl.AvecMvt(true);
-  EXPECT_THAT(Envoyes(), ElementsAre("UPDATE [$TBLKORV$] SET [MVT]=0 WHERE [NOM]='UTL'",
-                                     "UPDATE [$TBLKORV$] SET [MVT]=-1 WHERE [NOM]='UTL'"));
+  EXPECT_THAT(Envoyes(),
+              ElementsAre("UPDATE [$TBLKORV$] SET [MVT]=0 WHERE [NOM]='UTL'", "UPDATE [$TBLKORV$] SET [MVT]=-1 WHERE [NOM]='UTL'"));
 }
 
 TEST_F(DbTbl, AvecMvtFollowsTheRelationsOfSomeTypesOnly) {
@@ -171,8 +171,8 @@ TEST_F(DbTbl, AvecMvtFollowsTheRelationsOfSomeTypesOnly) {
   AjouteCatalogue();
   AjouteTable("ART");
   AjouteTable("UTL");
-  for (const Cas& cas : {Cas{0, 0, true}, Cas{0, 2, true}, Cas{0, 3, true}, Cas{2, 0, true}, Cas{3, 0, true},
-                         Cas{1, 0, false}, Cas{0, 1, false}, Cas{2, 2, false}, Cas{2, 3, false}, Cas{0, 4, false}}) {
+  for (const Cas& cas : {Cas{0, 0, true}, Cas{0, 2, true}, Cas{0, 3, true}, Cas{2, 0, true}, Cas{3, 0, true}, Cas{1, 0, false},
+                         Cas{0, 1, false}, Cas{2, 2, false}, Cas{2, 3, false}, Cas{0, 4, false}}) {
     for (const bool source : {true, false}) {
       db::DataBase base;
       ASSERT_TRUE(base.Ouvre("V", 1, true));
@@ -207,8 +207,8 @@ TEST_F(DbTbl, InitReadsTheColumnsWithoutReadingRows) {
     ScripteCles({{"PK", "NOM"}});
     provider.ClearCalls();
     const auto tbl = Charge(base, "UTL");
-    const char* attendus[] = {"SELECT TOP 1 * FROM [UTL]", "SELECT TOP 1 * FROM [UTL]", "SELECT * FROM \"UTL\"",
-                              "SELECT * FROM `UTL`", "SELECT * FROM `UTL`"};
+    const char* attendus[] = {"SELECT TOP 1 * FROM [UTL]", "SELECT TOP 1 * FROM [UTL]", "SELECT * FROM \"UTL\"", "SELECT * FROM `UTL`",
+                              "SELECT * FROM `UTL`"};
     EXPECT_EQ(provider.Sources().front(), attendus[kind]);
     EXPECT_EQ(tbl->NbFld(), 2);
     EXPECT_EQ(tbl->ListeFld("0").Nom(), "nom");
@@ -274,8 +274,7 @@ TEST_F(DbTbl, ExactNumericsOfOracleAndMySqlTakeTheirTypeFromTheirPrecision) {
 TEST_F(DbTbl, CountersAreKnownOnAccessAlone) {
   ScriptedTable table;
   table.name = "T";
-  table.columns = {MakeColumn("NO", ado::adInteger), MakeColumn("AUTRE", ado::adInteger),
-                   MakeColumn("COURT", ado::adSmallInt)};
+  table.columns = {MakeColumn("NO", ado::adInteger), MakeColumn("AUTRE", ado::adInteger), MakeColumn("COURT", ado::adSmallInt)};
   table.columns[0].properties.Set("AutoIncrement", true);
   table.columns[1].properties.Set("AutoIncrement", false);
   table.columns[2].properties.Set("AutoIncrement", true);
@@ -429,9 +428,9 @@ TEST_F(DbTblEdition, SupFldDropsTheColumnAndRenumbersTheCatalog) {
   ASSERT_EQ(tbl.NbFld(), 2);
   EXPECT_EQ(tbl.ListeFld("1").Nom(), "age");
   EXPECT_EQ(tbl.ListeFld("1").No(), 2);
-  EXPECT_THAT(Envoyes(), ElementsAre("ALTER TABLE [UTL] DROP COLUMN [NIVEAU]",
-                                     "DELETE  FROM [$FLDKORV$] WHERE [TABLE]='UTL' AND [NOM]='niveau'",
-                                     "UPDATE [$FLDKORV$] SET [NO]=[NO]-1 WHERE [TABLE]='UTL' AND [NO]>1"));
+  EXPECT_THAT(Envoyes(),
+              ElementsAre("ALTER TABLE [UTL] DROP COLUMN [NIVEAU]", "DELETE  FROM [$FLDKORV$] WHERE [TABLE]='UTL' AND [NOM]='niveau'",
+                          "UPDATE [$FLDKORV$] SET [NO]=[NO]-1 WHERE [TABLE]='UTL' AND [NO]>1"));
 }
 
 TEST_F(DbTblEdition, ARefusedSupFldLeavesEverything) {
@@ -458,8 +457,8 @@ TEST_F(DbTblEdition, SupIdxDropsTheIndexAndItsRow) {
   db::DbTbl& tbl = OuvreUtl(1);
   tbl.SupIdx("i2");
   EXPECT_EQ(tbl.NbIdx(), 1);
-  EXPECT_THAT(Envoyes(), ElementsAre("ALTER TABLE [UTL] DROP CONSTRAINT [I2]",
-                                     "DELETE  FROM [$IDXKORV$] WHERE [TABLE]='UTL' AND [NOM]='I2'"));
+  EXPECT_THAT(Envoyes(),
+              ElementsAre("ALTER TABLE [UTL] DROP CONSTRAINT [I2]", "DELETE  FROM [$IDXKORV$] WHERE [TABLE]='UTL' AND [NOM]='I2'"));
   provider.ClearCalls();
   tbl.SupIdx("absent");
   EXPECT_THAT(provider.Calls(), IsEmpty());

@@ -21,7 +21,8 @@ class BaseEnregistree {
   explicit BaseEnregistree(std::int16_t kind, const std::string& nom = "BASE1") {
     db::EnvironnementCourant().dossierProgramme = dossier_.Path().string();
     // What every Oracle server has.
-    provider_.AnswerPrefix("SELECT * FROM ALL_TABLES", {{MakeField("OWNER", ado::adVarWChar, 30), MakeField("TABLE_NAME", ado::adVarWChar, 30)}, {}});
+    provider_.AnswerPrefix("SELECT * FROM ALL_TABLES",
+                           {{MakeField("OWNER", ado::adVarWChar, 30), MakeField("TABLE_NAME", ado::adVarWChar, 30)}, {}});
     EXPECT_TRUE(base_.Ouvre(nom, kind, true));
     provider_.ClearCalls();
   }

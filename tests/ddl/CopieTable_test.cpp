@@ -60,7 +60,8 @@ TEST_F(CopieTable, BlankTextsAreNotWrittenAndOthersLoseTheirTrailingBlanks) {
 }
 
 TEST_F(CopieTable, EveryOtherTypeIsWrittenAsItStands) {
-  Prepare({MakeColumn("M", ado::adLongVarWChar), MakeColumn("V", ado::adVarChar, 10), MakeColumn("N", ado::adInteger), MakeColumn("B", ado::adBoolean)},
+  Prepare({MakeColumn("M", ado::adLongVarWChar), MakeColumn("V", ado::adVarChar, 10), MakeColumn("N", ado::adInteger),
+           MakeColumn("B", ado::adBoolean)},
           {{" memo  ", "v ", Null{}, false}});
   (void)Copie();
   EXPECT_TRUE(Ecrites(cible_.Provider()) == (Ecritures{{{"M", " memo  "}, {"V", "v "}, {"N", Null{}}, {"B", false}}}));
@@ -68,7 +69,8 @@ TEST_F(CopieTable, EveryOtherTypeIsWrittenAsItStands) {
 
 TEST_F(CopieTable, FieldsAreMatchedByNameWhateverTheirOrder) {
   source_.Provider().AddTable(TableDe("T", {MakeColumn("A", ado::adInteger), MakeColumn("B", ado::adInteger)}, {{1, 2}}));
-  cible_.Provider().AddTable(TableDe("T", {MakeColumn("b", ado::adInteger), MakeColumn("EN_PLUS", ado::adInteger), MakeColumn("a", ado::adInteger)}));
+  cible_.Provider().AddTable(
+      TableDe("T", {MakeColumn("b", ado::adInteger), MakeColumn("EN_PLUS", ado::adInteger), MakeColumn("a", ado::adInteger)}));
   cible_.Base().Catalogue().Refresh();
   (void)Copie();
   EXPECT_TRUE(cible_.Provider().FindTable("T")->rows == (Rangees{{2, Null{}, 1}}));

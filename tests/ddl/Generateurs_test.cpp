@@ -95,18 +95,18 @@ TEST(GenerateurSqlServer, AnIndexOnAnExistingTableIsCreatedByItsOwnStatement) {
   tbl.AddIdx("pk", "NOM;-NIV", true, true);
   tbl.AddIdx("ix3", "NIV", false, false);
   EXPECT_THAT(base.Provider().Statements(),
-              ElementsAre("CREATE UNIQUE INDEX \"IX1\" ON \"UTL\" (\"NOM\")", "CREATE UNIQUE INDEX \"PK\" ON \"UTL\" (\"NOM\",\"NIV\" DESC)",
-                          "CREATE INDEX \"IX3\" ON \"UTL\" (\"NIV\")"));
+              ElementsAre("CREATE UNIQUE INDEX \"IX1\" ON \"UTL\" (\"NOM\")",
+                          "CREATE UNIQUE INDEX \"PK\" ON \"UTL\" (\"NOM\",\"NIV\" DESC)", "CREATE INDEX \"IX3\" ON \"UTL\" (\"NIV\")"));
 }
 
 TEST(GenerateurOracle, WithoutAParameterFileNothingFollowsTheColumns) {
   BaseEnregistree base(TypOracle);
   base.Base().AddTbl(Utilisateurs());
-  EXPECT_THAT(base.Provider().Statements(),
-              ElementsAre("CREATE TABLE \"UTL\" (\"IDUTL\"  NUMBER,\"NOM\"  CHAR(30),\"ACTIF\"  NUMBER(1,0) DEFAULT 0,\"MEMO\"  VARCHAR2(2000))",
-                          "CREATE UNIQUE INDEX \"UTL_PK_UTL\" ON \"UTL\" (\"NOM\")",
-                          "CREATE INDEX \"UTL_IX1\" ON \"UTL\" (\"NOM\",\"ACTIF\" DESC)",
-                          "CREATE UNIQUE INDEX \"UTL_IX2\" ON \"UTL\" (\"IDUTL\")"));
+  EXPECT_THAT(
+      base.Provider().Statements(),
+      ElementsAre("CREATE TABLE \"UTL\" (\"IDUTL\"  NUMBER,\"NOM\"  CHAR(30),\"ACTIF\"  NUMBER(1,0) DEFAULT 0,\"MEMO\"  VARCHAR2(2000))",
+                  "CREATE UNIQUE INDEX \"UTL_PK_UTL\" ON \"UTL\" (\"NOM\")", "CREATE INDEX \"UTL_IX1\" ON \"UTL\" (\"NOM\",\"ACTIF\" DESC)",
+                  "CREATE UNIQUE INDEX \"UTL_IX2\" ON \"UTL\" (\"IDUTL\")"));
 }
 
 class ParametresOracle : public testing::Test {
@@ -161,8 +161,7 @@ TEST_F(ParametresOracle, AnIndexOnAnExistingTableTakesOwnerAndTablespaceFromTheF
   tbl.Owner("AUTRE");
   std::ofstream(base_.Dossier().File("ORA_BASE1.PRM")) << "2\n,,,IDX,,,,,\nADM\n";
   tbl.AddIdx("ix1", "NOM;-NIV", false, false);
-  EXPECT_THAT(base_.Provider().Statements(),
-              ElementsAre("CREATE INDEX \"UTL_IX1\" ON ADM.\"UTL\" (\"NOM\",\"NIV\" DESC) TABLESPACE IDX"));
+  EXPECT_THAT(base_.Provider().Statements(), ElementsAre("CREATE INDEX \"UTL_IX1\" ON ADM.\"UTL\" (\"NOM\",\"NIV\" DESC) TABLESPACE IDX"));
 }
 
 TEST_F(ParametresOracle, AnAddedColumnTakesTheOwnerOfTheTable) {

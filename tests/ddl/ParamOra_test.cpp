@@ -107,7 +107,9 @@ TEST_F(ParamOraTest, OneValuePerLineIsTheSameAsCommas) {
 }
 
 TEST_F(ParamOraTest, BytesAreAnsi) {
-  Ecrit("2\n,,\"DONN\xC9" "ES\",,,,,,\n\"G\xC9RARD\x80\"\n");
+  Ecrit(
+      "2\n,,\"DONN\xC9"
+      "ES\",,,,,,\n\"G\xC9RARD\x80\"\n");
   EXPECT_EQ(LitParamOra("UTL", "BASE1").tablespace, "DONNÉES");
   EXPECT_EQ(LitParamOra("UTL", "BASE1").owner, "GÉRARD€");
 }
@@ -118,7 +120,9 @@ TEST_F(ParamOraTest, ANameWithAnAccentIsFoundWhateverItsCase) {
 }
 
 TEST_F(ParamOraTest, BlankLinesAndTheOldEndOfFileMarkAtTheEndDoNotCount) {
-  Ecrit("1\n1,2,3,4,5,6,7,8,9\n\n \r\n\x1A" "anything");
+  Ecrit(
+      "1\n1,2,3,4,5,6,7,8,9\n\n \r\n\x1A"
+      "anything");
   EXPECT_EQ(LitParamOra("UTL", "BASE1").pctIncrease, "9");
 }
 

@@ -105,25 +105,25 @@ class DropIndex : public testing::TestWithParam<CasSupIdx> {
   db::DbTbl& AvecIndex(BaseEnregistree& base) {
     auto& tbl = base.AjouteTable("UTL", {"NOM"});
     if (GetParam().kind == TypMySql) {
-      base.Provider().AnswerPrefix("SHOW KEYS FROM `UTL`", {{MakeField("KEY_NAME", ado::adVarWChar, 64), MakeField("COLUMN_NAME", ado::adVarWChar, 64)},
-                                                            {{"IX1", "NOM"}}});
+      base.Provider().AnswerPrefix(
+          "SHOW KEYS FROM `UTL`",
+          {{MakeField("KEY_NAME", ado::adVarWChar, 64), MakeField("COLUMN_NAME", ado::adVarWChar, 64)}, {{"IX1", "NOM"}}});
     }
     tbl.AddIdx("ix1", "NOM", false, false);
     base.Provider().ClearCalls();
     return tbl;
   }
 };
-INSTANTIATE_TEST_SUITE_P(
-    SchemaEdits, DropIndex,
-    testing::Values(CasSupIdx{TypJet, "ALTER TABLE [UTL] DROP CONSTRAINT [IX1]", "DROP INDEX [IX1] ON [UTL]",
-                              "DELETE * FROM [$IDXKORV$] WHERE [TABLE]='UTL' AND [NOM]='IX1'"},
-                    CasSupIdx{TypSqlServer, "ALTER TABLE [UTL] DROP CONSTRAINT [IX1]", "DROP INDEX [IX1] ON [UTL]",
-                              "DELETE  FROM [$IDXKORV$] WHERE [TABLE]='UTL' AND [NOM]='IX1'"},
-                    CasSupIdx{TypOracle, "ALTER TABLE \"UTL\" DROP CONSTRAINT \"UTL_IX1\"", "DROP INDEX \"UTL_IX1\"",
-                              "DELETE  FROM \"$IDXKORV$\" WHERE \"TABLE\"='UTL' AND \"NOM\"='IX1'"},
-                    CasSupIdx{TypMySql, "ALTER TABLE `UTL` DROP CONSTRAINT `IX1`", "DROP INDEX `IX1` ON `UTL`",
-                              "DELETE  FROM `$IDXKORV$` WHERE `TABLE`=\"UTL\" AND `NOM`=\"IX1\""}),
-    [](const auto& cas) { return "Kind" + std::to_string(cas.param.kind); });
+INSTANTIATE_TEST_SUITE_P(SchemaEdits, DropIndex,
+                         testing::Values(CasSupIdx{TypJet, "ALTER TABLE [UTL] DROP CONSTRAINT [IX1]", "DROP INDEX [IX1] ON [UTL]",
+                                                   "DELETE * FROM [$IDXKORV$] WHERE [TABLE]='UTL' AND [NOM]='IX1'"},
+                                         CasSupIdx{TypSqlServer, "ALTER TABLE [UTL] DROP CONSTRAINT [IX1]", "DROP INDEX [IX1] ON [UTL]",
+                                                   "DELETE  FROM [$IDXKORV$] WHERE [TABLE]='UTL' AND [NOM]='IX1'"},
+                                         CasSupIdx{TypOracle, "ALTER TABLE \"UTL\" DROP CONSTRAINT \"UTL_IX1\"", "DROP INDEX \"UTL_IX1\"",
+                                                   "DELETE  FROM \"$IDXKORV$\" WHERE \"TABLE\"='UTL' AND \"NOM\"='IX1'"},
+                                         CasSupIdx{TypMySql, "ALTER TABLE `UTL` DROP CONSTRAINT `IX1`", "DROP INDEX `IX1` ON `UTL`",
+                                                   "DELETE  FROM `$IDXKORV$` WHERE `TABLE`=\"UTL\" AND `NOM`=\"IX1\""}),
+                         [](const auto& cas) { return "Kind" + std::to_string(cas.param.kind); });
 
 TEST_P(DropIndex, ADroppedConstraintCleansMemoryAndCatalog) {
   BaseEnregistree base(GetParam().kind);
@@ -167,15 +167,15 @@ TEST_P(DropIndex, WhenBothAreRefusedBecauseItIsGoneMemoryAndCatalogAreCleaned) {
 TEST(SchemaEdits, AMySqlPrimaryKeyIsDroppedByItsOwnForm) {
   BaseEnregistree base(TypMySql);
   auto& tbl = base.AjouteTable("UTL", {"NOM"});
-  base.Provider().AnswerPrefix("SHOW KEYS FROM `UTL`", {{MakeField("KEY_NAME", ado::adVarWChar, 64), MakeField("COLUMN_NAME", ado::adVarWChar, 64)},
-                                                        {{"PRIMARY", "NOM"}}});
+  base.Provider().AnswerPrefix(
+      "SHOW KEYS FROM `UTL`",
+      {{MakeField("KEY_NAME", ado::adVarWChar, 64), MakeField("COLUMN_NAME", ado::adVarWChar, 64)}, {{"PRIMARY", "NOM"}}});
   tbl.AddIdx("primary", "NOM", true, true);
   base.Provider().ClearCalls();
   base.Provider().FailPrefix("ALTER TABLE `UTL` DROP CONSTRAINT", kRefus, "refused");
   tbl.SupIdx("PRIMARY");
-  EXPECT_THAT(base.Provider().Statements(),
-              ElementsAre("ALTER TABLE `UTL` DROP CONSTRAINT `PRIMARY`", "ALTER TABLE `UTL` DROP PRIMARY KEY",
-                          "DELETE  FROM `$IDXKORV$` WHERE `TABLE`=\"UTL\" AND `NOM`=\"PRIMARY\""));
+  EXPECT_THAT(base.Provider().Statements(), ElementsAre("ALTER TABLE `UTL` DROP CONSTRAINT `PRIMARY`", "ALTER TABLE `UTL` DROP PRIMARY KEY",
+                                                        "DELETE  FROM `$IDXKORV$` WHERE `TABLE`=\"UTL\" AND `NOM`=\"PRIMARY\""));
 }
 
 TEST(SchemaEdits, AnEditSendsNoMoreThanItsStatements) {
@@ -183,7 +183,8 @@ TEST(SchemaEdits, AnEditSendsNoMoreThanItsStatements) {
   auto& tbl = base.AjouteTable("UTL", {"A"});
   tbl.AddFld("B", ado::adInteger, 4, false);
   tbl.AddIdx("IX", "B", false, false);
-  EXPECT_THAT(base.Provider().Statements(), ElementsAre("ALTER TABLE \"UTL\" ADD (\"B\"  NUMBER(10,0))", "CREATE INDEX \"UTL_IX\" ON \"UTL\" (\"B\")"));
+  EXPECT_THAT(base.Provider().Statements(),
+              ElementsAre("ALTER TABLE \"UTL\" ADD (\"B\"  NUMBER(10,0))", "CREATE INDEX \"UTL_IX\" ON \"UTL\" (\"B\")"));
   EXPECT_EQ(base.Provider().Count(RecordedCall::Kind::kOpenRowset), 2U) << "one recordset for each catalog row";
   EXPECT_EQ(base.Provider().Count(RecordedCall::Kind::kInsert), 2U);
 }

@@ -19,7 +19,8 @@ class VerifieCopie : public testing::Test {
     base.Provider().AddTable(std::move(table));
     base.Base().Catalogue().Refresh();
   }
-  db::VerifieBilan Compare(const std::vector<ado::Column>& ici, const Rangees& source, const std::vector<ado::Column>& labas, const Rangees& cible) {
+  db::VerifieBilan Compare(const std::vector<ado::Column>& ici, const Rangees& source, const std::vector<ado::Column>& labas,
+                           const Rangees& cible) {
     Ajoute(source_, ici, source);
     Ajoute(cible_, labas, cible);
     return source_.Base().VerifieCopie("T", cible_.Base());
@@ -99,7 +100,9 @@ TEST_F(VerifieCopie, ALastDigitOfADoubleIsADifference) {
 }
 
 TEST_F(VerifieCopie, DatesAreComparedToTheSecond) {
-  EXPECT_TRUE(Compare({MakeColumn("D", ado::adDate)}, {{Date{37653.5}}}, {MakeColumn("D", ado::adDBTimeStamp)}, {{Date{37653.5 + 0.2 / 86400}}}).Egales());
+  EXPECT_TRUE(
+      Compare({MakeColumn("D", ado::adDate)}, {{Date{37653.5}}}, {MakeColumn("D", ado::adDBTimeStamp)}, {{Date{37653.5 + 0.2 / 86400}}})
+          .Egales());
 }
 
 TEST_F(VerifieCopie, AnEmptyLongTextIsNotANull) {

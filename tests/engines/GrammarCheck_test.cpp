@@ -18,7 +18,8 @@ bool Passes(const std::string& dialect, const std::string& jsonText) {
 }
 
 TEST(GrammarCheck, RefusesAMalformedStorageClause) {
-  EXPECT_TRUE(Passes("Oracle", R"(CREATE TABLE ADM.\"T\" (\"A\"  NUMBER) PCTFREE 10 STORAGE ( INITIAL 10 M NEXT 500 K) TABLESPACE \"TS\")"));
+  EXPECT_TRUE(
+      Passes("Oracle", R"(CREATE TABLE ADM.\"T\" (\"A\"  NUMBER) PCTFREE 10 STORAGE ( INITIAL 10 M NEXT 500 K) TABLESPACE \"TS\")"));
   EXPECT_FALSE(Passes("Oracle", R"(CREATE TABLE \"T\" (\"A\"  NUMBER) STORAGE ( INITIAL ))"));
 }
 

@@ -19,8 +19,7 @@ std::int32_t NumberOfInt16(const Variant& value) {
 }
 
 TEST(Conversions, ATextThatIsNoNumberIsATypeMismatch) {
-  for (const char* text :
-       {"abc", "", "  ", "1 2", "12a", "--1", "1,2,3", ",", "-", "1E", "&", "&H", "&HG", "2.5", "\xC3\xA9"}) {
+  for (const char* text : {"abc", "", "  ", "1 2", "12a", "--1", "1,2,3", ",", "-", "1E", "&", "&H", "&HG", "2.5", "\xC3\xA9"}) {
     EXPECT_EQ(NumberOfInt16(text), 13) << text;
     EXPECT_FALSE(IsNumeric(text, kFrench)) << text;
   }
@@ -129,9 +128,7 @@ TEST(Conversions, NumbersBecomeTextInTheUsersSettings) {
   EXPECT_EQ(RaisedNumber([] { static_cast<void>(ToText(Bytes{std::byte{1}})); }), 13);
 }
 
-TEST(Conversions, ADecimalIsReadWithoutRegardToTheSettings) {
-  EXPECT_DOUBLE_EQ(ToDouble(Decimal{"-1.5"}, kFrench), -1.5);
-}
+TEST(Conversions, ADecimalIsReadWithoutRegardToTheSettings) { EXPECT_DOUBLE_EQ(ToDouble(Decimal{"-1.5"}, kFrench), -1.5); }
 
 TEST(Conversions, TextsReadAsDates) {
   EXPECT_EQ(ToDate("01/02/2003", kFrench).serial, 37653);

@@ -32,10 +32,9 @@ TEST(Dates, BeforeTheFirstDayTheTimeStillCountsForward) {
 }
 
 TEST(Dates, FieldsOutsideTheirRangeAreAnInvalidArgument) {
-  for (const CalendarTime& time :
-       {CalendarTime{99, 1, 1}, CalendarTime{10000, 1, 1}, CalendarTime{2003, 13, 1}, CalendarTime{2003, 2, 29},
-        CalendarTime{2003, 1, 0}, CalendarTime{2003, 1, 1, 24}, CalendarTime{2003, 1, 1, 0, 60},
-        CalendarTime{2003, 1, 1, 0, 0, 60}, CalendarTime{2003, 1, 1, 0, 0, 0, -1}}) {
+  for (const CalendarTime& time : {CalendarTime{99, 1, 1}, CalendarTime{10000, 1, 1}, CalendarTime{2003, 13, 1}, CalendarTime{2003, 2, 29},
+                                   CalendarTime{2003, 1, 0}, CalendarTime{2003, 1, 1, 24}, CalendarTime{2003, 1, 1, 0, 60},
+                                   CalendarTime{2003, 1, 1, 0, 0, 60}, CalendarTime{2003, 1, 1, 0, 0, 0, -1}}) {
     EXPECT_EQ(RaisedNumber([&] { static_cast<void>(ToSerial(time)); }), 5);
   }
   EXPECT_EQ(RaisedNumber([] { static_cast<void>(ToCalendar({2958466})); }), 5);

@@ -19,9 +19,7 @@ TEST(Error, TheDataAccessNumbersHaveFrenchDescriptions) {
             "BOF ou EOF est égal à True ou l'enregistrement actuel a été supprimé. L'opération demandée nécessite un "
             "enregistrement actuel.");
   EXPECT_EQ(Describe(3251), "L'objet ou le fournisseur n'est pas capable d'exécuter l'opération demandée.");
-  EXPECT_EQ(
-      Describe(3265),
-      "Impossible de trouver l'objet dans la collection correspondant au nom ou à la référence ordinale demandé.");
+  EXPECT_EQ(Describe(3265), "Impossible de trouver l'objet dans la collection correspondant au nom ou à la référence ordinale demandé.");
   EXPECT_EQ(Describe(3704), "Cette opération n'est pas autorisée si l'objet est fermé.");
   EXPECT_EQ(Describe(3705), "Cette opération n'est pas autorisée si l'objet est ouvert.");
   EXPECT_EQ(Describe(3706), "Impossible de trouver le fournisseur. Il est peut-être mal installé.");
@@ -30,13 +28,10 @@ TEST(Error, TheDataAccessNumbersHaveFrenchDescriptions) {
             "ce contexte.");
 }
 
-TEST(Error, AnUnknownNumberHasNoDescription) {
-  EXPECT_EQ(Describe(12345), "");
-}
+TEST(Error, AnUnknownNumberHasNoDescription) { EXPECT_EQ(Describe(12345), ""); }
 
 TEST(Error, CarriesTheDriversRecordsAndTheTextSent) {
-  const Error error =
-      Error(kProviderFailure, "refusé", "odbc").WithDiagnostics({{"42S02", 1146, "no table"}}).WithSent("SELECT 1");
+  const Error error = Error(kProviderFailure, "refusé", "odbc").WithDiagnostics({{"42S02", 1146, "no table"}}).WithSent("SELECT 1");
   EXPECT_EQ(error.Number(), -2147467259);
   EXPECT_STREQ(error.what(), "refusé");
   EXPECT_EQ(error.Source(), "odbc");

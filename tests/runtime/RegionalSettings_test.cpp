@@ -101,8 +101,8 @@ class CompiledLocales : public testing::Test {
 
  private:
   static bool Compile(const std::string& name) {
-    const std::string command = "localedef -f UTF-8 -i " + name + " '" + folder_->File(name + ".UTF-8") + "' >'" +
-                                folder_->File("log") + "' 2>&1";
+    const std::string command =
+        "localedef -f UTF-8 -i " + name + " '" + folder_->File(name + ".UTF-8") + "' >'" + folder_->File("log") + "' 2>&1";
     return std::system(command.c_str()) == 0;
   }
 

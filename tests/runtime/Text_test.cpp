@@ -18,9 +18,7 @@ TEST(Text, OtherAlphabetsAreFoldedToo) {
   EXPECT_EQ(UpperCase("𐐨"), "𐐀");
 }
 
-TEST(Text, LettersWithoutASingleCapitalStay) {
-  EXPECT_EQ(UpperCase("straße ŉ ſ ı ς µ"), "STRAßE ŉ ſ ı ς µ");
-}
+TEST(Text, LettersWithoutASingleCapitalStay) { EXPECT_EQ(UpperCase("straße ŉ ſ ı ς µ"), "STRAßE ŉ ſ ı ς µ"); }
 
 TEST(Text, UpperCaseMatchesEveryLengthOfPlainText) {
   const std::string small = "abcdefghijklmnopqrstuvwxyz@[`{09";

@@ -33,9 +33,7 @@ TEST_F(ExisteFichierTest, BothSeparatorsAreUnderstood) {
   EXPECT_TRUE(ExisteFichier(At("sub/ORA.PRM")));
 }
 
-TEST_F(ExisteFichierTest, TheEmptyPathIsFalse) {
-  EXPECT_FALSE(ExisteFichier(""));
-}
+TEST_F(ExisteFichierTest, TheEmptyPathIsFalse) { EXPECT_FALSE(ExisteFichier("")); }
 
 TEST_F(ExisteFichierTest, AFolderThatEndsInASeparatorIsFalseEvenWhenItExists) {
   Make("sub/file");

@@ -61,8 +61,8 @@ void DialectEngine::Start() {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     ::dup2(in[0], STDIN_FILENO);
     ::dup2(out[1], STDOUT_FILENO);
-    ::execlp("java", "java", "-Xmx1g", "-XX:TieredStopAtLevel=1", "-XX:+UseSerialGC", "-cp", TAMLO_RELAY_CLASSPATH, "Relay", mode, log.c_str(),
-             static_cast<char*>(nullptr));
+    ::execlp("java", "java", "-Xmx1g", "-XX:TieredStopAtLevel=1", "-XX:+UseSerialGC", "-cp", TAMLO_RELAY_CLASSPATH, "Relay", mode,
+             log.c_str(), static_cast<char*>(nullptr));
     ::_exit(127);
   }
   ::close(in[0]);

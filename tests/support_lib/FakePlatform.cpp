@@ -10,9 +10,7 @@ namespace tamlo::tests {
 
 namespace {
 
-std::int16_t Characters(std::string_view text) {
-  return static_cast<std::int16_t>(runtime::Length(text));
-}
+std::int16_t Characters(std::string_view text) { return static_cast<std::int16_t>(runtime::Length(text)); }
 
 std::string_view From(std::string_view text, std::int16_t start) {
   return text.substr(runtime::Left(text, static_cast<std::size_t>(start)).size());
@@ -20,12 +18,9 @@ std::string_view From(std::string_view text, std::int16_t start) {
 
 }  // namespace
 
-FakeTextBox::FakeTextBox(FakeForm& form, std::string name, ui::Rectangle place)
-    : state{std::move(name), place, {}, {}}, form_(form) {}
+FakeTextBox::FakeTextBox(FakeForm& form, std::string name, ui::Rectangle place) : state{std::move(name), place, {}, {}}, form_(form) {}
 
-void FakeTextBox::SetFocus() {
-  form_.Focus(*this);
-}
+void FakeTextBox::SetFocus() { form_.Focus(*this); }
 
 void FakeTextBox::Text(const std::string& text) {
   text_ = maxLength > 0 ? std::string(runtime::Left(text, static_cast<std::size_t>(maxLength))) : text;
@@ -59,21 +54,16 @@ void FakeTextBox::Type(std::string_view text) {
   selectionLength_ = 0;
 }
 
-std::string FakeTextBox::Shown() const {
-  return password ? std::string(runtime::Length(text_), '*') : text_;
-}
+std::string FakeTextBox::Shown() const { return password ? std::string(runtime::Length(text_), '*') : text_; }
 
 std::string FakeTextBox::Copied() const {
   if (password) return {};
   return std::string(runtime::Left(From(text_, selectionStart_), static_cast<std::size_t>(selectionLength_)));
 }
 
-FakeButton::FakeButton(FakeForm& form, std::string name, ui::Rectangle place)
-    : state{std::move(name), place, {}, {}}, form_(form) {}
+FakeButton::FakeButton(FakeForm& form, std::string name, ui::Rectangle place) : state{std::move(name), place, {}, {}}, form_(form) {}
 
-void FakeButton::SetFocus() {
-  form_.Focus(*this);
-}
+void FakeButton::SetFocus() { form_.Focus(*this); }
 
 void FakeButton::Click() {
   SetFocus();
@@ -85,9 +75,7 @@ FakeForm::FakeForm(FakePlatform& platform, std::int16_t width, std::int16_t heig
   platform_.forms_.push_back(this);
 }
 
-FakeForm::~FakeForm() {
-  std::erase(platform_.forms_, this);
-}
+FakeForm::~FakeForm() { std::erase(platform_.forms_, this); }
 
 ui::TextBox& FakeForm::AddTextBox(const std::string& name, ui::Rectangle place) {
   added.push_back(name);
@@ -147,13 +135,9 @@ void FakeForm::PressEscape() {
   }
 }
 
-void FakeForm::PressTab() {
-  MoveFocus(1);
-}
+void FakeForm::PressTab() { MoveFocus(1); }
 
-void FakeForm::PressBackTab() {
-  MoveFocus(-1);
-}
+void FakeForm::PressBackTab() { MoveFocus(-1); }
 
 void FakeForm::MoveFocus(std::ptrdiff_t step) {
   if (tabOrder.empty()) return;

@@ -200,9 +200,7 @@ class FakePlatform final : public ui::Platform {
   [[nodiscard]] const std::vector<FakeForm*>& Forms() const { return forms_; }
   /// The newest of them. std::out_of_range when there is none.
   [[nodiscard]] FakeForm& Form() const;
-  [[nodiscard]] ui::Pointer CurrentPointer() const {
-    return pointers.empty() ? ui::Pointer::kDefault : pointers.back();
-  }
+  [[nodiscard]] ui::Pointer CurrentPointer() const { return pointers.empty() ? ui::Pointer::kDefault : pointers.back(); }
 
   std::vector<ShownMessage> messages;
   std::deque<std::int16_t> answers;

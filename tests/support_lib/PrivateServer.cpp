@@ -14,9 +14,7 @@ extern "C" const char* __lsan_default_suppressions() { return "leak:libmaodbc.so
 
 namespace tamlo::tests {
 
-PrivateServer::PrivateServer(const std::string& script) : script_(std::string(TAMLO_SOURCE_DIR) + "/scripts/lib/" + script) {
-  Start();
-}
+PrivateServer::PrivateServer(const std::string& script) : script_(std::string(TAMLO_SOURCE_DIR) + "/scripts/lib/" + script) { Start(); }
 
 PrivateServer::~PrivateServer() { Signal(SIGINT); }
 

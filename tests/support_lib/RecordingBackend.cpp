@@ -42,12 +42,23 @@ std::int16_t TypeOfWord(std::string_view definition) {
     std::string_view word;
     std::int16_t type;
   };
-  static constexpr std::array<Entry, 17> kTypes{{{"NVARCHAR", ado::adVarWChar}, {"CHAR", ado::adWChar}, {"MEDIUMTEXT", ado::adLongVarWChar},
-                                                 {"NTEXT", ado::adLongVarWChar}, {"VARCHAR2", ado::adVarChar}, {"DATETIME", ado::adDBTimeStamp},
-                                                 {"DATE", ado::adDBTimeStamp}, {"BIT", ado::adBoolean}, {"TINYINT", ado::adUnsignedTinyInt},
-                                                 {"SMALLINT", ado::adSmallInt}, {"INT", ado::adInteger}, {"DOUBLE", ado::adDouble},
-                                                 {"FLOAT", ado::adDouble}, {"MONEY", ado::adCurrency}, {"LONGBLOB", ado::adLongVarBinary},
-                                                 {"BLOB", ado::adLongVarBinary}, {"NUM", ado::adNumeric}}};
+  static constexpr std::array<Entry, 17> kTypes{{{"NVARCHAR", ado::adVarWChar},
+                                                 {"CHAR", ado::adWChar},
+                                                 {"MEDIUMTEXT", ado::adLongVarWChar},
+                                                 {"NTEXT", ado::adLongVarWChar},
+                                                 {"VARCHAR2", ado::adVarChar},
+                                                 {"DATETIME", ado::adDBTimeStamp},
+                                                 {"DATE", ado::adDBTimeStamp},
+                                                 {"BIT", ado::adBoolean},
+                                                 {"TINYINT", ado::adUnsignedTinyInt},
+                                                 {"SMALLINT", ado::adSmallInt},
+                                                 {"INT", ado::adInteger},
+                                                 {"DOUBLE", ado::adDouble},
+                                                 {"FLOAT", ado::adDouble},
+                                                 {"MONEY", ado::adCurrency},
+                                                 {"LONGBLOB", ado::adLongVarBinary},
+                                                 {"BLOB", ado::adLongVarBinary},
+                                                 {"NUM", ado::adNumeric}}};
   const std::string upper = runtime::UpperCase(runtime::Trim(definition));
   for (const auto& [word, type] : kTypes) {
     if (upper.starts_with(word)) return type;

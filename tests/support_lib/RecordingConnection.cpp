@@ -19,7 +19,11 @@ class RecordingRowset final : public ado::ProviderRowset {
  public:
   RecordingRowset(std::shared_ptr<Backend> backend, std::shared_ptr<void> keepAlive, const ado::RowsetRequest& request,
                   std::vector<ado::FieldInfo> fields, std::vector<std::vector<Variant>>& rows, const ScriptedTable* table)
-      : backend_(std::move(backend)), keepAlive_(std::move(keepAlive)), request_(request), fields_(std::move(fields)), rows_(rows),
+      : backend_(std::move(backend)),
+        keepAlive_(std::move(keepAlive)),
+        request_(request),
+        fields_(std::move(fields)),
+        rows_(rows),
         table_(table) {}
 
   const std::vector<ado::FieldInfo>& Fields() const override { return fields_; }
@@ -59,9 +63,7 @@ class RecordingRowset final : public ado::ProviderRowset {
     Apply(values, whole);
   }
 
-  void Update(std::span<const ado::Assignment> values) override {
-    Apply(values, Write(Kind::kUpdate, values));
-  }
+  void Update(std::span<const ado::Assignment> values) override { Apply(values, Write(Kind::kUpdate, values)); }
 
   void Delete() override {
     Write(Kind::kDelete, {});

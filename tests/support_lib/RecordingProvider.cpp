@@ -12,26 +12,46 @@ namespace {
 const char* Verb(RecordedCall::Kind kind) {
   using Kind = RecordedCall::Kind;
   switch (kind) {
-    case Kind::kOpen: return "OPEN";
-    case Kind::kClose: return "CLOSE";
-    case Kind::kExecute: return "EXECUTE";
-    case Kind::kOpenRowset: return "ROWSET";
-    case Kind::kFirstRow: return "READ";
-    case Kind::kInsert: return "INSERT";
-    case Kind::kUpdate: return "UPDATE";
-    case Kind::kDelete: return "DELETE";
-    case Kind::kSeek: return "SEEK";
-    case Kind::kBegin: return "BEGIN";
-    case Kind::kCommit: return "COMMIT";
-    case Kind::kRollback: return "ROLLBACK";
-    case Kind::kListTables: return "TABLES";
-    case Kind::kListColumns: return "COLUMNS";
-    case Kind::kListIndexes: return "INDEXES";
-    case Kind::kAppendTable: return "APPEND TABLE";
-    case Kind::kAppendColumn: return "APPEND COLUMN";
-    case Kind::kAppendIndex: return "APPEND INDEX";
-    case Kind::kForget: return "REFRESH";
-    case Kind::kSetProperty: return "PROPERTY";
+    case Kind::kOpen:
+      return "OPEN";
+    case Kind::kClose:
+      return "CLOSE";
+    case Kind::kExecute:
+      return "EXECUTE";
+    case Kind::kOpenRowset:
+      return "ROWSET";
+    case Kind::kFirstRow:
+      return "READ";
+    case Kind::kInsert:
+      return "INSERT";
+    case Kind::kUpdate:
+      return "UPDATE";
+    case Kind::kDelete:
+      return "DELETE";
+    case Kind::kSeek:
+      return "SEEK";
+    case Kind::kBegin:
+      return "BEGIN";
+    case Kind::kCommit:
+      return "COMMIT";
+    case Kind::kRollback:
+      return "ROLLBACK";
+    case Kind::kListTables:
+      return "TABLES";
+    case Kind::kListColumns:
+      return "COLUMNS";
+    case Kind::kListIndexes:
+      return "INDEXES";
+    case Kind::kAppendTable:
+      return "APPEND TABLE";
+    case Kind::kAppendColumn:
+      return "APPEND COLUMN";
+    case Kind::kAppendIndex:
+      return "APPEND INDEX";
+    case Kind::kForget:
+      return "REFRESH";
+    case Kind::kSetProperty:
+      return "PROPERTY";
   }
   return "";
 }

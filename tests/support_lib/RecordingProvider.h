@@ -31,16 +31,34 @@ struct ScriptedTable {
 /// One thing that was asked of the provider.
 struct RecordedCall {
   enum class Kind {
-    kOpen, kClose, kExecute, kOpenRowset, kFirstRow, kInsert, kUpdate, kDelete, kSeek, kBegin, kCommit, kRollback,
-    kListTables, kListColumns, kListIndexes, kAppendTable, kAppendColumn, kAppendIndex, kForget, kSetProperty
+    kOpen,
+    kClose,
+    kExecute,
+    kOpenRowset,
+    kFirstRow,
+    kInsert,
+    kUpdate,
+    kDelete,
+    kSeek,
+    kBegin,
+    kCommit,
+    kRollback,
+    kListTables,
+    kListColumns,
+    kListIndexes,
+    kAppendTable,
+    kAppendColumn,
+    kAppendIndex,
+    kForget,
+    kSetProperty
   };
   Kind kind = Kind::kOpen;
-  std::string text;            ///< statement, source, table, property name or connection string
-  ado::RowsetRequest request;  ///< of kOpenRowset
-  ado::OpenRequest open;       ///< of kOpen
-  std::int32_t timeoutSeconds = 0;                             ///< of kExecute
+  std::string text;                                              ///< statement, source, table, property name or connection string
+  ado::RowsetRequest request;                                    ///< of kOpenRowset
+  ado::OpenRequest open;                                         ///< of kOpen
+  std::int32_t timeoutSeconds = 0;                               ///< of kExecute
   std::vector<std::pair<std::string, runtime::Variant>> values;  ///< column and value, of kInsert, kUpdate, kSetProperty
-  std::shared_ptr<const ScriptedTable> table;                  ///< the definition, of kAppendTable; one column or index of the other appends
+  std::shared_ptr<const ScriptedTable> table;  ///< the definition, of kAppendTable; one column or index of the other appends
 };
 
 /// A provider that records every call in order and answers from a script. Registered under the provider names of all five kinds when made;

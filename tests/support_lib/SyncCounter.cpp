@@ -19,8 +19,6 @@ extern "C" int fsync(int descriptor) {
 
 namespace tamlo::tests {
 
-std::int64_t SyncsSoFar() noexcept {
-  return syncs;
-}
+std::int64_t SyncsSoFar() noexcept { return syncs; }
 
 }  // namespace tamlo::tests

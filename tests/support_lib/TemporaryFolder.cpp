@@ -9,8 +9,7 @@ namespace tamlo::tests {
 TemporaryFolder::TemporaryFolder() {
   std::random_device device;
   for (int attempt = 0; attempt < 100; ++attempt) {
-    auto candidate = std::filesystem::temp_directory_path() /
-                     ("tamlo-test-" + std::to_string(device()) + "-" + std::to_string(device()));
+    auto candidate = std::filesystem::temp_directory_path() / ("tamlo-test-" + std::to_string(device()) + "-" + std::to_string(device()));
     if (std::filesystem::create_directory(candidate)) {
       path_ = std::move(candidate);
       return;

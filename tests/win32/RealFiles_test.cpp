@@ -14,9 +14,7 @@
 namespace jet {
 namespace {
 
-std::span<const std::byte> BytesOf(std::string_view text) {
-  return std::as_bytes(std::span(text.data(), text.size()));
-}
+std::span<const std::byte> BytesOf(std::string_view text) { return std::as_bytes(std::span(text.data(), text.size())); }
 
 std::string ReadAll(File& file) {
   std::string text(static_cast<std::size_t>(file.Size()), '\0');
@@ -39,8 +37,7 @@ ErrorCode CodeOf(Call&& call) {
 class RealFiles : public testing::Test {
  protected:
   [[nodiscard]] std::string Path(const std::string& name = "Volumes élu.mdb") const {
-    const std::u8string path =
-        (folder_.Path() / std::filesystem::path(std::u8string(name.begin(), name.end()))).u8string();
+    const std::u8string path = (folder_.Path() / std::filesystem::path(std::u8string(name.begin(), name.end()))).u8string();
     return {path.begin(), path.end()};
   }
   std::unique_ptr<File> Open(FileMode mode = FileMode::kOpenOrCreate) { return files_.Open(Path(), mode); }
@@ -78,8 +75,7 @@ TEST_F(RealFiles, TruncateCutsAndGrowsWithZeros) {
 TEST_F(RealFiles, ModesSayWhetherTheFileMustBeThere) {
   EXPECT_EQ(CodeOf([&] { static_cast<void>(Open(FileMode::kRead)); }), ErrorCode::kNotFound);
   EXPECT_EQ(CodeOf([&] { static_cast<void>(Open(FileMode::kReadWrite)); }), ErrorCode::kNotFound);
-  EXPECT_EQ(CodeOf([&] { static_cast<void>(files_.Open(Path("no/such/folder"), FileMode::kOpenOrCreate)); }),
-            ErrorCode::kNotFound);
+  EXPECT_EQ(CodeOf([&] { static_cast<void>(files_.Open(Path("no/such/folder"), FileMode::kOpenOrCreate)); }), ErrorCode::kNotFound);
   EXPECT_FALSE(files_.Exists(Path()));
   static_cast<void>(Open(FileMode::kCreateNew));
   EXPECT_TRUE(files_.Exists(Path()));

@@ -47,8 +47,7 @@ TEST(StartTime, IsPrintedBesideThatOfAnEmptyDialog) {
   std::vector<double> empty;
   for (int run = 0; run < 12; ++run) {
     const double emptyTaken = Milliseconds(L"tests/win32/win32_empty_dialog.exe", L"", L"Dialogue vide");
-    const double toolTaken =
-        Milliseconds(L"app/tamlo.exe", name + L" 0 12 DUPONT 3 secret", L"Création d'un utilisateur");
+    const double toolTaken = Milliseconds(L"app/tamlo.exe", name + L" 0 12 DUPONT 3 secret", L"Création d'un utilisateur");
     ASSERT_GT(emptyTaken, 0);
     ASSERT_GT(toolTaken, 0);
     if (run < 2) continue;  // warming up

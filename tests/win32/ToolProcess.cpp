@@ -17,8 +17,8 @@ ToolProcess::ToolProcess(const std::wstring& program, const std::wstring& argume
   output_ = std::filesystem::temp_directory_path() /
             (L"tamlo-output-" + std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++count));
   SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
-  const HANDLE output = CreateFileW(output_.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, &inherited,
-                                    CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  const HANDLE output = CreateFileW(output_.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, &inherited, CREATE_ALWAYS,
+                                    FILE_ATTRIBUTE_NORMAL, nullptr);
   std::wstring line = L"\"" + (BuildFolder() / program).make_preferred().wstring() + L"\" " + arguments;
   STARTUPINFOW start{};
   start.cb = sizeof start;

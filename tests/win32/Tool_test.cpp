@@ -28,9 +28,7 @@ std::wstring Wide(const std::string& text) {
   return {units.begin(), units.end()};
 }
 
-std::wstring ItemText(HWND form, int item) {
-  return TextOf(GetDlgItem(form, item));
-}
+std::wstring ItemText(HWND form, int item) { return TextOf(GetDlgItem(form, item)); }
 
 /// Starts the tool, waits for its message box, checks text and icon, and closes it.
 void ExpectBox(const ToolProcess& tool, const std::wstring& title, const std::wstring& text) {
@@ -98,8 +96,7 @@ class VolumesTest : public testing::Test {
     SetDlgItemTextW(form_, kPwd2, second);
   }
   void Press(int button) const {
-    PostMessageW(form_, WM_COMMAND, MAKEWPARAM(button, BN_CLICKED),
-                 reinterpret_cast<LPARAM>(GetDlgItem(form_, button)));
+    PostMessageW(form_, WM_COMMAND, MAKEWPARAM(button, BN_CLICKED), reinterpret_cast<LPARAM>(GetDlgItem(form_, button)));
   }
   [[nodiscard]] std::string Rows() const {
     const ToolProcess example(kExample, L"liste " + Wide(source_));
@@ -142,9 +139,7 @@ class AccessVolumes : public VolumesTest {
   TemporaryFolder folder_;
 };
 
-TEST_F(AccessVolumes, ANewUserIsSavedAndItsPasswordReadBack) {
-  SavesANewUserAndReadsItsPasswordBack();
-}
+TEST_F(AccessVolumes, ANewUserIsSavedAndItsPasswordReadBack) { SavesANewUserAndReadsItsPasswordBack(); }
 
 TEST_F(AccessVolumes, TheDialogShowsWhatItWasGiven) {
   Start(L"12 DUPONT 3 secret");
@@ -171,8 +166,7 @@ TEST_F(AccessVolumes, DifferentPasswordsShowTheBoxAndTheDialogStays) {
   Press(kOK);
   const HWND box = WaitForDialog(L"Mot de passe incorrect");
   ASSERT_NE(box, nullptr);
-  EXPECT_EQ(MessageTextOf(box),
-            L"La confirmation du mot de passe diffère de celui-ci. Merci de saisir à nouveau ces 2 zones");
+  EXPECT_EQ(MessageTextOf(box), L"La confirmation du mot de passe diffère de celui-ci. Merci de saisir à nouveau ces 2 zones");
   EXPECT_FALSE(IsWindowEnabled(form_));
   PostMessageW(box, WM_COMMAND, IDOK, 0);
   ASSERT_TRUE(Eventually([&] { return IsWindow(box) == 0 && IsWindowEnabled(form_) != 0; }));

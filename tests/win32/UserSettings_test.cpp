@@ -18,8 +18,7 @@ class SettingScope {
   SettingScope(const wchar_t* name, const wchar_t* value) : name_(name) {
     wchar_t before[80] = {};
     DWORD size = sizeof before;
-    if (RegGetValueW(HKEY_CURRENT_USER, kInternational, name, RRF_RT_REG_SZ, nullptr, before, &size) == ERROR_SUCCESS)
-      before_ = before;
+    if (RegGetValueW(HKEY_CURRENT_USER, kInternational, name, RRF_RT_REG_SZ, nullptr, before, &size) == ERROR_SUCCESS) before_ = before;
     Put(value);
   }
   ~SettingScope() {

@@ -32,8 +32,7 @@ inline HWND WaitForDialog(const wchar_t* title) {
 /// The text of a window, of any process.
 inline std::wstring TextOf(HWND window) {
   std::wstring text(1000, L'\0');
-  text.resize(
-      static_cast<std::size_t>(SendMessageW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()))));
+  text.resize(static_cast<std::size_t>(SendMessageW(window, WM_GETTEXT, text.size(), reinterpret_cast<LPARAM>(text.data()))));
   return text;
 }
 

@@ -26,8 +26,7 @@ constexpr Entry kEntries[] = {
 class Translator : public QTranslator {
  public:
   [[nodiscard]] bool isEmpty() const override { return false; }
-  QString translate(const char* context, const char* source, const char* /*disambiguation*/,
-                    int /*count*/) const override {
+  QString translate(const char* context, const char* source, const char* /*disambiguation*/, int /*count*/) const override {
     for (const Entry& entry : kEntries) {
       if (std::strcmp(entry.context, context) == 0 && std::strcmp(entry.source, source) == 0) {
         return QString::fromUtf8(entry.french);
@@ -39,8 +38,6 @@ class Translator : public QTranslator {
 
 }  // namespace
 
-std::unique_ptr<QTranslator> FrenchTexts() {
-  return std::make_unique<Translator>();
-}
+std::unique_ptr<QTranslator> FrenchTexts() { return std::make_unique<Translator>(); }
 
 }  // namespace tamlo::ui::qt

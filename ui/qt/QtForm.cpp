@@ -23,15 +23,12 @@ namespace {
 
 constexpr int kLongestText = 32767;
 
-QString FromText(const std::string& text) {
-  return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
+QString FromText(const std::string& text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
 
 /// Hides a password's characters behind "*", at once, on every style.
 class PasswordStyle : public QProxyStyle {
  public:
-  int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
-                QStyleHintReturn* returned) const override {
+  int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget, QStyleHintReturn* returned) const override {
     if (hint == SH_LineEdit_PasswordCharacter) return '*';
     if (hint == SH_LineEdit_PasswordMaskDelay) return 0;
     return QProxyStyle::styleHint(hint, option, widget, returned);
@@ -96,9 +93,7 @@ int UnitsOf(const QString& text, int characters) {
   }
   return units;
 }
-std::int16_t CharactersOf(const QString& text, int units) {
-  return static_cast<std::int16_t>(text.left(units).toUcs4().size());
-}
+std::int16_t CharactersOf(const QString& text, int units) { return static_cast<std::int16_t>(text.left(units).toUcs4().size()); }
 
 /// The way from a control of the contract to its widget.
 class HasWidget {
@@ -108,9 +103,7 @@ class HasWidget {
 };
 
 /// The widget of a control, which must be one of this folder.
-QWidget& WidgetOf(Control& control) {
-  return dynamic_cast<HasWidget&>(control).AsWidget();
-}
+QWidget& WidgetOf(Control& control) { return dynamic_cast<HasWidget&>(control).AsWidget(); }
 
 /// What all controls do alike with their widget.
 template <typename Contract, typename Widget>
@@ -256,15 +249,9 @@ class QtForm : public Form {
   }
 
   void Caption(const std::string& text) override { dialog_.setWindowTitle(FromText(text)); }
-  std::int16_t Width() const override {
-    return ToTwips(dialog_.frameGeometry().width(), screen_.logicalDotsPerInchX());
-  }
-  std::int16_t Height() const override {
-    return ToTwips(dialog_.frameGeometry().height(), screen_.logicalDotsPerInchY());
-  }
-  void Move(std::int16_t left, std::int16_t top) override {
-    dialog_.move(screen_.geometry().topLeft() + QPoint(X(left), Y(top)));
-  }
+  std::int16_t Width() const override { return ToTwips(dialog_.frameGeometry().width(), screen_.logicalDotsPerInchX()); }
+  std::int16_t Height() const override { return ToTwips(dialog_.frameGeometry().height(), screen_.logicalDotsPerInchY()); }
+  void Move(std::int16_t left, std::int16_t top) override { dialog_.move(screen_.geometry().topLeft() + QPoint(X(left), Y(top))); }
 
   void Show() override {
     dialog_.show();

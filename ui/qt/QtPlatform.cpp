@@ -26,9 +26,7 @@ namespace {
 
 constexpr std::int16_t kIconMask = 0x70;
 
-QString FromText(const std::string& text) {
-  return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
+QString FromText(const std::string& text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
 
 [[noreturn]] void EndWithoutDisplay(const std::string& reason) {
   std::fprintf(stderr, "tamlo : impossible d'afficher la fenêtre. %s\n", reason.c_str());
@@ -146,8 +144,6 @@ class QtPlatform : public Platform {
 
 }  // namespace
 
-std::unique_ptr<Platform> CreatePlatform() {
-  return std::make_unique<QtPlatform>();
-}
+std::unique_ptr<Platform> CreatePlatform() { return std::make_unique<QtPlatform>(); }
 
 }  // namespace tamlo::ui::qt

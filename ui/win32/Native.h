@@ -21,9 +21,7 @@ namespace tamlo::ui::win32 {
   const std::u16string units = runtime::ToUtf16(text);
   return {units.begin(), units.end()};
 }
-[[nodiscard]] inline std::string FromWide(std::wstring_view text) {
-  return runtime::FromUtf16(std::u16string(text.begin(), text.end()));
-}
+[[nodiscard]] inline std::string FromWide(std::wstring_view text) { return runtime::FromUtf16(std::u16string(text.begin(), text.end())); }
 
 /// The text of a window of this process.
 [[nodiscard]] inline std::wstring WindowText(HWND window) {

@@ -13,9 +13,9 @@ constexpr UINT_PTR kSubclass = 1;
 
 HWND MakeWindow(HWND form, const wchar_t* kind, DWORD style, DWORD extendedStyle, WORD id) {
   const auto menu = reinterpret_cast<HMENU>(static_cast<UINT_PTR>(id));
-  return Checked(CreateWindowExW(extendedStyle, kind, L"", WS_CHILD | WS_VISIBLE | style, 0, 0, 0, 0, form, menu,
-                                 GetModuleHandleW(nullptr), nullptr),
-                 "CreateWindowEx");
+  return Checked(
+      CreateWindowExW(extendedStyle, kind, L"", WS_CHILD | WS_VISIBLE | style, 0, 0, 0, 0, form, menu, GetModuleHandleW(nullptr), nullptr),
+      "CreateWindowEx");
 }
 
 /// Position in a text counted in characters, as one counted in UTF-16 units, and back.
@@ -45,8 +45,7 @@ Selection SelectionOf(HWND window) {
 
 }  // namespace
 
-ControlWindow::ControlWindow(ControlHost& host, HWND window, Rectangle place)
-    : host_(host), window_(window), place_(place) {
+ControlWindow::ControlWindow(ControlHost& host, HWND window, Rectangle place) : host_(host), window_(window), place_(place) {
   SetWindowSubclass(window_, Procedure, kSubclass, reinterpret_cast<DWORD_PTR>(this));
 }
 
@@ -54,8 +53,7 @@ ControlWindow::~ControlWindow() {
   if (IsWindow(window_) != 0) RemoveWindowSubclass(window_, Procedure, kSubclass);
 }
 
-LRESULT CALLBACK ControlWindow::Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR /*id*/,
-                                          DWORD_PTR self) {
+LRESULT CALLBACK ControlWindow::Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR /*id*/, DWORD_PTR self) {
   const auto answer = reinterpret_cast<ControlWindow*>(self)->OnMessage(message, wParam, lParam);
   return answer ? *answer : DefSubclassProc(window, message, wParam, lParam);
 }
@@ -77,8 +75,7 @@ RECT ControlWindow::PixelPlace(UINT dotsPerInch) const {
 void ControlWindow::PlaceAt(UINT dotsPerInch, HFONT font) {
   const RECT place = PixelPlace(dotsPerInch);
   SendMessageW(window_, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
-  SetWindowPos(window_, nullptr, place.left, place.top, place.right - place.left, place.bottom - place.top,
-               SWP_NOZORDER | SWP_NOACTIVATE);
+  SetWindowPos(window_, nullptr, place.left, place.top, place.right - place.left, place.bottom - place.top, SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
 Win32TextBox::Win32TextBox(ControlHost& host, HWND form, WORD id, Rectangle place)
@@ -122,9 +119,7 @@ void Win32TextBox::Select(std::int16_t start, std::int16_t length) {
   SendMessageW(window_, EM_SETSEL, UnitsOf(text, start), static_cast<LPARAM>(UnitsOf(text, start + length)));
 }
 
-std::int16_t Win32TextBox::SelectionStart() const {
-  return CharactersOf(WindowText(window_), SelectionOf(window_).start);
-}
+std::int16_t Win32TextBox::SelectionStart() const { return CharactersOf(WindowText(window_), SelectionOf(window_).start); }
 
 std::int16_t Win32TextBox::SelectionLength() const {
   const std::wstring text = WindowText(window_);
@@ -180,8 +175,8 @@ void Win32Label::PlaceAt(UINT dotsPerInch, HFONT font) {
   SelectObject(device, before);
   ReleaseDC(window_, device);
   const LONG height = std::min(text.bottom, place.bottom - place.top);
-  SetWindowPos(window_, nullptr, place.left, place.top + (place.bottom - place.top - height) / 2,
-               place.right - place.left, height, SWP_NOZORDER | SWP_NOACTIVATE);
+  SetWindowPos(window_, nullptr, place.left, place.top + (place.bottom - place.top - height) / 2, place.right - place.left, height,
+               SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
 }  // namespace tamlo::ui::win32

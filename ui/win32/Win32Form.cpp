@@ -42,9 +42,9 @@ class Win32Form : public Form, public ControlHost {
       WORD kind = 0;
       WORD title = 0;
     } blank;
-    window_ = Checked(CreateDialogIndirectParamW(GetModuleHandleW(nullptr), &blank.head, nullptr, Procedure,
-                                                 reinterpret_cast<LPARAM>(this)),
-                      "CreateDialogIndirectParam");
+    window_ =
+        Checked(CreateDialogIndirectParamW(GetModuleHandleW(nullptr), &blank.head, nullptr, Procedure, reinterpret_cast<LPARAM>(this)),
+                "CreateDialogIndirectParam");
     if (const HICON icon = LoadIconW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(kProgramIcon))) {
       SendMessageW(window_, WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(icon));
       SendMessageW(window_, WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(icon));
@@ -78,8 +78,7 @@ class Win32Form : public Form, public ControlHost {
   std::int16_t Width() const override { return ToTwips(OuterPlace().right - OuterPlace().left, Dpi()); }
   std::int16_t Height() const override { return ToTwips(OuterPlace().bottom - OuterPlace().top, Dpi()); }
   void Move(std::int16_t left, std::int16_t top) override {
-    SetWindowPos(window_, nullptr, ToPixels(left, Dpi()), ToPixels(top, Dpi()), 0, 0,
-                 SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
+    SetWindowPos(window_, nullptr, ToPixels(left, Dpi()), ToPixels(top, Dpi()), 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
   }
 
   void Show() override {
@@ -117,13 +116,13 @@ class Win32Form : public Form, public ControlHost {
   }
 
   ControlWindow* WindowOf(const Control* wanted) const {
-    const auto found = std::find_if(controls_.begin(), controls_.end(),
-                                    [wanted](const auto& control) { return &control->AsControl() == wanted; });
+    const auto found =
+        std::find_if(controls_.begin(), controls_.end(), [wanted](const auto& control) { return &control->AsControl() == wanted; });
     return found == controls_.end() ? nullptr : found->get();
   }
   ControlWindow* WindowOf(HWND wanted) const {
-    const auto found = std::find_if(controls_.begin(), controls_.end(),
-                                    [wanted](const auto& control) { return control->Window() == wanted; });
+    const auto found =
+        std::find_if(controls_.begin(), controls_.end(), [wanted](const auto& control) { return control->Window() == wanted; });
     return found == controls_.end() ? nullptr : found->get();
   }
 
@@ -132,8 +131,7 @@ class Win32Form : public Form, public ControlHost {
     RECT place{0, 0, ToPixels(clientWidth_, Dpi()), ToPixels(clientHeight_, Dpi())};
     AdjustWindowRectExForDpi(&place, static_cast<DWORD>(GetWindowLongPtrW(window_, GWL_STYLE)), FALSE,
                              static_cast<DWORD>(GetWindowLongPtrW(window_, GWL_EXSTYLE)), Dpi());
-    SetWindowPos(window_, nullptr, 0, 0, place.right - place.left, place.bottom - place.top,
-                 SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+    SetWindowPos(window_, nullptr, 0, 0, place.right - place.left, place.bottom - place.top, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
   }
 
   void Layout() {
@@ -161,12 +159,11 @@ class Win32Form : public Form, public ControlHost {
   HWND LabelOf(const ControlWindow& wanted) {
     for (const auto& control : controls_) {
       const auto* label = dynamic_cast<const Win32Label*>(control.get());
-      if (label != nullptr && label->BuddyControl() != nullptr && WindowOf(label->BuddyControl()) == &wanted)
-        return label->Window();
+      if (label != nullptr && label->BuddyControl() != nullptr && WindowOf(label->BuddyControl()) == &wanted) return label->Window();
     }
     if (dynamic_cast<const Win32TextBox*>(&wanted) == nullptr || wanted.SpokenName().empty()) return nullptr;
-    return CreateWindowExW(0, WC_STATICW, wanted.SpokenName().c_str(), WS_CHILD, 0, 0, 0, 0, window_, nullptr,
-                           GetModuleHandleW(nullptr), nullptr);
+    return CreateWindowExW(0, WC_STATICW, wanted.SpokenName().c_str(), WS_CHILD, 0, 0, 0, 0, window_, nullptr, GetModuleHandleW(nullptr),
+                           nullptr);
   }
 
   /// The control in use changed. Coming back to the window is no change.
@@ -184,9 +181,8 @@ class Win32Form : public Form, public ControlHost {
 
   void TipChanged(ControlWindow& control, const std::wstring& text) override {
     if (tips_ == nullptr) {
-      tips_ = Checked(CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr, WS_POPUP | TTS_ALWAYSTIP | TTS_NOPREFIX,
-                                      CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, window_, nullptr,
-                                      GetModuleHandleW(nullptr), nullptr),
+      tips_ = Checked(CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr, WS_POPUP | TTS_ALWAYSTIP | TTS_NOPREFIX, CW_USEDEFAULT,
+                                      CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, window_, nullptr, GetModuleHandleW(nullptr), nullptr),
                       "CreateWindowEx");
     }
     std::wstring copy = text;
@@ -203,8 +199,7 @@ class Win32Form : public Form, public ControlHost {
   void OnCommand(WORD id) {
     if (unloading_) return;
     // Esc comes as the dialog's own cancel command.
-    ControlWindow* pressed =
-        id == IDCANCEL ? static_cast<ControlWindow*>(cancel_.button) : WindowOf(GetDlgItem(window_, id));
+    ControlWindow* pressed = id == IDCANCEL ? static_cast<ControlWindow*>(cancel_.button) : WindowOf(GetDlgItem(window_, id));
     if (pressed != nullptr) pressed->Pressed();
   }
 
@@ -267,15 +262,13 @@ class Win32Form : public Form, public ControlHost {
 
 }  // namespace
 
-std::unique_ptr<Form> CreateForm(EventBorder& border, const PointerState& pointer, std::int16_t clientWidth,
-                                 std::int16_t clientHeight) {
+std::unique_ptr<Form> CreateForm(EventBorder& border, const PointerState& pointer, std::int16_t clientWidth, std::int16_t clientHeight) {
   return std::make_unique<Win32Form>(border, pointer, clientWidth, clientHeight);
 }
 
 bool FormsTake(void* message) noexcept {
   const auto& forms = OpenForms();
-  return std::any_of(forms.begin(), forms.end(),
-                     [message](HWND form) { return IsDialogMessageW(form, static_cast<MSG*>(message)) != 0; });
+  return std::any_of(forms.begin(), forms.end(), [message](HWND form) { return IsDialogMessageW(form, static_cast<MSG*>(message)) != 0; });
 }
 
 }  // namespace tamlo::ui::win32

@@ -17,8 +17,8 @@ struct PointerState {
 };
 
 /// A hidden form whose client area has that size in twips. Border and pointer state must outlive it.
-[[nodiscard]] std::unique_ptr<Form> CreateForm(EventBorder& border, const PointerState& pointer,
-                                               std::int16_t clientWidth, std::int16_t clientHeight);
+[[nodiscard]] std::unique_ptr<Form> CreateForm(EventBorder& border, const PointerState& pointer, std::int16_t clientWidth,
+                                               std::int16_t clientHeight);
 
 /// Lets the open forms use a message of the message loop (Tab, Enter, Esc, accelerators); message points to a native
 /// MSG. True when one did.

@@ -24,8 +24,8 @@ class Win32Platform : public Platform {
     const bool waiting = pointer_.hourglass;
     SetPointer(Pointer::kDefault);
     // The contract's codes are the system's own.
-    const int pressed = MessageBoxW(GetActiveWindow(), ToWide(text).c_str(), ToWide(title).c_str(),
-                                    static_cast<UINT>(buttons) | MB_SETFOREGROUND);
+    const int pressed =
+        MessageBoxW(GetActiveWindow(), ToWide(text).c_str(), ToWide(title).c_str(), static_cast<UINT>(buttons) | MB_SETFOREGROUND);
     if (waiting) SetPointer(Pointer::kHourglass);
     return static_cast<std::int16_t>(pressed);
   }
@@ -65,8 +65,6 @@ class Win32Platform : public Platform {
 
 }  // namespace
 
-std::unique_ptr<Platform> CreatePlatform() {
-  return std::make_unique<Win32Platform>();
-}
+std::unique_ptr<Platform> CreatePlatform() { return std::make_unique<Win32Platform>(); }
 
 }  // namespace tamlo::ui::win32

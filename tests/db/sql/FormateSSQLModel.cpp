@@ -23,9 +23,7 @@ std::string Octets(const Texte& texte) {
   return sortie;
 }
 
-Texte Majuscules(const Texte& texte) {
-  return Caracteres(runtime::UpperCase(Octets(texte)));
-}
+Texte Majuscules(const Texte& texte) { return Caracteres(runtime::UpperCase(Octets(texte))); }
 
 std::int16_t Position(std::size_t valeur) {
   if (valeur > 32767) throw Error(runtime::kOverflow);
@@ -43,9 +41,7 @@ Texte Gauche(const Texte& texte, int longueur) {
   return texte.substr(0, static_cast<std::size_t>(longueur));
 }
 
-Texte Milieu(const Texte& texte, std::size_t depart) {
-  return depart > texte.size() ? Texte() : texte.substr(depart - 1);
-}
+Texte Milieu(const Texte& texte, std::size_t depart) { return depart > texte.size() ? Texte() : texte.substr(depart - 1); }
 
 Texte Milieu(const Texte& texte, std::size_t depart, int longueur) {
   if (longueur < 0) throw Error(runtime::kInvalidArgument);
@@ -135,8 +131,7 @@ void Pas::Masques(const Texte& masque) {
     const std::int16_t e = Position(Trouve(static_cast<std::size_t>(c), texte_, U")"));
     const int longueur = e - c - 9;
     const Texte avant = Gauche(texte_, e - 1);
-    texte_ = avant + U",'" + masque + (longueur <= 10 ? U"'" : U" HH24:MI:SS'") +
-             Milieu(texte_, static_cast<std::size_t>(e));
+    texte_ = avant + U",'" + masque + (longueur <= 10 ? U"'" : U" HH24:MI:SS'") + Milieu(texte_, static_cast<std::size_t>(e));
     depart = Position(static_cast<std::size_t>(e) + 1);
   }
 }

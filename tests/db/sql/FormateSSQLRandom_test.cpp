@@ -36,29 +36,13 @@ class Hasard {
   std::mt19937_64 moteur_;
 };
 
-constexpr const char* kNoms[] = {"UTL",
-                                 "VLM",
-                                 "VLMUTL",
-                                 "UTL2",
-                                 "U",
-                                 "ART",
-                                 "AS",
-                                 "DELETE",
-                                 "CVDATE",
-                                 "ÉTÉ",
-                                 "É",
-                                 "$TBLKORV$",
-                                 "COMMANDE_LIGNE_DETAIL_HISTORIQUE",
-                                 "T1",
-                                 "T2",
-                                 "T10",
-                                 "ADM",
-                                 "FROM"};
+constexpr const char* kNoms[] = {
+    "UTL", "VLM", "VLMUTL", "UTL2", "U",   "ART", "AS", "DELETE", "CVDATE", "ÉTÉ", "É", "$TBLKORV$", "COMMANDE_LIGNE_DETAIL_HISTORIQUE",
+    "T1",  "T2",  "T10",    "ADM",  "FROM"};
 constexpr const char* kNomsEtranges[] = {"MA TABLE", "MA",   "A.B",  "A",     "A,B",    "[X]", "X",  "A]B",
                                          "",         "UTL ", "UTL]", "X UTL", "UTL AS", "[",   "A)", "*"};
 constexpr const char* kOwners[] = {"ADM", "ADM", "ADM", "SYS", "", "   ", "É"};
-constexpr const char* kOwnersEtranges[] = {"UTL", "A B", "ADM.UTL", "[O]", "O]",  "CVDATE", "X,UTL",
-                                           "T1",  "AS",  "A)",      "'",   "adm", " ADM"};
+constexpr const char* kOwnersEtranges[] = {"UTL", "A B", "ADM.UTL", "[O]", "O]", "CVDATE", "X,UTL", "T1", "AS", "A)", "'", "adm", " ADM"};
 constexpr const char* kMots[] = {"select ",
                                  "SELECT ",
                                  " from ",
@@ -99,9 +83,8 @@ constexpr const char* kMots[] = {"select ",
                                  "ß",
                                  "x",
                                  "1,5"};
-constexpr const char* kLitteraux[] = {"'Dupont'",    "'L''ECOLE'", "'été'", "' UTL '", "'a, UTL, b'",
-                                      "'cvdate(x)'", "'*'",        "'[x]'", "''",      "'CVDATE(''1/2/2003'')'",
-                                      "' as '"};
+constexpr const char* kLitteraux[] = {
+    "'Dupont'", "'L''ECOLE'", "'été'", "' UTL '", "'a, UTL, b'", "'cvdate(x)'", "'*'", "'[x]'", "''", "'CVDATE(''1/2/2003'')'", "' as '"};
 constexpr const char* kDates[] = {"cvdate('01/02/2003')",
                                   "CVDATE('01/02/2003 10:30:00')",
                                   "CvDate( '31/12/1999' )",
@@ -128,10 +111,8 @@ constexpr const char* kDates[] = {"cvdate('01/02/2003')",
                                   "cvdate(\"01/02/2003\")",
                                   "ccvdate('1/1/2001')"};
 constexpr const char* kRares[] = {"'", "'", "\xC3", "\xE9 ", "\xF0\x9F", "ı", "ſ", "'é", "cvdate", "\t", "\r\n", "ﬁ"};
-constexpr const char* kReglages[] = {"dd/MM/yyyy", "dd/MM/yyyy", "dd/MM/yyyy",
-                                     "M/d/yyyy",   "yyyy-MM-dd", "",
-                                     "dd AS MM",   "[d]/A",      "dddd dd MMMM yyyy 'de'",
-                                     "d. M. yyyy"};
+constexpr const char* kReglages[] = {
+    "dd/MM/yyyy", "dd/MM/yyyy", "dd/MM/yyyy", "M/d/yyyy", "yyyy-MM-dd", "", "dd AS MM", "[d]/A", "dddd dd MMMM yyyy 'de'", "d. M. yyyy"};
 
 FormateSSQLModel Modele(Hasard& hasard, bool masqueDate) {
   FormateSSQLModel modele;
@@ -215,12 +196,11 @@ TEST(FormateSSQLRandom, TranslatesGeneratedStatementsLikeTheSequentialModelError
     for (std::size_t i = 0; i < (masqueDate ? 1 : kParModele) && fait < TAMLO_CAS; ++i, ++fait) {
       const std::string sql = Statement(hasard, modele, hasard.UneFoisSur(500));
       const Resultat attendu = Essaie(sql, [&](std::string& texte) { modele.Traduit(texte); });
-      const Resultat obtenu = Essaie(
-          sql, [&](std::string& texte) { tamlo::db::sql::FormateSSQL(texte, modele.kind, modele.fmtDate, &tables); });
+      const Resultat obtenu =
+          Essaie(sql, [&](std::string& texte) { tamlo::db::sql::FormateSSQL(texte, modele.kind, modele.fmtDate, &tables); });
       erreurs5 += attendu.erreur == 5 ? 1 : 0;
       erreurs6 += attendu.erreur == 6 ? 1 : 0;
-      std::string contexte =
-          "kind " + std::to_string(modele.kind) + " fmt " + modele.fmtDate + " short " + modele.fmtDateCourte;
+      std::string contexte = "kind " + std::to_string(modele.kind) + " fmt " + modele.fmtDate + " short " + modele.fmtDateCourte;
       for (const auto& table : modele.tables) contexte += " {" + table.nom + "|" + table.owner + "}";
       ASSERT_EQ(obtenu, attendu) << contexte << "\nstatement <" << sql.substr(0, 2000) << ">";
     }

@@ -23,8 +23,7 @@ constexpr std::int16_t kOdbc = 4;
 /// On a day-first system with the short date dd/MM/yyyy.
 class FormateSSQL : public testing::Test {
  protected:
-  static std::string Traduit(std::int16_t kind, std::string sql,
-                             const Tables& tables = {{"UTL", "ADM"}, {"VLM", "ADM"}},
+  static std::string Traduit(std::int16_t kind, std::string sql, const Tables& tables = {{"UTL", "ADM"}, {"VLM", "ADM"}},
                              const std::string& fmtDate = "YYYY-MM-DD") {
     TablesQualifiees qualifiees;
     for (const auto& [nom, owner] : tables) qualifiees.Ajoute(nom, owner);
@@ -32,16 +31,14 @@ class FormateSSQL : public testing::Test {
     return sql;
   }
   static std::int32_t Erreur(std::int16_t kind, std::string& sql) {
-    return tamlo::runtime::IgnoringErrors([&] { tamlo::db::sql::FormateSSQL(sql, kind, "YYYY-MM-DD", nullptr); })
-        .number;
+    return tamlo::runtime::IgnoringErrors([&] { tamlo::db::sql::FormateSSQL(sql, kind, "YYYY-MM-DD", nullptr); }).number;
   }
 
  private:
   tamlo::runtime::RegionalSettingsOverride reglages_{{"dd/MM/yyyy", ','}};
 };
 
-const std::string kExemple =
-    "select u.[NOM], v.* from [UTL] as u, VLM v where u.[DTCRE] >= cvdate('01/02/2003') and u.NOM = 'Dupont'";
+const std::string kExemple = "select u.[NOM], v.* from [UTL] as u, VLM v where u.[DTCRE] >= cvdate('01/02/2003') and u.NOM = 'Dupont'";
 
 }  // namespace
 
@@ -54,8 +51,7 @@ TEST_F(FormateSSQL, TranslatesTheWorkedExampleForEachKind) {
             "SELECT U.\"NOM\", V.* FROM ADM.\"UTL\" U, ADM.VLM V WHERE U.\"DTCRE\" >= "
             "TO_DATE('01/02/2003','dd/MM/yyyy') AND U.NOM = "
             "'Dupont'");
-  const std::string mySql =
-      "SELECT U.`NOM`, V.* FROM `UTL` AS U, VLM V WHERE U.`DTCRE` >= \"2003-02-01\" AND U.NOM = \"Dupont\"";
+  const std::string mySql = "SELECT U.`NOM`, V.* FROM `UTL` AS U, VLM V WHERE U.`DTCRE` >= \"2003-02-01\" AND U.NOM = \"Dupont\"";
   EXPECT_EQ(Traduit(kMySql, kExemple), mySql);
   EXPECT_EQ(Traduit(kOdbc, kExemple), mySql);
 }
@@ -138,9 +134,7 @@ TEST_F(FormateSSQL, ATextWithoutQuotesComesBackInUpperCase) {
   }
 }
 
-TEST_F(FormateSSQL, LiteralsKeepTheirCaseAlsoOnJet) {
-  EXPECT_EQ(Traduit(kJet, "a='été' and b='L''école'"), "A='été' AND B='L''école'");
-}
+TEST_F(FormateSSQL, LiteralsKeepTheirCaseAlsoOnJet) { EXPECT_EQ(Traduit(kJet, "a='été' and b='L''école'"), "A='été' AND B='L''école'"); }
 
 TEST_F(FormateSSQL, AnUnfinishedPartKeepsItsCaseFromItsStart) {
   EXPECT_EQ(Traduit(kJet, "select 'a' from utl where nom='x"), "SELECT 'a' from utl where nom='x");
@@ -163,9 +157,7 @@ TEST_F(FormateSSQL, ANameBehindABracketOrAtTheStartIsNeverQualified) {
   EXPECT_EQ(Traduit(kOracle, "INSERT INTO [UTL](NOM)"), "INSERT INTO ADM.\"UTL\"(NOM)");
 }
 
-TEST_F(FormateSSQL, QualificationActsInsideLiterals) {
-  EXPECT_EQ(Traduit(kOracle, "A='la UTL ici'"), "A='la ADM.UTL ici'");
-}
+TEST_F(FormateSSQL, QualificationActsInsideLiterals) { EXPECT_EQ(Traduit(kOracle, "A='la UTL ici'"), "A='la ADM.UTL ici'"); }
 
 TEST_F(FormateSSQL, TheSameFormRightBehindItselfIsPassedOver) {
   EXPECT_EQ(Traduit(kOracle, "X UTL UTL UTL Y"), "X ADM.UTL UTL ADM.UTL Y");
@@ -219,8 +211,7 @@ TEST_F(FormateSSQL, ADateWithoutItsClosingBracketIsAnInvalidArgument) {
   for (const std::int16_t kind : {kOracle, kMySql, kOdbc}) {
     std::string sql = "select cvdate('01/02/2003'), cvdate('x'";
     EXPECT_EQ(Erreur(kind, sql), tamlo::runtime::kInvalidArgument);
-    EXPECT_EQ(sql, kind == kOracle ? "SELECT CVDATE('01/02/2003','dd/MM/yyyy'), CVDATE('x'"
-                                   : "SELECT \"2003-02-01\", CVDATE(\"x\"");
+    EXPECT_EQ(sql, kind == kOracle ? "SELECT CVDATE('01/02/2003','dd/MM/yyyy'), CVDATE('x'" : "SELECT \"2003-02-01\", CVDATE(\"x\"");
   }
   for (const std::int16_t kind : {kJet, kSqlServer}) {
     std::string sql = "CVDATE('x'";

@@ -22,9 +22,7 @@ TEST(Remplace, DoesNotSearchWhatItPutIn) {
   EXPECT_EQ(Remplace("aab", "ab", "b"), "ab");
 }
 
-TEST(Remplace, ComparesExactly) {
-  EXPECT_EQ(Remplace("Aa", "a", "x"), "Ax");
-}
+TEST(Remplace, ComparesExactly) { EXPECT_EQ(Remplace("Aa", "a", "x"), "Ax"); }
 
 TEST(Remplace, OverflowsWhereTheSearchCannotGoOn) {
   const auto numero = [](const std::string& texte) {

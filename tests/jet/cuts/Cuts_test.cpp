@@ -23,8 +23,8 @@ using Event = MemoryFileSystem::Event;
 
 struct Plan {
   const char* name;
-  int stepsBefore;       ///< that fill the database
-  int transactions;      ///< that are cut
+  int stepsBefore;   ///< that fill the database
+  int transactions;  ///< that are cut
   int stepsEach;
   WorkloadLimits limits;
   std::size_t cacheBytes;
@@ -94,7 +94,8 @@ Recording InSectors(Recording recording, unsigned seed) {
         const std::uint64_t size = std::min<std::uint64_t>(kSector - (event.offset + at) % kSector, event.bytes.size() - at);
         Event part = event;
         part.offset = event.offset + at;
-        part.bytes.assign(event.bytes.begin() + static_cast<std::ptrdiff_t>(at), event.bytes.begin() + static_cast<std::ptrdiff_t>(at + size));
+        part.bytes.assign(event.bytes.begin() + static_cast<std::ptrdiff_t>(at),
+                          event.bytes.begin() + static_cast<std::ptrdiff_t>(at + size));
         part.size = size;
         sectors.push_back(std::move(part));
         at += size;
@@ -181,11 +182,12 @@ std::string NameOf(const testing::TestParamInfo<std::tuple<Plan, unsigned>>& tes
 }
 
 #ifdef JET_LONG_CUTS
-INSTANTIATE_TEST_SUITE_P(Long, Cuts,
-                         testing::Combine(testing::Values(Plan{"rows", 3000, 40, 30, {3, 300, 9000, true, false}, std::size_t{16} << 20, 4},
-                                                          Plan{"tight", 1500, 20, 60, {3, 200, 9000, true, false}, std::size_t{64} << 10, 4}),
-                                          testing::Range(1u, 4u)),
-                         NameOf);
+INSTANTIATE_TEST_SUITE_P(
+    Long, Cuts,
+    testing::Combine(testing::Values(Plan{"rows", 3000, 40, 30, {3, 300, 9000, true, false}, std::size_t{16} << 20, 4},
+                                     Plan{"tight", 1500, 20, 60, {3, 200, 9000, true, false}, std::size_t{64} << 10, 4}),
+                     testing::Range(1u, 4u)),
+    NameOf);
 #else
 INSTANTIATE_TEST_SUITE_P(Short, Cuts,
                          testing::Combine(testing::Values(Plan{"rows", 100, 30, 6, {2, 20, 4000, false, false}, std::size_t{16} << 20, 3},

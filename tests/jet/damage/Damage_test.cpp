@@ -54,10 +54,18 @@ void Mutate(File& file, std::mt19937& random) {
   const auto below = [&](std::size_t limit) { return limit == 0 ? 0 : random() % limit; };
   const auto changeByte = [&](std::size_t offset) {
     switch (below(4)) {
-      case 0: file[offset] = static_cast<std::byte>(random()); break;
-      case 1: file[offset] ^= static_cast<std::byte>(1u << below(8)); break;
-      case 2: file[offset] = std::byte{0xFF}; break;
-      default: file[offset] = std::byte{0}; break;
+      case 0:
+        file[offset] = static_cast<std::byte>(random());
+        break;
+      case 1:
+        file[offset] ^= static_cast<std::byte>(1u << below(8));
+        break;
+      case 2:
+        file[offset] = std::byte{0xFF};
+        break;
+      default:
+        file[offset] = std::byte{0};
+        break;
     }
   };
   const std::size_t page = below(file.size() / 4096) * 4096;

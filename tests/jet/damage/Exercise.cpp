@@ -19,7 +19,8 @@ void Attempt(Outcome& outcome, Operation&& operation) {
     operation();
   } catch (const Error& error) {
     ++outcome.errors;
-    if (error.Code() == ErrorCode::kDamaged && std::string(error.what()).find("(page ") == std::string::npos) outcome.unplaced = error.what();
+    if (error.Code() == ErrorCode::kDamaged && std::string(error.what()).find("(page ") == std::string::npos)
+      outcome.unplaced = error.what();
   }
 }
 
@@ -34,7 +35,8 @@ void ReadRows(Table& table, Outcome& outcome) {
         const ColumnType type = table.Columns()[i].type;
         if (type != ColumnType::kMemo && type != ColumnType::kOle) return;
         if (const auto reader = scan.Current().OpenLong(i)) {
-          while (reader->Read(buffer) != 0) {}
+          while (reader->Read(buffer) != 0) {
+          }
         }
       });
     }
@@ -150,9 +152,9 @@ std::vector<std::byte> MakeFile() {
     };
     TableSpec spec;
     spec.name = "Everything";
-    spec.columns = {column("Id", ColumnType::kLong),      column("Name", ColumnType::kText, 50), column("Note", ColumnType::kMemo),
-                    column("Picture", ColumnType::kOle),  column("Amount", ColumnType::kCurrency), column("Day", ColumnType::kDate),
-                    column("Key", ColumnType::kGuid),     column("Exact", ColumnType::kNumeric), column("Yes", ColumnType::kBoolean),
+    spec.columns = {column("Id", ColumnType::kLong),       column("Name", ColumnType::kText, 50),   column("Note", ColumnType::kMemo),
+                    column("Picture", ColumnType::kOle),   column("Amount", ColumnType::kCurrency), column("Day", ColumnType::kDate),
+                    column("Key", ColumnType::kGuid),      column("Exact", ColumnType::kNumeric),   column("Yes", ColumnType::kBoolean),
                     column("Raw", ColumnType::kBinary, 30)};
     spec.columns[0].autoNumber = true;
     IndexSpec primary;

@@ -50,7 +50,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       continue;
     }
     const std::size_t end = std::min<std::size_t>(file.size(), offset + 1 + data[at + 5] % 8);
-    std::fill(file.begin() + static_cast<std::ptrdiff_t>(offset), file.begin() + static_cast<std::ptrdiff_t>(end), static_cast<std::byte>(data[at + 4]));
+    std::fill(file.begin() + static_cast<std::ptrdiff_t>(offset), file.begin() + static_cast<std::ptrdiff_t>(end),
+              static_cast<std::byte>(data[at + 4]));
   }
   const jet::tests::Outcome outcome = jet::tests::UseEverything(file);
   if (!outcome.unplaced.empty()) std::abort();

@@ -59,13 +59,14 @@ TEST_P(History, EqualsTheModelAfterEveryStep) {
 constexpr std::size_t kSmallCache = std::size_t{64} << 10;
 constexpr std::size_t kUsualCache = std::size_t{16} << 20;
 
-INSTANTIATE_TEST_SUITE_P(
-    Small, History,
-    testing::Combine(testing::Values(Plan{"rows", 1500, 1, {2, 60, 9000, false, true}, kUsualCache},
-                                     Plan{"schema", 1500, 1, {3, 20, 4000, true, true}, kUsualCache},
-                                     Plan{"tight", 1000, 1, {2, 60, 90000, true, true}, kSmallCache}),
-                     testing::Range(1u, 5u)),
-    [](const auto& test) { return std::string(std::get<0>(test.param).name) + "_" + std::to_string(std::get<1>(test.param)); });
+INSTANTIATE_TEST_SUITE_P(Small, History,
+                         testing::Combine(testing::Values(Plan{"rows", 1500, 1, {2, 60, 9000, false, true}, kUsualCache},
+                                                          Plan{"schema", 1500, 1, {3, 20, 4000, true, true}, kUsualCache},
+                                                          Plan{"tight", 1000, 1, {2, 60, 90000, true, true}, kSmallCache}),
+                                          testing::Range(1u, 5u)),
+                         [](const auto& test) {
+                           return std::string(std::get<0>(test.param).name) + "_" + std::to_string(std::get<1>(test.param));
+                         });
 
 INSTANTIATE_TEST_SUITE_P(Large, History,
                          testing::Combine(testing::Values(Plan{"large", 30000, 2500, {3, 3000, 9000, true, true}, kSmallCache}),

@@ -95,10 +95,10 @@ Bytes Workload::RandomBytes(std::size_t longest) {
 }
 
 ColumnDef Workload::RandomColumn(std::size_t number) {
-  static constexpr ColumnType kTypes[] = {ColumnType::kBoolean, ColumnType::kByte,   ColumnType::kInteger, ColumnType::kLong,
+  static constexpr ColumnType kTypes[] = {ColumnType::kBoolean,  ColumnType::kByte,   ColumnType::kInteger, ColumnType::kLong,
                                           ColumnType::kCurrency, ColumnType::kSingle, ColumnType::kDouble,  ColumnType::kDate,
-                                          ColumnType::kBinary,  ColumnType::kText,   ColumnType::kText,    ColumnType::kMemo,
-                                          ColumnType::kOle,     ColumnType::kGuid,   ColumnType::kNumeric};
+                                          ColumnType::kBinary,   ColumnType::kText,   ColumnType::kText,    ColumnType::kMemo,
+                                          ColumnType::kOle,      ColumnType::kGuid,   ColumnType::kNumeric};
   ColumnDef column;
   column.name = "C" + std::to_string(number);
   column.type = kTypes[Below(std::size(kTypes))];
@@ -114,18 +114,30 @@ Value Workload::RandomValue(const ColumnDef& column) {
   if (column.type != ColumnType::kBoolean && Chance(12)) return Value();
   const auto small = [this] { return static_cast<int>(Below(40)) - 20; };
   switch (column.type) {
-    case ColumnType::kBoolean: return Value(Chance(50));
-    case ColumnType::kByte: return Value(static_cast<std::uint8_t>(Below(256)));
-    case ColumnType::kInteger: return Value(static_cast<std::int16_t>(Chance(50) ? small() : static_cast<int>(random_() & 0xFFFF) - 32768));
-    case ColumnType::kLong: return Value(Chance(50) ? small() : static_cast<std::int32_t>(random_()));
-    case ColumnType::kCurrency: return Value(Currency{static_cast<std::int64_t>(random_()) * small()});
-    case ColumnType::kSingle: return Value(static_cast<float>(small()) / 4.0f);
-    case ColumnType::kDouble: return Value(static_cast<double>(random_()) / 7.0 * small());
-    case ColumnType::kDate: return Value(Date{static_cast<double>(Below(60000)) + 0.25});
-    case ColumnType::kBinary: return Value(RandomBytes(column.size));
-    case ColumnType::kText: return Value(RandomText(column.size));
-    case ColumnType::kMemo: return Value(RandomText(limits_.longBytes / (Chance(80) ? 40 : 2)));
-    case ColumnType::kOle: return Value(RandomBytes(limits_.longBytes / (Chance(80) ? 40 : 1)));
+    case ColumnType::kBoolean:
+      return Value(Chance(50));
+    case ColumnType::kByte:
+      return Value(static_cast<std::uint8_t>(Below(256)));
+    case ColumnType::kInteger:
+      return Value(static_cast<std::int16_t>(Chance(50) ? small() : static_cast<int>(random_() & 0xFFFF) - 32768));
+    case ColumnType::kLong:
+      return Value(Chance(50) ? small() : static_cast<std::int32_t>(random_()));
+    case ColumnType::kCurrency:
+      return Value(Currency{static_cast<std::int64_t>(random_()) * small()});
+    case ColumnType::kSingle:
+      return Value(static_cast<float>(small()) / 4.0f);
+    case ColumnType::kDouble:
+      return Value(static_cast<double>(random_()) / 7.0 * small());
+    case ColumnType::kDate:
+      return Value(Date{static_cast<double>(Below(60000)) + 0.25});
+    case ColumnType::kBinary:
+      return Value(RandomBytes(column.size));
+    case ColumnType::kText:
+      return Value(RandomText(column.size));
+    case ColumnType::kMemo:
+      return Value(RandomText(limits_.longBytes / (Chance(80) ? 40 : 2)));
+    case ColumnType::kOle:
+      return Value(RandomBytes(limits_.longBytes / (Chance(80) ? 40 : 1)));
     case ColumnType::kGuid: {
       Guid guid;
       for (std::uint8_t& byte : guid.bytes) byte = static_cast<std::uint8_t>(random_() % 3);
@@ -135,7 +147,8 @@ Value Workload::RandomValue(const ColumnDef& column) {
       const int number = small();
       return Value(Numeric{0, static_cast<std::uint64_t>(number < 0 ? -number : number), column.scale, number < 0});
     }
-    case ColumnType::kInternal: break;
+    case ColumnType::kInternal:
+      break;
   }
   return Value();
 }
@@ -337,12 +350,18 @@ void Workload::Step(Database& database) {
   if (limits_.transactions && choice < 8) return BeginOrEnd(database);
   if (limits_.schema && choice < 16) {
     switch (Below(6)) {
-      case 0: return CreateTable(database);
-      case 1: return Chance(30) ? DropTable(database) : CreateTable(database);
-      case 2: return AddColumn(database);
-      case 3: return DropColumn(database);
-      case 4: return CreateIndex(database);
-      default: return Chance(50) ? DropIndex(database) : CreateIndex(database);
+      case 0:
+        return CreateTable(database);
+      case 1:
+        return Chance(30) ? DropTable(database) : CreateTable(database);
+      case 2:
+        return AddColumn(database);
+      case 3:
+        return DropColumn(database);
+      case 4:
+        return CreateIndex(database);
+      default:
+        return Chance(50) ? DropIndex(database) : CreateIndex(database);
     }
   }
   std::size_t rows = 0;
@@ -426,7 +445,8 @@ std::string Compare(Database& database, const Model& model) {
     std::string own;
     if (table.Columns().size() != expected.columns.size()) own += std::to_string(table.Columns().size()) + " columns\n";
     for (std::size_t i = 0; i < std::min(table.Columns().size(), expected.columns.size()); ++i) {
-      if (table.Columns()[i].name != expected.columns[i].name) own += "column " + table.Columns()[i].name + " instead of " + expected.columns[i].name + "\n";
+      if (table.Columns()[i].name != expected.columns[i].name)
+        own += "column " + table.Columns()[i].name + " instead of " + expected.columns[i].name + "\n";
     }
     if (table.Indexes().size() != expected.indexes.size()) own += std::to_string(table.Indexes().size()) + " indexes\n";
     if (own.empty()) own += CompareRows(table, expected);
@@ -434,7 +454,8 @@ std::string Compare(Database& database, const Model& model) {
     if (!own.empty()) differences += name + ": " + own;
   }
   for (const Finding& finding : database.Check()) {
-    differences += "check: " + finding.text + " (page " + std::to_string(finding.page) + ", offset " + std::to_string(finding.offset) + ")\n";
+    differences +=
+        "check: " + finding.text + " (page " + std::to_string(finding.page) + ", offset " + std::to_string(finding.offset) + ")\n";
   }
   return differences;
 }

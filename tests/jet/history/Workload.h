@@ -25,10 +25,10 @@ using Model = std::map<std::string, ModelTable>;
 /// What a history may do and how big its values are.
 struct WorkloadLimits {
   std::size_t tables = 3;
-  std::size_t rows = 60;           ///< about as many rows in a table
-  std::size_t longBytes = 9000;    ///< of memo and long binary values
-  bool schema = true;              ///< tables, columns and indexes are made and dropped
-  bool transactions = true;        ///< several steps in one transaction, nested ones, rollbacks
+  std::size_t rows = 60;         ///< about as many rows in a table
+  std::size_t longBytes = 9000;  ///< of memo and long binary values
+  bool schema = true;            ///< tables, columns and indexes are made and dropped
+  bool transactions = true;      ///< several steps in one transaction, nested ones, rollbacks
 };
 
 /// Does random things to a database and, independently, to a model of it. Each difference is a test failure with the step in its text.

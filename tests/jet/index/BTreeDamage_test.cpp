@@ -40,11 +40,14 @@ class BTreeDamage : public testing::Test {
   std::vector<std::string> Findings() {
     std::vector<std::string> texts;
     for (const Finding& finding : CheckTree(store, tree.Root(), kTable).findings) {
-      texts.push_back(finding.text + " @" + std::to_string(finding.page == firstLeaf ? 0 : finding.page) + ":" + std::to_string(finding.offset));
+      texts.push_back(finding.text + " @" + std::to_string(finding.page == firstLeaf ? 0 : finding.page) + ":" +
+                      std::to_string(finding.offset));
     }
     return texts;
   }
-  std::string At(PageNumber page, std::size_t offset) { return " @" + std::to_string(page == firstLeaf ? 0 : page) + ":" + std::to_string(offset); }
+  std::string At(PageNumber page, std::size_t offset) {
+    return " @" + std::to_string(page == firstLeaf ? 0 : page) + ":" + std::to_string(offset);
+  }
 
   MemoryPages store;
   BTree tree{store, BTree::Create(store, kTable), kTable, nullptr};
@@ -144,7 +147,8 @@ TEST_F(BTreeDamage, AChainOfLeavesInACircleIsRefused) {
   Store32(store.Bytes(secondLeaf) + 16, firstLeaf);
   BTreeCursor cursor(tree);
   try {
-    while (cursor.Next()) {}
+    while (cursor.Next()) {
+    }
     FAIL() << "no error";
   } catch (const Error& error) {
     EXPECT_EQ(error.Code(), ErrorCode::kDamaged);

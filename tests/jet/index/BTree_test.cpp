@@ -61,9 +61,11 @@ class BTreeTest : public testing::Test {
   /// Compares everything with the model: the structure, the entries both ways, the pages with those that are in use.
   void Verify() {
     std::vector<Entry> seen;
-    const TreeFacts facts =
-        CheckTree(store, tree.Root(), kTable, [&](std::span<const std::byte> key, RowId row) { seen.push_back({{key.begin(), key.end()}, row}); });
-    for (const Finding& finding : facts.findings) ADD_FAILURE() << "page " << finding.page << " at " << finding.offset << ": " << finding.text;
+    const TreeFacts facts = CheckTree(store, tree.Root(), kTable, [&](std::span<const std::byte> key, RowId row) {
+      seen.push_back({{key.begin(), key.end()}, row});
+    });
+    for (const Finding& finding : facts.findings)
+      ADD_FAILURE() << "page " << finding.page << " at " << finding.offset << ": " << finding.text;
     ASSERT_TRUE(std::equal(seen.begin(), seen.end(), model.begin(), model.end()));
     ASSERT_EQ(facts.entries, model.size());
     ASSERT_EQ(std::set<PageNumber>(facts.pages.begin(), facts.pages.end()), pages.pages);
@@ -232,12 +234,24 @@ TEST_F(BTreeTest, UniqueInsertGivesTheRowThatHasTheKey) {
 
 TEST_F(BTreeTest, AnotherKeyThatOnlyBeginsAlikeIsNoDuplicate) {
   // The key of the empty binary value is the beginning of all others.
-  ASSERT_FALSE(tree.Insert(KeyOf("\x7F" "abc"), {5, 0}, true));
+  ASSERT_FALSE(tree.Insert(KeyOf("\x7F"
+                                 "abc"),
+                           {5, 0}, true));
   ASSERT_FALSE(tree.Insert(KeyOf("\x7F"), {6, 0}, true));
-  ASSERT_FALSE(tree.Insert(KeyOf("\x7F" "a"), {7, 0}, true));
+  ASSERT_FALSE(tree.Insert(KeyOf("\x7F"
+                                 "a"),
+                           {7, 0}, true));
   EXPECT_EQ(tree.Insert(KeyOf("\x7F"), {8, 0}, true), (RowId{6, 0}));
-  EXPECT_EQ(tree.Find(KeyOf("\x7F" "a")), (RowId{7, 0}));
-  model = {{KeyOf("\x7F"), {6, 0}}, {KeyOf("\x7F" "a"), {7, 0}}, {KeyOf("\x7F" "abc"), {5, 0}}};
+  EXPECT_EQ(tree.Find(KeyOf("\x7F"
+                            "a")),
+            (RowId{7, 0}));
+  model = {{KeyOf("\x7F"), {6, 0}},
+           {KeyOf("\x7F"
+                  "a"),
+            {7, 0}},
+           {KeyOf("\x7F"
+                  "abc"),
+            {5, 0}}};
   Verify();
 }
 
@@ -251,7 +265,8 @@ TEST_F(BTreeTest, RightEdgeInsertsTouchOnlyTheLastLeaf) {
 }
 
 TEST_F(BTreeTest, KeysWithACommonBeginningAreStoredShort) {
-  for (int i = 0; i < 2000; ++i) Insert(KeyOf(std::string(100, 'x') + std::to_string(100000 + i)), RowNumber(static_cast<std::uint32_t>(i)));
+  for (int i = 0; i < 2000; ++i)
+    Insert(KeyOf(std::string(100, 'x') + std::to_string(100000 + i)), RowNumber(static_cast<std::uint32_t>(i)));
   Verify();
   EXPECT_LE(store.UsedPages(), 20u);  // 110 bytes each without the prefix would be 62 pages
 }
@@ -349,7 +364,7 @@ TEST_F(BTreeTest, CursorsKeepTheirPlaceWhileTheTreeChanges) {
   while (cursor.Next()) {
     ASSERT_EQ(Hex(cursor.Key()), Hex(LongKey(expected)));
     EraseLong(expected);
-    if (expected > 100) InsertLong(expected - 51);  // behind the cursor
+    if (expected > 100) InsertLong(expected - 51);    // behind the cursor
     if (expected % 8 == 0) InsertLong(expected + 1);  // before the cursor: met next
     expected += expected % 8 == 0 || expected % 2 == 1 ? 1 : 2;
   }
@@ -448,15 +463,14 @@ TEST_P(BTreeHistory, EqualsASetAfterEveryChange) {
   EXPECT_EQ(store.UsedPages(), 1u);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Shapes, BTreeHistory,
-    testing::Combine(testing::Values(Shape{"short", 1, 4, 4, 0, 6000}, Shape{"longs", 5, 5, 256, 0, 20000},
-                                     Shape{"texts", 3, 60, 30, 5, 6000}, Shape{"long", 200, 700, 256, 0, 1500},
-                                     Shape{"alike", 0, 12, 3, 300, 6000}, Shape{"huge", 1, 1700, 4, 60, 1200}),
-                     testing::Values(1u, 2u, 3u)),
-    [](const auto& test) {
-      return std::string(std::get<0>(test.param).name) + "_" + std::to_string(std::get<1>(test.param));
-    });
+INSTANTIATE_TEST_SUITE_P(Shapes, BTreeHistory,
+                         testing::Combine(testing::Values(Shape{"short", 1, 4, 4, 0, 6000}, Shape{"longs", 5, 5, 256, 0, 20000},
+                                                          Shape{"texts", 3, 60, 30, 5, 6000}, Shape{"long", 200, 700, 256, 0, 1500},
+                                                          Shape{"alike", 0, 12, 3, 300, 6000}, Shape{"huge", 1, 1700, 4, 60, 1200}),
+                                          testing::Values(1u, 2u, 3u)),
+                         [](const auto& test) {
+                           return std::string(std::get<0>(test.param).name) + "_" + std::to_string(std::get<1>(test.param));
+                         });
 
 }  // namespace
 }  // namespace jet

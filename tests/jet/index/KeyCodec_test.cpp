@@ -95,8 +95,7 @@ TEST(KeyCodec, NumericsHaveASignByteAndSixteenBytes) {
 }
 
 TEST(KeyCodec, DescendingNumericsKeepTheOrderOfTheRealFiles) {
-  EXPECT_EQ(Key(ColumnType::kNumeric, Value(Numeric{0, 0x1234, 0, false}), true),
-            "80 FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF ED CB");
+  EXPECT_EQ(Key(ColumnType::kNumeric, Value(Numeric{0, 0x1234, 0, false}), true), "80 FF FF FF FF FF FF FF FF FF FF FF FF FF FF FF ED CB");
   EXPECT_EQ(Key(ColumnType::kNumeric, Value(Numeric{0, 0x1234, 0, true}), true), "80 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 12 34");
 }
 

@@ -54,9 +54,7 @@ TEST(TextOrder, KanaVariantsAddFlags) { EXPECT_EQ(Key("aあァb"), "7F 4A 7F 02 
 
 TEST(TextOrder, KanaWhoseFlagsAreAllThreeKeepTheEndOfTheFlags) { EXPECT_EQ(Key("ア"), "7F 7F 02 01 01 01 FF 02 80 FF 80 00"); }
 
-TEST(TextOrder, FlagsAndPositionsAreParted) {
-  EXPECT_EQ(Key("ア-"), "7F 7F 02 01 01 01 FF 02 80 FF 80 FF 01 80 0B 06 82 00");
-}
+TEST(TextOrder, FlagsAndPositionsAreParted) { EXPECT_EQ(Key("ア-"), "7F 7F 02 01 01 01 FF 02 80 FF 80 FF 01 80 0B 06 82 00"); }
 
 TEST(TextOrder, PositionsCountWeightsOnceThereAreSome) {
   // The accent list is [0E] when the hyphen comes: one weight, one letter seen and covered.
@@ -89,9 +87,7 @@ TEST(TextOrder, ACharacterOfTwoUnitsMayBeCutAtTheEnd) {
   EXPECT_EQ(Key(text), Key(std::u16string(254, u'a') + u'\xD800'));
 }
 
-TEST(TextOrder, Utf8AndUtf16GiveTheSameKeys) {
-  EXPECT_EQ(Key("Été à Ærø – 50 €\U0001F600"), Key(u"Été à Ærø – 50 €\U0001F600"));
-}
+TEST(TextOrder, Utf8AndUtf16GiveTheSameKeys) { EXPECT_EQ(Key("Été à Ærø – 50 €\U0001F600"), Key(u"Été à Ærø – 50 €\U0001F600")); }
 
 TEST(TextOrder, EveryUnitIsInTheTableOnce) {
   ASSERT_EQ(textorder::kRuns.front().first, 0);
@@ -125,7 +121,8 @@ TEST(TextOrder, ComparingOrdersAsKeysDo) {
       } else if (unit < 0x800) {
         text += {static_cast<char>(0xC0 | unit >> 6), static_cast<char>(0x80 | (unit & 0x3F))};
       } else {
-        text += {static_cast<char>(0xE0 | unit >> 12), static_cast<char>(0x80 | (unit >> 6 & 0x3F)), static_cast<char>(0x80 | (unit & 0x3F))};
+        text +=
+            {static_cast<char>(0xE0 | unit >> 12), static_cast<char>(0x80 | (unit >> 6 & 0x3F)), static_cast<char>(0x80 | (unit & 0x3F))};
       }
     }
     texts.emplace_back(text, Hex(key));

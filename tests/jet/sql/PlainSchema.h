@@ -38,7 +38,10 @@ class PlainSchema : public SchemaSource {
       type.size = 50;
       table->columns.push_back({columns[i].first, FoldName(columns[i].first), type});
       const bool text = type.type == ColumnType::kText || type.type == ColumnType::kMemo;
-      sql += (i > 0 ? ", c" : "c") + std::to_string(i) + (text ? " TEXT COLLATE JET" : type.type == ColumnType::kDate || type.type == ColumnType::kDouble ? " REAL" : " INTEGER");
+      sql += (i > 0 ? ", c" : "c") + std::to_string(i) +
+             (text                                                                 ? " TEXT COLLATE JET"
+              : type.type == ColumnType::kDate || type.type == ColumnType::kDouble ? " REAL"
+                                                                                   : " INTEGER");
     }
     Run(sql + ")");
     tables_[FoldName(name)] = table;

@@ -27,7 +27,11 @@ class JetRandomQueries : public SessionFixture {
     Run("CREATE INDEX ByReal ON A (D)");
     Run("CREATE INDEX ByDate ON A (W)");
     Run("CREATE INDEX ByRef ON B (Ref, T)");
-    plain.AddTable("A", {{"Id", ColumnType::kLong}, {"T", ColumnType::kText}, {"N", ColumnType::kInteger}, {"D", ColumnType::kDouble}, {"W", ColumnType::kDate}});
+    plain.AddTable("A", {{"Id", ColumnType::kLong},
+                         {"T", ColumnType::kText},
+                         {"N", ColumnType::kInteger},
+                         {"D", ColumnType::kDouble},
+                         {"W", ColumnType::kDate}});
     plain.AddTable("B", {{"Ref", ColumnType::kLong}, {"T", ColumnType::kText}, {"N", ColumnType::kInteger}});
     Transaction transaction(*database);
     for (int i = 0; i < 120; ++i) {
@@ -41,7 +45,8 @@ class JetRandomQueries : public SessionFixture {
   }
 
   static std::string Text(std::mt19937& random) {
-    static const char* const kWords[] = {"'a'", "'A'", "'é'", "'E'", "'abc'", "'ABC'", "'ab-c'", "'b '", "'b'", "''", "'zeta'", "'Œuf'", "NULL", "'10'", "'9'"};
+    static const char* const kWords[] = {"'a'", "'A'", "'é'",    "'E'",   "'abc'", "'ABC'", "'ab-c'", "'b '",
+                                         "'b'", "''",  "'zeta'", "'Œuf'", "NULL",  "'10'",  "'9'"};
     return kWords[random() % std::size(kWords)];
   }
   void Both(const std::string& table, const std::string& values) {
@@ -53,28 +58,42 @@ class JetRandomQueries : public SessionFixture {
     static const char* const kOperators[] = {"=", "<", ">", "<=", ">=", "<>"};
     const std::string op = std::string(" ") + kOperators[random() % 6] + " ";
     switch (random() % 8) {
-      case 0: return alias + ".T" + op + Text(random);
-      case 1: return alias + ".N" + op + std::to_string(static_cast<int>(random() % 24) - 12) + (random() % 3 == 0 ? ".5" : "");
-      case 2: return alias + ".Id" + op + std::to_string(random() % 380);
-      case 3: return alias + ".D" + op + std::to_string(static_cast<int>(random() % 40) - 20) + (random() % 2 == 0 ? ".5" : "");
-      case 4: return alias + ".N In (" + std::to_string(random() % 10) + ", -3, 100000)";
-      case 5: return alias + ".T Between 'a' And " + Text(random);
-      case 6: return alias + (random() % 2 == 0 ? ".T Is Null" : ".W Is Not Null");
-      default: return alias + ".W" + op + "#1/" + std::to_string(random() % 28 + 1) + "/1900#";
+      case 0:
+        return alias + ".T" + op + Text(random);
+      case 1:
+        return alias + ".N" + op + std::to_string(static_cast<int>(random() % 24) - 12) + (random() % 3 == 0 ? ".5" : "");
+      case 2:
+        return alias + ".Id" + op + std::to_string(random() % 380);
+      case 3:
+        return alias + ".D" + op + std::to_string(static_cast<int>(random() % 40) - 20) + (random() % 2 == 0 ? ".5" : "");
+      case 4:
+        return alias + ".N In (" + std::to_string(random() % 10) + ", -3, 100000)";
+      case 5:
+        return alias + ".T Between 'a' And " + Text(random);
+      case 6:
+        return alias + (random() % 2 == 0 ? ".T Is Null" : ".W Is Not Null");
+      default:
+        return alias + ".W" + op + "#1/" + std::to_string(random() % 28 + 1) + "/1900#";
     }
   }
 
   static std::string Query(std::mt19937& random) {
     std::string where = Condition(random, "A");
     for (unsigned i = 0; i < random() % 3; ++i) where += (random() % 3 == 0 ? " OR " : " AND ") + Condition(random, "A");
-    static const char* const kOrders[] = {"A.Id", "A.T, A.Id", "A.N DESC, A.Id", "A.T DESC, A.N, A.Id", "A.D, A.Id DESC", "A.W DESC, A.Id", "A.N, A.Id"};
+    static const char* const kOrders[] = {"A.Id",           "A.T, A.Id",      "A.N DESC, A.Id", "A.T DESC, A.N, A.Id",
+                                          "A.D, A.Id DESC", "A.W DESC, A.Id", "A.N, A.Id"};
     const std::string order = std::string(" ORDER BY ") + kOrders[random() % std::size(kOrders)];
     switch (random() % 5) {
-      case 0: return "SELECT A.Id, B.N FROM A LEFT JOIN B ON A.Id = B.Ref WHERE " + where + order + ", B.N, B.T";
-      case 1: return "SELECT A.Id FROM A INNER JOIN B ON A.T = B.T AND A.N = B.N WHERE " + where + order;
-      case 2: return "SELECT Count(*), Max(A.Id), Min(A.N), Max(A.N), Max(A.D) FROM A WHERE " + where;
-      case 3: return "SELECT A.Id FROM A WHERE A.Id IN (SELECT Ref FROM B WHERE B.T = A.T OR B.N > 0) AND (" + where + ")" + order;
-      default: return "SELECT A.Id, A.N FROM A WHERE " + where + order;
+      case 0:
+        return "SELECT A.Id, B.N FROM A LEFT JOIN B ON A.Id = B.Ref WHERE " + where + order + ", B.N, B.T";
+      case 1:
+        return "SELECT A.Id FROM A INNER JOIN B ON A.T = B.T AND A.N = B.N WHERE " + where + order;
+      case 2:
+        return "SELECT Count(*), Max(A.Id), Min(A.N), Max(A.N), Max(A.D) FROM A WHERE " + where;
+      case 3:
+        return "SELECT A.Id FROM A WHERE A.Id IN (SELECT Ref FROM B WHERE B.T = A.T OR B.N > 0) AND (" + where + ")" + order;
+      default:
+        return "SELECT A.Id, A.N FROM A WHERE " + where + order;
     }
   }
 

@@ -80,7 +80,8 @@ TEST(JetSqlSamples, EqualityOnEveryIndexFindsTheRow) {
           }
           const auto found = session.Open("SELECT Count(*) FROM [" + object.name + "] WHERE " + key + " = " + literal);
           // The same without any index: an expression is never looked up.
-          const auto walked = session.Open("SELECT Count(*) FROM [" + object.name + "] WHERE " + (text ? key + " & ''" : key + " + 0") + " = " + literal);
+          const auto walked =
+              session.Open("SELECT Count(*) FROM [" + object.name + "] WHERE " + (text ? key + " & ''" : key + " + 0") + " = " + literal);
           ASSERT_TRUE(found->Next() && walked->Next());
           EXPECT_GE(found->Get(0).AsLong(), 1) << object.name << "." << column.name << " = " << literal;
           EXPECT_EQ(found->Get(0), walked->Get(0)) << object.name << "." << column.name << " = " << literal;
@@ -106,7 +107,8 @@ TEST(JetSqlSamples, StoredQueriesGiveRowsOrSayWhyNot) {
         }
         ++answered;
       } catch (const Error& error) {
-        const bool said = error.Code() == ErrorCode::kUnsupported || error.Code() == ErrorCode::kLinkUnreachable || error.Code() == ErrorCode::kNotFound;
+        const bool said =
+            error.Code() == ErrorCode::kUnsupported || error.Code() == ErrorCode::kLinkUnreachable || error.Code() == ErrorCode::kNotFound;
         EXPECT_TRUE(said) << error.what();
         RecordProperty(object.name, error.what());
       }
@@ -130,7 +132,9 @@ TEST(JetSqlSamples, StatementsChangeACopyAndLeaveItSound) {
     }
     Session session(*database);
     session.Execute("CREATE TABLE [Essai/ß é] (Id COUNTER CONSTRAINT PK PRIMARY KEY, T TEXT(40), M MEMO)");
-    for (int i = 0; i < 50; ++i) session.Execute("INSERT INTO [Essai/ß é] (T, M) VALUES ('ligne " + std::to_string(i) + "', '" + std::string(static_cast<std::size_t>(i) * 100, 'm') + "')");
+    for (int i = 0; i < 50; ++i)
+      session.Execute("INSERT INTO [Essai/ß é] (T, M) VALUES ('ligne " + std::to_string(i) + "', '" +
+                      std::string(static_cast<std::size_t>(i) * 100, 'm') + "')");
     session.Execute("CREATE INDEX ParTexte ON [Essai/ß é] (T DESC)");
     EXPECT_EQ(session.Execute("UPDATE [Essai/ß é] SET T = T & '!' WHERE Id MOD 2 = 0"), 25);
     EXPECT_EQ(session.Execute("DELETE * FROM [Essai/ß é] WHERE Id <= 10"), 10);
@@ -140,7 +144,8 @@ TEST(JetSqlSamples, StatementsChangeACopyAndLeaveItSound) {
     session.Execute("ALTER TABLE [Essai/ß é] DROP COLUMN M");
     session.Execute("DROP INDEX ParTexte ON [Essai/ß é]");
     session.Execute("DROP TABLE Essai2");
-    for (const Finding& finding : database->Check()) ADD_FAILURE() << "page " << finding.page << " offset " << finding.offset << ": " << finding.text;
+    for (const Finding& finding : database->Check())
+      ADD_FAILURE() << "page " << finding.page << " offset " << finding.offset << ": " << finding.text;
   }
 }
 

@@ -20,7 +20,8 @@ class SessionFixture : public testing::Test {
   }
   void TearDown() override {
     if (database == nullptr) return;
-    for (const Finding& finding : database->Check()) ADD_FAILURE() << "page " << finding.page << " offset " << finding.offset << ": " << finding.text;
+    for (const Finding& finding : database->Check())
+      ADD_FAILURE() << "page " << finding.page << " offset " << finding.offset << ": " << finding.text;
     session.reset();
     database.reset();
   }
@@ -29,14 +30,22 @@ class SessionFixture : public testing::Test {
 
   static std::string TextOf(const Value& value) {
     switch (value.Type()) {
-      case ValueType::kNull: return "NULL";
-      case ValueType::kBool: return value.AsBool() ? "True" : "False";
-      case ValueType::kByte: return std::to_string(value.AsByte());
-      case ValueType::kInteger: return std::to_string(value.AsInteger());
-      case ValueType::kLong: return std::to_string(value.AsLong());
-      case ValueType::kCurrency: return std::to_string(value.AsCurrency().scaled) + "/10000";
-      case ValueType::kText: return value.AsText();
-      default: return value.Describe();
+      case ValueType::kNull:
+        return "NULL";
+      case ValueType::kBool:
+        return value.AsBool() ? "True" : "False";
+      case ValueType::kByte:
+        return std::to_string(value.AsByte());
+      case ValueType::kInteger:
+        return std::to_string(value.AsInteger());
+      case ValueType::kLong:
+        return std::to_string(value.AsLong());
+      case ValueType::kCurrency:
+        return std::to_string(value.AsCurrency().scaled) + "/10000";
+      case ValueType::kText:
+        return value.AsText();
+      default:
+        return value.Describe();
     }
   }
   /// Rows as "a|b" joined by "; ".
@@ -52,8 +61,10 @@ class SessionFixture : public testing::Test {
   /// Code and text of the error that a statement raises.
   std::pair<ErrorCode, std::string> Refusal(const std::string& text) {
     try {
-      if (text.rfind("SELECT", 0) == 0 && text.find(" INTO ") == std::string::npos) (void)Rows(text);
-      else Run(text);
+      if (text.rfind("SELECT", 0) == 0 && text.find(" INTO ") == std::string::npos)
+        (void)Rows(text);
+      else
+        Run(text);
     } catch (const Error& error) {
       return {error.Code(), error.what()};
     }

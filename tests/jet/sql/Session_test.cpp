@@ -186,7 +186,8 @@ TEST_F(JetSession, TextsBecomeWhatTheColumnHolds) {
   Run("CREATE TABLE T (L LONG, D DATETIME, C CURRENCY, T TEXT(30), N DECIMAL(28,4), Y YESNO)");
   Run("INSERT INTO T VALUES ('12', '01/02/2003', '1.2345', 1.5, '-123456789012345678901234.5678', 'True')");
   Run("INSERT INTO T (T) VALUES (#2/1/2003 10:00:00#)");
-  EXPECT_EQ(Rows("SELECT L, Format(D,'yyyy-mm-dd'), C, T, Y FROM T"), "12|2003-02-01|12345/10000|1.5|True; NULL|NULL|NULL|01/02/2003 10:00:00|False");
+  EXPECT_EQ(Rows("SELECT L, Format(D,'yyyy-mm-dd'), C, T, Y FROM T"),
+            "12|2003-02-01|12345/10000|1.5|True; NULL|NULL|NULL|01/02/2003 10:00:00|False");
   EXPECT_EQ(Rows("SELECT N FROM T WHERE L=12"), Value(*Numeric::Parse("-123456789012345678901234.5678")).Describe());
   EXPECT_EQ(Refusal("INSERT INTO T (L) VALUES ('x')").first, ErrorCode::kTypeMismatch);
 }

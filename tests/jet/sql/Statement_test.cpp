@@ -11,7 +11,8 @@ namespace {
 class JetStatement : public testing::Test {
  protected:
   JetStatement() {
-    schema.AddTable("Utl", {{"IdUtl", ColumnType::kLong}, {"Nom", ColumnType::kText}, {"Né le", ColumnType::kDate}, {"Actif", ColumnType::kBoolean}});
+    schema.AddTable(
+        "Utl", {{"IdUtl", ColumnType::kLong}, {"Nom", ColumnType::kText}, {"Né le", ColumnType::kDate}, {"Actif", ColumnType::kBoolean}});
     schema.AddTable("VlmUtl", {{"IdUtl", ColumnType::kLong}, {"IdVlm", ColumnType::kLong}, {"Niveau", ColumnType::kInteger}});
     schema.AddTable("Straße/Élève", {{"ORDER", ColumnType::kLong}, {"élément", ColumnType::kText}});
     schema.Run("INSERT INTO t0 VALUES (1,'Dupont',37653,-1),(2,'élise',NULL,0),(3,'ZOLA',1.5,-1)");
@@ -25,7 +26,9 @@ class JetStatement : public testing::Test {
     return names;
   }
   template <typename Plan>
-  Plan PlanOf(const std::string& text) { return std::get<Plan>(Translate(text, schema, schema.settings)); }
+  Plan PlanOf(const std::string& text) {
+    return std::get<Plan>(Translate(text, schema, schema.settings));
+  }
   PlainSchema schema;
 };
 
@@ -50,10 +53,13 @@ TEST_F(JetStatement, TopPercentAndTies) {
 }
 
 TEST_F(JetStatement, JoinsNestedInParentheses) {
-  EXPECT_EQ(schema.Query("SELECT U.Nom, V.IdVlm FROM Utl AS U INNER JOIN VlmUtl V ON U.IdUtl = V.IdUtl ORDER BY U.IdUtl, V.IdVlm"), "Dupont|10; Dupont|11; élise|10");
+  EXPECT_EQ(schema.Query("SELECT U.Nom, V.IdVlm FROM Utl AS U INNER JOIN VlmUtl V ON U.IdUtl = V.IdUtl ORDER BY U.IdUtl, V.IdVlm"),
+            "Dupont|10; Dupont|11; élise|10");
   EXPECT_EQ(schema.Query("SELECT U.Nom, V.IdVlm FROM Utl U LEFT JOIN VlmUtl V ON U.IdUtl = V.IdUtl WHERE V.IdUtl Is Null"), "ZOLA|NULL");
   EXPECT_EQ(schema.Query("SELECT U.Nom FROM VlmUtl V RIGHT JOIN Utl U ON U.IdUtl = V.IdUtl WHERE V.IdUtl Is Null"), "ZOLA");
-  EXPECT_EQ(schema.Query("SELECT Count(*) FROM ((Utl U INNER JOIN VlmUtl V ON U.IdUtl=V.IdUtl) LEFT JOIN [Straße/Élève] S ON S.[ORDER]=U.IdUtl)"), "3");
+  EXPECT_EQ(
+      schema.Query("SELECT Count(*) FROM ((Utl U INNER JOIN VlmUtl V ON U.IdUtl=V.IdUtl) LEFT JOIN [Straße/Élève] S ON S.[ORDER]=U.IdUtl)"),
+      "3");
   EXPECT_EQ(schema.Query("SELECT Count(*) FROM Utl, VlmUtl"), "9");
   EXPECT_EQ(schema.Query("SELECT Count(*) FROM Utl, (VlmUtl V LEFT JOIN [Straße/Élève] S ON S.[ORDER]=V.IdUtl)"), "9");
 }
@@ -65,7 +71,8 @@ TEST_F(JetStatement, GroupsAndAggregates) {
   EXPECT_EQ(schema.Query("SELECT First(Niveau), Last(Niveau), Var(Niveau), StDevP(Niveau) > 0.8 FROM VlmUtl"), "5|7|1.0|-1");
   EXPECT_EQ(schema.Query("SELECT Sum(Actif) FROM Utl"), "-2");
   EXPECT_EQ(schema.Query("SELECT Left(Nom,1) & '.', Count(*) FROM Utl GROUP BY Left(Nom,1) ORDER BY Left(Nom,1)"), "D.|1; é.|1; Z.|1");
-  EXPECT_EQ(schema.Query("SELECT DISTINCT UCase(Nom) FROM (SELECT Nom FROM Utl UNION ALL SELECT UCase(Nom) FROM Utl) AS Q ORDER BY 1"), "DUPONT; ÉLISE; ZOLA");
+  EXPECT_EQ(schema.Query("SELECT DISTINCT UCase(Nom) FROM (SELECT Nom FROM Utl UNION ALL SELECT UCase(Nom) FROM Utl) AS Q ORDER BY 1"),
+            "DUPONT; ÉLISE; ZOLA");
 }
 
 TEST_F(JetStatement, UnionsAndSubqueries) {
@@ -82,15 +89,19 @@ TEST_F(JetStatement, UnionsAndSubqueries) {
 
 TEST_F(JetStatement, ColumnsHaveTheirNames) {
   EXPECT_EQ(Names("SELECT * FROM Utl"), (std::vector<std::string>{"IdUtl", "Nom", "Né le", "Actif"}));
-  EXPECT_EQ(Names("SELECT NOM, 1+1, Count(*) AS [Le nombre] FROM Utl GROUP BY NOM"), (std::vector<std::string>{"Nom", "Expr1000", "Le nombre"}));
-  EXPECT_EQ(Names("SELECT Utl.*, VlmUtl.IdUtl FROM Utl, VlmUtl"), (std::vector<std::string>{"Utl.IdUtl", "Nom", "Né le", "Actif", "VlmUtl.IdUtl"}));
+  EXPECT_EQ(Names("SELECT NOM, 1+1, Count(*) AS [Le nombre] FROM Utl GROUP BY NOM"),
+            (std::vector<std::string>{"Nom", "Expr1000", "Le nombre"}));
+  EXPECT_EQ(Names("SELECT Utl.*, VlmUtl.IdUtl FROM Utl, VlmUtl"),
+            (std::vector<std::string>{"Utl.IdUtl", "Nom", "Né le", "Actif", "VlmUtl.IdUtl"}));
 }
 
 TEST_F(JetStatement, ColumnsKeepTheirTypes) {
-  const auto plan = PlanOf<jet::sql::SelectPlan>("SELECT [Né le], [Né le]+1, Max(Actif), Count(*), Nom & 'x', 1/2, Niveau FROM Utl, VlmUtl GROUP BY [Né le], Nom, Niveau");
+  const auto plan = PlanOf<jet::sql::SelectPlan>(
+      "SELECT [Né le], [Né le]+1, Max(Actif), Count(*), Nom & 'x', 1/2, Niveau FROM Utl, VlmUtl GROUP BY [Né le], Nom, Niveau");
   std::vector<ColumnType> types;
   for (const auto& column : plan.columns) types.push_back(column.type.type);
-  EXPECT_EQ(types, (std::vector<ColumnType>{ColumnType::kDate, ColumnType::kDate, ColumnType::kBoolean, ColumnType::kLong, ColumnType::kText, ColumnType::kDouble, ColumnType::kInteger}));
+  EXPECT_EQ(types, (std::vector<ColumnType>{ColumnType::kDate, ColumnType::kDate, ColumnType::kBoolean, ColumnType::kLong,
+                                            ColumnType::kText, ColumnType::kDouble, ColumnType::kInteger}));
 }
 
 TEST_F(JetStatement, AWholeTableIsAPlainScan) {
@@ -104,8 +115,8 @@ TEST_F(JetStatement, AWholeTableIsAPlainScan) {
 }
 
 TEST_F(JetStatement, DeletesNameTheirTable) {
-  for (const char* text : {"DELETE * FROM Utl WHERE IdUtl=2", "DELETE FROM Utl WHERE IdUtl=2", "DELETE Utl.* FROM Utl WHERE IdUtl=2", "DELETE U.* FROM Utl AS U WHERE U.IdUtl=2",
-                           "DELETE DISTINCTROW Utl.* FROM Utl WHERE IdUtl=2"}) {
+  for (const char* text : {"DELETE * FROM Utl WHERE IdUtl=2", "DELETE FROM Utl WHERE IdUtl=2", "DELETE Utl.* FROM Utl WHERE IdUtl=2",
+                           "DELETE U.* FROM Utl AS U WHERE U.IdUtl=2", "DELETE DISTINCTROW Utl.* FROM Utl WHERE IdUtl=2"}) {
     const auto plan = PlanOf<jet::sql::DeletePlan>(text);
     EXPECT_EQ(schema.Rows(plan.query.sql, 1), "2") << text;
   }
@@ -115,7 +126,8 @@ TEST_F(JetStatement, DeletesNameTheirTable) {
 }
 
 TEST_F(JetStatement, UpdatesMayJoin) {
-  const auto plan = PlanOf<jet::sql::UpdatePlan>("UPDATE Utl INNER JOIN VlmUtl V ON Utl.IdUtl=V.IdUtl SET V.Niveau = V.Niveau+1, Utl.Nom = UCase(Nom) WHERE IdVlm=10");
+  const auto plan = PlanOf<jet::sql::UpdatePlan>(
+      "UPDATE Utl INNER JOIN VlmUtl V ON Utl.IdUtl=V.IdUtl SET V.Niveau = V.Niveau+1, Utl.Nom = UCase(Nom) WHERE IdVlm=10");
   ASSERT_EQ(plan.items.size(), 2U);
   EXPECT_EQ(plan.items[0].source, 1U);
   EXPECT_EQ(plan.items[0].column, 2U);
@@ -176,7 +188,10 @@ TEST_F(JetStatement, IndexesAndAlterations) {
   EXPECT_EQ(PlanOf<jet::sql::AddColumnPlan>("ALTER TABLE Utl ADD COLUMN X TEXT(5), Y LONG").columns.size(), 2U);
   EXPECT_EQ(PlanOf<jet::sql::AddColumnPlan>("ALTER TABLE Utl ADD X TEXT(5) NOT NULL").columns[0].name, "X");
   EXPECT_TRUE(PlanOf<jet::sql::AddColumnPlan>("ALTER TABLE Utl ADD CONSTRAINT PK PRIMARY KEY (IdUtl)").indexes[0].primary);
-  EXPECT_EQ(PlanOf<jet::sql::AddColumnPlan>("ALTER TABLE Utl ADD CONSTRAINT F FOREIGN KEY (IdUtl) REFERENCES VlmUtl (IdUtl)").foreignKeys[0].referencedTable, "VlmUtl");
+  EXPECT_EQ(PlanOf<jet::sql::AddColumnPlan>("ALTER TABLE Utl ADD CONSTRAINT F FOREIGN KEY (IdUtl) REFERENCES VlmUtl (IdUtl)")
+                .foreignKeys[0]
+                .referencedTable,
+            "VlmUtl");
 }
 
 }  // namespace

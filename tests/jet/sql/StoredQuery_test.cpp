@@ -28,14 +28,24 @@ class JetStoredQuery : public SessionFixture {
 
   void Store(const std::string& name, std::int32_t kind, const std::vector<Line>& lines) {
     const std::int32_t id = INT32_MIN + 100 + next_++;
-    Put("MSysObjects", {{"Id", Value(id)}, {"ParentId", Value(std::int32_t{0x0F000001})}, {"Name", Value(name)}, {"Type", Value(std::int16_t{5})}, {"Flags", Value(kind)},
-                        {"DateCreate", Value(Date{37000})}, {"DateUpdate", Value(Date{37000})}});
+    Put("MSysObjects", {{"Id", Value(id)},
+                        {"ParentId", Value(std::int32_t{0x0F000001})},
+                        {"Name", Value(name)},
+                        {"Type", Value(std::int16_t{5})},
+                        {"Flags", Value(kind)},
+                        {"DateCreate", Value(Date{37000})},
+                        {"DateUpdate", Value(Date{37000})}});
     int order = 0;
     for (const Line& line : lines) {
       ++order;
       const Bytes key = {std::byte{0}, std::byte{0}, std::byte{0}, static_cast<std::byte>(order)};
-      Put("MSysQueries", {{"ObjectId", Value(id)}, {"Attribute", Value(static_cast<std::uint8_t>(line.attribute))}, {"Order", Value(key)},
-                          {"Name1", Text(line.name1)}, {"Name2", Text(line.name2)}, {"Expression", Text(line.expression)}, {"Flag", Value(static_cast<std::int16_t>(line.flag))}});
+      Put("MSysQueries", {{"ObjectId", Value(id)},
+                          {"Attribute", Value(static_cast<std::uint8_t>(line.attribute))},
+                          {"Order", Value(key)},
+                          {"Name1", Text(line.name1)},
+                          {"Name2", Text(line.name2)},
+                          {"Expression", Text(line.expression)},
+                          {"Flag", Value(static_cast<std::int16_t>(line.flag))}});
     }
     const std::string path = database->Path();
     session.reset();
@@ -56,19 +66,36 @@ class JetStoredQuery : public SessionFixture {
 };
 
 TEST_F(JetStoredQuery, SelectsAreUsedByTheirName) {
-  Store("Niveaux élevés", 0, {{1, nullptr, nullptr, nullptr, 1}, {3, nullptr, nullptr, nullptr, 0}, {5, nullptr, "Utl", "U", 0}, {5, nullptr, "VlmUtl", nullptr, 0},
-                              {6, "U.Nom", "Qui", nullptr, 0}, {6, "Max(VlmUtl.Niveau)", "Plus", nullptr, 0}, {7, "U.IdUtl = VlmUtl.IdUtl", "U", "VlmUtl", 1},
-                              {8, "VlmUtl.Niveau > 4", nullptr, nullptr, 0}, {9, "U.Nom", nullptr, nullptr, 0}, {11, "U.Nom", "D", nullptr, 0}});
+  Store("Niveaux élevés", 0,
+        {{1, nullptr, nullptr, nullptr, 1},
+         {3, nullptr, nullptr, nullptr, 0},
+         {5, nullptr, "Utl", "U", 0},
+         {5, nullptr, "VlmUtl", nullptr, 0},
+         {6, "U.Nom", "Qui", nullptr, 0},
+         {6, "Max(VlmUtl.Niveau)", "Plus", nullptr, 0},
+         {7, "U.IdUtl = VlmUtl.IdUtl", "U", "VlmUtl", 1},
+         {8, "VlmUtl.Niveau > 4", nullptr, nullptr, 0},
+         {9, "U.Nom", nullptr, nullptr, 0},
+         {11, "U.Nom", "D", nullptr, 0}});
   EXPECT_EQ(Rows("SELECT * FROM [NIVEAUX ÉLEVÉS]"), "élise|7; Dupont|6");
   EXPECT_EQ(Rows("SELECT Q.Plus FROM [Niveaux élevés] Q WHERE Q.Qui = 'DUPONT'"), "6");
   EXPECT_EQ(session->StoredQueryText("niveaux élevés").value_or("").rfind("SELECT U.Nom AS [Qui]", 0), 0U);
 }
 
 TEST_F(JetStoredQuery, OuterJoinsOptionsAndUnions) {
-  Store("Sans", 0, {{1, nullptr, nullptr, nullptr, 1}, {3, nullptr, "1", nullptr, 0x10}, {5, nullptr, "Utl", nullptr, 0}, {5, nullptr, "VlmUtl", nullptr, 0},
-                    {6, "Utl.Nom", nullptr, nullptr, 0}, {7, "Utl.IdUtl = VlmUtl.IdUtl", "Utl", "VlmUtl", 2}, {8, "VlmUtl.IdUtl Is Null", nullptr, nullptr, 0}});
-  Store("Tous", 0x80, {{1, nullptr, nullptr, nullptr, 9}, {3, nullptr, nullptr, nullptr, 2}, {5, "SELECT IdUtl FROM Utl", nullptr, "X7YZ_____1", 0},
-                       {5, "SELECT IdUtl FROM VlmUtl", nullptr, "X7YZ_____2", 0}});
+  Store("Sans", 0,
+        {{1, nullptr, nullptr, nullptr, 1},
+         {3, nullptr, "1", nullptr, 0x10},
+         {5, nullptr, "Utl", nullptr, 0},
+         {5, nullptr, "VlmUtl", nullptr, 0},
+         {6, "Utl.Nom", nullptr, nullptr, 0},
+         {7, "Utl.IdUtl = VlmUtl.IdUtl", "Utl", "VlmUtl", 2},
+         {8, "VlmUtl.IdUtl Is Null", nullptr, nullptr, 0}});
+  Store("Tous", 0x80,
+        {{1, nullptr, nullptr, nullptr, 9},
+         {3, nullptr, nullptr, nullptr, 2},
+         {5, "SELECT IdUtl FROM Utl", nullptr, "X7YZ_____1", 0},
+         {5, "SELECT IdUtl FROM VlmUtl", nullptr, "X7YZ_____2", 0}});
   EXPECT_EQ(Rows("SELECT * FROM Sans"), "ZOLA");
   EXPECT_EQ(Rows("SELECT Count(*) FROM Tous"), "3");
 }

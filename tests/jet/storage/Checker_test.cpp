@@ -18,7 +18,8 @@ class CheckerTest : public testing::Test {
   CheckerTest() : database_(world_.Create()), pager_(*database_->Internals().pager) {
     Table& table = database_->CreateTable(PeopleTable());
     database_->Begin();
-    for (int i = 0; i < 800; ++i) rows_.push_back(table.Insert(Person("n" + std::to_string(i), std::string(static_cast<std::size_t>(i % 300 + 1), 'x'))));
+    for (int i = 0; i < 800; ++i)
+      rows_.push_back(table.Insert(Person("n" + std::to_string(i), std::string(static_cast<std::size_t>(i % 300 + 1), 'x'))));
     EXPECT_EQ(Findings(*database_), "");
   }
   ~CheckerTest() override { database_->Rollback(); }

@@ -64,7 +64,8 @@ void ExpectBeforeOrAfter(const Recording& recording, std::size_t cut, const std:
   const std::size_t after = std::min(before + 1, recording.states.size() - 1);
   const auto database = world.Open();
   const auto rows = Rows(database->OpenTable("People"));
-  EXPECT_TRUE(rows == recording.states[before] || rows == recording.states[after]) << how << " cut at " << cut << ": " << rows.size() << " rows";
+  EXPECT_TRUE(rows == recording.states[before] || rows == recording.states[after])
+      << how << " cut at " << cut << ": " << rows.size() << " rows";
   EXPECT_EQ(Findings(*database), "") << how << " cut at " << cut;
 }
 
@@ -74,8 +75,10 @@ TEST_P(CutTest, AtEveryOperationLeavesBeforeOrAfter) {
   const Recording recording = Record(GetParam());
   ASSERT_GT(recording.record.size(), 50u);
   for (std::size_t cut = 0; cut <= recording.record.size(); ++cut) {
-    ExpectBeforeOrAfter(recording, cut, ReplayWithPowerCut(recording.start, recording.record, cut, [](std::size_t) { return true; }), "all written,");
-    ExpectBeforeOrAfter(recording, cut, ReplayWithPowerCut(recording.start, recording.record, cut, [](std::size_t) { return false; }), "none unsynced,");
+    ExpectBeforeOrAfter(recording, cut, ReplayWithPowerCut(recording.start, recording.record, cut, [](std::size_t) { return true; }),
+                        "all written,");
+    ExpectBeforeOrAfter(recording, cut, ReplayWithPowerCut(recording.start, recording.record, cut, [](std::size_t) { return false; }),
+                        "none unsynced,");
     std::mt19937 random(static_cast<unsigned>(cut));
     for (int variant = 0; variant < 3; ++variant)
       ExpectBeforeOrAfter(recording, cut,

@@ -60,7 +60,8 @@ TEST(Database, SaysWhenAFileIsCutShort) {
     for (int i = 0; i < 50; ++i) table.Insert(Person("x", std::string(4000, 'n')));
   }
   const auto whole = world.files.Content("test.mdb");
-  for (const std::size_t size : {whole.size() - 1, whole.size() - 4096, std::size_t{30000}, std::size_t{8192}, std::size_t{5000}, std::size_t{100}}) {
+  for (const std::size_t size :
+       {whole.size() - 1, whole.size() - 4096, std::size_t{30000}, std::size_t{8192}, std::size_t{5000}, std::size_t{100}}) {
     world.files.SetContent("cut.mdb", {whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)});
     try {
       world.Open("cut.mdb");

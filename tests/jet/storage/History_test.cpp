@@ -45,15 +45,19 @@ class History {
   Value Any(ColumnType type) {
     if (Pick(8) == 0) return Value();
     switch (type) {
-      case ColumnType::kLong: return Value(static_cast<std::int32_t>(random_()));
-      case ColumnType::kDouble: return Value(static_cast<double>(static_cast<std::int32_t>(random_())) / 8);
-      case ColumnType::kBoolean: return Value(Pick(2) == 0);
+      case ColumnType::kLong:
+        return Value(static_cast<std::int32_t>(random_()));
+      case ColumnType::kDouble:
+        return Value(static_cast<double>(static_cast<std::int32_t>(random_())) / 8);
+      case ColumnType::kBoolean:
+        return Value(Pick(2) == 0);
       case ColumnType::kText: {
         std::string text;
         for (unsigned i = Pick(50); i > 0; --i) text += Pick(5) == 0 ? "é" : std::string(1, static_cast<char>('a' + Pick(26)));
         return Value(text);
       }
-      default: return Value(std::string(Pick(10) == 0 ? Pick(20000) + 1 : Pick(120) + 1, static_cast<char>('a' + Pick(26))));
+      default:
+        return Value(std::string(Pick(10) == 0 ? Pick(20000) + 1 : Pick(120) + 1, static_cast<char>('a' + Pick(26))));
     }
   }
   std::vector<Value> AnyRow() {
@@ -67,12 +71,18 @@ class History {
 
   void Step() {
     const unsigned what = Pick(100);
-    if (what < 55) Insert();
-    else if (what < 75) Update();
-    else if (what < 90) Delete();
-    else if (what < 93) Transact();
-    else if (what < 96 && database_->TransactionDepth() == 0) Reopen();
-    else ChangeSchema();
+    if (what < 55)
+      Insert();
+    else if (what < 75)
+      Update();
+    else if (what < 90)
+      Delete();
+    else if (what < 93)
+      Transact();
+    else if (what < 96 && database_->TransactionDepth() == 0)
+      Reopen();
+    else
+      ChangeSchema();
   }
 
   void Insert() {
@@ -140,7 +150,8 @@ class History {
   void ChangeSchema() {
     const unsigned what = Pick(4);
     if (what == 0 && columns_.size() < 12) {
-      static constexpr ColumnType kTypes[] = {ColumnType::kLong, ColumnType::kDouble, ColumnType::kBoolean, ColumnType::kText, ColumnType::kMemo};
+      static constexpr ColumnType kTypes[] = {ColumnType::kLong, ColumnType::kDouble, ColumnType::kBoolean, ColumnType::kText,
+                                              ColumnType::kMemo};
       const ColumnType type = kTypes[Pick(5)];
       if (CodeOf([&] { database_->AddColumn("T", Column("X" + std::to_string(next_++), type, 60)); })) return;
       columns_.push_back(type);

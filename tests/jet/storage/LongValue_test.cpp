@@ -45,8 +45,8 @@ TEST(LongValue, EveryLengthComesBackWholeAndInPieces) {
   const auto database = world.Create();
   Table& table = database->CreateTable(PeopleTable());
   database->Begin();
-  for (const std::size_t size : {1u, 2u, 3u, 31u, 32u, 33u, 62u, 63u, 64u, 65u, 1023u, 1024u, 1025u, 2037u, 2038u, 2039u, 4071u, 4072u, 4076u,
-                                 4077u, 8144u, 8145u, 16384u, 70000u, 1100000u}) {
+  for (const std::size_t size : {1u,    2u,    3u,    31u,   32u,   33u,   62u,   63u,   64u,   65u,    1023u,  1024u,   1025u,
+                                 2037u, 2038u, 2039u, 4071u, 4072u, 4076u, 4077u, 8144u, 8145u, 16384u, 70000u, 1100000u}) {
     const std::string text = Letters(size);
     const RowId id = table.Insert(Person("x", text));
     EXPECT_EQ(table.Read(id)->at(2).AsText(), text) << size;

@@ -116,7 +116,8 @@ TEST(Pager, AFullDiskInMidTransactionLosesNothing) {
     Table& table = database->OpenTable("People");
     const auto rows = Rows(table);
     world.files.SetHook([&](const MemoryFileSystem::Event& event) {
-      if ((event.operation == MemoryFileSystem::Operation::kWrite || event.operation == MemoryFileSystem::Operation::kCreate) && count++ == failing)
+      if ((event.operation == MemoryFileSystem::Operation::kWrite || event.operation == MemoryFileSystem::Operation::kCreate) &&
+          count++ == failing)
         throw Error(ErrorCode::kDiskFull, "no space");
     });
     const auto code = CodeOf([&] {

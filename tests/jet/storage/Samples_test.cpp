@@ -73,18 +73,30 @@ long long Seconds(double serial) {
 /// The value as tests/jet/readers/dump.mjs prints it.
 std::string AsOtherReader(const Value& value) {
   switch (value.Type()) {
-    case ValueType::kNull: return "null";
-    case ValueType::kBool: return value.AsBool() ? "true" : "false";
-    case ValueType::kByte: return "N" + Exponential(value.AsByte());
-    case ValueType::kInteger: return "N" + Exponential(value.AsInteger());
-    case ValueType::kLong: return "N" + Exponential(value.AsLong());
-    case ValueType::kSingle: return "N" + Exponential(value.AsSingle());
-    case ValueType::kDouble: return "N" + Exponential(value.AsDouble());
-    case ValueType::kDate: return "D" + std::to_string(Seconds(value.AsDate().serial));
-    case ValueType::kText: return "T" + Hex(value.AsText());
-    case ValueType::kBytes: return "B" + Hex({reinterpret_cast<const char*>(value.AsBytes().data()), value.AsBytes().size()});
-    case ValueType::kGuid: return "T" + Hex(value.AsGuid().Text());
-    default: return "T" + Hex(value.Describe());
+    case ValueType::kNull:
+      return "null";
+    case ValueType::kBool:
+      return value.AsBool() ? "true" : "false";
+    case ValueType::kByte:
+      return "N" + Exponential(value.AsByte());
+    case ValueType::kInteger:
+      return "N" + Exponential(value.AsInteger());
+    case ValueType::kLong:
+      return "N" + Exponential(value.AsLong());
+    case ValueType::kSingle:
+      return "N" + Exponential(value.AsSingle());
+    case ValueType::kDouble:
+      return "N" + Exponential(value.AsDouble());
+    case ValueType::kDate:
+      return "D" + std::to_string(Seconds(value.AsDate().serial));
+    case ValueType::kText:
+      return "T" + Hex(value.AsText());
+    case ValueType::kBytes:
+      return "B" + Hex({reinterpret_cast<const char*>(value.AsBytes().data()), value.AsBytes().size()});
+    case ValueType::kGuid:
+      return "T" + Hex(value.AsGuid().Text());
+    default:
+      return "T" + Hex(value.Describe());
   }
 }
 
@@ -108,7 +120,8 @@ using Contents = std::map<std::string, std::vector<std::map<std::string, std::st
 std::vector<std::string> Split(const std::string& text, const std::string& separator) {
   std::vector<std::string> parts;
   std::size_t at = 0;
-  for (std::size_t end; (end = text.find(separator, at)) != std::string::npos; at = end + separator.size()) parts.push_back(text.substr(at, end - at));
+  for (std::size_t end; (end = text.find(separator, at)) != std::string::npos; at = end + separator.size())
+    parts.push_back(text.substr(at, end - at));
   parts.push_back(text.substr(at));
   return parts;
 }
@@ -124,7 +137,8 @@ Contents ByOtherReader(const std::string& path) {
       continue;
     }
     auto& row = tables[parts[0]].emplace_back();
-    for (std::size_t i = 1; i < parts.size(); ++i) row[parts[i].substr(0, parts[i].find('='))] = Loose(parts[i].substr(parts[i].find('=') + 1));
+    for (std::size_t i = 1; i < parts.size(); ++i)
+      row[parts[i].substr(0, parts[i].find('='))] = Loose(parts[i].substr(parts[i].find('=') + 1));
   }
   return tables;
 }
@@ -137,7 +151,8 @@ Contents ByUs(Database& database) {
     auto& rows = tables[Hex(object.name)];
     for (ScanCursor cursor = table.Scan(); cursor.Next();) {
       auto& row = rows.emplace_back();
-      for (std::size_t i = 0; i < table.Columns().size(); ++i) row[Hex(table.Columns()[i].name)] = Loose(AsOtherReader(cursor.Current().Get(i)));
+      for (std::size_t i = 0; i < table.Columns().size(); ++i)
+        row[Hex(table.Columns()[i].name)] = Loose(AsOtherReader(cursor.Current().Get(i)));
     }
   }
   return tables;
@@ -161,13 +176,17 @@ void ExpectSameAsOtherReader(Database& database, const std::string& path) {
 /// The value as mdb-export prints it; nothing where its way of printing tells less than the value.
 std::optional<std::string> AsExport(const Value& value) {
   switch (value.Type()) {
-    case ValueType::kNull: return "\x1d";
-    case ValueType::kBool: return value.AsBool() ? "1" : "0";
+    case ValueType::kNull:
+      return "\x1d";
+    case ValueType::kBool:
+      return value.AsBool() ? "1" : "0";
     case ValueType::kByte:
     case ValueType::kInteger:
     case ValueType::kLong:
-    case ValueType::kText: return value.Type() == ValueType::kText ? value.AsText() : value.Describe();
-    default: return std::nullopt;
+    case ValueType::kText:
+      return value.Type() == ValueType::kText ? value.AsText() : value.Describe();
+    default:
+      return std::nullopt;
   }
 }
 
@@ -176,7 +195,8 @@ void ExpectSameAsExport(Database& database, const std::string& path) {
   for (const auto& object : std::vector<CatalogObject>(database.Objects())) {
     if (object.kind != ObjectKind::kTable) continue;
     Table& table = database.OpenTable(object.name);
-    auto lines = Split(Output("mdb-export -Q -b strip -d '<\x1f>' -R '<\x1e>' -0 '\x1d' " + Quoted(path) + " " + Quoted(object.name)), "<\x1e>");
+    auto lines =
+        Split(Output("mdb-export -Q -b strip -d '<\x1f>' -R '<\x1e>' -0 '\x1d' " + Quoted(path) + " " + Quoted(object.name)), "<\x1e>");
     ASSERT_FALSE(lines.empty());
     if (lines.back().empty()) lines.pop_back();
     const auto header = Split(lines[0], "<\x1f>");
@@ -192,7 +212,8 @@ void ExpectSameAsExport(Database& database, const std::string& path) {
     std::vector<std::vector<std::string>> ours, theirs;
     for (ScanCursor cursor = table.Scan(); cursor.Next();) {
       auto& row = ours.emplace_back();
-      for (std::size_t f = 0; f < columns.size(); ++f) row.push_back(comparable[f] ? AsExport(cursor.Current().Get(columns[f])).value() : "");
+      for (std::size_t f = 0; f < columns.size(); ++f)
+        row.push_back(comparable[f] ? AsExport(cursor.Current().Get(columns[f])).value() : "");
     }
     for (std::size_t line = 1; line < lines.size(); ++line) {
       auto fields = Split(lines[line], "<\x1f>");
@@ -266,15 +287,20 @@ void Work(Database& database, const std::string& name, Done& done) {
   std::vector<RowId> ids;
   for (ScanCursor cursor = table.Scan(); cursor.Next();) ids.push_back(cursor.Id());
   const auto attempt = [&](int& count, auto call) {
-    if (CodeOf(call)) ++done.refused;
-    else ++count;
+    if (CodeOf(call))
+      ++done.refused;
+    else
+      ++count;
   };
   for (std::size_t i = 0; i < ids.size() && i < 20; ++i) {
     auto values = table.Read(ids[i]).value();
     for (std::size_t c = 0; c < values.size(); ++c) {
-      if (table.Columns()[c].autoNumber) values[c] = Value();
-      else if (values[c].Type() == ValueType::kLong) values[c] = Value(values[c].AsLong() + 100000 + static_cast<int>(i));
-      else if (values[c].Type() == ValueType::kText && table.Columns()[c].size != 1) values[c] = Value(std::string(i % 5 == 0 ? "x" : "é") + std::to_string(i));
+      if (table.Columns()[c].autoNumber)
+        values[c] = Value();
+      else if (values[c].Type() == ValueType::kLong)
+        values[c] = Value(values[c].AsLong() + 100000 + static_cast<int>(i));
+      else if (values[c].Type() == ValueType::kText && table.Columns()[c].size != 1)
+        values[c] = Value(std::string(i % 5 == 0 ? "x" : "é") + std::to_string(i));
     }
     attempt(done.inserted, [&] { table.Insert(values); });
     if (i % 3 == 0) attempt(done.updated, [&] { table.Update(ids[i], values); });
@@ -282,8 +308,10 @@ void Work(Database& database, const std::string& name, Done& done) {
   }
   database.AddColumn(name, Column("Added text", ColumnType::kText, 40));
   database.AddColumn(name, Column("Added memo", ColumnType::kMemo));
-  database.AddColumn(name, Counter("Added number").autoNumber && std::none_of(table.Columns().begin(), table.Columns().end(), [](const ColumnDef& c) { return c.autoNumber; })
-                               ? Counter("Added number") : Column("Added number", ColumnType::kDouble));
+  database.AddColumn(name, Counter("Added number").autoNumber && std::none_of(table.Columns().begin(), table.Columns().end(),
+                                                                              [](const ColumnDef& c) { return c.autoNumber; })
+                               ? Counter("Added number")
+                               : Column("Added number", ColumnType::kDouble));
   std::vector<Value> values(table.Columns().size());
   const std::size_t text = table.FindColumn("Added text").value();
   const std::size_t memo = table.FindColumn("Added memo").value();
@@ -317,7 +345,8 @@ TEST_P(SampleTest, WrittenToItIsStillSoundAndReadAlike) {
     ASSERT_EQ(Findings(*database), "") << object.name;
   }
   Table& people = database->CreateTable(PeopleTable("Des gens"));
-  for (int i = 0; i < 300; ++i) people.Insert(Person("n" + std::to_string(i), std::string(static_cast<std::size_t>(i * 20 + 1), 'x'), i % 2 == 0, i));
+  for (int i = 0; i < 300; ++i)
+    people.Insert(Person("n" + std::to_string(i), std::string(static_cast<std::size_t>(i * 20 + 1), 'x'), i % 2 == 0, i));
   database->CreateTable(PeopleTable("Dropped"));
   database->DropTable("Dropped");
   EXPECT_EQ(Findings(*database), "");

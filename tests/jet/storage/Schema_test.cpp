@@ -98,16 +98,20 @@ TEST(Schema, ColumnsComeAndGoWithRowsThere) {
         Table& table = database->CreateTable(spec);
         const auto sample = [](ColumnType type, int i) {
           switch (type) {
-            case ColumnType::kLong: return Value(i);
-            case ColumnType::kBoolean: return Value(i % 2 == 0);
-            default: return Value("text" + std::to_string(i));
+            case ColumnType::kLong:
+              return Value(i);
+            case ColumnType::kBoolean:
+              return Value(i % 2 == 0);
+            default:
+              return Value("text" + std::to_string(i));
           }
         };
         for (int i = 0; i < 5; ++i) {
           const Value values[] = {Value(i), sample(first, i), sample(second, i)};
           table.Insert(values);
         }
-        const std::string title = std::to_string(static_cast<int>(first)) + "/" + std::to_string(static_cast<int>(second)) + "/" + std::to_string(drop);
+        const std::string title =
+            std::to_string(static_cast<int>(first)) + "/" + std::to_string(static_cast<int>(second)) + "/" + std::to_string(drop);
         const std::string gone = drop == 0 ? "K" : drop == 1 ? "A" : "B";
         database->DropColumn("T", gone);
         EXPECT_EQ(Findings(*database), "") << title;
@@ -210,8 +214,13 @@ TEST(Schema, ManyColumnsAndIndexesTakeSeveralDefinitionPages) {
     TableSpec spec;
     spec.name = "Wide";
     for (int i = 0; i < 255; ++i)
-      spec.columns.push_back(Column("Column with a long name " + std::to_string(i), i % 3 == 0 ? ColumnType::kMemo : i % 3 == 1 ? ColumnType::kLong : ColumnType::kText, 20));
-    for (int i = 0; i < 32; ++i) spec.indexes.push_back(Index("Index " + std::to_string(i), {"column with a long name " + std::to_string(3 * i + 1)}));
+      spec.columns.push_back(Column("Column with a long name " + std::to_string(i),
+                                    i % 3 == 0   ? ColumnType::kMemo
+                                    : i % 3 == 1 ? ColumnType::kLong
+                                                 : ColumnType::kText,
+                                    20));
+    for (int i = 0; i < 32; ++i)
+      spec.indexes.push_back(Index("Index " + std::to_string(i), {"column with a long name " + std::to_string(3 * i + 1)}));
     Table& table = database->CreateTable(spec);
     std::vector<Value> values(255);
     values[254] = Value("last");
@@ -264,7 +273,8 @@ TEST(Schema, CompactingKeepsEverythingAndTakesLessRoom) {
   Table& table = database->CreateTable(spec);
   database->Begin();
   std::vector<RowId> ids;
-  for (int i = 0; i < 2000; ++i) ids.push_back(table.Insert(Person("n" + std::to_string(i), std::string(static_cast<std::size_t>(i), 'x'), i % 2 == 0, i)));
+  for (int i = 0; i < 2000; ++i)
+    ids.push_back(table.Insert(Person("n" + std::to_string(i), std::string(static_cast<std::size_t>(i), 'x'), i % 2 == 0, i)));
   for (std::size_t i = 0; i < ids.size(); i += 2) table.Delete(ids[i]);
   table.Insert(Person("long", std::string(200000, 'z')));
   database->Commit();

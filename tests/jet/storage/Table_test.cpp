@@ -15,19 +15,40 @@ TableSpec AllTypes() {
   numeric.scale = 3;
   ColumnDef fixedText = Column("Fix", ColumnType::kText, 5);
   fixedText.fixedLength = true;
-  spec.columns = {Column("Bool", ColumnType::kBoolean), Column("Byte", ColumnType::kByte), Column("Int", ColumnType::kInteger),
-                  Column("Long", ColumnType::kLong), Column("Cur", ColumnType::kCurrency), Column("Sng", ColumnType::kSingle),
-                  Column("Dbl", ColumnType::kDouble), Column("Date", ColumnType::kDate), Column("Bin", ColumnType::kBinary, 40),
-                  Column("Text", ColumnType::kText, 30), Column("Ole", ColumnType::kOle), Column("Memo", ColumnType::kMemo),
-                  Column("Guid", ColumnType::kGuid), numeric, fixedText};
+  spec.columns = {Column("Bool", ColumnType::kBoolean),
+                  Column("Byte", ColumnType::kByte),
+                  Column("Int", ColumnType::kInteger),
+                  Column("Long", ColumnType::kLong),
+                  Column("Cur", ColumnType::kCurrency),
+                  Column("Sng", ColumnType::kSingle),
+                  Column("Dbl", ColumnType::kDouble),
+                  Column("Date", ColumnType::kDate),
+                  Column("Bin", ColumnType::kBinary, 40),
+                  Column("Text", ColumnType::kText, 30),
+                  Column("Ole", ColumnType::kOle),
+                  Column("Memo", ColumnType::kMemo),
+                  Column("Guid", ColumnType::kGuid),
+                  numeric,
+                  fixedText};
   return spec;
 }
 
 std::vector<Value> SomeOfAll() {
-  return {Value(true), Value(std::uint8_t{255}), Value(std::int16_t{-32768}), Value(std::int32_t{2147483647}), Value(Currency{-1}),
-          Value(1.5F), Value(-2.25), Value(Date{-1.25}), Value(Bytes{std::byte{0}, std::byte{9}}), Value("Noël œuf"),
-          Value(Bytes{std::byte{7}}), Value("mémo"), Value(*Guid::Parse("{00112233-4455-6677-8899-AABBCCDDEEFF}")),
-          Value(*Numeric::Parse("-12345678901234567.891")), Value("ab   ")};
+  return {Value(true),
+          Value(std::uint8_t{255}),
+          Value(std::int16_t{-32768}),
+          Value(std::int32_t{2147483647}),
+          Value(Currency{-1}),
+          Value(1.5F),
+          Value(-2.25),
+          Value(Date{-1.25}),
+          Value(Bytes{std::byte{0}, std::byte{9}}),
+          Value("Noël œuf"),
+          Value(Bytes{std::byte{7}}),
+          Value("mémo"),
+          Value(*Guid::Parse("{00112233-4455-6677-8899-AABBCCDDEEFF}")),
+          Value(*Numeric::Parse("-12345678901234567.891")),
+          Value("ab   ")};
 }
 
 TEST(Table, EveryTypeComesBackAsItWent) {
@@ -131,7 +152,8 @@ TEST(Table, ADuplicateKeyChangesNothing) {
   const RowId other = table.Insert(Person("Bob", "n", false, 2));
   const auto before = Rows(table);
   EXPECT_EQ(CodeOf([&] { table.Insert(Person("ADA", std::string(5000, 'm'), false, 1)); }), ErrorCode::kDuplicateKey);
-  EXPECT_EQ(TextOf([&] { table.Insert(Person("ADA", "", false, 1)); }), "The index \"U\" of the table \"People\" already holds these values");
+  EXPECT_EQ(TextOf([&] { table.Insert(Person("ADA", "", false, 1)); }),
+            "The index \"U\" of the table \"People\" already holds these values");
   EXPECT_EQ(CodeOf([&] { table.Update(other, Person("Ada", "x", true, 1)); }), ErrorCode::kNullNotAllowed);  // the key would become null
   const Value name("ada"), amount(1.0), note(std::string(6000, 'z'));
   const Assignment assignments[] = {{1, &name, nullptr}, {2, &note, nullptr}, {4, &amount, nullptr}};

@@ -18,8 +18,12 @@ std::string Decode(const std::string& stored) {
 using namespace std::string_literals;
 
 TEST(Text, CompressedFormTogglesOnZeroBytes) {
-  EXPECT_EQ(Decode("\xFF\xFE" "ab\xE9"s), "abé");
-  EXPECT_EQ(Decode("\xFF\xFE" "a\x00\xAC\x20\x00z"s), "a€z");
+  EXPECT_EQ(Decode("\xFF\xFE"
+                   "ab\xE9"s),
+            "abé");
+  EXPECT_EQ(Decode("\xFF\xFE"
+                   "a\x00\xAC\x20\x00z"s),
+            "a€z");
   EXPECT_EQ(Decode("\xFF\xFE"s), "");
 }
 
@@ -27,15 +31,22 @@ TEST(Text, PlainFormIsUtf16AndHalfPairsComeThrough) {
   EXPECT_EQ(Decode("a\0\xAC\x20"s), "a€");
   EXPECT_EQ(Decode("\x3D\xD8\x00\xDE"s), "😀");
   EXPECT_EQ(Decode("\x3D\xD8"s), "\xED\xA0\xBD");
-  for (const auto& stored : {"\x3D\xD8" "a\0"s, "\x00\xDE\x3D\xD8"s, "a\0\xFF\xDF"s}) EXPECT_EQ(ToStoredText(Decode(stored), true), stored);
+  for (const auto& stored : {"\x3D\xD8"
+                             "a\0"s,
+                             "\x00\xDE\x3D\xD8"s, "a\0\xFF\xDF"s})
+    EXPECT_EQ(ToStoredText(Decode(stored), true), stored);
   EXPECT_EQ(Decode("a\0b"s), "a");
 }
 
 TEST(Text, ShortOrWideTextsAreStoredPlain) {
   EXPECT_EQ(ToStoredText("ab", true), "a\0b\0"s);
-  EXPECT_EQ(ToStoredText("abc", true), "\xFF\xFE" "abc"s);
+  EXPECT_EQ(ToStoredText("abc", true),
+            "\xFF\xFE"
+            "abc"s);
   EXPECT_EQ(ToStoredText("abc", false), "a\0b\0c\0"s);
-  EXPECT_EQ(ToStoredText("abé cÿ", true), "\xFF\xFE" "ab\xE9 c\xFF"s);
+  EXPECT_EQ(ToStoredText("abé cÿ", true),
+            "\xFF\xFE"
+            "ab\xE9 c\xFF"s);
   EXPECT_EQ(ToStoredText("ab\0c"s, true), "a\0b\0\0\0c\0"s);
   EXPECT_EQ(ToStoredText("ab€", true), "a\0b\0\xAC\x20"s);
 }

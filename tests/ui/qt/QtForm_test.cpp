@@ -40,8 +40,7 @@ TEST_F(QtFormTest, TheWindowHasAFixedSizeATitleAndACloseBox) {
 TEST_F(QtFormTest, MovesByTwips) {
   form->Move(1500, 3000);
   Show();
-  EXPECT_EQ(Window().pos(),
-            Pixels({1500, 3000, 0, 0}).topLeft() + QGuiApplication::primaryScreen()->geometry().topLeft());
+  EXPECT_EQ(Window().pos(), Pixels({1500, 3000, 0, 0}).topLeft() + QGuiApplication::primaryScreen()->geometry().topLeft());
 }
 
 TEST_F(QtFormTest, TheOuterSizeIsInTwips) {

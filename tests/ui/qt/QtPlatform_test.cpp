@@ -13,9 +13,7 @@ namespace tamlo::ui::qt {
 namespace {
 
 /// Does something in the event loop that is about to run.
-void Soon(std::function<void()> action) {
-  QTimer::singleShot(0, std::move(action));
-}
+void Soon(std::function<void()> action) { QTimer::singleShot(0, std::move(action)); }
 
 using QtPlatformTest = QtFormTest;
 
@@ -31,9 +29,7 @@ TEST(QtPlatform, TheScreenIsMeasuredInTwips) {
   EXPECT_NEAR(platform.ScreenHeight(), screen.geometry().height() * 1440 / screen.logicalDotsPerInchY(), 1);
 }
 
-TEST(QtPlatform, RunReturnsAtOnceWithoutAForm) {
-  Session().Run();
-}
+TEST(QtPlatform, RunReturnsAtOnceWithoutAForm) { Session().Run(); }
 
 TEST_F(QtPlatformTest, RunLastsUntilTheLastFormIsUnloaded) {
   auto other = Session().CreateForm(1000, 1000);
@@ -105,8 +101,7 @@ struct SeenBox {
 };
 
 /// Looks at the message box that is up, then presses a key in it.
-SeenBox ShowBox(const std::string& text, std::int16_t buttons, const std::string& title, Qt::Key key,
-                std::int16_t* answer) {
+SeenBox ShowBox(const std::string& text, std::int16_t buttons, const std::string& title, Qt::Key key, std::int16_t* answer) {
   SeenBox seen;
   QTimer::singleShot(50, [&] {
     auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());

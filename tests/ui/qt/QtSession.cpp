@@ -64,8 +64,7 @@ void QtFormTest::Show() {
 
 QDialog& QtFormTest::Window() {
   for (QWidget* widget : QApplication::topLevelWidgets()) {
-    if (auto* dialog = qobject_cast<QDialog*>(widget); dialog != nullptr && dialog->findChild<QWidget*>("first"))
-      return *dialog;
+    if (auto* dialog = qobject_cast<QDialog*>(widget); dialog != nullptr && dialog->findChild<QWidget*>("first")) return *dialog;
   }
   throw std::out_of_range("no window");
 }
@@ -74,8 +73,6 @@ void QtFormTest::Press(Qt::Key key, Qt::KeyboardModifiers modifiers) {
   QTest::keyClick(QApplication::focusWidget() != nullptr ? QApplication::focusWidget() : &Window(), key, modifiers);
 }
 
-void QtFormTest::Type(const char* text) {
-  QTest::keyClicks(QApplication::focusWidget(), text);
-}
+void QtFormTest::Type(const char* text) { QTest::keyClicks(QApplication::focusWidget(), text); }
 
 }  // namespace tamlo::ui::qt
