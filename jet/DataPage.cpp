@@ -106,6 +106,8 @@ void DataPageEditor::Resize(unsigned slot, std::size_t size) {
   const Extent old = Row(slot);
   if (old.size == size) return;
   const int delta = static_cast<int>(size) - old.size;  // > 0: everything from the row's begin downwards moves down
+  // On a damaged page the rows behind this one may claim to lie before it: nothing is moved then.
+  for (unsigned i = slot + 1; i < slotCount_; ++i) (void)Row(i);
   const std::uint16_t lowest = Lowest();
   // Rows behind this one (at lower offsets) move as a block; of this row the leading bytes stay in front.
   const std::size_t keep = delta > 0 ? old.size : size;

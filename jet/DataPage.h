@@ -73,6 +73,7 @@ class DataPageEditor : public DataPage {
   /// True when the slot's bytes can get that size in this page.
   [[nodiscard]] bool CanResize(unsigned slot, std::size_t size) const;
   /// Gives the slot another size, moving the rows behind it, keeping the leading bytes that both sizes have. The caller has asked CanResize.
+  /// Errors: kDamaged, nothing moved, when a slot behind it contradicts it.
   void Resize(unsigned slot, std::size_t size);
   [[nodiscard]] std::span<std::byte> Writable(unsigned slot);
   void SetFlags(unsigned slot, std::uint16_t flags);

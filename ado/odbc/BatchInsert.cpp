@@ -233,7 +233,7 @@ void BatchInsert::BindRow(Statement& statement, std::size_t row, std::size_t fir
     const std::size_t size = shape.fixedSize != 0 ? shape.columnSize : std::max<std::size_t>({shape.columnSize, column.stride / unit, 1});
     statement.Check(SQLBindParameter(statement.Native(), static_cast<SQLUSMALLINT>(parameter++), SQL_PARAM_INPUT, shape.nativeType,
                                      shape.sqlType, size, shape.digits, column.data.data() + row * column.stride,
-                                     static_cast<SQLLEN>(column.stride), &column.indicators[row]));
+                                     static_cast<SQLLEN>(column.stride), AsNativeLengths(&column.indicators[row])));
   }
 }
 

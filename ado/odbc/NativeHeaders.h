@@ -15,3 +15,10 @@
 
 static_assert(sizeof(SQLWCHAR) == sizeof(char16_t), "wide texts are UTF-16 on every platform");
 static_assert(sizeof(SQLLEN) == sizeof(std::ptrdiff_t), "lengths travel as ptrdiff_t in this folder's headers");
+
+namespace tamlo::ado::odbc {
+
+/// Lengths as the driver manager takes them: SQLLEN is another type of the same size on some platforms.
+inline SQLLEN* AsNativeLengths(std::ptrdiff_t* lengths) noexcept { return reinterpret_cast<SQLLEN*>(lengths); }
+
+}  // namespace tamlo::ado::odbc

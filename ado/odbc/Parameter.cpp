@@ -333,7 +333,7 @@ void ParameterSet::Bind(Bound& bound) {
   if (data == nullptr) data = &bound.indicator;
   const auto position = static_cast<SQLUSMALLINT>(bound_.size() + 1);
   statement_.Check(SQLBindParameter(statement_.Native(), position, SQL_PARAM_INPUT, shape.nativeType, shape.sqlType, size, shape.digits,
-                                    data, static_cast<SQLLEN>(bound.data.size()), &bound.indicator));
+                                    data, static_cast<SQLLEN>(bound.data.size()), AsNativeLengths(&bound.indicator)));
 }
 
 void ParameterSet::SendPieces(const Bound& bound) {

@@ -55,7 +55,7 @@ void RowReader::BindColumns() {
     column.data.resize(column.plan.elementSize * blockRows_);
     column.indicators.resize(blockRows_);
     statement_.Check(SQLBindCol(statement_.Native(), static_cast<SQLUSMALLINT>(i + 1), column.plan.nativeType, column.data.data(),
-                                static_cast<SQLLEN>(column.plan.elementSize), column.indicators.data()));
+                                static_cast<SQLLEN>(column.plan.elementSize), AsNativeLengths(column.indicators.data())));
   }
   bound_ = true;
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <random>
 #include <string>
@@ -42,6 +43,23 @@ TEST_F(DataPageTest, AnEmptyPageHas4082FreeBytes) {
   EXPECT_EQ(editor.Owner(), 7u);
   EXPECT_TRUE(editor.Fits(4080));
   EXPECT_FALSE(editor.Fits(4081));
+}
+
+TEST_F(DataPageTest, ARowIsNotResizedWhenOneBehindItClaimsToLieBeforeIt) {
+  auto editor = DataPageEditor::Format(page_, 7);
+  const std::string row(100, 'a');
+  for (int i = 0; i < 3; ++i) editor.Add(Of(row));
+  Store16(page_.Writable().data() + 14 + 2 * 1, 4090);
+  Store16(page_.Writable().data() + 14 + 2 * 2, 4080);
+  const std::vector<std::byte> before(page_.Bytes().begin(), page_.Bytes().end());
+  try {
+    editor.Delete(0);
+    FAIL() << "the page contradicts itself";
+  } catch (const Error& error) {
+    EXPECT_EQ(error.Code(), ErrorCode::kDamaged);
+    EXPECT_EQ(error.Page(), page_.Number());
+  }
+  EXPECT_TRUE(std::equal(before.begin(), before.end(), page_.Bytes().begin()));
 }
 
 TEST_F(DataPageTest, RowsKeepTheirBytesWhenAnotherChangesItsSize) {
