@@ -78,19 +78,28 @@ Ordre OrdreDe(std::string_view fmtDate) {
   return fmtDate == "DD-MM-YYYY" ? Ordre::kJourDevant : Ordre::kAutre;
 }
 
+constexpr std::string_view kFormeUsuelle = "CVDATE(\"00/00/0000\")";
+
+/// True for the usual form, any digit standing where it has a 0. Its last sixteen characters hold all that is not known yet.
+bool EstFormeUsuelle(const char* octets) {
+  constexpr std::size_t kConnus = kFormeUsuelle.size() - kBloc;
+  static_assert(kConnus <= kCvdate.size());
+  const Octets forme = LitBloc(kFormeUsuelle.data() + kConnus);
+  const Octets bloc = LitBloc(octets + kConnus);
+  const Octets places = Egaux(forme, '0');
+  const Octets chiffres = reinterpret_cast<Octets>((bloc - static_cast<unsigned char>('0')) < 10);
+  return EstNul((places & ~chiffres) | (~places & (bloc ^ forme)));
+}
+
 /// Rewrites the usual form, CVDATE("dd/dd/dddd") with a day up to 28, by moving its digits. False, and nothing done,
 /// for every other form.
 bool EcritDateUsuelle(std::string& sql, std::size_t c, Ordre ordre) {
-  constexpr std::string_view kForme = "CVDATE(\"00/00/0000\")";
+  constexpr std::string_view kForme = kFormeUsuelle;
   if (ordre == Ordre::kAutre || sql.size() - c < kForme.size() || sql.size() > Positions::kOctetsSurs) return false;
   char* const ecrit = sql.data() + c;
+  if (!EstFormeUsuelle(ecrit)) return false;
   std::array<char, kForme.size()> lu{};
   std::memcpy(lu.data(), ecrit, lu.size());
-  bool conforme = true;
-  for (std::size_t i = kCvdate.size(); i < kForme.size(); ++i) {
-    conforme &= kForme[i] == '0' ? static_cast<unsigned char>(lu[i] - '0') < 10 : lu[i] == kForme[i];
-  }
-  if (!conforme) return false;
   const auto deux = [&](std::size_t i) { return (lu[i] - '0') * 10 + (lu[i + 1] - '0'); };
   const bool moisDevant = runtime::UserSettings().MonthFirst();
   const std::size_t mois = moisDevant ? 8 : 11;
