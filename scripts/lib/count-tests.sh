@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Adds up the GoogleTest reports of a folder, names every skipped test with its place, and closes with one line of counts.
+# Adds up the GoogleTest reports of a folder, names every skipped test with its reason, and closes with one line of counts.
 # A program that ended without a report, or a script that failed, counts as one failed test.
 #   count-tests.sh FOLDER FAILED_PROGRAMS
 set -euo pipefail
@@ -22,7 +22,10 @@ awk -v programs="$programs" '
   /<skipped/ {
     skipped++
     reason = attribute($0, "message")
-    gsub(/&#x0A;.*/, "", reason)
+    if (!sub(/^[^&]*&#x0A;/, "", reason)) reason = "no reason given, " reason
+    gsub(/&#x0A;/, " ", reason)
+    gsub(/&apos;/, "\047", reason)
+    gsub(/&quot;/, "\"", reason)
     print "skipped: " current " (" reason ")"
   }
   END {
