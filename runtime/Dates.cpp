@@ -195,10 +195,11 @@ void AppendTime(std::string& out, const CalendarTime& time) {
 
 std::string GeneralDate(const CalendarTime& time, const RegionalSettings& settings) {
   std::string out;
-  AppendShortDate(out, time, settings.shortDate.empty() ? std::string_view("dd/MM/yyyy") : std::string_view(settings.shortDate));
+  const bool withoutDay = time.year == 1899 && time.month == 12 && time.day == 30;
+  if (!withoutDay) AppendShortDate(out, time, settings.shortDate.empty() ? std::string_view("dd/MM/yyyy") : settings.shortDate);
   while (!out.empty() && out.front() == ' ') out.erase(0, 1);
-  if (time.hour != 0 || time.minute != 0 || time.second != 0) {
-    out.push_back(' ');
+  if (withoutDay || time.hour != 0 || time.minute != 0 || time.second != 0) {
+    if (!out.empty()) out.push_back(' ');
     AppendTime(out, time);
   }
   return out;

@@ -38,7 +38,8 @@ struct CalendarTime {
 [[nodiscard]] std::optional<Date> ParseDate(std::string_view text, const RegionalSettings& settings = UserSettings());
 
 /// Writes a date by a picture: "YYYY", "YY", "MM", "DD", "HH", "NN", "SS" (any case; "MM" after "HH" is minutes too), everything else as it stands.
-/// An empty picture gives the general date: short date, then the time when it is not midnight ("01/02/2003 10:30:00").
+/// An empty picture gives the general date: short date, then the time when it is not midnight ("01/02/2003 10:30:00"); day 0, which a
+/// time alone has, is left out ("10:30:00", "00:00:00").
 [[nodiscard]] std::string FormatDate(Date date, std::string_view picture, const RegionalSettings& settings = UserSettings());
 
 }  // namespace tamlo::runtime

@@ -162,9 +162,16 @@ TEST(Dates, TheGeneralDateIsTheShortDateAndTheTimeUnlessMidnight) {
   EXPECT_EQ(FormatDate({37653}, "", RegionalSettings{"dddd d' de 'MMM yyyy", '.'}), "1 de 02 2003");
 }
 
+TEST(Dates, TheGeneralDateOfATimeAloneIsTheTime) {
+  EXPECT_EQ(FormatDate({0.4375}, "", kDayFirst), "10:30:00");
+  EXPECT_EQ(FormatDate({0}, "", kNone), "00:00:00");
+  EXPECT_EQ(FormatDate({-1}, "", kDayFirst), "29/12/1899");
+  EXPECT_EQ(FormatDate({1.4375}, "", kDayFirst), "31/12/1899 10:30:00");
+}
+
 TEST(Dates, TheGeneralDateReadsBack) {
   for (const RegionalSettings& settings : {kDayFirst, kMonthFirst, kNone, RegionalSettings{"yyyy-MM-dd", '.'}}) {
-    for (const double serial : {37653.0, 37653.4375, -1.25, -657434.0, 2958465.5}) {
+    for (const double serial : {37653.0, 37653.4375, 0.0, 0.4375, -1.25, -657434.0, 2958465.5}) {
       EXPECT_EQ(ParseDate(FormatDate({serial}, "", settings), settings)->serial, serial);
     }
   }

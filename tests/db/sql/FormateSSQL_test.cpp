@@ -100,6 +100,7 @@ TEST_F(FormateSSQL, ADateWithATimeKeepsItButOnMySqlAndOdbc) {
 TEST_F(FormateSSQL, GenericOdbcWithoutAPictureWritesTheGeneralDate) {
   EXPECT_EQ(Traduit(kOdbc, "CVDATE('01/02/2003')", {}, ""), "\"01/02/2003\"");
   EXPECT_EQ(Traduit(kOdbc, "CVDATE('01/02/2003 10:30:00')", {}, ""), "\"01/02/2003 10:30:00\"");
+  EXPECT_EQ(Traduit(kOdbc, "CVDATE('10:30')", {}, ""), "\"10:30:00\"");
 }
 
 TEST_F(FormateSSQL, TheAliasWordGoesOnOracleAlone) {
