@@ -106,8 +106,10 @@ void Main() {
   support::Sablier(true);
   std::unique_ptr<frmTamlo>& feuille = EtatCourant().feuille;
   feuille = std::make_unique<frmTamlo>();
-  feuille->Charge(runtime::ToDouble(Parametres(kIdVlm)), Parametres(kNomUtl), runtime::ToInt16(Parametres(kNiveau)),
-                  nombre >= kMotPasse ? Parametres(kMotPasse) : std::string());
+  // The volume before the level: the first one that is no number is the one that is told.
+  const double idVlm = runtime::ToDouble(Parametres(kIdVlm));
+  const std::int16_t niveau = runtime::ToInt16(Parametres(kNiveau));
+  feuille->Charge(idVlm, Parametres(kNomUtl), niveau, nombre >= kMotPasse ? Parametres(kMotPasse) : std::string());
   support::Sablier(false);
   feuille->Show();
 }

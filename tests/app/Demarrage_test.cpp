@@ -189,6 +189,11 @@ TEST_F(MainTest, ALevelThatIsNoNumberEndsWithError13) {
   ExpectErrorBox("Erreur d'exécution '13' :\n\nIncompatibilité de type");
 }
 
+TEST_F(MainTest, OfTwoWrongNumbersTheVolumesIsTold) {
+  EXPECT_EQ(Execute("base.mdb 0 douze DUPONT 40000"), 1);
+  ExpectErrorBox("Erreur d'exécution '13' :\n\nIncompatibilité de type");
+}
+
 TEST_F(MainTest, ALevelOutOfRangeEndsWithError6) {
   EXPECT_EQ(Execute("base.mdb 0 12 DUPONT 40000"), 1);
   ExpectErrorBox("Erreur d'exécution '6' :\n\nDépassement de capacité");
@@ -255,6 +260,8 @@ TEST_F(RegistryTest, ANameIsOpenedOnceWhateverItsCase) {
   EXPECT_EQ(provider.Count(RecordedCall::Kind::kOpen), 1U);
   EXPECT_EQ(NbBasesOuvertes(), 1);
 }
+
+TEST_F(RegistryTest, DatabasesAreOpenedWithTheirMovements) { EXPECT_TRUE(Open("a")->AvecMvt()); }
 
 TEST_F(RegistryTest, AMySqlNameKeepsItsCase) {
   const ReferenceBase lower = Open("volumes", db::TypMySql);

@@ -36,6 +36,11 @@ TEST_F(FormTest, LooksAsDesigned) {
   EXPECT_TRUE(Form().Button("btnAnnuler").isCancel);
 }
 
+TEST_F(FormTest, TheControlsArePlacedFromTheConfirmationToOkThenTheLabels) {
+  Load();
+  EXPECT_EQ(Form().added, (Texts{"txtPwd2", "txtNom", "txtPwd", "btnAnnuler", "btnOK", "lblNom", "lblPwd", "lblPwd2"}));
+}
+
 TEST_F(FormTest, LimitsLockAndColours) {
   Load();
   EXPECT_EQ(Box("txtNom").maxLength, 30);
