@@ -12,13 +12,18 @@ password=${4?password}
 
 fail() { echo "operator.sh : $1" >&2; exit 1; }
 
-# The window of the tool with that title, once it has the keyboard.
+# The window with the keyboard is the tool's, with that title. (xdotool's own search by name fails on accents in a plain C locale.)
+has_keyboard() {
+  local window
+  window=$(xdotool getwindowfocus 2>/dev/null) || return 1
+  [ "$(xdotool getwindowpid "$window" 2>/dev/null)" = "$pid" ] && [ "$(xdotool getwindowname "$window" 2>/dev/null)" = "$1" ]
+}
+
 wait_for() {
-  local title=$1 window i
+  local title=$1 i
   for ((i = 0; i < 200; i++)); do
     kill -0 "$pid" 2>/dev/null || fail "le programme s'est terminé avant « $title »"
-    window=$(xdotool search --all --onlyvisible --pid "$pid" --name "^$title\$" 2>/dev/null | head -n 1) || true
-    if [ -n "$window" ] && [ "$(xdotool getwindowfocus 2>/dev/null)" = "$window" ]; then return; fi
+    ! has_keyboard "$title" || return 0
     sleep 0.1
   done
   fail "la fenêtre « $title » ne vient pas"
