@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <memory_resource>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "jet/Text.h"
@@ -23,6 +25,8 @@ struct Code {
   std::uint8_t mark = 0;  ///< code of an unprintable, weight of a modifier
   std::array<std::uint8_t, 4> inlineBytes{};
   std::array<std::uint8_t, 2> extra{};
+
+  bool operator==(const Code&) const = default;
 };
 
 Code Unpack(std::uint16_t unit) {
@@ -59,8 +63,8 @@ Code Unpack(std::uint16_t unit) {
   return code;
 }
 
-/// Codes of the units that most texts consist of, unpacked once; the others are looked up in the runs.
-constexpr std::size_t kUnpackedUnits = 0x180;
+/// Codes of the units that most texts consist of (Latin, Greek, Cyrillic), unpacked once; the others are looked up in the runs.
+constexpr std::size_t kUnpackedUnits = 0x530;
 
 const std::array<Code, kUnpackedUnits>& UnpackedCodes() {
   static const std::array<Code, kUnpackedUnits> codes = [] {
@@ -150,13 +154,15 @@ class Composer {
   }
 
   Bytes& key_;
+  std::array<std::byte, 512> space_;  ///< for the lists of usual texts, so that their keys cost no allocations
+  std::pmr::monotonic_buffer_resource memory_{space_.data(), space_.size()};
   std::size_t seen_ = 0;     ///< units so far that had inline bytes
   std::size_t covered_ = 0;  ///< units that the weights account for
   std::size_t lead_ = 0;     ///< 1 when the first weight belongs to no unit
   bool hasWeights_ = false;
-  std::vector<std::uint8_t> weights_;
-  std::vector<std::uint8_t> flags_;
-  std::vector<std::uint8_t> specials_;
+  std::pmr::vector<std::uint8_t> weights_{&memory_};
+  std::pmr::vector<std::uint8_t> flags_{&memory_};
+  std::pmr::vector<std::uint8_t> specials_{&memory_};
 };
 
 void AppendBody(std::u16string_view text, Bytes& key) {
@@ -192,25 +198,97 @@ std::u16string_view ToUnits(std::string_view text, std::span<char16_t> buffer) {
   return {buffer.data(), count};
 }
 
+std::string_view WithoutBlanksAtTheEnd(std::string_view text) {
+  const std::size_t last = text.find_last_not_of(' ');
+  return text.substr(0, last == text.npos ? 0 : last + 1);
+}
+
+/// The codes of a text's units, one after the other.
+class CodeReader {
+ public:
+  explicit CodeReader(std::string_view text) : text_(text) {}
+
+  /// Null at the end; else valid until the next call.
+  const Code* Next() {
+    if (half_ != 0) return Of(std::exchange(half_, char16_t{0}));
+    if (at_ == text_.size()) return nullptr;
+    const auto lead = static_cast<unsigned char>(text_[at_]);
+    if (lead < 0x80) {
+      ++at_;
+      return &unpacked_[lead];
+    }
+    const char32_t character = NextCharacter(text_, at_);
+    if (character < 0x10000) return Of(static_cast<char16_t>(character));
+    half_ = static_cast<char16_t>(0xDC00 | (character & 0x3FF));
+    return Of(static_cast<char16_t>(0xD7C0 + (character >> 10)));
+  }
+
+ private:
+  const Code* Of(char16_t unit) {
+    if (unit < kUnpackedUnits) return &unpacked_[unit];
+    rare_ = Unpack(unit);
+    return &rare_;
+  }
+
+  const std::array<Code, kUnpackedUnits>& unpacked_ = UnpackedCodes();
+  std::string_view text_;
+  std::size_t at_ = 0;
+  char16_t half_ = 0;  ///< second unit of a character of two
+  Code rare_;
+};
+
+/// The inline bytes of the rest of a text.
+class InlineBytes {
+ public:
+  /// Begins with a code that the reader has given, null for the end.
+  InlineBytes(const Code* first, CodeReader& rest) : code_(first), rest_(rest) {}
+
+  /// At the end the byte that follows the inline bytes in every key.
+  unsigned Next() {
+    while (code_ != nullptr && at_ == code_->inlineLength) {
+      code_ = rest_.Next();
+      at_ = 0;
+    }
+    return code_ == nullptr ? 0x01u : code_->inlineBytes[at_++];
+  }
+  [[nodiscard]] bool Ended() const { return code_ == nullptr; }
+
+ private:
+  const Code* code_;
+  CodeReader& rest_;
+  std::size_t at_ = 0;
+};
+
 /// The key without its flag and its last byte, over the whole text.
 Bytes WholeBody(std::string_view text) {
-  std::vector<char16_t> units(text.size());
   Bytes body;
-  AppendBody(WithoutBlanksAtTheEnd(ToUnits(text, units)), body);
+  body.reserve(2 * text.size() + 8);
+  Composer composer(body);
+  CodeReader reader(text);
+  while (const Code* code = reader.Next()) composer.Add(*code);
+  composer.Finish();
   return body;
 }
 
-/// Place where the texts begin to differ in more than the case of ASCII letters.
-std::size_t CommonAscii(std::string_view left, std::string_view right) {
-  const std::size_t size = std::min(left.size(), right.size());
-  const auto fold = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
-  std::size_t i = 0;
-  while (i < size && fold(left[i]) == fold(right[i])) ++i;
-  return i;
+int CompareBodies(std::string_view left, std::string_view right) {
+  const Bytes leftBody = WholeBody(left);
+  const Bytes rightBody = WholeBody(right);
+  const int order = std::memcmp(leftBody.data(), rightBody.data(), std::min(leftBody.size(), rightBody.size()));
+  if (order != 0) return order;
+  return leftBody.size() < rightBody.size() ? -1 : leftBody.size() > rightBody.size() ? 1 : 0;
 }
 
-/// True for ASCII letters and digits: one inline byte and nothing else.
-bool IsPlainAscii(char c) { return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
+/// Place of the first character that differs.
+std::size_t CommonCharacters(std::string_view left, std::string_view right) {
+  const std::size_t size = std::min(left.size(), right.size());
+  std::size_t i = 0;
+  while (i + 8 <= size && std::memcmp(left.data() + i, right.data() + i, 8) == 0) i += 8;
+  while (i < size && left[i] == right[i]) ++i;
+  // Back to where the character begins: bytes inside of characters are those of the form 10xxxxxx.
+  const auto isInside = [](std::string_view text, std::size_t at) { return at < text.size() && (text[at] & 0xC0) == 0x80; };
+  while (i > 0 && (isInside(left, i) || isInside(right, i))) --i;
+  return i;
+}
 
 }  // namespace
 
@@ -231,20 +309,27 @@ void AppendTextKey(std::string_view text, bool descending, Bytes& key) {
 }
 
 int CompareText(std::string_view left, std::string_view right) {
-  const std::size_t common = CommonAscii(left, right);
-  if (common == left.size() && common == right.size()) return 0;
-  // Most texts differ early, in plain characters, with nothing but plain characters before: their inline bytes decide.
-  if (common < left.size() && common < right.size() && IsPlainAscii(left[common]) && IsPlainAscii(right[common]) &&
-      std::all_of(left.begin(), left.begin() + static_cast<std::ptrdiff_t>(common), IsPlainAscii)) {
-    const std::array<Code, kUnpackedUnits>& codes = UnpackedCodes();
-    const auto code = [&codes](char c) { return codes[static_cast<unsigned char>(c)].inlineBytes[0]; };
-    return int{code(left[common])} - int{code(right[common])};
-  }
-  const Bytes leftBody = WholeBody(left);
-  const Bytes rightBody = WholeBody(right);
-  const int order = std::memcmp(leftBody.data(), rightBody.data(), std::min(leftBody.size(), rightBody.size()));
-  if (order != 0) return order;
-  return leftBody.size() < rightBody.size() ? -1 : leftBody.size() > rightBody.size() ? 1 : 0;
+  left = WithoutBlanksAtTheEnd(left);
+  right = WithoutBlanksAtTheEnd(right);
+  const std::size_t common = CommonCharacters(left, right);
+  CodeReader leftCodes(left.substr(common));
+  CodeReader rightCodes(right.substr(common));
+  // As long as the units have the same codes (upper and lower case have), so have the keys.
+  const Code* leftCode = nullptr;
+  const Code* rightCode = nullptr;
+  do {
+    leftCode = leftCodes.Next();
+    rightCode = rightCodes.Next();
+    if (leftCode == nullptr && rightCode == nullptr) return 0;
+  } while (leftCode != nullptr && rightCode != nullptr && (leftCode == rightCode || *leftCode == *rightCode));
+  // Keys begin with the inline bytes, which come unit by unit; nearly always they decide.
+  InlineBytes leftBytes(leftCode, leftCodes);
+  InlineBytes rightBytes(rightCode, rightCodes);
+  do {
+    const int order = static_cast<int>(leftBytes.Next()) - static_cast<int>(rightBytes.Next());
+    if (order != 0) return order;
+  } while (!leftBytes.Ended() && !rightBytes.Ended());
+  return CompareBodies(left, right);
 }
 
 }  // namespace jet

@@ -2,7 +2,6 @@
 
 #include <sqlite3.h>
 
-#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -689,55 +688,16 @@ constexpr Entry kFunctions[] = {
     {{"TIMESERIAL", "jet_timeserial", 3, 3, F, A}, NullIn<TimeSerial>},
 };
 
-// Order of plain ASCII letters, digits and blanks, all that most texts hold; 0 for everything else. Within these characters the General
-// order is the order of one weight for each character.
-constexpr std::array<std::uint8_t, 256> kPlainWeights = [] {
-  std::array<std::uint8_t, 256> weights{};
-  weights[' '] = 1;
-  for (unsigned i = 0; i < 10; ++i) weights['0' + i] = static_cast<std::uint8_t>(2 + i);
-  for (unsigned i = 0; i < 26; ++i) weights['a' + i] = weights['A' + i] = static_cast<std::uint8_t>(12 + i);
-  return weights;
-}();
-
-// Nothing when one of the texts holds another character.
-std::optional<int> ComparePlain(std::string_view left, std::string_view right) {
-  while (!left.empty() && left.back() == ' ') left.remove_suffix(1);
-  while (!right.empty() && right.back() == ' ') right.remove_suffix(1);
-  int order = 0;
-  const std::size_t common = std::min(left.size(), right.size());
-  for (std::size_t i = 0; i < common; ++i) {
-    const int a = kPlainWeights[static_cast<unsigned char>(left[i])];
-    const int b = kPlainWeights[static_cast<unsigned char>(right[i])];
-    if (a == 0 || b == 0) return std::nullopt;
-    if (order == 0) order = a - b;
-  }
-  for (const char c : left.substr(common)) {
-    if (kPlainWeights[static_cast<unsigned char>(c)] == 0) return std::nullopt;
-  }
-  for (const char c : right.substr(common)) {
-    if (kPlainWeights[static_cast<unsigned char>(c)] == 0) return std::nullopt;
-  }
-  return order != 0 ? order : left.size() < right.size() ? -1 : left.size() > right.size() ? 1 : 0;
-}
-
-int CompareTexts(std::string_view left, std::string_view right) {
-  if (left == right) return 0;
-  const std::optional<int> plain = ComparePlain(left, right);
-  return plain ? *plain : CompareText(left, right);
-}
-
 int Collate(void*, int leftSize, const void* left, int rightSize, const void* right) {
   try {
-    return CompareTexts({static_cast<const char*>(left), static_cast<std::size_t>(leftSize)},
-                        {static_cast<const char*>(right), static_cast<std::size_t>(rightSize)});
+    return CompareText({static_cast<const char*>(left), static_cast<std::size_t>(leftSize)},
+                       {static_cast<const char*>(right), static_cast<std::size_t>(rightSize)});
   } catch (...) {  // out of memory: SQLite gives no way to say so here
     return std::memcmp(left, right, static_cast<std::size_t>(std::min(leftSize, rightSize)));
   }
 }
 
 }  // namespace
-
-int CompareAsQueriesDo(std::string_view left, std::string_view right) { return CompareTexts(left, right); }
 
 const FunctionInfo* FindFunction(std::string_view foldedName) {
   for (const Entry& entry : kFunctions) {

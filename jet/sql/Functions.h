@@ -25,9 +25,6 @@ struct FunctionInfo {
 /// Null when there is no such function.
 [[nodiscard]] const FunctionInfo* FindFunction(std::string_view foldedName);
 
-/// How texts compare everywhere in a query: as CompareText does it, faster for plain letters and digits.
-[[nodiscard]] int CompareAsQueriesDo(std::string_view left, std::string_view right);
-
 /// Makes the functions and the collation of the engine known to a SQLite connection. The settings must outlive the connection.
 void RegisterFunctions(sqlite3* connection, const TextSettings& settings);
 

@@ -100,27 +100,6 @@ class JetRandomQueries : public SessionFixture {
   PlainSchema plain;
 };
 
-TEST(JetCollation, TheShortWayOrdersAsTheLongOne) {
-  const unsigned seed = std::random_device{}();
-  SCOPED_TRACE("seed " + std::to_string(seed));
-  std::mt19937 random(seed);
-  static const std::string kLetters = "aAbBzZ09 5mM-\xC3\xA9";
-  const auto text = [&] {
-    std::string out;
-    for (unsigned i = random() % 7; i > 0; --i) {
-      const std::size_t at = random() % 15;
-      out += at < 13 ? std::string(1, kLetters[at]) : kLetters.substr(13);
-    }
-    return out;
-  };
-  const auto sign = [](int order) { return order < 0 ? -1 : order > 0 ? 1 : 0; };
-  for (int i = 0; i < 20000; ++i) {
-    const std::string a = text();
-    const std::string b = text();
-    ASSERT_EQ(sign(jet::sql::CompareAsQueriesDo(a, b)), sign(CompareText(a, b))) << "\"" << a << "\" \"" << b << "\"";
-  }
-}
-
 TEST_F(JetRandomQueries, GiveWhatPlainTablesGive) {
   const unsigned seed = std::random_device{}();
   SCOPED_TRACE("seed " + std::to_string(seed));
