@@ -57,12 +57,17 @@ class LineEdit : public QLineEdit {
   bool focusByMouse_ = false;
 };
 
+/// A button that tells when it becomes the control in use: by its accelerator too, which clicks it only then.
 class PushButton : public QPushButton {
  public:
   using QPushButton::QPushButton;
   std::function<void()> onFocus;
 
  protected:
+  bool event(QEvent* event) override {
+    if (event->type() == QEvent::Shortcut) setFocus(Qt::ShortcutFocusReason);
+    return QPushButton::event(event);
+  }
   void focusInEvent(QFocusEvent* event) override {
     QPushButton::focusInEvent(event);
     if (onFocus) onFocus();

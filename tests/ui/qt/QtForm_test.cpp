@@ -222,6 +222,16 @@ TEST_F(QtFormTest, AcceleratorsClickTheirButton) {
   EXPECT_NE(log.find("cancel "), std::string::npos) << log;
 }
 
+TEST_F(QtFormTest, AnAcceleratorTakesTheFocusBeforeItClicks) {
+  Show();
+  name.SetFocus();
+  log.clear();
+  Press(Qt::Key_O, Qt::AltModifier);
+  QTest::qWait(200);  // a shortcut shows the button pressed for a moment
+  EXPECT_EQ(log, "-name ok ");
+  EXPECT_EQ(QApplication::focusWidget(), &Find("ok"));
+}
+
 TEST_F(QtFormTest, TipsAndSpokenNamesReachTheToolkit) {
   first.Tip("Mot de passe");
   first.AccessibleName("Mot de passe parlé");
