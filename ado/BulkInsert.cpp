@@ -42,8 +42,8 @@ class RowByRow final : public ProviderBulkInsert {
 
 }  // namespace
 
-BulkInsert::BulkInsert(Connection& connection, std::string table, std::vector<std::string> columns)
-    : provider_(connection.Native().OpenBulkInsert(table, columns)), columnCount_(columns.size()) {
+BulkInsert::BulkInsert(Connection& connection, std::string table, std::vector<std::string> columns, const std::string& owner)
+    : provider_(connection.Native().OpenBulkInsert(table, columns, owner)), columnCount_(columns.size()) {
   if (!provider_) provider_ = std::make_unique<RowByRow>(connection, table, columns);
 }
 

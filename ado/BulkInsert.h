@@ -19,8 +19,9 @@ class ProviderBulkInsert;
 /// the error names the row (number from 1, in the order of Add) and the column where the driver tells it.
 class BulkInsert {
  public:
-  /// table and columns are plain names; quoting is the provider's.
-  BulkInsert(Connection& connection, std::string table, std::vector<std::string> columns);
+  /// table and columns are plain names; quoting is the provider's. owner is that of a table which the login does not reach by its name
+  /// alone, spelled as the backend keeps it; blank for any other, and on backends without owners.
+  BulkInsert(Connection& connection, std::string table, std::vector<std::string> columns, const std::string& owner = {});
   ~BulkInsert();
 
   /// Takes one row: a value for each column in order; an Empty value leaves the column to the backend's default.

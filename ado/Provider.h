@@ -126,7 +126,8 @@ class ProviderConnection {
   [[nodiscard]] virtual std::unique_ptr<ProviderCatalog> OpenCatalog() = 0;
   /// Null where the provider has nothing better than AddNew and Update row by row.
   [[nodiscard]] virtual std::unique_ptr<ProviderBulkInsert> OpenBulkInsert(const std::string& /*table*/,
-                                                                           const std::vector<std::string>& /*columns*/) {
+                                                                           const std::vector<std::string>& /*columns*/,
+                                                                           const std::string& /*owner*/) {
     return nullptr;
   }
 };

@@ -137,7 +137,8 @@ bool JetConnection::SetProperty(const std::string& upperName, const Variant& val
 
 std::unique_ptr<ProviderCatalog> JetConnection::OpenCatalog() { return std::make_unique<JetCatalog>(*this); }
 
-std::unique_ptr<ProviderBulkInsert> JetConnection::OpenBulkInsert(const std::string& table, const std::vector<std::string>& columns) {
+std::unique_ptr<ProviderBulkInsert> JetConnection::OpenBulkInsert(const std::string& table, const std::vector<std::string>& columns,
+                                                                  const std::string& /*owner*/) {
   const auto found = OnEngine([&] { return session_->FindTable(TableName(table)); });
   if (found != nullptr && found->table == nullptr) return nullptr;  // behind an ODBC link: row by row
   return std::make_unique<JetBulkInsert>(*this, TableName(table), columns);

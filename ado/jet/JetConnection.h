@@ -26,8 +26,8 @@ class JetConnection final : public ProviderConnection {
   [[nodiscard]] std::optional<Variant> Property(const std::string& upperName) const override;
   bool SetProperty(const std::string& upperName, const Variant& value) override;
   [[nodiscard]] std::unique_ptr<ProviderCatalog> OpenCatalog() override;
-  [[nodiscard]] std::unique_ptr<ProviderBulkInsert> OpenBulkInsert(const std::string& table,
-                                                                   const std::vector<std::string>& columns) override;
+  [[nodiscard]] std::unique_ptr<ProviderBulkInsert> OpenBulkInsert(const std::string& table, const std::vector<std::string>& columns,
+                                                                   const std::string& owner) override;
 
   [[nodiscard]] jet::Database& Database() noexcept { return *database_; }
   [[nodiscard]] jet::sql::Session& Session() noexcept { return *session_; }

@@ -16,6 +16,8 @@ namespace {
 
 constexpr std::size_t kBatchBytes = 4 * 1024 * 1024;  // of the slots of all columns together
 constexpr std::size_t kFirstTextSlot = 64;
+constexpr std::size_t kFirstSlots = 256;
+constexpr std::size_t kFewRows = 16;
 
 /// A point inside the caller's transaction to which a failed batch returns.
 class Savepoint {
@@ -44,8 +46,12 @@ bool HasSavepoints(Backend backend) { return backend != Backend::kOther; }
 
 }  // namespace
 
-BatchInsert::BatchInsert(std::shared_ptr<Session> session, const std::string& table, std::vector<std::string> columns)
-    : session_(std::move(session)), tableName_(PlainName(table)), tableText_(session_->Quoted(table)) {
+BatchInsert::BatchInsert(std::shared_ptr<Session> session, const std::string& table, std::vector<std::string> columns,
+                         const std::string& owner)
+    : session_(std::move(session)),
+      tableName_(PlainName(table)),
+      owner_(owner),
+      tableText_((owner.empty() ? "" : session_->Quoted(owner) + ".") + session_->Quoted(table)) {
   columns_.resize(columns.size());
   for (std::size_t i = 0; i < columns.size(); ++i) columns_[i].name = std::move(columns[i]);
   Describe();
@@ -62,6 +68,7 @@ void BatchInsert::Describe() {
     const ColumnDescription description = statement.Describe(i + 1);
     const FieldInfo field = ToFieldInfo(description, session_->Facts());
     columns_[i].shape = ShapeFor(field, description.sqlType, session_->Facts());
+    if (session_->Facts().losesTimeArrays) columns_[i].shape = WithDatesAsText(columns_[i].shape, session_->Facts());
     columns_[i].shape.column = columns_[i].name;
     columns_[i].hasDefault = field.autoIncrement;
     columns_[i].stride = columns_[i].shape.fixedSize != 0 ? columns_[i].shape.fixedSize : kFirstTextSlot;
@@ -74,11 +81,19 @@ void BatchInsert::ChooseMethod() {
   if (method_ == BatchMethod::kArray && facts.testArrays && !ArraysWork()) method_ = BatchMethod::kRowByRow;
   capacity_ = method_ == BatchMethod::kRowByRow ? 1 : facts.batchRows;
   if (facts.batchParameters > 0) capacity_ = std::min(capacity_, facts.batchParameters / std::max<std::size_t>(columns_.size(), 1));
-  capacity_ = std::max<std::size_t>(capacity_, 1);
+  std::size_t rowBytes = 0;
+  for (const auto& column : columns_) rowBytes += column.stride;
+  capacity_ = std::clamp<std::size_t>(kBatchBytes / std::max<std::size_t>(rowBytes, 1), 1, std::max<std::size_t>(capacity_, 1));
+  MakeSlots(std::min(capacity_, kFirstSlots));
+}
+
+void BatchInsert::MakeSlots(std::size_t slots) {
+  slots_ = slots;
   for (auto& column : columns_) {
-    column.data.resize(column.stride * capacity_);
-    column.indicators.resize(capacity_);
+    column.data.resize(column.stride * slots_);
+    column.indicators.resize(slots_);
   }
+  bound_ = false;
 }
 
 /// Some drivers take an array and store its first row again and again: three different rows are written and read back, once for each session.
@@ -122,10 +137,12 @@ void BatchInsert::LearnDefaults() {
   if (defaultsKnown_) return;
   defaultsKnown_ = true;
   auto catalog = ToUtf16(session_->Facts().catalog);
+  auto owner = ToUtf16(owner_);
   auto table = ToUtf16(tableName_);
   Statement statement(session_);
   statement.Check(SQLColumnsW(statement.Native(), catalog.empty() ? nullptr : reinterpret_cast<SQLWCHAR*>(catalog.data()),
-                              static_cast<SQLSMALLINT>(catalog.size()), nullptr, 0, reinterpret_cast<SQLWCHAR*>(table.data()),
+                              static_cast<SQLSMALLINT>(catalog.size()), owner.empty() ? nullptr : reinterpret_cast<SQLWCHAR*>(owner.data()),
+                              static_cast<SQLSMALLINT>(owner.size()), reinterpret_cast<SQLWCHAR*>(table.data()),
                               static_cast<SQLSMALLINT>(table.size()), nullptr, 0));
   while (statement.Fetch()) {
     const std::string name = runtime::UpperCase(statement.Text(4).value_or(""));
@@ -154,6 +171,7 @@ void BatchInsert::ChooseLeftColumns(std::span<const Variant> row) {
 
 void BatchInsert::Add(std::span<const Variant> row) {
   ChooseLeftColumns(row);
+  if (held_ >= capacity_) Flush();  // a connection that was lost has left it full
   Hold(row);
   if (held_ >= capacity_ || heldBytes_ >= kBatchBytes) Flush();
 }
@@ -166,10 +184,10 @@ void BatchInsert::Grow(Column& column, std::size_t bytes) {
   }
   if (stride * capacity_ > kBatchBytes) {
     capacity_ = std::max<std::size_t>(kBatchBytes / stride, 1);
-    for (auto& other : columns_) other.data.resize(other.stride * capacity_);
+    slots_ = std::min(slots_, capacity_);  // the other columns keep theirs: values of the row at hand may still stand behind
     batch_.reset();
   }
-  std::vector<std::byte> wider(stride * capacity_);
+  std::vector<std::byte> wider(stride * slots_);
   for (std::size_t i = 0; i < held_; ++i) std::memcpy(wider.data() + i * stride, column.data.data() + i * column.stride, column.stride);
   column.data = std::move(wider);
   column.stride = stride;
@@ -177,6 +195,7 @@ void BatchInsert::Grow(Column& column, std::size_t bytes) {
 }
 
 void BatchInsert::Hold(std::span<const Variant> row) {
+  if (held_ == slots_) MakeSlots(std::min(capacity_, slots_ * 2));
   for (std::size_t i = 0; i < columns_.size(); ++i) {
     auto& column = columns_[i];
     if (column.left) continue;
@@ -243,10 +262,10 @@ void BatchInsert::BindArrays(Statement& statement) {
   bound_ = true;
 }
 
-bool BatchInsert::ExecuteArray(Statement& statement) {
-  std::vector<SQLUSMALLINT> status(held_, SQL_PARAM_UNUSED);
+bool BatchInsert::ExecuteArray(Statement& statement, std::size_t rows) {
+  std::vector<SQLUSMALLINT> status(rows, SQL_PARAM_UNUSED);
   SQLULEN processed = 0;
-  statement.SetAttribute(SQL_ATTR_PARAMSET_SIZE, held_);
+  statement.SetAttribute(SQL_ATTR_PARAMSET_SIZE, rows);
   statement.SetAttribute(SQL_ATTR_PARAM_STATUS_PTR, static_cast<void*>(status.data()));
   statement.SetAttribute(SQL_ATTR_PARAMS_PROCESSED_PTR, static_cast<void*>(&processed));
   BindArrays(statement);
@@ -255,40 +274,41 @@ bool BatchInsert::ExecuteArray(Statement& statement) {
     return one == SQL_PARAM_SUCCESS || one == SQL_PARAM_SUCCESS_WITH_INFO || one == SQL_PARAM_DIAG_UNAVAILABLE;
   });
   const std::int64_t affected = statement.RowsAffected();
-  return allStored && processed == held_ && (affected < 0 || affected == static_cast<std::int64_t>(held_));
+  return allStored && processed == rows && (affected < 0 || affected == static_cast<std::int64_t>(rows));
 }
 
-bool BatchInsert::ExecuteRows(Statement& statement) {
+bool BatchInsert::ExecuteRows(Statement& statement, std::size_t rows) {
   if (!bound_) {
     std::size_t parameter = 1;
     const auto used =
         static_cast<std::size_t>(std::count_if(columns_.begin(), columns_.end(), [](const Column& column) { return !column.left; }));
-    for (std::size_t row = 0; row < held_; ++row, parameter += used) BindRow(statement, row, parameter);
+    for (std::size_t row = 0; row < rows; ++row, parameter += used) BindRow(statement, row, parameter);
     bound_ = true;
   }
   statement.Execute();
   const std::int64_t affected = statement.RowsAffected();
-  return affected < 0 || affected == static_cast<std::int64_t>(held_);
+  return affected < 0 || affected == static_cast<std::int64_t>(rows);
 }
 
-/// False when the batch was undone.
-bool BatchInsert::SendBatch() {
+/// Sends the first rows of those held; false when they were undone.
+bool BatchInsert::SendBatch(std::size_t rows) {
   const bool outer = session_->InTransaction();
   if (outer && !HasSavepoints(session_->Facts().backend)) return false;
   std::optional<Savepoint> savepoint;
-  if (outer) savepoint.emplace(session_);
-  TransactionScope scope(*session_);
+  std::optional<TransactionScope> scope;
   bool stored = false;
   const auto failure = runtime::IgnoringErrors([&] {
-    const std::size_t rows = method_ == BatchMethod::kMultiRowValues ? held_ : 1;
-    if (!batch_ || preparedRows_ != rows) {
+    if (outer) savepoint.emplace(session_);
+    scope.emplace(*session_);
+    const std::size_t written = method_ == BatchMethod::kMultiRowValues ? rows : 1;
+    if (!batch_ || preparedRows_ != written) {
       batch_.emplace(session_);
-      batch_->Prepare(InsertText(rows));
-      preparedRows_ = rows;
+      batch_->Prepare(InsertText(written));
+      preparedRows_ = written;
       bound_ = false;
     }
-    stored = method_ == BatchMethod::kArray ? ExecuteArray(*batch_) : ExecuteRows(*batch_);
-    if (stored) scope.Commit();
+    stored = method_ == BatchMethod::kArray ? ExecuteArray(*batch_, rows) : ExecuteRows(*batch_, rows);
+    if (stored) scope->Commit();
   });
   if (stored && !failure) {
     if (savepoint) savepoint->Release();
@@ -299,8 +319,8 @@ bool BatchInsert::SendBatch() {
   return false;
 }
 
-void BatchInsert::SendRowByRow() {
-  for (std::size_t row = 0; row < held_; ++row) {
+void BatchInsert::SendRowByRow(std::size_t rows) {
+  for (std::size_t row = 0; row < rows; ++row) {
     try {
       if (!single_) {
         single_.emplace(session_);
@@ -316,7 +336,7 @@ void BatchInsert::SendRowByRow() {
       throw error.WithContext("ligne " + number + (column.empty() ? "" : ", colonne " + column));
     }
   }
-  DropRows(held_);
+  DropRows(rows);
 }
 
 void BatchInsert::DropRows(std::size_t count) {
@@ -343,13 +363,17 @@ std::string BatchInsert::ColumnToldBy(const std::string& description) const {
 }
 
 void BatchInsert::Flush() {
-  if (held_ == 0) return;
-  const bool batched = method_ != BatchMethod::kRowByRow && held_ > 1;
-  if (batched && SendBatch()) {
-    DropRows(held_);
-    return;
+  // A batch that fails is halved until the bad row stands among a few, and those go one by one.
+  for (std::size_t rows = held_; held_ > 0; rows = std::min(rows, held_)) {
+    const bool batched = method_ != BatchMethod::kRowByRow && rows > 1;
+    if (batched && SendBatch(rows)) {
+      DropRows(rows);
+    } else if (batched && rows > kFewRows) {
+      rows /= 2;
+    } else {
+      SendRowByRow(rows);
+    }
   }
-  SendRowByRow();
 }
 
 }  // namespace tamlo::ado::odbc

@@ -16,10 +16,11 @@ namespace tamlo::ado::odbc {
 
 /// Writes rows in the batches that the driver does best (see DriverFacts): arrays of parameters, one statement with many rows, or row by row.
 /// A batch is one transaction (a savepoint inside the caller's). When it fails, or the driver's account of it is in doubt, it is undone and its
-/// rows are sent one by one; the error then names the row and the rows behind it stay held back for the next Flush.
+/// rows are sent in halves, at last one by one; the error then names the row and the rows behind it stay held back for the next Flush.
 class BatchInsert final : public ProviderBulkInsert {
  public:
-  BatchInsert(std::shared_ptr<Session> session, const std::string& table, std::vector<std::string> columns);
+  /// owner stands before the table unless it is blank.
+  BatchInsert(std::shared_ptr<Session> session, const std::string& table, std::vector<std::string> columns, const std::string& owner);
 
   void Add(std::span<const Variant> row) override;
   void Flush() override;
@@ -38,14 +39,15 @@ class BatchInsert final : public ProviderBulkInsert {
   void Describe();
   void LearnDefaults();
   void ChooseMethod();
+  void MakeSlots(std::size_t slots);
   [[nodiscard]] bool ArraysWork();
   void ChooseLeftColumns(std::span<const Variant> row);
   void Hold(std::span<const Variant> row);
   void Grow(Column& column, std::size_t bytes);
-  [[nodiscard]] bool SendBatch();
-  [[nodiscard]] bool ExecuteArray(Statement& statement);
-  [[nodiscard]] bool ExecuteRows(Statement& statement);
-  void SendRowByRow();
+  [[nodiscard]] bool SendBatch(std::size_t rows);
+  [[nodiscard]] bool ExecuteArray(Statement& statement, std::size_t rows);
+  [[nodiscard]] bool ExecuteRows(Statement& statement, std::size_t rows);
+  void SendRowByRow(std::size_t rows);
   void BindRow(Statement& statement, std::size_t row, std::size_t firstParameter);
   void BindArrays(Statement& statement);
   void DropRows(std::size_t count);
@@ -54,11 +56,13 @@ class BatchInsert final : public ProviderBulkInsert {
 
   std::shared_ptr<Session> session_;
   std::string tableName_;
+  std::string owner_;
   std::string tableText_;
   std::vector<Column> columns_;
   std::vector<std::byte> scratch_;
   BatchMethod method_ = BatchMethod::kRowByRow;
   std::size_t capacity_ = 1;  // rows of a batch
+  std::size_t slots_ = 1;     // rows for which there is room so far
   std::size_t held_ = 0;      // rows held back
   std::size_t heldBytes_ = 0;
   std::int64_t done_ = 0;  // rows before the held ones

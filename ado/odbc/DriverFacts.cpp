@@ -37,13 +37,15 @@ Backend BackendOf(const std::string& product) {
 }
 
 /// The numbers are those of docs/backends/odbc.md.
-void Measured(DriverFacts& facts) {
+void Measured(DriverFacts& facts, void* connection) {
   switch (facts.backend) {
     case Backend::kSqlite:
       facts.enforcesLengths = false;
       facts.streamsParameters = false;
       facts.keepsWideStatements = false;
       facts.listsAllColumns = true;
+      // The Windows build of libsqliteodbc takes narrow texts for ANSI.
+      facts.narrowIsUtf8 = facts.driverName.ends_with(".so");
       // libsqliteodbc 0.9998 cannot be positioned inside a block, and its texts may be longer than declared: they must be read again.
       facts.readBlockRows = 1;
       facts.batch = BatchMethod::kMultiRowValues;
@@ -54,8 +56,12 @@ void Measured(DriverFacts& facts) {
       facts.listsAllColumns = true;
       // MariaDB's driver 3.1.15 says that it can, and then gives the first row's value for every row of the block.
       facts.readsInBlock = false;
+      // MariaDB's driver hands narrow texts on as they are, in the character set that the connection speaks.
+      facts.narrowIsUtf8 =
+          facts.driverName.find("maodbc") != std::string::npos && TextInfo(connection, SQL_COLLATION_SEQ).starts_with("utf8mb4");
+      facts.losesTimeArrays = true;
       facts.batch = BatchMethod::kArray;
-      facts.batchRows = 1000;
+      facts.batchRows = 8000;
       break;
     case Backend::kPostgres:
       facts.listsAllColumns = true;
@@ -100,7 +106,7 @@ DriverFacts LearnFacts(void* connection) {
   facts.readsAnyOrder = (reads & SQL_GD_ANY_ORDER) != 0;
   facts.readsBound = (reads & SQL_GD_BOUND) != 0;
   facts.readsInBlock = (reads & SQL_GD_BLOCK) != 0;
-  Measured(facts);
+  Measured(facts, connection);
   return facts;
 }
 

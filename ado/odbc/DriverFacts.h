@@ -29,6 +29,8 @@ struct DriverFacts {
   bool streamsParameters = true;    ///< takes parameters in pieces without being told their length
   bool keepsWideStatements = true;  ///< characters beyond the 16-bit plane survive in statement texts
   bool numbersAsText = false;       ///< exact and 64-bit numbers are bound as texts
+  bool narrowIsUtf8 = false;        ///< narrow texts are UTF-8 in both directions, so that nobody need convert them
+  bool losesTimeArrays = false;     ///< keeps memory for ever for each date or time of an array: there they go as texts
   bool listsAllColumns = false;     ///< one catalog call gives the columns of every table
 
   std::size_t readBlockRows = 1000;

@@ -80,8 +80,9 @@ bool OdbcConnection::SetProperty(const std::string& /*upperName*/, const Variant
 
 std::unique_ptr<ProviderCatalog> OdbcConnection::OpenCatalog() { return std::make_unique<OdbcCatalog>(session_); }
 
-std::unique_ptr<ProviderBulkInsert> OdbcConnection::OpenBulkInsert(const std::string& table, const std::vector<std::string>& columns) {
-  return std::make_unique<BatchInsert>(session_, table, columns);
+std::unique_ptr<ProviderBulkInsert> OdbcConnection::OpenBulkInsert(const std::string& table, const std::vector<std::string>& columns,
+                                                                   const std::string& owner) {
+  return std::make_unique<BatchInsert>(session_, table, columns, owner);
 }
 
 }  // namespace tamlo::ado::odbc

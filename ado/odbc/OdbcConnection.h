@@ -24,8 +24,8 @@ class OdbcConnection final : public ProviderConnection {
   [[nodiscard]] std::optional<Variant> Property(const std::string& upperName) const override;
   bool SetProperty(const std::string& upperName, const Variant& value) override;
   [[nodiscard]] std::unique_ptr<ProviderCatalog> OpenCatalog() override;
-  [[nodiscard]] std::unique_ptr<ProviderBulkInsert> OpenBulkInsert(const std::string& table,
-                                                                   const std::vector<std::string>& columns) override;
+  [[nodiscard]] std::unique_ptr<ProviderBulkInsert> OpenBulkInsert(const std::string& table, const std::vector<std::string>& columns,
+                                                                   const std::string& owner) override;
 
  private:
   std::shared_ptr<Session> session_;  // shared with cursors and catalogs, which may be let go later than the connection is closed

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <string_view>
 #include <utility>
@@ -31,10 +30,12 @@ void Append(std::vector<std::byte>& out, const T& value) {
   out.insert(out.end(), bytes, bytes + sizeof value);
 }
 
-void AppendWide(std::vector<std::byte>& out, std::string_view text) {
-  const std::u16string wide = ToUtf16(text);
-  const auto* bytes = reinterpret_cast<const std::byte*>(wide.data());
-  out.insert(out.end(), bytes, bytes + wide.size() * sizeof(char16_t));
+void AppendText(std::vector<std::byte>& out, std::string_view text, const ParameterShape& shape) {
+  if (shape.nativeType == SQL_C_CHAR) {
+    AppendUtf8(out, text);
+  } else {
+    AppendUtf16(out, text);
+  }
 }
 
 std::int64_t WholeOf(const Variant& value) {
@@ -103,20 +104,42 @@ runtime::CalendarTime CalendarOf(const Variant& value, std::int16_t digits) {
   return time;
 }
 
-std::string IsoText(const runtime::CalendarTime& time, std::int16_t adoType) {
-  std::array<char, 48> text{};
-  if (adoType == adDBDate) {
-    std::snprintf(text.data(), text.size(), "%04d-%02d-%02d", time.year, time.month, time.day);
-  } else if (adoType == adDBTime) {
-    std::snprintf(text.data(), text.size(), "%02d:%02d:%02d", time.hour, time.minute, time.second);
-  } else if (time.nanosecond == 0) {
-    std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d:%02d", time.year, time.month, time.day, time.hour, time.minute,
-                  time.second);
-  } else {
-    std::snprintf(text.data(), text.size(), "%04d-%02d-%02d %02d:%02d:%02d.%03d", time.year, time.month, time.day, time.hour, time.minute,
-                  time.second, time.nanosecond / 1000000);
+/// A text of digits, built without an allocation.
+class DigitText {
+ public:
+  void Number(int value, std::size_t digits) {
+    for (std::size_t i = digits; i-- > 0; value /= 10) text_[length_ + i] = static_cast<char>('0' + value % 10);
+    length_ += digits;
   }
-  return text.data();
+  void Sign(char sign) { text_[length_++] = sign; }
+  [[nodiscard]] std::string_view Text() const { return {text_.data(), length_}; }
+
+ private:
+  std::array<char, 32> text_{};
+  std::size_t length_ = 0;
+};
+
+/// Years have four digits: those of a date are 100 to 9999.
+DigitText IsoText(const runtime::CalendarTime& time, std::int16_t adoType) {
+  DigitText text;
+  if (adoType != adDBTime) {
+    text.Number(time.year, 4);
+    text.Sign('-');
+    text.Number(time.month, 2);
+    text.Sign('-');
+    text.Number(time.day, 2);
+  }
+  if (adoType == adDBDate) return text;
+  if (adoType != adDBTime) text.Sign(' ');
+  text.Number(time.hour, 2);
+  text.Sign(':');
+  text.Number(time.minute, 2);
+  text.Sign(':');
+  text.Number(time.second, 2);
+  if (time.nanosecond == 0 || adoType == adDBTime) return text;
+  text.Sign('.');
+  text.Number(time.nanosecond / 1000000, 3);
+  return text;
 }
 
 std::string TextOf(const Variant& value) {
@@ -155,10 +178,15 @@ void EncodeTimestamp(const Variant& value, const ParameterShape& shape, std::vec
   }
 }
 
-ParameterShape TextShape(ParameterShape shape, Form form, std::int16_t sqlType) {
+/// sqlType is that of wide texts.
+ParameterShape TextShape(ParameterShape shape, Form form, std::int16_t sqlType, const DriverFacts& facts) {
   shape.form = form;
   shape.nativeType = SQL_C_WCHAR;
   shape.sqlType = sqlType;
+  if (!facts.narrowIsUtf8) return shape;
+  shape.nativeType = SQL_C_CHAR;
+  if (sqlType == SQL_WVARCHAR) shape.sqlType = SQL_VARCHAR;
+  if (sqlType == SQL_WLONGVARCHAR) shape.sqlType = SQL_LONGVARCHAR;
   return shape;
 }
 
@@ -204,7 +232,7 @@ ParameterShape ShapeFor(const FieldInfo& field, std::int16_t sqlType, const Driv
                      : sqlite                    ? std::int16_t{3}
                      : field.numericScale == 255 ? std::int16_t{0}
                                                  : field.numericScale;
-      if (sqlite) return TextShape(shape, Form::kIsoText, SQL_WVARCHAR);
+      if (sqlite) return TextShape(shape, Form::kIsoText, SQL_WVARCHAR, facts);
       if (field.type == adDBDate) return FixedShape(shape, Form::kDate, SQL_C_TYPE_DATE, SQL_TYPE_DATE, sizeof(SQL_DATE_STRUCT), 10);
       if (field.type == adDBTime) return FixedShape(shape, Form::kTime, SQL_C_TYPE_TIME, SQL_TYPE_TIME, sizeof(SQL_TIME_STRUCT), 8);
       const std::size_t size = shape.digits > 0 ? 20U + static_cast<std::size_t>(shape.digits) : 19U;
@@ -212,7 +240,7 @@ ParameterShape ShapeFor(const FieldInfo& field, std::int16_t sqlType, const Driv
     }
     case adGUID:
       shape.limit = field.definedSize == 36 ? 36 : 0;
-      return TextShape(shape, Form::kGuidText, sqlType == SQL_GUID ? SQL_GUID : SQL_WVARCHAR);
+      return TextShape(shape, Form::kGuidText, sqlType == SQL_GUID ? SQL_GUID : SQL_WVARCHAR, facts);
     case adBinary:
     case adVarBinary:
     case adLongVarBinary:
@@ -228,11 +256,17 @@ ParameterShape ShapeFor(const FieldInfo& field, std::int16_t sqlType, const Driv
       break;
     default:
       shape.limit = IsLongType(field.type) || !facts.enforcesLengths ? 0 : field.definedSize;
-      return TextShape(shape, Form::kText, IsLongType(field.type) || field.definedSize > 4000 ? SQL_WLONGVARCHAR : SQL_WVARCHAR);
+      return TextShape(shape, Form::kText, IsLongType(field.type) || field.definedSize > 4000 ? SQL_WLONGVARCHAR : SQL_WVARCHAR, facts);
   }
   shape.digits = field.type == adCurrency ? std::int16_t{4} : field.numericScale == 255 ? std::int16_t{0} : field.numericScale;
   shape.columnSize = 38;
-  return TextShape(shape, Form::kDecimalText, SQL_NUMERIC);
+  return TextShape(shape, Form::kDecimalText, SQL_NUMERIC, facts);
+}
+
+ParameterShape WithDatesAsText(ParameterShape shape, const DriverFacts& facts) {
+  if (shape.form != Form::kTimestamp && shape.form != Form::kDate && shape.form != Form::kTime) return shape;
+  shape.fixedSize = 0;
+  return TextShape(shape, Form::kIsoText, SQL_WVARCHAR, facts);
 }
 
 bool Encode(const Variant& value, const ParameterShape& shape, std::vector<std::byte>& out) {
@@ -257,7 +291,7 @@ bool Encode(const Variant& value, const ParameterShape& shape, std::vector<std::
       Append(out, static_cast<std::uint8_t>(runtime::ToBoolean(value) ? 1 : 0));
       return true;
     case Form::kDecimalText:
-      AppendWide(out, DecimalOf(value));
+      AppendText(out, DecimalOf(value), shape);
       return true;
     case Form::kTimestamp:
     case Form::kDate:
@@ -265,12 +299,12 @@ bool Encode(const Variant& value, const ParameterShape& shape, std::vector<std::
       EncodeTimestamp(value, shape, out);
       return true;
     case Form::kIsoText:
-      AppendWide(out, IsoText(CalendarOf(value, shape.digits), shape.adoType));
+      AppendText(out, IsoText(CalendarOf(value, shape.digits), shape.adoType).Text(), shape);
       return true;
     case Form::kGuidText: {
       std::string text = TextOf(value);
       if (shape.limit == 36 && text.size() == 38) text = text.substr(1, 36);
-      AppendWide(out, text);
+      AppendText(out, text, shape);
       return true;
     }
     case Form::kBytes: {
@@ -282,9 +316,10 @@ bool Encode(const Variant& value, const ParameterShape& shape, std::vector<std::
     }
     case Form::kText: {
       const auto* known = value.If<std::string>();
-      const std::string text = known ? *known : TextOf(value);
+      const std::string other = known ? std::string() : TextOf(value);
+      const std::string& text = known ? *known : other;
       if (shape.limit > 0 && static_cast<std::int64_t>(text.size()) > shape.limit) CheckLength(runtime::Length(text), shape);
-      AppendWide(out, text);
+      AppendText(out, text, shape);
       return true;
     }
   }
@@ -312,7 +347,9 @@ void ParameterSet::Add(const ChunkSource& source, const ParameterShape& shape) {
   }
   auto bound = std::make_unique<Bound>();
   bound->shape = shape;
-  bound->shape.sqlType = shape.form == Form::kBytes ? SQL_LONGVARBINARY : SQL_WLONGVARCHAR;
+  bound->shape.sqlType = shape.form == Form::kBytes       ? SQL_LONGVARBINARY
+                         : shape.nativeType == SQL_C_CHAR ? SQL_LONGVARCHAR
+                                                          : SQL_WLONGVARCHAR;
   bound->source = source;
   bound->indicator = SQL_LEN_DATA_AT_EXEC(0);
   Bind(*bound);
@@ -339,10 +376,10 @@ void ParameterSet::Bind(Bound& bound) {
 void ParameterSet::SendPieces(const Bound& bound) {
   std::vector<std::byte> piece(kPieceBytes);
   while (const std::size_t count = bound.source(piece.data(), piece.size())) {
-    std::vector<std::byte> wide;
-    if (bound.shape.form != Form::kBytes) AppendWide(wide, {reinterpret_cast<const char*>(piece.data()), count});
-    auto* data = wide.empty() ? piece.data() : wide.data();
-    statement_.Check(SQLPutData(statement_.Native(), data, static_cast<SQLLEN>(wide.empty() ? count : wide.size())));
+    std::vector<std::byte> text;
+    if (bound.shape.form != Form::kBytes) AppendText(text, {reinterpret_cast<const char*>(piece.data()), count}, bound.shape);
+    auto* data = text.empty() ? piece.data() : text.data();
+    statement_.Check(SQLPutData(statement_.Native(), data, static_cast<SQLLEN>(text.empty() ? count : text.size())));
   }
 }
 

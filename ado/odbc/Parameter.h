@@ -30,6 +30,9 @@ struct ParameterShape {
 /// The shape for a column; sqlType is the driver's own type of it, or 0 when not known.
 [[nodiscard]] ParameterShape ShapeFor(const FieldInfo& field, std::int16_t sqlType, const DriverFacts& facts);
 
+/// The same for a column whose dates and times go as texts ("2003-02-01 13:14:15"), other shapes as they are.
+[[nodiscard]] ParameterShape WithDatesAsText(ParameterShape shape, const DriverFacts& facts);
+
 /// Appends the value as the shape's bytes. False for a null (also Empty). Errors 6 and 13 for what the column cannot take,
 /// -2147467259 naming the column for a text or bytes too long for it: nothing is ever cut.
 [[nodiscard]] bool Encode(const Variant& value, const ParameterShape& shape, std::vector<std::byte>& out);

@@ -13,9 +13,23 @@ namespace tamlo::ado::odbc {
 namespace {
 
 constexpr std::size_t kBlockBytes = 256 * 1024;  // of all bound columns together
-constexpr std::size_t kPieceUnits = 16 * 1024;
+constexpr std::size_t kPieceBytes = 32 * 1024;
 
-bool IsHighSurrogate(char16_t unit) { return (unit & 0xFC00U) == 0xD800U; }
+/// The bytes at the end of a piece that begin a character without ending it; unit is 1 for UTF-8, 2 for UTF-16.
+std::size_t BegunCharacter(const std::string& piece, std::size_t unit) {
+  if (unit == sizeof(char16_t)) {
+    char16_t last = 0;
+    if (piece.size() >= unit) std::memcpy(&last, piece.data() + piece.size() - unit, unit);
+    return (last & 0xFC00U) == 0xD800U ? unit : 0;
+  }
+  for (std::size_t back = 1; back <= std::min<std::size_t>(3, piece.size()); ++back) {
+    const auto byte = static_cast<unsigned char>(piece[piece.size() - back]);
+    if ((byte & 0xC0U) == 0x80U) continue;
+    const std::size_t length = byte >= 0xF0 ? 4 : byte >= 0xE0 ? 3 : byte >= 0xC0 ? 2 : 1;
+    return length > back ? back : 0;
+  }
+  return 0;
+}
 
 }  // namespace
 
@@ -32,7 +46,7 @@ void RowReader::ChooseForms() {
   const auto& facts = statement_.Owner().Facts();
   for (std::size_t i = 0; i < columns_.size(); ++i) {
     const bool expression = facts.backend == Backend::kSqlite && descriptions_[i].table.empty();
-    columns_[i].plan = expression ? PlanForExpression(statement_.Describe(i + 1).sqlType) : PlanFor(fields_[i], facts);
+    columns_[i].plan = expression ? PlanForExpression(statement_.Describe(i + 1).sqlType, facts) : PlanFor(fields_[i], facts);
   }
 }
 
@@ -92,8 +106,8 @@ Variant RowReader::Value(std::size_t field) {
   }
   const std::ptrdiff_t length = column.indicators[row_];
   if (length == SQL_NULL_DATA) return runtime::Null{};
-  const std::size_t room = column.plan.elementSize - (column.plan.isText ? sizeof(char16_t) : 0);
-  const bool variable = column.plan.isText || column.plan.form == FetchPlan::Form::kBytes;
+  const std::size_t room = column.plan.elementSize - column.plan.unit;
+  const bool variable = column.plan.unit != 0 || column.plan.form == FetchPlan::Form::kBytes;
   // Longer than declared: the buffer holds a part only. The value is fetched again, whole.
   if (variable && (length < 0 || static_cast<std::size_t>(length) > room)) return ReadWhole(field);
   return Decode(column.plan, fields_[field], column.data.data() + row_ * column.plan.elementSize, static_cast<std::size_t>(length));
@@ -160,7 +174,7 @@ Variant RowReader::ReadWhole(std::size_t field) {
 
 std::vector<std::byte> RowReader::ReadBytes(std::size_t field, bool& isNull) {
   const auto& plan = columns_[field].plan;
-  const std::size_t terminator = plan.isText ? sizeof(char16_t) : 0;
+  const std::size_t terminator = plan.unit;
   std::vector<std::byte> value(4096);
   std::size_t used = 0;
   for (;;) {
@@ -188,7 +202,7 @@ std::vector<std::byte> RowReader::ReadBytes(std::size_t field, bool& isNull) {
 std::size_t RowReader::ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity) {
   if (capacity < 4) throw runtime::Error(runtime::kInvalidArgument);  // room for any one character
   auto& column = columns_[field];
-  const bool streams = column.plan.isText || column.plan.form == FetchPlan::Form::kBytes;
+  const bool streams = column.plan.unit != 0 || column.plan.form == FetchPlan::Form::kBytes;
   if (column.bound || column.whole || !streams || !statement_.Owner().Facts().readsAnyOrder) {
     if (stream_.field != field) {
       stream_ = Stream{};
@@ -201,7 +215,7 @@ std::size_t RowReader::ReadChunk(std::size_t field, std::byte* buffer, std::size
     stream_.field = field;
     Rewind(field);
   }
-  const std::size_t count = column.plan.isText ? StreamText(field, buffer, capacity) : StreamBytes(field, buffer, capacity);
+  const std::size_t count = column.plan.unit != 0 ? StreamText(field, buffer, capacity) : StreamBytes(field, buffer, capacity);
   if (count == 0) stream_ = Stream{};
   return count;
 }
@@ -218,27 +232,34 @@ std::size_t RowReader::StreamBytes(std::size_t field, std::byte* buffer, std::si
   return part ? capacity : static_cast<std::size_t>(length);
 }
 
-std::size_t RowReader::StreamText(std::size_t field, std::byte* buffer, std::size_t capacity) {
-  if (stream_.pending.empty() && !stream_.ended) {
-    std::u16string units(kPieceUnits, u'\0');
-    SQLLEN length = 0;
-    const auto result = SQLGetData(statement_.Native(), static_cast<SQLUSMALLINT>(field + 1), SQL_C_WCHAR, units.data(),
-                                   static_cast<SQLLEN>(units.size() * sizeof(char16_t)), &length);
-    statement_.Check(result);
-    if (result == SQL_NO_DATA || length == SQL_NULL_DATA) return 0;
-    const std::size_t room = units.size() - 1;
-    const bool part = length == SQL_NO_TOTAL || static_cast<std::size_t>(length) / sizeof(char16_t) > room;
-    units.resize(part ? room : static_cast<std::size_t>(length) / sizeof(char16_t));
-    units.insert(0, stream_.carry);
-    stream_.carry.clear();
-    if (part && !units.empty() && IsHighSurrogate(units.back())) {
-      stream_.carry.assign(1, units.back());
-      units.pop_back();
-    }
-    stream_.ended = !part;
-    stream_.pending = ToUtf8(units.data(), units.size());
-    stream_.offset = 0;
+/// The next piece of a text becomes pending, whole characters only.
+void RowReader::ReadTextPiece(std::size_t field) {
+  const auto& plan = columns_[field].plan;
+  std::string piece(kPieceBytes, '\0');
+  SQLLEN length = 0;
+  const auto result = SQLGetData(statement_.Native(), static_cast<SQLUSMALLINT>(field + 1), plan.nativeType, piece.data(),
+                                 static_cast<SQLLEN>(piece.size()), &length);
+  statement_.Check(result);
+  stream_.ended = true;
+  stream_.offset = 0;
+  if (result == SQL_NO_DATA || length == SQL_NULL_DATA) return;
+  const std::size_t room = piece.size() - plan.unit;
+  const bool part = length == SQL_NO_TOTAL || static_cast<std::size_t>(length) > room;
+  stream_.ended = !part;
+  piece.resize(part ? room : static_cast<std::size_t>(length));
+  piece.insert(0, stream_.carry);
+  const std::size_t begun = part ? BegunCharacter(piece, plan.unit) : 0;
+  stream_.carry = piece.substr(piece.size() - begun);
+  piece.resize(piece.size() - begun);
+  if (plan.unit == 1) {
+    stream_.pending = std::move(piece);
+  } else {
+    stream_.pending = ToUtf8(reinterpret_cast<const char16_t*>(piece.data()), piece.size() / sizeof(char16_t));
   }
+}
+
+std::size_t RowReader::StreamText(std::size_t field, std::byte* buffer, std::size_t capacity) {
+  if (stream_.pending.empty() && !stream_.ended) ReadTextPiece(field);
   const std::string& text = stream_.pending;
   std::size_t count = std::min(capacity, text.size() - stream_.offset);
   if (stream_.offset + count < text.size()) {

@@ -38,8 +38,8 @@ class RowReader {
     std::size_t field = SIZE_MAX;
     std::size_t offset = 0;  // into the whole value, when it is at hand
     bool ended = false;
-    std::u16string carry;  // half a surrogate pair
-    std::string pending;   // text that is read but not handed out
+    std::string carry;    // bytes of a character whose end is still to come
+    std::string pending;  // text that is read but not handed out
   };
 
   void ChooseForms();
@@ -51,6 +51,7 @@ class RowReader {
   Variant ReadWhole(std::size_t field);
   std::vector<std::byte> ReadBytes(std::size_t field, bool& isNull);
   std::size_t StreamText(std::size_t field, std::byte* buffer, std::size_t capacity);
+  void ReadTextPiece(std::size_t field);
   std::size_t StreamBytes(std::size_t field, std::byte* buffer, std::size_t capacity);
   std::size_t ChunkOf(const Variant& value, std::byte* buffer, std::size_t capacity);
 

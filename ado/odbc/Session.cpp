@@ -68,8 +68,10 @@ void Session::End(bool commit) {
   (void)Connection();
   if (!inTransaction_) throw runtime::Error(runtime::kProviderFailure, "Aucune transaction n'est active.", "odbc");
   const auto result = SQLEndTran(SQL_HANDLE_DBC, Connection(), commit ? SQL_COMMIT : SQL_ROLLBACK);
-  // A commit that the server refused leaves the transaction open: the caller may still roll it back.
-  if (!SQL_SUCCEEDED(result)) throw MakeError(ReadDiagnostics(Handle::Kind::kConnection, Connection()), {});
+  // A commit that the server refused leaves the transaction open: the caller may still roll it back. SQLite has undone it by itself when a
+  // write failed, and then refuses the rollback.
+  const bool undone = !commit && facts_.backend == Backend::kSqlite;
+  if (!SQL_SUCCEEDED(result) && !undone) throw MakeError(ReadDiagnostics(Handle::Kind::kConnection, Connection()), {});
   inTransaction_ = false;
   SetAutocommit(true);
 }

@@ -27,11 +27,18 @@ T As(const std::byte* data) {
   return value;
 }
 
-FetchPlan Fixed(Form form, std::int16_t nativeType, std::size_t size) { return {form, nativeType, size, false}; }
-/// A text of at most so many characters; 0 when it is to be read in pieces. Two units for each character, and the terminator.
-FetchPlan Text(Form form, std::int64_t characters) {
+FetchPlan Fixed(Form form, std::int16_t nativeType, std::size_t size) { return {form, nativeType, size, 0}; }
+/// A text of at most so many characters; 0 when it is to be read in pieces. Four bytes for each character, and the terminator.
+FetchPlan Text(Form form, std::int64_t characters, const DriverFacts& facts) {
+  const std::size_t unit = facts.narrowIsUtf8 ? 1 : sizeof(char16_t);
   const bool bound = characters > 0 && characters <= kLongestBoundText;
-  return {form, SQL_C_WCHAR, bound ? (static_cast<std::size_t>(characters) * 2 + 1) * sizeof(char16_t) : 0, true};
+  return {form, facts.narrowIsUtf8 ? std::int16_t{SQL_C_CHAR} : std::int16_t{SQL_C_WCHAR},
+          bound ? static_cast<std::size_t>(characters) * 4 + unit : 0, unit};
+}
+
+std::string TextOf(const FetchPlan& plan, const std::byte* data, std::size_t length) {
+  if (plan.unit == 1) return {reinterpret_cast<const char*>(data), length};
+  return ToUtf8(reinterpret_cast<const char16_t*>(data), length / sizeof(char16_t));
 }
 
 /// Days since 1899-12-30 of a date of the proleptic Gregorian calendar.
@@ -118,7 +125,34 @@ Variant CurrencyOf(const std::string& plain) {
   return runtime::Currency{negative ? -value : value};
 }
 
+/// The number that so many digits at the front of text make; -1 when one of them is no digit.
+int DigitsOf(std::string_view text, std::size_t digits) {
+  int number = 0;
+  for (const char c : text.substr(0, digits)) {
+    if (c < '0' || c > '9') return -1;
+    number = number * 10 + (c - '0');
+  }
+  return number;
+}
+
+/// A date and time to the second in its usual spelling "2003-02-01 13:14:15"; null for any other.
+Variant UsualDate(std::string_view text) {
+  constexpr std::size_t kLength = 19;
+  if (text.size() != kLength || text[4] != '-' || text[7] != '-' || text[10] != ' ' || text[13] != ':' || text[16] != ':') {
+    return runtime::Null{};
+  }
+  const int year = DigitsOf(text, 4);
+  const int month = DigitsOf(text.substr(5), 2);
+  const int day = DigitsOf(text.substr(8), 2);
+  const int hour = DigitsOf(text.substr(11), 2);
+  const int minute = DigitsOf(text.substr(14), 2);
+  const int second = DigitsOf(text.substr(17), 2);
+  if (year < 0 || month < 1 || month > 12 || day < 1 || day > 31 || hour < 0 || minute < 0 || second < 0) return runtime::Null{};
+  return SerialOf(DaysOf(year, month, day), hour * 3600 + minute * 60 + second);
+}
+
 Variant DateOf(const std::string& text, std::int16_t type) {
+  if (Variant usual = UsualDate(text); !usual.IsNull()) return usual;
   // ISO texts are read here for their fraction; anything else is left to the runtime, and what it cannot read stays a text.
   int year = 0, month = 0, day = 0, hour = 0, minute = 0, used = 0;
   double second = 0;
@@ -177,7 +211,7 @@ FetchPlan PlanFor(const FieldInfo& field, const DriverFacts& facts) {
   const bool anyValue = facts.backend == Backend::kSqlite;
   switch (field.type) {
     case adBoolean:
-      return anyValue ? Text(Form::kBooleanText, 16) : Fixed(Form::kBit, SQL_C_BIT, 1);
+      return anyValue ? Text(Form::kBooleanText, 16, facts) : Fixed(Form::kBit, SQL_C_BIT, 1);
     case adUnsignedTinyInt:
     case adTinyInt:
     case adSmallInt:
@@ -189,7 +223,7 @@ FetchPlan PlanFor(const FieldInfo& field, const DriverFacts& facts) {
     case adDBTimeStamp:
     case adDBDate:
     case adDBTime:
-      if (anyValue) return Text(Form::kDateText, 40);
+      if (anyValue) return Text(Form::kDateText, 40, facts);
       break;
     default:
       break;
@@ -208,7 +242,7 @@ FetchPlan PlanFor(const FieldInfo& field, const DriverFacts& facts) {
     case adUnsignedInt:
       return Fixed(Form::kUnsignedInteger, SQL_C_ULONG, 4);
     case adBigInt:
-      return facts.numbersAsText ? Text(Form::kTypedIntegerText, 24) : Fixed(Form::kBigInteger, SQL_C_SBIGINT, 8);
+      return facts.numbersAsText ? Text(Form::kTypedIntegerText, 24, facts) : Fixed(Form::kBigInteger, SQL_C_SBIGINT, 8);
     case adSingle:
       return Fixed(Form::kFloat, SQL_C_FLOAT, 4);
     case adDouble:
@@ -216,11 +250,11 @@ FetchPlan PlanFor(const FieldInfo& field, const DriverFacts& facts) {
     case adUnsignedBigInt:
     case adNumeric:
     case adVarNumeric:
-      return Text(Form::kDecimalText, 140);
+      return Text(Form::kDecimalText, 140, facts);
     case adCurrency:
-      return Text(Form::kCurrencyText, 40);
+      return Text(Form::kCurrencyText, 40, facts);
     case adGUID:
-      return Text(Form::kGuidText, 40);
+      return Text(Form::kGuidText, 40, facts);
     case adDate:
     case adDBTimeStamp:
       return Fixed(Form::kTimestamp, SQL_C_TYPE_TIMESTAMP, sizeof(SQL_TIMESTAMP_STRUCT));
@@ -231,37 +265,37 @@ FetchPlan PlanFor(const FieldInfo& field, const DriverFacts& facts) {
     case adBinary:
     case adVarBinary:
       return {Form::kBytes, SQL_C_BINARY,
-              field.definedSize > 0 && field.definedSize <= kLongestBoundBytes ? static_cast<std::size_t>(field.definedSize) : 0, false};
+              field.definedSize > 0 && field.definedSize <= kLongestBoundBytes ? static_cast<std::size_t>(field.definedSize) : 0, 0};
     case adLongVarBinary:
-      return {Form::kBytes, SQL_C_BINARY, 0, false};
+      return {Form::kBytes, SQL_C_BINARY, 0, 0};
     case adLongVarChar:
     case adLongVarWChar:
-      return Text(Form::kText, 0);
+      return Text(Form::kText, 0, facts);
     default:
-      return Text(Form::kText, field.definedSize);
+      return Text(Form::kText, field.definedSize, facts);
   }
 }
 
-FetchPlan PlanForExpression(std::int16_t sqlType) {
+FetchPlan PlanForExpression(std::int16_t sqlType, const DriverFacts& facts) {
   switch (sqlType) {
     case SQL_INTEGER:
     case SQL_BIGINT:
     case SQL_SMALLINT:
     case SQL_TINYINT:
-      return Text(Form::kTypedIntegerText, 255);
+      return Text(Form::kTypedIntegerText, 255, facts);
     case SQL_DOUBLE:
     case SQL_FLOAT:
     case SQL_REAL:
-      return Text(Form::kTypedDoubleText, 255);
+      return Text(Form::kTypedDoubleText, 255, facts);
     default:
-      return Text(Form::kText, 255);
+      return Text(Form::kText, 255, facts);
   }
 }
 
 Variant Decode(const FetchPlan& plan, const FieldInfo& field, const std::byte* data, std::size_t length) {
   switch (plan.form) {
     case Form::kText:
-      return ToUtf8(reinterpret_cast<const char16_t*>(data), length / sizeof(char16_t));
+      return TextOf(plan, data, length);
     case Form::kInteger:
       return As<std::int32_t>(data);
     case Form::kDouble:
@@ -299,7 +333,7 @@ Variant Decode(const FetchPlan& plan, const FieldInfo& field, const std::byte* d
     case Form::kBytes:
       return runtime::Bytes(data, data + length);
     default:
-      return FromText(plan, field, ToUtf8(reinterpret_cast<const char16_t*>(data), length / sizeof(char16_t)));
+      return FromText(plan, field, TextOf(plan, data, length));
   }
 }
 

@@ -39,13 +39,13 @@ struct FetchPlan {
   Form form = Form::kText;
   std::int16_t nativeType = 0;  ///< C type for the driver
   std::size_t elementSize = 0;  ///< bytes of one bound value, its terminator included; 0: never bound
-  bool isText = false;          ///< comes as UTF-16
+  std::size_t unit = 0;         ///< of a text: bytes of one unit and of its terminator, 2 for UTF-16, 1 for UTF-8; else 0
 };
 
 /// The plan for a column. SQLite keeps any value in any column: there, wider forms are fetched so that none is cut.
 [[nodiscard]] FetchPlan PlanFor(const FieldInfo& field, const DriverFacts& facts);
 /// The plan for an expression of SQLite, whose type is known once a first row is there; sqlType is the one that the driver gives then.
-[[nodiscard]] FetchPlan PlanForExpression(std::int16_t sqlType);
+[[nodiscard]] FetchPlan PlanForExpression(std::int16_t sqlType, const DriverFacts& facts);
 
 /// A value out of its bytes (length of them) as the driver wrote them. Never a null: those are seen by the length before.
 [[nodiscard]] runtime::Variant Decode(const FetchPlan& plan, const FieldInfo& field, const std::byte* data, std::size_t length);

@@ -54,7 +54,7 @@ class EcritureCible {
       noms.push_back(colonnes_.back().nom);
     }
     description.Close();
-    lots_.emplace(cible.Connexion(), NomBase(), std::move(noms));
+    lots_.emplace(cible.Connexion(), NomBase(), std::move(noms), Proprietaire());
   }
 
   void Ecrit(const LigneSource& ligne) {
@@ -83,6 +83,16 @@ class EcritureCible {
     const bool sur = cible_.Kind16() >= TypJet && cible_.Kind16() < TypOdbc;
     const bool limite = sur && ado::IsTextType(champ.Type()) && !ado::IsLongType(champ.Type()) && champ.DefinedSize() > 0;
     return {champ.Name(), limite ? static_cast<std::size_t>(champ.DefinedSize()) : 0};
+  }
+
+  /// The owner behind which the target's table stands, on Oracle alone; statements name it without quotes.
+  [[nodiscard]] std::string Proprietaire() const {
+    const std::string nom = runtime::UpperCase(runtime::Trim(nom_));
+    for (std::int16_t i = 0; cible_.Kind16() == TypOracle && i < cible_.NbTbl(); ++i) {
+      const DbTbl& tbl = cible_.ListeTbl(std::to_string(i));
+      if (tbl.Nom() == nom) return runtime::UpperCase(runtime::Trim(tbl.Owner()));
+    }
+    return {};
   }
 
   /// The table as the backend spells it.
@@ -139,8 +149,8 @@ void Copie(DataBase& source, DataBase& cible, const std::string& nom, const Copi
   Progression progression(options);
   {
     LignesSource lignes(lues, &source.Connexion() != &cible.Connexion());
-    for (auto bloc = lignes.Suivant(); !bloc.empty() && !bilan.arretee; bloc = lignes.Suivant()) {
-      for (const LigneSource& ligne : bloc) {
+    for (auto bloc = lignes.Suivant(); bloc.nombre > 0; bloc = lignes.Suivant(std::move(bloc))) {
+      for (const LigneSource& ligne : bloc.Lues()) {
         ++bilan.lues;
         ecriture.Ecrit(ligne);
         if (!progression.Continue(bilan.lues)) {

@@ -10,7 +10,8 @@ namespace {
 
 constexpr std::size_t kLignesParBloc = 512;
 constexpr std::size_t kOctetsParBloc = 4 << 20;
-constexpr std::size_t kBlocsEnAvance = 4;
+// More than the largest batch that is sent: while the target works on one, the next is read.
+constexpr std::size_t kOctetsEnAvance = 8 << 20;
 
 bool EstTexteCourt(std::int16_t type) { return type == ado::adChar || type == ado::adWChar || type == ado::adVarWChar; }
 
@@ -46,69 +47,89 @@ LignesSource::~LignesSource() {
 }
 
 void LignesSource::LitLigne(LigneSource& ligne) {
-  ligne.valeurs.reserve(champs_.size());
+  ligne.valeurs.resize(champs_.size());
+  ligne.fichiers.clear();
+  ligne.octets = champs_.size() * sizeof(ado::Variant);
   for (std::size_t i = 0; i < champs_.size(); ++i) {
     const std::int16_t type = champs_[i]->Type();
+    ado::Variant& valeur = ligne.valeurs[i];
     if (EstTexteCourt(type)) {
-      ligne.valeurs.push_back(TexteACopier(champs_[i]->Value()));
+      valeur = TexteACopier(champs_[i]->Value());
     } else if (ado::IsLongType(type)) {
       ValeurLongue longue = ValeurLongue::Lit(*champs_[i]);
-      ligne.valeurs.push_back(longue.Courte());
-      if (longue.EnFichier()) ligne.fichiers.emplace_back(i, std::move(longue));
+      valeur = longue.Courte();
+      if (longue.EnFichier()) {
+        ligne.fichiers.emplace_back(i, std::move(longue));
+        ligne.octets += ValeurLongue::kSeuil;  // each is an open file: few are read ahead
+      }
     } else {
-      ligne.valeurs.push_back(champs_[i]->Value());
+      valeur = champs_[i]->Value();
     }
-    ligne.octets += Octets(ligne.valeurs.back());
+    ligne.octets += Octets(valeur);
   }
 }
 
-LignesSource::Bloc LignesSource::LitBloc() {
-  Bloc bloc;
-  if (fini_) return bloc;
-  bloc.reserve(kLignesParBloc);
-  std::size_t octets = 0;
+void LignesSource::LitBloc(BlocLignes& bloc) {
+  bloc.nombre = 0;
+  bloc.octets = 0;
+  if (fini_) return;
   try {
-    while (bloc.size() < kLignesParBloc && octets < kOctetsParBloc && !recordset_.Eof()) {
-      LigneSource ligne;
+    while (bloc.nombre < kLignesParBloc && bloc.octets < kOctetsParBloc && !recordset_.Eof()) {
+      if (bloc.nombre == bloc.lignes.size()) bloc.lignes.emplace_back();
+      LigneSource& ligne = bloc.lignes[bloc.nombre];
       LitLigne(ligne);
-      octets += ligne.octets;
-      bloc.push_back(std::move(ligne));
+      bloc.octets += ligne.octets;
+      ++bloc.nombre;
       recordset_.MoveNext();
     }
-    fini_ = bloc.size() < kLignesParBloc && recordset_.Eof();
+    fini_ = bloc.nombre < kLignesParBloc && recordset_.Eof();
   } catch (const runtime::Error&) {
     erreur_ = std::current_exception();
     fini_ = true;
   }
-  return bloc;
 }
 
 // An end or a failure leaves an empty block behind the last rows. Anything but runtime::Error is a defect of ours and ends the process.
 void LignesSource::Travaille() {
   for (bool encore = true; encore;) {
-    Bloc bloc = LitBloc();
+    BlocLignes bloc;
+    {
+      const std::lock_guard garde(verrou_);
+      if (!vides_.empty()) {
+        bloc = std::move(vides_.back());
+        vides_.pop_back();
+      }
+    }
+    LitBloc(bloc);
     std::unique_lock garde(verrou_);
-    change_.wait(garde, [this] { return arret_ || prets_.size() < kBlocsEnAvance; });
-    encore = !arret_ && !bloc.empty();
+    change_.wait(garde, [this] { return arret_ || octetsPrets_ < kOctetsEnAvance; });
+    encore = !arret_ && bloc.nombre > 0;
+    octetsPrets_ += bloc.octets;
     prets_.push_back(std::move(bloc));
     garde.unlock();
     change_.notify_all();
   }
 }
 
-LignesSource::Bloc LignesSource::Suivant() {
-  Bloc bloc;
+BlocLignes LignesSource::Suivant(BlocLignes usage) {
+  BlocLignes bloc = std::move(usage);
   if (fil_) {
     std::unique_lock garde(verrou_);
+    if (!bloc.lignes.empty() && bloc.octets <= kOctetsParBloc / 4) vides_.push_back(std::move(bloc));
     change_.wait(garde, [this] { return !prets_.empty(); });
-    bloc = std::move(prets_.front());
-    if (!bloc.empty()) prets_.pop_front();  // the empty one at the end stays
+    if (prets_.front().nombre == 0) {
+      bloc = {};  // the one at the end stays
+    } else {
+      bloc = std::move(prets_.front());
+      prets_.pop_front();
+    }
+    octetsPrets_ -= bloc.octets;
     garde.unlock();
     change_.notify_all();
   } else {
-    bloc = LitBloc();
+    LitBloc(bloc);
   }
-  if (bloc.empty() && erreur_) std::rethrow_exception(erreur_);
+  if (bloc.nombre == 0 && erreur_) std::rethrow_exception(erreur_);
   return bloc;
 }
 

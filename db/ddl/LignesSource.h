@@ -6,6 +6,7 @@
 #include <exception>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <string>
 #include <thread>
 #include <vector>
@@ -20,26 +21,34 @@ namespace tamlo::db::ddl {
 struct LigneSource {
   std::vector<ado::Variant> valeurs;
   std::vector<std::pair<std::size_t, ValeurLongue>> fichiers;
-  std::size_t octets = 0;  ///< of texts and bytes in memory, about
+  std::size_t octets = 0;  ///< in memory, about
+};
+
+/// Rows that are read and written together. Used again, so that its memory is allocated once and stays with the thread that reads.
+struct BlocLignes {
+  std::vector<LigneSource> lignes;  ///< those from nombre on are left from before
+  std::size_t nombre = 0;
+  std::size_t octets = 0;  ///< of the rows together
+
+  [[nodiscard]] std::span<const LigneSource> Lues() const noexcept { return std::span(lignes).first(nombre); }
 };
 
 /// Reads a recordset to its end, in blocks. Texts (129, 130, 202) follow the copy's rule: a blank one is not written, another one loses its
-/// trailing blanks. With a thread of its own the reading runs ahead of the writing by a few blocks; the recordset and its connection
+/// trailing blanks. With a thread of its own the reading runs ahead of the writing, by some megabytes; the recordset and its connection
 /// belong to that thread as long as this object lives.
 class LignesSource {
  public:
-  using Bloc = std::vector<LigneSource>;
-
   LignesSource(ado::Recordset& recordset, bool enParallele);
   ~LignesSource();
   LignesSource(const LignesSource&) = delete;
   LignesSource& operator=(const LignesSource&) = delete;
 
-  /// The next rows; an empty block at the end. A failure to read is raised once the rows before it have been handed out.
-  [[nodiscard]] Bloc Suivant();
+  /// The next rows; a block without rows at the end. The one before is given back. A failure to read is raised once the rows before it have
+  /// been handed out.
+  [[nodiscard]] BlocLignes Suivant(BlocLignes usage = {});
 
  private:
-  [[nodiscard]] Bloc LitBloc();
+  void LitBloc(BlocLignes& bloc);
   void LitLigne(LigneSource& ligne);
   void Travaille();
 
@@ -50,7 +59,9 @@ class LignesSource {
 
   std::mutex verrou_;
   std::condition_variable change_;
-  std::deque<Bloc> prets_;
+  std::deque<BlocLignes> prets_;
+  std::size_t octetsPrets_ = 0;
+  std::vector<BlocLignes> vides_;
   bool arret_ = false;
   std::optional<std::thread> fil_;
 };

@@ -38,8 +38,8 @@ ValeurLongue ValeurLongue::Lit(const ado::Field& champ) {
   ValeurLongue valeur;
   valeur.texte_ = ado::IsTextType(champ.Type());
   std::vector<std::byte> tete;
-  std::vector<std::byte> morceau(kMorceau);
-  while (const std::size_t lus = champ.ReadChunk(morceau.data(), morceau.size())) {
+  const auto morceau = std::make_unique_for_overwrite<std::byte[]>(kMorceau);
+  while (const std::size_t lus = champ.ReadChunk(morceau.get(), kMorceau)) {
     if (valeur.fichier_ == nullptr && tete.size() + lus > kSeuil) {
       valeur.fichier_.reset(std::tmpfile());
       if (valeur.fichier_ == nullptr) FichierRefuse();
@@ -47,9 +47,9 @@ ValeurLongue ValeurLongue::Lit(const ado::Field& champ) {
       tete = {};
     }
     if (valeur.fichier_ != nullptr) {
-      Ecrit(valeur.fichier_.get(), morceau.data(), lus);
+      Ecrit(valeur.fichier_.get(), morceau.get(), lus);
     } else {
-      tete.insert(tete.end(), morceau.begin(), morceau.begin() + static_cast<std::ptrdiff_t>(lus));
+      tete.insert(tete.end(), morceau.get(), morceau.get() + lus);
     }
   }
   if (valeur.fichier_ != nullptr) {

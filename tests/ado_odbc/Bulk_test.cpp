@@ -1,7 +1,9 @@
 #include <array>
+#include <cmath>
 #include <vector>
 
 #include "ado/BulkInsert.h"
+#include "runtime/Dates.h"
 #include "tests/ado_odbc/Engine.h"
 
 namespace tamlo::tests {
@@ -116,9 +118,77 @@ TEST_P(Bulk, LongAndShortValuesMayAlternate) {
   EXPECT_EQ(i, 40);
 }
 
+TEST_P(Bulk, DatesDaysAndTimesOfDayKeepTheirValue) {
+  Execute("CREATE TABLE d (id INTEGER NOT NULL PRIMARY KEY, moment " + engine->Type("datetime") + ", jour DATE, heure TIME)");
+  ado::BulkInsert bulk(connection, "d", {"id", "moment", "jour", "heure"});
+  const runtime::Date moments[] = {runtime::ToSerial({100, 1, 1, 0, 0, 0, 0}), runtime::ToSerial({1789, 7, 14, 6, 5, 4, 0}),
+                                   runtime::ToSerial({2024, 2, 29, 13, 14, 15, 0}), runtime::ToSerial({9999, 12, 31, 23, 59, 59, 0})};
+  for (std::int32_t i = 0; i < 400; ++i) {
+    const runtime::Date moment = moments[i % 4];
+    bulk.Add(std::array<Variant, 4>{i, moment, runtime::Date{std::trunc(moment.serial)},
+                                    i % 5 == 0 ? Variant(Null{}) : Variant(runtime::Date{0.75})});
+  }
+  bulk.Flush();
+  ado::Recordset rs = Open("SELECT * FROM d ORDER BY id", ado::adOpenForwardOnly, ado::adLockReadOnly);
+  std::int32_t i = 0;
+  for (; !rs.Eof(); rs.MoveNext(), ++i) {
+    ASSERT_EQ(rs.Fields("moment").Value(), Variant(moments[i % 4])) << i;
+    ASSERT_EQ(rs.Fields("jour").Value(), Variant(runtime::Date{std::trunc(moments[i % 4].serial)})) << i;
+    ASSERT_EQ(rs.Fields("heure").Value(), i % 5 == 0 ? Variant(Null{}) : Variant(runtime::Date{0.75})) << i;
+  }
+  EXPECT_EQ(i, 400);
+}
+
+TEST_P(Bulk, FractionsOfASecondAreRoundedToWhatTheColumnKeeps) {
+  MakeTable();
+  ado::BulkInsert bulk(connection, "b", {"id", "jour"});
+  const runtime::Date moment = runtime::ToSerial({2003, 2, 1, 10, 30, 59, 600000000});
+  for (std::int32_t i = 0; i < 3; ++i) bulk.Add(std::array<Variant, 2>{i, moment});
+  bulk.Flush();
+  ado::Recordset rs = Open("SELECT jour FROM b", ado::adOpenForwardOnly, ado::adLockReadOnly);
+  const auto expected = engine->Can().declaresScale ? runtime::ToSerial({2003, 2, 1, 10, 31, 0, 0}) : moment;
+  for (; !rs.Eof(); rs.MoveNext()) EXPECT_NEAR(rs.Fields(0).Value().If<runtime::Date>()->serial, expected.serial, 1e-9);
+}
+
+TEST_P(Bulk, BytesThatAreNoCharacterBecomeTheReplacementCharacter) {
+  MakeTable();
+  ado::BulkInsert bulk(connection, "b", {"id", "nom", "note"});
+  for (std::int32_t i = 0; i < 3; ++i) bulk.Add(std::array<Variant, 3>{i, "caf\xE9 noir", "\xED\xA0\x80 été"});
+  bulk.Flush();
+  ado::Recordset rs = Open("SELECT nom, note FROM b", ado::adOpenForwardOnly, ado::adLockReadOnly);
+  for (; !rs.Eof(); rs.MoveNext()) {
+    EXPECT_EQ(rs.Fields("nom").Value(), Variant("caf\uFFFD noir"));
+    EXPECT_EQ(rs.Fields("note").Value(), Variant("\uFFFD\uFFFD\uFFFD été"));
+  }
+}
+
 TEST_P(Bulk, IntoATableThatIsMissingFailsAtOnce) {
   EXPECT_EQ(ErrorOf([&] { ado::BulkInsert bulk(connection, "absente", {"x"}); }), -2147467259);
 }
+
+class OtherCharacterSet : public OdbcTest {};
+
+TEST_P(OtherCharacterSet, OfTheConnectionLeavesTextsAsTheyAre) {
+  Execute("CREATE TABLE t (id INTEGER NOT NULL PRIMARY KEY, nom VARCHAR(40)) CHARACTER SET utf8mb4");
+  ado::Connection latin;
+  latin.Provider("MSDASQL");
+  const std::string name = engine->ConnectionString();
+  latin.Open(name.substr(0, name.find(";CHARSET=")) + ";CHARSET=latin1", engine->User(), engine->Password());
+  {
+    ado::BulkInsert bulk(latin, "t", {"id", "nom"});
+    for (std::int32_t i = 0; i < 10; ++i) bulk.Add(std::array<Variant, 2>{i, "été à l'île"});
+    bulk.Flush();
+    ado::Recordset rows;
+    rows.Open("SELECT * FROM t", &latin, ado::adOpenDynamic, ado::adLockOptimistic, -1);
+    rows.AddNew();
+    rows.Fields("id").Value(std::int32_t{10});
+    rows.Fields("nom").Value("été à l'île");
+    rows.Update();
+  }
+  EXPECT_EQ(Scalar("SELECT COUNT(*) FROM t WHERE nom = 'été à l''île'"), "11");
+}
+
+INSTANTIATE_TEST_SUITE_P(Odbc, OtherCharacterSet, ::testing::Values("MariaDB"), [](const auto& which) { return which.param; });
 
 INSTANTIATE_TEST_SUITE_P(Odbc, Bulk, ::testing::Values("SQLite", "MariaDB", "PostgreSQL"), [](const auto& which) { return which.param; });
 
