@@ -23,7 +23,7 @@ void DbIdx::Init(const ado::Index& index, DbTbl* table, const std::vector<CleMyS
   primary_ = nom_ == "PRIMARY";
   std::vector<Champ> champs;
   for (const CleMySql& cle : cles) {
-    if (cle.index == nom_) champs.push_back({cle.champ, ado::adSortAscending});
+    if (cle.index == nom_) champs.push_back({cle.champ, cle.champ, ado::adSortAscending});
   }
   // The server knows a primary key as PRIMARY alone: one that was made under another name keeps the described fields.
   if (!champs.empty()) champs_ = std::move(champs);
@@ -37,13 +37,15 @@ void DbIdx::Decrit(const ado::Index& index, DbTbl* table) {
   champs_.clear();
   champs_.reserve(static_cast<std::size_t>(runtime::CheckedInt16(static_cast<std::int64_t>(index.columns.size()))));
   for (const ado::Column& colonne : index.columns) {
-    champs_.push_back({runtime::LowerCase(colonne.name), colonne.sortOrder});
+    champs_.push_back({runtime::LowerCase(colonne.name), colonne.name, colonne.sortOrder});
   }
 }
 
 std::int16_t DbIdx::NbFld() const { return runtime::CheckedInt16(static_cast<std::int64_t>(champs_.size())); }
 
 const std::string& DbIdx::NomFld(std::int16_t i) const { return ChampA(i).nom; }
+
+const std::string& DbIdx::NomFldDecrit(std::int16_t i) const { return ChampA(i).decrit; }
 
 std::int16_t DbIdx::SensFld(std::int16_t i) const { return ChampA(i).sens; }
 

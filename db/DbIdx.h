@@ -26,6 +26,8 @@ class DbIdx {
   [[nodiscard]] bool Unique() const noexcept { return unique_; }
   /// Name (lower case) of field i, counted from 0. Error 9 outside.
   [[nodiscard]] const std::string& NomFld(std::int16_t i) const;
+  /// The same name in the case of the description that Init was given; of a key read from a MySQL server, NomFld. Error 9 outside.
+  [[nodiscard]] const std::string& NomFldDecrit(std::int16_t i) const;
   /// The encoded field list: names joined by ";", "-" before a descending one; "" for an index without fields.
   [[nodiscard]] std::string SFld() const;
   /// Direction of field i, counted from 0: 1 ascending, 2 descending. Error 9 outside.
@@ -36,6 +38,7 @@ class DbIdx {
  private:
   struct Champ {
     std::string nom;
+    std::string decrit;
     std::int16_t sens = 1;
   };
   void Decrit(const ado::Index& index, DbTbl* table);

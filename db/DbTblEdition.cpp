@@ -4,6 +4,7 @@
 #include "db/ddl/Generateur.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
+#include "runtime/Text.h"
 
 namespace tamlo::db {
 
@@ -35,7 +36,7 @@ void DbTbl::AddFld(const std::string& nom, std::int32_t typ, std::int32_t lg, bo
   (void)runtime::CheckedInt16(std::int64_t{position} + 1);
   auto champ = std::make_unique<DbFld>();
   champ->Init(nom, runtime::CheckedInt16(typ), lg, estCpt, this, position, false, "", "");
-  if (db_ != nullptr) ddl::AjouteColonne(*db_, *this, nom, typ, lg, estCpt);
+  if (db_ != nullptr) ddl::AjouteColonne(*db_, *this, std::string(runtime::Trim(nom)), typ, lg, estCpt);
   champs_.push_back(std::move(champ));
   if (db_ != nullptr) SauveFld(*champs_.back(), nullptr);
 }

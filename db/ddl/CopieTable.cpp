@@ -50,9 +50,8 @@ CopieBilan DataBase::CopieDonnees(const std::string& nom, DataBase& cible, const
   if (!cible.ExisteTbl(nom)) TblCopie(nom, cible, true, false);
   if (typ_ != TypJet || cible.typ_ != TypJet) return ddl::CopieLignes(*this, cible, nom, options);
 
-  // Between two Access files the engine copies by itself.
-  std::string sql = "INSERT INTO [" + nom + "] IN \"" + cible.ConnectionString() + "\" SELECT * FROM [" + nom + "]";
-  FormateSSQL(sql);
+  // Between two Access files the engine copies by itself. Untranslated: the case of the file's name counts where two differ by it alone.
+  const std::string sql = "INSERT INTO [" + nom + "] IN \"" + cible.ConnectionString() + "\" SELECT * FROM [" + nom + "]";
   Connexion().CommandTimeout(0);
   CopieBilan bilan;
   bilan.ecrites = std::max<std::int64_t>(0, Connexion().Execute(sql, ado::adExecuteNoRecords));

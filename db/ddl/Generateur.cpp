@@ -108,7 +108,8 @@ bool SupprimeIndex(DataBase& db, DbTbl& tbl, const DbIdx& idx) {
   if (nom != idx.Nom() && Cherche(db, tbl, idx.Nom()) == Presence::kPresent) nom = idx.Nom();
   const auto& generateur = GenerateurDe(db.Kind16());
   const auto encore = runtime::IgnoringErrors([&] { db.ExecuteSQL(generateur.TexteSupIndex(tbl, nom, idx.Primary())); });
-  return !encore || Cherche(db, tbl, nom) == Presence::kAbsent;
+  if (!encore) return true;
+  return Cherche(db, tbl, nom) == Presence::kAbsent && generateur.SupprimeHomologue(db, tbl, idx);
 }
 
 void SupprimeTable(DataBase& db, const std::string& nom, const DbTbl* tbl) {

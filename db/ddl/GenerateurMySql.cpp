@@ -1,5 +1,6 @@
 #include "db/ddl/GenerateurMySql.h"
 
+#include "db/DbUtil.h"
 #include "db/ddl/TypesColonnes.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
@@ -10,6 +11,7 @@ namespace tamlo::db::ddl {
 namespace {
 
 constexpr char kMarque = '`';
+constexpr const char* kPrimary = "PRIMARY";
 
 }  // namespace
 
@@ -46,6 +48,19 @@ void GenerateurMySql::CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& inde
 std::string GenerateurMySql::TexteSupIndex(const DbTbl& tbl, const std::string& nom, bool primaire) const {
   if (primaire) return "ALTER TABLE [" + tbl.Nom() + "] DROP PRIMARY KEY";
   return "DROP INDEX [" + nom + "] ON [" + tbl.Nom() + "]";
+}
+
+// A primary key that was made under another name is known to the server as PRIMARY alone.
+bool GenerateurMySql::SupprimeHomologue(DataBase& db, const DbTbl& tbl, const DbIdx& idx) const {
+  if (!idx.Unique() || tbl.ExisteIdx(kPrimary)) return true;
+  std::vector<CleMySql> champs;
+  const auto muet = runtime::IgnoringErrors([&] { champs = LitClesMySql(db, tbl.Nom()); });
+  if (muet) return false;
+  std::erase_if(champs, [](const CleMySql& cle) { return cle.index != kPrimary; });
+  bool memes = !champs.empty() && champs.size() == static_cast<std::size_t>(idx.NbFld());
+  for (std::size_t i = 0; memes && i < champs.size(); ++i) memes = champs[i].champ == idx.NomFld(static_cast<std::int16_t>(i));
+  if (!memes) return true;
+  return !runtime::IgnoringErrors([&] { db.ExecuteSQL(TexteSupIndex(tbl, kPrimary, true)); });
 }
 
 std::string GenerateurMySql::TexteSupTable(const std::string& nom, const DbTbl*) const { return "DROP TABLE " + nom; }

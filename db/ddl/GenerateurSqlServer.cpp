@@ -10,10 +10,12 @@ namespace {
 constexpr char kMarque = '"';
 
 /// An index inside CREATE TABLE: a primary key is a unique constraint, and a plain index has its clause without a kind word.
-/// The fields stand here, and only here, in the case in which they are kept.
+/// The fields stand here, and only here, in the case in which the index was described: a server that looks at the case finds "NOM" by "NOM".
 std::string Contrainte(const DbIdx& idx) {
+  ado::Index index = Description(idx);
+  for (std::int16_t i = 0; i < idx.NbFld(); ++i) index.columns[static_cast<std::size_t>(i)].name = idx.NomFldDecrit(i);
   return ",CONSTRAINT " + EntreMajuscules(kMarque, idx.Nom()) + " " + (idx.Primary() || idx.Unique() ? " UNIQUE" : "") +
-         ListeChamps(Description(idx), kMarque, false);
+         ListeChamps(index, kMarque, false);
 }
 
 }  // namespace

@@ -144,6 +144,32 @@ TEST_F(DataBaseListes, GenericOdbcListsATableWithoutCreatingIt) {
   EXPECT_EQ(Lignes("$TBLKORV$").size(), 1U);
 }
 
+TEST_F(DataBaseListes, ATableOfAListedNameIsListedAgainAndTheLastOneFoundIsFoundAgain) {
+  const auto ajoute = [&](const char* nom) {
+    auto tbl = std::make_unique<db::DbTbl>();
+    tbl->Nom(nom);
+    return &db.AddTbl(std::move(tbl));
+  };
+  AjouteCatalogue();
+  Ouvre(4);
+  const std::int16_t avant = db.NbTbl();
+  const db::DbTbl* premiere = ajoute("CDE");
+  EXPECT_EQ(&db.ListeTbl("CDE"), premiere);
+  const db::DbTbl* seconde = ajoute("CDE");
+  EXPECT_EQ(db.NbTbl(), avant + 2);
+  EXPECT_EQ(&db.ListeTbl("CDE"), premiere);
+  EXPECT_EQ(&db.ListeTbl(std::to_string(avant + 1)), seconde);
+  // What was found last is looked at first, before the entries in front of it.
+  ajoute("ART");
+  EXPECT_EQ(&db.ListeTbl("ART"), &db.ListeTbl(std::to_string(avant + 2)));
+  db.Ferme();
+  Ouvre(4);
+  ajoute("CDE");
+  ajoute("ART");
+  const db::DbTbl* art = ajoute("ART");
+  EXPECT_EQ(&db.ListeTbl("ART"), art);
+}
+
 TEST_F(DataBaseListes, SupTblDropsTheTableItsEntryAndItsCatalogRows) {
   struct Cas {
     std::int16_t kind;
@@ -280,6 +306,20 @@ TEST_F(DataBaseRelations, TheFirstChainInRegistryOrderIsKeptNotTheShortest) {
   EXPECT_EQ(Chaine("A", "D"), "A-B,B-C,C-D");
 }
 
+TEST_F(DataBaseRelations, ARelationIsFollowedFromItsTargetToItsSourceToo) {
+  Relie("B", "A");
+  Relie("C", "B");
+  Relie("C", "D");
+  EXPECT_EQ(Chaine("A", "D"), "B-A,C-B,C-D");
+  EXPECT_EQ(Chaine("D", "A"), "C-D,C-B,B-A");
+}
+
+TEST_F(DataBaseRelations, AliasesAreComparedAsTheyStand) {
+  Relie("A", "B");
+  EXPECT_EQ(Chaine("a", "B"), "");
+  EXPECT_EQ(Chaine("A", "B", "a;b"), "A-B");
+}
+
 TEST_F(DataBaseRelations, CyclesEndAndNoChainIsLengthZero) {
   Relie("A", "B");
   Relie("B", "C");
@@ -317,7 +357,7 @@ TEST_F(DataBaseRelations, AMissingRegistryTableIsCreatedEmpty) {
             "CREATE TABLE \"$RLTKORV$\" (\"ALIASSRC\"  NVARCHAR(50),\"FLDSRC\"  NVARCHAR(30),\"ALIASCBL\"  "
             "NVARCHAR(50),\"FLDCBL\"  "
             "NVARCHAR(30),\"TYP\"  TINYINT,\"TYPINV\"  TINYINT,\"OBLIGATOIRE\"  BIT DEFAULT 0,CONSTRAINT \"SRCCBL\"  "
-            "UNIQUE(\"aliassrc\",\"aliascbl\"))");
+            "UNIQUE(\"ALIASSRC\",\"ALIASCBL\"))");
 }
 
 }  // namespace

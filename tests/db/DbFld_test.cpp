@@ -32,10 +32,10 @@ TEST(DbFld, TypesAreNormalised) {
     std::int16_t typ;
     std::int16_t retenue;
   };
-  for (const Cas& cas :
-       {Cas{129, 10, 202, 10}, Cas{130, 10, 202, 10}, Cas{201, 10, 203, 0}, Cas{200, 1999, 202, 1999}, Cas{200, 2000, 203, 0},
-        Cas{135, 16, 7, 0}, Cas{133, 6, 7, 0}, Cas{139, 15, 5, 0}, Cas{16, 1, 17, 0}, Cas{128, 50, 205, 0}, Cas{5, 8, 5, 8},
-        Cas{202, 30, 202, 30}, Cas{203, 100, 203, 0}, Cas{3, 4, 3, 0}, Cas{131, 19, 131, 0}, Cas{11, 2, 11, 0}, Cas{72, 16, 72, 0}}) {
+  for (const Cas& cas : {Cas{129, 10, 202, 10}, Cas{130, 10, 202, 10}, Cas{201, 10, 203, 0}, Cas{200, 1999, 202, 1999},
+                         Cas{200, 2000, 203, 0}, Cas{135, 16, 7, 0}, Cas{133, 6, 7, 0}, Cas{134, 6, 134, 0}, Cas{204, 50, 204, 0},
+                         Cas{139, 15, 5, 0}, Cas{16, 1, 17, 0}, Cas{128, 50, 205, 0}, Cas{5, 8, 5, 8}, Cas{202, 30, 202, 30},
+                         Cas{203, 100, 203, 0}, Cas{3, 4, 3, 0}, Cas{131, 19, 131, 0}, Cas{11, 2, 11, 0}, Cas{72, 16, 72, 0}}) {
     EXPECT_EQ(Champ(cas.donne, cas.lg).Typ(), cas.typ) << cas.donne;
     EXPECT_EQ(Champ(cas.donne, cas.lg).Lg(), cas.retenue) << cas.donne;
   }

@@ -75,8 +75,34 @@ TEST(GenerateurSqlServer, IndexesAreConstraintsInsideTheCreateTable) {
   base.Base().AddTbl(Utilisateurs());
   EXPECT_THAT(base.Provider().Statements(),
               ElementsAre("CREATE TABLE \"UTL\" (\"IDUTL\"  FLOAT,\"NOM\"  NVARCHAR(30),\"ACTIF\"  BIT DEFAULT 0,\"MEMO\"  NTEXT"
-                          ",CONSTRAINT \"PK_UTL\"  UNIQUE(\"nom\"),CONSTRAINT \"IX1\" (\"nom\",\"actif\" DESC)"
-                          ",CONSTRAINT \"IX2\"  UNIQUE(\"idutl\"))"));
+                          ",CONSTRAINT \"PK_UTL\"  UNIQUE(\"NOM\"),CONSTRAINT \"IX1\" (\"Nom\",\"Actif\" DESC)"
+                          ",CONSTRAINT \"IX2\"  UNIQUE(\"IdUtl\"))"));
+}
+
+TEST(GenerateurSqlServer, TheFieldsOfAConstraintKeepTheCaseInWhichTheIndexWasDescribed) {
+  BaseEnregistree base(TypSqlServer);
+  auto tbl = Definition("utl");
+  tbl->AddFld("NOM", ado::adVarWChar, 30, false);
+  tbl->AddFld("prénom", ado::adVarWChar, 30, false);
+  tbl->AddIdx("pk_utl", "NOM", true, true);
+  tbl->AddIdx("ix", "-prénom;+Nom", false, true);
+  EXPECT_EQ(tbl->ListeIdx("PK_UTL").NomFld(0), "nom") << "in memory names are in lower case";
+  base.Base().AddTbl(std::move(tbl));
+  EXPECT_THAT(base.Provider().Statements(),
+              ElementsAre("CREATE TABLE \"UTL\" (\"NOM\"  NVARCHAR(30),\"PRÉNOM\"  NVARCHAR(30),CONSTRAINT \"PK_UTL\"  UNIQUE(\"NOM\")"
+                          ",CONSTRAINT \"IX\"  UNIQUE(\"prénom\" DESC,\"Nom\"))"));
+  EXPECT_EQ(base.Provider().Statements()[0].find("\"nom\""), std::string::npos);
+}
+
+TEST(GenerateurSqlServer, ACopiedTableNamesItsFieldsAsTheyAreKept) {
+  BaseEnregistree source(TypMySql, "SOURCE");
+  BaseEnregistree cible(TypSqlServer, "CIBLE");
+  auto tbl = Definition("T");
+  tbl->AddFld("NOM", ado::adVarWChar, 30, false);
+  tbl->AddIdx("IX", "NOM", false, true);
+  source.Base().AddTbl(std::move(tbl));
+  (void)source.Base().TblCopie("T", cible.Base(), true, false);
+  EXPECT_THAT(cible.Provider().Statements(), ElementsAre("CREATE TABLE \"T\" (\"NOM\"  NVARCHAR(30),CONSTRAINT \"IX\"  UNIQUE(\"nom\"))"));
 }
 
 TEST(GenerateurSqlServer, ATypeItDoesNotTakeIsWrittenAsANameAlone) {
@@ -97,6 +123,42 @@ TEST(GenerateurSqlServer, AnIndexOnAnExistingTableIsCreatedByItsOwnStatement) {
   EXPECT_THAT(base.Provider().Statements(),
               ElementsAre("CREATE UNIQUE INDEX \"IX1\" ON \"UTL\" (\"NOM\")",
                           "CREATE UNIQUE INDEX \"PK\" ON \"UTL\" (\"NOM\",\"NIV\" DESC)", "CREATE INDEX \"IX3\" ON \"UTL\" (\"NIV\")"));
+}
+
+TEST(GenerateurMySql, AnIndexOnAnExistingTableIsCreatedByItsOwnStatement) {
+  BaseEnregistree base(TypMySql);
+  auto& tbl = base.AjouteTable("UTL", {"NOM", "NIV"});
+  base.Provider().AnswerPrefix("SHOW KEYS FROM `UTL`",
+                               {{MakeField("KEY_NAME", ado::adVarWChar, 64), MakeField("COLUMN_NAME", ado::adVarWChar, 64)}, {}});
+  tbl.AddIdx("pk", "nom;-niv", true, true);
+  tbl.AddIdx("ix1", "nom", false, true);
+  tbl.AddIdx("ix2", "-niv", false, false);
+  EXPECT_THAT(base.Provider().Statements(),
+              ElementsAre("ALTER TABLE `UTL` ADD PRIMARY KEY (`NOM`,`NIV` DESC)", "CREATE UNIQUE INDEX `IX1` ON `UTL` (`NOM`)",
+                          "CREATE INDEX `IX2` ON `UTL` (`NIV` DESC)"));
+}
+
+struct CasPrimaire {
+  std::int16_t kind;
+  const char* texte;
+};
+
+class PrimaryWithoutUnique : public testing::TestWithParam<CasPrimaire> {};
+INSTANTIATE_TEST_SUITE_P(Generateurs, PrimaryWithoutUnique,
+                         testing::Values(CasPrimaire{TypSqlServer, "CREATE UNIQUE INDEX \"PK\" ON \"UTL\" (\"NOM\")"},
+                                         CasPrimaire{TypOracle, "CREATE UNIQUE INDEX \"UTL_PK\" ON \"UTL\" (\"NOM\")"},
+                                         CasPrimaire{TypMySql, "ALTER TABLE `UTL` ADD PRIMARY KEY (`NOM`)"}),
+                         [](const auto& cas) { return "Kind" + std::to_string(cas.param.kind); });
+
+TEST_P(PrimaryWithoutUnique, IsUniqueInTheBackendAndNeitherInMemory) {
+  BaseEnregistree base(GetParam().kind);
+  auto& tbl = base.AjouteTable("UTL", {"NOM"});
+  base.Provider().AnswerPrefix("SHOW KEYS FROM `UTL`",
+                               {{MakeField("KEY_NAME", ado::adVarWChar, 64), MakeField("COLUMN_NAME", ado::adVarWChar, 64)}, {}});
+  tbl.AddIdx("pk", "NOM", true, false);
+  EXPECT_THAT(base.Provider().Statements(), ElementsAre(GetParam().texte));
+  EXPECT_FALSE(tbl.ListeIdx("PK").Primary());
+  EXPECT_FALSE(tbl.ListeIdx("PK").Unique());
 }
 
 TEST(GenerateurOracle, WithoutAParameterFileNothingFollowsTheColumns) {
@@ -156,6 +218,36 @@ TEST_F(ParametresOracle, ANextThatIsNoNumberIsAnErrorBeforeAnythingRuns) {
   EXPECT_THAT(base_.Provider().Statements(), IsEmpty());
 }
 
+TEST_F(ParametresOracle, AnInitialIsNeverConvertedAndBlankValuesLeaveTheirClauseOut) {
+  EXPECT_EQ(Textes("\"  \",30,,,1.25,,2,,50", " ")[0],
+            "CREATE TABLE \"UTL\" (\"NOM\"  CHAR(30),\"NIV\"  NUMBER(5,0)) PCTUSED 30"
+            " STORAGE ( INITIAL 1.25 M MINEXTENTS 2 PCTINCREASE 50)");
+}
+
+TEST_F(ParametresOracle, AFileThatIsCutOffIsAnErrorBeforeAnythingRuns) {
+  std::ofstream(base_.Dossier().File("ORA_BASE1.PRM")) << "2\n10,40,TS1";
+  auto tbl = Definition("UTL");
+  tbl->AddFld("NOM", ado::adVarWChar, 30, false);
+  const auto erreur = Erreur([&] { base_.Base().AddTbl(std::move(tbl)); });
+  EXPECT_EQ(erreur.number, 62);
+  EXPECT_EQ(erreur.description,
+            "Fichier de paramètres Oracle " + base_.Dossier().File("ORA_BASE1.PRM") +
+                " : la fin du fichier vient avant une valeur attendue, tablespace des index pour les valeurs par défaut");
+  EXPECT_THAT(base_.Provider().Log(), IsEmpty());
+  EXPECT_EQ(Erreur([&] { (void)base_.Base().ListeTbl("UTL"); }).number, 9);
+}
+
+TEST_F(ParametresOracle, AWrongFileIsAnErrorOfAnAddedIndexBeforeAnythingRuns) {
+  auto& tbl = base_.AjouteTable("UTL", {"NOM"});
+  std::ofstream(base_.Dossier().File("ORA_BASE1.PRM")) << "deux\n,,,,,,,,\n";
+  const auto erreur = Erreur([&] { tbl.AddIdx("IX", "NOM", false, false); });
+  EXPECT_EQ(erreur.number, 13);
+  EXPECT_EQ(erreur.description, "Fichier de paramètres Oracle " + base_.Dossier().File("ORA_BASE1.PRM") +
+                                    " : la version du format n'est pas un nombre (\"deux\")");
+  EXPECT_THAT(base_.Provider().Log(), IsEmpty());
+  EXPECT_EQ(tbl.NbIdx(), 0);
+}
+
 TEST_F(ParametresOracle, AnIndexOnAnExistingTableTakesOwnerAndTablespaceFromTheFile) {
   auto& tbl = base_.AjouteTable("UTL", {"NOM", "NIV"});
   tbl.Owner("AUTRE");
@@ -191,6 +283,29 @@ TEST_P(KindsWithStatements, ARefusedCreationLeavesTheTableOutOfTheList) {
   EXPECT_EQ(erreur.number, -2147467259);
   EXPECT_EQ(erreur.description, "no room");
   EXPECT_EQ(Erreur([&] { (void)base.Base().ListeTbl("UTL"); }).number, 9);
+}
+
+struct CasIndexRefuse {
+  std::int16_t kind;
+  const char* refuse;
+};
+
+class KindsWithIndexesApart : public testing::TestWithParam<CasIndexRefuse> {};
+INSTANTIATE_TEST_SUITE_P(Generateurs, KindsWithIndexesApart,
+                         testing::Values(CasIndexRefuse{TypMySql, "CREATE INDEX `IX1`"},
+                                         CasIndexRefuse{TypOracle, "CREATE INDEX \"UTL_IX1\""}),
+                         [](const auto& cas) { return "Kind" + std::to_string(cas.param.kind); });
+
+TEST_P(KindsWithIndexesApart, ARefusedIndexOfANewTableLeavesTheTableInTheBackendAndOutOfTheList) {
+  BaseEnregistree base(GetParam().kind);
+  base.Provider().FailPrefix(GetParam().refuse, -2147467259, "no room");
+  const auto erreur = Erreur([&] { base.Base().AddTbl(Utilisateurs()); });
+  EXPECT_EQ(erreur.number, -2147467259);
+  EXPECT_EQ(erreur.description, "no room");
+  EXPECT_EQ(base.Provider().Statements().size(), 3U) << "the table, its key, the refused index, and no more";
+  EXPECT_TRUE(base.Base().ExisteTbl("UTL"));
+  EXPECT_EQ(Erreur([&] { (void)base.Base().ListeTbl("UTL"); }).number, 9);
+  EXPECT_EQ(base.Provider().Count(RecordedCall::Kind::kInsert), 0U) << "no catalog row";
 }
 
 TEST_P(KindsWithStatements, TheCatalogIsReadAnewAfterTheCreation) {
@@ -254,6 +369,64 @@ TEST_P(KindsWithCatalogColumns, AnAddedColumnIsAppendedToTheCatalogsTable) {
   EXPECT_EQ(colonnes[1].name, "Neuf");
   EXPECT_TRUE(colonnes[1].properties.Has("Jet OLEDB:Allow Zero Length"));
   EXPECT_TRUE(colonnes[2].properties.Has("AutoIncrement"));
+}
+
+TEST_P(KindsWithCatalogColumns, AnAddedColumnIsABooleanWithNothingMoreOrElseTakesNulls) {
+  BaseEnregistree base(GetParam());
+  auto& tbl = base.AjouteTable("T", {"A"});
+  tbl.AddFld("B", ado::adBoolean, 1, true);
+  tbl.AddFld("X", ado::adVarWChar, 20, true);
+  tbl.AddFld("N", ado::adDouble, 8, false);
+  const auto& colonnes = base.Provider().FindTable("T")->columns;
+  ASSERT_EQ(colonnes.size(), 4U);
+  EXPECT_TRUE(colonnes[1].properties.All().empty());
+  EXPECT_EQ(colonnes[1].attributes, 0);
+  EXPECT_TRUE(colonnes[2].properties.Item("Jet OLEDB:Allow Zero Length") == runtime::Variant(true));
+  EXPECT_FALSE(colonnes[2].properties.Has("AutoIncrement")) << "a text is no counter";
+  EXPECT_EQ(colonnes[2].attributes, 0);
+  EXPECT_EQ(colonnes[2].definedSize, 20);
+  EXPECT_TRUE(colonnes[3].properties.All().empty());
+  EXPECT_EQ(colonnes[3].attributes, 2);
+}
+
+TEST(GenerateurAdox, AnIndexOnAnExistingTableIsAppendedToTheCatalogsTable) {
+  BaseEnregistree base(TypJet);
+  auto& tbl = base.AjouteTable("T", {"A", "B"});
+  tbl.AddIdx("ix1", "A;-B", false, true);
+  EXPECT_EQ(base.Provider().Count(RecordedCall::Kind::kAppendIndex), 1U);
+  EXPECT_THAT(base.Provider().Statements(), IsEmpty());
+  const auto& index = base.Provider().FindTable("T")->indexes;
+  ASSERT_EQ(index.size(), 1U);
+  EXPECT_EQ(index[0].name, "ix1");
+  EXPECT_FALSE(index[0].primaryKey);
+  EXPECT_TRUE(index[0].unique);
+  EXPECT_EQ(index[0].indexNulls, 2);
+  ASSERT_EQ(index[0].columns.size(), 2U);
+  EXPECT_EQ(index[0].columns[0].sortOrder, 1);
+  EXPECT_EQ(index[0].columns[1].name, "B");
+  EXPECT_EQ(index[0].columns[1].sortOrder, 2);
+}
+
+TEST(GenerateurAdox, ATableWithoutFieldsIsAppendedAllTheSame) {
+  BaseEnregistree base(TypJet);
+  base.Base().AddTbl(Definition("VIDE"));
+  EXPECT_EQ(base.Provider().Count(RecordedCall::Kind::kAppendTable), 1U);
+}
+
+class KindsWithoutGenerator : public testing::TestWithParam<std::int16_t> {};
+INSTANTIATE_TEST_SUITE_P(Generateurs, KindsWithoutGenerator,
+                         testing::ValuesIn(std::vector<std::int16_t>{TypOdbc, std::int16_t{7}, std::int16_t{-1}}));
+
+TEST_P(KindsWithoutGenerator, AnIndexIsCreatedInMemoryAlone) {
+  BaseEnregistree base(GetParam());
+  auto tbl = Definition("T");
+  tbl->AddFld("A", ado::adInteger, 4, false);
+  auto& listee = base.Base().AddTbl(std::move(tbl));
+  listee.AddIdx("ix", "-A", true, true);
+  EXPECT_THAT(base.Provider().Statements(), IsEmpty());
+  EXPECT_EQ(base.Provider().Count(RecordedCall::Kind::kAppendTable) + base.Provider().Count(RecordedCall::Kind::kAppendIndex), 0U);
+  EXPECT_EQ(listee.ListeIdx("IX").SFld(), "-a");
+  EXPECT_TRUE(listee.ListeIdx("IX").Primary());
 }
 
 TEST(GenerateurOdbc, ATableIsOnlyListed) {

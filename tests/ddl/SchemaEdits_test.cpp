@@ -93,6 +93,141 @@ TEST(SchemaEdits, ARefusedIndexLeavesDefinitionAndCatalogUntouched) {
   EXPECT_EQ(base.Provider().Count(RecordedCall::Kind::kInsert), 0U);
 }
 
+/// What each kind is sent for one edit of table UTL with the fields A and B; nothing where the connection's catalog does it.
+struct CasEdition {
+  std::int16_t kind;
+  std::vector<std::string> ajouteChamp;
+  std::vector<std::string> retireChamp;
+  std::vector<std::string> ajouteIndex;
+  std::string refusIndex;  // how a refused index begins; for an append, the table
+};
+
+class EachKind : public testing::TestWithParam<CasEdition> {
+ protected:
+  EachKind() : base_(GetParam().kind), tbl_(base_.AjouteTable("UTL", {"A", "B"})) {
+    base_.Provider().AnswerPrefix(
+        "SHOW KEYS FROM `UTL`",
+        {{MakeField("KEY_NAME", ado::adVarWChar, 64), MakeField("COLUMN_NAME", ado::adVarWChar, 64)}, {{"IX", "A"}, {"IX", "B"}}});
+  }
+
+  [[nodiscard]] bool AvecCatalogue() const { return GetParam().kind != TypOdbc; }
+  /// The rows of a catalog table; none where the kind has no catalog.
+  [[nodiscard]] std::vector<std::vector<runtime::Variant>> Lignes(const char* catalogue) {
+    const ScriptedTable* table = base_.Provider().FindTable(catalogue);
+    return table == nullptr ? std::vector<std::vector<runtime::Variant>>() : table->rows;
+  }
+  [[nodiscard]] std::size_t Inserees() { return base_.Provider().Count(RecordedCall::Kind::kInsert); }
+
+  BaseEnregistree base_;
+  db::DbTbl& tbl_;
+};
+
+using Textes = std::vector<std::string>;
+INSTANTIATE_TEST_SUITE_P(
+    SchemaEdits, EachKind,
+    testing::Values(CasEdition{TypJet,
+                               {},
+                               {"ALTER TABLE [UTL] DROP COLUMN [A]", "DELETE * FROM [$FLDKORV$] WHERE [TABLE]='UTL' AND [NOM]='a'",
+                                "UPDATE [$FLDKORV$] SET [NO]=[NO]-1 WHERE [TABLE]='UTL' AND [NO]>0"},
+                               {},
+                               "UTL"},
+                    CasEdition{TypSqlServer,
+                               {},
+                               {"ALTER TABLE [UTL] DROP COLUMN [A]", "DELETE  FROM [$FLDKORV$] WHERE [TABLE]='UTL' AND [NOM]='a'",
+                                "UPDATE [$FLDKORV$] SET [NO]=[NO]-1 WHERE [TABLE]='UTL' AND [NO]>0"},
+                               {"CREATE UNIQUE INDEX \"IX\" ON \"UTL\" (\"A\",\"B\" DESC)"},
+                               "CREATE UNIQUE INDEX"},
+                    CasEdition{TypOracle,
+                               {"ALTER TABLE \"UTL\" ADD (\"C\"  NUMBER(5,0))"},
+                               {"ALTER TABLE \"UTL\" DROP COLUMN \"A\"", "DELETE  FROM \"$FLDKORV$\" WHERE \"TABLE\"='UTL' AND \"NOM\"='a'",
+                                "UPDATE \"$FLDKORV$\" SET \"NO\"=\"NO\"-1 WHERE \"TABLE\"='UTL' AND \"NO\">0"},
+                               {"CREATE UNIQUE INDEX \"UTL_IX\" ON \"UTL\" (\"A\",\"B\" DESC)"},
+                               "CREATE UNIQUE INDEX"},
+                    CasEdition{TypMySql,
+                               {"ALTER TABLE `UTL` ADD (`C`  SMALLINT)"},
+                               {"ALTER TABLE `UTL` DROP COLUMN `A`", "DELETE  FROM `$FLDKORV$` WHERE `TABLE`=\"UTL\" AND `NOM`=\"a\"",
+                                "UPDATE `$FLDKORV$` SET `NO`=`NO`-1 WHERE `TABLE`=\"UTL\" AND `NO`>0"},
+                               {"CREATE UNIQUE INDEX `IX` ON `UTL` (`A`,`B` DESC)"},
+                               "CREATE UNIQUE INDEX"},
+                    CasEdition{TypOdbc, {}, {"ALTER TABLE `UTL` DROP COLUMN `A`"}, {}, ""}),
+    [](const auto& cas) { return "Kind" + std::to_string(cas.param.kind); });
+
+TEST_P(EachKind, AnAddedFieldGoesToBackendMemoryAndCatalog) {
+  tbl_.AddFld(" C ", ado::adSmallInt, 2, false);
+  EXPECT_EQ(base_.Provider().Statements(), GetParam().ajouteChamp);
+  EXPECT_EQ(base_.Provider().Count(RecordedCall::Kind::kAppendColumn), GetParam().ajouteChamp.empty() ? 1U : 0U);
+  ASSERT_EQ(tbl_.NbFld(), 3);
+  EXPECT_EQ(tbl_.ListeFld("2").Nom(), "c");
+  EXPECT_EQ(tbl_.ListeFld("2").No(), 2);
+  EXPECT_EQ(Inserees(), AvecCatalogue() ? 1U : 0U);
+  if (AvecCatalogue()) {
+    const runtime::Null nul;
+    const std::vector<runtime::Variant> ligne = {"UTL", std::int16_t{2}, "c", nul, nul, nul};
+    EXPECT_TRUE(Lignes("$FLDKORV$").back() == ligne) << "INI, FMT and OBLIGATOIRE are the backend's";
+  }
+}
+
+TEST_P(EachKind, ARefusedFieldLeavesBackendMemoryAndCatalog) {
+  base_.Provider().FailPrefix(GetParam().ajouteChamp.empty() ? "UTL" : "ALTER TABLE", kRefus, "refused");
+  const auto erreur = Erreur([&] { tbl_.AddFld("C", ado::adSmallInt, 2, false); });
+  EXPECT_EQ(erreur.number, kRefus);
+  EXPECT_EQ(erreur.description, "refused");
+  EXPECT_EQ(tbl_.NbFld(), 2);
+  EXPECT_EQ(base_.Provider().FindTable("UTL")->columns.size(), 2U);
+  EXPECT_EQ(Inserees(), 0U);
+}
+
+TEST_P(EachKind, ADroppedFieldGoesFromBackendMemoryAndCatalog) {
+  tbl_.SupFld(" A ");
+  EXPECT_EQ(base_.Provider().Statements(), GetParam().retireChamp);
+  ASSERT_EQ(tbl_.NbFld(), 1);
+  EXPECT_EQ(tbl_.ListeFld("0").Nom(), "b");
+}
+
+TEST_P(EachKind, ARefusedDropOfAFieldSendsNothingMore) {
+  base_.Provider().FailPrefix("ALTER TABLE", kRefus, "refused");
+  tbl_.SupFld("A");
+  EXPECT_EQ(base_.Provider().Statements(), Textes{GetParam().retireChamp[0]});
+  EXPECT_EQ(tbl_.NbFld(), 2);
+  EXPECT_TRUE(tbl_.ExisteFld("a"));
+}
+
+TEST_P(EachKind, AnAddedIndexGoesToBackendMemoryAndCatalog) {
+  tbl_.AddIdx("ix", "A;-B", false, true);
+  EXPECT_EQ(base_.Provider().Statements(), GetParam().ajouteIndex);
+  EXPECT_EQ(base_.Provider().Count(RecordedCall::Kind::kAppendIndex), GetParam().kind == TypJet ? 1U : 0U);
+  ASSERT_EQ(tbl_.NbIdx(), 1);
+  const std::string champs = GetParam().kind == TypMySql ? "a;b" : "a;-b";
+  EXPECT_EQ(tbl_.ListeIdx("IX").SFld(), champs);
+  EXPECT_EQ(Inserees(), AvecCatalogue() ? 1U : 0U);
+  if (AvecCatalogue()) {
+    const std::vector<runtime::Variant> ligne = {"UTL", "IX", champs, false, true, runtime::Null{}};
+    EXPECT_TRUE(Lignes("$IDXKORV$").back() == ligne);
+  }
+  base_.Provider().ClearCalls();
+  tbl_.AddIdx(" Ix ", "B", false, false);
+  EXPECT_THAT(base_.Provider().Log(), IsEmpty()) << "what exists is not added";
+}
+
+TEST_P(EachKind, ARefusedIndexLeavesBackendMemoryAndCatalog) {
+  if (GetParam().refusIndex.empty()) GTEST_SKIP() << "a generic source is asked for no index";
+  base_.Provider().FailPrefix(GetParam().refusIndex, kRefus, "refused");
+  const auto erreur = Erreur([&] { tbl_.AddIdx("ix", "A;-B", false, true); });
+  EXPECT_EQ(erreur.number, kRefus);
+  EXPECT_EQ(erreur.description, "refused");
+  EXPECT_EQ(tbl_.NbIdx(), 0);
+  EXPECT_THAT(base_.Provider().FindTable("UTL")->indexes, IsEmpty());
+  EXPECT_EQ(Inserees(), 0U);
+}
+
+TEST_P(EachKind, WhatDoesNotExistIsDroppedWithoutAStatement) {
+  tbl_.SupFld("absent");
+  tbl_.SupIdx("absent");
+  base_.Base().SupTbl("ABSENTE");
+  EXPECT_THAT(base_.Provider().Statements(), IsEmpty());
+  EXPECT_THAT(base_.Provider().Sources(), IsEmpty());
+}
+
 struct CasSupIdx {
   std::int16_t kind;
   const char* contrainte;
@@ -113,6 +248,13 @@ class DropIndex : public testing::TestWithParam<CasSupIdx> {
     base.Provider().ClearCalls();
     return tbl;
   }
+  /// The statements of the kind: the first so many of its drop, then that of the catalog where there is one.
+  static Textes Attendus(std::size_t tentatives, bool nettoie) {
+    Textes textes = {GetParam().contrainte, GetParam().simple};
+    textes.resize(tentatives);
+    if (nettoie && GetParam().catalogue != nullptr) textes.emplace_back(GetParam().catalogue);
+    return textes;
+  }
 };
 INSTANTIATE_TEST_SUITE_P(SchemaEdits, DropIndex,
                          testing::Values(CasSupIdx{TypJet, "ALTER TABLE [UTL] DROP CONSTRAINT [IX1]", "DROP INDEX [IX1] ON [UTL]",
@@ -122,14 +264,15 @@ INSTANTIATE_TEST_SUITE_P(SchemaEdits, DropIndex,
                                          CasSupIdx{TypOracle, "ALTER TABLE \"UTL\" DROP CONSTRAINT \"UTL_IX1\"", "DROP INDEX \"UTL_IX1\"",
                                                    "DELETE  FROM \"$IDXKORV$\" WHERE \"TABLE\"='UTL' AND \"NOM\"='IX1'"},
                                          CasSupIdx{TypMySql, "ALTER TABLE `UTL` DROP CONSTRAINT `IX1`", "DROP INDEX `IX1` ON `UTL`",
-                                                   "DELETE  FROM `$IDXKORV$` WHERE `TABLE`=\"UTL\" AND `NOM`=\"IX1\""}),
+                                                   "DELETE  FROM `$IDXKORV$` WHERE `TABLE`=\"UTL\" AND `NOM`=\"IX1\""},
+                                         CasSupIdx{TypOdbc, "ALTER TABLE `UTL` DROP CONSTRAINT `IX1`", "DROP INDEX `IX1`", nullptr}),
                          [](const auto& cas) { return "Kind" + std::to_string(cas.param.kind); });
 
 TEST_P(DropIndex, ADroppedConstraintCleansMemoryAndCatalog) {
   BaseEnregistree base(GetParam().kind);
   auto& tbl = AvecIndex(base);
   tbl.SupIdx("IX1");
-  EXPECT_THAT(base.Provider().Statements(), ElementsAre(GetParam().contrainte, GetParam().catalogue));
+  EXPECT_THAT(base.Provider().Statements(), testing::ElementsAreArray(Attendus(1, true)));
   EXPECT_EQ(tbl.NbIdx(), 0);
 }
 
@@ -138,7 +281,7 @@ TEST_P(DropIndex, WhereItIsNoConstraintTheBackendsPlainFormDropsIt) {
   auto& tbl = AvecIndex(base);
   base.Provider().FailPrefix("ALTER TABLE", kRefus, "no constraint of that name");
   tbl.SupIdx("IX1");
-  EXPECT_THAT(base.Provider().Statements(), ElementsAre(GetParam().contrainte, GetParam().simple, GetParam().catalogue));
+  EXPECT_THAT(base.Provider().Statements(), testing::ElementsAreArray(Attendus(2, true)));
   EXPECT_EQ(tbl.NbIdx(), 0);
 }
 
@@ -149,7 +292,7 @@ TEST_P(DropIndex, WhenBothAreRefusedAndItIsStillThereEverythingStays) {
   base.Provider().FailPrefix("ALTER TABLE", kRefus, "refused");
   base.Provider().FailPrefix("DROP INDEX", kRefus, "refused");
   tbl.SupIdx("IX1");
-  EXPECT_THAT(base.Provider().Statements(), ElementsAre(GetParam().contrainte, GetParam().simple));
+  EXPECT_THAT(base.Provider().Statements(), testing::ElementsAreArray(Attendus(2, false)));
   EXPECT_EQ(tbl.NbIdx(), 1);
 }
 
@@ -160,7 +303,7 @@ TEST_P(DropIndex, WhenBothAreRefusedBecauseItIsGoneMemoryAndCatalogAreCleaned) {
   base.Provider().FailPrefix("ALTER TABLE", kRefus, "refused");
   base.Provider().FailPrefix("DROP INDEX", kRefus, "refused");
   tbl.SupIdx("IX1");
-  EXPECT_THAT(base.Provider().Statements(), ElementsAre(GetParam().contrainte, GetParam().simple, GetParam().catalogue));
+  EXPECT_THAT(base.Provider().Statements(), testing::ElementsAreArray(Attendus(2, true)));
   EXPECT_EQ(tbl.NbIdx(), 0);
 }
 
@@ -176,6 +319,68 @@ TEST(SchemaEdits, AMySqlPrimaryKeyIsDroppedByItsOwnForm) {
   tbl.SupIdx("PRIMARY");
   EXPECT_THAT(base.Provider().Statements(), ElementsAre("ALTER TABLE `UTL` DROP CONSTRAINT `PRIMARY`", "ALTER TABLE `UTL` DROP PRIMARY KEY",
                                                         "DELETE  FROM `$IDXKORV$` WHERE `TABLE`=\"UTL\" AND `NOM`=\"PRIMARY\""));
+}
+
+TEST(SchemaEdits, AMySqlPrimaryKeyUnderAnotherNameIsDroppedByItsOwnFormToo) {
+  BaseEnregistree base(TypMySql);
+  auto& tbl = base.AjouteTable("UTL", {"NOM", "NIV"});
+  base.Provider().AnswerPrefix("SHOW KEYS FROM `UTL`",
+                               {{MakeField("KEY_NAME", ado::adVarWChar, 64), MakeField("COLUMN_NAME", ado::adVarWChar, 64)},
+                                {{"PRIMARY", "NOM"}, {"PRIMARY", "NIV"}, {"AUTRE", "NIV"}}});
+  tbl.AddIdx("pk_utl", "NOM;NIV", true, true);
+  base.Provider().FindTable("UTL")->indexes = {MakeIndex("PRIMARY", {"NOM", "NIV"}, true, true)};
+  base.Provider().ClearCalls();
+  base.Provider().FailPrefix("ALTER TABLE `UTL` DROP CONSTRAINT", kRefus, "no such constraint");
+  base.Provider().FailPrefix("DROP INDEX", kRefus, "no such index");
+  tbl.SupIdx("pk_utl");
+  EXPECT_THAT(base.Provider().Statements(),
+              ElementsAre("ALTER TABLE `UTL` DROP CONSTRAINT `PK_UTL`", "DROP INDEX `PK_UTL` ON `UTL`",
+                          "ALTER TABLE `UTL` DROP PRIMARY KEY", "DELETE  FROM `$IDXKORV$` WHERE `TABLE`=\"UTL\" AND `NOM`=\"PK_UTL\""));
+  EXPECT_EQ(tbl.NbIdx(), 0);
+}
+
+TEST(SchemaEdits, AMySqlPrimaryKeyStaysWhenAnotherIndexHasGone) {
+  BaseEnregistree base(TypMySql);
+  auto& tbl = base.AjouteTable("UTL", {"NOM", "NIV"});
+  base.Provider().AnswerPrefix(
+      "SHOW KEYS FROM `UTL`",
+      {{MakeField("KEY_NAME", ado::adVarWChar, 64), MakeField("COLUMN_NAME", ado::adVarWChar, 64)}, {{"PRIMARY", "NOM"}}});
+  tbl.AddIdx("ix", "NIV", false, true);
+  tbl.AddIdx("simple", "NOM", false, false);
+  base.Provider().ClearCalls();
+  base.Provider().FailPrefix("ALTER TABLE", kRefus, "no such constraint");
+  base.Provider().FailPrefix("DROP INDEX", kRefus, "no such index");
+  tbl.SupIdx("ix");
+  tbl.SupIdx("simple");
+  EXPECT_EQ(tbl.NbIdx(), 0);
+  EXPECT_THAT(base.Provider().Statements(), testing::Not(testing::Contains("ALTER TABLE `UTL` DROP PRIMARY KEY")));
+}
+
+TEST(SchemaEdits, AMySqlPrimaryKeyUnderAnotherNameThatIsRefusedStays) {
+  BaseEnregistree base(TypMySql);
+  auto& tbl = base.AjouteTable("UTL", {"NOM"});
+  base.Provider().AnswerPrefix(
+      "SHOW KEYS FROM `UTL`",
+      {{MakeField("KEY_NAME", ado::adVarWChar, 64), MakeField("COLUMN_NAME", ado::adVarWChar, 64)}, {{"PRIMARY", "NOM"}}});
+  tbl.AddIdx("pk_utl", "NOM", true, true);
+  base.Provider().ClearCalls();
+  base.Provider().FailPrefix("ALTER TABLE", kRefus, "referenced");
+  base.Provider().FailPrefix("DROP INDEX", kRefus, "no such index");
+  tbl.SupIdx("pk_utl");
+  EXPECT_EQ(tbl.NbIdx(), 1);
+  EXPECT_EQ(base.Provider().Statements().back(), "ALTER TABLE `UTL` DROP PRIMARY KEY");
+}
+
+TEST(SchemaEdits, AnOracleIndexThatWasLoadedUnderTheServersNameIsDroppedByIt) {
+  BaseEnregistree base(TypOracle);
+  auto& tbl = base.AjouteTable("UTL", {"NOM"});
+  tbl.AddIdx("utl_ix1", "NOM", false, false);
+  base.Provider().FindTable("UTL")->indexes = {MakeIndex("UTL_IX1", {"NOM"})};
+  base.Provider().ClearCalls();
+  base.Provider().FailPrefix("ALTER TABLE", kRefus, "no such constraint");
+  tbl.SupIdx("utl_ix1");
+  EXPECT_THAT(base.Provider().Statements(), ElementsAre("ALTER TABLE \"UTL\" DROP CONSTRAINT \"UTL_UTL_IX1\"", "DROP INDEX \"UTL_IX1\"",
+                                                        "DELETE  FROM \"$IDXKORV$\" WHERE \"TABLE\"='UTL' AND \"NOM\"='UTL_IX1'"));
 }
 
 TEST(SchemaEdits, AnEditSendsNoMoreThanItsStatements) {
@@ -219,6 +424,47 @@ TEST(SchemaEdits, DroppingATableCleansTheThreeCatalogsInTheirOrder) {
   EXPECT_THAT(base.Provider().Statements(),
               ElementsAre("DROP TABLE [UTL]", "DELETE  FROM [$TBLKORV$] WHERE [NOM]='UTL'", "DELETE  FROM [$FLDKORV$] WHERE [TABLE]='UTL'",
                           "DELETE  FROM [$IDXKORV$] WHERE [TABLE]='UTL'"));
+}
+
+struct CasNettoyage {
+  std::int16_t kind;
+  Textes textes;
+};
+
+class DropTableCatalog : public testing::TestWithParam<CasNettoyage> {};
+INSTANTIATE_TEST_SUITE_P(
+    SchemaEdits, DropTableCatalog,
+    testing::Values(CasNettoyage{TypJet,
+                                 {"DROP TABLE [UTL]", "DELETE * FROM [$TBLKORV$] WHERE [NOM]='UTL'",
+                                  "DELETE * FROM [$FLDKORV$] WHERE [TABLE]='UTL'", "DELETE * FROM [$IDXKORV$] WHERE [TABLE]='UTL'"}},
+                    CasNettoyage{TypOracle,
+                                 {"DROP TABLE \"UTL\"", "DELETE  FROM \"$TBLKORV$\" WHERE \"NOM\"='UTL'",
+                                  "DELETE  FROM \"$FLDKORV$\" WHERE \"TABLE\"='UTL'", "DELETE  FROM \"$IDXKORV$\" WHERE \"TABLE\"='UTL'"}},
+                    CasNettoyage{TypMySql,
+                                 {"DROP TABLE UTL", "DELETE  FROM `$TBLKORV$` WHERE `NOM`=\"UTL\"",
+                                  "DELETE  FROM `$FLDKORV$` WHERE `TABLE`=\"UTL\"", "DELETE  FROM `$IDXKORV$` WHERE `TABLE`=\"UTL\""}},
+                    CasNettoyage{TypOdbc, {"DROP TABLE [UTL]"}}),
+    [](const auto& cas) { return "Kind" + std::to_string(cas.param.kind); });
+
+TEST_P(DropTableCatalog, IsCleanedInItsOrderWhereThereIsOneAndTheBackendIsReadAnewFirst) {
+  BaseEnregistree base(GetParam().kind);
+  base.AjouteTable("UTL", {"A"});
+  base.AjouteTable("VLM", {"A"});
+  base.Base().SupTbl("UTL");
+  EXPECT_THAT(base.Provider().Statements(), testing::ElementsAreArray(GetParam().textes));
+  EXPECT_EQ(base.Provider().Log()[1], "REFRESH") << "behind the drop, before the list and the catalog are looked at";
+  EXPECT_EQ(base.Base().ListeTbl("VLM").Nom(), "VLM");
+}
+
+TEST(SchemaEdits, AnOracleTableThatIsNotListedIsDroppedWithoutAnOwner) {
+  BaseEnregistree base(TypOracle);
+  ScriptedTable table;
+  table.name = "AILLEURS";
+  base.Provider().AddTable(std::move(table));
+  base.Base().Catalogue().Refresh();
+  base.Provider().ClearCalls();
+  base.Base().SupTbl("AILLEURS");
+  EXPECT_EQ(base.Provider().Statements()[0], "DROP TABLE \"AILLEURS\"");
 }
 
 TEST(SchemaEdits, DroppingATableThatDoesNotExistDoesNothing) {

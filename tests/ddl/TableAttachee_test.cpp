@@ -62,7 +62,15 @@ TEST_F(TableAttachee, ANameWithoutKeysIsTheDataSourceAndTheLoginIsTheUser) {
 TEST_F(TableAttachee, TheCatalogTablesAreNeverAttached) {
   BaseEnregistree source(db::TypJet, "C:\\LA.MDB");
   auto& utl = source.AjouteTable("UTL", {"A"});
-  for (const char* nom : {"$IDXKORV$", "$FLDKORV$", "$TBLKORV$", "$RLTKORV$"}) access_.Base().AddTblAttachee(utl, nom);
+  // A database that has none of them: that such a name is taken must not be what keeps them out.
+  BaseEnregistree virtuelle(db::TypJet, "C:\\BVIRTUEL.MDB");
+  virtuelle.Base().SupTbl("$RLTKORV$");
+  for (const char* nom : {"$IDXKORV$", "$FLDKORV$", "$TBLKORV$", "$RLTKORV$"}) {
+    ASSERT_FALSE(virtuelle.Base().ExisteTbl(nom)) << nom;
+    virtuelle.Base().AddTblAttachee(utl, nom);
+    access_.Base().AddTblAttachee(utl, nom);
+  }
+  EXPECT_EQ(virtuelle.Provider().Count(RecordedCall::Kind::kAppendTable), 0U);
   EXPECT_EQ(access_.Provider().Count(RecordedCall::Kind::kAppendTable), 0U);
 }
 
