@@ -3,6 +3,8 @@
 # Windows 10, wide characters throughout; no library of the compiler is left outside of the program.
 add_compile_definitions(_WIN32_WINNT=0x0A00 UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN)
 add_link_options(-static)
+# As deep a nesting of parentheses in a statement as elsewhere.
+add_link_options(-Wl,--stack,8388608)
 # What no one calls is left out of the programs.
 add_compile_options(-ffunction-sections -fdata-sections)
 add_link_options(-Wl,--gc-sections)
@@ -22,15 +24,37 @@ add_library(SQLite::SQLite3 ALIAS tamlo_sqlite)
 set(SQLite3_INCLUDE_DIR ${TAMLO_SQLITE_SOURCE} CACHE PATH "" FORCE)
 set(SQLite3_LIBRARY tamlo_sqlite CACHE STRING "" FORCE)
 
+# tamlo_delayed_library(target dll): the functions of a DLL of the system, which is loaded when one of them is first called and not with
+# the program. Made of the names in the compiler's own import library.
+function(tamlo_delayed_library target dll)
+  execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=lib${dll}.a OUTPUT_VARIABLE import_library
+    OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+  execute_process(COMMAND ${CMAKE_NM} ${import_library} OUTPUT_VARIABLE symbols ERROR_QUIET COMMAND_ERROR_IS_FATAL ANY)
+  # 32 bits: "_SQLFetch@4", whose number of bytes belongs to the name that callers use but not to the DLL's.
+  string(REGEX MATCHALL " T _?[A-Za-z][^\n]*" names "${symbols}")
+  list(TRANSFORM names REPLACE "^ T _?" "")
+  list(SORT names)
+  list(REMOVE_DUPLICATES names)
+  list(JOIN names "\n" names)
+  set(definition ${CMAKE_CURRENT_BINARY_DIR}/${dll}.def)
+  file(CONFIGURE OUTPUT ${definition} CONTENT "EXPORTS\n@names@\n" @ONLY)
+  set(library ${CMAKE_CURRENT_BINARY_DIR}/lib${dll}_delayed.a)
+  execute_process(COMMAND ${CMAKE_DLLTOOL} --kill-at --input-def ${definition} --dllname ${dll}.dll --output-delaylib ${library}
+    COMMAND_ERROR_IS_FATAL ANY)
+  add_library(${target} INTERFACE)
+  target_link_libraries(${target} INTERFACE ${library} delayimp)
+endfunction()
+
 # Makes GTest from Debian's source (package googletest), under the names that find_package gives.
-macro(tamlo_googletest)
+function(tamlo_googletest)
   set(INSTALL_GTEST OFF)
+  set(CMAKE_CXX_FLAGS_RELEASE "-O0 -DNDEBUG")
   add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
   if(NOT TARGET GTest::gmock)
     add_library(GTest::gmock ALIAS gmock)
     add_library(GTest::gtest_main ALIAS gtest_main)
   endif()
-endmacro()
+endfunction()
 
 # A program of windows: no console, our icon, version and manifest, and nothing in it that only a debugger needs.
 function(tamlo_windows_program target)
@@ -42,6 +66,8 @@ function(tamlo_windows_program target)
     "TAMLO_VERSION_NUMBERS=${numbers}" "TAMLO_VERSION=${PROJECT_VERSION}")
   set_property(SOURCE ${PROJECT_SOURCE_DIR}/app/win32/tamlo.rc TARGET_DIRECTORY ${target} PROPERTY OBJECT_DEPENDS
     ${PROJECT_SOURCE_DIR}/app/win32/tamlo.manifest ${PROJECT_SOURCE_DIR}/app/win32/tamlo.ico)
+  # Sections that begin at a page in the file too can be mapped instead of being read.
+  target_link_options(${target} PRIVATE -Wl,--file-alignment,4096)
   if(NOT CMAKE_BUILD_TYPE STREQUAL Debug)
     target_link_options(${target} PRIVATE -s)
   endif()

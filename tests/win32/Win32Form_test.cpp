@@ -316,13 +316,19 @@ TEST_F(Win32FormTest, TheWaitPointerStandsOverTheForm) {
   EXPECT_EQ(GetCursor(), LoadCursorW(nullptr, IDC_ARROW));
 }
 
-TEST_F(Win32FormTest, TipsAreKeptPerControl) {
+TEST_F(Win32FormTest, TipsAreMadeOnceTheFormStandsAndKeptPerControl) {
+  constexpr UINT kToolCount = WM_USER + 13;  // TTM_GETTOOLCOUNT
   secret_->Tip("Mot de passe");
+  name_->Tip("Nom");
+  EXPECT_EQ(FindWindowExW(nullptr, nullptr, L"tooltips_class32", nullptr), nullptr);
+  Show();
   const HWND tips = FindWindowExW(nullptr, nullptr, L"tooltips_class32", nullptr);
   ASSERT_NE(tips, nullptr);
-  EXPECT_EQ(SendMessageW(tips, WM_USER + 13 /* TTM_GETTOOLCOUNT */, 0, 0), 1);
+  EXPECT_EQ(SendMessageW(tips, kToolCount, 0, 0), 2);
   secret_->Tip("");
-  EXPECT_EQ(SendMessageW(tips, WM_USER + 13, 0, 0), 0);
+  EXPECT_EQ(SendMessageW(tips, kToolCount, 0, 0), 1);
+  secret_->Tip("Mot de passe");
+  EXPECT_EQ(SendMessageW(tips, kToolCount, 0, 0), 2);
 }
 
 TEST_F(Win32FormTest, AnotherResolutionLaysTheFormOutAnew) {

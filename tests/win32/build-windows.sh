@@ -15,4 +15,8 @@ if grep -iE 'libstdc|libgcc|winpthread|sqlite' <<<"$needed"; then
   echo "the program needs a library that Windows does not have" >&2
   exit 1
 fi
+if grep -i odbc32 <<<"$needed"; then
+  echo "odbc32.dll is loaded with the program, not at the first connection" >&2
+  exit 1
+fi
 x86_64-w64-mingw32-objdump -p "$program" | grep 'Subsystem.*Windows GUI' >/dev/null

@@ -9,13 +9,11 @@ namespace tamlo::ui::win32 {
 
 namespace {
 
-constexpr UINT_PTR kSubclass = 1;
-
+/// Hidden, until it is placed.
 HWND MakeWindow(HWND form, const wchar_t* kind, DWORD style, DWORD extendedStyle, WORD id) {
   const auto menu = reinterpret_cast<HMENU>(static_cast<UINT_PTR>(id));
-  return Checked(
-      CreateWindowExW(extendedStyle, kind, L"", WS_CHILD | WS_VISIBLE | style, 0, 0, 0, 0, form, menu, GetModuleHandleW(nullptr), nullptr),
-      "CreateWindowEx");
+  return Checked(CreateWindowExW(extendedStyle, kind, L"", WS_CHILD | style, 0, 0, 0, 0, form, menu, GetModuleHandleW(nullptr), nullptr),
+                 "CreateWindowEx");
 }
 
 /// Position in a text counted in characters, as one counted in UTF-16 units, and back.
@@ -45,26 +43,6 @@ Selection SelectionOf(HWND window) {
 
 }  // namespace
 
-ControlWindow::ControlWindow(ControlHost& host, HWND window, Rectangle place) : host_(host), window_(window), place_(place) {
-  SetWindowSubclass(window_, Procedure, kSubclass, reinterpret_cast<DWORD_PTR>(this));
-}
-
-ControlWindow::~ControlWindow() {
-  if (IsWindow(window_) != 0) RemoveWindowSubclass(window_, Procedure, kSubclass);
-}
-
-LRESULT CALLBACK ControlWindow::Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR /*id*/, DWORD_PTR self) {
-  const auto answer = reinterpret_cast<ControlWindow*>(self)->OnMessage(message, wParam, lParam);
-  return answer ? *answer : DefSubclassProc(window, message, wParam, lParam);
-}
-
-std::optional<LRESULT> ControlWindow::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
-  if (message != WM_SETFOCUS) return std::nullopt;
-  const LRESULT answer = DefSubclassProc(window_, message, wParam, lParam);
-  host_.FocusReached(*this);
-  return answer;
-}
-
 RECT ControlWindow::PixelPlace(UINT dotsPerInch) const {
   const auto pixels = [dotsPerInch](std::int16_t twips) { return static_cast<LONG>(ToPixels(twips, dotsPerInch)); };
   const LONG left = pixels(place_.left);
@@ -72,14 +50,21 @@ RECT ControlWindow::PixelPlace(UINT dotsPerInch) const {
   return {left, top, left + pixels(place_.width), top + pixels(place_.height)};
 }
 
-void ControlWindow::PlaceAt(UINT dotsPerInch, HFONT font) {
+void ControlWindow::PlaceAt(UINT dotsPerInch, HFONT font, HWND behind) {
   const RECT place = PixelPlace(dotsPerInch);
   SendMessageW(window_, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
-  SetWindowPos(window_, nullptr, place.left, place.top, place.right - place.left, place.bottom - place.top, SWP_NOZORDER | SWP_NOACTIVATE);
+  SetWindowPos(window_, behind, place.left, place.top, place.right - place.left, place.bottom - place.top, SWP_NOACTIVATE | SWP_SHOWWINDOW);
 }
 
 Win32TextBox::Win32TextBox(ControlHost& host, HWND form, WORD id, Rectangle place)
-    : Win32Control(host, MakeWindow(form, WC_EDITW, WS_TABSTOP | ES_AUTOHSCROLL, WS_EX_CLIENTEDGE, id), place) {}
+    : Win32Control(host, MakeWindow(form, WC_EDITW, WS_TABSTOP | ES_AUTOHSCROLL, WS_EX_CLIENTEDGE, id), place) {
+  SetWindowLongPtrW(window_, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+  native_ = reinterpret_cast<WNDPROC>(SetWindowLongPtrW(window_, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(&Procedure)));
+}
+
+LRESULT CALLBACK Win32TextBox::Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+  return reinterpret_cast<Win32TextBox*>(GetWindowLongPtrW(window, GWLP_USERDATA))->OnMessage(message, wParam, lParam);
+}
 
 void Win32TextBox::Text(const std::string& text) {
   std::wstring wide = ToWide(text);
@@ -127,25 +112,28 @@ std::int16_t Win32TextBox::SelectionLength() const {
   return static_cast<std::int16_t>(CharactersOf(text, selection.end) - CharactersOf(text, selection.start));
 }
 
-std::optional<LRESULT> Win32TextBox::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
+LRESULT Win32TextBox::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
   // A password gives nothing to the clipboard, whichever way it is asked.
   if (password_ && (message == WM_COPY || message == WM_CUT)) return 0;
-  if (message == WM_LBUTTONDOWN && GetFocus() != window_) {
+  const bool click = message == WM_LBUTTONDOWN && GetFocus() != window_;
+  focusByMouse_ = focusByMouse_ || click;
+  const LRESULT answer = CallWindowProcW(native_, window_, message, wParam, lParam);
+  if (click) {
     // The focus is told once the click has placed the caret, and the drag that the click began ends: a selection made
     // then stays.
-    focusByMouse_ = true;
-    const LRESULT answer = DefSubclassProc(window_, message, wParam, lParam);
     if (GetCapture() == window_) ReleaseCapture();
     focusByMouse_ = false;
     host_.FocusReached(*this);
-    return answer;
   }
-  if (message == WM_SETFOCUS && focusByMouse_) return std::nullopt;
-  return ControlWindow::OnMessage(message, wParam, lParam);
+  return answer;
+}
+
+void Win32TextBox::Focused() {
+  if (!focusByMouse_) ControlWindow::Focused();
 }
 
 Win32Button::Win32Button(ControlHost& host, HWND form, WORD id, Rectangle place, CancelButton& cancel)
-    : Win32Control(host, MakeWindow(form, WC_BUTTONW, WS_TABSTOP | BS_PUSHBUTTON, 0, id), place), cancel_(cancel) {}
+    : Win32Control(host, MakeWindow(form, WC_BUTTONW, WS_TABSTOP | BS_PUSHBUTTON | BS_NOTIFY, 0, id), place), cancel_(cancel) {}
 
 void Win32Button::Default(bool on) {
   const HWND form = GetParent(window_);
@@ -164,8 +152,7 @@ void Win32Button::Cancel(bool on) {
 Win32Label::Win32Label(ControlHost& host, HWND form, WORD id, Rectangle place)
     : Win32Control(host, MakeWindow(form, WC_STATICW, SS_LEFT, 0, id), place) {}
 
-void Win32Label::PlaceAt(UINT dotsPerInch, HFONT font) {
-  ControlWindow::PlaceAt(dotsPerInch, font);
+void Win32Label::PlaceAt(UINT dotsPerInch, HFONT font, HWND behind) {
   // The text stands in the middle of its place, on as many lines as it needs.
   const RECT place = PixelPlace(dotsPerInch);
   RECT text{0, 0, place.right - place.left, 0};
@@ -175,8 +162,9 @@ void Win32Label::PlaceAt(UINT dotsPerInch, HFONT font) {
   SelectObject(device, before);
   ReleaseDC(window_, device);
   const LONG height = std::min(text.bottom, place.bottom - place.top);
-  SetWindowPos(window_, nullptr, place.left, place.top + (place.bottom - place.top - height) / 2, place.right - place.left, height,
-               SWP_NOZORDER | SWP_NOACTIVATE);
+  SendMessageW(window_, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
+  SetWindowPos(window_, behind, place.left, place.top + (place.bottom - place.top - height) / 2, place.right - place.left, height,
+               SWP_NOACTIVATE | SWP_SHOWWINDOW);
 }
 
 }  // namespace tamlo::ui::win32

@@ -1,8 +1,5 @@
 #pragma once
 
-#include <functional>
-#include <memory>
-#include <optional>
 #include <string>
 
 #include "ui/Platform.h"
@@ -20,11 +17,12 @@ class ControlHost {
   virtual void TipChanged(ControlWindow& control, const std::wstring& text) = 0;
 };
 
-/// The native side of a control: its window, its place in twips, what it draws with. The window goes with the form's.
+/// The native side of a control: its window, its place in twips, what it draws with. The window goes with the form's,
+/// before this object.
 class ControlWindow {
  public:
-  ControlWindow(ControlHost& host, HWND window, Rectangle place);
-  virtual ~ControlWindow();
+  ControlWindow(ControlHost& host, HWND window, Rectangle place) : host_(host), window_(window), place_(place) {}
+  virtual ~ControlWindow() = default;
   ControlWindow(const ControlWindow&) = delete;
   ControlWindow& operator=(const ControlWindow&) = delete;
 
@@ -34,25 +32,25 @@ class ControlWindow {
   /// The contract's object.
   [[nodiscard]] virtual Control& AsControl() noexcept = 0;
 
-  /// Puts the window at its place on a screen of that many dots an inch and gives it the font.
-  virtual void PlaceAt(UINT dotsPerInch, HFONT font);
+  /// Puts the window at its place on a screen of that many dots an inch, behind another in tab order, gives it the font
+  /// and shows it.
+  virtual void PlaceAt(UINT dotsPerInch, HFONT font, HWND behind);
   /// The brush of the background and its colours put into the device; none: the system's own.
   [[nodiscard]] virtual HBRUSH Background(HDC /*device*/) { return nullptr; }
   /// The user pressed it (its command reached the form).
   virtual void Pressed() {}
+  /// It gained the focus (its notice reached the form).
+  virtual void Focused() { host_.FocusReached(*this); }
+  /// Whether the window would have no name for assistive programs but for SpokenName.
+  [[nodiscard]] virtual bool NeedsSpokenName() const noexcept { return false; }
 
  protected:
-  /// Sees every message of the window first; nothing: the window itself answers.
-  virtual std::optional<LRESULT> OnMessage(UINT message, WPARAM wParam, LPARAM lParam);
   [[nodiscard]] RECT PixelPlace(UINT dotsPerInch) const;
 
   ControlHost& host_;
   HWND window_;
   Rectangle place_;
   std::wstring spokenName_;
-
- private:
-  static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR id, DWORD_PTR self);
 };
 
 class Win32Button;
@@ -89,11 +87,14 @@ class Win32TextBox : public Win32Control<TextBox> {
   std::int16_t SelectionLength() const override;
 
   HBRUSH Background(HDC device) override;
-
- protected:
-  std::optional<LRESULT> OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
+  void Focused() override;
+  bool NeedsSpokenName() const noexcept override { return true; }
 
  private:
+  static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+  LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam);
+
+  WNDPROC native_ = nullptr;  ///< what the system's own box does with a message
   std::int16_t maxLength_ = 0;
   bool password_ = false;
   bool focusByMouse_ = false;
@@ -123,7 +124,7 @@ class Win32Label : public Win32Control<Label> {
   void Caption(const std::string& text) override { SetWindowTextW(window_, ToWide(text).c_str()); }
   void Buddy(Control& control) override { buddy_ = &control; }
   [[nodiscard]] Control* BuddyControl() const noexcept { return buddy_; }
-  void PlaceAt(UINT dotsPerInch, HFONT font) override;
+  void PlaceAt(UINT dotsPerInch, HFONT font, HWND behind) override;
 
  private:
   Control* buddy_ = nullptr;

@@ -1,6 +1,7 @@
 #include "ui/win32/Win32Form.h"
 
 #include <algorithm>
+#include <map>
 #include <utility>
 #include <vector>
 
@@ -16,6 +17,9 @@ constexpr DWORD kFormStyle = WS_POPUP | WS_CAPTION | WS_SYSMENU | DS_MODALFRAME 
 constexpr WORD kFirstControl = 1000;
 /// Number of the program's icon among its resources.
 constexpr WORD kProgramIcon = 1;
+
+/// The form asks itself for what can wait until it stands on the screen.
+constexpr UINT kShown = WM_APP;
 
 /// The open forms, for the message loop.
 std::vector<HWND>& OpenForms() {
@@ -45,10 +49,7 @@ class Win32Form : public Form, public ControlHost {
     window_ =
         Checked(CreateDialogIndirectParamW(GetModuleHandleW(nullptr), &blank.head, nullptr, Procedure, reinterpret_cast<LPARAM>(this)),
                 "CreateDialogIndirectParam");
-    if (const HICON icon = LoadIconW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(kProgramIcon))) {
-      SendMessageW(window_, WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(icon));
-      SendMessageW(window_, WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(icon));
-    }
+    dpi_ = GetDpiForWindow(window_);
     Resize();
     OpenForms().push_back(window_);
     border_.FormLoaded();
@@ -59,7 +60,6 @@ class Win32Form : public Form, public ControlHost {
     unloading_ = true;
     std::erase(OpenForms(), window_);
     SetWindowLongPtrW(window_, DWLP_USER, 0);
-    controls_.clear();
     DestroyWindow(window_);
   }
 
@@ -75,20 +75,20 @@ class Win32Form : public Form, public ControlHost {
   void TabOrder(std::initializer_list<Control*> controls) override { tabOrder_ = controls; }
 
   void Caption(const std::string& text) override { SetWindowTextW(window_, ToWide(text).c_str()); }
-  std::int16_t Width() const override { return ToTwips(OuterPlace().right - OuterPlace().left, Dpi()); }
-  std::int16_t Height() const override { return ToTwips(OuterPlace().bottom - OuterPlace().top, Dpi()); }
+  std::int16_t Width() const override { return ToTwips(OuterPlace().right - OuterPlace().left, dpi_); }
+  std::int16_t Height() const override { return ToTwips(OuterPlace().bottom - OuterPlace().top, dpi_); }
   void Move(std::int16_t left, std::int16_t top) override {
-    SetWindowPos(window_, nullptr, ToPixels(left, Dpi()), ToPixels(top, Dpi()), 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
+    SetWindowPos(window_, nullptr, ToPixels(left, dpi_), ToPixels(top, dpi_), 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
   }
 
   void Show() override {
     if (unloading_) return;
     Layout();
-    Arrange();
     ShowWindow(window_, SW_SHOW);
     // The program that started this one may hold the front.
     SetForegroundWindow(window_);
     if (!hadFocus_ && !tabOrder_.empty()) tabOrder_.front()->SetFocus();
+    PostMessageW(window_, kShown, 0, 0);
   }
 
   void Unload() override {
@@ -100,7 +100,6 @@ class Win32Form : public Form, public ControlHost {
   }
 
  private:
-  UINT Dpi() const { return GetDpiForWindow(window_); }
   RECT OuterPlace() const {
     RECT place{};
     GetWindowRect(window_, &place);
@@ -128,42 +127,57 @@ class Win32Form : public Form, public ControlHost {
 
   /// Gives the window the size that its client area asks for at its resolution.
   void Resize() {
-    RECT place{0, 0, ToPixels(clientWidth_, Dpi()), ToPixels(clientHeight_, Dpi())};
+    RECT place{0, 0, ToPixels(clientWidth_, dpi_), ToPixels(clientHeight_, dpi_)};
     AdjustWindowRectExForDpi(&place, static_cast<DWORD>(GetWindowLongPtrW(window_, GWL_STYLE)), FALSE,
-                             static_cast<DWORD>(GetWindowLongPtrW(window_, GWL_EXSTYLE)), Dpi());
+                             static_cast<DWORD>(GetWindowLongPtrW(window_, GWL_EXSTYLE)), dpi_);
     SetWindowPos(window_, nullptr, 0, 0, place.right - place.left, place.bottom - place.top, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
   }
 
+  /// Places the controls and stacks their windows in tab order. A label stands right before its buddy: that is where its
+  /// accelerator leads and whose name it gives.
   void Layout() {
-    DrawingObject<HFONT> font = MessageFont(Dpi());
-    for (const auto& control : controls_) control->PlaceAt(Dpi(), font.Get());
+    DrawingObject<HFONT> font = MessageFont(dpi_);
+    HWND behind = HWND_TOP;
+    const auto place = [&](ControlWindow& control) {
+      control.PlaceAt(dpi_, font.Get(), behind);
+      behind = control.Window();
+    };
+    std::vector<ControlWindow*> others;
+    for (const auto& control : controls_) others.push_back(control.get());
+    for (const Control* next : tabOrder_) {
+      ControlWindow* control = WindowOf(next);
+      if (control == nullptr) continue;
+      if (ControlWindow* label = LabelOf(*control)) {
+        place(*label);
+        std::erase(others, label);
+      } else if (const HWND spoken = SpokenLabelOf(*control)) {
+        SetWindowPos(spoken, behind, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
+        behind = spoken;
+      }
+      place(*control);
+      std::erase(others, control);
+    }
+    for (ControlWindow* control : others) place(*control);
     font_ = std::move(font);
   }
 
-  /// Stacks the windows in tab order. A label stands right before its buddy: that is where its accelerator leads and
-  /// whose name it gives. A text box without a label gets its spoken name from a hidden one.
-  void Arrange() {
-    HWND previous = HWND_TOP;
-    const auto stack = [&previous](HWND window) {
-      SetWindowPos(window, previous, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOACTIVATE);
-      previous = window;
-    };
-    for (const Control* control : tabOrder_) {
-      const ControlWindow* window = WindowOf(control);
-      if (window == nullptr) continue;
-      if (const HWND label = LabelOf(*window)) stack(label);
-      stack(window->Window());
-    }
+  ControlWindow* LabelOf(const ControlWindow& wanted) const {
+    const auto found = std::find_if(controls_.begin(), controls_.end(), [&](const auto& control) {
+      const auto* label = dynamic_cast<const Win32Label*>(control.get());
+      return label != nullptr && label->BuddyControl() != nullptr && WindowOf(label->BuddyControl()) == &wanted;
+    });
+    return found == controls_.end() ? nullptr : found->get();
   }
 
-  HWND LabelOf(const ControlWindow& wanted) {
-    for (const auto& control : controls_) {
-      const auto* label = dynamic_cast<const Win32Label*>(control.get());
-      if (label != nullptr && label->BuddyControl() != nullptr && WindowOf(label->BuddyControl()) == &wanted) return label->Window();
+  /// The hidden label that gives a text box without a label its spoken name; made once.
+  HWND SpokenLabelOf(const ControlWindow& wanted) {
+    if (!wanted.NeedsSpokenName() || wanted.SpokenName().empty()) return nullptr;
+    HWND& label = spokenLabels_[&wanted];
+    if (label == nullptr) {
+      label = CreateWindowExW(0, WC_STATICW, wanted.SpokenName().c_str(), WS_CHILD, 0, 0, 0, 0, window_, nullptr, GetModuleHandleW(nullptr),
+                              nullptr);
     }
-    if (dynamic_cast<const Win32TextBox*>(&wanted) == nullptr || wanted.SpokenName().empty()) return nullptr;
-    return CreateWindowExW(0, WC_STATICW, wanted.SpokenName().c_str(), WS_CHILD, 0, 0, 0, 0, window_, nullptr, GetModuleHandleW(nullptr),
-                           nullptr);
+    return label;
   }
 
   /// The control in use changed. Coming back to the window is no change.
@@ -179,35 +193,62 @@ class Win32Form : public Form, public ControlHost {
     });
   }
 
+  void SetIcon() const {
+    const HICON icon = LoadIconW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(kProgramIcon));
+    if (icon == nullptr) return;
+    SendMessageW(window_, WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(icon));
+    SendMessageW(window_, WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(icon));
+  }
+
+  /// Tips are not needed before the user can point at anything: until then they are only kept.
   void TipChanged(ControlWindow& control, const std::wstring& text) override {
-    if (tips_ == nullptr) {
-      tips_ = Checked(CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr, WS_POPUP | TTS_ALWAYSTIP | TTS_NOPREFIX, CW_USEDEFAULT,
-                                      CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, window_, nullptr, GetModuleHandleW(nullptr), nullptr),
-                      "CreateWindowEx");
-    }
-    std::wstring copy = text;
+    tipTexts_[&control] = text;
+    if (tips_ != nullptr) PutTip(control, text);
+  }
+
+  void MakeTips() {
+    if (tips_ != nullptr || tipTexts_.empty()) return;
+    tips_ = Checked(CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, nullptr, WS_POPUP | TTS_ALWAYSTIP | TTS_NOPREFIX, CW_USEDEFAULT,
+                                    CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, window_, nullptr, GetModuleHandleW(nullptr), nullptr),
+                    "CreateWindowEx");
+    for (const auto& [control, text] : tipTexts_) PutTip(*control, text);
+  }
+
+  void PutTip(const ControlWindow& control, std::wstring text) const {
     TTTOOLINFOW tool{};
     tool.cbSize = sizeof tool;
     tool.uFlags = TTF_IDISHWND | TTF_SUBCLASS;
     tool.hwnd = window_;
     tool.uId = reinterpret_cast<UINT_PTR>(control.Window());
-    tool.lpszText = copy.data();
+    tool.lpszText = text.data();
     SendMessageW(tips_, TTM_DELTOOLW, 0, reinterpret_cast<LPARAM>(&tool));
     if (!text.empty()) SendMessageW(tips_, TTM_ADDTOOLW, 0, reinterpret_cast<LPARAM>(&tool));
   }
 
-  void OnCommand(WORD id) {
-    if (unloading_) return;
+  void OnCommand(WORD id, WORD notice) {
+    ControlWindow* control = WindowOf(GetDlgItem(window_, id));
+    if (notice == EN_SETFOCUS || notice == BN_SETFOCUS) {
+      if (control != nullptr) control->Focused();
+      return;
+    }
+    // A button that tells its focus tells the second of two fast clicks apart, too.
+    if (unloading_ || (notice != BN_CLICKED && notice != BN_DOUBLECLICKED)) return;
     // Esc comes as the dialog's own cancel command.
-    ControlWindow* pressed = id == IDCANCEL ? static_cast<ControlWindow*>(cancel_.button) : WindowOf(GetDlgItem(window_, id));
-    if (pressed != nullptr) pressed->Pressed();
+    if (id == IDCANCEL) control = cancel_.button;
+    if (control != nullptr) control->Pressed();
   }
 
   /// The answer to a message as a dialog procedure gives it: 0 leaves it to the dialog.
   INT_PTR OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
       case WM_COMMAND:
-        if (HIWORD(wParam) == BN_CLICKED) border_.Guard([&] { OnCommand(LOWORD(wParam)); });
+        border_.Guard([&] { OnCommand(LOWORD(wParam), HIWORD(wParam)); });
+        return TRUE;
+      case kShown:
+        border_.Guard([this] {
+          SetIcon();
+          MakeTips();
+        });
         return TRUE;
       case WM_CLOSE:
         border_.Guard([this] { Unload(); });
@@ -225,6 +266,7 @@ class Win32Form : public Form, public ControlHost {
         return FALSE;
       case WM_DPICHANGED: {
         const auto* place = reinterpret_cast<const RECT*>(lParam);
+        dpi_ = HIWORD(wParam);
         SetWindowPos(window_, nullptr, place->left, place->top, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
         Resize();
         Layout();
@@ -249,7 +291,10 @@ class Win32Form : public Form, public ControlHost {
   std::int16_t clientWidth_;
   std::int16_t clientHeight_;
   HWND window_ = nullptr;
-  HWND tips_ = nullptr;  // owned by the window
+  UINT dpi_ = USER_DEFAULT_SCREEN_DPI;  // of the monitor that the window is on
+  HWND tips_ = nullptr;                 // owned by the window
+  std::map<const ControlWindow*, std::wstring> tipTexts_;
+  std::map<const ControlWindow*, HWND> spokenLabels_;
   DrawingObject<HFONT> font_;
   std::vector<std::unique_ptr<ControlWindow>> controls_;
   std::vector<Control*> tabOrder_;
