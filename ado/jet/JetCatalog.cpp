@@ -165,6 +165,7 @@ std::vector<Column> JetCatalog::Columns(const std::string& table) {
 
 std::vector<Index> JetCatalog::Indexes(const std::string& table) {
   return OnEngine([&] {
+    const jet::Database::ReadScope scope(connection_.Database());
     std::vector<Index> indexes;
     const jet::CatalogObject* object = connection_.Database().FindObject(table);
     const bool local = object != nullptr && (object->kind == jet::ObjectKind::kTable || object->kind == jet::ObjectKind::kSystemTable);

@@ -191,6 +191,9 @@ std::shared_ptr<const EngineTable> SessionState::LinkedTable(const CatalogObject
 }
 
 TablePointer SessionState::FindTable(std::string_view name, const std::string& file) {
+  // One lock for all that is asked of the file.
+  std::optional<Database::ReadScope> reading;
+  if (file.empty()) reading.emplace(database);
   const std::uint64_t version = database.SchemaVersion();
   if (version != schemaVersion) {
     ForgetTables();
@@ -214,6 +217,7 @@ TablePointer SessionState::FindTable(std::string_view name, const std::string& f
       break;
     case ObjectKind::kJetLink:
     case ObjectKind::kOdbcLink:
+      reading.reset();  // nobody waits here for what lies behind a link
       table = LinkedTable(*object);
       break;
     default:
