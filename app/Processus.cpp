@@ -15,4 +15,19 @@ std::string JointArguments(const std::vector<std::string>& arguments) {
   return ligne;
 }
 
+void EffaceMotsPasse(wchar_t* ligne) {
+  int parametre = 1;
+  bool entreGuillemets = false;
+  while (*ligne == L' ') ++ligne;
+  for (; *ligne != L'\0'; ++ligne) {
+    if (*ligne == L'"') entreGuillemets = !entreGuillemets;
+    if (*ligne == L' ' && !entreGuillemets) {
+      while (ligne[1] == L' ') ++ligne;
+      ++parametre;
+    } else if (parametre == 6 || parametre == 8) {
+      *ligne = L' ';
+    }
+  }
+}
+
 }  // namespace tamlo::app

@@ -11,9 +11,12 @@ namespace tamlo::app {
 /// is dropped.
 [[nodiscard]] std::string JointArguments(const std::vector<std::string>& arguments);
 
+/// Puts spaces over the parameters that carry passwords (the sixth and the eighth, with their double quotes) in the
+/// arguments part of a command line, split as LitParametres splits it.
+void EffaceMotsPasse(wchar_t* ligne);
+
 /// The arguments part of this process's command line as one text. Called once, first thing: it blanks the arguments
-/// that carry passwords (the sixth and the eighth) in the list that other programs can see, where the system shows such
-/// a list.
+/// that carry passwords (the sixth and the eighth) in the command line that other programs can see.
 [[nodiscard]] std::string LitLigneCommande(int nombre, char** arguments);
 
 /// The folder of the program's own file, absolute.

@@ -16,7 +16,7 @@ constexpr std::int32_t kCheminIntrouvable = 76;
 std::string FromWide(const wchar_t* text) { return runtime::FromUtf16(std::u16string(text, text + std::wcslen(text))); }
 
 /// Past the program's own path, which may stand between double quotes, at the start of a command line.
-const wchar_t* ArgumentsPart(const wchar_t* line) {
+wchar_t* ArgumentsPart(wchar_t* line) {
   bool quoted = false;
   for (; *line != L'\0' && (quoted || (*line != L' ' && *line != L'\t')); ++line) {
     if (*line == L'"') quoted = !quoted;
@@ -27,8 +27,11 @@ const wchar_t* ArgumentsPart(const wchar_t* line) {
 }  // namespace
 
 std::string LitLigneCommande(int /*nombre*/, char** /*arguments*/) {
-  // One text already. The system hands it out to programs of the same user alone.
-  return FromWide(ArgumentsPart(GetCommandLineW()));
+  // One text already, in the very memory where the system looks when another program asks for it.
+  wchar_t* const arguments = ArgumentsPart(GetCommandLineW());
+  std::string ligne = FromWide(arguments);
+  EffaceMotsPasse(arguments);
+  return ligne;
 }
 
 std::string DossierDuProgramme() {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -19,7 +20,10 @@ constexpr DWORD kOpenPause = 10;
 /// The compiler's headers leave this name out of the enumeration.
 constexpr auto kFileDispositionInfoEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(21);
 
+/// The words of the other systems where they have some for it, so that a message reads alike everywhere; else the system's own.
 std::string SystemText(DWORD code) {
+  const std::error_condition common = std::system_category().default_error_condition(static_cast<int>(code));
+  if (common.category() == std::generic_category()) return common.message();
   wchar_t text[512];
   const DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK, nullptr,
                                       code, 0, text, static_cast<DWORD>(std::size(text)), nullptr);
@@ -201,13 +205,14 @@ class Win32File final : public File {
     std::size_t done = 0;
     while (done < buffer.size()) {
       OVERLAPPED place = At(offset + done);
+      const DWORD wanted = Chunk(buffer.size() - done);
       DWORD got = 0;
-      if (ReadFile(handle_.Get(), buffer.data() + done, Chunk(buffer.size() - done), &got, &place) == 0) {
+      if (ReadFile(handle_.Get(), buffer.data() + done, wanted, &got, &place) == 0) {
         if (GetLastError() == ERROR_HANDLE_EOF) break;
         Fail("Reading", path_, GetLastError());
       }
-      if (got == 0) break;
       done += got;
+      if (got < wanted) break;  // only the end of a file cuts a reading short
     }
     return done;
   }

@@ -32,6 +32,27 @@ TEST(JointArguments, ADoubleQuoteIsDroppedAndLeavesTheOthersWhole) {
   EXPECT_EQ(SplitAgain({"a\"b", "c\" d", "\"", "e f"}), (Texts{"ab", "c d", "", "e f"}));
 }
 
+std::wstring WithoutPasswords(std::wstring line) {
+  EffaceMotsPasse(line.data());
+  return line;
+}
+
+TEST(EffaceMotsPasse, TheSixthAndTheEighthParameterBecomeSpaces) {
+  EXPECT_EQ(WithoutPasswords(L"VOLUMES 4 12 DUPONT 3 secret ADMIN codé"), L"VOLUMES 4 12 DUPONT 3        ADMIN     ");
+  EXPECT_EQ(WithoutPasswords(L"  V 0 12 DUPONT 3   secret  "), L"  V 0 12 DUPONT 3           ");
+}
+
+TEST(EffaceMotsPasse, SpacesBetweenDoubleQuotesBelongToTheParameter) {
+  EXPECT_EQ(WithoutPasswords(L"\"C:\\Mes bases\\V.MDB\" 0 12 \"JEAN PAUL\" 3 \"mon secret\" A"),
+            L"\"C:\\Mes bases\\V.MDB\" 0 12 \"JEAN PAUL\" 3              A");
+  EXPECT_EQ(WithoutPasswords(L"1 2 3 4 \"\" a\" b\"c 7 \"x"), L"1 2 3 4 \"\"        7   ");
+}
+
+TEST(EffaceMotsPasse, FiveParametersStayAsTheyAre) {
+  EXPECT_EQ(WithoutPasswords(L"V 0 12 DUPONT 3"), L"V 0 12 DUPONT 3");
+  EXPECT_EQ(WithoutPasswords(L""), L"");
+}
+
 #ifndef _WIN32  // there the command line is one text of the system's
 
 /// The memory of an argument list as a program gets it.

@@ -1,5 +1,7 @@
 #include "tests/win32/ToolProcess.h"
 
+#include <winternl.h>
+
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -48,6 +50,29 @@ int ToolProcess::Wait() const {
   DWORD status = 0;
   GetExitCodeProcess(process_, &status);
   return static_cast<int>(status);
+}
+
+namespace {
+
+template <typename T>
+void ReadMemory(HANDLE process, const void* from, T* to, std::size_t bytes = sizeof(T)) {
+  if (ReadProcessMemory(process, from, to, bytes, nullptr) == 0) throw std::runtime_error("the program's memory cannot be read");
+}
+
+}  // namespace
+
+std::wstring ToolProcess::CommandLine() const {
+  PROCESS_BASIC_INFORMATION about{};
+  if (NtQueryInformationProcess(process_, ProcessBasicInformation, &about, sizeof about, nullptr) != 0) {
+    throw std::runtime_error("the program cannot be asked");
+  }
+  PEB block{};
+  ReadMemory(process_, about.PebBaseAddress, &block);
+  RTL_USER_PROCESS_PARAMETERS parameters{};
+  ReadMemory(process_, block.ProcessParameters, &parameters);
+  std::wstring line(parameters.CommandLine.Length / sizeof(wchar_t), L'\0');
+  ReadMemory(process_, parameters.CommandLine.Buffer, line.data(), parameters.CommandLine.Length);
+  return line;
 }
 
 std::string ToolProcess::Output() const {

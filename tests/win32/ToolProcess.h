@@ -20,6 +20,8 @@ class ToolProcess {
 
   /// The exit status, once the program has ended; -1 when it has not after 30 seconds.
   [[nodiscard]] int Wait() const;
+  /// Its command line as another program sees it now.
+  [[nodiscard]] std::wstring CommandLine() const;
   /// What it wrote to its standard output, once it has ended.
   [[nodiscard]] std::string Output() const;
 

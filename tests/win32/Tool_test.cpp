@@ -1,44 +1,7 @@
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <fstream>
-#include <memory>
-
-#include "jet/Database.h"
-#include "runtime/Text.h"
-#include "tests/support_lib/TemporaryFolder.h"
-#include "tests/win32/ToolProcess.h"
+#include "tests/win32/VolumesTest.h"
 
 namespace tamlo::tests {
 namespace {
-
-constexpr const wchar_t* kTool = L"app/tamlo.exe";
-constexpr const wchar_t* kExample = L"examples/base_exemple.exe";
-constexpr const wchar_t* kFormTitle = L"Création d'un utilisateur";
-
-// The controls in the order in which the form places them.
-constexpr int kPwd2 = 1000;
-constexpr int kNom = 1001;
-constexpr int kPwd = 1002;
-constexpr int kAnnuler = 1003;
-constexpr int kOK = 1004;
-
-std::wstring Wide(const std::string& text) {
-  const std::u16string units = runtime::ToUtf16(text);
-  return {units.begin(), units.end()};
-}
-
-std::wstring ItemText(HWND form, int item) { return TextOf(GetDlgItem(form, item)); }
-
-/// Starts the tool, waits for its message box, checks text and icon, and closes it.
-void ExpectBox(const ToolProcess& tool, const std::wstring& title, const std::wstring& text) {
-  const HWND box = WaitForDialog(title.c_str());
-  ASSERT_NE(box, nullptr) << "no box of that title";
-  EXPECT_EQ(MessageTextOf(box), text);
-  EXPECT_TRUE(HasIcon(box));
-  PostMessageW(box, WM_COMMAND, IDOK, 0);
-  EXPECT_EQ(tool.Wait(), 1);
-}
 
 TEST(Tool, WithoutParametersShowsTheUsageBox) {
   const ToolProcess tool(kTool, L"  ");
@@ -73,72 +36,6 @@ TEST(Tool, ADataSourceThatNoOneKnowsIsNamedInTheLayersBox) {
   EXPECT_EQ(tool.Wait(), 1);
 }
 
-/// A volumes database that the sample program makes, and the tool's dialog on it.
-class VolumesTest : public testing::Test {
- protected:
-  /// Gives the tool's first two parameters, or nothing after a skip or a failure.
-  virtual std::string Source() = 0;
-
-  void SetUp() override {
-    source_ = Source();
-    if (source_.empty()) return;
-    const ToolProcess example(kExample, L"cree " + Wide(source_));
-    ASSERT_EQ(example.Wait(), 0) << example.Output();
-  }
-
-  void Start(const std::wstring& parameters) {
-    tool_ = std::make_unique<ToolProcess>(kTool, Wide(source_) + L" " + parameters);
-    form_ = WaitForDialog(kFormTitle);
-    ASSERT_NE(form_, nullptr) << "no dialog";
-  }
-  void TypePasswords(const wchar_t* first, const wchar_t* second) const {
-    SetDlgItemTextW(form_, kPwd, first);
-    SetDlgItemTextW(form_, kPwd2, second);
-  }
-  void Press(int button) const {
-    PostMessageW(form_, WM_COMMAND, MAKEWPARAM(button, BN_CLICKED), reinterpret_cast<LPARAM>(GetDlgItem(form_, button)));
-  }
-  [[nodiscard]] std::string Rows() const {
-    const ToolProcess example(kExample, L"liste " + Wide(source_));
-    EXPECT_EQ(example.Wait(), 0);
-    return example.Output();
-  }
-
-  void SavesANewUserAndReadsItsPasswordBack() {
-    Start(L"12 \"Élodie Œuvré\" 3");
-    ASSERT_NE(form_, nullptr);
-    EXPECT_EQ(ItemText(form_, kNom), L"Élodie Œuvré");
-    EXPECT_EQ(ItemText(form_, kPwd), L"");
-    TypePasswords(L"Secret1", L"Secret1");
-    SendMessageW(GetDlgItem(form_, kNom), WM_SETFOCUS, 0, 0);
-    SendMessageW(GetDlgItem(form_, kPwd), WM_SETFOCUS, 0, 0);
-    Press(kOK);
-    ASSERT_EQ(tool_->Wait(), 0);
-    EXPECT_NE(Rows().find("2 | ÉLODIE ŒUVRÉ | "), std::string::npos) << Rows();
-    EXPECT_NE(Rows().find("2 | 12 | 3"), std::string::npos) << Rows();
-    Start(L"12 \"ÉLODIE ŒUVRÉ\" 5");
-    ASSERT_NE(form_, nullptr);
-    EXPECT_EQ(ItemText(form_, kPwd), L"Secret1");
-    EXPECT_EQ(ItemText(form_, kPwd2), L"Secret1");
-    Press(kAnnuler);
-    EXPECT_EQ(tool_->Wait(), 0);
-  }
-
-  std::string source_;
-  std::unique_ptr<ToolProcess> tool_;
-  HWND form_ = nullptr;
-};
-
-class AccessVolumes : public VolumesTest {
- protected:
-  std::string Source() override {
-    const std::string path = folder_.File("VOLUMES.MDB");
-    static_cast<void>(jet::Database::Create(path));
-    return "\"" + path + "\" 0";
-  }
-  TemporaryFolder folder_;
-};
-
 TEST_F(AccessVolumes, ANewUserIsSavedAndItsPasswordReadBack) { SavesANewUserAndReadsItsPasswordBack(); }
 
 TEST_F(AccessVolumes, TheDialogShowsWhatItWasGiven) {
@@ -156,6 +53,17 @@ TEST_F(AccessVolumes, TheDialogShowsWhatItWasGiven) {
   state.cbSize = sizeof state;
   ASSERT_TRUE(GetGUIThreadInfo(GetWindowThreadProcessId(form_, nullptr), &state));
   EXPECT_EQ(state.hwndFocus, GetDlgItem(form_, kPwd));
+  PostMessageW(form_, WM_CLOSE, 0, 0);
+  EXPECT_EQ(tool_->Wait(), 0);
+}
+
+TEST_F(AccessVolumes, ThePasswordsAreGoneFromTheCommandLineThatOtherProgramsSee) {
+  Start(L"12 DUPONT 3 \"mon secret\" ADMIN abc");
+  EXPECT_EQ(ItemText(form_, kPwd), L"mon secret");
+  const std::wstring line = tool_->CommandLine();
+  EXPECT_NE(line.find(L" 12 DUPONT 3 " + std::wstring(13, L' ') + L"ADMIN" + std::wstring(4, L' ')), std::wstring::npos);
+  EXPECT_EQ(line.find(L"secret"), std::wstring::npos);
+  EXPECT_EQ(line.find(L"abc"), std::wstring::npos);
   PostMessageW(form_, WM_CLOSE, 0, 0);
   EXPECT_EQ(tool_->Wait(), 0);
 }
@@ -209,15 +117,6 @@ TEST_F(AccessVolumes, AFileHeldByAnotherProgramIsRefusedWithTheLayersBox) {
   CloseHandle(held);
 }
 
-/// A data source that the run's driver manager knows; its name and kind stand in an environment variable.
-class OdbcVolumes : public VolumesTest {
- protected:
-  static std::string FromEnvironment(const char* variable) {
-    const char* value = std::getenv(variable);
-    return value == nullptr ? std::string() : value;
-  }
-};
-
 class SqliteVolumes : public OdbcVolumes {
  protected:
   std::string Source() override { return FromEnvironment("TAMLO_TEST_SQLITE"); }
@@ -227,11 +126,6 @@ TEST_F(SqliteVolumes, ANewUserIsSavedAndItsPasswordReadBack) {
   if (source_.empty()) GTEST_SKIP() << "TAMLO_TEST_SQLITE names no data source";
   SavesANewUserAndReadsItsPasswordBack();
 }
-
-class MariaDbVolumes : public OdbcVolumes {
- protected:
-  std::string Source() override { return FromEnvironment("TAMLO_TEST_MARIADB"); }
-};
 
 TEST_F(MariaDbVolumes, ANewUserIsSavedAndItsPasswordReadBack) {
   if (source_.empty()) GTEST_SKIP() << "TAMLO_TEST_MARIADB names no data source";
