@@ -1,6 +1,7 @@
 #include "db/ddl/ParamOra.h"
 
 #include <array>
+#include <filesystem>
 #include <string_view>
 #include <thread>
 
@@ -131,7 +132,9 @@ class LecteurParamOra {
 std::string CheminParamOra(const std::string& suffixe) {
   const std::string nom = support::EstVide(std::string_view(suffixe)) ? "ORA.PRM" : "ORA_" + suffixe + ".PRM";
   std::string dossier = EnvironnementCourant().dossierProgramme;
-  if (!dossier.empty() && dossier.back() != '/' && dossier.back() != '\\') dossier += '/';
+  if (!dossier.empty() && dossier.back() != '/' && dossier.back() != '\\') {
+    dossier += static_cast<char>(std::filesystem::path::preferred_separator);
+  }
   return dossier + nom;
 }
 

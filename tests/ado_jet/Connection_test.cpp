@@ -28,19 +28,27 @@ TEST_F(JetConnectionTest, AConnectionStringNamesTheFileToo) {
   EXPECT_EQ(runtime::ToText(other.Property("Data Source")), path);
 }
 
+/// Whether a folder may hold two names that differ in nothing but the case of their letters.
+bool TellsCaseApart(const std::filesystem::path& folder) {
+  std::ofstream(folder / "case") << "";
+  return !std::filesystem::exists(folder / "CASE");
+}
+
 TEST_F(JetConnectionTest, UpperCasedNamesFindTheirFile) {
-  std::filesystem::create_directory(folder.Path() / "Été");
-  const std::string real = folder.File("Été/Volumes.mdb");
+  std::filesystem::create_directory(folder.Path() / u8"Été");
+  const std::string inside = folder.File("");
+  const std::string real = inside + "Été/Volumes.mdb";
   (void)::jet::Database::Create(real);
   Connection other;
   other.Provider("Microsoft.Jet.OLEDB.4.0");
-  const std::string given = folder.File("ÉTÉ/VOLUMES.MDB");
+  const std::string given = inside + "ÉTÉ/VOLUMES.MDB";
   other.Open(given, "", "");
   EXPECT_EQ(other.ConnectionString(), given);
-  EXPECT_EQ(runtime::ToText(other.Property("Data Source")), real);
+  EXPECT_EQ(runtime::ToText(other.Property("Data Source")), TellsCaseApart(folder.Path()) ? real : given);
 }
 
 TEST_F(JetConnectionTest, TwoFilesOfThatNameAreAnErrorThatNamesBoth) {
+  if (!TellsCaseApart(folder.Path())) GTEST_SKIP() << "on this file system the two names are one";
   for (const char* name : {"abc.mdb", "Abc.mdb"}) (void)::jet::Database::Create(folder.File(name));
   Connection other;
   other.Provider("Microsoft.Jet.OLEDB.4.0");

@@ -33,7 +33,7 @@ class ParamOraTest : public testing::Test {
   void AttendErreur(std::int32_t numero, const std::string& fin) {
     const auto erreur = runtime::IgnoringErrors([] { (void)LitParamOra("UTL", "BASE1"); });
     EXPECT_EQ(erreur.number, numero);
-    EXPECT_EQ(erreur.description, "Fichier de paramètres Oracle " + dossier_.Path().string() + "/ORA_BASE1.PRM : " + fin);
+    EXPECT_EQ(erreur.description, "Fichier de paramètres Oracle " + dossier_.File("ORA_BASE1.PRM") + " : " + fin);
   }
 
   tests::TemporaryFolder dossier_;
