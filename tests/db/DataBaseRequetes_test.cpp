@@ -72,6 +72,9 @@ TEST_F(DataBaseRequetes, ASelectIntoLetsTheCatalogReadItsTablesAnew) {
   EXPECT_TRUE(rafraichit("INSERT INTO [X] SELECT * FROM [Y]"));
   EXPECT_FALSE(rafraichit("UPDATE [X] SET [A]=1"));
   EXPECT_FALSE(rafraichit("INTO SELECT X"));
+  EXPECT_FALSE(rafraichit("INSERT INTO [X] SELECT\n* FROM [Y]"));
+  EXPECT_FALSE(rafraichit("SELECT *\nINTO [X] FROM [Y]"));
+  EXPECT_TRUE(rafraichit("UPDATE [X] SET [A]=' INTO SELECT '"));
   EXPECT_FALSE(rafraichit("select * into [x] from [y] where a='b"));
 }
 

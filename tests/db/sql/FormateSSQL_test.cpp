@@ -177,6 +177,21 @@ TEST_F(FormateSSQL, AnOracleDateOfTenCharactersGetsThePlainMaskOneOfElevenTheLon
   EXPECT_EQ(Traduit(kOracle, "CVDATE('éééééééééé')"), "TO_DATE('éééééééééé','dd/MM/yyyy')");
 }
 
+TEST_F(FormateSSQL, TheLengthOfAnOracleDateIsTakenBehindTheQualification) {
+  EXPECT_EQ(Traduit(kOracle, "CVDATE('01 UTL 03')"), "TO_DATE('01 ADM.UTL 03','dd/MM/yyyy HH24:MI:SS')");
+  EXPECT_EQ(Traduit(kOracle, "CVDATE('01 UTX 03')"), "TO_DATE('01 UTX 03','dd/MM/yyyy')");
+}
+
+TEST_F(FormateSSQL, TheLaterPassesActOnTheOracleMaskToo) {
+  const tamlo::runtime::RegionalSettingsOverride etrange({"dd AS [MM]", ','});
+  EXPECT_EQ(Traduit(kOracle, "CVDATE('01/02/2003')"), "TO_DATE('01/02/2003','dd \"MM\"')");
+}
+
+TEST_F(FormateSSQL, ATableOfSeveralWordsIsQualifiedInItsBrackets) {
+  EXPECT_EQ(Traduit(kOracle, "SELECT 1 FROM [MA TABLE] X", {{"MA TABLE", "ADM"}}), "SELECT 1 FROM ADM.\"MA TABLE\" X");
+  EXPECT_EQ(Traduit(kOracle, "SELECT 1 FROM MA TABLE X", {{"MA TABLE", "ADM"}}), "SELECT 1 FROM ADM.MA TABLE X");
+}
+
 TEST_F(FormateSSQL, WithoutAShortDateTheOracleMaskIsABlank) {
   const tamlo::runtime::RegionalSettingsOverride aucun({"", '.'});
   EXPECT_EQ(Traduit(kOracle, "CVDATE('01/02/2003')"), "TO_DATE('01/02/2003',' ')");
@@ -196,6 +211,8 @@ TEST_F(FormateSSQL, ADateInsideALiteralIsRewrittenToo) {
 
 TEST_F(FormateSSQL, ATextThatIsNoDateStaysAsItIs) {
   EXPECT_EQ(Traduit(kMySql, "CVDATE('31/02/2003')"), "\"31/02/2003\"");
+  EXPECT_EQ(Traduit(kMySql, "CVDATE('01/02/0099')"), "\"01/02/0099\"");
+  EXPECT_EQ(Traduit(kMySql, "CVDATE('01/02/0100')"), "\"0100-02-01\"");
   EXPECT_EQ(Traduit(kMySql, "CVDATE('')"), "\"\"");
   EXPECT_EQ(Traduit(kMySql, "CVDATE()"), "\"\"");
   EXPECT_EQ(Traduit(kMySql, "CVDATE( [X] )"), "\"`X`\"");
