@@ -3,6 +3,7 @@
 #include <array>
 #include <vector>
 
+#include "ado/Errors.h"
 #include "tests/ado/AdoFixture.h"
 
 namespace tamlo::tests {
@@ -310,6 +311,13 @@ TEST_F(Recordset, MovedObjectsKeepTheirRowsAndFields) {
   ado::Recordset moved = std::move(rs);
   EXPECT_EQ(&moved.Fields("CODE"), code);
   EXPECT_EQ(code->Value(), Variant("A1"));
+}
+
+TEST(AdoError, ReadsAsTheRuntimeDescribesTheNumberWithItsDetailBehind) {
+  EXPECT_EQ(ado::AdoError(3251).Description(), "L'objet ou le fournisseur n'est pas capable d'exécuter l'opération demandée.");
+  EXPECT_EQ(ado::AdoError(3265, "MotPasse").Description(),
+            "Impossible de trouver l'objet dans la collection correspondant au nom ou à la référence ordinale demandé. (MotPasse)");
+  EXPECT_EQ(ado::AdoError(3265).Source(), "ado");
 }
 
 }  // namespace
