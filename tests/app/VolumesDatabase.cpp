@@ -7,12 +7,89 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "ado/Connection.h"
+#include "ado/Recordset.h"
+#include "ado/jet/JetProvider.h"
+#include "jet/Database.h"
+#include "runtime/Conversions.h"
 #include "tests/support_lib/MariaDbServer.h"
 #include "tests/support_lib/TemporaryFolder.h"
 
 namespace tamlo::app {
 
 namespace {
+
+/// Each question opens the file anew and leaves it to the tool.
+class AccessVolumes : public VolumesDatabase {
+ public:
+  AccessVolumes() {
+    ado::jetprovider::RegisterJetProvider();
+    (void)jet::Database::Create(File());
+    Execute("CREATE TABLE UTL (IDUTL INTEGER CONSTRAINT PK PRIMARY KEY, NOM TEXT(30), MOTPASSE TEXT(10))");
+    Execute("CREATE TABLE VLMUTL (IDUTL INTEGER, IDVLM INTEGER, NIVEAU SMALLINT, CONSTRAINT PK PRIMARY KEY (IDUTL, IDVLM))");
+  }
+
+  std::string Name() const override { return readOnly_ ? "Data Source=" + File() + ";Mode=Read" : File(); }
+  std::string Kind() const override { return "0"; }
+  std::map<std::string, std::string> Environment() const override { return {}; }
+  std::string AbsentName() const override { return folder_.File("absente.mdb"); }
+
+  void Execute(const std::string& statement) override {
+    ado::Connection connection;
+    Open(connection);
+    connection.Execute(statement, ado::adExecuteNoRecords);
+  }
+
+  std::vector<std::string> Rows(const std::string& query) override {
+    ado::Connection connection;
+    Open(connection);
+    ado::Recordset found;
+    std::vector<std::string> rows;
+    for (found.Open(query, &connection, ado::adOpenForwardOnly, ado::adLockUnspecified, -1); !found.Eof(); found.MoveNext()) {
+      std::string row;
+      for (std::size_t i = 0; i < found.FieldCount(); ++i) {
+        const runtime::Variant value = found.Fields(i).Value();
+        row += (i == 0 ? "" : "|") + (value.IsNull() ? "NULL" : runtime::ToText(value));
+      }
+      rows.push_back(row);
+    }
+    return rows;
+  }
+
+  std::vector<std::string> PasswordBytes() override {
+    std::vector<std::string> passwords = Rows("SELECT MOTPASSE FROM UTL");
+    for (std::string& password : passwords) {
+      std::string bytes;
+      for (const char byte : password) {
+        for (const int half : {static_cast<unsigned char>(byte) >> 4, byte & 15}) bytes += "0123456789ABCDEF"[half];
+      }
+      password = bytes;
+    }
+    return passwords;
+  }
+
+  void Hold(const std::string& insertion) override {
+    Open(holder_);
+    holder_.BeginTrans();
+    holder_.Execute(insertion, ado::adExecuteNoRecords);
+  }
+  void Release() override {
+    holder_.CommitTrans();
+    holder_.Close();
+  }
+  void MakeReadOnly() override { readOnly_ = true; }
+
+ private:
+  void Open(ado::Connection& connection) const {
+    connection.Provider("Microsoft.Jet.OLEDB.4.0");
+    connection.Open(File(), "", "");
+  }
+  std::string File() const { return folder_.File("Volumes d'essai.mdb"); }
+
+  tests::TemporaryFolder folder_;
+  ado::Connection holder_;
+  bool readOnly_ = false;
+};
 
 class SqliteVolumes : public VolumesDatabase {
  public:
@@ -49,6 +126,11 @@ class SqliteVolumes : public VolumesDatabase {
     return rows;
   }
 
+  void Hold(const std::string& insertion) override {
+    Execute("BEGIN IMMEDIATE");
+    Execute(insertion);
+  }
+  void Release() override { Execute("COMMIT"); }
   void MakeReadOnly() override { DescribeSource("file:" + File() + "?mode=ro"); }
 
  private:
@@ -94,6 +176,19 @@ class MariaDbVolumes : public VolumesDatabase {
     return rows;
   }
 
+  void Hold(const std::string& insertion) override {
+    const std::string count = "SET SESSION TRANSACTION ISOLATION LEVEL READ UNCOMMITTED; SELECT COUNT(*) FROM UTL";
+    const std::vector<std::string> before = Rows(count);
+    holder_ = ::popen((Client(database_) + " > /dev/null").c_str(), "w");
+    if (holder_ == nullptr) throw std::runtime_error("no mariadb client");
+    std::fputs(("START TRANSACTION;\n" + insertion + ";\n").c_str(), holder_);
+    std::fflush(holder_);
+    while (Rows(count) == before) continue;
+  }
+  void Release() override {
+    std::fputs("COMMIT;\n", holder_);
+    if (::pclose(holder_) != 0) throw std::runtime_error("the transaction is lost");
+  }
   void MakeReadOnly() override {
     user_ = "lecteur";
     Execute("CREATE USER IF NOT EXISTS lecteur@localhost IDENTIFIED BY 'lecteur'");
@@ -101,12 +196,15 @@ class MariaDbVolumes : public VolumesDatabase {
   }
 
  private:
+  std::string Client(const std::string& database) const {
+    return "mariadb --no-defaults --default-character-set=utf8mb4 -N -B -r -S '" + server_.Socket() + "' -u tamlo -ptamlo " + database;
+  }
+
   /// What the server's own client prints.
   std::string Run(const std::string& database, const std::string& statement) const {
     tests::TemporaryFolder folder;
     std::ofstream(folder.File("statement")) << statement;
-    const std::string command = "mariadb --no-defaults --default-character-set=utf8mb4 -N -B -r -S '" + server_.Socket() +
-                                "' -u tamlo -ptamlo " + database + " < '" + folder.File("statement") + "' 2>&1";
+    const std::string command = Client(database) + " < '" + folder.File("statement") + "' 2>&1";
     FILE* pipe = ::popen(command.c_str(), "r");
     if (pipe == nullptr) throw std::runtime_error("no mariadb client");
     std::string output;
@@ -119,9 +217,12 @@ class MariaDbVolumes : public VolumesDatabase {
   tests::MariaDbServer& server_;
   std::string database_;
   std::string user_ = "tamlo";
+  FILE* holder_ = nullptr;
 };
 
 }  // namespace
+
+std::unique_ptr<VolumesDatabase> MakeAccessVolumes() { return std::make_unique<AccessVolumes>(); }
 
 std::unique_ptr<VolumesDatabase> MakeSqliteVolumes() { return std::make_unique<SqliteVolumes>(); }
 

@@ -22,9 +22,17 @@ class VolumesDatabase {
   virtual void Execute(const std::string& statement) = 0;
   /// Each row as its values joined by "|".
   [[nodiscard]] virtual std::vector<std::string> Rows(const std::string& query) = 0;
+  /// The encoded passwords of UTL, each as its bytes in hexadecimal.
+  [[nodiscard]] virtual std::vector<std::string> PasswordBytes() { return Rows("SELECT HEX(MOTPASSE) FROM UTL"); }
+  /// Adds a row to UTL in a transaction that nobody else sees the end of before Release. For servers and SQLite.
+  virtual void Hold(const std::string& insertion) = 0;
+  virtual void Release() = 0;
   /// From now on the tool can read, but not write; Name may change.
   virtual void MakeReadOnly() = 0;
 };
+
+/// An Access file, kind 0.
+[[nodiscard]] std::unique_ptr<VolumesDatabase> MakeAccessVolumes();
 
 /// A file reached through the SQLite driver, kind 4.
 [[nodiscard]] std::unique_ptr<VolumesDatabase> MakeSqliteVolumes();
