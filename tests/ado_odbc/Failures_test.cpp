@@ -85,16 +85,31 @@ TEST_F(Connecting, WithAWrongPasswordShowsItNowhere) {
 }
 
 TEST_F(Connecting, APasswordThatTheDriverRepeatsIsStruckOut) {
-  // The data source of this name does not exist; a driver manager that quoted the text would show the password.
-  const Error error = Refusal("DRIVER={motdepasse42};PWD=motdepasse42");
-  for (const auto& record : error.Diagnostics()) EXPECT_EQ(record.text.find("motdepasse42"), std::string::npos) << record.text;
+  const std::string driver = std::string("DRIVER={") + DIAGNOSTIC_DRIVER + "};";
+  for (const Error& error : {Refusal(driver + "PWD=motdepasse42"), Refusal(driver, "moi", "motdepasse42")}) {
+    EXPECT_NE(error.Description().find("PWD=***"), std::string::npos) << error.Description();
+    EXPECT_EQ(error.Description().find("motdepasse42"), std::string::npos) << error.Description();
+    EXPECT_EQ(error.Sent(), "");
+    for (const auto& record : error.Diagnostics()) EXPECT_EQ(record.text.find("motdepasse42"), std::string::npos) << record.text;
+  }
 }
 
-TEST_F(Connecting, EveryDiagnosticRecordIsKept) {
-  // Two records: the driver's warning and the refusal itself.
-  const Error error = Refusal("DRIVER={MariaDB Unicode};SOCKET=/nulle/part;DATABASE=x", "a", "b");
-  EXPECT_GE(error.Diagnostics().size(), 1U);
-  EXPECT_FALSE(error.SqlState().starts_with("01")) << "a warning is never the decisive record";
+TEST_F(Connecting, EveryDiagnosticRecordIsKeptAndAWarningIsNeverTheFirst) {
+  const Error error = Refusal(std::string("DRIVER={") + DIAGNOSTIC_DRIVER + "}");
+  ASSERT_EQ(error.Diagnostics().size(), 3U);
+  const struct {
+    const char* state;
+    std::int32_t native;
+    const char* text;
+  } expected[] = {{"HY000", 4711, "refused: "}, {"28000", 18456, "login failed"}, {"01000", 7, "connection made"}};
+  for (std::size_t i = 0; i < 3; ++i) {
+    EXPECT_EQ(error.Diagnostics()[i].sqlState, expected[i].state);
+    EXPECT_EQ(error.Diagnostics()[i].native, expected[i].native);
+    EXPECT_NE(error.Diagnostics()[i].text.find(expected[i].text), std::string::npos) << error.Diagnostics()[i].text;
+  }
+  EXPECT_EQ(error.SqlState(), "HY000");
+  EXPECT_EQ(error.NativeCode(), 4711);
+  EXPECT_NE(error.Description().find("refused: "), std::string::npos) << error.Description();
 }
 
 TEST_F(Connecting, AServerThatDiesIsAnErrorAndTheConnectionCanBeOpenedAgain) {
