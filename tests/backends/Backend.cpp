@@ -48,10 +48,13 @@ class SurMariaDb final : public Backend {
     capacites.sondeDates = true;
     capacites.nomPrimary = true;
     capacites.indexDescendant = false;
+    capacites.booleenFaux = false;
     return capacites;
   }
   [[nodiscard]] std::string Utilisateur() const override { return "tamlo"; }
   [[nodiscard]] std::string MotDePasse() const override { return "tamlo"; }
+  [[nodiscard]] std::vector<std::string> NomsRefuses() const override { return {"X`Y"}; }
+  [[nodiscard]] std::string TexteSupTableBrut(const std::string& nom) const override { return "DROP TABLE `" + nom + "`"; }
   [[nodiscard]] std::string BaseVide() override {
     if (!serveur_) serveur_ = std::make_unique<MariaDbServer>();
     const std::string base = NouveauNom();
@@ -73,6 +76,7 @@ class SurSqlite final : public Backend {
   [[nodiscard]] Capacites Capacite() const override {
     Capacites capacites;
     capacites.creeTables = false;
+    capacites.clesEtrangeres = false;
     return capacites;
   }
   [[nodiscard]] std::string BaseVide() override { return "DRIVER=SQLite3;Database=" + dossier_.File(NouveauNom() + ".db"); }
@@ -117,12 +121,16 @@ class SurMoteur final : public Backend {
   [[nodiscard]] Capacites Capacite() const override {
     Capacites capacites;
     capacites.indexSimple = EstOracle();
+    capacites.indexPrefixes = EstOracle();
+    capacites.clesSurIndex = !EstOracle();
+    capacites.gardeChampsDeCles = false;
     capacites.numerique131 = EstOracle();
     capacites.transactions = EstOracle();
     return capacites;
   }
   [[nodiscard]] std::string Utilisateur() const override { return EstOracle() ? "ADM" : "sa"; }
   [[nodiscard]] std::string MotDePasse() const override { return EstOracle() ? "adm" : "sa"; }
+  [[nodiscard]] std::vector<std::string> NomsRefuses() const override { return {"X\"Y"}; }
   [[nodiscard]] std::string BaseVide() override {
     if (!moteur_) {
       moteur_ = std::make_unique<DialectEngine>(dialecte_);
@@ -147,10 +155,13 @@ class SurJet final : public Backend {
   [[nodiscard]] Capacites Capacite() const override {
     Capacites capacites;
     capacites.clePrimaire = true;
+    capacites.compteurs = true;
     capacites.texteNul = false;
     capacites.booleenNul = false;
     return capacites;
   }
+  [[nodiscard]] std::vector<std::string> NomsRefuses() const override { return {"X]Y", "X`Y"}; }
+  [[nodiscard]] std::string TexteSupTableBrut(const std::string& nom) const override { return "DROP TABLE [" + nom + "]"; }
   [[nodiscard]] std::string BaseVide() override {
     const std::string nom = dossier_.File(NouveauNom() + ".mdb");
     (void)jet::Database::Create(nom);

@@ -23,8 +23,14 @@ struct Capacites {
   bool nomPrimary = false;        ///< The primary index is known by the one name PRIMARY.
   bool litteraux = true;          ///< Text literals of the dialect are understood.
   bool retireContraintes = true;  ///< The catalog of indexes is written by the layer, so its agreement can be looked at.
-  bool texteNul = true;    ///< Text and memo columns made by the layer take the null; elsewhere they take the empty text in its place.
-  bool booleenNul = true;  ///< A truth value can be unknown; elsewhere an unknown one is false.
+  bool texteNul = true;        ///< Text and memo columns made by the layer take the null; elsewhere they take the empty text in its place.
+  bool indexPrefixes = false;  ///< The backend knows an index by the table's name, "_" and the index's name.
+  bool clesEtrangeres = true;  ///< A foreign key can be added to a table that exists, and keeps what it leans on from being dropped.
+  bool clesSurIndex = true;    ///< A foreign key leans on a unique index; elsewhere it wants a constraint.
+  bool gardeChampsDeCles = true;  ///< A field that a foreign key leans on is not dropped; the engine drops it with the key.
+  bool compteurs = false;         ///< The layer knows which fields are counters.
+  bool booleenFaux = true;        ///< A truth value that is not written is false; elsewhere it is unknown.
+  bool booleenNul = true;         ///< A truth value can be unknown; elsewhere an unknown one is false.
 };
 
 /// A kind of database that the suite runs on. Made on first use and kept until the program ends.
@@ -42,6 +48,9 @@ class Backend {
   [[nodiscard]] virtual std::string BaseVide() = 0;
   /// What is wrong inside a closed database of that name, where the backend lets one look: one line for each finding.
   [[nodiscard]] virtual std::string Defauts(const std::string& /*nom*/) const { return {}; }
+  /// Of the table names X]Y, X`Y, X"Y and X'Y those that the backend refuses, and the statement that drops one that it took.
+  [[nodiscard]] virtual std::vector<std::string> NomsRefuses() const { return {}; }
+  [[nodiscard]] virtual std::string TexteSupTableBrut(const std::string& nom) const { return "DROP TABLE \"" + nom + "\""; }
   /// The column type of a plain CREATE TABLE for an ADO type, where the layer does not create tables.
   [[nodiscard]] virtual std::string TypeBrut(std::int16_t /*typ*/, std::int32_t /*lg*/) const { return {}; }
 };

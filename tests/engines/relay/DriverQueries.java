@@ -5,6 +5,8 @@ import java.util.regex.Pattern;
 final class DriverQueries {
     private static final String OWN_SCHEMAS = " NOT IN('INFORMATION_SCHEMA','PG_CATALOG')";
 
+    private static final String TEXTS = " IN('CHARACTER','CHARACTER VARYING','VARCHAR_IGNORECASE')";
+
     /** H2 type names, and what PostgreSQL calls each of them: type id, name, length. The last row holds for every other type. */
     private static final String[][] TYPES = {
         {"'CHARACTER'", "1042", "'bpchar'", "-1"},
@@ -46,7 +48,7 @@ final class DriverQueries {
         String where = query.contains("c.oid = ") ? "1=0" : "TABLE_SCHEMA" + OWN_SCHEMAS;
         return "SELECT TABLE_SCHEMA nspname,TABLE_NAME relname,COLUMN_NAME attname," + byType(1) + " atttypid," + byType(2)
                 + " typname,ORDINAL_POSITION attnum," + byType(3) + " attlen,"
-                + "CASE WHEN DATA_TYPE IN('CHARACTER','CHARACTER VARYING','VARCHAR_IGNORECASE') AND CHARACTER_MAXIMUM_LENGTH<" + ColumnSizes.LONGEST_TEXT
+                + "CASE WHEN DATA_TYPE" + TEXTS + " AND CHARACTER_MAXIMUM_LENGTH<" + ColumnSizes.LONGEST_TEXT
                 + " THEN CHARACTER_MAXIMUM_LENGTH+4 WHEN DATA_TYPE='NUMERIC' AND NUMERIC_PRECISION<1001"
                 + " THEN NUMERIC_PRECISION*65536+NUMERIC_SCALE+4 ELSE -1 END atttypmod,"
                 + "CASE IS_NULLABLE WHEN 'NO' THEN '1' ELSE '0' END attnotnull,'f' relhasrules,'r' relkind,0 oid,"
@@ -92,7 +94,8 @@ final class DriverQueries {
 
     private static String byType(int column) {
         String[] text = TYPES[TYPES.length - 1];
-        StringBuilder choice = new StringBuilder("CASE WHEN CHARACTER_MAXIMUM_LENGTH>=" + ColumnSizes.LONGEST_TEXT + " THEN " + text[column]);
+        StringBuilder choice = new StringBuilder("CASE WHEN DATA_TYPE" + TEXTS + " AND CHARACTER_MAXIMUM_LENGTH>="
+                + ColumnSizes.LONGEST_TEXT + " THEN " + text[column]);
         for (String[] row : TYPES) {
             if (row[0] != null) choice.append(" WHEN DATA_TYPE IN(").append(row[0]).append(") THEN ").append(row[column]);
         }
