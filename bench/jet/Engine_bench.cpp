@@ -15,56 +15,20 @@
 #include <string>
 #include <vector>
 
+#include "bench/jet/Goals.h"
+#include "bench/jet/PeopleFile.h"
 #include "jet/Database.h"
 #include "jet/Table.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double Seconds(Clock::time_point since) { return std::chrono::duration<double>(Clock::now() - since).count(); }
-
-std::string NameOf(int i) { return "Customer " + std::to_string(static_cast<long long>(i) * 7919 % 1000003) + " of Saint-Étienne"; }
-std::string TownOf(int i) { return "Town number " + std::to_string(i % 5000) + " on the river"; }
-
-jet::TableSpec People() {
-  const auto column = [](const char* name, jet::ColumnType type, std::uint16_t size = 0) {
-    jet::ColumnDef def;
-    def.name = name;
-    def.type = type;
-    def.size = size;
-    return def;
-  };
-  jet::TableSpec spec;
-  spec.name = "People";
-  spec.columns = {column("Id", jet::ColumnType::kLong), column("Name", jet::ColumnType::kText, 60),
-                  column("Town", jet::ColumnType::kText, 60), column("Amount", jet::ColumnType::kCurrency),
-                  column("Born", jet::ColumnType::kDate)};
-  jet::IndexSpec primary;
-  primary.name = "PrimaryKey";
-  primary.columns = {{"Id", false}};
-  primary.primary = true;
-  spec.indexes = {primary};
-  return spec;
-}
-
-double InsertWithEngine(const std::string& path, int rows) {
-  const auto start = Clock::now();
-  const auto database = jet::Database::Create(path);
-  jet::Table& table = database->CreateTable(People());
-  std::vector<jet::Value> row(5);
-  database->Begin();
-  for (int i = 0; i < rows; ++i) {
-    row[0] = jet::Value(i);
-    row[1].SetText(NameOf(i));
-    row[2].SetText(TownOf(i));
-    row[3] = jet::Value(jet::Currency{i * 100});
-    row[4] = jet::Value(jet::Date{20000.0 + i % 20000});
-    table.Insert(std::span<const jet::Value>(row));
-  }
-  database->Commit();
-  return Seconds(start);
-}
+using jet::bench::Clock;
+using jet::bench::Goals;
+using jet::bench::MakePeopleFile;
+using jet::bench::NameOf;
+using jet::bench::ScanWithExport;
+using jet::bench::Seconds;
+using jet::bench::TownOf;
 
 double InsertWithSqlite(const std::string& path, int rows) {
   const auto start = Clock::now();
@@ -107,13 +71,7 @@ double ScanWithEngine(const std::string& path, int rows) {
   return seconds;
 }
 
-double ScanWithExport(const std::string& path) {
-  const auto start = Clock::now();
-  const std::string command = "mdb-export '" + path + "' People > /dev/null 2>&1";
-  return std::system(command.c_str()) == 0 ? Seconds(start) : 0;
-}
-
-void Lookup(const std::string& path, int rows) {
+void Lookup(const std::string& path, int rows, Goals& goals) {
   const auto database = jet::Database::Open(path);
   auto start = Clock::now();
   jet::IndexSpec index;
@@ -127,7 +85,7 @@ void Lookup(const std::string& path, int rows) {
   std::vector<jet::Value> key(1);
   jet::Row row;
   constexpr int kLookups = 100000;
-  const auto measure = [&](const char* what, unsigned range) {
+  const auto measure = [&](unsigned range) {
     const auto begin = Clock::now();
     int found = 0;
     for (int i = 0; i < kLookups; ++i) {
@@ -135,15 +93,16 @@ void Lookup(const std::string& path, int rows) {
       const auto id = table.Seek(position, key);
       if (id && table.Read(*id, row) && row.Integer(0) >= 0) ++found;
     }
-    std::printf("one row by an indexed text, %-38s %8.3f us (%d of %d found)\n", what, Seconds(begin) / kLookups * 1e6, found, kLookups);
+    if (found != kLookups) goals.Missed("an indexed text was not found");
+    return Seconds(begin) / kLookups * 1e6;
   };
-  measure("anywhere, each call with its own locks", static_cast<unsigned>(rows));
+  std::printf("one row by an indexed text, anywhere, each call with its own locks %9.2f us\n", measure(static_cast<unsigned>(rows)));
   const jet::Database::ReadScope scope(*database);
-  measure("anywhere, inside a statement", static_cast<unsigned>(rows));
-  measure("warm, inside a statement (goal 10)", 2000);
+  std::printf("one row by an indexed text, anywhere, inside a statement       %9.2f us\n", measure(static_cast<unsigned>(rows)));
+  goals.AtMost("one row by an indexed text, warm, inside a statement", measure(2000), 10, "us");
 }
 
-void OpenBigFile(const std::string& path) {
+void OpenBigFile(const std::string& path, Goals& goals) {
   {
     jet::OpenOptions options;
     const auto database = jet::Database::Create(path, options);
@@ -178,8 +137,10 @@ void OpenBigFile(const std::string& path) {
     cached = database->Count().cachedBytes;
   }
   std::sort(times.begin(), times.end());
-  std::printf("open of a file of %.0f MB         %8.3f ms (middle of 5; cache after reading all: %zu KB)\n",
-              static_cast<double>(std::filesystem::file_size(path)) / 1e6, times[2] * 1e3, cached / 1024);
+  std::printf("a file of %.0f MB; cache after reading all of it: %zu KB\n", static_cast<double>(std::filesystem::file_size(path)) / 1e6,
+              cached / 1024);
+  goals.AtMost("opening it, middle of 5", times[2] * 1e3, 20, "ms");
+  goals.AtMost("its cache", static_cast<double>(cached) / (1 << 20), 17, "MB");
 }
 
 }  // namespace
@@ -203,13 +164,15 @@ int main(int argc, char** argv) {
   double sqlite = 1e9;
   for (int turn = 0; turn < 3; ++turn) {
     std::filesystem::remove(file);
-    engine = std::min(engine, InsertWithEngine(file, rows));
+    engine = std::min(engine, MakePeopleFile(file, rows));
     const std::string other = (folder / "people.sqlite").string();
     std::filesystem::remove(other);
     sqlite = std::min(sqlite, InsertWithSqlite(other, rows));
   }
+  Goals goals;
   std::printf("%d rows, %.1f MB; best of three each\n", rows, static_cast<double>(std::filesystem::file_size(file)) / 1e6);
-  std::printf("insert: engine %.3f s, SQLite %.3f s: %.2f times SQLite's rows per second (goal 0.8)\n", engine, sqlite, sqlite / engine);
+  std::printf("insert: engine %.3f s, SQLite %.3f s\n", engine, sqlite);
+  goals.AtLeast("insert with one primary key, rows per second", sqlite / engine, 0.8, "times SQLite's");
 
   double scan = 1e9;
   double raw = 1e9;
@@ -218,11 +181,13 @@ int main(int argc, char** argv) {
     raw = std::min(raw, ScanWithExport(file));
   }
   if (raw > 0) {
-    std::printf("scan: engine %.3f s, mdb-export %.3f s: %.1f times its rows per second (goal 6)\n", scan, raw, raw / scan);
+    std::printf("scan: engine %.3f s, mdb-export %.3f s\n", scan, raw);
+    goals.AtLeast("scan through the engine, rows per second", raw / scan, 6, "times mdb-export's");
   } else {
-    std::printf("scan: engine %.3f s; mdb-export is not installed\n", scan);
+    goals.Missed("mdb-export is not installed");
   }
-  Lookup(file, rows);
-  if (big) OpenBigFile((folder / "big.mdb").string());
+  Lookup(file, rows, goals);
+  if (big) OpenBigFile((folder / "big.mdb").string(), goals);
   std::filesystem::remove_all(folder);
+  return goals.ExitStatus();
 }
