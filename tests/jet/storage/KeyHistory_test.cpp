@@ -14,10 +14,11 @@ std::vector<unsigned> Seeds() {
   return {1, 2, 3, 4, 5, 6, 7, 8};
 }
 
-/// Random inserts, updates, deletes and schema edits against a plain model, with transactions, rollbacks and reopening.
-class History {
+/// One table whose rows go by their primary key, which changes and collides: rows are found by it, in the table and in the model. With
+/// schema edits, nested transactions, rollbacks and reopening. Histories of whole databases, by the identity of rows: tests/jet/history.
+class KeyHistory {
  public:
-  explicit History(unsigned seed) : random_(seed) {
+  explicit KeyHistory(unsigned seed) : random_(seed) {
     database_ = world_.Create();
     TableSpec spec;
     spec.name = "T";
@@ -196,14 +197,14 @@ class History {
   int next_ = 1;
 };
 
-class HistoryTest : public testing::TestWithParam<unsigned> {};
+class KeyHistoryTest : public testing::TestWithParam<unsigned> {};
 
-TEST_P(HistoryTest, FollowsThePlainModel) {
+TEST_P(KeyHistoryTest, FollowsThePlainModel) {
   SCOPED_TRACE("JET_SEED=" + std::to_string(GetParam()));
-  History(GetParam()).Run(400);
+  KeyHistory(GetParam()).Run(400);
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, HistoryTest, testing::ValuesIn(Seeds()));
+INSTANTIATE_TEST_SUITE_P(Seeds, KeyHistoryTest, testing::ValuesIn(Seeds()));
 
 }  // namespace
 }  // namespace jet::tests

@@ -1,3 +1,5 @@
+// Power cuts in a few transactions on one table, fast enough for every run. Workloads on whole databases: tests/jet/cuts.
+
 #include <gtest/gtest.h>
 
 #include <map>
@@ -69,9 +71,9 @@ void ExpectBeforeOrAfter(const Recording& recording, std::size_t cut, const std:
   EXPECT_EQ(Findings(*database), "") << how << " cut at " << cut;
 }
 
-class CutTest : public testing::TestWithParam<std::size_t> {};
+class TableCuts : public testing::TestWithParam<std::size_t> {};
 
-TEST_P(CutTest, AtEveryOperationLeavesBeforeOrAfter) {
+TEST_P(TableCuts, AtEveryOperationLeavesBeforeOrAfter) {
   const Recording recording = Record(GetParam());
   ASSERT_GT(recording.record.size(), 50u);
   for (std::size_t cut = 0; cut <= recording.record.size(); ++cut) {
@@ -88,7 +90,7 @@ TEST_P(CutTest, AtEveryOperationLeavesBeforeOrAfter) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Caches, CutTest, testing::Values(std::size_t{16} << 20, std::size_t{64} * 4096));
+INSTANTIATE_TEST_SUITE_P(Caches, TableCuts, testing::Values(std::size_t{16} << 20, std::size_t{64} * 4096));
 
 }  // namespace
 }  // namespace jet::tests
