@@ -181,7 +181,7 @@ PropertyMap PropertyMap::Decode(std::span<const std::byte> bytes, std::uint16_t 
   const auto magic = all.Take(4);
   if (std::memcmp(magic.data(), "MR2", 4) != 0 && std::memcmp(magic.data(), "KKD", 4) != 0)
     throw Error(ErrorCode::kDamaged, "A property map does not begin as one", 0, 0);
-  std::vector<std::string> names;
+  auto& names = map.names_;
   while (!all.AtEnd()) {
     const std::uint32_t length = all.U32();
     const std::uint16_t type = all.U16();
@@ -203,8 +203,11 @@ PropertyMap PropertyMap::Decode(std::span<const std::byte> bytes, std::uint16_t 
       const std::uint16_t size = entry.U16();
       if (name >= names.size()) Damaged(0);
       property.name = names[name];
-      property.value = DecodeValue(property.type, entry.Take(size), codePage);
+      const auto value = entry.Take(size);
+      property.value = DecodeValue(property.type, value, codePage);
       group.properties.push_back(std::move(property));
+      // Texts of Jet 3 are of another form.
+      group.stored.push_back(codePage == 0 ? Bytes(value.begin(), value.end()) : Bytes());
     }
     map.groups_.push_back(std::move(group));
   }
@@ -212,12 +215,13 @@ PropertyMap PropertyMap::Decode(std::span<const std::byte> bytes, std::uint16_t 
 }
 
 Bytes PropertyMap::Encode() const {
-  std::vector<std::string> names;
+  std::vector<std::string> names = names_;
   std::unordered_map<std::string, std::size_t> positions;
+  for (std::size_t i = 0; i < names.size(); ++i) positions.emplace(FoldCase(names[i]), i);
   for (const auto& group : groups_)
     for (const auto& property : group.properties)
-      if (positions.emplace(property.name, names.size()).second) names.push_back(property.name);
-  if (names.empty()) return {};
+      if (positions.emplace(FoldCase(property.name), names.size()).second) names.push_back(property.name);
+  if (names.empty() && groups_.empty()) return {};
   Writer nameList;
   for (const auto& name : names) {
     const std::string units = ToUtf16(name);
@@ -230,19 +234,23 @@ Bytes PropertyMap::Encode() const {
   writer.U16(kNames);
   writer.Raw(nameList.bytes);
   for (const auto& group : groups_) {
-    if (group.properties.empty()) continue;
     const std::string units = ToUtf16(group.column);
     Writer block;
     block.U32(6 + units.size());
     block.U16(units.size());
     block.Text(units);
-    for (const auto& property : group.properties) {
+    for (std::size_t i = 0; i < group.properties.size(); ++i) {
+      const auto& property = group.properties[i];
+      const bool asRead = !group.stored[i].empty();
       Writer value;
-      EncodeValue(value, property.value);
+      if (asRead)
+        value.Raw(group.stored[i]);
+      else
+        EncodeValue(value, property.value);
       block.U16(8 + value.bytes.size());
       block.U8(property.ddl ? 1 : 0);
-      block.U8(static_cast<std::uint8_t>(TypeFor(property)));
-      block.U16(positions.at(property.name));
+      block.U8(static_cast<std::uint8_t>(asRead ? property.type : TypeFor(property)));
+      block.U16(positions.at(FoldCase(property.name)));
       block.U16(value.bytes.size());
       block.Raw(value.bytes);
     }
@@ -283,18 +291,27 @@ void PropertyMap::Set(std::string_view column, const Property& property) {
   if (group == nullptr) {
     // The object's own properties come first.
     const auto where = column.empty() ? groups_.begin() : groups_.end();
-    group = &*groups_.insert(where, Group{std::string(column), {}});
+    group = &*groups_.insert(where, Group{std::string(column), {}, {}});
   }
-  for (auto& held : group->properties) {
-    if (!EqualNames(held.name, property.name)) continue;
-    held = property;
+  for (std::size_t i = 0; i < group->properties.size(); ++i) {
+    if (!EqualNames(group->properties[i].name, property.name)) continue;
+    group->properties[i] = property;
+    group->stored[i].clear();
     return;
   }
   group->properties.push_back(property);
+  group->stored.emplace_back();
 }
 
 void PropertyMap::Remove(std::string_view column, std::string_view name) {
-  if (Group* group = GroupOf(column)) std::erase_if(group->properties, [&](const Property& held) { return EqualNames(held.name, name); });
+  Group* group = GroupOf(column);
+  if (group == nullptr) return;
+  for (std::size_t i = group->properties.size(); i-- > 0;) {
+    if (!EqualNames(group->properties[i].name, name)) continue;
+    group->properties.erase(group->properties.begin() + static_cast<std::ptrdiff_t>(i));
+    group->stored.erase(group->stored.begin() + static_cast<std::ptrdiff_t>(i));
+  }
+  if (group->properties.empty()) groups_.erase(groups_.begin() + (group - groups_.data()));
 }
 
 void PropertyMap::RemoveColumn(std::string_view column) {

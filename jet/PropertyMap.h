@@ -21,9 +21,11 @@ class PropertyMap {
   struct Group {
     std::string column;  ///< empty: the object itself
     std::vector<Property> properties;
+    /// Beside each property its value as it was read, which may be longer than its type is; empty for those that have been set.
+    std::vector<Bytes> stored;
   };
 
-  /// Reads a map; an empty one for no bytes. codePage 0: Jet 4. Errors: kDamaged.
+  /// Reads a map; an empty one for no bytes. What is not changed is encoded again byte for byte. codePage 0: Jet 4. Errors: kDamaged.
   static PropertyMap Decode(std::span<const std::byte> bytes, std::uint16_t codePage);
   /// The bytes for a Jet 4 file; none when there are no properties.
   [[nodiscard]] Bytes Encode() const;
@@ -41,6 +43,7 @@ class PropertyMap {
   [[nodiscard]] const Group* GroupOf(std::string_view column) const;
 
   std::vector<Group> groups_;
+  std::vector<std::string> names_;  ///< as read, with names that nothing uses: they keep their places
 };
 
 }  // namespace jet
