@@ -164,25 +164,45 @@ std::int32_t Catalog::Add(CatalogObject object, const PropertyMap& properties) {
     throw Error(ErrorCode::kAlreadyExists, "There is an object of the name \"" + object.name + "\" already");
   }
 
+  AddPermissions(object, owner);
+  Forget();
+  return object.id;
+}
+
+/// A new object is permitted what its container hands down, and what the container hands down to the creator goes to the owner.
+void Catalog::AddPermissions(const CatalogObject& object, const Value& owner) {
   Table& permissions = PermissionsTable();
   const std::size_t idColumn = Column(permissions, "ObjectId"), sidColumn = Column(permissions, "SID"),
-                    accessColumn = Column(permissions, "ACM");
-  std::vector<Value> users;
-  if (!owner.IsNull()) users.push_back(owner);
-  for (ScanCursor cursor = permissions.Scan(); cursor.Next();) {
-    if (cursor.Current().Integer(idColumn) != object.parentId) continue;
-    Value user = cursor.Current().Get(sidColumn);
-    if (std::find(users.begin(), users.end(), user) == users.end()) users.push_back(std::move(user));
+                    accessColumn = Column(permissions, "ACM"), inheritColumn = Column(permissions, "FInheritable");
+  Value creator;
+  if (owner.Type() == ValueType::kBytes && owner.AsBytes().size() == 2) {
+    // Names of accounts differ from file to file, but by the same bits within one: the owner is Admin, 03 01, and the creator 02 04.
+    Bytes bytes = owner.AsBytes();
+    bytes[0] ^= std::byte{0x03 ^ 0x02};
+    bytes[1] ^= std::byte{0x01 ^ 0x04};
+    creator = Value(std::move(bytes));
   }
-  for (const auto& user : users) {
+  std::vector<std::pair<Value, std::int32_t>> entries;
+  for (ScanCursor cursor = permissions.Scan(); cursor.Next();) {
+    Row& row = cursor.Current();
+    if (row.Integer(idColumn) != object.parentId || !row.Bool(inheritColumn)) continue;
+    Value user = row.Get(sidColumn);
+    if (user == creator) user = owner;
+    const auto access = static_cast<std::int32_t>(row.Integer(accessColumn));
+    const auto held = std::find_if(entries.begin(), entries.end(), [&](const auto& entry) { return entry.first == user; });
+    if (held == entries.end())
+      entries.emplace_back(std::move(user), access);
+    else
+      held->second |= access;
+  }
+  if (entries.empty() && !owner.IsNull()) entries.emplace_back(owner, kFullAccess);
+  for (const auto& [user, access] : entries) {
     std::vector<Value> entry(permissions.Columns().size());
     entry[idColumn] = Value(object.id);
     entry[sidColumn] = user;
-    entry[accessColumn] = Value(kFullAccess);
+    entry[accessColumn] = Value(access);
     permissions.Insert(entry);
   }
-  Forget();
-  return object.id;
 }
 
 void Catalog::RemoveRows(Table& table, std::string_view column, std::int32_t id) {

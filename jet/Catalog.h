@@ -54,6 +54,7 @@ class Catalog {
  private:
   void Load();
   [[nodiscard]] RowId RowOf(std::int32_t id);
+  void AddPermissions(const CatalogObject& object, const Value& owner);
   void RemoveRows(Table& table, std::string_view column, std::int32_t id);
 
   Engine& engine_;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <unordered_map>
 #include <vector>
 
 #include "jet/ByteOrder.h"
@@ -48,9 +49,8 @@ class Compactor {
       if (source_.FindObject(relationship.table) == nullptr || source_.FindObject(relationship.referencedTable) == nullptr) continue;
       target_.CreateRelationship(relationship);
     }
-    // The definition of a system table can be changed only while it does not count as one.
-    for (const auto& object : objects)
-      if (object.type == 1 && object.flags != 0 && !IsBootstrap(object)) SetFlags(object);
+    TakeOverCatalog(objects);
+    TakeOverHeader();
     target_.Commit();
   }
 
@@ -63,7 +63,11 @@ class Compactor {
     spec.name = object.name;
     spec.columns = from.Columns();
     // Rules are left off while copying: what the file holds is copied, whether it obeys them or not.
-    for (auto& column : spec.columns) column.required = false, column.allowZeroLength = true;
+    for (auto& column : spec.columns) {
+      column.required = false;
+      column.allowZeroLength = true;
+      column.asStored = source_.FormatVersion() != 3;
+    }
     const auto indexes = from.Indexes();
     std::vector<IndexSpec> later;
     for (const auto& index : indexes) {
@@ -80,7 +84,6 @@ class Compactor {
     Table& to = target_.CreateTable(spec);
     CopyRows(from, to);
     for (const auto& index : later) target_.CreateIndex(object.name, index);
-    CopyProperties(object);
     to.Core().Refresh();
     Engine& engine = target_.Internals();
     if (const std::int32_t last = from.LastAutoNumber(); last > to.LastAutoNumber()) {
@@ -120,18 +123,112 @@ class Compactor {
     for (ScanCursor cursor = from.Scan(); cursor.Next();) copy(cursor.Current());
   }
 
-  void SetFlags(const CatalogObject& object) {
-    Catalog& catalog = target_.Internals().catalog;
-    Table& table = catalog.ObjectsTable();
-    const std::int32_t id = catalog.Find(object.name)->id;
-    const std::size_t idColumn = table.ColumnAt("Id");
-    const Value flags(static_cast<std::int32_t>(object.flags));
-    const Assignment assignment{table.ColumnAt("Flags"), &flags, nullptr};
-    std::optional<RowId> row;
-    for (ScanCursor cursor = table.Scan(); cursor.Next();)
-      if (cursor.Current().Integer(idColumn) == id) row = cursor.Id();
-    if (row) table.Update(*row, std::span(&assignment, 1));
+  /// The number that an object of the source has in the target; 0 when it was not copied.
+  std::int32_t IdInTarget(const CatalogObject& object) {
+    const bool keepsId = IsBootstrap(object) || object.kind == ObjectKind::kContainer || object.kind == ObjectKind::kDocument;
+    if (keepsId) return object.id;
+    if (object.kind == ObjectKind::kRelationship) {
+      for (const auto& held : target_.Objects())
+        if (held.kind == ObjectKind::kRelationship && EqualNames(held.name, object.name)) return held.id;
+      return 0;
+    }
+    const CatalogObject* held = target_.FindObject(object.name);
+    return held == nullptr ? 0 : held->id;
+  }
+
+  /// An account as the target writes it. Accounts go by a key that belongs to the creation date of a Jet 4 file, which is taken over with
+  /// them; in Jet 3 they are not encoded. Null for those that cannot be encoded.
+  Value AccountInTarget(Value account) const {
+    if (source_.FormatVersion() != 3 || account.Type() != ValueType::kBytes) return account;
+    Bytes bytes = account.AsBytes();
+    if (bytes.size() != 2) return Value();
+    bytes[0] ^= static_cast<std::byte>(FileHeader::kEngineSid[0] ^ 0x02);
+    bytes[1] ^= static_cast<std::byte>(FileHeader::kEngineSid[1] ^ 0x03);
+    return Value(std::move(bytes));
+  }
+
+  /// What the catalog says of each object beyond what making it anew has said: dates, owner, flags, properties, permissions. Last of all,
+  /// because the definition of a system table can be changed only while it does not count as one.
+  void TakeOverCatalog(const std::vector<CatalogObject>& objects) {
+    std::unordered_map<std::int32_t, std::int32_t> ids;
+    for (const auto& object : objects)
+      if (const std::int32_t id = IdInTarget(object); id != 0) ids.emplace(object.id, id);
+    Table& from = source_.Internals().catalog.ObjectsTable();
+    Table& to = target_.Internals().catalog.ObjectsTable();
+    std::unordered_map<std::int32_t, RowId> rows;
+    const std::size_t idThere = to.ColumnAt("Id");
+    for (ScanCursor cursor = to.Scan(); cursor.Next();)
+      rows.emplace(static_cast<std::int32_t>(cursor.Current().Integer(idThere)), cursor.Id());
+    std::erase_if(ids, [&](const auto& id) { return rows.count(id.second) == 0; });
+    const std::size_t idHere = from.ColumnAt("Id");
+    for (ScanCursor cursor = from.Scan(); cursor.Next();) {
+      const auto id = ids.find(static_cast<std::int32_t>(cursor.Current().Integer(idHere)));
+      if (id == ids.end()) continue;
+      TakeOverRow(cursor.Current(), from, to, rows.at(id->second), ids);
+    }
     target_.Internals().pager->ChangeGeneration();
+    if (source_.FormatVersion() == 3) {
+      Catalog& catalog = target_.Internals().catalog;
+      for (const auto& [old, id] : ids)
+        if (const PropertyMap properties = source_.Internals().catalog.ReadProperties(old); !properties.Groups().empty())
+          catalog.WriteProperties(id, properties);
+      target_.Internals().pager->ChangeGeneration();
+    }
+    TakeOverPermissions(ids);
+  }
+
+  void TakeOverRow(Row& row, Table& from, Table& to, RowId target, const std::unordered_map<std::int32_t, std::int32_t>& ids) {
+    const auto columns = from.Columns();
+    std::vector<Value> values(columns.size());
+    std::vector<std::unique_ptr<Pipe>> pipes;
+    std::vector<Assignment> assignments;
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+      const std::string& name = columns[i].name;
+      const auto where = to.FindColumn(name);
+      if (!where || name == "Id" || (name == "LvProp" && source_.FormatVersion() == 3)) continue;
+      if (columns[i].type == ColumnType::kOle && row.StoredLength(i) > kHeldWhole) {
+        pipes.push_back(std::make_unique<Pipe>(row.OpenLong(i)));
+        assignments.push_back({*where, nullptr, pipes.back().get()});
+        continue;
+      }
+      row.Get(i, values[i]);
+      if (name == "Owner") {
+        values[i] = AccountInTarget(std::move(values[i]));
+        if (values[i].IsNull()) continue;
+      }
+      if (name == "ParentId" && values[i].Type() == ValueType::kLong)
+        if (const auto parent = ids.find(values[i].AsLong()); parent != ids.end()) values[i] = Value(parent->second);
+      assignments.push_back({*where, &values[i], nullptr});
+    }
+    to.Update(target, assignments);
+  }
+
+  void TakeOverPermissions(const std::unordered_map<std::int32_t, std::int32_t>& ids) {
+    Table& from = source_.Internals().catalog.PermissionsTable();
+    Table& to = target_.Internals().catalog.PermissionsTable();
+    std::vector<RowId> old;
+    for (ScanCursor cursor = to.Scan(); cursor.Next();) old.push_back(cursor.Id());
+    for (const RowId row : old) to.Delete(row);
+    const std::size_t idHere = from.ColumnAt("ObjectId"), idThere = to.ColumnAt("ObjectId");
+    const std::size_t sidThere = to.ColumnAt("SID");
+    for (ScanCursor cursor = from.Scan(); cursor.Next();) {
+      const auto id = ids.find(static_cast<std::int32_t>(cursor.Current().Integer(idHere)));
+      if (id == ids.end()) continue;
+      std::vector<Value> values(to.Columns().size());
+      for (std::size_t i = 0; i < from.Columns().size(); ++i)
+        if (const auto where = to.FindColumn(from.Columns()[i].name)) cursor.Current().Get(i, values[*where]);
+      values[idThere] = Value(id->second);
+      values[sidThere] = AccountInTarget(std::move(values[sidThere]));
+      if (!values[sidThere].IsNull()) to.Insert(values);
+    }
+  }
+
+  /// The accounts mean what they mean under the creation date and the build of the source.
+  void TakeOverHeader() {
+    if (source_.FormatVersion() == 3) return;
+    const PageRef from = source_.Internals().pager->Read(0);
+    const PageRef to = target_.Internals().pager->Edit(0);
+    FileHeader::CopyIdentity(from.Bytes(), to.Writable());
   }
 
   /// Containers and documents (forms, reports, macros, modules, what Access keeps of itself): their catalog rows go over as they are.
@@ -152,13 +249,6 @@ class Compactor {
       to.Insert(values);
     }
     target_.Internals().catalog.Forget();
-  }
-
-  void CopyProperties(const CatalogObject& object) {
-    Catalog& catalog = target_.Internals().catalog;
-    const CatalogObject* made = catalog.Find(object.name);
-    catalog.WriteProperties(made->id, source_.Internals().catalog.ReadProperties(object.id));
-    target_.Internals().pager->ChangeGeneration();
   }
 
   void CopyQueries(const std::vector<CatalogObject>& objects) {

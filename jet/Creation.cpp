@@ -156,7 +156,7 @@ TableDefinition Define(PageNumber page, const SystemTable& table) {
     index.number = source.number;
     index.tree = source.tree;
     index.type = source.type;
-    index.cascadeUpdates = index.cascadeDeletes = 4;  // as the real files have it where there is nothing to cascade
+    index.cascadeUpdates = index.cascadeDeletes = TableDefinition::Index::kNothingToCascade;
     definition.indexes.push_back(std::move(index));
   }
   return definition;

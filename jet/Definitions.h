@@ -41,6 +41,9 @@ struct ColumnDef {
   std::uint8_t sortVersion = 0;         ///< 0 = the General order of Access 2000 to 2007
   std::uint8_t flags = 0;               ///< as stored
   std::uint8_t extraFlags = 0;          ///< as stored
+  /// Asked at creation: in the fixed part of the row or not, and with the extra flags, as `flags` and `extraFlags` say, which have been
+  /// read from a column of this type. Access has numbers in the variable part of tables of its own.
+  bool asStored = false;
 };
 
 struct IndexColumn {

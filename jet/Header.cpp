@@ -1,5 +1,6 @@
 #include "jet/Header.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <string_view>
@@ -130,6 +131,13 @@ std::vector<std::byte> FileHeader::Create() {
   std::memcpy(bytes + 0x9C, "4.0", 4);
   for (std::size_t i = 0; i < 512; i += 2) Store16(bytes + 0xE00 + i, 0x0100);
   return page;
+}
+
+void FileHeader::CopyIdentity(std::span<const std::byte> from, std::span<std::byte> to) {
+  // The mask is the same everywhere, so that masked bytes can be copied. The text order in between stays that of the new system tables.
+  constexpr std::size_t kBegin = 0x3C, kOrder = 0x6E, kSizeOfDate = 8;
+  std::copy(from.begin() + kBegin, from.begin() + kOrder, to.begin() + kBegin);
+  std::copy(from.begin() + kCreatedOffset, from.begin() + kCreatedOffset + kSizeOfDate, to.begin() + kCreatedOffset);
 }
 
 }  // namespace jet

@@ -36,6 +36,9 @@ struct FileHeader {
   static FileHeader Read(std::span<const std::byte> page, const std::string& path);
   /// Page 0 of a new Jet 4 file.
   static std::vector<std::byte> Create();
+  /// Gives a page 0 what belongs together in another one: code page, password, build and creation date, and with them the key of the
+  /// accounts. Both pages are Jet 4 as they stand in their files.
+  static void CopyIdentity(std::span<const std::byte> from, std::span<std::byte> to);
   /// Two-byte names under which a new file's permissions are written; they belong to the creation date that Create writes.
   static constexpr std::array<std::uint8_t, 2> kEngineSid{0x65, 0x89};
   static constexpr std::array<std::uint8_t, 2> kAdminSid{0x64, 0x8B};

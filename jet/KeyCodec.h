@@ -25,7 +25,7 @@ struct KeyNulls {
 /// Appends the bytes of one column to a key: a flag byte, then the value so that comparing keys byte by byte orders the values.
 /// The value is null or of the column's own type (a numeric may have any scale). Null is just its flag.
 /// Text follows the "General" order (TextOrder.h): keys of texts with another order cannot be made here.
-/// Minus zero makes the key of zero. Descending keys of numerics keep the order of the real files, which is wrong for positive ones.
+/// Minus zero has a key of its own, right before zero's; columns are not given it (Convert.h). Descending keys of numerics keep the order of the real files, which is wrong for positive ones.
 /// Errors: kTypeMismatch for a value of another type, kUnsupported for a type that no index can hold.
 void AppendKey(const KeyColumn& column, const Value& value, Bytes& key);
 

@@ -14,28 +14,6 @@ namespace {
 
 using Column = TableDefinition::Column;
 
-std::size_t NumberSize(ColumnType type) {
-  switch (type) {
-    case ColumnType::kByte:
-      return 1;
-    case ColumnType::kInteger:
-      return 2;
-    case ColumnType::kLong:
-    case ColumnType::kSingle:
-      return 4;
-    case ColumnType::kCurrency:
-    case ColumnType::kDouble:
-    case ColumnType::kDate:
-      return 8;
-    case ColumnType::kGuid:
-      return 16;
-    case ColumnType::kNumeric:
-      return 17;
-    default:
-      return 0;
-  }
-}
-
 Numeric LoadNumeric(const std::byte* bytes, std::uint8_t scale) {
   Numeric number;
   number.high = std::uint64_t{Load32(bytes + 1)} << 32 | Load32(bytes + 5);
@@ -98,7 +76,7 @@ Row::Place Row::Locate(std::size_t position) const {
     end = Load16(entry - 2);
     if (begin > end || end > tableOffset_ || begin < 2) throw damaged("A row's columns overlap");
   }
-  if (end - begin < NumberSize(column.type)) throw damaged("A value is too short for its type");
+  if (end - begin < FixedLength(column.type)) throw damaged("A value is too short for its type");
   return {bytes_ + begin, end - begin};
 }
 

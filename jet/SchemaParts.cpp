@@ -16,29 +16,6 @@ using Column = TableDefinition::Column;
 
 constexpr std::size_t kLongestName = 64;
 
-std::uint16_t FixedLength(ColumnType type) {
-  switch (type) {
-    case ColumnType::kBoolean:
-    case ColumnType::kByte:
-      return 1;
-    case ColumnType::kInteger:
-      return 2;
-    case ColumnType::kLong:
-    case ColumnType::kSingle:
-      return 4;
-    case ColumnType::kCurrency:
-    case ColumnType::kDouble:
-    case ColumnType::kDate:
-      return 8;
-    case ColumnType::kGuid:
-      return 16;
-    case ColumnType::kNumeric:
-      return 17;
-    default:
-      return 0;
-  }
-}
-
 void SetType(Column& stored, const ColumnDef& column) {
   stored.type = column.type;
   stored.sort = {0x09, 0x04, 0, 0};
@@ -78,7 +55,11 @@ void SetType(Column& stored, const ColumnDef& column) {
       throw Error(ErrorCode::kUnsupported, "The column \"" + column.name + "\" is of a type that cannot count");
   }
   if (column.hyperlink && column.type == ColumnType::kMemo) stored.flags |= Column::kHyperlink;
+  if (column.asStored && column.type != ColumnType::kBoolean && !stored.IsLong()) {
+    stored.flags = static_cast<std::uint8_t>((stored.flags & ~Column::kFixed) | (column.flags & Column::kFixed));
+  }
   if (stored.IsText() && column.compressed && !stored.IsFixed()) stored.extraFlags = 1;
+  if (column.asStored) stored.extraFlags = column.extraFlags;
 }
 
 /// The map row made last: the one on whose page there is room, if on any.
@@ -131,7 +112,7 @@ void AppendColumn(PageStore& store, TableDefinition& definition, const ColumnDef
   for (const auto& held : definition.columns) {
     if (EqualNames(held.name, column.name))
       throw Error(ErrorCode::kAlreadyExists, "There are two columns of the name \"" + column.name + "\"");
-    if (column.autoNumber && column.type == ColumnType::kLong && (held.flags & Column::kAutoLong) != 0)
+    if (column.autoNumber && column.type == ColumnType::kLong && held.IsCounter())
       throw Error(ErrorCode::kUnsupported, "A table can have only one counter column");
   }
   if (definition.maxColumns >= TableDefinition::kMaxColumns) throw Error(ErrorCode::kLimit, "A table has at most 255 columns");
@@ -220,6 +201,7 @@ void AddLogicalIndex(TableDefinition& definition, const IndexSpec& index, std::s
   logical.number = NextIndexNumber(definition);
   logical.tree = static_cast<std::uint32_t>(tree);
   logical.type = index.primary ? 1 : 0;
+  logical.cascadeUpdates = logical.cascadeDeletes = TableDefinition::Index::kNothingToCascade;
   AddLogicalIndex(definition, std::move(logical));
 }
 

@@ -34,7 +34,7 @@ ColumnDef Describe(const TableDefinition::Column& column) {
     def.sortLanguage = column.SortLanguage();
     def.sortVersion = column.SortVersion();
   }
-  def.autoNumber = (column.flags & (TableDefinition::Column::kAutoLong | TableDefinition::Column::kAutoGuid)) != 0;
+  def.autoNumber = column.IsCounter() || column.MakesGuids();
   def.fixedLength = column.IsFixed();
   def.compressed = (column.extraFlags & 1) != 0;
   def.hyperlink = (column.flags & TableDefinition::Column::kHyperlink) != 0;

@@ -13,6 +13,30 @@
 
 namespace jet {
 
+/// Bytes of a value whose type alone says how many; 0 for the other types. Yes/No, which rows keep in their mask, counts as one byte.
+constexpr std::uint16_t FixedLength(ColumnType type) noexcept {
+  switch (type) {
+    case ColumnType::kBoolean:
+    case ColumnType::kByte:
+      return 1;
+    case ColumnType::kInteger:
+      return 2;
+    case ColumnType::kLong:
+    case ColumnType::kSingle:
+      return 4;
+    case ColumnType::kCurrency:
+    case ColumnType::kDouble:
+    case ColumnType::kDate:
+      return 8;
+    case ColumnType::kGuid:
+      return 16;
+    case ColumnType::kNumeric:
+      return 17;
+    default:
+      return 0;
+  }
+}
+
 /// A table definition as it stands in the file: a stream of bytes over one or more pages of type 2. Bytes whose meaning is not known are
 /// kept, so that writing back what was read changes nothing.
 ///
@@ -53,6 +77,9 @@ struct TableDefinition {
 
     [[nodiscard]] bool IsFixed() const noexcept { return (flags & kFixed) != 0; }
     [[nodiscard]] bool IsLong() const noexcept { return type == ColumnType::kMemo || type == ColumnType::kOle; }
+    /// The flags alone do not say it: damage may have put them on any column.
+    [[nodiscard]] bool IsCounter() const noexcept { return (flags & kAutoLong) != 0 && type == ColumnType::kLong; }
+    [[nodiscard]] bool MakesGuids() const noexcept { return (flags & kAutoGuid) != 0 && type == ColumnType::kGuid; }
     [[nodiscard]] bool IsText() const noexcept { return type == ColumnType::kMemo || type == ColumnType::kText; }
     [[nodiscard]] std::uint16_t SortLanguage() const noexcept { return static_cast<std::uint16_t>(sort[0] | sort[1] << 8); }
     [[nodiscard]] std::uint8_t SortVersion() const noexcept { return sort[3]; }
@@ -82,6 +109,7 @@ struct TableDefinition {
     std::uint8_t side = 0;  ///< of a relationship: 1 referenced, 2 referencing
     std::int32_t partnerIndex = -1;
     PageNumber partnerTable = 0;
+    static constexpr std::uint8_t kNothingToCascade = 4;  ///< what real files have where the index is no foreign key
     std::uint8_t cascadeUpdates = 0;
     std::uint8_t cascadeDeletes = 0;
     std::uint8_t type = 0;  ///< 1 primary key, 2 foreign key
