@@ -96,6 +96,9 @@ unsigned DataPageEditor::AddZeros(std::size_t size) {
 }
 
 void DataPageEditor::RemoveLast() {
+  const Extent last = Row(slotCount_ - 1);
+  std::memset(writable_.data() + last.offset, 0, last.size);
+  SetSlot(slotCount_ - 1, 0);
   SetCount(slotCount_ - 1);
   StoreFree();
 }
@@ -116,7 +119,9 @@ void DataPageEditor::Resize(unsigned slot, std::size_t size) {
     const std::uint16_t value = Slot(i);
     SetSlot(i, static_cast<std::uint16_t>((value & ~kOffsetMask) | ((value & kOffsetMask) - delta)));
   }
-  if (delta > 0) std::memset(writable_.data() + old.offset - delta + keep, 0, static_cast<std::size_t>(delta));
+  // What the bytes leave behind is not kept: neither in front of the row that grew nor in the free space.
+  const std::size_t left = delta > 0 ? old.offset - delta + keep : lowest;
+  std::memset(writable_.data() + left, 0, static_cast<std::size_t>(delta > 0 ? delta : -delta));
   StoreFree();
 }
 

@@ -87,7 +87,8 @@ void Schema::DropObject(std::string_view name) {
   const CatalogObject object = *found;
   for (const auto& relationship : Relationships())
     if (EqualNames(relationship.table, object.name) || EqualNames(relationship.referencedTable, object.name))
-      throw Error(ErrorCode::kInUse, "The table \"" + object.name + "\" takes part in the relationship \"" + relationship.name + "\"");
+      throw Error(ErrorCode::kRelationViolated,
+                  "The table \"" + object.name + "\" takes part in the relationship \"" + relationship.name + "\"");
   scope.Touching();
   if (object.kind == ObjectKind::kTable) DropLocalTable(object);
   engine_.catalog.Remove(object.id);
@@ -149,10 +150,11 @@ void Schema::AddColumn(std::string_view name, const ColumnDef& column) {
   if (definition.maxColumns >= TableDefinition::kMaxColumns)
     throw Error(ErrorCode::kLimit, "The table \"" + table.name + "\" has had 255 columns; compacting the database makes room");
   scope.Touching();
-  const TableDefinition before = definition;
+  const bool hadVariable = definition.variableColumns > 0;
   AppendColumn(*engine_.pager, definition, column);
   Finish(table, definition);
-  if (before.variableColumns == 0 && definition.variableColumns > 0) table.RewriteRows(before);
+  if (!hadVariable && definition.variableColumns > 0) table.RewriteRows();
+  if (definition.columns.back().IsFixed()) table.CompleteRows();
   PropertyMap properties = engine_.catalog.ReadProperties(static_cast<std::int32_t>(table.page));
   SetColumnProperties(properties, column);
   engine_.catalog.WriteProperties(static_cast<std::int32_t>(table.page), properties);
@@ -212,8 +214,10 @@ void Schema::DropColumn(std::string_view name, std::string_view columnName) {
     }
     definition.longMaps.erase(maps);
   }
+  const bool fixed = found->IsFixed();
   definition.columns.erase(found);
   Finish(table, definition);
+  if (fixed) table.CompleteRows();
   PropertyMap properties = engine_.catalog.ReadProperties(static_cast<std::int32_t>(table.page));
   properties.RemoveColumn(dropped);
   engine_.catalog.WriteProperties(static_cast<std::int32_t>(table.page), properties);

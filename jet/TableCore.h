@@ -74,8 +74,12 @@ class TableCore {
 
   /// The key of a row in a tree; false when the row has no entry there. `anyNull` tells whether uniqueness does not count.
   [[nodiscard]] bool KeyOf(const Tree& tree, Row& row, Bytes& key, bool& anyNull);
-  /// Writes every row anew in the layout of the definition as it is now. For definitions that change the form of rows.
-  void RewriteRows(const TableDefinition& before);
+  /// Gives every row an offset table, when the definition has just got its first variable column.
+  void RewriteRows();
+  /// Rows that were written when the table had fewer columns end before the later ones, and mean null by it. Other readers count the
+  /// columns of fixed length in a row to know which are there, and where one has been dropped they take what follows for a later one:
+  /// such rows are written anew, with a place for each column.
+  void CompleteRows();
   /// Frees everything but the definition page and the map rows: rows, long values, trees.
   void FreeContents();
   void CheckWritable() const;
@@ -85,6 +89,8 @@ class TableCore {
 
  private:
   friend class Row;
+  [[nodiscard]] std::vector<RowId> Homes();
+  void KeepCells();
   /// What becomes of one column in a row that is being written.
   struct Cell {
     enum class State : std::uint8_t { kNull, kStored, kKept };

@@ -19,6 +19,7 @@ namespace {
 constexpr std::size_t kMaxRowSize = 4060;
 constexpr std::size_t kPointerSize = 4;
 constexpr unsigned kRoomWorthTrying = 256;  // free bytes under which a page is not looked at for new rows
+constexpr unsigned kRoomForNothing = 70;    // and under which it is no longer listed, as real files have it
 constexpr int kPagesTried = 8;
 
 Guid NewGuid() {
@@ -253,7 +254,8 @@ void TableCore::EncodeRow(Bytes& bytes) {
     if (position != kNowhere && cells_[position].state != Cell::State::kNull) dataSize += bytesOf(cells_[position]).size();
   const std::size_t trailer = variable > 0 ? 2 * (variable + 2) : 0;
   const std::size_t mask = (columns + 7) / 8;
-  bytes.assign(2 + fixedSize_ + dataSize + trailer + mask, std::byte{0});
+  // A row may have to become a pointer one day, on a page that is full by then: none is shorter than that.
+  bytes.assign(std::max(2 + fixedSize_ + dataSize + trailer + mask, kPointerSize), std::byte{0});
   std::byte* out = bytes.data();
   Store16(out, static_cast<std::uint16_t>(columns));
   std::byte* maskBytes = out + bytes.size() - mask;
@@ -384,7 +386,10 @@ std::optional<RowId> TableCore::TryPlace(PageNumber candidate, std::span<const s
   }
   const PageRef ref = engine.pager->Edit(candidate);
   DataPageEditor editor(ref);
-  return RowId{candidate, static_cast<std::uint8_t>(editor.Add(bytes, flags))};
+  const unsigned slot = editor.Add(bytes, flags);
+  if (editor.FreeBytes() < kRoomForNothing || editor.SlotCount() >= DataPage::kMaxSlots)
+    UsageMap(*engine.pager, definition_.freeMap).Remove(candidate);
+  return RowId{candidate, static_cast<std::uint8_t>(slot)};
 }
 
 RowId TableCore::Place(std::span<const std::byte> bytes, std::uint16_t flags) {
@@ -406,7 +411,7 @@ RowId TableCore::Place(std::span<const std::byte> bytes, std::uint16_t flags) {
   DataPageEditor editor = DataPageEditor::Format(ref, page);
   const unsigned slot = editor.Add(bytes, flags);
   UsageMap(pager, definition_.ownedMap).Add(ref.Number());
-  freeMap.Add(ref.Number());
+  if (editor.FreeBytes() >= kRoomForNothing) freeMap.Add(ref.Number());
   insertPage_ = ref.Number();
   return {ref.Number(), static_cast<std::uint8_t>(slot)};
 }
@@ -499,7 +504,7 @@ RowId TableCore::InsertRow(std::span<const Assignment> assignments) {
   std::optional<std::int32_t> counter;
   for (std::size_t i = 0; i < stored_.size(); ++i) {
     Cell& cell = cells_[i];
-    if ((stored_[i].flags & Column::kAutoLong) != 0) {
+    if (stored_[i].IsCounter()) {
       const std::int32_t last = LastAutoNumber();
       if (cell.state == Cell::State::kNull) {
         if (last == 0x7FFFFFFF) throw Error(ErrorCode::kLimit, "The counter of the table \"" + name + "\" has reached its end");
@@ -510,7 +515,7 @@ RowId TableCore::InsertRow(std::span<const Assignment> assignments) {
       }
       const std::int32_t given = cell.value->AsLong();
       if (given > last) counter = given;
-    } else if ((stored_[i].flags & Column::kAutoGuid) != 0 && cell.state == Cell::State::kNull) {
+    } else if (stored_[i].MakesGuids() && cell.state == Cell::State::kNull) {
       const Value next(NewGuid());
       PrepareCell(i, {i, &next, nullptr});
       cell.scratch = next;
@@ -556,12 +561,8 @@ RowId TableCore::InsertRow(std::span<const Assignment> assignments) {
   return id;
 }
 
-void TableCore::UpdateRow(RowId id, std::span<const Assignment> assignments) {
-  ChangeScope scope(engine);
-  Refresh();
-  CheckWritable();
-  (void)Columns();
-  if (!ReadRow(id, oldRow_)) throw Error(ErrorCode::kNotFound, "The row is no longer there");
+/// Until something else is said, the new row holds what the old one holds.
+void TableCore::KeepCells() {
   for (std::size_t i = 0; i < cells_.size(); ++i) {
     Cell& cell = cells_[i];
     cell.newLong = false;
@@ -577,6 +578,15 @@ void TableCore::UpdateRow(RowId id, std::span<const Assignment> assignments) {
       cell.kept = {place.data, place.size};
     }
   }
+}
+
+void TableCore::UpdateRow(RowId id, std::span<const Assignment> assignments) {
+  ChangeScope scope(engine);
+  Refresh();
+  CheckWritable();
+  (void)Columns();
+  if (!ReadRow(id, oldRow_)) throw Error(ErrorCode::kNotFound, "The row is no longer there");
+  KeepCells();
   std::vector<bool> assigned(cells_.size(), false);
   for (const auto& assignment : assignments) {
     PrepareCell(assignment.column, assignment);
@@ -613,8 +623,7 @@ void TableCore::UpdateRow(RowId id, std::span<const Assignment> assignments) {
   });
   std::optional<std::int32_t> counter;
   for (std::size_t i = 0; i < stored_.size(); ++i)
-    if (assigned[i] && (stored_[i].flags & Column::kAutoLong) != 0 && cells_[i].value != nullptr &&
-        cells_[i].value->AsLong() > LastAutoNumber())
+    if (assigned[i] && stored_[i].IsCounter() && cells_[i].value != nullptr && cells_[i].value->AsLong() > LastAutoNumber())
       counter = cells_[i].value->AsLong();
 
   std::vector<std::pair<std::size_t, std::string>> oldLong;
@@ -682,18 +691,42 @@ void TableCore::DeleteRow(RowId id) {
   scope.Done();
 }
 
-void TableCore::RewriteRows(const TableDefinition& before) {
-  // Rows written when the table had no variable column end with the mask right behind the fixed part; they get an offset table.
+std::vector<RowId> TableCore::Homes() {
   Pager& pager = *engine.pager;
   std::vector<RowId> homes;
-  for (const PageNumber number : UsageMap(pager, before.ownedMap).Pages(pager.PageCount())) {
+  for (const PageNumber number : UsageMap(pager, definition_.ownedMap).Pages(pager.PageCount())) {
     const PageRef ref = pager.Read(number);
     const DataPage data(ref);
     for (unsigned slot = 0; slot < data.SlotCount(); ++slot)
       if ((data.Slot(slot) & DataPage::kMovedFlag) == 0) homes.push_back({number, static_cast<std::uint8_t>(slot)});
   }
+  return homes;
+}
+
+void TableCore::CompleteRows() {
+  unsigned needed = 0;  // columns that a row must have for the last one of fixed length to have its place
+  std::size_t fixed = 0;
+  for (const auto& column : stored_) {
+    if (!column.IsFixed()) continue;
+    needed = column.number + 1u;
+    ++fixed;
+  }
+  // Only where another one of fixed length has been dropped.
+  if (static_cast<std::size_t>(definition_.maxColumns - definition_.variableColumns) == fixed) return;
+  for (const RowId home : Homes()) {
+    if (!ReadRow(home, oldRow_) || oldRow_.columnCount_ >= needed || oldRow_.size_ < kPointerSize) continue;
+    KeepCells();
+    EncodeRow(encoded_);
+    oldRow_.page_ = {};
+    if (encoded_.size() <= kMaxRowSize) Replace(home, encoded_);
+  }
+}
+
+void TableCore::RewriteRows() {
+  // Rows written when the table had no variable column end with the mask right behind the fixed part; they get an offset table.
+  Pager& pager = *engine.pager;
   Bytes row;
-  for (const RowId home : homes) {
+  for (const RowId home : Homes()) {
     const RowId place = FindLive(home);
     {
       const PageRef ref = pager.Read(place.page);
