@@ -1,0 +1,68 @@
+#!/usr/bin/env python3
+"""Makes files with the engine and has them checked and read by others.
+
+Usage: run_strict.py MAKER MODULES DUMP
+
+MAKER is the program jet_strict_files, MODULES the folder of Node packages with mdb-reader, DUMP the script that prints what it reads. With
+JET_SAMPLES set, the real files there are checked as they are and changed copies of them too. Exit code 1 when anything is found.
+"""
+import glob
+import multiprocessing
+import os
+import re
+import struct
+import subprocess
+import sys
+import tempfile
+
+import readers
+import strict_check
+import twins
+from pages import Damaged
+
+LARGEST_FOR_READERS = 20 << 20
+
+
+def check(job):
+    path, made, original, modules, script = job
+    try:
+        file = strict_check.run(path, made, strict_check.unclaimed(original) if original else 0)
+        if path.endswith("-plain.mdb") and not file.findings:
+            file.findings += twins.compare(strict_check.run(original, False, 1 << 30), file)
+    except (Damaged, struct.error, IndexError) as error:
+        return path, [str(error)], []
+    there = []
+    if not file.findings and os.path.getsize(path) <= LARGEST_FOR_READERS and not any("password" in note for note in file.notes):
+        there = readers.compare(file, modules, script)
+    return path, file.findings, there
+
+
+def main(maker, modules, script):
+    samples = []
+    folder = os.environ.get("JET_SAMPLES")
+    if folder:
+        found = sorted(glob.glob(os.path.join(folder, "**", "*.mdb"), recursive=True))
+        samples = [path for path in found if struct.unpack("<I", open(path, "rb").read(24)[20:])[0] == 1]
+    else:
+        print("JET_SAMPLES is not set: real Access files are not there")
+    changeable = [path for path in samples if "password" not in os.path.basename(path)]
+    with tempfile.TemporaryDirectory() as target:
+        subprocess.run([maker, target, *changeable], check=True)
+        jobs = [(path, False, None, modules, script) for path in samples]
+        for path in sorted(glob.glob(os.path.join(target, "*.mdb")), key=os.path.getsize, reverse=True):
+            like = re.match(r"like-(\d+)", os.path.basename(path))
+            jobs.append((path, not like, changeable[int(like[1])] if like else None, modules, script))
+        failed, compared = 0, {}
+        with multiprocessing.Pool(min(2, os.cpu_count() or 1)) as pool:
+            for path, findings, there in pool.imap_unordered(check, jobs):
+                for reader in there:
+                    compared[reader] = compared.get(reader, 0) + 1
+                failed += bool(findings)
+                for finding in findings[:20]:
+                    print(f"{os.path.basename(path)}: {finding}")
+        print(f"{len(jobs)} files ({len(samples)} real ones), {failed} with findings; read alike by {compared or 'no other reader'}")
+    return 1 if failed or len(jobs) < 20 else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(*sys.argv[1:4]))
