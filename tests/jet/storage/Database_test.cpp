@@ -8,6 +8,7 @@
 
 #include "jet/ByteOrder.h"
 #include "tests/jet/storage/JetTestSupport.h"
+#include "tests/support_lib/OrdinaryUser.h"
 #include "tests/support_lib/TemporaryFolder.h"
 
 namespace jet::tests {
@@ -99,7 +100,8 @@ TEST(Database, AReadOnlyFileOpensForReadingOnly) {
   const std::string path = folder.File("ro.mdb");
   Database::Create(path);
   fs::permissions(path, fs::perms::owner_read);
-  if (std::ofstream(path, std::ios::app)) GTEST_SKIP() << "this user may write any file";
+  const tamlo::tests::OrdinaryUser user(folder.Path());
+  ASSERT_FALSE(std::ofstream(path, std::ios::app));
   EXPECT_TRUE(Database::Open(path)->ReadOnly());
   OpenOptions exclusive;
   exclusive.mode = OpenMode::kExclusive;
