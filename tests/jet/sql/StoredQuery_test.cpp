@@ -1,3 +1,5 @@
+#include <map>
+
 #include "jet/Table.h"
 #include "tests/jet/sql/SessionFixture.h"
 
@@ -7,7 +9,8 @@ using jet::sql::tests::SessionFixture;
 
 namespace {
 
-/// Writes stored queries into the system tables as Access keeps them.
+/// Writes stored queries into the system tables as Access keeps them: a row that begins, a row that ends, and an order that counts from 1
+/// for each attribute.
 class JetStoredQuery : public SessionFixture {
  protected:
   struct Line {
@@ -35,10 +38,12 @@ class JetStoredQuery : public SessionFixture {
                         {"Flags", Value(kind)},
                         {"DateCreate", Value(Date{37000})},
                         {"DateUpdate", Value(Date{37000})}});
-    int order = 0;
-    for (const Line& line : lines) {
-      ++order;
-      const Bytes key = {std::byte{0}, std::byte{0}, std::byte{0}, static_cast<std::byte>(order)};
+    std::vector<Line> whole = lines;
+    whole.insert(whole.begin(), {0, nullptr, nullptr, nullptr, 0});
+    whole.push_back({255, nullptr, nullptr, nullptr, 0});
+    std::map<int, int> orders;
+    for (const Line& line : whole) {
+      const Bytes key = {std::byte{0}, std::byte{0}, std::byte{0}, static_cast<std::byte>(++orders[line.attribute])};
       Put("MSysQueries", {{"ObjectId", Value(id)},
                           {"Attribute", Value(static_cast<std::uint8_t>(line.attribute))},
                           {"Order", Value(key)},
@@ -90,14 +95,16 @@ TEST_F(JetStoredQuery, OuterJoinsOptionsAndUnions) {
          {5, nullptr, "VlmUtl", nullptr, 0},
          {6, "Utl.Nom", nullptr, nullptr, 0},
          {7, "Utl.IdUtl = VlmUtl.IdUtl", "Utl", "VlmUtl", 2},
-         {8, "VlmUtl.IdUtl Is Null", nullptr, nullptr, 0}});
+         {8, "VlmUtl.IdUtl Is Null", nullptr, nullptr, 0},
+         {11, "Utl.Nom", "D", nullptr, 0}});
   Store("Tous", 0x80,
         {{1, nullptr, nullptr, nullptr, 9},
          {3, nullptr, nullptr, nullptr, 2},
          {5, "SELECT IdUtl FROM Utl", nullptr, "X7YZ_____1", 0},
          {5, "SELECT IdUtl FROM VlmUtl", nullptr, "X7YZ_____2", 0}});
+  Run("INSERT INTO Utl VALUES (4,'Abel')");
   EXPECT_EQ(Rows("SELECT * FROM Sans"), "ZOLA");
-  EXPECT_EQ(Rows("SELECT Count(*) FROM Tous"), "3");
+  EXPECT_EQ(Rows("SELECT Count(*) FROM Tous"), "4");
 }
 
 TEST_F(JetStoredQuery, WhatGivesNoRowsIsRefusedByName) {
