@@ -109,6 +109,27 @@ TEST(Database, AReadOnlyFileOpensForReadingOnly) {
   fs::permissions(path, fs::perms::owner_all);
 }
 
+TEST(Database, AFileInAReadOnlyFolderOpensForReadingOnly) {
+  namespace fs = std::filesystem;
+  const tamlo::tests::TemporaryFolder folder;
+  fs::create_directory(folder.Path() / "fixe");
+  const std::string path = folder.File("fixe/base.mdb");
+  Database::Create(path)->CreateTable(PeopleTable()).Insert(Person("Ada"));
+  const auto before = fs::file_size(path);
+  fs::permissions(folder.Path() / "fixe", fs::perms::owner_read | fs::perms::owner_exec);
+  {
+    const tamlo::tests::OrdinaryUser user(folder.Path());
+    ASSERT_FALSE(std::ofstream(folder.File("fixe/autre")));
+    const auto database = Database::Open(path);
+    EXPECT_TRUE(database->ReadOnly());
+    EXPECT_EQ(Rows(database->OpenTable("People")).size(), 1u);
+    EXPECT_EQ(CodeOf([&] { database->OpenTable("People").Insert(Person("Bob")); }), ErrorCode::kReadOnly);
+    EXPECT_EQ(CodeOf([&] { Database::Create(folder.File("fixe/neuve.mdb")); }), ErrorCode::kReadOnly);
+  }
+  fs::permissions(folder.Path() / "fixe", fs::perms::owner_all);
+  EXPECT_EQ(fs::file_size(path), before);
+}
+
 TEST(Database, ALeftJournalIsUndoneAtOpening) {
   World world;
   world.Create()->CreateTable(PeopleTable()).Insert(Person("Ada"));
