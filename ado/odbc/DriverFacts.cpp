@@ -61,7 +61,7 @@ void Measured(DriverFacts& facts, void* connection) {
           facts.driverName.find("maodbc") != std::string::npos && TextInfo(connection, SQL_COLLATION_SEQ).starts_with("utf8mb4");
       facts.losesTimeArrays = true;
       facts.batch = BatchMethod::kArray;
-      facts.batchRows = 8000;
+      facts.batchRows = 4000;
       break;
     case Backend::kPostgres:
       facts.listsAllColumns = true;
