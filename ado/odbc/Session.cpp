@@ -1,6 +1,7 @@
 #include "ado/odbc/Session.h"
 
 #include "ado/Errors.h"
+#include "ado/odbc/ConnectionText.h"
 #include "ado/odbc/Diagnostics.h"
 #include "ado/odbc/NativeHeaders.h"
 #include "ado/odbc/WideText.h"
@@ -23,7 +24,10 @@ Session::Session(const std::string& connectionText, const std::string& name, con
                                         static_cast<SQLSMALLINT>(wide.size()), nullptr, 0, &length, SQL_DRIVER_NOPROMPT);
   if (!SQL_SUCCEEDED(result)) {
     auto records = ReadDiagnostics(Handle::Kind::kConnection, connection_.Get());
-    for (auto& record : records) StrikeOut(record.text, secret);
+    for (auto& record : records) {
+      StrikeOut(record.text, BracedIfNeeded(secret));
+      StrikeOut(record.text, secret);
+    }
     if (records.empty()) records.push_back({"08001", 0, "The driver refused the connection without saying why."});
     const runtime::Error plain = MakeError(std::move(records), {});
     runtime::Error named(plain.Number(), plain.Description() + " (source de données <" + name + ">)", plain.Source());

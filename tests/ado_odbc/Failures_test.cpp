@@ -94,6 +94,12 @@ TEST_F(Connecting, APasswordThatTheDriverRepeatsIsStruckOut) {
   }
 }
 
+TEST_F(Connecting, APasswordThatWasBracedForTheDriverIsStruckOutToo) {
+  const Error error = Refusal(std::string("DRIVER={") + DIAGNOSTIC_DRIVER + "};", "moi", "mot};passe42");
+  EXPECT_NE(error.Description().find("PWD=***"), std::string::npos) << error.Description();
+  EXPECT_EQ(error.Description().find("passe42"), std::string::npos) << error.Description();
+}
+
 TEST_F(Connecting, EveryDiagnosticRecordIsKeptAndAWarningIsNeverTheFirst) {
   const Error error = Refusal(std::string("DRIVER={") + DIAGNOSTIC_DRIVER + "}");
   ASSERT_EQ(error.Diagnostics().size(), 3U);
