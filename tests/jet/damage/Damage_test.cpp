@@ -176,6 +176,7 @@ TEST(Damage, AllocationsAreCounted) {
 TEST(Damage, AFileOfOurOwnIsUsedWholeWithoutErrors) {
   const Outcome outcome = UseEverything(tests::MakeFile());
   EXPECT_GE(outcome.rows, 700u);
+  EXPECT_EQ(outcome.findings, 0u);
 }
 
 TEST(Damage, OfAFileOfOurOwnEndsInErrorsWithAPlace) { Torture(tests::MakeFile(), "our own file", 2000, 1); }

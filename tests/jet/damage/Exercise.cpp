@@ -1,5 +1,6 @@
 #include "tests/jet/damage/Exercise.h"
 
+#include <algorithm>
 #include <array>
 
 #include "jet/Database.h"
@@ -59,27 +60,112 @@ void ReadTable(Database& database, const std::string& name, Outcome& outcome) {
   }
 }
 
-void ChangeTable(Database& database, const std::string& name, Outcome& outcome) {
-  for (int i = 0; i < 3; ++i) {
+/// A value that a column of the type takes.
+Value Fitting(ColumnType type, int i) {
+  switch (type) {
+    case ColumnType::kBoolean:
+      return Value(i % 2 == 0);
+    case ColumnType::kDate:
+      return Value(Date{30000.25 + i});
+    case ColumnType::kBinary:
+    case ColumnType::kOle:
+    case ColumnType::kInternal:
+      return Value(Bytes(static_cast<std::size_t>(1 + i * 7), std::byte{1}));
+    case ColumnType::kText:
+    case ColumnType::kMemo:
+      return Value(std::string(static_cast<std::size_t>(1 + i * 13), 'x'));
+    case ColumnType::kGuid:
+      return Value(Guid{});
+    default:
+      return Value(static_cast<std::int32_t>(100 + i));
+  }
+}
+
+class Pieces final : public ChunkSource {
+ public:
+  explicit Pieces(std::size_t size) : left_(size) {}
+  std::size_t Read(std::span<std::byte> buffer) override {
+    const std::size_t count = std::min(buffer.size(), left_);
+    std::fill_n(buffer.begin(), count, std::byte{'p'});
+    left_ -= count;
+    return count;
+  }
+
+ private:
+  std::size_t left_;
+};
+
+void UpdateRow(Table& table, RowId id, int turn, Outcome& outcome) {
+  for (std::size_t column = 0; column < table.Columns().size(); ++column) {
+    const ColumnType type = table.Columns()[column].type;
+    Attempt(outcome, [&] {
+      const Value value = Fitting(type, turn);
+      const Assignment assignment{column, &value, nullptr};
+      table.Update(id, std::span(&assignment, 1));
+    });
+    Attempt(outcome, [&] {
+      if (type != ColumnType::kMemo && type != ColumnType::kOle) return;
+      Pieces pieces(9000);
+      const Assignment assignment{column, nullptr, &pieces};
+      table.Update(id, std::span(&assignment, 1));
+    });
+    Attempt(outcome, [&] {
+      const Value null;
+      const Assignment assignment{column, &null, nullptr};
+      table.Update(id, std::span(&assignment, 1));
+    });
+  }
+}
+
+void ChangeRows(Database& database, const std::string& name, Outcome& outcome) {
+  for (int turn = 0; turn < 3; ++turn) {
     Attempt(outcome, [&] {
       Table& table = database.OpenTable(name);
       ScanCursor scan = table.Scan();
       if (!scan.Next()) return;
-      const RowId id = scan.Id();
-      const std::optional<std::vector<Value>> row = table.Read(id);
+      const std::optional<std::vector<Value>> row = table.Read(scan.Id());
       if (row) table.Insert(std::span<const Value>(*row));
+    });
+    Attempt(outcome, [&] {
+      Table& table = database.OpenTable(name);
+      std::vector<Value> row;
+      for (const ColumnDef& column : table.Columns()) row.push_back(column.autoNumber ? Value() : Fitting(column.type, turn));
+      table.Insert(std::span<const Value>(row));
     });
     Attempt(outcome, [&] {
       Table& table = database.OpenTable(name);
       std::optional<RowId> id;
       for (ScanCursor scan = table.Scan(); scan.Next();) id = scan.Id();
       if (!id) return;
-      const Value text(std::string(40, 'x'));
-      for (std::size_t column = 0; column < table.Columns().size(); ++column) {
-        const Assignment assignment{column, &text, nullptr};
-        Attempt(outcome, [&] { table.Update(*id, std::span(&assignment, 1)); });
-      }
+      UpdateRow(table, *id, turn, outcome);
       table.Delete(*id);
+    });
+  }
+  // What happened in a nested transaction is undone, then what happened around it.
+  Attempt(outcome, [&] {
+    const Transaction outer(database);
+    Table& table = database.OpenTable(name);
+    ScanCursor scan = table.Scan();
+    if (!scan.Next()) return;
+    const RowId id = scan.Id();
+    {
+      const Transaction inner(database);
+      UpdateRow(table, id, 9, outcome);
+    }
+    table.Delete(id);
+  });
+}
+
+void ChangeShape(Database& database, const std::string& name, Outcome& outcome) {
+  IndexSpec index;
+  index.name = "AddedIndex";
+  for (std::size_t column = 0; column < 3; ++column) {
+    Attempt(outcome, [&] {
+      Table& table = database.OpenTable(name);
+      if (column >= table.Columns().size()) return;
+      index.columns = {{table.Columns()[column].name, column == 1}};
+      database.CreateIndex(name, index);
+      database.DropIndex(name, "AddedIndex");
     });
   }
   Attempt(outcome, [&] {
@@ -88,13 +174,44 @@ void ChangeTable(Database& database, const std::string& name, Outcome& outcome) 
     column.type = ColumnType::kText;
     column.size = 20;
     database.AddColumn(name, column);
-    IndexSpec index;
-    index.name = "AddedIndex";
     index.columns = {{"Added", false}};
     database.CreateIndex(name, index);
     database.DropIndex(name, "AddedIndex");
     database.DropColumn(name, "Added");
   });
+  Attempt(outcome, [&] {
+    if (const std::vector<ColumnDef> columns = database.OpenTable(name).Columns(); columns.size() > 1)
+      database.DropColumn(name, columns.back().name);
+  });
+  Attempt(outcome, [&] {
+    database.SetProperty(name, {}, {"Description", ColumnType::kText, Value("changed"), true});
+    database.RemoveProperty(name, {}, "Description");
+    database.RenameTable(name, "Renamed");
+    database.RenameTable("Renamed", name);
+  });
+}
+
+/// Every table refers to the one before it.
+void Relate(Database& database, const std::vector<CatalogObject>& objects, Outcome& outcome) {
+  const CatalogObject* before = nullptr;
+  for (const CatalogObject& object : objects) {
+    if (object.kind != ObjectKind::kTable) continue;
+    if (before != nullptr) {
+      Attempt(outcome, [&] {
+        Relationship relationship;
+        relationship.name = "Added";
+        relationship.table = object.name;
+        relationship.referencedTable = before->name;
+        relationship.columns = {
+            {database.OpenTable(object.name).Columns().at(0).name, database.OpenTable(before->name).Columns().at(0).name}};
+        relationship.cascadeDeletes = relationship.cascadeUpdates = true;
+        database.CreateRelationship(relationship);
+        ChangeRows(database, before->name, outcome);
+        database.DropRelationship("Added");
+      });
+    }
+    before = &object;
+  }
 }
 
 }  // namespace
@@ -117,8 +234,14 @@ Outcome UseEverything(const std::vector<std::byte>& file) {
     }
     if (database->ReadOnly()) return;
     for (const CatalogObject& object : objects) {
-      if (object.kind == ObjectKind::kTable) ChangeTable(*database, object.name, outcome);
+      if (object.kind != ObjectKind::kTable) continue;
+      ChangeRows(*database, object.name, outcome);
+      ChangeShape(*database, object.name, outcome);
     }
+    Relate(*database, objects, outcome);
+    Attempt(outcome, [&] { outcome.findings = database->Check().size(); });
+    Attempt(outcome, [&] { database->Compact("/changed.mdb"); });
+    files.Remove("/changed.mdb");
     Attempt(outcome, [&] {
       TableSpec spec;
       spec.name = "Made";

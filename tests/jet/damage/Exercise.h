@@ -8,9 +8,10 @@ namespace jet::tests {
 
 /// What using a damaged file came to.
 struct Outcome {
-  std::size_t rows = 0;    ///< rows that could be read
-  std::size_t errors = 0;  ///< jet::Error raised
-  std::string unplaced;    ///< text of a kDamaged that names no page: a mistake of the engine
+  std::size_t rows = 0;      ///< rows that could be read
+  std::size_t errors = 0;    ///< jet::Error raised
+  std::size_t findings = 0;  ///< of the structural check after the changes
+  std::string unplaced;      ///< text of a kDamaged that names no page: a mistake of the engine
 };
 
 /// Opens the file and uses everything in it: reads all tables, columns, indexes, properties, queries and relationships, runs the
