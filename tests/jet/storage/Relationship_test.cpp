@@ -70,7 +70,7 @@ TEST_F(RelationshipTest, RowsWithoutTheirParentAreRefused) {
   EXPECT_EQ(CodeOf([&] { Orders().Update(row, std::span(&assignment, 1)); }), ErrorCode::kRelationViolated);
   EXPECT_EQ(CodeOf([&] { People().Delete(PersonRow(1)); }), ErrorCode::kRelationViolated);
   EXPECT_NO_THROW(People().Delete(PersonRow(3)));
-  EXPECT_EQ(CodeOf([&] { database_->DropTable("People"); }), ErrorCode::kInUse);
+  EXPECT_EQ(CodeOf([&] { database_->DropTable("People"); }), ErrorCode::kRelationViolated);
   EXPECT_EQ(Findings(*database_), "");
 }
 
