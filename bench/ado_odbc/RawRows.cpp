@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <vector>
 
 namespace tamlo::bench {
@@ -34,10 +35,11 @@ SQLHENV Environment() {
 
 /// Column-wise buffers for a batch of (id, name, val).
 struct Batch {
-  explicit Batch(std::size_t rows)
-      : id(rows),
+  Batch(std::size_t rows, bool narrow)
+      : unit(narrow ? 1 : sizeof(SQLWCHAR)),
+        id(rows),
         idLength(rows, sizeof(SQLINTEGER)),
-        name(rows * kNameUnits),
+        name(rows * kNameUnits * unit),
         nameLength(rows),
         value(rows),
         valueLength(rows, sizeof(double)) {}
@@ -46,8 +48,13 @@ struct Batch {
     for (std::size_t i = 0; i < count; ++i) {
       const std::string text = "name " + std::to_string(first + i);
       id[i] = static_cast<SQLINTEGER>(first + i);
-      for (std::size_t k = 0; k < text.size(); ++k) name[i * kNameUnits + k] = static_cast<SQLWCHAR>(text[k]);
-      nameLength[i] = static_cast<SQLLEN>(text.size() * sizeof(SQLWCHAR));
+      char* place = &name[i * kNameUnits * unit];
+      if (unit == 1) {
+        std::memcpy(place, text.data(), text.size());
+      } else {
+        for (std::size_t k = 0; k < text.size(); ++k) reinterpret_cast<SQLWCHAR*>(place)[k] = static_cast<SQLWCHAR>(text[k]);
+      }
+      nameLength[i] = static_cast<SQLLEN>(text.size() * unit);
       value[i] = static_cast<double>(first + i) * 0.5;
     }
   }
@@ -55,14 +62,17 @@ struct Batch {
   void Bind(SQLHSTMT statement, std::size_t row, std::size_t parameter) {
     const auto at = [&](std::size_t offset) { return static_cast<SQLUSMALLINT>(parameter + offset); };
     SQLBindParameter(statement, at(0), SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 10, 0, &id[row], sizeof(SQLINTEGER), &idLength[row]);
-    SQLBindParameter(statement, at(1), SQL_PARAM_INPUT, SQL_C_WCHAR, SQL_WVARCHAR, 40, 0, &name[row * kNameUnits],
-                     kNameUnits * sizeof(SQLWCHAR), &nameLength[row]);
+    SQLBindParameter(statement, at(1), SQL_PARAM_INPUT, NativeType(), unit == 1 ? SQL_VARCHAR : SQL_WVARCHAR, 40, 0,
+                     &name[row * kNameUnits * unit], static_cast<SQLLEN>(kNameUnits * unit), &nameLength[row]);
     SQLBindParameter(statement, at(2), SQL_PARAM_INPUT, SQL_C_DOUBLE, SQL_DOUBLE, 15, 0, &value[row], sizeof(double), &valueLength[row]);
   }
 
+  [[nodiscard]] SQLSMALLINT NativeType() const { return unit == 1 ? SQL_C_CHAR : SQL_C_WCHAR; }
+
+  std::size_t unit;  // bytes of one unit of a text
   std::vector<SQLINTEGER> id;
   std::vector<SQLLEN> idLength;
-  std::vector<SQLWCHAR> name;
+  std::vector<char> name;
   std::vector<SQLLEN> nameLength;
   std::vector<double> value;
   std::vector<SQLLEN> valueLength;
@@ -78,7 +88,7 @@ SQLHSTMT Prepared(SQLHDBC connection, const std::string& sql) {
 
 }  // namespace
 
-RawRows::RawRows(const std::string& connectionString) {
+RawRows::RawRows(const std::string& connectionString, bool narrowTexts) : narrow_(narrowTexts) {
   Check(SQLAllocHandle(SQL_HANDLE_DBC, Environment(), &connection_), "connection");
   auto wide = Wide(connectionString);
   SQLSMALLINT length = 0;
@@ -99,19 +109,19 @@ void RawRows::Execute(const std::string& sql) {
 }
 
 double RawRows::Read(const std::string& sql, std::size_t blockRows) {
-  Batch block(blockRows);
+  Batch block(blockRows, narrow_);
   SQLULEN fetched = 0;
   SQLHSTMT statement = Prepared(connection_, sql);
   SQLSetStmtAttrW(statement, SQL_ATTR_ROW_ARRAY_SIZE, reinterpret_cast<SQLPOINTER>(blockRows), 0);
   SQLSetStmtAttrW(statement, SQL_ATTR_ROWS_FETCHED_PTR, &fetched, 0);
   SQLBindCol(statement, 1, SQL_C_SLONG, block.id.data(), sizeof(SQLINTEGER), block.idLength.data());
-  SQLBindCol(statement, 2, SQL_C_WCHAR, block.name.data(), kNameUnits * sizeof(SQLWCHAR), block.nameLength.data());
+  SQLBindCol(statement, 2, block.NativeType(), block.name.data(), static_cast<SQLLEN>(kNameUnits * block.unit), block.nameLength.data());
   SQLBindCol(statement, 3, SQL_C_DOUBLE, block.value.data(), sizeof(double), block.valueLength.data());
   Check(SQLExecute(statement), "execute");
   double sum = 0;
   while (SQL_SUCCEEDED(SQLFetch(statement))) {
     for (std::size_t i = 0; i < fetched; ++i) {
-      sum += block.id[i] + block.value[i] + static_cast<double>(block.nameLength[i]) / sizeof(SQLWCHAR);
+      sum += block.id[i] + block.value[i] + static_cast<double>(block.nameLength[i]) / static_cast<double>(block.unit);
     }
   }
   SQLFreeHandle(SQL_HANDLE_STMT, statement);
@@ -127,7 +137,7 @@ void RawRows::Commit() {
 
 void RawRows::InsertArrays(const std::string& table, std::size_t rows, std::size_t batchRows) {
   BeginTransaction();
-  Batch batch(batchRows);
+  Batch batch(batchRows, narrow_);
   SQLHSTMT statement = Prepared(connection_, "INSERT INTO " + table + " (id, name, val) VALUES (?, ?, ?)");
   SQLSetStmtAttrW(statement, SQL_ATTR_PARAMSET_SIZE, reinterpret_cast<SQLPOINTER>(batchRows), 0);
   batch.Bind(statement, 0, 1);
@@ -141,7 +151,7 @@ void RawRows::InsertArrays(const std::string& table, std::size_t rows, std::size
 
 void RawRows::InsertValues(const std::string& table, std::size_t rows, std::size_t batchRows) {
   BeginTransaction();
-  Batch batch(batchRows);
+  Batch batch(batchRows, narrow_);
   std::string sql = "INSERT INTO " + table + " (id, name, val) VALUES (?,?,?)";
   for (std::size_t i = 1; i < batchRows; ++i) sql += ",(?,?,?)";
   SQLHSTMT statement = Prepared(connection_, sql);

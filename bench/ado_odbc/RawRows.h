@@ -8,7 +8,8 @@ namespace tamlo::bench {
 /// The work of the benches as one writes it by hand against the driver manager: bound buffers, blocks, prepared batches.
 class RawRows {
  public:
-  explicit RawRows(const std::string& connectionString);
+  /// narrowTexts: names go and come as bytes of UTF-8, else as UTF-16.
+  RawRows(const std::string& connectionString, bool narrowTexts);
   ~RawRows();
   RawRows(const RawRows&) = delete;
   RawRows& operator=(const RawRows&) = delete;
@@ -25,6 +26,7 @@ class RawRows {
   void Commit();
 
   void* connection_ = nullptr;
+  bool narrow_;
 };
 
 }  // namespace tamlo::bench

@@ -36,7 +36,8 @@ struct Engine {
   std::size_t readBlock;  // the best one by hand
   bool arrays;            // the best way to write by hand
   std::size_t writeBatch;
-  double limit;  // 0: printed, not guarded
+  bool narrowTexts;  // the best form of texts by hand
+  double limit;      // 0: printed, not guarded
 };
 
 struct Ratio {
@@ -97,7 +98,7 @@ void Compare(benchmark::State& state, const std::string& what, double limit, con
 }
 
 void Read(benchmark::State& state, const Engine& engine) {
-  RawRows raw(engine.connectionString);
+  RawRows raw(engine.connectionString, engine.narrowTexts);
   ado::Connection connection;
   connection.Open(engine.connectionString, "", "");
   const std::string sql = "SELECT id, name, val FROM big";
@@ -110,7 +111,7 @@ void Read(benchmark::State& state, const Engine& engine) {
 }
 
 void Write(benchmark::State& state, const Engine& engine) {
-  RawRows raw(engine.connectionString);
+  RawRows raw(engine.connectionString, engine.narrowTexts);
   ado::Connection connection;
   connection.Open(engine.connectionString, "", "");
   int tables = 0;
@@ -130,7 +131,7 @@ void Write(benchmark::State& state, const Engine& engine) {
 
 /// The ways to write by hand, which docs/backends/odbc.md compares.
 void WriteByHand(benchmark::State& state, const Engine& engine, bool arrays, std::size_t batch) {
-  RawRows raw(engine.connectionString);
+  RawRows raw(engine.connectionString, engine.narrowTexts);
   int tables = 0;
   double best = 1e9;
   for (auto _ : state) {
@@ -146,7 +147,7 @@ void WriteByHand(benchmark::State& state, const Engine& engine, bool arrays, std
 }
 
 void FillBig(const Engine& engine) {
-  RawRows raw(engine.connectionString);
+  RawRows raw(engine.connectionString, engine.narrowTexts);
   raw.Execute("CREATE TABLE big (id INTEGER NOT NULL PRIMARY KEY, name VARCHAR(40), val " + engine.doubleType + ")");
   engine.arrays ? raw.InsertArrays("big", kReadRows, engine.writeBatch) : raw.InsertValues("big", kReadRows, engine.writeBatch);
 }
@@ -161,9 +162,9 @@ int main(int argc, char** argv) {
   tamlo::tests::MariaDbServer mariaDb;
   tamlo::tests::PostgresServer postgres;
   const std::vector<Engine> engines{
-      {"SQLite", "DRIVER={SQLite3};DATABASE=" + folder.File("bench.db"), "DOUBLE", 1000, false, 200, 0.7},
-      {"MariaDB", mariaDb.ConnectionString() + ";UID=tamlo;PWD=tamlo", "DOUBLE", 100, true, 1000, 0.7},
-      {"PostgreSQL", postgres.ConnectionString() + ";UID=tamlo;PWD=tamlo", "DOUBLE PRECISION", 1000, false, 200, 0}};
+      {"SQLite", "DRIVER={SQLite3};DATABASE=" + folder.File("bench.db"), "DOUBLE", 1000, false, 200, true, 0.7},
+      {"MariaDB", mariaDb.ConnectionString() + ";UID=tamlo;PWD=tamlo", "DOUBLE", 100, true, 4000, true, 0.7},
+      {"PostgreSQL", postgres.ConnectionString() + ";UID=tamlo;PWD=tamlo", "DOUBLE PRECISION", 1000, false, 200, false, 0}};
   for (const Engine& engine : engines) {
     if (compareByHand) {
       for (const bool arrays : {true, false}) {
