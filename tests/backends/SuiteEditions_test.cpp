@@ -152,7 +152,7 @@ TEST_P(Editions, ATableThatTheBackendKeepsAgrees) {
   BaseOuverte base(Sur());
   CreeFamille(base);
   const auto erreur = runtime::IgnoringErrors([&] { base->SupTbl("UTL"); });
-  EXPECT_NE(erreur.number, 0);
+  EXPECT_EQ(erreur.number, runtime::kProviderFailure);
   EXPECT_NE(erreur.description, "");
   EXPECT_ACCORD(base, "UTL");
   EXPECT_TRUE(base->ExisteTbl("ENFANT"));
