@@ -4,6 +4,7 @@
 #include "ado/odbc/ConnectionText.h"
 #include "ado/odbc/Diagnostics.h"
 #include "ado/odbc/NativeHeaders.h"
+#include "ado/odbc/Utf8Locale.h"
 #include "ado/odbc/WideText.h"
 
 namespace tamlo::ado::odbc {
@@ -14,10 +15,15 @@ void StrikeOut(std::string& text, const std::string& secret) {
   for (auto at = text.find(secret); at != std::string::npos; at = text.find(secret, at + 3)) text.replace(at, secret.size(), "***");
 }
 
+/// The driver manager settles a connection's character set when it makes the handle.
+Handle NewConnection() {
+  const Utf8Locale texts;
+  return {Handle::Kind::kConnection, SharedEnvironment()};
+}
+
 }  // namespace
 
-Session::Session(const std::string& connectionText, const std::string& name, const std::string& secret)
-    : connection_(Handle::Kind::kConnection, SharedEnvironment()) {
+Session::Session(const std::string& connectionText, const std::string& name, const std::string& secret) : connection_(NewConnection()) {
   std::u16string wide = ToUtf16(connectionText);
   SQLSMALLINT length = 0;
   const auto result = SQLDriverConnectW(connection_.Get(), nullptr, reinterpret_cast<SQLWCHAR*>(wide.data()),

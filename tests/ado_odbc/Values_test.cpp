@@ -47,6 +47,15 @@ TEST_P(Values, WholeNumbersKeepTheirValueAndType) {
   EXPECT_EQ(type_, ado::adBigInt);
 }
 
+TEST_P(Values, AccentsOfAStatementAreThoseOfAParameterWhateverTheLocaleOfTheProcess) {
+  // This program never calls setlocale: its characters are those of the C locale.
+  const std::string text = "élise œuf €";
+  EXPECT_EQ(RoundTrip("VARCHAR(30)", Variant(text)), Variant(text));
+  Execute("INSERT INTO v VALUES (2, '" + text + "')");
+  EXPECT_EQ(Scalar("SELECT x FROM v WHERE id = 2"), text);
+  EXPECT_EQ(Scalar("SELECT COUNT(*) FROM v WHERE x = '" + text + "'"), "2");
+}
+
 TEST_P(Values, NumbersThatDoNotFitAreRefused) {
   EXPECT_EQ(ErrorOf([&] { (void)RoundTrip("SMALLINT", std::int32_t{40000}); }), 6);
   EXPECT_EQ(ErrorOf([&] { (void)RoundTrip("INTEGER", Variant("abc")); }), 13);
