@@ -14,6 +14,10 @@ endif()
 if(TAMLO_SANITIZE)
   target_compile_options(tamlo_options INTERFACE -fsanitize=${TAMLO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   target_link_options(tamlo_options INTERFACE -fsanitize=${TAMLO_SANITIZE})
+  if(UNIX)
+    # libodbcinst keeps what it has read of its files: unloaded together with a driver, this would be told as leaked.
+    target_link_options(tamlo_options INTERFACE -Wl,--no-as-needed -lodbcinst -Wl,--as-needed)
+  endif()
 endif()
 
 # tamlo_library(name SOURCES a.cpp ... DEPENDS lib ... [PRIVATE_DEPENDS lib ...])

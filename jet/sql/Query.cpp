@@ -99,7 +99,7 @@ struct Query::State {
     }
     if (!scan->Next()) return false;
     Row& current = scan->Current();
-    Value* out = &values[blockRows * plan.columns.size()];
+    Value* out = values.data() + blockRows * plan.columns.size();  // none for a query without columns
     for (std::size_t i = 0; i < plan.columns.size(); ++i) {
       const ResultColumn& column = plan.columns[i];
       if (column.type.type == ColumnType::kMemo || column.type.type == ColumnType::kOle) continue;
@@ -131,7 +131,7 @@ struct Query::State {
       const bool known = column >= 0 && sqlite3_column_type(statement.get(), column) != SQLITE_NULL;
       rowIds[blockRows * sources.size() + i] = known ? sqlite3_column_int64(statement.get(), column) : -1;
     }
-    Value* out = &values[blockRows * plan.columns.size()];
+    Value* out = values.data() + blockRows * plan.columns.size();  // none for a query without columns
     for (std::size_t i = 0; i < plan.columns.size(); ++i) {
       const ResultColumn& column = plan.columns[i];
       if (!IsLate(i)) {

@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -33,6 +34,10 @@ ToolRun::ToolRun(const Settings& settings) : errors_(::memfd_create("errors", 0)
   std::vector<std::string> arguments{TAMLO_PROGRAM};
   arguments.insert(arguments.end(), settings.arguments.begin(), settings.arguments.end());
   std::vector<std::string> environment{"PATH=/usr/bin:/bin", "HOME=/nonexistent", "LC_ALL=C.UTF-8"};
+  // What a sanitizer is to leave out, it is to leave out there too.
+  for (const char* const name : {"ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS"}) {
+    if (const char* const value = std::getenv(name)) environment.push_back(std::string(name) + "=" + value);
+  }
   for (const auto& [name, value] : settings.environment) environment.push_back(name + "=" + value);
   const std::vector<char*> argumentList = Pointers(arguments);
   const std::vector<char*> environmentList = Pointers(environment);

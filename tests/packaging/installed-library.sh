@@ -18,12 +18,15 @@ fi
 cmake -S "$source/examples/consumer" -B "$work/consumer" -DCMAKE_PREFIX_PATH="$work/prefix" -DCMAKE_CXX_COMPILER="$compiler" \
   -DCMAKE_CXX_FLAGS="$flags" >"$work/configure.log" || { cat "$work/configure.log"; exit 1; }
 cmake --build "$work/consumer" >"$work/build.log" 2>&1 || { cat "$work/build.log"; exit 1; }
-[ "$("$work/consumer/consumer" "$work/base.db")" = "2 lignes, 0 difference" ]
+expect() {
+  [ "$1" = "$2" ] || { echo "« $1 » was printed where « $2 » was expected" >&2; exit 1; }
+}
+expect "$("$work/consumer/consumer" "$work/base.db")" "2 lignes, 0 difference"
 
 libdir=$(dirname "$(find "$work/prefix" -name tamlo.pc)")
 read -ra compile <<<"$(PKG_CONFIG_PATH=$libdir pkg-config --define-variable=prefix="$work/prefix" --cflags --libs tamlo)"
 "$compiler" -std=c++20 $flags "$source/examples/dix_lignes.cpp" "${compile[@]}" -o "$work/dix_lignes"
-(cd "$work" && [ "$(./dix_lignes)" = Dupont ])
+expect "$(cd "$work" && ./dix_lignes)" Dupont
 
 # The example stands in the README as it was built here.
 if ! diff <(sed -n '/^```cpp$/,/^```$/p' "$source/README.md" | sed '1d;$d') "$source/examples/dix_lignes.cpp"; then
