@@ -10,6 +10,8 @@ action=$1 prefix=$2
 shift 2
 command -v wine >/dev/null || { echo "skipped: Wine is not installed (package wine64, see scripts/setup)"; exit 77; }
 unset DISPLAY WAYLAND_DISPLAY
+# Accents of file names and of the command line go through the locale's characters.
+export LC_ALL=C.UTF-8
 export WINEPREFIX=$prefix WINEDEBUG=-all WINEDLLOVERRIDES="mscoree=;mshtml=;winemenubuilder.exe="
 
 prepare() {
