@@ -79,7 +79,8 @@ stop() {
   [ -f "$folder/data/postmaster.pid" ] || return 0
   pid=$(head -n 1 "$folder/data/postmaster.pid")
   kill -INT "$pid" 2>/dev/null || return 0
-  while kill -0 "$pid" 2>/dev/null; do sleep 0.1; done
+  # Where nobody collects ended processes (a container without an init), it stays in the list as a zombie.
+  while [ -e "/proc/$pid" ] && ! grep -q '^State:[[:space:]]*Z' "/proc/$pid/status" 2>/dev/null; do sleep 0.1; done
 }
 
 case "${1:-}" in
