@@ -39,14 +39,22 @@ bool EstCvdate(const char* octets) {
 std::size_t ChercheCvdate(const std::string& sql, std::size_t depart) {
   if (sql.size() < kCvdate.size()) return std::string::npos;
   const std::size_t dernier = sql.size() - kCvdate.size();
-  constexpr unsigned char kPetite = 32;  // makes a letter small
-  for (; depart + kBloc < sql.size(); depart += kBloc) {
-    const Octets debuts = Egaux(LitBloc(sql.data() + depart) | kPetite, 'c') & Egaux(LitBloc(sql.data() + depart + 1) | kPetite, 'v');
-    if (EstNul(debuts)) continue;
+  // The first one from depart on that begins in the block at debut.
+  const auto dansBloc = [&](std::size_t debut) {
+    constexpr unsigned char kPetite = 32;  // makes a letter small
+    const Octets debuts = Egaux(LitBloc(sql.data() + debut) | kPetite, 'c') & Egaux(LitBloc(sql.data() + debut + 1) | kPetite, 'v');
+    if (EstNul(debuts)) return std::string::npos;
     for (std::uint32_t masque = Masque(debuts); masque != 0; masque &= masque - 1) {
-      const std::size_t c = depart + static_cast<std::size_t>(std::countr_zero(masque));
-      if (c <= dernier && EstCvdate(sql.data() + c)) return c;
+      const std::size_t c = debut + static_cast<std::size_t>(std::countr_zero(masque));
+      if (c >= depart && c <= dernier && EstCvdate(sql.data() + c)) return c;
     }
+    return std::string::npos;
+  };
+  if (sql.size() > kBloc) {
+    for (; depart + kBloc < sql.size(); depart += kBloc) {
+      if (const std::size_t c = dansBloc(depart); c != std::string::npos) return c;
+    }
+    return depart <= dernier ? dansBloc(sql.size() - 1 - kBloc) : std::string::npos;  // the last block reaches back over the one before
   }
   for (; depart <= dernier; ++depart) {
     if (EstCvdate(sql.data() + depart)) return depart;
