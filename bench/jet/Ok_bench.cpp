@@ -21,6 +21,7 @@
 #include "tests/support_lib/FakePlatform.h"
 #include "tests/support_lib/SyncCounter.h"
 #include "tests/support_lib/TemporaryFolder.h"
+#include "tests/support_lib/VolumesTables.h"
 
 namespace {
 
@@ -33,28 +34,12 @@ using namespace tamlo;
 constexpr std::int64_t kSyncsOfACommit = 4;
 constexpr int kTurns = 9;
 
-std::unique_ptr<db::DbTbl> Definition(const std::string& name) {
-  auto table = std::make_unique<db::DbTbl>();
-  table->Nom(name);
-  return table;
-}
-
 /// The tables as the tool's own layer makes them.
 void MakeTables(const std::string& path) {
   (void)jet::Database::Create(path);
   db::DataBase base;
   if (!base.Ouvre(path, db::TypJet, true)) throw std::runtime_error("the volumes database does not open");
-  auto utl = Definition("UTL");
-  utl->AddFld("IDUTL", ado::adInteger, 4, false);
-  utl->AddFld("NOM", ado::adVarWChar, 30, false);
-  utl->AddFld("MOTPASSE", ado::adVarWChar, 10, false);
-  utl->AddIdx("PK", "IDUTL", true, true);
-  base.AddTbl(std::move(utl));
-  auto vlmUtl = Definition("VLMUTL");
-  for (const char* field : {"IDUTL", "IDVLM"}) vlmUtl->AddFld(field, ado::adInteger, 4, false);
-  vlmUtl->AddFld("NIVEAU", ado::adSmallInt, 2, false);
-  vlmUtl->AddIdx("PK", "IDUTL;IDVLM", true, true);
-  base.AddTbl(std::move(vlmUtl));
+  tests::MakeVolumesTables(base);
   base.Ferme();
 }
 

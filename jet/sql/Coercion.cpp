@@ -12,21 +12,6 @@ namespace jet::sql {
 
 namespace {
 
-bool IsNumberColumn(ColumnType type) {
-  switch (type) {
-    case ColumnType::kByte:
-    case ColumnType::kInteger:
-    case ColumnType::kLong:
-    case ColumnType::kCurrency:
-    case ColumnType::kSingle:
-    case ColumnType::kDouble:
-    case ColumnType::kNumeric:
-      return true;
-    default:
-      return false;
-  }
-}
-
 std::string_view Trimmed(std::string_view text) {
   while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
   while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
@@ -120,12 +105,27 @@ Value ToText(const Value& value, const TextSettings& settings) {
 
 }  // namespace
 
+bool IsNumber(ColumnType type) {
+  switch (type) {
+    case ColumnType::kByte:
+    case ColumnType::kInteger:
+    case ColumnType::kLong:
+    case ColumnType::kCurrency:
+    case ColumnType::kSingle:
+    case ColumnType::kDouble:
+    case ColumnType::kNumeric:
+      return true;
+    default:
+      return false;
+  }
+}
+
 Value Coerced(const Value& value, const TypeInfo& column, const TextSettings& settings) {
   if (value.IsNull()) return value;
   const bool toText = column.type == ColumnType::kText || column.type == ColumnType::kMemo;
   if (toText) return value.Type() == ValueType::kText ? value : ToText(value, settings);
   if (value.Type() == ValueType::kText) {
-    const bool readable = IsNumberColumn(column.type) || column.type == ColumnType::kDate || column.type == ColumnType::kBoolean ||
+    const bool readable = IsNumber(column.type) || column.type == ColumnType::kDate || column.type == ColumnType::kBoolean ||
                           column.type == ColumnType::kGuid;
     return readable ? FromText(value.AsText(), column, settings) : value;
   }
@@ -134,7 +134,7 @@ Value Coerced(const Value& value, const TypeInfo& column, const TextSettings& se
     if (value.Type() == ValueType::kLong) return Value(Date{static_cast<double>(value.AsLong())});
     if (value.Type() == ValueType::kInteger) return Value(Date{static_cast<double>(value.AsInteger())});
   }
-  if (IsNumberColumn(column.type)) {
+  if (IsNumber(column.type)) {
     if (value.Type() == ValueType::kDate) return Value(value.AsDate().serial);
     if (value.Type() == ValueType::kBool) return Value(static_cast<std::int32_t>(value.AsBool() ? -1 : 0));
   }

@@ -7,6 +7,9 @@
 
 namespace jet::sql {
 
+/// True for the types of whole, fractional and exact numbers; Yes/No and dates are none.
+[[nodiscard]] bool IsNumber(ColumnType type);
+
 /// The value as the column takes it where the engine's own conversion does not go so far: texts read as dates and numbers under the
 /// settings, dates and numbers written as texts. Error kTypeMismatch for a text that is no date or number.
 [[nodiscard]] Value Coerced(const Value& value, const TypeInfo& column, const TextSettings& settings);

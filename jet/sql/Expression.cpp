@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "jet/sql/Calendar.h"
+#include "jet/sql/Coercion.h"
 #include "jet/sql/Functions.h"
 #include "jet/sql/Literals.h"
 #include "jet/sql/Names.h"
@@ -14,20 +15,6 @@ namespace {
 
 constexpr int kDeepest = 200;  // nesting of parentheses and subqueries, far below what the stack bears
 
-bool IsNumber(ColumnType type) {
-  switch (type) {
-    case ColumnType::kByte:
-    case ColumnType::kInteger:
-    case ColumnType::kLong:
-    case ColumnType::kCurrency:
-    case ColumnType::kSingle:
-    case ColumnType::kDouble:
-    case ColumnType::kNumeric:
-      return true;
-    default:
-      return false;
-  }
-}
 bool IsWhole(ColumnType type) {
   return type == ColumnType::kByte || type == ColumnType::kInteger || type == ColumnType::kLong || type == ColumnType::kBoolean;
 }

@@ -10,18 +10,13 @@
 #include "tests/support_lib/FakePlatform.h"
 #include "tests/support_lib/SyncCounter.h"
 #include "tests/support_lib/TemporaryFolder.h"
+#include "tests/support_lib/VolumesTables.h"
 
 namespace tamlo::app {
 namespace {
 
 /// A commit brings to the disk: the journal, its name in the folder, the database, and that the journal is done with.
 constexpr std::int64_t kSyncsParCommit = 4;
-
-std::unique_ptr<db::DbTbl> Definition(const std::string& nom) {
-  auto tbl = std::make_unique<db::DbTbl>();
-  tbl->Nom(nom);
-  return tbl;
-}
 
 /// A volumes database in an Access file, and the tool run on it for the user DUPONT of volume 12.
 class OkAccess : public testing::Test {
@@ -32,17 +27,7 @@ class OkAccess : public testing::Test {
     (void)jet::Database::Create(fichier);
     db::DataBase base;
     EXPECT_TRUE(base.Ouvre(fichier, db::TypJet, true));
-    auto utl = Definition("UTL");
-    utl->AddFld("IDUTL", ado::adInteger, 4, false);
-    utl->AddFld("NOM", ado::adVarWChar, 30, false);
-    utl->AddFld("MOTPASSE", ado::adVarWChar, 10, false);
-    utl->AddIdx("PK", "IDUTL", true, true);
-    base.AddTbl(std::move(utl));
-    auto vlmUtl = Definition("VLMUTL");
-    for (const char* champ : {"IDUTL", "IDVLM"}) vlmUtl->AddFld(champ, ado::adInteger, 4, false);
-    vlmUtl->AddFld("NIVEAU", ado::adSmallInt, 2, false);
-    vlmUtl->AddIdx("PK", "IDUTL;IDVLM", true, true);
-    base.AddTbl(std::move(vlmUtl));
+    tests::MakeVolumesTables(base);
     base.Ferme();
   }
   ~OkAccess() override {

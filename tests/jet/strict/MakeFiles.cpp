@@ -15,6 +15,7 @@
 #include "jet/MemoryFileSystem.h"
 #include "jet/Table.h"
 #include "tests/jet/history/Workload.h"
+#include "tests/jet/storage/JetTestSupport.h"
 
 namespace jet::tests {
 namespace {
@@ -24,32 +25,11 @@ using Random = std::mt19937;
 
 constexpr char kPath[] = "/file.mdb";
 
-ColumnDef Column(std::string name, ColumnType type, std::uint16_t size = 0) {
-  ColumnDef column;
-  column.name = std::move(name);
-  column.type = type;
-  column.size = size;
-  column.allowZeroLength = true;
-  return column;
-}
-
 IndexSpec Index(std::string name, std::vector<IndexSpec::Part> parts) {
   IndexSpec index;
   index.name = std::move(name);
   index.columns = std::move(parts);
   return index;
-}
-
-IndexSpec PrimaryKey(std::string column) {
-  IndexSpec index = Index("PrimaryKey", {{std::move(column), false}});
-  index.primary = true;
-  return index;
-}
-
-ColumnDef Counter(std::string name) {
-  ColumnDef column = Column(std::move(name), ColumnType::kLong);
-  column.autoNumber = true;
-  return column;
 }
 
 std::size_t Below(Random& random, std::size_t limit) { return random() % limit; }
