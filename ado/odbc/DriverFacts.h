@@ -32,6 +32,7 @@ struct DriverFacts {
   bool narrowIsUtf8 = false;        ///< narrow texts are UTF-8 in both directions, so that nobody need convert them
   bool losesTimeArrays = false;     ///< keeps memory for ever for each date or time of an array: there they go as texts
   bool listsAllColumns = false;     ///< one catalog call gives the columns of every table
+  bool showsTables = false;         ///< SHOW FULL TABLES lists the tables, much faster than the catalog call
 
   std::size_t readBlockRows = 1000;
   BatchMethod batch = BatchMethod::kRowByRow;

@@ -15,7 +15,7 @@ namespace {
 
 std::string TableTypeOf(const std::string& type) {
   const std::string upper = runtime::UpperCase(type);
-  return upper == "BASE TABLE" ? "TABLE" : upper;
+  return upper == "BASE TABLE" || upper == "SYSTEM VERSIONED" ? "TABLE" : upper;
 }
 
 /// Schemas that hold the user's tables on the backends where the driver lists several; the first found wins.
@@ -62,12 +62,31 @@ Column ToColumn(Statement& statement, const DriverFacts& facts) {
 OdbcCatalog::OdbcCatalog(std::shared_ptr<Session> session) : session_(std::move(session)), version_(session_->SchemaVersion()) {}
 
 std::vector<std::pair<std::string, std::string>> OdbcCatalog::Tables() {
+  schemas_.clear();
+  auto tables = session_->Facts().showsTables ? ShownTables() : DriverTables();
+  schemasKnown_ = true;
+  return tables;
+}
+
+std::vector<std::pair<std::string, std::string>> OdbcCatalog::ShownTables() {
+  Statement statement(session_);
+  statement.ExecuteDirect("SHOW FULL TABLES FROM " + session_->Quoted(session_->Facts().catalog));
+  std::vector<std::pair<std::string, std::string>> tables;
+  while (statement.Fetch()) {
+    std::string name = statement.Text(1).value_or("");
+    std::string type = TableTypeOf(statement.Text(2).value_or("TABLE"));
+    schemas_.emplace(name, std::string());
+    tables.emplace_back(std::move(name), std::move(type));
+  }
+  return tables;
+}
+
+std::vector<std::pair<std::string, std::string>> OdbcCatalog::DriverTables() {
   Statement statement(session_);
   auto catalog = ToUtf16(session_->Facts().catalog);
   statement.Check(SQLTablesW(statement.Native(), catalog.empty() ? nullptr : reinterpret_cast<SQLWCHAR*>(catalog.data()),
                              static_cast<SQLSMALLINT>(catalog.size()), nullptr, 0, nullptr, 0, nullptr, 0));
   std::vector<std::pair<std::string, std::string>> tables;
-  schemas_.clear();
   while (statement.Fetch()) {
     std::string schema = statement.Text(2).value_or("");
     std::string name = statement.Text(3).value_or("");
@@ -80,7 +99,6 @@ std::vector<std::pair<std::string, std::string>> OdbcCatalog::Tables() {
       std::find_if(tables.begin(), tables.end(), [&](const auto& table) { return table.first == name; })->second = type;
     }
   }
-  schemasKnown_ = true;
   return tables;
 }
 

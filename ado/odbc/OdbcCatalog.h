@@ -27,6 +27,9 @@ class OdbcCatalog final : public ProviderCatalog {
   void Forget() override;
 
  private:
+  /// The tables as the driver's catalog function gives them, and as the backend's own statement does (see DriverFacts). Both learn schemas_.
+  [[nodiscard]] std::vector<std::pair<std::string, std::string>> DriverTables();
+  [[nodiscard]] std::vector<std::pair<std::string, std::string>> ShownTables();
   /// Columns by the backend's table name; of one table, or of all when the name is empty.
   [[nodiscard]] std::map<std::string, std::vector<Column>> ReadColumns(const std::string& table);
   [[nodiscard]] std::string SchemaOf(const std::string& table);

@@ -45,6 +45,17 @@ TEST_P(OdbcCatalog, ListsTheTablesOfThisDatabaseWithTheirType) {
   EXPECT_EQ(ErrorOf([&] { (void)catalog.Tables("rien"); }), 3265);
 }
 
+TEST_P(OdbcCatalog, ListsNamesWithAccentsAsTheyStand) {
+  const std::string quote = GetParam() == "MariaDB" ? "`" : "\"";
+  const std::string name = "Œuvres d'été_%€ " + std::string(40, 'z');
+  Execute("CREATE TABLE " + quote + name + quote + " (code INTEGER, " + quote + "clé" + quote + " INTEGER)");
+  ado::Catalog catalog(connection);
+  ASSERT_NE(catalog.Find(name), nullptr);
+  EXPECT_EQ(catalog.Tables(name).Name(), name);
+  ASSERT_EQ(catalog.Tables(name).Columns().size(), 2U);
+  EXPECT_EQ(catalog.Tables(name).Columns()[1].name, "clé");
+}
+
 TEST_P(OdbcCatalog, DescribesColumns) {
   Execute("CREATE TABLE art (code VARCHAR(10) NOT NULL PRIMARY KEY, qte INTEGER, prix DECIMAL(15,2), note " + engine->Type("text") +
           ", cree " + engine->Type("datetime") + ", img " + engine->Type("blob") + ", oui " + engine->Type("boolean") + ")");
@@ -133,6 +144,28 @@ TEST_P(OdbcCatalog, IsError3704OnceTheConnectionIsClosed) {
   EXPECT_EQ(ErrorOf([&] { (void)catalog.TableCount(); }), 3704);
 }
 
+using OdbcCatalogMariaDb = OdbcTest;
+
+TEST_P(OdbcCatalogMariaDb, ListsTheConnectionsOwnDatabaseHoweverItIsNamed) {
+  Execute("CREATE DATABASE `b``a_%`");
+  Execute("CREATE DATABASE bbba_x");  // what a pattern would take for the same
+  Execute("CREATE TABLE bbba_x.autre (code INTEGER)");
+  Execute("CREATE TABLE `b``a_%`.art (code INTEGER) WITH SYSTEM VERSIONING");
+  {
+    ado::Connection inside;
+    inside.Provider("MSDASQL");
+    inside.Open(MariaDb().ConnectionString("{b`a_%}"), engine->User(), engine->Password());
+    ado::Catalog catalog(inside);
+    ASSERT_EQ(catalog.TableCount(), 1U);
+    EXPECT_EQ(catalog.Tables(0).Name(), "art");
+    EXPECT_EQ(catalog.Tables(0).Type(), "TABLE");
+    EXPECT_EQ(catalog.Tables(0).Columns().front().name, "code");
+  }
+  Execute("DROP DATABASE `b``a_%`");
+  Execute("DROP DATABASE bbba_x");
+}
+
+INSTANTIATE_TEST_SUITE_P(Odbc, OdbcCatalogMariaDb, ::testing::Values("MariaDB"), [](const auto& which) { return which.param; });
 INSTANTIATE_TEST_SUITE_P(Odbc, OdbcCatalog, ::testing::Values("SQLite", "MariaDB", "PostgreSQL"),
                          [](const auto& which) { return which.param; });
 
