@@ -207,6 +207,7 @@ void BatchInsert::Hold(std::span<const Variant> row) {
       }
     } catch (runtime::Error& error) {
       const std::int64_t number = done_ + static_cast<std::int64_t>(held_) + 1;
+      Flush();  // those before it are stored, or one of them is the error
       ++done_;  // the row is refused: those behind it keep their numbers
       throw error.WithContext("ligne " + std::to_string(number) + ", colonne " + column.name);
     }
@@ -243,11 +244,15 @@ std::string BatchInsert::InsertText(std::size_t rows) const {
   return sql;
 }
 
-void BatchInsert::BindRow(Statement& statement, std::size_t row, std::size_t firstParameter) {
+void BatchInsert::BindRow(Statement& statement, std::size_t row, std::size_t firstParameter, bool bytesOnly) {
   std::size_t parameter = firstParameter;
   for (auto& column : columns_) {
     if (column.left) continue;
     const auto& shape = column.shape;
+    if (bytesOnly && shape.form != ParameterShape::Form::kBytes) {
+      ++parameter;
+      continue;
+    }
     const std::size_t unit = shape.nativeType == SQL_C_WCHAR ? sizeof(char16_t) : 1;
     const std::size_t size = shape.fixedSize != 0 ? shape.columnSize : std::max<std::size_t>({shape.columnSize, column.stride / unit, 1});
     statement.Check(SQLBindParameter(statement.Native(), static_cast<SQLUSMALLINT>(parameter++), SQL_PARAM_INPUT, shape.nativeType,
@@ -277,12 +282,18 @@ bool BatchInsert::ExecuteArray(Statement& statement, std::size_t rows) {
   return allStored && processed == rows && (affected < 0 || affected == static_cast<std::int64_t>(rows));
 }
 
+bool BatchInsert::HasBytes() const {
+  return std::any_of(columns_.begin(), columns_.end(),
+                     [](const Column& column) { return !column.left && column.shape.form == ParameterShape::Form::kBytes; });
+}
+
 bool BatchInsert::ExecuteRows(Statement& statement, std::size_t rows) {
-  if (!bound_) {
+  const bool again = bound_ && session_->Facts().keepsByteLengths && HasBytes();
+  if (!bound_ || again) {
     std::size_t parameter = 1;
     const auto used =
         static_cast<std::size_t>(std::count_if(columns_.begin(), columns_.end(), [](const Column& column) { return !column.left; }));
-    for (std::size_t row = 0; row < rows; ++row, parameter += used) BindRow(statement, row, parameter);
+    for (std::size_t row = 0; row < rows; ++row, parameter += used) BindRow(statement, row, parameter, again);
     bound_ = true;
   }
   statement.Execute();

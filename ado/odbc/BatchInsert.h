@@ -48,7 +48,9 @@ class BatchInsert final : public ProviderBulkInsert {
   [[nodiscard]] bool ExecuteArray(Statement& statement, std::size_t rows);
   [[nodiscard]] bool ExecuteRows(Statement& statement, std::size_t rows);
   void SendRowByRow(std::size_t rows);
-  void BindRow(Statement& statement, std::size_t row, std::size_t firstParameter);
+  /// bytesOnly binds the columns of bytes alone, at the same parameters.
+  void BindRow(Statement& statement, std::size_t row, std::size_t firstParameter, bool bytesOnly = false);
+  [[nodiscard]] bool HasBytes() const;
   void BindArrays(Statement& statement);
   void DropRows(std::size_t count);
   [[nodiscard]] std::string InsertText(std::size_t rows) const;

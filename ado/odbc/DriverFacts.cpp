@@ -42,6 +42,7 @@ void Measured(DriverFacts& facts, void* connection) {
     case Backend::kSqlite:
       facts.enforcesLengths = false;
       facts.streamsParameters = false;
+      facts.keepsByteLengths = true;
       facts.keepsWideStatements = false;
       facts.listsAllColumns = true;
       // The Windows build of libsqliteodbc takes narrow texts for ANSI.

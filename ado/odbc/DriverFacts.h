@@ -31,6 +31,7 @@ struct DriverFacts {
   bool numbersAsText = false;       ///< exact and 64-bit numbers are bound as texts
   bool narrowIsUtf8 = false;        ///< narrow texts are UTF-8 in both directions, so that nobody need convert them
   bool losesTimeArrays = false;     ///< keeps memory for ever for each date or time of an array: there they go as texts
+  bool keepsByteLengths = false;    ///< bytes keep the length of their parameter's first execution: they are bound anew for each
   bool listsAllColumns = false;     ///< one catalog call gives the columns of every table
   bool showsTables = false;         ///< SHOW FULL TABLES lists the tables, much faster than the catalog call
 

@@ -118,6 +118,32 @@ TEST_P(Bulk, LongAndShortValuesMayAlternate) {
   EXPECT_EQ(i, 40);
 }
 
+/// Values of every length take one another's place in the batches: short after long, empty after full, null after both.
+TEST_P(Bulk, BytesAndTextsKeepTheirOwnLengthInEveryBatch) {
+  Execute("CREATE TABLE l (id INTEGER NOT NULL PRIMARY KEY, octets " + engine->Type("blob") + ", nom VARCHAR(250), note " +
+          engine->Type("text") + ")");
+  const auto lengthOf = [](std::int32_t i) { return static_cast<std::size_t>(i * 7919 % 251); };
+  const auto isNull = [](std::int32_t i) { return i * 7919 % 11 == 0; };
+  const auto bytesOf = [&](std::int32_t i) {
+    return isNull(i) ? Variant(Null{}) : Variant(runtime::Bytes(lengthOf(i), static_cast<std::byte>(i)));
+  };
+  const auto textOf = [&](std::int32_t i) {
+    return isNull(i + 1) ? Variant(Null{}) : Variant(std::string(1 + lengthOf(i + 1) % 249, static_cast<char>('a' + i % 26)));
+  };
+  constexpr std::int32_t kRows = 1500;
+  ado::BulkInsert bulk(connection, "l", {"id", "octets", "nom", "note"});
+  for (std::int32_t i = 0; i < kRows; ++i) bulk.Add(std::array<Variant, 4>{i, bytesOf(i), textOf(i), textOf(i + 3)});
+  bulk.Flush();
+  ado::Recordset rs = Open("SELECT * FROM l ORDER BY id", ado::adOpenForwardOnly, ado::adLockReadOnly);
+  std::int32_t i = 0;
+  for (; !rs.Eof(); rs.MoveNext(), ++i) {
+    ASSERT_EQ(rs.Fields("octets").Value(), bytesOf(i)) << i;
+    ASSERT_EQ(rs.Fields("nom").Value(), textOf(i)) << i;
+    ASSERT_EQ(rs.Fields("note").Value(), textOf(i + 3)) << i;
+  }
+  EXPECT_EQ(i, kRows);
+}
+
 TEST_P(Bulk, DatesDaysAndTimesOfDayKeepTheirValue) {
   Execute("CREATE TABLE d (id INTEGER NOT NULL PRIMARY KEY, moment " + engine->Type("datetime") + ", jour DATE, heure TIME)");
   ado::BulkInsert bulk(connection, "d", {"id", "moment", "jour", "heure"});
