@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <string>
+#include <vector>
 
 #include "db/DataBase.h"
 #include "db/ddl/Generateur.h"
@@ -104,20 +106,23 @@ void DataBase::SupTbl(const std::string& nom) {
   if (!ExisteTbl(nom)) return;
   const std::int16_t indice = IndiceTbl(nom);
   const bool listee = indice >= 0 && static_cast<std::size_t>(indice) < tables_.size();
+  const std::string cle = runtime::UpperCase(runtime::Trim(nom));
+  std::vector<std::string> nettoyages;
+  const auto nettoie = [&](const std::string& catalogue, const std::string& colonne) {
+    // The dropped table may be this catalog table itself, and a database may have none. Asked before the list must be read again.
+    if (catalogue == cle || !ExisteTbl(catalogue)) return;
+    nettoyages.push_back("DELETE * FROM [" + catalogue + "] WHERE [" + colonne + "]='" + cle + "'");
+  };
+  nettoie(kTblKorv, "NOM");
+  nettoie(kFldKorv, "TABLE");
+  nettoie(kIdxKorv, "TABLE");
   ddl::SupprimeTable(*this, nom, listee ? tables_[static_cast<std::size_t>(indice)].tbl.get() : nullptr);
   Catalogue().Refresh();
   if (listee) {
     tables_.erase(tables_.begin() + indice);
     NomsChanges();
   }
-  const std::string cle = runtime::UpperCase(runtime::Trim(nom));
-  const auto nettoie = [&](const std::string& catalogue, const std::string& colonne) {
-    // The dropped table may be this catalog table itself, and a database may have none.
-    if (ExisteTbl(catalogue)) ExecuteSQL("DELETE * FROM [" + catalogue + "] WHERE [" + colonne + "]='" + cle + "'");
-  };
-  nettoie(kTblKorv, "NOM");
-  nettoie(kFldKorv, "TABLE");
-  nettoie(kIdxKorv, "TABLE");
+  for (const std::string& nettoyage : nettoyages) ExecuteSQL(nettoyage);
 }
 
 }  // namespace tamlo::db
