@@ -17,8 +17,9 @@ namespace {
 
 using Column = TableDefinition::Column;
 
-constexpr double kFirstDate = -657434;  // 0100-01-01
-constexpr double kLastDate = 2958466;   // 9999-12-31, its end excluded
+// The time of day of a negative date counts away from zero: both ends are excluded.
+constexpr double kFirstDate = -657435;  // 0100-01-01 with its hours
+constexpr double kLastDate = 2958466;   // 9999-12-31 with its hours
 
 [[noreturn]] void Mismatch(const Value& value, const Column& column) {
   throw Error(ErrorCode::kTypeMismatch, "The value " + value.Describe() + " does not suit the column \"" + column.name + "\"");
@@ -184,7 +185,7 @@ std::optional<double> ParseDate(const std::string& text) {
 Date ToDate(const Value& value, const Column& column) {
   auto serial = AsReal(value);
   if (value.Type() == ValueType::kText && !serial) serial = ParseDate(value.AsText());
-  if (!serial || !(*serial >= kFirstDate && *serial < kLastDate)) Mismatch(value, column);
+  if (!serial || !(*serial > kFirstDate && *serial < kLastDate)) Mismatch(value, column);
   return {*serial == 0 ? 0.0 : *serial};
 }
 

@@ -1,6 +1,8 @@
+#include <array>
 #include <cstring>
 
 #include "ado/BulkInsert.h"
+#include "runtime/Dates.h"
 #include "tests/ado_jet/JetFixture.h"
 
 using namespace tamlo;
@@ -188,6 +190,26 @@ TEST_F(JetRecordset, EveryTypeKeepsItsCodeAndValue) {
   }
   auto direct = Opened("T", 1);
   for (std::size_t i = 0; i < values.size(); ++i) EXPECT_EQ(direct.Fields(i).Value(), values[i]);
+}
+
+/// Before 1899-12-30 the time of day counts forward from a whole number below zero, so that it makes the number smaller.
+TEST_F(JetRecordset, TheFirstAndTheLastDayOfTheCalendarHaveTheirTimeOfDay) {
+  connection.Execute("CREATE TABLE J (ID INTEGER, D DATETIME)");
+  const runtime::Date moments[] = {runtime::ToSerial({100, 1, 1, 0, 0, 0, 0}), runtime::ToSerial({100, 1, 1, 23, 59, 59, 0}),
+                                   runtime::ToSerial({9999, 12, 31, 23, 59, 59, 0})};
+  ado::BulkInsert bulk(connection, "J", {"ID", "D"});
+  for (std::int32_t i = 0; i < 3; ++i) bulk.Add(std::array<ado::Variant, 2>{i, moments[i]});
+  bulk.Flush();
+  EXPECT_EQ(runtime::IgnoringErrors([&] { connection.Execute("INSERT INTO J (ID, D) VALUES (4, -657435)"); }).number,
+            runtime::kProviderFailure)
+      << "the day before the first one";
+  auto rows = Opened("SELECT D FROM J ORDER BY ID", 0);
+  for (const runtime::Date& moment : moments) {
+    ASSERT_FALSE(rows.Eof());
+    EXPECT_EQ(rows.Fields("D").Value(), ado::Variant(moment));
+    rows.MoveNext();
+  }
+  EXPECT_TRUE(rows.Eof());
 }
 
 TEST_F(JetRecordset, LongValuesTravelInPieces) {
