@@ -301,10 +301,41 @@ bool BatchInsert::ExecuteRows(Statement& statement, std::size_t rows) {
   return affected < 0 || affected == static_cast<std::int64_t>(rows);
 }
 
-/// Sends the first rows of those held; false when they were undone.
+/// Asked once for each table of MySQL, before its first batch. A view tells no engine and counts as one that undoes.
+bool BatchInsert::KeepsRowsOfFailedBatches() {
+  if (keepsRows_) return *keepsRows_;
+  keepsRows_ = false;
+  if (session_->Facts().backend != Backend::kMySql) return false;
+  Statement statement(session_);
+  statement.Prepare(
+      "SELECT e.TRANSACTIONS FROM information_schema.TABLES t JOIN information_schema.ENGINES e ON e.ENGINE = t.ENGINE "
+      "WHERE t.TABLE_SCHEMA = DATABASE() AND t.TABLE_NAME = ?");
+  ParameterSet parameters(statement);
+  ParameterShape shape;
+  shape.nativeType = SQL_C_WCHAR;
+  shape.sqlType = SQL_WVARCHAR;
+  parameters.Add(Variant(tableName_), shape);
+  parameters.Execute();
+  // Names that differ by case or accents alone are all found: to take one of them for a table that keeps rows costs time only.
+  while (statement.Fetch()) keepsRows_ = *keepsRows_ || statement.Text(1).value_or("NO") != "YES";
+  return *keepsRows_;
+}
+
+std::int64_t BatchInsert::CountRows() {
+  Statement statement(session_);
+  statement.ExecuteDirect("SELECT COUNT(*) FROM " + tableText_);
+  return statement.Fetch() ? statement.Integer(1, 0) : 0;
+}
+
+/// Sends the first rows of those held; false when they were undone. Where a failed batch cannot be undone, the rows that it has stored are
+/// let go: they stand before the refused one, and the table knows how many it holds without counting them.
 bool BatchInsert::SendBatch(std::size_t rows) {
   const bool outer = session_->InTransaction();
   if (outer && !HasSavepoints(session_->Facts().backend)) return false;
+  std::optional<std::int64_t> before;
+  (void)runtime::IgnoringErrors([&] {
+    if (KeepsRowsOfFailedBatches()) before = CountRows();
+  });
   std::optional<Savepoint> savepoint;
   std::optional<TransactionScope> scope;
   bool stored = false;
@@ -327,6 +358,11 @@ bool BatchInsert::SendBatch(std::size_t rows) {
   }
   batch_.reset();
   if (savepoint) savepoint->Undo();
+  if (before) {
+    std::int64_t kept = 0;
+    (void)runtime::IgnoringErrors([&] { kept = CountRows() - *before; });
+    if (kept > 0) DropRows(std::min(static_cast<std::size_t>(kept), rows));
+  }
   return false;
 }
 
@@ -382,7 +418,7 @@ void BatchInsert::Flush() {
     } else if (batched && rows > kFewRows) {
       rows /= 2;
     } else {
-      SendRowByRow(rows);
+      SendRowByRow(std::min(rows, held_));
     }
   }
 }

@@ -51,6 +51,8 @@ class BatchInsert final : public ProviderBulkInsert {
   /// bytesOnly binds the columns of bytes alone, at the same parameters.
   void BindRow(Statement& statement, std::size_t row, std::size_t firstParameter, bool bytesOnly = false);
   [[nodiscard]] bool HasBytes() const;
+  [[nodiscard]] bool KeepsRowsOfFailedBatches();
+  [[nodiscard]] std::int64_t CountRows();
   void BindArrays(Statement& statement);
   void DropRows(std::size_t count);
   [[nodiscard]] std::string InsertText(std::size_t rows) const;
@@ -69,6 +71,7 @@ class BatchInsert final : public ProviderBulkInsert {
   std::size_t heldBytes_ = 0;
   std::int64_t done_ = 0;  // rows before the held ones
   bool defaultsKnown_ = false;
+  std::optional<bool> keepsRows_;   // the table has no transactions: rows of a failed batch stay
   std::optional<Statement> batch_;  // prepared for preparedRows_ rows
   std::size_t preparedRows_ = 0;
   bool bound_ = false;  // its parameters point into the slots

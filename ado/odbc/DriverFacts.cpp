@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "ado/odbc/Handle.h"
 #include "ado/odbc/NativeHeaders.h"
 #include "ado/odbc/WideText.h"
 #include "runtime/Text.h"
@@ -23,6 +24,17 @@ SQLUINTEGER NumberInfo(void* connection, SQLUSMALLINT which) {
   SQLUINTEGER value = 0;
   SQLSMALLINT length = 0;
   return SQL_SUCCEEDED(SQLGetInfoW(connection, which, &value, sizeof value, &length)) ? value : 0;
+}
+
+/// MariaDB's driver 3.1.15 says "null" for no database, which may be the name of one.
+bool HasDatabase(void* connection) {
+  const Handle statement(Handle::Kind::kStatement, connection);
+  std::u16string sql = u"SELECT DATABASE()";
+  std::array<char, 8> name{};
+  SQLLEN length = SQL_NULL_DATA;
+  return SQL_SUCCEEDED(SQLExecDirectW(statement.Get(), reinterpret_cast<SQLWCHAR*>(sql.data()), static_cast<SQLINTEGER>(sql.size()))) &&
+         SQL_SUCCEEDED(SQLFetch(statement.Get())) &&
+         SQL_SUCCEEDED(SQLGetData(statement.Get(), 1, SQL_C_CHAR, name.data(), name.size(), &length)) && length != SQL_NULL_DATA;
 }
 
 Backend BackendOf(const std::string& product) {
@@ -56,7 +68,8 @@ void Measured(DriverFacts& facts, void* connection) {
     case Backend::kMySql:
       facts.listsAllColumns = true;
       // The catalog call asks for comments too, for which the server opens every table.
-      facts.showsTables = !facts.catalog.empty();
+      facts.showsTables = true;
+      if (facts.catalog == "null" && !HasDatabase(connection)) facts.catalog.clear();
       // MariaDB's driver 3.1.15 says that it can, and then gives the first row's value for every row of the block.
       facts.readsInBlock = false;
       // MariaDB's driver hands narrow texts on as they are, in the character set that the connection speaks.

@@ -69,6 +69,7 @@ std::vector<std::pair<std::string, std::string>> OdbcCatalog::Tables() {
 }
 
 std::vector<std::pair<std::string, std::string>> OdbcCatalog::ShownTables() {
+  if (session_->Facts().catalog.empty()) return {};  // connected to the server alone
   Statement statement(session_);
   statement.ExecuteDirect("SHOW FULL TABLES FROM " + session_->Quoted(session_->Facts().catalog));
   std::vector<std::pair<std::string, std::string>> tables;

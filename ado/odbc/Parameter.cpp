@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <string_view>
 #include <utility>
@@ -38,13 +40,36 @@ void AppendText(std::vector<std::byte>& out, std::string_view text, const Parame
   }
 }
 
+/// The number that decimal digits make, a half going to the even neighbour; a double would keep 53 bits of it.
+std::int64_t WholeOfDigits(std::string_view text) {
+  const std::size_t point = std::min(text.find('.'), text.size());
+  std::string_view rest = text.substr(std::min(point + 1, text.size()));
+  const bool negative = text.starts_with('-');
+  std::int64_t whole = 0;
+  const bool none = point == (negative ? 1U : 0U);
+  const auto [end, error] = std::from_chars(text.data(), text.data() + point, whole);
+  if (!none && (error != std::errc() || end != text.data() + point)) throw Error(runtime::kOverflow);
+  const bool half = rest.starts_with('5') && rest.find_first_not_of('0', 1) == std::string_view::npos;
+  if (rest.empty() || (half ? whole % 2 == 0 : rest[0] < '5')) return whole;
+  if (whole == (negative ? INT64_MIN : INT64_MAX)) throw Error(runtime::kOverflow);
+  return negative ? whole - 1 : whole + 1;
+}
+
+std::string DecimalOf(const Variant& value);
+
 std::int64_t WholeOf(const Variant& value) {
   if (const auto* n = value.If<std::int32_t>()) return *n;
   if (const auto* n = value.If<std::int64_t>()) return *n;
   if (const auto* n = value.If<std::int16_t>()) return *n;
   if (const auto* n = value.If<bool>()) return *n ? -1 : 0;
+  if (value.Is<runtime::Decimal>() || value.Is<runtime::Currency>()) return WholeOfDigits(DecimalOf(value));
+  if (const auto* text = value.If<std::string>()) {
+    const std::string_view digits = std::string_view(*text).substr(text->starts_with('-') ? 1 : 0);
+    if (!digits.empty() && digits.find_first_not_of("0123456789") == std::string_view::npos) return WholeOfDigits(*text);
+  }
   const double rounded = std::nearbyint(runtime::ToDouble(value));
-  if (!(std::fabs(rounded) < 9.2e18)) throw Error(runtime::kOverflow);
+  constexpr double kEnd = 9223372036854775808.0;
+  if (!(rounded >= -kEnd && rounded < kEnd)) throw Error(runtime::kOverflow);
   return static_cast<std::int64_t>(rounded);
 }
 

@@ -214,6 +214,28 @@ TEST_P(OtherCharacterSet, OfTheConnectionLeavesTextsAsTheyAre) {
   EXPECT_EQ(Scalar("SELECT COUNT(*) FROM t WHERE nom = 'été à l''île'"), "11");
 }
 
+using NonTransactional = OdbcTest;
+
+TEST_P(NonTransactional, TablesHoldEachRowBeforeARefusedOneOnce) {
+  for (const char* storage : {"MyISAM", "Aria", "MEMORY"}) {
+    for (const char* key : {"", ", PRIMARY KEY (id)"}) {
+      Execute(std::string("CREATE TABLE nt (id INTEGER, n INTEGER CHECK (n < 9000)") + key + ") ENGINE=" + storage);
+      Execute("INSERT INTO nt VALUES (-1, -1)");
+      ado::BulkInsert bulk(connection, "nt", {"id", "n"});
+      const auto failure = runtime::IgnoringErrors([&] {
+        for (std::int32_t i = 1; i <= 6000; ++i) bulk.Add(std::array<Variant, 2>{i, std::int32_t{i == 5500 ? 9500 : 0}});
+        bulk.Flush();
+      });
+      EXPECT_EQ(failure.number, runtime::kProviderFailure) << storage << key;
+      EXPECT_TRUE(failure.description.starts_with("ligne 5500")) << storage << key << ": " << failure.description;
+      EXPECT_EQ(Count("nt"), 5500) << storage << key;
+      EXPECT_EQ(Scalar("SELECT COUNT(DISTINCT id) FROM nt WHERE id < 5500"), "5500") << storage << key;
+      Execute("DROP TABLE nt");
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Odbc, NonTransactional, ::testing::Values("MariaDB"), [](const auto& which) { return which.param; });
 INSTANTIATE_TEST_SUITE_P(Odbc, OtherCharacterSet, ::testing::Values("MariaDB"), [](const auto& which) { return which.param; });
 
 INSTANTIATE_TEST_SUITE_P(Odbc, Bulk, ::testing::Values("SQLite", "MariaDB", "PostgreSQL"), [](const auto& which) { return which.param; });

@@ -165,6 +165,25 @@ TEST_P(OdbcCatalogMariaDb, ListsTheConnectionsOwnDatabaseHoweverItIsNamed) {
   Execute("DROP DATABASE bbba_x");
 }
 
+TEST_P(OdbcCatalogMariaDb, WithoutADatabaseThereAreNoTables) {
+  Execute("CREATE DATABASE `null`");
+  Execute("CREATE TABLE `null`.autre (code INTEGER)");
+  const std::string text = MariaDb().ConnectionString("?");
+  {
+    ado::Connection outside;
+    outside.Provider("MSDASQL");
+    outside.Open(text.substr(0, text.find(";DATABASE=")) + ";CHARSET=utf8mb4", engine->User(), engine->Password());
+    EXPECT_EQ(ado::Catalog(outside).TableCount(), 0U);
+    ado::Connection inside;
+    inside.Provider("MSDASQL");
+    inside.Open(MariaDb().ConnectionString("null"), engine->User(), engine->Password());
+    ado::Catalog catalog(inside);
+    ASSERT_EQ(catalog.TableCount(), 1U) << "a database may have this name";
+    EXPECT_EQ(catalog.Tables(0).Columns().front().name, "code");
+  }
+  Execute("DROP DATABASE `null`");
+}
+
 INSTANTIATE_TEST_SUITE_P(Odbc, OdbcCatalogMariaDb, ::testing::Values("MariaDB"), [](const auto& which) { return which.param; });
 INSTANTIATE_TEST_SUITE_P(Odbc, OdbcCatalog, ::testing::Values("SQLite", "MariaDB", "PostgreSQL"),
                          [](const auto& which) { return which.param; });

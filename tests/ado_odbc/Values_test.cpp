@@ -47,6 +47,25 @@ TEST_P(Values, WholeNumbersKeepTheirValueAndType) {
   EXPECT_EQ(type_, ado::adBigInt);
 }
 
+TEST_P(Values, WholeNumbersOfEveryKindAreExactBeyondThoseOfADouble) {
+  const std::int64_t greatest = 9223372036854775807;
+  EXPECT_EQ(RoundTrip("BIGINT", Decimal{"9223372036854775807"}), Variant(greatest));
+  EXPECT_EQ(RoundTrip("BIGINT", Variant("9223372036854775807")), Variant(greatest));
+  EXPECT_EQ(RoundTrip("BIGINT", Variant("-9223372036854775808")), Variant(-greatest - 1));
+  EXPECT_EQ(RoundTrip("BIGINT", Decimal{"-9007199254740993.4"}), Variant(std::int64_t{-9007199254740993}));
+  // Halves go to the even neighbour.
+  EXPECT_EQ(RoundTrip("BIGINT", Decimal{"9007199254740993.5"}), Variant(std::int64_t{9007199254740994}));
+  EXPECT_EQ(RoundTrip("BIGINT", Decimal{"9007199254740992.500"}), Variant(std::int64_t{9007199254740992}));
+  EXPECT_EQ(RoundTrip("BIGINT", Decimal{"-9007199254740992.501"}), Variant(std::int64_t{-9007199254740993}));
+  EXPECT_EQ(RoundTrip("BIGINT", Decimal{"-0.5"}), Variant(std::int64_t{0}));
+  EXPECT_EQ(RoundTrip("BIGINT", Currency{9223372036854775807}), Variant(std::int64_t{922337203685478}));
+  EXPECT_EQ(RoundTrip("BIGINT", -9223372036854775808.0), Variant(-greatest - 1));
+  for (const Variant& beyond : {Variant(Decimal{"9223372036854775808"}), Variant("-9223372036854775809"), Variant(9223372036854775808.0),
+                                Variant(Decimal{"9223372036854775807.5"})}) {
+    EXPECT_EQ(ErrorOf([&] { (void)RoundTrip("BIGINT", beyond); }), 6);
+  }
+}
+
 TEST_P(Values, AccentsOfAStatementAreThoseOfAParameterWhateverTheLocaleOfTheProcess) {
   // This program never calls setlocale: its characters are those of the C locale.
   const std::string text = "élise œuf €";

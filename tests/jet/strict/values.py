@@ -182,7 +182,7 @@ class Decoder:
             report(f"the number {value}")
         if kind in (6, 7, 8) and self.table.file.made and value == 0 and math.copysign(1, value) < 0:
             report("minus zero")
-        if kind == 8 and not -657434 <= value < 2958466:
+        if kind == 8 and not -657435 < value < 2958466:
             report(f"the date {value}")
         return value
 
