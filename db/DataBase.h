@@ -123,7 +123,7 @@ class DataBase {
   /// Creates the table in the backend, lists it and records it in the catalog. On an error of the creation it is not
   /// listed.
   DbTbl& AddTbl(std::unique_ptr<DbTbl> tbl);
-  /// Drops a table with its catalog rows; nothing when the backend has none of that name.
+  /// Drops a table with its catalog rows; nothing when the backend has none of that name, in whatever case.
   void SupTbl(const std::string& nom);
   /// Rebuilds the table, field and index catalogs from the table list.
   void RecreeCatalogue();

@@ -1,8 +1,10 @@
 #include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "db/DataBase.h"
+#include "db/DbUtil.h"
 #include "db/ddl/Generateur.h"
 #include "db/sql/FormateSSQL.h"
 #include "runtime/Conversions.h"
@@ -32,6 +34,15 @@ template <typename Entrees>
 auto& EntreeA(Entrees& entrees, std::int16_t indice) {
   if (indice < 0 || static_cast<std::size_t>(indice) >= entrees.size()) throw runtime::Error(runtime::kSubscriptOutOfRange);
   return entrees[static_cast<std::size_t>(indice)];
+}
+
+/// A table that is there, as the backend spells it: a name of exactly that spelling goes first.
+std::string NomDansLaBase(ado::Catalog& catalogue, const std::string& nom) {
+  const std::string coupe(runtime::Trim(nom));
+  for (std::size_t i = 0; i < catalogue.TableCount(); ++i) {
+    if (catalogue.Tables(i).Name() == coupe) return coupe;
+  }
+  return catalogue.Tables(coupe).Name();
 }
 
 }  // namespace
@@ -104,25 +115,24 @@ DbTbl& DataBase::AddTbl(std::unique_ptr<DbTbl> tbl) {
 
 void DataBase::SupTbl(const std::string& nom) {
   if (!ExisteTbl(nom)) return;
-  const std::int16_t indice = IndiceTbl(nom);
-  const bool listee = indice >= 0 && static_cast<std::size_t>(indice) < tables_.size();
   const std::string cle = runtime::UpperCase(runtime::Trim(nom));
-  std::vector<std::string> nettoyages;
+  // By its name alone: a table whose name is a number is not the one at that position.
+  const auto entree = std::find_if(tables_.begin(), tables_.end(), [&](const EntreeTbl& e) { return e.nom == cle; });
+  std::vector<std::pair<std::string, std::string>> nettoyages;
   const auto nettoie = [&](const std::string& catalogue, const std::string& colonne) {
     // The dropped table may be this catalog table itself, and a database may have none. Asked before the list must be read again.
-    if (catalogue == cle || !ExisteTbl(catalogue)) return;
-    nettoyages.push_back("DELETE * FROM [" + catalogue + "] WHERE [" + colonne + "]='" + cle + "'");
+    if (catalogue != cle && ExisteTbl(catalogue)) nettoyages.emplace_back(catalogue, colonne);
   };
   nettoie(kTblKorv, "NOM");
   nettoie(kFldKorv, "TABLE");
   nettoie(kIdxKorv, "TABLE");
-  ddl::SupprimeTable(*this, nom, listee ? tables_[static_cast<std::size_t>(indice)].tbl.get() : nullptr);
+  ddl::SupprimeTable(*this, NomDansLaBase(Catalogue(), nom), entree != tables_.end() ? entree->tbl.get() : nullptr);
   Catalogue().Refresh();
-  if (listee) {
-    tables_.erase(tables_.begin() + indice);
+  if (entree != tables_.end()) {
+    tables_.erase(entree);
     NomsChanges();
   }
-  for (const std::string& nettoyage : nettoyages) ExecuteSQL(nettoyage);
+  for (const auto& [catalogue, colonne] : nettoyages) SupprimeLignes(*this, catalogue, {{colonne, cle}});
 }
 
 }  // namespace tamlo::db

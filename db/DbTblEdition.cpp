@@ -52,8 +52,8 @@ void DbTbl::SupFld(const std::string& nom) {
   }
   champs_.erase(place);
   if (db_ == nullptr || !db_->ExisteTbl(kFldKorv)) return;
-  db_->ExecuteSQL("DELETE * FROM [$FLDKORV$] WHERE [TABLE]='" + nom_ + "' AND [NOM]='" + champ + "'");
-  db_->ExecuteSQL("UPDATE [$FLDKORV$] SET [NO]=[NO]-1 WHERE [TABLE]='" + nom_ + "' AND [NO]>" + std::to_string(position));
+  SupprimeLignes(*db_, kFldKorv, {{"TABLE", nom_}, {"NOM", champ}});
+  RenumeroteChamps(*db_, nom_, position);
 }
 
 void DbTbl::AddIdx(const std::string& nom, const std::string& champs, bool primaire, bool unique) {
@@ -75,7 +75,7 @@ void DbTbl::SupIdx(const std::string& nom) {
   if (db_ != nullptr && !ddl::SupprimeIndex(*db_, *this, **place)) return;
   index_.erase(place);
   if (db_ == nullptr || !db_->ExisteTbl(kIdxKorv)) return;
-  db_->ExecuteSQL("DELETE * FROM [$IDXKORV$] WHERE [TABLE]='" + nom_ + "' AND [NOM]='" + index + "'");
+  SupprimeLignes(*db_, kIdxKorv, {{"TABLE", nom_}, {"NOM", index}});
 }
 
 }  // namespace tamlo::db

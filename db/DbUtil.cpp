@@ -1,5 +1,6 @@
 #include "db/DbUtil.h"
 
+#include <algorithm>
 #include <array>
 #include <initializer_list>
 #include <memory>
@@ -26,6 +27,13 @@ void CreeTableCatalogue(DataBase& db, const char* nom, std::initializer_list<Col
   for (const Colonne& colonne : colonnes) tbl->AddFld(colonne.nom, colonne.typ, colonne.lg, false);
   tbl->AddIdx(index, champs, true, true);
   db.AddTbl(std::move(tbl));
+}
+
+/// False for a name that ends a text literal, or is changed inside of one, on some kind.
+bool TientDansUnLitteral(const std::string& nom) { return nom.find_first_of("'\"\\*") == std::string::npos; }
+
+bool EstLigneDe(ado::Recordset& rs, const std::vector<std::pair<std::string, std::string>>& noms) {
+  return std::all_of(noms.begin(), noms.end(), [&](const auto& nom) { return TexteCatalogue(rs.Fields(nom.first).Value()) == nom.second; });
 }
 
 }  // namespace
@@ -106,6 +114,36 @@ void AjouteLigne(ado::Recordset& rs, std::span<const char* const> colonnes, std:
   rs.AddNew();
   for (std::size_t i = 0; i < colonnes.size(); ++i) rs.Fields(colonnes[i]).Value(valeurs[i]);
   rs.Update();
+}
+
+void SupprimeLignes(DataBase& db, const std::string& catalogue, const std::vector<std::pair<std::string, std::string>>& noms) {
+  if (std::all_of(noms.begin(), noms.end(), [](const auto& nom) { return TientDansUnLitteral(nom.second); })) {
+    std::string sql = "DELETE * FROM [" + catalogue + "] WHERE ";
+    for (const auto& [colonne, nom] : noms) sql += (&nom == &noms.front().second ? "[" : " AND [") + colonne + "]='" + nom + "'";
+    db.ExecuteSQL(sql);
+    return;
+  }
+  ado::Recordset rs = db.OpenRecordSet("SELECT * FROM [" + catalogue + "]", 2);
+  for (; !rs.Eof(); rs.MoveNext()) {
+    if (EstLigneDe(rs, noms)) rs.Delete();
+  }
+  rs.Close();
+}
+
+void RenumeroteChamps(DataBase& db, const std::string& table, std::int16_t position) {
+  if (TientDansUnLitteral(table)) {
+    db.ExecuteSQL("UPDATE [$FLDKORV$] SET [NO]=[NO]-1 WHERE [TABLE]='" + table + "' AND [NO]>" + std::to_string(position));
+    return;
+  }
+  // From the smallest number on: table and number are a key.
+  ado::Recordset rs = db.OpenRecordSet("SELECT * FROM [$FLDKORV$] ORDER BY [TABLE],[NO]", 2);
+  for (; !rs.Eof(); rs.MoveNext()) {
+    const std::int16_t no = runtime::ToInt16(rs.Fields("NO").Value());
+    if (no <= position || !EstLigneDe(rs, {{"TABLE", table}})) continue;
+    rs.Fields("NO").Value(static_cast<std::int16_t>(no - 1));
+    rs.Update();
+  }
+  rs.Close();
 }
 
 std::string TexteCatalogue(const runtime::Variant& valeur) {

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "ado/Recordset.h"
@@ -40,6 +42,12 @@ inline constexpr std::array kColonnesIdx{"TABLE", "NOM", "CHAMPS", "PRIMAIRE", "
 [[nodiscard]] std::array<runtime::Variant, kColonnesIdx.size()> ValeursIdx(const DbTbl& tbl, const DbIdx& idx);
 /// Adds a row with these values to a recordset.
 void AjouteLigne(ado::Recordset& rs, std::span<const char* const> colonnes, std::span<const runtime::Variant> valeurs);
+
+/// Deletes the rows of a catalog table of which these columns hold these names. One statement does it; names that hold a character which a
+/// text literal does not keep on every kind ("Date d'entrée") are looked for row by row.
+void SupprimeLignes(DataBase& db, const std::string& catalogue, const std::vector<std::pair<std::string, std::string>>& noms);
+/// Lowers the numbers behind position by one in the rows of a table's fields; in the same two ways.
+void RenumeroteChamps(DataBase& db, const std::string& table, std::int16_t position);
 
 /// A value of a catalog row as text without trailing blanks; "" for a null.
 [[nodiscard]] std::string TexteCatalogue(const runtime::Variant& valeur);

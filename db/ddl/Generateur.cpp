@@ -60,6 +60,18 @@ void ExecuteCreation(DataBase& db, const std::string& texte) {
   db.Catalogue().Refresh();
 }
 
+void ExecuteEdition(DataBase& db, const std::string& texte, const std::vector<std::string>& noms) {
+  std::string traduit = texte;
+  const auto refus = runtime::IgnoringErrors([&] { db.FormateSSQL(traduit); });
+  const bool entiers =
+      !refus && std::all_of(noms.begin(), noms.end(), [&](const std::string& nom) { return traduit.find(nom) != std::string::npos; });
+  if (entiers) {
+    db.ExecuteSQL(texte);
+  } else {
+    db.Connexion().Execute(texte, ado::adExecuteNoRecords);
+  }
+}
+
 ado::Index Description(const DbIdx& idx) {
   ado::Index index;
   index.name = idx.Nom();

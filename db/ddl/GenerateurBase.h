@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "ado/Catalog.h"
 #include "db/DataBase.h"
@@ -41,6 +42,10 @@ class GenerateurBase {
 
 /// Runs a text of the backend on the connection, untranslated, and lets the catalog read its tables anew.
 void ExecuteCreation(DataBase& db, const std::string& texte);
+
+/// Sends a text that is the backend's own already, with these quoted names in it, through the translation; untranslated where that would
+/// change one of the names ("Date d'entrée" on MySQL).
+void ExecuteEdition(DataBase& db, const std::string& texte, const std::vector<std::string>& noms);
 
 /// An index of the layer as a description, its fields under the names kept in memory.
 [[nodiscard]] ado::Index Description(const DbIdx& idx);

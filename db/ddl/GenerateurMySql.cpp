@@ -31,17 +31,23 @@ void GenerateurMySql::CreeTable(DataBase& db, DbTbl& tbl) const {
 
 void GenerateurMySql::AjouteColonne(DataBase& db, DbTbl& tbl, const NouvelleColonne& colonne) const {
   const std::string owner = support::EstVide(std::string_view(tbl.Owner())) ? "" : tbl.Owner() + ".";
-  db.ExecuteSQL("ALTER TABLE " + owner + EntreMajuscules(kMarque, tbl.Nom()) + " ADD (" + EntreMajuscules(kMarque, colonne.nom) + " " +
-                TypeColonne(Dialecte::kMySql, colonne.typ, colonne.lg).value_or("") + ")");
+  const std::string champ = EntreMajuscules(kMarque, colonne.nom);
+  ExecuteEdition(db,
+                 "ALTER TABLE " + owner + EntreMajuscules(kMarque, tbl.Nom()) + " ADD (" + champ + " " +
+                     TypeColonne(Dialecte::kMySql, colonne.typ, colonne.lg).value_or("") + ")",
+                 {EntreMajuscules(kMarque, tbl.Nom()), champ});
 }
 
 void GenerateurMySql::CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index) const {
-  const std::string champs = " " + ListeChamps(index, kMarque, true);
+  const std::string champs = ListeChamps(index, kMarque, true);
   if (index.primaryKey) {
-    db.ExecuteSQL("ALTER TABLE " + Entre(kMarque, tbl.Nom()) + " ADD PRIMARY KEY" + champs);
+    const std::string table = Entre(kMarque, tbl.Nom());
+    ExecuteEdition(db, "ALTER TABLE " + table + " ADD PRIMARY KEY " + champs, {table, champs});
   } else {
-    db.ExecuteSQL(std::string("CREATE") + (index.unique ? " UNIQUE" : "") + " INDEX " + EntreMajuscules(kMarque, index.name) + " ON " +
-                  EntreMajuscules(kMarque, tbl.Nom()) + champs);
+    const std::string nom = EntreMajuscules(kMarque, index.name);
+    const std::string table = EntreMajuscules(kMarque, tbl.Nom());
+    ExecuteEdition(db, std::string("CREATE") + (index.unique ? " UNIQUE" : "") + " INDEX " + nom + " ON " + table + " " + champs,
+                   {nom, table, champs});
   }
 }
 

@@ -56,10 +56,14 @@ std::string ClauseStockage(const ParamOra& param) {
   return texte + Clause(" TABLESPACE \"", param.tablespace, "\"");
 }
 
-std::string TexteIndex(const DbTbl& tbl, const ado::Index& index, const std::string& nom, const ParamOra& param) {
-  return std::string("CREATE") + (index.primaryKey || index.unique ? " UNIQUE" : "") + " INDEX " + Entre(kMarque, nom) + " ON " +
-         Proprietaire(param.owner) + EntreMajuscules(kMarque, tbl.Nom()) + " " + ListeChamps(index, kMarque, true) +
-         Clause(" TABLESPACE ", param.tablespaceIndex);
+void EnvoieIndex(DataBase& db, const DbTbl& tbl, const ado::Index& index, const std::string& nomBase, const ParamOra& param) {
+  const std::string nom = Entre(kMarque, nomBase);
+  const std::string table = EntreMajuscules(kMarque, tbl.Nom());
+  const std::string champs = ListeChamps(index, kMarque, true);
+  ExecuteEdition(db,
+                 std::string("CREATE") + (index.primaryKey || index.unique ? " UNIQUE" : "") + " INDEX " + nom + " ON " +
+                     Proprietaire(param.owner) + table + " " + champs + Clause(" TABLESPACE ", param.tablespaceIndex),
+                 {nom, table, champs});
 }
 
 }  // namespace
@@ -76,18 +80,22 @@ void GenerateurOracle::CreeTable(DataBase& db, DbTbl& tbl) const {
   ExecuteCreation(db, texte + ")" + ClauseStockage(param));
   for (std::int16_t i = 0; i < tbl.NbIdx(); ++i) {
     const DbIdx& idx = tbl.ListeIdx(std::to_string(i));
-    db.ExecuteSQL(TexteIndex(tbl, Description(idx), NomIndex(tbl, idx.Nom()), param));
+    EnvoieIndex(db, tbl, Description(idx), NomIndex(tbl, idx.Nom()), param);
   }
 }
 
 // The table's own owner counts here, the parameter file's for tables and indexes.
 void GenerateurOracle::AjouteColonne(DataBase& db, DbTbl& tbl, const NouvelleColonne& colonne) const {
-  db.ExecuteSQL("ALTER TABLE " + Proprietaire(tbl.Owner()) + EntreMajuscules(kMarque, tbl.Nom()) + " ADD (" +
-                EntreMajuscules(kMarque, colonne.nom) + " " + TypeColonne(Dialecte::kOracle, colonne.typ, colonne.lg).value_or("") + ")");
+  const std::string table = EntreMajuscules(kMarque, tbl.Nom());
+  const std::string champ = EntreMajuscules(kMarque, colonne.nom);
+  ExecuteEdition(db,
+                 "ALTER TABLE " + Proprietaire(tbl.Owner()) + table + " ADD (" + champ + " " +
+                     TypeColonne(Dialecte::kOracle, colonne.typ, colonne.lg).value_or("") + ")",
+                 {table, champ});
 }
 
 void GenerateurOracle::CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index) const {
-  db.ExecuteSQL(TexteIndex(tbl, index, NomIndex(tbl, index.name), LitParamOra(tbl.Nom(), db.ConnectionString())));
+  EnvoieIndex(db, tbl, index, NomIndex(tbl, index.name), LitParamOra(tbl.Nom(), db.ConnectionString()));
 }
 
 std::string GenerateurOracle::NomIndex(const DbTbl& tbl, const std::string& nom) const {

@@ -37,9 +37,12 @@ void GenerateurSqlServer::AjouteColonne(DataBase& db, DbTbl& tbl, const Nouvelle
 }
 
 void GenerateurSqlServer::CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index) const {
-  db.ExecuteSQL(std::string("CREATE") + (index.primaryKey || index.unique ? " UNIQUE" : "") + " INDEX " +
-                EntreMajuscules(kMarque, index.name) + " ON " + EntreMajuscules(kMarque, tbl.Nom()) + " " +
-                ListeChamps(index, kMarque, true));
+  const std::string nom = EntreMajuscules(kMarque, index.name);
+  const std::string table = EntreMajuscules(kMarque, tbl.Nom());
+  const std::string champs = ListeChamps(index, kMarque, true);
+  ExecuteEdition(
+      db, std::string("CREATE") + (index.primaryKey || index.unique ? " UNIQUE" : "") + " INDEX " + nom + " ON " + table + " " + champs,
+      {nom, table, champs});
 }
 
 std::string GenerateurSqlServer::TexteSupIndex(const DbTbl& tbl, const std::string& nom, bool) const {

@@ -311,6 +311,104 @@ TEST_P(Editions, ATableNameWithAMarkIsRefusedWholeOrTakenWhole) {
   EXPECT_ACCORD(base, "UTL");
 }
 
+TEST_P(Editions, NamesAreFoundWhateverTheirCaseAndTheBlanksAroundThem) {
+  BaseOuverte base(Sur());
+  CreeUtl(base);
+  base.Cree(Table("vlm", {{"A", ado::adInteger, 4}}));
+  EXPECT_EQ(base->ListeTbl(" Vlm ").Nom(), "VLM");
+  EXPECT_TRUE(base->ExisteTbl(" utl "));
+  db::DbTbl& tbl = base->ListeTbl("utl");
+  tbl.AddFld(" Ville ", ado::adVarWChar, 20, false);
+  tbl.AddFld("VILLE", ado::adInteger, 4, false);
+  EXPECT_THAT(ChampsEnMemoire(tbl), ElementsAre("a", "b", "ville"));
+  if (Capacite().creeTables) {
+    tbl.AddIdx("Ix", "b;-Ville", false, true);
+    EXPECT_EQ(Desaccord(base, "UTL"), "");
+    tbl.SupIdx(" iX ");
+  }
+  EXPECT_EQ(Desaccord(base, "UTL"), "");
+  tbl.SupFld(" viLLe ");
+  EXPECT_ACCORD(base, "UTL");
+  EXPECT_THAT(ChampsEnMemoire(base->ListeTbl("utl")), ElementsAre("a", "b"));
+  base->SupTbl(" Utl ");
+  EXPECT_FALSE(base->ExisteTbl("UTL"));
+  EXPECT_ACCORD(base, "UTL");
+  EXPECT_EQ(Desaccord(base, "VLM"), "");
+}
+
+/// A field or an index whose name holds a mark is made whole or refused whole, and so it goes again.
+TEST_P(Editions, AFieldNameWithAMarkIsRefusedWholeOrTakenWhole) {
+  BaseOuverte base(Sur());
+  CreeUtl(base);
+  for (const char* nom : {"X]Y", "X`Y", "X\"Y", "X'Y", "X\\Y", "X*Y", "Date d'entrée"}) {
+    SCOPED_TRACE(nom);
+    const auto ajout = runtime::IgnoringErrors([&] { base->ListeTbl("UTL").AddFld(nom, ado::adInteger, 4, false); });
+    EXPECT_EQ(ajout.number == 0, ajout.description.empty());
+    EXPECT_EQ(base->ListeTbl("UTL").ExisteFld(nom), ajout.number == 0);
+    if (ajout.number == 0) base->ListeTbl("UTL").AddFld("DERNIER", ado::adInteger, 4, false);
+    EXPECT_ACCORD(base, "UTL");
+    EXPECT_EQ(base->ListeTbl("UTL").ExisteFld(nom), ajout.number == 0);
+    base->ListeTbl("UTL").SupFld(nom);
+    EXPECT_ACCORD(base, "UTL");
+    base->ListeTbl("UTL").SupFld("DERNIER");
+  }
+  EXPECT_ACCORD(base, "UTL");
+}
+
+TEST_P(Editions, AnIndexNameWithAMarkIsRefusedWholeOrTakenWhole) {
+  if (!Capacite().creeTables) GTEST_SKIP() << "the layer creates no index on a generic ODBC source";
+  BaseOuverte base(Sur());
+  CreeUtl(base);
+  for (const char* nom : {"X]Y", "X`Y", "X\"Y", "X'Y", "X\\Y", "X*Y"}) {
+    SCOPED_TRACE(nom);
+    const auto ajout = runtime::IgnoringErrors([&] { base->ListeTbl("UTL").AddIdx(nom, "A", false, true); });
+    EXPECT_EQ(ajout.number == 0, ajout.description.empty());
+    EXPECT_EQ(base->ListeTbl("UTL").ExisteIdx(nom), ajout.number == 0 && !Capacite().indexPrefixes);
+    EXPECT_ACCORD(base, "UTL");
+    base->ListeTbl("UTL").SupIdx(nom);
+    EXPECT_ACCORD(base, "UTL");
+  }
+}
+
+TEST_P(Editions, ATableWhoseNameHoldsAQuoteIsFoundAgainAndHidesNoOther) {
+  if (!Capacite().creeTables) GTEST_SKIP() << "the layer creates no table on a generic ODBC source";
+  BaseOuverte base(Sur());
+  CreeUtl(base);
+  base.Cree(Table("L'ART", {{"A", ado::adInteger, 4}, {"B", ado::adInteger, 4}, {"C", ado::adInteger, 4}}));
+  base.Cree(Table("VLM", {{"A", ado::adInteger, 4}}));
+  base.Rouvre();
+  EXPECT_THAT(ChampsEnMemoire(base->ListeTbl("l'art")), ElementsAre("a", "b", "c"));
+  EXPECT_EQ(Desaccord(base, "VLM"), "");
+  const auto refus = runtime::IgnoringErrors([&] { base->SupTbl("L'art"); });
+  EXPECT_EQ(refus.number == 0, refus.description.empty());
+  EXPECT_EQ(base->ExisteTbl("L'ART"), refus.number != 0);
+  int rangees = 0;
+  auto rs = base->OpenRecordSet("SELECT * FROM [$FLDKORV$]", 0);
+  for (; !rs.Eof(); rs.MoveNext()) rangees += runtime::TrimRight(runtime::ToText(rs.Fields("TABLE").Value())) == "L'ART" ? 1 : 0;
+  rs.Close();
+  EXPECT_EQ(rangees, refus.number == 0 ? 0 : 3);
+  EXPECT_ACCORD(base, "UTL");
+  EXPECT_EQ(Desaccord(base, "VLM"), "");
+}
+
+TEST_P(Editions, ATableWhoseNameIsANumberIsDroppedAloneWhateverStandsAtThatPosition) {
+  BaseOuverte base(Sur());
+  CreeUtl(base);
+  base.Cree(Table("2", {{"A", ado::adInteger, 4}}));
+  base.Cree(Table("40000", {{"A", ado::adInteger, 4}}));
+  const std::int16_t avant = base->NbTbl();
+  const std::string voisine = base->ListeTbl("2").Nom();
+  if (Sur().Kind() != db::TypMySql) {
+    base->SupTbl("2");
+    base->SupTbl("40000");
+    EXPECT_FALSE(base->ExisteTbl("2"));
+    EXPECT_FALSE(base->ExisteTbl("40000"));
+    EXPECT_EQ(base->NbTbl(), avant - 2);
+  }
+  EXPECT_EQ(base->ListeTbl("2").Nom(), voisine);
+  EXPECT_ACCORD(base, "UTL");
+}
+
 /// Every type code of the column types; a name says the code.
 const std::vector<Champ> kTypes = {
     {"T202", ado::adVarWChar, 20},
