@@ -46,10 +46,10 @@ class RowWriter::Prepared {
           pieces_.emplace_back(*source);
           list.push_back({column, nullptr, &pieces_.back()});
         } else {
-          Add(column, jet::sql::Coerced(Whole(*source, type.type == jet::ColumnType::kText), type, writer.session_.Settings()));
+          Add(column, writer.Suited(column, Whole(*source, type.type == jet::ColumnType::kText)));
         }
       } else {
-        Add(column, jet::sql::Coerced(ToValue(std::get<Variant>(value.value)), type, writer.session_.Settings()));
+        Add(column, writer.Suited(column, ToValue(std::get<Variant>(value.value))));
       }
     }
   }
@@ -67,6 +67,15 @@ class RowWriter::Prepared {
 
 RowWriter::RowWriter(jet::sql::Session& session, std::shared_ptr<const jet::sql::EngineTable> table)
     : session_(session), table_(std::move(table)) {}
+
+jet::Value RowWriter::Suited(std::size_t column, const jet::Value& value) const {
+  const auto& described = table_->columns[column];
+  try {
+    return jet::sql::Coerced(value, described.type, session_.Settings());
+  } catch (const jet::Error& error) {
+    throw jet::Error(error.Code(), std::string(error.what()) + ", column \"" + described.name + "\"");
+  }
+}
 
 jet::RowId RowWriter::Insert(std::span<const Assignment> values, const std::vector<std::size_t>& columns) {
   return OnEngine([&] {

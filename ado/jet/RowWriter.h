@@ -24,6 +24,8 @@ class RowWriter {
 
  private:
   class Prepared;
+  /// The value as that column of the table takes it; an error names the column.
+  [[nodiscard]] jet::Value Suited(std::size_t column, const jet::Value& value) const;
 
   jet::sql::Session& session_;
   std::shared_ptr<const jet::sql::EngineTable> table_;

@@ -77,6 +77,7 @@ class SurSqlite final : public Backend {
     Capacites capacites;
     capacites.creeTables = false;
     capacites.clesEtrangeres = false;
+    capacites.longueurs = false;
     return capacites;
   }
   [[nodiscard]] std::string BaseVide() override { return "DRIVER=SQLite3;Database=" + dossier_.File(NouveauNom() + ".db"); }
@@ -126,6 +127,7 @@ class SurMoteur final : public Backend {
     capacites.gardeChampsDeCles = false;
     capacites.numerique131 = EstOracle();
     capacites.transactions = EstOracle();
+    capacites.pointsDeReprise = false;
     return capacites;
   }
   [[nodiscard]] std::string Utilisateur() const override { return EstOracle() ? "ADM" : "sa"; }

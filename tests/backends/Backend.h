@@ -31,6 +31,8 @@ struct Capacites {
   bool compteurs = false;         ///< The layer knows which fields are counters.
   bool booleenFaux = true;        ///< A truth value that is not written is false; elsewhere it is unknown.
   bool booleenNul = true;         ///< A truth value can be unknown; elsewhere an unknown one is false.
+  bool pointsDeReprise = true;    ///< A batch that fails inside a transaction is undone alone; the engine loses the transaction with it.
+  bool longueurs = true;          ///< A text column holds no more characters than it was declared with.
 };
 
 /// A kind of database that the suite runs on. Made on first use and kept until the program ends.
