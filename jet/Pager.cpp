@@ -26,7 +26,6 @@ Pager::Pager(FileSystem& files, const std::string& path, std::unique_ptr<File> f
       readOnly_(readOnly),
       journal_(files, path, pageSize) {
   pageCount_ = committedPageCount_ = static_cast<PageNumber>(file_->Size() / pageSize_);
-  seenCommits_ = sharing_.CommitCount();
 }
 
 Pager::~Pager() { RollbackAll(); }
@@ -230,21 +229,30 @@ void Pager::Refresh() {
   ++generation_;
 }
 
-void Pager::RecoverIfLeftBehind() {
+void Pager::RecoverIfLeftBehind(bool mayChange) {
   // In exclusive use nobody else can leave a journal; it was looked for when the file was opened.
   if (!needsRecovery_ && (sharing_.Exclusive() || writing_ || !journal_.LeftBehind())) return;
   if (readOnly_) throw Error(ErrorCode::kReadOnly, "A transaction was left half written and cannot be undone: the file can only be read");
-  if (!needsRecovery_) sharing_.EnterWrite();
+  const bool entered = !needsRecovery_ && !mayChange;
+  if (entered) {
+    // Nobody waits for the right to change while reading: who has that right wants all readers out.
+    sharing_.LeaveRead();
+    sharing_.EnterWrite();
+  }
   try {
-    if (!sharing_.KeepReadersOut(true)) throw Error(ErrorCode::kInUse, "A transaction was left half written, and others are reading");
-    journal_.Recover(*file_);
+    if (entered && !journal_.LeftBehind()) {
+      sharing_.EnterRead();  // another one has undone it meanwhile
+    } else {
+      if (!sharing_.KeepReadersOut(true)) throw Error(ErrorCode::kInUse, "A transaction was left half written, and others are reading");
+      journal_.Recover(*file_);
+      sharing_.CountCommit();
+      sharing_.LetReadersIn();
+    }
   } catch (...) {
-    if (!needsRecovery_) sharing_.LeaveWrite();
+    if (entered) sharing_.LeaveWrite();
     throw;
   }
-  sharing_.CountCommit();
-  sharing_.LetReadersIn();
-  sharing_.LeaveWrite();
+  if (entered || needsRecovery_) sharing_.LeaveWrite();
   needsRecovery_ = false;
   DropCache();
   pageCount_ = committedPageCount_ = static_cast<PageNumber>(file_->Size() / pageSize_);
@@ -261,7 +269,7 @@ void Pager::BeginWrite() {
   try {
     if (readDepth_ == 0) {
       sharing_.EnterRead();
-      RecoverIfLeftBehind();
+      RecoverIfLeftBehind(true);
     }
     Refresh();
   } catch (...) {

@@ -110,7 +110,8 @@ class Pager final : public PageStore {
   void WriteOut();
   void UndoAll();
   void UndoLevel(Level& level);
-  void RecoverIfLeftBehind();
+  /// Undoes what a crash left half written; called while in read. mayChange: the right to change is held already, and is kept.
+  void RecoverIfLeftBehind(bool mayChange = false);
   void Refresh();
   void EndTransaction() noexcept;
   [[nodiscard]] UsageMap FreeMap();
@@ -136,7 +137,7 @@ class Pager final : public PageStore {
   std::vector<Level> levels_;
   std::uint64_t nextStamp_ = 1;
   std::uint64_t generation_ = 1;
-  std::uint64_t seenCommits_ = 0;
+  std::uint64_t seenCommits_ = ~std::uint64_t{0};  ///< none yet: what was measured before the first lock is measured again under it
   int readDepth_ = 0;
   bool writing_ = false;  ///< holds the right to change
   bool readersOut_ = false;

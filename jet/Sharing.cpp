@@ -22,6 +22,20 @@ constexpr std::size_t kEntrySize = 64;
 constexpr std::size_t kCountOffset = 24;
 constexpr std::size_t kUserOffset = 32;
 
+/// Tries until it succeeds or the time is over.
+template <typename Attempt>
+bool Patiently(int milliseconds, Attempt attempt) {
+  using Clock = std::chrono::steady_clock;
+  const auto end = Clock::now() + std::chrono::milliseconds(milliseconds);
+  auto pause = std::chrono::microseconds(100);
+  while (!attempt()) {
+    if (Clock::now() >= end) return false;
+    std::this_thread::sleep_for(pause);
+    pause = std::min<std::chrono::microseconds>(pause * 2, std::chrono::milliseconds(10));
+  }
+  return true;
+}
+
 }  // namespace
 
 std::string Sharing::LockPath(const std::string& databasePath) {
@@ -58,9 +72,14 @@ void Sharing::TakeEntry(const std::string& databasePath) {
       throw Error(ErrorCode::kInUse, "\"" + databasePath + "\" is opened by another user: exclusive use is not possible");
     entry_ = 0;
   } else {
-    for (entry_ = 0; entry_ < kUsers && !file_->TryLock(kUserLocks + entry_, 1, true); ++entry_) {
-    }
-    if (entry_ == kUsers) throw Error(ErrorCode::kInUse, "\"" + databasePath + "\" is opened exclusively by another user, or by 255 users");
+    // All entries are taken by an exclusive user, or for a moment by the last one who is removing the lock file.
+    const auto takeFree = [&] {
+      for (entry_ = 0; entry_ < kUsers; ++entry_)
+        if (file_->TryLock(kUserLocks + entry_, 1, true)) return true;
+      return false;
+    };
+    if (!Patiently(wait_, takeFree))
+      throw Error(ErrorCode::kInUse, "\"" + databasePath + "\" is opened exclusively by another user, or by 255 users");
   }
   std::array<std::byte, kEntrySize> entry{};
   const std::size_t had = file_->Read(entry_ * kEntrySize, entry);
@@ -75,15 +94,7 @@ void Sharing::TakeEntry(const std::string& databasePath) {
 }
 
 bool Sharing::WaitForLock(std::uint64_t offset, bool exclusive, int milliseconds) {
-  using Clock = std::chrono::steady_clock;
-  const auto end = Clock::now() + std::chrono::milliseconds(milliseconds);
-  auto pause = std::chrono::microseconds(100);
-  while (!file_->TryLock(offset, 1, exclusive)) {
-    if (Clock::now() >= end) return false;
-    std::this_thread::sleep_for(pause);
-    pause = std::min<std::chrono::microseconds>(pause * 2, std::chrono::milliseconds(10));
-  }
-  return true;
+  return Patiently(milliseconds, [&] { return file_->TryLock(offset, 1, exclusive); });
 }
 
 void Sharing::EnterRead() {

@@ -1,11 +1,82 @@
 #include <gtest/gtest.h>
 
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <utility>
+
 #include "jet/Sharing.h"
 #include "tests/jet/storage/JetTestSupport.h"
 #include "tests/support_lib/TemporaryFolder.h"
 
 namespace jet::tests {
 namespace {
+
+constexpr std::uint64_t kUserLocks = 0x10000001;
+constexpr std::uint64_t kWriteLock = 0x20000000;
+constexpr std::uint64_t kReadLock = 0x20000001;
+
+/// Another file system with a word to say about lengths and locks.
+class WatchedFiles final : public FileSystem {
+ public:
+  explicit WatchedFiles(FileSystem& files) : files_(files) {}
+
+  std::unique_ptr<File> Open(const std::string& path, FileMode mode) override {
+    return std::make_unique<Watched>(*this, files_.Open(path, mode), path);
+  }
+  bool Exists(const std::string& path) override { return files_.Exists(path); }
+  void Remove(const std::string& path) override { files_.Remove(path); }
+  void Rename(const std::string& from, const std::string& to) override { files_.Rename(from, to); }
+  void SyncFolder(const std::string& pathOfFile) override { files_.SyncFolder(pathOfFile); }
+
+  std::function<void(const std::string& path)> measured;                                                    ///< a length has been read
+  std::function<void(std::uint64_t offset, std::uint64_t length, bool exclusive, bool granted)> triedLock;  ///< a lock has been asked for
+
+ private:
+  class Watched final : public File {
+   public:
+    Watched(WatchedFiles& owner, std::unique_ptr<File> file, std::string path)
+        : owner_(owner), file_(std::move(file)), path_(std::move(path)) {}
+    std::size_t Read(std::uint64_t offset, std::span<std::byte> buffer) override { return file_->Read(offset, buffer); }
+    void Write(std::uint64_t offset, std::span<const std::byte> bytes) override { file_->Write(offset, bytes); }
+    std::uint64_t Size() override {
+      const std::uint64_t size = file_->Size();
+      if (owner_.measured) owner_.measured(path_);
+      return size;
+    }
+    void Truncate(std::uint64_t size) override { file_->Truncate(size); }
+    void Sync() override { file_->Sync(); }
+    bool TryLock(std::uint64_t offset, std::uint64_t length, bool exclusive) override {
+      const bool granted = file_->TryLock(offset, length, exclusive);
+      if (owner_.triedLock) owner_.triedLock(offset, length, exclusive, granted);
+      return granted;
+    }
+    void Unlock(std::uint64_t offset, std::uint64_t length) override { file_->Unlock(offset, length); }
+    bool IsStillNamed() override { return file_->IsStillNamed(); }
+
+   private:
+    WatchedFiles& owner_;
+    std::unique_ptr<File> file_;
+    std::string path_;
+  };
+
+  FileSystem& files_;
+};
+
+/// A user who dies in the middle of a commit: the journal stays.
+void LeaveAJournal(World& world) {
+  auto victim = world.Open("test.mdb", OpenMode::kShared);
+  bool dead = false;
+  world.files.SetHook([&](const MemoryFileSystem::Event& event) {
+    if (dead) throw Error(ErrorCode::kIo, "dead");
+    if (event.operation == MemoryFileSystem::Operation::kWrite && event.path == "test.mdb") dead = true;
+  });
+  EXPECT_EQ(CodeOf([&] { victim->OpenTable("People").Insert(Person("Victim")); }), ErrorCode::kIo);
+  victim.reset();
+  world.files.SetHook({});
+  ASSERT_TRUE(world.files.Exists("test.mdb-journal"));
+}
 
 TEST(Sharing, ExclusiveUseKeepsOthersOut) {
   World world;
@@ -109,6 +180,117 @@ TEST(Sharing, RealFilesAreLockedBetweenTwoOpens) {
 TEST(Sharing, LockFileNameReplacesTheExtension) {
   EXPECT_EQ(Sharing::LockPath("/a.b/base"), "/a.b/base.ldb");
   EXPECT_EQ(Sharing::LockPath("/a.b/base.mdb"), "/a.b/base.ldb");
+}
+
+TEST(Sharing, WhoUndoesWhatACrashLeftAndGoesOnToChangeIsTheOnlyWriter) {
+  World world;
+  world.Create()->CreateTable(PeopleTable()).Insert(Person("Ada"));
+  const auto first = world.Open("test.mdb", OpenMode::kShared);
+  const auto second = world.Open("test.mdb", OpenMode::kShared);
+  Table& people = first->OpenTable("People");
+  LeaveAJournal(world);
+  first->Begin();
+  people.Insert(Person("Bob"));
+  EXPECT_FALSE(world.files.Exists("test.mdb-journal"));
+  EXPECT_EQ(CodeOf([&] { second->OpenTable("People").Insert(Person("Carl")); }), ErrorCode::kInUse);
+  second->Begin();
+  EXPECT_EQ(CodeOf([&] { second->OpenTable("People").Insert(Person("Dora")); }), ErrorCode::kInUse);
+  EXPECT_EQ(CodeOf([&] { first->Commit(); }), std::nullopt);
+  EXPECT_EQ(Rows(first->OpenTable("People")), (std::vector<std::string>{"1|\"Ada\"|\"note\"|False|0", "2|\"Bob\"|\"note\"|False|0"}));
+  EXPECT_EQ(Findings(*first), "");
+}
+
+TEST(Sharing, AReaderThatWaitsForTheUndoingOfACrashDoesNotHinderIt) {
+  World world;
+  world.Create()->CreateTable(PeopleTable()).Insert(Person("Ada"));
+  WatchedFiles watched(world.files);
+  OpenOptions options = world.options;
+  options.mode = OpenMode::kShared;
+  options.fileSystem = &watched;
+  const auto reader = Database::Open("test.mdb", options);
+  Table& people = reader->OpenTable("People");
+  LeaveAJournal(world);
+  // Another one has found the journal a moment earlier: it has the right to change and wants all readers out.
+  const auto other = world.files.Open("test.ldb", FileMode::kReadWrite);
+  ASSERT_TRUE(other->TryLock(kWriteLock, 1, true));
+  bool waited = false;
+  watched.triedLock = [&](std::uint64_t offset, std::uint64_t, bool, bool granted) {
+    if (offset != kWriteLock || granted || std::exchange(waited, true)) return;
+    EXPECT_TRUE(other->TryLock(kReadLock, 1, true)) << "the one who waits keeps the one who works from working";
+    other->Unlock(kReadLock, 1);
+    other->Unlock(kWriteLock, 1);
+  };
+  EXPECT_EQ(people.RowCount(), 1u);
+  EXPECT_TRUE(waited);
+  EXPECT_FALSE(world.files.Exists("test.mdb-journal"));
+}
+
+TEST(Sharing, WhatIsCommittedWhileAFileIsBeingOpenedIsSeen) {
+  World world;
+  world.Create()->CreateTable(PeopleTable());
+  const auto writer = world.Open("test.mdb", OpenMode::kShared);
+  WatchedFiles watched(world.files);
+  OpenOptions options = world.options;
+  options.mode = OpenMode::kShared;
+  options.fileSystem = &watched;
+  int committed = 0;
+  for (int moment = 1; moment <= 3; ++moment) {  // at each time that the length is read
+    int measured = 0;
+    watched.measured = [&](const std::string& path) {
+      if (path != "test.mdb" || ++measured != moment) return;
+      const auto code = CodeOf([&] {
+        for (int i = 0; i < 40; ++i) writer->OpenTable("People").Insert(Person("Ada", std::string(1500, 'n')));
+      });
+      EXPECT_TRUE(!code || code == ErrorCode::kInUse);  // under the lock nobody else writes
+      committed += code ? 0 : 1;
+    };
+    std::unique_ptr<Database> opened;
+    EXPECT_EQ(CodeOf([&] { opened = Database::Open("test.mdb", options); }), std::nullopt);
+    watched.measured = nullptr;
+    if (!opened) continue;
+    Table& people = opened->OpenTable("People");
+    EXPECT_EQ(Rows(people).size(), Rows(writer->OpenTable("People")).size());
+    people.Insert(Person("Bob", std::string(3000, 'b')));
+    EXPECT_EQ(Findings(*opened), "");
+    EXPECT_EQ(Findings(*writer), "");
+  }
+  EXPECT_GT(committed, 0);
+}
+
+TEST(Sharing, OpeningWaitsForTheLastUserWhoIsAboutToLeave) {
+  World world;
+  world.Create();
+  WatchedFiles watched(world.files);
+  OpenOptions options;
+  options.mode = OpenMode::kShared;
+  options.lockWaitMilliseconds = 60000;
+  options.fileSystem = &watched;
+  auto leaving = Database::Open("test.mdb", options);
+
+  std::mutex mutex;
+  std::condition_variable changed;
+  bool refused = false;
+  std::optional<ErrorCode> code;
+  std::thread opening;
+  const auto leaver = std::this_thread::get_id();
+  watched.triedLock = [&](std::uint64_t offset, std::uint64_t length, bool, bool granted) {
+    if (std::this_thread::get_id() == leaver) {
+      if (offset != kUserLocks || length == 1 || !granted || opening.joinable()) return;
+      // All users' places are taken for the moment of the lock file's removal: right now somebody comes.
+      opening = std::thread([&] { code = CodeOf([&] { (void)Database::Open("test.mdb", options); }); });
+      std::unique_lock lock(mutex);
+      changed.wait(lock, [&] { return refused; });
+    } else if (!granted) {
+      const std::lock_guard lock(mutex);
+      refused = true;
+      changed.notify_all();
+    }
+  };
+  leaving.reset();
+  ASSERT_TRUE(opening.joinable());
+  opening.join();
+  EXPECT_EQ(code, std::nullopt);
+  EXPECT_FALSE(world.files.Exists("test.ldb"));
 }
 
 }  // namespace
