@@ -1,5 +1,7 @@
 #include "db/ddl/LignesSource.h"
 
+#include <chrono>
+
 #include "runtime/Error.h"
 #include "runtime/Text.h"
 #include "support/Support.h"
@@ -12,6 +14,8 @@ constexpr std::size_t kLignesParBloc = 512;
 constexpr std::size_t kOctetsParBloc = 4 << 20;
 // More than the largest batch that is sent: while the target works on one, the next is read.
 constexpr std::size_t kOctetsEnAvance = 8 << 20;
+// The rows of a slow source are handed out before their block is full, so that the program hears of them.
+constexpr auto kDureeParBloc = std::chrono::milliseconds(50);
 
 bool EstTexteCourt(std::int16_t type) { return type == ado::adChar || type == ado::adWChar || type == ado::adVarWChar; }
 
@@ -73,8 +77,13 @@ void LignesSource::LitBloc(BlocLignes& bloc) {
   bloc.nombre = 0;
   bloc.octets = 0;
   if (fini_) return;
+  const auto limite = std::chrono::steady_clock::now() + kDureeParBloc;
+  const auto plein = [&] {
+    return bloc.nombre == kLignesParBloc || bloc.octets >= kOctetsParBloc ||
+           (bloc.nombre > 0 && std::chrono::steady_clock::now() >= limite);
+  };
   try {
-    while (bloc.nombre < kLignesParBloc && bloc.octets < kOctetsParBloc && !recordset_.Eof()) {
+    while (!plein() && !recordset_.Eof()) {
       if (bloc.nombre == bloc.lignes.size()) bloc.lignes.emplace_back();
       LigneSource& ligne = bloc.lignes[bloc.nombre];
       LitLigne(ligne);
