@@ -48,6 +48,27 @@ TEST(CoutCatalogue, OnMySqlTheRowsOf500TablesGoInBatches) {
   VerifieCatalogue(*base);
 }
 
+TEST(CoutEdition, OnMySqlTheServerIsSentTheStatementsOfAnEditAlone) {
+  Backend& backend = BackendNomme("MariaDb");
+  BaseOuverte base(backend);
+  ado::Connection temoin;
+  temoin.Provider("MSDASQL.1");
+  temoin.Open(base.Nom(), backend.Utilisateur(), backend.MotDePasse());
+  for (int i = 0; i < 30; ++i) base.Cree(Table("T" + std::to_string(i), {{"A", ado::adInteger, 4}, {"B", ado::adInteger, 4}}));
+  db::DbTbl& tbl = base->ListeTbl("T7");
+  const auto envoyes = [&](auto&& edition) {
+    const std::int64_t avant = Questions(temoin);
+    edition();
+    return Questions(temoin) - avant - 1;
+  };
+  EXPECT_EQ(envoyes([&] { tbl.AddFld("C", ado::adSmallInt, 2, false); }), 2) << "ALTER TABLE, INSERT of its catalog row";
+  EXPECT_EQ(envoyes([&] { tbl.AddIdx("IX", "A;B", false, true); }), 3) << "CREATE INDEX, SHOW KEYS, INSERT";
+  EXPECT_EQ(envoyes([&] { tbl.SupIdx("IX"); }), 2) << "DROP CONSTRAINT, DELETE";
+  EXPECT_EQ(envoyes([&] { tbl.SupFld("C"); }), 3) << "DROP COLUMN, DELETE, UPDATE";
+  EXPECT_EQ(envoyes([&] { base->SupTbl("T7"); }), 4) << "DROP TABLE, three DELETE";
+  EXPECT_EQ(envoyes([&] { base.Cree(Table("NEUVE", {{"A", ado::adInteger, 4}})); }), 4) << "CREATE TABLE, the list of tables, two INSERT";
+}
+
 TEST(CoutCatalogue, OnAccessItIsWrittenToTheDiskAFewTimes) {
   Backend& backend = BackendNomme("Jet");
   const std::string nom = backend.BaseVide();

@@ -228,6 +228,28 @@ TEST_P(EachKind, WhatDoesNotExistIsDroppedWithoutAStatement) {
   EXPECT_THAT(base_.Provider().Sources(), IsEmpty());
 }
 
+/// Counts all that a connection is asked during one edit: statements, appends, recordsets, rows, readings of the catalog.
+TEST_P(EachKind, AnEditAsksForItsStatementsAndItsCatalogRowsAndNothingElse) {
+  const std::size_t catalogue = AvecCatalogue() ? 1 : 0;
+  const std::size_t cles = GetParam().kind == TypMySql ? 2 : 0;  // SHOW KEYS, opened and read
+  const auto demandes = [&](auto&& edition) {
+    base_.Provider().ClearCalls();
+    edition();
+    return base_.Provider().Calls().size();
+  };
+  EXPECT_EQ(demandes([&] { tbl_.AddFld("C", ado::adSmallInt, 2, false); }), 1 + 2 * catalogue) << "a recordset and its row";
+  EXPECT_EQ(demandes([&] { tbl_.AddIdx("IX", "A;-B", false, true); }), 3 * catalogue + cles);
+  EXPECT_EQ(demandes([&] { tbl_.SupIdx("IX"); }), 1 + catalogue);
+  EXPECT_EQ(demandes([&] { tbl_.SupFld("A"); }), 1 + 2 * catalogue);
+  EXPECT_EQ(demandes([&] { base_.Base().SupTbl("UTL"); }), 2 + 3 * catalogue) << "the list is read anew when it is asked for again";
+  auto neuve = Definition("NEUVE");
+  neuve->AddFld("A", ado::adInteger, 4, false);
+  neuve->AddIdx("IX", "A", false, true);
+  const std::size_t indexApart = GetParam().kind == TypOracle || GetParam().kind == TypMySql ? 1 : 0;
+  EXPECT_EQ(demandes([&] { base_.Base().AddTbl(std::move(neuve)); }), 1 + catalogue * (2 + 6) + indexApart)
+      << "the table, the list read anew, a recordset and a row of each of the three catalog tables";
+}
+
 struct CasSupIdx {
   std::int16_t kind;
   const char* contrainte;
