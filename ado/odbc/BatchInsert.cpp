@@ -4,6 +4,7 @@
 #include <cstring>
 #include <utility>
 
+#include "ado/odbc/Diagnostics.h"
 #include "ado/odbc/NativeHeaders.h"
 #include "ado/odbc/SqlText.h"
 #include "ado/odbc/TypeMap.h"
@@ -330,6 +331,7 @@ std::int64_t BatchInsert::CountRows() {
 /// Sends the first rows of those held; false when they were undone. Where a failed batch cannot be undone, the rows that it has stored are
 /// let go: they stand before the refused one, and the table knows how many it holds without counting them.
 bool BatchInsert::SendBatch(std::size_t rows) {
+  waited_ = false;
   const bool outer = session_->InTransaction();
   if (outer && !HasSavepoints(session_->Facts().backend)) return false;
   std::optional<std::int64_t> before;
@@ -349,8 +351,13 @@ bool BatchInsert::SendBatch(std::size_t rows) {
       preparedRows_ = written;
       bound_ = false;
     }
-    stored = method_ == BatchMethod::kArray ? ExecuteArray(*batch_, rows) : ExecuteRows(*batch_, rows);
-    if (stored) scope->Commit();
+    try {
+      stored = method_ == BatchMethod::kArray ? ExecuteArray(*batch_, rows) : ExecuteRows(*batch_, rows);
+      if (stored) scope->Commit();
+    } catch (const runtime::Error& error) {
+      waited_ = IsLockTimeout(error);
+      throw;
+    }
   });
   if (stored && !failure) {
     if (savepoint) savepoint->Release();
@@ -410,12 +417,13 @@ std::string BatchInsert::ColumnToldBy(const std::string& description) const {
 }
 
 void BatchInsert::Flush() {
-  // A batch that fails is halved until the bad row stands among a few, and those go one by one.
+  // A batch that fails is halved until the bad row stands among a few, and those go one by one. One that waited in vain for a lock goes one by
+  // one at once: each of its halves would wait as long.
   for (std::size_t rows = held_; held_ > 0; rows = std::min(rows, held_)) {
     const bool batched = method_ != BatchMethod::kRowByRow && rows > 1;
     if (batched && SendBatch(rows)) {
       DropRows(rows);
-    } else if (batched && rows > kFewRows) {
+    } else if (batched && rows > kFewRows && !waited_) {
       rows /= 2;
     } else {
       SendRowByRow(std::min(rows, held_));

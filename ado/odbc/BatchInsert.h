@@ -72,6 +72,7 @@ class BatchInsert final : public ProviderBulkInsert {
   std::int64_t done_ = 0;  // rows before the held ones
   bool defaultsKnown_ = false;
   std::optional<bool> keepsRows_;   // the table has no transactions: rows of a failed batch stay
+  bool waited_ = false;             // the batch failed because it waited in vain for a lock
   std::optional<Statement> batch_;  // prepared for preparedRows_ rows
   std::size_t preparedRows_ = 0;
   bool bound_ = false;  // its parameters point into the slots

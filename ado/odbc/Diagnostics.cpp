@@ -58,4 +58,14 @@ runtime::Error MakeError(std::vector<Diagnostic> records, std::string sent) {
   return error;
 }
 
+bool IsLockTimeout(const runtime::Error& error) {
+  // Codes of the backends: MariaDB 1205, SQL Server 1222; libsqliteodbc gives SQLite's own, 5 and 6.
+  const auto& records = error.Diagnostics();
+  return std::any_of(records.begin(), records.end(), [](const Diagnostic& record) {
+    if (record.sqlState == "55P03" || record.sqlState == "HYT00") return true;
+    return record.native == 1205 || record.native == 1222 ||
+           ((record.native == 5 || record.native == 6) && record.text.find("locked") != std::string::npos);
+  });
+}
+
 }  // namespace tamlo::ado::odbc

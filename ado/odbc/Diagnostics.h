@@ -15,4 +15,7 @@ namespace tamlo::ado::odbc {
 /// duplicate key on whatever backend, -2147467259 for anything else. sent is the statement, or empty.
 [[nodiscard]] runtime::Error MakeError(std::vector<runtime::Diagnostic> records, std::string sent);
 
+/// True when the statement waited for a lock of another connection until its time was over.
+[[nodiscard]] bool IsLockTimeout(const runtime::Error& error);
+
 }  // namespace tamlo::ado::odbc

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "ado/BulkInsert.h"
+#include "runtime/Conversions.h"
 #include "runtime/Dates.h"
 #include "tests/ado_odbc/Engine.h"
 
@@ -213,6 +214,29 @@ TEST_P(OtherCharacterSet, OfTheConnectionLeavesTextsAsTheyAre) {
   }
   EXPECT_EQ(Scalar("SELECT COUNT(*) FROM t WHERE nom = 'été à l''île'"), "11");
 }
+
+using LockedRow = OdbcTest;
+
+TEST_P(LockedRow, IsWaitedForTwiceNotOnceForEachHalf) {
+  Execute("CREATE TABLE v (id INTEGER NOT NULL PRIMARY KEY)");
+  Execute("SET SESSION innodb_lock_wait_timeout = 1");
+  ado::Connection other;
+  Connect(other);
+  other.BeginTrans();
+  other.Execute("INSERT INTO v VALUES (3000)");
+  const auto waits = [&] {
+    ado::Recordset rs = Open("SHOW GLOBAL STATUS LIKE 'Innodb_row_lock_waits'", ado::adOpenForwardOnly, ado::adLockReadOnly);
+    return runtime::ToInt32(rs.Fields(1).Value());
+  };
+  const std::int32_t before = waits();
+  ado::BulkInsert bulk(connection, "v", {"id"});
+  for (std::int32_t i = 1; i <= 3500; ++i) bulk.Add(std::array<Variant, 1>{i});
+  EXPECT_EQ(ErrorOf([&] { bulk.Flush(); }), runtime::kProviderFailure);
+  EXPECT_EQ(waits() - before, 2) << "the batch and the row";
+  other.RollbackTrans();
+}
+
+INSTANTIATE_TEST_SUITE_P(Odbc, LockedRow, ::testing::Values("MariaDB"), [](const auto& which) { return which.param; });
 
 using NonTransactional = OdbcTest;
 
