@@ -50,7 +50,7 @@ bool HasSavepoints(Backend backend) { return backend != Backend::kOther; }
 BatchInsert::BatchInsert(std::shared_ptr<Session> session, const std::string& table, std::vector<std::string> columns,
                          const std::string& owner)
     : session_(std::move(session)),
-      tableName_(PlainName(table)),
+      tableName_(table),
       owner_(owner),
       tableText_((owner.empty() ? "" : session_->Quoted(owner) + ".") + session_->Quoted(table)) {
   columns_.resize(columns.size());
@@ -139,13 +139,15 @@ void BatchInsert::LearnDefaults() {
   defaultsKnown_ = true;
   auto catalog = ToUtf16(session_->Facts().catalog);
   auto owner = ToUtf16(owner_);
-  auto table = ToUtf16(tableName_);
+  auto table = ToUtf16(session_->Pattern(tableName_));
   Statement statement(session_);
   statement.Check(SQLColumnsW(statement.Native(), catalog.empty() ? nullptr : reinterpret_cast<SQLWCHAR*>(catalog.data()),
                               static_cast<SQLSMALLINT>(catalog.size()), owner.empty() ? nullptr : reinterpret_cast<SQLWCHAR*>(owner.data()),
                               static_cast<SQLSMALLINT>(owner.size()), reinterpret_cast<SQLWCHAR*>(table.data()),
                               static_cast<SQLSMALLINT>(table.size()), nullptr, 0));
+  const std::string wanted = runtime::UpperCase(tableName_);
   while (statement.Fetch()) {
+    if (runtime::UpperCase(statement.Text(3).value_or("")) != wanted) continue;
     const std::string name = runtime::UpperCase(statement.Text(4).value_or(""));
     const std::int64_t nullable = statement.Integer(11, SQL_NULLABLE);
     const std::string value = runtime::UpperCase(statement.Text(13).value_or("NULL"));

@@ -116,6 +116,7 @@ DriverFacts LearnFacts(void* connection) {
   const std::string quote = TextInfo(connection, SQL_IDENTIFIER_QUOTE_CHAR);
   // A blank means that the driver has no quoting.
   facts.openQuote = facts.closeQuote = quote == " " ? std::string() : quote;
+  facts.patternEscape = TextInfo(connection, SQL_SEARCH_PATTERN_ESCAPE);
   if (facts.backend == Backend::kMySql || facts.backend == Backend::kSqlServer) facts.catalog = TextInfo(connection, SQL_DATABASE_NAME);
   const SQLUINTEGER reads = NumberInfo(connection, SQL_GETDATA_EXTENSIONS);
   facts.readsAnyColumn = (reads & SQL_GD_ANY_COLUMN) != 0;

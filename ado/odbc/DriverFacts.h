@@ -18,7 +18,8 @@ struct DriverFacts {
   std::string driverName;        ///< as the driver gives it, such as "libmaodbc.so"
   std::string openQuote = "\"";  ///< around names
   std::string closeQuote = "\"";
-  std::string catalog;  ///< the current one, where catalog functions must be told; else empty
+  std::string patternEscape;  ///< takes the meaning from a sign of a pattern; empty where there is none
+  std::string catalog;        ///< the current one, where catalog functions must be told; else empty
 
   bool readsAnyColumn = false;  ///< SQLGetData also before the last bound column
   bool readsAnyOrder = false;   ///< SQLGetData in any order of columns

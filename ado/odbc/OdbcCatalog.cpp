@@ -113,7 +113,7 @@ std::map<std::string, std::vector<Column>> OdbcCatalog::ReadColumns(const std::s
   const auto& facts = session_->Facts();
   Statement statement(session_);
   auto catalog = ToUtf16(facts.catalog);
-  auto name = ToUtf16(table.empty() ? "%" : table);
+  auto name = ToUtf16(table.empty() ? "%" : session_->Pattern(table));
   statement.Check(SQLColumnsW(statement.Native(), catalog.empty() ? nullptr : reinterpret_cast<SQLWCHAR*>(catalog.data()),
                               static_cast<SQLSMALLINT>(catalog.size()), nullptr, 0, reinterpret_cast<SQLWCHAR*>(name.data()),
                               static_cast<SQLSMALLINT>(name.size()), nullptr, 0));

@@ -1,5 +1,7 @@
 #include "ado/odbc/Session.h"
 
+#include <algorithm>
+
 #include "ado/Errors.h"
 #include "ado/odbc/ConnectionText.h"
 #include "ado/odbc/Diagnostics.h"
@@ -93,6 +95,13 @@ std::string Session::Quoted(const std::string& name) const {
     if (!facts_.closeQuote.empty() && c == facts_.closeQuote.front()) out.push_back(c);
   }
   return out + facts_.closeQuote;
+}
+
+std::string Session::Pattern(const std::string& name) const {
+  std::string out = name;
+  // psqlODBC 13.02 does not find the sign doubled.
+  if (facts_.patternEscape.size() == 1) std::replace(out.begin(), out.end(), facts_.patternEscape.front(), '_');
+  return out;
 }
 
 TransactionScope::TransactionScope(Session& session) : session_(session), owns_(!session.InTransaction()) {

@@ -40,6 +40,8 @@ class Session {
 
   /// A name between the backend's quotes.
   [[nodiscard]] std::string Quoted(const std::string& name) const;
+  /// A pattern that a name matches, for catalog functions; other names may match it too.
+  [[nodiscard]] std::string Pattern(const std::string& name) const;
 
  private:
   void SetAutocommit(bool on);

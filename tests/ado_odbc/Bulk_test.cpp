@@ -55,6 +55,19 @@ TEST_P(Bulk, AnEmptyValueLeavesTheColumnToItsDefaultRowByRow) {
   EXPECT_EQ(Scalar("SELECT COUNT(*) FROM b WHERE n IS NULL"), "33");
 }
 
+TEST_P(Bulk, DefaultsAreThoseOfTheTableHoweverItIsNamed) {
+  const std::string quote = GetParam() == "MariaDB" ? "`" : "\"";
+  // What stands in these names means something in a statement or in a pattern; the last one is what a pattern would take for another one.
+  for (const std::string name : {"commandes 2024", "a.b", "taux%", "x_y", "d'août", "a\\b", "(t)", "xay"}) {
+    Execute("CREATE TABLE " + quote + name + quote + " (id INTEGER, n " + (name == "xay" ? "INTEGER" : "INTEGER DEFAULT 7 NOT NULL") + ")");
+    ado::BulkInsert bulk(connection, name, {"id", "n"});
+    bulk.Add(std::array<Variant, 2>{std::int32_t{1}, Variant()});
+    bulk.Add(std::array<Variant, 2>{std::int32_t{2}, std::int32_t{5}});
+    EXPECT_EQ(runtime::IgnoringErrors([&] { bulk.Flush(); }).description, "") << name;
+    EXPECT_EQ(Scalar("SELECT n FROM " + quote + name + quote + " WHERE id = 1"), name == "xay" ? "(null)" : "7") << name;
+  }
+}
+
 TEST_P(Bulk, AFailingRowIsNamedAndThoseBeforeItAreStored) {
   MakeTable();
   ado::BulkInsert bulk(connection, "b", {"id", "nom"});
