@@ -29,7 +29,8 @@ inline constexpr const char* kRltKorv = "$RLTKORV$";
 
 /// What a copy of rows tells the program; see DataBase::CopieDonnees.
 struct CopieOptions {
-  /// Called with the rows done, at most every 100 ms; false stops the copy between two rows.
+  /// Called with the rows done, at most every 100 ms; false stops the copy between two rows. Not called between two Access files, where one
+  /// statement, whole or not at all, copies everything.
   std::function<bool(std::int64_t lignes)> progression;
 };
 struct CopieBilan {
@@ -130,7 +131,8 @@ class DataBase {
   /// Writes all catalog rows of one table through the three recordsets, opening those that are nullptr.
   void SauveTblCatalogue(DbTbl& tbl, ado::Recordset* rsTbl, ado::Recordset* rsFld, ado::Recordset* rsIdx);
 
-  /// Copies all rows of a table into the table of that name of another open database, which is created when missing.
+  /// Copies all rows of a table into the table of that name of another open database, which is created when missing. After an error the rows
+  /// before the one that it names are in the target, between two Access files none.
   CopieBilan CopieDonnees(const std::string& nom, DataBase& cible, const CopieOptions& options = {});
   /// Gives cible a table with the structure of this one's table nom (ajoute) and its rows (copie).
   CopieBilan TblCopie(const std::string& nom, DataBase& cible, bool ajoute, bool copie, const CopieOptions& options = {});
@@ -174,6 +176,8 @@ class DataBase {
   void AjouteTablesOracle(ado::Recordset* rsFld, ado::Recordset* rsIdx);
   void AjouteTable(ado::Table& table, ado::Recordset* rsFld, ado::Recordset* rsIdx, const std::string& owner);
   DbTbl& Inscrit(std::unique_ptr<DbTbl> tbl);
+  /// Takes the last table off the list.
+  void Raye() noexcept;
   DbRlt& AjouteRlt(const DbRlt& rlt);
   /// The next translation reads names and owners anew.
   void NomsChanges() noexcept;

@@ -105,6 +105,11 @@ DbTbl& DataBase::Inscrit(std::unique_ptr<DbTbl> tbl) {
   return inscrite;
 }
 
+void DataBase::Raye() noexcept {
+  tables_.pop_back();
+  NomsChanges();
+}
+
 DbTbl& DataBase::AddTbl(std::unique_ptr<DbTbl> tbl) {
   tbl->Db(this);
   ddl::CreeTable(*this, *tbl);

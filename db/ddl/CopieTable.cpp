@@ -47,14 +47,27 @@ void RefuseSoiMeme(const DataBase& source, const DataBase& cible, const std::str
 CopieBilan DataBase::CopieDonnees(const std::string& nom, DataBase& cible, const CopieOptions& options) {
   RefuseSoiMeme(*this, cible, nom);
   const MessagePassager message("Copie de la table " + nom + " dans la base <" + cible.ConnectionString() + ">");
-  if (!cible.ExisteTbl(nom)) TblCopie(nom, cible, true, false);
-  if (typ_ != TypJet || cible.typ_ != TypJet) return ddl::CopieLignes(*this, cible, nom, options);
+  const bool manque = !cible.ExisteTbl(nom);
+  if (manque) TblCopie(nom, cible, true, false);
+  if (typ_ != TypJet || cible.typ_ != TypJet) {
+    try {
+      return ddl::CopieLignes(*this, cible, nom, options);
+    } catch (const runtime::Error&) {
+      // A generic source creates no table: the definition that was listed for it stands for nothing.
+      if (manque && !cible.ExisteTbl(nom)) cible.Raye();
+      throw;
+    }
+  }
 
   // Between two Access files the engine copies by itself. Untranslated: the case of the file's name counts where two differ by it alone.
   const std::string sql = "INSERT INTO [" + nom + "] IN \"" + cible.ConnectionString() + "\" SELECT * FROM [" + nom + "]";
   Connexion().CommandTimeout(0);
   CopieBilan bilan;
-  bilan.ecrites = std::max<std::int64_t>(0, Connexion().Execute(sql, ado::adExecuteNoRecords));
+  try {
+    bilan.ecrites = std::max<std::int64_t>(0, Connexion().Execute(sql, ado::adExecuteNoRecords));
+  } catch (runtime::Error& erreur) {
+    throw erreur.WithContext("copie de la table " + nom);
+  }
   bilan.lues = bilan.ecrites;
   return bilan;
 }

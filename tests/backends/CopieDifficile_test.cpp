@@ -266,6 +266,71 @@ TEST_F(CompteurCopie, KeepsItsNumbersAndGoesOnBehindThemFromAServer) {
   EXPECT_EQ(NumerosEtSuivant(*cible), (std::vector<int>{5, 7, 41, 42}));
 }
 
+TEST_F(CompteurCopie, GoesOnBehindTheRowsThatAFailedCopyLeft) {
+  BaseOuverte source(BackendNomme("MariaDb"));
+  BaseOuverte cible(BackendNomme("Jet"));
+  source.Cree(Table("CPT", {{"NO", ado::adInteger, 4}, {"NOM", ado::adVarWChar, 20}}));
+  Remplit(*source);
+  source->ExecuteSQL("INSERT INTO [CPT] ([NO],[NOM]) VALUES (41,'double')");
+  auto tbl = AvecCompteur();
+  tbl->AddIdx("PK", "NO", true, true);
+  cible.Cree(std::move(tbl));
+  EXPECT_EQ(runtime::IgnoringErrors([&] { (void)source->CopieDonnees("CPT", *cible); }).number, runtime::kDuplicateKey);
+  EXPECT_EQ(NumerosEtSuivant(*cible), (std::vector<int>{5, 7, 41, 42}));
+}
+
+/// Counters that a server keeps: the layer adds them as columns of its kind, or finds them there.
+TEST_F(CompteurCopie, OfAServerKeepsItsNumbersAndGoesOnBehindThem) {
+  Backend& backend = BackendNomme("MariaDb");
+  const std::string nom = backend.BaseVide();
+  ado::Connection brute;
+  brute.Provider("MSDASQL.1");
+  brute.Open(nom, backend.Utilisateur(), backend.MotDePasse());
+  brute.Execute("CREATE TABLE CPT (NO INT AUTO_INCREMENT PRIMARY KEY, NOM VARCHAR(20))");
+  BaseOuverte source(BackendNomme("Jet"));
+  BaseOuverte cible(backend, nom);
+  source.Cree(AvecCompteur());
+  Remplit(*source);
+  EXPECT_EQ(source->CopieDonnees("CPT", *cible).ecrites, 3);
+  EXPECT_EQ(NumerosEtSuivant(*cible), (std::vector<int>{5, 7, 41, 42}));
+}
+
+TEST(CopieDifficile, ACharacterThatTheTargetCannotHoldIsRefusedAndNeverAQuestionMark) {
+  Backend& backend = BackendNomme("MariaDb");
+  const std::string nom = backend.BaseVide();
+  ado::Connection brute;
+  brute.Provider("MSDASQL.1");
+  brute.Open(nom, backend.Utilisateur(), backend.MotDePasse());
+  brute.Execute("CREATE TABLE T (ID INT, NOM VARCHAR(30)) CHARACTER SET latin1");
+  BaseOuverte source(BackendNomme("Sqlite"));
+  source.Cree(Table("T", {{"ID", ado::adInteger, 4}, {"NOM", ado::adVarWChar, 30}}));
+  for (const char* texte : {"1,'é è ç œ €'", "2,'Łódź'", "3,'après'"}) {
+    source->ExecuteSQL(std::string("INSERT INTO [T] ([ID],[NOM]) VALUES (") + texte + ")");
+  }
+  BaseOuverte cible(backend, nom);
+  const auto erreur = runtime::IgnoringErrors([&] { (void)source->CopieDonnees("T", *cible); });
+  EXPECT_EQ(erreur.number, runtime::kProviderFailure);
+  EXPECT_TRUE(erreur.description.starts_with("copie de la table T : ligne 2, colonne NOM : ")) << erreur.description;
+  auto rs = cible->OpenRecordSet("SELECT * FROM [T]", 0);
+  EXPECT_EQ(runtime::ToText(rs.Fields("NOM").Value()), "é è ç œ €");
+  rs.MoveNext();
+  EXPECT_TRUE(rs.Eof());
+}
+
+TEST(CopieDifficile, AGenericTargetWithoutTheTableIsRefusedAndListsNone) {
+  BaseOuverte source(BackendNomme("MariaDb"));
+  source.Cree(Table("T", {{"ID", ado::adInteger, 4}}));
+  source->ExecuteSQL("INSERT INTO [T] ([ID]) VALUES (1)");
+  BaseOuverte cible(BackendNomme("Sqlite"));
+  const auto erreur = runtime::IgnoringErrors([&] { (void)source->CopieDonnees("T", *cible); });
+  EXPECT_EQ(erreur.number, runtime::kProviderFailure);
+  EXPECT_TRUE(erreur.description.starts_with("copie de la table T : ")) << erreur.description;
+  EXPECT_EQ(Desaccord(cible, "T"), "");
+  cible.Cree(Table("T", {{"ID", ado::adInteger, 4}}));
+  EXPECT_EQ(source->CopieDonnees("T", *cible).ecrites, 1);
+  EXPECT_EQ(Desaccord(cible, "T"), "");
+}
+
 TEST(CopieDifficile, TwoAccessFilesWhoseNamesDifferByTheirCaseAloneAreToldApart) {
   const TemporaryFolder dossier;
   const std::string nom = dossier.File("Base.mdb");

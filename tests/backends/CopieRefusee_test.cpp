@@ -124,5 +124,22 @@ TEST_P(CopieRefusee, InsideATransactionTheProgramMayUndoTheRowsBeforeIt) {
   EXPECT_EQ(Compte(cible_, "AUTRE"), 1);
 }
 
+TEST(CopieRefuseeEntreAccess, NamesTheTableAndLeavesTheTargetAsItWas) {
+  BaseOuverte source(BackendNomme("Jet"));
+  BaseOuverte cible(BackendNomme("Jet"));
+  source.Cree(Table("T", {{"ID", ado::adInteger, 4}}));
+  for (const char* id : {"1", "2", "2"}) source->ExecuteSQL(std::string("INSERT INTO [T] ([ID]) VALUES (") + id + ")");
+  auto definition = Table("T", {{"ID", ado::adInteger, 4}});
+  definition->AddIdx("PK", "ID", true, true);
+  cible.Cree(std::move(definition));
+  cible->ExecuteSQL("INSERT INTO [T] ([ID]) VALUES (9)");
+  const auto erreur = runtime::IgnoringErrors([&] { (void)source->CopieDonnees("T", *cible); });
+  EXPECT_EQ(erreur.number, runtime::kDuplicateKey);
+  EXPECT_TRUE(erreur.description.starts_with("copie de la table T : ")) << erreur.description;
+  EXPECT_EQ(cible->GetCptSuiv("[T]", "ID"), 10);
+  EXPECT_EQ(source->VerifieCopie("T", *cible).lignesCible, 1);
+  EXPECT_EQ(Desaccord(cible, "T"), "");
+}
+
 }  // namespace
 }  // namespace tamlo::tests

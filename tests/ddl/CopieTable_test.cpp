@@ -1,5 +1,3 @@
-#include <chrono>
-
 #include "support/Support.h"
 #include "tests/ddl/BaseEnregistree.h"
 
@@ -141,23 +139,6 @@ TEST_F(CopieTable, ATableIsNotCopiedIntoItsOwnDatabase) {
   const auto erreur = Erreur([&] { (void)source_.Base().CopieDonnees("T", source_.Base()); });
   EXPECT_EQ(erreur.number, 5);
   EXPECT_EQ(erreur.description, "La table T ne peut pas être copiée dans sa propre base");
-}
-
-TEST_F(CopieTable, TheProgramHearsAtMostEvery100MsAndMayStopBetweenTwoRows) {
-  Rangees rangees;
-  for (int i = 0; i < 2000; ++i) rangees.push_back({i});
-  Prepare({MakeColumn("A", ado::adInteger)}, rangees);
-  std::vector<std::chrono::steady_clock::time_point> appels;
-  db::CopieOptions options;
-  options.progression = [&](std::int64_t) {
-    appels.push_back(std::chrono::steady_clock::now());
-    return true;
-  };
-  const auto debut = std::chrono::steady_clock::now();
-  (void)Copie(options);
-  const auto duree = std::chrono::steady_clock::now() - debut;
-  EXPECT_LE(static_cast<long>(appels.size()), duree / std::chrono::milliseconds(100) + 1);
-  for (std::size_t i = 1; i < appels.size(); ++i) EXPECT_GE(appels[i] - appels[i - 1], std::chrono::milliseconds(100));
 }
 
 /// A status bar that remembers every text of its panel.
