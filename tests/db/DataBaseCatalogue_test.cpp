@@ -322,6 +322,20 @@ TEST_F(DataBaseSonde, AnExistingProbeTableIsKeptAndTheOldOneRemoved) {
   EXPECT_EQ(db.FmtDate(), "YYYY-MM-DD");
 }
 
+TEST_F(DataBaseSonde, AFailureBeforeTheProbeKeepsTheFormatOfThePreviousOpening) {
+  provider.FailPrefix("SELECT * FROM `TEST_DT` WHERE", 1, "refus", 1);
+  ASSERT_TRUE(db.Ouvre("V", 3, true));
+  ASSERT_EQ(db.FmtDate(), "DD-MM-YYYY");
+  AccepteLitteral();
+  AjouteTable("$TESTDT$");
+  provider.FailPrefix("DROP TABLE $TESTDT$", 1, "refus", 1);
+  ASSERT_TRUE(db.Ouvre("V", 3, true));
+  EXPECT_EQ(db.FmtDate(), "DD-MM-YYYY");
+  ASSERT_TRUE(db.Ouvre("V", 3, true));
+  EXPECT_EQ(db.FmtDate(), "YYYY-MM-DD");
+  EXPECT_THAT(platform.messages, IsEmpty());
+}
+
 TEST_F(DataBaseSonde, AFailureBeforeTheProbeLeavesTheFormatEmpty) {
   AccepteLitteral();
   provider.FailPrefix("CREATE TABLE `TEST_DT`", 1, "refus");
