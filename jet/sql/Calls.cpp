@@ -1,4 +1,7 @@
 // Function calls and aggregates.
+#include <algorithm>
+
+#include "jet/sql/Coercion.h"
 #include "jet/sql/Functions.h"
 #include "jet/sql/Literals.h"
 #include "jet/sql/Names.h"
@@ -16,6 +19,14 @@ bool IsAggregate(const std::string& name) {
 
 std::string Unsuffixed(const std::string& upper) {
   return !upper.empty() && upper.back() == '$' ? upper.substr(0, upper.size() - 1) : upper;
+}
+
+// The type of a value that is one or the other. A text beside something else leaves each as it is: the first one tells.
+TypeInfo ChoiceType(const TypeInfo& a, const TypeInfo& b) {
+  const auto isText = [](ColumnType type) { return type == ColumnType::kText || type == ColumnType::kMemo; };
+  TypeInfo type = isText(a.type) == isText(b.type) ? CommonType(a, b) : a.type == kNoType ? b : a;
+  type.autoNumber = false;
+  return type;
 }
 
 // One letter that tells a function what a number stands for.
@@ -65,9 +76,11 @@ Expression Translator::ParseCall() {
     const Expression& argument = arguments[i];
     made.sql += (i > 0 ? ", " : "") + AsValue(argument);
     made.aggregate = made.aggregate || argument.aggregate;
+    made.nesting = std::max(made.nesting, argument.nesting + 1);
     made.bareColumns.insert(made.bareColumns.end(), argument.bareColumns.begin(), argument.bareColumns.end());
   }
   made.sql += ")";
+  RequireShort(made.sql);
   if (info->rule == ResultRule::kSameAsFirst && !arguments.empty()) {
     made.type = arguments[0].type;
     made.type.autoNumber = false;
@@ -91,27 +104,31 @@ Expression Translator::ParseSpecialCall(const Token& name, std::vector<Expressio
   }
   if (function == "IIF") {
     need(3, 3);
-    Expression made =
-        Made("(CASE WHEN " + AsCondition(arguments[0]) + " THEN " + AsValue(arguments[1]) + " ELSE " + AsValue(arguments[2]) + " END)",
-             kNoType, {&arguments[0], &arguments[1], &arguments[2]});
-    made.type = arguments[1].type.type != kNoType ? arguments[1].type : arguments[2].type;
-    if (arguments[2].type.type == ColumnType::kDouble && made.type.type == ColumnType::kLong) made.type = arguments[2].type;
-    made.type.autoNumber = false;
+    constexpr std::string_view kCase = "(CASE";
+    const bool goesOn = arguments[2].chain == '?';
+    std::string sql = std::string(kCase) + " WHEN " + AsCondition(arguments[0]) + " THEN " + AsValue(arguments[1]);
+    sql += goesOn ? arguments[2].sql.substr(kCase.size()) : " ELSE " + AsValue(arguments[2]) + " END)";
+    if (goesOn) --arguments[2].nesting;
+    Expression made = Made(std::move(sql), kNoType, {&arguments[0], &arguments[1], &arguments[2]});
+    made.type = ChoiceType(arguments[1].type, arguments[2].type);
+    made.chain = '?';
     return made;
   }
   if (function == "SWITCH") {
     need(2, 100);
     if (arguments.size() % 2 != 0) throw SyntaxError("SWITCH wants pairs of arguments", name.position);
     Expression made = Made("(CASE", arguments[1].type.type, {});
+    made.type = arguments[1].type;
     for (std::size_t i = 0; i < arguments.size(); i += 2) {
       made.sql += " WHEN " + AsCondition(arguments[i]) + " THEN " + AsValue(arguments[i + 1]);
       for (const Expression* part : {&arguments[i], &arguments[i + 1]}) {
         made.aggregate = made.aggregate || part->aggregate;
+        made.nesting = std::max(made.nesting, part->nesting + 1);
         made.bareColumns.insert(made.bareColumns.end(), part->bareColumns.begin(), part->bareColumns.end());
       }
     }
     made.sql += " END)";
-    made.type = arguments[1].type;
+    for (std::size_t i = 3; i < arguments.size(); i += 2) made.type = ChoiceType(made.type, arguments[i].type);
     return made;
   }
   if (function == "NZ") {
@@ -121,8 +138,7 @@ Expression Translator::ParseSpecialCall(const Token& name, std::vector<Expressio
                               ? Made("''", ColumnType::kText, {})
                               : Made("0", ColumnType::kLong, {});
     Expression made = Made("COALESCE(" + AsValue(arguments[0]) + ", " + AsValue(fallback) + ")", kNoType, {&arguments[0], &fallback});
-    made.type = arguments[0].type.type != kNoType ? arguments[0].type : fallback.type;
-    made.type.autoNumber = false;
+    made.type = ChoiceType(arguments[0].type, fallback.type);
     return made;
   }
   if (function == "ISNULL") {
@@ -183,6 +199,7 @@ Expression Translator::ParseAggregate(const std::string& function) {
 
   Expression made;
   made.aggregate = true;
+  made.nesting = argument.nesting + 1;
   made.type.type = ColumnType::kDouble;
   const ColumnType type = argument.type.type;
   if (function == "COUNT") {
@@ -195,6 +212,7 @@ Expression Translator::ParseAggregate(const std::string& function) {
     made.type.autoNumber = false;
   } else {
     made.sql = (function == "SUM" || function == "AVG" ? function : "jet_" + LowerCase(function)) + "(" + AsNumber(argument) + ")";
+    if (function == "SUM" && type == ColumnType::kCurrency) made.sql = "jet_ccur(" + made.sql + ")";
     if ((function == "SUM" || function == "AVG") && (type == ColumnType::kCurrency || type == ColumnType::kNumeric))
       made.type = argument.type;
     if (function == "SUM" && (type == ColumnType::kByte || type == ColumnType::kInteger || type == ColumnType::kBoolean))

@@ -1,5 +1,6 @@
 #include "jet/sql/Coercion.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -28,9 +29,9 @@ std::optional<double> ReadNumber(std::string_view text, char decimalPoint) {
   return number;
 }
 
-std::string ShortText(double number, char decimalPoint) {
+std::string ShortText(double number, char decimalPoint, int digits = 15) {
   char buffer[40];
-  std::snprintf(buffer, sizeof buffer, "%.15g", number);
+  std::snprintf(buffer, sizeof buffer, "%.*g", digits, number);
   std::string text = buffer;
   for (char& c : text) c = c == '.' ? decimalPoint : c == 'e' ? 'E' : c;
   return text;
@@ -84,7 +85,7 @@ Value ToText(const Value& value, const TextSettings& settings) {
     case ValueType::kLong:
       return Value(std::to_string(value.AsLong()));
     case ValueType::kSingle:
-      return Value(ShortText(std::strtod(ShortText(value.AsSingle(), '.').c_str(), nullptr), settings.decimalPoint));
+      return Value(ShortText(value.AsSingle(), settings.decimalPoint, 7));
     case ValueType::kDouble:
       return Value(ShortText(value.AsDouble(), settings.decimalPoint));
     case ValueType::kCurrency:
@@ -118,6 +119,65 @@ bool IsNumber(ColumnType type) {
     default:
       return false;
   }
+}
+
+TypeInfo CommonType(const TypeInfo& a, const TypeInfo& b) {
+  if (a.type == kNoType) return b;
+  if (b.type == kNoType) return a;
+  TypeInfo common = a;
+  common.autoNumber = false;
+  common.nullable = a.nullable || b.nullable;
+  common.size = std::max(a.size, b.size);
+  if (a.type == b.type) {
+    const int whole = std::max(a.precision - a.scale, b.precision - b.scale);
+    common.scale = std::max(a.scale, b.scale);
+    common.precision = static_cast<std::uint8_t>(std::min(whole + common.scale, 28));
+    return common;
+  }
+  const auto isText = [](ColumnType type) { return type == ColumnType::kText || type == ColumnType::kMemo; };
+  if (isText(a.type) || isText(b.type)) {
+    common.type = a.type == ColumnType::kMemo || b.type == ColumnType::kMemo ? ColumnType::kMemo : ColumnType::kText;
+    if (common.type == ColumnType::kText) common.size = isText(a.type) && isText(b.type) ? common.size : 255;
+    return common;
+  }
+  constexpr int kLong = 4;
+  constexpr int kFraction = 5;
+  constexpr int kDouble = 6;
+  constexpr int kDate = 7;
+  const auto rank = [](ColumnType type) {
+    switch (type) {
+      case ColumnType::kBoolean:
+        return 1;
+      case ColumnType::kByte:
+        return 2;
+      case ColumnType::kInteger:
+        return 3;
+      case ColumnType::kLong:
+        return kLong;
+      case ColumnType::kSingle:
+      case ColumnType::kCurrency:
+      case ColumnType::kNumeric:
+        return kFraction;
+      case ColumnType::kDouble:
+        return kDouble;
+      case ColumnType::kDate:
+        return kDate;
+      default:
+        return 0;  // no number: what the first one is
+    }
+  };
+  const int lower = std::min(rank(a.type), rank(b.type));
+  const int higher = std::max(rank(a.type), rank(b.type));
+  if (lower == 0) return common;
+  const TypeInfo& wider = rank(a.type) == higher ? a : b;
+  common.type = wider.type;
+  common.precision = wider.type == ColumnType::kNumeric ? 28 : 0;
+  common.scale = wider.scale;
+  if (lower == 1 && higher == 2) common.type = ColumnType::kInteger;  // -1 is no byte
+  // Two kinds of fractions meet in a Double, and a Long has more digits than a Single.
+  if (lower == kFraction && higher == kFraction) common.type = ColumnType::kDouble;
+  if (lower == kLong && wider.type == ColumnType::kSingle) common.type = ColumnType::kDouble;
+  return common;
 }
 
 Value Coerced(const Value& value, const TypeInfo& column, const TextSettings& settings) {

@@ -14,6 +14,13 @@ namespace jet::sql {
 namespace {
 
 constexpr int kDeepest = 200;  // nesting of parentheses and subqueries, far below what the stack bears
+// SQLite's parser keeps at most 100 things in mind at a time: what is nested more deeply it can never read.
+constexpr int kDeepestSql = 100;
+// From this many levels on the operands of one operator stand side by side. Shorter ones stay nested, so that a grouped expression is
+// found again as the beginning of a longer one.
+constexpr int kSideBySide = 8;
+constexpr int kMostOperands = 100;             // of one call that joins texts; SQLite takes 127
+constexpr std::size_t kLongestSql = 16000000;  // columns that use each other by their names can double the text again and again
 
 bool IsWhole(ColumnType type) {
   return type == ColumnType::kByte || type == ColumnType::kInteger || type == ColumnType::kLong || type == ColumnType::kBoolean;
@@ -31,21 +38,40 @@ bool IsReserved(const std::string& word) {
 
 }  // namespace
 
-Expression Translator::Made(std::string sql, ColumnType type, std::initializer_list<const Expression*> parts) {
+void Translator::RequireShort(const std::string& sql) const {
+  if (sql.size() > kLongestSql) throw UnsupportedError("the statement becomes too long", Peek().position);
+}
+
+Expression Translator::Made(std::string sql, ColumnType type, std::initializer_list<const Expression*> parts) const {
   Expression made;
   made.sql = std::move(sql);
   made.type.type = type;
+  RequireShort(made.sql);
   for (const Expression* part : parts) {
     made.aggregate = made.aggregate || part->aggregate;
+    made.nesting = std::max(made.nesting, part->nesting + 1);
+    if (made.nesting > kDeepestSql) throw UnsupportedError("expression nested too deeply", Peek().position);
     made.bareColumns.insert(made.bareColumns.end(), part->bareColumns.begin(), part->bareColumns.end());
   }
   return made;
 }
 
-Expression Translator::MadeCondition(std::string sql, std::initializer_list<const Expression*> parts) {
+Expression Translator::MadeCondition(std::string sql, std::initializer_list<const Expression*> parts) const {
   Expression made = Made(std::move(sql), ColumnType::kBoolean, parts);
   made.condition = true;
   return made;
+}
+
+// A further operand for the chain that left is: its text ends with the closing bracket.
+Expression Translator::Joined(Expression left, const std::string& glue, const std::string& rightSql, const Expression& right) const {
+  left.sql.pop_back();
+  left.sql += glue + rightSql + ")";
+  RequireShort(left.sql);
+  left.aggregate = left.aggregate || right.aggregate;
+  left.nesting = std::max(left.nesting, right.nesting + 1);
+  left.bareColumns.insert(left.bareColumns.end(), right.bareColumns.begin(), right.bareColumns.end());
+  ++left.operands;
+  return left;
 }
 
 std::string Translator::AsValue(const Expression& e) { return e.condition ? "(-" + e.sql + ")" : e.sql; }
@@ -60,6 +86,7 @@ std::string Translator::AsNumber(const Expression& e) {
 std::string Translator::AsText(const Expression& e) {
   if (IsText(e.type.type)) return e.sql;
   if (e.type.type == ColumnType::kDate) return "jet_datetext(" + e.sql + ")";
+  if (e.type.type == ColumnType::kSingle) return "jet_singletext(" + e.sql + ")";
   return "jet_text(" + AsValue(e) + ")";
 }
 
@@ -78,7 +105,8 @@ Expression Translator::ParseExpression() {
 Expression Translator::ParseCondition() {
   const Token at = Peek();
   Expression e = ParseExpression();
-  if (e.literalText) throw Error(ErrorCode::kTypeMismatch, "a text is no condition (at character " + std::to_string(at.position) + ")");
+  if (IsText(e.type.type))
+    throw Error(ErrorCode::kTypeMismatch, "a text is no condition (at character " + std::to_string(at.position) + ")");
   return e;
 }
 
@@ -98,12 +126,17 @@ Expression Translator::Logical(const char* op, Expression left, Expression right
                                       : "(~" + a + " | " + b + ")";
     return Made(std::move(sql), ColumnType::kLong, {&left, &right});
   }
-  const std::string a = AsCondition(left);
   const std::string b = AsCondition(right);
-  std::string sql = name == "AND" || name == "OR" ? "(" + a + " " + name + " " + b + ")"
-                    : name == "XOR"               ? "((NOT " + a + ") <> (NOT " + b + "))"
-                    : name == "EQV"               ? "((NOT " + a + ") = (NOT " + b + "))"
-                                                  : "((NOT " + a + ") OR " + b + ")";
+  if (name == "AND" || name == "OR") {
+    if (left.chain == name[0] && left.nesting >= kSideBySide) return Joined(std::move(left), " " + name + " ", b, right);
+    Expression made = MadeCondition("(" + AsCondition(left) + " " + name + " " + b + ")", {&left, &right});
+    made.chain = name[0];
+    return made;
+  }
+  const std::string a = AsCondition(left);
+  std::string sql = name == "XOR"   ? "((NOT " + a + ") <> (NOT " + b + "))"
+                    : name == "EQV" ? "((NOT " + a + ") = (NOT " + b + "))"
+                                    : "((NOT " + a + ") OR " + b + ")";
   return MadeCondition(std::move(sql), {&left, &right});
 }
 
@@ -235,6 +268,7 @@ Expression Translator::ParsePredicate(Expression left, bool negated) {
     SelectPlan query = ParseQuery({.orderAllowed = true});
     ExpectSymbol(")");
     if (query.columns.size() != 1) FailAt(at, "the subquery of IN must have one column");
+    CheckComparable(left, Made({}, query.columns[0].type.type, {}), at);
     return MadeCondition("(" + Collated(left) + " " + no + "IN (" + query.sql + "))", {&left});
   }
   Expression made = MadeCondition("(" + Collated(left) + " " + no + "IN (", {&left});
@@ -247,6 +281,7 @@ Expression Translator::ParsePredicate(Expression left, bool negated) {
   }
   ExpectSymbol(")");
   made.sql += "))";
+  RequireShort(made.sql);
   return made;
 }
 
@@ -257,6 +292,7 @@ Expression Translator::ParseQuantified(Expression left, const std::string& compa
   SelectPlan query = ParseQuery({.orderAllowed = true});
   ExpectSymbol(")");
   if (query.columns.size() != 1) FailAt(at, "the subquery of " + at.upper + " must have one column");
+  CheckComparable(left, Made({}, query.columns[0].type.type, {}), at);
   const std::string alias = "q" + std::to_string(nextAlias_++);
   const std::string test = "(" + Collated(left) + " " + comparison + " " + alias + ".c0)";
   const std::string from = "(SELECT 1 FROM (" + query.sql + ") AS " + alias + " WHERE ";
@@ -268,9 +304,15 @@ Expression Translator::ParseConcatenation() {
   Expression left = ParseAdditive();
   while (AtSymbol("&")) {
     Take();
-    Expression right = ParseAdditive();
+    const Expression right = ParseAdditive();
+    if (left.chain == '&' && left.nesting >= kSideBySide && left.operands < kMostOperands) {
+      left = Joined(std::move(left), ", ", AsText(right), right);
+      continue;
+    }
     left = Made("jet_concat(" + AsText(left) + ", " + AsText(right) + ")", ColumnType::kText, {&left, &right});
     left.type.size = 255;
+    left.chain = '&';
+    left.operands = 2;
   }
   return left;
 }
@@ -279,8 +321,10 @@ Expression Translator::Arithmetic(const std::string& op, Expression left, Expres
   const ColumnType a = left.type.type;
   const ColumnType b = right.type.type;
   if (op == "+" && IsText(a) && IsText(b)) {
+    if (left.chain == '|' && left.nesting >= kSideBySide) return Joined(std::move(left), " || ", right.sql, right);
     Expression made = Made("(" + left.sql + " || " + right.sql + ")", ColumnType::kText, {&left, &right});
     made.type.size = 255;
+    made.chain = '|';
     return made;
   }
   ColumnType type = ColumnType::kDouble;
@@ -294,7 +338,23 @@ Expression Translator::Arithmetic(const std::string& op, Expression left, Expres
   if (op == "+" && (IsText(a) || IsText(b) || (a == kNoType && b == kNoType))) {
     return Made("jet_add(" + AsValue(left) + ", " + AsValue(right) + ")", type, {&left, &right});
   }
-  return Made("(" + AsNumber(left) + " " + op + " " + AsNumber(right) + ")", type, {&left, &right});
+  // Amounts are exact: what their doubles are off is taken away where they are added, and where they are multiplied by whole numbers.
+  const bool product = op == "*";
+  const bool amount = type == ColumnType::kCurrency && (!product || ((a == type || IsWhole(a)) && (b == type || IsWhole(b))));
+  const char chain = product ? '*' : amount ? '$' : '+';
+  const bool joins = left.chain == chain && left.type.type == type && left.nesting >= kSideBySide && !(amount && product);
+  if (joins) return Joined(std::move(left), " " + op + " ", AsNumber(right), right);
+  Expression made = Made((amount ? "jet_ccur(" : "(") + AsNumber(left) + " " + op + " " + AsNumber(right) + ")", type, {&left, &right});
+  if (!(amount && product)) made.chain = chain;
+  return made;
+}
+
+// The value of a subquery: more than one row is an error.
+Expression Translator::SingleValue(const SelectPlan& query) const {
+  Expression made =
+      Made(query.singleRow ? "(" + query.sql + ")" : "(SELECT jet_only(c0) FROM (" + query.sql + "))", query.columns[0].type.type, {});
+  made.type = query.columns[0].type;
+  return made;
 }
 
 Expression Translator::ParseAdditive() {
@@ -438,9 +498,7 @@ Expression Translator::ParseParenthesis() {
     --depth_;
     ExpectSymbol(")");
     if (query.columns.size() != 1) FailAt(at, "a subquery used as a value must have one column");
-    Expression made = Made("(" + query.sql + ")", query.columns[0].type.type, {});
-    made.type = query.columns[0].type;
-    return made;
+    return SingleValue(query);
   }
   Expression inner = ParseExpression();
   ExpectSymbol(")");

@@ -31,6 +31,9 @@ std::string_view TextOf(sqlite3_value* value) {
   return text == nullptr ? std::string_view() : std::string_view(text, static_cast<std::size_t>(sqlite3_value_bytes(value)));
 }
 
+// The longest text that a statement makes; longer ones are an error, not a machine without memory.
+constexpr std::size_t kLongestText = std::size_t{1} << 28;
+
 void ReturnText(Context* context, std::string_view text) {
   sqlite3_result_text64(context, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
 }
@@ -131,11 +134,17 @@ void NullIn(Context* context, int count, Values values) {
 
 // ----- operators
 
-void Concat(Context* context, int, Values v) {
-  if (IsNull(v[0]) && IsNull(v[1])) return;
-  std::string text(TextOf(v[0]));
-  text += TextOf(v[1]);
-  ReturnText(context, text);
+// Null when all are.
+void Concat(Context* context, int count, Values v) {
+  bool any = false;
+  std::string text;
+  for (int i = 0; i < count; ++i) {
+    any = any || !IsNull(v[i]);
+    const std::string_view part = TextOf(v[i]);
+    if (text.size() + part.size() > kLongestText) Raise("overflow: the text becomes too long");
+    text += part;
+  }
+  if (any) ReturnText(context, text);
 }
 
 void Add(Context* context, int, Values v) {
@@ -182,6 +191,11 @@ void LikeFunction(Context* context, int, Values v) {
 
 // ----- conversions
 
+void SingleToText(Context* context, int, Values v) {
+  char buffer[40];
+  std::snprintf(buffer, sizeof buffer, "%.7g", NumberOf(context, v[0]));
+  ReturnText(context, NumberText(std::strtod(buffer, nullptr), SettingsOf(context).decimalPoint));
+}
 void ToText(Context* context, int, Values v) { ReturnText(context, AnyText(context, v[0])); }
 void DateToText(Context* context, int, Values v) { ReturnText(context, DateText(context, DateOf(context, v[0]))); }
 void ToDate(Context* context, int, Values v) { sqlite3_result_double(context, DateOf(context, v[0])); }
@@ -335,7 +349,8 @@ void Replace(Context* context, int, Values v) {
   std::u32string out;
   std::size_t at = 0;
   for (std::size_t found; (found = folded.find(sought, at)) != std::u32string::npos; at = found + sought.size()) {
-    out += text.substr(at, found - at) + by;
+    if ((out.size() + (found - at) + by.size()) * sizeof(char32_t) > kLongestText) Raise("overflow: the text becomes too long");
+    out.append(text, at, found - at).append(by);
   }
   ReturnText(context, FromLetters(out + text.substr(at)));
 }
@@ -533,7 +548,13 @@ void DateSerial(Context* context, int, Values v) {
 }
 
 void TimeSerial(Context* context, int, Values v) {
-  const double seconds = static_cast<double>(WholeOf(context, v[0]) * 3600 + WholeOf(context, v[1]) * 60 + WholeOf(context, v[2]));
+  constexpr double kUnits[] = {3600, 60, 1};
+  double seconds = 0;
+  for (int i = 0; i < 3; ++i) {
+    const std::int64_t part = WholeOf(context, v[i]);
+    if (part < INT16_MIN || part > INT16_MAX) Raise("overflow");
+    seconds += static_cast<double>(part) * kUnits[i];
+  }
   sqlite3_result_double(context, seconds / 86400);
 }
 
@@ -584,6 +605,15 @@ void KeepStep(Context* context, int, Values v) {
   state->seen = true;
 }
 
+// The value of the one row of a subquery that stands for a value.
+void OnlyStep(Context* context, int, Values v) {
+  auto* state = static_cast<Kept*>(sqlite3_aggregate_context(context, sizeof(Kept)));
+  if (state == nullptr) return;
+  if (state->seen) return sqlite3_result_error(context, "a subquery used as a value gives more than one row", -1);
+  state->value = sqlite3_value_dup(v[0]);
+  state->seen = true;
+}
+
 void KeepFinal(Context* context) {
   auto* state = static_cast<Kept*>(sqlite3_aggregate_context(context, 0));
   if (state == nullptr || state->value == nullptr) return sqlite3_result_null(context);
@@ -609,7 +639,7 @@ constexpr ResultRule S = ResultRule::kSameAsFirst;
 
 // Every function in one row. A name that begins with a blank cannot be written in a statement: the translator alone uses it.
 constexpr Entry kFunctions[] = {
-    {{" concat", "jet_concat", 2, 2, F, T}, Guarded<Concat>},
+    {{" concat", "jet_concat", -1, -1, F, T}, Guarded<Concat>},
     {{" add", "jet_add", 2, 2, F, D}, NullIn<Add>},
     {{" div", "jet_div", 2, 2, F, D}, NullIn<Divide>},
     {{" idiv", "jet_idiv", 2, 2, F, L}, NullIn<IntegerDivide>},
@@ -617,6 +647,7 @@ constexpr Entry kFunctions[] = {
     {{" pow", "jet_pow", 2, 2, F, D}, NullIn<Power>},
     {{" number", "jet_number", 1, 1, F, D}, NullIn<AsNumber>},
     {{" text", "jet_text", 1, 1, F, T}, NullIn<ToText>},
+    {{" singletext", "jet_singletext", 1, 1, F, T}, NullIn<SingleToText>},
     {{" datetext", "jet_datetext", 1, 1, F, T}, NullIn<DateToText>},
     {{" cdate", "jet_cdate", 1, 1, F, A}, NullIn<ToDate>},
     {{" datevalue", "jet_datevalue", 1, 1, F, A}, NullIn<DatePartOnly>},
@@ -722,6 +753,7 @@ void RegisterFunctions(sqlite3* connection, const TextSettings& settings) {
   aggregate("jet_var", MomentsStep, MomentsFinal<false, false>);
   aggregate("jet_varp", MomentsStep, MomentsFinal<true, false>);
   aggregate("jet_first", KeepStep<false>, KeepFinal);
+  aggregate("jet_only", OnlyStep, KeepFinal);
   aggregate("jet_last", KeepStep<true>, KeepFinal);
   sqlite3_create_collation(connection, "JET", SQLITE_UTF8, nullptr, Collate);
 }

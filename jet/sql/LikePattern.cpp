@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "jet/TextOrder.h"
 #include "jet/sql/Names.h"
 
 namespace jet::sql {
@@ -10,9 +11,18 @@ namespace {
 
 bool SameLetter(char32_t a, char32_t b) { return a == b || UpperLetter(a) == UpperLetter(b); }
 
+bool IsPlain(char32_t letter) {
+  return (letter >= U'A' && letter <= U'Z') || (letter >= U'a' && letter <= U'z') || (letter >= U'0' && letter <= U'9');
+}
+
+// By the order of texts: an accented letter lies between the plain one and the next.
 bool InRange(char32_t letter, char32_t first, char32_t last) {
-  const char32_t upper = UpperLetter(letter);
-  return (letter >= first && letter <= last) || (upper >= UpperLetter(first) && upper <= UpperLetter(last));
+  if (IsPlain(letter) && IsPlain(first) && IsPlain(last)) {
+    const char32_t upper = UpperLetter(letter);
+    return upper >= UpperLetter(first) && upper <= UpperLetter(last);
+  }
+  const auto text = [](char32_t one) { return FromLetters(std::u32string_view(&one, 1)); };
+  return CompareText(text(letter), text(first)) >= 0 && CompareText(text(letter), text(last)) <= 0;
 }
 
 // Where the set that begins at pattern[at] = '[' ends, and whether the letter is in it; nothing when the bracket is never closed.
@@ -22,9 +32,7 @@ std::optional<bool> MatchSet(std::u32string_view pattern, std::size_t& at, char3
   if (negated) ++i;
   bool in = false;
   for (bool first = true; i < pattern.size() && (first || pattern[i] != ']'); first = false) {
-    if (first && pattern[i] == ']') {  // [] stands for nothing: an empty set never matches
-      break;
-    }
+    if (first && pattern[i] == ']') break;
     if (i + 2 < pattern.size() && pattern[i + 1] == '-' && pattern[i + 2] != ']') {
       in = in || InRange(letter, pattern[i], pattern[i + 2]);
       i += 3;
@@ -50,7 +58,11 @@ bool Like(std::string_view textBytes, std::string_view patternBytes, bool percen
   std::size_t p = 0;
   std::size_t starPattern = std::u32string::npos;
   std::size_t starText = 0;
+  const auto skipEmptySets = [&] {  // [] stands for the empty text
+    while (p + 1 < pattern.size() && pattern[p] == U'[' && pattern[p + 1] == U']') p += 2;
+  };
   while (t < text.size()) {
+    skipEmptySets();
     bool matched = false;
     std::size_t next = p + 1;
     if (p < pattern.size()) {
@@ -86,7 +98,7 @@ bool Like(std::string_view textBytes, std::string_view patternBytes, bool percen
       return false;
     }
   }
-  while (p < pattern.size() && pattern[p] == any) ++p;
+  for (skipEmptySets(); p < pattern.size() && pattern[p] == any; skipEmptySets()) ++p;
   return p == pattern.size();
 }
 

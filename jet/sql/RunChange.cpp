@@ -1,8 +1,10 @@
 // INSERT, UPDATE, DELETE and SELECT INTO: SQLite evaluates, the engine writes, each statement whole or not at all.
 #include <algorithm>
+#include <cmath>
 #include <map>
 #include <set>
 
+#include "jet/TextOrder.h"
 #include "jet/sql/Coercion.h"
 #include "jet/sql/SessionState.h"
 
@@ -142,7 +144,9 @@ std::int64_t RunSelectInto(SessionState& state, const SelectIntoPlan& plan) {
   spec.name = plan.target.name;
   for (const ResultColumn& column : plan.query.columns) {
     ColumnDef definition;
-    definition.name = column.name.substr(column.name.rfind('.') + 1);
+    definition.name = column.name;
+    // "A.Id" beside "B.Id": a name in the file has no point.
+    std::replace(definition.name.begin(), definition.name.end(), '.', '_');
     definition.type = column.type.type == kNoType ? ColumnType::kText : column.type.type;
     if (definition.type == ColumnType::kText)
       definition.size = static_cast<std::uint16_t>(std::clamp<std::uint32_t>(column.type.size == 0 ? 255 : column.type.size, 1, 255));
@@ -179,11 +183,52 @@ void UpdateRow(const UpdatePlan& plan, const UpdatedRows::value_type& row) {
   Engine(plan.query.sources[row.first.first].table).table->Update(row.first.second, assignments);
 }
 
+std::optional<double> NumberOf(const Value& value) {
+  switch (value.Type()) {
+    case ValueType::kByte:
+      return value.AsByte();
+    case ValueType::kInteger:
+      return value.AsInteger();
+    case ValueType::kLong:
+      return value.AsLong();
+    case ValueType::kCurrency:
+      return static_cast<double>(value.AsCurrency().scaled);
+    case ValueType::kSingle:
+      return value.AsSingle();
+    case ValueType::kDouble:
+      return value.AsDouble();
+    case ValueType::kDate:
+      return value.AsDate().serial;
+    case ValueType::kNumeric:
+      return value.AsNumeric().ToDouble();
+    default:
+      return std::nullopt;
+  }
+}
+
+int Order(const Value& a, const Value& b) {
+  if (a.Type() != b.Type()) return a.Type() < b.Type() ? -1 : 1;
+  if (a.Type() == ValueType::kText) return CompareText(a.AsText(), b.AsText());
+  const std::optional<double> left = NumberOf(a);
+  const std::optional<double> right = NumberOf(b);
+  if (!left || !right || std::isnan(*left) || std::isnan(*right)) return 0;
+  return *left < *right ? -1 : *left > *right ? 1 : 0;
+}
+
+bool ComesBefore(const UpdatedRows::value_type* a, const UpdatedRows::value_type* b) {
+  for (std::size_t i = 0; i < a->second.size() && i < b->second.size(); ++i) {
+    if (const int order = Order(a->second[i], b->second[i]); order != 0) return order < 0;
+  }
+  return false;
+}
+
 // A statement that moves keys along (SET No = No - 1) must not fail because a row takes the key that another is about to leave: a row
-// whose key is still taken waits for the others. Each round goes the other way, so that a shift in either direction needs two.
+// whose key is still taken waits for the others. Those that wait go by their new values, each round the other way, so that a shift in
+// either direction needs three rounds wherever the rows lie.
 void ApplyUpdates(SessionState& state, const UpdatePlan& plan, const UpdatedRows& rows) {
   std::vector<const UpdatedRows::value_type*> waiting;
   for (const auto& row : rows) waiting.push_back(&row);
+  bool sorted = false;
   while (!waiting.empty()) {
     std::vector<const UpdatedRows::value_type*> refused;
     std::exception_ptr first;
@@ -198,7 +243,12 @@ void ApplyUpdates(SessionState& state, const UpdatePlan& plan, const UpdatedRows
       }
     }
     if (refused.size() == waiting.size()) std::rethrow_exception(first);
-    std::reverse(refused.begin(), refused.end());
+    if (sorted) {
+      std::reverse(refused.begin(), refused.end());
+    } else {
+      std::stable_sort(refused.begin(), refused.end(), ComesBefore);
+      sorted = true;
+    }
     waiting = std::move(refused);
   }
 }

@@ -1,6 +1,7 @@
 // Queries: SELECT with its clauses, FROM with joins, UNION.
 #include <algorithm>
 
+#include "jet/sql/Coercion.h"
 #include "jet/sql/Names.h"
 #include "jet/sql/Translator.h"
 
@@ -16,15 +17,6 @@ bool EndsTable(const std::string& word) {
   return kWords.contains(word);
 }
 
-std::ptrdiff_t Occurrences(const std::string& sql, const std::string& column) {
-  std::ptrdiff_t count = 0;
-  for (std::size_t at = 0; (at = sql.find(column, at)) != std::string::npos; at += column.size()) {
-    const std::size_t after = at + column.size();
-    if (after == sql.size() || sql[after] < '0' || sql[after] > '9') ++count;
-  }
-  return count;
-}
-
 class ScopeGuard {
  public:
   ScopeGuard(Scope*& slot, Scope* scope) : slot_(slot), before_(slot) { slot = scope; }
@@ -36,6 +28,22 @@ class ScopeGuard {
   Scope*& slot_;
   Scope* before_;
 };
+
+}  // namespace
+
+namespace {
+
+// A term of GROUP BY or ORDER BY. To SQLite a whole number there would be the position of a column.
+std::string Term(const std::string& sql) { return sql.find_first_not_of("()-0123456789") == std::string::npos ? "(" + sql + " + 0)" : sql; }
+
+constexpr std::size_t kMostColumns = 255;  // as in a table
+constexpr std::size_t kMostTables = 64;    // that SQLite joins
+
+Error TooMany(const char* message, const Token& at) {
+  return {ErrorCode::kLimit, std::string(message) + " (at character " + std::to_string(at.position) + ")"};
+}
+
+bool IsText(ColumnType type) { return type == ColumnType::kText || type == ColumnType::kMemo; }
 
 }  // namespace
 
@@ -65,7 +73,11 @@ SelectPlan Translator::ParseQuery(QueryOptions options) {
     return plan;
   }
 
-  SelectPlan whole;
+  struct Part {
+    SelectPlan plan;
+    const char* operation;
+  };
+  std::vector<Part> parts;
   const auto part = [&]() -> SelectPlan {
     if (TakeSymbol("(")) {
       SelectPlan inner = ParseQuery({.orderAllowed = true});
@@ -75,29 +87,36 @@ SelectPlan Translator::ParseQuery(QueryOptions options) {
     TakeWord("TABLE");
     return ParseSelect({.orderAllowed = false});
   };
-  whole = part();
-  whole.sql = "SELECT * FROM (" + whole.sql + ")";
+  parts.push_back({part(), ""});
+  SelectPlan whole;
+  whole.columns = parts[0].plan.columns;
   while (AtWord("UNION")) {
     const Token at = Take();
     const bool all = TakeWord("ALL");
-    const SelectPlan next = part();
-    if (next.columns.size() != whole.columns.size()) FailAt(at, "the parts of a UNION must have the same number of columns");
-    for (std::size_t i = 0; i < next.columns.size(); ++i) {
-      TypeInfo& type = whole.columns[i].type;
-      const TypeInfo& other = next.columns[i].type;
-      if (type.type == kNoType) type = other;
-      if (other.type == ColumnType::kMemo && type.type == ColumnType::kText) type = other;
-      if (other.type == ColumnType::kDouble && (type.type == ColumnType::kLong || type.type == ColumnType::kInteger)) type = other;
-      type.size = std::max(type.size, other.size);
-    }
-    whole.sql += (all ? " UNION ALL" : " UNION") + std::string(" SELECT * FROM (") + next.sql + ")";
+    parts.push_back({part(), all ? " UNION ALL " : " UNION "});
+    const std::vector<ResultColumn>& next = parts.back().plan.columns;
+    if (next.size() != whole.columns.size()) FailAt(at, "the parts of a UNION must have the same number of columns");
+    for (std::size_t i = 0; i < next.size(); ++i) whole.columns[i].type = CommonType(whole.columns[i].type, next[i].type);
   }
   for (ResultColumn& column : whole.columns) {
     column.source = -1;
     column.type.autoNumber = false;
   }
-  whole.sources.clear();
-  whole.plainScan = false;
+  for (const Part& one : parts) {
+    whole.sql += one.operation;
+    // Where a text meets a number or date in one column, all become texts.
+    std::string list;
+    bool converted = false;
+    for (std::size_t i = 0; i < whole.columns.size(); ++i) {
+      Expression column;
+      column.sql = "c" + std::to_string(i);
+      column.type = one.plan.columns[i].type;
+      const bool toText = IsText(whole.columns[i].type.type) && column.type.type != kNoType && !IsText(column.type.type);
+      converted = converted || toText;
+      list += (i > 0 ? ", " : "") + (toText ? AsText(column) + " COLLATE JET AS " + column.sql : column.sql);
+    }
+    whole.sql += "SELECT " + (converted ? list : "*") + " FROM (" + one.plan.sql + ")";
+  }
   if (TakeWord("ORDER")) {
     ExpectWord("BY");
     for (bool first = true; first || TakeSymbol(","); first = false) {
@@ -199,15 +218,18 @@ SelectPlan Translator::ParseSelect(QueryOptions options) {
     grouped = true;
     for (bool first = true; first || TakeSymbol(","); first = false) {
       groups.push_back(ParseExpression());
-      tail += (first ? " GROUP BY " : ", ") + Collated(groups.back());
+      tail += (first ? " GROUP BY " : ", ") + Term(Collated(groups.back()));
     }
   }
   bool aggregated = grouped;
   for (const SelectItem& item : items) aggregated = aggregated || item.expression.aggregate;
   if (TakeWord("HAVING")) {
+    const Token at = Peek();
     const Expression having = ParseCondition();
+    CheckGrouping({SelectItem{having, "HAVING", false}}, groups, at);
+    // Without an aggregate in the list SQLite wants a group to have a condition on.
+    if (!aggregated) tail += " GROUP BY NULL";
     aggregated = true;
-    if (!grouped) tail += " GROUP BY NULL";
     tail += " HAVING " + AsCondition(having);
   }
   if (aggregated) CheckGrouping(items, groups, selectToken);
@@ -247,6 +269,7 @@ SelectPlan Translator::ParseSelect(QueryOptions options) {
   }
 
   std::string order;
+  std::string orderOfColumns;  // the same by the columns of the result
   std::size_t width = items.size();
   const bool ties = top && !percent && options.outermost;
   if (AtWord("ORDER") && options.orderAllowed) {
@@ -269,11 +292,10 @@ SelectPlan Translator::ParseSelect(QueryOptions options) {
       while (same < items.size() && items[same].expression.sql != key.sql) ++same;
       if (same == items.size() && distinct) FailAt(at, "with DISTINCT the order must be by columns of the list");
       if (aggregated && same == items.size()) CheckGrouping({SelectItem{key, "", false}}, groups, at);
-      order += (first ? " ORDER BY " : ", ") + Collated(key);
-      if (TakeWord("DESC"))
-        order += " DESC";
-      else
-        TakeWord("ASC");
+      const std::string direction = TakeWord("DESC") ? " DESC" : "";
+      if (direction.empty()) TakeWord("ASC");
+      order += (first ? " ORDER BY " : ", ") + Term(Collated(key)) + direction;
+      orderOfColumns += (first ? " ORDER BY c" : ", c") + std::to_string(same) + direction;
       if (ties) {
         if (same == items.size() || IsReadFromRow(key.type.type, {})) {
           list += ", " + Collated(key) + " AS k" + std::to_string(width);
@@ -295,18 +317,35 @@ SelectPlan Translator::ParseSelect(QueryOptions options) {
     for (ResultColumn& column : plan.columns) column.source = -1;
   }
 
-  plan.sql = std::string("SELECT ") + (distinct ? "DISTINCT " : "") + list + (from.empty() ? "" : " FROM " + from) + tail;
-  if (top && percent) {
-    plan.sql += order + " LIMIT (SELECT (COUNT(*) * " + std::to_string(*top) + " + 99) / 100 FROM (" + plan.sql + "))";
+  const auto rows = [&](const std::string& more) {
+    return std::string("SELECT ") + (distinct ? "DISTINCT " : "") + list + more + (from.empty() ? "" : " FROM " + from) + tail;
+  };
+  plan.singleRow = (aggregated && !grouped) || from.empty();
+  if (top && percent && order.empty()) {
+    plan.sql = rows({});
+    plan.sql += " LIMIT (SELECT (COUNT(*) * " + std::to_string(*top) + " + 99) / 100 FROM (" + plan.sql + "))";
     plain = false;
   } else if (top && !order.empty() && ties) {
-    plan.sql += order;
+    plan.sql = rows({}) + order;
     plan.limit = top;
+  } else if (top && !order.empty()) {
+    // Rows equal to the last one belong to it here too.
+    std::string names;
+    for (std::size_t i = 0; i < items.size(); ++i) names += (i > 0 ? ", c" : "c") + std::to_string(i);
+    for (const SelectPlan::Source& source : plan.sources) {
+      if (source.rowIdColumn >= 0) names += ", r" + std::to_string(source.rowIdColumn);
+    }
+    const std::string ranks =
+        ", RANK() OVER (" + (distinct ? orderOfColumns : order) + ") AS place" + (percent ? ", COUNT(*) OVER () AS total" : "");
+    const std::string ranked = distinct ? "SELECT *" + ranks + " FROM (" + rows({}) + ")" : rows(ranks);
+    const std::string most = percent ? "(total * " + std::to_string(*top) + " + 99) / 100" : std::to_string(*top);
+    plan.sql = "SELECT " + names + " FROM (" + ranked + ") WHERE place <= " + most + " ORDER BY place";
   } else if (top) {
-    plan.sql += order + " LIMIT " + std::to_string(*top);
+    plan.sql = rows({}) + " LIMIT " + std::to_string(*top);
+    plan.singleRow = plan.singleRow || *top <= 1;
     if (options.outermost) plan.limit = top;
   } else {
-    plan.sql += order;
+    plan.sql = rows({}) + order;
   }
   plan.plainScan = plain && plan.sources.size() == 1;
   return plan;
@@ -339,6 +378,7 @@ void Translator::AddStar(const Scope& scope, std::size_t source, std::vector<Sel
 std::vector<Translator::SelectItem> Translator::ParseSelectList(Scope& scope) {
   std::vector<SelectItem> items;
   for (bool first = true; first || TakeSymbol(","); first = false) {
+    if (items.size() > kMostColumns) throw TooMany("a query has at most 255 columns", Peek());
     if (AtSymbol("*")) {
       const Token star = Take();
       if (scope.sources.empty()) FailAt(star, "* without FROM");
@@ -366,6 +406,7 @@ std::vector<Translator::SelectItem> Translator::ParseSelectList(Scope& scope) {
     }
     items.push_back(std::move(item));
   }
+  if (items.size() > kMostColumns) throw TooMany("a query has at most 255 columns", Peek());
   return items;
 }
 
@@ -380,27 +421,6 @@ void Translator::NameItems(const Scope& scope, std::vector<SelectItem>& items) {
       item.name = "Expr" + std::to_string(unnamed++);
     } else if (!item.named && uses[FoldName(item.name)] > 1 && item.expression.source >= 0 && scope.sources.size() > 1) {
       item.name = scope.sources[static_cast<std::size_t>(item.expression.source)].alias + "." + item.name;
-    }
-  }
-}
-
-void Translator::CheckGrouping(const std::vector<SelectItem>& items, const std::vector<Expression>& groups, const Token& at) const {
-  const auto grouped = [&](const std::string& sql) {
-    return std::any_of(groups.begin(), groups.end(), [&](const Expression& group) { return group.sql == sql; });
-  };
-  for (const SelectItem& item : items) {
-    if (grouped(item.expression.sql)) continue;
-    std::string rest = item.expression.sql;
-    for (const Expression& group : groups) {
-      for (std::size_t found; (found = rest.find(group.sql)) != std::string::npos && !group.sql.empty();)
-        rest.erase(found, group.sql.size());
-    }
-    for (const std::string& column : item.expression.bareColumns) {
-      if (grouped(column)) continue;
-      // A grouped expression may be part of the column: then its uses are gone with it.
-      const auto uses = std::count(item.expression.bareColumns.begin(), item.expression.bareColumns.end(), column);
-      if (Occurrences(item.expression.sql, column) - Occurrences(rest, column) >= uses) continue;
-      FailAt(at, "\"" + (item.name.empty() ? item.expression.name : item.name) + "\" is neither grouped nor part of an aggregate");
     }
   }
 }
@@ -456,6 +476,7 @@ std::string Translator::ParseAlias() {
 }
 
 std::string Translator::ParseTableFactor(Scope& scope) {
+  if (scope.sources.size() >= kMostTables) throw TooMany("a FROM clause names at most 64 tables", Peek());
   if (AtSymbol("(")) {
     Take();
     if (AtWord("SELECT")) {

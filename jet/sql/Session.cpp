@@ -89,9 +89,10 @@ void SessionState::Fail(const std::string& sql) {
   const int code = sqlite3_errcode(connection);
   if (code == SQLITE_NOMEM) throw std::bad_alloc();
   if (code == SQLITE_FULL) throw Error(ErrorCode::kDiskFull, "no space for the evaluation of the query");
+  if (message == "parser stack overflow") throw Error(ErrorCode::kUnsupported, "the statement is nested too deeply");
   const bool evaluation = message.rfind("type mismatch", 0) == 0 || message.find("division by zero") != std::string::npos ||
                           message.find("overflow") != std::string::npos || message.find("out of range") != std::string::npos ||
-                          message.find("out of memory") != std::string::npos;
+                          message.find("more than one row") != std::string::npos || message.find("out of memory") != std::string::npos;
   (void)sql;
   throw Error(evaluation ? ErrorCode::kTypeMismatch : ErrorCode::kUnsupported, "the query cannot be evaluated: " + message);
 }

@@ -47,6 +47,7 @@ struct SelectPlan {
   std::vector<TablePointer> reads;
   /// The rows are simply all rows of sources[0] in the order of the file, the columns plain columns.
   bool plainScan = false;
+  bool singleRow = false;             ///< can give at most one row
   std::optional<std::int64_t> limit;  ///< of a plain scan, or with ties
   /// With TOP and ORDER BY: result columns that hold the order, by which rows equal to the last one are still given. Empty: no such rule.
   std::vector<std::size_t> tieColumns;

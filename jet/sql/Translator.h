@@ -21,7 +21,10 @@ struct Expression {
   bool condition = false;  ///< SQLite's own truth value (1, 0), not yet Access' (-1, 0)
   bool aggregate = false;  ///< holds an aggregate function
   bool literalText = false;
-  int source = -1;  ///< a plain column: position in the scope's sources
+  char chain = 0;    ///< the operator of a long chain that more operands may join; 0: none
+  int operands = 0;  ///< of the chain, counted where their number is limited
+  int nesting = 0;   ///< levels of brackets in sql
+  int source = -1;   ///< a plain column: position in the scope's sources
   std::size_t column = 0;
   std::string name;                      ///< a plain column: its name
   std::string text;                      ///< a literal text: its value
@@ -104,14 +107,17 @@ class Translator {
   Expression Arithmetic(const std::string& op, Expression left, Expression right);
   void CheckComparable(const Expression& left, const Expression& right, const Token& at) const;
   Expression DateFromText(const Token& at, const Expression& text);
+  Expression Joined(Expression left, const std::string& glue, const std::string& rightSql, const Expression& right) const;
+  Expression SingleValue(const SelectPlan& query) const;
 
   static std::string AsValue(const Expression& expression);
   static std::string AsCondition(const Expression& expression);
   static std::string AsNumber(const Expression& expression);
   static std::string AsText(const Expression& expression);
   static std::string Collated(const Expression& expression);
-  static Expression Made(std::string sql, ColumnType type, std::initializer_list<const Expression*> parts);
-  static Expression MadeCondition(std::string sql, std::initializer_list<const Expression*> parts);
+  Expression Made(std::string sql, ColumnType type, std::initializer_list<const Expression*> parts) const;
+  Expression MadeCondition(std::string sql, std::initializer_list<const Expression*> parts) const;
+  void RequireShort(const std::string& sql) const;
 
   // ----- queries
   struct SelectItem {

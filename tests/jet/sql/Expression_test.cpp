@@ -52,7 +52,10 @@ INSTANTIATE_TEST_SUITE_P(Like, JetExpression,
                                          Case{"'500' Like '50%'", "0"}, Case{"'500' Alike '50%'", "-1"}, Case{"'5x0' Alike '5_0'", "-1"},
                                          Case{"'' Like '*'", "-1"}, Case{"Null Like '*'", "NULL"},
                                          Case{"'aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaab' Like '*a*a*a*a*a*a*a*a*c'", "0"},
-                                         Case{"']' Like ']'", "-1"}));
+                                         Case{"']' Like ']'", "-1"}, Case{"'élise' Like '[a-z]*'", "-1"}, Case{"'É' Like '[e-f]'", "-1"},
+                                         Case{"'é' Like '[f-z]'", "0"}, Case{"'É' Like '[!a-d]'", "-1"}, Case{"'-' Like '[a-z]'", "0"},
+                                         Case{"'-' Like '[a-]'", "-1"}, Case{"'ab' Like 'a[]b'", "-1"}, Case{"'ab' Like '[]ab[]'", "-1"},
+                                         Case{"'ab' Like '*[]'", "-1"}));
 
 INSTANTIATE_TEST_SUITE_P(Texts, JetExpression,
                          testing::Values(Case{"Left('élève',2)", "él"}, Case{"Right('élève',3)", "ève"}, Case{"Mid('abcdef',2,3)", "bcd"},
@@ -76,9 +79,10 @@ INSTANTIATE_TEST_SUITE_P(Numbers, JetExpression,
                                          Case{"CStr(1.5)", "1.5"}, Case{"CStr(True)", "-1"}, Case{"Val('12abc')", "12.0"},
                                          Case{"Val('1 2')", "12.0"}, Case{"Val('x')", "0.0"}, Case{"Str(5)", " 5"}, Case{"Str(-5)", "-5"},
                                          Case{"CBool(2)", "-1"}, Case{"CByte(200)", "200"}, Case{"CCur(1.23456)", "1.2346"},
-                                         Case{"IIf(1=1,'a','b')", "a"}, Case{"IIf(Null,'a','b')", "b"}, Case{"Nz(Null,5)", "5"},
-                                         Case{"Nz('x','y')", "x"}, Case{"Switch(1=2,'a',2=2,'b')", "b"}, Case{"IsNumeric('12,5')", "0"},
-                                         Case{"IsNumeric('12.5')", "-1"}, Case{"IsDate('31/12/2003')", "-1"}, Case{"IsDate('x')", "0"}));
+                                         Case{"CSng(0.1) & ''", "0.1"}, Case{"IIf(1=1,'a','b')", "a"}, Case{"IIf(Null,'a','b')", "b"},
+                                         Case{"Nz(Null,5)", "5"}, Case{"Nz('x','y')", "x"}, Case{"Switch(1=2,'a',2=2,'b')", "b"},
+                                         Case{"IsNumeric('12,5')", "0"}, Case{"IsNumeric('12.5')", "-1"},
+                                         Case{"IsDate('31/12/2003')", "-1"}, Case{"IsDate('x')", "0"}));
 
 INSTANTIATE_TEST_SUITE_P(
     Dates, JetExpression,
@@ -171,6 +175,7 @@ TEST(JetExpressionErrors, OfEvaluationReachTheCaller) {
   EXPECT_EQ(schema.Query("SELECT 1/0"), "error: division by zero");
   EXPECT_EQ(schema.Query("SELECT CLng('abc')"), "error: type mismatch: \"abc\" is not a number");
   EXPECT_EQ(schema.Query("SELECT CByte(300)"), "error: overflow");
+  EXPECT_EQ(schema.Query("SELECT TimeSerial(900000000000000000,0,0)"), "error: overflow");
 }
 
 TEST(JetExpressionErrors, DeepNestingIsRefusedNotACrash) {
