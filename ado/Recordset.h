@@ -29,9 +29,11 @@ class Field {
   void Value(const Variant& value);
 
   /// The next bytes of a long value of the current row, at most capacity (text as UTF-8, never cut inside a character); 0 at the end,
-  /// after which reading starts anew. A null gives 0 at once.
+  /// after which reading starts anew, as it may after another field was read in between. A null gives 0 at once.
+  /// Error 5 for a capacity under 4, in which a character may find no room.
   [[nodiscard]] std::size_t ReadChunk(std::byte* buffer, std::size_t capacity) const;
-  /// Assigns a long value that Update will read from source piece by piece.
+  /// Assigns a long value that Update will read piece by piece, from a copy of source: after a failed Update a source that keeps its
+  /// place elsewhere must be given again.
   void WriteFrom(ChunkSource source);
 
   /// A property by its name, without regard to case ("IsAutoIncrement"). Error 3265 for an unknown one.

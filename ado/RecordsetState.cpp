@@ -10,6 +10,8 @@
 namespace tamlo::ado {
 namespace {
 
+constexpr std::size_t kLongestCharacter = 4;  // bytes in UTF-8
+
 /// The longest piece of text from offset on that fits and does not end inside a character.
 std::size_t WholeCharacters(std::string_view text, std::size_t offset, std::size_t capacity) {
   std::size_t count = std::min(capacity, text.size() - offset);
@@ -125,6 +127,7 @@ Variant RecordsetState::Value(std::size_t field) {
 }
 
 std::size_t RecordsetState::ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity) {
+  if (capacity < kLongestCharacter) throw runtime::Error(runtime::kInvalidArgument);
   RequireRow();
   if (edit == adEditNone || (edit == adEditInProgress && !pending[field])) return rowset->ReadChunk(field, buffer, capacity);
   if (!pending[field]) return 0;

@@ -189,8 +189,8 @@ std::unique_ptr<jet::LongValueReader> QueryRowset::OpenLong(std::size_t field) {
 }
 
 std::size_t QueryRowset::ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity) {
-  if (!IsLong(field) || (kind_ == Kind::kStatic && keeping_) || capacity < 8)
-    return PieceOf(Value(field), chunkAt_[field], buffer, capacity);
+  if (kind_ == Kind::kStatic && keeping_) return PieceOf(kept_[keptAt_ - 1][field], chunkAt_[field], buffer, capacity);
+  if (!IsLong(field) || capacity < 8) return PieceOf(Value(field), chunkAt_[field], buffer, capacity);
   return OnEngine([&]() -> std::size_t {
     if (readers_[field] == nullptr) readers_[field] = OpenLong(field);
     if (readers_[field] == nullptr) return 0;

@@ -20,6 +20,19 @@ class Pieces final : public jet::ChunkSource {
   const ado::ChunkSource& source_;
 };
 
+// A row that is gone is no item that a collection lacks.
+template <typename Work>
+void OnRow(Work work) {
+  try {
+    work();
+  } catch (const jet::Error& error) {
+    if (error.Code() != jet::ErrorCode::kNotFound) throw;
+    throw runtime::Error(runtime::kProviderFailure,
+                         "La ligne ne peut pas être trouvée pour la mise à jour : elle a été supprimée depuis la dernière lecture.",
+                         "Microsoft JET Database Engine");
+  }
+}
+
 bool IsLongColumn(jet::ColumnType type) { return type == jet::ColumnType::kMemo || type == jet::ColumnType::kOle; }
 
 // All that a source gives, for columns that take no pieces.
@@ -97,7 +110,7 @@ void RowWriter::Update(jet::RowId id, std::span<const Assignment> values, const 
   OnEngine([&] {
     jet::sql::RequireCurrent(*table_);
     const Prepared prepared(*this, values, columns);
-    table_->table->Update(id, prepared.list);
+    OnRow([&] { table_->table->Update(id, prepared.list); });
     session_.RowsChanged();
   });
 }
@@ -105,7 +118,7 @@ void RowWriter::Update(jet::RowId id, std::span<const Assignment> values, const 
 void RowWriter::Delete(jet::RowId id) {
   OnEngine([&] {
     jet::sql::RequireCurrent(*table_);
-    table_->table->Delete(id);
+    OnRow([&] { table_->table->Delete(id); });
     session_.RowsChanged();
   });
 }

@@ -61,8 +61,6 @@ void OdbcRowset::Describe() {
   }
   for (std::size_t i = 1; i <= count; ++i) columns_.push_back(statement_.Describe(i));
   for (const auto& column : columns_) fields_.push_back(ToFieldInfo(column, session_->Facts()));
-  written_.resize(count);
-  stale_.resize(count);
   reader_.emplace(statement_, fields_, columns_);
 }
 
@@ -81,15 +79,20 @@ void OdbcRowset::ExecuteQuery() {
 
 bool OdbcRowset::MoveFirst() {
   inserted_ = false;
-  anyWritten_ = false;
-  chunkField_ = SIZE_MAX;
+  LeaveRow();
   if (fields_.empty()) return false;
   if (keepsRows_ && executed_ && !fresh_) {
     row_ = 0;
-    return !rows_.empty();
+    return !rows_.empty() || (!exhausted_ && Advance());
   }
   if (!executed_ || !fresh_) ExecuteQuery();
   return Advance();
+}
+
+void OdbcRowset::LeaveRow() {
+  changes_.reset();
+  chunkField_ = SIZE_MAX;
+  chunkValue_ = Variant();
 }
 
 bool OdbcRowset::Advance() {
@@ -103,17 +106,16 @@ bool OdbcRowset::Advance() {
 }
 
 void OdbcRowset::KeepCurrentRow() {
-  Row row;
-  row.reserve(fields_.size());
-  for (std::size_t i = 0; i < fields_.size(); ++i) row.push_back(reader_->Value(i));
+  KeptRow row;
+  row.values.reserve(fields_.size());
+  for (std::size_t i = 0; i < fields_.size(); ++i) row.values.push_back(reader_->Value(i));
   rows_.push_back(std::move(row));
   row_ = rows_.size() - 1;
 }
 
 bool OdbcRowset::MoveNext() {
   if (inserted_) return false;
-  anyWritten_ = false;
-  chunkField_ = SIZE_MAX;
+  LeaveRow();
   if (!keepsRows_) return Advance();
   if (row_ + 1 < rows_.size()) {
     ++row_;
@@ -122,36 +124,55 @@ bool OdbcRowset::MoveNext() {
   return !exhausted_ && Advance();
 }
 
-Variant OdbcRowset::Stored(std::size_t field) { return keepsRows_ ? rows_[row_][field] : reader_->Value(field); }
+bool OdbcRowset::IsKept() const { return keepsRows_ && row_ < rows_.size(); }
+
+std::unique_ptr<OdbcRowset::Changes>& OdbcRowset::CurrentChanges() { return IsKept() ? rows_[row_].changes : changes_; }
+
+Variant OdbcRowset::Stored(std::size_t field) { return IsKept() ? rows_[row_].values[field] : reader_->Value(field); }
 
 Variant OdbcRowset::Value(std::size_t field) {
-  if (!inserted_ && !anyWritten_) return keepsRows_ ? rows_[row_][field] : reader_->Value(field);
-  if (written_[field]) return *written_[field];
-  return inserted_ || stale_[field] ? FromBackend(field) : Stored(field);
+  const auto& changes = CurrentChanges();
+  if (!changes || (!changes->inserted && !changes->Touches(field))) return Stored(field);
+  if (!changes->asStored) ReadBack(*changes);
+  if (!IsKept()) return changes->asStored->at(field);
+  // A kept row has its values from now on.
+  for (std::size_t i = 0; i < fields_.size(); ++i) {
+    if (changes->inserted || changes->Touches(i)) rows_[row_].values[i] = std::move(changes->asStored->at(i));
+  }
+  rows_[row_].changes.reset();
+  return rows_[row_].values[field];
 }
 
-Variant OdbcRowset::FromBackend(std::size_t field) {
-  std::vector<std::optional<Variant>> known = written_;
-  for (std::size_t i = 0; i < known.size() && !inserted_; ++i) {
-    if (!known[i] && !stale_[i]) known[i] = Stored(i);
+void OdbcRowset::ReadBack(Changes& changes) {
+  std::vector<std::optional<Variant>> known = changes.written;
+  for (std::size_t i = 0; i < known.size() && !changes.inserted; ++i) {
+    if (!changes.Touches(i)) known[i] = Stored(i);
   }
-  const auto row = writer_->ReadInserted(known);
-  if (!row) return runtime::Null{};
-  for (std::size_t i = 0; i < row->size(); ++i) {
-    if (!written_[i]) written_[i] = (*row)[i];
-  }
-  return *written_[field];
+  changes.asStored = writer_->ReadBack(known, changes.inserted && inserted_);
+  if (changes.asStored) return;
+  // Not to be found again: what is known of it.
+  changes.asStored.emplace();
+  for (auto& value : known) changes.asStored->push_back(value ? std::move(*value) : Variant(runtime::Null{}));
+}
+
+Variant OdbcRowset::OldValue(std::size_t field) {
+  const auto& changes = CurrentChanges();
+  return changes && changes->written[field] ? *changes->written[field] : Value(field);
 }
 
 std::size_t OdbcRowset::ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity) {
-  const bool fromReader = !keepsRows_ && !inserted_ && !(anyWritten_ && (written_[field] || stale_[field]));
-  return fromReader ? reader_->ReadChunk(field, buffer, capacity) : ChunkOf(Value(field), buffer, capacity);
+  const auto& changes = CurrentChanges();
+  const bool fromReader = !IsKept() && !(changes && (changes->inserted || changes->Touches(field)));
+  return fromReader ? reader_->ReadChunk(field, buffer, capacity) : ChunkOf(field, buffer, capacity);
 }
 
-std::size_t OdbcRowset::ChunkOf(const Variant& value, std::byte* buffer, std::size_t capacity) {
-  if (chunkField_ == SIZE_MAX) chunkOffset_ = 0;
-  const auto* text = value.If<std::string>();
-  const auto* bytes = value.If<runtime::Bytes>();
+std::size_t OdbcRowset::ChunkOf(std::size_t field, std::byte* buffer, std::size_t capacity) {
+  if (std::exchange(chunkField_, field) != field) {
+    chunkOffset_ = 0;
+    chunkValue_ = Value(field);
+  }
+  const auto* text = chunkValue_.If<std::string>();
+  const auto* bytes = chunkValue_.If<runtime::Bytes>();
   const auto* data = text ? reinterpret_cast<const std::byte*>(text->data()) : bytes ? bytes->data() : nullptr;
   const std::size_t size = text ? text->size() : bytes ? bytes->size() : 0;
   std::size_t count = std::min(capacity, size - std::min(size, chunkOffset_));
@@ -160,58 +181,73 @@ std::size_t OdbcRowset::ChunkOf(const Variant& value, std::byte* buffer, std::si
   }
   if (count > 0) std::memcpy(buffer, data + chunkOffset_, count);
   chunkOffset_ += count;
-  chunkField_ = count == 0 ? SIZE_MAX : 0;
+  if (count == 0) chunkField_ = SIZE_MAX;
   return count;
 }
 
-void OdbcRowset::Remember(std::span<const Assignment> values) {
+void OdbcRowset::Remember(std::span<const Assignment> values, bool inserted) {
+  auto& changes = CurrentChanges();
+  if (!changes) {
+    changes = std::make_unique<Changes>();
+    changes->written.resize(fields_.size());
+    changes->pieces.resize(fields_.size());
+    changes->inserted = inserted;
+  } else if (changes->asStored) {
+    for (std::size_t i = 0; i < fields_.size(); ++i) {
+      if (changes->inserted && !changes->Touches(i)) changes->written[i] = std::move(changes->asStored->at(i));
+    }
+    changes->asStored.reset();
+  }
   for (const auto& value : values) {
     const auto* whole = std::get_if<Variant>(&value.value);
-    // A value that went in pieces is read from the backend when it is asked for.
-    written_[value.field] = whole ? std::optional<Variant>(*whole) : std::nullopt;
-    stale_[value.field] = !whole;
+    changes->written[value.field] = whole ? std::optional<Variant>(*whole) : std::nullopt;
+    changes->pieces[value.field] = !whole;
   }
-  anyWritten_ = true;
+  chunkField_ = SIZE_MAX;
 }
 
 void OdbcRowset::ReadToTheEnd() {
-  if (!executed_ || exhausted_) return;
-  while (Advance()) {
+  const std::size_t row = row_;
+  while (!exhausted_ && Advance()) {
   }
+  row_ = row;
 }
 
 void OdbcRowset::Insert(std::span<const Assignment> values) {
+  const bool keep = keepsRows_ && executed_;
+  if (keep) ReadToTheEnd();  // before the query can meet the new row
   writer_->Insert(values);
-  if (keepsRows_ && executed_) {
-    ReadToTheEnd();
-    rows_.emplace_back(fields_.size(), Variant(runtime::Null{}));
+  changes_.reset();
+  if (keep) {
+    rows_.push_back({Row(fields_.size(), Variant(runtime::Null{})), nullptr});
     row_ = rows_.size() - 1;
-    for (const auto& value : values) {
-      if (const auto* whole = std::get_if<Variant>(&value.value)) rows_.back()[value.field] = *whole;
-    }
   }
-  written_.assign(fields_.size(), std::nullopt);
-  stale_.assign(fields_.size(), false);
-  Remember(values);
+  Remember(values, true);
   inserted_ = true;
+  // The counter that a kept row got can be asked for now only, while no other row is inserted on this connection. The row is written:
+  // a failure of the asking is none of the writing.
+  if (keep && LacksCounter(*rows_[row_].changes)) (void)runtime::IgnoringErrors([&] { (void)Value(0); });
+}
+
+bool OdbcRowset::LacksCounter(const Changes& changes) const {
+  const bool anyIntegerCounts = session_->Facts().backend == Backend::kSqlite;
+  for (std::size_t i = 0; i < fields_.size(); ++i) {
+    const bool integer = fields_[i].type == adInteger || fields_[i].type == adBigInt || fields_[i].type == adUnsignedInt ||
+                         fields_[i].type == adUnsignedBigInt || fields_[i].type == adSmallInt;
+    if (!changes.Touches(i) && integer && (fields_[i].autoIncrement || anyIntegerCounts)) return true;
+  }
+  return false;
 }
 
 void OdbcRowset::Update(std::span<const Assignment> values) {
-  writer_->Update(values, [this](std::size_t field) { return Value(field); });
-  if (!anyWritten_) {
-    written_.assign(fields_.size(), std::nullopt);
-    stale_.assign(fields_.size(), false);
-  }
-  Remember(values);
-  if (!keepsRows_ || rows_.empty()) return;
-  for (const auto& value : values) {
-    if (const auto* whole = std::get_if<Variant>(&value.value)) rows_[row_][value.field] = *whole;
-  }
+  writer_->Update(values, [this](std::size_t field) { return OldValue(field); });
+  Remember(values, false);
 }
 
 void OdbcRowset::Delete() {
-  writer_->Delete([this](std::size_t field) { return Value(field); });
-  if (!keepsRows_ || rows_.empty()) return;
+  writer_->Delete([this](std::size_t field) { return OldValue(field); });
+  LeaveRow();
+  if (!IsKept()) return;
   rows_.erase(rows_.begin() + static_cast<std::ptrdiff_t>(row_));
   --row_;  // MoveNext then stands on the row after the deleted one
 }

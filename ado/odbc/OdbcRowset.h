@@ -35,15 +35,36 @@ class OdbcRowset final : public ProviderRowset {
  private:
   using Row = std::vector<Variant>;
 
+  /// What was written into a row since it was read. The backend may have made something else of it: another type, other decimals,
+  /// defaults; its values are read back when they are asked for.
+  struct Changes {
+    std::vector<std::optional<Variant>> written;  // as it was given
+    std::vector<bool> pieces;                     // given in pieces
+    bool inserted = false;
+    std::optional<Row> asStored;  // once read back
+
+    [[nodiscard]] bool Touches(std::size_t field) const { return written[field] || pieces[field]; }
+  };
+  struct KeptRow {
+    Row values;
+    std::unique_ptr<Changes> changes;
+  };
+
   void Describe();
   void ExecuteQuery();
   bool Advance();
+  void LeaveRow();
   void KeepCurrentRow();
   void ReadToTheEnd();
+  [[nodiscard]] bool IsKept() const;
+  [[nodiscard]] std::unique_ptr<Changes>& CurrentChanges();
   [[nodiscard]] Variant Stored(std::size_t field);
-  [[nodiscard]] Variant FromBackend(std::size_t field);
-  void Remember(std::span<const Assignment> values);
-  std::size_t ChunkOf(const Variant& value, std::byte* buffer, std::size_t capacity);
+  void ReadBack(Changes& changes);
+  /// The value by which the current row is found.
+  [[nodiscard]] Variant OldValue(std::size_t field);
+  [[nodiscard]] bool LacksCounter(const Changes& changes) const;
+  void Remember(std::span<const Assignment> values, bool inserted);
+  std::size_t ChunkOf(std::size_t field, std::byte* buffer, std::size_t capacity);
 
   std::shared_ptr<Session> session_;
   Statement statement_;
@@ -57,14 +78,13 @@ class OdbcRowset final : public ProviderRowset {
   bool fresh_ = false;  // executed, and no row fetched yet
   bool keepsRows_ = false;
   bool exhausted_ = false;
-  std::vector<Row> rows_;                        // kept ones
-  std::size_t row_ = 0;                          // the current one of rows_
-  bool inserted_ = false;                        // the current row is the one that was just inserted
-  std::vector<std::optional<Variant>> written_;  // values of the current row that were written since it was read
-  std::vector<bool> stale_;                      // written in pieces: only the backend has the value
-  bool anyWritten_ = false;
+  std::vector<KeptRow> rows_;         // kept ones
+  std::size_t row_ = 0;               // the current one of rows_
+  bool inserted_ = false;             // the current row is the one that was just inserted
+  std::unique_ptr<Changes> changes_;  // of a current row that is not kept
   std::size_t chunkField_ = SIZE_MAX;
   std::size_t chunkOffset_ = 0;
+  Variant chunkValue_;  // read in pieces
 };
 
 }  // namespace tamlo::ado::odbc

@@ -400,12 +400,14 @@ void ParameterSet::Bind(Bound& bound) {
 
 void ParameterSet::SendPieces(const Bound& bound) {
   std::vector<std::byte> piece(kPieceBytes);
-  while (const std::size_t count = bound.source(piece.data(), piece.size())) {
+  std::size_t count = bound.source(piece.data(), piece.size());
+  do {  // of an empty value an empty piece: without any the driver manager does not go on
     std::vector<std::byte> text;
     if (bound.shape.form != Form::kBytes) AppendText(text, {reinterpret_cast<const char*>(piece.data()), count}, bound.shape);
     auto* data = text.empty() ? piece.data() : text.data();
     statement_.Check(SQLPutData(statement_.Native(), data, static_cast<SQLLEN>(text.empty() ? count : text.size())));
-  }
+    if (count > 0) count = bound.source(piece.data(), piece.size());
+  } while (count > 0);
 }
 
 void ParameterSet::Execute() {

@@ -60,6 +60,12 @@ void RowWriter::EnsureTable() {
   keysKnown_ = true;
 }
 
+/// Where the driver tells the tables of columns, an expression has none.
+bool RowWriter::IsExpression(std::size_t field) const {
+  return columns_[field].table.empty() &&
+         std::any_of(columns_.begin(), columns_.end(), [](const ColumnDescription& column) { return !column.table.empty(); });
+}
+
 std::string RowWriter::Name(std::size_t field) const { return session_->Quoted(columns_[field].baseName); }
 
 const ParameterShape& RowWriter::Shape(std::size_t field) {
@@ -165,7 +171,7 @@ void RowWriter::Delete(const RowImage& old) { Change("DELETE FROM " + table_.tex
 std::optional<std::vector<Variant>> RowWriter::ReadWhere(const std::string& condition, const std::vector<std::size_t>& keyFields,
                                                          const RowImage& key) {
   std::string names;
-  for (std::size_t i = 0; i < fields_.size(); ++i) names += (i == 0 ? "" : ", ") + Name(i);
+  for (std::size_t i = 0; i < fields_.size(); ++i) names += (i == 0 ? "" : ", ") + (IsExpression(i) ? "NULL" : Name(i));
   Statement statement(session_);
   statement.Prepare("SELECT " + names + " FROM " + table_.text + condition);
   ParameterSet parameters(statement);
@@ -178,16 +184,16 @@ std::optional<std::vector<Variant>> RowWriter::ReadWhere(const std::string& cond
   return row;
 }
 
-std::optional<std::vector<Variant>> RowWriter::ReadInserted(std::span<const std::optional<Variant>> assigned) {
+std::optional<std::vector<Variant>> RowWriter::ReadBack(std::span<const std::optional<Variant>> known, bool justInserted) {
   EnsureTable();
   for (const auto& key : table_.keys) {
-    const bool complete =
-        std::all_of(key.begin(), key.end(), [&](std::size_t field) { return assigned[field] && !assigned[field]->IsNull(); });
+    const bool complete = std::all_of(key.begin(), key.end(), [&](std::size_t field) { return known[field] && !known[field]->IsNull(); });
     if (!complete) continue;
     std::string condition;
     for (const std::size_t field : key) condition += (condition.empty() ? " WHERE " : " AND ") + Name(field) + " = ?";
-    return ReadWhere(condition, key, [&](std::size_t field) { return *assigned[field]; });
+    return ReadWhere(condition, key, [&](std::size_t field) { return *known[field]; });
   }
+  if (!justInserted) return std::nullopt;
   const std::string query = LastCounterQuery(session_->Facts().backend);
   if (query.empty() || table_.keys.empty() || table_.keys.front().size() != 1) return std::nullopt;
   const std::size_t counter = table_.keys.front().front();

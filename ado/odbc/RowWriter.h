@@ -29,8 +29,9 @@ class RowWriter {
   void Update(std::span<const Assignment> values, const RowImage& old);
   void Delete(const RowImage& old);
 
-  /// Reads all fields of the row just inserted, found by the assigned key or the counter that the backend gave it; none when neither does.
-  [[nodiscard]] std::optional<std::vector<Variant>> ReadInserted(std::span<const std::optional<Variant>> assigned);
+  /// Reads all fields of a row, found by what is known of its key, or, while no other row has been inserted on this connection since,
+  /// by the counter that the backend gave to it (justInserted); none when neither is known. Columns that are expressions are null.
+  [[nodiscard]] std::optional<std::vector<Variant>> ReadBack(std::span<const std::optional<Variant>> known, bool justInserted);
 
  private:
   struct Condition {
@@ -40,6 +41,7 @@ class RowWriter {
   };
 
   void EnsureTable();
+  [[nodiscard]] bool IsExpression(std::size_t field) const;
   [[nodiscard]] Condition ConditionFor(const RowImage& old) const;
   [[nodiscard]] const ParameterShape& Shape(std::size_t field);
   [[nodiscard]] std::string Name(std::size_t field) const;

@@ -211,7 +211,9 @@ FetchPlan PlanFor(const FieldInfo& field, const DriverFacts& facts) {
   const bool anyValue = facts.backend == Backend::kSqlite;
   switch (field.type) {
     case adBoolean:
-      return anyValue ? Text(Form::kBooleanText, 16, facts) : Fixed(Form::kBit, SQL_C_BIT, 1);
+      if (anyValue) return Text(Form::kBooleanText, 16, facts);
+      // MariaDB's driver 3.1.15, fetching single rows as SQL_C_BIT, gives null for ever once it has given one.
+      return Fixed(Form::kBit, facts.backend == Backend::kMySql ? SQL_C_UTINYINT : SQL_C_BIT, 1);
     case adUnsignedTinyInt:
     case adTinyInt:
     case adSmallInt:

@@ -297,12 +297,22 @@ TEST_F(Recordset, LongValuesAreReadInPieces) {
   const ado::Field& note = rs.Fields("NOTE");
   EXPECT_EQ(note.ReadChunk(buffer.data(), buffer.size()), 5U);
   EXPECT_EQ(note.ReadChunk(buffer.data(), buffer.size()), 0U);
-  rs.Fields("NOTE").Value("aéb");
-  EXPECT_EQ(note.ReadChunk(buffer.data(), 2), 1U) << "the accented letter does not fit whole";
-  EXPECT_EQ(note.ReadChunk(buffer.data(), 2), 2U);
-  EXPECT_EQ(note.ReadChunk(buffer.data(), 2), 1U);
-  EXPECT_EQ(note.ReadChunk(buffer.data(), 2), 0U);
-  EXPECT_EQ(note.ReadChunk(buffer.data(), 2), 1U) << "reading starts anew after the end";
+  rs.Fields("NOTE").Value("abcédb");
+  EXPECT_EQ(note.ReadChunk(buffer.data(), 4), 3U) << "the accented letter does not fit whole";
+  EXPECT_EQ(note.ReadChunk(buffer.data(), 4), 4U);
+  EXPECT_EQ(note.ReadChunk(buffer.data(), 4), 0U);
+  EXPECT_EQ(note.ReadChunk(buffer.data(), 4), 3U) << "reading starts anew after the end";
+}
+
+TEST_F(Recordset, LongValuesAreNotReadInPiecesThatMayHaveNoRoomForACharacter) {
+  OpenArt();
+  std::array<std::byte, 4> buffer{};
+  rs.Fields("NOTE").Value("é");
+  for (const std::size_t capacity : {0U, 1U, 3U}) {
+    const auto failure = runtime::IgnoringErrors([&] { (void)rs.Fields("NOTE").ReadChunk(buffer.data(), capacity); });
+    EXPECT_EQ(failure.number, 5) << capacity;
+  }
+  EXPECT_EQ(rs.Fields("NOTE").ReadChunk(buffer.data(), buffer.size()), 2U);
 }
 
 TEST_F(Recordset, MovedObjectsKeepTheirRowsAndFields) {

@@ -93,6 +93,23 @@ TEST_F(JetRecordset, RowsDeletedMeanwhileAreSkippedByADynamicCursor) {
   EXPECT_EQ(TextOf(rows.Fields("Nom").Value()), "ZOLA");
 }
 
+TEST_F(JetRecordset, ARowDeletedByAnotherIsAFailureOfTheProvider) {
+  for (const int option : {1, 2}) {
+    const std::string source = option == 1 ? "Utl" : "SELECT * FROM Utl ORDER BY IdUtl";
+    auto rows = Opened(source, option);
+    EXPECT_FALSE(rows.Eof());
+    rows.Fields("Nom").Value("changé");
+    auto other = Opened(source, option);
+    other.Delete();
+    EXPECT_EQ(IgnoringErrors([&] { rows.Update(); }).number, runtime::kProviderFailure);
+    EXPECT_EQ(rows.EditMode(), ado::adEditInProgress);
+    rows.CancelUpdate();
+    EXPECT_EQ(IgnoringErrors([&] { rows.Delete(); }).number, runtime::kProviderFailure);
+    rows.MoveNext();
+    EXPECT_FALSE(rows.Eof());
+  }
+}
+
 TEST_F(JetRecordset, AStaticCursorKeepsWhatItRead) {
   auto rows = Opened("SELECT Nom FROM Utl ORDER BY IdUtl", 3);
   EXPECT_EQ(Rows(rows), "Dupont; élise; ZOLA");

@@ -46,6 +46,21 @@ class LongValues : public OdbcTest {
   }
 };
 
+TEST_P(LongValues, OfASourceThatGivesNothingAreEmpty) {
+  for (const char* what : {"text", "blob"}) {
+    MakeTable(what);
+    ado::Recordset rs = Open("SELECT * FROM l");
+    rs.AddNew();
+    rs.Fields("id").Value(std::int32_t{1});
+    rs.Fields("x").WriteFrom(Source(0));
+    rs.Update();
+    const Variant empty = what == std::string("text") ? Variant("") : Variant(runtime::Bytes());
+    EXPECT_EQ(Open("SELECT x FROM l").Fields(0).Value(), empty) << what;
+    rs.Close();
+    Execute("DROP TABLE l");
+  }
+}
+
 TEST_P(LongValues, BytesGoAndComeInPiecesWithinBoundedMemory) {
   MakeTable("blob");
   const std::size_t size = engine->Can().streams ? kLong : kLong / 16;

@@ -1,3 +1,7 @@
+#include <array>
+#include <cstring>
+#include <map>
+#include <utility>
 #include <vector>
 
 #include "tests/ado_odbc/Engine.h"
@@ -245,6 +249,96 @@ TEST_P(Rows, OnTheClientsSideAreKeptAndCanBeWritten) {
   rs.Find("[code]='D'");
   EXPECT_FALSE(rs.Eof());
   EXPECT_EQ(Scalar("SELECT qte FROM art WHERE code = 'A'"), "10");
+}
+
+TEST_P(Rows, KeptOnesGoOnBehindADeletedFirstOne) {
+  Execute("CREATE TABLE t (id INTEGER NOT NULL PRIMARY KEY)");
+  Execute("INSERT INTO t VALUES (1), (2), (3)");
+  ado::Recordset rows = Open("SELECT * FROM t ORDER BY id", ado::adOpenStatic);
+  EXPECT_FALSE(rows.Eof());
+  rows.Delete();
+  rows.MoveFirst();
+  ASSERT_FALSE(rows.Eof());
+  EXPECT_EQ(rows.Fields(0).Value(), Variant(std::int32_t{2}));
+  rows.MoveNext();
+  EXPECT_EQ(rows.Fields(0).Value(), Variant(std::int32_t{3}));
+}
+
+TEST_P(Rows, LongValuesOfKeptOnesAreReadInPiecesOneAfterTheOther) {
+  Execute("CREATE TABLE t (id INTEGER NOT NULL PRIMARY KEY, a " + engine->Type("text") + ", b " + engine->Type("text") + ")");
+  Execute("INSERT INTO t VALUES (1, 'abcdefghijkl', 'mnopqrstuvwx')");
+  ado::Recordset rows = Open("SELECT * FROM t", ado::adOpenStatic);
+  std::array<std::byte, 8> piece;
+  EXPECT_EQ(rows.Fields("a").ReadChunk(piece.data(), piece.size()), 8u);
+  EXPECT_EQ(rows.Fields("b").ReadChunk(piece.data(), piece.size()), 8u);
+  EXPECT_EQ(std::memcmp(piece.data(), "mnopqrst", 8), 0);
+}
+
+TEST_P(Rows, HaveTheValuesOfTheirColumnsOnceWritten) {
+  const std::vector<std::pair<ado::CursorLocation, ado::CursorType>> cursors{
+      {ado::adUseServer, ado::adOpenDynamic}, {ado::adUseClient, ado::adOpenDynamic}, {ado::adUseServer, ado::adOpenStatic}};
+  for (const auto& [location, cursor] : cursors) {
+    Execute("CREATE TABLE t (id INTEGER NOT NULL PRIMARY KEY, n INTEGER, d " + engine->Type("double") + ", m " + engine->Type("text") +
+            ", s VARCHAR(10))");
+    Execute("INSERT INTO t VALUES (1, 1, 1, 'one', 'one')");
+    connection.CursorLocation(location);
+    ado::Recordset rows = Open("SELECT * FROM t ORDER BY id", cursor);
+    const auto expectRow = [&](std::int32_t id) {
+      EXPECT_EQ(rows.Fields("id").Value(), Variant(id));
+      EXPECT_EQ(rows.Fields("n").Value(), Variant(std::int32_t{12}));
+      EXPECT_EQ(rows.Fields("d").Value(), Variant(3.0));
+      EXPECT_EQ(rows.Fields("m").Value(), Variant("pieces"));
+      EXPECT_EQ(rows.Fields("s").Value(), Variant("7"));
+    };
+    const auto assign = [&] {
+      rows.Fields("n").Value("12");
+      rows.Fields("d").Value(std::int16_t{3});
+      rows.Fields("s").Value(std::int32_t{7});
+      rows.Fields("m").WriteFrom([done = false](std::byte* buffer, std::size_t) mutable -> std::size_t {
+        if (std::exchange(done, true)) return 0;
+        std::memcpy(buffer, "pieces", 6);
+        return 6;
+      });
+      rows.Update();
+    };
+    EXPECT_FALSE(rows.Eof());
+    assign();
+    expectRow(1);
+    rows.AddNew();
+    rows.Fields("id").Value("2");
+    assign();
+    expectRow(2);
+    rows.MoveFirst();
+    expectRow(1);
+    rows.MoveNext();
+    expectRow(2);
+    rows.Close();
+    Execute("DROP TABLE t");
+  }
+  connection.CursorLocation(ado::adUseServer);
+}
+
+TEST_P(Rows, KeptOnesKnowTheCountersOfAddedOnes) {
+  const std::map<std::string, std::string> counters{{"SQLite", "INTEGER PRIMARY KEY AUTOINCREMENT"},
+                                                    {"MariaDB", "INTEGER NOT NULL AUTO_INCREMENT PRIMARY KEY"},
+                                                    {"PostgreSQL", "SERIAL PRIMARY KEY"}};
+  Execute("CREATE TABLE t (id " + counters.at(GetParam()) + ", s VARCHAR(10))");
+  connection.CursorLocation(ado::adUseClient);
+  ado::Recordset rows = Open("SELECT * FROM t ORDER BY id");
+  EXPECT_TRUE(rows.Eof());
+  for (const char* text : {"a", "b"}) {
+    rows.AddNew();
+    rows.Fields("s").Value(text);
+    rows.Update();
+  }
+  rows.MoveFirst();
+  EXPECT_EQ(rows.Fields("id").Value(), Variant(std::int32_t{1}));
+  rows.MoveNext();
+  EXPECT_EQ(rows.Fields("id").Value(), Variant(std::int32_t{2}));
+  rows.Fields("s").Value("c");
+  rows.Update();
+  EXPECT_EQ(Scalar("SELECT s FROM t WHERE id = 2"), "c");
+  EXPECT_EQ(Count("t"), 2);
 }
 
 TEST_P(Rows, NamesOfAnySpellingAreQuoted) {

@@ -189,6 +189,27 @@ TEST_P(Values, NullOfEveryType) {
   EXPECT_EQ(RoundTrip("VARCHAR(10)", Null{}), Variant(Null{}));
 }
 
+TEST_P(Values, TruthsBehindANullAreKeptInRowsOfLongValuesToo) {
+  Execute("CREATE TABLE t (id INTEGER NOT NULL PRIMARY KEY, x " + engine->Type("boolean") + ", m " + engine->Type("text") + ")");
+  const std::vector<Variant> truths{Null{}, true, false, Null{}, true, false};
+  {
+    ado::Recordset writer = Open("SELECT * FROM t");
+    for (std::size_t i = 0; i < truths.size(); ++i) {
+      writer.AddNew();
+      writer.Fields("id").Value(static_cast<std::int32_t>(i));
+      writer.Fields("x").Value(truths[i]);
+      writer.Update();
+    }
+  }
+  for (const char* query : {"SELECT id, x, m FROM t ORDER BY id", "SELECT id, x FROM t ORDER BY id"}) {
+    ado::Recordset reader = Open(query, ado::adOpenForwardOnly, ado::adLockUnspecified);
+    for (const Variant& truth : truths) {
+      EXPECT_EQ(reader.Fields("x").Value(), truth) << query;
+      reader.MoveNext();
+    }
+  }
+}
+
 TEST_P(Values, ExpressionsHaveTheirTypeOnceRead) {
   Execute("CREATE TABLE n (a INTEGER)");
   EXPECT_EQ(Open("SELECT MAX(a) FROM n").Fields(0).Value(), Variant(Null{}));
