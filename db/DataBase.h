@@ -149,6 +149,8 @@ class DataBase {
   [[nodiscard]] ado::Connection& Connexion() const;
   [[nodiscard]] ado::Catalog& Catalogue() const;
   [[nodiscard]] std::int16_t Kind16() const noexcept { return typ_; }
+  /// The listed table of that name, even where it is a number; else what ListeTbl finds.
+  [[nodiscard]] DbTbl& TableNommee(const std::string& nom);
 
  private:
   struct EntreeTbl {

@@ -36,6 +36,12 @@ auto& EntreeA(Entrees& entrees, std::int16_t indice) {
   return entrees[static_cast<std::size_t>(indice)];
 }
 
+/// The entry by its name alone: a table whose name is a number is not the one at that position.
+template <typename Entrees>
+auto EntreeNommee(Entrees& entrees, const std::string& nom) {
+  return std::find_if(entrees.begin(), entrees.end(), [&](const auto& entree) { return entree.nom == nom; });
+}
+
 /// A table that is there, as the backend spells it: a name of exactly that spelling goes first.
 std::string NomDansLaBase(ado::Catalog& catalogue, const std::string& nom) {
   const std::string coupe(runtime::Trim(nom));
@@ -58,6 +64,11 @@ std::int16_t DataBase::IndiceAlias(const std::string& alias) const {
 }
 
 DbTbl& DataBase::ListeTbl(const std::string& nom) { return *EntreeA(tables_, IndiceTbl(nom)).tbl; }
+
+DbTbl& DataBase::TableNommee(const std::string& nom) {
+  const auto entree = EntreeNommee(tables_, runtime::UpperCase(runtime::Trim(nom)));
+  return entree != tables_.end() ? *entree->tbl : ListeTbl(nom);
+}
 
 bool DataBase::ExisteTbl(const std::string& nom) {
   bool existe = false;
@@ -121,8 +132,7 @@ DbTbl& DataBase::AddTbl(std::unique_ptr<DbTbl> tbl) {
 void DataBase::SupTbl(const std::string& nom) {
   if (!ExisteTbl(nom)) return;
   const std::string cle = runtime::UpperCase(runtime::Trim(nom));
-  // By its name alone: a table whose name is a number is not the one at that position.
-  const auto entree = std::find_if(tables_.begin(), tables_.end(), [&](const EntreeTbl& e) { return e.nom == cle; });
+  const auto entree = EntreeNommee(tables_, cle);
   std::vector<std::pair<std::string, std::string>> nettoyages;
   const auto nettoie = [&](const std::string& catalogue, const std::string& colonne) {
     // The dropped table may be this catalog table itself, and a database may have none. Asked before the list must be read again.

@@ -75,7 +75,7 @@ CopieBilan DataBase::CopieDonnees(const std::string& nom, DataBase& cible, const
 CopieBilan DataBase::TblCopie(const std::string& nom, DataBase& cible, bool ajoute, bool copie, const CopieOptions& options) {
   RefuseSoiMeme(*this, cible, nom);
   // The indexes of an Oracle table are known by names that no other backend gives them.
-  if (ajoute) cible.AddTbl(MemeStructure(ListeTbl(nom), typ_ != TypOracle));
+  if (ajoute) cible.AddTbl(MemeStructure(TableNommee(nom), typ_ != TypOracle));
   return copie ? ddl::CopieLignes(*this, cible, nom, options) : CopieBilan{};
 }
 

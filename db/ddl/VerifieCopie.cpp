@@ -31,7 +31,7 @@ std::vector<ColonneComparee> Colonnes(const ado::Recordset& source, const ado::R
 /// Marks the columns of the first unique index that either side knows; none when there is no such index.
 void MarqueCle(std::vector<ColonneComparee>& colonnes, DataBase& base, const std::string& nom) {
   DbTbl* tbl = nullptr;
-  if (runtime::IgnoringErrors([&] { tbl = &base.ListeTbl(nom); })) return;
+  if (runtime::IgnoringErrors([&] { tbl = &base.TableNommee(nom); })) return;
   for (std::int16_t i = 0; i < tbl->NbIdx(); ++i) {
     const DbIdx& idx = tbl->ListeIdx(std::to_string(i));
     if (!idx.Unique() && !idx.Primary()) continue;

@@ -343,6 +343,26 @@ TEST_P(CopieStructure, KeysAndIndexesOfATableGoWithItsRows) {
   EXPECT_EQ(ajoute("3,1,'y'"), 0);
 }
 
+TEST_P(CopieStructure, ATableIsFoundByItsNameInAnyCaseEvenWhereItIsANumber) {
+  const auto& [depart, arrivee] = GetParam();
+  BaseOuverte ici(BackendNomme(depart));
+  BaseOuverte labas(BackendNomme(arrivee));
+  for (const char* nom : {"ART", "2", "2003"}) {
+    SCOPED_TRACE(nom);
+    auto definition = Table(nom, {{"ID", ado::adInteger, 4}, {"A", ado::adVarWChar, 20}});
+    definition->AddIdx(std::string("UQ") + nom, "ID", false, true);
+    ici.Cree(std::move(definition));
+    EXPECT_EQ(ici->TblCopie(nom, *labas, true, true).ecrites, 0) << "a table without rows";
+    for (const char* id : {"1", "2"}) ici->ExecuteSQL(std::string("INSERT INTO [") + nom + "] ([ID],[A]) VALUES (" + id + ",'x')");
+    EXPECT_EQ(ici->CopieDonnees(runtime::LowerCase(nom), *labas).ecrites, 2);
+    EXPECT_TRUE(labas->ExisteTbl(nom));
+    labas->ExecuteSQL(std::string("UPDATE [") + nom + "] SET [A]='y' WHERE [ID]=2");
+    const auto bilan = ici->VerifieCopie(nom, *labas);
+    EXPECT_EQ(bilan.differences, 1);
+    EXPECT_EQ(runtime::UpperCase(bilan.premiereDifference), std::string("TABLE ") + nom + ", LIGNE 2 (CLÉ ID=2), COLONNE A");
+  }
+}
+
 /// The journeys between kinds that have a column for type 131.
 std::vector<Voyage> Voyages131() {
   std::vector<Voyage> voyages = Voyages();
