@@ -1,9 +1,11 @@
 #include "db/ddl/ParamOra.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 
-#ifndef _WIN32
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <fcntl.h>
 #include <sys/file.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -161,7 +163,26 @@ TEST_F(ParamOraTest, ABlankVersionIsNoNumber) {
   AttendErreur(13, "la version du format n'est pas un nombre (\"\")");
 }
 
-#ifndef _WIN32
+#ifdef _WIN32
+
+/// A handle that shares the file with nobody, as another process would hold it.
+class Detenteur {
+ public:
+  enum class Verrou { kSansPartage };
+
+  Detenteur(const std::string& chemin, Verrou)
+      : fichier_(::CreateFileA(chemin.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr)) {
+    if (fichier_ == INVALID_HANDLE_VALUE) std::abort();
+  }
+  void Lache() { ::CloseHandle(fichier_); }
+
+ private:
+  HANDLE fichier_;
+};
+
+constexpr Detenteur::Verrou kVerrous[] = {Detenteur::Verrou::kSansPartage};
+
+#else
 
 /// Another process that holds a lock on the file until its pipe is closed.
 class Detenteur {
@@ -201,8 +222,12 @@ class Detenteur {
   int lache_ = -1;
 };
 
+constexpr Detenteur::Verrou kVerrous[] = {Detenteur::Verrou::kFichier, Detenteur::Verrou::kEnregistrement};
+
+#endif
+
 class HeldParamOra : public ParamOraTest, public testing::WithParamInterface<Detenteur::Verrou> {};
-INSTANTIATE_TEST_SUITE_P(ParamOra, HeldParamOra, testing::Values(Detenteur::Verrou::kFichier, Detenteur::Verrou::kEnregistrement));
+INSTANTIATE_TEST_SUITE_P(ParamOra, HeldParamOra, testing::ValuesIn(kVerrous));
 
 TEST_P(HeldParamOra, AFileHeldByAnotherProcessIsWaitedForAndReadOnceItIsReleased) {
   Ecrit("1\n10,,,,,,,,\n");
@@ -219,8 +244,6 @@ TEST_P(HeldParamOra, AFileHeldByAnotherProcessIsWaitedForAndReadOnceItIsReleased
   lecteur.join();
   EXPECT_EQ(pctFree, "10");
 }
-
-#endif
 
 }  // namespace
 }  // namespace tamlo::db::ddl
