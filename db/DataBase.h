@@ -30,7 +30,7 @@ inline constexpr const char* kRltKorv = "$RLTKORV$";
 /// What a copy of rows tells the program; see DataBase::CopieDonnees.
 struct CopieOptions {
   /// Called with the rows done, at most every 100 ms; false stops the copy between two rows. Not called between two Access files, where one
-  /// statement, whole or not at all, copies everything.
+  /// statement, whole or not at all, copies everything. It must leave the source alone, which another thread is reading.
   std::function<bool(std::int64_t lignes)> progression;
 };
 struct CopieBilan {

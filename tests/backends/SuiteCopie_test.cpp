@@ -363,6 +363,35 @@ TEST_P(CopieStructure, ATableIsFoundByItsNameInAnyCaseEvenWhereItIsANumber) {
   }
 }
 
+/// Journeys of a table whose fields have names as people give them.
+class CopieNoms : public testing::TestWithParam<Voyage> {};
+INSTANTIATE_TEST_SUITE_P(Backends, CopieNoms, testing::ValuesIn(VoyagesDeTables()),
+                         [](const auto& voyage) { return voyage.param.first + "Vers" + voyage.param.second; });
+
+TEST_P(CopieNoms, FieldsWithQuotesBlanksAndSignsGoThereAndBack) {
+  const auto& [depart, arrivee] = GetParam();
+  BaseOuverte ici(BackendNomme(depart));
+  BaseOuverte labas(BackendNomme(arrivee));
+  const std::vector<Champ> champs = {{"N° (1); %", ado::adInteger, 4}, {"Date d'entrée", ado::adDate}, {"L'été, où?", ado::adVarWChar, 20}};
+  ici.Cree(Table("Pièces d’or", champs));
+  auto rs = ici->OpenRecordSet("SELECT * FROM [Pièces d’or]", 2);
+  rs.AddNew();
+  rs.Fields("n° (1); %").Value(7);
+  rs.Fields("DATE D'ENTRÉE").Value(Instant(2003, 2, 1));
+  rs.Fields("L'été, où?").Value("d'or");
+  rs.Update();
+  rs.Close();
+  EXPECT_EQ(ici->CopieDonnees("Pièces d’or", *labas).ecrites, 1);
+  auto bilan = ici->VerifieCopie("Pièces d’or", *labas);
+  EXPECT_TRUE(bilan.Egales()) << bilan.premiereDifference;
+  labas.Rouvre();
+  EXPECT_THAT(ChampsEnMemoire(labas->ListeTbl("PIÈCES D’OR")), testing::ElementsAre("n° (1); %", "date d'entrée", "l'été, où?"));
+  ici->ExecuteSQL("DELETE * FROM [Pièces d’or]");
+  EXPECT_EQ(labas->CopieDonnees("Pièces d’or", *ici).ecrites, 1);
+  bilan = labas->VerifieCopie("Pièces d’or", *ici);
+  EXPECT_TRUE(bilan.Egales()) << bilan.premiereDifference;
+}
+
 /// The journeys between kinds that have a column for type 131.
 std::vector<Voyage> Voyages131() {
   std::vector<Voyage> voyages = Voyages();

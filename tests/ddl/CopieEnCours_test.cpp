@@ -144,7 +144,7 @@ TEST_F(CopieEnCours, RowsAreReadWhileOthersAreWritten) {
 }
 
 TEST_F(CopieEnCours, TheReadingRunsAheadBySomeMegabytesAlone) {
-  constexpr int kRangees = 3000;
+  constexpr int kRangees = 800;
   constexpr std::size_t kMemo = 64 * 1024;
   Ouvre(kRangees, std::string(kMemo, 'm'));
   suivi_.avantEcriture = [&] {
