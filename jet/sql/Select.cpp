@@ -263,7 +263,7 @@ SelectPlan Translator::ParseSelect(QueryOptions options) {
     std::string by;
     for (const int source : used) {
       possible = possible && scope.sources[static_cast<std::size_t>(source)].table != nullptr;
-      by += (by.empty() ? " GROUP BY " : ", ") + scope.sources[static_cast<std::size_t>(source)].sqlAlias + ".rowid";
+      by += (by.empty() ? " GROUP BY " : ", ") + scope.sources[static_cast<std::size_t>(source)].sqlAlias + scope.identity;
     }
     if (possible) tail += by;
   }
@@ -359,7 +359,7 @@ std::string Translator::RowIdentities(const Scope& scope, SelectPlan& plan, std:
     entry.optional = source.optional;
     if (source.table != nullptr) {
       entry.rowIdColumn = static_cast<int>(firstColumn);
-      list += ", " + source.sqlAlias + ".rowid AS r" + std::to_string(firstColumn++);
+      list += ", " + source.sqlAlias + scope.identity + " AS r" + std::to_string(firstColumn++);
     }
     plan.sources.push_back(std::move(entry));
   }
@@ -431,6 +431,7 @@ std::string Translator::ParseFrom(Scope& scope) {
   for (bool first = true; first || TakeSymbol(","); first = false) parts.push_back(ParseJoined(scope, false));
   for (std::size_t i = 0; i < parts.size(); ++i) {
     const bool joined = parts.size() > 1 && parts[i].find(" JOIN ") != std::string::npos;
+    if (joined) scope.identity = ".rid";
     sql += (i > 0 ? ", " : "") + (joined ? "(" + parts[i] + ")" : parts[i]);
   }
   return sql;
@@ -492,7 +493,9 @@ std::string Translator::ParseTableFactor(Scope& scope) {
     }
     std::string inner = ParseJoined(scope, false);
     ExpectSymbol(")");
-    return inner.find(" JOIN ") != std::string::npos ? "(" + inner + ")" : inner;
+    if (inner.find(" JOIN ") == std::string::npos) return inner;
+    scope.identity = ".rid";
+    return "(" + inner + ")";
   }
   const Token at = Peek();
   std::string file;

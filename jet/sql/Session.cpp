@@ -71,6 +71,9 @@ SessionState::SessionState(Database& mainDatabase, SessionOptions sessionOptions
     sqlite3_close_v2(connection);
     throw Error(ErrorCode::kIo, "the SQL evaluator cannot be started");
   }
+  // The Bloom filters of SQLite 3.40 take texts of different lengths for different: in this order "b" and "b " are the same.
+  constexpr unsigned kBloomFilters = 0x00080000;
+  sqlite3_test_control(SQLITE_TESTCTRL_OPTIMIZATIONS, connection, kBloomFilters);
   // Sorters and materialised subqueries spill to disk past SQLite's own cache budget; nothing else is stored here.
   RegisterFunctions(connection, options.text);
   RegisterModule(connection, *this);

@@ -74,7 +74,8 @@ int Connect(sqlite3* connection, void* module, int argumentCount, const char* co
     for (std::size_t i = 0; i < found->second->columns.size(); ++i) {
       declaration += (i > 0 ? ", c" : "c") + std::to_string(i) + " " + Declared(found->second->columns[i].type.type);
     }
-    const int code = sqlite3_declare_vtab(connection, (declaration + ")").c_str());
+    // The row's identity once more as a column: rowid is unknown outside of a join in parentheses.
+    const int code = sqlite3_declare_vtab(connection, (declaration + (found->second->columns.empty() ? "rid)" : ", rid)")).c_str());
     if (code != SQLITE_OK) return code;
     auto table = std::make_unique<VirtualTable>();
     table->state = &state;
@@ -99,6 +100,7 @@ struct Choice {
   int upper = -1;
   bool ordered = false;
   bool backward = false;
+  bool single = false;  // at most one row, whatever is looked up
   double cost = 0;
   double rows = 0;
 };
@@ -170,7 +172,8 @@ std::optional<Choice> Consider(sqlite3_index_info* info, const EngineTable& tabl
   const bool searched = !choice.equal.empty() || choice.lower >= 0 || choice.upper >= 0;
   // Rows whose key is null are missing in an index that ignores them: only a search on the key may use it.
   if (!searched && (!choice.ordered || index.ignoreNulls)) return std::nullopt;
-  if (choice.equal.size() == index.columns.size() && index.unique) {
+  choice.single = choice.equal.size() == index.columns.size() && index.unique;
+  if (choice.single) {
     choice.rows = 1;
   } else {
     choice.rows = rowCount;
@@ -202,7 +205,7 @@ void Take(sqlite3_index_info* info, const Choice& choice) {
   info->orderByConsumed = choice.ordered ? 1 : 0;
   info->estimatedCost = choice.cost;
   info->estimatedRows = static_cast<sqlite3_int64>(choice.rows);
-  if (choice.rows == 1) info->idxFlags |= SQLITE_INDEX_SCAN_UNIQUE;
+  if (choice.single) info->idxFlags |= SQLITE_INDEX_SCAN_UNIQUE;
 }
 
 constexpr int kByIdentity = -1;
@@ -460,11 +463,17 @@ int Next(sqlite3_vtab_cursor* base) {
 
 int Eof(sqlite3_vtab_cursor* base) { return static_cast<VirtualCursor*>(base)->end ? 1 : 0; }
 
+sqlite3_int64 Identity(const VirtualCursor& cursor) { return cursor.foreign != nullptr ? cursor.foreignRow : RowIdNumber(cursor.id); }
+
 int Column(sqlite3_vtab_cursor* base, sqlite3_context* context, int column) {
   auto& cursor = *static_cast<VirtualCursor*>(base);
   VirtualTable& table = TableOf(base);
   return Guard(*table.state, [&] {
     const auto position = static_cast<std::size_t>(column);
+    if (position >= table.table->columns.size()) {
+      sqlite3_result_int64(context, Identity(cursor));
+      return SQLITE_OK;
+    }
     if (cursor.foreign != nullptr) {
       ReturnValue(context, cursor.foreign->Get(position));
       return SQLITE_OK;
@@ -480,8 +489,7 @@ int Column(sqlite3_vtab_cursor* base, sqlite3_context* context, int column) {
 }
 
 int RowIdOf(sqlite3_vtab_cursor* base, sqlite3_int64* result) {
-  auto& cursor = *static_cast<VirtualCursor*>(base);
-  *result = cursor.foreign != nullptr ? cursor.foreignRow : RowIdNumber(cursor.id);
+  *result = Identity(*static_cast<VirtualCursor*>(base));
   return SQLITE_OK;
 }
 

@@ -43,6 +43,7 @@ struct ScopeSource {
 
 struct Scope {
   std::vector<ScopeSource> sources;
+  const char* identity = ".rowid";  ///< of a table's row; SQLite does not know this one where a join stands in parentheses
   const Scope* parent = nullptr;
   /// Output columns by folded name, for ORDER BY and later columns that use them.
   std::vector<std::pair<std::string, Expression>> outputs;

@@ -184,4 +184,43 @@ TEST_F(JetStrictness, AShiftOfKeysSucceedsWhereverTheRowsLie) {
   EXPECT_EQ(Rows("SELECT Count(*), Min(No), Max(No) FROM K"), "3000|0|2999");
 }
 
+class JetJoins : public SessionFixture {
+ protected:
+  void MakeTables() {
+    Run("CREATE TABLE A (Id LONG, T TEXT(10))");
+    Run("CREATE TABLE Z (K LONG, T TEXT(10))");
+    for (const char* row : {"1, 'b '", "2, 'Œuf'", "3, 'b'", "4, 'c'"}) Run(std::string("INSERT INTO A VALUES (") + row + ")");
+    for (const char* row : {"1, 'b'", "2, 'oeuf'", "3, 'B '"}) Run(std::string("INSERT INTO Z VALUES (") + row + ")");
+  }
+};
+
+TEST_F(JetJoins, NestedOnTheRightGiveRowsThatCanBeChanged) {
+  MakeTables();
+  const std::string from = "A LEFT JOIN (Z LEFT JOIN A AS B ON Z.K = B.Id) ON A.Id = Z.K";
+  EXPECT_EQ(Rows("SELECT A.Id, Z.T, B.T FROM " + from + " ORDER BY A.Id"), "1|b|b ; 2|oeuf|Œuf; 3|B |b; 4|NULL|NULL");
+  EXPECT_EQ(Rows("SELECT A.Id, B.Id FROM A, (Z INNER JOIN A AS B ON Z.K = B.Id) WHERE A.Id = 4 ORDER BY B.Id"), "4|1; 4|2; 4|3");
+  EXPECT_EQ(Rows("SELECT A.Id, Z.K FROM Z RIGHT JOIN (A LEFT JOIN A AS B ON A.Id = B.Id) ON A.Id = Z.K ORDER BY A.Id"),
+            "1|1; 2|2; 3|3; 4|NULL");
+  EXPECT_EQ(Run("UPDATE " + from + " SET Z.T = A.T & 'x' WHERE A.Id > 1"), 2);
+  EXPECT_EQ(Rows("SELECT T FROM Z ORDER BY K"), "b; Œufx; bx");
+  EXPECT_EQ(Run("DELETE Z.* FROM " + from + " WHERE B.Id = 2"), 1);
+  EXPECT_EQ(Rows("SELECT K FROM Z ORDER BY K"), "1; 3");
+}
+
+TEST_F(JetJoins, TextsOfDifferentLengthsThatAreTheSameMeet) {
+  MakeTables();
+  for (int i = 10; i < 60; ++i) Run("INSERT INTO Z VALUES (" + std::to_string(i) + ", 'x" + std::to_string(i) + "')");
+  EXPECT_EQ(Rows("SELECT A.Id, Z.K FROM A INNER JOIN Z ON A.T = Z.T ORDER BY A.Id, Z.K"), "1|1; 1|3; 2|2; 3|1; 3|3");
+  EXPECT_EQ(Rows("SELECT A.Id, Z.K FROM A LEFT JOIN (Z LEFT JOIN Z AS Y ON Z.K = Y.K) ON A.T = Z.T WHERE Len(Z.T) > 0 ORDER BY A.Id, Z.K"),
+            "1|1; 1|3; 2|2; 3|1; 3|3");
+}
+
+TEST_F(JetJoins, ALookupThatMayFindSeveralRowsIsNotTakenForOne) {
+  Run("CREATE TABLE A (Id LONG, C LONG)");
+  Run("CREATE INDEX ByC ON A (C)");
+  for (int i = 0; i < 8; ++i) Run("INSERT INTO A VALUES (" + std::to_string(i) + ", " + std::to_string(i / 4) + ")");
+  EXPECT_EQ(Rows("SELECT Q.Id FROM (SELECT A.Id FROM A LEFT JOIN A AS B ON A.C = B.C) AS Q WHERE Q.Id = 1"), "1; 1; 1; 1");
+  EXPECT_EQ(Rows("SELECT B.Id FROM A INNER JOIN A AS B ON A.C = B.C WHERE A.Id = 1 ORDER BY B.Id DESC"), "3; 2; 1; 0");
+}
+
 }  // namespace
