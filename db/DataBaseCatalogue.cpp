@@ -30,7 +30,10 @@ void DataBase::SauveTblCatalogue(DbTbl& tbl, ado::Recordset* rsTbl, ado::Records
   RecordsetCatalogue tables(*this, kTblKorv, rsTbl);
   AjouteLigne(tables.Rs(), kColonnesTbl, ValeursTbl(tbl));
   RecordsetCatalogue champs(*this, kFldKorv, rsFld);
-  for (std::int16_t i = 0; i < tbl.NbFld(); ++i) tbl.SauveFld(tbl.ListeFld(std::to_string(i)), &champs.Rs());
+  // By position: a field keeps its number when one before it is dropped, and the next one's number is their count.
+  for (std::int16_t i = 0; i < tbl.NbFld(); ++i) {
+    AjouteLigne(champs.Rs(), kColonnesFld, ValeursFld(tbl, tbl.ListeFld(std::to_string(i)), i));
+  }
   RecordsetCatalogue index(*this, kIdxKorv, rsIdx);
   for (std::int16_t i = 0; i < tbl.NbIdx(); ++i) tbl.SauveIdx(tbl.ListeIdx(std::to_string(i)), &index.Rs());
   index.Ferme();
@@ -53,7 +56,7 @@ void DataBase::RecreeCatalogue() {
     DbTbl& tbl = *entree.tbl;
     if (EstTableDuCatalogue(tbl.Nom())) continue;
     lignesTbl.Add(ValeursTbl(tbl));
-    for (std::int16_t i = 0; i < tbl.NbFld(); ++i) lignesFld.Add(ValeursFld(tbl, tbl.ListeFld(std::to_string(i))));
+    for (std::int16_t i = 0; i < tbl.NbFld(); ++i) lignesFld.Add(ValeursFld(tbl, tbl.ListeFld(std::to_string(i)), i));
     for (std::int16_t i = 0; i < tbl.NbIdx(); ++i) lignesIdx.Add(ValeursIdx(tbl, tbl.ListeIdx(std::to_string(i))));
   }
   lignesIdx.Flush();

@@ -15,7 +15,7 @@ void DbTbl::SauveFld(const DbFld& fld, ado::Recordset* rs) {
     if (!DbRequis().ExisteTbl(kFldKorv)) return;
     propre = DbRequis().OpenRecordSet("SELECT * FROM [$FLDKORV$]", 2);
   }
-  AjouteLigne(rs != nullptr ? *rs : propre, kColonnesFld, ValeursFld(*this, fld));
+  AjouteLigne(rs != nullptr ? *rs : propre, kColonnesFld, ValeursFld(*this, fld, fld.No()));
   if (rs == nullptr) propre.Close();
 }
 

@@ -102,8 +102,8 @@ bool ChercheCle(ado::Recordset& rs, const std::string& index, const std::string&
 
 std::array<runtime::Variant, kColonnesTbl.size()> ValeursTbl(const DbTbl& tbl) { return {tbl.Nom(), tbl.AvecMvt()}; }
 
-std::array<runtime::Variant, kColonnesFld.size()> ValeursFld(const DbTbl& tbl, const DbFld& fld) {
-  return {tbl.Nom(), fld.No(), fld.Nom()};
+std::array<runtime::Variant, kColonnesFld.size()> ValeursFld(const DbTbl& tbl, const DbFld& fld, std::int16_t numero) {
+  return {tbl.Nom(), numero, fld.Nom()};
 }
 
 std::array<runtime::Variant, kColonnesIdx.size()> ValeursIdx(const DbTbl& tbl, const DbIdx& idx) {

@@ -38,7 +38,7 @@ inline constexpr std::array kColonnesTbl{"NOM", "MVT"};
 inline constexpr std::array kColonnesFld{"TABLE", "NO", "NOM"};
 inline constexpr std::array kColonnesIdx{"TABLE", "NOM", "CHAMPS", "PRIMAIRE", "UNIQUE"};
 [[nodiscard]] std::array<runtime::Variant, kColonnesTbl.size()> ValeursTbl(const DbTbl& tbl);
-[[nodiscard]] std::array<runtime::Variant, kColonnesFld.size()> ValeursFld(const DbTbl& tbl, const DbFld& fld);
+[[nodiscard]] std::array<runtime::Variant, kColonnesFld.size()> ValeursFld(const DbTbl& tbl, const DbFld& fld, std::int16_t numero);
 [[nodiscard]] std::array<runtime::Variant, kColonnesIdx.size()> ValeursIdx(const DbTbl& tbl, const DbIdx& idx);
 /// Adds a row with these values to a recordset.
 void AjouteLigne(ado::Recordset& rs, std::span<const char* const> colonnes, std::span<const runtime::Variant> valeurs);
