@@ -167,6 +167,20 @@ TEST_P(EachKind, AnAddedFieldGoesToBackendMemoryAndCatalog) {
   }
 }
 
+TEST_P(EachKind, AnAddedFieldIsNormalisedInMemoryAndNeitherMandatoryNorFormatted) {
+  tbl_.AddFld("C", ado::adChar, 12, false);
+  tbl_.AddFld("D", ado::adInteger, 4, true);
+  const db::DbFld& c = tbl_.ListeFld("c");
+  EXPECT_EQ(c.Typ(), ado::adVarWChar);
+  EXPECT_EQ(c.Lg(), 12);
+  EXPECT_FALSE(c.EstCpt());
+  EXPECT_FALSE(c.Obg());
+  EXPECT_EQ(c.Fmt(), "");
+  EXPECT_EQ(c.Ini(), "");
+  EXPECT_TRUE(tbl_.ListeFld("d").EstCpt());
+  EXPECT_TRUE(tbl_.ExisteCpt());
+}
+
 TEST_P(EachKind, ARefusedFieldLeavesBackendMemoryAndCatalog) {
   base_.Provider().FailPrefix(GetParam().ajouteChamp.empty() ? "UTL" : "ALTER TABLE", kRefus, "refused");
   const auto erreur = Erreur([&] { tbl_.AddFld("C", ado::adSmallInt, 2, false); });
