@@ -458,6 +458,7 @@ TEST_F(NulVersAccess, AMemoIsRefusedWithTheRowNamedAndTheRowsBeforeItAreThere) {
   EXPECT_EQ(erreur.number, runtime::kProviderFailure);
   EXPECT_TRUE(erreur.description.starts_with("copie de la table T : ligne 2 : Le champ ne peut pas contenir de valeur Null"))
       << erreur.description;
+  EXPECT_TRUE(runtime::LowerCase(erreur.description).find("\"memo\"") != std::string::npos) << erreur.description;
   EXPECT_THAT(arrivees_, testing::ElementsAre("1a"));
 }
 
@@ -466,6 +467,7 @@ TEST_F(NulVersAccess, ATextOfAGenericSourceIsRefusedLikeAMemo) {
   EXPECT_EQ(erreur.number, runtime::kProviderFailure);
   EXPECT_TRUE(erreur.description.starts_with("copie de la table T : ligne 2 : Le champ ne peut pas contenir de valeur Null"))
       << erreur.description;
+  EXPECT_TRUE(runtime::LowerCase(erreur.description).find("\"texte\"") != std::string::npos) << erreur.description;
   EXPECT_THAT(arrivees_, testing::ElementsAre("1a"));
 }
 
