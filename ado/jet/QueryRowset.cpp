@@ -98,6 +98,7 @@ bool QueryRowset::MoveFirst() {
   kept_.clear();
   keptBytes_ = keptAt_ = 0;
   keptAll_ = false;
+  moved_.clear();
   return Advance();
 }
 
@@ -123,7 +124,7 @@ bool QueryRowset::Advance() {
         return false;
       }
       for (std::size_t i = 0; i < ids_.size(); ++i) ids_[i] = query_->Identity(i);
-      if (kind_ == Kind::kLive && !TakeRow()) continue;
+      if (kind_ == Kind::kLive && (moved_.contains(ids_) || !TakeRow())) continue;
       if (kind_ == Kind::kStatic && keeping_) KeepRow();
       return true;
     }
@@ -219,6 +220,17 @@ void QueryRowset::Insert(std::span<const Assignment> values) {
   });
 }
 
+bool QueryRowset::MayMove(std::span<const Assignment> values) const {
+  return std::any_of(values.begin(), values.end(), [&](const Assignment& value) {
+    const auto source = static_cast<std::size_t>(query_->Columns()[value.field].source);
+    const std::vector<jet::IndexDef>& indexes = SourceTable(source).table->Indexes();
+    return std::any_of(indexes.begin(), indexes.end(), [&](const jet::IndexDef& index) {
+      return std::any_of(index.columns.begin(), index.columns.end(),
+                         [&](const jet::IndexColumn& column) { return column.column == columns_[value.field]; });
+    });
+  });
+}
+
 void QueryRowset::Update(std::span<const Assignment> values) {
   std::fill(readers_.begin(), readers_.end(), nullptr);
   for (const Assignment& value : values) {
@@ -236,6 +248,7 @@ void QueryRowset::Update(std::span<const Assignment> values) {
       if (!own.empty()) Writer(source).Update(*ids_[source], own, columns_);
     }
     if (together) together->Commit();
+    if (!inserted_ && MayMove(values)) moved_.insert(ids_);
     for (std::size_t i = 0; i < fields_.size(); ++i) {
       const jet::sql::ResultColumn& column = query_->Columns()[i];
       if (column.source < 0 || IsLong(i)) continue;
@@ -250,6 +263,7 @@ void QueryRowset::Delete() {
   if (ids_.size() != 1 || !ids_[0]) throw AdoError(runtime::kOperationNotSupported, "la requête porte sur plusieurs tables");
   std::fill(readers_.begin(), readers_.end(), nullptr);
   Writer(0).Delete(*ids_[0]);
+  moved_.erase(ids_);
 }
 
 }  // namespace tamlo::ado::jetprovider

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <optional>
+#include <set>
 #include <vector>
 
 #include "ado/Provider.h"
@@ -13,7 +14,7 @@ namespace tamlo::ado::jetprovider {
 
 /// The rows of a query. Forward-only ones come as the query gives them. Static ones are kept as they were at first reading (within a
 /// budget of memory; a larger result is read anew by MoveFirst). Keyset and dynamic ones read each row from its table when they reach it,
-/// skip rows deleted meanwhile, and can be written when the query's rows are rows of local tables.
+/// skip rows deleted meanwhile and rows whose key they changed themselves, and can be written when the query's rows are rows of local tables.
 class QueryRowset final : public ProviderRowset {
  public:
   QueryRowset(JetConnection& connection, std::unique_ptr<jet::sql::Query> query, const RowsetRequest& request);
@@ -35,6 +36,8 @@ class QueryRowset final : public ProviderRowset {
   /// Takes the values of the row that a live cursor stands on; false when one of its rows is gone.
   bool TakeRow();
   void KeepRow();
+  /// True when the walk may meet the current row again once these values are in it.
+  [[nodiscard]] bool MayMove(std::span<const Assignment> values) const;
   [[nodiscard]] bool IsLong(std::size_t field) const;
   [[nodiscard]] std::unique_ptr<jet::LongValueReader> OpenLong(std::size_t field);
   [[nodiscard]] const jet::sql::EngineTable& SourceTable(std::size_t source) const;
@@ -45,11 +48,12 @@ class QueryRowset final : public ProviderRowset {
   Kind kind_;
   bool updatable_ = false;
   std::vector<FieldInfo> fields_;
-  std::vector<std::size_t> columns_;            // position in its table of each field
-  std::vector<std::optional<jet::RowId>> ids_;  // of the current row, one for each source
-  std::vector<Variant> values_;                 // of the current row, long values left out
-  std::vector<std::vector<Variant>> kept_;      // rows of a static cursor
-  std::size_t keptAt_ = 0;                      // row after the current one
+  std::vector<std::size_t> columns_;                        // position in its table of each field
+  std::vector<std::optional<jet::RowId>> ids_;              // of the current row, one for each source
+  std::set<std::vector<std::optional<jet::RowId>>> moved_;  // rows that may come again: an index has them at another place now
+  std::vector<Variant> values_;                             // of the current row, long values left out
+  std::vector<std::vector<Variant>> kept_;                  // rows of a static cursor
+  std::size_t keptAt_ = 0;                                  // row after the current one
   std::size_t keptBytes_ = 0;
   bool keptAll_ = false;
   bool keeping_ = true;

@@ -85,6 +85,27 @@ TEST_F(JetRecordset, DynamicRowsAreUpdatedAndDeletedWhereTheyStand) {
   EXPECT_EQ(Rows("SELECT IdUtl, Nom FROM Utl ORDER BY IdUtl"), "1|Dupont; 2|Élise B.");
 }
 
+TEST_F(JetRecordset, ARowWhoseKeyIsRaisedIsNotMetAgain) {
+  connection.Execute("CREATE TABLE K (Id LONG CONSTRAINT P PRIMARY KEY, N LONG)");
+  connection.Execute("CREATE INDEX ByN ON K (N)");
+  for (int i = 0; i < 20; ++i) connection.Execute("INSERT INTO K VALUES (" + std::to_string(i) + ", " + std::to_string(i) + ")");
+  for (const char* source : {"SELECT * FROM K WHERE N >= 0 ORDER BY N", "SELECT Id, N FROM K WHERE N >= 0",
+                             "SELECT A.Id, A.N FROM K AS A INNER JOIN K AS B ON A.Id = B.Id WHERE A.N >= 0 ORDER BY A.N"}) {
+    auto rows = Opened(source, 2);
+    int count = 0;
+    for (; !rows.Eof() && count < 100; rows.MoveNext(), ++count) {
+      rows.Fields("N").Value(runtime::ToDouble(rows.Fields("N").Value()) + 1000);
+      rows.Update();
+    }
+    EXPECT_EQ(count, 20) << source;
+    EXPECT_EQ(Rows("SELECT Count(*) FROM K WHERE N = Id + 1000"), "20") << source;
+    rows.MoveFirst();
+    EXPECT_FALSE(rows.Eof());
+    rows.Close();
+    connection.Execute("UPDATE K SET N = Id");
+  }
+}
+
 TEST_F(JetRecordset, RowsDeletedMeanwhileAreSkippedByADynamicCursor) {
   auto rows = Opened("SELECT Nom FROM Utl ORDER BY IdUtl", 2);
   EXPECT_FALSE(rows.Eof());
