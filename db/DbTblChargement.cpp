@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "ado/Types.h"
 #include "db/DataBase.h"
 #include "db/DbTbl.h"
@@ -39,6 +41,12 @@ TypeLongueur TypeDeColonne(std::int16_t kind, std::int16_t typ, double lg, std::
     return {ado::adDouble, precision == 15 && echelle == 0 ? kLgDecimal15 : kLgDouble};
   }
   return {typ, lg};
+}
+
+std::vector<ado::Column>::const_iterator ColonneDe(ado::Table& table, const std::string& nom) {
+  const std::string cherche = runtime::UpperCase(nom);
+  const auto& colonnes = table.Columns();
+  return std::find_if(colonnes.begin(), colonnes.end(), [&](const ado::Column& c) { return runtime::UpperCase(c.name) == cherche; });
 }
 
 }  // namespace
@@ -97,11 +105,12 @@ void DbTbl::ChargeFldCatalogue(ado::Table& table, ado::Recordset& rsFld) {
   const ado::Field& no = rsFld.Fields("NO");
   for (; !rsFld.Eof() && runtime::UpperCase(TexteCatalogue(tbl.Value())) == nom_; rsFld.MoveNext()) {
     const std::string champ = TexteCatalogue(nom.Value());
-    const ado::Column& colonne = table.ColumnNamed(champ);
+    const auto colonne = ColonneDe(table, champ);
+    if (colonne == table.Columns().end()) continue;  // dropped behind the layer's back: the backend knows what there is
     const auto [typ, lg] =
-        TypeDeColonne(kind, colonne.type, static_cast<double>(colonne.definedSize), colonne.precision, colonne.numericScale);
-    const bool estCpt = kind == TypJet && colonne.type == ado::adInteger && colonne.properties.Has("AutoIncrement") &&
-                        runtime::ToBoolean(colonne.properties.Item("AutoIncrement"));
+        TypeDeColonne(kind, colonne->type, static_cast<double>(colonne->definedSize), colonne->precision, colonne->numericScale);
+    const bool estCpt = kind == TypJet && colonne->type == ado::adInteger && colonne->properties.Has("AutoIncrement") &&
+                        runtime::ToBoolean(colonne->properties.Item("AutoIncrement"));
     (void)runtime::CheckedInt16(static_cast<std::int64_t>(champs_.size()) + 1);
     AjouteChampCharge(champ, typ, lg, estCpt, runtime::ToInt16(no.Value()));
   }

@@ -230,6 +230,20 @@ TEST_P(Structure, AnIndexThatWasDroppedBehindTheLayersBackIsCleanedAway) {
   EXPECT_EQ(base->ListeTbl("UTL").NbIdx(), 0);
 }
 
+TEST_P(Structure, AFieldThatWasDroppedBehindTheLayersBackHidesNeitherItsTableNorOthers) {
+  if (!Capacite().creeTables) GTEST_SKIP() << "a generic ODBC source has no catalog tables";
+  BaseOuverte base(Sur());
+  base.Cree(Table("UTL", {{"A", ado::adInteger, 4}, {"B", ado::adInteger, 4}, {"C", ado::adInteger, 4}}));
+  base.Cree(Table("VLM", {{"A", ado::adInteger, 4}})).AddIdx("IX", "A", false, true);
+  base->ExecuteSQL("ALTER TABLE [UTL] DROP COLUMN [B]");
+  base.Rouvre();
+  EXPECT_THAT(Champs(base->ListeTbl("UTL")), ElementsAre("a", "c"));
+  EXPECT_THAT(Champs(base->ListeTbl("VLM")), ElementsAre("a"));
+  EXPECT_THAT(Index(base->ListeTbl("VLM")), ElementsAre("IX(a)u"));
+  base->RecreeCatalogue();
+  EXPECT_THAT(CatalogueChamps(*base, "UTL"), ElementsAre("0 a", "1 c"));
+}
+
 TEST_P(Structure, TheCatalogIsRebuiltFromTheTableList) {
   if (!Capacite().creeTables) GTEST_SKIP() << "a generic ODBC source has no catalog tables";
   BaseOuverte base(Sur());
