@@ -231,6 +231,31 @@ bool QueryRowset::MayMove(std::span<const Assignment> values) const {
   });
 }
 
+jet::Table::RowTest QueryRowset::IsMeant(std::size_t source) {
+  std::vector<std::size_t> compared;
+  std::vector<std::size_t> ofKey;
+  const std::vector<std::size_t> key = OnEngine([&] { return Writer(source).KeyColumns(); });
+  std::vector<bool> found(key.size(), false);
+  for (std::size_t i = 0; i < fields_.size(); ++i) {
+    const jet::sql::ResultColumn& column = query_->Columns()[i];
+    if (column.source != static_cast<int>(source) || IsLong(i)) continue;
+    compared.push_back(i);
+    const auto at = std::find(key.begin(), key.end(), column.column);
+    if (at == key.end()) continue;
+    found[static_cast<std::size_t>(at - key.begin())] = true;
+    ofKey.push_back(i);
+  }
+  if (!key.empty() && std::find(found.begin(), found.end(), false) == found.end()) compared = std::move(ofKey);
+  return [this, compared = std::move(compared)](jet::Row& row) {
+    Variant now;
+    return std::all_of(compared.begin(), compared.end(), [&](std::size_t i) {
+      const jet::sql::ResultColumn& column = query_->Columns()[i];
+      ReadColumn(row, column.column, column.type.type, now);
+      return now == values_[i];
+    });
+  };
+}
+
 void QueryRowset::Update(std::span<const Assignment> values) {
   std::fill(readers_.begin(), readers_.end(), nullptr);
   for (const Assignment& value : values) {
@@ -245,7 +270,7 @@ void QueryRowset::Update(std::span<const Assignment> values) {
       for (const Assignment& value : values) {
         if (query_->Columns()[value.field].source == static_cast<int>(source)) own.push_back(value);
       }
-      if (!own.empty()) Writer(source).Update(*ids_[source], own, columns_);
+      if (!own.empty()) Writer(source).Update(*ids_[source], own, columns_, IsMeant(source));
     }
     if (together) together->Commit();
     if (!inserted_ && MayMove(values)) moved_.insert(ids_);
@@ -262,7 +287,7 @@ void QueryRowset::Update(std::span<const Assignment> values) {
 void QueryRowset::Delete() {
   if (ids_.size() != 1 || !ids_[0]) throw AdoError(runtime::kOperationNotSupported, "la requête porte sur plusieurs tables");
   std::fill(readers_.begin(), readers_.end(), nullptr);
-  Writer(0).Delete(*ids_[0]);
+  Writer(0).Delete(*ids_[0], IsMeant(0));
   moved_.erase(ids_);
 }
 

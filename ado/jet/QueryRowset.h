@@ -42,6 +42,8 @@ class QueryRowset final : public ProviderRowset {
   [[nodiscard]] std::unique_ptr<jet::LongValueReader> OpenLong(std::size_t field);
   [[nodiscard]] const jet::sql::EngineTable& SourceTable(std::size_t source) const;
   RowWriter& Writer(std::size_t source);
+  /// Whether the row of that source still has the key that was read, or all the short values that were where the key was not.
+  [[nodiscard]] jet::Table::RowTest IsMeant(std::size_t source);
 
   JetConnection& connection_;
   std::unique_ptr<jet::sql::Query> query_;

@@ -92,7 +92,7 @@ jet::Value RowWriter::Suited(std::size_t column, const jet::Value& value) const 
 
 jet::RowId RowWriter::Insert(std::span<const Assignment> values, const std::vector<std::size_t>& columns) {
   return OnEngine([&] {
-    jet::sql::RequireCurrent(*table_);
+    jet::sql::RequireWritable(*table_);
     if (!defaults_) defaults_ = session_.Defaults(*table_);
     Prepared prepared(*this, values, columns);
     for (const auto& [column, value] : *defaults_) {
@@ -106,21 +106,29 @@ jet::RowId RowWriter::Insert(std::span<const Assignment> values, const std::vect
   });
 }
 
-void RowWriter::Update(jet::RowId id, std::span<const Assignment> values, const std::vector<std::size_t>& columns) {
+void RowWriter::Update(jet::RowId id, std::span<const Assignment> values, const std::vector<std::size_t>& columns,
+                       const jet::Table::RowTest& isMeant) {
   OnEngine([&] {
-    jet::sql::RequireCurrent(*table_);
+    jet::sql::RequireWritable(*table_);
     const Prepared prepared(*this, values, columns);
-    OnRow([&] { table_->table->Update(id, prepared.list); });
+    OnRow([&] { table_->table->Update(id, prepared.list, isMeant); });
     session_.RowsChanged();
   });
 }
 
-void RowWriter::Delete(jet::RowId id) {
+void RowWriter::Delete(jet::RowId id, const jet::Table::RowTest& isMeant) {
   OnEngine([&] {
-    jet::sql::RequireCurrent(*table_);
-    OnRow([&] { table_->table->Delete(id); });
+    jet::sql::RequireWritable(*table_);
+    OnRow([&] { table_->table->Delete(id, isMeant); });
     session_.RowsChanged();
   });
+}
+
+std::vector<std::size_t> RowWriter::KeyColumns() const {
+  std::vector<std::size_t> columns;
+  if (const auto key = table_->table->PrimaryKey())
+    for (const jet::IndexColumn& column : table_->table->Indexes()[*key].columns) columns.push_back(column.column);
+  return columns;
 }
 
 }  // namespace tamlo::ado::jetprovider

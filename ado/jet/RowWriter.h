@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "ado/Provider.h"
+#include "jet/Table.h"
 #include "jet/sql/Session.h"
 
 namespace tamlo::ado::jetprovider {
@@ -19,8 +20,12 @@ class RowWriter {
 
   /// columns: position in the table of each field.
   jet::RowId Insert(std::span<const Assignment> values, const std::vector<std::size_t>& columns);
-  void Update(jet::RowId id, std::span<const Assignment> values, const std::vector<std::size_t>& columns);
-  void Delete(jet::RowId id);
+  /// isMeant tells whether the row of that identity is still the one that was read; else, or when it is gone, a failure of the provider.
+  void Update(jet::RowId id, std::span<const Assignment> values, const std::vector<std::size_t>& columns,
+              const jet::Table::RowTest& isMeant);
+  void Delete(jet::RowId id, const jet::Table::RowTest& isMeant);
+  /// The columns of the primary key, by their positions in the table; empty when there is none.
+  [[nodiscard]] std::vector<std::size_t> KeyColumns() const;
 
  private:
   class Prepared;

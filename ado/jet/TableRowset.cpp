@@ -102,17 +102,32 @@ void TableRowset::Insert(std::span<const Assignment> values) {
   OnEngine([&] { Take(id); });
 }
 
+jet::Table::RowTest TableRowset::IsMeant() {
+  std::vector<std::size_t> compared = OnEngine([&] { return writer_.KeyColumns(); });
+  if (compared.empty()) {
+    for (std::size_t i = 0; i < fields_.size(); ++i) compared.push_back(i);
+  }
+  return [this, compared = std::move(compared)](jet::Row& row) {
+    Variant now;
+    return std::all_of(compared.begin(), compared.end(), [&](std::size_t i) {
+      if (IsLong(table_->columns[i])) return true;
+      ReadColumn(row, i, table_->columns[i].type.type, now);
+      return now == values_[i];
+    });
+  };
+}
+
 void TableRowset::Update(std::span<const Assignment> values) {
   if (!id_) throw AdoError(runtime::kNoCurrentRecord);
   std::fill(readers_.begin(), readers_.end(), nullptr);
-  writer_.Update(*id_, values, columns_);
+  writer_.Update(*id_, values, columns_, IsMeant());
   OnEngine([&] { Take(*id_); });
 }
 
 void TableRowset::Delete() {
   if (!id_) throw AdoError(runtime::kNoCurrentRecord);
   std::fill(readers_.begin(), readers_.end(), nullptr);
-  writer_.Delete(*id_);
+  writer_.Delete(*id_, IsMeant());
   id_.reset();
 }
 

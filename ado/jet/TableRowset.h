@@ -35,6 +35,8 @@ class TableRowset final : public ProviderRowset {
  private:
   bool Advance();
   bool Take(jet::RowId id);
+  /// Whether the row still has the key that was read, or all the short values where the table has no key.
+  [[nodiscard]] jet::Table::RowTest IsMeant();
   bool SeekRow(const std::vector<jet::Value>& key, SeekOption option);
   /// Puts the walk of the index on the current row, so that MoveNext goes on behind it.
   void WalkFrom(jet::RowId id);

@@ -44,6 +44,7 @@ const EngineTable& Writable(const TablePointer& pointer) {
   const EngineTable& table = Engine(pointer);
   if (table.table == nullptr)
     throw Error(ErrorCode::kUnsupported, "rows of \"" + table.name + "\", behind an ODBC link, cannot be changed by a statement");
+  RequireWritable(table);
   return table;
 }
 
@@ -108,6 +109,7 @@ class Inserter {
 };
 
 std::int64_t InsertRows(SessionState& state, const EngineTable& table, const std::vector<std::size_t>& columns, const SelectPlan& plan) {
+  RequireWritable(table);
   Transactions transactions;
   if (table.database != nullptr) transactions.Join(*table.database);
   const auto query = OpenPlan(state, plan);

@@ -54,7 +54,17 @@ void RequireCurrent(const EngineTable& table) {
   table.checkedVersion = version;
 }
 
+void RequireWritable(const EngineTable& table) {
+  if (table.ofCatalog) throw Error(ErrorCode::kReadOnly, "the rows of \"" + table.name + "\" are the definitions of the database");
+  RequireCurrent(table);
+}
+
 namespace {
+
+bool IsOfCatalog(const CatalogObject& object) {
+  constexpr std::uint32_t kBootstrap = 0x80000000;
+  return object.kind == ObjectKind::kSystemTable && (object.flags & kBootstrap) != 0;
+}
 
 // The path in a link's connect text of another Access file: "...;DATABASE=path;...".
 std::string PathInConnect(const std::string& connect) {
@@ -185,6 +195,8 @@ std::shared_ptr<const EngineTable> SessionState::LinkedTable(const CatalogObject
   Database& other = OtherDatabase(path, link.name);
   try {
     auto table = Described(other, other.OpenTable(link.foreignName));
+    const CatalogObject* target = other.FindObject(link.foreignName);
+    table->ofCatalog = target != nullptr && IsOfCatalog(*target);
     table->name = link.name;
     return Declare(std::move(table));
   } catch (const Error& error) {
@@ -216,9 +228,12 @@ TablePointer SessionState::FindTable(std::string_view name, const std::string& f
   std::shared_ptr<const EngineTable> table;
   switch (object->kind) {
     case ObjectKind::kTable:
-    case ObjectKind::kSystemTable:
-      table = Declare(Described(source, source.OpenTable(object->name)));
+    case ObjectKind::kSystemTable: {
+      auto described = Described(source, source.OpenTable(object->name));
+      described->ofCatalog = IsOfCatalog(*object);
+      table = Declare(std::move(described));
       break;
+    }
     case ObjectKind::kJetLink:
     case ObjectKind::kOdbcLink:
       reading.reset();  // nobody waits here for what lies behind a link

@@ -53,12 +53,15 @@ struct EngineTable : TableInfo {
   Database* database = nullptr;  ///< null behind an ODBC link
   Table* table = nullptr;
   std::shared_ptr<ForeignTable> foreign;
+  bool ofCatalog = false;                    ///< one of the tables that hold the definitions: its rows are read only
   std::int32_t definition = 0;               ///< page of its definition: its identity in the file
   mutable std::uint64_t checkedVersion = 0;  ///< schema version of its database at which it was last found unchanged
 };
 
 /// Makes sure that the table is still defined as it was when it was found. Error kNotFound when it was dropped or its columns changed.
 void RequireCurrent(const EngineTable& table);
+/// The same before a change of its rows. Error kReadOnly for a table of the catalog too.
+void RequireWritable(const EngineTable& table);
 
 /// The rows of a query, forward only; Rewind begins anew. Rows are read ahead in blocks, so that a change made meanwhile to a row read
 /// ahead is not seen through Get; Identity tells which row of the table to read again. Must not outlive its session.

@@ -106,6 +106,17 @@ TEST_F(JetRecordset, ARowWhoseKeyIsRaisedIsNotMetAgain) {
   }
 }
 
+TEST_F(JetRecordset, RowsOfTheCatalogCannotBeWritten) {
+  for (const int option : {1, 2}) {
+    auto rows = Opened(option == 1 ? "MSysObjects" : "SELECT * FROM MSysObjects", option);
+    ASSERT_FALSE(rows.Eof());
+    const auto error = IgnoringErrors([&] { rows.Delete(); });
+    EXPECT_EQ(error.number, runtime::kProviderFailure);
+    EXPECT_NE(error.description.find("lecture seule"), std::string::npos) << error.description;
+  }
+  EXPECT_EQ(Rows("SELECT Count(*) FROM Utl"), "3");
+}
+
 TEST_F(JetRecordset, RowsDeletedMeanwhileAreSkippedByADynamicCursor) {
   auto rows = Opened("SELECT Nom FROM Utl ORDER BY IdUtl", 2);
   EXPECT_FALSE(rows.Eof());
@@ -128,6 +139,33 @@ TEST_F(JetRecordset, ARowDeletedByAnotherIsAFailureOfTheProvider) {
     EXPECT_EQ(IgnoringErrors([&] { rows.Delete(); }).number, runtime::kProviderFailure);
     rows.MoveNext();
     EXPECT_FALSE(rows.Eof());
+  }
+}
+
+TEST_F(JetRecordset, ANewRowInThePlaceOfADeletedOneIsNotTakenForIt) {
+  for (const char* key : {" CONSTRAINT PK PRIMARY KEY", ""}) {
+    for (const int option : {1, 2}) {
+      connection.Execute(std::string("CREATE TABLE Seul (No LONG") + key + ", Nom TEXT(10))");
+      connection.Execute("INSERT INTO Seul (No, Nom) VALUES (1, 'un')");
+      const std::string source = option == 1 ? "Seul" : "SELECT No, Nom FROM Seul";
+      auto rows = Opened(source, option);
+      auto other = Opened(source, option);
+      EXPECT_FALSE(rows.Eof());
+      EXPECT_FALSE(other.Eof());
+      other.Delete();
+      other.AddNew();
+      other.Fields("No").Value(std::int32_t{2});
+      other.Fields("Nom").Value("deux");
+      other.Update();
+      rows.Fields("Nom").Value("perdu");
+      EXPECT_EQ(IgnoringErrors([&] { rows.Update(); }).number, runtime::kProviderFailure);
+      rows.CancelUpdate();
+      EXPECT_EQ(IgnoringErrors([&] { rows.Delete(); }).number, runtime::kProviderFailure);
+      EXPECT_EQ(Rows("SELECT * FROM Seul"), "2|deux");
+      rows.Close();
+      other.Close();
+      connection.Execute("DROP TABLE Seul");
+    }
   }
 }
 

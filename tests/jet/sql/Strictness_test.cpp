@@ -184,6 +184,18 @@ TEST_F(JetStrictness, AShiftOfKeysSucceedsWhereverTheRowsLie) {
   EXPECT_EQ(Rows("SELECT Count(*), Min(No), Max(No) FROM K"), "3000|0|2999");
 }
 
+TEST_F(JetStrictness, TheDefinitionsOfTheDatabaseAreNotChangedAsRows) {
+  MakeTypes();
+  const std::string rows = Rows("SELECT Count(*) FROM MSysObjects");
+  for (const char* text : {"DELETE FROM MSysObjects", "UPDATE MSysObjects SET Name = 'x'", "INSERT INTO MSysObjects (Name) VALUES ('x')",
+                           "DELETE M.* FROM T, MSysACEs AS M", "INSERT INTO MSysQueries SELECT * FROM MSysQueries"}) {
+    const auto refusal = Refusal(text);
+    EXPECT_EQ(refusal.first, ErrorCode::kReadOnly) << text << refusal.second;
+  }
+  EXPECT_EQ(Rows("SELECT Count(*) FROM MSysObjects"), rows);
+  EXPECT_EQ(Rows("SELECT Id FROM T"), "1; 2");
+}
+
 class JetJoins : public SessionFixture {
  protected:
   void MakeTables() {
