@@ -153,12 +153,12 @@ void FollowChildren(Engine& engine, const ChildWork& work) {
     if (!table.ReadRow(change.row, row)) continue;  // another cascade has taken it already
     row = {};
     if (change.remove) {
-      table.DeleteRow(change.row);
+      table.DeleteRow(change.row, {});
       continue;
     }
     std::vector<Assignment> assignments;
     for (std::size_t i = 0; i < change.columns.size(); ++i) assignments.push_back({change.columns[i], &change.values[i], nullptr});
-    table.UpdateRow(change.row, assignments);
+    table.UpdateRow(change.row, assignments, {});
   }
 }
 

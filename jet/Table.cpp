@@ -171,14 +171,16 @@ RowId Table::Insert(std::span<const Value> values) {
 
 RowId Table::Insert(std::span<const Assignment> assignments) { return core_->InsertRow(assignments); }
 
-void Table::Update(RowId id, std::span<const Assignment> assignments) { core_->UpdateRow(id, assignments); }
+void Table::Update(RowId id, std::span<const Assignment> assignments, const RowTest& isMeant) {
+  core_->UpdateRow(id, assignments, isMeant);
+}
 
 void Table::Update(RowId id, std::span<const Value> values) {
   core_->Refresh();
-  core_->UpdateRow(id, core_->AllColumns(values));
+  core_->UpdateRow(id, core_->AllColumns(values), {});
 }
 
-void Table::Delete(RowId id) { core_->DeleteRow(id); }
+void Table::Delete(RowId id, const RowTest& isMeant) { core_->DeleteRow(id, isMeant); }
 
 bool Table::Read(RowId id, Row& row) {
   const ReadLock lock(core_->engine);

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -87,12 +88,16 @@ class Table {
   RowId Insert(std::span<const Value> values);
   /// The same with only some columns given; the others are null (auto-number: the next number).
   RowId Insert(std::span<const Assignment> assignments);
-  /// Changes some columns of a row; the identity stays. Errors as Insert, and kNotFound when there is no such row.
-  void Update(RowId id, std::span<const Assignment> assignments);
+  /// Whether a row is still the one that the caller means: the identity of a deleted row may go to a new one.
+  using RowTest = std::function<bool(Row&)>;
+
+  /// Changes some columns of a row; the identity stays. Errors as Insert, and kNotFound when there is no such row or isMeant, asked when
+  /// nobody else can change the row any more, says that it is another one.
+  void Update(RowId id, std::span<const Assignment> assignments, const RowTest& isMeant = {});
   /// Changes all columns.
   void Update(RowId id, std::span<const Value> values);
-  /// Errors: kNotFound when there is no such row, kUnsupported, kReadOnly.
-  void Delete(RowId id);
+  /// Errors: kNotFound as Update, kUnsupported, kReadOnly.
+  void Delete(RowId id, const RowTest& isMeant = {});
 
   /// Reads the row into the reusable object; false when there is no live row of that identity.
   [[nodiscard]] bool Read(RowId id, Row& row);

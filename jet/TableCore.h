@@ -66,8 +66,8 @@ class TableCore {
 
   // ----- rows (TableRows.cpp)
   RowId InsertRow(std::span<const Assignment> assignments);
-  void UpdateRow(RowId id, std::span<const Assignment> assignments);
-  void DeleteRow(RowId id);
+  void UpdateRow(RowId id, std::span<const Assignment> assignments, const Table::RowTest& isMeant);
+  void DeleteRow(RowId id, const Table::RowTest& isMeant);
   [[nodiscard]] bool ReadRow(RowId id, Row& row);
   /// Makes the row show the bytes of that slot, which is not a pointer. Errors: kDamaged.
   void Bind(Row& row, RowId id, const DataPage& data, const std::byte* pageBytes, PageNumber dataPage, unsigned slot);

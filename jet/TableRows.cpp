@@ -580,12 +580,12 @@ void TableCore::KeepCells() {
   }
 }
 
-void TableCore::UpdateRow(RowId id, std::span<const Assignment> assignments) {
+void TableCore::UpdateRow(RowId id, std::span<const Assignment> assignments, const Table::RowTest& isMeant) {
   ChangeScope scope(engine);
   Refresh();
   CheckWritable();
   (void)Columns();
-  if (!ReadRow(id, oldRow_)) throw Error(ErrorCode::kNotFound, "The row is no longer there");
+  if (!ReadRow(id, oldRow_) || (isMeant && !isMeant(oldRow_))) throw Error(ErrorCode::kNotFound, "The row is no longer there");
   KeepCells();
   std::vector<bool> assigned(cells_.size(), false);
   for (const auto& assignment : assignments) {
@@ -662,11 +662,11 @@ void TableCore::UpdateRow(RowId id, std::span<const Assignment> assignments) {
   scope.Done();
 }
 
-void TableCore::DeleteRow(RowId id) {
+void TableCore::DeleteRow(RowId id, const Table::RowTest& isMeant) {
   ChangeScope scope(engine);
   Refresh();
   CheckWritable();
-  if (!ReadRow(id, oldRow_)) throw Error(ErrorCode::kNotFound, "The row is no longer there");
+  if (!ReadRow(id, oldRow_) || (isMeant && !isMeant(oldRow_))) throw Error(ErrorCode::kNotFound, "The row is no longer there");
   ChildWork children = CollectChildren(*this, id, oldRow_, nullptr, {});
   if (!children.changes.empty()) scope.BeginNested();
   scope.Touching();
