@@ -69,7 +69,8 @@ class DbTbl {
   [[nodiscard]] std::int16_t NbFld() const noexcept { return static_cast<std::int16_t>(champs_.size()); }
   /// True when a field is a counter.
   [[nodiscard]] bool ExisteCpt() const noexcept;
-  /// Drops a field; nothing when there is none of that name or the backend refuses.
+  /// Drops a field; nothing when there is none of that name or the backend refuses. Indexes that the backend narrows or drops with it
+  /// follow in memory and catalog.
   void SupFld(const std::string& nom);
   [[nodiscard]] std::int16_t NbIdx() const noexcept { return static_cast<std::int16_t>(index_.size()); }
   /// True when the name is known; always true for a number.
@@ -90,6 +91,8 @@ class DbTbl {
   using CacheCles = std::optional<std::vector<CleMySql>>;
   void AjouteChampCharge(const std::string& nom, std::int16_t typ, double lg, bool estCpt, std::int16_t no);
   void AjouteIndexCharge(const ado::Index& index, CacheCles& cles);
+  /// Takes a dropped field out of the indexes where the backend has done so; those without fields are gone.
+  void IndexSansChamp(const std::string& champ);
   [[nodiscard]] bool EstTableCatalogue() const noexcept;
   [[nodiscard]] DataBase& DbRequis() const;
 

@@ -8,6 +8,17 @@
 
 namespace tamlo::db {
 
+namespace {
+
+bool Porte(const DbIdx& idx, const std::string& champ) {
+  for (std::int16_t i = 0; i < idx.NbFld(); ++i) {
+    if (runtime::UpperCase(idx.NomFld(i)) == runtime::UpperCase(champ)) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
 void DbTbl::SauveFld(const DbFld& fld, ado::Recordset* rs) {
   if (EstTableCatalogue()) return;
   ado::Recordset propre;
@@ -46,14 +57,38 @@ void DbTbl::SupFld(const std::string& nom) {
   if (position < 0 || position >= NbFld()) return;
   const auto place = champs_.begin() + position;
   const std::string champ = (*place)->Nom();
+  bool suivis = false;  // the backend has an index over the field: it may change with it
   if (db_ != nullptr) {
+    for (const auto& idx : index_) {
+      const auto base = Porte(*idx, champ) ? ddl::IndexRestant(*db_, *this, *idx) : std::nullopt;
+      suivis = suivis || (base && !base->columns.empty());
+    }
     const auto refus = runtime::IgnoringErrors([&] { db_->ExecuteSQL("ALTER TABLE [" + nom_ + "] DROP COLUMN [" + champ + "]"); });
     if (refus) return;
   }
   champs_.erase(place);
-  if (db_ == nullptr || !db_->ExisteTbl(kFldKorv)) return;
-  SupprimeLignes(*db_, kFldKorv, {{"TABLE", nom_}, {"NOM", champ}});
-  RenumeroteChamps(*db_, nom_, position);
+  if (db_ == nullptr) return;
+  if (db_->ExisteTbl(kFldKorv)) {
+    SupprimeLignes(*db_, kFldKorv, {{"TABLE", nom_}, {"NOM", champ}});
+    RenumeroteChamps(*db_, nom_, position);
+  }
+  if (suivis) IndexSansChamp(champ);
+}
+
+void DbTbl::IndexSansChamp(const std::string& champ) {
+  for (std::size_t i = 0; i < index_.size();) {
+    DbIdx& idx = *index_[i++];
+    if (!Porte(idx, champ)) continue;
+    const auto reste = ddl::IndexRestant(*db_, *this, idx);
+    if (!reste) continue;
+    if (db_->ExisteTbl(kIdxKorv)) SupprimeLignes(*db_, kIdxKorv, {{"TABLE", nom_}, {"NOM", idx.Nom()}});
+    if (reste->columns.empty()) {
+      index_.erase(index_.begin() + static_cast<std::ptrdiff_t>(--i));
+    } else {
+      idx.Init(*reste, this);
+      SauveIdx(idx, nullptr);
+    }
+  }
 }
 
 void DbTbl::AddIdx(const std::string& nom, const std::string& champs, bool primaire, bool unique) {

@@ -1,6 +1,7 @@
 #include "db/ddl/Generateur.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "db/DataBase.h"
 #include "db/ddl/GenerateurAdox.h"
@@ -122,6 +123,31 @@ bool SupprimeIndex(DataBase& db, DbTbl& tbl, const DbIdx& idx) {
   const auto encore = runtime::IgnoringErrors([&] { db.ExecuteSQL(generateur.TexteSupIndex(tbl, nom, idx.Primary())); });
   if (!encore) return true;
   return Cherche(db, tbl, nom) == Presence::kAbsent && generateur.SupprimeHomologue(db, tbl, idx);
+}
+
+std::optional<ado::Index> IndexRestant(DataBase& db, const DbTbl& tbl, const DbIdx& idx) {
+  std::optional<ado::Index> reste;
+  runtime::IgnoringErrors([&] {
+    db.Catalogue().Refresh();
+    ado::Table* table = db.Catalogue().Find(tbl.Nom());
+    if (table == nullptr) return;
+    const std::string nom = runtime::UpperCase(idx.Nom());
+    const std::string nomBase = runtime::UpperCase(NomIndexBase(db, tbl, idx.Nom()));
+    const auto& indexes = table->Indexes();
+    const auto base = std::find_if(indexes.begin(), indexes.end(), [&](const ado::Index& i) {
+      const std::string sien = runtime::UpperCase(i.name);
+      return sien == nom || sien == nomBase || (idx.Primary() && i.primaryKey);
+    });
+    ado::Index garde = Description(idx);
+    std::erase_if(garde.columns, [&](const ado::Column& colonne) {
+      if (base == indexes.end()) return true;
+      const std::string cherche = runtime::UpperCase(colonne.name);
+      return std::none_of(base->columns.begin(), base->columns.end(),
+                          [&](const ado::Column& sienne) { return runtime::UpperCase(sienne.name) == cherche; });
+    });
+    reste = std::move(garde);
+  });
+  return reste;
 }
 
 void SupprimeTable(DataBase& db, const std::string& nom, const DbTbl* tbl) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "ado/Catalog.h"
@@ -34,6 +35,10 @@ void CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index);
 /// description decides. True when the index is no longer there, so that memory and catalog are to be cleaned; false when it still is.
 /// Refusals are not raised.
 [[nodiscard]] bool SupprimeIndex(DataBase& db, DbTbl& tbl, const DbIdx& idx);
+
+/// The index as it is kept in memory, without the fields that the backend no longer has in it: without any when the index is gone. Nothing
+/// when the backend does not answer.
+[[nodiscard]] std::optional<ado::Index> IndexRestant(DataBase& db, const DbTbl& tbl, const DbIdx& idx);
 
 /// Sends the DROP TABLE text of the kind directly on the connection, untranslated. tbl: the listed definition, which gives Oracle its
 /// owner, or nullptr when the table is not listed. The caller refreshes the connection's catalog.
