@@ -148,7 +148,11 @@ void OdbcRowset::ReadBack(Changes& changes) {
   for (std::size_t i = 0; i < known.size() && !changes.inserted; ++i) {
     if (!changes.Touches(i)) known[i] = Stored(i);
   }
-  changes.asStored = writer_->ReadBack(known, changes.inserted && inserted_);
+  changes.asStored = writer_->ReadBack(known, changes.counter);
+  if (!changes.asStored && changes.inserted && inserted_ && !changes.counterAsked) {
+    AskForCounter(changes);
+    if (changes.counter) changes.asStored = writer_->ReadBack(known, changes.counter);
+  }
   if (changes.asStored) return;
   // Not to be found again: what is known of it.
   changes.asStored.emplace();
@@ -224,19 +228,24 @@ void OdbcRowset::Insert(std::span<const Assignment> values) {
   }
   Remember(values, true);
   inserted_ = true;
-  // The counter that a kept row got can be asked for now only, while no other row is inserted on this connection. The row is written:
-  // a failure of the asking is none of the writing.
-  if (keep && LacksCounter(*rows_[row_].changes)) (void)runtime::IgnoringErrors([&] { (void)Value(0); });
+  // The row is written: a failure of the asking is none of the writing.
+  if (MayHaveCounter(*CurrentChanges())) (void)runtime::IgnoringErrors([&] { AskForCounter(*CurrentChanges()); });
 }
 
-bool OdbcRowset::LacksCounter(const Changes& changes) const {
+/// Where the fields tell of a counter it is asked for at once: another row inserted on this connection would answer for this one.
+bool OdbcRowset::MayHaveCounter(const Changes& changes) const {
   const bool anyIntegerCounts = session_->Facts().backend == Backend::kSqlite;
   for (std::size_t i = 0; i < fields_.size(); ++i) {
-    const bool integer = fields_[i].type == adInteger || fields_[i].type == adBigInt || fields_[i].type == adUnsignedInt ||
-                         fields_[i].type == adUnsignedBigInt || fields_[i].type == adSmallInt;
-    if (!changes.Touches(i) && integer && (fields_[i].autoIncrement || anyIntegerCounts)) return true;
+    if (!changes.Touches(i) && IsCountingType(fields_[i].type) && (fields_[i].autoIncrement || anyIntegerCounts)) return true;
   }
   return false;
+}
+
+void OdbcRowset::AskForCounter(Changes& changes) {
+  changes.counterAsked = true;
+  changes.counter = writer_->LastCounter();
+  // Given by the caller: it counts for nothing.
+  if (changes.counter && changes.Touches(changes.counter->field)) changes.counter.reset();
 }
 
 void OdbcRowset::Update(std::span<const Assignment> values) {

@@ -41,6 +41,8 @@ class OdbcRowset final : public ProviderRowset {
     std::vector<std::optional<Variant>> written;  // as it was given
     std::vector<bool> pieces;                     // given in pieces
     bool inserted = false;
+    std::optional<RowWriter::Counter> counter;  // that the backend gave to an inserted row, once asked for
+    bool counterAsked = false;
     std::optional<Row> asStored;  // once read back
 
     [[nodiscard]] bool Touches(std::size_t field) const { return written[field] || pieces[field]; }
@@ -62,7 +64,8 @@ class OdbcRowset final : public ProviderRowset {
   void ReadBack(Changes& changes);
   /// The value by which the current row is found.
   [[nodiscard]] Variant OldValue(std::size_t field);
-  [[nodiscard]] bool LacksCounter(const Changes& changes) const;
+  [[nodiscard]] bool MayHaveCounter(const Changes& changes) const;
+  void AskForCounter(Changes& changes);
   void Remember(std::span<const Assignment> values, bool inserted);
   std::size_t ChunkOf(std::size_t field, std::byte* buffer, std::size_t capacity);
 

@@ -6,6 +6,7 @@
 #include "ado/Errors.h"
 #include "ado/odbc/RowReader.h"
 #include "ado/odbc/SqlText.h"
+#include "ado/odbc/TypeMap.h"
 #include "runtime/Error.h"
 
 namespace tamlo::ado::odbc {
@@ -184,7 +185,29 @@ std::optional<std::vector<Variant>> RowWriter::ReadWhere(const std::string& cond
   return row;
 }
 
-std::optional<std::vector<Variant>> RowWriter::ReadBack(std::span<const std::optional<Variant>> known, bool justInserted) {
+std::optional<RowWriter::Counter> RowWriter::LastCounter() {
+  const std::string query = LastCounterQuery(session_->Facts().backend);
+  if (query.empty()) return std::nullopt;
+  std::optional<std::size_t> field;
+  for (std::size_t i = 0; i < fields_.size() && !field; ++i) {
+    if (fields_[i].autoIncrement && IsCountingType(fields_[i].type)) field = i;
+  }
+  if (!field) {
+    EnsureTable();
+    if (table_.keys.empty() || table_.keys.front().size() != 1 || !IsCountingType(fields_[table_.keys.front().front()].type))
+      return std::nullopt;
+    field = table_.keys.front().front();
+  }
+  Statement statement(session_);
+  statement.ExecuteDirect(query);
+  if (!statement.Fetch()) return std::nullopt;
+  const std::int64_t value = statement.Integer(1, 0);
+  if (value == 0) return std::nullopt;
+  return Counter{*field, Variant(value)};
+}
+
+std::optional<std::vector<Variant>> RowWriter::ReadBack(std::span<const std::optional<Variant>> known,
+                                                        const std::optional<Counter>& counter) {
   EnsureTable();
   for (const auto& key : table_.keys) {
     const bool complete = std::all_of(key.begin(), key.end(), [&](std::size_t field) { return known[field] && !known[field]->IsNull(); });
@@ -193,17 +216,8 @@ std::optional<std::vector<Variant>> RowWriter::ReadBack(std::span<const std::opt
     for (const std::size_t field : key) condition += (condition.empty() ? " WHERE " : " AND ") + Name(field) + " = ?";
     return ReadWhere(condition, key, [&](std::size_t field) { return *known[field]; });
   }
-  if (!justInserted) return std::nullopt;
-  const std::string query = LastCounterQuery(session_->Facts().backend);
-  if (query.empty() || table_.keys.empty() || table_.keys.front().size() != 1) return std::nullopt;
-  const std::size_t counter = table_.keys.front().front();
-  const auto type = fields_[counter].type;
-  if (type != adInteger && type != adBigInt && type != adUnsignedInt && type != adUnsignedBigInt && type != adSmallInt) return std::nullopt;
-  Statement statement(session_);
-  statement.ExecuteDirect(query);
-  if (!statement.Fetch()) return std::nullopt;
-  const Variant value = statement.Integer(1, 0);
-  return ReadWhere(" WHERE " + Name(counter) + " = ?", {counter}, [&](std::size_t) { return value; });
+  if (!counter) return std::nullopt;
+  return ReadWhere(" WHERE " + Name(counter->field) + " = ?", {counter->field}, [&](std::size_t) { return counter->value; });
 }
 
 }  // namespace tamlo::ado::odbc

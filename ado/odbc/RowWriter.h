@@ -29,9 +29,17 @@ class RowWriter {
   void Update(std::span<const Assignment> values, const RowImage& old);
   void Delete(const RowImage& old);
 
-  /// Reads all fields of a row, found by what is known of its key, or, while no other row has been inserted on this connection since,
-  /// by the counter that the backend gave to it (justInserted); none when neither is known. Columns that are expressions are null.
-  [[nodiscard]] std::optional<std::vector<Variant>> ReadBack(std::span<const std::optional<Variant>> known, bool justInserted);
+  /// The number that the backend gave to the row which was inserted last on this connection, and its field; none where nothing counts.
+  struct Counter {
+    std::size_t field;
+    Variant value;
+  };
+  [[nodiscard]] std::optional<Counter> LastCounter();
+
+  /// Reads all fields of a row, found by what is known of its key, or by its counter; none when neither is known. Columns that are
+  /// expressions are null.
+  [[nodiscard]] std::optional<std::vector<Variant>> ReadBack(std::span<const std::optional<Variant>> known,
+                                                             const std::optional<Counter>& counter);
 
  private:
   struct Condition {

@@ -21,6 +21,11 @@ namespace tamlo::ado::odbc {
 /// Bytes that a value of a fixed-length type takes, as ADO's DefinedSize gives it; 0 for the other types.
 [[nodiscard]] std::int64_t FixedSize(std::int16_t type);
 
+/// True for the whole numbers that can count.
+[[nodiscard]] constexpr bool IsCountingType(std::int16_t type) noexcept {
+  return type == adSmallInt || type == adInteger || type == adBigInt || type == adUnsignedInt || type == adUnsignedBigInt;
+}
+
 /// Sizes from which on texts (characters) and bytes are read in pieces instead of being bound.
 constexpr std::int64_t kLongestBoundText = 2000;
 constexpr std::int64_t kLongestBoundBytes = 4000;

@@ -4,6 +4,7 @@
 #include <utility>
 #include <vector>
 
+#include "runtime/Conversions.h"
 #include "tests/ado_odbc/Engine.h"
 
 namespace tamlo::tests {
@@ -316,6 +317,33 @@ TEST_P(Rows, HaveTheValuesOfTheirColumnsOnceWritten) {
     Execute("DROP TABLE t");
   }
   connection.CursorLocation(ado::adUseServer);
+}
+
+TEST_P(Rows, ACounterIsThatOfItsOwnRowWhoeverInsertsBeforeItIsRead) {
+  const std::map<std::string, std::string> counters{{"SQLite", "INTEGER PRIMARY KEY AUTOINCREMENT"},
+                                                    {"MariaDB", "INTEGER AUTO_INCREMENT PRIMARY KEY"},
+                                                    {"PostgreSQL", "SERIAL PRIMARY KEY"}};
+  for (const char* table : {"a", "b"})
+    Execute("CREATE TABLE " + std::string(table) + " (id " + counters.at(GetParam()) + ", s VARCHAR(10))");
+  Execute("INSERT INTO b (s) VALUES ('1')");
+  Execute("INSERT INTO b (s) VALUES ('2')");
+  auto first = Open("SELECT * FROM a");
+  first.AddNew();
+  first.Fields("s").Value("a");
+  first.Update();
+  auto second = Open("SELECT * FROM b");
+  second.AddNew();
+  second.Fields("s").Value("b");
+  second.Update();
+  Execute("INSERT INTO b (s) VALUES ('4')");
+  EXPECT_EQ(runtime::ToInt32(first.Fields("id").Value()), 1);
+  EXPECT_EQ(runtime::ToInt32(second.Fields("id").Value()), 3);
+  EXPECT_EQ(first.Fields("s").Value(), Variant("a"));
+  // Changed after that, it is still the same row.
+  first.Fields("s").Value("c");
+  first.Update();
+  EXPECT_EQ(Scalar("SELECT s FROM a WHERE id = 1"), "c");
+  EXPECT_EQ(Count("a"), 1);
 }
 
 TEST_P(Rows, KeptOnesKnowTheCountersOfAddedOnes) {
