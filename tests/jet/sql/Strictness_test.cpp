@@ -164,9 +164,16 @@ TEST_F(JetStrictness, StatementsOfAMegabyteAreAnsweredOrRefusedAtOnce) {
 
 TEST_F(JetStrictness, WhatNestsTooDeeplyIsSaidSo) {
   MakeWide();
-  const auto refusal = Refusal("SELECT " + Repeated("Abs(", 90) + "1" + Repeated(")", 90));
-  EXPECT_EQ(refusal.first, ErrorCode::kUnsupported);
-  EXPECT_EQ(refusal.second, "the statement is nested too deeply");
+  const auto nested = [](int depth) { return "SELECT " + Repeated("Abs(", depth) + "1" + Repeated(")", depth); };
+  EXPECT_EQ(Rows(nested(10)), "1");
+  EXPECT_EQ(Refusal(nested(5000)).first, ErrorCode::kUnsupported);
+  // Between the two it is the evaluator's version that decides; SQLite before 3.46 has a stack of a hundred.
+  try {
+    EXPECT_EQ(Rows(nested(90)), "1");
+  } catch (const Error& error) {
+    EXPECT_EQ(error.Code(), ErrorCode::kUnsupported);
+    EXPECT_STREQ(error.what(), "the statement is nested too deeply");
+  }
 }
 
 TEST_F(JetStrictness, AShiftOfKeysSucceedsWhereverTheRowsLie) {
