@@ -82,8 +82,12 @@ std::string_view TexteDeDate(std::string_view sql, std::size_t p, std::size_t e)
 enum class Ordre : std::uint8_t { kAnDevant, kJourDevant, kAutre };
 
 Ordre OrdreDe(std::string_view fmtDate) {
-  if (fmtDate == "YYYY-MM-DD") return Ordre::kAnDevant;
-  return fmtDate == "DD-MM-YYYY" ? Ordre::kJourDevant : Ordre::kAutre;
+  constexpr std::string_view kAn = "YYYY-MM-DD";
+  constexpr std::string_view kJour = "DD-MM-YYYY";
+  // A known length spares a call.
+  if (fmtDate.size() != kAn.size()) return Ordre::kAutre;
+  if (std::memcmp(fmtDate.data(), kAn.data(), kAn.size()) == 0) return Ordre::kAnDevant;
+  return std::memcmp(fmtDate.data(), kJour.data(), kJour.size()) == 0 ? Ordre::kJourDevant : Ordre::kAutre;
 }
 
 constexpr std::string_view kFormeUsuelle = "CVDATE(\"00/00/0000\")";
