@@ -74,7 +74,8 @@ std::optional<double> ParseDouble(const std::string& text) {
   return negative ? -value : value;
 }
 
-/// Any number, date, truth value or text as a double.
+}  // namespace
+
 std::optional<double> AsReal(const Value& value) {
   switch (value.Type()) {
     case ValueType::kBool:
@@ -102,7 +103,9 @@ std::optional<double> AsReal(const Value& value) {
   }
 }
 
-/// The same as an exact decimal where there is one.
+namespace {
+
+/// A value as an exact decimal where there is one.
 std::optional<Numeric> AsDecimal(const Value& value) {
   switch (value.Type()) {
     case ValueType::kBool:

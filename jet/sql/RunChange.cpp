@@ -4,6 +4,7 @@
 #include <map>
 #include <set>
 
+#include "jet/Convert.h"
 #include "jet/TextOrder.h"
 #include "jet/sql/Coercion.h"
 #include "jet/sql/SessionState.h"
@@ -185,34 +186,11 @@ void UpdateRow(const UpdatePlan& plan, const UpdatedRows::value_type& row) {
   Engine(plan.query.sources[row.first.first].table).table->Update(row.first.second, assignments);
 }
 
-std::optional<double> NumberOf(const Value& value) {
-  switch (value.Type()) {
-    case ValueType::kByte:
-      return value.AsByte();
-    case ValueType::kInteger:
-      return value.AsInteger();
-    case ValueType::kLong:
-      return value.AsLong();
-    case ValueType::kCurrency:
-      return static_cast<double>(value.AsCurrency().scaled);
-    case ValueType::kSingle:
-      return value.AsSingle();
-    case ValueType::kDouble:
-      return value.AsDouble();
-    case ValueType::kDate:
-      return value.AsDate().serial;
-    case ValueType::kNumeric:
-      return value.AsNumeric().ToDouble();
-    default:
-      return std::nullopt;
-  }
-}
-
 int Order(const Value& a, const Value& b) {
   if (a.Type() != b.Type()) return a.Type() < b.Type() ? -1 : 1;
   if (a.Type() == ValueType::kText) return CompareText(a.AsText(), b.AsText());
-  const std::optional<double> left = NumberOf(a);
-  const std::optional<double> right = NumberOf(b);
+  const std::optional<double> left = AsReal(a);
+  const std::optional<double> right = AsReal(b);
   if (!left || !right || std::isnan(*left) || std::isnan(*right)) return 0;
   return *left < *right ? -1 : *left > *right ? 1 : 0;
 }

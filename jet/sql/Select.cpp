@@ -29,10 +29,6 @@ class ScopeGuard {
   Scope* before_;
 };
 
-}  // namespace
-
-namespace {
-
 // A term of GROUP BY or ORDER BY. To SQLite a whole number there would be the position of a column.
 std::string Term(const std::string& sql) { return sql.find_first_not_of("()-0123456789") == std::string::npos ? "(" + sql + " + 0)" : sql; }
 
