@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <span>
 #include <utility>
 
 #include "ado/odbc/NativeHeaders.h"
@@ -37,8 +38,9 @@ RowReader::RowReader(Statement& statement, const std::vector<FieldInfo>& fields,
     : statement_(statement), fields_(fields), descriptions_(columns), columns_(fields.size()) {}
 
 void RowReader::Restart() {
-  fetched_ = row_ = 0;
+  fetched_ = row_ = before_ = 0;
   ended_ = false;
+  spoilt_.reset();
   NewRow();
 }
 
@@ -63,6 +65,8 @@ void RowReader::BindColumns() {
   blockRows_ = unboundColumns_ ? 1 : std::clamp<std::size_t>(kBlockBytes / std::max<std::size_t>(rowBytes, 1), 1, facts.readBlockRows);
   statement_.SetAttribute(SQL_ATTR_ROW_ARRAY_SIZE, blockRows_);
   statement_.SetAttribute(SQL_ATTR_ROWS_FETCHED_PTR, static_cast<void*>(&fetched_));
+  status_.assign(blockRows_, SQL_ROW_NOROW);
+  statement_.SetAttribute(SQL_ATTR_ROW_STATUS_PTR, static_cast<void*>(status_.data()));
   for (std::size_t i = 0; i < columns_.size(); ++i) {
     auto& column = columns_[i];
     if (!column.bound) continue;
@@ -91,14 +95,39 @@ bool RowReader::Next() {
     NewRow();
     return true;
   }
-  fetched_ = 0;
-  row_ = 0;
-  ended_ = !statement_.Fetch() || fetched_ == 0;
+  ended_ = !FetchBlock();
   NewRow();
   return !ended_;
 }
 
+/// A failure may concern some rows of the block alone, and success does not mean that all are good: MariaDB's driver 3.1.15 says either of
+/// blocks of both kinds. Each row has a status of its own.
+bool RowReader::FetchBlock() {
+  before_ += fetched_;
+  fetched_ = row_ = 0;
+  spoilt_.reset();
+  std::fill(status_.begin(), status_.end(), std::uint16_t{SQL_ROW_NOROW});
+  const auto result = SQLFetch(statement_.Native());
+  if (result == SQL_NO_DATA) return false;
+  const auto rows = std::span(status_).first(std::min(fetched_, status_.size()));
+  const auto is = [](std::uint16_t wanted) { return [wanted](std::uint16_t status) { return status == wanted; }; };
+  const bool someBad = std::any_of(rows.begin(), rows.end(), is(SQL_ROW_ERROR));
+  const bool someGood = std::any_of(rows.begin(), rows.end(), is(SQL_ROW_SUCCESS)) ||
+                        std::any_of(rows.begin(), rows.end(), is(SQL_ROW_SUCCESS_WITH_INFO));
+  if (!SQL_SUCCEEDED(result) && !(someBad && someGood)) statement_.Raise();
+  if (someBad) spoilt_ = statement_.LastError();
+  return fetched_ != 0;
+}
+
+/// The driver could not give this row, whose buffers hold anything.
+void RowReader::RefuseSpoiltRow() const {
+  if (!spoilt_ || status_[row_] != SQL_ROW_ERROR) return;
+  runtime::Error error = *spoilt_;
+  throw error.WithContext("ligne " + std::to_string(before_ + row_ + 1));
+}
+
 Variant RowReader::Value(std::size_t field) {
+  RefuseSpoiltRow();
   auto& column = columns_[field];
   if (!column.bound) {
     if (!column.whole) column.whole = ReadWhole(field);

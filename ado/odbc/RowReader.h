@@ -9,6 +9,7 @@
 #include "ado/Provider.h"
 #include "ado/odbc/Statement.h"
 #include "ado/odbc/ValueDecoder.h"
+#include "runtime/Error.h"
 
 namespace tamlo::ado::odbc {
 
@@ -44,6 +45,8 @@ class RowReader {
 
   void ChooseForms();
   void BindColumns();
+  bool FetchBlock();
+  void RefuseSpoiltRow() const;
   void NewRow();
   void Rewind(std::size_t field);
   void Drain(std::size_t field);
@@ -61,6 +64,9 @@ class RowReader {
   std::vector<Column> columns_;
   std::size_t blockRows_ = 1;
   std::size_t fetched_ = 0;  // rows of the current block
+  std::size_t before_ = 0;   // rows of the blocks before it
+  std::vector<std::uint16_t> status_;            // of each row of the block
+  std::optional<runtime::Error> spoilt_;         // what the driver said of the block's rows that it could not give
   std::size_t row_ = 0;      // in the block
   bool bound_ = false;
   bool unboundColumns_ = false;

@@ -24,7 +24,9 @@ Statement::Statement(std::shared_ptr<Session> session, std::int32_t timeoutSecon
   }
 }
 
-void Statement::Raise() { throw MakeError(ReadDiagnostics(Handle::Kind::kStatement, handle_.Get()), sent_); }
+runtime::Error Statement::LastError() { return MakeError(ReadDiagnostics(Handle::Kind::kStatement, handle_.Get()), sent_); }
+
+void Statement::Raise() { throw LastError(); }
 
 void Statement::Check(std::int16_t result) {
   if (!SQL_SUCCEEDED(result) && result != SQL_NO_DATA) Raise();

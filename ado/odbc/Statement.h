@@ -9,6 +9,7 @@
 
 #include "ado/odbc/Handle.h"
 #include "ado/odbc/Session.h"
+#include "runtime/Error.h"
 
 namespace tamlo::ado::odbc {
 
@@ -44,6 +45,8 @@ class Statement {
   [[nodiscard]] ColumnDescription Describe(std::size_t column);
   /// The next row (block); false at the end.
   bool Fetch();
+  /// The records of the last call, as the error that they make.
+  [[nodiscard]] runtime::Error LastError();
   /// A value of the current row as text, whole; none for null.
   [[nodiscard]] std::optional<std::string> Text(std::size_t column);
   /// The same as a number; fallback for null or what is no number.

@@ -246,7 +246,8 @@ FetchPlan PlanFor(const FieldInfo& field, const DriverFacts& facts) {
     case adBigInt:
       return facts.numbersAsText ? Text(Form::kTypedIntegerText, 24, facts) : Fixed(Form::kBigInteger, SQL_C_SBIGINT, 8);
     case adSingle:
-      return Fixed(Form::kFloat, SQL_C_FLOAT, 4);
+      // Never SQL_C_FLOAT: MariaDB's driver 3.1.15 and libsqliteodbc 0.9998 write blocks of it eight bytes apart, beyond the buffer's end.
+      return Fixed(Form::kFloat, SQL_C_DOUBLE, 8);
     case adDouble:
       return Fixed(Form::kDouble, SQL_C_DOUBLE, 8);
     case adUnsignedBigInt:
@@ -319,7 +320,7 @@ Variant Decode(const FetchPlan& plan, const FieldInfo& field, const std::byte* d
     case Form::kBigInteger:
       return As<std::int64_t>(data);
     case Form::kFloat:
-      return As<float>(data);
+      return static_cast<float>(As<double>(data));
     case Form::kTimestamp: {
       const auto stamp = As<SQL_TIMESTAMP_STRUCT>(data);
       return FromTimestamp(stamp.year, stamp.month, stamp.day, stamp.hour, stamp.minute, stamp.second, stamp.fraction);

@@ -20,7 +20,7 @@ struct FetchPlan {
     kInteger,
     kUnsignedInteger,
     kBigInteger,
-    kFloat,
+    kFloat,  ///< of single precision, fetched as a double
     kDouble,
     kTimestamp,
     kDate,
