@@ -40,8 +40,11 @@ void Connection::Open(const std::string& connectionString, const std::string& us
   state_->connectionString = connectionString;
   if (!userId.empty()) state_->userId = userId;
   if (!password.empty()) state_->password = password;
-  state_->native = factory({state_->provider, connectionString, state_->userId, state_->password});
+  state_->native = factory({state_->provider, connectionString, state_->userId, state_->password, state_->registeredOnly});
 }
+
+bool Connection::RegisteredOnly() const noexcept { return state_->registeredOnly; }
+void Connection::RegisteredOnly(bool wanted) noexcept { state_->registeredOnly = wanted; }
 
 void Connection::Close() {
   (void)state_->Native(runtime::kObjectClosed);

@@ -27,6 +27,12 @@ class Connection {
   void Provider(const std::string& name);
   [[nodiscard]] const std::string& ConnectionString() const noexcept;
 
+  /// Set before Open for a connection string that others wrote (a link stored in a file): it then reaches only data sources and drivers
+  /// that are registered on this machine, by name, and may hold no key that makes a driver load, write or create a file. What asks for more
+  /// is refused by Open (-2147467259, which names the key) before anything is loaded. False at first.
+  void RegisteredOnly(bool wanted) noexcept;
+  [[nodiscard]] bool RegisteredOnly() const noexcept;
+
   /// Connects. options: -1 (unspecified) is the only value in use. After a failure the object is closed and may be opened again.
   void Open(const std::string& connectionString, const std::string& userId, const std::string& password,
             std::int32_t options = adOptionUnspecified);

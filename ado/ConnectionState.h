@@ -18,6 +18,7 @@ struct ConnectionState {
   std::string connectionString;
   std::string userId;
   std::string password;
+  bool registeredOnly = false;
   std::int32_t commandTimeout = 30;
   CursorLocation cursorLocation = adUseServer;
   std::unique_ptr<ProviderConnection> native;  ///< null when closed

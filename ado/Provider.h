@@ -138,6 +138,7 @@ struct OpenRequest {
   std::string connectionString;
   std::string userId;
   std::string password;
+  bool registeredOnly = false;  ///< see Connection::RegisteredOnly
 };
 
 using ProviderFactory = std::function<std::unique_ptr<ProviderConnection>(const OpenRequest&)>;

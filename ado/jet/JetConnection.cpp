@@ -124,12 +124,17 @@ void JetConnection::RollbackTransaction() {
 std::optional<Variant> JetConnection::Property(const std::string& upperName) const {
   if (upperName == "JET OLEDB:ENGINE TYPE") return Variant(static_cast<std::int32_t>(database_->FormatVersion() == 3 ? 4 : 5));
   if (upperName == "JET OLEDB:MAX LOCKS PER FILE") return Variant(maxLocks_);
+  if (upperName == "LINKS ALLOWED") return Variant(session_->LinksAllowed());
   if (upperName == "DATA SOURCE" || upperName == "DATA SOURCE NAME") return Variant(database_->Path());
   if (upperName == "DBMS NAME") return Variant("MS Jet");
   return std::nullopt;
 }
 
 bool JetConnection::SetProperty(const std::string& upperName, const Variant& value) {
+  if (upperName == "LINKS ALLOWED") {
+    OnEngine([&] { session_->AllowLinks(runtime::ToBoolean(value)); });
+    return true;
+  }
   if (upperName != "JET OLEDB:MAX LOCKS PER FILE") return false;
   maxLocks_ = runtime::ToInt32(value);
   return true;

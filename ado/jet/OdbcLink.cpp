@@ -146,6 +146,7 @@ std::shared_ptr<OdbcTable> OdbcLinks::Open(const std::string& connect, const std
     OnSource([&] {
       auto opened = std::make_shared<Connection>();
       opened->Provider("MSDASQL");
+      opened->RegisteredOnly(true);
       opened->Open(connect, "", "");
       connection = std::move(opened);
     });

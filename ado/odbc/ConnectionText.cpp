@@ -54,6 +54,26 @@ std::string OracleText(const std::string& given, const Keys& keys, bool hasSourc
   return text;
 }
 
+/// The names that SQLDataSources or SQLDrivers gives; both take their arguments alike.
+template <typename Next>
+std::vector<std::string> Enumerated(Next next) {
+  std::vector<std::string> names;
+  std::array<char16_t, 256> name{};
+  std::array<char16_t, 256> description{};
+  SQLSMALLINT nameLength = 0;
+  SQLSMALLINT descriptionLength = 0;
+  SQLUSMALLINT direction = SQL_FETCH_FIRST;
+  while (SQL_SUCCEEDED(next(SharedEnvironment(), direction, reinterpret_cast<SQLWCHAR*>(name.data()), static_cast<SQLSMALLINT>(name.size()),
+                            &nameLength, reinterpret_cast<SQLWCHAR*>(description.data()), static_cast<SQLSMALLINT>(description.size()),
+                            &descriptionLength))) {
+    std::size_t count = 0;
+    while (count < name.size() - 1 && name[count] != u'\0') ++count;
+    names.push_back(ToUtf8(name.data(), count));
+    direction = SQL_FETCH_NEXT;
+  }
+  return names;
+}
+
 }  // namespace
 
 std::vector<std::pair<std::string, std::string>> ParseKeys(std::string_view text) {
@@ -127,22 +147,7 @@ ConnectionText BuildConnectionText(const OpenRequest& request, const std::vector
   return result;
 }
 
-std::vector<std::string> DataSources() {
-  std::vector<std::string> names;
-  std::array<char16_t, 256> name{};
-  std::array<char16_t, 256> driver{};
-  SQLSMALLINT nameLength = 0;
-  SQLSMALLINT driverLength = 0;
-  SQLUSMALLINT direction = SQL_FETCH_FIRST;
-  while (SQL_SUCCEEDED(SQLDataSourcesW(SharedEnvironment(), direction, reinterpret_cast<SQLWCHAR*>(name.data()),
-                                       static_cast<SQLSMALLINT>(name.size()), &nameLength, reinterpret_cast<SQLWCHAR*>(driver.data()),
-                                       static_cast<SQLSMALLINT>(driver.size()), &driverLength))) {
-    std::size_t count = 0;
-    while (count < name.size() - 1 && name[count] != u'\0') ++count;
-    names.push_back(ToUtf8(name.data(), count));
-    direction = SQL_FETCH_NEXT;
-  }
-  return names;
-}
+std::vector<std::string> DataSources() { return Enumerated(SQLDataSourcesW); }
+std::vector<std::string> Drivers() { return Enumerated(SQLDriversW); }
 
 }  // namespace tamlo::ado::odbc

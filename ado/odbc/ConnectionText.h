@@ -27,5 +27,7 @@ struct ConnectionText {
 
 /// Names of the data sources that the driver manager knows.
 [[nodiscard]] std::vector<std::string> DataSources();
+/// Names of the drivers that the driver manager knows.
+[[nodiscard]] std::vector<std::string> Drivers();
 
 }  // namespace tamlo::ado::odbc

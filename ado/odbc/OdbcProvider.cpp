@@ -5,13 +5,16 @@
 #include "ado/Provider.h"
 #include "ado/odbc/ConnectionText.h"
 #include "ado/odbc/OdbcConnection.h"
+#include "ado/odbc/RegisteredText.h"
 
 namespace tamlo::ado::odbc {
 
 void RegisterOdbcProviders() {
   for (const char* name : {"MSDASQL", "MSDASQL.1", "sqloledb", "OraOLEDB.Oracle"}) {
     RegisterProvider(name, [](const OpenRequest& request) -> std::unique_ptr<ProviderConnection> {
-      const ConnectionText text = BuildConnectionText(request, DataSources());
+      const std::vector<std::string> sources = DataSources();
+      const ConnectionText text =
+          BuildConnectionText(request.registeredOnly ? Registered(request, sources, Drivers()) : request, sources);
       return std::make_unique<OdbcConnection>(std::make_shared<Session>(text.text, text.name, text.secret));
     });
   }

@@ -120,7 +120,8 @@ class PosixFile final : public File {
 class PosixFileSystem final : public FileSystem {
  public:
   std::unique_ptr<File> Open(const std::string& path, FileMode mode) override {
-    int flags = O_CLOEXEC;
+    // Opening a pipe would wait for its other end; only regular files are databases.
+    int flags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
     switch (mode) {
       case FileMode::kRead:
         flags |= O_RDONLY;

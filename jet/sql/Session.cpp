@@ -1,5 +1,7 @@
 #include "jet/sql/Session.h"
 
+#include <algorithm>
+
 #include "jet/sql/Coercion.h"
 #include "jet/sql/Functions.h"
 #include "jet/sql/Names.h"
@@ -64,6 +66,15 @@ namespace {
 bool IsOfCatalog(const CatalogObject& object) {
   constexpr std::uint32_t kBootstrap = 0x80000000;
   return object.kind == ObjectKind::kSystemTable && (object.flags & kBootstrap) != 0;
+}
+
+// The connect text of a link up to the first thing that may be a password, whatever its spelling.
+std::string WithoutPassword(const std::string& connect) {
+  const std::string upper = UpperCase(connect);
+  const std::size_t secret = std::min(upper.find("PW"), upper.find("PASS"));
+  if (secret == std::string::npos) return connect;
+  const std::size_t end = connect.rfind(';', secret);
+  return end == std::string::npos ? std::string() : connect.substr(0, end);
 }
 
 // The path in a link's connect text of another Access file: "...;DATABASE=path;...".
@@ -151,6 +162,7 @@ std::shared_ptr<const EngineTable> SessionState::Declare(std::shared_ptr<EngineT
 
 Database& SessionState::OtherDatabase(const std::string& path, const std::string& link) {
   const std::string where = link.empty() ? std::string() : "the link \"" + link + "\": ";
+  if (link.empty()) RequireLinks("\"" + path + "\"");
   try {
     const std::string real = options.findFile ? options.findFile(path) : path;
     if (real == database.Path()) return database;
@@ -170,9 +182,14 @@ Database& SessionState::OtherDatabase(const std::string& path, const std::string
   }
 }
 
+void SessionState::RequireLinks(const std::string& what) const {
+  if (!options.links) throw Error(ErrorCode::kLinkUnreachable, what + ": links are forbidden here");
+}
+
 std::shared_ptr<const EngineTable> SessionState::LinkedTable(const CatalogObject& link) {
+  RequireLinks("the link \"" + link.name + "\"");
   if (link.kind == ObjectKind::kOdbcLink) {
-    const std::string target = "\"" + link.foreignName + "\" (" + link.connect.substr(0, UpperCase(link.connect).find(";PWD=")) + ")";
+    const std::string target = "\"" + link.foreignName + "\" (" + WithoutPassword(link.connect) + ")";
     if (!options.openForeign) throw Error(ErrorCode::kLinkUnreachable, "the link \"" + link.name + "\" to " + target + ": no ODBC here");
     auto table = std::make_shared<EngineTable>();
     try {
@@ -294,6 +311,13 @@ std::vector<std::pair<std::size_t, Value>> Session::Defaults(const EngineTable& 
 }
 
 const TextSettings& Session::Settings() const noexcept { return state_->options.text; }
+
+bool Session::LinksAllowed() const noexcept { return state_->options.links; }
+
+void Session::AllowLinks(bool allowed) {
+  state_->options.links = allowed;
+  if (!allowed) state_->ForgetTables();
+}
 
 void Session::RowsChanged() noexcept { ++state_->changes; }
 

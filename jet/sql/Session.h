@@ -46,6 +46,7 @@ struct SessionOptions {
   ForeignOpener openForeign;  ///< unset: ODBC links are unreachable
   /// The real path of a database named in a statement or link; unset: the name as it stands.
   std::function<std::string(const std::string&)> findFile;
+  bool links = true;  ///< see Session::AllowLinks
 };
 
 /// A table as statements and cursors see it: of this file or of a linked one, or behind an ODBC link.
@@ -111,6 +112,10 @@ class Session {
   /// and has no default of its own takes the empty text (an INSERT statement must give it one). Error kUnsupported for a default that cannot be evaluated.
   [[nodiscard]] std::vector<std::pair<std::size_t, Value>> Defaults(const EngineTable& table);
   [[nodiscard]] const TextSettings& Settings() const noexcept;
+  /// False: links, ODBC links and other databases named in a statement (IN "file") are refused from now on with kLinkUnreachable, and what
+  /// was reached before is let go as soon as no open query reads it. True at first.
+  void AllowLinks(bool allowed);
+  [[nodiscard]] bool LinksAllowed() const noexcept;
   /// Must be called after rows were changed past this session (by Table::Insert and the like): cursors read their rows again.
   void RowsChanged() noexcept;
 

@@ -23,6 +23,8 @@ struct SessionState final : SchemaSource {
 
   /// The database of that path, opened once and kept. Errors of opening; kLinkUnreachable when link is given.
   Database& OtherDatabase(const std::string& path, const std::string& link);
+  /// Error kLinkUnreachable where links are forbidden; what: who asks.
+  void RequireLinks(const std::string& what) const;
   std::shared_ptr<const EngineTable> LinkedTable(const CatalogObject& link);
   std::shared_ptr<const EngineTable> Declare(std::shared_ptr<EngineTable> table);
   /// Forgets declared tables after a change of the schema.
