@@ -31,16 +31,38 @@ function(tamlo_library name)
   target_link_libraries(${name} PUBLIC ${arg_DEPENDS} PRIVATE $<BUILD_INTERFACE:tamlo_options> ${arg_PRIVATE_DEPENDS})
 endfunction()
 
-# tamlo_test(name LABEL quick|full|long SOURCES a.cpp ... LIBS lib ... [TIMEOUT seconds] [SERIAL])
-# A GoogleTest program, run by CTest as one test with the label.
+# A faster linker where the machine has one (scripts/setup installs it): the programs with debug information are many and large.
+find_program(TAMLO_MOLD mold)
+if(TAMLO_TESTS AND TAMLO_MOLD AND UNIX AND CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_GREATER_EQUAL 12)
+  add_link_options($<$<CONFIG:Debug>:-fuse-ld=mold>)
+endif()
+
+# Compiles once what all test programs read first: GoogleTest and the standard headers. Sources include what they use all the same:
+# -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON builds them without.
+function(tamlo_test_precompiled)
+  add_library(tamlo_test_precompiled OBJECT ${PROJECT_SOURCE_DIR}/tests/support_lib/Precompiled.cpp)
+  target_link_libraries(tamlo_test_precompiled PRIVATE tamlo_options GTest::gmock GTest::gtest)
+  target_precompile_headers(tamlo_test_precompiled PRIVATE
+    <gmock/gmock.h> <gtest/gtest.h> <algorithm> <array> <chrono> <cstdint> <cstring> <filesystem> <fstream> <functional> <map> <memory>
+    <optional> <random> <set> <sstream> <stdexcept> <string> <string_view> <variant> <vector>)
+endfunction()
+
+# tamlo_test(name LABEL quick|full|long SOURCES a.cpp ... LIBS lib ... [TIMEOUT seconds] [SERIAL] [OWN_FLAGS])
+# A GoogleTest program, run by CTest as one test with the label. OWN_FLAGS: compiled with other flags than the other tests (optimised, or
+# those of Qt), and so without their precompiled header.
 function(tamlo_test name)
-  cmake_parse_arguments(arg "SERIAL" "LABEL;TIMEOUT" "SOURCES;LIBS" ${ARGN})
+  cmake_parse_arguments(arg "SERIAL;OWN_FLAGS" "LABEL;TIMEOUT" "SOURCES;LIBS" ${ARGN})
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 300)
   endif()
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE tamlo_options ${arg_LIBS} tamlo_test_support GTest::gmock GTest::gtest_main)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+  if(NOT arg_OWN_FLAGS)
+    target_precompile_headers(${name} REUSE_FROM tamlo_test_precompiled)
+    # For ccache, which has to see in the preprocessed text which header was compiled before.
+    target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>)
+  endif()
   # One process per program: starting a process per case would cost more than most of the cases.
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES LABELS ${arg_LABEL} TIMEOUT ${arg_TIMEOUT})
