@@ -71,6 +71,11 @@ class Error : public std::exception {
     sent_ = std::move(text);
     return *this;
   }
+  /// Puts a sentence behind the description.
+  Error& WithRemark(const std::string& sentence) {
+    description_ += ' ' + sentence;
+    return *this;
+  }
   /// Puts a context in front of the description ("copie de la table T, ligne 1204 : ...").
   Error& WithContext(const std::string& context) {
     description_ = context + " : " + description_;

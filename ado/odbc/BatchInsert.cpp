@@ -6,6 +6,7 @@
 
 #include "ado/odbc/Diagnostics.h"
 #include "ado/odbc/NativeHeaders.h"
+#include "ado/odbc/Resend.h"
 #include "ado/odbc/SqlText.h"
 #include "ado/odbc/TypeMap.h"
 #include "ado/odbc/WideText.h"
@@ -19,6 +20,7 @@ constexpr std::size_t kBatchBytes = 4 * 1024 * 1024;  // of the slots of all col
 constexpr std::size_t kFirstTextSlot = 64;
 constexpr std::size_t kFirstSlots = 256;
 constexpr std::size_t kFewRows = 16;
+constexpr std::int32_t kNoSavepoint = 1305;  // MariaDB
 
 /// A point inside the caller's transaction to which a failed batch returns.
 class Savepoint {
@@ -32,7 +34,13 @@ class Savepoint {
     if (backend != Backend::kSqlServer && backend != Backend::kOracle) Run("RELEASE SAVEPOINT tamlo_lot");
   }
   void Undo() {
-    Run(session_->Facts().backend == Backend::kSqlServer ? "ROLLBACK TRANSACTION tamlo_lot" : "ROLLBACK TO SAVEPOINT tamlo_lot");
+    try {
+      Run(session_->Facts().backend == Backend::kSqlServer ? "ROLLBACK TRANSACTION tamlo_lot" : "ROLLBACK TO SAVEPOINT tamlo_lot");
+    } catch (const runtime::Error& error) {
+      // Gone with the whole transaction, which the driver has not told of a single row of an array.
+      if (error.NativeCode() == kNoSavepoint) session_->TransactionWasUndone();
+      throw;
+    }
   }
 
  private:
@@ -330,10 +338,24 @@ std::int64_t BatchInsert::CountRows() {
   return statement.Fetch() ? statement.Integer(1, 0) : 0;
 }
 
-/// Sends the first rows of those held; false when they were undone. Where a failed batch cannot be undone, the rows that it has stored are
-/// let go: they stand before the refused one, and the table knows how many it holds without counting them.
+/// Sends the first rows of those held; false when they were undone, so that they are to be sent in smaller pieces.
 bool BatchInsert::SendBatch(std::size_t rows) {
+  bool stored = false;
+  try {
+    Resending(*session_, true, [&] { stored = TryBatch(rows); });
+  } catch (runtime::Error& error) {
+    const std::int64_t last = done_ + static_cast<std::int64_t>(rows);
+    throw error.WithContext("lignes " + std::to_string(done_ + 1) + " à " + std::to_string(last));
+  }
+  return stored;
+}
+
+/// The same once. The server's having undone the whole transaction is raised: pieces would meet the same, or a caller's transaction is gone.
+/// Where a failed batch cannot be undone, the rows that it has stored are let go: they stand before the refused one, and the table knows how
+/// many it holds without counting them.
+bool BatchInsert::TryBatch(std::size_t rows) {
   waited_ = false;
+  std::optional<runtime::Error> undone;
   const bool outer = session_->InTransaction();
   if (outer && !HasSavepoints(session_->Facts().backend)) return false;
   std::optional<std::int64_t> before;
@@ -358,6 +380,7 @@ bool BatchInsert::SendBatch(std::size_t rows) {
       if (stored) scope->Commit();
     } catch (const runtime::Error& error) {
       waited_ = IsLockTimeout(error);
+      if (UndoneWhole(error, session_->Facts().backend)) undone = error;
       throw;
     }
   });
@@ -366,6 +389,7 @@ bool BatchInsert::SendBatch(std::size_t rows) {
     return true;
   }
   batch_.reset();
+  if (undone && !before) throw runtime::Error(*undone);
   if (savepoint) savepoint->Undo();
   if (before) {
     std::int64_t kept = 0;
@@ -378,12 +402,14 @@ bool BatchInsert::SendBatch(std::size_t rows) {
 void BatchInsert::SendRowByRow(std::size_t rows) {
   for (std::size_t row = 0; row < rows; ++row) {
     try {
-      if (!single_) {
-        single_.emplace(session_);
-        single_->Prepare(InsertText(1));
-      }
-      BindRow(*single_, row, 1);
-      single_->Execute();
+      Resending(*session_, true, [&] {
+        if (!single_) {
+          single_.emplace(session_);
+          single_->Prepare(InsertText(1));
+        }
+        BindRow(*single_, row, 1);
+        single_->Execute();
+      });
     } catch (runtime::Error& error) {
       const std::string column = ColumnToldBy(error.Description());
       const std::string number = std::to_string(done_ + static_cast<std::int64_t>(row) + 1);

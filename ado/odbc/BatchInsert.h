@@ -17,6 +17,7 @@ namespace tamlo::ado::odbc {
 /// Writes rows in the batches that the driver does best (see DriverFacts): arrays of parameters, one statement with many rows, or row by row.
 /// A batch is one transaction (a savepoint inside the caller's). When it fails, or the driver's account of it is in doubt, it is undone and its
 /// rows are sent in halves, at last one by one; the error then names the row and the rows behind it stay held back for the next Flush.
+/// One that the server undid for another connection's sake is sent again as it is (see Resend).
 class BatchInsert final : public ProviderBulkInsert {
  public:
   /// owner stands before the table unless it is blank.
@@ -45,6 +46,7 @@ class BatchInsert final : public ProviderBulkInsert {
   void Hold(std::span<const Variant> row);
   void Grow(Column& column, std::size_t bytes);
   [[nodiscard]] bool SendBatch(std::size_t rows);
+  [[nodiscard]] bool TryBatch(std::size_t rows);
   [[nodiscard]] bool ExecuteArray(Statement& statement, std::size_t rows);
   [[nodiscard]] bool ExecuteRows(Statement& statement, std::size_t rows);
   void SendRowByRow(std::size_t rows);

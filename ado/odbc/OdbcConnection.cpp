@@ -8,6 +8,7 @@
 #include "ado/odbc/OdbcCatalog.h"
 #include "ado/odbc/OdbcRowset.h"
 #include "ado/odbc/Parameter.h"
+#include "ado/odbc/Resend.h"
 #include "ado/odbc/SqlText.h"
 #include "ado/odbc/Statement.h"
 #include "ado/odbc/WideText.h"
@@ -32,6 +33,12 @@ OdbcConnection::OdbcConnection(std::shared_ptr<Session> session) : session_(std:
 OdbcConnection::~OdbcConnection() { session_->Close(); }
 
 std::int64_t OdbcConnection::Execute(const std::string& text, std::int32_t timeoutSeconds) {
+  std::int64_t affected = 0;
+  Resending(*session_, IsSingleChangeOrQuery(text), [&] { affected = Send(text, timeoutSeconds); });
+  return affected;
+}
+
+std::int64_t OdbcConnection::Send(const std::string& text, std::int32_t timeoutSeconds) {
   Statement statement(session_, timeoutSeconds);
   std::vector<std::string> literals;
   const std::string sql = session_->Facts().keepsWideStatements ? text : WithoutWideLiterals(text, literals);
@@ -64,6 +71,7 @@ void OdbcConnection::CommitTransaction() { session_->End(true); }
 void OdbcConnection::RollbackTransaction() { session_->End(false); }
 
 std::optional<Variant> OdbcConnection::Property(const std::string& upperName) const {
+  if (upperName == "STATEMENTS RESENT") return Variant(session_->Resent());
   for (const auto& [name, info] : kProperties) {
     if (upperName != name) continue;
     std::array<char16_t, 512> text{};

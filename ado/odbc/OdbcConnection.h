@@ -10,7 +10,8 @@
 namespace tamlo::ado::odbc {
 
 /// A connection through the driver manager. Transactions have one level; its properties are "DBMS Name", "DBMS Version", "Driver Name",
-/// "Data Source Name", "Current Catalog" and "User Name", all read-only.
+/// "Data Source Name", "Current Catalog" and "User Name", and "Statements Resent", how often something was sent again because the server had
+/// undone it whole; all read-only.
 class OdbcConnection final : public ProviderConnection {
  public:
   explicit OdbcConnection(std::shared_ptr<Session> session);
@@ -28,6 +29,8 @@ class OdbcConnection final : public ProviderConnection {
                                                                    const std::string& owner) override;
 
  private:
+  [[nodiscard]] std::int64_t Send(const std::string& text, std::int32_t timeoutSeconds);
+
   std::shared_ptr<Session> session_;  // shared with cursors and catalogs, which may be let go later than the connection is closed
 };
 

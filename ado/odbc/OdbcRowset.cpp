@@ -6,6 +6,7 @@
 
 #include "ado/Errors.h"
 #include "ado/odbc/NativeHeaders.h"
+#include "ado/odbc/Resend.h"
 #include "ado/odbc/SqlText.h"
 #include "ado/odbc/TypeMap.h"
 #include "runtime/Error.h"
@@ -40,6 +41,7 @@ OdbcRowset::OdbcRowset(std::shared_ptr<Session> session, const RowsetRequest& re
     if (table && table->starts_with('[') && table->find("].") == std::string::npos) table = TableText(*session_, *table);
   }
   if (!session_->Facts().keepsWideStatements) sql = WithoutWideLiterals(sql, literals_);
+  isSingle_ = IsSingleChangeOrQuery(sql);
   statement_.Prepare(sql);
   if (!literals_.empty()) {
     literalParameters_ = std::make_unique<ParameterSet>(statement_);
@@ -67,11 +69,13 @@ void OdbcRowset::Describe() {
 void OdbcRowset::ExecuteQuery() {
   if (executed_) statement_.CloseCursor();
   executed_ = false;
-  if (literalParameters_) {
-    literalParameters_->Execute();
-  } else {
-    statement_.Execute();
-  }
+  Resending(*session_, isSingle_, [&] {
+    if (literalParameters_) {
+      literalParameters_->Execute();
+    } else {
+      statement_.Execute();
+    }
+  });
   executed_ = true;
   fresh_ = true;
   if (reader_) reader_->Restart();

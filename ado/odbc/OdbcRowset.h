@@ -77,6 +77,7 @@ class OdbcRowset final : public ProviderRowset {
   std::vector<FieldInfo> fields_;
   std::optional<RowReader> reader_;
   std::optional<RowWriter> writer_;
+  bool isSingle_ = false;  // may be sent again when the server has undone it
   bool executed_ = false;
   bool fresh_ = false;  // executed, and no row fetched yet
   bool keepsRows_ = false;

@@ -411,6 +411,7 @@ void ParameterSet::SendPieces(const Bound& bound) {
 }
 
 void ParameterSet::Execute() {
+  statement_.Owner().RequireTransaction();
   auto result = SQLExecute(statement_.Native());
   try {
     while (result == SQL_NEED_DATA) {

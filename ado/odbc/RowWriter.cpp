@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "ado/Errors.h"
+#include "ado/odbc/Resend.h"
 #include "ado/odbc/RowReader.h"
 #include "ado/odbc/SqlText.h"
 #include "ado/odbc/TypeMap.h"
@@ -26,6 +27,11 @@ std::string LastCounterQuery(Backend backend) {
     default:
       return {};
   }
+}
+
+/// Values that come in pieces can be read once only: such a row is not sent a second time.
+bool AreWhole(std::span<const Assignment> values) {
+  return std::all_of(values.begin(), values.end(), [](const Assignment& value) { return std::holds_alternative<Variant>(value.value); });
 }
 
 runtime::Error ChangedByAnother() {
@@ -87,13 +93,13 @@ void RowWriter::Insert(std::span<const Assignment> values) {
     }
     sql += " (" + names + ") VALUES (" + marks + ")";
   }
-  Statement statement(session_);
-  statement.Prepare(sql);
-  ParameterSet parameters(statement);
-  for (const auto& value : values) {
-    std::visit([&](const auto& what) { parameters.Add(what, Shape(value.field)); }, value.value);
-  }
-  parameters.Execute();
+  Resending(*session_, AreWhole(values), [&] {
+    Statement statement(session_);
+    statement.Prepare(sql);
+    ParameterSet parameters(statement);
+    AddParameters(parameters, values);
+    parameters.Execute();
+  });
 }
 
 RowWriter::Condition RowWriter::ConditionFor(const RowImage& old) const {
@@ -122,6 +128,12 @@ RowWriter::Condition RowWriter::ConditionFor(const RowImage& old) const {
   return condition;
 }
 
+void RowWriter::AddParameters(ParameterSet& parameters, std::span<const Assignment> values) {
+  for (const auto& value : values) {
+    std::visit([&](const auto& what) { parameters.Add(what, Shape(value.field)); }, value.value);
+  }
+}
+
 void RowWriter::AddParameters(ParameterSet& parameters, const Condition& condition, const RowImage& old) {
   for (const std::size_t field : condition.fields) parameters.Add(old(field), Shape(field));
 }
@@ -139,6 +151,10 @@ void RowWriter::Change(const std::string& head, std::span<const Assignment> valu
   EnsureTable();
   const Condition condition = ConditionFor(old);
   if (!condition.identifies && session_->InTransaction() && CountRows(condition, old) > 1) throw SeveralRows();
+  Resending(*session_, AreWhole(values), [&] { ChangeOnce(head, condition, values, old); });
+}
+
+void RowWriter::ChangeOnce(const std::string& head, const Condition& condition, std::span<const Assignment> values, const RowImage& old) {
   // Without a key the statement may meet several rows: it runs in a transaction of its own that is only kept for exactly one.
   std::optional<TransactionScope> scope;
   if (!condition.identifies) scope.emplace(*session_);
@@ -147,9 +163,7 @@ void RowWriter::Change(const std::string& head, std::span<const Assignment> valu
     Statement statement(session_);
     statement.Prepare(head + condition.text);
     ParameterSet parameters(statement);
-    for (const auto& value : values) {
-      std::visit([&](const auto& what) { parameters.Add(what, Shape(value.field)); }, value.value);
-    }
+    AddParameters(parameters, values);
     AddParameters(parameters, condition, old);
     parameters.Execute();
     affected = statement.RowsAffected();

@@ -53,8 +53,10 @@ class RowWriter {
   [[nodiscard]] Condition ConditionFor(const RowImage& old) const;
   [[nodiscard]] const ParameterShape& Shape(std::size_t field);
   [[nodiscard]] std::string Name(std::size_t field) const;
+  void AddParameters(ParameterSet& parameters, std::span<const Assignment> values);
   void AddParameters(ParameterSet& parameters, const Condition& condition, const RowImage& old);
   void Change(const std::string& head, std::span<const Assignment> values, const RowImage& old);
+  void ChangeOnce(const std::string& head, const Condition& condition, std::span<const Assignment> values, const RowImage& old);
   [[nodiscard]] std::int64_t CountRows(const Condition& condition, const RowImage& old);
   [[nodiscard]] std::optional<std::vector<Variant>> ReadWhere(const std::string& condition, const std::vector<std::size_t>& keyFields,
                                                               const RowImage& key);

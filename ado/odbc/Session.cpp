@@ -6,6 +6,8 @@
 #include "ado/odbc/ConnectionText.h"
 #include "ado/odbc/Diagnostics.h"
 #include "ado/odbc/NativeHeaders.h"
+#include "ado/odbc/Resend.h"
+#include "ado/odbc/SqlText.h"
 #include "ado/odbc/Utf8Locale.h"
 #include "ado/odbc/WideText.h"
 
@@ -76,15 +78,43 @@ void Session::Begin() {
   inTransaction_ = true;
 }
 
+void Session::Judge(runtime::Error& failure) {
+  if (!UndoneWhole(failure, facts_.backend)) return;
+  undoneInPart_ = KeptSomething(Connection());
+  if (!inTransaction_) return;
+  transactionUndone_ = true;
+  failure.WithRemark("La transaction a été annulée en entier par le serveur ; elle peut être répétée.");
+}
+
+void Session::RequireTransaction() const {
+  if (transactionUndone_) {
+    throw runtime::Error(runtime::kProviderFailure,
+                         "La transaction a été annulée en entier par le serveur : elle doit être abandonnée, puis peut être répétée.", "odbc");
+  }
+}
+
+void Session::NoteText(std::string_view sql) {
+  if (facts_.backend != Backend::kMySql) return;
+  const TransactionEffect effect = EffectOnTransaction(sql);
+  if (effect != TransactionEffect::kNone) mayHoldTransaction_ = effect == TransactionEffect::kMayOpen;
+}
+
 void Session::End(bool commit) {
   (void)Connection();
   if (!inTransaction_) throw runtime::Error(runtime::kProviderFailure, "Aucune transaction n'est active.", "odbc");
+  if (commit) RequireTransaction();
   const auto result = SQLEndTran(SQL_HANDLE_DBC, Connection(), commit ? SQL_COMMIT : SQL_ROLLBACK);
   // A commit that the server refused leaves the transaction open: the caller may still roll it back. SQLite has undone it by itself when a
   // write failed, and then refuses the rollback.
   const bool undone = !commit && facts_.backend == Backend::kSqlite;
-  if (!SQL_SUCCEEDED(result) && !undone) throw MakeError(ReadDiagnostics(Handle::Kind::kConnection, Connection()), {});
+  if (!SQL_SUCCEEDED(result) && !undone) {
+    runtime::Error failure = MakeError(ReadDiagnostics(Handle::Kind::kConnection, Connection()), {});
+    Judge(failure);
+    throw failure;
+  }
   inTransaction_ = false;
+  transactionUndone_ = false;
+  mayHoldTransaction_ = false;
   SetAutocommit(true);
 }
 

@@ -3,9 +3,11 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "ado/odbc/DriverFacts.h"
 #include "ado/odbc/Handle.h"
+#include "runtime/Error.h"
 
 namespace tamlo::ado::odbc {
 
@@ -31,8 +33,28 @@ class Session {
   [[nodiscard]] bool InTransaction() const noexcept { return inTransaction_; }
   /// An error when one is active: the levels of an ODBC connection end at 1.
   void Begin();
-  /// An error when none is active.
+  /// An error when none is active. After a refused commit it stays active, to be rolled back.
   void End(bool commit);
+
+  /// Whatever a statement of this session raises passes here: when the server has undone the session's whole transaction, the error says so,
+  /// and until it is rolled back the session refuses statements and its commit, which would keep a part of it only.
+  void Judge(runtime::Error& failure);
+  /// The same where it was learnt otherwise.
+  void TransactionWasUndone() noexcept { transactionUndone_ = inTransaction_; }
+  /// Error -2147467259 while the transaction is one that the server has undone.
+  void RequireTransaction() const;
+  [[nodiscard]] bool TransactionUndone() const noexcept { return transactionUndone_; }
+
+  /// True when the last thing that the server undid has left something in tables without transactions.
+  [[nodiscard]] bool UndoneInPart() const noexcept { return undoneInPart_; }
+
+  /// Takes note of a statement's text before it runs: it may open a transaction that only the server knows of.
+  void NoteText(std::string_view sql);
+  [[nodiscard]] bool MayHoldTransaction() const noexcept { return mayHoldTransaction_; }
+
+  /// How often something was sent again because the server had undone it (see Resend).
+  [[nodiscard]] std::int64_t Resent() const noexcept { return resent_; }
+  void CountResent() noexcept { ++resent_; }
 
   /// Grows with each statement that may have changed the definition of a table.
   [[nodiscard]] std::int64_t SchemaVersion() const noexcept { return schemaVersion_; }
@@ -50,6 +72,10 @@ class Session {
   DriverFacts facts_;
   bool open_ = false;
   bool inTransaction_ = false;
+  bool transactionUndone_ = false;   // by the server, while inTransaction_
+  bool undoneInPart_ = false;        // the last thing that the server undid
+  bool mayHoldTransaction_ = false;  // opened by the text of a statement
+  std::int64_t resent_ = 0;
   std::int64_t schemaVersion_ = 0;
 };
 

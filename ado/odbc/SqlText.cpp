@@ -190,6 +190,39 @@ std::string WithoutWideLiterals(std::string_view sql, std::vector<std::string>& 
   return out += sql.substr(copied);
 }
 
+bool IsSingleChangeOrQuery(std::string_view sql) {
+  Scanner scanner(sql);
+  if (!IsAnyWord(scanner, {"INSERT", "REPLACE", "UPDATE", "DELETE", "SELECT", "WITH"})) return false;
+  // A backslash may hide the end of a literal from the scanner: there any semicolon counts.
+  if (sql.find('\\') != std::string_view::npos) return sql.find(';') == std::string_view::npos;
+  while (!scanner.AtEnd() && !scanner.IsCharacter(';')) scanner.Skip();
+  if (!scanner.AtEnd()) scanner.Skip();
+  return scanner.AtEnd();
+}
+
+TransactionEffect EffectOnTransaction(std::string_view sql) {
+  std::size_t begin = 0;
+  while (begin < sql.size()) {
+    const std::size_t comment = CommentLength(sql.substr(begin));
+    if (comment == 0 && std::isspace(static_cast<unsigned char>(sql[begin])) == 0 && sql[begin] != '(') break;
+    begin += std::max<std::size_t>(comment, 1);
+  }
+  std::size_t end = begin;
+  while (end < sql.size() && IsWordCharacter(sql[end])) ++end;
+  const std::string word = runtime::UpperCase(sql.substr(begin, end - begin));
+  const auto isAny = [&](std::initializer_list<std::string_view> words) { return std::find(words.begin(), words.end(), word) != words.end(); };
+  if (isAny({"INSERT", "REPLACE", "UPDATE", "DELETE", "SELECT", "WITH", "SHOW", "DESCRIBE", "EXPLAIN", "SET", "USE"})) {
+    return TransactionEffect::kNone;
+  }
+  if (isAny({"CREATE", "ALTER", "DROP", "RENAME", "TRUNCATE"})) return TransactionEffect::kEnds;
+  if (!isAny({"COMMIT", "ROLLBACK"})) return TransactionEffect::kMayOpen;
+  Scanner scanner(sql.substr(end));
+  for (; !scanner.AtEnd(); scanner.Skip()) {
+    if (IsAnyWord(scanner, {"TO", "CHAIN"})) return TransactionEffect::kMayOpen;
+  }
+  return TransactionEffect::kEnds;
+}
+
 bool ChangesSchema(std::string_view sql) {
   Scanner scanner(sql);
   if (IsAnyWord(scanner, {"CREATE", "ALTER", "DROP", "RENAME"})) return true;

@@ -23,4 +23,12 @@ namespace tamlo::ado::odbc {
 /// True for statements that change definitions (CREATE, ALTER, DROP, RENAME, SELECT ... INTO).
 [[nodiscard]] bool ChangesSchema(std::string_view sql);
 
+/// True for a single INSERT, REPLACE, UPDATE, DELETE or query, which a backend applies whole or not at all.
+[[nodiscard]] bool IsSingleChangeOrQuery(std::string_view sql);
+
+/// What a statement does to a transaction that is opened by texts.
+enum class TransactionEffect { kNone, kMayOpen, kEnds };
+/// kMayOpen is everything that is not known to open none: BEGIN, CALL, LOCK TABLES, XA ...
+[[nodiscard]] TransactionEffect EffectOnTransaction(std::string_view sql);
+
 }  // namespace tamlo::ado::odbc

@@ -24,7 +24,11 @@ Statement::Statement(std::shared_ptr<Session> session, std::int32_t timeoutSecon
   }
 }
 
-runtime::Error Statement::LastError() { return MakeError(ReadDiagnostics(Handle::Kind::kStatement, handle_.Get()), sent_); }
+runtime::Error Statement::LastError() {
+  runtime::Error failure = MakeError(ReadDiagnostics(Handle::Kind::kStatement, handle_.Get()), sent_);
+  session_->Judge(failure);
+  return failure;
+}
 
 void Statement::Raise() { throw LastError(); }
 
@@ -32,16 +36,25 @@ void Statement::Check(std::int16_t result) {
   if (!SQL_SUCCEEDED(result) && result != SQL_NO_DATA) Raise();
 }
 
-void Statement::Prepare(std::string_view sql) {
+void Statement::Take(std::string_view sql) {
+  session_->RequireTransaction();
+  session_->NoteText(sql);
   sent_ = sql;
+}
+
+void Statement::Prepare(std::string_view sql) {
+  Take(sql);
   auto wide = ToUtf16(sql);
   Check(SQLPrepareW(handle_.Get(), Wide(wide), static_cast<SQLINTEGER>(wide.size())));
 }
 
-void Statement::Execute() { Check(SQLExecute(handle_.Get())); }
+void Statement::Execute() {
+  session_->RequireTransaction();
+  Check(SQLExecute(handle_.Get()));
+}
 
 void Statement::ExecuteDirect(std::string_view sql) {
-  sent_ = sql;
+  Take(sql);
   auto wide = ToUtf16(sql);
   Check(SQLExecDirectW(handle_.Get(), Wide(wide), static_cast<SQLINTEGER>(wide.size())));
 }

@@ -66,6 +66,7 @@ class Statement {
   [[noreturn]] void Raise();
 
  private:
+  void Take(std::string_view sql);
   std::string TextAttribute(std::size_t column, std::uint16_t which);
   std::ptrdiff_t NumberAttribute(std::size_t column, std::uint16_t which, std::ptrdiff_t fallback);
 

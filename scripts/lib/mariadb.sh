@@ -3,6 +3,7 @@
 #
 #   mariadb.sh start FOLDER    starts it (about 2 s) and returns once it answers
 #   mariadb.sh run FOLDER      the same in the foreground: the server takes this process's place
+#   mariadb.sh prepare FOLDER  only makes the data in FOLDER/data
 #   mariadb.sh wait FOLDER     returns once it answers; fails after 60 s, with the end of its log
 #   mariadb.sh stop FOLDER     stops the one that was started there and waits until it is gone
 #
@@ -73,8 +74,9 @@ stop() {
 
 case "${1:-}" in
   start) prepare "$2"; setsid "$0" run "$2" >/dev/null 2>&1 </dev/null & wait_for "$2" ;;
+  prepare) prepare "$2" ;;
   run) run "$2" ;;
   wait) wait_for "$2" ;;
   stop) stop "$2" ;;
-  *) sed -n '2,11p' "$0" >&2; exit 2 ;;
+  *) sed -n '2,12p' "$0" >&2; exit 2 ;;
 esac
