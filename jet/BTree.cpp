@@ -114,7 +114,7 @@ bool BTree::Append(const IndexTarget& target) {
     const IndexPageView leaf(page);
     if (leaf.Empty() || leaf.Compare(leaf.BeginBefore(leaf.Used()), target) >= 0) return false;
   }
-  const PageRef page = store_.Edit(lastLeaf_);
+  const PageRef page = EditMine(lastLeaf_);
   const IndexPageView leaf(page);
   if (!IndexPageEditor(page.Writable()).Insert(leaf, leaf.Used(), entry_)) return false;
   ++changes_;
@@ -122,7 +122,7 @@ bool BTree::Append(const IndexTarget& target) {
 }
 
 void BTree::InsertIntoLeaf(PageNumber page, std::size_t begin) {
-  const PageRef edited = store_.Edit(page);
+  const PageRef edited = EditMine(page);
   const IndexPageView leaf(edited);
   const bool last = begin == leaf.Used();
   const bool namedAbove = last && !OnRightEdge();
@@ -155,7 +155,7 @@ bool BTree::Erase(std::span<const std::byte> key, RowId row) {
 }
 
 void BTree::EraseFromLeaf(PageNumber page, std::size_t begin) {
-  const PageRef edited = store_.Edit(page);
+  const PageRef edited = EditMine(page);
   const IndexPageView leaf(edited);
   const bool last = leaf.EndOf(begin) == leaf.Used();
   IndexPageEditor(edited.Writable()).Remove(leaf, begin);

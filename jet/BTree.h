@@ -131,6 +131,7 @@ class BTree {
   [[nodiscard]] bool ChildrenAreLeaves(std::size_t depth) const noexcept { return depth + 1 == path_.size(); }
 
   [[nodiscard]] PageRef NewPage(bool leaf, std::uint8_t level);
+  [[nodiscard]] PageRef EditMine(PageNumber page);
   void ReleasePage(PageNumber page);
   /// Takes a page out of the chain of its level.
   void Unlink(PageNumber page);

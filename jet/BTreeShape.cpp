@@ -60,7 +60,7 @@ std::size_t FindCut(const IndexEntries& entries, bool leaf, bool atBegin, bool a
 void BTree::StoreLeaf(PageNumber page, const IndexEntries& entries, Growth growth, bool lastChanged) {
   const std::optional<std::size_t> prefix = entries.FittingPrefix(true);
   if (!prefix) return SplitLeaf(page, entries, growth, lastChanged);
-  IndexPageEditor(store_.Edit(page).Writable()).Write(entries, *prefix);
+  IndexPageEditor(EditMine(page).Writable()).Write(entries, *prefix);
   if (!lastChanged) return;
   const std::span<const std::byte> last = entries[entries.Count() - 1];
   ReplaceChild(path_.size() - 1, {{{last.begin(), last.end()}, page}});
@@ -104,7 +104,7 @@ BTree::Node BTree::ReadNode(PageNumber page) {
 }
 
 void BTree::WriteNode(PageNumber page, const Node& node) {
-  const PageRef edited = store_.Edit(page);
+  const PageRef edited = EditMine(page);
   IndexPageEditor editor(edited.Writable());
   editor.Write(node.entries, node.entries.FittingPrefix(false).value());
   editor.SetTail(node.tail);
@@ -152,7 +152,7 @@ void BTree::ReplaceChild(std::size_t depth, const std::vector<Child>& children) 
 void BTree::StoreNode(std::size_t depth, Node node, const Bytes& last, Growth growth) {
   const PageNumber page = path_[depth].page;
   if (node.tail == 0) {  // no child is left
-    if (depth == 0) return IndexPageEditor(store_.Edit(page).Writable()).Format(true, table_, 0);
+    if (depth == 0) return IndexPageEditor(EditMine(page).Writable()).Format(true, table_, 0);
     Unlink(page);
     ReleasePage(page);
     return ReplaceChild(depth - 1, {});
@@ -181,7 +181,7 @@ BTree::Halves BTree::MakeHalves(PageNumber page, bool leaf, std::uint8_t level, 
   if (page == root_) {
     halves = {NewPage(leaf, level), NewPage(leaf, level)};
   } else {
-    PageRef old = store_.Edit(page);
+    PageRef old = EditMine(page);
     PageRef fresh = NewPage(leaf, level);
     const IndexPageView view(old);
     if (growth == Growth::kAtBegin) {
@@ -200,7 +200,7 @@ void BTree::AdoptHalves(std::size_t depth, const Halves& halves, Bytes lastOfLef
   if (depth != 0) {
     return ReplaceChild(depth - 1, {{std::move(lastOfLeft), halves.left.Number()}, {lastOfRight, halves.right.Number()}});
   }
-  IndexPageEditor(store_.Edit(root_).Writable()).Format(false, table_, static_cast<std::uint8_t>(level + 1));
+  IndexPageEditor(EditMine(root_).Writable()).Format(false, table_, static_cast<std::uint8_t>(level + 1));
   Node root;
   root.entries.Append(NodeEntry(lastOfLeft, halves.left.Number()));
   root.tail = halves.right.Number();
@@ -213,7 +213,7 @@ void BTree::PullUpIntoRoot(PageNumber child) {
   {
     const PageRef from = store_.Read(child);
     const IndexPageView view(from);  // nothing but an index page may become the root
-    const PageRef root = store_.Edit(root_);
+    const PageRef root = EditMine(root_);
     std::ranges::copy(from.Bytes(), root.Writable().begin());
     IndexPageEditor editor(root.Writable());
     editor.SetPrevious(0);
@@ -315,15 +315,23 @@ PageRef BTree::NewPage(bool leaf, std::uint8_t level) {
   return page;
 }
 
+/// A wrong link must not lead to a page of another kind, or of another table, being written.
+PageRef BTree::EditMine(PageNumber page) {
+  PageRef edited = store_.Edit(page);
+  const IndexPageView view(edited);
+  if (view.Table() != table_) view.Refuse("an index page belongs to another table", 0);
+  return edited;
+}
+
 void BTree::ReleasePage(PageNumber page) {
+  (void)EditMine(page);
   store_.Free(page);
   if (pages_ != nullptr) pages_->PageRemoved(page);
 }
 
 void BTree::Link(PageNumber left, PageNumber right) {
   const auto editor = [this](PageNumber page) {
-    const PageRef edited = store_.Edit(page);
-    const IndexPageView check(edited);  // a wrong link must not lead to a page of another kind being written
+    const PageRef edited = EditMine(page);
     return IndexPageEditor(edited.Writable());
   };
   if (left != 0) editor(left).SetNext(right);
@@ -365,7 +373,7 @@ void BTree::Clear() {
     if (view.Tail() != 0) open.push_back(view.Tail());
   }
   for (const PageNumber page : pages) ReleasePage(page);
-  IndexPageEditor(store_.Edit(root_).Writable()).Format(true, table_, 0);
+  IndexPageEditor(EditMine(root_).Writable()).Format(true, table_, 0);
 }
 
 }  // namespace jet

@@ -60,9 +60,16 @@ Date Now() {
 }
 
 Table& Catalog::ObjectsTable() { return engine_.TableAt(kObjectsPage, "MSysObjects"); }
-Table& Catalog::PermissionsTable() { return engine_.TableAt(kPermissionsPage, "MSysACEs"); }
-Table& Catalog::QueriesTable() { return engine_.TableAt(kQueriesPage, "MSysQueries"); }
-Table& Catalog::RelationshipsTable() { return engine_.TableAt(kRelationshipsPage, "MSysRelationships"); }
+Table& Catalog::PermissionsTable() { return SystemTable("MSysACEs", kPermissionsPage); }
+Table& Catalog::QueriesTable() { return SystemTable("MSysQueries", kQueriesPage); }
+Table& Catalog::RelationshipsTable() { return SystemTable("MSysRelationships", kRelationshipsPage); }
+
+/// Where the catalog says, which may be another page than the usual one; while a file is being made the catalog does not say it yet.
+Table& Catalog::SystemTable(const char* name, PageNumber usual) {
+  const CatalogObject* object = Find(name);
+  if (object == nullptr || object->type != 1) return engine_.TableAt(usual, name);
+  return engine_.TableAt(static_cast<PageNumber>(object->id), name);
+}
 
 void Catalog::Load() {
   Table& table = ObjectsTable();
@@ -136,6 +143,7 @@ std::int32_t Catalog::Add(CatalogObject object, const PropertyMap& properties) {
       if (held.id < 0) highest = std::max<std::int64_t>(highest, held.id);
     object.id = static_cast<std::int32_t>(highest + 1);
   }
+  Table& permissions = PermissionsTable();  // found before the catalog changes
   Table& table = ObjectsTable();
   // A table belongs to whom the database document belongs to, and may be used by everybody who may use the container.
   Value owner;
@@ -164,14 +172,13 @@ std::int32_t Catalog::Add(CatalogObject object, const PropertyMap& properties) {
     throw Error(ErrorCode::kAlreadyExists, "There is an object of the name \"" + object.name + "\" already");
   }
 
-  AddPermissions(object, owner);
+  AddPermissions(permissions, object, owner);
   Forget();
   return object.id;
 }
 
 /// A new object is permitted what its container hands down, and what the container hands down to the creator goes to the owner.
-void Catalog::AddPermissions(const CatalogObject& object, const Value& owner) {
-  Table& permissions = PermissionsTable();
+void Catalog::AddPermissions(Table& permissions, const CatalogObject& object, const Value& owner) {
   const std::size_t idColumn = Column(permissions, "ObjectId"), sidColumn = Column(permissions, "SID"),
                     accessColumn = Column(permissions, "ACM"), inheritColumn = Column(permissions, "FInheritable");
   Value creator;
@@ -214,9 +221,11 @@ void Catalog::RemoveRows(Table& table, std::string_view column, std::int32_t id)
 }
 
 void Catalog::Remove(std::int32_t id) {
+  Table& permissions = PermissionsTable();
+  Table& queries = QueriesTable();
   ObjectsTable().Delete(RowOf(id));
-  RemoveRows(PermissionsTable(), "ObjectId", id);
-  RemoveRows(QueriesTable(), "ObjectId", id);
+  RemoveRows(permissions, "ObjectId", id);
+  RemoveRows(queries, "ObjectId", id);
   Forget();
 }
 

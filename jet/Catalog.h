@@ -54,7 +54,8 @@ class Catalog {
  private:
   void Load();
   [[nodiscard]] RowId RowOf(std::int32_t id);
-  void AddPermissions(const CatalogObject& object, const Value& owner);
+  void AddPermissions(Table& permissions, const CatalogObject& object, const Value& owner);
+  [[nodiscard]] Table& SystemTable(const char* name, PageNumber usual);
   void RemoveRows(Table& table, std::string_view column, std::int32_t id);
 
   Engine& engine_;

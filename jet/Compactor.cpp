@@ -6,13 +6,16 @@
 #include <vector>
 
 #include "jet/ByteOrder.h"
+#include "jet/Creation.h"
 #include "jet/Database.h"
 #include "jet/Engine.h"
 #include "jet/Error.h"
 #include "jet/IndexCursor.h"
+#include "jet/Schema.h"
 #include "jet/Table.h"
 #include "jet/TableCore.h"
 #include "jet/Text.h"
+#include "jet/TextOrder.h"
 
 namespace jet {
 namespace {
@@ -28,6 +31,7 @@ class Pipe final : public ChunkSource {
 };
 
 constexpr std::uint64_t kHeldWhole = 64 << 10;
+constexpr std::uint16_t kGeneralLanguage = 0x0409;
 
 class Compactor {
  public:
@@ -40,22 +44,21 @@ class Compactor {
     CopyOthers(objects);
     for (const auto& object : objects)
       if (object.type == 1 && !IsBootstrap(object)) CopyTable(object);
-    for (const auto& object : objects)
-      if (object.kind == ObjectKind::kJetLink || object.kind == ObjectKind::kOdbcLink)
-        target_.CreateLink({object.name, object.kind == ObjectKind::kOdbcLink, object.database, object.connect, object.foreignName});
+    CopyLinks(objects);
     CopyQueries(objects);
-    for (const auto& relationship : source_.Relationships()) {
-      // One between tables that are not there any more would not have been kept either.
-      if (source_.FindObject(relationship.table) == nullptr || source_.FindObject(relationship.referencedTable) == nullptr) continue;
-      target_.CreateRelationship(relationship);
-    }
+    CopyRelationships(objects);
     TakeOverCatalog(objects);
     TakeOverHeader();
     target_.Commit();
   }
 
  private:
-  static bool IsBootstrap(const CatalogObject& object) { return object.id >= 2 && object.id <= 5; }
+  /// By name: files may have them on other pages than the usual ones.
+  static bool IsBootstrap(const CatalogObject& object) {
+    static constexpr std::string_view kNames[] = {"MSysObjects", "MSysACEs", "MSysQueries", "MSysRelationships"};
+    return object.kind == ObjectKind::kSystemTable &&
+           std::any_of(std::begin(kNames), std::end(kNames), [&](std::string_view name) { return EqualNames(object.name, name); });
+  }
 
   void CopyTable(const CatalogObject& object) {
     Table& from = source_.OpenTable(object.name);
@@ -67,6 +70,11 @@ class Compactor {
       column.required = false;
       column.allowZeroLength = true;
       column.asStored = source_.FormatVersion() != 3;
+      // Orders of which every text has its place are kept, the others become General.
+      if (column.asStored && TextOrderOf(column.sortLanguage, column.sortVersion) != TextOrder::kFrench) {
+        column.sortLanguage = kGeneralLanguage;
+        column.sortVersion = 0;
+      }
     }
     const auto indexes = from.Indexes();
     std::vector<IndexSpec> later;
@@ -125,7 +133,7 @@ class Compactor {
 
   /// The number that an object of the source has in the target; 0 when it was not copied.
   std::int32_t IdInTarget(const CatalogObject& object) {
-    const bool keepsId = IsBootstrap(object) || object.kind == ObjectKind::kContainer || object.kind == ObjectKind::kDocument;
+    const bool keepsId = object.kind == ObjectKind::kContainer || object.kind == ObjectKind::kDocument;
     if (keepsId) return object.id;
     if (object.kind == ObjectKind::kRelationship) {
       for (const auto& held : target_.Objects())
@@ -160,13 +168,6 @@ class Compactor {
     for (ScanCursor cursor = to.Scan(); cursor.Next();)
       rows.emplace(static_cast<std::int32_t>(cursor.Current().Integer(idThere)), cursor.Id());
     std::erase_if(ids, [&](const auto& id) { return rows.count(id.second) == 0; });
-    const std::size_t idHere = from.ColumnAt("Id");
-    for (ScanCursor cursor = from.Scan(); cursor.Next();) {
-      const auto id = ids.find(static_cast<std::int32_t>(cursor.Current().Integer(idHere)));
-      if (id == ids.end()) continue;
-      TakeOverRow(cursor.Current(), from, to, rows.at(id->second), ids);
-    }
-    target_.Internals().pager->ChangeGeneration();
     if (source_.FormatVersion() == 3) {
       Catalog& catalog = target_.Internals().catalog;
       for (const auto& [old, id] : ids)
@@ -174,6 +175,14 @@ class Compactor {
           catalog.WriteProperties(id, properties);
       target_.Internals().pager->ChangeGeneration();
     }
+    // The rows come after the properties, whose writing counts as a change: the dates of the source are what stays.
+    const std::size_t idHere = from.ColumnAt("Id");
+    for (ScanCursor cursor = from.Scan(); cursor.Next();) {
+      const auto id = ids.find(static_cast<std::int32_t>(cursor.Current().Integer(idHere)));
+      if (id == ids.end()) continue;
+      TakeOverRow(cursor.Current(), from, to, rows.at(id->second), ids);
+    }
+    target_.Internals().pager->ChangeGeneration();
     TakeOverPermissions(ids);
   }
 
@@ -251,13 +260,65 @@ class Compactor {
     target_.Internals().catalog.Forget();
   }
 
+  /// Objects that are no tables keep their numbers: Access' own tables, and other objects, name them by these.
+  void CopyLinks(const std::vector<CatalogObject>& objects) {
+    for (const auto& object : objects)
+      if (object.kind == ObjectKind::kJetLink || object.kind == ObjectKind::kOdbcLink) {
+        CatalogObject made = object;
+        made.id = KeptId(object);
+        made.parentId = Catalog::kTablesId;
+        target_.Internals().catalog.Add(made, {});
+      }
+  }
+
+  static std::int32_t KeptId(const CatalogObject& object) { return object.id < 0 ? object.id : 0; }
+
+  [[nodiscard]] bool IsLocal(const std::string& name) {
+    const CatalogObject* object = source_.FindObject(name);
+    return object != nullptr && object->kind == ObjectKind::kTable;
+  }
+
+  void CopyRelationships(const std::vector<CatalogObject>& objects) {
+    for (const auto& relationship : source_.Relationships()) {
+      const auto object = std::find_if(objects.begin(), objects.end(), [&](const CatalogObject& held) {
+        return held.kind == ObjectKind::kRelationship && EqualNames(held.name, relationship.name);
+      });
+      const std::int32_t id = object == objects.end() ? 0 : KeptId(*object);
+      if (relationship.enforced && IsLocal(relationship.table) && IsLocal(relationship.referencedTable)) {
+        Schema(target_.Internals()).CreateRelationship(relationship, id);
+      } else {
+        CopyRelationshipRows(relationship.name);
+        if (object == objects.end()) continue;
+        CatalogObject made = *object;
+        made.id = id;
+        made.parentId = Catalog::kRelationshipsId;
+        target_.Internals().catalog.Add(made, {});
+      }
+    }
+  }
+
+  /// One that nothing enforces says only what somebody wrote down, be it of links or of tables that are not there.
+  void CopyRelationshipRows(const std::string& name) {
+    Table& from = source_.Internals().catalog.RelationshipsTable();
+    Table& to = target_.Internals().catalog.RelationshipsTable();
+    const std::size_t nameColumn = from.ColumnAt("szRelationship");
+    for (ScanCursor cursor = from.Scan(); cursor.Next();) {
+      Row& row = cursor.Current();
+      if (!EqualNames(row.Text(nameColumn), name)) continue;
+      std::vector<Value> values(to.Columns().size());
+      for (std::size_t i = 0; i < from.Columns().size(); ++i)
+        if (const auto where = to.FindColumn(from.Columns()[i].name)) row.Get(i, values[*where]);
+      to.Insert(values);
+    }
+  }
+
   void CopyQueries(const std::vector<CatalogObject>& objects) {
     Catalog& from = source_.Internals().catalog;
     Catalog& to = target_.Internals().catalog;
     for (const auto& object : objects) {
       if (object.kind != ObjectKind::kQuery) continue;
       CatalogObject made = object;
-      made.id = 0;
+      made.id = KeptId(object);
       made.parentId = Catalog::kTablesId;
       const std::int32_t id = to.Add(made, from.ReadProperties(object.id));
       Table& source = from.QueriesTable();
@@ -287,7 +348,11 @@ void CompactInto(Database& source, const std::string& newPath) {
   OpenOptions options;
   options.fileSystem = &source.Internals().files;
   options.cacheBytes = source.Internals().options.cacheBytes;
-  const auto target = Database::Create(newPath, options);
+  const FileHeader& header = source.Internals().header;
+  const bool french = header.version != 3 && TextOrderOf(header.sortLanguage, header.sortVersion) == TextOrder::kFrench;
+  CreateEmptyFile(*options.fileSystem, newPath, french ? header.sortLanguage : kGeneralLanguage);
+  options.mode = OpenMode::kExclusive;
+  const auto target = Database::Open(newPath, options);
   try {
     Compactor(source, *target).Run();
   } catch (...) {

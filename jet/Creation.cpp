@@ -122,7 +122,7 @@ std::uint16_t LengthOf(ColumnType type) {
 }
 
 /// What every column of a system table has in common: no compression, no second number.
-TableDefinition Define(PageNumber page, const SystemTable& table) {
+TableDefinition Define(PageNumber page, const SystemTable& table, std::uint16_t sortLanguage) {
   TableDefinition definition;
   definition.pages = {page};
   definition.tableType = 'S';
@@ -134,7 +134,7 @@ TableDefinition Define(PageNumber page, const SystemTable& table) {
     column.variableIndex = definition.variableColumns;
     column.length = LengthOf(source.type);
     column.flags = static_cast<std::uint8_t>(kSystemFlag | Column::kNullable | (source.sid ? kSidFlag : 0));
-    column.sort = {0x09, 0x04, 0, 0};
+    column.sort = {static_cast<std::uint8_t>(sortLanguage), static_cast<std::uint8_t>(sortLanguage >> 8), 0, 0};
     const bool variable = column.IsLong() || column.type == ColumnType::kText || column.type == ColumnType::kBinary;
     if (variable) {
       ++definition.variableColumns;
@@ -171,7 +171,7 @@ class Builder {
     WriteFixedPages();
     const SystemTable* tables[] = {&Objects(), &Permissions(), &Queries(), &Relationships()};
     TableDefinition definitions[4];
-    for (PageNumber i = 0; i < 4; ++i) definitions[i] = Define(2 + i, *tables[i]);
+    for (PageNumber i = 0; i < 4; ++i) definitions[i] = Define(2 + i, *tables[i], engine_.header.sortLanguage);
     for (auto& definition : definitions) AddMaps(definition);
     for (auto& definition : definitions) AddRoots(definition);
     for (auto& definition : definitions) Write(definition);
@@ -183,7 +183,7 @@ class Builder {
 
  private:
   void WriteFixedPages() {
-    const auto header = FileHeader::Create();
+    const auto header = FileHeader::Create(engine_.header.sortLanguage);
     {
       const PageRef page = pager_.Extend();
       std::memcpy(page.Writable().data(), header.data(), header.size());
@@ -291,7 +291,7 @@ class Builder {
 
 }  // namespace
 
-void CreateEmptyFile(FileSystem& files, const std::string& path) {
+void CreateEmptyFile(FileSystem& files, const std::string& path, std::uint16_t sortLanguage) {
   if (files.Exists(path)) throw Error(ErrorCode::kAlreadyExists, "There is a file \"" + path + "\" already");
   const std::string working = path + "-new";
   files.Remove(working);
@@ -299,6 +299,7 @@ void CreateEmptyFile(FileSystem& files, const std::string& path) {
     OpenOptions options;
     options.fileSystem = &files;
     Engine engine(files, working, options);
+    engine.header.sortLanguage = sortLanguage;
     engine.sharing = std::make_unique<Sharing>();
     engine.pager = std::make_unique<Pager>(files, working, files.Open(working, FileMode::kCreateNew), engine.header.pageSize,
                                            options.cacheBytes, *engine.sharing, false);

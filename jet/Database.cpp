@@ -65,20 +65,25 @@ void RecoverAtOpening(FileSystem& files, const std::string& path, Opened& opened
   sharing.LeaveWrite();
 }
 
-/// A file that was cut off has pages in use behind its end.
+/// A file that was cut off lacks pages that something in it names. Pages behind the end that the map of free pages merely keeps are no
+/// sign of it: files grow by several pages at a time, and their ends are not always written.
 void CheckLength(Engine& engine, std::uint64_t size) {
   Pager& pager = *engine.pager;
   const std::string quoted = "\"" + engine.path + "\" ";
   if (size % engine.header.pageSize != 0)
     throw Error(ErrorCode::kDamaged, quoted + "is cut short: its length is not a whole number of pages", pager.PageCount(),
                 static_cast<std::uint32_t>(size % engine.header.pageSize));
+  const auto refuse = [&](PageNumber page) {
+    throw Error(ErrorCode::kDamaged,
+                quoted + "is cut short: page " + std::to_string(page) + " is in use and the file has only " +
+                    std::to_string(pager.PageCount()) + " pages",
+                page, 0);
+  };
+  if (const PageNumber last = Unpack(engine.header.freePages).page; last >= pager.PageCount()) refuse(last);
   UsageMap freePages(pager, engine.header.freePages, UsageMap::Kind::kFreePages);
   constexpr PageNumber kMostPages = PageNumber{1} << 20;
-  if (const auto used = freePages.NextMissingFrom(pager.PageCount(), kMostPages))
-    throw Error(ErrorCode::kDamaged,
-                quoted + "is cut short: page " + std::to_string(*used) + " is in use and the file has only " +
-                    std::to_string(pager.PageCount()) + " pages",
-                *used, 0);
+  if (!freePages.NextMissingFrom(pager.PageCount(), kMostPages) && !freePages.NamesBitmapsOutside()) return;
+  if (const PageNumber outside = PagesInUse(engine).FirstOutside(); outside != 0) refuse(outside);
 }
 
 }  // namespace
@@ -110,6 +115,7 @@ std::unique_ptr<Database> Database::Open(const std::string& path, const OpenOpti
   engine->pager = std::make_unique<Pager>(files, path, std::move(opened.file), engine->header.pageSize, options.cacheBytes,
                                           *engine->sharing, engine->readOnly);
   engine->pager->SetFreePageMap(engine->header.freePages);
+  engine->pager->SetSurvey([raw = engine.get()] { return PagesInUse(*raw); });
   const ReadLock lock(*engine);
   CheckLength(*engine, engine->sharing->Exclusive()
                            ? size

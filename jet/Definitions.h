@@ -62,6 +62,8 @@ struct IndexDef {
   bool ignoreNulls = false;  ///< a row whose key columns are all null has no entry
   bool required = false;     ///< no null in any key column
   bool writable = true;      ///< false: the tree's text order is not known here, so it can neither be searched nor changed
+  bool findsEqual = true;    ///< texts that CompareText finds equal have equal keys: the index can be searched for them
+  bool ordersTexts = true;   ///< texts stand in the order of CompareText: ranges and order can be had from the index
   std::uint32_t tree = 0;    ///< position of the tree behind it in the table definition; equal for indexes that share one
   // Foreign keys only.
   bool referencing = false;        ///< true on the many side, false on the one side

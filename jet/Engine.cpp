@@ -27,6 +27,7 @@ ChangeScope::ChangeScope(Engine& engine, bool nested) : engine_(engine) {
   }
   try {
     engine.pager->BeginWrite();
+    if (nested) engine.pager->Survey();
   } catch (...) {
     if (own_ && engine.pager->Depth() > 0) engine.pager->Rollback();
     throw;

@@ -20,6 +20,8 @@ constexpr std::size_t kPasswordOffset = 0x42;
 constexpr std::size_t kPasswordSize = 40;
 constexpr std::size_t kPasswordSizeJet3 = 20;
 constexpr std::size_t kCreatedOffset = 0x72;
+constexpr std::size_t kOrderOffset = 0x6E;
+constexpr std::size_t kOrderOffsetJet3 = 0x3A;
 /// 2000-era build and date under which the two-byte account names of a new file are known.
 constexpr std::uint16_t kBuild = 0x261C;
 constexpr std::uint8_t kCreatedBytes[8] = {0x3E, 0x85, 0xD3, 0x3B, 0x3E, 0xAB, 0xE4, 0x40};
@@ -91,6 +93,8 @@ FileHeader FileHeader::Read(std::span<const std::byte> source, const std::string
   header.freePages = Load32(page.data() + kMaskBegin);
   header.codePage = Load16(page.data() + 0x3C);
   if (jet3 && header.codePage == 0) header.codePage = 1252;
+  header.sortLanguage = Load16(page.data() + (jet3 ? kOrderOffsetJet3 : kOrderOffset));
+  if (!jet3) header.sortVersion = Load8(page.data() + kOrderOffset + 3);
   header.encryptionKey = Load32(page.data() + 0x3E);
   if (!jet3) header.created = LoadLittle<double>(page.data() + kCreatedOffset);
   if (header.encryptionKey != 0)
@@ -111,7 +115,7 @@ FileHeader FileHeader::Read(std::span<const std::byte> source, const std::string
   return header;
 }
 
-std::vector<std::byte> FileHeader::Create() {
+std::vector<std::byte> FileHeader::Create(std::uint16_t sortLanguage) {
   std::vector<std::byte> page(4096);
   std::byte* bytes = page.data();
   Store32(bytes, 0x00000100);
@@ -122,7 +126,7 @@ std::vector<std::byte> FileHeader::Create() {
   for (std::uint32_t i = 0; i < 4; ++i) Store32(bytes + 0x20 + 4 * i, 2 + i);
   Store16(bytes + 0x3C, 1252);
   Store16(bytes + 0x6A, kBuild);
-  Store32(bytes + 0x6E, 0x00000409);
+  Store32(bytes + kOrderOffset, sortLanguage);
   std::memcpy(bytes + kCreatedOffset, kCreatedBytes, sizeof kCreatedBytes);
   const std::uint32_t day = CreationDay(LoadLittle<double>(bytes + kCreatedOffset));
   for (std::size_t i = 0; i < kPasswordSize; i += 4) Store32(bytes + kPasswordOffset + i, day);
@@ -135,7 +139,7 @@ std::vector<std::byte> FileHeader::Create() {
 
 void FileHeader::CopyIdentity(std::span<const std::byte> from, std::span<std::byte> to) {
   // The mask is the same everywhere, so that masked bytes can be copied. The text order in between stays that of the new system tables.
-  constexpr std::size_t kBegin = 0x3C, kOrder = 0x6E, kSizeOfDate = 8;
+  constexpr std::size_t kBegin = 0x3C, kOrder = kOrderOffset, kSizeOfDate = 8;
   std::copy(from.begin() + kBegin, from.begin() + kOrder, to.begin() + kBegin);
   std::copy(from.begin() + kCreatedOffset, from.begin() + kCreatedOffset + kSizeOfDate, to.begin() + kCreatedOffset);
 }

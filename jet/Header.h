@@ -27,6 +27,8 @@ struct FileHeader {
   std::size_t pageSize = 4096;
   PackedPointer freePages = 0x100;
   std::uint16_t codePage = 1252;
+  std::uint16_t sortLanguage = 0x0409;  ///< of texts in new columns
+  std::uint8_t sortVersion = 0;
   double created = 0;
   std::string password;  ///< as UTF-16LE or ANSI bytes; empty: none
   std::uint32_t encryptionKey = 0;
@@ -34,8 +36,8 @@ struct FileHeader {
   /// Reads the beginning of a file. Errors: kNotAnAccessFile, whose text says what the file is as far as known; kPasswordProtected;
   /// kEncrypted.
   static FileHeader Read(std::span<const std::byte> page, const std::string& path);
-  /// Page 0 of a new Jet 4 file.
-  static std::vector<std::byte> Create();
+  /// Page 0 of a new Jet 4 file whose texts are ordered as that language has it (version 0).
+  static std::vector<std::byte> Create(std::uint16_t sortLanguage = 0x0409);
   /// Gives a page 0 what belongs together in another one: code page, password, build and creation date, and with them the key of the
   /// accounts. Both pages are Jet 4 as they stand in their files.
   static void CopyIdentity(std::span<const std::byte> from, std::span<std::byte> to);

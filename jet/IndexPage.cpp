@@ -22,7 +22,10 @@ constexpr std::size_t kLevelOffset = 26;
 constexpr std::size_t kMaskOffset = 27;
 constexpr std::size_t kMaskBytes = kIndexEntriesOffset - kMaskOffset;
 constexpr std::size_t kMaskWords = (kMaskBytes + 7) / 8;
-constexpr std::uint64_t kLastWordBits = (std::uint64_t{1} << (kMaskBytes % 8 * 8)) - 1;
+constexpr std::size_t kJet3PageSize = 2048;
+constexpr IndexLayout kJet4{kPreviousOffset, kNextOffset, kTailOffset, kPrefixOffset, 2, kLevelOffset, kMaskOffset, kMaskBytes,
+                            kIndexEntriesOffset, kIndexEntriesSize};
+constexpr IndexLayout kJet3{8, 12, 16, 20, 1, 21, 22, 226, 248, kJet3PageSize - 248};
 constexpr std::byte kNodeType{3};
 constexpr std::byte kLeafType{4};
 
@@ -94,39 +97,41 @@ std::optional<std::size_t> IndexEntries::FittingPrefix(bool leaf) const noexcept
 // ----- IndexPageView
 
 IndexPageView::IndexPageView(std::span<const std::byte> bytes, PageNumber number)
-    : bytes_(bytes.data()),
+    : layout_(bytes.size() == kJet3PageSize ? &kJet3 : &kJet4),
+      bytes_(bytes.data()),
       number_(number),
       pointerSize_(kRowPointerSize + (bytes[0] == kLeafType ? 0 : kChildSize)),
       leaf_(bytes[0] == kLeafType) {
-  if (bytes.size() != kIndexPageSize) throw Error(ErrorCode::kUnsupported, "indexes of this file format cannot be used");
+  if (bytes.size() != kIndexPageSize && bytes.size() != kJet3PageSize)
+    throw Error(ErrorCode::kUnsupported, "indexes of this file format cannot be used");
   if (!leaf_ && bytes[0] != kNodeType) throw Error(ErrorCode::kDamaged, "this is no index page", number, 0);
-  prefix_ = Load16(bytes_ + kPrefixOffset);
-  for (std::size_t word = kMaskWords; word-- != 0;) {
+  prefix_ = layout_->prefixSize == 1 ? Load8(bytes_ + layout_->prefix) : Load16(bytes_ + layout_->prefix);
+  for (std::size_t word = MaskWords(); word-- != 0;) {
     const std::uint64_t bits = MaskWord(word);
     if (bits == 0) continue;
     used_ = word * 64 + static_cast<std::size_t>(63 - std::countl_zero(bits));
     break;
   }
-  if (used_ > kIndexEntriesSize) throw Error(ErrorCode::kDamaged, "an index entry ends outside its page", number, kMaskOffset);
-  if ((bytes_[kMaskOffset] & std::byte{1}) != std::byte{0}) {
-    throw Error(ErrorCode::kDamaged, "an index entry is empty", number, kMaskOffset);
+  if (used_ > layout_->entriesSize) throw Error(ErrorCode::kDamaged, "an index entry ends outside its page", number, layout_->mask);
+  if ((bytes_[layout_->mask] & std::byte{1}) != std::byte{0}) {
+    throw Error(ErrorCode::kDamaged, "an index entry is empty", number, layout_->mask);
   }
   if (used_ != 0 && prefix_ > EndOf(0)) {
-    throw Error(ErrorCode::kDamaged, "the prefix of an index page is longer than its first entry", number, kPrefixOffset);
+    throw Error(ErrorCode::kDamaged, "the prefix of an index page is longer than its first entry", number, layout_->prefix);
   }
 }
 
 std::size_t IndexPageView::FreeBytes() const noexcept { return Load16(bytes_ + kFreeOffset); }
 PageNumber IndexPageView::Table() const noexcept { return Load32(bytes_ + kTableOffset); }
-PageNumber IndexPageView::Previous() const noexcept { return Load32(bytes_ + kPreviousOffset); }
-PageNumber IndexPageView::Next() const noexcept { return Load32(bytes_ + kNextOffset); }
-PageNumber IndexPageView::Tail() const noexcept { return Load32(bytes_ + kTailOffset); }
-std::uint8_t IndexPageView::Level() const noexcept { return std::to_integer<std::uint8_t>(bytes_[kLevelOffset]); }
+PageNumber IndexPageView::Previous() const noexcept { return Load32(bytes_ + layout_->previous); }
+PageNumber IndexPageView::Next() const noexcept { return Load32(bytes_ + layout_->next); }
+PageNumber IndexPageView::Tail() const noexcept { return Load32(bytes_ + layout_->tail); }
+std::uint8_t IndexPageView::Level() const noexcept { return std::to_integer<std::uint8_t>(bytes_[layout_->level]); }
 
 std::uint64_t IndexPageView::MaskWord(std::size_t word) const noexcept {
-  // The last word reaches into the entries by three bytes, which are cut off.
-  const std::uint64_t bits = Load64(bytes_ + kMaskOffset + word * 8);
-  return word == kMaskWords - 1 ? bits & kLastWordBits : bits;
+  // The last word reaches into the entries, whose bytes are cut off.
+  const std::uint64_t bits = Load64(bytes_ + layout_->mask + word * 8);
+  return word == MaskWords() - 1 ? bits & BitsBelow(layout_->maskBytes % 8 * 8u) : bits;
 }
 
 std::size_t IndexPageView::BeginAt(std::size_t offset) const noexcept {
@@ -143,7 +148,7 @@ std::size_t IndexPageView::EndOf(std::size_t begin) const {
   std::size_t word = (begin + 1) / 64;
   std::uint64_t bits = MaskWord(word) & ~BitsBelow((begin + 1) % 64);
   while (bits == 0) {
-    if (++word >= kMaskWords) Refuse("an index entry has no end", begin);
+    if (++word >= MaskWords()) Refuse("an index entry has no end", begin);
     bits = MaskWord(word);
   }
   return word * 64 + static_cast<std::size_t>(std::countr_zero(bits));
@@ -162,7 +167,7 @@ std::size_t IndexPageView::CountBefore(std::size_t offset) const noexcept {
 }
 
 void IndexPageView::Refuse(const char* what, std::size_t begin) const {
-  throw Error(ErrorCode::kDamaged, what, number_, static_cast<std::uint32_t>(kIndexEntriesOffset + begin));
+  throw Error(ErrorCode::kDamaged, what, number_, static_cast<std::uint32_t>(layout_->entries + begin));
 }
 
 IndexPageView::Entry IndexPageView::Bounds(std::size_t begin) const {

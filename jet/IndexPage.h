@@ -21,6 +21,13 @@ namespace jet {
 //
 // Bit p of the mask is set when an entry ends at 480 + p. The first entry is whole; the others lack the first `prefix` bytes, which
 // are those of the first. Leaf entry: key, u24 page, u8 slot of the row. Node entry: the last leaf entry below the child, u32 child.
+//
+// Jet 3 (only read here): previous at 8, next at 12, tail at 16, u8 prefix at 20, level at 21, 226 bytes of mask at 22, entries at 248.
+
+/// Where the fields of an index page stand in one of the two formats.
+struct IndexLayout {
+  std::uint16_t previous, next, tail, prefix, prefixSize, level, mask, maskBytes, entries, entriesSize;
+};
 
 inline constexpr std::size_t kIndexPageSize = 4096;
 inline constexpr std::size_t kIndexEntriesOffset = 480;
@@ -95,6 +102,8 @@ class IndexPageView {
   [[nodiscard]] PageNumber Tail() const noexcept;
   [[nodiscard]] std::size_t Prefix() const noexcept { return prefix_; }
   [[nodiscard]] std::uint8_t Level() const noexcept;
+  /// Bytes that a page of this format has for entries.
+  [[nodiscard]] std::size_t Room() const noexcept { return layout_->entriesSize; }
 
   [[nodiscard]] std::size_t Used() const noexcept { return used_; }
   [[nodiscard]] bool Empty() const noexcept { return used_ == 0; }
@@ -142,8 +151,10 @@ class IndexPageView {
   /// Number of bytes in which the target's key and the prefix agree.
   [[nodiscard]] std::size_t CommonWithPrefix(std::span<const std::byte> key) const noexcept;
   [[nodiscard]] std::uint64_t MaskWord(std::size_t word) const noexcept;
-  [[nodiscard]] const std::byte* Area() const noexcept { return bytes_ + kIndexEntriesOffset; }
+  [[nodiscard]] std::size_t MaskWords() const noexcept { return (layout_->maskBytes + 7u) / 8u; }
+  [[nodiscard]] const std::byte* Area() const noexcept { return bytes_ + layout_->entries; }
 
+  const IndexLayout* layout_;
   const std::byte* bytes_;
   PageNumber number_;
   std::size_t used_ = 0;

@@ -171,7 +171,7 @@ void AppendKey(const KeyColumn& column, const Value& value, Bytes& key) {
     case ValueType::kBytes:
       return AppendBinaryKey(value.AsBytes(), descending, key);
     case ValueType::kText:
-      return AppendTextKey(std::string_view(value.AsText()), descending, key);
+      return AppendTextKey(value.AsText(), descending, column.order, key);
     case ValueType::kGuid:
       return AppendGuidKey(value.AsGuid(), descending, key);
     case ValueType::kNumeric:

@@ -5,6 +5,7 @@
 #include <span>
 #include <vector>
 
+#include "jet/TextOrder.h"
 #include "jet/Value.h"
 
 namespace jet {
@@ -14,6 +15,7 @@ struct KeyColumn {
   ColumnType type = ColumnType::kLong;
   bool descending = false;
   std::uint8_t scale = 0;  ///< numeric only: digits after the point of the column
+  TextOrder order = TextOrder::kGeneral;  ///< text and memo only
 };
 
 /// Which columns of a key were null: decides about "ignore nulls" and uniqueness.
@@ -24,9 +26,10 @@ struct KeyNulls {
 
 /// Appends the bytes of one column to a key: a flag byte, then the value so that comparing keys byte by byte orders the values.
 /// The value is null or of the column's own type (a numeric may have any scale). Null is just its flag.
-/// Text follows the "General" order (TextOrder.h): keys of texts with another order cannot be made here.
+/// Text follows the order of the column (TextOrder.h).
 /// Minus zero has a key of its own, right before zero's; columns are not given it (Convert.h). Descending keys of numerics keep the order of the real files, which is wrong for positive ones.
-/// Errors: kTypeMismatch for a value of another type, kUnsupported for a type that no index can hold.
+/// Errors: kTypeMismatch for a value of another type, kUnsupported for a type that no index can hold and for a
+/// text that has no known place in its order.
 void AppendKey(const KeyColumn& column, const Value& value, Bytes& key);
 
 /// Makes the key of a whole row, or of a leading part of the columns when fewer values than columns are given.

@@ -210,6 +210,9 @@ void LongValuePages::Free(const LongValueDefinition& definition) {
     const auto data = Piece(store_, where, page);
     if (++pieces > std::uint64_t{store_.PageCount()} * DataPage::kMaxSlots)
       throw Error(ErrorCode::kDamaged, "A long value runs in circles", id.page, 0);
+    // Pages of long values do not say whose they are: what another column keeps there must not go because a pointer went wrong.
+    if (!UsageMap(store_, ownedMap_).Contains(id.page))
+      throw Error(ErrorCode::kDamaged, "A long value lies on a page of another column", id.page, 0);
     where = definition.kind == LongValueDefinition::Kind::kChain && data.size() >= 4 ? Load32(data.data()) : 0;
     page = store_.Edit(id.page);
     DataPageEditor editor(page);
@@ -237,7 +240,12 @@ PackedPointer LongValuePages::Store(std::span<const std::byte> row) {
   if (freeMap_ == 0) return StoreOnNewPage(row);
   UsageMap map(store_, freeMap_);
   auto candidate = map.NextFrom(0, store_.PageCount());
+  UsageMap owned(store_, ownedMap_);
   for (int tried = 0; candidate && tried < kPagesTried; ++tried) {
+    if (!owned.Contains(*candidate)) {  // nobody would know whose the value is
+      candidate = map.NextFrom(*candidate + 1, store_.PageCount());
+      continue;
+    }
     PageRef page = store_.Edit(*candidate);
     DataPageEditor editor(page);
     if (editor.Owner() != DataPage::kLongValueOwner)

@@ -12,6 +12,7 @@ namespace {
 constexpr std::uint64_t kMaxFileSize = std::uint64_t{2} << 30;
 constexpr std::size_t kSmallestCache = 64;  // pages: enough for what one operation pins, with room to spare
 constexpr std::size_t kWriteRun = 64;       // pages written in one call at most
+constexpr PageNumber kFirstOrdinaryPage = 2;  // header and global maps never move
 
 }  // namespace
 
@@ -175,25 +176,51 @@ PageRef Pager::Extend() {
   return pinned;
 }
 
+void Pager::Survey() {
+  if (!inUse_ && survey_) inUse_.emplace(survey_());
+}
+
+/// A page that the map lists is used again only when nothing in the file names it: the map may have been written, or damaged, by anybody.
+std::optional<PageNumber> Pager::FindFreePage(UsageMap& map) {
+  const auto found = map.NextFrom(std::max(freeHint_, kFirstOrdinaryPage), pageCount_);
+  if (!found || !survey_) return found;
+  Survey();
+  if (!inUse_->Complete()) return std::nullopt;  // it may belong to what cannot be read
+  if (const std::string* owner = inUse_->OwnerOf(*found))
+    throw Error(ErrorCode::kDamaged, "The map of free pages lists page " + std::to_string(*found) + ", which belongs to " + *owner,
+                Unpack(freePages_).page, 0);
+  return found;
+}
+
 PageRef Pager::Allocate() {
   BeginWrite();
   UsageMap map = FreeMap();
-  const auto found = map.NextFrom(freeHint_, pageCount_);
+  const auto found = FindFreePage(map);
   if (!found) {
     freeHint_ = pageCount_;
     PageRef page = Extend();
     map.Remove(page.Number());
+    if (inUse_) inUse_->Take(page.Number());
     return page;
   }
   freeHint_ = *found + 1;
   PageRef page = Edit(*found);
   std::memset(page.Writable().data(), 0, pageSize_);
   map.Remove(*found);
+  if (inUse_) inUse_->Take(*found);
   return page;
 }
 
 void Pager::Free(PageNumber page) {
   BeginWrite();
+  if (page < kFirstOrdinaryPage || page >= pageCount_)
+    throw Error(ErrorCode::kDamaged, "A page that cannot be given back is named as one of a table", page, 0);
+  Survey();
+  if (inUse_) {
+    if (const std::string* other = inUse_->SecondOwnerOf(page))
+      throw Error(ErrorCode::kDamaged, "The page belongs to " + *inUse_->OwnerOf(page) + " and to " + *other, page, 0);
+    inUse_->Release(page);
+  }
   FreeMap().Add(page);
   freeHint_ = std::min(freeHint_, page);
 }
@@ -226,6 +253,7 @@ void Pager::Refresh() {
   DropCache();
   pageCount_ = committedPageCount_ = static_cast<PageNumber>(file_->Size() / pageSize_);
   freeHint_ = 0;
+  inUse_.reset();
   ++generation_;
 }
 
@@ -257,6 +285,7 @@ void Pager::RecoverIfLeftBehind(bool mayChange) {
   DropCache();
   pageCount_ = committedPageCount_ = static_cast<PageNumber>(file_->Size() / pageSize_);
   freeHint_ = 0;
+  inUse_.reset();
   ++generation_;
 }
 
@@ -416,6 +445,7 @@ void Pager::UndoAll() {
   }
   pageCount_ = committedPageCount_;
   freeHint_ = 0;
+  inUse_.reset();
   changed_ = false;
   ++generation_;
   if (journal_.Started()) {
@@ -440,6 +470,7 @@ void Pager::UndoLevel(Level& level) {
     if (frame->inUse && !frame->orphan && frame->page >= level.pageCount) Discard(frame.get());
   pageCount_ = level.pageCount;
   freeHint_ = 0;
+  inUse_.reset();
   ++generation_;
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -11,6 +12,7 @@
 #include "jet/FileSystem.h"
 #include "jet/Journal.h"
 #include "jet/PageStore.h"
+#include "jet/PagesInUse.h"
 #include "jet/Sharing.h"
 #include "jet/UsageMap.h"
 
@@ -40,6 +42,11 @@ class Pager final : public PageStore {
   [[nodiscard]] PageRef Extend();
   void SetFreePageMap(PackedPointer where) noexcept { freePages_ = where; }
   [[nodiscard]] PackedPointer FreePageMap() const noexcept { return freePages_; }
+  /// Who can tell which pages are in use, asked before the first page of a file is given back or used again. Without it (while a file is
+  /// being made) the map of free pages is believed.
+  void SetSurvey(std::function<PagesInUse()> survey) { survey_ = std::move(survey); }
+  /// Asks now, unless that has been done since the pages last changed behind us. For operations that take structures apart.
+  void Survey();
 
   // ----- sharing with other processes
   /// Begins a stretch of reading: what other processes committed before is seen, and nothing changes meanwhile. Nests.
@@ -115,6 +122,7 @@ class Pager final : public PageStore {
   void Refresh();
   void EndTransaction() noexcept;
   [[nodiscard]] UsageMap FreeMap();
+  [[nodiscard]] std::optional<PageNumber> FindFreePage(UsageMap& map);
 
   FileSystem& files_;
   std::string path_;
@@ -127,6 +135,8 @@ class Pager final : public PageStore {
   PageNumber pageCount_ = 0;
   PageNumber committedPageCount_ = 0;
   PageNumber freeHint_ = 0;
+  std::function<PagesInUse()> survey_;
+  std::optional<PagesInUse> inUse_;
 
   std::vector<std::unique_ptr<Frame>> frames_;
   std::vector<std::unique_ptr<Frame*[]>> directory_;

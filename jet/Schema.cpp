@@ -36,6 +36,14 @@ void Schema::Finish(TableCore& table, TableDefinition& definition) {
   table.Reload();
 }
 
+/// New texts are ordered as the file says, unless the column is a copy.
+ColumnDef Schema::InOrderOfFile(const Engine& engine, ColumnDef column) {
+  if (column.asStored) return column;
+  column.sortLanguage = engine.header.sortLanguage;
+  column.sortVersion = engine.header.sortVersion;
+  return column;
+}
+
 TableDefinition Schema::BuildTable(Engine& engine, PageNumber page, const TableSpec& spec) {
   Pager& pager = *engine.pager;
   if (spec.columns.empty()) throw Error(ErrorCode::kUnsupported, "A table without columns cannot be made");
@@ -45,7 +53,7 @@ TableDefinition Schema::BuildTable(Engine& engine, PageNumber page, const TableS
   definition.pages = {page};
   definition.ownedMap = NewMapRow(pager, 0);
   definition.freeMap = NewMapRow(pager, definition.ownedMap);
-  for (const auto& column : spec.columns) AppendColumn(pager, definition, column);
+  for (const auto& column : spec.columns) AppendColumn(pager, definition, InOrderOfFile(engine, column));
   for (const auto& index : spec.indexes) {
     const auto parts = ResolveIndex(definition, index);
     Tree tree = MakeTree(pager, page, definition, parts, FlagsOf(index));
@@ -151,7 +159,7 @@ void Schema::AddColumn(std::string_view name, const ColumnDef& column) {
     throw Error(ErrorCode::kLimit, "The table \"" + table.name + "\" has had 255 columns; compacting the database makes room");
   scope.Touching();
   const bool hadVariable = definition.variableColumns > 0;
-  AppendColumn(*engine_.pager, definition, column);
+  AppendColumn(*engine_.pager, definition, InOrderOfFile(engine_, column));
   Finish(table, definition);
   if (!hadVariable && definition.variableColumns > 0) table.RewriteRows();
   if (definition.columns.back().IsFixed()) table.CompleteRows();
@@ -204,9 +212,7 @@ void Schema::DropColumn(std::string_view name, std::string_view columnName) {
                                  [&](const TableDefinition::LongMaps& held) { return held.column == found->number; });
   if (maps != definition.longMaps.end()) {
     Pager& pager = *engine_.pager;
-    UsageMap owned(pager, maps->ownedMap);
-    for (const PageNumber page : owned.Pages(pager.PageCount())) pager.Free(page);
-    owned.Clear();
+    FreePages(pager, maps->ownedMap, DataPage::kLongValueOwner);
     FreeMapRow(pager, maps->ownedMap);
     if (maps->freeMap != 0) {
       UsageMap(pager, maps->freeMap).Clear();
@@ -264,7 +270,6 @@ void Schema::BuildTree(TableCore& table, std::size_t position) {
 void Schema::CreateIndex(std::string_view name, const IndexSpec& index) {
   ChangeScope scope(engine_, true);
   TableCore& table = LocalTable(name);
-  table.CheckWritable();
   TableDefinition definition = Fresh(table);
   const IndexParts parts = ResolveIndex(definition, index);
   scope.Touching();
@@ -280,9 +285,7 @@ void Schema::RemoveTree(TableDefinition& definition, std::size_t tree) {
   Pager& pager = *engine_.pager;
   for (const auto& index : definition.indexes)
     if (index.tree == tree) return;  // others still use it
-  UsageMap owned(pager, definition.trees[tree].ownedMap);
-  for (const PageNumber page : owned.Pages(pager.PageCount())) pager.Free(page);
-  owned.Clear();
+  FreePages(pager, definition.trees[tree].ownedMap, definition.pages[0]);
   FreeMapRow(pager, definition.trees[tree].ownedMap);
   definition.trees.erase(definition.trees.begin() + static_cast<std::ptrdiff_t>(tree));
   for (auto& index : definition.indexes)

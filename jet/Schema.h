@@ -29,7 +29,8 @@ class Schema {
   void CreateLink(const LinkSpec& link);
 
   [[nodiscard]] std::vector<Relationship> Relationships();
-  void CreateRelationship(const Relationship& relationship);
+  /// id: the number of the object, 0 to have one chosen.
+  void CreateRelationship(const Relationship& relationship, std::int32_t id = 0);
   void DropRelationship(std::string_view name);
 
   /// Writes the definition page and everything that belongs to it for a new table; used for system tables too.
@@ -43,6 +44,7 @@ class Schema {
   void BuildTree(TableCore& table, std::size_t tree);
   void RemoveTree(TableDefinition& definition, std::size_t tree);
   void DropLocalTable(const CatalogObject& object);
+  [[nodiscard]] static ColumnDef InOrderOfFile(const Engine& engine, ColumnDef column);
   void NumberRows(TableCore& table, const ColumnDef& column);
   std::size_t AddTree(TableCore& table, TableDefinition& definition, const std::vector<std::uint16_t>& numbers,
                       const std::vector<bool>& descending, std::uint8_t flags);

@@ -19,6 +19,8 @@ constexpr std::size_t kLongestName = 64;
 void SetType(Column& stored, const ColumnDef& column) {
   stored.type = column.type;
   stored.sort = {0x09, 0x04, 0, 0};
+  if (stored.IsText())
+    stored.sort = {static_cast<std::uint8_t>(column.sortLanguage), static_cast<std::uint8_t>(column.sortLanguage >> 8), 0, column.sortVersion};
   const bool variable = column.type == ColumnType::kText || column.type == ColumnType::kBinary || stored.IsLong();
   stored.flags =
       static_cast<std::uint8_t>(Column::kNullable | (variable && !(column.fixedLength && !stored.IsLong()) ? 0 : Column::kFixed));

@@ -112,7 +112,7 @@ std::vector<Relationship> Schema::Relationships() {
   return relationships;
 }
 
-void Schema::CreateRelationship(const Relationship& relationship) {
+void Schema::CreateRelationship(const Relationship& relationship, std::int32_t id) {
   ChangeScope scope(engine_, true);
   CheckName(relationship.name);
   if (relationship.columns.empty() || relationship.columns.size() > 10)
@@ -146,6 +146,7 @@ void Schema::CreateRelationship(const Relationship& relationship) {
     table.Insert(values);
   }
   CatalogObject object;
+  object.id = id;
   object.parentId = Catalog::kRelationshipsId;
   object.name = relationship.name;
   object.type = 8;

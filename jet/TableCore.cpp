@@ -85,16 +85,20 @@ void TableCore::Derive() {
   DeriveIndexes();
 }
 
+TextOrder TableCore::OrderOf(const Column& column) const {
+  constexpr std::uint16_t kEnglish = 0x0409, kWestern = 1252;
+  if (engine.header.version != 3) return TextOrderOf(column.SortLanguage(), column.SortVersion());
+  return column.SortLanguage() == kEnglish && engine.CodePage() == kWestern ? TextOrder::kAnsiGeneral : TextOrder::kUnknown;
+}
+
 void TableCore::DeriveIndexes() {
   indexes_.clear();
   trees_.clear();
-  const bool jet3 = engine.header.version == 3;
   for (const auto& stored : definition_.trees) {
     Tree tree;
     tree.pages = std::make_unique<MappedTreePages>(*engine.pager, stored.ownedMap);
     tree.tree = std::make_unique<BTree>(*engine.pager, stored.root, page, tree.pages.get());
     tree.flags = stored.flags;
-    tree.supported = !jet3;
     for (const auto& part : stored.columns) {
       if (part.number == TableDefinition::kNoColumn) continue;
       const std::size_t position = positions_[part.number];
@@ -103,9 +107,14 @@ void TableCore::DeriveIndexes() {
       key.type = column.type;
       key.descending = part.order != 1;
       key.scale = column.type == ColumnType::kNumeric ? column.sort[1] : std::uint8_t{0};
+      if (column.IsText()) {
+        key.order = OrderOf(column);
+        if (key.order == TextOrder::kUnknown) tree.supported = false;
+        if (!FindsEqualTexts(key.order)) tree.findsEqual = false;
+        if (!OrdersAsCompareText(key.order)) tree.ordersTexts = false;
+      }
       tree.keyColumns.push_back(key);
       tree.columns.push_back(position);
-      if (column.IsText() && (column.SortLanguage() != 0x0409 || column.SortVersion() != 0)) tree.supported = false;
       if (column.type == ColumnType::kOle || column.type > ColumnType::kNumeric) tree.supported = false;
     }
     trees_.push_back(std::move(tree));
@@ -122,6 +131,8 @@ void TableCore::DeriveIndexes() {
     def.ignoreNulls = tree.IgnoresNulls();
     def.required = tree.IsRequired();
     def.writable = tree.supported;
+    def.findsEqual = tree.findsEqual;
+    def.ordersTexts = tree.ordersTexts;
     def.tree = stored.tree;
     def.referencing = stored.type == 2 && stored.side == 2;
     def.partnerIndex = stored.partnerIndex;
@@ -165,28 +176,40 @@ std::int32_t TableCore::LastAutoNumber() {
   return LoadLittle<std::int32_t>(first.Bytes().data() + (engine.header.version == 3 ? 16 : TableDefinition::kAutoNumberOffset));
 }
 
-void TableCore::CheckWritable() const {
-  for (const auto& tree : trees_)
-    if (!tree.supported)
-      throw Error(ErrorCode::kUnsupported,
-                  "The table \"" + name + "\" cannot be changed: the order of its index \"" + tree.name + "\" is not known");
+void TableCore::RefuseKey(const Tree& tree, const Error& error) const {
+  if (error.Code() != ErrorCode::kUnsupported) throw error;
+  if (!tree.supported)
+    throw Error(ErrorCode::kUnsupported,
+                "The table \"" + name + "\" cannot be changed: the order of its index \"" + tree.name + "\" is not known");
+  throw Error(ErrorCode::kUnsupported, "The index \"" + tree.name + "\" of the table \"" + name + "\" cannot take the row: " + error.what());
 }
 
 void TableCore::FreeContents() {
   Pager& pager = *engine.pager;
-  const auto freeAll = [&](PackedPointer map) {
-    if (map == 0) return;
-    UsageMap pages(pager, map);
-    for (const PageNumber number : pages.Pages(pager.PageCount())) pager.Free(number);
-    pages.Clear();
-  };
-  freeAll(definition_.ownedMap);
+  FreePages(pager, definition_.ownedMap, page);
   if (definition_.freeMap != 0) UsageMap(pager, definition_.freeMap).Clear();
-  for (const auto& tree : definition_.trees) freeAll(tree.ownedMap);
+  for (const auto& tree : definition_.trees) FreePages(pager, tree.ownedMap, page);
   for (const auto& maps : definition_.longMaps) {
-    freeAll(maps.ownedMap);
+    FreePages(pager, maps.ownedMap, DataPage::kLongValueOwner);
     if (maps.freeMap != 0) UsageMap(pager, maps.freeMap).Clear();
   }
+}
+
+void FreePages(Pager& pager, PackedPointer map, std::uint32_t owner) {
+  if (map == 0) return;
+  UsageMap pages(pager, map);
+  for (const PageNumber number : pages.Pages(pager.PageCount())) {
+    {
+      constexpr std::size_t kOwnerOffset = 4;
+      const PageRef ref = pager.Read(number);
+      const auto kind = Load8(ref.Bytes().data());
+      // Pages may have been taken and never written; all that is written says whose it is.
+      if (kind != 0 && Load32(ref.Bytes().data() + kOwnerOffset) != owner)
+        throw Error(ErrorCode::kDamaged, "A usage map lists a page that belongs to another", number, kOwnerOffset);
+    }
+    pager.Free(number);
+  }
+  pages.Clear();
 }
 
 }  // namespace jet

@@ -11,6 +11,7 @@
 #include "jet/BTree.h"
 #include "jet/DataPage.h"
 #include "jet/Definitions.h"
+#include "jet/Error.h"
 #include "jet/KeyCodec.h"
 #include "jet/Row.h"
 #include "jet/Table.h"
@@ -19,6 +20,7 @@
 namespace jet {
 
 class LongValueWriter;
+class Pager;
 struct Engine;
 class ChangeScope;
 
@@ -34,7 +36,9 @@ class TableCore {
     std::vector<KeyColumn> keyColumns;
     std::vector<std::size_t> columns;  ///< positions of the key columns
     std::uint8_t flags = 0;
-    bool supported = true;  ///< false: the order of a text column is not known
+    bool supported = true;    ///< false: the order of a text column is not known
+    bool findsEqual = true;   ///< texts that compare equal have equal keys
+    bool ordersTexts = true;  ///< and the order of keys is that of comparing texts
     std::string name;       ///< of the first index that uses it
 
     [[nodiscard]] bool IsUnique() const noexcept { return (flags & TableDefinition::Tree::kUnique) != 0; }
@@ -73,7 +77,9 @@ class TableCore {
   void Bind(Row& row, RowId id, const DataPage& data, const std::byte* pageBytes, PageNumber dataPage, unsigned slot);
 
   /// The key of a row in a tree; false when the row has no entry there. `anyNull` tells whether uniqueness does not count.
-  [[nodiscard]] bool KeyOf(const Tree& tree, Row& row, Bytes& key, bool& anyNull);
+  [[nodiscard]] bool KeyOf(const Tree& tree, Row& row, Bytes& key, bool& anyNull) { return KeyOf(tree, tree.keyColumns, row, key, anyNull); }
+  /// The key under which another program may have entered the row (TextOrder::kGeneralOnce); nothing when that is no other one.
+  [[nodiscard]] std::optional<Bytes> OtherKeyOf(const Tree& tree, Row& row, std::span<const std::byte> key);
   /// Gives every row an offset table, when the definition has just got its first variable column.
   void RewriteRows();
   /// Rows that were written when the table had fewer columns end before the later ones, and mean null by it. Other readers count the
@@ -82,7 +88,12 @@ class TableCore {
   void CompleteRows();
   /// Frees everything but the definition page and the map rows: rows, long values, trees.
   void FreeContents();
-  void CheckWritable() const;
+  /// Says why a row has no key in a tree, given what making it raised. Errors: kUnsupported; others as they are.
+  [[nodiscard]] bool KeyOf(const Tree& tree, const std::vector<KeyColumn>& parts, Row& row, Bytes& key, bool& anyNull);
+  /// Takes the row's entry out of the tree. Errors: kDamaged when it has none.
+  void EraseKey(const Tree& tree, Row& row, std::span<const std::byte> key, RowId id);
+  void AppendKeyOf(const Tree& tree, const KeyColumn& part, const Value& value, Bytes& key) const;
+  [[noreturn]] void RefuseKey(const Tree& tree, const Error& error) const;
 
   /// One assignment per column; the memory is kept.
   [[nodiscard]] std::vector<Assignment>& AllColumns(std::span<const Value> values);
@@ -108,6 +119,7 @@ class TableCore {
   [[nodiscard]] std::uint64_t CurrentGeneration() const noexcept;
   void Derive();
   void DeriveIndexes();
+  [[nodiscard]] TextOrder OrderOf(const Column& column) const;
   void ReadProperties();
   void PrepareCell(std::size_t position, const Assignment& assignment);
   void CheckCell(std::size_t position);
@@ -156,5 +168,9 @@ class TableCore {
   std::uint64_t generation_ = 0;
   bool propertiesRead_ = false;
 };
+
+/// Gives back all pages in the map, and those that the map takes. Each must say that it is the owner's (definition page, or
+/// DataPage::kLongValueOwner), or nothing. Errors: kDamaged.
+void FreePages(Pager& pager, PackedPointer map, std::uint32_t owner);
 
 }  // namespace jet

@@ -141,8 +141,15 @@ class Parser {
       column.number = reader_.U16();
       column.variableIndex = reader_.U16();
       column.numberAgain = reader_.U16();
-      reader_.Copy(column.sort);
-      if (jet3_) reader_.Take(2);
+      if (jet3_ && column.type != ColumnType::kNumeric) {  // a word in front, then language and code page
+        reader_.Take(2);
+        column.sort[0] = reader_.U8();
+        column.sort[1] = reader_.U8();
+        reader_.Take(2);
+      } else {
+        reader_.Copy(column.sort);
+        if (jet3_) reader_.Take(2);
+      }
       column.flags = reader_.U8();
       if (!jet3_) {
         column.extraFlags = reader_.U8();

@@ -313,7 +313,36 @@ void TableCore::EncodeOrUndo(std::span<const Assignment> assignments, ChangeScop
 
 // ----- keys
 
-bool TableCore::KeyOf(const Tree& tree, Row& row, Bytes& key, bool& anyNull) {
+void TableCore::AppendKeyOf(const Tree& tree, const KeyColumn& part, const Value& value, Bytes& key) const {
+  try {
+    AppendKey(part, value, key);
+  } catch (const Error& error) {
+    RefuseKey(tree, error);
+  }
+}
+
+std::optional<Bytes> TableCore::OtherKeyOf(const Tree& tree, Row& row, std::span<const std::byte> key) {
+  std::vector<KeyColumn> parts = tree.keyColumns;
+  bool any = false;
+  for (std::size_t i = 0; i < parts.size(); ++i) {
+    if (parts[i].order != TextOrder::kGeneral || !stored_[tree.columns[i]].IsText()) continue;
+    parts[i].order = TextOrder::kGeneralOnce;
+    any = true;
+  }
+  Bytes other;
+  bool anyNull = false;
+  if (!any || !KeyOf(tree, parts, row, other, anyNull) || std::equal(other.begin(), other.end(), key.begin(), key.end())) return std::nullopt;
+  return other;
+}
+
+void TableCore::EraseKey(const Tree& tree, Row& row, std::span<const std::byte> key, RowId id) {
+  if (tree.tree->Erase(key, id)) return;
+  const auto other = OtherKeyOf(tree, row, key);
+  if (other && tree.tree->Erase(*other, id)) return;
+  throw Error(ErrorCode::kDamaged, "The index \"" + tree.name + "\" does not hold a row of its table", tree.tree->Root(), 0);
+}
+
+bool TableCore::KeyOf(const Tree& tree, const std::vector<KeyColumn>& parts, Row& row, Bytes& key, bool& anyNull) {
   key.clear();
   anyNull = false;
   bool allNull = true;
@@ -324,7 +353,7 @@ bool TableCore::KeyOf(const Tree& tree, Row& row, Bytes& key, bool& anyNull) {
       anyNull = true;
     else
       allNull = false;
-    AppendKey(tree.keyColumns[i], value, key);
+    AppendKeyOf(tree, parts[i], value, key);
   }
   return !(allNull && tree.IgnoresNulls());
 }
@@ -352,7 +381,7 @@ bool TableCore::KeyOfCells(const Tree& tree, Row* old, Bytes& key, bool& anyNull
     if (value->IsNull() && tree.IsRequired())
       throw Error(ErrorCode::kNullNotAllowed,
                   "The column \"" + stored_[position].name + "\" must have a value: the index \"" + tree.name + "\" asks for it");
-    AppendKey(tree.keyColumns[i], *value, key);
+    AppendKeyOf(tree, tree.keyColumns[i], *value, key);
   }
   if (key.size() > kMaxKeyBytes) throw Error(ErrorCode::kLimit, "The values are too long for the index \"" + tree.name + "\"");
   return !(allNull && tree.IgnoresNulls());
@@ -373,6 +402,8 @@ void TableCore::NoteRoom(PageNumber number, unsigned freeBytes, unsigned slots) 
 }
 
 std::optional<RowId> TableCore::TryPlace(PageNumber candidate, std::span<const std::byte> bytes, std::uint16_t flags) {
+  // Rows on a page that is listed as having room but not as the table's would never be found again.
+  if (candidate != insertPage_ && !UsageMap(*engine.pager, definition_.ownedMap).Contains(candidate)) return std::nullopt;
   {
     const PageRef ref = engine.pager->Read(candidate);
     const DataPage data(ref);
@@ -489,7 +520,6 @@ RowId TableCore::FindLive(RowId home) {
 RowId TableCore::InsertRow(std::span<const Assignment> assignments) {
   ChangeScope scope(engine);
   Refresh();
-  CheckWritable();
   (void)Columns();
   for (auto& cell : cells_) {
     cell.state = Cell::State::kNull;
@@ -583,7 +613,6 @@ void TableCore::KeepCells() {
 void TableCore::UpdateRow(RowId id, std::span<const Assignment> assignments, const Table::RowTest& isMeant) {
   ChangeScope scope(engine);
   Refresh();
-  CheckWritable();
   (void)Columns();
   if (!ReadRow(id, oldRow_) || (isMeant && !isMeant(oldRow_))) throw Error(ErrorCode::kNotFound, "The row is no longer there");
   KeepCells();
@@ -638,8 +667,7 @@ void TableCore::UpdateRow(RowId id, std::span<const Assignment> assignments, con
   EncodeOrUndo(assignments, scope);
   for (std::size_t t = 0; t < trees_.size(); ++t) {
     if ((changed >> t & 1) == 0) continue;
-    if ((oldPresent >> t & 1) != 0 && !trees_[t].tree->Erase(oldKeys_[t], id))
-      throw Error(ErrorCode::kDamaged, "The index \"" + trees_[t].name + "\" does not hold a row of its table", trees_[t].tree->Root(), 0);
+    if ((oldPresent >> t & 1) != 0) EraseKey(trees_[t], oldRow_, oldKeys_[t], id);
     const bool unique = trees_[t].IsUnique() && (nulls >> t & 1) == 0;
     if ((present >> t & 1) == 0 || !trees_[t].tree->Insert(keys_[t], id, unique)) continue;
     for (std::size_t undo = 0; undo <= t; ++undo) {
@@ -665,7 +693,6 @@ void TableCore::UpdateRow(RowId id, std::span<const Assignment> assignments, con
 void TableCore::DeleteRow(RowId id, const Table::RowTest& isMeant) {
   ChangeScope scope(engine);
   Refresh();
-  CheckWritable();
   if (!ReadRow(id, oldRow_) || (isMeant && !isMeant(oldRow_))) throw Error(ErrorCode::kNotFound, "The row is no longer there");
   ChildWork children = CollectChildren(*this, id, oldRow_, nullptr, {});
   if (!children.changes.empty()) scope.BeginNested();
@@ -674,8 +701,7 @@ void TableCore::DeleteRow(RowId id, const Table::RowTest& isMeant) {
   for (std::size_t t = 0; t < trees_.size(); ++t) {
     bool anyNull = false;
     if (!KeyOf(trees_[t], oldRow_, keys_[t], anyNull)) continue;
-    if (!trees_[t].tree->Erase(keys_[t], id))
-      throw Error(ErrorCode::kDamaged, "The index \"" + trees_[t].name + "\" does not hold a row of its table", trees_[t].tree->Root(), 0);
+    EraseKey(trees_[t], oldRow_, keys_[t], id);
   }
   std::vector<std::pair<std::size_t, std::string>> oldLong;
   for (std::size_t i = 0; i < stored_.size(); ++i) {

@@ -35,6 +35,22 @@ struct Run {
   std::uint16_t shape;  ///< bits 0..13 place in kShapes; bits 14..15 units for one step of the value, 0 = it stays
 };
 
+/// The General order of 2010 and later for ASCII: two inline bytes, or a code in the list of positions, or nothing.
+struct AsciiCode {
+  std::uint8_t high, low;
+  std::uint8_t mark;
+};
+extern const std::array<AsciiCode, 128> kGeneral2010;
+
+/// The General order of Access 97 for the bytes of code page 1252: one or two codes, how many of them are letters that can have an
+/// accent, the weight of the accent.
+struct AnsiCode {
+  std::uint8_t first, second;
+  std::uint8_t counted;
+  std::uint8_t weight;
+};
+extern const std::array<AnsiCode, 256> kAnsiGeneral;
+
 extern const std::array<Shape, 166> kShapes;
 extern const std::array<LongCode, 6> kLongCodes;
 extern const std::array<Run, 3236> kRuns;

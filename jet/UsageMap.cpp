@@ -58,8 +58,19 @@ struct MapRow {
   [[nodiscard]] PageNumber Reference(std::size_t i) const { return Load32(bytes.data() + 1 + 4 * i); }
 };
 
+/// A pointer that leads to a row of another kind must not have that row changed.
+void RequireMapRow(const PageRef& page, RowId where) {
+  constexpr PageNumber kPageOfGlobalMaps = 1;
+  const DataPage editor(page);
+  if (where.page != kPageOfGlobalMaps && editor.Owner() != 0)
+    throw Error(ErrorCode::kDamaged, "A usage map lies among rows of another kind", where.page, 4);
+  if ((editor.Slot(where.slot) & DataPage::kDeletedFlags) != 0)
+    throw Error(ErrorCode::kDamaged, "A usage map has been deleted", where.page, 0);
+}
+
 std::span<std::byte> EditRow(PageStore& store, RowId where, PageRef& page) {
   page = store.Edit(where.page);
+  RequireMapRow(page, where);
   return DataPageEditor(page).Writable(where.slot);
 }
 
@@ -76,7 +87,7 @@ struct UsageMap::Bits {
   PageRef page;
   std::span<const std::byte> bytes;
   PageNumber first = 0;
-  PageNumber count = 0;  ///< pages covered; without bytes: all of them not set (or free, in the map of free pages)
+  PageNumber count = 0;  ///< pages covered; without bytes: those that a missing bitmap page would cover
 
   [[nodiscard]] bool Covers(PageNumber number) const { return !bytes.empty() && number >= first && number - first < count; }
 };
@@ -104,12 +115,13 @@ UsageMap::Bits UsageMap::Locate(PageNumber number) {
 
 bool UsageMap::Contains(PageNumber number) {
   const Bits bits = Locate(number);
-  if (!bits.Covers(number)) return kind_ == Kind::kFreePages;
+  if (!bits.Covers(number)) return Uncovered(number);
   return GetBit(bits.bytes, number - bits.first);
 }
 
+bool UsageMap::Covers(PageNumber number) { return Locate(number).Covers(number); }
+
 std::optional<PageNumber> UsageMap::Find(PageNumber number, PageNumber limit, bool on) {
-  const bool uncovered = kind_ == Kind::kFreePages;  // what bits that are not there count as
   while (number < limit) {
     const Bits bits = Locate(number);
     if (bits.Covers(number)) {
@@ -119,14 +131,14 @@ std::optional<PageNumber> UsageMap::Find(PageNumber number, PageNumber limit, bo
       number = bits.first + static_cast<PageNumber>(to);
       continue;
     }
-    if (uncovered == on) return number;
-    if (number < bits.first) {  // before the inline stretch
-      number = bits.first;
-    } else if (bits.bytes.empty() && bits.count != 0) {  // a missing bitmap page
-      number = bits.first + bits.count;
-    } else {  // behind the inline stretch, which may be empty
-      return std::nullopt;
-    }
+    PageNumber end = limit;  // of the stretch without bits: behind an inline map
+    if (number < bits.first)
+      end = std::min(limit, bits.first);  // before it
+    else if (bits.bytes.empty() && bits.count != 0)
+      end = std::min(limit, bits.first + bits.count);  // a missing bitmap page
+    if (Uncovered(number) == on) return number;
+    if (const PageNumber turn = store_.PageCount(); number < turn && turn < end && Uncovered(turn) == on) return turn;
+    number = end;
   }
   return std::nullopt;
 }
@@ -146,16 +158,27 @@ std::vector<PageNumber> UsageMap::BitmapPages() {
   return pages;
 }
 
+bool UsageMap::NamesBitmapsOutside() {
+  const MapRow row(store_, where_);
+  if (row.IsInline()) return false;
+  for (std::size_t i = 0; i < row.References(); ++i)
+    if (row.Reference(i) >= store_.PageCount()) return true;
+  return false;
+}
+
 void UsageMap::Set(PageNumber number, bool on) {
   Bits bits = Locate(number);
   if (!bits.Covers(number)) {
-    if (on == (kind_ == Kind::kFreePages)) return;
+    if (kind_ == Kind::kOwned && !on) return;
+    // Before an inline map of free pages everybody takes a page for used. Behind it others take it for free: that must be told.
+    if (kind_ == Kind::kFreePages && !on && number < bits.first) return;
     MakeRoomFor(number);
     bits = Locate(number);
   }
   if (GetBit(bits.bytes, number - bits.first) == on) return;
   const std::size_t at = static_cast<std::size_t>(bits.bytes.data() - bits.page.Bytes().data());
   const PageRef page = store_.Edit(bits.page.Number());
+  if (page.Number() == where_.page) RequireMapRow(page, where_);
   PutBit(page.Writable().subspan(at, bits.bytes.size()), number - bits.first, on);
 }
 
@@ -202,6 +225,7 @@ bool UsageMap::MoveStart(PageNumber number) {
 void UsageMap::ConvertToReferences() {
   std::vector<std::byte> bitmap;
   PageNumber start = 0;
+  const PageNumber end = store_.PageCount();  // bitmap pages come behind it
   {
     const MapRow row(store_, where_);
     bitmap.assign(row.Bitmap().begin(), row.Bitmap().end());
@@ -211,7 +235,12 @@ void UsageMap::ConvertToReferences() {
     std::fill(bytes.begin(), bytes.end(), std::byte{0});
     Store8(bytes.data(), kByReference);
   }
-  for (std::size_t i = 0; i < bitmap.size() * 8; ++i) Set(start + static_cast<PageNumber>(i), GetBit(bitmap, i));
+  for (std::size_t i = 0; i < bitmap.size() * 8; ++i) {
+    const PageNumber page = start + static_cast<PageNumber>(i);
+    const bool set = GetBit(bitmap, i);
+    // Pages to come were free without a bit too, and one of them may have become a bitmap page by now.
+    if (kind_ == Kind::kOwned ? set : page < end || !set) Set(page, set);
+  }
 }
 
 void UsageMap::NewBitmap(std::size_t index) {
@@ -220,8 +249,14 @@ void UsageMap::NewBitmap(std::size_t index) {
     const PageRef bitmap = source_ ? source_() : store_.Allocate();
     number = bitmap.Number();
     const auto bytes = bitmap.Writable();
-    std::fill(bytes.begin(), bytes.end(), kind_ == Kind::kFreePages ? std::byte{0xFF} : std::byte{0});
+    std::fill(bytes.begin(), bytes.end(), std::byte{0});
     Store32(bytes.data(), 0x00000105);
+    if (kind_ == Kind::kFreePages) {
+      // What had no bit keeps its meaning: pages that are there are in use, those to come are free.
+      const PageNumber first = static_cast<PageNumber>(index) * PagesPerBitmap();
+      const PageNumber there = std::min(std::max(store_.PageCount(), first) - first, PagesPerBitmap());
+      for (PageNumber i = there; i < PagesPerBitmap(); ++i) PutBit(bytes.subspan(kBitmapHeader), i, true);
+    }
   }
   {
     PageRef page;

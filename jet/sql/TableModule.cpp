@@ -110,6 +110,8 @@ bool CanSearch(ColumnType type) {
 }
 bool CanOrder(ColumnType type) { return CanSearch(type) && type != ColumnType::kGuid && type != ColumnType::kBinary; }
 
+bool CanOrderBy(const IndexDef& index, ColumnType type) { return CanOrder(type) && (type != ColumnType::kText || index.ordersTexts); }
+
 bool Usable(sqlite3_index_info* info, int constraint, std::size_t column, ColumnType type, const char* operators) {
   const auto& c = info->aConstraint[constraint];
   if (!c.usable || c.iColumn != static_cast<int>(column)) return false;
@@ -132,7 +134,7 @@ bool GivesOrder(const sqlite3_index_info* info, const IndexDef& index, const std
     while (at < equalCount && at < index.columns.size() && static_cast<int>(index.columns[at].column) != info->aOrderBy[i].iColumn) ++at;
     if (at >= index.columns.size()) return false;
     const IndexColumn& column = index.columns[at];
-    if (static_cast<int>(column.column) != info->aOrderBy[i].iColumn || !CanOrder(columns[column.column].type)) return false;
+    if (static_cast<int>(column.column) != info->aOrderBy[i].iColumn || !CanOrderBy(index, columns[column.column].type)) return false;
     if (at >= equalCount) {
       const bool opposite = column.descending != (info->aOrderBy[i].desc != 0);
       if (turned && *turned != opposite) return false;
@@ -147,7 +149,8 @@ bool GivesOrder(const sqlite3_index_info* info, const IndexDef& index, const std
 std::optional<Choice> Consider(sqlite3_index_info* info, const EngineTable& table, std::size_t position, double rowCount) {
   const IndexDef& index = table.table->Indexes()[position];
   const std::vector<ColumnDef>& columns = table.table->Columns();
-  if (!index.writable) return std::nullopt;
+  // SQLite tests every row again, but a row that the index does not find is lost.
+  if (!index.writable || !index.findsEqual) return std::nullopt;
   Choice choice;
   choice.index = static_cast<int>(position);
   std::size_t at = 0;
@@ -161,7 +164,7 @@ std::optional<Choice> Consider(sqlite3_index_info* info, const EngineTable& tabl
     if (found < 0) break;
     choice.equal.push_back(found);
   }
-  if (at < index.columns.size() && CanOrder(columns[index.columns[at].column].type)) {
+  if (at < index.columns.size() && CanOrderBy(index, columns[index.columns[at].column].type)) {
     const IndexColumn& column = index.columns[at];
     for (int i = 0; i < info->nConstraint; ++i) {
       if (Usable(info, i, column.column, columns[column.column].type, column.descending ? kBelow : kAbove)) choice.lower = i;
@@ -390,7 +393,14 @@ bool SetRange(VirtualCursor& cursor, const EngineTable& table, std::size_t posit
   if (std::strchr(flags, 'l') != nullptr && !bound(true, lower)) return false;
   if (std::strchr(flags, 'u') != nullptr && !bound(false, upper)) return false;
   cursor.index.emplace(*table.table, position);
-  cursor.index->SetRange(lower, upper, std::strchr(flags, 'b') != nullptr);
+  const bool backward = std::strchr(flags, 'b') != nullptr;
+  try {
+    cursor.index->SetRange(lower, upper, backward);
+  } catch (const Error& error) {
+    // A text that has no known place in the order of the index may still equal one that has: all entries are walked.
+    if (error.Code() != ErrorCode::kUnsupported) throw;
+    cursor.index->SetRange(std::nullopt, std::nullopt, backward);
+  }
   return true;
 }
 

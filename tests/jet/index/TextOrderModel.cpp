@@ -69,6 +69,14 @@ std::u16string Units(std::string_view text) {
   return units;
 }
 
+/// As many as the unit has letters; every other sign, whatever its bytes, has one.
+int Positions(const Unit& unit) {
+  static const std::string kLetters = "JLMOQSUWY[\\^`bdfhikmoqsuvx";  // the codes of a to z, read as ASCII
+  for (const std::uint8_t byte : unit.inlineBytes)
+    if (kLetters.find(static_cast<char>(byte)) == std::string::npos) return 1;
+  return static_cast<int>(unit.inlineBytes.size());
+}
+
 /// Three flags to a byte.
 List Packed(List flags) {
   while (!flags.empty() && flags.back() == 3) flags.pop_back();
@@ -113,11 +121,11 @@ std::vector<std::uint8_t> ModelKey(std::string_view text) {
       if (!unit.extra.empty()) {
         cover();
         weights.insert(weights.end(), unit.extra.begin(), unit.extra.end());
-        ++covered;
+        covered += Positions(unit) > 1 ? static_cast<int>(unit.extra.size()) : 1;
       }
       if (unit.flag != 0) flags.push_back(unit.flag);
       key.insert(key.end(), unit.inlineBytes.begin(), unit.inlineBytes.end());
-      if (!unit.inlineBytes.empty()) ++letters;
+      letters += Positions(unit);
     }
   }
   while (!weights.empty() && weights.back() <= 0x02) weights.pop_back();

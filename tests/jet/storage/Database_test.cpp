@@ -7,6 +7,8 @@
 #include <fstream>
 
 #include "jet/ByteOrder.h"
+#include "jet/Creation.h"
+#include "jet/IndexCursor.h"
 #include "tests/jet/storage/JetTestSupport.h"
 #include "tests/support_lib/OrdinaryUser.h"
 #include "tests/support_lib/TemporaryFolder.h"
@@ -162,25 +164,106 @@ TEST(Database, ALeftJournalIsUndoneAtOpening) {
   EXPECT_EQ(Findings(*database), "");
 }
 
-TEST(Database, AnIndexOfUnknownOrderIsReadableAndNotWritable) {
-  World world;
+/// People with one row, the texts of Name in another order.
+void MakePeopleInOrder(World& world, std::uint16_t language) {
   world.Create()->CreateTable(PeopleTable()).Insert(Person("Ada"));
   auto bytes = world.files.Content("test.mdb");
-  // The Name column's text order becomes a language whose order is not known.
   for (std::size_t page = 16; page < bytes.size() / 4096; ++page) {
     std::byte* start = bytes.data() + page * 4096;
     if (start[0] != std::byte{2}) continue;
     std::byte* column = start + 63 + 2 * 12 + 25;
     ASSERT_EQ(Load8(column), 10);
-    Store16(column + 11, 0x041F);
+    Store16(column + 11, language);
   }
-  world.files.SetContent("turkish.mdb", bytes);
-  const auto database = world.Open("turkish.mdb");
+  world.files.SetContent("other.mdb", bytes);
+}
+
+constexpr std::uint16_t kCzech = 0x0405, kTurkish = 0x041F;
+
+TEST(Database, AnIndexOfUnknownOrderIsReadableAndNotWritable) {
+  World world;
+  MakePeopleInOrder(world, kCzech);
+  const auto database = world.Open("other.mdb");
   Table& table = database->OpenTable("People");
   EXPECT_EQ(Rows(table).size(), 1u);
+  const RowId ada = [&] {
+    ScanCursor cursor = table.Scan();
+    EXPECT_TRUE(cursor.Next());
+    return cursor.Id();
+  }();
+  const std::string refused = "The table \"People\" cannot be changed: the order of its index \"Name\" is not known";
   EXPECT_EQ(CodeOf([&] { table.Insert(Person("Bob")); }), ErrorCode::kUnsupported);
-  EXPECT_EQ(TextOf([&] { table.Insert(Person("Bob")); }),
-            "The table \"People\" cannot be changed: the order of its index \"Name\" is not known");
+  EXPECT_EQ(TextOf([&] { table.Insert(Person("Bob")); }), refused);
+  EXPECT_EQ(TextOf([&] { table.Delete(ada); }), refused);
+  EXPECT_EQ(TextOf([&] { database->CreateIndex("People", Index("More", {"Name"})); }),
+            "The order of a column of the table \"People\" is not known: it cannot be indexed");
+  EXPECT_EQ(Rows(table).size(), 1u);
+}
+
+TEST(Database, WhatDoesNotTouchAnIndexOfUnknownOrderIsWritten) {
+  World world;
+  MakePeopleInOrder(world, kCzech);
+  const auto database = world.Open("other.mdb");
+  Table& table = database->OpenTable("People");
+  ScanCursor cursor = table.Scan();
+  ASSERT_TRUE(cursor.Next());
+  const RowId ada = cursor.Id();
+  const Value amount(7.5);
+  const Assignment change[] = {{table.ColumnAt("Amount"), &amount, nullptr}};
+  table.Update(ada, change);
+  std::vector<Value> nameless = Person("x");
+  nameless[1] = Value();
+  table.Insert(nameless);  // null has the same key in every order
+  database->AddColumn("People", Column("Added", ColumnType::kLong));
+  database->CreateIndex("People", Index("Amounts", {"Amount"}));
+  database->CreateTable(PeopleTable("Others")).Insert(Person("Bob"));
+  EXPECT_EQ(table.RowCount(), 2u);
+  EXPECT_EQ(table.Read(ada).value().at(table.ColumnAt("Amount")).AsDouble(), 7.5);
+  EXPECT_EQ(Findings(*database), "");
+}
+
+TEST(Database, InAnOrderKnownInPartARowOfAnotherCharacterIsRefusedAndTheTableIsNot) {
+  World world;
+  MakePeopleInOrder(world, kTurkish);
+  const auto database = world.Open("other.mdb");
+  Table& table = database->OpenTable("People");
+  // The key of the row that is there was made in another order; it is made anew.
+  database->DropIndex("People", "Name");
+  database->CreateIndex("People", Index("Name", {"Name"}));
+  const RowId bob = table.Insert(Person("ISIK ılık"));
+  EXPECT_EQ(TextOf([&] { table.Insert(Person("çay")); }),
+            "The index \"Name\" of the table \"People\" cannot take the row: A text with the character U+00E7 has no known place in the "
+            "order of the index");
+  EXPECT_EQ(CodeOf([&] { table.Insert(Person("çay")); }), ErrorCode::kUnsupported);
+  EXPECT_EQ(Findings(*database), "");
+  table.Delete(bob);
+  EXPECT_EQ(Rows(table).size(), 1u);
+  EXPECT_EQ(Findings(*database), "");
+}
+
+TEST(Database, NewTextsAreOrderedAsTheFileSays) {
+  World world;
+  CreateEmptyFile(world.files, "french.mdb", 0x040C);
+  const auto database = world.Open("french.mdb");
+  Table& table = database->CreateTable(PeopleTable());
+  for (const char* name : {"côte", "coté", "côté", "cote"}) table.Insert(Person(name));
+  database->AddColumn("People", Column("Added", ColumnType::kText, 20));
+  for (const auto& column : table.Columns()) {
+    if (column.type == ColumnType::kText || column.type == ColumnType::kMemo) {
+      EXPECT_EQ(column.sortLanguage, 0x040C) << column.name;
+    }
+  }
+  IndexCursor cursor(table, table.FindIndex("Name").value());
+  std::string order;
+  cursor.SetRange(std::nullopt, std::nullopt);
+  while (cursor.Next()) order += table.Read(cursor.Id()).value().at(1).AsText() + " ";
+  EXPECT_EQ(order, "cote côte coté côté ");
+  EXPECT_EQ(Findings(*database), "");
+  database->Compact("compact.mdb");
+  const auto compacted = world.Open("compact.mdb");
+  EXPECT_EQ(compacted->OpenTable("People").Columns().at(1).sortLanguage, 0x040C);
+  EXPECT_EQ(compacted->CreateTable(PeopleTable("More")).Columns().at(1).sortLanguage, 0x040C);
+  EXPECT_EQ(Findings(*compacted), "");
 }
 
 TEST(Database, CommitWithoutBeginIsAnErrorAndAScopeRollsBack) {

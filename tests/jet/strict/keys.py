@@ -20,20 +20,60 @@ def codes():
     return _codes
 
 
-def text_body(units):
-    """The key of a text without its flag and its last 00."""
+class UnknownOrder(Exception):
+    """The order of a column, or the place of a character in it, is not published: keys cannot be compared."""
+
+
+LETTERS = set(bytes.fromhex("4a4c4d4f51535557595b5c5e6062646668696b6d6f7173757678"))
+GENERAL, FRENCH, TURKISH, SWEDISH, SPANISH, TRADITIONAL, POLISH, KOREAN, CHINESE, TAIWAN = (
+    0x0409, 0x040C, 0x041F, 0x041D, 0x0C0A, 0x040A, 0x0415, 0x0412, 0x0804, 0x0404)
+NO_PLACE = {
+    TURKISH: "çÇğĞöÖşŞüÜİÌÍÎÏìíîï",
+    SWEDISH: "åÅäÄöÖæÆøØüÜðÐþÞ",
+}
+
+
+def elements(units, order):
+    """The texts' elements as (kind, inline, extra, flag, code, positions)."""
     table = codes()
+    at = 0
+    while at < len(units):
+        unit = units[at]
+        kind, inline, extra, flag, code = table[unit]
+        if order not in (GENERAL, FRENCH):
+            highest = {TURKISH: 0x250, SWEDISH: 0x100}.get(order, 0x80)
+            if unit == 0 or unit >= highest or chr(unit) in NO_PLACE.get(order, ""):
+                raise UnknownOrder(f"U+{unit:04X} in the order {order:04X}")
+        if order == TURKISH and unit in (0x49, 0x131):
+            kind, inline, extra = "simple", b"\x58\x06", b""
+        if order == SWEDISH and unit in (0x57, 0x77):
+            kind, inline, extra = "international", b"\x71", b"\x03"
+        if order == KOREAN and chr(unit | 0x20) in "abcdefghijklmnopqrstuvwxyz":
+            inline = bytes([inline[0] + 0x72])
+        if order == TRADITIONAL:
+            pair = "".join(chr(u | 0x20) for u in units[at : at + 2])
+            if pair == "ll":
+                raise UnknownOrder("ll in traditional Spanish")
+            if pair == "ch":
+                inline = b"\x4e\x04"
+                at += 1
+        at += 1
+        expands = len(inline) > 1 and set(inline) <= LETTERS
+        yield kind, inline, extra, flag, code, len(inline) if expands else 1 if inline else 0
+
+
+def text_body(units, order=GENERAL, once=False):
+    """The key of a text without its flag and its last 00. once: as some programs write it, with one position for each character."""
     units = units[:255]
     while units and units[-1] == 0x20:
         units = units[:-1]
     inline, weights, flags, specials = bytearray(), None, [], bytearray()
     seen = covered = lead = 0
-    for unit in units:
-        kind, bytes_, extra, flag, code = table[unit]
+    for kind, bytes_, extra, flag, code, positions in elements(units, order):
         here = seen
         inline += bytes_
-        if bytes_:
-            seen += 1
+        positions = min(positions, 1) if once else positions
+        seen += positions
         if kind == "unprintable":
             position = here if weights is None else len(weights) + here - covered - lead
             specials += struct.pack(">H", (0x8000 | 7 + 4 * position) & 0xFFFF) + b"\x06" + code
@@ -56,11 +96,13 @@ def text_body(units):
                 weights.append(2)
                 covered += 1
             weights += extra
-            covered += 1
+            covered += len(extra) if positions > 1 else 1
         if kind == "international-ext" and flag:
             flags.append(flag)
     out = inline + b"\x01"
     tail = bytes(weights or b"")
+    if order == FRENCH and weights is not None:
+        tail = (tail + b"\x02" * (seen - covered))[::-1]
     while tail and tail[-1] <= 2:
         tail = tail[:-1]
     out += tail
@@ -87,10 +129,10 @@ def complement(data):
 _text_keys = {}
 
 
-def text_key(units, descending):
-    key = (units, descending)
+def text_key(units, descending, order=GENERAL, once=False):
+    key = (units, descending, order, once)
     if key not in _text_keys:
-        body = text_body(units)
+        body = text_body(units, order, once)
         if len(_text_keys) > 200000:
             _text_keys.clear()
         _text_keys[key] = b"\x80" + complement(body + b"\0") + b"\0" if descending else b"\x7f" + body + b"\0"
@@ -111,7 +153,15 @@ def binary_groups(data, descending):
     return bytes(out)
 
 
-def column_key(kind, value, descending):
+def order_of(column):
+    """The order of a text column by language and version. Version 1 and languages without published keys raise UnknownOrder."""
+    language, version = column.sort[0] | column.sort[1] << 8, column.sort[3]
+    if version or language not in (GENERAL, FRENCH, TURKISH, SWEDISH, SPANISH, TRADITIONAL, POLISH, KOREAN, CHINESE, TAIWAN):
+        raise UnknownOrder(f"the order {language:04X}, version {version}")
+    return language
+
+
+def column_key(kind, value, descending, column=None, once=False):
     """Flag and bytes of one column. The value: None, or as rows.py decodes it."""
     if kind == 1:
         plain = b"\0" if value else b"\xff"
@@ -120,7 +170,7 @@ def column_key(kind, value, descending):
         return b"\xff" if descending else b"\0"
     flag = b"\x80" if descending else b"\x7f"
     if kind in (10, 12):
-        return text_key(value, descending)
+        return text_key(value, descending, order_of(column) if column else GENERAL, once)
     if kind == 9:
         return flag + binary_groups(value, descending)
     if kind == 15:

@@ -64,7 +64,10 @@ def main(maker, modules, script):
     samples = []
     folder = os.environ.get("JET_SAMPLES")
     if folder:
-        found = sorted(glob.glob(os.path.join(folder, "**", "*.mdb"), recursive=True))
+        # A second folder beside the first holds files that other programs have left in unusual states.
+        folders = [folder, os.path.join(os.path.dirname(os.path.abspath(folder)), "samples2")]
+        found = sorted(path for place in folders for path in glob.glob(os.path.join(place, "**", "*.mdb"), recursive=True))
+        found = [path for path in found if "encoded" not in os.path.basename(path)]
         samples = [path for path in found if struct.unpack("<I", open(path, "rb").read(24)[20:])[0] == 1]
     else:
         print("JET_SAMPLES is not set: real Access files are not there")
