@@ -29,6 +29,10 @@ function(tamlo_library name)
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/tamlo>)
   target_compile_features(${name} PUBLIC cxx_std_20)
   target_link_libraries(${name} PUBLIC ${arg_DEPENDS} PRIVATE $<BUILD_INTERFACE:tamlo_options> ${arg_PRIVATE_DEPENDS})
+  if(TARGET tamlo_precompiled)
+    target_precompile_headers(${name} REUSE_FROM tamlo_precompiled)
+    target_compile_options(${name} PRIVATE $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fpch-preprocess>)
+  endif()
 endfunction()
 
 # A faster linker where the machine has one (scripts/setup installs it): the programs with debug information are many and large.
@@ -40,7 +44,7 @@ endif()
 # Compiles once what all test programs read first: GoogleTest and the standard headers. Sources include what they use all the same:
 # -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON builds them without.
 function(tamlo_test_precompiled)
-  add_library(tamlo_test_precompiled OBJECT ${PROJECT_SOURCE_DIR}/tests/support_lib/Precompiled.cpp)
+  add_library(tamlo_test_precompiled OBJECT ${PROJECT_SOURCE_DIR}/cmake/Precompiled.cpp)
   target_link_libraries(tamlo_test_precompiled PRIVATE tamlo_options GTest::gmock GTest::gtest)
   target_precompile_headers(tamlo_test_precompiled PRIVATE
     <gmock/gmock.h> <gtest/gtest.h> <algorithm> <array> <chrono> <cstdint> <cstring> <filesystem> <fstream> <functional> <map> <memory>

@@ -24,6 +24,14 @@ add_library(SQLite::SQLite3 ALIAS tamlo_sqlite)
 set(SQLite3_INCLUDE_DIR ${TAMLO_SQLITE_SOURCE} CACHE PATH "" FORCE)
 set(SQLite3_LIBRARY tamlo_sqlite CACHE STRING "" FORCE)
 
+# The standard headers, compiled once for all libraries. Builds for this machine do without, and so tell of a source that does not include
+# what it uses.
+add_library(tamlo_precompiled OBJECT ${CMAKE_CURRENT_LIST_DIR}/Precompiled.cpp)
+target_link_libraries(tamlo_precompiled PRIVATE tamlo_options)
+target_precompile_headers(tamlo_precompiled PRIVATE
+  <algorithm> <array> <cmath> <cstdint> <cstring> <functional> <map> <memory> <optional> <set> <stdexcept> <string> <string_view>
+  <unordered_map> <utility> <variant> <vector>)
+
 # tamlo_delayed_library(target dll): the functions of a DLL of the system, which is loaded when one of them is first called and not with
 # the program. Made of the names in the compiler's own import library.
 function(tamlo_delayed_library target dll)

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <chrono>
-#include <cstdlib>
 #include <iterator>
 #include <random>
 #include <string>
@@ -13,6 +12,7 @@
 #include "runtime/RegionalSettings.h"
 #include "runtime/Text.h"
 #include "tests/db/sql/FormateSSQLModel.h"
+#include "tests/support_lib/Seed.h"
 
 #ifndef TAMLO_CAS
 #define TAMLO_CAS 20000
@@ -179,10 +179,7 @@ Resultat Essaie(std::string texte, Traduction traduit) {
 }  // namespace
 
 TEST(FormateSSQLRandom, TranslatesGeneratedStatementsLikeTheSequentialModelErrorsIncluded) {
-  const char* fixee = std::getenv("TAMLO_GRAINE");
-  const std::uint64_t graine = fixee != nullptr ? std::strtoull(fixee, nullptr, 10) : std::random_device()();
-  std::printf("seed %llu (TAMLO_GRAINE sets it)\n", static_cast<unsigned long long>(graine));
-  Hasard hasard(graine);
+  Hasard hasard(tamlo::tests::Seed());
   std::size_t erreurs5 = 0;
   std::size_t erreurs6 = 0;
   constexpr std::size_t kParModele = 40;

@@ -9,6 +9,7 @@
 #include "jet/Text.h"
 #include "jet/TextOrder.h"
 #include "tests/jet/index/TextOrderModel.h"
+#include "tests/support_lib/Seed.h"
 
 namespace jet {
 namespace {
@@ -92,7 +93,7 @@ class CompareTextModel : public testing::Test {
     return at;
   }
 
-  const unsigned seed = std::random_device{}();
+  const unsigned seed = tamlo::tests::Seed();
   std::mt19937 random{seed};
 
  private:

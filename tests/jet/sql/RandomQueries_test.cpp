@@ -8,6 +8,7 @@
 #include "jet/sql/Functions.h"
 #include "tests/jet/sql/PlainSchema.h"
 #include "tests/jet/sql/SessionFixture.h"
+#include "tests/support_lib/Seed.h"
 
 using namespace jet;
 using jet::sql::tests::PlainSchema;
@@ -101,7 +102,7 @@ class JetRandomQueries : public SessionFixture {
 };
 
 TEST_F(JetRandomQueries, GiveWhatPlainTablesGive) {
-  const unsigned seed = std::random_device{}();
+  const unsigned seed = tamlo::tests::Seed();
   SCOPED_TRACE("seed " + std::to_string(seed));
   std::mt19937 random(seed);
   Fill(random);

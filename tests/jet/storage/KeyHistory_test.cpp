@@ -10,7 +10,7 @@ namespace jet::tests {
 namespace {
 
 std::vector<unsigned> Seeds() {
-  if (const char* given = std::getenv("JET_SEED")) return {static_cast<unsigned>(std::strtoul(given, nullptr, 10))};
+  if (const char* given = std::getenv("TAMLO_GRAINE")) return {static_cast<unsigned>(std::strtoul(given, nullptr, 10))};
   return {1, 2, 3, 4, 5, 6, 7, 8};
 }
 
@@ -200,7 +200,7 @@ class KeyHistory {
 class KeyHistoryTest : public testing::TestWithParam<unsigned> {};
 
 TEST_P(KeyHistoryTest, FollowsThePlainModel) {
-  SCOPED_TRACE("JET_SEED=" + std::to_string(GetParam()));
+  SCOPED_TRACE("TAMLO_GRAINE=" + std::to_string(GetParam()));
   KeyHistory(GetParam()).Run(400);
 }
 

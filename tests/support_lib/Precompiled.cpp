@@ -1,1 +1,0 @@
-// The source of the target whose precompiled header all test programs share: nothing else stands in it.
