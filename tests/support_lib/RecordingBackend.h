@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -22,7 +23,10 @@ struct RecordingProvider::Backend {
   };
   using Failures = std::vector<Failure>;
 
-  void Record(RecordedCall call) { calls.push_back(std::move(call)); }
+  void Record(RecordedCall call) {
+    calls.push_back(std::move(call));
+    if (onCall) onCall(calls.back());
+  }
   void Record(RecordedCall::Kind kind, const std::string& text);
   /// Raises the first scripted failure that meets the text and has times left.
   static void RaiseScripted(Failures& failures, const std::string& text);
@@ -42,6 +46,7 @@ struct RecordingProvider::Backend {
   std::vector<std::shared_ptr<ScriptedTable>> tables;
   std::map<std::string, runtime::Variant> properties;
   std::vector<RecordedCall> calls;
+  std::function<void(const RecordedCall&)> onCall;
   int transactionLevel = 0;
   bool seek = false;
   bool update = true;

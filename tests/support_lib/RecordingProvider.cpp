@@ -119,6 +119,8 @@ runtime::Variant RecordingProvider::Property(const std::string& name) const {
 void RecordingProvider::SupportSeek(bool yes) { backend_->seek = yes; }
 void RecordingProvider::SupportUpdate(bool yes) { backend_->update = yes; }
 
+void RecordingProvider::OnCall(std::function<void(const RecordedCall&)> look) { backend_->onCall = std::move(look); }
+
 const std::vector<RecordedCall>& RecordingProvider::Calls() const { return backend_->calls; }
 
 std::vector<std::string> RecordingProvider::Statements() const {

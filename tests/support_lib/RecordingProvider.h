@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -94,6 +95,8 @@ class RecordingProvider {
   /// Recordsets can write rows. They can at first.
   void SupportUpdate(bool yes);
 
+  /// Looks at each call at the moment at which it comes, once it is recorded. It must not throw.
+  void OnCall(std::function<void(const RecordedCall&)> look);
   [[nodiscard]] const std::vector<RecordedCall>& Calls() const;
   /// Texts executed, and sources opened, in order.
   [[nodiscard]] std::vector<std::string> Statements() const;
