@@ -89,7 +89,8 @@ void Session::Judge(runtime::Error& failure) {
 void Session::RequireTransaction() const {
   if (transactionUndone_) {
     throw runtime::Error(runtime::kProviderFailure,
-                         "La transaction a été annulée en entier par le serveur : elle doit être abandonnée, puis peut être répétée.", "odbc");
+                         "La transaction a été annulée en entier par le serveur : elle doit être abandonnée, puis peut être répétée.",
+                         "odbc");
   }
 }
 

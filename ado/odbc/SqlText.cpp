@@ -210,7 +210,9 @@ TransactionEffect EffectOnTransaction(std::string_view sql) {
   std::size_t end = begin;
   while (end < sql.size() && IsWordCharacter(sql[end])) ++end;
   const std::string word = runtime::UpperCase(sql.substr(begin, end - begin));
-  const auto isAny = [&](std::initializer_list<std::string_view> words) { return std::find(words.begin(), words.end(), word) != words.end(); };
+  const auto isAny = [&](std::initializer_list<std::string_view> words) {
+    return std::find(words.begin(), words.end(), word) != words.end();
+  };
   if (isAny({"INSERT", "REPLACE", "UPDATE", "DELETE", "SELECT", "WITH", "SHOW", "DESCRIBE", "EXPLAIN", "SET", "USE"})) {
     return TransactionEffect::kNone;
   }

@@ -7,7 +7,7 @@
 #   mariadb.sh wait FOLDER     returns once it answers; fails after 60 s, with the end of its log
 #   mariadb.sh stop FOLDER     stops the one that was started there and waits until it is gone
 #
-# Socket: FOLDER/s. User and password: tamlo / tamlo, all rights; root has no password. Database: tamlo. Log: FOLDER/log.
+# Socket: FOLDER/s. User and password: tamlo / tamlo, all rights; root has no password. Database: tamlo. Log: FOLDER/log.err.
 # The freshly initialised data are kept as a template that later starts copy (TAMLO_SERVER_TEMPLATES, by default in the temporary folder).
 set -euo pipefail
 
@@ -59,7 +59,7 @@ wait_for() {
     sleep 0.1
   done
   echo "the MariaDB server in $folder did not come up:" >&2
-  tail -n 20 "$folder/log" >&2
+  tail -n 20 "$folder/log.err" >&2
   exit 1
 }
 

@@ -53,7 +53,8 @@ class Resent : public ::testing::Test {
     watcher_.Execute("INSERT INTO u VALUES (1, 0)");
     watcher_.Execute("INSERT INTO t VALUES (1, 10, 'a'), (2, 20, 'b')");
     for (const char* when : {"UPDATE", "INSERT", "DELETE"}) {
-      watcher_.Execute(std::string("CREATE TRIGGER apres_") + when + " AFTER " + when + " ON t FOR EACH ROW UPDATE u SET n = n + 1 WHERE id = 1");
+      watcher_.Execute(std::string("CREATE TRIGGER apres_") + when + " AFTER " + when +
+                       " ON t FOR EACH ROW UPDATE u SET n = n + 1 WHERE id = 1");
     }
   }
 
@@ -90,7 +91,8 @@ class Resent : public ::testing::Test {
     do {
       std::this_thread::sleep_for(std::chrono::milliseconds(150));
     } while (++polls_ < 400 && Scalar("SELECT COUNT(*) FROM information_schema.INNODB_TRX WHERE trx_state = 'LOCK WAIT'") == "0");
-    const auto victim = runtime::IgnoringErrors([&] { other_.Execute("SELECT id FROM t WHERE id = " + std::to_string(id) + " FOR UPDATE"); });
+    const auto victim =
+        runtime::IgnoringErrors([&] { other_.Execute("SELECT id FROM t WHERE id = " + std::to_string(id) + " FOR UPDATE"); });
     EXPECT_EQ(victim.description, "") << "the other one was to win";
     other_.CommitTrans();
     ours.join();

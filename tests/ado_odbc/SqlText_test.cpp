@@ -33,25 +33,28 @@ TEST(SqlText, QueriesOverSeveralRowsOrTablesHaveNone) {
 }
 
 TEST(SqlText, WhatABackendAppliesWholeOrNotAtAllIsOneChangeOrQuery) {
-  for (const char* sql : {"UPDATE A SET X='a;b'", " /* x */ insert into A values (1);", "DELETE FROM A -- ; fin", "REPLACE INTO A VALUES (1)",
-                          "WITH B AS (SELECT 1) SELECT * FROM B", "UPDATE A SET X='it''s; fine'"}) {
+  for (const char* sql : {"UPDATE A SET X='a;b'", " /* x */ insert into A values (1);", "DELETE FROM A -- ; fin",
+                          "REPLACE INTO A VALUES (1)", "WITH B AS (SELECT 1) SELECT * FROM B", "UPDATE A SET X='it''s; fine'"}) {
     EXPECT_TRUE(IsSingleChangeOrQuery(sql)) << sql;
   }
-  for (const char* sql : {"UPDATE A SET X=1; UPDATE B SET X=1", "CALL p()", "BEGIN NOT ATOMIC UPDATE A SET X=1; END", "CREATE TABLE A (X INTEGER)",
-                          "ALTER TABLE A ADD Y INTEGER", "COMMIT", "", "UPDATE A SET X='a\\'; UPDATE B SET Y='b'"}) {
+  for (const char* sql :
+       {"UPDATE A SET X=1; UPDATE B SET X=1", "CALL p()", "BEGIN NOT ATOMIC UPDATE A SET X=1; END", "CREATE TABLE A (X INTEGER)",
+        "ALTER TABLE A ADD Y INTEGER", "COMMIT", "", "UPDATE A SET X='a\\'; UPDATE B SET Y='b'"}) {
     EXPECT_FALSE(IsSingleChangeOrQuery(sql)) << sql;
   }
 }
 
 TEST(SqlText, AStatementThatIsNotKnownMayOpenATransaction) {
-  for (const char* sql : {"INSERT INTO A VALUES (1)", "(SELECT 1)", "-- a\nupdate A SET X=1", "SET NAMES utf8mb4", "SHOW KEYS FROM A", "replace A VALUES (1)"}) {
+  for (const char* sql : {"INSERT INTO A VALUES (1)", "(SELECT 1)", "-- a\nupdate A SET X=1", "SET NAMES utf8mb4", "SHOW KEYS FROM A",
+                          "replace A VALUES (1)"}) {
     EXPECT_EQ(EffectOnTransaction(sql), TransactionEffect::kNone) << sql;
   }
   for (const char* sql : {"BEGIN", "start transaction", "CALL p()", "LOCK TABLES A WRITE", "XA START 'x'", "SAVEPOINT s", "ROLLBACK TO s",
                           "COMMIT AND CHAIN", "EXECUTE s", "", "/*! BEGIN */"}) {
     EXPECT_EQ(EffectOnTransaction(sql), TransactionEffect::kMayOpen) << sql;
   }
-  for (const char* sql : {"COMMIT", " rollback work;", "CREATE TABLE A (X INTEGER)", "drop table A", "ALTER TABLE A ADD Y INTEGER", "TRUNCATE A"}) {
+  for (const char* sql :
+       {"COMMIT", " rollback work;", "CREATE TABLE A (X INTEGER)", "drop table A", "ALTER TABLE A ADD Y INTEGER", "TRUNCATE A"}) {
     EXPECT_EQ(EffectOnTransaction(sql), TransactionEffect::kEnds) << sql;
   }
 }
