@@ -20,6 +20,7 @@ class RowByRow final : public ProviderBulkInsert {
 
   void Add(std::span<const Variant> row) override {
     ++rows_;
+    refused_ = 0;
     try {
       recordset_.AddNew();
       for (std::size_t i = 0; i < fields_.size(); ++i) {
@@ -28,16 +29,19 @@ class RowByRow final : public ProviderBulkInsert {
       recordset_.Update();
     } catch (runtime::Error& error) {
       if (recordset_.IsOpen()) recordset_.CancelUpdate();
+      refused_ = recordset_.IsOpen() ? rows_ : 0;
       throw error.WithContext("ligne " + std::to_string(rows_));
     }
   }
 
   void Flush() override {}
+  [[nodiscard]] std::int64_t RefusedRow() const override { return refused_; }
 
  private:
   Recordset recordset_;
   std::vector<Field*> fields_;  // of recordset_, by column
   std::int64_t rows_ = 0;
+  std::int64_t refused_ = 0;
 };
 
 }  // namespace
@@ -56,5 +60,7 @@ void BulkInsert::Add(std::span<const Variant> row) {
 }
 
 void BulkInsert::Flush() { provider_->Flush(); }
+
+std::int64_t BulkInsert::RefusedRow() const noexcept { return provider_->RefusedRow(); }
 
 }  // namespace tamlo::ado

@@ -29,6 +29,10 @@ class BulkInsert {
   void Add(std::span<const Variant> row);
   /// Sends what is held back. Must be called at the end: rows still held back when the object goes are not sent.
   void Flush();
+  /// After an error of Add or Flush: the number (from 1) of the row that the backend refused for what is in it. Those before it are stored
+  /// and it is not; those behind it are held back. 0 when the error was none of a row (connection, lock, disk): what is stored then is what
+  /// the backend has kept.
+  [[nodiscard]] std::int64_t RefusedRow() const noexcept;
   /// Rows taken so far.
   [[nodiscard]] std::int64_t RowsAdded() const noexcept { return rows_; }
 

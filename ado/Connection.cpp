@@ -60,6 +60,22 @@ std::int64_t Connection::Execute(const std::string& text, std::int32_t /*options
 std::int32_t Connection::BeginTrans() { return Native().BeginTransaction(); }
 void Connection::CommitTrans() { Native().CommitTransaction(); }
 void Connection::RollbackTrans() { Native().RollbackTransaction(); }
+std::int32_t Connection::TransactionLevel() const noexcept { return state_->native ? state_->native->TransactionLevel() : 0; }
+
+void Transaction::Commit() {
+  connection_.CommitTrans();
+  ended_ = true;
+}
+
+void Transaction::Rollback() noexcept {
+  // A failure of the backend may have undone it already; a rollback that fails must not be asked for for ever.
+  for (std::int32_t open = connection_.TransactionLevel(); !ended_ && open >= level_; --open) {
+    (void)runtime::IgnoringErrors([&] {
+      if (connection_.TransactionLevel() >= level_) connection_.RollbackTrans();
+    });
+  }
+  ended_ = true;
+}
 
 std::int32_t Connection::CommandTimeout() const noexcept { return state_->commandTimeout; }
 void Connection::CommandTimeout(std::int32_t seconds) { state_->commandTimeout = seconds; }

@@ -47,6 +47,8 @@ class Connection {
   std::int32_t BeginTrans();
   void CommitTrans();
   void RollbackTrans();
+  /// How many transactions are open inside each other; 0 for none, and for a closed connection.
+  [[nodiscard]] std::int32_t TransactionLevel() const noexcept;
 
   /// Seconds a statement may take; 0 is without limit. 30 at first.
   [[nodiscard]] std::int32_t CommandTimeout() const noexcept;
@@ -66,6 +68,26 @@ class Connection {
   friend class Recordset;
   // Shared with the recordsets opened on it: they must see that it was closed, and outlive this object without dangling.
   std::shared_ptr<ConnectionState> state_;
+};
+
+/// A transaction as a scope: leaving it without Commit rolls back, with every level that was begun inside it and is still open. The
+/// connection must outlive it.
+class Transaction {
+ public:
+  explicit Transaction(Connection& connection) : connection_(connection), level_(connection.BeginTrans()) {}
+  ~Transaction() { Rollback(); }
+  Transaction(const Transaction&) = delete;
+  Transaction& operator=(const Transaction&) = delete;
+
+  /// Ends it; the levels inside it must have been ended. When that fails the scope is open still, unless the backend has undone it all.
+  void Commit();
+  /// Undoes it now; nothing when it has ended. Failures are not raised: what a connection does not undo it undoes when it closes.
+  void Rollback() noexcept;
+
+ private:
+  Connection& connection_;
+  std::int32_t level_;
+  bool ended_ = false;
 };
 
 }  // namespace tamlo::ado

@@ -103,6 +103,8 @@ class ProviderBulkInsert {
   virtual void Add(std::span<const Variant> row) = 0;
   /// Sends what is held back.
   virtual void Flush() = 0;
+  /// Number (from 1) of the row that the last failing call was about; 0 when its error was none of a row.
+  [[nodiscard]] virtual std::int64_t RefusedRow() const { return 0; }
 };
 
 class ProviderConnection {
@@ -117,6 +119,8 @@ class ProviderConnection {
   virtual std::int32_t BeginTransaction() = 0;
   virtual void CommitTransaction() = 0;
   virtual void RollbackTransaction() = 0;
+  /// How many transactions are open inside each other; 0 for none.
+  [[nodiscard]] virtual std::int32_t TransactionLevel() const noexcept = 0;
 
   /// A property of the connection by its upper-cased name, or none. "USER ID" and "PASSWORD" are the contract's own.
   [[nodiscard]] virtual std::optional<Variant> Property(const std::string& upperName) const = 0;

@@ -1,5 +1,9 @@
 #include "ado/jet/JetBulkInsert.h"
 
+#include <algorithm>
+#include <optional>
+#include <utility>
+
 #include "ado/Errors.h"
 #include "ado/jet/JetErrors.h"
 #include "runtime/Text.h"
@@ -8,13 +12,20 @@ namespace tamlo::ado::jetprovider {
 
 namespace {
 
-constexpr std::int64_t kRowsOfTransaction = 5000;
+constexpr std::size_t kRowsOfTransaction = 5000;
+constexpr std::size_t kBytesOfTransaction = std::size_t{8} << 20;
+
+std::size_t Bytes(const Variant& value) {
+  if (const auto* text = value.If<std::string>()) return text->size();
+  if (const auto* bytes = value.If<runtime::Bytes>()) return bytes->size();
+  return 0;
+}
 
 }  // namespace
 
 JetBulkInsert::JetBulkInsert(JetConnection& connection, const std::string& table, const std::vector<std::string>& columns)
-    : connection_(connection) {
-  table_ = OnEngine([&] { return connection.Session().FindTable(table); });
+    : session_(connection.Session()) {
+  table_ = OnEngine([&] { return session_.FindTable(table); });
   if (table_ == nullptr || table_->table == nullptr) throw AdoError(runtime::kItemNotFound, table);
   for (const std::string& column : columns) {
     const std::string upper = runtime::UpperCase(column);
@@ -23,45 +34,68 @@ JetBulkInsert::JetBulkInsert(JetConnection& connection, const std::string& table
     if (position == table_->columns.size()) throw AdoError(runtime::kItemNotFound, column);
     columns_.push_back(position);
   }
-  writer_ = std::make_unique<RowWriter>(connection.Session(), table_);
-}
-
-JetBulkInsert::~JetBulkInsert() {
-  if (depth_ == 0 || table_->database->TransactionDepth() != depth_) return;
-  try {
-    table_->database->Rollback();
-  } catch (const jet::Error&) {
-    // Nothing more can be done here; the engine rolls back what is open when it closes.
-  }
+  writer_ = std::make_unique<RowWriter>(session_, table_);
 }
 
 void JetBulkInsert::Add(std::span<const Variant> row) {
-  ++rows_;
-  try {
-    OnEngine([&] {
-      if (depth_ != 0) return;
-      table_->database->Begin();
-      depth_ = table_->database->TransactionDepth();
-    });
-    assignments_.clear();
-    for (std::size_t i = 0; i < columns_.size(); ++i) {
-      if (!row[i].IsEmpty()) assignments_.push_back({i, row[i]});
-    }
-    writer_->Insert(assignments_, columns_);
-    ++pending_;
-  } catch (runtime::Error& error) {
-    if (table_->database->TransactionDepth() != depth_) depth_ = 0;  // the engine has rolled it all back
-    Flush();
-    throw error.WithContext("ligne " + std::to_string(rows_));
+  // A failure of the disk has left it full: there may be room now.
+  if (held_ >= kRowsOfTransaction || heldBytes_ >= kBytesOfTransaction) Flush();
+  Hold(row);
+  if (held_ >= kRowsOfTransaction || heldBytes_ >= kBytesOfTransaction) Flush();
+}
+
+void JetBulkInsert::Hold(std::span<const Variant> row) {
+  if (held_ == rows_.size()) rows_.emplace_back();
+  auto& values = rows_[held_].values;
+  values.clear();
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    if (row[i].IsEmpty()) continue;
+    values.push_back({i, row[i]});
+    heldBytes_ += Bytes(row[i]);
   }
-  if (pending_ >= kRowsOfTransaction) Flush();
+  ++held_;
 }
 
 void JetBulkInsert::Flush() {
-  pending_ = 0;
-  if (depth_ == 0) return;
-  depth_ = 0;
-  OnEngine([&] { table_->database->Commit(); });
+  refused_ = 0;
+  if (held_ == 0) return;
+  std::size_t written = 0;
+  std::optional<runtime::Error> refusal;
+  OnEngine([&] {
+    jet::Transaction transaction(*table_->database);
+    const int depth = table_->database->TransactionDepth();
+    for (; written < held_; ++written) {
+      try {
+        writer_->Insert(rows_[written].values, columns_);
+      } catch (runtime::Error& error) {
+        error.WithContext("ligne " + std::to_string(done_ + static_cast<std::int64_t>(written) + 1));
+        if (table_->database->TransactionDepth() != depth || !IsOfTheRow(error)) {
+          session_.RowsChanged();
+          throw;  // nothing of it is stored
+        }
+        refusal = error;
+        break;
+      }
+    }
+    transaction.Commit();
+  });
+  if (!refusal) {
+    Drop(held_);
+    return;
+  }
+  Drop(written + 1);
+  refused_ = done_;
+  throw *std::move(refusal);
+}
+
+void JetBulkInsert::Drop(std::size_t count) {
+  std::rotate(rows_.begin(), rows_.begin() + static_cast<std::ptrdiff_t>(count), rows_.begin() + static_cast<std::ptrdiff_t>(held_));
+  held_ -= count;
+  done_ += static_cast<std::int64_t>(count);
+  heldBytes_ = 0;
+  for (std::size_t i = 0; i < held_; ++i) {
+    for (const Assignment& value : rows_[i].values) heldBytes_ += Bytes(std::get<Variant>(value.value));
+  }
 }
 
 }  // namespace tamlo::ado::jetprovider

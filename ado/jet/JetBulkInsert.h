@@ -11,23 +11,32 @@
 
 namespace tamlo::ado::jetprovider {
 
-/// Rows go straight to the engine; some thousands share one transaction. A row that is refused leaves those before it stored.
+/// Rows are held back in memory and go straight to the engine, some thousands in one transaction. No transaction outlives a call, so that
+/// several of these may write side by side on one connection, and inside the caller's transaction. A row that is refused leaves those before
+/// it stored; a failure of the disk undoes all that were being written, and they stay held back.
 class JetBulkInsert final : public ProviderBulkInsert {
  public:
   JetBulkInsert(JetConnection& connection, const std::string& table, const std::vector<std::string>& columns);
-  ~JetBulkInsert() override;
   void Add(std::span<const Variant> row) override;
   void Flush() override;
+  [[nodiscard]] std::int64_t RefusedRow() const override { return refused_; }
 
  private:
-  JetConnection& connection_;
+  struct HeldRow {
+    std::vector<Assignment> values;
+  };
+  void Hold(std::span<const Variant> row);
+  void Drop(std::size_t count);
+
+  jet::sql::Session& session_;
   std::shared_ptr<const jet::sql::EngineTable> table_;
   std::unique_ptr<RowWriter> writer_;
   std::vector<std::size_t> columns_;
-  std::vector<Assignment> assignments_;
-  std::int64_t rows_ = 0;
-  std::int64_t pending_ = 0;
-  int depth_ = 0;  // of our transaction, 0 = none open
+  std::vector<HeldRow> rows_;  // the first held_ of them are in use; the others keep their memory
+  std::size_t held_ = 0;
+  std::size_t heldBytes_ = 0;
+  std::int64_t done_ = 0;     // rows before the held ones
+  std::int64_t refused_ = 0;  // row that the last error refused
 };
 
 }  // namespace tamlo::ado::jetprovider

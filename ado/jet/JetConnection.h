@@ -23,6 +23,7 @@ class JetConnection final : public ProviderConnection {
   std::int32_t BeginTransaction() override;
   void CommitTransaction() override;
   void RollbackTransaction() override;
+  [[nodiscard]] std::int32_t TransactionLevel() const noexcept override { return database_->TransactionDepth(); }
   [[nodiscard]] std::optional<Variant> Property(const std::string& upperName) const override;
   bool SetProperty(const std::string& upperName, const Variant& value) override;
   [[nodiscard]] std::unique_ptr<ProviderCatalog> OpenCatalog() override;

@@ -1,5 +1,8 @@
 #include "ado/jet/JetErrors.h"
 
+#include <algorithm>
+#include <array>
+
 namespace tamlo::ado::jetprovider {
 
 namespace {
@@ -47,6 +50,16 @@ runtime::Error Translated(const jet::Error& error, const std::string& sent, bool
   translated.WithDiagnostics({{"", static_cast<std::int32_t>(error.Code()), error.what()}});
   if (!sent.empty()) translated.WithSent(sent);
   return translated;
+}
+
+bool IsOfTheRow(const runtime::Error& error) {
+  static constexpr std::array kOfTheFile{
+      jet::ErrorCode::kInUse,    jet::ErrorCode::kReadOnly, jet::ErrorCode::kDamaged,        jet::ErrorCode::kIo,
+      jet::ErrorCode::kDiskFull, jet::ErrorCode::kNotFound, jet::ErrorCode::kLinkUnreachable};
+  return std::none_of(kOfTheFile.begin(), kOfTheFile.end(), [&](jet::ErrorCode code) {
+    const auto& records = error.Diagnostics();
+    return !records.empty() && records.front().native == static_cast<std::int32_t>(code);
+  });
 }
 
 }  // namespace tamlo::ado::jetprovider

@@ -22,4 +22,8 @@ decltype(auto) OnEngine(Work&& work, const std::string& sent = {}) {
   }
 }
 
+/// True when a row that could not be written is itself the reason (a value, a key, a rule of the table), so that another row may be written;
+/// false for a lock, a disk, a file that is damaged or only for reading.
+[[nodiscard]] bool IsOfTheRow(const runtime::Error& error);
+
 }  // namespace tamlo::ado::jetprovider

@@ -181,6 +181,7 @@ void BatchInsert::ChooseLeftColumns(std::span<const Variant> row) {
 }
 
 void BatchInsert::Add(std::span<const Variant> row) {
+  refused_ = 0;
   ChooseLeftColumns(row);
   if (held_ >= capacity_) Flush();  // a connection that was lost has left it full
   Hold(row);
@@ -220,6 +221,7 @@ void BatchInsert::Hold(std::span<const Variant> row) {
       const std::int64_t number = done_ + static_cast<std::int64_t>(held_) + 1;
       Flush();  // those before it are stored, or one of them is the error
       ++done_;  // the row is refused: those behind it keep their numbers
+      refused_ = number;
       throw error.WithContext("ligne " + std::to_string(number) + ", colonne " + column.name);
     }
     if (scratch_.size() > column.stride) {
@@ -415,6 +417,7 @@ void BatchInsert::SendRowByRow(std::size_t rows) {
       const std::string number = std::to_string(done_ + static_cast<std::int64_t>(row) + 1);
       single_.reset();
       DropRows(row + 1);
+      if (IsOfTheRow(error)) refused_ = done_;
       throw error.WithContext("ligne " + number + (column.empty() ? "" : ", colonne " + column));
     }
   }
@@ -445,6 +448,7 @@ std::string BatchInsert::ColumnToldBy(const std::string& description) const {
 }
 
 void BatchInsert::Flush() {
+  refused_ = 0;
   // A batch that fails is halved until the bad row stands among a few, and those go one by one. One that waited in vain for a lock goes one by
   // one at once: each of its halves would wait as long.
   for (std::size_t rows = held_; held_ > 0; rows = std::min(rows, held_)) {

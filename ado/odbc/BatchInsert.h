@@ -25,6 +25,7 @@ class BatchInsert final : public ProviderBulkInsert {
 
   void Add(std::span<const Variant> row) override;
   void Flush() override;
+  [[nodiscard]] std::int64_t RefusedRow() const override { return refused_; }
 
  private:
   struct Column {
@@ -71,7 +72,8 @@ class BatchInsert final : public ProviderBulkInsert {
   std::size_t slots_ = 1;     // rows for which there is room so far
   std::size_t held_ = 0;      // rows held back
   std::size_t heldBytes_ = 0;
-  std::int64_t done_ = 0;  // rows before the held ones
+  std::int64_t done_ = 0;     // rows before the held ones
+  std::int64_t refused_ = 0;  // row that the last error refused
   bool defaultsKnown_ = false;
   std::optional<bool> keepsRows_;   // the table has no transactions: rows of a failed batch stay
   bool waited_ = false;             // the batch failed because it waited in vain for a lock

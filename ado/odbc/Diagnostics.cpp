@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <string_view>
 #include <utility>
 
 #include "ado/odbc/NativeHeaders.h"
@@ -65,6 +66,24 @@ bool IsLockTimeout(const runtime::Error& error) {
     if (record.sqlState == "55P03" || record.sqlState == "HYT00") return true;
     return record.native == 1205 || record.native == 1222 ||
            ((record.native == 5 || record.native == 6) && record.text.find("locked") != std::string::npos);
+  });
+}
+
+bool IsOfTheRow(const runtime::Error& error) {
+  // Classes of SQLSTATE: no connection, statements that come too late, transactions undone (deadlocks), no such object, no room, ended by an
+  // operator, timeouts. The codes are those of backends that give such things the state HY000: MariaDB (table full, disk full, storage engine,
+  // deadlock, read-only, connection lost), SQL Server (deadlock, file group or log full), Oracle (no room in the tablespace, no connection);
+  // libsqliteodbc gives SQLite's own (busy to full).
+  static constexpr std::array<std::string_view, 8> kClasses{"08", "25", "40", "42", "53", "57", "58", "HYT"};
+  static constexpr std::array<std::int32_t, 26> kNatives{1021, 1026, 1030, 1114, 1205, 1213, 1290, 1836, 2006, 2013, 2055, 1105,  9002,
+                                                         1222, 1146, 942,  1536, 1562, 1631, 1653, 1654, 1691, 3113, 3114, 12571, 60};
+  if (IsLockTimeout(error)) return false;
+  const auto& records = error.Diagnostics();
+  return std::none_of(records.begin(), records.end(), [](const Diagnostic& record) {
+    const auto is = [&](std::string_view start) { return record.sqlState.starts_with(start); };
+    if (std::any_of(kClasses.begin(), kClasses.end(), is)) return true;
+    const bool sqlite = record.sqlState == "HY000" && record.native >= 5 && record.native <= 14;
+    return sqlite || std::find(kNatives.begin(), kNatives.end(), record.native) != kNatives.end();
   });
 }
 

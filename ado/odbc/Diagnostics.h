@@ -18,4 +18,9 @@ namespace tamlo::ado::odbc {
 /// True when the statement waited for a lock of another connection until its time was over.
 [[nodiscard]] bool IsLockTimeout(const runtime::Error& error);
 
+/// True when a row that could not be written is itself the reason (a value, a key, a rule of the table), so that it would be refused again
+/// and another row may be written. False for a connection that is lost, a lock or a deadlock, a statement that was ended, a disk or a memory
+/// that is full, and a table that is not there.
+[[nodiscard]] bool IsOfTheRow(const runtime::Error& error);
+
 }  // namespace tamlo::ado::odbc

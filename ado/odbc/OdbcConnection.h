@@ -22,6 +22,7 @@ class OdbcConnection final : public ProviderConnection {
   std::int32_t BeginTransaction() override;
   void CommitTransaction() override;
   void RollbackTransaction() override;
+  [[nodiscard]] std::int32_t TransactionLevel() const noexcept override { return session_->InTransaction() ? 1 : 0; }
   [[nodiscard]] std::optional<Variant> Property(const std::string& upperName) const override;
   bool SetProperty(const std::string& upperName, const Variant& value) override;
   [[nodiscard]] std::unique_ptr<ProviderCatalog> OpenCatalog() override;

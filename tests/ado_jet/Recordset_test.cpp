@@ -348,12 +348,82 @@ TEST_F(JetRecordset, BulkRowsBeforeABadOneAreStored) {
   BulkInsert bulk(connection, "Utl", {"IdUtl", "Nom"});
   bulk.Add(std::vector<Variant>{std::int32_t{10}, "a"});
   bulk.Add(std::vector<Variant>{std::int32_t{11}, "b"});
-  const auto error = IgnoringErrors([&] { bulk.Add(std::vector<Variant>{std::int32_t{10}, "c"}); });
+  bulk.Add(std::vector<Variant>{std::int32_t{10}, "c"});
+  const auto error = IgnoringErrors([&] { bulk.Flush(); });
   EXPECT_EQ(error.number, 3022);
   EXPECT_EQ(error.description.rfind("ligne 3 : ", 0), 0U) << error.description;
+  EXPECT_EQ(bulk.RefusedRow(), 3);
+  EXPECT_EQ(Rows("SELECT IdUtl FROM Utl WHERE IdUtl > 9 ORDER BY 1"), "10; 11");
   bulk.Add(std::vector<Variant>{std::int32_t{12}, "d"});
   bulk.Flush();
   EXPECT_EQ(Rows("SELECT IdUtl FROM Utl WHERE IdUtl > 9 ORDER BY 1"), "10; 11; 12");
+}
+
+TEST_F(JetRecordset, BulkRowsOfSeveralTablesSideBySideAreEachOnesOwn) {
+  for (const char* table : {"A", "B", "C"})
+    connection.Execute("CREATE TABLE " + std::string(table) + " (N TEXT(3) CONSTRAINT P PRIMARY KEY)");
+  {
+    BulkInsert a(connection, "A", {"N"});
+    BulkInsert b(connection, "B", {"N"});
+    BulkInsert c(connection, "C", {"N"});
+    for (const char* row : {"1", "2", "3"}) {
+      a.Add(std::vector<Variant>{row});
+      b.Add(std::vector<Variant>{row});
+      c.Add(std::vector<Variant>{row});
+    }
+    b.Add(std::vector<Variant>{"too long"});
+    b.Add(std::vector<Variant>{"4"});
+    const auto error = IgnoringErrors([&] { b.Flush(); });
+    EXPECT_EQ(error.number, runtime::kProviderFailure);
+    EXPECT_EQ(error.description.rfind("ligne 4 : Le champ est trop petit pour la valeur", 0), 0U) << error.description;
+    EXPECT_EQ(connection.TransactionLevel(), 0);
+    a.Flush();
+    EXPECT_EQ(Rows("SELECT N FROM A ORDER BY 1"), "1; 2; 3");
+    EXPECT_EQ(Rows("SELECT N FROM B ORDER BY 1"), "1; 2; 3");
+    EXPECT_EQ(Rows("SELECT COUNT(*) FROM C"), "0");
+  }
+  EXPECT_EQ(connection.TransactionLevel(), 0);
+  EXPECT_EQ(Rows("SELECT COUNT(*) FROM C"), "0") << "never flushed";
+  connection.Execute("INSERT INTO C (N) VALUES ('k')");
+  connection.Close();
+  connection.Open(path, "", "");
+  EXPECT_EQ(Rows("SELECT N FROM A ORDER BY 1"), "1; 2; 3");
+  EXPECT_EQ(Rows("SELECT N FROM B ORDER BY 1"), "1; 2; 3");
+  EXPECT_EQ(Rows("SELECT N FROM C"), "k");
+}
+
+TEST_F(JetRecordset, BulkRowsInATransactionAreUndoneWithIt) {
+  {
+    Transaction outer(connection);
+    BulkInsert bulk(connection, "Utl", {"IdUtl"});
+    for (const std::int32_t id : {10, 11, 10}) bulk.Add(std::vector<Variant>{id});
+    EXPECT_EQ(IgnoringErrors([&] { bulk.Flush(); }).number, 3022);
+    EXPECT_EQ(connection.TransactionLevel(), 1);
+    EXPECT_EQ(Rows("SELECT IdUtl FROM Utl WHERE IdUtl > 9 ORDER BY 1"), "10; 11");
+  }
+  EXPECT_EQ(connection.TransactionLevel(), 0);
+  EXPECT_EQ(Rows("SELECT COUNT(*) FROM Utl WHERE IdUtl > 9"), "0");
+}
+
+TEST_F(JetRecordset, LeavingATransactionUndoesAllLevelsInsideIt) {
+  {
+    Transaction outer(connection);
+    connection.Execute("DELETE FROM Utl WHERE IdUtl=1");
+    EXPECT_EQ(connection.BeginTrans(), 2);
+    connection.Execute("DELETE FROM Utl WHERE IdUtl=2");
+    EXPECT_EQ(connection.BeginTrans(), 3);
+  }
+  EXPECT_EQ(connection.TransactionLevel(), 0);
+  EXPECT_EQ(Rows("SELECT IdUtl FROM Utl ORDER BY 1"), "1; 2; 3");
+  {
+    Transaction kept(connection);
+    connection.Execute("DELETE FROM Utl WHERE IdUtl=1");
+    kept.Commit();
+    EXPECT_EQ(connection.BeginTrans(), 1);
+  }
+  EXPECT_EQ(connection.TransactionLevel(), 1) << "begun after it had ended";
+  connection.RollbackTrans();
+  EXPECT_EQ(Rows("SELECT IdUtl FROM Utl ORDER BY 1"), "2; 3");
 }
 
 TEST_F(JetRecordset, RowsHeldBackAreNotStoredWithoutFlush) {

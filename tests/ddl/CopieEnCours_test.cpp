@@ -74,6 +74,7 @@ class ConnexionSuivie final : public ado::ProviderConnection {
   std::int32_t BeginTransaction() override { return vraie_->BeginTransaction(); }
   void CommitTransaction() override { vraie_->CommitTransaction(); }
   void RollbackTransaction() override { vraie_->RollbackTransaction(); }
+  std::int32_t TransactionLevel() const noexcept override { return vraie_->TransactionLevel(); }
   std::optional<ado::Variant> Property(const std::string& nom) const override { return vraie_->Property(nom); }
   bool SetProperty(const std::string& nom, const ado::Variant& valeur) override { return vraie_->SetProperty(nom, valeur); }
   std::unique_ptr<ado::ProviderCatalog> OpenCatalog() override { return vraie_->OpenCatalog(); }

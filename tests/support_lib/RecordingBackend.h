@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "tests/support_lib/RecordingProvider.h"
@@ -48,6 +49,8 @@ struct RecordingProvider::Backend {
   std::vector<RecordedCall> calls;
   std::function<void(const RecordedCall&)> onCall;
   int transactionLevel = 0;
+  /// The rows of all tables when each open transaction was begun: a rollback brings them back. Definitions stay.
+  std::vector<std::vector<std::pair<std::shared_ptr<ScriptedTable>, std::vector<std::vector<runtime::Variant>>>>> rowsBefore;
   bool seek = false;
   bool update = true;
 };

@@ -236,10 +236,13 @@ class RecordingConnection final : public ado::ProviderConnection {
 
   std::int32_t BeginTransaction() override {
     backend_->Record(Kind::kBegin, "");
+    auto& before = backend_->rowsBefore.emplace_back();
+    for (const auto& table : backend_->tables) before.emplace_back(table, table->rows);
     return ++backend_->transactionLevel;
   }
   void CommitTransaction() override { EndTransaction(Kind::kCommit); }
   void RollbackTransaction() override { EndTransaction(Kind::kRollback); }
+  std::int32_t TransactionLevel() const noexcept override { return backend_->transactionLevel; }
 
   std::optional<Variant> Property(const std::string& upperName) const override {
     const auto found = backend_->properties.find(upperName);
@@ -266,6 +269,10 @@ class RecordingConnection final : public ado::ProviderConnection {
     backend_->Record(kind, "");
     if (backend_->transactionLevel == 0) throw runtime::Error(runtime::kProviderFailure, "no transaction is active", "recording");
     --backend_->transactionLevel;
+    if (kind == Kind::kRollback) {
+      for (auto& [table, rows] : backend_->rowsBefore.back()) table->rows = std::move(rows);
+    }
+    backend_->rowsBefore.pop_back();
   }
 
   std::shared_ptr<ScriptedResult> ScriptedAnswer(const std::string& source) const {
