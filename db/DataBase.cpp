@@ -23,6 +23,7 @@ void DataBase::Ferme() {
   tables_.clear();
   alias_.clear();
   relations_.clear();
+  erreurs_.clear();
   NomsChanges();
 }
 

@@ -3,7 +3,9 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ado/Catalog.h"
@@ -11,6 +13,7 @@
 #include "ado/Recordset.h"
 #include "db/DbRlt.h"
 #include "db/DbTbl.h"
+#include "runtime/Error.h"
 
 namespace tamlo::db {
 
@@ -47,6 +50,20 @@ struct VerifieBilan {
   [[nodiscard]] bool Egales() const noexcept { return differences == 0 && lignesSource == lignesCible; }
 };
 
+/// One error that Ouvre has met after the connection stood, and has not raised.
+struct ErreurOuverture {
+  std::string etape;  ///< the step that was left or went on without it: "liste des tables", "relations", "format des dates", ...
+  std::string table;  ///< the table at hand; empty when there was none
+  std::int32_t numero = 0;
+  std::string description;
+};
+
+/// One difference between what the backend, the memory and the catalog say of a table, or one change of the catalog.
+struct EcartCatalogue {
+  std::string table;
+  std::string texte;  ///< in words, without the table's name
+};
+
 /// One open database of one of five kinds: the ADO connection, a catalog bound to it, the table list, the aliases and
 /// the relations. New, then open (Ouvre), then closed (Ferme); not closed by its destructor's silence alone: the
 /// program calls Ferme. Apart from Ouvre, which shows its own failure, every failure is raised as runtime::Error. One
@@ -61,6 +78,10 @@ class DataBase {
   /// Opens; false after having shown the reason in a message box. Nom, Typ and AvecMvt hold the arguments in both
   /// cases.
   bool Ouvre(const std::string& nom, std::int16_t typ, bool avecMvt);
+  /// The errors of the last Ouvre that it did not raise, in their order; 0 when all went well. They stay until the next Ouvre or Ferme.
+  [[nodiscard]] std::int16_t NbErr() const noexcept { return static_cast<std::int16_t>(erreurs_.size()); }
+  /// Position from 0. Error 9 outside.
+  [[nodiscard]] const ErreurOuverture& ListeErr(std::int16_t i) const;
   /// Closes the connection if there is one and empties all lists.
   void Ferme();
 
@@ -126,8 +147,18 @@ class DataBase {
   DbTbl& AddTbl(std::unique_ptr<DbTbl> tbl);
   /// Drops a table with its catalog rows; nothing when the backend has none of that name, in whatever case.
   void SupTbl(const std::string& nom);
-  /// Rebuilds the table, field and index catalogs from the table list.
+  /// Rebuilds the table, field and index catalogs from the table list: table by table, each its own row, its fields, its indexes. A row that
+  /// the backend refuses ends it with its error, which names the table; the rows before it are in the catalog. Any other error leaves the
+  /// catalog empty, so that the next opening builds it (on Access: as it was).
   void RecreeCatalogue();
+  /// The same as a repair: tables, fields and indexes that the backend has otherwise than the table list are first read from it anew. Tells
+  /// each row of the catalog that has come, gone or changed by it, also where it ends with an error.
+  void RecreeCatalogue(std::vector<EcartCatalogue>& changements);
+  /// Compares backend, memory and catalog of one table, or of all and of rows that belong to none (blank), and tells each difference; empty
+  /// when they agree. Changes nothing. What the three are meant to hold differently is no difference: types that one column type of the backend
+  /// stands for, a primary key that the backend keeps as a unique index (SQL Server, Oracle), directions of index fields on MySQL, and what
+  /// an opening does not take from the catalog (movements, mandatory, initial value, format).
+  [[nodiscard]] std::vector<EcartCatalogue> VerifieCatalogue(const std::string& nom = {});
   /// Writes all catalog rows of one table through the three recordsets, opening those that are nullptr.
   void SauveTblCatalogue(DbTbl& tbl, ado::Recordset* rsTbl, ado::Recordset* rsFld, ado::Recordset* rsIdx);
 
@@ -164,6 +195,13 @@ class DataBase {
     bool visible = false;
   };
 
+  /// A table of the application in the backend.
+  struct TableBase {
+    std::string nom;  // as listed
+    std::string owner;
+    ado::Table table;
+  };
+
   friend class DbTbl;  // a listed table tells of its changes of name and owner
 
   void OuvreConnexion();
@@ -173,7 +211,24 @@ class DataBase {
   void ChargeListeTbl();
   void ChargeListeRlt();
   void TesteFormatDate();
+  /// Runs one step of the opening; its error is kept for ListeErr.
+  void Etape(const char* etape, const std::function<void()>& faire);
+  /// Keeps an error that the opening goes on with; nothing outside of an opening.
+  void NoteErreur(const std::string& table, const runtime::PendingError& erreur);
   [[nodiscard]] bool CataloguePresent();
+  /// Whether a catalog that is there lacks what its building should have given it.
+  [[nodiscard]] bool CatalogueInacheve(ado::Recordset& rsFld);
+  [[nodiscard]] bool SansCle(const std::string& table);
+  /// Hands back the error of a row that was refused: what stands before it is written.
+  [[nodiscard]] std::optional<runtime::Error> RefaitCatalogue();
+  void ConstruitCatalogue();
+  [[nodiscard]] std::optional<runtime::Error> EcritLignesCatalogue();
+  void AccordeTablesCatalogue();
+  void CompleteSonde();
+  [[nodiscard]] std::vector<TableBase> TablesDeLaBase();
+  void CompareALaBase(TableBase& table, DbTbl& memoire, const std::function<void(std::string)>& dit);
+  void RelitDefinitions();
+  [[nodiscard]] std::vector<std::pair<std::string, std::string>> TablesOracle();
   void AjouteTablesCatalogue(ado::Recordset* rsFld, ado::Recordset* rsIdx);
   void AjouteTablesOracle(ado::Recordset* rsFld, ado::Recordset* rsIdx);
   void AjouteTable(ado::Table& table, ado::Recordset* rsFld, ado::Recordset* rsIdx, const std::string& owner);
@@ -194,6 +249,9 @@ class DataBase {
   std::vector<EntreeTbl> tables_;
   std::vector<EntreeAlias> alias_;
   std::vector<std::unique_ptr<DbRlt>> relations_;
+  std::vector<ErreurOuverture> erreurs_;
+  std::string etapeEnCours_;                                   // of the opening; empty outside of it
+  std::string tableEnCours_;                                   // at hand in that step
   mutable std::unique_ptr<sql::TablesQualifiees> qualifiees_;  // index over tables_ for FormateSSQL; none until it is needed
   mutable std::int16_t dernierTbl_ = 0;
   mutable std::int16_t dernierAlias_ = 0;

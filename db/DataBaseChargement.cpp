@@ -58,14 +58,57 @@ ado::Table ResoutLien(ado::Table& lien) {
 
 bool DataBase::CataloguePresent() { return ExisteTbl(kTblKorv) && ExisteTbl(kFldKorv) && ExisteTbl(kIdxKorv); }
 
+/// A table that is made by two statements (MySQL, Oracle), of which the second has never run.
+bool DataBase::SansCle(const std::string& table) {
+  return (typ_ == TypMySql || typ_ == TypOracle) && Catalogue().Tables(table).Indexes().empty();
+}
+
+std::vector<DataBase::TableBase> DataBase::TablesDeLaBase() {
+  std::vector<TableBase> tables;
+  const auto ajoute = [&](ado::Table table, const std::string& owner) {
+    const std::string nom = runtime::UpperCase(runtime::Trim(table.Name()));
+    const bool connue = std::any_of(tables.begin(), tables.end(), [&](const TableBase& autre) { return autre.nom == nom; });
+    if (!connue && !EstTableDuCatalogue(nom)) tables.push_back({nom, owner, std::move(table)});
+  };
+  if (typ_ == TypOracle) {
+    for (const auto& [nom, owner] : TablesOracle()) {
+      const ado::Table* table = Catalogue().Find(nom);
+      ajoute(table != nullptr ? *table : ado::Table(nom), owner);
+    }
+    return tables;
+  }
+  for (std::size_t i = 0; i < Catalogue().TableCount(); ++i) {
+    if (!EstHorsListe(Catalogue().Tables(i).Type()))
+      ajoute(Catalogue().Tables(i).Type() == "LINK" ? ResoutLien(Catalogue().Tables(i)) : Catalogue().Tables(i), "");
+  }
+  return tables;
+}
+
+bool DataBase::CatalogueInacheve(ado::Recordset& rsFld) {
+  // Rows come together, after the tables: one that has none shows that whoever built the catalog did not end.
+  bool vide = rsFld.Eof();
+  if (!vide) {
+    ado::Recordset rsTbl = OpenRecordSet("SELECT * FROM [$TBLKORV$]", 0);
+    vide = rsTbl.Eof();
+    rsTbl.Close();
+  }
+  return vide && (!TablesDeLaBase().empty() || SansCle(kTblKorv) || SansCle(kFldKorv) || SansCle(kIdxKorv));
+}
+
 void DataBase::ChargeListeTbl() {
-  const bool present = CataloguePresent();
+  const bool reconstruit = nom_.find("BVIRTUEL.MDB") == std::string::npos;
+  bool present = CataloguePresent();
   ado::Recordset rsFld;
   ado::Recordset rsIdx;
   if (present) {
     for (const char* nom : {kTblKorv, kFldKorv, kIdxKorv}) AjouteTable(Catalogue().Tables(nom), nullptr, nullptr, "");
     rsFld = OpenRecordSet("SELECT * FROM [$FLDKORV$] ORDER BY [TABLE],[NO]", 3);
     rsIdx = OpenRecordSet("SELECT * FROM [$IDXKORV$] ORDER BY [TABLE],[NOM]", 3);
+    if (reconstruit && CatalogueInacheve(rsFld)) {
+      rsFld.Close();
+      rsIdx.Close();
+      present = false;
+    }
   }
   ado::Recordset* champs = present ? &rsFld : nullptr;
   ado::Recordset* index = present ? &rsIdx : nullptr;
@@ -74,11 +117,12 @@ void DataBase::ChargeListeTbl() {
   } else {
     AjouteTablesCatalogue(champs, index);
   }
+  tableEnCours_.clear();
   if (present) {
     rsFld.Close();
     rsIdx.Close();
-  } else if (nom_.find("BVIRTUEL.MDB") == std::string::npos) {
-    RecreeCatalogue();
+  } else if (reconstruit) {
+    ConstruitCatalogue();
   }
 }
 
@@ -96,7 +140,7 @@ void DataBase::AjouteTablesCatalogue(ado::Recordset* rsFld, ado::Recordset* rsId
   }
 }
 
-void DataBase::AjouteTablesOracle(ado::Recordset* rsFld, ado::Recordset* rsIdx) {
+std::vector<std::pair<std::string, std::string>> DataBase::TablesOracle() {
   const Environnement& environnement = EnvironnementCourant();
   const std::string owner = support::EstVide(environnement.nomLogin) ? environnement.nomUtlConnecte() : environnement.nomLogin;
   const std::string autre = ProprietaireDuNom(nom_);
@@ -107,7 +151,11 @@ void DataBase::AjouteTablesOracle(ado::Recordset* rsFld, ado::Recordset* rsIdx) 
   for (; !rs.Eof(); rs.MoveNext())
     tables.emplace_back(TexteCatalogue(rs.Fields("TABLE_NAME").Value()), TexteCatalogue(rs.Fields("OWNER").Value()));
   rs.Close();
-  for (const auto& [nom, proprietaire] : tables) {
+  return tables;
+}
+
+void DataBase::AjouteTablesOracle(ado::Recordset* rsFld, ado::Recordset* rsIdx) {
+  for (const auto& [nom, proprietaire] : TablesOracle()) {
     // The dictionary may list a table that the connection's catalog leaves out: it is known by its name alone.
     ado::Table seule(nom);
     ado::Table* table = Catalogue().Find(nom);
@@ -119,6 +167,7 @@ void DataBase::AjouteTable(ado::Table& table, ado::Recordset* rsFld, ado::Record
   const std::string nom = runtime::UpperCase(runtime::Trim(table.Name()));
   const bool connue = std::any_of(tables_.begin(), tables_.end(), [&](const EntreeTbl& entree) { return entree.nom == nom; });
   if (connue) return;
+  tableEnCours_ = nom;
   auto tbl = std::make_unique<DbTbl>();
   tbl->Init(*this, table, avecMvt_, rsFld, rsIdx, owner);
   Inscrit(std::move(tbl));

@@ -43,6 +43,7 @@ bool DataBase::Ouvre(const std::string& nom, std::int16_t typ, bool avecMvt) {
   nom_ = nom;
   typ_ = typ;
   avecMvt_ = avecMvt;
+  erreurs_.clear();
   // A catalog of an earlier opening still looks at the connection of that time.
   if (catalogue_ && !precedente_) precedente_ = std::move(connexion_);
   connexion_ = std::make_unique<ado::Connection>();
@@ -78,15 +79,39 @@ void DataBase::OuvreConnexion() {
 void DataBase::InitialiseOuverture() {
   // Each step is left at its first failure, silently, and the next one goes on.
   constexpr std::int16_t kVerrous = 12000;
-  if (typ_ == TypJet) runtime::IgnoringErrors([&] { connexion_->Property("Jet OLEDB:Max Locks Per File", kVerrous); });
-  if (typ_ == TypOracle) runtime::IgnoringErrors([&] { ExecuteSQL("ALTER SESSION SET NLS_SORT=BINARY"); });
-  runtime::IgnoringErrors([&] {
+  if (typ_ == TypJet) Etape("verrous du fichier", [&] { connexion_->Property("Jet OLEDB:Max Locks Per File", kVerrous); });
+  if (typ_ == TypOracle) Etape("ordre de tri", [&] { ExecuteSQL("ALTER SESSION SET NLS_SORT=BINARY"); });
+  Etape("catalogue de la connexion", [&] {
     catalogue_ = std::make_unique<ado::Catalog>(*connexion_);
     precedente_.reset();
   });
-  runtime::IgnoringErrors([&] { ChargeListeTbl(); });
-  runtime::IgnoringErrors([&] { ChargeListeRlt(); });
-  runtime::IgnoringErrors([&] { TesteFormatDate(); });
+  Etape("liste des tables", [&] { ChargeListeTbl(); });
+  Etape("relations", [&] { ChargeListeRlt(); });
+  Etape("format des dates", [&] { TesteFormatDate(); });
+}
+
+void DataBase::Etape(const char* etape, const std::function<void()>& faire) {
+  etapeEnCours_ = etape;
+  tableEnCours_.clear();
+  const auto erreur = runtime::IgnoringErrors(faire);
+  if (erreur) NoteErreur(tableEnCours_, erreur);
+  // The connection was opened for this: whatever is open on it has been left by a step that failed.
+  for (std::int32_t niveau = connexion_->TransactionLevel(); niveau > 0; --niveau) {
+    const auto encore = runtime::IgnoringErrors([&] { connexion_->RollbackTrans(); });
+    if (encore) NoteErreur("", encore);
+  }
+  etapeEnCours_.clear();
+}
+
+void DataBase::NoteErreur(const std::string& table, const runtime::PendingError& erreur) {
+  if (etapeEnCours_.empty()) return;
+  constexpr std::size_t kPlusGrandNombre = 32767;
+  if (erreurs_.size() < kPlusGrandNombre) erreurs_.push_back({etapeEnCours_, table, erreur.number, erreur.description});
+}
+
+const ErreurOuverture& DataBase::ListeErr(std::int16_t i) const {
+  if (i < 0 || static_cast<std::size_t>(i) >= erreurs_.size()) throw runtime::Error(runtime::kSubscriptOutOfRange);
+  return erreurs_[static_cast<std::size_t>(i)];
 }
 
 }  // namespace tamlo::db

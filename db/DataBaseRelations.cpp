@@ -63,12 +63,14 @@ void DataBase::GetListeRlt(const std::string& aliasDe, const std::string& aliasV
 }
 
 void DataBase::ChargeListeRlt() {
+  tableEnCours_ = kRltKorv;
   if (!ExisteTbl(kRltKorv)) {
     CreeCatRlt(*this);
     return;
   }
   const auto type = [](const ado::Variant& valeur) { return valeur.IsNull() ? 0 : runtime::ToInt32(valeur); };
   ado::Recordset rs = OpenRecordSet("SELECT * FROM [$RLTKORV$]", 0);
+  const bool vide = rs.Eof();
   for (; !rs.Eof(); rs.MoveNext()) {
     // Read in the order of the columns, which the order of arguments would not promise.
     const std::string aliasSrc = TexteCatalogue(rs.Fields("ALIASSRC").Value());
@@ -82,6 +84,10 @@ void DataBase::ChargeListeRlt() {
     AjouteRlt(relation);
   }
   rs.Close();
+  if (vide && SansCle(kRltKorv)) {
+    SupTbl(kRltKorv);
+    CreeCatRlt(*this);
+  }
 }
 
 }  // namespace tamlo::db

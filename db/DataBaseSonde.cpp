@@ -1,19 +1,50 @@
 #include "ado/Types.h"
 #include "db/DataBase.h"
+#include "db/DbUtil.h"
 #include "runtime/Dates.h"
 #include "runtime/Error.h"
 
 namespace tamlo::db {
 
+namespace {
+
+constexpr const char* kSonde = "TEST_DT";
+
+}  // namespace
+
+/// The probe table has its index and its rows in the catalog: what a program that died while it made them has left out is added.
+void DataBase::CompleteSonde() {
+  DbTbl& connue = TableNommee(kSonde);
+  if (connue.ExisteFld("DT") && connue.ExisteIdx("DT")) return;
+  auto lue = std::make_unique<DbTbl>();
+  lue->Init(*this, Catalogue().Tables(kSonde), avecMvt_, nullptr, nullptr, "");
+  lue->AddIdx("DT", "DT", false, false);
+  for (EntreeTbl& entree : tables_) {
+    if (entree.tbl.get() == &connue) entree.tbl = std::move(lue);
+  }
+  NomsChanges();
+  DbTbl& complete = TableNommee(kSonde);
+  complete.liste_ = this;
+  for (const auto& [catalogue, colonne] : {std::pair{kTblKorv, "NOM"}, std::pair{kFldKorv, "TABLE"}, std::pair{kIdxKorv, "TABLE"}}) {
+    if (ExisteTbl(catalogue)) SupprimeLignes(*this, catalogue, {{colonne, kSonde}});
+  }
+  SauveTblCatalogue(complete, nullptr, nullptr, nullptr);
+}
+
 void DataBase::TesteFormatDate() {
   if (typ_ != TypMySql) return;
+  tableEnCours_ = "$TESTDT$";
   SupTbl("$TESTDT$");
-  if (!ExisteTbl("TEST_DT")) {
+  tableEnCours_ = kSonde;
+  if (!ExisteTbl(kSonde)) {
     auto tbl = std::make_unique<DbTbl>();
-    tbl->Nom("TEST_DT");
+    tbl->Nom(kSonde);
     tbl->AddFld("DT", ado::adDate, 0, false);
     tbl->AddIdx("DT", "DT", false, false);
     AddTbl(std::move(tbl));
+  } else {
+    const auto refus = runtime::IgnoringErrors([&] { CompleteSonde(); });
+    if (refus) NoteErreur(kSonde, refus);
   }
   const auto refus = runtime::IgnoringErrors([&] {
     ado::Recordset rs =
@@ -22,6 +53,7 @@ void DataBase::TesteFormatDate() {
     (void)rs.Eof();
     rs.Close();
   });
+  if (refus) NoteErreur(kSonde, refus);
   fmtDate_ = refus ? "DD-MM-YYYY" : "YYYY-MM-DD";
 }
 

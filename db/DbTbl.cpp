@@ -48,6 +48,11 @@ std::int16_t DbTbl::PosIdx(const std::string& cle) const { return Position(index
 DbFld& DbTbl::ListeFld(const std::string& cle) { return ElementA(champs_, PosFld(cle)); }
 DbIdx& DbTbl::ListeIdx(const std::string& cle) { return ElementA(index_, PosIdx(cle)); }
 
+std::int16_t DbTbl::PlaceFld(const std::string& nom) const {
+  const auto champ = std::find_if(champs_.begin(), champs_.end(), [&](const auto& c) { return c->Nom() == nom; });
+  return champ == champs_.end() ? std::int16_t{-1} : static_cast<std::int16_t>(champ - champs_.begin());
+}
+
 bool DbTbl::ExisteFld(const std::string& nom) const { return PosFld(nom) != -1; }
 
 bool DbTbl::ExisteIdx(const std::string& nom) const {

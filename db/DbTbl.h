@@ -73,6 +73,8 @@ class DbTbl {
   /// follow in memory and catalog.
   void SupFld(const std::string& nom);
   [[nodiscard]] std::int16_t NbIdx() const noexcept { return static_cast<std::int16_t>(index_.size()); }
+  /// For the rooms of the layer: the position of the field of exactly that name in lower case, even where it is a number; -1 when there is none.
+  [[nodiscard]] std::int16_t PlaceFld(const std::string& nom) const;
   /// True when the name is known; always true for a number.
   [[nodiscard]] bool ExisteFld(const std::string& nom) const;
   /// True when the name (on Oracle: table name, "_", name) is known; always true for a number elsewhere.
@@ -84,6 +86,8 @@ class DbTbl {
   [[nodiscard]] std::int16_t PosFld(const std::string& cle) const;
   [[nodiscard]] std::int16_t PosIdx(const std::string& cle) const;
   [[nodiscard]] ado::Index LitChampsIdx(const std::string& nom, const std::string& champs, bool primaire, bool unique) const;
+  /// Reads fields and indexes from the backend anew; fields that were known stay in their order, the others follow.
+  void Relit(ado::Table& table);
   bool ChargeFldTable();
   void ChargeFldCatalogue(ado::Table& table, ado::Recordset& rsFld);
   void ChargeIdxTable(ado::Table& table);

@@ -68,13 +68,26 @@ void DbTbl::Init(DataBase& db, ado::Table& table, bool avecMvt, ado::Recordset* 
   }
 }
 
+void DbTbl::Relit(ado::Table& table) {
+  std::vector<std::string> ordre;
+  for (const auto& champ : champs_) ordre.push_back(champ->Nom());
+  index_.clear();
+  Init(*db_, table, avecMvt_, nullptr, nullptr, owner_);
+  std::stable_sort(champs_.begin(), champs_.end(), [&](const auto& un, const auto& autre) {
+    return std::find(ordre.begin(), ordre.end(), un->Nom()) < std::find(ordre.begin(), ordre.end(), autre->Nom());
+  });
+}
+
 bool DbTbl::ChargeFldTable() {
   const std::int16_t kind = db_->Kind16();
   const bool avecTop = kind == TypJet || kind == TypSqlServer;
   ado::Recordset rs;
   const auto refus =
       runtime::IgnoringErrors([&] { rs = db_->OpenRecordSet((avecTop ? "SELECT TOP 1 * FROM [" : "SELECT * FROM [") + nom_ + "]", 0); });
-  if (refus) return false;
+  if (refus) {
+    db_->NoteErreur(nom_, refus);
+    return false;
+  }
   const std::int16_t nombre = runtime::CheckedInt16(static_cast<std::int64_t>(rs.FieldCount()));
   champs_.clear();
   for (std::int16_t i = 0; i < nombre; ++i) {
@@ -94,7 +107,8 @@ bool DbTbl::ChargeFldTable() {
 void DbTbl::AjouteChampCharge(const std::string& nom, std::int16_t typ, double lg, bool estCpt, std::int16_t no) {
   champs_.push_back(std::make_unique<DbFld>());
   // A length beyond 16 bits leaves a field without a length.
-  runtime::IgnoringErrors([&] { champs_.back()->Init(nom, typ, lg, estCpt, this, no, false, "", ""); });
+  const auto refus = runtime::IgnoringErrors([&] { champs_.back()->Init(nom, typ, lg, estCpt, this, no, false, "", ""); });
+  if (refus) db_->NoteErreur(nom_, {refus.number, "longueur du champ " + champs_.back()->Nom() + " : " + refus.description});
 }
 
 void DbTbl::ChargeFldCatalogue(ado::Table& table, ado::Recordset& rsFld) {

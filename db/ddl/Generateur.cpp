@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "ado/Types.h"
 #include "db/DataBase.h"
 #include "db/ddl/GenerateurAdox.h"
 #include "db/ddl/GenerateurBase.h"
@@ -10,6 +11,7 @@
 #include "db/ddl/GenerateurOdbc.h"
 #include "db/ddl/GenerateurOracle.h"
 #include "db/ddl/GenerateurSqlServer.h"
+#include "db/ddl/TypesColonnes.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
 
@@ -148,6 +150,26 @@ std::optional<ado::Index> IndexRestant(DataBase& db, const DbTbl& tbl, const DbI
     reste = std::move(garde);
   });
   return reste;
+}
+
+bool MemeColonne(const DataBase& db, const DbFld& un, const DbFld& autre) {
+  const auto texte = [&](const DbFld& fld) -> std::optional<std::string> {
+    switch (db.Kind16()) {
+      case TypSqlServer:
+        return TypeColonne(Dialecte::kSqlServer, fld.Typ(), fld.Lg());
+      case TypMySql:
+        return TypeColonne(Dialecte::kMySql, fld.Typ(), fld.Lg());
+      case TypOracle:
+        // What is written without a scale comes back as a numeric.
+        if (fld.Typ() == ado::adNumeric || fld.Typ() == ado::adSingle) return " NUMBER";
+        return TypeColonne(Dialecte::kOracle, fld.Typ(), fld.Lg());
+      default:
+        return std::nullopt;
+    }
+  };
+  if (un.Typ() == autre.Typ() && (un.Typ() != ado::adVarWChar || un.Lg() == autre.Lg())) return true;
+  const auto sien = texte(un);
+  return sien && sien == texte(autre);
 }
 
 void SupprimeTable(DataBase& db, const std::string& nom, const DbTbl* tbl) {

@@ -8,6 +8,7 @@
 
 namespace tamlo::db {
 class DataBase;
+class DbFld;
 class DbIdx;
 class DbTbl;
 }  // namespace tamlo::db
@@ -39,6 +40,9 @@ void CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index);
 /// The index as it is kept in memory, without the fields that the backend no longer has in it: without any when the index is gone. Nothing
 /// when the backend does not answer.
 [[nodiscard]] std::optional<ado::Index> IndexRestant(DataBase& db, const DbTbl& tbl, const DbIdx& idx);
+
+/// True when both fields are kept in the same type of column, so that the backend cannot tell one from the other.
+[[nodiscard]] bool MemeColonne(const DataBase& db, const DbFld& un, const DbFld& autre);
 
 /// Sends the DROP TABLE text of the kind directly on the connection, untranslated. tbl: the listed definition, which gives Oracle its
 /// owner, or nullptr when the table is not listed. The caller refreshes the connection's catalog.

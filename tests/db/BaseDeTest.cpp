@@ -2,6 +2,14 @@
 
 namespace tamlo::tests {
 
+namespace {
+
+/// A table that the catalog speaks of and that is no longer there: a catalog without any row would count as not built.
+constexpr const char* kAncienne = "$ANCIENNE$";
+constexpr const char* kSonde = "TEST_DT";
+
+}  // namespace
+
 BaseDeTest::BaseDeTest() : precedent_(db::EnvironnementCourant()) {
   db::EnvironnementCourant() = {};
   db::EnvironnementCourant().nomUtlConnecte = [] { return std::string("ADM"); };
@@ -17,6 +25,16 @@ ScriptedTable& BaseDeTest::AjouteTable(const std::string& nom, const std::string
   table.columns = {MakeColumn("NOM", ado::adVarWChar, 30), MakeColumn("NIVEAU", ado::adSmallInt, 2)};
   table.indexes = {MakeIndex("PK", {"NOM"}, true, true)};
   return provider.AddTable(std::move(table));
+}
+
+void BaseDeTest::AjouteSonde() {
+  ScriptedTable& table = AjouteTable(kSonde);
+  table.columns = {MakeColumn("DT", ado::adDate)};
+  table.indexes = {MakeIndex("DT", {"DT"})};
+  if (provider.FindTable("$FLDKORV$") == nullptr) return;
+  provider.FindTable("$TBLKORV$")->rows.push_back({kSonde, true});
+  LigneFld(kSonde, 0, "dt");
+  LigneIdx(kSonde, "DT", "dt", false, false);
 }
 
 void BaseDeTest::AjouteCatalogue() {
@@ -44,8 +62,10 @@ void BaseDeTest::AjouteCatalogue() {
                    MakeColumn("TYP", ado::adUnsignedTinyInt, 1),
                    MakeColumn("TYPINV", ado::adUnsignedTinyInt, 1),
                    drapeau("OBLIGATOIRE")};
-  table.indexes = {};
+  table.indexes = {MakeIndex("SRCCBL", {"ALIASSRC", "ALIASCBL"}, true, true)};
   provider.AddTable(table);
+  provider.FindTable("$TBLKORV$")->rows.push_back({kAncienne, false});
+  LigneFld(kAncienne, 0, "x");
 }
 
 void BaseDeTest::LigneFld(const std::string& table, std::int16_t no, const std::string& nom) {
@@ -90,6 +110,11 @@ BaseDeTest::Textes BaseDeTest::Envoyes() const {
   return textes;
 }
 
-std::vector<BaseDeTest::Ligne> BaseDeTest::Lignes(const std::string& table) { return provider.FindTable(table)->rows; }
+std::vector<BaseDeTest::Ligne> BaseDeTest::Lignes(const std::string& table) {
+  auto lignes = provider.FindTable(table)->rows;
+  std::erase_if(
+      lignes, [](const Ligne& ligne) { return ligne.front() == runtime::Variant(kAncienne) || ligne.front() == runtime::Variant(kSonde); });
+  return lignes;
+}
 
 }  // namespace tamlo::tests

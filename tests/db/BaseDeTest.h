@@ -27,7 +27,9 @@ class BaseDeTest : public testing::Test {
 
   /// A table of the backend with the fields NOM (text 30) and NIVEAU (16-bit integer), and a primary index PK on NOM.
   ScriptedTable& AjouteTable(const std::string& nom, const std::string& type = "TABLE");
-  /// The four catalog tables, empty.
+  /// The probe table of MySQL databases, with its rows in the catalog where there is one; Lignes leaves those out.
+  void AjouteSonde();
+  /// The four catalog tables, empty but for the rows of a table that is not there; Lignes leaves those out.
   void AjouteCatalogue();
   void LigneFld(const std::string& table, std::int16_t no, const std::string& nom);
   void LigneIdx(const std::string& table, const std::string& nom, const std::string& champs, bool primaire, bool unique);

@@ -151,9 +151,10 @@ TEST_F(DataBaseCatalogue, WithItsCatalogADatabaseListsTheCatalogTablesFirst) {
   AjouteCatalogue();
   ASSERT_TRUE(db.Ouvre("V", 1, true));
   EXPECT_THAT(Noms(db), ElementsAre("$TBLKORV$", "$FLDKORV$", "$IDXKORV$", "UTL", "$RLTKORV$"));
-  EXPECT_THAT(Envoyes(), ElementsAre("SELECT TOP 1 * FROM [$TBLKORV$]", "SELECT TOP 1 * FROM [$FLDKORV$]",
-                                     "SELECT TOP 1 * FROM [$IDXKORV$]", "SELECT * FROM [$FLDKORV$] ORDER BY [TABLE],[NO]",
-                                     "SELECT * FROM [$IDXKORV$] ORDER BY [TABLE],[NOM]", "SELECT * FROM [$RLTKORV$]"));
+  EXPECT_THAT(Envoyes(),
+              ElementsAre("SELECT TOP 1 * FROM [$TBLKORV$]", "SELECT TOP 1 * FROM [$FLDKORV$]", "SELECT TOP 1 * FROM [$IDXKORV$]",
+                          "SELECT * FROM [$FLDKORV$] ORDER BY [TABLE],[NO]", "SELECT * FROM [$IDXKORV$] ORDER BY [TABLE],[NOM]",
+                          "SELECT * FROM [$TBLKORV$]", "SELECT * FROM [$RLTKORV$]"));
 }
 
 TEST_F(DataBaseCatalogue, OracleListsTheTablesOfItsOwners) {
@@ -271,6 +272,95 @@ TEST_F(DataBaseCatalogue, TheKeySearchFindsTheFirstRowByFindOrBySeek) {
   EXPECT_EQ(provider.Count(Kind::kSeek), 4U);
 }
 
+TEST_F(DataBaseCatalogue, ACatalogThatWasNeverFilledIsBuiltAnew) {
+  AjouteCatalogue();
+  provider.FindTable("$TBLKORV$")->rows.clear();
+  AjouteTable("UTL");
+  ASSERT_TRUE(db.Ouvre("V", 1, true));
+  EXPECT_THAT(Lignes("$TBLKORV$"), ElementsAre(Ligne{"UTL", true}));
+  EXPECT_THAT(provider.FindTable("$FLDKORV$")->rows, SizeIs(2));
+  EXPECT_EQ(db.NbErr(), 0);
+}
+
+TEST_F(DataBaseCatalogue, WithoutTablesAnEmptyCatalogIsLeftAsItIs) {
+  AjouteCatalogue();
+  provider.FindTable("$TBLKORV$")->rows.clear();
+  provider.FindTable("$TBLKORV$")->indexes = {MakeIndex("NOM", {"NOM"}, true, true)};
+  provider.FindTable("$FLDKORV$")->rows.clear();
+  provider.SetProperty("JET OLEDB:MAX LOCKS PER FILE", std::int32_t{0});
+  for (const std::int16_t kind : std::initializer_list<std::int16_t>{0, 1, 2}) {
+    if (kind == 2) ScripteToutesTables({{"$TBLKORV$", "ADM"}});
+    db::DataBase base;
+    ASSERT_TRUE(base.Ouvre("V", kind, true));
+    EXPECT_EQ(base.NbErr(), 0);
+  }
+  EXPECT_EQ(provider.Count(Kind::kAppendTable), 0U);
+  for (const std::string& texte : provider.Statements()) EXPECT_EQ(texte.rfind("ALTER SESSION", 0), 0U) << texte;
+}
+
+TEST_F(DataBaseCatalogue, WhatStandsBeforeARefusedRowStaysAndNoTransactionIsOpen) {
+  for (const std::int16_t kind : std::initializer_list<std::int16_t>{0, 1}) {
+    RecordingProvider autre;
+    autre.SetProperty("JET OLEDB:MAX LOCKS PER FILE", std::int32_t{0});
+    for (const char* nom : {"ART", "CDE"}) {
+      ScriptedTable table;
+      table.name = nom;
+      table.columns = {MakeColumn("A", ado::adInteger), MakeColumn("B", ado::adInteger)};
+      table.indexes = {MakeIndex("PK", {"A"}, true, true)};
+      autre.AddTable(table);
+    }
+    // At each of the two attempts.
+    autre.FailWrite("$IDXKORV$", 7, "refus", 2);
+    db::DataBase base;
+    ASSERT_TRUE(base.Ouvre("V", kind, true));
+    EXPECT_EQ(autre.TransactionLevel(), 0);
+    ASSERT_EQ(base.NbErr(), 1);
+    EXPECT_EQ(base.ListeErr(0).etape, "liste des tables");
+    EXPECT_EQ(base.ListeErr(0).table, "ART");
+    EXPECT_EQ(base.ListeErr(0).numero, 7);
+    EXPECT_EQ(base.ListeErr(0).description, "catalogue de la table ART : ligne 1 : refus");
+    EXPECT_THAT(autre.FindTable("$TBLKORV$")->rows, SizeIs(1));
+    EXPECT_THAT(autre.FindTable("$FLDKORV$")->rows, SizeIs(2));
+    EXPECT_THAT(autre.FindTable("$IDXKORV$")->rows, IsEmpty());
+    base.Ferme();
+    EXPECT_EQ(base.NbErr(), 0);
+  }
+}
+
+TEST_F(DataBaseCatalogue, WhatTheOpeningAbsorbsCanBeAskedFor) {
+  AjouteCatalogue();
+  AjouteTable("UTL");
+  provider.FailPrefix("SELECT * FROM `$RLTKORV$`", 17, "relations perdues");
+  provider.FailPrefix("SELECT * FROM `TEST_DT` WHERE", 18, "littéral");
+  ScripteCles({});
+  ASSERT_TRUE(db.Ouvre("V", 3, true));
+  ASSERT_EQ(db.NbErr(), 2);
+  EXPECT_EQ(db.ListeErr(0).etape, "relations");
+  EXPECT_EQ(db.ListeErr(0).table, "$RLTKORV$");
+  EXPECT_EQ(db.ListeErr(0).numero, 17);
+  EXPECT_EQ(db.ListeErr(0).description, "relations perdues");
+  EXPECT_EQ(db.ListeErr(1).etape, "format des dates");
+  EXPECT_EQ(db.ListeErr(1).table, "TEST_DT");
+  EXPECT_EQ(db.ListeErr(1).numero, 18);
+  EXPECT_EQ(Numero([&] { (void)db.ListeErr(2); }), 9);
+  EXPECT_EQ(Numero([&] { (void)db.ListeErr(-1); }), 9);
+  EXPECT_THAT(platform.messages, IsEmpty());
+}
+
+TEST_F(DataBaseCatalogue, ATableThatCannotBeOpenedIsTold) {
+  AjouteTable("BONNE");
+  AjouteTable("UTL");
+  provider.Fail("SELECT TOP 1 * FROM [UTL]", 31, "interdit");
+  provider.SetProperty("JET OLEDB:MAX LOCKS PER FILE", std::int32_t{0});
+  Ouvre(0, "BVIRTUEL.MDB");
+  ASSERT_EQ(db.NbErr(), 1);
+  EXPECT_EQ(db.ListeErr(0).etape, "liste des tables");
+  EXPECT_EQ(db.ListeErr(0).table, "UTL");
+  EXPECT_EQ(db.ListeErr(0).numero, 31);
+  EXPECT_EQ(db.ListeErr(0).description, "interdit");
+  EXPECT_EQ(db.ListeTbl("UTL").NbFld(), 0);
+}
+
 class DataBaseSonde : public BaseDeTest {
  protected:
   void AccepteLitteral() { provider.AnswerPrefix("SELECT * FROM `TEST_DT` WHERE `DT` = \"", {{MakeField("DT", ado::adDate)}, {}}); }
@@ -310,7 +400,7 @@ TEST_F(DataBaseSonde, ALiteralRefusedOnlyWhenRowsAreAskedForIsDayFirstToo) {
 
 TEST_F(DataBaseSonde, AnExistingProbeTableIsKeptAndTheOldOneRemoved) {
   AjouteCatalogue();
-  AjouteTable("TEST_DT");
+  AjouteSonde();
   AjouteTable("$TESTDT$");
   ScripteCles({});
   AccepteLitteral();

@@ -17,7 +17,7 @@ class DataBaseListes : public BaseDeTest {
     AjouteTable("UTL");
     ScripteToutesTables({{"ART", "ADM"}, {"UTL", "ADM"}});
     ScripteCles({});
-    AjouteTable("TEST_DT");
+    AjouteSonde();
     Ouvre(kind);
   }
   std::vector<std::string> Noms() {

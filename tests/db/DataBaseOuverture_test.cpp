@@ -228,7 +228,7 @@ TEST_F(DataBaseOuverture, OpeningADatabaseWithItsCatalogCostsTwoStatementsATable
     LigneFld(nom, 1, "niveau");
     for (const char* index : {"I2", "I3", "PRIMARY"}) LigneIdx(nom, index, "nom", false, false);
   }
-  AjouteTable("TEST_DT");
+  AjouteSonde();
   provider.AnswerPrefix("SELECT * FROM `TEST_DT` WHERE", {{MakeField("DT", ado::adDate)}, {}});
   ScripteCles({{"PRIMARY", "NOM"}, {"I2", "NIVEAU"}, {"I3", "NIVEAU"}});
   ASSERT_TRUE(db.Ouvre("V", 3, true));
@@ -236,11 +236,11 @@ TEST_F(DataBaseOuverture, OpeningADatabaseWithItsCatalogCostsTwoStatementsATable
   EXPECT_EQ(db.ListeTbl("T1199").NbFld(), 2);
   EXPECT_EQ(db.ListeTbl("T1199").NbIdx(), 3);
   EXPECT_EQ(provider.Count(Kind::kExecute), 0U);
-  // The keys of each table; the columns of the three catalog tables and the keys of the two that have some; fields and
-  // indexes of the catalog, relations, probe.
-  EXPECT_EQ(provider.Count(Kind::kOpenRowset), 200U + 3 + 2 + 2 + 1 + 1);
+  // The keys of each table and of the probe's; the columns of the three catalog tables and the keys of the two that have some; fields and
+  // indexes of the catalog, whether it is whole, relations, probe.
+  EXPECT_EQ(provider.Count(Kind::kOpenRowset), 201U + 3 + 2 + 2 + 1 + 1 + 1);
   // Of each table its columns once.
-  EXPECT_EQ(provider.Count(Kind::kListColumns), 200U);
+  EXPECT_EQ(provider.Count(Kind::kListColumns), 201U);
   EXPECT_EQ(provider.Count(Kind::kListTables), 1U);
   for (const RecordedCall& appel : provider.Calls()) {
     if (appel.kind != Kind::kFirstRow) continue;

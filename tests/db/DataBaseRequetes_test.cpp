@@ -44,7 +44,7 @@ TEST_F(DataBaseRequetes, AnyOtherOptionGivesAClosedRecordsetWithoutACall) {
 
 TEST_F(DataBaseRequetes, TextsAreTranslatedOnACopy) {
   AjouteCatalogue();
-  AjouteTable("TEST_DT");
+  AjouteSonde();
   Ouvre(3);
   const std::string sql = "select * from [$tblkorv$]";
   (void)db.OpenRecordSet(sql, 0);

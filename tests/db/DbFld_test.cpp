@@ -129,7 +129,7 @@ TEST_F(DbIdx, MoreThan32767FieldsOverflow) {
 }
 
 TEST_F(DbIdx, OnMySqlTheFieldsComeFromTheServerAndPrimaryFromTheName) {
-  AjouteTable("TEST_DT");
+  AjouteSonde();
   AjouteCatalogue();
   ScripteCles({{"primary", "NOM"}, {"i2", "B"}, {"PRIMARY", "Niveau"}, {"I2", "A"}});
   Ouvre(3);
@@ -152,7 +152,7 @@ TEST_F(DbIdx, OnMySqlTheFieldsComeFromTheServerAndPrimaryFromTheName) {
 }
 
 TEST_F(DbIdx, AFailingShowKeysGoesToTheCaller) {
-  AjouteTable("TEST_DT");
+  AjouteSonde();
   AjouteCatalogue();
   ScripteCles({});
   Ouvre(3);

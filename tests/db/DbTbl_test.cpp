@@ -354,7 +354,7 @@ class DbTblEdition : public BaseDeTest {
     LigneIdx("UTL", "I2", "niveau", false, false);
     ScripteToutesTables({{"UTL", "ADM"}});
     ScripteCles({{"PRIMARY", "NOM"}, {"I2", "NIVEAU"}});
-    AjouteTable("TEST_DT");
+    AjouteSonde();
     Ouvre(kind);
     return db.ListeTbl("UTL");
   }
