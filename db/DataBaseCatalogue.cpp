@@ -9,6 +9,7 @@
 #include "db/DataBase.h"
 #include "db/DbUtil.h"
 #include "db/LotsCatalogue.h"
+#include "runtime/Conversions.h"
 #include "runtime/Error.h"
 
 namespace tamlo::db {
@@ -32,6 +33,34 @@ class RecordsetCatalogue {
 };
 
 constexpr std::array kTablesReconstruites{kTblKorv, kFldKorv, kIdxKorv};
+
+/// On MySQL, where definitions are no part of a transaction: one program at a time builds the catalog of a database. The server lets go of
+/// the lock when the connection ends, however it ends. A server that has no such locks is worked with as it is.
+class VerrouConstruction {
+ public:
+  explicit VerrouConstruction(DataBase& db) : db_(db), pris_(db.Kind16() == TypMySql && Demande("GET_LOCK", ",60")) {}
+  ~VerrouConstruction() {
+    if (pris_) (void)Demande("RELEASE_LOCK", "");
+  }
+  VerrouConstruction(const VerrouConstruction&) = delete;
+  VerrouConstruction& operator=(const VerrouConstruction&) = delete;
+  [[nodiscard]] bool Pris() const noexcept { return pris_; }
+
+ private:
+  [[nodiscard]] bool Demande(const std::string& fonction, const std::string& delai) {
+    bool oui = false;
+    (void)runtime::IgnoringErrors([&] {
+      ado::Recordset rs;
+      rs.Open("SELECT " + fonction + "(CONCAT('tamlo_',MD5(DATABASE()))" + delai + ")", &db_.Connexion(), ado::adOpenForwardOnly,
+              ado::adLockUnspecified, ado::adOptionUnspecified);
+      oui = !rs.Eof() && runtime::ToText(rs.Fields(0).Value()) == "1";
+      rs.Close();
+    });
+    return oui;
+  }
+  DataBase& db_;
+  bool pris_;
+};
 
 }  // namespace
 
@@ -108,35 +137,38 @@ std::optional<runtime::Error> DataBase::RefaitCatalogue() {
   return refus;
 }
 
-/// At the opening. Another program may be building the same catalog; whoever is hindered by it sees that one of them ends.
+/// At the opening. Another program may be building the same catalog: whoever is hindered by it begins anew, for it may have taken away what the
+/// other one has written, so that the last of them leaves it whole.
 void DataBase::ConstruitCatalogue() {
-  constexpr int kEssais = 4;
+  constexpr int kEssais = 6;
+  std::optional<runtime::Error> refus;
+  const VerrouConstruction verrou(*this);
+  if (verrou.Pris()) {
+    // Whoever had the lock before may have built it meanwhile.
+    Catalogue().Refresh();
+    if (CataloguePresent()) {
+      ado::Recordset rsFld = OpenRecordSet("SELECT * FROM [$FLDKORV$]", 0);
+      const bool acheve = !CatalogueInacheve(rsFld);
+      rsFld.Close();
+      if (acheve) return AccordeTablesCatalogue();
+    }
+  }
   for (int essai = 1;; ++essai) {
-    std::optional<runtime::Error> refus;
     try {
       refus = RefaitCatalogue();
+      break;
     } catch (const runtime::Error&) {
       Catalogue().Refresh();
-      const auto existe = [&](const char* nom) { return ExisteTbl(nom); };
+      const bool aucune =
+          std::none_of(kTablesReconstruites.begin(), kTablesReconstruites.end(), [&](const char* nom) { return ExisteTbl(nom); });
       // Generic ODBC has no catalog unless somebody made one.
-      const bool aucune = std::none_of(kTablesReconstruites.begin(), kTablesReconstruites.end(), existe);
       if (aucune && (typ_ < TypJet || typ_ > TypMySql)) return;
       if (aucune || essai == kEssais) throw;
       std::this_thread::sleep_for(std::chrono::milliseconds(50) * essai);
       Catalogue().Refresh();
-      if (CataloguePresent()) {
-        ado::Recordset rsFld = OpenRecordSet("SELECT * FROM [$FLDKORV$]", 0);
-        const bool acheve = !CatalogueInacheve(rsFld);
-        rsFld.Close();
-        if (!acheve) continue;
-        AccordeTablesCatalogue();
-        return;
-      }
-      continue;
     }
-    if (refus) throw *std::move(refus);
-    return;
   }
+  if (refus) throw *std::move(refus);
 }
 
 /// After a rollback: lists the catalog tables that the backend has, and no others.

@@ -85,14 +85,22 @@ std::vector<DataBase::TableBase> DataBase::TablesDeLaBase() {
 }
 
 bool DataBase::CatalogueInacheve(ado::Recordset& rsFld) {
-  // Rows come together, after the tables: one that has none shows that whoever built the catalog did not end.
-  bool vide = rsFld.Eof();
+  // Rows come together, after the tables: one that has none shows that whoever built the catalog did not end. The probe table's do not count:
+  // they may have been written by another program into what was not built yet.
+  const auto sansLigne = [](ado::Recordset& rs, const char* colonne) {
+    while (!rs.Eof() && TexteCatalogue(rs.Fields(colonne).Value()) == "TEST_DT") rs.MoveNext();
+    return rs.Eof();
+  };
+  bool vide = sansLigne(rsFld, "TABLE");
   if (!vide) {
     ado::Recordset rsTbl = OpenRecordSet("SELECT * FROM [$TBLKORV$]", 0);
-    vide = rsTbl.Eof();
+    vide = sansLigne(rsTbl, "NOM");
     rsTbl.Close();
   }
-  return vide && (!TablesDeLaBase().empty() || SansCle(kTblKorv) || SansCle(kFldKorv) || SansCle(kIdxKorv));
+  if (!vide) return false;
+  const auto tables = TablesDeLaBase();
+  const bool autres = std::any_of(tables.begin(), tables.end(), [](const TableBase& table) { return table.nom != "TEST_DT"; });
+  return autres || SansCle(kTblKorv) || SansCle(kFldKorv) || SansCle(kIdxKorv);
 }
 
 void DataBase::ChargeListeTbl() {

@@ -10,12 +10,23 @@ namespace {
 
 constexpr const char* kSonde = "TEST_DT";
 
+/// True when "$TBLKORV$" knows the probe table, or is not there. A program that builds the catalog anew may have taken the row away while
+/// another one wrote the rest.
+bool Inscrite(DataBase& db) {
+  if (!db.ExisteTbl(kTblKorv)) return true;
+  ado::Recordset rs = db.OpenRecordSet("SELECT * FROM [$TBLKORV$]", 0);
+  bool inscrite = false;
+  for (; !rs.Eof() && !inscrite; rs.MoveNext()) inscrite = TexteCatalogue(rs.Fields("NOM").Value()) == kSonde;
+  rs.Close();
+  return inscrite;
+}
+
 }  // namespace
 
 /// The probe table has its index and its rows in the catalog: what a program that died while it made them has left out is added.
 void DataBase::CompleteSonde() {
   DbTbl& connue = TableNommee(kSonde);
-  if (connue.ExisteFld("DT") && connue.ExisteIdx("DT")) return;
+  if (connue.ExisteFld("DT") && connue.ExisteIdx("DT") && Inscrite(*this)) return;
   auto lue = std::make_unique<DbTbl>();
   lue->Init(*this, Catalogue().Tables(kSonde), avecMvt_, nullptr, nullptr, "");
   lue->AddIdx("DT", "DT", false, false);

@@ -151,12 +151,12 @@ TEST_P(CatalogueAccorde, AnOpeningThatWentWellHasNoErrorsAndNothingDiffers) {
                            {"MEMO", ado::adLongVarWChar},
                            {"D", ado::adDate},
                            {"N", ado::adSmallInt, 2},
-                           {"O", ado::adUnsignedTinyInt, 1},
                            {"X", ado::adDouble, 8}});
   tbl->AddIdx("PK", "IDUTL", true, true);
   tbl->AddIdx("NOMD", "NOM;-N", false, true);
   base.Cree(std::move(tbl));
-  EXPECT_THAT(Textes(base->VerifieCatalogue()), IsEmpty());
+  // Where the layer creates no tables the definition is the test's, and the statement's before the next opening.
+  if (Sur().Capacite().creeTables) EXPECT_THAT(Textes(base->VerifieCatalogue()), IsEmpty());
   base.Rouvre();
   EXPECT_THAT(Erreurs(*base), IsEmpty());
   EXPECT_THAT(Textes(base->VerifieCatalogue()), IsEmpty());

@@ -237,8 +237,8 @@ TEST_F(DataBaseOuverture, OpeningADatabaseWithItsCatalogCostsTwoStatementsATable
   EXPECT_EQ(db.ListeTbl("T1199").NbIdx(), 3);
   EXPECT_EQ(provider.Count(Kind::kExecute), 0U);
   // The keys of each table and of the probe's; the columns of the three catalog tables and the keys of the two that have some; fields and
-  // indexes of the catalog, whether it is whole, relations, probe.
-  EXPECT_EQ(provider.Count(Kind::kOpenRowset), 201U + 3 + 2 + 2 + 1 + 1 + 1);
+  // indexes of the catalog, whether it is whole, relations, whether it knows the probe, probe.
+  EXPECT_EQ(provider.Count(Kind::kOpenRowset), 201U + 3 + 2 + 2 + 1 + 1 + 1 + 1);
   // Of each table its columns once.
   EXPECT_EQ(provider.Count(Kind::kListColumns), 201U);
   EXPECT_EQ(provider.Count(Kind::kListTables), 1U);
