@@ -27,6 +27,11 @@ struct Limit {
   [[nodiscard]] bool After(std::span<const std::byte> entry) const { return !Matches(entry) && !Before(entry); }
 };
 
+KeyColumn AsOthersWrite(KeyColumn part, const TableDefinition::Column& column) {
+  if (column.IsText() && part.order == TextOrder::kGeneral) part.order = TextOrder::kGeneralOnce;
+  return part;
+}
+
 }  // namespace
 
 struct IndexCursor::State {
@@ -52,20 +57,28 @@ struct IndexCursor::State {
     return tree;
   }
 
-  std::optional<Limit> MakeLimit(const std::optional<KeyBound>& bound) {
+  enum class Width : std::uint8_t { kExact, kLower, kUpper };
+
+  /// Width other than exact: of the two keys that programs give a text, the one that lies further out.
+  std::optional<Limit> MakeLimit(const std::optional<KeyBound>& bound, Width width) {
     if (!bound || bound->values.empty()) return std::nullopt;
     auto& tree = Tree();
     if (bound->values.size() > tree.columns.size())
       throw Error(ErrorCode::kTypeMismatch, "The index \"" + tree.name + "\" has " + std::to_string(tree.columns.size()) + " columns");
     Limit limit;
+    Bytes others;
     limit.inclusive = bound->inclusive;
     limit.whole = bound->values.size() == tree.columns.size();
     Value scratch;
     for (std::size_t i = 0; i < bound->values.size(); ++i) {
       const Value& value = bound->values[i];
       const auto& column = table.Stored()[tree.columns[i]];
-      AppendKey(tree.keyColumns[i], value.IsNull() ? value : ConvertForSearch(value, column, scratch), limit.key);
+      const Value& sought = value.IsNull() ? value : ConvertForSearch(value, column, scratch);
+      AppendKey(tree.keyColumns[i], sought, limit.key);
+      AppendKey(AsOthersWrite(tree.keyColumns[i], column), sought, others);
     }
+    if (width == Width::kLower && limit.inclusive) limit.key = std::min(limit.key, others);
+    if (width == Width::kUpper && limit.inclusive) limit.key = std::max(limit.key, others);
     return limit;
   }
 
@@ -102,10 +115,10 @@ IndexCursor::~IndexCursor() = default;
 IndexCursor::IndexCursor(IndexCursor&&) noexcept = default;
 IndexCursor& IndexCursor::operator=(IndexCursor&&) noexcept = default;
 
-void IndexCursor::SetRange(const std::optional<KeyBound>& lower, const std::optional<KeyBound>& upper, bool backward) {
+void IndexCursor::SetRange(const std::optional<KeyBound>& lower, const std::optional<KeyBound>& upper, bool backward, bool rowsAreTested) {
   State& state = *state_;
-  auto newLower = state.MakeLimit(lower);
-  auto newUpper = state.MakeLimit(upper);
+  auto newLower = state.MakeLimit(lower, rowsAreTested ? State::Width::kLower : State::Width::kExact);
+  auto newUpper = state.MakeLimit(upper, rowsAreTested ? State::Width::kUpper : State::Width::kExact);
   state.lower = std::move(newLower);
   state.upper = std::move(newUpper);
   state.backward = backward;

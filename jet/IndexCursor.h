@@ -33,7 +33,10 @@ class IndexCursor {
   IndexCursor& operator=(IndexCursor&&) noexcept;
 
   /// Sets the range and stands before its first entry in the wanted direction. No bound = open at that end.
-  void SetRange(const std::optional<KeyBound>& lower, const std::optional<KeyBound>& upper, bool backward = false);
+  /// rowsAreTested: the caller compares each row again, so that the range may be a little too wide. Rows that another program has entered
+  /// under another key (TextOrder::kGeneralOnce) are met then too.
+  void SetRange(const std::optional<KeyBound>& lower, const std::optional<KeyBound>& upper, bool backward = false,
+                bool rowsAreTested = false);
   /// Moves on; false past the end of the range.
   bool Next();
   /// The row of the entry stood on.

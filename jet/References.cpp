@@ -35,8 +35,8 @@ Partner FindPartner(TableCore& table, const Index& index) {
   return partner;
 }
 
-/// The key that these values make in a tree of `target`; false when one of them is null.
-bool MakePartnerKey(const TableCore::Tree& own, const Partner& partner, const NewValueOf& valueOf, Bytes& key) {
+/// The key that these values make in a tree of `target`; false when one of them is null. once: as some programs write it.
+bool MakePartnerKey(const TableCore::Tree& own, const Partner& partner, const NewValueOf& valueOf, Bytes& key, bool once = false) {
   key.clear();
   if (own.columns.size() != partner.tree->columns.size()) return false;
   Value scratch;
@@ -44,7 +44,9 @@ bool MakePartnerKey(const TableCore::Tree& own, const Partner& partner, const Ne
     const Value* value = valueOf(own.columns[i]);
     if (value == nullptr || value->IsNull()) return false;
     const auto& column = partner.table->Stored()[partner.tree->columns[i]];
-    AppendKey(partner.tree->keyColumns[i], ConvertToColumn(*value, column, scratch), key);
+    KeyColumn part = partner.tree->keyColumns[i];
+    if (once && column.IsText() && part.order == TextOrder::kGeneral) part.order = TextOrder::kGeneralOnce;
+    AppendKey(part, ConvertToColumn(*value, column, scratch), key);
   }
   return true;
 }
@@ -80,6 +82,7 @@ void CheckParents(TableCore& table, const NewValueOf& valueOf, const std::vector
     const Partner partner = FindPartner(table, index);
     if (partner.tree == nullptr || !MakePartnerKey(tree, partner, valueOf, key)) continue;
     if (partner.tree->tree->Find(key)) continue;
+    if (Bytes other; MakePartnerKey(tree, partner, valueOf, other, true) && other != key && partner.tree->tree->Find(other)) continue;
     // A row may refer to itself.
     if (partner.table == &table) {
       ownKey.clear();
@@ -119,6 +122,10 @@ ChildWork CollectChildren(TableCore& table, RowId id, Row& row, const std::vecto
             [&](std::size_t position) -> const Value* { return (*assigned)[position] ? valueOf(position) : oldValueOf(position); }, newKey);
     if (haveNew && newKey == oldKey) continue;
     auto children = RowsWithKey(*partner.tree->tree, oldKey);
+    if (Bytes other; MakePartnerKey(tree, partner, oldValueOf, other, true) && other != oldKey) {
+      const auto more = RowsWithKey(*partner.tree->tree, other);
+      children.insert(children.end(), more.begin(), more.end());
+    }
     if (partner.table == &table && assigned == nullptr) std::erase(children, id);
     if (children.empty()) continue;
 

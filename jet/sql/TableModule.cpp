@@ -395,7 +395,7 @@ bool SetRange(VirtualCursor& cursor, const EngineTable& table, std::size_t posit
   cursor.index.emplace(*table.table, position);
   const bool backward = std::strchr(flags, 'b') != nullptr;
   try {
-    cursor.index->SetRange(lower, upper, backward);
+    cursor.index->SetRange(lower, upper, backward, true);
   } catch (const Error& error) {
     // A text that has no known place in the order of the index may still equal one that has: all entries are walked.
     if (error.Code() != ErrorCode::kUnsupported) throw;
