@@ -6,6 +6,7 @@
 #include "ado/Errors.h"
 #include "ado/RecordsetState.h"
 #include "runtime/Conversions.h"
+#include "runtime/Secret.h"
 #include "runtime/Text.h"
 
 namespace tamlo::ado {
@@ -18,6 +19,11 @@ ProviderConnection& ConnectionState::Native(std::int32_t errorNumber) const {
 void ConnectionState::Close() noexcept {
   while (!recordsets.empty()) recordsets.back()->Close();
   native.reset();
+}
+
+ConnectionState::~ConnectionState() {
+  runtime::Wipe(password);
+  runtime::Wipe(connectionString);
 }
 
 Connection::Connection() : state_(std::make_shared<ConnectionState>()) {}
@@ -40,7 +46,10 @@ void Connection::Open(const std::string& connectionString, const std::string& us
   state_->connectionString = connectionString;
   if (!userId.empty()) state_->userId = userId;
   if (!password.empty()) state_->password = password;
-  state_->native = factory({state_->provider, connectionString, state_->userId, state_->password, state_->registeredOnly});
+  OpenRequest request{state_->provider, connectionString, state_->userId, state_->password, state_->registeredOnly};
+  const runtime::WipedAtEnd wipe(request.password);
+  const runtime::WipedAtEnd wipeString(request.connectionString);
+  state_->native = factory(request);
 }
 
 bool Connection::RegisteredOnly() const noexcept { return state_->registeredOnly; }

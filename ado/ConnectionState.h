@@ -14,6 +14,11 @@ struct RecordsetState;
 
 /// What a Connection and the recordsets and catalogs opened on it share. Lives as long as the last of them.
 struct ConnectionState {
+  ConnectionState() = default;
+  ConnectionState(const ConnectionState&) = delete;
+  ConnectionState& operator=(const ConnectionState&) = delete;
+  ~ConnectionState();
+
   std::string provider = "MSDASQL";
   std::string connectionString;
   std::string userId;

@@ -141,7 +141,7 @@ struct OpenRequest {
   std::string provider;
   std::string connectionString;
   std::string userId;
-  std::string password;
+  std::string password;  ///< wiped by whoever made the request
   bool registeredOnly = false;  ///< see Connection::RegisteredOnly
 };
 

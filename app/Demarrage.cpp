@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "app/ErreurExecution.h"
+#include "app/Gardes.h"
 #include "app/Processus.h"
 #include "app/TableCode.h"
 #include "app/Utilisateurs.h"
@@ -14,6 +15,7 @@
 #include "db/Environnement.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
+#include "runtime/Secret.h"
 #include "runtime/Text.h"
 #include "support/Support.h"
 #include "ui/Platform.h"
@@ -51,6 +53,8 @@ constexpr const char* kUsage =
 
 struct Etat {
   std::string ligneCommande;
+  std::int16_t guillemet = 0;
+  bool guillemetOuvert = false;
   std::vector<std::string> parametres;
   ReferenceBase baseVlm;
   std::vector<ReferenceBase> basesOuvertes;
@@ -69,6 +73,22 @@ const T& Element(const std::vector<T>& liste, std::int16_t position) {
     throw runtime::Error(runtime::kSubscriptOutOfRange);
   }
   return liste[static_cast<std::size_t>(position) - 1];
+}
+
+/// Passwords leave no copy behind among the parameters.
+void EffaceParametres() noexcept {
+  Etat& etat = EtatCourant();
+  runtime::Wipe(etat.ligneCommande);
+  for (const std::size_t motPasse : {kMotPasse, kMotPasseConnecte}) {
+    if (motPasse <= etat.parametres.size()) runtime::Wipe(etat.parametres[motPasse - 1]);
+  }
+}
+
+void ExigeParametres() {
+  const Etat& etat = EtatCourant();
+  if (etat.guillemet > 0) RefuseGuillemet(etat.guillemet);
+  if (etat.guillemetOuvert) RefuseGuillemet(0);
+  ExigeNom(Parametres(kNomUtl));
 }
 
 void VaAuDossierProgramme() { ChangeDossierCourant(db::EnvironnementCourant().dossierProgramme); }
@@ -101,6 +121,7 @@ void Main() {
   }
   // The eighth is read though it may be absent: seven parameters end here with error 9.
   if (nombre >= kNomConnecte) ConnecteUtl(1, Parametres(kNomConnecte), Parametres(kMotPasseConnecte));
+  ExigeParametres();
   if (!OuvreBase(BaseVlm(), Parametres(kNomBase), runtime::ToInt16(Parametres(kTypBase)))) throw FinProgramme{kEchec};
 
   support::Sablier(true);
@@ -109,8 +130,12 @@ void Main() {
   // The volume before the level: the first one that is no number is the one that is told.
   const double idVlm = runtime::ToDouble(Parametres(kIdVlm));
   const std::int16_t niveau = runtime::ToInt16(Parametres(kNiveau));
-  feuille->Charge(idVlm, Parametres(kNomUtl), niveau, nombre >= kMotPasse ? Parametres(kMotPasse) : std::string());
+  const std::string aucun;
+  const std::string& motPasse = nombre >= kMotPasse ? Parametres(kMotPasse) : aucun;
+  feuille->Charge(idVlm, Parametres(kNomUtl), niveau, motPasse);
+  EffaceParametres();
   support::Sablier(false);
+  AnnonceLectureSeule(BaseVlmOuverte());
   feuille->Show();
 }
 
@@ -130,14 +155,19 @@ void LibereTout() {
   etat.baseVlm.reset();
   LibereTableCode();
   OublieUtlConnecte();
+  EffaceParametres();
   support::Sablier(false);
 }
 
-void LigneCommande(const std::string& ligne) { EtatCourant().ligneCommande = ligne; }
+void LigneCommande(const std::string& ligne, std::int16_t guillemet) {
+  EtatCourant().ligneCommande = ligne;
+  EtatCourant().guillemet = guillemet;
+}
 
 void LitParametres() {
   std::vector<std::string>& liste = EtatCourant().parametres;
   liste.clear();
+  EtatCourant().guillemetOuvert = false;
   const std::string_view ligne = runtime::Trim(EtatCourant().ligneCommande);
   if (ligne.empty()) return;
   liste.emplace_back();
@@ -154,6 +184,7 @@ void LitParametres() {
       ++i;
     }
   }
+  EtatCourant().guillemetOuvert = entreGuillemets;
 }
 
 const std::string& Parametres(std::int16_t position) { return Element(EtatCourant().parametres, position); }

@@ -19,8 +19,9 @@ struct FinProgramme {
 };
 
 /// The start: reads the parameters, opens the volumes database, loads, fills and shows the form, then returns; the
-/// form's events do the rest. FinProgramme for a wrong count of parameters or a database that cannot be opened; any
-/// other failure is raised as it comes.
+/// form's events do the rest. FinProgramme for a wrong count of parameters, a double quote that no parameter can carry, a
+/// name that is blank or too long, another user's row, or a database that cannot be opened; any other failure is raised as
+/// it comes. The passwords among the parameters are wiped once the form has them.
 void Main();
 
 /// Main and the form's life until the end, with the runtime-style box for what nobody caught. Returns the process's
@@ -32,8 +33,9 @@ void Main();
 /// dropped.
 void LibereTout();
 
-/// Gives the arguments part of the command line as one text, to be split by LitParametres.
-void LigneCommande(const std::string& ligne);
+/// Gives the arguments part of the command line as one text, to be split by LitParametres. guillemet: the position from 1
+/// of an argument that this text could not carry, as it holds a double quote; 0 when there is none.
+void LigneCommande(const std::string& ligne, std::int16_t guillemet = 0);
 /// Splits the command line into Parametres. Double quotes only switch the meaning of spaces and are dropped; there is
 /// no way to carry one.
 void LitParametres();

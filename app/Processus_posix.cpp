@@ -1,9 +1,12 @@
+#include <sys/prctl.h>
+
 #include <cstring>
 #include <filesystem>
 #include <system_error>
 
 #include "app/Processus.h"
 #include "runtime/Error.h"
+#include "runtime/Secret.h"
 
 namespace tamlo::app {
 
@@ -13,14 +16,19 @@ constexpr std::int32_t kCheminIntrouvable = 76;
 
 }  // namespace
 
-std::string LitLigneCommande(int nombre, char** arguments) {
+LigneLue LitLigneCommande(int nombre, char** arguments) {
   std::vector<std::string> lus(arguments + (nombre > 0 ? 1 : 0), arguments + nombre);
   for (const int motPasse : {6, 8}) {
     // The memory that the system shows as this process's arguments.
     if (motPasse < nombre) std::memset(arguments[motPasse], 0, std::strlen(arguments[motPasse]));
   }
-  return JointArguments(lus);
+  if (nombre > 1) EffaceSecrets(arguments[1]);
+  LigneLue lue{JointArguments(lus), PremierGuillemet(lus)};
+  for (std::string& argument : lus) runtime::Wipe(argument);
+  return lue;
 }
+
+void ProtegeMemoire() noexcept { ::prctl(PR_SET_DUMPABLE, 0); }
 
 std::string DossierDuProgramme() {
   std::error_code erreur;

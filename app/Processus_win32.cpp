@@ -1,5 +1,7 @@
 #include <windows.h>
 
+#include <sddl.h>
+
 #include <cwchar>
 #include <filesystem>
 
@@ -26,12 +28,24 @@ wchar_t* ArgumentsPart(wchar_t* line) {
 
 }  // namespace
 
-std::string LitLigneCommande(int /*nombre*/, char** /*arguments*/) {
+LigneLue LitLigneCommande(int /*nombre*/, char** /*arguments*/) {
   // One text already, in the very memory where the system looks when another program asks for it.
   wchar_t* const arguments = ArgumentsPart(GetCommandLineW());
-  std::string ligne = FromWide(arguments);
+  LigneLue ligne{FromWide(arguments)};
   EffaceMotsPasse(arguments);
   return ligne;
+}
+
+void ProtegeMemoire() noexcept {
+  // No error report with a piece of the memory in it, whoever keeps such reports.
+  SetErrorMode(SetErrorMode(0) | SEM_NOGPFAULTERRORBOX);
+  // Programs of the same user may end this one and wait for it, but not read its memory nor give themselves the right to. The system's own
+  // account and the administrators keep theirs.
+  constexpr const wchar_t* kRights = L"D:P(A;;0x1fffff;;;SY)(A;;0x1fffff;;;BA)(A;;0x121401;;;OW)";
+  PSECURITY_DESCRIPTOR rights = nullptr;
+  if (ConvertStringSecurityDescriptorToSecurityDescriptorW(kRights, SDDL_REVISION_1, &rights, nullptr) == 0) return;
+  SetKernelObjectSecurity(GetCurrentProcess(), DACL_SECURITY_INFORMATION, rights);
+  LocalFree(rights);
 }
 
 std::string DossierDuProgramme() {

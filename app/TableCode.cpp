@@ -12,7 +12,8 @@ namespace tamlo::app {
 
 namespace {
 
-constexpr std::size_t kPremierCode = 32;
+constexpr std::uint8_t kPremierCode = 32;
+constexpr std::uint8_t kDernierCode = 125;
 /// The decoder never looks beyond this entry.
 constexpr std::size_t kDernierCherche = 127;
 constexpr std::uint8_t kInconnu = 128;
@@ -27,6 +28,13 @@ constexpr std::array<std::uint8_t, 94> kCodes{
     120, 95,  116, 61, 93,  117, 40,  90,  60, 104, 99,  87,  58,  62,  100, 42,  108, 88, 38,  36,  98,  77,
 };
 
+/// The ANSI code of a character. One that has none is not the question mark that takes its place elsewhere.
+std::optional<std::uint8_t> CodeAnsi(char32_t caractere) {
+  const std::uint8_t code = runtime::AnsiCode(caractere);
+  if (code == '?' && caractere != U'?') return std::nullopt;
+  return code;
+}
+
 using Table = std::array<std::int16_t, 256>;
 
 std::optional<Table>& TableCode() noexcept {
@@ -39,8 +47,7 @@ const Table& TableCodeExigee() {
   return *TableCode();
 }
 
-std::uint8_t Decode(std::uint8_t code) {
-  const Table& table = TableCodeExigee();
+std::uint8_t Decode(const Table& table, std::uint8_t code) {
   for (std::size_t i = 0; i <= kDernierCherche; ++i) {
     if (table[i] == code) return static_cast<std::uint8_t>(i);
   }
@@ -62,17 +69,27 @@ bool TableCodePresente() noexcept { return TableCode().has_value(); }
 std::string CodePwd(const std::string& clair) {
   std::string code;
   for (std::string_view reste = clair; !reste.empty();) {
-    const std::uint8_t ansi = runtime::AnsiCode(runtime::NextCharacter(reste));
-    runtime::AppendCharacter(code, runtime::AnsiCharacter(static_cast<std::uint8_t>(TableCodeExigee()[ansi])));
+    const Table& table = TableCodeExigee();
+    const auto ansi = CodeAnsi(runtime::NextCharacter(reste));
+    runtime::AppendCharacter(code, runtime::AnsiCharacter(ansi ? static_cast<std::uint8_t>(table[*ansi]) : std::uint8_t{0}));
   }
   return code;
+}
+
+bool ToutCompte(const std::string& clair) {
+  for (std::string_view reste = clair; !reste.empty();) {
+    const auto ansi = CodeAnsi(runtime::NextCharacter(reste));
+    if (!ansi || *ansi < kPremierCode || *ansi > kDernierCode) return false;
+  }
+  return true;
 }
 
 std::string DecodePwd(const std::string& code) {
   std::string clair;
   for (std::string_view reste = runtime::TrimRight(code); !reste.empty();) {
-    const std::uint8_t ansi = runtime::AnsiCode(runtime::NextCharacter(reste));
-    runtime::AppendCharacter(clair, runtime::AnsiCharacter(Decode(ansi)));
+    const Table& table = TableCodeExigee();
+    const auto ansi = CodeAnsi(runtime::NextCharacter(reste));
+    runtime::AppendCharacter(clair, runtime::AnsiCharacter(ansi ? Decode(table, *ansi) : kInconnu));
   }
   return clair;
 }

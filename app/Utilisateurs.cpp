@@ -7,6 +7,7 @@
 #include "app/Valeurs.h"
 #include "db/DataBase.h"
 #include "runtime/Conversions.h"
+#include "runtime/Secret.h"
 #include "runtime/Text.h"
 #include "support/Support.h"
 
@@ -60,7 +61,10 @@ std::string PwdUtlConnecte() {
   return clair;
 }
 
-void OublieUtlConnecte() noexcept { Connecte() = {}; }
+void OublieUtlConnecte() noexcept {
+  runtime::Wipe(Connecte().motPasseCode);
+  Connecte() = {};
+}
 
 double IdSuivant(const std::string& table) {
   db::DataBase& base = BaseVlmOuverte();

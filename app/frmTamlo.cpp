@@ -1,12 +1,14 @@
 #include "app/frmTamlo.h"
 
 #include "app/Demarrage.h"
+#include "app/Gardes.h"
 #include "app/TableCode.h"
 #include "app/Utilisateurs.h"
 #include "app/Valeurs.h"
 #include "db/DataBase.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
+#include "runtime/Secret.h"
 #include "runtime/Text.h"
 #include "support/Support.h"
 
@@ -23,7 +25,6 @@ constexpr ui::Rectangle kPlacePwd2{2640, 1575, 705, 315};
 constexpr ui::Rectangle kPlaceOK{3300, 2640, 1320, 330};
 constexpr ui::Rectangle kPlaceAnnuler{4710, 2640, 1320, 330};
 
-constexpr std::int16_t kMaxNom = 30;
 constexpr std::int16_t kMaxPwd = 10;
 constexpr ui::Color kGrisClair{192, 192, 192};
 constexpr ui::Color kJauneClair{255, 255, 224};
@@ -32,15 +33,23 @@ constexpr const char* kTipNom = "Nom";
 constexpr const char* kTipPwd = "Mot de passe";
 constexpr const char* kTipPwd2 = "Confirmation du mot de passe";
 
+constexpr const char* kNeComptePas =
+    "Ce mot de passe contient des caractères qui ne comptent pas : seuls comptent les lettres sans accent, les chiffres, l'espace et "
+    "la ponctuation courante (sans ~). Deux mots de passe qui ne diffèrent que par de tels caractères n'en font qu'un.\n\nL'enregistrer "
+    "quand même ?";
+
 /// How often a new row may be refused as a duplicate under one and the same id, which then cannot be what is duplicate.
 constexpr int kMaxRefusMemeId = 100;
 
-/// The free space left of a box, high enough for a text on two lines.
-ui::Rectangle AGauche(ui::Rectangle zone) {
+constexpr std::int16_t kUneLigne = 345;
+/// As high as the label above leaves room.
+constexpr std::int16_t kDeuxLignes = 645;
+
+/// The free space left of a box, of a height about the box's middle.
+ui::Rectangle AGauche(ui::Rectangle zone, std::int16_t hauteur) {
   constexpr std::int16_t kMarge = 120;
-  constexpr std::int16_t kHauteurLibelle = 480;
-  const int haut = zone.top + (zone.height - kHauteurLibelle) / 2;
-  return {kMarge, static_cast<std::int16_t>(haut), static_cast<std::int16_t>(zone.left - 2 * kMarge), kHauteurLibelle};
+  const int haut = zone.top + (zone.height - hauteur) / 2;
+  return {kMarge, static_cast<std::int16_t>(haut), static_cast<std::int16_t>(zone.left - 2 * kMarge), hauteur};
 }
 
 std::string TexteNombre(double nombre) { return runtime::ShortestText(nombre); }
@@ -80,14 +89,14 @@ void frmTamlo::PlaceControles() {
 }
 
 void frmTamlo::PlaceLibelles() {
-  const auto place = [this](const char* nom, const char* texte, ui::Rectangle zone, ui::TextBox& txt) {
-    ui::Label& libelle = form_->AddLabel(nom, AGauche(zone));
+  const auto place = [this](const char* nom, const char* texte, ui::Rectangle libre, ui::TextBox& txt) {
+    ui::Label& libelle = form_->AddLabel(nom, libre);
     libelle.Caption(texte);
     libelle.Buddy(txt);
   };
-  place("lblNom", kTipNom, kPlaceNom, *txtNom_);
-  place("lblPwd", kTipPwd, kPlacePwd, *txtPwd_);
-  place("lblPwd2", kTipPwd2, kPlacePwd2, *txtPwd2_);
+  place("lblNom", kTipNom, AGauche(kPlaceNom, kUneLigne), *txtNom_);
+  place("lblPwd", kTipPwd, AGauche(kPlacePwd, kUneLigne), *txtPwd_);
+  place("lblPwd2", kTipPwd2, AGauche(kPlacePwd2, kDeuxLignes), *txtPwd2_);
 }
 
 void frmTamlo::BrancheEvenements() {
@@ -96,7 +105,7 @@ void frmTamlo::BrancheEvenements() {
   }
   txtNom_->onLostFocus = [this] { txtNom_->Text(runtime::UpperCase(txtNom_->Text())); };
   btnOK_->onClick = [this] {
-    if (!VerifiePwd()) return;
+    if (!VerifiePwd() || !ConfirmeCaracteres()) return;
     Sauve();
     form_->Unload();
   };
@@ -119,7 +128,9 @@ void frmTamlo::Charge(double idVlm, const std::string& nom, std::int16_t niveau,
   idVlm_ = idVlm;
   niveau_ = niveau;
   txtNom_->Text(nom);
-  const std::string texte = support::EstVide(std::string_view(motPasse)) ? LitMotPasse(nom) : motPasse;
+  ExigeNomTenu(txtNom_->Text(), nom);
+  std::string texte = support::EstVide(std::string_view(motPasse)) ? LitMotPasse(nom) : motPasse;
+  const runtime::WipedAtEnd efface(texte);
   txtPwd_->Text(texte);
   txtPwd2_->Text(texte);
 }
@@ -127,7 +138,10 @@ void frmTamlo::Charge(double idVlm, const std::string& nom, std::int16_t niveau,
 std::string frmTamlo::LitMotPasse(const std::string& nom) const {
   ado::Recordset rs = BaseVlmOuverte().OpenRecordSet("SELECT * FROM Utl WHERE Nom='" + nom + "'", 0);
   std::string motPasse;
-  if (!rs.Eof()) motPasse = DecodePwd(TexteOuVide(rs.Fields("MotPasse").Value()));
+  if (!rs.Eof()) {
+    ExigeMemeNom(TexteOuVide(rs.Fields("Nom").Value()), nom);
+    motPasse = DecodePwd(TexteOuVide(rs.Fields("MotPasse").Value()));
+  }
   rs.Close();
   return motPasse;
 }
@@ -138,10 +152,22 @@ bool frmTamlo::VerifiePwd() {
   if (txtPwd_->Text() == txtPwd2_->Text()) return true;
   support::Msg("La confirmation du mot de passe diffère de celui-ci. Merci de saisir à nouveau ces 2 zones", ui::kExclamation | ui::kOkOnly,
                "Mot de passe incorrect");
+  RetourPwd();
+  return false;
+}
+
+bool frmTamlo::ConfirmeCaracteres() {
+  if (ToutCompte(txtPwd_->Text())) return true;
+  const std::int16_t bouton = support::Msg(kNeComptePas, ui::kExclamation | ui::kOkCancel, "Mot de passe");
+  if (bouton == ui::kOk) return true;
+  RetourPwd();
+  return false;
+}
+
+void frmTamlo::RetourPwd() {
   txtPwd_->SetFocus();
   // The box may have had the focus all along, and then gains none.
   support::SelectionneTout(*txtPwd_);
-  return false;
 }
 
 void frmTamlo::Sauve() { SauveVlmUtl(SauveUtl()); }
@@ -154,6 +180,7 @@ double frmTamlo::SauveUtl() {
     id = IdSuivant("Utl");
     rs.Fields("IdUtl").Value(id);
   } else {
+    ExigeMemeNom(TexteOuVide(rs.Fields("Nom").Value()), txtNom_->Text());
     id = runtime::ToDouble(rs.Fields("IdUtl").Value());
   }
   rs.Fields("Nom").Value(txtNom_->Text());

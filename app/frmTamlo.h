@@ -22,7 +22,8 @@ class frmTamlo {
   frmTamlo& operator=(const frmTamlo&) = delete;
 
   /// Fills the form. With a blank password, both boxes get the stored one of the user of that name, or nothing when the
-  /// name is unknown; the query's errors go to the caller. Texts longer than a box holds are cut by the box.
+  /// name is unknown; the query's errors go to the caller. A password longer than its box is cut by the box.
+  /// FinProgramme, the user being told, when the box cannot hold the name, or the search for it finds another user.
   void Charge(double idVlm, const std::string& nom, std::int16_t niveau, const std::string& motPasse);
   /// Not modal.
   void Show();
@@ -37,6 +38,8 @@ class frmTamlo {
   void Load();
   [[nodiscard]] std::string LitMotPasse(const std::string& nom) const;
   [[nodiscard]] bool VerifiePwd();
+  [[nodiscard]] bool ConfirmeCaracteres();
+  void RetourPwd();
   void Sauve();
   double SauveUtl();
   void MetAJourUtl(ado::Recordset& rs, double& id);

@@ -3,6 +3,7 @@
 #include "app/Demarrage.h"
 #include "app/Fournisseurs.h"
 #include "app/Processus.h"
+#include "runtime/Secret.h"
 #include "ui/Platform.h"
 #ifdef _WIN32
 #include "ui/win32/Win32Platform.h"
@@ -24,8 +25,11 @@ std::unique_ptr<tamlo::ui::Platform> MakePlatform() {
 
 /// The one place that knows platform and providers, and plugs them into the tool.
 int main(int argc, char** argv) {
+  tamlo::app::ProtegeMemoire();
   // Passwords leave the argument list before anything slow happens.
-  tamlo::app::LigneCommande(tamlo::app::LitLigneCommande(argc, argv));
+  tamlo::app::LigneLue ligne = tamlo::app::LitLigneCommande(argc, argv);
+  tamlo::app::LigneCommande(ligne.texte, ligne.guillemet);
+  tamlo::runtime::Wipe(ligne.texte);
   const auto platform = MakePlatform();
   tamlo::ui::UsePlatform(platform.get());
   tamlo::app::EnregistreFournisseurs();

@@ -1,6 +1,8 @@
+#include "ado/Secrets.h"
 #include "db/DataBase.h"
 #include "db/Environnement.h"
 #include "runtime/Error.h"
+#include "runtime/Secret.h"
 #include "support/Support.h"
 
 namespace tamlo::db {
@@ -56,7 +58,7 @@ bool DataBase::Ouvre(const std::string& nom, std::int16_t typ, bool avecMvt) {
   }
   if (erreur) {
     constexpr std::int16_t kExclamation = 48;
-    support::Msg(MessageRefus(erreur, typ), kExclamation, "Impossible d'ouvrir la base <" + nom_ + ">");
+    support::Msg(MessageRefus(erreur, typ), kExclamation, "Impossible d'ouvrir la base <" + ado::WithoutSecrets(nom_) + ">");
     connexion_.reset();
     return false;
   }
@@ -72,7 +74,8 @@ void DataBase::OuvreConnexion() {
   const Environnement& environnement = EnvironnementCourant();
   const bool connecte = support::EstVide(environnement.nomLogin);
   const std::string utilisateur = connecte ? environnement.nomUtlConnecte() : environnement.nomLogin;
-  const std::string motPasse = connecte ? environnement.pwdUtlConnecte() : environnement.pwdLogin;
+  std::string motPasse = connecte ? environnement.pwdUtlConnecte() : environnement.pwdLogin;
+  const runtime::WipedAtEnd efface(motPasse);
   connexion_->Open(typ_ == TypSqlServer ? "Initial Catalog=" + nom_ + ";" : nom_, utilisateur, motPasse);
 }
 

@@ -25,7 +25,7 @@ struct Color {
 };
 
 /// Buttons and icons of a message box, to be added up; and the button that was pressed.
-enum MessageBoxCode : std::int16_t { kOkOnly = 0, kCritical = 16, kExclamation = 48 };
+enum MessageBoxCode : std::int16_t { kOkOnly = 0, kOkCancel = 1, kCritical = 16, kExclamation = 48 };
 enum MessageBoxButton : std::int16_t { kOk = 1, kCancel = 2 };
 
 enum class Pointer : std::int16_t { kDefault = 0, kHourglass = 11 };
@@ -78,7 +78,9 @@ class Label : public Control {
   virtual void Buddy(Control& control) = 0;
 };
 
-/// A fixed-size dialog window. Made hidden; unloading it (Unload or the close box) calls onUnload once.
+/// A dialog window of fixed size. Places are those at the toolkit's usual text size: with a larger one the form and all its places grow
+/// together, as far as the texts need it to stand whole. Made hidden; unloading it (Unload, the close box, the end of the user's session)
+/// calls onUnload once.
 class Form {
  public:
   virtual ~Form() = default;
@@ -90,7 +92,7 @@ class Form {
   virtual void TabOrder(std::initializer_list<Control*> controls) = 0;
 
   virtual void Caption(const std::string& text) = 0;
-  /// Outer size, frame included, in twips.
+  /// Outer size, frame included, in twips, as grown for what was added up to now.
   [[nodiscard]] virtual std::int16_t Width() const = 0;
   [[nodiscard]] virtual std::int16_t Height() const = 0;
   virtual void Move(std::int16_t left, std::int16_t top) = 0;

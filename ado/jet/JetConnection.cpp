@@ -126,6 +126,7 @@ std::optional<Variant> JetConnection::Property(const std::string& upperName) con
   if (upperName == "JET OLEDB:MAX LOCKS PER FILE") return Variant(maxLocks_);
   if (upperName == "LINKS ALLOWED") return Variant(session_->LinksAllowed());
   if (upperName == "DATA SOURCE" || upperName == "DATA SOURCE NAME") return Variant(database_->Path());
+  if (upperName == "READ-ONLY DATA SOURCE") return Variant(database_->ReadOnly());
   if (upperName == "DBMS NAME") return Variant("MS Jet");
   return std::nullopt;
 }

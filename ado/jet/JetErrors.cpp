@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "ado/Secrets.h"
+
 namespace tamlo::ado::jetprovider {
 
 namespace {
@@ -46,8 +48,10 @@ runtime::Error Translated(const jet::Error& error, const std::string& sent, bool
   }
   if (opening && error.Code() == jet::ErrorCode::kNotFound) found = {error.Code(), runtime::kProviderFailure, "Fichier introuvable"};
   if (opening && error.Code() == jet::ErrorCode::kInUse) found.number = runtime::kFileInUse;
-  runtime::Error translated(found.number, std::string(found.text) + " : " + error.what(), "Microsoft JET Database Engine");
-  translated.WithDiagnostics({{"", static_cast<std::int32_t>(error.Code()), error.what()}});
+  // The name of a file that does not open may be a connection string.
+  const std::string detail = opening ? WithoutSecrets(error.what()) : error.what();
+  runtime::Error translated(found.number, std::string(found.text) + " : " + detail, "Microsoft JET Database Engine");
+  translated.WithDiagnostics({{"", static_cast<std::int32_t>(error.Code()), detail}});
   if (!sent.empty()) translated.WithSent(sent);
   return translated;
 }

@@ -137,11 +137,7 @@ ConnectionText BuildConnectionText(const OpenRequest& request, const std::vector
   const auto pwd = {std::string_view("PWD"), std::string_view("PASSWORD")};
   const bool hasLogin = !ValueOf(chosen, uid).empty();
   if (!hasLogin) AppendKey(result.text, "UID", request.userId.empty() ? ValueOf(keys, uid) : request.userId);
-  result.secret = ValueOf(chosen, pwd);
-  if (result.secret.empty()) {
-    result.secret = request.password.empty() ? ValueOf(keys, pwd) : request.password;
-    AppendKey(result.text, "PWD", result.secret);
-  }
+  if (ValueOf(chosen, pwd).empty()) AppendKey(result.text, "PWD", request.password.empty() ? ValueOf(keys, pwd) : request.password);
   result.name = ValueOf(chosen, {"DSN", "FILEDSN"});
   if (result.name.empty()) result.name = ValueOf(chosen, {"DRIVER"});
   return result;

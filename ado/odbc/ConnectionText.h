@@ -17,8 +17,7 @@ namespace tamlo::ado::odbc {
 /// What the driver manager is given for an OpenRequest, and what errors may say of it.
 struct ConnectionText {
   std::string text;
-  std::string name;    ///< the data source or driver, for messages
-  std::string secret;  ///< the password in use, which no message may show
+  std::string name;  ///< the data source or driver, for messages
 };
 
 /// Translates by provider: "MSDASQL" hands the text on (a data source name when it has no "="); "sqloledb" and "OraOLEDB.Oracle" take the

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "ado/odbc/Diagnostics.h"
+#include "ado/odbc/DriverManager.h"
 #include "ado/odbc/NativeHeaders.h"
 #include "runtime/Error.h"
 
@@ -36,6 +37,7 @@ void Handle::Free() noexcept {
 
 void* SharedEnvironment() {
   static const Handle environment = [] {
+    RequireDriverManager();
     Handle made(Handle::Kind::kEnvironment, nullptr);
     SQLSetEnvAttr(made.Get(), SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
     return made;

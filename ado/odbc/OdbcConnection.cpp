@@ -12,6 +12,7 @@
 #include "ado/odbc/SqlText.h"
 #include "ado/odbc/Statement.h"
 #include "ado/odbc/WideText.h"
+#include "runtime/Error.h"
 
 namespace tamlo::ado::odbc {
 namespace {
@@ -26,6 +27,24 @@ constexpr std::array<InfoProperty, 6> kProperties{{{"DBMS NAME", SQL_DBMS_NAME},
                                                    {"DATA SOURCE NAME", SQL_DATA_SOURCE_NAME},
                                                    {"CURRENT CATALOG", SQL_DATABASE_NAME},
                                                    {"USER NAME", SQL_USER_NAME}}};
+
+/// Whether nothing can be written. What the driver says; SQLite's never says so, but a step that would write, and is undone at once, does.
+bool IsReadOnly(const std::shared_ptr<Session>& session) {
+  std::array<char16_t, 8> answer{};
+  SQLSMALLINT bytes = 0;
+  const auto result =
+      SQLGetInfoW(session->Connection(), SQL_DATA_SOURCE_READ_ONLY, answer.data(), static_cast<SQLSMALLINT>(sizeof(answer)), &bytes);
+  if (SQL_SUCCEEDED(result) && answer[0] == u'Y') return true;
+  if (session->Facts().backend != Backend::kSqlite || session->InTransaction()) return false;
+  const auto execute = [&](const char* sql) {
+    return runtime::IgnoringErrors([&] { Statement(session, 0).ExecuteDirect(sql); });
+  };
+  if (execute("BEGIN")) return false;
+  const runtime::PendingError refusal = execute("PRAGMA incremental_vacuum(1)");
+  (void)execute("ROLLBACK");
+  // Another writer is no answer.
+  return refusal && refusal.description.find("readonly") != std::string::npos;
+}
 
 }  // namespace
 
@@ -72,6 +91,7 @@ void OdbcConnection::RollbackTransaction() { session_->End(false); }
 
 std::optional<Variant> OdbcConnection::Property(const std::string& upperName) const {
   if (upperName == "STATEMENTS RESENT") return Variant(session_->Resent());
+  if (upperName == "READ-ONLY DATA SOURCE") return Variant(IsReadOnly(session_));
   for (const auto& [name, info] : kProperties) {
     if (upperName != name) continue;
     std::array<char16_t, 512> text{};

@@ -6,6 +6,7 @@
 #include "ado/odbc/ConnectionText.h"
 #include "ado/odbc/OdbcConnection.h"
 #include "ado/odbc/RegisteredText.h"
+#include "runtime/Secret.h"
 
 namespace tamlo::ado::odbc {
 
@@ -13,9 +14,9 @@ void RegisterOdbcProviders() {
   for (const char* name : {"MSDASQL", "MSDASQL.1", "sqloledb", "OraOLEDB.Oracle"}) {
     RegisterProvider(name, [](const OpenRequest& request) -> std::unique_ptr<ProviderConnection> {
       const std::vector<std::string> sources = DataSources();
-      const ConnectionText text =
-          BuildConnectionText(request.registeredOnly ? Registered(request, sources, Drivers()) : request, sources);
-      return std::make_unique<OdbcConnection>(std::make_shared<Session>(text.text, text.name, text.secret));
+      ConnectionText text = BuildConnectionText(request.registeredOnly ? Registered(request, sources, Drivers()) : request, sources);
+      const runtime::WipedAtEnd wipe(text.text);
+      return std::make_unique<OdbcConnection>(std::make_shared<Session>(text.text, text.name));
     });
   }
 }

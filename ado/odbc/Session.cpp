@@ -3,21 +3,17 @@
 #include <algorithm>
 
 #include "ado/Errors.h"
-#include "ado/odbc/ConnectionText.h"
+#include "ado/Secrets.h"
 #include "ado/odbc/Diagnostics.h"
 #include "ado/odbc/NativeHeaders.h"
 #include "ado/odbc/Resend.h"
 #include "ado/odbc/SqlText.h"
 #include "ado/odbc/Utf8Locale.h"
 #include "ado/odbc/WideText.h"
+#include "runtime/Secret.h"
 
 namespace tamlo::ado::odbc {
 namespace {
-
-void StrikeOut(std::string& text, const std::string& secret) {
-  if (secret.empty()) return;
-  for (auto at = text.find(secret); at != std::string::npos; at = text.find(secret, at + 3)) text.replace(at, secret.size(), "***");
-}
 
 /// The driver manager settles a connection's character set when it makes the handle.
 Handle NewConnection() {
@@ -27,20 +23,18 @@ Handle NewConnection() {
 
 }  // namespace
 
-Session::Session(const std::string& connectionText, const std::string& name, const std::string& secret) : connection_(NewConnection()) {
+Session::Session(const std::string& connectionText, const std::string& name) : connection_(NewConnection()) {
   std::u16string wide = ToUtf16(connectionText);
+  const runtime::WipedAtEnd wipe(wide);
   SQLSMALLINT length = 0;
   const auto result = SQLDriverConnectW(connection_.Get(), nullptr, reinterpret_cast<SQLWCHAR*>(wide.data()),
                                         static_cast<SQLSMALLINT>(wide.size()), nullptr, 0, &length, SQL_DRIVER_NOPROMPT);
   if (!SQL_SUCCEEDED(result)) {
     auto records = ReadDiagnostics(Handle::Kind::kConnection, connection_.Get());
-    for (auto& record : records) {
-      StrikeOut(record.text, BracedIfNeeded(secret));
-      StrikeOut(record.text, secret);
-    }
+    for (auto& record : records) record.text = WithoutSecrets(record.text);
     if (records.empty()) records.push_back({"08001", 0, "The driver refused the connection without saying why."});
     const runtime::Error plain = MakeError(std::move(records), {});
-    runtime::Error named(plain.Number(), plain.Description() + " (source de données <" + name + ">)", plain.Source());
+    runtime::Error named(plain.Number(), plain.Description() + " (source de données <" + WithoutSecrets(name) + ">)", plain.Source());
     named.WithDiagnostics(plain.Diagnostics());
     throw named;
   }

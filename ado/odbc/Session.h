@@ -15,8 +15,8 @@ namespace tamlo::ado::odbc {
 /// on it, so that a catalog or a cursor that outlives the connection finds it closed instead of gone.
 class Session {
  public:
-  /// Connects. name stands for the data source in errors; what secret holds is struck out of them.
-  Session(const std::string& connectionText, const std::string& name, const std::string& secret);
+  /// Connects. name stands for the data source in errors, which show no value of a key that names a password.
+  Session(const std::string& connectionText, const std::string& name);
   ~Session();
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;

@@ -100,6 +100,25 @@ TEST_F(Connecting, APasswordThatWasBracedForTheDriverIsStruckOutToo) {
   EXPECT_EQ(error.Description().find("passe42"), std::string::npos) << error.Description();
 }
 
+TEST_F(Connecting, APasswordThatIsAPieceOfAWordLeavesTheWordWhole) {
+  const Error error = Refusal(std::string("PWD = n ;DRIVER={") + DIAGNOSTIC_DRIVER + "}", "", "");
+  ASSERT_EQ(error.Diagnostics().size(), 3U);
+  EXPECT_EQ(error.Diagnostics()[2].text, "connection made");
+  EXPECT_EQ(error.Diagnostics()[1].text, "login failed");
+  EXPECT_EQ(error.Diagnostics()[0].text, std::string("refused: PWD = ***;DRIVER={") + DIAGNOSTIC_DRIVER + "}");
+}
+
+TEST_F(Connecting, EverySpellingOfAPasswordIsStruckOut) {
+  const std::string driver = std::string("DRIVER={") + DIAGNOSTIC_DRIVER + "}";
+  for (const std::string& text : {driver + ";PWD={mot;passe42}", driver + "; pwd = mot passe42 ;UID=moi", "Password=passe42;" + driver,
+                                  driver + ";PASSWORD={mot}}passe42}", driver + ";PWD=\"mot;passe42\"", driver + ";OldPassword=passe42",
+                                  driver + ";DSN={x;PWD=passe42}"}) {
+    const Error error = Refusal(text);
+    EXPECT_EQ(error.Description().find("passe42"), std::string::npos) << error.Description();
+    for (const auto& record : error.Diagnostics()) EXPECT_EQ(record.text.find("passe42"), std::string::npos) << record.text;
+  }
+}
+
 TEST_F(Connecting, EveryDiagnosticRecordIsKeptAndAWarningIsNeverTheFirst) {
   const Error error = Refusal(std::string("DRIVER={") + DIAGNOSTIC_DRIVER + "}");
   ASSERT_EQ(error.Diagnostics().size(), 3U);
@@ -151,9 +170,11 @@ TEST_F(Connecting, AReadOnlyFileCanBeReadAndRefusesWrites) {
   connection.Open("DRIVER={SQLite3};DATABASE=" + file, "", "");
   connection.Execute("CREATE TABLE t (x INTEGER)");
   connection.Execute("INSERT INTO t VALUES (1)");
+  EXPECT_EQ(connection.Property("Read-Only Data Source"), Variant(false));
   connection.Close();
   // Opened as read-only: file rights do not bind an administrator.
   connection.Open("DRIVER={SQLite3};NoCreat=1;DATABASE=file:" + file + "?mode=ro", "", "");
+  EXPECT_EQ(connection.Property("Read-Only Data Source"), Variant(true)) << "known before anything is tried";
   ado::Recordset rs;
   rs.Open("SELECT * FROM t", &connection, ado::adOpenDynamic, ado::adLockOptimistic, -1);
   EXPECT_EQ(rs.Fields(0).Value(), Variant(std::int32_t{1}));

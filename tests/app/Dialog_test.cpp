@@ -87,6 +87,8 @@ struct Backend {
   bool missingIsNotFound = false;
   /// A new row, or an edit of one, is refused where it begins, which nobody passes over in silence, and not at its Update.
   bool refusesEdits = false;
+  /// That nothing can be written is known before it is tried. (A server's grants are known to the server alone.)
+  bool knowsReadOnly = true;
 
   [[nodiscard]] std::string MissingTable() const { return ErrorStart(missingIsNotFound ? 3265 : -2147467259); }
   [[nodiscard]] std::string ReadOnly() const { return ErrorStart(refusesEdits ? 3251 : -2147467259); }
@@ -103,6 +105,12 @@ class SessionTest : public DialogTest, public testing::WithParamInterface<Backen
     arguments.insert(arguments.end(), more.begin(), more.end());
     StartWith(arguments, volumes->Environment());
   }
+  /// The box that tells of a database without writing, where that is known.
+  void ReadReadOnlyBox() {
+    if (!GetParam().knowsReadOnly) return;
+    EXPECT_EQ(ReadBox("Base en lecture seule"),
+              "La base <" + runtime::UpperCase(volumes->Name()) + "> est en lecture seule : l'utilisateur ne pourra pas y être enregistré.");
+  }
   Texts Users() { return volumes->Rows("SELECT IDUTL, NOM, MOTPASSE FROM UTL ORDER BY IDUTL"); }
   Texts Links() { return volumes->Rows("SELECT IDUTL, IDVLM, NIVEAU FROM VLMUTL ORDER BY IDUTL, IDVLM"); }
 
@@ -111,7 +119,7 @@ class SessionTest : public DialogTest, public testing::WithParamInterface<Backen
 
 INSTANTIATE_TEST_SUITE_P(Databases, SessionTest,
                          testing::Values(Backend{"Access", MakeAccessVolumes, true, true}, Backend{"Sqlite", MakeSqliteVolumes},
-                                         Backend{"MariaDb", MakeMariaDbVolumes}),
+                                         Backend{"MariaDb", MakeMariaDbVolumes, false, false, false}),
                          [](const auto& instance) { return std::string(instance.param.name); });
 
 TEST_P(SessionTest, ANewUserAfterAWrongConfirmation) {
@@ -226,8 +234,77 @@ TEST_P(SessionTest, ACharacterThatTheTableDoesNotHoldIsWrittenAsCode0) {
   Start("DUPONT", {"aéb"});
   WaitForDialog();
   Screen().Press("Return");
+  EXPECT_EQ(ReadBox("Mot de passe").find("Ce mot de passe contient des caractères qui ne comptent pas"), 0U);
   EXPECT_EQ(tool->Wait(), 0);
   EXPECT_EQ(volumes->PasswordBytes(), Texts{"27005C"});
+}
+
+TEST_P(SessionTest, ToldOfACharacterThatDoesNotCountTheOperatorMayTypeAgain) {
+  Start("DUPONT", {"a😀"});
+  WaitForDialog();
+  Screen().Press("Return");
+  Screen().WaitFor(tool->Process(), "Mot de passe");
+  Screen().Press("Escape");
+  WaitForDialog();
+  TypePasswords("Secret1", "Secret1");
+  Screen().Press("Return");
+  EXPECT_EQ(tool->Wait(), 0);
+  EXPECT_EQ(Users(), Texts{std::string("1|DUPONT|") + kSecret1});
+}
+
+TEST_P(SessionTest, NoNameTakesAnothersAccountOverNorShowsItsPassword) {
+  volumes->Execute(std::string("INSERT INTO UTL VALUES (1, 'ADMIN', '") + kSecret1 + "')");
+  volumes->Execute("INSERT INTO UTL VALUES (2, 'BOB', 'x')");
+  const std::string kind = volumes->Kind();
+  Texts names{"X' OR 'A'='A", "X' OR NOM>'"};
+  if (kind == "0") names.push_back("B' & 'OB");
+  if (kind == "3") names.insert(names.end(), {"' OR 1=1 -- ", "B' 'OB"});
+  // There a text stands between double quotes, and one that is the name of a column is that column.
+  if (kind == "4") names = {"NOM", "X\" OR 1=1 --"};
+  for (const std::string& name : names) {
+    if (name.find('"') != std::string::npos) continue;
+    Start(name);
+    EXPECT_EQ(ReadBox("Programme interrompu"),
+              "La recherche de l'utilisateur <" + name + "> a trouvé la ligne d'un autre utilisateur.\n\nRien n'a été écrit.");
+    EXPECT_EQ(tool->Wait(), 1);
+    Start(name, {"pirate"});
+    WaitForDialog();
+    Screen().Press("Return");
+    EXPECT_EQ(ReadBox("Programme interrompu"),
+              "La recherche de l'utilisateur <" + name + "> a trouvé la ligne d'un autre utilisateur.\n\nRien n'a été écrit.");
+    EXPECT_EQ(tool->Wait(), 1);
+  }
+  EXPECT_EQ(Users(), (Texts{std::string("1|ADMIN|") + kSecret1, "2|BOB|x"}));
+  EXPECT_EQ(Links(), Texts{});
+}
+
+TEST_P(SessionTest, ANameThatIsBlankTooLongOrHoldsADoubleQuoteIsRefused) {
+  volumes->Execute("INSERT INTO UTL VALUES (1, 'ABCDEFGHIJKLMNOPQRSTUVWXYZ0123', 'x')");
+  const std::pair<const char*, const char*> names[] = {
+      {"", "Le nom de l'utilisateur à créer (paramètre 4) est vide."},
+      {"  ", "Le nom de l'utilisateur à créer (paramètre 4) est vide."},
+      {"ABCDEFGHIJKLMNOPQRSTUVWXYZ01234", "Le nom de l'utilisateur à créer (paramètre 4) compte 31 caractères ; il en tient 30 au plus."},
+      {"AL\"EX", "Le paramètre 4 contient un guillemet (\"), qu'un paramètre ne peut pas contenir."},
+      {"AL\xFF" "EX", "Le nom de l'utilisateur à créer (paramètre 4) contient des caractères que la fenêtre ne peut pas tenir."},
+  };
+  for (const auto& [name, reason] : names) {
+    Start(name, {"Secret1"});
+    EXPECT_EQ(ReadBox("Programme interrompu"), std::string(reason) + "\n\nRien n'a été écrit.");
+    EXPECT_EQ(tool->Wait(), 1);
+  }
+  EXPECT_EQ(Users(), Texts{"1|ABCDEFGHIJKLMNOPQRSTUVWXYZ0123|x"});
+  EXPECT_EQ(Links(), Texts{});
+}
+
+TEST_P(SessionTest, ANameOf30CharactersOutsideOfTheFirstPlaneIsKeptWhole) {
+  std::string name;
+  for (int i = 0; i < 30; ++i) name += "𝔄";
+  if (volumes->Kind() == "0") name = "É" + std::string(29, 'X');  // a TEXT(30) holds 15 of them
+  Start(name, {"Secret1"});
+  WaitForDialog();
+  Screen().Press("Return");
+  EXPECT_EQ(tool->Wait(), 0);
+  EXPECT_EQ(Users(), Texts{"1|" + name + "|" + kSecret1});
 }
 
 TEST_P(SessionTest, EscTheAcceleratorAndTheCloseBoxWriteNothing) {
@@ -263,15 +340,33 @@ TEST_P(SessionTest, PasswordsLeaveTheProcesssArgumentListAndTheProgramsFolderIsC
   EXPECT_EQ(list.find(kTamlo), std::string::npos);
   EXPECT_NE(list.find("DUPONT"), std::string::npos);
   EXPECT_EQ(tool->ProcFile("environ").find("Secret1"), std::string::npos);
+  EXPECT_EQ(list.find("PWD=tamlo"), std::string::npos) << "inside the first argument";
   EXPECT_EQ(tool->ProcLink("cwd"), std::filesystem::path(tool->ProcLink("exe")).parent_path());
   Screen().Press("Return");
   EXPECT_EQ(tool->Wait(), 0);
   EXPECT_EQ(Users(), Texts{std::string("1|DUPONT|") + kSecret1});
 }
 
+TEST_P(SessionTest, AfterTheDialogFilledAPasswordStandsInTheBoxesAlone) {
+  // Not the password itself, or this program's own memory would be a place too; the tool's is read by root alone.
+  const std::string secret = std::string("Zq7") + "kW4xT9";
+  Start("DUPONT", {secret});
+  WaitForDialog();
+  std::size_t seen = 0;
+  std::size_t copies = 0;
+  if (!tool->CountInMemory(secret, seen, copies)) GTEST_SKIP() << "this user may not read the memory of another process, as it should be";
+  EXPECT_GT(seen, 1000000U);
+  // In UTF-16 in the two boxes; none of the texts it came through.
+  EXPECT_EQ(copies, 0U);
+  Screen().Press("Escape");
+  EXPECT_EQ(tool->Wait(), 0);
+}
+
 TEST_P(SessionTest, ADatabaseThatIsNotThereEndsWithTheLayersMessage) {
   StartWith({volumes->AbsentName(), volumes->Kind(), "12", "DUPONT", "3"}, volumes->Environment());
-  const std::string shown = volumes->Kind() == "3" ? volumes->AbsentName() : runtime::UpperCase(volumes->AbsentName());
+  // A password inside the name is not shown.
+  const std::string known = volumes->AbsentName().substr(0, volumes->AbsentName().find("PWD=tamlo"));
+  const std::string shown = volumes->Kind() == "3" ? known + "PWD=***" : runtime::UpperCase(known);
   const std::string text = ReadBox("Impossible d'ouvrir la base <" + shown + ">");
   EXPECT_EQ(text.find("La base est incorrecte. Erreur -2147467259 ("), 0U) << text;
   EXPECT_EQ(text.back(), ')');
@@ -312,9 +407,10 @@ TEST_P(SessionTest, AMissingLinkTableEndsWithTheErrorBoxAfterTheUserRow) {
   EXPECT_EQ(Users(), Texts{std::string("1|DUPONT|") + kSecret1});
 }
 
-TEST_P(SessionTest, AReadOnlyDatabaseEndsWithTheErrorBoxAndNothingWritten) {
+TEST_P(SessionTest, AReadOnlyDatabaseIsToldAndEndsWithTheErrorBoxAndNothingWritten) {
   volumes->MakeReadOnly();
   Start("DUPONT", {"Secret1"});
+  ReadReadOnlyBox();
   WaitForDialog();
   Screen().Press("Return");
   const std::string text = ReadErrorBox();
@@ -329,6 +425,7 @@ TEST_P(SessionTest, ARefusedUpdateOfAKnownUserIsSilentAndGivesStatus1) {
   volumes->Execute("INSERT INTO VLMUTL VALUES (7, 12, 9)");
   volumes->MakeReadOnly();
   Start("DUPONT", {"Secret1"});
+  ReadReadOnlyBox();
   WaitForDialog();
   Screen().Press("Return");
   if (GetParam().refusesEdits) {
@@ -357,6 +454,15 @@ TEST_P(SessionTest, TextForANumberAndNumbersOutOfRangeEndWithTheErrorBox) {
     EXPECT_EQ(tool->Wait(), 1);
   }
   EXPECT_EQ(Users(), Texts{});
+}
+
+TEST_F(DialogTest, OtherProgramsOfTheSameUserMayNotLookIntoTheProcess) {
+  ToolRun watched({{}, {{"DISPLAY", Screen().Name()}}, true});
+  Screen().WaitFor(watched.Process(), "Programme interrompu");
+  // Open to them as long as it is dumpable, which a core file asks for too.
+  EXPECT_FALSE(watched.ReadableByItsUser());
+  Screen().Press("Return");
+  EXPECT_EQ(watched.Wait(), 1);
 }
 
 TEST_F(DialogTest, AWrongCountOfParametersEndsWithTheUsageBox) {

@@ -32,6 +32,12 @@ TEST(JointArguments, ADoubleQuoteIsDroppedAndLeavesTheOthersWhole) {
   EXPECT_EQ(SplitAgain({"a\"b", "c\" d", "\"", "e f"}), (Texts{"ab", "c d", "", "e f"}));
 }
 
+TEST(PremierGuillemet, IsThePositionOfTheFirstArgumentThatNoCommandLineCarries) {
+  EXPECT_EQ(PremierGuillemet({}), 0);
+  EXPECT_EQ(PremierGuillemet({"V", "0", "12", "AL'EX", "3"}), 0);
+  EXPECT_EQ(PremierGuillemet({"V", "0", "12", "AL\"EX", "3", "\""}), 4);
+}
+
 std::wstring WithoutPasswords(std::wstring line) {
   EffaceMotsPasse(line.data());
   return line;
@@ -46,6 +52,18 @@ TEST(EffaceMotsPasse, SpacesBetweenDoubleQuotesBelongToTheParameter) {
   EXPECT_EQ(WithoutPasswords(L"\"C:\\Mes bases\\V.MDB\" 0 12 \"JEAN PAUL\" 3 \"mon secret\" A"),
             L"\"C:\\Mes bases\\V.MDB\" 0 12 \"JEAN PAUL\" 3              A");
   EXPECT_EQ(WithoutPasswords(L"1 2 3 4 \"\" a\" b\"c 7 \"x"), L"1 2 3 4 \"\"        7   ");
+}
+
+TEST(EffaceMotsPasse, StarsTakeThePlaceOfThePasswordsInsideTheFirst) {
+  EXPECT_EQ(WithoutPasswords(L"DSN=V;UID=moi;PWD=été 4 12 DUPONT 3"), L"DSN=V;UID=moi;PWD=*** 4 12 DUPONT 3");
+  EXPECT_EQ(WithoutPasswords(L"\"DSN=V;PWD = {a b};X=1\" 4 12 \"PWD=DUPONT\" 3"), L"\"DSN=V;PWD = *****;X=1\" 4 12 \"PWD=DUPONT\" 3");
+  EXPECT_EQ(WithoutPasswords(L"DSN=V;P\"W\"D=\"a b\" 4 12 DUPONT 3"), L"DSN=V;P\"W\"D=\"***\" 4 12 DUPONT 3");
+}
+
+TEST(EffaceSecrets, StarsTakeThePlaceOfThePasswordsOfAConnectionString) {
+  std::string text = "PWD=a;DSN=V;Password={b c}";
+  EffaceSecrets(text.data());
+  EXPECT_EQ(text, "PWD=*;DSN=V;Password=*****");
 }
 
 TEST(EffaceMotsPasse, FiveParametersStayAsTheyAre) {
@@ -73,22 +91,30 @@ class ArgumentList {
 
 TEST(LitLigneCommande, ReadsThePasswordsAndBlanksThemInTheList) {
   ArgumentList list({"/usr/bin/tamlo", "VOLUMES", "4", "12", "DUPONT", "3", "secret", "ADMIN", "codé"});
-  EXPECT_EQ(LitLigneCommande(list.Count(), list.Pointers()), "VOLUMES 4 12 DUPONT 3 secret ADMIN codé");
+  EXPECT_EQ(LitLigneCommande(list.Count(), list.Pointers()).texte, "VOLUMES 4 12 DUPONT 3 secret ADMIN codé");
   EXPECT_EQ(list.Memory(),
             (Texts{"/usr/bin/tamlo", "VOLUMES", "4", "12", "DUPONT", "3", std::string(6, '\0'), "ADMIN", std::string(5, '\0')}));
 }
 
 TEST(LitLigneCommande, AlsoOfARunThatEndsWithTheUsageBox) {
   ArgumentList list({"tamlo", "1", "2", "3", "4", "5", "six", "7", "huit", "9"});
-  EXPECT_EQ(LitLigneCommande(list.Count(), list.Pointers()), "1 2 3 4 5 six 7 huit 9");
+  EXPECT_EQ(LitLigneCommande(list.Count(), list.Pointers()).texte, "1 2 3 4 5 six 7 huit 9");
   EXPECT_EQ(list.Memory()[6], std::string(3, '\0'));
   EXPECT_EQ(list.Memory()[8], std::string(4, '\0'));
 }
 
 TEST(LitLigneCommande, WithoutArgumentsIsEmpty) {
   ArgumentList list({"tamlo"});
-  EXPECT_EQ(LitLigneCommande(list.Count(), list.Pointers()), "");
-  EXPECT_EQ(LitLigneCommande(0, list.Pointers()), "");
+  EXPECT_EQ(LitLigneCommande(list.Count(), list.Pointers()).texte, "");
+  EXPECT_EQ(LitLigneCommande(0, list.Pointers()).texte, "");
+}
+
+TEST(LitLigneCommande, APasswordInsideTheFirstArgumentIsReadAndLeavesTheListToo) {
+  ArgumentList list({"tamlo", "DSN=V;PWD=secret;UID=moi", "4", "12", "AL\"EX", "3"});
+  const LigneLue read = LitLigneCommande(list.Count(), list.Pointers());
+  EXPECT_EQ(read.texte, "DSN=V;PWD=secret;UID=moi 4 12 ALEX 3");
+  EXPECT_EQ(read.guillemet, 4);
+  EXPECT_EQ(list.Memory()[1], "DSN=V;PWD=******;UID=moi");
 }
 
 #endif

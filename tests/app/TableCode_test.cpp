@@ -63,7 +63,22 @@ TEST_F(TableCodeTest, CharactersOutside32To125BecomeTheCharacterOfCode0) {
   EXPECT_EQ(CodePwd("é€"), std::string(2, '\0'));
 }
 
-TEST_F(TableCodeTest, ACharacterWithoutAnAnsiCodeIsEncodedAsAQuestionMark) { EXPECT_EQ(CodePwd("\xE4\xB8\xAD"), CodePwd("?")); }
+TEST_F(TableCodeTest, ACharacterWithoutAnAnsiCodeBecomesTheCharacterOfCode0AndNoQuestionMark) {
+  for (const char* character : {"\xE4\xB8\xAD", "\xF0\x9F\x98\x80", "\xD0\x96", "\xCC\x81", "\xEF\xBF\xBD", "\xFF"}) {
+    EXPECT_EQ(CodePwd(character), std::string(1, '\0')) << character;
+    EXPECT_EQ(CodePwd(std::string("a") + character + "?"), CodePwd("a") + std::string(1, '\0') + CodePwd("?")) << character;
+    EXPECT_EQ(DecodePwd(character), "€") << character;
+  }
+}
+
+TEST_F(TableCodeTest, OnlyCharactersFrom32To125Count) {
+  std::string all;
+  for (std::uint8_t code = 32; code <= 125; ++code) all += Character(code);
+  EXPECT_TRUE(ToutCompte(all));
+  EXPECT_TRUE(ToutCompte(""));
+  for (const char* text : {"é", "a~", "\x7F", "\tb", "€", "\xF0\x9F\x98\x80", "\xE4\xB8\xAD", "\xFF"}) EXPECT_FALSE(ToutCompte(text)) << text;
+  EXPECT_FALSE(ToutCompte(std::string(1, '\0')));
+}
 
 TEST_F(TableCodeTest, DecodingIgnoresTrailingSpaces) {
   EXPECT_EQ(DecodePwd(CodePwd("abc") + "   "), "abc");

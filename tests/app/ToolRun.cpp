@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -28,9 +29,15 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
   return pointers;
 }
 
+/// In a child process: becomes a user without privileges where it was root.
+void LosePrivileges() {
+  constexpr unsigned kNobody = 65534;
+  if (::getuid() == 0 && (::setgid(kNobody) != 0 || ::setuid(kNobody) != 0)) ::_exit(126);
+}
+
 }  // namespace
 
-ToolRun::ToolRun(const Settings& settings) : errors_(::memfd_create("errors", 0)) {
+ToolRun::ToolRun(const Settings& settings) : unprivileged_(settings.unprivileged), errors_(::memfd_create("errors", 0)) {
   std::vector<std::string> arguments{TAMLO_PROGRAM};
   arguments.insert(arguments.end(), settings.arguments.begin(), settings.arguments.end());
   std::vector<std::string> environment{"PATH=/usr/bin:/bin", "HOME=/nonexistent", "LC_ALL=C.UTF-8"};
@@ -45,6 +52,7 @@ ToolRun::ToolRun(const Settings& settings) : errors_(::memfd_create("errors", 0)
   if (process_ < 0) throw std::runtime_error("no process for the tool");
   if (process_ == 0) {
     ::dup2(errors_, STDERR_FILENO);
+    if (unprivileged_) LosePrivileges();
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     ::execve(TAMLO_PROGRAM, argumentList.data(), environmentList.data());
     ::_exit(127);
@@ -91,6 +99,40 @@ std::string ToolRun::ProcFile(const std::string& name) const {
 
 std::string ToolRun::ProcLink(const std::string& name) const {
   return std::filesystem::read_symlink("/proc/" + std::to_string(process_) + "/" + name).string();
+}
+
+bool ToolRun::ReadableByItsUser() const {
+  const pid_t other = ::fork();
+  if (other < 0) throw std::runtime_error("no process to look with");
+  if (other == 0) {
+    if (unprivileged_) LosePrivileges();
+    const std::string environment = "/proc/" + std::to_string(process_) + "/environ";
+    ::_exit(::open(environment.c_str(), O_RDONLY) >= 0 ? 1 : 0);
+  }
+  int status = 0;
+  ::waitpid(other, &status, 0);
+  if (!WIFEXITED(status) || WEXITSTATUS(status) > 1) throw std::runtime_error("the question could not be asked");
+  return WEXITSTATUS(status) == 1;
+}
+
+bool ToolRun::CountInMemory(const std::string& text, std::size_t& looked, std::size_t& found) const {
+  const int memory = ::open(("/proc/" + std::to_string(process_) + "/mem").c_str(), O_RDONLY);
+  if (memory < 0) return false;
+  std::istringstream maps(ProcFile("maps"));
+  for (std::string line; std::getline(maps, line);) {
+    unsigned long long start = 0;
+    unsigned long long end = 0;
+    char rights[5] = {};
+    if (std::sscanf(line.c_str(), "%llx-%llx %4s", &start, &end, rights) != 3 || rights[1] != 'w') continue;
+    std::string bytes(end - start, '\0');
+    const ssize_t count = ::pread(memory, bytes.data(), bytes.size(), static_cast<off_t>(start));
+    if (count <= 0) continue;
+    bytes.resize(static_cast<std::size_t>(count));
+    looked += bytes.size();
+    for (auto at = bytes.find(text); at != std::string::npos; at = bytes.find(text, at + 1)) ++found;
+  }
+  ::close(memory);
+  return true;
 }
 
 }  // namespace tamlo::app

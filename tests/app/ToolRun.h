@@ -16,6 +16,8 @@ class ToolRun {
     std::vector<std::string> arguments;
     /// On top of a bare environment: nothing of the tester's own settings.
     std::map<std::string, std::string> environment;
+    /// Run as a user without privileges where the tester is root, whom nothing is closed to.
+    bool unprivileged = false;
   };
 
   explicit ToolRun(const Settings& settings);
@@ -32,9 +34,15 @@ class ToolRun {
   /// /proc/PID/NAME: its bytes, the target of its link.
   [[nodiscard]] std::string ProcFile(const std::string& name) const;
   [[nodiscard]] std::string ProcLink(const std::string& name) const;
+  /// Whether another process of the tool's user may look into it (its environment, as a debugger would).
+  [[nodiscard]] bool ReadableByItsUser() const;
+  /// How often a text stands in its writable memory, and how many bytes were looked at; false when that memory cannot be
+  /// read.
+  [[nodiscard]] bool CountInMemory(const std::string& text, std::size_t& looked, std::size_t& found) const;
 
  private:
   pid_t process_ = 0;
+  bool unprivileged_ = false;
   int errors_ = -1;
   std::optional<int> status_;
 };

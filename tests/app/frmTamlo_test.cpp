@@ -118,7 +118,7 @@ TEST_F(FormTest, ANullStoredPasswordReadsAsEmpty) {
 }
 
 TEST_F(FormTest, APasswordOfSpacesCountsAsNone) {
-  UtlFound({{std::int32_t{7}, "dupont", Encoded("abc")}}, std::int32_t{7});
+  UtlFound({{std::int32_t{7}, "DUPONT  ", Encoded("abc")}}, std::int32_t{7});
   Load("\"   \"");
   EXPECT_EQ(Box("txtPwd").Text(), "abc");
 }
@@ -132,8 +132,8 @@ TEST_F(FormTest, TheNameStaysAsGivenUntilItLosesTheFocus) {
   EXPECT_EQ(Box("txtNom").Text(), "ÉRIC-ANDRÉ");
 }
 
-TEST_F(FormTest, TextsLongerThanTheBoxesAreCut) {
-  Start("base.mdb 0 12 ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789 3 motdepasselong");
+TEST_F(FormTest, APasswordLongerThanItsBoxIsCut) {
+  Start("base.mdb 0 12 ABCDEFGHIJKLMNOPQRSTUVWXYZ0123 3 motdepasselong");
   EXPECT_EQ(Box("txtNom").Text(), "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123");
   EXPECT_EQ(Box("txtPwd").Text(), "motdepasse");
 }
@@ -395,14 +395,132 @@ TEST_F(SaveTest, OkClosesTheDatabaseAndErasesTheTable) {
   EXPECT_EQ(provider.Count(RecordedCall::Kind::kClose), 1U);
 }
 
-TEST_F(SaveTest, CharactersThatTheTableDoesNotHoldAreSavedAsTheCharacterOfCode0) {
+constexpr const char* kDoNotCount =
+    "Ce mot de passe contient des caractères qui ne comptent pas : seuls comptent les lettres sans accent, les chiffres, l'espace et la "
+    "ponctuation courante (sans ~). Deux mots de passe qui ne diffèrent que par de tels caractères n'en font qu'un.\n\nL'enregistrer quand "
+    "même ?";
+
+TEST_F(SaveTest, CharactersThatTheTableDoesNotHoldAreToldAndSavedAsTheCharacterOfCode0) {
   platform.whileRunning = [this] {
-    Box("txtPwd").Text("aé");
-    Box("txtPwd2").Text("aé");
+    Box("txtPwd").Text("aé😀");
+    Box("txtPwd2").Text("aé😀");
     Form().PressEnter();
   };
   EXPECT_EQ(Execute(kLine), 0);
-  EXPECT_EQ(Inserted(kUtl), Texts{"IdUtl=1 Nom=DUPONT MotPasse=" + Encoded("a") + std::string(1, '\0')});
+  EXPECT_EQ(platform.messages, (std::vector{ShownMessage{kDoNotCount, ui::kExclamation | ui::kOkCancel, "Mot de passe"}}));
+  EXPECT_EQ(Inserted(kUtl), Texts{"IdUtl=1 Nom=DUPONT MotPasse=" + Encoded("a") + std::string(2, '\0')});
+}
+
+TEST_F(SaveTest, ToldOfSuchCharactersTheOperatorMayTypeAgain) {
+  platform.answers = {ui::kCancel};
+  platform.whileRunning = [this] {
+    Box("txtPwd").Text("~");
+    Box("txtPwd2").Text("~");
+    Form().Focus(Box("txtPwd2"));
+    Form().PressEnter();
+    EXPECT_FALSE(Form().unloaded);
+    EXPECT_EQ(OwnSources(), Texts{});
+    EXPECT_EQ(Form().Focused(), &Box("txtPwd"));
+    EXPECT_EQ(Box("txtPwd").SelectionLength(), 1);
+    Box("txtPwd").Type("a");
+    Box("txtPwd2").Type("a");
+    Form().PressEnter();
+  };
+  EXPECT_EQ(Execute(kLine), 0);
+  EXPECT_EQ(platform.messages.size(), 1U);
+  EXPECT_EQ(Inserted(kUtl), Texts{"IdUtl=1 Nom=DUPONT MotPasse=" + Encoded("a")});
+}
+
+class GuardTest : public SaveTest {
+ protected:
+  void ExpectInterrupted(const std::string& reason) {
+    ASSERT_EQ(platform.messages.size(), 1U);
+    EXPECT_EQ(platform.messages[0], (ShownMessage{reason + "\n\nRien n'a été écrit.", ui::kCritical, "Programme interrompu"}));
+    EXPECT_EQ(Inserted(kUtl), Texts{});
+    EXPECT_EQ(Updated(kUtl), Texts{});
+    EXPECT_EQ(Inserted(kVlmUtl), Texts{});
+    EXPECT_EQ(NbBasesOuvertes(), 0);
+  }
+};
+
+TEST_F(GuardTest, TheSaveWritesOnNoRowOfAnotherName) {
+  for (const char* name : {"X'/**/OR/**/'A'='A", "B'&'OB", "NOM"}) {
+    platform.messages.clear();
+    UtlFound({{std::int32_t{1}, "ADMIN", Encoded("chef")}}, std::int32_t{1});
+    EXPECT_EQ(Save(std::string("base.mdb 0 12 ") + name + " 3 secret"), 1);
+    ExpectInterrupted("La recherche de l'utilisateur <" + std::string(name) + "> a trouvé la ligne d'un autre utilisateur.");
+  }
+}
+
+TEST_F(GuardTest, TheFormShowsNoPasswordOfAnotherName) {
+  for (const runtime::Variant& other : {runtime::Variant("ADMIN"), runtime::Variant(Null{}), runtime::Variant("DUPONT2"),
+                                        runtime::Variant("DUPÔNT"), runtime::Variant(" DUPONT")}) {
+    platform.messages.clear();
+    UtlFound({{std::int32_t{1}, other, Encoded("chef")}}, std::int32_t{1});
+    EXPECT_EQ(Execute("base.mdb 0 12 DUPONT 3"), 1);
+    ExpectInterrupted("La recherche de l'utilisateur <DUPONT> a trouvé la ligne d'un autre utilisateur.");
+    EXPECT_EQ(platform.runs, 0);
+  }
+}
+
+TEST_F(GuardTest, CaseAndTrailingBlanksDoNotMakeAnotherName) {
+  for (const char* stored : {"dupont", "DUPONT   ", "Dupont"}) {
+    provider.ClearCalls();
+    UtlFound({{std::int32_t{7}, stored, Encoded("old")}}, std::int32_t{7});
+    EXPECT_EQ(Save(), 0) << stored;
+    EXPECT_EQ(Updated(kUtl), Texts{"Nom=DUPONT MotPasse=" + Encoded("secret")});
+  }
+  provider.ClearCalls();
+  UtlFound({{std::int32_t{7}, "ÉLOÏSE", Encoded("old")}}, std::int32_t{7});
+  EXPECT_EQ(Save("base.mdb 0 12 \"Éloïse \" 3"), 0);
+  EXPECT_TRUE(platform.messages.empty());
+}
+
+TEST_F(GuardTest, ABlankNameIsRefusedBeforeTheDatabaseIsOpened) {
+  for (const char* name : {"\"\"", "\"   \""}) {
+    platform.messages.clear();
+    EXPECT_EQ(Save(std::string("base.mdb 0 12 ") + name + " 3 secret"), 1);
+    ExpectInterrupted("Le nom de l'utilisateur à créer (paramètre 4) est vide.");
+    EXPECT_EQ(provider.Count(RecordedCall::Kind::kOpen), 0U);
+  }
+}
+
+TEST_F(GuardTest, ANameOfMoreThan30CharactersIsRefusedBeforeTheDatabaseIsOpened) {
+  const std::pair<const char*, const char*> names[] = {{"ABCDEFGHIJKLMNOPQRSTUVWXYZ01234", "31"},
+                                                       {"ÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉ", "32"}};
+  for (const auto& [name, length] : names) {
+    platform.messages.clear();
+    EXPECT_EQ(Save(std::string("base.mdb 0 12 ") + name + " 3 secret"), 1);
+    ExpectInterrupted(std::string("Le nom de l'utilisateur à créer (paramètre 4) compte ") + length +
+                      " caractères ; il en tient 30 au plus.");
+    EXPECT_EQ(provider.Count(RecordedCall::Kind::kOpen), 0U);
+  }
+  platform.messages.clear();
+  EXPECT_EQ(Save("base.mdb 0 12 ÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉ 3 secret"), 0) << "30 are welcome";
+}
+
+TEST_F(FormTest, AReadOnlyDatabaseIsToldByNameBeforeTheFormIsShown) {
+  provider.SetProperty("READ-ONLY DATA SOURCE", true);
+  bool shown = true;
+  platform.onMessageBox = [&](const ShownMessage&) { shown = Form().shown; };
+  Start("\"data source=base.mdb;Jet OLEDB:Database Password=x;mode=read\" 0 12 DUPONT 3");
+  EXPECT_EQ(platform.messages,
+            (std::vector{ShownMessage{"La base <DATA SOURCE=BASE.MDB;JET OLEDB:DATABASE PASSWORD=***;MODE=READ> est en lecture seule : "
+                                      "l'utilisateur ne pourra pas y être enregistré.",
+                                      ui::kExclamation, "Base en lecture seule"}}));
+  EXPECT_FALSE(shown);
+  EXPECT_TRUE(Form().shown);
+}
+
+TEST_F(GuardTest, ADoubleQuoteIsRefusedAndNeverDropped) {
+  platform.whileRunning = [this] { Form().PressEnter(); };
+  LigneCommande("base.mdb 0 12 ALEX 3 secret", 4);
+  EXPECT_EQ(ExecuteProgramme(), 1);
+  ExpectInterrupted("Le paramètre 4 contient un guillemet (\"), qu'un paramètre ne peut pas contenir.");
+  platform.messages.clear();
+  EXPECT_EQ(Save("base.mdb 0 12 \"ALEX\" 3 sec\"ret"), 1);
+  ExpectInterrupted("Un guillemet (\") de la ligne de commande n'est pas fermé.");
+  EXPECT_EQ(provider.Count(RecordedCall::Kind::kOpen), 0U);
 }
 
 }  // namespace

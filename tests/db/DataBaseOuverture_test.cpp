@@ -137,6 +137,14 @@ TEST_F(DataBaseOuverture, AFailureIsShownAndGivesFalse) {
                                                           "Impossible d'ouvrir la base <VOLUMES>"}));
 }
 
+TEST_F(DataBaseOuverture, APasswordInTheNameIsNotShown) {
+  provider.FailOpen(-2147467259, "connexion refusée", 1);
+  EXPECT_FALSE(db.Ouvre("pwd = s ;DSN=VOLUMES;Password={a;b}", 3, true));
+  EXPECT_THAT(platform.messages, ElementsAre(ShownMessage{"La base est incorrecte. Erreur -2147467259 (connexion refusée)", 48,
+                                                          "Impossible d'ouvrir la base <pwd = ***;DSN=VOLUMES;Password=***>"}));
+  EXPECT_EQ(db.Nom(), "pwd = s ;DSN=VOLUMES;Password={a;b}");
+}
+
 TEST_F(DataBaseOuverture, AGenericFailureOnOracleReadsAsAWrongPassword) {
   provider.FailOpen(-2147467259, "ORA-01017", 1);
   EXPECT_FALSE(db.Ouvre("V", 2, true));

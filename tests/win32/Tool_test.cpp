@@ -36,6 +36,93 @@ TEST(Tool, ADataSourceThatNoOneKnowsIsNamedInTheLayersBox) {
   EXPECT_EQ(tool.Wait(), 1);
 }
 
+/// The named DLL is missing for the tool while this object lives (Wine's own setting for it).
+class MissingDll {
+ public:
+  explicit MissingDll(const wchar_t* name) : name_(name) {
+    RegSetKeyValueW(HKEY_CURRENT_USER, kOverrides, name, REG_SZ, L"", sizeof(wchar_t));
+  }
+  ~MissingDll() { RegDeleteKeyValueW(HKEY_CURRENT_USER, kOverrides, name_); }
+  MissingDll(const MissingDll&) = delete;
+  MissingDll& operator=(const MissingDll&) = delete;
+
+ private:
+  static constexpr const wchar_t* kOverrides = L"Software\\Wine\\AppDefaults\\tamlo.exe\\DllOverrides";
+  const wchar_t* name_;
+};
+
+TEST(Tool, WithoutADriverManagerTheLayersBoxSaysSo) {
+  const MissingDll missing(L"odbc32");
+  const ToolProcess tool(kTool, L"VOLUMES 4 1 b 2");
+  const HWND box = WaitForDialog(L"Impossible d'ouvrir la base <VOLUMES>");
+  ASSERT_NE(box, nullptr);
+  EXPECT_EQ(MessageTextOf(box),
+            L"La base est incorrecte. Erreur -2147467259 (Le gestionnaire ODBC de Windows (odbc32.dll) manque ou ne se charge pas)");
+  PostMessageW(box, WM_COMMAND, IDOK, 0);
+  EXPECT_EQ(tool.Wait(), 1);
+}
+
+TEST(Tool, ADoubleQuoteThatIsNotClosedIsRefused) {
+  for (const wchar_t* line : {L"V.MDB 0 12 DUPONT 3 AL\"EX", L"V.MDB 0 12 \"AL\\\"EX\" 3 x y z"}) {
+    const ToolProcess tool(kTool, line);
+    ExpectBox(tool, L"Programme interrompu", L"Un guillemet (\") de la ligne de commande n'est pas fermé.\n\nRien n'a été écrit.");
+  }
+}
+
+TEST_F(AccessVolumes, AUserThatTheSearchConfusesWithAnotherIsNotWritten) {
+  Start(L"12 MARTIN 3 Secret1");
+  Press(kOK);
+  EXPECT_EQ(tool_->Wait(), 0);
+  const std::string before = Rows();
+  Start(L"12 \"X' OR 'A'='A\" 3 pirate");
+  Press(kOK);
+  const HWND box = WaitForDialog(L"Programme interrompu");
+  ASSERT_NE(box, nullptr);
+  EXPECT_EQ(MessageTextOf(box),
+            L"La recherche de l'utilisateur <X' OR 'A'='A> a trouvé la ligne d'un autre utilisateur.\n\nRien n'a été écrit.");
+  PostMessageW(box, WM_COMMAND, IDOK, 0);
+  EXPECT_EQ(tool_->Wait(), 1);
+  EXPECT_EQ(Rows(), before);
+}
+
+TEST_F(AccessVolumes, TheEndOfTheSessionUnloadsTheForm) {
+  Start(L"12 DUPONT 3 secret");
+  EXPECT_NE(SendMessageW(form_, WM_QUERYENDSESSION, 0, 0), 0);
+  SendMessageW(form_, WM_ENDSESSION, TRUE, 0);
+  EXPECT_EQ(tool_->Wait(), 0);
+  EXPECT_EQ(Rows().find("DUPONT"), std::string::npos);
+}
+
+TEST_F(AccessVolumes, OtherProgramsOfTheUserMayNotReadTheToolsMemory) {
+  Start(L"12 DUPONT 3 secret");
+  const HANDLE process = OpenProcess(READ_CONTROL, FALSE, [this] {
+    DWORD id = 0;
+    GetWindowThreadProcessId(form_, &id);
+    return id;
+  }());
+  ASSERT_NE(process, nullptr);
+  alignas(SECURITY_DESCRIPTOR) char rights[1024];
+  DWORD size = 0;
+  ASSERT_TRUE(GetKernelObjectSecurity(process, DACL_SECURITY_INFORMATION, rights, sizeof rights, &size));
+  CloseHandle(process);
+  BOOL present = FALSE;
+  BOOL defaulted = FALSE;
+  PACL list = nullptr;
+  ASSERT_TRUE(GetSecurityDescriptorDacl(rights, &present, &list, &defaulted));
+  ASSERT_NE(list, nullptr);
+  ASSERT_EQ(list->AceCount, 3);
+  for (DWORD i = 0; i < list->AceCount; ++i) {
+    void* entry = nullptr;
+    ASSERT_TRUE(GetAce(list, i, &entry));
+    auto* const allowed = static_cast<ACCESS_ALLOWED_ACE*>(entry);
+    EXPECT_EQ(allowed->Header.AceType, ACCESS_ALLOWED_ACE_TYPE);
+    const bool privileged = IsWellKnownSid(&allowed->SidStart, WinLocalSystemSid) || IsWellKnownSid(&allowed->SidStart, WinBuiltinAdministratorsSid);
+    EXPECT_TRUE(privileged || (allowed->Mask & (PROCESS_VM_READ | PROCESS_DUP_HANDLE | WRITE_DAC)) == 0) << i;
+  }
+  PostMessageW(form_, WM_CLOSE, 0, 0);
+  EXPECT_EQ(tool_->Wait(), 0);
+}
+
 TEST_F(AccessVolumes, ANewUserIsSavedAndItsPasswordReadBack) { SavesANewUserAndReadsItsPasswordBack(); }
 
 TEST_F(AccessVolumes, TheDialogShowsWhatItWasGiven) {

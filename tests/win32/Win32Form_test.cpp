@@ -242,6 +242,103 @@ TEST_F(Win32FormTest, TheCloseBoxUnloadsOnce) {
   EXPECT_FALSE(IsWindowVisible(window_));
 }
 
+TEST_F(Win32FormTest, TheEndOfTheSessionUnloadsOnceAndIsNotHeldUp) {
+  Show();
+  EXPECT_NE(SendMessageW(window_, WM_QUERYENDSESSION, 0, 0), 0);
+  SendMessageW(window_, WM_ENDSESSION, FALSE, 0);
+  EXPECT_EQ(log_, "+secret ") << "another program held it up";
+  SendMessageW(window_, WM_ENDSESSION, TRUE, 0);
+  EXPECT_EQ(log_, "+secret unload ");
+  SendMessageW(window_, WM_CLOSE, 0, 0);
+  EXPECT_EQ(log_, "+secret unload ");
+  platform_->Run();
+}
+
+/// Another size of the user's message texts, in hundredths of the usual one, put back at the end.
+class TextSize {
+ public:
+  explicit TextSize(int hundredths) {
+    before_.cbSize = sizeof before_;
+    SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof before_, &before_, 0);
+    NONCLIENTMETRICSW larger = before_;
+    larger.lfMessageFont.lfHeight = MulDiv(-12, hundredths, 100);
+    Set(larger);
+  }
+  ~TextSize() { Set(before_); }
+  TextSize(const TextSize&) = delete;
+  TextSize& operator=(const TextSize&) = delete;
+
+ private:
+  static void Set(NONCLIENTMETRICSW& metrics) { SystemParametersInfoW(SPI_SETNONCLIENTMETRICS, sizeof metrics, &metrics, 0); }
+  NONCLIENTMETRICSW before_{};
+};
+
+/// The size that a window's text needs in its own font, on lines of its own width.
+SIZE Needed(HWND window, bool wraps) {
+  RECT client{};
+  GetClientRect(window, &client);
+  const HDC device = GetDC(window);
+  const HGDIOBJ before = SelectObject(device, reinterpret_cast<HFONT>(SendMessageW(window, WM_GETFONT, 0, 0)));
+  DrawTextW(device, TextOf(window).c_str(), -1, &client, DT_CALCRECT | (wraps ? DT_WORDBREAK : DT_SINGLELINE));
+  SelectObject(device, before);
+  ReleaseDC(window, device);
+  return {client.right, client.bottom};
+}
+
+RECT ClientOf(HWND window) {
+  RECT client{};
+  GetClientRect(window, &client);
+  return client;
+}
+
+TEST_F(Win32FormTest, TextsStandWholeAtEverySizeOfTheUsersTexts) {
+  label_->Caption("Confirmation du mot de passe");
+  Show();
+  const LONG usual = ClientOf(window_).right;
+  for (const int hundredths : {100, 125, 150, 200, 225, 300, 500}) {
+    const TextSize size(hundredths);
+    SendMessageW(window_, WM_SETTINGCHANGE, SPI_SETNONCLIENTMETRICS, 0);
+    for (const HWND button : {OkWindow(), CancelWindow()}) {
+      EXPECT_LE(Needed(button, false).cx + 8, ClientOf(button).right) << hundredths;
+      EXPECT_LE(Needed(button, false).cy + 2, ClientOf(button).bottom) << hundredths;
+    }
+    EXPECT_LE(Needed(Item(4), true).cx, ClientOf(Item(4)).right) << hundredths;
+    EXPECT_LE(Needed(Item(4), true).cy, ClientOf(Item(4)).bottom) << hundredths;
+    EXPECT_LE(Needed(NameWindow(), false).cy, ClientOf(NameWindow()).bottom) << hundredths;
+    RECT work{};
+    SystemParametersInfoW(SPI_GETWORKAREA, 0, &work, 0);
+    RECT outer{};
+    GetWindowRect(window_, &outer);
+    EXPECT_LE(outer.right - outer.left, work.right - work.left) << hundredths;
+    EXPECT_LE(outer.bottom - outer.top, work.bottom - work.top) << hundredths;
+    if (hundredths == 100) EXPECT_EQ(ClientOf(window_).right, usual);
+    if (hundredths >= 225) EXPECT_GT(ClientOf(window_).right, usual) << hundredths;
+    // A form made now is as large from the start: that is the size that it is centred with.
+    const auto other = platform_->CreateForm(6150, 3090);
+    Label& same = other->AddLabel("label", {120, 400, 2385, 480});
+    same.Caption("Confirmation du mot de passe");
+    EXPECT_GE(other->Width(), 6150) << hundredths;
+  }
+  SendMessageW(window_, WM_SETTINGCHANGE, SPI_SETNONCLIENTMETRICS, 0);
+  EXPECT_EQ(ClientOf(window_).right, usual);
+}
+
+TEST_F(Win32FormTest, ACharacterOfCode0StandsAsOneThatTheBoxCanHold) {
+  secret_->Text(std::string("a\0b", 3));
+  EXPECT_EQ(secret_->Text(), "a\xEF\xBF\xBD" "b");
+}
+
+TEST_F(Win32FormTest, AMessageBoxWithTwoButtonsTellsWhichOneWasPressed) {
+  for (const int button : {IDOK, IDCANCEL}) {
+    std::thread operatorThread([&] {
+      const HWND box = tests::WaitForDialog(L"Mot de passe");
+      PostMessageW(box, WM_COMMAND, static_cast<WPARAM>(button), 0);
+    });
+    EXPECT_EQ(platform_->MessageBox("Enregistrer ?", kExclamation | kOkCancel, "Mot de passe"), button == IDOK ? kOk : kCancel);
+    operatorThread.join();
+  }
+}
+
 TEST_F(Win32FormTest, AClickThatGivesTheFocusKeepsASelectionMadeThen) {
   Show();
   name_->Text("DUPONT");

@@ -25,6 +25,7 @@ namespace tamlo::ui::qt {
 namespace {
 
 constexpr std::int16_t kIconMask = 0x70;
+constexpr std::int16_t kButtonsMask = 0x0F;
 
 QString FromText(const std::string& text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
 
@@ -100,13 +101,16 @@ class QtPlatform : public Platform {
     const QPointer<QWidget> form = QApplication::activeWindow();
     QMessageBox box(IconOf(buttons), FromText(title), FromText(text), QMessageBox::NoButton, form);
     box.setTextFormat(Qt::PlainText);
-    box.setDefaultButton(qobject_cast<QPushButton*>(box.addButton("OK", QMessageBox::AcceptRole)));
+    const QAbstractButton* const ok = box.addButton("OK", QMessageBox::AcceptRole);
+    box.setDefaultButton(qobject_cast<QPushButton*>(box.buttons().constFirst()));
+    if ((buttons & kButtonsMask) == kOkCancel) box.setEscapeButton(box.addButton("Annuler", QMessageBox::RejectRole));
     CopyOnRequest(box);
     box.exec();
+    const bool accepted = (buttons & kButtonsMask) != kOkCancel || box.clickedButton() == ok;
     // A window manager would give the keyboard back by itself; there need not be one.
     if (form) form->activateWindow();
     if (waiting) SetPointer(Pointer::kHourglass);
-    return kOk;
+    return accepted ? kOk : kCancel;
   }
 
   void SetPointer(Pointer pointer) override {

@@ -1,6 +1,7 @@
 #include "ui/win32/Win32Controls.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "ui/Twips.h"
@@ -41,17 +42,28 @@ Selection SelectionOf(HWND window) {
   return selection;
 }
 
-}  // namespace
-
-RECT ControlWindow::PixelPlace(UINT dotsPerInch) const {
-  const auto pixels = [dotsPerInch](std::int16_t twips) { return static_cast<LONG>(ToPixels(twips, dotsPerInch)); };
-  const LONG left = pixels(place_.left);
-  const LONG top = pixels(place_.top);
-  return {left, top, left + pixels(place_.width), top + pixels(place_.height)};
+/// The size of a text on a device: on one line, or on as many as a width makes of it.
+SIZE SizeOf(HDC device, const std::wstring& text, LONG width = 0) {
+  RECT place{0, 0, width, 0};
+  DrawTextW(device, text.c_str(), -1, &place, DT_CALCRECT | (width == 0 ? UINT{DT_SINGLELINE} : UINT{DT_WORDBREAK}));
+  return {place.right, place.bottom};
 }
 
-void ControlWindow::PlaceAt(UINT dotsPerInch, HFONT font, HWND behind) {
-  const RECT place = PixelPlace(dotsPerInch);
+/// What a frame and the room inside of it take of a length.
+LONG FrameOf(const Measure& measure) { return 2 * GetSystemMetricsForDpi(SM_CXEDGE, measure.dotsPerInch); }
+
+}  // namespace
+
+LONG Measure::Pixels(std::int16_t twips) const { return std::lround(ToPixels(twips, dotsPerInch) * growth); }
+
+RECT ControlWindow::PixelPlace(const Measure& measure) const {
+  const LONG left = measure.Pixels(place_.left);
+  const LONG top = measure.Pixels(place_.top);
+  return {left, top, left + measure.Pixels(place_.width), top + measure.Pixels(place_.height)};
+}
+
+void ControlWindow::PlaceAt(const Measure& measure, HFONT font, HWND behind) {
+  const RECT place = PixelPlace(measure);
   SendMessageW(window_, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
   SetWindowPos(window_, behind, place.left, place.top, place.right - place.left, place.bottom - place.top, SWP_NOACTIVATE | SWP_SHOWWINDOW);
 }
@@ -68,6 +80,8 @@ LRESULT CALLBACK Win32TextBox::Procedure(HWND window, UINT message, WPARAM wPara
 
 void Win32TextBox::Text(const std::string& text) {
   std::wstring wide = ToWide(text);
+  // The native box ends a text at a character of code 0: what came after it would be gone unseen.
+  std::replace(wide.begin(), wide.end(), L'\0', L'\xFFFD');
   if (maxLength_ > 0) wide.resize(UnitsOf(wide, maxLength_));
   SetWindowTextW(window_, wide.c_str());
 }
@@ -91,6 +105,23 @@ HBRUSH Win32TextBox::Background(HDC device) {
   SetTextColor(device, light ? RGB(0, 0, 0) : RGB(255, 255, 255));
   SetBkColor(device, color_);
   return brush_.Get();
+}
+
+bool Win32TextBox::Fits(const Measure& measure, HDC device) const {
+  // Its text scrolls to the side, not up.
+  return SizeOf(device, L"Ég").cy <= measure.Pixels(place_.height) - FrameOf(measure);
+}
+
+bool Win32Button::Fits(const Measure& measure, HDC device) const {
+  const SIZE text = SizeOf(device, WindowText(window_));
+  const LONG frame = FrameOf(measure);
+  return text.cx <= measure.Pixels(place_.width) - 2 * frame && text.cy <= measure.Pixels(place_.height) - frame;
+}
+
+bool Win32Label::Fits(const Measure& measure, HDC device) const {
+  const LONG width = measure.Pixels(place_.width);
+  const SIZE text = SizeOf(device, WindowText(window_), width);
+  return text.cx <= width && text.cy <= measure.Pixels(place_.height);
 }
 
 void Win32TextBox::Password(bool on) {
@@ -152,16 +183,15 @@ void Win32Button::Cancel(bool on) {
 Win32Label::Win32Label(ControlHost& host, HWND form, WORD id, Rectangle place)
     : Win32Control(host, MakeWindow(form, WC_STATICW, SS_LEFT, 0, id), place) {}
 
-void Win32Label::PlaceAt(UINT dotsPerInch, HFONT font, HWND behind) {
+void Win32Label::PlaceAt(const Measure& measure, HFONT font, HWND behind) {
   // The text stands in the middle of its place, on as many lines as it needs.
-  const RECT place = PixelPlace(dotsPerInch);
-  RECT text{0, 0, place.right - place.left, 0};
+  const RECT place = PixelPlace(measure);
   const HDC device = GetDC(window_);
   const HGDIOBJ before = SelectObject(device, font);
-  DrawTextW(device, WindowText(window_).c_str(), -1, &text, DT_CALCRECT | DT_WORDBREAK);
+  const SIZE text = SizeOf(device, WindowText(window_), place.right - place.left);
   SelectObject(device, before);
   ReleaseDC(window_, device);
-  const LONG height = std::min(text.bottom, place.bottom - place.top);
+  const LONG height = std::min(text.cy, place.bottom - place.top);
   SendMessageW(window_, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
   SetWindowPos(window_, behind, place.left, place.top + (place.bottom - place.top - height) / 2, place.right - place.left, height,
                SWP_NOACTIVATE | SWP_SHOWWINDOW);

@@ -15,6 +15,15 @@ class ControlHost {
   virtual ~ControlHost() = default;
   virtual void FocusReached(ControlWindow& control) = 0;
   virtual void TipChanged(ControlWindow& control, const std::wstring& text) = 0;
+  /// A text that must show whole is another one.
+  virtual void CaptionChanged() = 0;
+};
+
+/// How places in twips become pixels: the screen's dots an inch and the form's growth.
+struct Measure {
+  UINT dotsPerInch = USER_DEFAULT_SCREEN_DPI;
+  double growth = 1;
+  [[nodiscard]] LONG Pixels(std::int16_t twips) const;
 };
 
 /// The native side of a control: its window, its place in twips, what it draws with. The window goes with the form's,
@@ -32,9 +41,11 @@ class ControlWindow {
   /// The contract's object.
   [[nodiscard]] virtual Control& AsControl() noexcept = 0;
 
-  /// Puts the window at its place on a screen of that many dots an inch, behind another in tab order, gives it the font
-  /// and shows it.
-  virtual void PlaceAt(UINT dotsPerInch, HFONT font, HWND behind);
+  /// Puts the window at its place by that measure, behind another in tab order, gives it the font and shows it.
+  virtual void PlaceAt(const Measure& measure, HFONT font, HWND behind);
+  /// Whether all of its text that does not scroll shows at its place. The device, which is of the window's screen, has the
+  /// font.
+  [[nodiscard]] virtual bool Fits(const Measure& measure, HDC device) const = 0;
   /// The brush of the background and its colours put into the device; none: the system's own.
   [[nodiscard]] virtual HBRUSH Background(HDC /*device*/) { return nullptr; }
   /// The user pressed it (its command reached the form).
@@ -45,7 +56,7 @@ class ControlWindow {
   [[nodiscard]] virtual bool NeedsSpokenName() const noexcept { return false; }
 
  protected:
-  [[nodiscard]] RECT PixelPlace(UINT dotsPerInch) const;
+  [[nodiscard]] RECT PixelPlace(const Measure& measure) const;
 
   ControlHost& host_;
   HWND window_;
@@ -87,6 +98,7 @@ class Win32TextBox : public Win32Control<TextBox> {
   std::int16_t SelectionLength() const override;
 
   HBRUSH Background(HDC device) override;
+  bool Fits(const Measure& measure, HDC device) const override;
   void Focused() override;
   bool NeedsSpokenName() const noexcept override { return true; }
 
@@ -106,7 +118,11 @@ class Win32Button : public Win32Control<Button> {
  public:
   Win32Button(ControlHost& host, HWND form, WORD id, Rectangle place, CancelButton& cancel);
 
-  void Caption(const std::string& text) override { SetWindowTextW(window_, ToWide(text).c_str()); }
+  void Caption(const std::string& text) override {
+    SetWindowTextW(window_, ToWide(text).c_str());
+    host_.CaptionChanged();
+  }
+  bool Fits(const Measure& measure, HDC device) const override;
   void Default(bool on) override;
   void Cancel(bool on) override;
   void Pressed() override {
@@ -121,10 +137,14 @@ class Win32Label : public Win32Control<Label> {
  public:
   Win32Label(ControlHost& host, HWND form, WORD id, Rectangle place);
 
-  void Caption(const std::string& text) override { SetWindowTextW(window_, ToWide(text).c_str()); }
+  void Caption(const std::string& text) override {
+    SetWindowTextW(window_, ToWide(text).c_str());
+    host_.CaptionChanged();
+  }
+  bool Fits(const Measure& measure, HDC device) const override;
   void Buddy(Control& control) override { buddy_ = &control; }
   [[nodiscard]] Control* BuddyControl() const noexcept { return buddy_; }
-  void PlaceAt(UINT dotsPerInch, HFONT font, HWND behind) override;
+  void PlaceAt(const Measure& measure, HFONT font, HWND behind) override;
 
  private:
   Control* buddy_ = nullptr;

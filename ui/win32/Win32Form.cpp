@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "ui/EventBorder.h"
+#include "ui/Growth.h"
 #include "ui/Twips.h"
 #include "ui/win32/Win32Controls.h"
 
@@ -27,11 +28,12 @@ std::vector<HWND>& OpenForms() {
   return forms;
 }
 
-/// The font that the user chose for messages, at a resolution.
-DrawingObject<HFONT> MessageFont(UINT dotsPerInch) {
+/// The font that the user chose for messages, at a resolution, made smaller by a factor.
+DrawingObject<HFONT> MessageFont(UINT dotsPerInch, double factor) {
   NONCLIENTMETRICSW metrics{};
   metrics.cbSize = sizeof metrics;
   SystemParametersInfoForDpi(SPI_GETNONCLIENTMETRICS, sizeof metrics, &metrics, 0, dotsPerInch);
+  metrics.lfMessageFont.lfHeight = static_cast<LONG>(metrics.lfMessageFont.lfHeight * factor);
   return DrawingObject<HFONT>(CreateFontIndirectW(&metrics.lfMessageFont));
 }
 
@@ -105,6 +107,44 @@ class Win32Form : public Form, public ControlHost {
     GetWindowRect(window_, &place);
     return place;
   }
+  Measure CurrentMeasure() const { return {dpi_, growth_.places}; }
+
+  /// The largest growth at which the window stays on the screen.
+  double GreatestGrowth() const {
+    MONITORINFO monitor{};
+    monitor.cbSize = sizeof monitor;
+    GetMonitorInfoW(MonitorFromWindow(window_, MONITOR_DEFAULTTONEAREST), &monitor);
+    const RECT frame = FrameFor({0, 0, 0, 0});
+    const double width = monitor.rcWork.right - monitor.rcWork.left - (frame.right - frame.left);
+    const double height = monitor.rcWork.bottom - monitor.rcWork.top - (frame.bottom - frame.top);
+    return std::min(width / ToPixels(clientWidth_, dpi_), height / ToPixels(clientHeight_, dpi_));
+  }
+
+  RECT FrameFor(RECT client) const {
+    AdjustWindowRectExForDpi(&client, static_cast<DWORD>(GetWindowLongPtrW(window_, GWL_STYLE)), FALSE,
+                             static_cast<DWORD>(GetWindowLongPtrW(window_, GWL_EXSTYLE)), dpi_);
+    return client;
+  }
+
+  bool TextsFit(const Growth& growth) const {
+    const DrawingObject<HFONT> font = MessageFont(dpi_, growth.texts);
+    const HDC device = GetDC(window_);
+    const HGDIOBJ before = SelectObject(device, font.Get());
+    const Measure measure{dpi_, growth.places};
+    const bool fit = std::all_of(controls_.begin(), controls_.end(), [&](const auto& control) { return control->Fits(measure, device); });
+    SelectObject(device, before);
+    ReleaseDC(window_, device);
+    return fit;
+  }
+
+  /// Gives the window the size that the texts need in the user's font.
+  void Grow() {
+    growth_ = FindGrowth(GreatestGrowth(), [this](const Growth& growth) { return TextsFit(growth); });
+    Resize();
+  }
+
+  void CaptionChanged() override { Grow(); }
+
   WORD NextId() const { return static_cast<WORD>(kFirstControl + controls_.size()); }
 
   template <typename Wrapper>
@@ -127,19 +167,17 @@ class Win32Form : public Form, public ControlHost {
 
   /// Gives the window the size that its client area asks for at its resolution.
   void Resize() {
-    RECT place{0, 0, ToPixels(clientWidth_, dpi_), ToPixels(clientHeight_, dpi_)};
-    AdjustWindowRectExForDpi(&place, static_cast<DWORD>(GetWindowLongPtrW(window_, GWL_STYLE)), FALSE,
-                             static_cast<DWORD>(GetWindowLongPtrW(window_, GWL_EXSTYLE)), dpi_);
+    const RECT place = FrameFor({0, 0, CurrentMeasure().Pixels(clientWidth_), CurrentMeasure().Pixels(clientHeight_)});
     SetWindowPos(window_, nullptr, 0, 0, place.right - place.left, place.bottom - place.top, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
   }
 
   /// Places the controls and stacks their windows in tab order. A label stands right before its buddy: that is where its
   /// accelerator leads and whose name it gives.
   void Layout() {
-    DrawingObject<HFONT> font = MessageFont(dpi_);
+    DrawingObject<HFONT> font = MessageFont(dpi_, growth_.texts);
     HWND behind = HWND_TOP;
     const auto place = [&](ControlWindow& control) {
-      control.PlaceAt(dpi_, font.Get(), behind);
+      control.PlaceAt(CurrentMeasure(), font.Get(), behind);
       behind = control.Window();
     };
     std::vector<ControlWindow*> others;
@@ -268,10 +306,21 @@ class Win32Form : public Form, public ControlHost {
         const auto* place = reinterpret_cast<const RECT*>(lParam);
         dpi_ = HIWORD(wParam);
         SetWindowPos(window_, nullptr, place->left, place->top, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
-        Resize();
+        Grow();
         Layout();
         return TRUE;
       }
+      case WM_SETTINGCHANGE:
+        // The user's text size, perhaps.
+        border_.Guard([this] {
+          Grow();
+          if (font_.Get() != nullptr) Layout();
+        });
+        return FALSE;
+      case WM_ENDSESSION:
+        // The system ends the process as soon as it has its answer.
+        if (wParam != 0) border_.Guard([this] { Unload(); });
+        return TRUE;
       default:
         return FALSE;
     }
@@ -291,6 +340,7 @@ class Win32Form : public Form, public ControlHost {
   std::int16_t clientWidth_;
   std::int16_t clientHeight_;
   HWND window_ = nullptr;
+  Growth growth_;
   UINT dpi_ = USER_DEFAULT_SCREEN_DPI;  // of the monitor that the window is on
   HWND tips_ = nullptr;                 // owned by the window
   std::map<const ControlWindow*, std::wstring> tipTexts_;

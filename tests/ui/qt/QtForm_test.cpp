@@ -25,6 +25,72 @@ TEST_F(QtFormTest, ControlsStandAtTheirPlacesByTheScreensDots) {
   EXPECT_EQ(Find("label").geometry(), Pixels({120, 1000, 2385, 480}));
 }
 
+/// Another font of the user's while it lives.
+class UserFont {
+ public:
+  explicit UserFont(double points) : before_(QApplication::font()) {
+    QFont font = before_;
+    font.setPointSizeF(points);
+    QApplication::setFont(font);
+    QCoreApplication::sendPostedEvents();
+  }
+  ~UserFont() {
+    QApplication::setFont(before_);
+    QCoreApplication::sendPostedEvents();
+  }
+  UserFont(const UserFont&) = delete;
+  UserFont& operator=(const UserFont&) = delete;
+
+ private:
+  QFont before_;
+};
+
+TEST_F(QtFormTest, TextsStandWholeAtEverySizeOfTheUsersFont) {
+  label.Caption("Confirmation du mot de passe");
+  Show();
+  const QSize usual = Window().size();
+  for (const double points : {9.0, 10.0, 13.5, 15.0, 20.0, 22.5, 30.0, 60.0}) {
+    const UserFont font(points);
+    const QFontMetrics metrics = Find("ok").fontMetrics();
+    for (const char* button : {"ok", "cancel"}) {
+      const QSize text = metrics.size(Qt::TextShowMnemonic, Find<QPushButton>(button).text());
+      EXPECT_LE(text.width() + 8, Find(button).width()) << button << " " << points;
+      EXPECT_LE(metrics.capHeight() + metrics.descent() + 4, Find(button).height()) << button << " " << points;
+    }
+    auto& shown = Find<QLabel>("label");
+    EXPECT_LE(shown.heightForWidth(shown.width()), shown.height()) << points;
+    EXPECT_LE(metrics.capHeight() + metrics.descent() + 4, Find("first").height()) << points;
+    const QSize screen = QGuiApplication::primaryScreen()->availableGeometry().size();
+    EXPECT_LE(Window().width(), screen.width()) << points;
+    EXPECT_LE(Window().height(), screen.height()) << points;
+    EXPECT_EQ(Window().minimumSize(), Window().maximumSize());
+    if (points <= 9) EXPECT_EQ(Window().size(), usual) << "the prescribed places";
+    if (points >= 20) EXPECT_GT(Window().width(), usual.width()) << points;
+    // The places keep their proportions.
+    EXPECT_NEAR(Find("ok").x() * 1.0 / Window().width(), 3300.0 / 6150, 0.01) << points;
+    EXPECT_NEAR(Find("first").y() * 1.0 / Window().height(), 1080.0 / 3090, 0.01) << points;
+  }
+  EXPECT_EQ(Window().size(), usual);
+}
+
+TEST_F(QtFormTest, TheSizeToCentreTheFormWithIsTheGrownOne) {
+  const std::int16_t usual = form->Width();
+  const UserFont font(22.5);
+  const auto large = Session().CreateForm(6150, 3090);
+  large->AddButton("wide", {4710, 2640, 1320, 330}).Caption("&Annuler");
+  EXPECT_GT(large->Width(), usual + 600);
+}
+
+TEST_F(QtFormTest, ABoxCountsCharactersAndNotUnits) {
+  name.MaxLength(3);
+  name.Text("𝔄𝔅ℭ𝔇");
+  EXPECT_EQ(name.Text(), "𝔄𝔅ℭ");
+  name.MaxLength(2);
+  EXPECT_EQ(name.Text(), "𝔄𝔅");
+  name.Text("abc");
+  EXPECT_EQ(name.Text(), "ab");
+}
+
 TEST_F(QtFormTest, TheWindowHasAFixedSizeATitleAndACloseBox) {
   Show();
   const QSize size = Pixels({0, 0, 6150, 3090}).size();

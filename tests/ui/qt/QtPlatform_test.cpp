@@ -137,6 +137,17 @@ TEST_F(QtPlatformTest, AMessageBoxIsModalWithItsIconAndPlainText) {
   EXPECT_EQ(answer, kOk);
 }
 
+TEST_F(QtPlatformTest, AMessageBoxWithTwoButtonsTellsWhichOneWasPressed) {
+  Show();
+  std::int16_t answer = 0;
+  const SeenBox seen = ShowBox("Enregistrer ?", kExclamation | kOkCancel, "Mot de passe", Qt::Key_Return, &answer);
+  EXPECT_EQ(seen.icon, QMessageBox::Warning);
+  EXPECT_EQ(seen.buttons, (QStringList{"OK", "Annuler"}));
+  EXPECT_EQ(answer, kOk);
+  static_cast<void>(ShowBox("Enregistrer ?", kExclamation | kOkCancel, "Mot de passe", Qt::Key_Escape, &answer));
+  EXPECT_EQ(answer, kCancel);
+}
+
 TEST_F(QtPlatformTest, AMessageBoxGivesItsTextToTheClipboard) {
   Show();
   std::int16_t answer = 0;
