@@ -311,8 +311,12 @@ TEST_F(Win32FormTest, TextsStandWholeAtEverySizeOfTheUsersTexts) {
     GetWindowRect(window_, &outer);
     EXPECT_LE(outer.right - outer.left, work.right - work.left) << hundredths;
     EXPECT_LE(outer.bottom - outer.top, work.bottom - work.top) << hundredths;
-    if (hundredths == 100) EXPECT_EQ(ClientOf(window_).right, usual);
-    if (hundredths >= 225) EXPECT_GT(ClientOf(window_).right, usual) << hundredths;
+    if (hundredths == 100) {
+      EXPECT_EQ(ClientOf(window_).right, usual);
+    }
+    if (hundredths >= 225) {
+      EXPECT_GT(ClientOf(window_).right, usual) << hundredths;
+    }
     // A form made now is as large from the start: that is the size that it is centred with.
     const auto other = platform_->CreateForm(6150, 3090);
     Label& same = other->AddLabel("label", {120, 400, 2385, 480});

@@ -64,8 +64,12 @@ TEST_F(QtFormTest, TextsStandWholeAtEverySizeOfTheUsersFont) {
     EXPECT_LE(Window().width(), screen.width()) << points;
     EXPECT_LE(Window().height(), screen.height()) << points;
     EXPECT_EQ(Window().minimumSize(), Window().maximumSize());
-    if (points <= 9) EXPECT_EQ(Window().size(), usual) << "the prescribed places";
-    if (points >= 20) EXPECT_GT(Window().width(), usual.width()) << points;
+    if (points <= 9) {
+      EXPECT_EQ(Window().size(), usual) << "the prescribed places";
+    }
+    if (points >= 20) {
+      EXPECT_GT(Window().width(), usual.width()) << points;
+    }
     // The places keep their proportions.
     EXPECT_NEAR(Find("ok").x() * 1.0 / Window().width(), 3300.0 / 6150, 0.01) << points;
     EXPECT_NEAR(Find("first").y() * 1.0 / Window().height(), 1080.0 / 3090, 0.01) << points;
