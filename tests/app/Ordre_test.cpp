@@ -58,11 +58,12 @@ TEST_F(OrderTest, TheHourglassStandsWhileTheStoredPasswordIsRead) {
   EXPECT_EQ(pointer, ui::Pointer::kHourglass);
 }
 
-TEST_F(OrderTest, TheStoredPasswordIsLookedUpByTheNameAsGivenNotAsTheBoxCutsIt) {
+TEST_F(OrderTest, ANameThatTheBoxWouldCutIsLookedUpNeitherAsGivenNorAsCut) {
   const std::string name = "abcdefghijklmnopqrstuvwxyz0123456789";
-  Start("base.mdb 0 12 " + name + " 3");
-  EXPECT_EQ(Box("txtNom").Text(), name.substr(0, 30));
-  EXPECT_EQ(OwnSources(), Texts{"SELECT * FROM UTL WHERE NOM='" + name + "'"});
+  EXPECT_EQ(Execute("base.mdb 0 12 " + name + " 3"), 1);
+  EXPECT_EQ(OwnSources(), Texts{});
+  EXPECT_EQ(Execute("base.mdb 0 12 " + name.substr(0, 30) + " 3"), 0);
+  EXPECT_EQ(OwnSources(), Texts{"SELECT * FROM UTL WHERE NOM='" + name.substr(0, 30) + "'"});
 }
 
 TEST_F(OrderTest, TheDatabaseIsClosedBeforeTheCodeTableIsErased) {
