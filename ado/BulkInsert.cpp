@@ -27,21 +27,29 @@ class RowByRow final : public ProviderBulkInsert {
         if (!row[i].IsEmpty()) fields_[i]->Value(row[i]);
       }
       recordset_.Update();
+      ++stored_;
     } catch (runtime::Error& error) {
+      inDoubt_ = inDoubt_ || error.SqlState().starts_with("08");
       if (recordset_.IsOpen()) recordset_.CancelUpdate();
       refused_ = recordset_.IsOpen() ? rows_ : 0;
-      throw error.WithContext("ligne " + std::to_string(rows_));
+      throw error.WithContext("ligne " + std::to_string(before_ + rows_));
     }
   }
 
   void Flush() override {}
   [[nodiscard]] std::int64_t RefusedRow() const override { return refused_; }
+  // Whether the row that failed is there nobody tells, unless its error is one of a value or a key.
+  [[nodiscard]] StoredRows Stored() const override { return {stored_, stored_ + (inDoubt_ ? 1 : 0)}; }
+  void RowsBefore(std::int64_t rows) override { before_ = rows; }
 
  private:
   Recordset recordset_;
   std::vector<Field*> fields_;  // of recordset_, by column
   std::int64_t rows_ = 0;
   std::int64_t refused_ = 0;
+  std::int64_t before_ = 0;
+  std::int64_t stored_ = 0;
+  bool inDoubt_ = false;
 };
 
 }  // namespace
@@ -60,6 +68,8 @@ void BulkInsert::Add(std::span<const Variant> row) {
 }
 
 void BulkInsert::Flush() { provider_->Flush(); }
+StoredRows BulkInsert::Stored() const { return provider_->Stored(); }
+void BulkInsert::RowsBefore(std::int64_t rows) { provider_->RowsBefore(rows); }
 
 std::int64_t BulkInsert::RefusedRow() const noexcept { return provider_->RefusedRow(); }
 

@@ -33,6 +33,11 @@ class BulkInsert {
   /// and it is not; those behind it are held back. 0 when the error was none of a row (connection, lock, disk): what is stored then is what
   /// the backend has kept.
   [[nodiscard]] std::int64_t RefusedRow() const noexcept;
+  /// How many of the rows taken are in the table: those held back are not. After the loss of the connection the rows of the batch that was on
+  /// its way may be there; what was written inside a transaction of the caller's is not. Flush and Add then raise the first error again.
+  [[nodiscard]] StoredRows Stored() const;
+  /// Errors number the rows from behind so many, for a work that goes on where another ended. Before the first Add.
+  void RowsBefore(std::int64_t rows);
   /// Rows taken so far.
   [[nodiscard]] std::int64_t RowsAdded() const noexcept { return rows_; }
 

@@ -46,7 +46,8 @@ void Connection::Open(const std::string& connectionString, const std::string& us
   state_->connectionString = connectionString;
   if (!userId.empty()) state_->userId = userId;
   if (!password.empty()) state_->password = password;
-  OpenRequest request{state_->provider, connectionString, state_->userId, state_->password, state_->registeredOnly};
+  OpenRequest request{state_->provider, connectionString, state_->userId, state_->password, state_->registeredOnly,
+                      state_->connectionTimeout};
   const runtime::WipedAtEnd wipe(request.password);
   const runtime::WipedAtEnd wipeString(request.connectionString);
   state_->native = factory(request);
@@ -84,6 +85,13 @@ void Transaction::Rollback() noexcept {
     });
   }
   ended_ = true;
+}
+
+std::int32_t Connection::ConnectionTimeout() const noexcept { return state_->connectionTimeout; }
+void Connection::ConnectionTimeout(std::int32_t seconds) {
+  if (state_->native) throw AdoError(runtime::kObjectOpen);
+  if (seconds < 0) throw runtime::Error(runtime::kInvalidArgument);
+  state_->connectionTimeout = seconds;
 }
 
 std::int32_t Connection::CommandTimeout() const noexcept { return state_->commandTimeout; }

@@ -24,6 +24,7 @@ struct ConnectionState {
   std::string userId;
   std::string password;
   bool registeredOnly = false;
+  std::int32_t connectionTimeout = 15;
   std::int32_t commandTimeout = 30;
   CursorLocation cursorLocation = adUseServer;
   std::unique_ptr<ProviderConnection> native;  ///< null when closed

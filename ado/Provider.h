@@ -105,6 +105,9 @@ class ProviderBulkInsert {
   virtual void Flush() = 0;
   /// Number (from 1) of the row that the last failing call was about; 0 when its error was none of a row.
   [[nodiscard]] virtual std::int64_t RefusedRow() const { return 0; }
+  [[nodiscard]] virtual StoredRows Stored() const = 0;
+  /// Errors number the rows from behind so many that stand before the first one.
+  virtual void RowsBefore(std::int64_t rows) = 0;
 };
 
 class ProviderConnection {
@@ -143,6 +146,7 @@ struct OpenRequest {
   std::string userId;
   std::string password;  ///< wiped by whoever made the request
   bool registeredOnly = false;  ///< see Connection::RegisteredOnly
+  std::int32_t timeoutSeconds = 0;  ///< for the attempt to connect; 0 is without limit
 };
 
 using ProviderFactory = std::function<std::unique_ptr<ProviderConnection>(const OpenRequest&)>;

@@ -83,6 +83,12 @@ constexpr std::int32_t adExecuteNoRecords = 128;
   return type == adLongVarChar || type == adLongVarWChar || type == adLongVarBinary;
 }
 
+/// How many of the rows that were given to be written are in the table. The two differ when the answer to the last batch was lost.
+struct StoredRows {
+  std::int64_t atLeast = 0;
+  std::int64_t atMost = 0;
+};
+
 /// Gives the next bytes of a long value (text as UTF-8, never cut inside a character); 0 at the end.
 using ChunkSource = std::function<std::size_t(std::byte* buffer, std::size_t capacity)>;
 

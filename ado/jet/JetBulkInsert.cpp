@@ -68,7 +68,7 @@ void JetBulkInsert::Flush() {
       try {
         writer_->Insert(rows_[written].values, columns_);
       } catch (runtime::Error& error) {
-        error.WithContext("ligne " + std::to_string(done_ + static_cast<std::int64_t>(written) + 1));
+        error.WithContext("ligne " + std::to_string(before_ + done_ + static_cast<std::int64_t>(written) + 1));
         if (table_->database->TransactionDepth() != depth || !IsOfTheRow(error)) {
           session_.RowsChanged();
           throw;  // nothing of it is stored
@@ -79,6 +79,7 @@ void JetBulkInsert::Flush() {
     }
     transaction.Commit();
   });
+  stored_ += static_cast<std::int64_t>(written);
   if (!refusal) {
     Drop(held_);
     return;

@@ -20,6 +20,8 @@ class JetBulkInsert final : public ProviderBulkInsert {
   void Add(std::span<const Variant> row) override;
   void Flush() override;
   [[nodiscard]] std::int64_t RefusedRow() const override { return refused_; }
+  [[nodiscard]] StoredRows Stored() const override { return {stored_, stored_}; }
+  void RowsBefore(std::int64_t rows) override { before_ = rows; }
 
  private:
   struct HeldRow {
@@ -37,6 +39,8 @@ class JetBulkInsert final : public ProviderBulkInsert {
   std::size_t heldBytes_ = 0;
   std::int64_t done_ = 0;     // rows before the held ones
   std::int64_t refused_ = 0;  // row that the last error refused
+  std::int64_t before_ = 0;   // rows that are none of ours, in the numbers of errors
+  std::int64_t stored_ = 0;
 };
 
 }  // namespace tamlo::ado::jetprovider

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "ado/Errors.h"
+#include "ado/SameValue.h"
 #include "ado/jet/JetErrors.h"
 #include "ado/jet/JetValues.h"
 
@@ -65,6 +66,7 @@ QueryRowset::QueryRowset(JetConnection& connection, std::unique_ptr<jet::sql::Qu
   ids_.resize(plan.sources.size());
   writers_.resize(plan.sources.size());
   values_.resize(fields_.size());
+  seen_.resize(fields_.size());
   readers_.resize(fields_.size());
   longRows_.resize(fields_.size());
   chunkAt_.resize(fields_.size());
@@ -132,6 +134,7 @@ bool QueryRowset::Advance() {
 }
 
 bool QueryRowset::TakeRow() {
+  std::fill(seen_.begin(), seen_.end(), false);
   for (std::size_t source = 0; source < ids_.size(); ++source) {
     if (!ids_[source]) continue;
     if (!SourceTable(source).table->Read(*ids_[source], row_)) return false;
@@ -177,6 +180,8 @@ Variant QueryRowset::Value(std::size_t field) {
     const auto source = static_cast<std::size_t>(column.source);
     Variant value = runtime::Null{};
     if (ids_[source] && SourceTable(source).table->Read(*ids_[source], row_)) ReadColumn(row_, column.column, column.type.type, value);
+    seen_[field] = LengthOf(value) <= kLongestComparedValue;
+    values_[field] = seen_[field] ? value : Variant();
     return value;
   });
 }
@@ -212,6 +217,7 @@ void QueryRowset::Insert(std::span<const Assignment> values) {
   OnEngine([&] {
     // Columns that are expressions have no value in a row of its own making.
     std::fill(values_.begin(), values_.end(), Variant(runtime::Null{}));
+    std::fill(seen_.begin(), seen_.end(), false);
     if (!SourceTable(0).table->Read(*ids_[0], row_)) return;
     for (std::size_t i = 0; i < fields_.size(); ++i) {
       const jet::sql::ResultColumn& column = query_->Columns()[i];
@@ -251,7 +257,20 @@ jet::Table::RowTest QueryRowset::IsMeant(std::size_t source) {
     return std::all_of(compared.begin(), compared.end(), [&](std::size_t i) {
       const jet::sql::ResultColumn& column = query_->Columns()[i];
       ReadColumn(row, column.column, column.type.type, now);
-      return now == values_[i];
+      return SameValue(now, values_[i]);
+    });
+  };
+}
+
+jet::Table::RowTest QueryRowset::IsUnchanged(std::span<const Assignment> values) {
+  return [this, values](jet::Row& row) {
+    Variant now;
+    return std::all_of(values.begin(), values.end(), [&](const Assignment& value) {
+      const std::size_t i = value.field;
+      if (IsLong(i) && !seen_[i]) return true;
+      const jet::sql::ResultColumn& column = query_->Columns()[i];
+      ReadColumn(row, column.column, column.type.type, now);
+      return SameValue(now, values_[i]);
     });
   };
 }
@@ -270,10 +289,11 @@ void QueryRowset::Update(std::span<const Assignment> values) {
       for (const Assignment& value : values) {
         if (query_->Columns()[value.field].source == static_cast<int>(source)) own.push_back(value);
       }
-      if (!own.empty()) Writer(source).Update(*ids_[source], own, columns_, IsMeant(source));
+      if (!own.empty()) Writer(source).Update(*ids_[source], own, columns_, IsMeant(source), IsUnchanged(own));
     }
     if (together) together->Commit();
     if (!inserted_ && MayMove(values)) moved_.insert(ids_);
+    std::fill(seen_.begin(), seen_.end(), false);
     for (std::size_t i = 0; i < fields_.size(); ++i) {
       const jet::sql::ResultColumn& column = query_->Columns()[i];
       if (column.source < 0 || IsLong(i)) continue;

@@ -45,6 +45,9 @@ class QueryRowset final : public ProviderRowset {
   /// Whether the row of that source still has the key that was read, or all the short values that were where the key was not.
   [[nodiscard]] jet::Table::RowTest IsMeant(std::size_t source);
 
+  /// Whether the columns to be changed hold what was read of them; long values that were not read, or are long, count as unchanged.
+  [[nodiscard]] jet::Table::RowTest IsUnchanged(std::span<const Assignment> values);
+
   JetConnection& connection_;
   std::unique_ptr<jet::sql::Query> query_;
   Kind kind_;
@@ -53,7 +56,8 @@ class QueryRowset final : public ProviderRowset {
   std::vector<std::size_t> columns_;                        // position in its table of each field
   std::vector<std::optional<jet::RowId>> ids_;              // of the current row, one for each source
   std::set<std::vector<std::optional<jet::RowId>>> moved_;  // rows that may come again: an index has them at another place now
-  std::vector<Variant> values_;                             // of the current row, long values left out
+  std::vector<Variant> values_;                             // of the current row, long values only where seen_
+  std::vector<bool> seen_;                                  // a long value that was read of the current row
   std::vector<std::vector<Variant>> kept_;                  // rows of a static cursor
   std::size_t keptAt_ = 0;                                  // row after the current one
   std::size_t keptBytes_ = 0;

@@ -22,13 +22,16 @@ class Pieces final : public jet::ChunkSource {
 
 // A row that is gone is no item that a collection lacks.
 template <typename Work>
-void OnRow(Work work) {
+void OnRow(Work work, const bool* changed = nullptr) {
   try {
     work();
   } catch (const jet::Error& error) {
     if (error.Code() != jet::ErrorCode::kNotFound) throw;
     throw runtime::Error(runtime::kProviderFailure,
-                         "La ligne ne peut pas être trouvée pour la mise à jour : elle a été supprimée depuis la dernière lecture.",
+                         changed != nullptr && *changed
+                             ? "La ligne ne peut pas être trouvée pour la mise à jour : certaines de ses valeurs ont changé depuis la "
+                               "dernière lecture."
+                             : "La ligne ne peut pas être trouvée pour la mise à jour : elle a été supprimée depuis la dernière lecture.",
                          "Microsoft JET Database Engine");
   }
 }
@@ -107,11 +110,17 @@ jet::RowId RowWriter::Insert(std::span<const Assignment> values, const std::vect
 }
 
 void RowWriter::Update(jet::RowId id, std::span<const Assignment> values, const std::vector<std::size_t>& columns,
-                       const jet::Table::RowTest& isMeant) {
+                       const jet::Table::RowTest& isMeant, const jet::Table::RowTest& isUnchanged) {
   OnEngine([&] {
     jet::sql::RequireWritable(*table_);
     const Prepared prepared(*this, values, columns);
-    OnRow([&] { table_->table->Update(id, prepared.list, isMeant); });
+    bool changed = false;
+    const auto isStill = [&](jet::Row& row) {
+      if (!isMeant(row)) return false;
+      changed = !isUnchanged(row);
+      return !changed;
+    };
+    OnRow([&] { table_->table->Update(id, prepared.list, isStill); }, &changed);
     session_.RowsChanged();
   });
 }

@@ -20,9 +20,10 @@ class RowWriter {
 
   /// columns: position in the table of each field.
   jet::RowId Insert(std::span<const Assignment> values, const std::vector<std::size_t>& columns);
-  /// isMeant tells whether the row of that identity is still the one that was read; else, or when it is gone, a failure of the provider.
-  void Update(jet::RowId id, std::span<const Assignment> values, const std::vector<std::size_t>& columns,
-              const jet::Table::RowTest& isMeant);
+  /// isMeant tells whether the row of that identity is still the one that was read, isUnchanged whether the columns to be changed hold what was
+  /// read of them; else, or when the row is gone, a failure of the provider.
+  void Update(jet::RowId id, std::span<const Assignment> values, const std::vector<std::size_t>& columns, const jet::Table::RowTest& isMeant,
+              const jet::Table::RowTest& isUnchanged);
   void Delete(jet::RowId id, const jet::Table::RowTest& isMeant);
   /// The columns of the primary key, by their positions in the table; empty when there is none.
   [[nodiscard]] std::vector<std::size_t> KeyColumns() const;

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "ado/Errors.h"
+#include "ado/SameValue.h"
 #include "ado/jet/JetErrors.h"
 #include "ado/jet/JetValues.h"
 #include "ado/jet/QueryRowset.h"
@@ -26,6 +27,7 @@ TableRowset::TableRowset(JetConnection& connection, std::shared_ptr<const jet::s
     fields_.push_back(Described(column.name, column.type));
   }
   values_.resize(fields_.size());
+  seen_.resize(fields_.size());
   readers_.resize(fields_.size());
   longRows_.resize(fields_.size());
   chunkAt_.resize(fields_.size());
@@ -67,6 +69,7 @@ bool TableRowset::Advance() {
 bool TableRowset::Take(jet::RowId id) {
   std::fill(readers_.begin(), readers_.end(), nullptr);
   std::fill(chunkAt_.begin(), chunkAt_.end(), 0);
+  std::fill(seen_.begin(), seen_.end(), false);
   if (!table_->table->Read(id, row_)) return false;
   for (std::size_t i = 0; i < fields_.size(); ++i) {
     if (!IsLong(table_->columns[i])) ReadColumn(row_, i, table_->columns[i].type.type, values_[i]);
@@ -80,6 +83,8 @@ Variant TableRowset::Value(std::size_t field) {
   return OnEngine([&] {
     Variant value = runtime::Null{};
     if (id_ && table_->table->Read(*id_, row_)) ReadColumn(row_, field, table_->columns[field].type.type, value);
+    seen_[field] = LengthOf(value) <= kLongestComparedValue;
+    values_[field] = seen_[field] ? value : Variant();
     return value;
   });
 }
@@ -112,7 +117,19 @@ jet::Table::RowTest TableRowset::IsMeant() {
     return std::all_of(compared.begin(), compared.end(), [&](std::size_t i) {
       if (IsLong(table_->columns[i])) return true;
       ReadColumn(row, i, table_->columns[i].type.type, now);
-      return now == values_[i];
+      return SameValue(now, values_[i]);
+    });
+  };
+}
+
+jet::Table::RowTest TableRowset::IsUnchanged(std::span<const Assignment> values) {
+  return [this, values](jet::Row& row) {
+    Variant now;
+    return std::all_of(values.begin(), values.end(), [&](const Assignment& value) {
+      const std::size_t i = value.field;
+      if (IsLong(table_->columns[i]) && !seen_[i]) return true;
+      ReadColumn(row, i, table_->columns[i].type.type, now);
+      return SameValue(now, values_[i]);
     });
   };
 }
@@ -120,7 +137,7 @@ jet::Table::RowTest TableRowset::IsMeant() {
 void TableRowset::Update(std::span<const Assignment> values) {
   if (!id_) throw AdoError(runtime::kNoCurrentRecord);
   std::fill(readers_.begin(), readers_.end(), nullptr);
-  writer_.Update(*id_, values, columns_, IsMeant());
+  writer_.Update(*id_, values, columns_, IsMeant(), IsUnchanged(values));
   OnEngine([&] { Take(*id_); });
 }
 

@@ -37,6 +37,8 @@ class TableRowset final : public ProviderRowset {
   bool Take(jet::RowId id);
   /// Whether the row still has the key that was read, or all the short values where the table has no key.
   [[nodiscard]] jet::Table::RowTest IsMeant();
+  /// Whether the columns to be changed hold what was read of them; long values that were not read, or are long, count as unchanged.
+  [[nodiscard]] jet::Table::RowTest IsUnchanged(std::span<const Assignment> values);
   bool SeekRow(const std::vector<jet::Value>& key, SeekOption option);
   /// Puts the walk of the index on the current row, so that MoveNext goes on behind it.
   void WalkFrom(jet::RowId id);
@@ -50,6 +52,7 @@ class TableRowset final : public ProviderRowset {
   std::optional<jet::IndexCursor> walk_;
   std::optional<jet::RowId> id_;
   std::vector<Variant> values_;
+  std::vector<bool> seen_;  // a long value that was read of the current row and stands in values_
   std::vector<std::unique_ptr<jet::LongValueReader>> readers_;
   std::vector<jet::Row> longRows_;
   std::vector<std::size_t> chunkAt_;

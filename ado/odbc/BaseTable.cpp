@@ -50,11 +50,13 @@ std::vector<std::string> PrimaryKeyColumns(const std::shared_ptr<Session>& sessi
   // A driver without this function: the unique indexes must do.
   if (!SQL_SUCCEEDED(result)) return {};
   std::map<std::int64_t, std::string> columns;
-  while (statement.Fetch()) {
+  while (statement.FetchCatalogRow()) {
     std::string column = statement.Text(4).value_or("");
     const std::int64_t position = statement.Integer(5, static_cast<std::int64_t>(columns.size()) + 1);
     if (keyName) *keyName = statement.Text(6).value_or("");
-    columns[position] = std::move(column);
+    // A place that is told twice is none: the order of the answer holds.
+    const bool taken = columns.contains(position);
+    columns[taken ? columns.rbegin()->first + 1 : position] = std::move(column);
   }
   std::vector<std::string> names;
   for (auto& [position, column] : columns) names.push_back(std::move(column));
@@ -69,7 +71,7 @@ std::vector<IndexColumn> IndexColumns(const std::shared_ptr<Session>& session, c
   statement.Check(SQLStatisticsW(statement.Native(), catalog.Text(), catalog.Length(), owner.Text(), owner.Length(), name.Text(),
                                  name.Length(), SQL_INDEX_ALL, SQL_QUICK));
   std::vector<IndexColumn> columns;
-  while (statement.Fetch()) {
+  while (statement.FetchCatalogRow()) {
     const std::int64_t notUnique = statement.Integer(4, 1);
     IndexColumn column;
     column.index = statement.Text(6).value_or("");

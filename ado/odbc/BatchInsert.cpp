@@ -154,7 +154,7 @@ void BatchInsert::LearnDefaults() {
                               static_cast<SQLSMALLINT>(owner.size()), reinterpret_cast<SQLWCHAR*>(table.data()),
                               static_cast<SQLSMALLINT>(table.size()), nullptr, 0));
   const std::string wanted = runtime::UpperCase(tableName_);
-  while (statement.Fetch()) {
+  while (statement.FetchCatalogRow()) {
     if (runtime::UpperCase(statement.Text(3).value_or("")) != wanted) continue;
     const std::string name = runtime::UpperCase(statement.Text(4).value_or(""));
     const std::int64_t nullable = statement.Integer(11, SQL_NULLABLE);
@@ -182,6 +182,7 @@ void BatchInsert::ChooseLeftColumns(std::span<const Variant> row) {
 
 void BatchInsert::Add(std::span<const Variant> row) {
   refused_ = 0;
+  if (lost_) throw *lost_;
   ChooseLeftColumns(row);
   if (held_ >= capacity_) Flush();  // a connection that was lost has left it full
   Hold(row);
@@ -218,11 +219,11 @@ void BatchInsert::Hold(std::span<const Variant> row) {
         continue;
       }
     } catch (runtime::Error& error) {
-      const std::int64_t number = done_ + static_cast<std::int64_t>(held_) + 1;
+      const std::string number = NumberOf(static_cast<std::int64_t>(held_));
       Flush();  // those before it are stored, or one of them is the error
       ++done_;  // the row is refused: those behind it keep their numbers
-      refused_ = number;
-      throw error.WithContext("ligne " + std::to_string(number) + ", colonne " + column.name);
+      refused_ = done_;
+      throw error.WithContext("ligne " + number + ", colonne " + column.name);
     }
     if (scratch_.size() > column.stride) {
       // Growing may send the rows before this one; its values that are held already move to the front.
@@ -317,8 +318,7 @@ bool BatchInsert::ExecuteRows(Statement& statement, std::size_t rows) {
 /// Asked once for each table of MySQL, before its first batch. A view tells no engine and counts as one that undoes.
 bool BatchInsert::KeepsRowsOfFailedBatches() {
   if (keepsRows_) return *keepsRows_;
-  keepsRows_ = false;
-  if (session_->Facts().backend != Backend::kMySql) return false;
+  if (session_->Facts().backend != Backend::kMySql) return *(keepsRows_ = false);
   Statement statement(session_);
   statement.Prepare(
       "SELECT e.TRANSACTIONS FROM information_schema.TABLES t JOIN information_schema.ENGINES e ON e.ENGINE = t.ENGINE "
@@ -330,8 +330,9 @@ bool BatchInsert::KeepsRowsOfFailedBatches() {
   parameters.Add(Variant(tableName_), shape);
   parameters.Execute();
   // Names that differ by case or accents alone are all found: to take one of them for a table that keeps rows costs time only.
-  while (statement.Fetch()) keepsRows_ = *keepsRows_ || statement.Text(1).value_or("NO") != "YES";
-  return *keepsRows_;
+  bool keeps = false;
+  while (statement.Fetch()) keeps = keeps || statement.Text(1).value_or("NO") != "YES";
+  return *(keepsRows_ = keeps);
 }
 
 std::int64_t BatchInsert::CountRows() {
@@ -346,8 +347,8 @@ bool BatchInsert::SendBatch(std::size_t rows) {
   try {
     Resending(*session_, true, [&] { stored = TryBatch(rows); });
   } catch (runtime::Error& error) {
-    const std::int64_t last = done_ + static_cast<std::int64_t>(rows);
-    throw error.WithContext("lignes " + std::to_string(done_ + 1) + " à " + std::to_string(last));
+    if (lost_) throw;
+    throw error.WithContext("lignes " + NumberOf(0) + " à " + NumberOf(static_cast<std::int64_t>(rows) - 1));
   }
   return stored;
 }
@@ -357,7 +358,6 @@ bool BatchInsert::SendBatch(std::size_t rows) {
 /// many it holds without counting them.
 bool BatchInsert::TryBatch(std::size_t rows) {
   waited_ = false;
-  std::optional<runtime::Error> undone;
   const bool outer = session_->InTransaction();
   if (outer && !HasSavepoints(session_->Facts().backend)) return false;
   std::optional<std::int64_t> before;
@@ -366,8 +366,9 @@ bool BatchInsert::TryBatch(std::size_t rows) {
   });
   std::optional<Savepoint> savepoint;
   std::optional<TransactionScope> scope;
+  std::optional<runtime::Error> failure;
   bool stored = false;
-  const auto failure = runtime::IgnoringErrors([&] {
+  try {
     if (outer) savepoint.emplace(session_);
     scope.emplace(*session_);
     const std::size_t written = method_ == BatchMethod::kMultiRowValues ? rows : 1;
@@ -377,26 +378,29 @@ bool BatchInsert::TryBatch(std::size_t rows) {
       preparedRows_ = written;
       bound_ = false;
     }
-    try {
-      stored = method_ == BatchMethod::kArray ? ExecuteArray(*batch_, rows) : ExecuteRows(*batch_, rows);
-      if (stored) scope->Commit();
-    } catch (const runtime::Error& error) {
-      waited_ = IsLockTimeout(error);
-      if (UndoneWhole(error, session_->Facts().backend)) undone = error;
-      throw;
-    }
-  });
+    stored = method_ == BatchMethod::kArray ? ExecuteArray(*batch_, rows) : ExecuteRows(*batch_, rows);
+    if (stored) scope->Commit();
+  } catch (const runtime::Error& error) {
+    waited_ = IsLockTimeout(error);
+    failure = error;
+  }
   if (stored && !failure) {
     if (savepoint) savepoint->Release();
     return true;
   }
+  scope.reset();
   batch_.reset();
-  if (undone && !before) throw runtime::Error(*undone);
+  const bool undone = failure && UndoneWhole(*failure, session_->Facts().backend);
+  if (undone && outer) pending_ = 0;
+  if (undone && !before) throw runtime::Error(*failure);
+  // A commit whose answer was lost may have been heard. Where a batch can be undone, one that was not committed is not there.
+  const bool mayStay = (stored && !outer) || keepsRows_.value_or(true) || session_->Facts().backend == Backend::kOther;
+  if (failure && (IsLost(*failure) || (!outer && session_->InTransaction()))) Lose(*failure, mayStay ? rows : 0);
   if (savepoint) savepoint->Undo();
   if (before) {
     std::int64_t kept = 0;
     (void)runtime::IgnoringErrors([&] { kept = CountRows() - *before; });
-    if (kept > 0) DropRows(std::min(static_cast<std::size_t>(kept), rows));
+    if (kept > 0) DropStored(std::min(static_cast<std::size_t>(kept), rows));
   }
   return false;
 }
@@ -414,14 +418,37 @@ void BatchInsert::SendRowByRow(std::size_t rows) {
       });
     } catch (runtime::Error& error) {
       const std::string column = ColumnToldBy(error.Description());
-      const std::string number = std::to_string(done_ + static_cast<std::int64_t>(row) + 1);
       single_.reset();
-      DropRows(row + 1);
+      DropStored(row);
+      if (IsLost(error)) Lose(error, session_->InTransaction() && keepsRows_ == false ? 0 : 1);
+      const std::string number = NumberOf(0);
+      DropRows(1);
       if (IsOfTheRow(error)) refused_ = done_;
       throw error.WithContext("ligne " + number + (column.empty() ? "" : ", colonne " + column));
     }
   }
-  DropRows(rows);
+  DropStored(rows);
+}
+
+StoredRows BatchInsert::Stored() const {
+  // What a transaction of the caller's held went with the connection.
+  const std::int64_t stored = kept_ + (lost_ ? 0 : pending_);
+  return {stored, stored + static_cast<std::int64_t>(inDoubt_)};
+}
+
+std::string BatchInsert::NumberOf(std::int64_t heldRow) const { return std::to_string(before_ + done_ + heldRow + 1); }
+
+bool BatchInsert::IsLost(const runtime::Error& error) const { return SaysConnectionLost(error) || session_->IsDead(); }
+
+void BatchInsert::Lose(runtime::Error error, std::size_t inDoubt) {
+  inDoubt_ = inDoubt;
+  lost_ = error.WithContext("ligne " + NumberOf(0));
+  throw *lost_;
+}
+
+void BatchInsert::DropStored(std::size_t count) {
+  (session_->InTransaction() ? pending_ : kept_) += static_cast<std::int64_t>(count);
+  DropRows(count);
 }
 
 void BatchInsert::DropRows(std::size_t count) {
@@ -449,12 +476,13 @@ std::string BatchInsert::ColumnToldBy(const std::string& description) const {
 
 void BatchInsert::Flush() {
   refused_ = 0;
+  if (lost_ && held_ > 0) throw *lost_;  // sent again, rows that are there would be there twice
   // A batch that fails is halved until the bad row stands among a few, and those go one by one. One that waited in vain for a lock goes one by
   // one at once: each of its halves would wait as long.
   for (std::size_t rows = held_; held_ > 0; rows = std::min(rows, held_)) {
     const bool batched = method_ != BatchMethod::kRowByRow && rows > 1;
     if (batched && SendBatch(rows)) {
-      DropRows(rows);
+      DropStored(rows);
     } else if (batched && rows > kFewRows && !waited_) {
       rows /= 2;
     } else {

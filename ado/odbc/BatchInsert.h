@@ -26,6 +26,8 @@ class BatchInsert final : public ProviderBulkInsert {
   void Add(std::span<const Variant> row) override;
   void Flush() override;
   [[nodiscard]] std::int64_t RefusedRow() const override { return refused_; }
+  [[nodiscard]] StoredRows Stored() const override;
+  void RowsBefore(std::int64_t rows) override { before_ = rows; }
 
  private:
   struct Column {
@@ -58,6 +60,12 @@ class BatchInsert final : public ProviderBulkInsert {
   [[nodiscard]] std::int64_t CountRows();
   void BindArrays(Statement& statement);
   void DropRows(std::size_t count);
+  /// What was stored by then; the rows are dropped.
+  void DropStored(std::size_t count);
+  [[nodiscard]] std::string NumberOf(std::int64_t heldRow) const;
+  /// Raises the error with which the connection was lost, now and whenever rows are to be sent again: so many of them may be there.
+  [[noreturn]] void Lose(runtime::Error error, std::size_t inDoubt);
+  [[nodiscard]] bool IsLost(const runtime::Error& error) const;
   [[nodiscard]] std::string InsertText(std::size_t rows) const;
   [[nodiscard]] std::string ColumnToldBy(const std::string& description) const;
 
@@ -72,8 +80,13 @@ class BatchInsert final : public ProviderBulkInsert {
   std::size_t slots_ = 1;     // rows for which there is room so far
   std::size_t held_ = 0;      // rows held back
   std::size_t heldBytes_ = 0;
-  std::int64_t done_ = 0;     // rows before the held ones
   std::int64_t refused_ = 0;  // row that the last error refused
+  std::int64_t before_ = 0;  // rows that are none of ours, in the numbers of errors
+  std::int64_t done_ = 0;    // rows before the held ones
+  std::int64_t kept_ = 0;    // of them, stored outside of a transaction of the caller's
+  std::int64_t pending_ = 0;  // of them, stored inside one
+  std::size_t inDoubt_ = 0;   // rows that may be there besides
+  std::optional<runtime::Error> lost_;  // with which the connection went
   bool defaultsKnown_ = false;
   std::optional<bool> keepsRows_;   // the table has no transactions: rows of a failed batch stay
   bool waited_ = false;             // the batch failed because it waited in vain for a lock

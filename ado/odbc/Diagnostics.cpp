@@ -13,6 +13,21 @@ namespace {
 
 using runtime::Diagnostic;
 
+constexpr std::size_t kUsualText = 1024;
+constexpr SQLSMALLINT kMostRecords = 200;  // more of them say nothing new
+
+/// Five characters, or nothing where the driver gave something else.
+std::string StateOf(const SQLWCHAR* state) {
+  std::string text;
+  for (int i = 0; i < 5; ++i) {
+    const auto unit = static_cast<unsigned>(state[i]);
+    const bool fits = (unit >= '0' && unit <= '9') || (unit >= 'A' && unit <= 'Z') || (unit >= 'a' && unit <= 'z');
+    if (!fits) return {};
+    text.push_back(static_cast<char>(unit));
+  }
+  return text;
+}
+
 bool IsDuplicateKey(const Diagnostic& record) {
   // Codes of the backends: MariaDB 1062 (also 1586), SQL Server 2601 and 2627, Oracle 1.
   static constexpr std::array<std::int32_t, 5> kNatives{1062, 1586, 2601, 2627, 1};
@@ -27,22 +42,27 @@ bool IsDuplicateKey(const Diagnostic& record) {
 std::vector<Diagnostic> ReadDiagnostics(Handle::Kind kind, void* handle) {
   std::vector<Diagnostic> records;
   std::array<SQLWCHAR, 6> state{};
-  std::u16string text(1024, u'\0');
-  for (SQLSMALLINT number = 1;; ++number) {
+  std::u16string text(kUsualText, u'\0');
+  for (SQLSMALLINT number = 1; number <= kMostRecords; ++number) {
     SQLINTEGER native = 0;
     SQLSMALLINT length = 0;
-    auto result = SQLGetDiagRecW(static_cast<SQLSMALLINT>(kind), handle, number, state.data(), &native,
-                                 reinterpret_cast<SQLWCHAR*>(text.data()), static_cast<SQLSMALLINT>(text.size()), &length);
-    if (result == SQL_SUCCESS_WITH_INFO && static_cast<std::size_t>(length) >= text.size()) {
+    const auto read = [&] {
+      return SQLGetDiagRecW(static_cast<SQLSMALLINT>(kind), handle, number, state.data(), &native,
+                            reinterpret_cast<SQLWCHAR*>(text.data()), static_cast<SQLSMALLINT>(text.size()), &length);
+    };
+    auto result = read();
+    if (result == SQL_SUCCESS_WITH_INFO && length >= 0 && static_cast<std::size_t>(length) >= text.size() && length < INT16_MAX) {
       text.resize(static_cast<std::size_t>(length) + 1);
-      result = SQLGetDiagRecW(static_cast<SQLSMALLINT>(kind), handle, number, state.data(), &native,
-                              reinterpret_cast<SQLWCHAR*>(text.data()), static_cast<SQLSMALLINT>(text.size()), &length);
+      result = read();
     }
     if (!SQL_SUCCEEDED(result)) break;
     Diagnostic record;
-    for (int i = 0; i < 5; ++i) record.sqlState.push_back(static_cast<char>(state[static_cast<std::size_t>(i)]));
+    record.sqlState = StateOf(state.data());
     record.native = native;
-    record.text = ToUtf8(text.data(), std::min(static_cast<std::size_t>(length), text.size() - 1));
+    // A length that cannot be is none: the text then ends where its terminator stands, or its room.
+    const std::size_t room = text.size() - 1;
+    const std::size_t told = length >= 0 ? std::min(static_cast<std::size_t>(length), room) : room;
+    record.text = ToUtf8(text.data(), std::min(told, text.find(u'\0')));
     records.push_back(std::move(record));
   }
   return records;
@@ -57,6 +77,20 @@ runtime::Error MakeError(std::vector<Diagnostic> records, std::string sent) {
   runtime::Error error(duplicate ? runtime::kDuplicateKey : runtime::kProviderFailure, std::move(description), "odbc");
   error.WithDiagnostics(std::move(records)).WithSent(std::move(sent));
   return error;
+}
+
+runtime::Error Unbelievable(const std::string& what) {
+  return {runtime::kProviderFailure, "Le pilote ODBC se contredit : " + what + ".", "odbc"};
+}
+
+bool SaysConnectionLost(const runtime::Error& error) {
+  // Codes of MariaDB's driver: the server has gone away, was lost during a query, or closed the connection. PostgreSQL's 57P01 to 57P03 end it too.
+  static constexpr std::array<std::int32_t, 4> kNatives{2006, 2013, 2055, 1927};
+  const auto& records = error.Diagnostics();
+  return std::any_of(records.begin(), records.end(), [](const Diagnostic& record) {
+    if (record.sqlState.starts_with("08") || record.sqlState.starts_with("57P0")) return true;
+    return std::find(kNatives.begin(), kNatives.end(), record.native) != kNatives.end();
+  });
 }
 
 bool IsLockTimeout(const runtime::Error& error) {

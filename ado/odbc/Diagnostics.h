@@ -15,6 +15,12 @@ namespace tamlo::ado::odbc {
 /// duplicate key on whatever backend, -2147467259 for anything else. sent is the statement, or empty.
 [[nodiscard]] runtime::Error MakeError(std::vector<runtime::Diagnostic> records, std::string sent);
 
+/// The error for what no driver may say: a length below zero, more rows than there was room for, values without an end.
+[[nodiscard]] runtime::Error Unbelievable(const std::string& what);
+
+/// True when the driver's records tell that the connection is gone, so that nothing can be asked any more.
+[[nodiscard]] bool SaysConnectionLost(const runtime::Error& error);
+
 /// True when the statement waited for a lock of another connection until its time was over.
 [[nodiscard]] bool IsLockTimeout(const runtime::Error& error);
 

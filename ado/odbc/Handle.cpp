@@ -1,5 +1,6 @@
 #include "ado/odbc/Handle.h"
 
+#include <memory>
 #include <utility>
 
 #include "ado/odbc/Diagnostics.h"
@@ -36,13 +37,14 @@ void Handle::Free() noexcept {
 }
 
 void* SharedEnvironment() {
-  static const Handle environment = [] {
+  // Never freed: a thread that was left alone with an attempt to connect may still be below it when the process ends.
+  static const Handle* const environment = [] {
     RequireDriverManager();
-    Handle made(Handle::Kind::kEnvironment, nullptr);
-    SQLSetEnvAttr(made.Get(), SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
-    return made;
+    auto made = std::make_unique<Handle>(Handle::Kind::kEnvironment, nullptr);
+    SQLSetEnvAttr(made->Get(), SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
+    return made.release();
   }();
-  return environment.Get();
+  return environment->Get();
 }
 
 }  // namespace tamlo::ado::odbc

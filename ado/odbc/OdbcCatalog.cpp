@@ -73,7 +73,7 @@ std::vector<std::pair<std::string, std::string>> OdbcCatalog::ShownTables() {
   Statement statement(session_);
   statement.ExecuteDirect("SHOW FULL TABLES FROM " + session_->Quoted(session_->Facts().catalog));
   std::vector<std::pair<std::string, std::string>> tables;
-  while (statement.Fetch()) {
+  while (statement.FetchCatalogRow()) {
     std::string name = statement.Text(1).value_or("");
     std::string type = TableTypeOf(statement.Text(2).value_or("TABLE"));
     schemas_.emplace(name, std::string());
@@ -88,7 +88,7 @@ std::vector<std::pair<std::string, std::string>> OdbcCatalog::DriverTables() {
   statement.Check(SQLTablesW(statement.Native(), catalog.empty() ? nullptr : reinterpret_cast<SQLWCHAR*>(catalog.data()),
                              static_cast<SQLSMALLINT>(catalog.size()), nullptr, 0, nullptr, 0, nullptr, 0));
   std::vector<std::pair<std::string, std::string>> tables;
-  while (statement.Fetch()) {
+  while (statement.FetchCatalogRow()) {
     std::string schema = statement.Text(2).value_or("");
     std::string name = statement.Text(3).value_or("");
     std::string type = TableTypeOf(statement.Text(4).value_or("TABLE"));
@@ -118,7 +118,7 @@ std::map<std::string, std::vector<Column>> OdbcCatalog::ReadColumns(const std::s
                               static_cast<SQLSMALLINT>(catalog.size()), nullptr, 0, reinterpret_cast<SQLWCHAR*>(name.data()),
                               static_cast<SQLSMALLINT>(name.size()), nullptr, 0));
   std::map<std::string, std::vector<Column>> columns;
-  while (statement.Fetch()) {
+  while (statement.FetchCatalogRow()) {
     const std::string schema = statement.Text(2).value_or("");
     const std::string owner = statement.Text(3).value_or("");
     const auto wanted = schemas_.find(owner);

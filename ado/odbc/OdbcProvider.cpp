@@ -16,7 +16,7 @@ void RegisterOdbcProviders() {
       const std::vector<std::string> sources = DataSources();
       ConnectionText text = BuildConnectionText(request.registeredOnly ? Registered(request, sources, Drivers()) : request, sources);
       const runtime::WipedAtEnd wipe(text.text);
-      return std::make_unique<OdbcConnection>(std::make_shared<Session>(text.text, text.name));
+      return std::make_unique<OdbcConnection>(std::make_shared<Session>(text.text, text.name, request.timeoutSeconds));
     });
   }
 }

@@ -78,7 +78,19 @@ void OdbcRowset::ExecuteQuery() {
   });
   executed_ = true;
   fresh_ = true;
-  if (reader_) reader_->Restart();
+  if (!reader_) return;
+  CheckColumns();
+  reader_->Restart();
+}
+
+/// Another connection may have changed the table since it was described: values would stand under the names of others.
+void OdbcRowset::CheckColumns() {
+  bool same = statement_.ColumnCount() == columns_.size();
+  for (std::size_t i = 0; same && i < columns_.size(); ++i) same = statement_.ColumnName(i + 1) == columns_[i].name;
+  if (same) return;
+  statement_.CloseCursor();
+  executed_ = fresh_ = false;
+  throw runtime::Error(runtime::kProviderFailure, "Les colonnes de la requête ont changé depuis son ouverture.", "odbc");
 }
 
 bool OdbcRowset::MoveFirst() {
@@ -168,6 +180,22 @@ Variant OdbcRowset::OldValue(std::size_t field) {
   return changes && changes->written[field] ? *changes->written[field] : Value(field);
 }
 
+std::optional<Variant> OdbcRowset::AtHand(std::size_t field) {
+  const auto& changes = CurrentChanges();
+  if (changes && (changes->inserted || changes->Touches(field))) {
+    return changes->asStored ? std::optional<Variant>(changes->asStored->at(field)) : changes->written[field];
+  }
+  return IsKept() ? std::optional<Variant>(rows_[row_].values[field]) : reader_->AtHand(field);
+}
+
+RowWriter::RowImage OdbcRowset::OldRow() {
+  return {[this](std::size_t field) { return OldValue(field); }, [this](std::size_t field) { return AtHand(field); },
+          [this](std::size_t field) {
+            const auto& changes = CurrentChanges();
+            return changes && changes->Touches(field) && !changes->asStored;
+          }};
+}
+
 std::size_t OdbcRowset::ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity) {
   const auto& changes = CurrentChanges();
   const bool fromReader = !IsKept() && !(changes && (changes->inserted || changes->Touches(field)));
@@ -253,12 +281,12 @@ void OdbcRowset::AskForCounter(Changes& changes) {
 }
 
 void OdbcRowset::Update(std::span<const Assignment> values) {
-  writer_->Update(values, [this](std::size_t field) { return OldValue(field); });
+  writer_->Update(values, OldRow());
   Remember(values, false);
 }
 
 void OdbcRowset::Delete() {
-  writer_->Delete([this](std::size_t field) { return OldValue(field); });
+  writer_->Delete(OldRow());
   LeaveRow();
   if (!IsKept()) return;
   rows_.erase(rows_.begin() + static_cast<std::ptrdiff_t>(row_));

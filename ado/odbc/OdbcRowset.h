@@ -54,6 +54,7 @@ class OdbcRowset final : public ProviderRowset {
 
   void Describe();
   void ExecuteQuery();
+  void CheckColumns();
   bool Advance();
   void LeaveRow();
   void KeepCurrentRow();
@@ -64,6 +65,9 @@ class OdbcRowset final : public ProviderRowset {
   void ReadBack(Changes& changes);
   /// The value by which the current row is found.
   [[nodiscard]] Variant OldValue(std::size_t field);
+  /// What was read of a field of the current row, if it was.
+  [[nodiscard]] std::optional<Variant> AtHand(std::size_t field);
+  [[nodiscard]] RowWriter::RowImage OldRow();
   [[nodiscard]] bool MayHaveCounter(const Changes& changes) const;
   void AskForCounter(Changes& changes);
   void Remember(std::span<const Assignment> values, bool inserted);

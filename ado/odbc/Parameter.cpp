@@ -9,6 +9,7 @@
 #include <string_view>
 #include <utility>
 
+#include "ado/odbc/Diagnostics.h"
 #include "ado/odbc/NativeHeaders.h"
 #include "ado/odbc/ValueDecoder.h"
 #include "ado/odbc/WideText.h"
@@ -417,7 +418,12 @@ void ParameterSet::Execute() {
     while (result == SQL_NEED_DATA) {
       SQLPOINTER which = nullptr;
       result = SQLParamData(statement_.Native(), &which);
-      if (result == SQL_NEED_DATA) SendPieces(*static_cast<const Bound*>(which));
+      if (result != SQL_NEED_DATA) break;
+      const auto wanted = std::find_if(bound_.begin(), bound_.end(), [&](const auto& bound) { return bound.get() == which; });
+      if (wanted == bound_.end() || !(*wanted)->source || std::exchange((*wanted)->sent, true)) {
+        throw Unbelievable("il demande une valeur qui n'est pas à envoyer");
+      }
+      SendPieces(**wanted);
     }
   } catch (...) {
     SQLCancel(statement_.Native());

@@ -54,6 +54,7 @@ class ParameterSet {
     std::vector<std::byte> data;
     std::ptrdiff_t indicator = 0;
     ChunkSource source;  // empty unless sent in pieces
+    bool sent = false;   // its pieces are gone
   };
   void Bind(Bound& bound);
   void SendPieces(const Bound& bound);

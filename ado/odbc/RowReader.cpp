@@ -6,6 +6,7 @@
 #include <span>
 #include <utility>
 
+#include "ado/odbc/Diagnostics.h"
 #include "ado/odbc/NativeHeaders.h"
 #include "ado/odbc/WideText.h"
 #include "runtime/Error.h"
@@ -15,6 +16,12 @@ namespace {
 
 constexpr std::size_t kBlockBytes = 256 * 1024;  // of all bound columns together
 constexpr std::size_t kPieceBytes = 32 * 1024;
+constexpr std::size_t kRowBytes = 4 * 1024 * 1024;           // of one row's bound columns together
+constexpr std::size_t kLongestWhole = 512UL * 1024 * 1024;   // bytes of a value that is read at once
+constexpr std::size_t kFewestBytes = 4096;
+constexpr std::size_t kMostDrained = 1 << 18;
+constexpr std::ptrdiff_t kUntold = -7777;  // a length that no driver gives
+constexpr std::size_t kNoCount = SIZE_MAX;
 
 /// The bytes at the end of a piece that begin a character without ending it; unit is 1 for UTF-8, 2 for UTF-16.
 std::size_t BegunCharacter(const std::string& piece, std::size_t unit) {
@@ -30,6 +37,12 @@ std::size_t BegunCharacter(const std::string& piece, std::size_t unit) {
     return length > back ? back : 0;
   }
   return 0;
+}
+
+/// What the driver says of a value of unknown length: null, the bytes that are still to come (SQL_NO_TOTAL for "some"), never anything else.
+void CheckTold(std::ptrdiff_t length, const FieldInfo& field) {
+  if (length >= 0 || length == SQL_NULL_DATA || length == SQL_NO_TOTAL) return;
+  throw Unbelievable("une valeur du champ " + field.name + " de " + (length == kUntold ? "longueur non dite" : std::to_string(length) + " octets"));
 }
 
 }  // namespace
@@ -58,7 +71,7 @@ void RowReader::BindColumns() {
   std::size_t rowBytes = 0;
   for (auto& column : columns_) {
     // Behind a column that is read in pieces nothing may be bound unless the driver reads any column.
-    column.bound = column.plan.elementSize > 0 && (!unboundColumns_ || facts.readsAnyColumn);
+    column.bound = column.plan.elementSize > 0 && rowBytes < kRowBytes && (!unboundColumns_ || facts.readsAnyColumn);
     unboundColumns_ = unboundColumns_ || !column.bound;
     if (column.bound) rowBytes += column.plan.elementSize + sizeof(std::ptrdiff_t);
   }
@@ -104,19 +117,29 @@ bool RowReader::Next() {
 /// blocks of both kinds. Each row has a status of its own.
 bool RowReader::FetchBlock() {
   before_ += fetched_;
-  fetched_ = row_ = 0;
+  fetched_ = kNoCount;
+  row_ = 0;
   spoilt_.reset();
   std::fill(status_.begin(), status_.end(), std::uint16_t{SQL_ROW_NOROW});
   const auto result = SQLFetch(statement_.Native());
+  const std::size_t told = std::exchange(fetched_, 0);
   if (result == SQL_NO_DATA) return false;
-  const auto rows = std::span(status_).first(std::min(fetched_, status_.size()));
+  const bool untold = told == kNoCount;
+  const std::size_t count = !untold ? told : SQL_SUCCEEDED(result) && blockRows_ == 1 ? 1 : 0;
+  if (count > blockRows_ && !SQL_SUCCEEDED(result)) statement_.Raise();
+  if (count > blockRows_ || (count == 0 && SQL_SUCCEEDED(result))) {
+    throw Unbelievable("un bloc de " + (untold ? std::string("lignes non comptées") : std::to_string(count) + " lignes") + " là où il y en a 1 à " +
+                       std::to_string(blockRows_));
+  }
+  const auto rows = std::span(status_).first(count);
   const auto is = [](std::uint16_t wanted) { return [wanted](std::uint16_t status) { return status == wanted; }; };
   const bool someBad = std::any_of(rows.begin(), rows.end(), is(SQL_ROW_ERROR));
   const bool someGood = std::any_of(rows.begin(), rows.end(), is(SQL_ROW_SUCCESS)) ||
                         std::any_of(rows.begin(), rows.end(), is(SQL_ROW_SUCCESS_WITH_INFO));
   if (!SQL_SUCCEEDED(result) && !(someBad && someGood)) statement_.Raise();
   if (someBad) spoilt_ = statement_.LastError();
-  return fetched_ != 0;
+  fetched_ = count;
+  return true;
 }
 
 /// The driver could not give this row, whose buffers hold anything.
@@ -136,10 +159,27 @@ Variant RowReader::Value(std::size_t field) {
   const std::ptrdiff_t length = column.indicators[row_];
   if (length == SQL_NULL_DATA) return runtime::Null{};
   const std::size_t room = column.plan.elementSize - column.plan.unit;
+  if (length < 0) CheckTold(length, fields_[field]);
   const bool variable = column.plan.unit != 0 || column.plan.form == FetchPlan::Form::kBytes;
   // Longer than declared: the buffer holds a part only. The value is fetched again, whole.
   if (variable && (length < 0 || static_cast<std::size_t>(length) > room)) return ReadWhole(field);
+  if (length < 0) throw Unbelievable("une valeur du champ " + fields_[field].name + " sans longueur");
+  CheckUnits(field, static_cast<std::size_t>(length));
   return Decode(column.plan, fields_[field], column.data.data() + row_ * column.plan.elementSize, static_cast<std::size_t>(length));
+}
+
+std::optional<Variant> RowReader::AtHand(std::size_t field) {
+  const auto& column = columns_[field];
+  if (!column.bound) return column.whole;
+  std::optional<Variant> value;
+  (void)runtime::IgnoringErrors([&] { value = Value(field); });
+  return value;
+}
+
+/// Half a unit of UTF-16 is none.
+void RowReader::CheckUnits(std::size_t field, std::size_t length) const {
+  const std::size_t unit = columns_[field].plan.unit;
+  if (unit > 1 && length % unit != 0) throw Unbelievable("un texte du champ " + fields_[field].name + " de " + std::to_string(length) + " octets");
 }
 
 /// A value is read from its beginning once only; before it is read again the driver is made to forget how far it was.
@@ -162,8 +202,10 @@ void RowReader::Drain(std::size_t field) {
   std::array<char16_t, 4096> piece;
   SQLLEN length = 0;
   const auto type = columns_[field].plan.nativeType;
+  std::size_t pieces = 0;
   while (SQL_SUCCEEDED(SQLGetData(statement_.Native(), static_cast<SQLUSMALLINT>(field + 1), type, piece.data(), sizeof(piece), &length))) {
     if (length == SQL_NULL_DATA) return;
+    if (++pieces == kMostDrained) throw Unbelievable("une valeur sans fin du champ " + fields_[field].name);
   }
 }
 
@@ -203,16 +245,18 @@ Variant RowReader::ReadWhole(std::size_t field) {
 
 std::vector<std::byte> RowReader::ReadBytes(std::size_t field, bool& isNull) {
   const auto& plan = columns_[field].plan;
+  const bool variable = plan.unit != 0 || plan.form == FetchPlan::Form::kBytes;
   const std::size_t terminator = plan.unit;
-  std::vector<std::byte> value(4096);
+  std::vector<std::byte> value(kFewestBytes);
   std::size_t used = 0;
   for (;;) {
-    SQLLEN length = 0;
+    SQLLEN length = kUntold;
     const std::size_t room = value.size() - used;
     const auto result = SQLGetData(statement_.Native(), static_cast<SQLUSMALLINT>(field + 1), plan.nativeType, value.data() + used,
                                    static_cast<SQLLEN>(room), &length);
     statement_.Check(result);
     if (result == SQL_NO_DATA) break;
+    CheckTold(length, fields_[field]);
     isNull = length == SQL_NULL_DATA;
     if (isNull) break;
     const bool part = length == SQL_NO_TOTAL || static_cast<std::size_t>(length) > room - terminator;
@@ -220,11 +264,19 @@ std::vector<std::byte> RowReader::ReadBytes(std::size_t field, bool& isNull) {
       used += static_cast<std::size_t>(length);
       break;
     }
+    if (!variable) throw Unbelievable("une valeur du champ " + fields_[field].name + " de " + std::to_string(length) + " octets");
     used += room - terminator;
-    const std::size_t left = length == SQL_NO_TOTAL ? value.size() : static_cast<std::size_t>(length) - (room - terminator);
+    // What the driver says is left is a hint: the memory grows with what has come.
+    const std::size_t told = length == SQL_NO_TOTAL ? value.size() : static_cast<std::size_t>(length) - (room - terminator);
+    const std::size_t left = std::min(told, std::max<std::size_t>(4 * used, 16 * kFewestBytes));
+    if (used + left > kLongestWhole) {
+      throw runtime::Error(runtime::kProviderFailure,
+                           "La valeur du champ " + fields_[field].name + " est trop longue pour être lue d'un coup (plus de 512 Mo).", "odbc");
+    }
     value.resize(used + left + terminator);
   }
-  value.resize(used);
+  if (variable) CheckUnits(field, used);
+  value.resize(std::max(used, variable ? used : plan.elementSize));
   return value;
 }
 
@@ -251,11 +303,13 @@ std::size_t RowReader::ReadChunk(std::size_t field, std::byte* buffer, std::size
 
 std::size_t RowReader::StreamBytes(std::size_t field, std::byte* buffer, std::size_t capacity) {
   if (stream_.ended) return 0;
-  SQLLEN length = 0;
+  SQLLEN length = kUntold;
   const auto result =
       SQLGetData(statement_.Native(), static_cast<SQLUSMALLINT>(field + 1), SQL_C_BINARY, buffer, static_cast<SQLLEN>(capacity), &length);
   statement_.Check(result);
-  if (result == SQL_NO_DATA || length == SQL_NULL_DATA) return 0;
+  if (result == SQL_NO_DATA) return 0;
+  CheckTold(length, fields_[field]);
+  if (length == SQL_NULL_DATA) return 0;
   const bool part = length == SQL_NO_TOTAL || static_cast<std::size_t>(length) > capacity;
   stream_.ended = !part;
   return part ? capacity : static_cast<std::size_t>(length);
@@ -265,17 +319,20 @@ std::size_t RowReader::StreamBytes(std::size_t field, std::byte* buffer, std::si
 void RowReader::ReadTextPiece(std::size_t field) {
   const auto& plan = columns_[field].plan;
   std::string piece(kPieceBytes, '\0');
-  SQLLEN length = 0;
+  SQLLEN length = kUntold;
   const auto result = SQLGetData(statement_.Native(), static_cast<SQLUSMALLINT>(field + 1), plan.nativeType, piece.data(),
                                  static_cast<SQLLEN>(piece.size()), &length);
   statement_.Check(result);
   stream_.ended = true;
   stream_.offset = 0;
-  if (result == SQL_NO_DATA || length == SQL_NULL_DATA) return;
+  if (result == SQL_NO_DATA) return;
+  CheckTold(length, fields_[field]);
+  if (length == SQL_NULL_DATA) return;
   const std::size_t room = piece.size() - plan.unit;
   const bool part = length == SQL_NO_TOTAL || static_cast<std::size_t>(length) > room;
   stream_.ended = !part;
-  piece.resize(part ? room : static_cast<std::size_t>(length));
+  piece.resize(part ? room - room % plan.unit : static_cast<std::size_t>(length));
+  CheckUnits(field, piece.size());
   piece.insert(0, stream_.carry);
   const std::size_t begun = part ? BegunCharacter(piece, plan.unit) : 0;
   stream_.carry = piece.substr(piece.size() - begun);
@@ -288,7 +345,7 @@ void RowReader::ReadTextPiece(std::size_t field) {
 }
 
 std::size_t RowReader::StreamText(std::size_t field, std::byte* buffer, std::size_t capacity) {
-  if (stream_.pending.empty() && !stream_.ended) ReadTextPiece(field);
+  while (stream_.pending.empty() && !stream_.ended) ReadTextPiece(field);
   const std::string& text = stream_.pending;
   std::size_t count = std::min(capacity, text.size() - stream_.offset);
   if (stream_.offset + count < text.size()) {

@@ -24,6 +24,8 @@ class RowReader {
   /// False at the end.
   bool Next();
   [[nodiscard]] Variant Value(std::size_t field);
+  /// The value as far as it needs no asking of the driver; none where it would.
+  [[nodiscard]] std::optional<Variant> AtHand(std::size_t field);
   [[nodiscard]] std::size_t ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity);
 
  private:
@@ -47,6 +49,7 @@ class RowReader {
   void BindColumns();
   bool FetchBlock();
   void RefuseSpoiltRow() const;
+  void CheckUnits(std::size_t field, std::size_t length) const;
   void NewRow();
   void Rewind(std::size_t field);
   void Drain(std::size_t field);

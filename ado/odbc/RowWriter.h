@@ -17,15 +17,21 @@ namespace tamlo::ado::odbc {
 /// Writes rows of a cursor's base table by statements of its own with bound parameters.
 class RowWriter {
  public:
-  /// The value of a field in the current row as it stands in the backend.
-  using RowImage = std::function<Variant(std::size_t field)>;
+  using ValueOf = std::function<Variant(std::size_t field)>;
+  /// The current row as the recordset knows it.
+  struct RowImage {
+    ValueOf value;                                                 ///< by which the row is found
+    std::function<std::optional<Variant>(std::size_t field)> atHand;  ///< what was read of a field; none when it was not
+    std::function<bool(std::size_t field)> written;                ///< it is a value that was written and may stand there in another form
+  };
 
   /// fields and columns must outlive the writer; tableText is the table as statements name it.
   RowWriter(std::shared_ptr<Session> session, std::string tableText, const std::vector<FieldInfo>& fields,
             const std::vector<ColumnDescription>& columns);
 
   void Insert(std::span<const Assignment> values);
-  /// Changes the row that old shows: exactly one must be found. None: error "changed by another"; several: error, and nothing is kept.
+  /// Changes the row that old shows, whose columns in values must still hold what was read of them: exactly one must be found. None: error
+  /// "changed by another"; several: error, and nothing is kept.
   void Update(std::span<const Assignment> values, const RowImage& old);
   void Delete(const RowImage& old);
 
@@ -46,6 +52,7 @@ class RowWriter {
     std::string text;                 // " WHERE ..."
     std::vector<std::size_t> fields;  // whose values are parameters, in order
     bool identifies = false;          // a key: no two rows can meet it
+    std::vector<std::size_t> compared;  // fields that are only compared, because they are to change
   };
 
   void EnsureTable();
@@ -54,12 +61,18 @@ class RowWriter {
   [[nodiscard]] const ParameterShape& Shape(std::size_t field);
   [[nodiscard]] std::string Name(std::size_t field) const;
   void AddParameters(ParameterSet& parameters, std::span<const Assignment> values);
+  [[nodiscard]] std::vector<std::size_t> AllFields() const;
+  [[nodiscard]] std::string Comparable(std::size_t field) const;
+  [[nodiscard]] std::optional<Variant> OldToCompare(std::size_t field, const RowImage& old) const;
+  [[nodiscard]] Condition Unchanged(Condition condition, std::span<const Assignment> values, const RowImage& old);
+  [[nodiscard]] bool ReadsAsBefore(const Condition& condition, const std::vector<std::size_t>& compared, const RowImage& old);
+  std::int64_t Send(const std::string& head, const Condition& condition, std::span<const Assignment> values, const RowImage& old);
   void AddParameters(ParameterSet& parameters, const Condition& condition, const RowImage& old);
   void Change(const std::string& head, std::span<const Assignment> values, const RowImage& old);
   void ChangeOnce(const std::string& head, const Condition& condition, std::span<const Assignment> values, const RowImage& old);
   [[nodiscard]] std::int64_t CountRows(const Condition& condition, const RowImage& old);
   [[nodiscard]] std::optional<std::vector<Variant>> ReadWhere(const std::string& condition, const std::vector<std::size_t>& keyFields,
-                                                              const RowImage& key);
+                                                              const ValueOf& key, const std::vector<std::size_t>& wanted);
 
   std::shared_ptr<Session> session_;
   const std::vector<FieldInfo>& fields_;

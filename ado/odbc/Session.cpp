@@ -1,36 +1,28 @@
 #include "ado/odbc/Session.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "ado/Errors.h"
 #include "ado/Secrets.h"
+#include "ado/odbc/ConnectAttempt.h"
 #include "ado/odbc/Diagnostics.h"
 #include "ado/odbc/NativeHeaders.h"
 #include "ado/odbc/Resend.h"
 #include "ado/odbc/SqlText.h"
-#include "ado/odbc/Utf8Locale.h"
-#include "ado/odbc/WideText.h"
-#include "runtime/Secret.h"
 
 namespace tamlo::ado::odbc {
-namespace {
 
-/// The driver manager settles a connection's character set when it makes the handle.
-Handle NewConnection() {
-  const Utf8Locale texts;
-  return {Handle::Kind::kConnection, SharedEnvironment()};
-}
-
-}  // namespace
-
-Session::Session(const std::string& connectionText, const std::string& name) : connection_(NewConnection()) {
-  std::u16string wide = ToUtf16(connectionText);
-  const runtime::WipedAtEnd wipe(wide);
-  SQLSMALLINT length = 0;
-  const auto result = SQLDriverConnectW(connection_.Get(), nullptr, reinterpret_cast<SQLWCHAR*>(wide.data()),
-                                        static_cast<SQLSMALLINT>(wide.size()), nullptr, 0, &length, SQL_DRIVER_NOPROMPT);
-  if (!SQL_SUCCEEDED(result)) {
-    auto records = ReadDiagnostics(Handle::Kind::kConnection, connection_.Get());
+Session::Session(const std::string& connectionText, const std::string& name, std::int32_t timeoutSeconds) {
+  if (connectionText.size() > kLongestConnectionText) {
+    throw runtime::Error(runtime::kInvalidArgument,
+                         "La chaîne de connexion est trop longue (" + std::to_string(connectionText.size()) + " octets au lieu de " +
+                             std::to_string(kLongestConnectionText) + " au plus).",
+                         "odbc");
+  }
+  ConnectOutcome outcome = TryToConnect(connectionText, timeoutSeconds);
+  if (!outcome.connected) {
+    auto records = std::move(outcome.records);
     for (auto& record : records) record.text = WithoutSecrets(record.text);
     if (records.empty()) records.push_back({"08001", 0, "The driver refused the connection without saying why."});
     const runtime::Error plain = MakeError(std::move(records), {});
@@ -38,8 +30,9 @@ Session::Session(const std::string& connectionText, const std::string& name) : c
     named.WithDiagnostics(plain.Diagnostics());
     throw named;
   }
+  connection_ = std::move(outcome.connection);
+  facts_ = std::move(outcome.facts);
   open_ = true;
-  facts_ = LearnFacts(connection_.Get());
 }
 
 Session::~Session() { Close(); }
@@ -55,6 +48,12 @@ void Session::Close() noexcept {
 void* Session::Connection() const {
   if (!open_) throw AdoError(runtime::kObjectClosed);
   return connection_.Get();
+}
+
+bool Session::IsDead() const {
+  if (!open_) return true;
+  SQLUINTEGER dead = SQL_CD_FALSE;
+  return SQL_SUCCEEDED(SQLGetConnectAttrW(connection_.Get(), SQL_ATTR_CONNECTION_DEAD, &dead, SQL_IS_UINTEGER, nullptr)) && dead == SQL_CD_TRUE;
 }
 
 void Session::SetAutocommit(bool on) {

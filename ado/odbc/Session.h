@@ -15,8 +15,9 @@ namespace tamlo::ado::odbc {
 /// on it, so that a catalog or a cursor that outlives the connection finds it closed instead of gone.
 class Session {
  public:
-  /// Connects. name stands for the data source in errors, which show no value of a key that names a password.
-  Session(const std::string& connectionText, const std::string& name);
+  /// Connects within so many seconds, 0 for as long as it takes. name stands for the data source in errors, which show no value of a key that
+  /// names a password. Error 5 for a text that the driver manager cannot take whole.
+  Session(const std::string& connectionText, const std::string& name, std::int32_t timeoutSeconds);
   ~Session();
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
@@ -55,6 +56,8 @@ class Session {
   /// How often something was sent again because the server had undone it (see Resend).
   [[nodiscard]] std::int64_t Resent() const noexcept { return resent_; }
   void CountResent() noexcept { ++resent_; }
+  /// True when the driver says that the connection is gone.
+  [[nodiscard]] bool IsDead() const;
 
   /// Grows with each statement that may have changed the definition of a table.
   [[nodiscard]] std::int64_t SchemaVersion() const noexcept { return schemaVersion_; }

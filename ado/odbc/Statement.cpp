@@ -11,6 +11,19 @@
 namespace tamlo::ado::odbc {
 namespace {
 
+using NameBuffer = std::array<char16_t, 512>;
+// Of what catalog functions and counts give as text: nothing of it is longer than a comment.
+constexpr std::size_t kMostPieces = 1 << 13;
+constexpr int kMostResults = 100000;
+constexpr std::int64_t kMostCatalogRows = 200000;
+
+/// Up to its terminator; the length that a driver tells is not trusted.
+std::string NameIn(const NameBuffer& name) {
+  std::size_t count = 0;
+  while (count < name.size() - 1 && name[count] != u'\0') ++count;
+  return ToUtf8(name.data(), count);
+}
+
 SQLWCHAR* Wide(std::u16string& text) { return reinterpret_cast<SQLWCHAR*>(text.data()); }
 
 }  // namespace
@@ -67,6 +80,7 @@ std::int64_t Statement::RowsAffected() {
 std::size_t Statement::ColumnCount() {
   SQLSMALLINT count = 0;
   Check(SQLNumResultCols(handle_.Get(), &count));
+  if (count < 0) throw Unbelievable("une requête de " + std::to_string(count) + " colonnes");
   return static_cast<std::size_t>(count);
 }
 
@@ -87,17 +101,23 @@ std::ptrdiff_t Statement::NumberAttribute(std::size_t column, std::uint16_t whic
   return SQL_SUCCEEDED(result) ? value : fallback;
 }
 
+std::string Statement::ColumnName(std::size_t column) {
+  NameBuffer name{};
+  SQLSMALLINT length = 0;
+  Check(SQLDescribeColW(handle_.Get(), static_cast<SQLUSMALLINT>(column), reinterpret_cast<SQLWCHAR*>(name.data()),
+                        static_cast<SQLSMALLINT>(name.size()), &length, nullptr, nullptr, nullptr, nullptr));
+  return NameIn(name);
+}
+
 ColumnDescription Statement::Describe(std::size_t column) {
-  std::array<char16_t, 512> name{};
+  NameBuffer name{};
   SQLSMALLINT length = 0;
   SQLSMALLINT nullable = SQL_NULLABLE_UNKNOWN;
   SQLULEN size = 0;
   ColumnDescription out;
   Check(SQLDescribeColW(handle_.Get(), static_cast<SQLUSMALLINT>(column), reinterpret_cast<SQLWCHAR*>(name.data()),
                         static_cast<SQLSMALLINT>(name.size()), &length, &out.sqlType, &size, &out.digits, &nullable));
-  std::size_t count = 0;
-  while (count < name.size() - 1 && name[count] != u'\0') ++count;
-  out.name = ToUtf8(name.data(), count);
+  out.name = NameIn(name);
   out.size = static_cast<std::size_t>(size);
   out.nullable = nullable != SQL_NO_NULLS;
   out.typeName = TextAttribute(column, SQL_DESC_TYPE_NAME);
@@ -117,6 +137,11 @@ bool Statement::Fetch() {
   return result != SQL_NO_DATA;
 }
 
+bool Statement::FetchCatalogRow() {
+  if (++catalogRows_ > kMostCatalogRows) throw Unbelievable("un catalogue de plus de " + std::to_string(kMostCatalogRows) + " lignes");
+  return Fetch();
+}
+
 namespace {
 
 /// A value in as many pieces as the driver makes of it; none for null.
@@ -124,7 +149,8 @@ template <typename Char>
 std::optional<std::basic_string<Char>> InPieces(Statement& statement, std::size_t column, std::int16_t nativeType) {
   std::array<Char, 512> piece;
   std::basic_string<Char> text;
-  for (;;) {
+  for (std::size_t pieces = 0;; ++pieces) {
+    if (pieces == kMostPieces) throw Unbelievable("un texte sans fin");
     SQLLEN bytes = 0;
     piece[0] = Char{};
     const auto result = SQLGetData(statement.Native(), static_cast<SQLUSMALLINT>(column), nativeType, piece.data(), sizeof(piece), &bytes);
@@ -159,7 +185,8 @@ std::int64_t Statement::Integer(std::size_t column, std::int64_t fallback) {
 void Statement::CloseCursor() noexcept { SQLFreeStmt(handle_.Get(), SQL_CLOSE); }
 
 void Statement::FinishResults() {
-  for (;;) {
+  for (int results = 0;; ++results) {
+    if (results == kMostResults) throw Unbelievable("une instruction aux résultats sans fin");
     const auto result = SQLMoreResults(handle_.Get());
     if (result == SQL_NO_DATA) return;
     Check(result);

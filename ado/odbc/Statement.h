@@ -43,10 +43,14 @@ class Statement {
   [[nodiscard]] std::size_t ColumnCount();
   /// By position from 1.
   [[nodiscard]] ColumnDescription Describe(std::size_t column);
+  /// The name alone.
+  [[nodiscard]] std::string ColumnName(std::size_t column);
   /// The next row (block); false at the end.
   bool Fetch();
   /// The records of the last call, as the error that they make.
   [[nodiscard]] runtime::Error LastError();
+  /// The same for the answers of catalog functions, which end.
+  bool FetchCatalogRow();
   /// A value of the current row as text, whole; none for null.
   [[nodiscard]] std::optional<std::string> Text(std::size_t column);
   /// The same as a number; fallback for null or what is no number.
@@ -73,6 +77,7 @@ class Statement {
   std::shared_ptr<Session> session_;  // first: the handle goes before its connection
   Handle handle_;
   std::string sent_;
+  std::int64_t catalogRows_ = 0;
 };
 
 }  // namespace tamlo::ado::odbc

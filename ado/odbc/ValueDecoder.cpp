@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "ado/odbc/Diagnostics.h"
 #include "ado/odbc/NativeHeaders.h"
 #include "ado/odbc/TypeMap.h"
 #include "ado/odbc/WideText.h"
@@ -60,6 +61,10 @@ runtime::Date SerialOf(double days, double seconds) {
 
 Variant FromTimestamp(int year, int month, int day, int hour, int minute, int second, double nanoseconds) {
   if (month == 0 || day == 0) return runtime::Null{};  // MySQL's zero date
+  if (month < 1 || month > 12 || day < 1 || day > 31 || hour > 24 || minute > 59 || second > 61 || nanoseconds >= 1e9) {
+    throw Unbelievable("une date de mois " + std::to_string(month) + ", jour " + std::to_string(day) + ", " + std::to_string(hour) + " h " +
+                       std::to_string(minute) + " min " + std::to_string(second) + " s");
+  }
   const double seconds = hour * 3600.0 + minute * 60.0 + second + nanoseconds / 1e9;
   return SerialOf(DaysOf(year, month, day), seconds);
 }

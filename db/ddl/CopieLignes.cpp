@@ -46,7 +46,8 @@ struct ColonneCible {
 /// Writes rows into the target: in batches until a row comes that is too long for memory, row by row from then on.
 class EcritureCible {
  public:
-  EcritureCible(DataBase& cible, const std::string& nom, const ado::Recordset& source) : cible_(cible), nom_(nom) {
+  EcritureCible(DataBase& cible, const std::string& nom, const ado::Recordset& source, std::int64_t debut)
+      : cible_(cible), nom_(nom), debut_(debut), lignes_(debut) {
     auto description = cible.OpenRecordSet("SELECT * FROM [" + nom + "]", 0);
     std::vector<std::string> noms;
     for (std::size_t i = 0; i < source.FieldCount(); ++i) {
@@ -55,6 +56,13 @@ class EcritureCible {
     }
     description.Close();
     lots_.emplace(cible.Connexion(), NomBase(), std::move(noms), Proprietaire());
+    lots_->RowsBefore(debut);
+  }
+
+  /// How many rows of the source, from its first one, are in the target.
+  [[nodiscard]] ado::StoredRows Presentes() const {
+    const ado::StoredRows lots = lots_ ? lots_->Stored() : ado::StoredRows{enLots_, enLots_};
+    return {debut_ + lots.atLeast + seulesEcrites_, debut_ + lots.atMost + seulesEcrites_ + (seuleEnDoute_ ? 1 : 0)};
   }
 
   void Ecrit(const LigneSource& ligne) {
@@ -117,6 +125,7 @@ class EcritureCible {
 
   void PasseLigneALigne() {
     Termine();
+    enLots_ = lots_->Stored().atLeast;
     lots_.reset();
     seules_ = cible_.OpenRecordSet("SELECT * FROM [" + nom_ + "]", 2);
   }
@@ -129,7 +138,10 @@ class EcritureCible {
       }
       for (const auto& [place, longue] : ligne.fichiers) seules_.Fields(colonnes_[place].nom).WriteFrom(longue.Source());
       seules_.Update();
+      ++seulesEcrites_;
     } catch (runtime::Error& erreur) {
+      // A duplicate or a value that is refused is not there; after anything else nobody knows.
+      seuleEnDoute_ = erreur.Number() == runtime::kProviderFailure;
       throw erreur.WithContext("ligne " + std::to_string(lignes_));
     }
   }
@@ -139,17 +151,37 @@ class EcritureCible {
   std::vector<ColonneCible> colonnes_;
   std::optional<ado::BulkInsert> lots_;
   ado::Recordset seules_;
-  std::int64_t lignes_ = 0;
+  std::int64_t debut_;
+  std::int64_t lignes_;
+  std::int64_t enLots_ = 0;         // rows in the target by batches, once there are no more of them
+  std::int64_t seulesEcrites_ = 0;  // rows in the target one by one
+  bool seuleEnDoute_ = false;
   std::size_t retenus_ = 0;
 };
 
-void Copie(DataBase& source, DataBase& cible, const std::string& nom, const CopieOptions& options, CopieBilan& bilan) {
+/// Where an error leaves the target.
+struct Fin {
+  ado::StoredRows presentes;
+  bool deLaSource = false;  ///< the source failed: the number of a row says nothing of the target
+};
+
+/// The rows of a copy that goes on stand in the target already.
+void Saute(ado::Recordset& lues, std::int64_t lignes, CopieBilan& bilan) {
+  for (; bilan.lues < lignes && !lues.Eof(); ++bilan.lues) lues.MoveNext();
+}
+
+void Copie(DataBase& source, DataBase& cible, const std::string& nom, const CopieOptions& options, CopieBilan& bilan, Fin& fin) {
+  fin.presentes = {options.debut, options.debut};
   auto lues = source.OpenRecordSet("SELECT * FROM [" + nom + "]", 0);
-  EcritureCible ecriture(cible, nom, lues);
+  EcritureCible ecriture(cible, nom, lues, options.debut);
+  fin.deLaSource = true;
+  Saute(lues, options.debut, bilan);
+  const std::int64_t sautees = bilan.lues;
   Progression progression(options);
-  {
+  try {
     LignesSource lignes(lues, &source.Connexion() != &cible.Connexion());
     for (auto bloc = lignes.Suivant(); bloc.nombre > 0; bloc = lignes.Suivant(std::move(bloc))) {
+      fin.deLaSource = false;
       for (const LigneSource& ligne : bloc.Lues()) {
         ++bilan.lues;
         ecriture.Ecrit(ligne);
@@ -159,21 +191,42 @@ void Copie(DataBase& source, DataBase& cible, const std::string& nom, const Copi
         }
       }
       if (bilan.arretee) break;
+      fin.deLaSource = true;
     }
+    fin.deLaSource = false;
     ecriture.Termine();
+  } catch (const runtime::Error&) {
+    fin.presentes = ecriture.Presentes();
+    throw;
   }
-  bilan.ecrites = bilan.lues;
+  bilan.ecrites = bilan.lues - sautees;
   lues.Close();
+}
+
+/// What is known of the target goes into the text where the number of the row alone does not tell it.
+ErreurCopie Complete(runtime::Error& erreur, const std::string& nom, const Fin& fin) {
+  erreur.WithContext("copie de la table " + nom);
+  const auto [moins, plus] = fin.presentes;
+  std::string suite;
+  if (moins != plus) {
+    suite = " (lignes copiées présentes dans la cible : au moins " + std::to_string(moins) + ", au plus " + std::to_string(plus) + ")";
+  } else if (fin.deLaSource && moins > 0) {
+    suite = " (lignes copiées présentes dans la cible : " + std::to_string(moins) + ")";
+  }
+  runtime::Error complete(erreur.Number(), erreur.Description() + suite, erreur.Source());
+  complete.WithDiagnostics(erreur.Diagnostics()).WithSent(erreur.Sent());
+  return {complete, moins, plus};
 }
 
 }  // namespace
 
 CopieBilan CopieLignes(DataBase& source, DataBase& cible, const std::string& nom, const CopieOptions& options) {
   CopieBilan bilan;
+  Fin fin;
   try {
-    Copie(source, cible, nom, options, bilan);
+    Copie(source, cible, nom, options, bilan, fin);
   } catch (runtime::Error& erreur) {
-    throw erreur.WithContext("copie de la table " + nom);
+    throw Complete(erreur, nom, fin);
   }
   return bilan;
 }

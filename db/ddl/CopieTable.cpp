@@ -49,7 +49,7 @@ CopieBilan DataBase::CopieDonnees(const std::string& nom, DataBase& cible, const
   const MessagePassager message("Copie de la table " + nom + " dans la base <" + cible.ConnectionString() + ">");
   const bool manque = !cible.ExisteTbl(nom);
   if (manque) TblCopie(nom, cible, true, false);
-  if (typ_ != TypJet || cible.typ_ != TypJet) {
+  if (typ_ != TypJet || cible.typ_ != TypJet || options.debut > 0) {
     try {
       return ddl::CopieLignes(*this, cible, nom, options);
     } catch (const runtime::Error&) {
@@ -66,7 +66,7 @@ CopieBilan DataBase::CopieDonnees(const std::string& nom, DataBase& cible, const
   try {
     bilan.ecrites = std::max<std::int64_t>(0, Connexion().Execute(sql, ado::adExecuteNoRecords));
   } catch (runtime::Error& erreur) {
-    throw erreur.WithContext("copie de la table " + nom);
+    throw ErreurCopie(erreur.WithContext("copie de la table " + nom), 0, 0);
   }
   bilan.lues = bilan.ecrites;
   return bilan;

@@ -142,6 +142,46 @@ TEST_F(JetRecordset, ARowDeletedByAnotherIsAFailureOfTheProvider) {
   }
 }
 
+TEST_F(JetRecordset, AnothersChangeOfTheSameColumnIsNotOverwritten) {
+  connection.Execute("UPDATE Utl SET Note='la note'");
+  for (const int option : {1, 2}) {
+    const std::string source = option == 1 ? "Utl" : "SELECT * FROM Utl ORDER BY IdUtl";
+    for (const char* field : {"Nom", "MotPasse", "Note"}) {
+      auto rows = Opened(source, option);
+      const auto before = rows.Fields(field).Value();
+      for (const char* theirs : {"LEUR", "leur"}) {
+        rows.MoveFirst();
+        (void)rows.Fields(field).Value();
+        connection.Execute(std::string("UPDATE Utl SET ") + field + "='" + theirs + "' WHERE IdUtl=1");
+        rows.Fields(field).Value("le mien");
+        const auto failure = IgnoringErrors([&] { rows.Update(); });
+        EXPECT_EQ(failure.number, runtime::kProviderFailure) << source << " " << field << " " << theirs;
+        EXPECT_EQ(failure.description,
+                  "La ligne ne peut pas être trouvée pour la mise à jour : certaines de ses valeurs ont changé depuis la dernière lecture.");
+        rows.CancelUpdate();
+        EXPECT_EQ(Rows(std::string("SELECT ") + field + " FROM Utl WHERE IdUtl=1"), theirs);
+      }
+      rows.MoveFirst();
+      rows.Fields(field).Value("le mien");
+      EXPECT_NO_THROW(rows.Update()) << "read again, it can be changed";
+      rows.Fields(field).Value(before);
+      EXPECT_NO_THROW(rows.Update());
+    }
+  }
+}
+
+TEST_F(JetRecordset, AnothersChangeOfAnotherColumnOrOfAnUnreadLongValueIsNone) {
+  for (const int option : {1, 2}) {
+    auto rows = Opened(option == 1 ? "Utl" : "SELECT * FROM Utl ORDER BY IdUtl", option);
+    EXPECT_FALSE(rows.Eof());
+    connection.Execute("UPDATE Utl SET MotPasse='x', Note='leur note' WHERE IdUtl=1");
+    rows.Fields("Nom").Value("Durand");
+    rows.Fields("Note").Value("ma note");
+    EXPECT_NO_THROW(rows.Update());
+    EXPECT_EQ(Rows("SELECT Nom, MotPasse, Note FROM Utl WHERE IdUtl=1"), "Durand|x|ma note");
+  }
+}
+
 TEST_F(JetRecordset, ANewRowInThePlaceOfADeletedOneIsNotTakenForIt) {
   for (const char* key : {" CONSTRAINT PK PRIMARY KEY", ""}) {
     for (const int option : {1, 2}) {

@@ -55,6 +55,8 @@ class EcrituresSuivies final : public ado::ProviderBulkInsert {
     ++suivi_.ecrites;
   }
   void Flush() override {}
+  [[nodiscard]] ado::StoredRows Stored() const override { return {suivi_.ecrites, suivi_.ecrites}; }
+  void RowsBefore(std::int64_t) override {}
 
  private:
   Suivi& suivi_;
