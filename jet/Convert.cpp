@@ -8,6 +8,7 @@
 #include <limits>
 #include <optional>
 
+#include "base/DateText.h"
 #include "jet/ByteOrder.h"
 #include "jet/Error.h"
 #include "jet/Text.h"
@@ -162,32 +163,9 @@ Numeric ToNumeric(const Value& value, const Column& column) {
   return *scaled;
 }
 
-/// "2020-01-02" or "2020-01-02 03:04:05" (also with T).
-std::optional<double> ParseDate(const std::string& text) {
-  int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
-  char separator = ' ';
-  int used = 0;
-  const int fields =
-      std::sscanf(text.c_str(), "%4d-%2d-%2d%n%c%2d:%2d:%2d%n", &year, &month, &day, &used, &separator, &hour, &minute, &second, &used);
-  if ((fields != 3 && fields != 7) || static_cast<std::size_t>(used) != text.size() || (separator != ' ' && separator != 'T'))
-    return std::nullopt;
-  static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-  const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
-  if (year < 100 || month < 1 || month > 12 || day < 1 || day > kDays[month - 1] + (month == 2 && leap ? 1 : 0) || hour < 0 || hour > 23 ||
-      minute < 0 || minute > 59 || second < 0 || second > 59)
-    return std::nullopt;
-  const int shiftedYear = month <= 2 ? year - 1 : year;
-  const int era = shiftedYear / 400;
-  const int yearOfEra = shiftedYear - era * 400;
-  const int dayOfYear = (153 * (month > 2 ? month - 3 : month + 9) + 2) / 5 + day - 1;
-  const int days = era * 146097 + yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear - 719468 + 25569;
-  const double time = (hour * 3600 + minute * 60 + second) / 86400.0;
-  return days < 0 ? days - time : days + time;
-}
-
 Date ToDate(const Value& value, const Column& column) {
   auto serial = AsReal(value);
-  if (value.Type() == ValueType::kText && !serial) serial = ParseDate(value.AsText());
+  if (value.Type() == ValueType::kText && !serial) serial = base::ReadDateText(value.AsText(), base::DateOrder::kDayFirst);
   if (!serial || !(*serial > kFirstDate && *serial < kLastDate)) Mismatch(value, column);
   return {*serial == 0 ? 0.0 : *serial};
 }

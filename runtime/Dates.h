@@ -33,8 +33,8 @@ struct CalendarTime {
 [[nodiscard]] Date Today();
 [[nodiscard]] Date Now();
 
-/// Reads a date text: day first or month first as the settings' short date says, year-first texts always; separators "/", "-", ".", blank;
-/// two-digit years 0-29 are 2000-2029, 30-99 are 1930-1999; an optional time "h:mm[:ss]" follows, or stands alone. None for anything else.
+/// Reads a date text as base/DateText.h says, in the order of the settings' short date and with their names of months besides the French
+/// and English ones. None for a text that is no date.
 [[nodiscard]] std::optional<Date> ParseDate(std::string_view text, const RegionalSettings& settings = UserSettings());
 
 /// Writes a date by a picture: "YYYY", "YY", "MM", "DD", "HH", "NN", "SS" (any case; "MM" after "HH" is minutes too), everything else as it stands.

@@ -1,5 +1,6 @@
 #include "runtime/RegionalSettings.h"
 
+#include <string_view>
 #include <utility>
 
 namespace tamlo::runtime {
@@ -11,17 +12,23 @@ const RegionalSettings*& Overriding() {
   return settings;
 }
 
-}  // namespace
-
-bool RegionalSettings::MonthFirst() const {
+/// The first of these letters that stands for a part of the date; 0 when there is none.
+char FirstPart(const std::string& shortDate, std::string_view letters) {
   bool quoted = false;
   for (const char letter : shortDate) {
     if (letter == '\'') quoted = !quoted;
-    if (quoted) continue;
-    if (letter == 'M') return true;
-    if (letter == 'd') return false;
+    if (!quoted && letters.find(letter) != std::string_view::npos) return letter;
   }
-  return false;
+  return '\0';
+}
+
+}  // namespace
+
+bool RegionalSettings::MonthFirst() const { return FirstPart(shortDate, "dM") == 'M'; }
+
+base::DateOrder RegionalSettings::Order() const {
+  if (FirstPart(shortDate, "dMy") == 'y') return base::DateOrder::kYearFirst;
+  return MonthFirst() ? base::DateOrder::kMonthFirst : base::DateOrder::kDayFirst;
 }
 
 const RegionalSettings& UserSettings() {

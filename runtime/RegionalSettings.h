@@ -1,6 +1,9 @@
 #pragma once
 
 #include <string>
+#include <vector>
+
+#include "base/DateText.h"
 
 namespace tamlo::runtime {
 
@@ -9,9 +12,13 @@ struct RegionalSettings {
   /// The short date in the operating system's own letters ("dd/MM/yyyy", "M/d/yyyy"); empty when no setting is present.
   std::string shortDate;
   char decimalPoint = '.';
+  /// The language's names of the months, whole ones and abbreviated ones, each list from January on; empty when no setting is present.
+  std::vector<std::string> monthNames = {};
 
   /// True when the short date puts the month before the day. Without a setting: day first.
   [[nodiscard]] bool MonthFirst() const;
+  /// The order in which the short date puts day, month and year. Without a setting: day first.
+  [[nodiscard]] base::DateOrder Order() const;
 };
 
 /// The settings in force: those of the environment, read once (LC_TIME and LC_NUMERIC off Windows, the user's profile on Windows),

@@ -83,6 +83,9 @@ RegionalSettings ReadUserSettings() {
   if (!SaysNothing(NamedLocale("LC_TIME"))) {
     if (const LocaleOwner locale{newlocale(LC_TIME_MASK, "", nullptr)}) {
       settings.shortDate = ToLetters(nl_langinfo_l(D_FMT, locale.get()));
+      for (const nl_item first : {MON_1, ABMON_1}) {
+        for (nl_item month = first; month < first + 12; ++month) settings.monthNames.emplace_back(nl_langinfo_l(month, locale.get()));
+      }
     }
   }
   if (!SaysNothing(NamedLocale("LC_NUMERIC"))) {

@@ -4,6 +4,19 @@
 
 namespace tamlo::runtime {
 
+namespace {
+
+/// A text of the user's locale in UTF-8; "" when it has none.
+std::string LocaleText(LCTYPE what) {
+  wchar_t wide[80] = {};
+  char text[240] = {};
+  if (GetLocaleInfoW(LOCALE_USER_DEFAULT, what, wide, 80) == 0) return {};
+  if (WideCharToMultiByte(CP_UTF8, 0, wide, -1, text, sizeof text, nullptr, nullptr) == 0) return {};
+  return text;
+}
+
+}  // namespace
+
 RegionalSettings ReadUserSettings() {
   // The profile is asked with the system's own default and size; a single blank means that no setting is there.
   constexpr DWORD kBufferSize = 20;
@@ -18,6 +31,9 @@ RegionalSettings ReadUserSettings() {
     settings.decimalPoint = decimal[0];
   } else if (GetLocaleInfoA(LOCALE_USER_DEFAULT, LOCALE_SDECIMAL, decimal, sizeof decimal) == 2) {
     settings.decimalPoint = decimal[0];
+  }
+  for (const LCTYPE first : {LCTYPE{LOCALE_SMONTHNAME1}, LCTYPE{LOCALE_SABBREVMONTHNAME1}}) {
+    for (LCTYPE month = first; month < first + 12; ++month) settings.monthNames.push_back(LocaleText(month));
   }
   return settings;
 }

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/Calendar.h"
+
 namespace jet::sql {
 
 /// Calendar fields of a date as Access counts it: days since 1899-12-30, the fraction counting forward also before that day.
@@ -23,18 +25,12 @@ struct CalendarFields {
 [[nodiscard]] CalendarFields FieldsOf(double serial);
 /// Month and day may lie outside their range and count on (month 13 is January of the next year). Nothing outside the years 100 to 9999.
 [[nodiscard]] std::optional<double> SerialOf(std::int64_t year, std::int64_t month, std::int64_t day, double timeOfDay = 0);
-/// Whole days and the time of day (0 to below 1) of a serial, and back.
+/// Whole days and the time of day (0 to below 1) of a serial.
 [[nodiscard]] double DayOf(double serial);
 [[nodiscard]] double TimeOf(double serial);
-[[nodiscard]] double JoinDayAndTime(double day, double time);
-/// Now in local time, to the second.
-[[nodiscard]] double LocalNow();
+using base::JoinDayAndTime;
+using base::LocalNow;
 
-enum class DateOrder { kDayFirst, kMonthFirst };
-
-/// Reads "31/12/2003 10:30:00", "2003-12-31", "10:30", "31 Dec 2003" and the like. When the wanted order makes no date the other one is
-/// tried. Two-digit years 0-29 are 2000-2029. Nothing for anything else.
-[[nodiscard]] std::optional<double> ParseDateText(std::string_view text, DateOrder order);
 /// "31/12/2003", with " 10:30:00" when there is a time, the time alone on day 0.
 [[nodiscard]] std::string GeneralDate(double serial);
 

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "base/DateText.h"
 #include "jet/sql/Calendar.h"
 #include "jet/sql/Names.h"
 #include "jet/sql/SessionState.h"
@@ -40,7 +41,8 @@ std::string ShortText(double number, char decimalPoint, int digits = 15) {
 Value FromText(const std::string& text, const TypeInfo& column, const TextSettings& settings) {
   const auto mismatch = [&](const char* what) { return Error(ErrorCode::kTypeMismatch, "\"" + text + "\" is not " + what); };
   if (column.type == ColumnType::kDate) {
-    const std::optional<double> serial = settings.parseDate ? settings.parseDate(text) : ParseDateText(text, DateOrder::kDayFirst);
+    const std::optional<double> serial =
+        settings.parseDate ? settings.parseDate(text) : base::ReadDateText(text, base::DateOrder::kDayFirst);
     if (!serial) throw mismatch("a date");
     return Value(Date{*serial});
   }

@@ -2,6 +2,7 @@
 #include <charconv>
 #include <cmath>
 
+#include "base/DateText.h"
 #include "jet/sql/Calendar.h"
 #include "jet/sql/Coercion.h"
 #include "jet/sql/Functions.h"
@@ -438,7 +439,7 @@ Expression Translator::Number(const Token& token) {
 }
 
 Expression Translator::DateLiteral(const Token& token) {
-  const std::optional<double> serial = ParseDateText(token.text, DateOrder::kMonthFirst);
+  const std::optional<double> serial = base::ReadDateText(token.text, base::DateOrder::kMonthFirst);
   if (!serial) throw SyntaxError("not a date: #" + token.text + "#", token.position);
   return Made(RealLiteral(*serial), ColumnType::kDate, {});
 }
@@ -449,7 +450,7 @@ Expression Translator::DateFromText(const Token& at, const Expression& text) {
     return Made("jet_cdate(" + AsValue(text) + ")", ColumnType::kDate, {&text});
   }
   const std::optional<double> serial =
-      settings_.parseDate ? settings_.parseDate(text.text) : ParseDateText(text.text, DateOrder::kDayFirst);
+      settings_.parseDate ? settings_.parseDate(text.text) : base::ReadDateText(text.text, base::DateOrder::kDayFirst);
   if (!serial) {
     throw Error(ErrorCode::kTypeMismatch, "not a date: '" + text.text + "' (at character " + std::to_string(at.position) + ")");
   }

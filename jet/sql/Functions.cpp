@@ -9,6 +9,7 @@
 #include <random>
 #include <string>
 
+#include "base/DateText.h"
 #include "jet/TextOrder.h"
 #include "jet/sql/Calendar.h"
 #include "jet/sql/LikePattern.h"
@@ -71,7 +72,7 @@ std::int64_t WholeOf(Context* context, sqlite3_value* value) {
 
 std::optional<double> DateFromText(Context* context, std::string_view text) {
   const TextSettings& settings = SettingsOf(context);
-  return settings.parseDate ? settings.parseDate(text) : ParseDateText(text, DateOrder::kDayFirst);
+  return settings.parseDate ? settings.parseDate(text) : base::ReadDateText(text, base::DateOrder::kDayFirst);
 }
 
 double DateOf(Context* context, sqlite3_value* value) {

@@ -82,8 +82,8 @@ TEST(Dates, TextsAreReadInTheOrderOfTheShortDate) {
   EXPECT_EQ(ParseDate("01/02/2003", kDayFirst)->serial, Serial(2003, 2, 1));
   EXPECT_EQ(ParseDate("01/02/2003", kMonthFirst)->serial, Serial(2003, 1, 2));
   EXPECT_EQ(ParseDate("01/02/2003", kNone)->serial, Serial(2003, 2, 1));
-  EXPECT_FALSE(ParseDate("02/13/2003", kDayFirst));
-  EXPECT_FALSE(ParseDate("13/02/2003", kMonthFirst));
+  EXPECT_EQ(ParseDate("02/13/2003", kDayFirst)->serial, Serial(2003, 2, 13)) << "the other order, where the first makes no date";
+  EXPECT_EQ(ParseDate("13/02/2003", kMonthFirst)->serial, Serial(2003, 2, 13));
 }
 
 TEST(Dates, YearFirstTextsAreAlwaysUnderstood) {
@@ -118,7 +118,6 @@ TEST(Dates, AnythingElseIsNoDate) {
   for (const char* text : {"",
                            " ",
                            "abc",
-                           "1/2",
                            "1/2/",
                            "/1/2003",
                            "31/02/2003",
@@ -170,11 +169,29 @@ TEST(Dates, TheGeneralDateOfATimeAloneIsTheTime) {
 }
 
 TEST(Dates, TheGeneralDateReadsBack) {
-  for (const RegionalSettings& settings : {kDayFirst, kMonthFirst, kNone, RegionalSettings{"yyyy-MM-dd", '.'}}) {
+  for (const RegionalSettings& settings : {kDayFirst, kMonthFirst, kNone, RegionalSettings{"yyyy-MM-dd", '.'},
+                                           RegionalSettings{"d. M. yyyy", ','}, RegionalSettings{"yyyy. MM. dd.", ','}}) {
     for (const double serial : {37653.0, 37653.4375, 0.0, 0.4375, -1.25, -657434.0, 2958465.5}) {
       EXPECT_EQ(ParseDate(FormatDate({serial}, "", settings), settings)->serial, serial);
     }
   }
+}
+
+TEST(Dates, TheGeneralDateOfATwoDigitYearReadsBackInItsCentury) {
+  for (const char* shortDate : {"dd/MM/yy", "M/d/yy", "yy-MM-dd"}) {
+    const RegionalSettings settings{shortDate, '.'};
+    for (const double serial : {Serial(2003, 4, 5), Serial(2011, 12, 10, 10, 30), Serial(1931, 2, 3)}) {
+      EXPECT_EQ(ParseDate(FormatDate({serial}, "", settings), settings)->serial, serial) << shortDate;
+    }
+  }
+}
+
+TEST(Dates, NamesOfMonthsAreThoseOfTheSettingsToo) {
+  RegionalSettings settings = kDayFirst;
+  EXPECT_EQ(ParseDate("1 févr. 2003 6:00 PM", settings)->serial, Serial(2003, 2, 1, 18));
+  EXPECT_FALSE(ParseDate("1 Okt 2003", settings));
+  settings.monthNames = {"Januar", "Februar", "März", "April", "Mai", "Juni", "Juli", "August", "September", "Oktober"};
+  EXPECT_EQ(ParseDate("1 Okt 2003", settings)->serial, Serial(2003, 10, 1));
 }
 
 }  // namespace

@@ -22,6 +22,14 @@ TEST(RegionalSettings, MonthFirstFollowsTheShortDate) {
   EXPECT_FALSE((RegionalSettings{"", '.'}).MonthFirst());
 }
 
+TEST(RegionalSettings, TheOrderIsThatOfTheShortDate) {
+  EXPECT_EQ((RegionalSettings{"dd/MM/yyyy", '.'}).Order(), base::DateOrder::kDayFirst);
+  EXPECT_EQ((RegionalSettings{"M/d/yyyy", '.'}).Order(), base::DateOrder::kMonthFirst);
+  EXPECT_EQ((RegionalSettings{"yyyy-MM-dd", '.'}).Order(), base::DateOrder::kYearFirst);
+  EXPECT_EQ((RegionalSettings{"'y'dd/MM/yyyy", '.'}).Order(), base::DateOrder::kDayFirst);
+  EXPECT_EQ((RegionalSettings{"", '.'}).Order(), base::DateOrder::kDayFirst);
+}
+
 TEST(RegionalSettings, OverridesRestoreInOrder) {
   const std::string before = UserSettings().shortDate;
   {
@@ -115,6 +123,15 @@ TEST_F(CompiledLocales, TheFrenchOneIsDayFirstWithADecimalComma) {
   EXPECT_EQ(ReadUserSettings().shortDate, "dd/MM/yyyy");
   EXPECT_EQ(ReadUserSettings().decimalPoint, ',');
   EXPECT_FALSE(ReadUserSettings().MonthFirst());
+}
+
+TEST_F(CompiledLocales, NameTheirMonthsWholeAndAbbreviated) {
+  const EnvironmentScope scope(Variables{{"LANG", "fr_FR.UTF-8"}});
+  const auto names = ReadUserSettings().monthNames;
+  ASSERT_EQ(names.size(), 24U);
+  EXPECT_EQ(names[1], "février");
+  EXPECT_EQ(names[11], "décembre");
+  EXPECT_EQ(names[13], "févr.");
 }
 
 TEST_F(CompiledLocales, CategoriesMayDiffer) {

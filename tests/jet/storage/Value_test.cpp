@@ -75,6 +75,8 @@ TEST(Convert, CurrencyAndNumericAreExact) {
 TEST(Convert, DatesHaveTheLimitsOfTheCalendar) {
   EXPECT_EQ(Converted(Value("2020-01-02 03:04:05"), StoredColumn(ColumnType::kDate)), "#2020-01-02 03:04:05#");
   EXPECT_EQ(Converted(Value("1899-12-29 06:00:00"), StoredColumn(ColumnType::kDate)), "#1899-12-29 06:00:00#");
+  EXPECT_EQ(Converted(Value("13 févr. 2003 6:00 PM"), StoredColumn(ColumnType::kDate)), "#2003-02-13 18:00:00#") << "as people write it";
+  EXPECT_EQ(Converted(Value("1/2/2003"), StoredColumn(ColumnType::kDate)), "#2003-02-01 00:00:00#") << "day first";
   EXPECT_EQ(CodeOf([] { Converted(Value("2019-02-31"), StoredColumn(ColumnType::kDate)); }), ErrorCode::kTypeMismatch);
   EXPECT_EQ(CodeOf([] { Converted(Value(2958466.0), StoredColumn(ColumnType::kDate)); }), ErrorCode::kTypeMismatch);
 }
