@@ -19,6 +19,7 @@ ProviderConnection& ConnectionState::Native(std::int32_t errorNumber) const {
 void ConnectionState::Close() noexcept {
   while (!recordsets.empty()) recordsets.back()->Close();
   native.reset();
+  rollbackRefused = false;
 }
 
 ConnectionState::~ConnectionState() {
@@ -58,18 +59,39 @@ void Connection::RegisteredOnly(bool wanted) noexcept { state_->registeredOnly =
 
 void Connection::Close() {
   (void)state_->Native(runtime::kObjectClosed);
+  if (InTransaction()) throw AdoError(runtime::kTransactionOpen);
   state_->Close();
 }
 
 bool Connection::IsOpen() const noexcept { return state_->native != nullptr; }
+bool Connection::InTransaction() const noexcept { return TransactionLevel() > 0 && !state_->rollbackRefused; }
+bool Connection::InUse() const noexcept { return !state_->recordsets.empty(); }
 
 std::int64_t Connection::Execute(const std::string& text, std::int32_t /*options*/) {
   return Native().Execute(text, state_->commandTimeout);
 }
 
-std::int32_t Connection::BeginTrans() { return Native().BeginTransaction(); }
-void Connection::CommitTrans() { Native().CommitTransaction(); }
-void Connection::RollbackTrans() { Native().RollbackTransaction(); }
+std::int32_t Connection::BeginTrans() {
+  const std::int32_t level = Native().BeginTransaction();
+  state_->rollbackRefused = false;
+  return level;
+}
+
+void Connection::CommitTrans() {
+  auto& native = Native();
+  if (native.TransactionLevel() == 0) throw AdoError(runtime::kNoTransaction);
+  native.CommitTransaction();
+  state_->rollbackRefused = false;
+}
+
+void Connection::RollbackTrans() {
+  auto& native = Native();
+  if (native.TransactionLevel() == 0) throw AdoError(runtime::kNoTransaction);
+  state_->rollbackRefused = true;
+  native.RollbackTransaction();
+  state_->rollbackRefused = false;
+}
+
 std::int32_t Connection::TransactionLevel() const noexcept { return state_->native ? state_->native->TransactionLevel() : 0; }
 
 void Transaction::Commit() {

@@ -36,15 +36,22 @@ class Connection {
   /// Connects. options: -1 (unspecified) is the only value in use. After a failure the object is closed and may be opened again.
   void Open(const std::string& connectionString, const std::string& userId, const std::string& password,
             std::int32_t options = adOptionUnspecified);
-  /// Rolls back what is pending, closes the recordsets and the connection. Error 3704 when closed already.
+  /// Closes the recordsets and the connection. Error 3704 when closed already; 3246 in a transaction, and nothing is closed then. (The
+  /// destructor rolls back and closes.)
   void Close();
   [[nodiscard]] bool IsOpen() const noexcept;
+  /// True between BeginTrans and the call that ends the transaction, until a refused RollbackTrans: what is pending is then lost in any
+  /// case, and the connection may be closed.
+  [[nodiscard]] bool InTransaction() const noexcept;
+  /// True while a recordset is open on it.
+  [[nodiscard]] bool InUse() const noexcept;
 
   /// Runs a statement; the rows it might give are thrown away. Returns the number of rows affected, -1 when not known.
   std::int64_t Execute(const std::string& text, std::int32_t options = adExecuteNoRecords);
 
   /// Starts a transaction and returns its level, from 1. Whether levels above 1 exist is the provider's matter.
   std::int32_t BeginTrans();
+  /// Error -2147168242 without a transaction, for both.
   void CommitTrans();
   void RollbackTrans();
   /// How many transactions are open inside each other; 0 for none, and for a closed connection.

@@ -29,6 +29,7 @@ struct ConnectionState {
   CursorLocation cursorLocation = adUseServer;
   std::unique_ptr<ProviderConnection> native;  ///< null when closed
   std::vector<RecordsetState*> recordsets;     ///< the open ones; not owned
+  bool rollbackRefused = false;                ///< the last attempt to end a transaction was a rollback that failed
 
   /// The provider's connection; error number when closed.
   [[nodiscard]] ProviderConnection& Native(std::int32_t errorNumber) const;

@@ -117,6 +117,7 @@ class ProviderConnection {
 
   /// Rows affected, -1 when not known.
   virtual std::int64_t Execute(const std::string& text, std::int32_t timeoutSeconds) = 0;
+  /// Null after having run a statement that gives no rows. A static rowset reads all its rows when it is first moved.
   [[nodiscard]] virtual std::unique_ptr<ProviderRowset> OpenRowset(const RowsetRequest& request) = 0;
 
   virtual std::int32_t BeginTransaction() = 0;

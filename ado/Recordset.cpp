@@ -47,7 +47,10 @@ void Recordset::Open(const std::string& source, Connection* connection, CursorTy
   const auto& owner = connection->state_;
   RowsetRequest request{source, cursor, lock, options, owner->cursorLocation, owner->commandTimeout};
   if (request.cursor == adOpenUnspecified) request.cursor = adOpenForwardOnly;
-  state_ = std::make_unique<RecordsetState>(owner, request);
+  auto opened = std::make_unique<RecordsetState>(owner, request);
+  if (!opened->rowset) return;
+  if (request.cursor == adOpenStatic) opened->EnsureFirst();
+  state_ = std::move(opened);
 }
 
 void Recordset::Close() {

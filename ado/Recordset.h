@@ -56,7 +56,8 @@ class Recordset {
   Recordset(Recordset&&) noexcept;
   Recordset& operator=(Recordset&&) noexcept;
 
-  /// Prepares and describes source; a forward-only query is executed when the first row is asked for.
+  /// Prepares and describes source; the query is executed when the first row is asked for, that of a static recordset at once, and its rows
+  /// are then those of that moment. A statement that gives no rows is run, and the recordset stays closed.
   void Open(const std::string& source, Connection* connection, CursorType cursor, LockType lock, std::int32_t options);
   /// A pending edit is given up. Error 3704 when closed already.
   void Close();

@@ -24,6 +24,7 @@ std::size_t WholeCharacters(std::string_view text, std::size_t offset, std::size
 
 RecordsetState::RecordsetState(std::shared_ptr<ConnectionState> owner, const RowsetRequest& request)
     : connection(std::move(owner)), rowset(connection->Native(runtime::kConnectionInvalid).OpenRowset(request)) {
+  if (!rowset) return;
   infos = rowset->Fields();
   fields.reserve(infos.size());
   for (std::size_t i = 0; i < infos.size(); ++i) {

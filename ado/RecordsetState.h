@@ -20,6 +20,7 @@ struct RecordsetState {
   enum class Position { kUnread, kOnRow, kDeleted, kAtEnd };
   using Pending = std::variant<Variant, ChunkSource>;
 
+  /// Without a rowset when the statement, which was run, gives none.
   RecordsetState(std::shared_ptr<ConnectionState> owner, const RowsetRequest& request);
   ~RecordsetState();
   RecordsetState(const RecordsetState&) = delete;

@@ -14,8 +14,10 @@ DataBase::~DataBase() {
 }
 
 void DataBase::Ferme() {
+  // What is pending would be lost: nothing is closed then, and nothing forgotten.
+  if (connexion_ && connexion_->InTransaction()) throw runtime::Error(runtime::kTransactionOpen);
   catalogue_.reset();
-  precedente_.reset();
+  precedentes_.clear();
   if (connexion_) {
     if (connexion_->IsOpen()) connexion_->Close();
     connexion_.reset();

@@ -99,7 +99,8 @@ class DataBase {
   [[nodiscard]] std::int16_t NbErr() const noexcept { return static_cast<std::int16_t>(erreurs_.size()); }
   /// Position from 0. Error 9 outside.
   [[nodiscard]] const ErreurOuverture& ListeErr(std::int16_t i) const;
-  /// Closes the connection if there is one and empties all lists.
+  /// Closes the connection if there is one, with those of earlier openings, and empties all lists. Error 3246 in a transaction: everything
+  /// then stays as it is.
   void Ferme();
 
   [[nodiscard]] const std::string& Nom() const noexcept { return nom_; }
@@ -118,11 +119,12 @@ class DataBase {
   [[nodiscard]] const std::string& FmtDate() const noexcept { return fmtDate_; }
 
   /// Opens a query written in the layer's dialect. option: 0 forward-only, 1 keyset table-direct, 2 dynamic (AddNew,
-  /// Update), 3 static, any other value: returned unopened. Error 3709 without a connection.
+  /// Update), 3 static (read here and now), any other value: returned unopened. A statement that gives no rows is run and comes back
+  /// closed. Error 3709 without a connection.
   [[nodiscard]] ado::Recordset OpenRecordSet(const std::string& sql, std::int16_t option);
   /// Runs a statement of the dialect without a time limit. Error 91 without a connection.
   void ExecuteSQL(const std::string& sql);
-  /// Nothing on SQL Server; elsewhere the provider's.
+  /// Nothing on SQL Server; elsewhere the provider's. Error -2147168242 for an end without a beginning.
   void BeginTrans();
   void CommitTrans();
   void RollBack();
@@ -160,7 +162,7 @@ class DataBase {
   void AddRltAttachee(const DbRlt& rlt);
 
   /// Creates the table in the backend, lists it and records it in the catalog. On an error of the creation it is not
-  /// listed.
+  /// listed. Error 5 for names and field lists that the catalog cannot hold (30 and 50 characters), before anything is done.
   DbTbl& AddTbl(std::unique_ptr<DbTbl> tbl);
   /// Drops a table with its catalog rows; nothing when the backend has none of that name, in whatever case.
   void SupTbl(const std::string& nom);
@@ -187,18 +189,25 @@ class DataBase {
   /// Reads the table on both sides and compares the rows, whatever their order on a key.
   [[nodiscard]] VerifieBilan VerifieCopie(const std::string& nom, DataBase& cible);
 
-  /// Links a table of another database into this Access database under nomLocal (the table's own name when blank);
-  /// nothing on other kinds.
+  /// Links a table of another database into this Access database under nomLocal (the table's own name when blank), with its indexes, and
+  /// records it in the catalog where its names fit in there; nothing on other kinds and for a name that is taken. Error 5 for a source
+  /// without a data source name.
   void AddTblAttachee(DbTbl& source, const std::string& nomLocal);
-  /// Links it anew; nothing on other kinds.
+  /// Links it anew; nothing on other kinds. Error 5, and nothing is done, for a source without a data source name and for a table that is
+  /// not an attached one.
   void ModTblAttachee(DbTbl& source, const std::string& nom);
 
   /// For the rooms of the layer: the connection (error 91 when there is none) and its catalog.
   [[nodiscard]] ado::Connection& Connexion() const;
   [[nodiscard]] ado::Catalog& Catalogue() const;
   [[nodiscard]] std::int16_t Kind16() const noexcept { return typ_; }
-  /// The listed table of that name, even where it is a number; else what ListeTbl finds.
+  /// The listed table of that name, even where the name is a number: never one at a position. Error 9 when there is none.
   [[nodiscard]] DbTbl& TableNommee(const std::string& nom);
+  /// True while Ouvre goes on: nothing is then asked of the sources of attached tables.
+  [[nodiscard]] bool EnOuverture() const noexcept { return enOuverture_; }
+  /// The structure of an attached table: that of the table behind the link where its database is open in this program, else the link's
+  /// own description, which reaches the source when it is asked for.
+  [[nodiscard]] ado::Table ResoutLien(const std::string& nom);
 
  private:
   struct EntreeTbl {
@@ -248,8 +257,12 @@ class DataBase {
   [[nodiscard]] std::vector<std::pair<std::string, std::string>> TablesOracle();
   void AjouteTablesCatalogue(ado::Recordset* rsFld, ado::Recordset* rsIdx);
   void AjouteTablesOracle(ado::Recordset* rsFld, ado::Recordset* rsIdx);
+  void AjouteTableAttachee(const std::string& nom, ado::Recordset* rsFld, ado::Recordset* rsIdx);
+  [[nodiscard]] bool EstListee(const std::string& nom) const;
   void AjouteTable(ado::Table& table, ado::Recordset* rsFld, ado::Recordset* rsIdx, const std::string& owner);
   DbTbl& Inscrit(std::unique_ptr<DbTbl> tbl);
+  /// Records a new table in the catalog, in the place of rows that an older one of its name has left behind.
+  void InscritAuCatalogue(DbTbl& tbl);
   /// Takes the last table off the list.
   void Raye() noexcept;
   DbRlt& AjouteRlt(const DbRlt& rlt);
@@ -260,9 +273,10 @@ class DataBase {
   std::string nom_;
   std::int16_t typ_ = TypJet;
   bool avecMvt_ = false;
+  bool enOuverture_ = false;
   std::string fmtDate_;
   std::unique_ptr<ado::Connection> connexion_;
-  std::unique_ptr<ado::Connection> precedente_;  // the connection of an earlier opening, while catalogue_ is still its own
+  std::vector<std::unique_ptr<ado::Connection>> precedentes_;  // of earlier openings: catalogue_ or open recordsets still look at them
   std::vector<EntreeTbl> tables_;
   std::vector<EntreeAlias> alias_;
   std::vector<std::unique_ptr<DbRlt>> relations_;

@@ -36,23 +36,7 @@ std::string ProprietaireDuNom(const std::string& nom) {
   return {};
 }
 
-/// What is known of a linked table's structure: that of the table behind the link where its database is open in this
-/// program, else the link's own description.
-ado::Table ResoutLien(ado::Table& lien) {
-  std::optional<ado::Table> resolue;
-  runtime::IgnoringErrors([&] {
-    const std::string base = runtime::ToText(lien.Property("Jet OLEDB:Link Datasource"));
-    const std::string distante = runtime::ToText(lien.Property("Jet OLEDB:Remote Table Name"));
-    DataBase* source = EnvironnementCourant().baseOuverte(base);
-    if (source == nullptr || !source->ExisteTbl(distante)) return;
-    ado::Table& table = source->Catalogue().Tables(distante);
-    ado::Table locale(lien.Name());
-    for (const ado::Column& colonne : table.Columns()) locale.AppendColumn(colonne);
-    for (const ado::Index& index : table.Indexes()) locale.AppendIndex(index);
-    resolue = std::move(locale);
-  });
-  return resolue ? *std::move(resolue) : lien;
-}
+bool EstAttachee(std::string_view type) { return type == "LINK" || type == "PASS-THROUGH"; }
 
 }  // namespace
 
@@ -79,7 +63,7 @@ std::vector<DataBase::TableBase> DataBase::TablesDeLaBase() {
   }
   for (std::size_t i = 0; i < Catalogue().TableCount(); ++i) {
     if (!EstHorsListe(Catalogue().Tables(i).Type()))
-      ajoute(Catalogue().Tables(i).Type() == "LINK" ? ResoutLien(Catalogue().Tables(i)) : Catalogue().Tables(i), "");
+      ajoute(Catalogue().Tables(i).Type() == "LINK" ? ResoutLien(Catalogue().Tables(i).Name()) : Catalogue().Tables(i), "");
   }
   return tables;
 }
@@ -139,9 +123,8 @@ void DataBase::AjouteTablesCatalogue(ado::Recordset* rsFld, ado::Recordset* rsId
   for (std::size_t i = 0; i < nombre; ++i) {
     ado::Table& table = Catalogue().Tables(i);
     if (EstHorsListe(table.Type())) continue;
-    if (table.Type() == "LINK") {
-      ado::Table resolue = ResoutLien(table);
-      AjouteTable(resolue, rsFld, rsIdx, "");
+    if (EstAttachee(table.Type())) {
+      AjouteTableAttachee(table.Name(), rsFld, rsIdx);
     } else {
       AjouteTable(table, rsFld, rsIdx, "");
     }
@@ -171,13 +154,40 @@ void DataBase::AjouteTablesOracle(ado::Recordset* rsFld, ado::Recordset* rsIdx) 
   }
 }
 
+ado::Table DataBase::ResoutLien(const std::string& nom) {
+  ado::Table& lien = Catalogue().Tables(nom);
+  std::optional<ado::Table> resolue;
+  runtime::IgnoringErrors([&] {
+    const std::string base = runtime::ToText(lien.Property("Jet OLEDB:Link Datasource"));
+    const std::string distante = runtime::ToText(lien.Property("Jet OLEDB:Remote Table Name"));
+    DataBase* source = EnvironnementCourant().baseOuverte(base);
+    if (source == nullptr || !source->ExisteTbl(distante)) return;
+    ado::Table& table = source->Catalogue().Tables(distante);
+    ado::Table locale(lien.Name());
+    for (const ado::Column& colonne : table.Columns()) locale.AppendColumn(colonne);
+    for (const ado::Index& index : table.Indexes()) locale.AppendIndex(index);
+    resolue = std::move(locale);
+  });
+  return resolue ? *std::move(resolue) : lien;
+}
+
+bool DataBase::EstListee(const std::string& nom) const {
+  const std::string cle = runtime::UpperCase(runtime::Trim(nom));
+  return std::any_of(tables_.begin(), tables_.end(), [&](const EntreeTbl& entree) { return entree.nom == cle; });
+}
+
 void DataBase::AjouteTable(ado::Table& table, ado::Recordset* rsFld, ado::Recordset* rsIdx, const std::string& owner) {
-  const std::string nom = runtime::UpperCase(runtime::Trim(table.Name()));
-  const bool connue = std::any_of(tables_.begin(), tables_.end(), [&](const EntreeTbl& entree) { return entree.nom == nom; });
-  if (connue) return;
-  tableEnCours_ = nom;
+  if (EstListee(table.Name())) return;
+  tableEnCours_ = runtime::UpperCase(runtime::Trim(table.Name()));
   auto tbl = std::make_unique<DbTbl>();
   tbl->Init(*this, table, avecMvt_, rsFld, rsIdx, owner);
+  Inscrit(std::move(tbl));
+}
+
+void DataBase::AjouteTableAttachee(const std::string& nom, ado::Recordset* rsFld, ado::Recordset* rsIdx) {
+  if (EstListee(nom)) return;
+  auto tbl = std::make_unique<DbTbl>();
+  tbl->InitAttachee(*this, nom, avecMvt_, rsFld, rsIdx);
   Inscrit(std::move(tbl));
 }
 

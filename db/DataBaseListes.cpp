@@ -67,7 +67,8 @@ DbTbl& DataBase::ListeTbl(const std::string& nom) { return *EntreeA(tables_, Ind
 
 DbTbl& DataBase::TableNommee(const std::string& nom) {
   const auto entree = EntreeNommee(tables_, runtime::UpperCase(runtime::Trim(nom)));
-  return entree != tables_.end() ? *entree->tbl : ListeTbl(nom);
+  if (entree == tables_.end()) throw runtime::Error(runtime::kSubscriptOutOfRange);
+  return *entree->tbl;
 }
 
 bool DataBase::ExisteTbl(const std::string& nom) {
@@ -81,10 +82,11 @@ void DataBase::AddAlias(const std::string& table, const std::string& alias, cons
   const std::string reelle = runtime::UpperCase(table);
   if (support::EstVide(reelle)) return;
   const std::string nom = support::EstVide(alias) ? reelle : runtime::UpperCase(alias);
-  const std::int16_t indice = IndiceAlias(nom);
-  if (indice != -1) {
-    EntreeAlias& connu = EntreeA(alias_, indice);
-    if (support::EstVide(connu.libelle)) connu.libelle = libelle;
+  // By name alone: an alias that is a number must not give its label to the one at that position.
+  const auto connu =
+      std::find_if(alias_.begin(), alias_.end(), [&](const EntreeAlias& entree) { return entree.alias == runtime::Trim(nom); });
+  if (connu != alias_.end()) {
+    if (support::EstVide(connu->libelle)) connu->libelle = libelle;
     return;
   }
   (void)runtime::CheckedInt16(static_cast<std::int64_t>(alias_.size()) + 1);
@@ -122,11 +124,24 @@ void DataBase::Raye() noexcept {
 }
 
 DbTbl& DataBase::AddTbl(std::unique_ptr<DbTbl> tbl) {
+  VerifieTbl(*this, *tbl);
   tbl->Db(this);
   ddl::CreeTable(*this, *tbl);
   DbTbl& inscrite = Inscrit(std::move(tbl));
-  SauveTblCatalogue(inscrite, nullptr, nullptr, nullptr);
+  InscritAuCatalogue(inscrite);
   return inscrite;
+}
+
+void DataBase::InscritAuCatalogue(DbTbl& tbl) {
+  try {
+    SauveTblCatalogue(tbl, nullptr, nullptr, nullptr);
+  } catch (const runtime::Error& erreur) {
+    if (erreur.Number() != runtime::kDuplicateKey) throw;
+    // Rows of a table of that name that was dropped behind the layer's back.
+    SupprimeLignes(*this, kTblKorv, {{"NOM", tbl.Nom()}});
+    for (const char* catalogue : {kFldKorv, kIdxKorv}) SupprimeLignes(*this, catalogue, {{"TABLE", tbl.Nom()}});
+    SauveTblCatalogue(tbl, nullptr, nullptr, nullptr);
+  }
 }
 
 void DataBase::SupTbl(const std::string& nom) {

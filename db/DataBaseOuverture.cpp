@@ -46,8 +46,8 @@ bool DataBase::Ouvre(const std::string& nom, std::int16_t typ, bool avecMvt) {
   typ_ = typ;
   avecMvt_ = avecMvt;
   erreurs_.clear();
-  // A catalog of an earlier opening still looks at the connection of that time.
-  if (catalogue_ && !precedente_) precedente_ = std::move(connexion_);
+  // The catalog and the recordsets of an earlier opening still look at the connection of that time.
+  if (connexion_) precedentes_.push_back(std::move(connexion_));
   connexion_ = std::make_unique<ado::Connection>();
   connexion_->Provider(ProviderTyp(typ));
 
@@ -62,7 +62,9 @@ bool DataBase::Ouvre(const std::string& nom, std::int16_t typ, bool avecMvt) {
     connexion_.reset();
     return false;
   }
+  enOuverture_ = true;
   InitialiseOuverture();
+  enOuverture_ = false;
   return true;
 }
 
@@ -86,7 +88,7 @@ void DataBase::InitialiseOuverture() {
   if (typ_ == TypOracle) Etape("ordre de tri", [&] { ExecuteSQL("ALTER SESSION SET NLS_SORT=BINARY"); });
   Etape("catalogue de la connexion", [&] {
     catalogue_ = std::make_unique<ado::Catalog>(*connexion_);
-    precedente_.reset();
+    std::erase_if(precedentes_, [](const auto& precedente) { return !precedente->InUse(); });
   });
   Etape("liste des tables", [&] { ChargeListeTbl(); });
   Etape("relations", [&] { ChargeListeRlt(); });

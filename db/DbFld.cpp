@@ -54,8 +54,14 @@ void DbFld::Init(const std::string& nom, std::int16_t typ, double lg, bool estCp
   if (typ_ == ado::adVarWChar || typ == ado::adDouble) lg_ = runtime::RoundToInt16(lg);
 }
 
-std::int16_t DbFld::LgSais() const noexcept {
-  switch (typ_) {
+const DbFld& DbFld::Connu() const {
+  if (typeAttendu_) table_->LitTypes();
+  if (typeAttendu_) throw runtime::Error(runtime::kItemNotFound, runtime::Describe(runtime::kItemNotFound) + " (" + nom_ + ")");
+  return *this;
+}
+
+std::int16_t DbFld::LgSais() const {
+  switch (Connu().typ_) {
     case ado::adBoolean:
       return 1;
     case ado::adUnsignedTinyInt:

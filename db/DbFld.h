@@ -16,8 +16,8 @@ class DbFld {
   void Init(const std::string& nom, std::int16_t typ, double lg, bool estCpt, DbTbl* table, std::int16_t no, bool obg,
             const std::string& fmt, const std::string& ini);
 
-  /// Width of an input of this field in characters; 0 for long texts.
-  [[nodiscard]] std::int16_t LgSais() const noexcept;
+  /// Width of an input of this field in characters; 0 for long texts. Errors as for Typ.
+  [[nodiscard]] std::int16_t LgSais() const;
   /// The field's logical number in its table, from 0.
   [[nodiscard]] std::int16_t No() const noexcept { return no_; }
   [[nodiscard]] const std::string& Fmt() const noexcept { return fmt_; }
@@ -27,12 +27,17 @@ class DbFld {
   /// go to the caller, the flag being stored.
   void Obg(bool obligatoire);
   [[nodiscard]] const std::string& Ini() const noexcept { return ini_; }
-  [[nodiscard]] std::int16_t Typ() const noexcept { return typ_; }
-  [[nodiscard]] std::int16_t Lg() const noexcept { return lg_; }
+  /// Type, length and counter flag of a field of an attached table are read from its source when they are first asked for: the source's
+  /// errors go to the caller, 3265 for a field that it no longer has. Those of other fields are known.
+  [[nodiscard]] std::int16_t Typ() const { return Connu().typ_; }
+  [[nodiscard]] std::int16_t Lg() const { return Connu().lg_; }
   /// True for a counter (auto-increment).
-  [[nodiscard]] bool EstCpt() const noexcept { return estCpt_; }
+  [[nodiscard]] bool EstCpt() const { return Connu().estCpt_; }
 
  private:
+  friend class DbTbl;  // gives the types that are awaited
+  [[nodiscard]] const DbFld& Connu() const;
+
   std::string nom_;
   std::string fmt_;
   std::string ini_;
@@ -42,6 +47,7 @@ class DbFld {
   std::int16_t no_ = 0;
   bool estCpt_ = false;
   bool obg_ = false;
+  bool typeAttendu_ = false;
 };
 
 }  // namespace tamlo::db

@@ -13,13 +13,9 @@ namespace tamlo::db {
 
 namespace {
 
-/// The lookup that fields and indexes share: a number is the position itself, unchecked; else the last position found,
-/// else the first of that name.
+/// The lookup by name that fields and indexes share: the last position found, else the first of that name.
 template <typename Element>
-std::int16_t Position(const std::vector<std::unique_ptr<Element>>& liste, const std::string& cle, bool majuscules, std::int16_t& dernier) {
-  if (runtime::IsNumeric(cle)) return runtime::ToInt16(cle);
-  const std::string_view coupe = runtime::Trim(cle);
-  const std::string nom = majuscules ? runtime::UpperCase(coupe) : runtime::LowerCase(coupe);
+std::int16_t PositionNommee(const std::vector<std::unique_ptr<Element>>& liste, const std::string& nom, std::int16_t& dernier) {
   const auto connu = static_cast<std::size_t>(dernier);
   if (connu < liste.size() && liste[connu]->Nom() == nom) return dernier;
   for (std::size_t i = 0; i < liste.size(); ++i) {
@@ -42,11 +38,19 @@ bool PropageMvt(std::int32_t typ, std::int32_t typInv) {
 
 }  // namespace
 
-std::int16_t DbTbl::PosFld(const std::string& cle) const { return Position(champs_, cle, false, dernierFld_); }
-std::int16_t DbTbl::PosIdx(const std::string& cle) const { return Position(index_, cle, true, dernierIdx_); }
+std::int16_t DbTbl::FldNomme(const std::string& nom) const {
+  return PositionNommee(Connue().champs_, runtime::LowerCase(runtime::Trim(nom)), dernierFld_);
+}
+std::int16_t DbTbl::IdxNomme(const std::string& nom) const {
+  return PositionNommee(Connue().index_, runtime::UpperCase(runtime::Trim(nom)), dernierIdx_);
+}
 
-DbFld& DbTbl::ListeFld(const std::string& cle) { return ElementA(champs_, PosFld(cle)); }
-DbIdx& DbTbl::ListeIdx(const std::string& cle) { return ElementA(index_, PosIdx(cle)); }
+// A number is the position itself, unchecked.
+std::int16_t DbTbl::PosFld(const std::string& cle) const { return runtime::IsNumeric(cle) ? runtime::ToInt16(cle) : FldNomme(cle); }
+std::int16_t DbTbl::PosIdx(const std::string& cle) const { return runtime::IsNumeric(cle) ? runtime::ToInt16(cle) : IdxNomme(cle); }
+
+DbFld& DbTbl::ListeFld(const std::string& cle) { return ElementA(Connue().champs_, PosFld(cle)); }
+DbIdx& DbTbl::ListeIdx(const std::string& cle) { return ElementA(Connue().index_, PosIdx(cle)); }
 
 std::int16_t DbTbl::PlaceFld(const std::string& nom) const {
   const auto champ = std::find_if(champs_.begin(), champs_.end(), [&](const auto& c) { return c->Nom() == nom; });
@@ -60,13 +64,13 @@ bool DbTbl::ExisteIdx(const std::string& nom) const {
   return PosIdx(oracle ? nom_ + "_" + nom : nom) != -1;
 }
 
-bool DbTbl::ExisteCpt() const noexcept {
-  return std::any_of(champs_.begin(), champs_.end(), [](const auto& champ) { return champ->EstCpt(); });
+bool DbTbl::ExisteCpt() const {
+  return std::any_of(Connue().champs_.begin(), champs_.end(), [](const auto& champ) { return champ->EstCpt(); });
 }
 
 bool DbTbl::ExisteIdxSurFld(const std::string& champ) const {
   const std::string nom = runtime::LowerCase(champ);
-  for (const auto& index : index_) {
+  for (const auto& index : Connue().index_) {
     for (std::int16_t i = 0; i < index->NbFld(); ++i) {
       if (index->NomFld(i) == nom) return true;
     }
@@ -125,7 +129,7 @@ void DbTbl::AvecMvt(bool avecMvt) {
     const std::string cible = db_->TblReel(relation.AliasCbl());
     if (source != nom_ && cible != nom_) continue;
     const std::string& autre = source == nom_ ? cible : source;
-    if (db_->ExisteTbl(autre)) db_->ListeTbl(autre).AvecMvt(avecMvt);
+    if (db_->ExisteTbl(autre)) db_->TableNommee(autre).AvecMvt(avecMvt);
   }
 }
 

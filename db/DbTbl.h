@@ -33,6 +33,10 @@ class DbTbl {
   /// else from the backend alone. A table that cannot be opened stays without fields and indexes, without an error;
   /// other errors go to the caller.
   void Init(DataBase& db, ado::Table& table, bool avecMvt, ado::Recordset* rsFld, ado::Recordset* rsIdx, const std::string& owner);
+  /// The same for an attached table, whose source is not reached now: fields and indexes are those of the catalog's rows, the types of the
+  /// fields follow when they are asked for. Without rows the whole definition is read when it is first asked for; while the source cannot be
+  /// reached it is empty.
+  void InitAttachee(DataBase& db, const std::string& nom, bool avecMvt, ado::Recordset* rsFld, ado::Recordset* rsIdx);
 
   /// Stored trimmed and upper-cased.
   void Nom(const std::string& nom);
@@ -48,13 +52,13 @@ class DbTbl {
   void SauveFld(const DbFld& fld, ado::Recordset* rs);
   void SauveIdx(const DbIdx& idx, ado::Recordset* rs);
 
-  /// Drops an index; nothing when there is none of that name or the backend refuses and still has it.
+  /// Drops the index of that name, even where the name is a number; nothing when there is none or the backend refuses and still has it.
   void SupIdx(const std::string& nom);
-  /// Adds a field; with a Db also to the backend and the catalog, and nothing when the field exists. Without a Db no
-  /// duplicate check.
+  /// Adds a field; with a Db also to the backend and the catalog, where its number is behind the highest one, and nothing when the field
+  /// exists. Without a Db no duplicate check. Error 5 for a name that the catalog cannot hold, before anything is done.
   void AddFld(const std::string& nom, std::int32_t typ, std::int32_t lg, bool estCpt);
   /// Adds an index on an encoded field list ("a;-b"); nothing when one of that name exists. With a Db also to the
-  /// backend and the catalog.
+  /// backend and the catalog. Error 5 for a name or a list that the catalog cannot hold, before anything is done.
   void AddIdx(const std::string& nom, const std::string& champs, bool primaire, bool unique);
   /// True when any index holds the field at any of its positions.
   [[nodiscard]] bool ExisteIdxSurFld(const std::string& champ) const;
@@ -66,13 +70,13 @@ class DbTbl {
   /// Stores and writes the movement flag, and gives it to the tables linked by relations; nothing when it does not
   /// change.
   void AvecMvt(bool avecMvt);
-  [[nodiscard]] std::int16_t NbFld() const noexcept { return static_cast<std::int16_t>(champs_.size()); }
+  [[nodiscard]] std::int16_t NbFld() const { return static_cast<std::int16_t>(Connue().champs_.size()); }
   /// True when a field is a counter.
-  [[nodiscard]] bool ExisteCpt() const noexcept;
-  /// Drops a field; nothing when there is none of that name or the backend refuses. Indexes that the backend narrows or drops with it
+  [[nodiscard]] bool ExisteCpt() const;
+  /// Drops the field of that name, even where the name is a number; nothing when there is none or the backend refuses. Indexes that the backend narrows or drops with it
   /// follow in memory and catalog.
   void SupFld(const std::string& nom);
-  [[nodiscard]] std::int16_t NbIdx() const noexcept { return static_cast<std::int16_t>(index_.size()); }
+  [[nodiscard]] std::int16_t NbIdx() const { return static_cast<std::int16_t>(Connue().index_.size()); }
   /// For the rooms of the layer: the position of the field of exactly that name in lower case, even where it is a number; -1 when there is none.
   [[nodiscard]] std::int16_t PlaceFld(const std::string& nom) const;
   /// True when the name is known; always true for a number.
@@ -82,21 +86,42 @@ class DbTbl {
 
  private:
   friend class DataBase;  // tells a listed table where it is listed
+  friend class DbFld;     // asks for its type
+
+  /// This table, its definition read where that was put off. Not while its database is being opened; errors are not raised.
+  [[nodiscard]] const DbTbl& Connue() const;
+  /// Reads the definition of an attached table from its source; errors go to the caller.
+  void LitDefinition();
+  /// Reads the types that its fields wait for.
+  void LitTypes();
+  /// Takes over the indexes of another definition, and its fields where this one has none.
+  void Reprend(DbTbl& source);
 
   [[nodiscard]] std::int16_t PosFld(const std::string& cle) const;
   [[nodiscard]] std::int16_t PosIdx(const std::string& cle) const;
+  /// The same by name alone: what drops never goes by a position. -1 when there is none.
+  [[nodiscard]] std::int16_t FldNomme(const std::string& nom) const;
+  [[nodiscard]] std::int16_t IdxNomme(const std::string& nom) const;
   [[nodiscard]] ado::Index LitChampsIdx(const std::string& nom, const std::string& champs, bool primaire, bool unique) const;
   /// Reads fields and indexes from the backend anew; fields that were known stay in their order, the others follow.
   void Relit(ado::Table& table);
   bool ChargeFldTable();
-  void ChargeFldCatalogue(ado::Table& table, ado::Recordset& rsFld);
+  void ChargeFldCatalogue(ado::Table* table, ado::Recordset& rsFld);
   void ChargeIdxTable(ado::Table& table);
   void ChargeIdxCatalogue(ado::Recordset& rsIdx);
   using CacheCles = std::optional<std::vector<CleMySql>>;
   void AjouteChampCharge(const std::string& nom, std::int16_t typ, double lg, bool estCpt, std::int16_t no);
   void AjouteIndexCharge(const ado::Index& index, CacheCles& cles);
-  /// Takes a dropped field out of the indexes where the backend has done so; those without fields are gone.
-  void IndexSansChamp(const std::string& champ);
+  /// An index over a field, and the backend's name of it.
+  struct IndexTouche {
+    DbIdx* idx;
+    std::string nomBase;
+  };
+  [[nodiscard]] std::vector<IndexTouche> IndexSur(const std::string& champ);
+  /// Takes a dropped field out of the indexes over it where the backend has done so; those without fields are gone.
+  void IndexSansChamp(const std::vector<IndexTouche>& touches);
+  /// The catalog's row of a dropped field goes, and the numbers behind it move up. position: in memory, -1 for a field that was not there.
+  void OublieFld(const std::string& champ, std::int16_t position);
   [[nodiscard]] bool EstTableCatalogue() const noexcept;
   [[nodiscard]] DataBase& DbRequis() const;
 
@@ -110,6 +135,9 @@ class DbTbl {
   mutable std::int16_t dernierFld_ = 0;
   mutable std::int16_t dernierIdx_ = 0;
   bool avecMvt_ = false;
+  bool attachee_ = false;
+  bool aLire_ = false;          // attached, and its definition was not asked for yet
+  bool numerosTroues_ = false;  // the catalog's numbers of the fields are not their positions: it has rows of columns that are gone
 };
 
 }  // namespace tamlo::db

@@ -43,6 +43,21 @@ TypeLongueur TypeDeColonne(std::int16_t kind, std::int16_t typ, double lg, std::
   return {typ, lg};
 }
 
+/// Type, length and counter flag of a backend's column as the layer knows them.
+struct DescriptionChamp {
+  std::int16_t typ;
+  double lg;
+  bool estCpt;
+};
+
+DescriptionChamp Decrit(std::int16_t kind, const ado::Column& colonne) {
+  const auto [typ, lg] =
+      TypeDeColonne(kind, colonne.type, static_cast<double>(colonne.definedSize), colonne.precision, colonne.numericScale);
+  const bool estCpt = kind == TypJet && colonne.type == ado::adInteger && colonne.properties.Has("AutoIncrement") &&
+                      runtime::ToBoolean(colonne.properties.Item("AutoIncrement"));
+  return {typ, lg, estCpt};
+}
+
 std::vector<ado::Column>::const_iterator ColonneDe(ado::Table& table, const std::string& nom) {
   const std::string cherche = runtime::UpperCase(nom);
   const auto& colonnes = table.Columns();
@@ -56,7 +71,7 @@ void DbTbl::Init(DataBase& db, ado::Table& table, bool avecMvt, ado::Recordset* 
   Nom(table.Name());
   Owner(owner);
   if (rsFld != nullptr) {
-    ChargeFldCatalogue(table, *rsFld);
+    ChargeFldCatalogue(&table, *rsFld);
   } else if (!ChargeFldTable()) {
     return;
   }
@@ -111,22 +126,88 @@ void DbTbl::AjouteChampCharge(const std::string& nom, std::int16_t typ, double l
   if (refus) db_->NoteErreur(nom_, {refus.number, "longueur du champ " + champs_.back()->Nom() + " : " + refus.description});
 }
 
-void DbTbl::ChargeFldCatalogue(ado::Table& table, ado::Recordset& rsFld) {
+void DbTbl::ChargeFldCatalogue(ado::Table* table, ado::Recordset& rsFld) {
   if (!ChercheCle(rsFld, "TBLNO", "TABLE", nom_)) return;
   const std::int16_t kind = db_->Kind16();
   const ado::Field& tbl = rsFld.Fields("TABLE");
   const ado::Field& nom = rsFld.Fields("NOM");
   const ado::Field& no = rsFld.Fields("NO");
+  std::int64_t lignes = 0;
   for (; !rsFld.Eof() && runtime::UpperCase(TexteCatalogue(tbl.Value())) == nom_; rsFld.MoveNext()) {
     const std::string champ = TexteCatalogue(nom.Value());
-    const auto colonne = ColonneDe(table, champ);
-    if (colonne == table.Columns().end()) continue;  // dropped behind the layer's back: the backend knows what there is
-    const auto [typ, lg] =
-        TypeDeColonne(kind, colonne->type, static_cast<double>(colonne->definedSize), colonne->precision, colonne->numericScale);
-    const bool estCpt = kind == TypJet && colonne->type == ado::adInteger && colonne->properties.Has("AutoIncrement") &&
-                        runtime::ToBoolean(colonne->properties.Item("AutoIncrement"));
+    const std::int16_t numero = runtime::ToInt16(no.Value());
+    numerosTroues_ = numerosTroues_ || numero != lignes;
+    ++lignes;
+    if (FldNomme(champ) != -1) continue;  // dropped behind the layer's back and made anew: a row was left behind
     (void)runtime::CheckedInt16(static_cast<std::int64_t>(champs_.size()) + 1);
-    AjouteChampCharge(champ, typ, lg, estCpt, runtime::ToInt16(no.Value()));
+    if (table == nullptr) {
+      AjouteChampCharge(champ, 0, 0, false, numero);
+      champs_.back()->typeAttendu_ = true;
+      continue;
+    }
+    const auto colonne = ColonneDe(*table, champ);
+    if (colonne == table->Columns().end()) continue;  // dropped behind the layer's back: the backend knows what there is
+    const auto [typ, lg, estCpt] = Decrit(kind, *colonne);
+    AjouteChampCharge(champ, typ, lg, estCpt, numero);
+  }
+  numerosTroues_ = numerosTroues_ || lignes != static_cast<std::int64_t>(champs_.size());
+}
+
+void DbTbl::InitAttachee(DataBase& db, const std::string& nom, bool avecMvt, ado::Recordset* rsFld, ado::Recordset* rsIdx) {
+  db_ = &db;
+  Nom(nom);
+  avecMvt_ = avecMvt;
+  attachee_ = true;
+  if (rsFld != nullptr) ChargeFldCatalogue(nullptr, *rsFld);
+  if (rsIdx != nullptr) ChargeIdxCatalogue(*rsIdx);
+  aLire_ = champs_.empty();
+}
+
+const DbTbl& DbTbl::Connue() const {
+  // The one thing of a definition that is put off: for its users the table is the same before and after.
+  if (aLire_ && !db_->EnOuverture()) runtime::IgnoringErrors([&] { const_cast<DbTbl*>(this)->LitDefinition(); });
+  return *this;
+}
+
+void DbTbl::LitDefinition() {
+  ado::Table table = db_->ResoutLien(nom_);
+  const std::vector<ado::Column>& colonnes = table.Columns();
+  aLire_ = false;
+  for (const ado::Column& colonne : colonnes) {
+    const std::int16_t no = runtime::CheckedInt16(static_cast<std::int64_t>(champs_.size()));
+    const auto [typ, lg, estCpt] = Decrit(db_->Kind16(), colonne);
+    AjouteChampCharge(colonne.name, typ, lg, estCpt, no);
+  }
+  if (index_.empty()) ChargeIdxTable(table);
+}
+
+void DbTbl::LitTypes() {
+  ado::Table table = db_->ResoutLien(nom_);
+  for (const auto& champ : champs_) {
+    const auto colonne = ColonneDe(table, champ->nom_);
+    if (!champ->typeAttendu_ || colonne == table.Columns().end()) continue;
+    const auto [typ, lg, estCpt] = Decrit(db_->Kind16(), *colonne);
+    champ->typeAttendu_ = false;
+    // A length beyond 16 bits leaves a field without a length.
+    runtime::IgnoringErrors([&, typ = typ, lg = lg, estCpt = estCpt] {
+      champ->Init(std::string(champ->nom_), typ, lg, estCpt, this, champ->no_, champ->obg_, std::string(champ->fmt_),
+                  std::string(champ->ini_));
+    });
+  }
+}
+
+void DbTbl::Reprend(DbTbl& source) {
+  const bool sansChamps = champs_.empty();
+  for (std::int16_t i = 0; sansChamps && i < source.NbFld(); ++i) {
+    const DbFld& fld = source.ListeFld(std::to_string(i));
+    AjouteChampCharge(fld.Nom(), fld.Typ(), fld.Lg(), fld.EstCpt(), i);
+  }
+  if (sansChamps) aLire_ = champs_.empty();
+  index_.clear();
+  for (std::int16_t i = 0; i < source.NbIdx(); ++i) {
+    const DbIdx& idx = source.ListeIdx(std::to_string(i));
+    index_.push_back(std::make_unique<DbIdx>());
+    index_.back()->Init(LitChampsIdx(idx.Nom(), idx.SFld(), idx.Primary(), idx.Unique()), this);
   }
 }
 

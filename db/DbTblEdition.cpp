@@ -1,3 +1,5 @@
+#include <optional>
+
 #include "db/DataBase.h"
 #include "db/DbTbl.h"
 #include "db/DbUtil.h"
@@ -15,6 +17,13 @@ bool Porte(const DbIdx& idx, const std::string& champ) {
     if (runtime::UpperCase(idx.NomFld(i)) == runtime::UpperCase(champ)) return true;
   }
   return false;
+}
+
+bool EstPosition(const std::string& cle, std::int16_t nombre) {
+  if (!runtime::IsNumeric(cle)) return false;
+  std::int16_t position = -1;
+  runtime::IgnoringErrors([&] { position = runtime::ToInt16(cle); });
+  return position >= 0 && position < nombre;
 }
 
 }  // namespace
@@ -43,50 +52,83 @@ void DbTbl::SauveIdx(const DbIdx& idx, ado::Recordset* rs) {
 
 void DbTbl::AddFld(const std::string& nom, std::int32_t typ, std::int32_t lg, bool estCpt) {
   if (db_ != nullptr && PosFld(nom) != -1) return;
-  const std::int16_t position = NbFld();
-  (void)runtime::CheckedInt16(std::int64_t{position} + 1);
+  (void)runtime::CheckedInt16(std::int64_t{NbFld()} + 1);
+  NumerosChamps numeros;
+  if (db_ != nullptr && !EstTableCatalogue()) {
+    VerifieNomFld(*db_, nom);
+    if (numerosTroues_) numeros = LitNumerosChamps(*db_, nom_);
+  }
+  const std::int16_t numero = numeros.Suivant(NbFld());
   auto champ = std::make_unique<DbFld>();
-  champ->Init(nom, runtime::CheckedInt16(typ), lg, estCpt, this, position, false, "", "");
+  champ->Init(nom, runtime::CheckedInt16(typ), lg, estCpt, this, numero, false, "", "");
   if (db_ != nullptr) ddl::AjouteColonne(*db_, *this, std::string(runtime::Trim(nom)), typ, lg, estCpt);
+  numerosTroues_ = numerosTroues_ || numero != NbFld();
   champs_.push_back(std::move(champ));
-  if (db_ != nullptr) SauveFld(*champs_.back(), nullptr);
+  if (db_ == nullptr) return;
+  DbFld& ajoute = *champs_.back();
+  // A row that a column of that name left behind would make it two fields.
+  if (numeros.De(ajoute.Nom())) SupprimeLignes(*db_, kFldKorv, {{"TABLE", nom_}, {"NOM", ajoute.Nom()}});
+  try {
+    SauveFld(ajoute, nullptr);
+    return;
+  } catch (const runtime::Error& erreur) {
+    if (erreur.Number() != runtime::kDuplicateKey) throw;
+  }
+  // Its number was given to another field since the table was loaded.
+  numerosTroues_ = true;
+  ajoute.no_ = LitNumerosChamps(*db_, nom_).Suivant(ajoute.No());
+  SauveFld(ajoute, nullptr);
 }
 
 void DbTbl::SupFld(const std::string& nom) {
-  const std::int16_t position = PosFld(nom);
-  if (position < 0 || position >= NbFld()) return;
-  const auto place = champs_.begin() + position;
-  const std::string champ = (*place)->Nom();
-  bool suivis = false;  // the backend has an index over the field: it may change with it
+  const std::int16_t position = FldNomme(nom);
+  // A position of a field may be the name of a column that memory does not know: the backend is asked for that one.
+  if (position == -1 && (db_ == nullptr || !EstPosition(nom, NbFld()))) return;
+  const std::string champ = runtime::LowerCase(runtime::Trim(nom));
+  std::vector<IndexTouche> touches;
   if (db_ != nullptr) {
-    for (const auto& idx : index_) {
-      const auto base = Porte(*idx, champ) ? ddl::IndexRestant(*db_, *this, *idx) : std::nullopt;
-      suivis = suivis || (base && !base->columns.empty());
-    }
-    const auto refus = runtime::IgnoringErrors([&] { db_->ExecuteSQL("ALTER TABLE [" + nom_ + "] DROP COLUMN [" + champ + "]"); });
+    touches = IndexSur(champ);
+    const std::string donne(runtime::Trim(nom));
+    const auto refus = runtime::IgnoringErrors([&] { db_->ExecuteSQL("ALTER TABLE [" + nom_ + "] DROP COLUMN [" + donne + "]"); });
     if (refus) return;
   }
-  champs_.erase(place);
+  if (position != -1) champs_.erase(champs_.begin() + position);
   if (db_ == nullptr) return;
-  if (db_->ExisteTbl(kFldKorv)) {
-    SupprimeLignes(*db_, kFldKorv, {{"TABLE", nom_}, {"NOM", champ}});
-    RenumeroteChamps(*db_, nom_, position);
-  }
-  if (suivis) IndexSansChamp(champ);
+  OublieFld(champ, position);
+  IndexSansChamp(touches);
 }
 
-void DbTbl::IndexSansChamp(const std::string& champ) {
-  for (std::size_t i = 0; i < index_.size();) {
-    DbIdx& idx = *index_[i++];
-    if (!Porte(idx, champ)) continue;
-    const auto reste = ddl::IndexRestant(*db_, *this, idx);
+void DbTbl::OublieFld(const std::string& champ, std::int16_t position) {
+  if (!db_->ExisteTbl(kFldKorv)) return;
+  std::optional<std::int16_t> numero;
+  if (position != -1 && !numerosTroues_) numero = position;
+  if (!numero) numero = LitNumerosChamps(*db_, nom_).De(champ);
+  if (!numero) return;
+  SupprimeLignes(*db_, kFldKorv, {{"TABLE", nom_}, {"NOM", champ}});
+  RenumeroteChamps(*db_, nom_, *numero);
+}
+
+std::vector<DbTbl::IndexTouche> DbTbl::IndexSur(const std::string& champ) {
+  std::vector<IndexTouche> touches;
+  for (const auto& idx : index_) {
+    if (!Porte(*idx, champ)) continue;
+    // One that the backend does not have, or under no name that is known, cannot change with the field.
+    const auto nomBase = ddl::NomIndexPresent(*db_, *this, *idx);
+    if (nomBase && !nomBase->empty()) touches.push_back({idx.get(), *nomBase});
+  }
+  return touches;
+}
+
+void DbTbl::IndexSansChamp(const std::vector<IndexTouche>& touches) {
+  for (const auto& [idx, nomBase] : touches) {
+    const auto reste = ddl::IndexRestant(*db_, *this, *idx, nomBase);
     if (!reste) continue;
-    if (db_->ExisteTbl(kIdxKorv)) SupprimeLignes(*db_, kIdxKorv, {{"TABLE", nom_}, {"NOM", idx.Nom()}});
+    if (db_->ExisteTbl(kIdxKorv)) SupprimeLignes(*db_, kIdxKorv, {{"TABLE", nom_}, {"NOM", idx->Nom()}});
     if (reste->columns.empty()) {
-      index_.erase(index_.begin() + static_cast<std::ptrdiff_t>(--i));
+      std::erase_if(index_, [idx = idx](const auto& sien) { return sien.get() == idx; });
     } else {
-      idx.Init(*reste, this);
-      SauveIdx(idx, nullptr);
+      idx->Init(*reste, this);
+      SauveIdx(*idx, nullptr);
     }
   }
 }
@@ -94,7 +136,12 @@ void DbTbl::IndexSansChamp(const std::string& champ) {
 void DbTbl::AddIdx(const std::string& nom, const std::string& champs, bool primaire, bool unique) {
   if (PosIdx(nom) != -1) return;
   (void)runtime::CheckedInt16(std::int64_t{NbIdx()} + 1);
-  const ado::Index description = LitChampsIdx(nom, champs, primaire, unique);
+  const ado::Index description = LitChampsIdx(std::string(runtime::Trim(nom)), champs, primaire, unique);
+  if (db_ != nullptr && !EstTableCatalogue()) {
+    DbIdx decrit;
+    decrit.Init(description, nullptr);
+    VerifieIdx(*db_, decrit);
+  }
   if (db_ != nullptr) ddl::CreeIndex(*db_, *this, description);
   auto index = std::make_unique<DbIdx>();
   index->Init(description, this);
@@ -103,12 +150,15 @@ void DbTbl::AddIdx(const std::string& nom, const std::string& champs, bool prima
 }
 
 void DbTbl::SupIdx(const std::string& nom) {
-  const std::int16_t position = PosIdx(nom);
-  if (position < 0 || position >= NbIdx()) return;
-  const auto place = index_.begin() + position;
-  const std::string index = (*place)->Nom();
-  if (db_ != nullptr && !ddl::SupprimeIndex(*db_, *this, **place)) return;
-  index_.erase(place);
+  const std::int16_t position = IdxNomme(nom);
+  // The same as for a field.
+  if (position == -1 && (db_ == nullptr || !EstPosition(nom, NbIdx()))) return;
+  DbIdx inconnu;
+  inconnu.Nom(runtime::UpperCase(runtime::Trim(nom)));
+  const DbIdx& idx = position == -1 ? inconnu : *index_[static_cast<std::size_t>(position)];
+  const std::string index = idx.Nom();
+  if (db_ != nullptr && !ddl::SupprimeIndex(*db_, *this, idx)) return;
+  if (position != -1) index_.erase(index_.begin() + position);
   if (db_ == nullptr || !db_->ExisteTbl(kIdxKorv)) return;
   SupprimeLignes(*db_, kIdxKorv, {{"TABLE", nom_}, {"NOM", index}});
 }

@@ -9,11 +9,16 @@
 #include "db/DataBase.h"
 #include "db/DbTbl.h"
 #include "runtime/Conversions.h"
+#include "runtime/Error.h"
 #include "runtime/Text.h"
 
 namespace tamlo::db {
 
 namespace {
+
+// Characters that the catalog's columns hold.
+constexpr std::int32_t kLargeurNom = 30;
+constexpr std::int32_t kLargeurChamps = 50;
 
 struct Colonne {
   const char* nom;
@@ -39,14 +44,14 @@ bool EstLigneDe(ado::Recordset& rs, const std::vector<std::pair<std::string, std
 }  // namespace
 
 void CreeCatTbl(DataBase& db) {
-  CreeTableCatalogue(db, kTblKorv, {{"NOM", ado::adVarWChar, 30}, {"MVT", ado::adBoolean, 1}}, "NOM", "NOM");
+  CreeTableCatalogue(db, kTblKorv, {{"NOM", ado::adVarWChar, kLargeurNom}, {"MVT", ado::adBoolean, 1}}, "NOM", "NOM");
 }
 
 void CreeCatFld(DataBase& db) {
   CreeTableCatalogue(db, kFldKorv,
-                     {{"TABLE", ado::adVarWChar, 30},
+                     {{"TABLE", ado::adVarWChar, kLargeurNom},
                       {"NO", ado::adSmallInt, 2},
-                      {"NOM", ado::adVarWChar, 30},
+                      {"NOM", ado::adVarWChar, kLargeurNom},
                       {"INI", ado::adVarWChar, 50},
                       {"FMT", ado::adVarWChar, 15},
                       {"OBLIGATOIRE", ado::adBoolean, 1}},
@@ -55,9 +60,9 @@ void CreeCatFld(DataBase& db) {
 
 void CreeCatIdx(DataBase& db) {
   CreeTableCatalogue(db, kIdxKorv,
-                     {{"TABLE", ado::adVarWChar, 30},
-                      {"NOM", ado::adVarWChar, 30},
-                      {"CHAMPS", ado::adVarWChar, 50},
+                     {{"TABLE", ado::adVarWChar, kLargeurNom},
+                      {"NOM", ado::adVarWChar, kLargeurNom},
+                      {"CHAMPS", ado::adVarWChar, kLargeurChamps},
                       {"PRIMAIRE", ado::adBoolean, 1},
                       {"UNIQUE", ado::adBoolean, 1},
                       {"OBLIGATOIRE", ado::adBoolean, 1}},
@@ -128,6 +133,60 @@ void SupprimeLignes(DataBase& db, const std::string& catalogue, const std::vecto
     if (EstLigneDe(rs, noms)) rs.Delete();
   }
   rs.Close();
+}
+
+std::optional<std::int16_t> NumerosChamps::De(const std::string& champ) const {
+  const auto sien = std::find_if(champs.begin(), champs.end(), [&](const auto& paire) { return paire.first == champ; });
+  return sien == champs.end() ? std::nullopt : std::optional(sien->second);
+}
+
+std::int16_t NumerosChamps::Suivant(std::int16_t sans) const {
+  if (champs.empty()) return sans;
+  const auto plusHaut = std::max_element(champs.begin(), champs.end(), [](const auto& a, const auto& b) { return a.second < b.second; });
+  return runtime::Add16(plusHaut->second, 1);
+}
+
+NumerosChamps LitNumerosChamps(DataBase& db, const std::string& table) {
+  NumerosChamps numeros;
+  if (!db.ExisteTbl(kFldKorv)) return numeros;
+  runtime::IgnoringErrors([&] {
+    const std::string ou = TientDansUnLitteral(table) ? " WHERE [TABLE]='" + table + "'" : "";
+    ado::Recordset rs = db.OpenRecordSet("SELECT * FROM [$FLDKORV$]" + ou, 0);
+    for (; !rs.Eof(); rs.MoveNext()) {
+      if (!EstLigneDe(rs, {{"TABLE", table}})) continue;
+      numeros.champs.emplace_back(runtime::LowerCase(TexteCatalogue(rs.Fields("NOM").Value())), runtime::ToInt16(rs.Fields("NO").Value()));
+    }
+    rs.Close();
+  });
+  return numeros;
+}
+
+namespace {
+
+void VerifieLargeur(DataBase& db, const char* quoi, const std::string& texte, std::size_t largeur) {
+  // Access files count in UTF-16: a character beyond the first 65536 is two there.
+  const auto longues = std::count_if(texte.begin(), texte.end(), [](char c) { return static_cast<unsigned char>(c) >= 0xF0; });
+  const std::size_t longueur = runtime::Length(texte) + static_cast<std::size_t>(longues);
+  if (longueur <= largeur || !db.ExisteTbl(kTblKorv)) return;
+  throw runtime::Error(runtime::kInvalidArgument, std::string(quoi) + " \"" + texte + "\" : " + std::to_string(longueur) +
+                                                      " caractères, le catalogue en tient " + std::to_string(largeur));
+}
+
+}  // namespace
+
+void VerifieNomFld(DataBase& db, const std::string& nom) {
+  VerifieLargeur(db, "Nom de champ", std::string(runtime::Trim(nom)), kLargeurNom);
+}
+
+void VerifieIdx(DataBase& db, const DbIdx& idx) {
+  VerifieLargeur(db, "Nom d'index", idx.Nom(), kLargeurNom);
+  VerifieLargeur(db, "Champs d'index", idx.SFld(), kLargeurChamps);
+}
+
+void VerifieTbl(DataBase& db, DbTbl& tbl) {
+  VerifieLargeur(db, "Nom de table", tbl.Nom(), kLargeurNom);
+  for (std::int16_t i = 0; i < tbl.NbFld(); ++i) VerifieNomFld(db, tbl.ListeFld(std::to_string(i)).Nom());
+  for (std::int16_t i = 0; i < tbl.NbIdx(); ++i) VerifieIdx(db, tbl.ListeIdx(std::to_string(i)));
 }
 
 void RenumeroteChamps(DataBase& db, const std::string& table, std::int16_t position) {

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -46,6 +47,24 @@ void AjouteLigne(ado::Recordset& rs, std::span<const char* const> colonnes, std:
 /// Deletes the rows of a catalog table of which these columns hold these names. One statement does it; names that hold a character which a
 /// text literal does not keep on every kind ("Date d'entrée") are looked for row by row.
 void SupprimeLignes(DataBase& db, const std::string& catalogue, const std::vector<std::pair<std::string, std::string>>& noms);
+/// The fields of a table by the rows of the catalog: name (lower case) and number.
+struct NumerosChamps {
+  std::vector<std::pair<std::string, std::int16_t>> champs;
+
+  [[nodiscard]] std::optional<std::int16_t> De(const std::string& champ) const;
+  /// The number behind the highest one; sans where there is no row.
+  [[nodiscard]] std::int16_t Suivant(std::int16_t sans) const;
+};
+/// Without rows where the database has no catalog or does not answer: what is written then fails by itself.
+[[nodiscard]] NumerosChamps LitNumerosChamps(DataBase& db, const std::string& table);
+
+/// Error 5 for what the columns of the catalog cannot hold: names of more than 30 characters, encoded field lists of more than 50.
+/// Nothing where the database has no catalog.
+void VerifieNomFld(DataBase& db, const std::string& nom);
+void VerifieIdx(DataBase& db, const DbIdx& idx);
+/// The table's name, fields and indexes.
+void VerifieTbl(DataBase& db, DbTbl& tbl);
+
 /// Lowers the numbers behind position by one in the rows of a table's fields; in the same two ways.
 void RenumeroteChamps(DataBase& db, const std::string& table, std::int16_t position);
 

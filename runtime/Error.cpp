@@ -19,6 +19,10 @@ std::string Describe(std::int32_t number) {
     case kNoCurrentRecord:
       return "BOF ou EOF est égal à True ou l'enregistrement actuel a été supprimé. L'opération demandée nécessite un "
              "enregistrement actuel.";
+    case kTransactionOpen:
+      return "Impossible de fermer explicitement un objet Connection au cours d'une transaction.";
+    case kNoTransaction:
+      return "Aucune transaction n'est active.";
     case kOperationNotSupported:
       return "L'objet ou le fournisseur n'est pas capable d'exécuter l'opération demandée.";
     case kItemNotFound:

@@ -21,12 +21,14 @@ enum ErrorNumber : std::int32_t {
   kFileInUseExclusively = 3006,
   kFileInUse = 3051,
   kDatabaseInUse = 3196,
+  kTransactionOpen = 3246,
   kOperationNotSupported = 3251,
   kItemNotFound = 3265,
   kObjectClosed = 3704,
   kObjectOpen = 3705,
   kProviderNotFound = 3706,
   kConnectionInvalid = 3709,
+  kNoTransaction = -2147168242,
   kProviderFailure = -2147467259,
 };
 

@@ -169,8 +169,12 @@ std::vector<Index> JetCatalog::Indexes(const std::string& table) {
     std::vector<Index> indexes;
     const jet::CatalogObject* object = connection_.Database().FindObject(table);
     const bool local = object != nullptr && (object->kind == jet::ObjectKind::kTable || object->kind == jet::ObjectKind::kSystemTable);
-    if (!local) return indexes;
-    jet::Table& found = connection_.Database().OpenTable(table);
+    // The indexes of a linked Access table are those of the table behind the link.
+    const bool link = object != nullptr && object->kind == jet::ObjectKind::kJetLink;
+    const auto linked = link ? connection_.Session().FindTable(table) : nullptr;
+    if (!local && (linked == nullptr || linked->table == nullptr)) return indexes;
+    const jet::Database::ReadScope scopeOfLinked(local ? connection_.Database() : *linked->database);
+    jet::Table& found = local ? connection_.Database().OpenTable(table) : *linked->table;
     for (const jet::IndexDef& definition : found.Indexes()) {
       // The referenced side of a relationship has a hidden name of its own; it is no index of the table's design.
       if (definition.kind == jet::IndexKind::kForeignKey && !definition.referencing) continue;

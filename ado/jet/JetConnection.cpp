@@ -82,14 +82,17 @@ std::unique_ptr<ProviderRowset> JetConnection::OpenRowset(const RowsetRequest& r
     if (table != nullptr && table->foreign != nullptr) {
       if (auto* odbc = const_cast<OdbcTable*>(OdbcOf(*table))) return odbc->OpenRowset(request);
     }
-    if (table != nullptr && table->table != nullptr) return std::make_unique<TableRowset>(*this, table);
+    // A table's own cursor shows what the table holds now, a static one what it held then.
+    const bool live = direct || request.cursor != adOpenStatic;
+    if (live && table != nullptr && table->table != nullptr) return std::make_unique<TableRowset>(*this, table);
     if ((request.options & adCmdTableDirect) != 0 && direct) throw AdoError(runtime::kItemNotFound, name);
     RowsetRequest query = request;
     query.source = "SELECT * FROM [" + name + "]";
     auto opened = OnEngine([&] { return session_->Open(query.source); }, query.source);
     return std::make_unique<QueryRowset>(*this, std::move(opened), query);
   }
-  auto query = OnEngine([&] { return session_->Open(request.source); }, request.source);
+  auto query = OnEngine([&] { return session_->OpenOrRun(request.source); }, request.source);
+  if (query == nullptr) return nullptr;
   const jet::sql::SelectPlan& plan = query->Plan();
   if (plan.plainScan && !plan.limit && upper.find('*') != std::string::npos) {
     // The whole of a linked ODBC table: its own provider knows how to write it.
@@ -110,13 +113,13 @@ std::int32_t JetConnection::BeginTransaction() {
 
 void JetConnection::CommitTransaction() {
   if (database_->TransactionDepth() == 0)
-    throw runtime::Error(runtime::kProviderFailure, "Aucune transaction n'est active", "Microsoft JET Database Engine");
+    throw runtime::Error(runtime::kNoTransaction);
   OnEngine([&] { database_->Commit(); });
 }
 
 void JetConnection::RollbackTransaction() {
   if (database_->TransactionDepth() == 0)
-    throw runtime::Error(runtime::kProviderFailure, "Aucune transaction n'est active", "Microsoft JET Database Engine");
+    throw runtime::Error(runtime::kNoTransaction);
   OnEngine([&] { database_->Rollback(); });
   session_->RowsChanged();
 }

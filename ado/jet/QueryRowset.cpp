@@ -101,6 +101,18 @@ bool QueryRowset::MoveFirst() {
   keptBytes_ = keptAt_ = 0;
   keptAll_ = false;
   moved_.clear();
+  const bool found = Advance();
+  return found && kind_ == Kind::kStatic ? KeepAll() : found;
+}
+
+bool QueryRowset::KeepAll() {
+  while (keeping_ && Advance()) {
+  }
+  if (keeping_) {
+    keptAt_ = 1;
+    return true;
+  }
+  OnEngine([&] { query_->Rewind(); });
   return Advance();
 }
 

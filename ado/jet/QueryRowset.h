@@ -36,6 +36,8 @@ class QueryRowset final : public ProviderRowset {
   /// Takes the values of the row that a live cursor stands on; false when one of its rows is gone.
   bool TakeRow();
   void KeepRow();
+  /// Reads all rows of a static cursor that stands on its first one; as far as they are not too much to keep.
+  bool KeepAll();
   /// True when the walk may meet the current row again once these values are in it.
   [[nodiscard]] bool MayMove(std::span<const Assignment> values) const;
   [[nodiscard]] bool IsLong(std::size_t field) const;

@@ -78,7 +78,8 @@ std::int64_t OdbcConnection::Send(const std::string& text, std::int32_t timeoutS
 }
 
 std::unique_ptr<ProviderRowset> OdbcConnection::OpenRowset(const RowsetRequest& request) {
-  return std::make_unique<OdbcRowset>(session_, request);
+  auto rowset = std::make_unique<OdbcRowset>(session_, request);
+  return rowset->Fields().empty() ? nullptr : std::move(rowset);
 }
 
 std::int32_t OdbcConnection::BeginTransaction() {

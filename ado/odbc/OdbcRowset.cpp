@@ -41,6 +41,7 @@ OdbcRowset::OdbcRowset(std::shared_ptr<Session> session, const RowsetRequest& re
     if (table && table->starts_with('[') && table->find("].") == std::string::npos) table = TableText(*session_, *table);
   }
   if (!session_->Facts().keepsWideStatements) sql = WithoutWideLiterals(sql, literals_);
+  if (ChangesSchema(sql)) session_->SchemaChanged();
   isSingle_ = IsSingleChangeOrQuery(sql);
   statement_.Prepare(sql);
   if (!literals_.empty()) {
@@ -50,7 +51,13 @@ OdbcRowset::OdbcRowset(std::shared_ptr<Session> session, const RowsetRequest& re
     for (const auto& literal : literals_) literalParameters_->Add(Variant(literal), ShapeFor(text, 0, session_->Facts()));
   }
   Describe();
-  keepsRows_ = request.cursor == adOpenStatic || (request.location == adUseClient && request.cursor != adOpenForwardOnly);
+  if (fields_.empty()) {
+    // It has run: what its later parts have to say belongs to it.
+    statement_.FinishResults();
+    return;
+  }
+  static_ = request.cursor == adOpenStatic;
+  keepsRows_ = static_ || (request.location == adUseClient && request.cursor != adOpenForwardOnly);
   if (table && request.lock > adLockReadOnly) writer_.emplace(session_, *table, fields_, columns_);
 }
 
@@ -96,13 +103,14 @@ void OdbcRowset::CheckColumns() {
 bool OdbcRowset::MoveFirst() {
   inserted_ = false;
   LeaveRow();
-  if (fields_.empty()) return false;
   if (keepsRows_ && executed_ && !fresh_) {
     row_ = 0;
     return !rows_.empty() || (!exhausted_ && Advance());
   }
   if (!executed_ || !fresh_) ExecuteQuery();
-  return Advance();
+  const bool found = Advance();
+  if (found && static_) ReadToTheEnd();
+  return found;
 }
 
 void OdbcRowset::LeaveRow() {

@@ -15,7 +15,7 @@
 namespace tamlo::ado::odbc {
 
 /// A cursor over a query or a table. The query is prepared and described when the cursor is made and executed when its first row is asked
-/// for. Static cursors, and all but forward-only ones on the client's side, keep the rows that they have read, so that MoveFirst shows the
+/// for; a statement without rows has no fields, and has run. Static cursors, which read all rows at once, and all but forward-only ones on the client's side, keep the rows that they have read, so that MoveFirst shows the
 /// same rows again; the others execute anew. Rows are written by statements of their own on the base table.
 class OdbcRowset final : public ProviderRowset {
  public:
@@ -85,6 +85,7 @@ class OdbcRowset final : public ProviderRowset {
   bool executed_ = false;
   bool fresh_ = false;  // executed, and no row fetched yet
   bool keepsRows_ = false;
+  bool static_ = false;
   bool exhausted_ = false;
   std::vector<KeptRow> rows_;         // kept ones
   std::size_t row_ = 0;               // the current one of rows_

@@ -95,7 +95,7 @@ void Session::NoteText(std::string_view sql) {
 
 void Session::End(bool commit) {
   (void)Connection();
-  if (!inTransaction_) throw runtime::Error(runtime::kProviderFailure, "Aucune transaction n'est active.", "odbc");
+  if (!inTransaction_) throw runtime::Error(runtime::kNoTransaction);
   if (commit) RequireTransaction();
   const auto result = SQLEndTran(SQL_HANDLE_DBC, Connection(), commit ? SQL_COMMIT : SQL_ROLLBACK);
   // A commit that the server refused leaves the transaction open: the caller may still roll it back. SQLite has undone it by itself when a

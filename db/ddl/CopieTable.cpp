@@ -31,7 +31,9 @@ std::unique_ptr<DbTbl> MemeStructure(DbTbl& source, bool avecIndex) {
   }
   for (std::int16_t i = 0; avecIndex && i < source.NbIdx(); ++i) {
     const DbIdx& idx = source.ListeIdx(std::to_string(i));
-    copie->AddIdx(idx.Nom(), idx.SFld(), idx.Primary(), idx.Unique());
+    // A name that is a number would be taken for a position: the index is named once it is there.
+    copie->AddIdx("IDX_" + idx.Nom(), idx.SFld(), idx.Primary(), idx.Unique());
+    copie->ListeIdx(std::to_string(copie->NbIdx() - 1)).Nom(idx.Nom());
   }
   return copie;
 }
@@ -75,7 +77,12 @@ CopieBilan DataBase::CopieDonnees(const std::string& nom, DataBase& cible, const
 CopieBilan DataBase::TblCopie(const std::string& nom, DataBase& cible, bool ajoute, bool copie, const CopieOptions& options) {
   RefuseSoiMeme(*this, cible, nom);
   // The indexes of an Oracle table are known by names that no other backend gives them.
-  if (ajoute) cible.AddTbl(MemeStructure(TableNommee(nom), typ_ != TypOracle));
+  if (ajoute) {
+    DbTbl& source = TableNommee(nom);
+    // An attached table whose source cannot be reached has no fields, and the copy would have none either: the reason is raised.
+    if (source.NbFld() == 0 && source.attachee_) source.LitDefinition();
+    cible.AddTbl(MemeStructure(source, typ_ != TypOracle));
+  }
   return copie ? ddl::CopieLignes(*this, cible, nom, options) : CopieBilan{};
 }
 

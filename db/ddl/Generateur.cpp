@@ -127,19 +127,36 @@ bool SupprimeIndex(DataBase& db, DbTbl& tbl, const DbIdx& idx) {
   return Cherche(db, tbl, nom) == Presence::kAbsent && generateur.SupprimeHomologue(db, tbl, idx);
 }
 
-std::optional<ado::Index> IndexRestant(DataBase& db, const DbTbl& tbl, const DbIdx& idx) {
+std::optional<std::string> NomIndexPresent(DataBase& db, const DbTbl& tbl, const DbIdx& idx) {
+  std::optional<std::string> nomBase;
+  runtime::IgnoringErrors([&] {
+    std::string trouve;
+    const std::string nom = runtime::UpperCase(idx.Nom());
+    const std::string prefixe = runtime::UpperCase(NomIndexBase(db, tbl, idx.Nom()));
+    db.Catalogue().Refresh();
+    if (ado::Table* table = db.Catalogue().Find(tbl.Nom())) {
+      for (const ado::Index& index : table->Indexes()) {
+        const std::string sien = runtime::UpperCase(index.name);
+        const bool nomme = sien == nom || sien == prefixe;
+        if (nomme || (idx.Primary() && index.primaryKey && trouve.empty())) trouve = sien;
+        if (nomme) break;
+      }
+    }
+    if (trouve.empty()) trouve = GenerateurDe(db.Kind16()).NomHomologue(db, tbl, idx);
+    nomBase = std::move(trouve);
+  });
+  return nomBase;
+}
+
+std::optional<ado::Index> IndexRestant(DataBase& db, const DbTbl& tbl, const DbIdx& idx, const std::string& nomBase) {
   std::optional<ado::Index> reste;
   runtime::IgnoringErrors([&] {
     db.Catalogue().Refresh();
     ado::Table* table = db.Catalogue().Find(tbl.Nom());
     if (table == nullptr) return;
-    const std::string nom = runtime::UpperCase(idx.Nom());
-    const std::string nomBase = runtime::UpperCase(NomIndexBase(db, tbl, idx.Nom()));
     const auto& indexes = table->Indexes();
-    const auto base = std::find_if(indexes.begin(), indexes.end(), [&](const ado::Index& i) {
-      const std::string sien = runtime::UpperCase(i.name);
-      return sien == nom || sien == nomBase || (idx.Primary() && i.primaryKey);
-    });
+    const auto base =
+        std::find_if(indexes.begin(), indexes.end(), [&](const ado::Index& i) { return runtime::UpperCase(i.name) == nomBase; });
     ado::Index garde = Description(idx);
     std::erase_if(garde.columns, [&](const ado::Column& colonne) {
       if (base == indexes.end()) return true;

@@ -37,9 +37,12 @@ void CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index);
 /// Refusals are not raised.
 [[nodiscard]] bool SupprimeIndex(DataBase& db, DbTbl& tbl, const DbIdx& idx);
 
-/// The index as it is kept in memory, without the fields that the backend no longer has in it: without any when the index is gone. Nothing
-/// when the backend does not answer.
-[[nodiscard]] std::optional<ado::Index> IndexRestant(DataBase& db, const DbTbl& tbl, const DbIdx& idx);
+/// The name under which the backend has an index now; "" when it has none. Nothing when the backend does not answer.
+[[nodiscard]] std::optional<std::string> NomIndexPresent(DataBase& db, const DbTbl& tbl, const DbIdx& idx);
+
+/// The index as it is kept in memory, without the fields that the backend no longer has in its index nomBase: without any when that is gone.
+/// Nothing when the backend does not answer.
+[[nodiscard]] std::optional<ado::Index> IndexRestant(DataBase& db, const DbTbl& tbl, const DbIdx& idx, const std::string& nomBase);
 
 /// True when both fields are kept in the same type of column, so that the backend cannot tell one from the other.
 [[nodiscard]] bool MemeColonne(const DataBase& db, const DbFld& un, const DbFld& autre);

@@ -30,7 +30,10 @@ class GenerateurBase {
   [[nodiscard]] virtual std::string NomIndex(const DbTbl& /*tbl*/, const std::string& nom) const { return nom; }
   /// The backend's own statement that drops a plain index, to be sent through ExecuteSQL. nom: the backend's name of it.
   [[nodiscard]] virtual std::string TexteSupIndex(const DbTbl& tbl, const std::string& nom, bool primaire) const = 0;
-  /// For an index that the backend has under no name of ours: drops what it keeps in its place under a name of its own. False when that is
+  /// For an index that the backend has under no name of ours: the name of what it keeps in its place; "" when there is none. Errors of the
+  /// question go to the caller.
+  [[nodiscard]] virtual std::string NomHomologue(DataBase& /*db*/, const DbTbl& /*tbl*/, const DbIdx& /*idx*/) const { return {}; }
+  /// For such an index: drops what it keeps in its place under a name of its own. False when that is
   /// there and was refused; refusals are not raised.
   [[nodiscard]] virtual bool SupprimeHomologue(DataBase& /*db*/, const DbTbl& /*tbl*/, const DbIdx& /*idx*/) const { return true; }
   /// The statement that drops a table, to be sent as it stands. tbl: nullptr for a table that is not listed.

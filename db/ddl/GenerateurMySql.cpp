@@ -57,16 +57,19 @@ std::string GenerateurMySql::TexteSupIndex(const DbTbl& tbl, const std::string& 
 }
 
 // A primary key that was made under another name is known to the server as PRIMARY alone.
-bool GenerateurMySql::SupprimeHomologue(DataBase& db, const DbTbl& tbl, const DbIdx& idx) const {
-  if (!idx.Unique() || tbl.ExisteIdx(kPrimary)) return true;
-  std::vector<CleMySql> champs;
-  const auto muet = runtime::IgnoringErrors([&] { champs = LitClesMySql(db, tbl.Nom()); });
-  if (muet) return false;
+std::string GenerateurMySql::NomHomologue(DataBase& db, const DbTbl& tbl, const DbIdx& idx) const {
+  if (!idx.Unique() || tbl.ExisteIdx(kPrimary)) return {};
+  std::vector<CleMySql> champs = LitClesMySql(db, tbl.Nom());
   std::erase_if(champs, [](const CleMySql& cle) { return cle.index != kPrimary; });
   bool memes = !champs.empty() && champs.size() == static_cast<std::size_t>(idx.NbFld());
   for (std::size_t i = 0; memes && i < champs.size(); ++i) memes = champs[i].champ == idx.NomFld(static_cast<std::int16_t>(i));
-  if (!memes) return true;
-  return !runtime::IgnoringErrors([&] { db.ExecuteSQL(TexteSupIndex(tbl, kPrimary, true)); });
+  return memes ? kPrimary : std::string();
+}
+
+bool GenerateurMySql::SupprimeHomologue(DataBase& db, const DbTbl& tbl, const DbIdx& idx) const {
+  std::string homologue;
+  if (runtime::IgnoringErrors([&] { homologue = NomHomologue(db, tbl, idx); })) return false;
+  return homologue.empty() || !runtime::IgnoringErrors([&] { db.ExecuteSQL(TexteSupIndex(tbl, homologue, true)); });
 }
 
 std::string GenerateurMySql::TexteSupTable(const std::string& nom, const DbTbl*) const { return "DROP TABLE " + nom; }

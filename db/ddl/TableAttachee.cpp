@@ -3,6 +3,8 @@
 #include <string_view>
 
 #include "db/DataBase.h"
+#include "db/DbUtil.h"
+#include "runtime/Conversions.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
 #include "support/Support.h"
@@ -43,33 +45,64 @@ std::string Utilisateur(const DataBase& source) {
   return Vide(nomme) ? source.UID() : nomme;
 }
 
-void DecritLien(ado::Table& lien, const DbTbl& table, const DataBase& source) {
+/// The link as the catalog is to make it. Error 5 for a source that no link can name.
+ado::Table LienVers(const std::string& nom, DbTbl& table) {
+  if (table.Db() == nullptr) throw runtime::Error(runtime::kObjectNotSet);
+  const DataBase& source = *table.Db();
+  ado::Table lien(nom);
   lien.Property("Jet OLEDB:Create Link", true);
   if (source.Kind16() == TypJet) {
     lien.Property("Jet OLEDB:Link Datasource", source.ConnectionString());
     lien.Property("Jet OLEDB:Remote Table Name", table.Nom());
-    return;
+    return lien;
   }
-  lien.Property("Jet OLEDB:Link Provider String", "DSN=" + SourceDonnees(source.ConnectionString()) + ";UID=" + Utilisateur(source));
+  const std::string donnees = SourceDonnees(source.ConnectionString());
+  if (Vide(donnees)) {
+    throw runtime::Error(
+        runtime::kInvalidArgument,
+        "La table " + table.Nom() + " ne peut pas être attachée : la connexion de sa base ne nomme pas de source de données");
+  }
+  lien.Property("Jet OLEDB:Link Provider String", "DSN=" + donnees + ";UID=" + Utilisateur(source));
   lien.Property("Jet OLEDB:Cache Link Name/Password", false);
   lien.Property("Jet OLEDB:Remote Table Name", (Vide(table.Owner()) ? "" : table.Owner() + ".") + table.Nom());
+  return lien;
+}
+
+bool EstLien(ado::Table& table) {
+  if (table.Type() == "LINK" || table.Type() == "PASS-THROUGH") return true;
+  const ado::PropertyMap& proprietes = table.Properties();
+  return proprietes.Has("Jet OLEDB:Create Link") && runtime::ToBoolean(proprietes.Item("Jet OLEDB:Create Link"));
+}
+
+/// The name of the link: the table's own when none is given.
+std::string NomLocal(const DbTbl& source, const std::string& donne) {
+  return Vide(donne) ? source.Nom() : std::string(runtime::Trim(donne));
 }
 
 }  // namespace
 
 void DataBase::AddTblAttachee(DbTbl& source, const std::string& nomLocal) {
   if (typ_ != TypJet) return;
-  const std::string nom = Vide(nomLocal) ? source.Nom() : nomLocal;
+  const std::string nom = NomLocal(source, nomLocal);
   if (EstCatalogue(nom) || ExisteTbl(nom)) return;
-  if (source.Db() == nullptr) throw runtime::Error(runtime::kObjectNotSet);
-  ado::Table lien(nom);
-  DecritLien(lien, source, *source.Db());
+  const ado::Table lien = LienVers(nom, source);
   Catalogue().Append(lien);
-  AjouteTable(Catalogue().Tables(nom), nullptr, nullptr, "");
+  if (EstListee(nom)) return;
+  AjouteTableAttachee(nom, nullptr, nullptr);
+  DbTbl& tbl = TableNommee(nom);
+  (void)tbl.NbFld();  // as the link shows them; where it shows none, those of the source
+  tbl.Reprend(source);
+  const bool tient = !runtime::IgnoringErrors([&] { VerifieTbl(*this, tbl); });
+  if (tient) InscritAuCatalogue(tbl);
 }
 
 void DataBase::ModTblAttachee(DbTbl& source, const std::string& nom) {
-  if (typ_ != TypJet) return;
+  if (typ_ != TypJet || EstCatalogue(runtime::UpperCase(runtime::Trim(nom)))) return;
+  // What can be refused comes first: the old link would be gone already.
+  (void)LienVers(NomLocal(source, nom), source);
+  if (ExisteTbl(nom) && !EstLien(Catalogue().Tables(std::string(runtime::Trim(nom))))) {
+    throw runtime::Error(runtime::kInvalidArgument, "La table " + nom + " n'est pas une table attachée");
+  }
   SupTbl(nom);
   AddTblAttachee(source, nom);
 }

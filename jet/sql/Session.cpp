@@ -294,6 +294,13 @@ std::unique_ptr<Query> Session::Open(std::string_view text) {
   return OpenPlan(*state_, std::move(*plan));
 }
 
+std::unique_ptr<Query> Session::OpenOrRun(std::string_view text) {
+  jet::sql::Statement statement = Translate(text, *state_, state_->options.text);
+  if (auto* plan = std::get_if<SelectPlan>(&statement)) return OpenPlan(*state_, std::move(*plan));
+  Execute(text);
+  return nullptr;
+}
+
 std::shared_ptr<const EngineTable> Session::FindTable(std::string_view name, const std::string& file) {
   return std::static_pointer_cast<const EngineTable>(state_->FindTable(name, file));
 }

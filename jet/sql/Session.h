@@ -104,6 +104,8 @@ class Session {
   std::int64_t Execute(std::string_view text);
   /// Translates a query; it is executed when its first row is asked for. Error kSyntax for a statement that gives no rows.
   [[nodiscard]] std::unique_ptr<Query> Open(std::string_view text);
+  /// The same; a statement that gives no rows is run, as Execute does, and null comes back.
+  [[nodiscard]] std::unique_ptr<Query> OpenOrRun(std::string_view text);
   /// The table of that name, through its link if it is one; null when there is none. file: another database, or empty.
   [[nodiscard]] std::shared_ptr<const EngineTable> FindTable(std::string_view name, const std::string& file = {});
   /// The SELECT text of a stored query; nothing when there is none of that name.

@@ -122,7 +122,63 @@ TEST_F(Connection, TransactionLevelsAreTheProviders) {
   connection.RollbackTrans();
   connection.CommitTrans();
   EXPECT_EQ(backend.Log(), (std::vector<std::string>{"BEGIN", "BEGIN", "ROLLBACK", "COMMIT"}));
-  EXPECT_EQ(ErrorOf([&] { connection.CommitTrans(); }), -2147467259);
+  backend.ClearCalls();
+  EXPECT_EQ(ErrorOf([&] { connection.CommitTrans(); }), -2147168242);
+  EXPECT_EQ(ErrorOf([&] { connection.RollbackTrans(); }), -2147168242);
+  EXPECT_TRUE(backend.Calls().empty()) << "the provider is not asked";
+}
+
+TEST_F(Connection, EndingATransactionThatWasNotBegunSaysSo) {
+  Open();
+  try {
+    connection.RollbackTrans();
+    FAIL() << "no error";
+  } catch (const runtime::Error& error) {
+    EXPECT_EQ(error.Number(), -2147168242);
+    EXPECT_EQ(error.Description(), "Aucune transaction n'est active.");
+  }
+}
+
+TEST_F(Connection, IsNotClosedInATransaction) {
+  Open();
+  ado::Recordset recordset;
+  recordset.Open("SELECT * FROM ART", &connection, ado::adOpenDynamic, ado::adLockOptimistic, -1);
+  connection.BeginTrans();
+  connection.BeginTrans();
+  connection.CommitTrans();
+  try {
+    connection.Close();
+    FAIL() << "no error";
+  } catch (const runtime::Error& error) {
+    EXPECT_EQ(error.Number(), 3246);
+    EXPECT_EQ(error.Description(), "Impossible de fermer explicitement un objet Connection au cours d'une transaction.");
+  }
+  EXPECT_TRUE(connection.IsOpen());
+  EXPECT_TRUE(recordset.IsOpen());
+  EXPECT_EQ(backend.TransactionLevel(), 1);
+  connection.CommitTrans();
+  EXPECT_NO_THROW(connection.Close());
+  EXPECT_FALSE(recordset.IsOpen());
+}
+
+TEST_F(Connection, MayBeClosedWhereTheBackendHasEndedTheTransaction) {
+  Open();
+  connection.BeginTrans();
+  // What the backend forgot by itself: it knows of no transaction any more.
+  backend.ForgetTransactions();
+  EXPECT_EQ(ErrorOf([&] { connection.RollbackTrans(); }), -2147168242);
+  EXPECT_NO_THROW(connection.Close());
+  EXPECT_NO_THROW(connection.Open("BASE", "", ""));
+  EXPECT_EQ(ErrorOf([&] { connection.CommitTrans(); }), -2147168242) << "a new opening begins without a transaction";
+}
+
+TEST_F(Connection, DestroyedInATransactionClosesWithoutAnError) {
+  {
+    ado::Connection other;
+    other.Open("BASE", "", "");
+    other.BeginTrans();
+  }
+  EXPECT_EQ(backend.Calls().back().kind, RecordedCall::Kind::kClose);
 }
 
 }  // namespace

@@ -243,6 +243,31 @@ TEST_F(Recordset, AReadOnlyOneRefusesEveryWrite) {
   EXPECT_EQ(ErrorOf([&] { rs.AddNew(); }), 3251) << "the provider cannot write either";
 }
 
+TEST_F(Recordset, AStatementWithoutRowsIsRunAndComesBackClosed) {
+  backend.Answer("DELETE FROM ART", {});
+  for (const auto cursor : {ado::adOpenForwardOnly, ado::adOpenDynamic, ado::adOpenStatic}) {
+    backend.ClearCalls();
+    rs.Open("DELETE FROM ART", &connection, cursor, ado::adLockOptimistic, -1);
+    EXPECT_FALSE(rs.IsOpen());
+    EXPECT_EQ(ErrorOf([&] { (void)rs.Eof(); }), 3704);
+    EXPECT_EQ(backend.Log().size(), 1U);
+  }
+  EXPECT_NO_THROW(OpenArt());
+}
+
+TEST_F(Recordset, AStaticOneIsReadWhenItIsOpened) {
+  OpenArt(ado::adOpenStatic, ado::adLockReadOnly);
+  EXPECT_EQ(backend.Count(Kind::kFirstRow), 1U);
+  EXPECT_EQ(rs.Fields(0).Value(), Variant("A1"));
+  EXPECT_EQ(backend.Count(Kind::kFirstRow), 1U);
+  rs.Close();
+  backend.FailRead("SELECT * FROM ART", -2147467259, "lost");
+  EXPECT_EQ(ErrorOf([&] { OpenArt(ado::adOpenStatic, ado::adLockReadOnly); }), -2147467259);
+  EXPECT_FALSE(rs.IsOpen());
+  EXPECT_EQ(ErrorOf([&] { OpenArt(ado::adOpenForwardOnly, ado::adLockReadOnly); }), 0)
+      << "the others wait for their first row to be asked for";
+}
+
 TEST_F(Recordset, ADeletedRowIsNoCurrentRowUntilTheNextMove) {
   OpenArt();
   rs.Delete();

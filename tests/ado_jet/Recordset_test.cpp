@@ -361,14 +361,20 @@ TEST_F(JetRecordset, TransactionsNestByLevel) {
   connection.CommitTrans();
   EXPECT_EQ(Rows("SELECT IdUtl FROM Utl ORDER BY 1"), "2; 3");
   const auto error = IgnoringErrors([&] { connection.CommitTrans(); });
-  EXPECT_EQ(error.number, runtime::kProviderFailure);
+  EXPECT_EQ(error.number, runtime::kNoTransaction);
   EXPECT_NE(error.description.find("transaction"), std::string::npos);
 }
 
-TEST_F(JetRecordset, ClosingRollsBack) {
-  connection.BeginTrans();
-  connection.Execute("DELETE FROM Utl");
+TEST_F(JetRecordset, AConnectionThatEndsInATransactionHasRolledBack) {
   connection.Close();
+  {
+    ado::Connection other;
+    other.Provider(connection.Provider());
+    other.Open(path, "", "");
+    other.BeginTrans();
+    other.Execute("DELETE FROM Utl");
+    EXPECT_EQ(IgnoringErrors([&] { other.Close(); }).number, runtime::kTransactionOpen);
+  }
   connection.Open(path, "", "");
   EXPECT_EQ(Rows("SELECT Count(*) FROM Utl"), "3");
 }

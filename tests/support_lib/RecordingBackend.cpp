@@ -106,6 +106,13 @@ std::string WholeTableOf(const std::string& statement) {
   return rest.empty() || TakeWord(rest, "ORDER BY ") ? name : std::string();
 }
 
+std::string WithoutTableFilter(const std::string& statement) {
+  const auto where = statement.find(" WHERE ");
+  if (where == std::string::npos || statement.empty() || statement.back() != '\'') return statement;
+  std::string_view rest = std::string_view(statement).substr(where + 7);
+  return TakeName(rest) == "TABLE" && rest.starts_with("='") ? statement.substr(0, where) : statement;
+}
+
 ScriptedTable ParseCreateTable(std::string_view afterKeyword) {
   ScriptedTable table;
   table.name = TakeName(afterKeyword);

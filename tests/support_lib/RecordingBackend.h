@@ -59,6 +59,8 @@ struct RecordingProvider::Backend {
 [[nodiscard]] std::string TakeName(std::string_view& text);
 /// The table that "SELECT [TOP n] * FROM name [ORDER BY ...]" reads, or an empty text for any other statement.
 [[nodiscard]] std::string WholeTableOf(const std::string& statement);
+/// The statement without " WHERE [TABLE]='...'" at its end, by which readers of the catalog narrow their reading: they get all rows.
+[[nodiscard]] std::string WithoutTableFilter(const std::string& statement);
 /// The definition that a CREATE TABLE statement describes; types are read by their first word.
 [[nodiscard]] ScriptedTable ParseCreateTable(std::string_view afterKeyword);
 

@@ -229,6 +229,7 @@ class RecordingConnection final : public ado::ProviderConnection {
     backend_->Record(std::move(call));
     Backend::RaiseScripted(backend_->statementFailures, request.source);
     if (auto answer = ScriptedAnswer(request.source)) {
+      if (answer->fields.empty() && answer->rows.empty()) return nullptr;
       return std::make_unique<RecordingRowset>(backend_, answer, request, answer->fields, answer->rows, nullptr);
     }
     return OpenTable(request);
@@ -288,7 +289,8 @@ class RecordingConnection final : public ado::ProviderConnection {
   }
 
   std::unique_ptr<ado::ProviderRowset> OpenTable(const ado::RowsetRequest& request) {
-    const std::string whole = WholeTableOf(request.source);
+    const std::string filtered = WithoutTableFilter(request.source);
+    const std::string whole = WholeTableOf(filtered);
     std::string_view source = request.source;
     const std::string name = whole.empty() ? TakeName(source) : whole;
     for (const auto& table : backend_->tables) {

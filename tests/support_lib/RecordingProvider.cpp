@@ -151,6 +151,8 @@ std::size_t RecordingProvider::Count(RecordedCall::Kind kind) const {
 }
 
 void RecordingProvider::ClearCalls() { backend_->calls.clear(); }
+void RecordingProvider::ForgetTransactions() { backend_->transactionLevel = 0; }
+
 int RecordingProvider::TransactionLevel() const { return backend_->transactionLevel; }
 
 ado::FieldInfo MakeField(const std::string& name, std::int16_t type, std::int64_t size, std::int16_t precision, std::int16_t scale) {

@@ -70,7 +70,7 @@ class RecordingProvider {
   RecordingProvider();
   ~RecordingProvider();
 
-  /// Answers an opened source by its whole text, or by how it begins. Whole texts go first, then the longest beginning.
+  /// Answers an opened source by its whole text, or by how it begins. A result without fields is that of a statement that gives no rows. Whole texts go first, then the longest beginning.
   void Answer(const std::string& text, ScriptedResult result);
   void AnswerPrefix(const std::string& prefix, ScriptedResult result);
   /// Makes Execute and the opening of sources of that text (beginning) fail, times times (-1: always).
@@ -107,6 +107,8 @@ class RecordingProvider {
   void ClearCalls();
   /// Transactions that were begun and neither committed nor rolled back.
   [[nodiscard]] int TransactionLevel() const;
+  /// Loses them, as a server does that ended them by itself.
+  void ForgetTransactions();
 
   struct Backend;
 
