@@ -122,6 +122,11 @@ void AppendColumn(PageStore& store, TableDefinition& definition, const ColumnDef
   stored.name = column.name;
   SetType(stored, column);
   stored.number = stored.numberAgain = definition.maxColumns;
+  // The place in the design goes behind all others: other programs count places from 1, or leave gaps.
+  for (const auto& column : definition.columns) {
+    if (column.numberAgain >= stored.numberAgain && column.numberAgain < 0xFFFF)
+      stored.numberAgain = static_cast<std::uint16_t>(column.numberAgain + 1);
+  }
   stored.variableIndex = definition.variableColumns;
   if (stored.IsFixed()) {
     stored.fixedOffset = static_cast<std::uint16_t>(definition.FixedSize());

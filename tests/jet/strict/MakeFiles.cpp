@@ -250,7 +250,11 @@ void MakeLongValues(Database& database) {
   }
 }
 
-void MakeRelations(Database& database) {
+/// The names of a real file's own tables are left to it: those made here begin with prefix.
+void MakeRelations(Database& database, const std::string& prefix = {}) {
+  const std::string clients = prefix + "Clients";
+  const std::string commandes = prefix + "Commandes";
+  const std::string lignes = prefix + "Lignes";
   const auto table = [&](const std::string& name, bool second) {
     TableSpec spec;
     spec.name = name;
@@ -263,9 +267,9 @@ void MakeRelations(Database& database) {
     if (second) spec.indexes.push_back(Index("own", {{"Parent", false}}));
     database.CreateTable(spec);
   };
-  table("Clients", false);
-  table("Commandes", true);
-  table("Lignes", false);
+  table(clients, false);
+  table(commandes, true);
+  table(lignes, false);
   const auto relate = [&](const std::string& name, const std::string& child, const std::string& parent,
                           std::vector<std::pair<std::string, std::string>> columns, const std::function<void(Relationship&)>& change) {
     Relationship relationship;
@@ -276,16 +280,16 @@ void MakeRelations(Database& database) {
     change(relationship);
     database.CreateRelationship(relationship);
   };
-  relate("ClientsCommandes", "Commandes", "Clients", {{"Parent", "Id"}},
+  relate(prefix + "ClientsCommandes", commandes, clients, {{"Parent", "Id"}},
          [](Relationship& r) { r.cascadeUpdates = r.cascadeDeletes = true; });
-  relate("CommandesLignes", "Lignes", "Commandes", {{"Parent", "Id"}, {"Parent code", "Code"}},
+  relate(prefix + "CommandesLignes", lignes, commandes, {{"Parent", "Id"}, {"Parent code", "Code"}},
          [](Relationship& r) { r.cascadeUpdates = true; });
-  relate("Self", "Clients", "Clients", {{"Parent", "Id"}}, [](Relationship&) {});
-  relate("Loose", "Lignes", "Clients", {{"Parent code", "Code"}}, [](Relationship& r) { r.enforced = false, r.leftJoin = true; });
-  relate("Dropped", "Lignes", "Clients", {{"Parent", "Id"}}, [](Relationship&) {});
+  relate(prefix + "Self", clients, clients, {{"Parent", "Id"}}, [](Relationship&) {});
+  relate(prefix + "Loose", lignes, clients, {{"Parent code", "Code"}}, [](Relationship& r) { r.enforced = false, r.leftJoin = true; });
+  relate(prefix + "Dropped", lignes, clients, {{"Parent", "Id"}}, [](Relationship&) {});
   Random random(3);
   for (int round = 0; round < 400; ++round) {
-    for (const char* name : {"Clients", "Commandes", "Lignes"}) {
+    for (const std::string& name : {clients, commandes, lignes}) {
       Table& rows = database.OpenTable(name);
       const auto number = [&] { return Value(static_cast<std::int32_t>(Below(random, 150))); };
       const std::string codes[] = {"a", "É", "x-y"};
@@ -310,7 +314,7 @@ void MakeRelations(Database& database) {
       }
     }
   }
-  database.DropRelationship("Dropped");
+  database.DropRelationship(prefix + "Dropped");
 }
 
 /// Definitions that grow over several pages and shrink again, names of every sort, properties, links.
@@ -542,14 +546,14 @@ void ChangeSample(const OpenOptions& options, unsigned seed) {
       if (error.Code() != ErrorCode::kLimit) throw;
     }
   }
-  MakeRelations(*database);
+  MakeRelations(*database, "Added ");
   TableSpec spec;
-  spec.name = "New table";
+  spec.name = "Added table";
   spec.columns = AllTypes();
   spec.indexes = {PrimaryKey("Id"), Index("Words", {{"Words", false}})};
   database->CreateTable(spec);
   Exercise(*database, spec.name, random, 300);
-  spec.name = "Short lived";
+  spec.name = "Added for a short time";
   database->CreateTable(spec);
   Exercise(*database, spec.name, random, 100);
   database->DropTable(spec.name);
@@ -571,7 +575,7 @@ void MakeAll(const fs::path& folder, const std::vector<std::string>& samples) {
   MakeNew(folder, "empty", [](Database&) {});
   MakeNew(folder, "types", MakeAllTypes);
   MakeNew(folder, "long", MakeLongValues);
-  MakeNew(folder, "relations", MakeRelations);
+  MakeNew(folder, "relations", [](Database& database) { MakeRelations(database); });
   MakeNew(folder, "structure", MakeStructure);
   MakeNew(folder, "deep", MakeDeep);
   MakeNew(folder, "large", [](Database& database) { MakeLarge(database, 120000); });

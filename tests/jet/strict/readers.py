@@ -128,7 +128,23 @@ def compare_dump(file, modules, script):
             file.report(table.page, f"mdb-reader reads {name} otherwise: {difference(ours, theirs)}")
 
 
-def compare_mdbtools(file):
+def properties_unseen(file, table, name):
+    """What mdb-prop leaves out of the properties that the table's row of the catalog holds."""
+    blob = next((r for r in file.tables[2].values.values() if r[0] == table.page), {}).get(14)
+    if not blob:
+        return []
+    shown = output(["mdb-prop", file.path, name])
+    return [f"{column}.{title}" for column, entries in parse_properties(blob)[0].items() for title in entries if title not in shown]
+
+
+def beyond_mdb_prop(file):
+    """The tables of a file as others left it whose properties mdb-prop ends before it has shown all."""
+    if not shutil.which("mdb-prop"):
+        return set()
+    return {table.name for table in user_tables(file) if properties_unseen(file, table, table.name)}
+
+
+def compare_mdbtools(file, beyond):
     """Names, counts, definitions, properties and those values that mdb-export prints whole."""
     if output(["mdb-ver", file.path]).strip() != "JET4":
         file.report(0, "mdb-ver sees another version")
@@ -144,13 +160,9 @@ def compare_mdbtools(file):
         for column in table.columns:
             if f"[{column.name}]" not in schema:
                 file.report(table.page, f"mdb-schema does not show {column.name} of {name}")
-        blob = next((r for r in file.tables[2].values.values() if r[0] == table.page), {}).get(14)
-        if blob:
-            shown = output(["mdb-prop", file.path, name])
-            for column, entries in parse_properties(blob)[0].items():
-                for title in entries:
-                    if title not in shown:
-                        file.report(table.page, f"mdb-prop does not show {column}.{title} of {name}")
+        if name not in beyond:
+            for what in properties_unseen(file, table, name):
+                file.report(table.page, f"mdb-prop does not show {what} of {name}")
         lines = output(["mdb-export", "-Q", "-b", "hex", "-d", "<\x1f>", "-R", "<\x1e>", "-0", "\x1d", file.path, name]).split("<\x1e>")
         titles = lines[0].split("<\x1f>")
         order = [next(c for c in table.columns if c.name == title) for title in titles]
@@ -179,10 +191,10 @@ def compare_mdbtools(file):
             file.report(table.page, f"mdb-export reads {name} otherwise: {difference(left, right)}")
 
 
-def compare(file, modules, script):
-    """Findings go to the file; gives the readers that were there."""
+def compare(file, modules, script, beyond=()):
+    """Findings go to the file; gives the readers that were there. beyond: tables whose properties mdb-prop does not read whole."""
     there = []
-    for reader, needed, call in (("mdbtools", shutil.which("mdb-export"), lambda: compare_mdbtools(file)),
+    for reader, needed, call in (("mdbtools", shutil.which("mdb-export"), lambda: compare_mdbtools(file, beyond)),
                                  ("mdb-reader", modules and os.path.isdir(modules + "/mdb-reader"), lambda: compare_dump(file, modules, script))):
         if not needed:
             continue
