@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "ado/Errors.h"
+#include "ado/Secrets.h"
 #include "ado/jet/JetErrors.h"
 #include "ado/jet/JetValues.h"
 #include "jet/sql/Names.h"
@@ -206,7 +207,8 @@ PropertyMap JetCatalog::Properties(const std::string& table) {
     properties.Set(kCreateLink, link);
     properties.Set(kLinkDatasource, object->database);
     properties.Set(kRemoteTableName, object->foreignName);
-    properties.Set(kLinkProviderString, odbc ? "ODBC;" + object->connect : object->connect);
+    // What the file keeps of a password stays there.
+    properties.Set(kLinkProviderString, WithoutSecrets(odbc ? "ODBC;" + object->connect : object->connect));
     properties.Set(kCacheLink, false);
     properties.Set("Jet OLEDB:Table Hidden In Access", object->hidden);
     properties.Set("Temporary Table", false);

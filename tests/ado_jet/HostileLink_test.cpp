@@ -112,6 +112,19 @@ TEST_F(HostileLink, ARegisteredSourceOrDriverIsReachedByItsName) {
   }
 }
 
+TEST_F(HostileLink, ShowsNoPasswordThatTheFileKeeps) {
+  int number = 0;
+  for (const char* text : {"DSN=x;UID=moi;PWD=geheim", "DSN=x;pwd = {geheim};UID=moi", "PASSWORD=geheim;DSN=x", "DSN=x;Pwd=geheim"}) {
+    const std::string name = "S" + std::to_string(number++);
+    Link(name, text);
+    Catalog catalog(connection);
+    const std::string shown = runtime::ToText(catalog.Tables(name).Property("Jet OLEDB:Link Provider String"));
+    EXPECT_EQ(shown.find("geheim"), std::string::npos) << shown;
+    EXPECT_NE(shown.find("DSN=x"), std::string::npos) << shown;
+    EXPECT_EQ(Refusal(name).find("geheim"), std::string::npos) << Refusal(name);
+  }
+}
+
 TEST_F(HostileLink, AProgramForbidsLinksAltogether) {
   const std::string other = folder.File("Other.mdb");
   (void)::jet::Database::Create(other);
