@@ -87,8 +87,8 @@ TEST_F(ProviderOnAFullDisk, ATransactionIsRolledBackWithItsMessage) {
     connection.CommitTrans();
     ADD_FAILURE() << "the transaction was still there";
   } catch (const runtime::Error& error) {
-    EXPECT_EQ(error.Number(), -2147467259);
-    EXPECT_EQ(error.Description(), "Aucune transaction n'est active");
+    EXPECT_EQ(error.Number(), runtime::kNoTransaction);
+    EXPECT_EQ(error.Description(), "Aucune transaction n'est active.");
   }
   // The connection goes on once there is room.
   disk.MakeRoom();

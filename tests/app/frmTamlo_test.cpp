@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "app/TableCode.h"
 #include "tests/app/VolumesScriptes.h"
 
@@ -211,7 +213,11 @@ TEST_F(SaveTest, AnExistingLinkKeepsItsLevel) {
 
 TEST_F(SaveTest, TheTwoTablesAreWrittenWithoutATransaction) {
   EXPECT_EQ(Save(), 0);
-  EXPECT_EQ(provider.Count(RecordedCall::Kind::kBegin), 0U);
+  // The opening has built the catalog in one.
+  const auto& calls = provider.Calls();
+  const auto first = std::find_if(calls.begin(), calls.end(), [](const RecordedCall& call) { return call.text.rfind(kUtl, 0) == 0; });
+  ASSERT_NE(first, calls.end());
+  EXPECT_EQ(std::count_if(first, calls.end(), [](const RecordedCall& call) { return call.kind == RecordedCall::Kind::kBegin; }), 0);
 }
 
 TEST_F(SaveTest, AnEmptyPasswordIsAccepted) {

@@ -67,11 +67,10 @@ class CatalogueEntier : public testing::TestWithParam<std::string> {
   }
   /// Three tables, the second with an index whose field list does not fit into the catalog; it is closed then and has no catalog.
   void SansCatalogue(BaseOuverte& base) {
+    base->SupTbl("$TBLKORV$");  // where there is a catalog the second table would be refused
     base.Cree(Indexee("ART", {{"CODE", ado::adInteger, 4}, {"QTE", ado::adInteger, 4}}, "CODE"));
-    auto longue = Indexee("LONGUE", {{kLong1, ado::adInteger, 4}, {kLong2, ado::adInteger, 4}}, std::string(kLong1) + ";" + kLong2);
-    EXPECT_NE(runtime::IgnoringErrors([&] { base.Cree(std::move(longue)); }).number, 0);
+    base.Cree(Indexee("LONGUE", {{kLong1, ado::adInteger, 4}, {kLong2, ado::adInteger, 4}}, std::string(kLong1) + ";" + kLong2));
     base.Cree(Indexee("ZED", {{"Z", ado::adInteger, 4}}, "Z"));
-    base->SupTbl("$IDXKORV$");
   }
 };
 INSTANTIATE_TEST_SUITE_P(Kinds, CatalogueEntier, testing::Values("Jet", "MariaDb", "Sqlite", "SqlServer", "Oracle"),
