@@ -13,6 +13,7 @@
 #include "jet/Database.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
+#include "runtime/RegionalSettings.h"
 #include "tests/support_lib/TemporaryFolder.h"
 
 namespace tamlo::tests {
@@ -34,7 +35,11 @@ class JetFixture : public testing::Test {
       ADD_FAILURE() << "page " << finding.page << " offset " << finding.offset << ": " << finding.text;
   }
 
-  static std::string TextOf(const ado::Variant& value) { return value.IsNull() ? "NULL" : runtime::ToText(value); }
+  /// With a point, whatever the locale of who runs the tests.
+  static std::string TextOf(const ado::Variant& value) {
+    const runtime::RegionalSettingsOverride point({"", '.'});
+    return value.IsNull() ? "NULL" : runtime::ToText(value);
+  }
 
   static std::string Rows(ado::Recordset& rows) {
     std::string out;

@@ -117,5 +117,30 @@ TEST_F(DataBaseOrdre, AnAliasMayBeRelatedToItself) {
   EXPECT_EQ(chaine, (std::vector<db::DbRlt*>{&db.ListeRlt(1), &db.ListeRlt(2)}));
 }
 
+TEST_F(DataBaseOrdre, ARelationWhoseTypesAreNullHasTypesZero) {
+  AjouteCatalogue();
+  const runtime::Null nul;
+  provider.FindTable("$RLTKORV$")->rows.push_back({"A", "x", "B", "y", nul, nul, nul});
+  ASSERT_TRUE(db.Ouvre("V", 1, true));
+  ASSERT_EQ(db.NbRlt(), 1);
+  EXPECT_EQ(db.ListeRlt(0).Typ(), 0);
+  EXPECT_EQ(db.ListeRlt(0).TypInv(), 0);
+  EXPECT_FALSE(db.ListeRlt(0).Obg());
+}
+
+TEST_F(DataBaseOrdre, AnOracleTableThatIsDroppedIsQualifiedNoMore) {
+  AjouteCatalogue();
+  AjouteTable("UTL");
+  ScripteToutesTables({{"UTL", "SYS"}});
+  Ouvre(2);
+  const auto traduit = [&](std::string sql) {
+    db.FormateSSQL(sql);
+    return sql;
+  };
+  ASSERT_EQ(traduit("select 1 from [utl]"), "SELECT 1 FROM SYS.\"UTL\"");
+  db.SupTbl("UTL");
+  EXPECT_EQ(traduit("select 1 from [utl]"), "SELECT 1 FROM \"UTL\"");
+}
+
 }  // namespace
 }  // namespace tamlo::tests
