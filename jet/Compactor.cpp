@@ -275,7 +275,7 @@ class Compactor {
 
   [[nodiscard]] bool IsLocal(const std::string& name) {
     const CatalogObject* object = source_.FindObject(name);
-    return object != nullptr && object->kind == ObjectKind::kTable;
+    return object != nullptr && (object->kind == ObjectKind::kTable || object->kind == ObjectKind::kSystemTable);
   }
 
   void CopyRelationships(const std::vector<CatalogObject>& objects) {
