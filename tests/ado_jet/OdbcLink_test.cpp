@@ -14,7 +14,8 @@ class JetOdbcLink : public tests::JetFixture {
   void SetUp() override {
     JetFixture::SetUp();
     odbc::RegisterOdbcProviders();
-    source_ = "Driver=SQLite3;Database=" + folder.File("source.db");
+    std::remove(SourceFile().c_str());
+    source_ = "Driver=SQLite3;Database=" + SourceFile();
     server.Provider("MSDASQL");
     const auto problem = runtime::IgnoringErrors([&] { server.Open(source_, "", ""); });
     if (problem) GTEST_SKIP() << "no SQLite ODBC driver: " << problem.description;
@@ -28,9 +29,22 @@ class JetOdbcLink : public tests::JetFixture {
     link.Property("Jet OLEDB:Remote Table Name", "Les clients");
     catalog.Append(link);
   }
+  void TearDown() override {
+    if (server.IsOpen()) server.Close();
+    JetFixture::TearDown();
+    std::remove(SourceFile().c_str());
+  }
   Connection server;
 
  private:
+  [[nodiscard]] std::string SourceFile() const {
+#ifdef _WIN32
+    // Wine reaches the driver of the system that it runs on, which knows no drives: a name in the current folder is the same file to both.
+    return "tamlo-test-lien.db";
+#else
+    return folder.File("source.db");
+#endif
+  }
   std::string source_;
 };
 

@@ -116,9 +116,14 @@ TEST_F(BadInputOnAccess, AMissingLinkTableEndsWithTheErrorBoxAfterTheUserRow) {
   EXPECT_NE(Rows().find("2 | DUPONT | "), std::string::npos) << Rows();
 }
 
-TEST_F(BadInputOnAccess, AReadOnlyDatabaseEndsWithTheErrorBoxAndNothingWritten) {
+TEST_F(BadInputOnAccess, AReadOnlyDatabaseIsToldAndEndsWithTheErrorBoxAndNothingWritten) {
   const std::string writable = std::exchange(source_, "\"Data Source=" + File() + ";Mode=Read\" 0");
-  Start(L"12 DUPONT 3 Secret1");
+  tool_ = std::make_unique<ToolProcess>(kTool, Wide(source_) + L" 12 DUPONT 3 Secret1");
+  const HWND box = WaitForDialog(L"Base en lecture seule");
+  ASSERT_NE(box, nullptr);
+  EXPECT_NE(MessageTextOf(box).find(L"> est en lecture seule : l'utilisateur ne pourra pas y être enregistré."), std::wstring::npos);
+  PostMessageW(box, WM_COMMAND, IDOK, 0);
+  form_ = WaitForDialog(kFormTitle);
   ASSERT_NE(form_, nullptr);
   EXPECT_EQ(BoxAfterOk().find(kError), 0U);
   source_ = writable;

@@ -63,7 +63,7 @@ TEST(Tool, WithoutADriverManagerTheLayersBoxSaysSo) {
 }
 
 TEST(Tool, ADoubleQuoteThatIsNotClosedIsRefused) {
-  for (const wchar_t* line : {L"V.MDB 0 12 DUPONT 3 AL\"EX", L"V.MDB 0 12 \"AL\\\"EX\" 3 x y z"}) {
+  for (const wchar_t* line : {L"V.MDB 0 12 DUPONT 3 AL\"EX", L"V.MDB 0 12 DUPONT 3 \"AL\\\"EX\""}) {
     const ToolProcess tool(kTool, line);
     ExpectBox(tool, L"Programme interrompu", L"Un guillemet (\") de la ligne de commande n'est pas fermé.\n\nRien n'a été écrit.");
   }
