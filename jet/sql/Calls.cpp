@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "jet/sql/Coercion.h"
+#include "jet/sql/Domain.h"
 #include "jet/sql/Functions.h"
 #include "jet/sql/Literals.h"
 #include "jet/sql/Names.h"
@@ -131,6 +132,26 @@ Expression Translator::ParseSpecialCall(const Token& name, std::vector<Expressio
     for (std::size_t i = 3; i < arguments.size(); i += 2) made.type = ChoiceType(made.type, arguments[i].type);
     return made;
   }
+  if (DomainAggregate(function) != nullptr) {
+    need(2, 3);
+    return DomainCall(name, arguments);
+  }
+  if (function == "CHOOSE") {
+    need(2, 100);
+    Expression made = Made("(CASE jet_clng(" + AsNumber(arguments[0]) + ")", arguments[1].type.type, {&arguments[0]});
+    made.type = arguments[1].type;
+    for (std::size_t i = 1; i < arguments.size(); ++i) {
+      const Expression& choice = arguments[i];
+      made.sql += " WHEN " + std::to_string(i) + " THEN " + AsValue(choice);
+      made.aggregate = made.aggregate || choice.aggregate;
+      made.nesting = std::max(made.nesting, choice.nesting + 1);
+      made.bareColumns.insert(made.bareColumns.end(), choice.bareColumns.begin(), choice.bareColumns.end());
+      made.type = ChoiceType(made.type, choice.type);
+    }
+    made.sql += " END)";
+    RequireShort(made.sql);
+    return made;
+  }
   if (function == "NZ") {
     need(1, 2);
     Expression fallback = arguments.size() == 2 ? arguments[1]
@@ -182,6 +203,29 @@ Expression Translator::ParseSpecialCall(const Token& name, std::vector<Expressio
     }
   }
   return {};
+}
+
+// Where expression and domain are written out, their type is known, and so is what is wrong with them.
+Expression Translator::DomainCall(const Token& name, const std::vector<Expression>& arguments) {
+  const std::string aggregate = DomainAggregate(Unsuffixed(name.upper));
+  Expression made = Made("jet_domain(" + TextLiteral(aggregate), kNoType, {});
+  for (const Expression& argument : arguments) {
+    made.sql += ", " + AsText(argument);
+    made.aggregate = made.aggregate || argument.aggregate;
+    made.nesting = std::max(made.nesting, argument.nesting + 1);
+    made.bareColumns.insert(made.bareColumns.end(), argument.bareColumns.begin(), argument.bareColumns.end());
+  }
+  made.sql += ")";
+  RequireShort(made.sql);
+  if (arguments[0].literalText && arguments[1].literalText) {
+    if (++depth_ > 20) throw UnsupportedError("DLookup and the like use each other too deeply", name.position);
+    const jet::sql::Statement statement = Translate(DomainStatement(aggregate, arguments[0].text, arguments[1].text, {}), schema_, settings_);
+    --depth_;
+    made.type = std::get<SelectPlan>(statement).columns.at(0).type;
+    made.type.autoNumber = false;
+    made.type.nullable = true;
+  }
+  return made;
 }
 
 Expression Translator::ParseAggregate(const std::string& function) {

@@ -319,8 +319,12 @@ Expression Translator::ParseConcatenation() {
 }
 
 Expression Translator::Arithmetic(const std::string& op, Expression left, Expression right) {
-  const ColumnType a = left.type.type;
-  const ColumnType b = right.type.type;
+  // A written number with up to four decimals is an amount where it is added to one.
+  const auto typeOf = [&](const Expression& e, const Expression& other) {
+    return e.amountLiteral && op != "*" && other.type.type == ColumnType::kCurrency ? ColumnType::kCurrency : e.type.type;
+  };
+  const ColumnType a = typeOf(left, right);
+  const ColumnType b = typeOf(right, left);
   if (op == "+" && IsText(a) && IsText(b)) {
     if (left.chain == '|' && left.nesting >= kSideBySide) return Joined(std::move(left), " || ", right.sql, right);
     Expression made = Made("(" + left.sql + " || " + right.sql + ")", ColumnType::kText, {&left, &right});
@@ -331,7 +335,7 @@ Expression Translator::Arithmetic(const std::string& op, Expression left, Expres
   ColumnType type = ColumnType::kDouble;
   if (a == ColumnType::kDate || b == ColumnType::kDate) {
     type = op == "-" && a == b ? ColumnType::kDouble : op == "*" ? ColumnType::kDouble : ColumnType::kDate;
-  } else if (a == ColumnType::kCurrency || b == ColumnType::kCurrency) {
+  } else if ((a == ColumnType::kCurrency || b == ColumnType::kCurrency) && a != ColumnType::kDouble && b != ColumnType::kDouble) {
     type = ColumnType::kCurrency;
   } else if (IsWhole(a) && IsWhole(b)) {
     type = ColumnType::kLong;
@@ -435,7 +439,11 @@ Expression Translator::Number(const Token& token) {
   double real = 0;
   const auto [realStop, realProblem] = std::from_chars(token.text.data(), end, real);
   if (realProblem != std::errc() || realStop != end || !std::isfinite(real)) throw SyntaxError("number out of range", token.position);
-  return Made(RealLiteral(real), ColumnType::kDouble, {});
+  Expression made = Made(RealLiteral(real), ColumnType::kDouble, {});
+  const std::size_t point = token.text.find('.');
+  made.amountLiteral = point != std::string::npos && token.text.size() - point <= 5 && std::fabs(real) < 1e10 &&
+                       token.text.find_first_not_of("0123456789.") == std::string::npos;
+  return made;
 }
 
 Expression Translator::DateLiteral(const Token& token) {
@@ -511,7 +519,7 @@ Expression Translator::ParseNameOrCall() {
   if (Peek().kind == TokenKind::kWord) {
     const std::string& word = Peek().upper;
     if (AtSymbol("(", 1) && word != "EXISTS") return ParseCall();
-    if (word == "TRUE" || word == "FALSE") return Made(Take().upper == "TRUE" ? "(-1)" : "0", ColumnType::kBoolean, {});
+    if (word == "TRUE" || word == "FALSE" || word == "ON") return Made(Take().upper == "FALSE" ? "0" : "(-1)", ColumnType::kBoolean, {});
     if (word == "NULL") {
       Take();
       return Made("NULL", kNoType, {});
@@ -580,6 +588,9 @@ Expression Translator::ResolveColumn(const std::string& qualifier, const Token& 
       break;
     }
   }
+  // Truth values have these names too, where nothing else has.
+  if (qualifier.empty() && name.kind == TokenKind::kWord && (name.upper == "YES" || name.upper == "NO" || name.upper == "OFF"))
+    return Made(name.upper == "YES" ? "(-1)" : "0", ColumnType::kBoolean, {});
   const std::string full = qualifier.empty() ? name.text : qualifier + "." + name.text;
   throw Error(ErrorCode::kNotFound, "no column or parameter value \"" + full + "\" (at character " + std::to_string(name.position) + ")");
 }

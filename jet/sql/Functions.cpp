@@ -565,6 +565,40 @@ void MonthName(Context* context, int, Values v) {
   ReturnText(context, FormatDatePicture(*SerialOf(2001, month, 1), "mmmm"));
 }
 
+void WeekdayName(Context* context, int count, Values v) {
+  const std::int64_t day = WholeOf(context, v[0]);
+  if (day < 1 || day > 7) Raise("day of the week out of range");
+  const bool abbreviated = count > 1 && NumberOf(context, v[1]) != 0;
+  constexpr int kSunday = 1;  // the serial 1 is 1899-12-31, a Sunday
+  const auto serial = static_cast<double>(kSunday + (day - 1 + FirstDay(context, count, v, 2) - 1) % 7);
+  ReturnText(context, FormatDatePicture(serial, abbreviated ? "ddd" : "dddd"));
+}
+
+void Timer(Context* context, int, Values) { sqlite3_result_double(context, static_cast<float>(TimeOf(LocalNow()) * 86400)); }
+
+// "  0: 99": both ends as wide as the wider one of what lies before the first range and after the last one.
+void Partition(Context* context, int, Values v) {
+  const std::int64_t number = WholeOf(context, v[0]);
+  const std::int64_t start = WholeOf(context, v[1]);
+  const std::int64_t stop = WholeOf(context, v[2]);
+  const std::int64_t interval = WholeOf(context, v[3]);
+  for (const std::int64_t value : {number, start, stop, interval}) {
+    if (value < INT32_MIN || value > INT32_MAX) Raise("overflow");
+  }
+  if (start < 0 || stop <= start || interval < 1) Raise("the bounds of Partition are out of range");
+  const std::size_t width = std::max(std::to_string(start - 1).size(), std::to_string(stop + 1).size());
+  const auto padded = [&](std::int64_t value) {
+    const std::string text = std::to_string(value);
+    return std::string(width > text.size() ? width - text.size() : 0, ' ') + text;
+  };
+  const std::string open(width, ' ');
+  if (interval == 1) return ReturnText(context, padded(number) + ":" + padded(number));
+  if (number < start) return ReturnText(context, open + ":" + padded(start - 1));
+  if (number > stop) return ReturnText(context, padded(stop + 1) + ":" + open);
+  const std::int64_t low = start + (number - start) / interval * interval;
+  ReturnText(context, padded(low) + ":" + padded(std::min(low + interval - 1, stop)));
+}
+
 // ----- aggregates
 
 struct Moments {
@@ -713,6 +747,9 @@ constexpr Entry kFunctions[] = {
     {{"SECOND", "jet_second", 1, 1, F, ColumnType::kInteger}, NullIn<FieldOfDate<&CalendarFields::second>>},
     {{"WEEKDAY", "jet_weekday", 1, 2, F, ColumnType::kInteger}, NullIn<WeekdayFunction>},
     {{"MONTHNAME", "jet_monthname", 1, 1, F, T}, NullIn<MonthName>},
+    {{"WEEKDAYNAME", "jet_weekdayname", 1, 3, F, T}, NullIn<WeekdayName>},
+    {{"TIMER", "jet_timer", 0, 0, F, ColumnType::kSingle}, Guarded<Timer>, false},
+    {{"PARTITION", "jet_partition", 4, 4, F, T}, NullIn<Partition>},
     {{"DATEADD", "jet_dateadd", 3, 3, F, A}, NullIn<DateAddFunction>},
     {{"DATEDIFF", "jet_datediff", 3, 4, F, L}, NullIn<DateDiffFunction>},
     {{"DATEPART", "jet_datepart", 2, 4, F, ColumnType::kInteger}, NullIn<DatePartFunction>},

@@ -32,6 +32,13 @@ class ScopeGuard {
 // A term of GROUP BY or ORDER BY. To SQLite a whole number there would be the position of a column.
 std::string Term(const std::string& sql) { return sql.find_first_not_of("()-0123456789") == std::string::npos ? "(" + sql + " + 0)" : sql; }
 
+// What stands in the brackets of "[SELECT ...]." is a query and no name.
+bool IsQueryText(std::string_view text) {
+  const std::size_t begin = text.find_first_not_of(" \t\r\n(");
+  return begin != std::string_view::npos && FoldName(text.substr(begin, 6)) == "SELECT" && text.size() > begin + 6 &&
+         std::string_view(" \t\r\n*[").find(text[begin + 6]) != std::string_view::npos;
+}
+
 constexpr std::size_t kMostColumns = 255;  // as in a table
 constexpr std::size_t kMostTables = 64;    // that SQLite joins
 
@@ -494,6 +501,18 @@ std::string Translator::ParseTableFactor(Scope& scope) {
     return "(" + inner + ")";
   }
   const Token at = Peek();
+  if (at.kind == TokenKind::kBracketed && AtSymbol(".", 1) && IsQueryText(at.text)) {  // [SELECT ...]. AS x
+    Take();
+    Take();
+    SelectPlan plan;
+    {
+      const ScopeGuard guard(scope_, const_cast<Scope*>(scope.parent));
+      plan = ParseOther(at.text);
+    }
+    std::string alias = ParseAlias();
+    if (alias.empty()) alias = "%$##@_Alias" + std::to_string(nextAlias_);
+    return AddQuery(scope, plan, alias);
+  }
   std::string file;
   std::string name;
   if (at.kind == TokenKind::kText) {  // 'file'.table
@@ -560,31 +579,36 @@ std::string Translator::AddQuery(Scope& scope, const SelectPlan& plan, const std
   return sql;
 }
 
-SelectPlan Translator::StoredQuery(const std::string& name, const std::string& text, const Token& at) {
-  const std::string folded = FoldName(name);
-  if (std::find(openQueries_.begin(), openQueries_.end(), folded) != openQueries_.end()) {
-    throw UnsupportedError("the query \"" + name + "\" uses itself", at.position);
-  }
-  // The query is translated in place: its tokens take the place of this statement's for a while.
-  openQueries_.push_back(folded);
+// A query whose text stands elsewhere is translated in place: its tokens take the place of this statement's for a while.
+SelectPlan Translator::ParseOther(const std::string& text) {
   std::vector<Token> tokens = Tokenize(text);
   std::string source = text;
   std::swap(tokens, tokens_);
   std::swap(source, text_);
   const std::size_t position = std::exchange(position_, 0);
+  SelectPlan plan = ParseQuery({.orderAllowed = true});
+  ExpectEnd();
+  std::swap(tokens, tokens_);
+  std::swap(source, text_);
+  position_ = position;
+  return plan;
+}
+
+SelectPlan Translator::StoredQuery(const std::string& name, const std::string& text, const Token& at) {
+  const std::string folded = FoldName(name);
+  if (std::find(openQueries_.begin(), openQueries_.end(), folded) != openQueries_.end()) {
+    throw UnsupportedError("the query \"" + name + "\" uses itself", at.position);
+  }
+  openQueries_.push_back(folded);
   SelectPlan plan;
   {
     const ScopeGuard guard(scope_, nullptr);
     try {
-      plan = ParseQuery({.orderAllowed = true});
-      ExpectEnd();
+      plan = ParseOther(text);
     } catch (const Error& error) {
       throw Error(error.Code(), "in the query \"" + name + "\": " + error.what());
     }
   }
-  std::swap(tokens, tokens_);
-  std::swap(source, text_);
-  position_ = position;
   openQueries_.pop_back();
   return plan;
 }

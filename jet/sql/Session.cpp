@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "jet/sql/Coercion.h"
+#include "jet/sql/Domain.h"
 #include "jet/sql/Functions.h"
 #include "jet/sql/Names.h"
 
@@ -98,6 +99,7 @@ SessionState::SessionState(Database& mainDatabase, SessionOptions sessionOptions
   // Sorters and materialised subqueries spill to disk past SQLite's own cache budget; nothing else is stored here.
   RegisterFunctions(connection, options.text);
   RegisterModule(connection, *this);
+  RegisterDomainFunctions(*this);
   schemaVersion = database.SchemaVersion();
 }
 

@@ -45,6 +45,7 @@ struct SessionState final : SchemaSource {
   std::uint64_t changes = 0;   ///< counts changes of rows: cursors read their row again
   std::uint64_t schemaVersion = 0;
   int nextTable = 0;
+  int domainDepth = 0;  ///< of functions like DLookup that stand inside each other
   std::map<int, std::shared_ptr<const EngineTable>> declared;        ///< by the number in their SQLite name
   std::map<std::string, std::shared_ptr<const EngineTable>> byName;  ///< folded name, or path, a NUL and the name
   std::vector<int> stale;                                            ///< declared under an older schema

@@ -21,6 +21,7 @@ struct Expression {
   bool condition = false;  ///< SQLite's own truth value (1, 0), not yet Access' (-1, 0)
   bool aggregate = false;  ///< holds an aggregate function
   bool literalText = false;
+  bool amountLiteral = false;  ///< a number that was written with one to four decimals
   char chain = 0;    ///< the operator of a long chain that more operands may join; 0: none
   int operands = 0;  ///< of the chain, counted where their number is limited
   int nesting = 0;   ///< levels of brackets in sql
@@ -99,6 +100,7 @@ class Translator {
   Expression ParseAggregate(const std::string& function);
   std::vector<Expression> ParseArguments();
   Expression ParseSpecialCall(const Token& name, std::vector<Expression>& arguments, bool& known);
+  Expression DomainCall(const Token& name, const std::vector<Expression>& arguments);
   Expression Number(const Token& token);
   Expression DateLiteral(const Token& token);
   Expression ResolveColumn(const std::string& qualifier, const Token& name);
@@ -145,6 +147,7 @@ class Translator {
   std::string ParseAlias();
   void SkipToFrom();
   void CheckGrouping(const std::vector<SelectItem>& items, const std::vector<Expression>& groups, const Token& at) const;
+  SelectPlan ParseOther(const std::string& text);
   SelectPlan StoredQuery(const std::string& name, const std::string& text, const Token& at);
   std::string FileName(const Token& token) const;
 
