@@ -3,6 +3,7 @@
 #include "ado/Types.h"
 #include "db/DataBase.h"
 #include "db/DbTbl.h"
+#include "db/DbUtil.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
@@ -86,6 +87,10 @@ void DbFld::Obg(bool obligatoire) {
   if (obligatoire == obg_) return;
   obg_ = obligatoire;
   if (table_ == nullptr || table_->Db() == nullptr) return;
+  if (const NomsDeLigne noms{{"TABLE", table_->Nom()}, {"NOM", nom_}}; !TiennentDansUnLitteral(*table_->Db(), noms)) {
+    PoseDrapeau(*table_->Db(), kFldKorv, "OBLIGATOIRE", obligatoire, noms);
+    return;
+  }
   table_->Db()->ExecuteSQL("UPDATE [$FLDKORV$] SET [OBLIGATOIRE]=" + std::string(obligatoire ? "-1" : "0") + " WHERE  [TABLE]='" +
                            table_->Nom() + "' AND [NOM]='" + nom_ + "'");
 }

@@ -121,7 +121,11 @@ void DbTbl::AvecMvt(bool avecMvt) {
   if (avecMvt == avecMvt_) return;
   avecMvt_ = avecMvt;
   if (db_ == nullptr) return;
-  db_->ExecuteSQL("UPDATE [$TBLKORV$] SET [MVT]=" + std::string(avecMvt ? "-1" : "0") + " WHERE [NOM]='" + nom_ + "'");
+  if (const NomsDeLigne noms{{"NOM", nom_}}; TiennentDansUnLitteral(*db_, noms)) {
+    db_->ExecuteSQL("UPDATE [$TBLKORV$] SET [MVT]=" + std::string(avecMvt ? "-1" : "0") + " WHERE [NOM]='" + nom_ + "'");
+  } else {
+    PoseDrapeau(*db_, kTblKorv, "MVT", avecMvt, noms);
+  }
   for (std::int16_t i = 0; i < db_->NbRlt(); ++i) {
     const DbRlt& relation = db_->ListeRlt(i);
     if (!PropageMvt(relation.Typ(), relation.TypInv())) continue;

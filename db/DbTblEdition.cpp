@@ -89,7 +89,7 @@ void DbTbl::SupFld(const std::string& nom) {
   if (db_ != nullptr) {
     touches = IndexSur(champ);
     const std::string donne(runtime::Trim(nom));
-    const auto refus = runtime::IgnoringErrors([&] { db_->ExecuteSQL("ALTER TABLE [" + nom_ + "] DROP COLUMN [" + donne + "]"); });
+    const auto refus = runtime::IgnoringErrors([&] { ddl::SupprimeColonne(*db_, *this, donne); });
     if (refus) return;
   }
   if (position != -1) champs_.erase(champs_.begin() + position);

@@ -34,10 +34,17 @@ void CreeTableCatalogue(DataBase& db, const char* nom, std::initializer_list<Col
   db.AddTbl(std::move(tbl));
 }
 
-/// False for a name that ends a text literal, or is changed inside of one, on some kind.
-bool TientDansUnLitteral(const std::string& nom) { return nom.find_first_of("'\"\\*") == std::string::npos; }
+/// False for a name that ends a text literal, or is changed inside of one: by the backend, or by the translation, which rewrites brackets,
+/// dates and the names of tables there too.
+bool TientDansUnLitteral(const DataBase& db, const std::string& nom) {
+  if (nom.find_first_of("'\"\\*") != std::string::npos) return false;
+  const std::string voulu = "'" + nom + "'";
+  std::string traduit = voulu;
+  const auto refus = runtime::IgnoringErrors([&] { db.FormateSSQL(traduit); });
+  return !refus && traduit.size() == voulu.size() && std::string_view(traduit).substr(1, nom.size()) == nom;
+}
 
-bool EstLigneDe(ado::Recordset& rs, const std::vector<std::pair<std::string, std::string>>& noms) {
+bool EstLigneDe(ado::Recordset& rs, const NomsDeLigne& noms) {
   return std::all_of(noms.begin(), noms.end(), [&](const auto& nom) { return TexteCatalogue(rs.Fields(nom.first).Value()) == nom.second; });
 }
 
@@ -121,8 +128,22 @@ void AjouteLigne(ado::Recordset& rs, std::span<const char* const> colonnes, std:
   rs.Update();
 }
 
-void SupprimeLignes(DataBase& db, const std::string& catalogue, const std::vector<std::pair<std::string, std::string>>& noms) {
-  if (std::all_of(noms.begin(), noms.end(), [](const auto& nom) { return TientDansUnLitteral(nom.second); })) {
+bool TiennentDansUnLitteral(const DataBase& db, const NomsDeLigne& noms) {
+  return std::all_of(noms.begin(), noms.end(), [&](const auto& nom) { return TientDansUnLitteral(db, nom.second); });
+}
+
+void PoseDrapeau(DataBase& db, const std::string& catalogue, const char* colonne, bool drapeau, const NomsDeLigne& noms) {
+  ado::Recordset rs = db.OpenRecordSet("SELECT * FROM [" + catalogue + "]", 2);
+  for (; !rs.Eof(); rs.MoveNext()) {
+    if (!EstLigneDe(rs, noms)) continue;
+    rs.Fields(colonne).Value(drapeau);
+    rs.Update();
+  }
+  rs.Close();
+}
+
+void SupprimeLignes(DataBase& db, const std::string& catalogue, const NomsDeLigne& noms) {
+  if (TiennentDansUnLitteral(db, noms)) {
     std::string sql = "DELETE * FROM [" + catalogue + "] WHERE ";
     for (const auto& [colonne, nom] : noms) sql += (&nom == &noms.front().second ? "[" : " AND [") + colonne + "]='" + nom + "'";
     db.ExecuteSQL(sql);
@@ -150,7 +171,7 @@ NumerosChamps LitNumerosChamps(DataBase& db, const std::string& table) {
   NumerosChamps numeros;
   if (!db.ExisteTbl(kFldKorv)) return numeros;
   runtime::IgnoringErrors([&] {
-    const std::string ou = TientDansUnLitteral(table) ? " WHERE [TABLE]='" + table + "'" : "";
+    const std::string ou = TientDansUnLitteral(db, table) ? " WHERE [TABLE]='" + table + "'" : "";
     ado::Recordset rs = db.OpenRecordSet("SELECT * FROM [$FLDKORV$]" + ou, 0);
     for (; !rs.Eof(); rs.MoveNext()) {
       if (!EstLigneDe(rs, {{"TABLE", table}})) continue;
@@ -190,7 +211,7 @@ void VerifieTbl(DataBase& db, DbTbl& tbl) {
 }
 
 void RenumeroteChamps(DataBase& db, const std::string& table, std::int16_t position) {
-  if (TientDansUnLitteral(table)) {
+  if (TientDansUnLitteral(db, table)) {
     db.ExecuteSQL("UPDATE [$FLDKORV$] SET [NO]=[NO]-1 WHERE [TABLE]='" + table + "' AND [NO]>" + std::to_string(position));
     return;
   }

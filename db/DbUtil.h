@@ -44,9 +44,16 @@ inline constexpr std::array kColonnesIdx{"TABLE", "NOM", "CHAMPS", "PRIMAIRE", "
 /// Adds a row with these values to a recordset.
 void AjouteLigne(ado::Recordset& rs, std::span<const char* const> colonnes, std::span<const runtime::Variant> valeurs);
 
-/// Deletes the rows of a catalog table of which these columns hold these names. One statement does it; names that hold a character which a
-/// text literal does not keep on every kind ("Date d'entrée") are looked for row by row.
-void SupprimeLignes(DataBase& db, const std::string& catalogue, const std::vector<std::pair<std::string, std::string>>& noms);
+/// Columns of a catalog table and the names that they hold in the rows that are meant.
+using NomsDeLigne = std::vector<std::pair<std::string, std::string>>;
+
+/// False when a name ends a text literal or does not arrive in the backend as it stands there ("Date d'entrée"; "[X]" on MySQL and ODBC):
+/// such rows are then looked for one by one.
+[[nodiscard]] bool TiennentDansUnLitteral(const DataBase& db, const NomsDeLigne& noms);
+/// Writes a flag into the rows of a catalog table that hold these names, row by row.
+void PoseDrapeau(DataBase& db, const std::string& catalogue, const char* colonne, bool drapeau, const NomsDeLigne& noms);
+/// Deletes the rows of a catalog table that hold these names: by one statement, or row by row where a literal does not hold them.
+void SupprimeLignes(DataBase& db, const std::string& catalogue, const NomsDeLigne& noms);
 /// The fields of a table by the rows of the catalog: name (lower case) and number.
 struct NumerosChamps {
   std::vector<std::pair<std::string, std::int16_t>> champs;

@@ -75,6 +75,35 @@ void ExecuteEdition(DataBase& db, const std::string& texte, const std::vector<st
   }
 }
 
+namespace {
+
+/// A name as the kind's own texts quote it, in the case that the translation gives it.
+std::string Cite(std::int16_t kind, const std::string& nom) {
+  if (kind == TypJet || kind == TypSqlServer) return "[" + runtime::UpperCase(nom) + "]";
+  return EntreMajuscules(kind == TypOracle ? '"' : '`', nom);
+}
+
+}  // namespace
+
+void ExecuteSuppression(DataBase& db, const DbTbl& tbl, const std::string& nom, const TexteSuppression& texte) {
+  const std::string dialecte = texte("[" + tbl.Nom() + "]", "[" + nom + "]");
+  const std::string table = Cite(db.Kind16(), tbl.Nom());
+  const std::string cite = Cite(db.Kind16(), nom);
+  const bool possedee = db.Kind16() == TypOracle && !runtime::TrimRight(tbl.Owner()).empty();
+  const std::string propre = texte(possedee ? Cite(TypOracle, tbl.Owner()) + "." + table : table, cite);
+  std::string traduit = dialecte;
+  const auto refus = runtime::IgnoringErrors([&] { db.FormateSSQL(traduit); });
+  traduit = runtime::UpperCase(traduit);
+  const auto arrive = [&](const std::string& voulu) {
+    return propre.find(voulu) == std::string::npos || traduit.find(voulu) != std::string::npos;
+  };
+  if (!refus && arrive(table) && arrive(cite)) {
+    db.ExecuteSQL(dialecte);
+  } else {
+    db.Connexion().Execute(propre, ado::adExecuteNoRecords);
+  }
+}
+
 ado::Index Description(const DbIdx& idx) {
   ado::Index index;
   index.name = idx.Nom();
@@ -105,6 +134,12 @@ std::string EntreMajuscules(char marque, const std::string& nom) { return Entre(
 
 void CreeTable(DataBase& db, DbTbl& tbl) { GenerateurDe(db.Kind16()).CreeTable(db, tbl); }
 
+void SupprimeColonne(DataBase& db, const DbTbl& tbl, const std::string& nom) {
+  ExecuteSuppression(db, tbl, nom, [](const std::string& table, const std::string& colonne) {
+    return "ALTER TABLE " + table + " DROP COLUMN " + colonne;
+  });
+}
+
 void AjouteColonne(DataBase& db, DbTbl& tbl, const std::string& nom, std::int32_t typ, std::int32_t lg, bool estCpt) {
   GenerateurDe(db.Kind16()).AjouteColonne(db, tbl, {nom, typ, lg, estCpt});
 }
@@ -117,12 +152,18 @@ std::string NomIndexBase(const DataBase& db, const DbTbl& tbl, const std::string
 
 bool SupprimeIndex(DataBase& db, DbTbl& tbl, const DbIdx& idx) {
   std::string nom = NomIndexBase(db, tbl, idx.Nom());
-  const auto refus = runtime::IgnoringErrors([&] { db.ExecuteSQL("ALTER TABLE [" + tbl.Nom() + "] DROP CONSTRAINT [" + nom + "]"); });
+  const auto contrainte = [](const std::string& table, const std::string& index) {
+    return "ALTER TABLE " + table + " DROP CONSTRAINT " + index;
+  };
+  const auto refus = runtime::IgnoringErrors([&] { ExecuteSuppression(db, tbl, nom, contrainte); });
   if (!refus) return true;
   // A definition loaded from an Oracle server holds the backend's name already.
   if (nom != idx.Nom() && Cherche(db, tbl, idx.Nom()) == Presence::kPresent) nom = idx.Nom();
   const auto& generateur = GenerateurDe(db.Kind16());
-  const auto encore = runtime::IgnoringErrors([&] { db.ExecuteSQL(generateur.TexteSupIndex(tbl, nom, idx.Primary())); });
+  const auto texte = [&](const std::string& table, const std::string& index) {
+    return generateur.TexteSupIndex(table, index, idx.Primary());
+  };
+  const auto encore = runtime::IgnoringErrors([&] { ExecuteSuppression(db, tbl, nom, texte); });
   if (!encore) return true;
   return Cherche(db, tbl, nom) == Presence::kAbsent && generateur.SupprimeHomologue(db, tbl, idx);
 }

@@ -21,6 +21,9 @@ namespace tamlo::db::ddl {
 /// nothing on the SQL kinds for a table without fields. Error 5 "Type <code> non géré" on MySQL before anything runs.
 void CreeTable(DataBase& db, DbTbl& tbl);
 
+/// Drops a column of the backend's table, by its name as the caller gave it. The backend's refusal is raised.
+void SupprimeColonne(DataBase& db, const DbTbl& tbl, const std::string& nom);
+
 /// Adds a column to the backend's table: by ALTER TABLE on Oracle and MySQL, through the connection's catalog on every other kind.
 /// nom as the caller gave it, typ an ADO data-type code, lg its length.
 void AjouteColonne(DataBase& db, DbTbl& tbl, const std::string& nom, std::int32_t typ, std::int32_t lg, bool estCpt);

@@ -44,8 +44,8 @@ void GenerateurAdox::CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index
   db.Catalogue().Tables(tbl.Nom()).AppendIndex(nouveau);
 }
 
-std::string GenerateurAdox::TexteSupIndex(const DbTbl& tbl, const std::string& nom, bool) const {
-  return "DROP INDEX [" + nom + "] ON [" + tbl.Nom() + "]";
+std::string GenerateurAdox::TexteSupIndex(const std::string& table, const std::string& nom, bool) const {
+  return "DROP INDEX " + nom + " ON " + table;
 }
 
 }  // namespace tamlo::db::ddl

@@ -10,7 +10,7 @@ class GenerateurAdox final : public GenerateurBase {
   void CreeTable(DataBase& db, DbTbl& tbl) const override;
   void AjouteColonne(DataBase& db, DbTbl& tbl, const NouvelleColonne& colonne) const override;
   void CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index) const override;
-  [[nodiscard]] std::string TexteSupIndex(const DbTbl& tbl, const std::string& nom, bool primaire) const override;
+  [[nodiscard]] std::string TexteSupIndex(const std::string& table, const std::string& nom, bool primaire) const override;
 };
 
 /// A column as the catalog is to make it: texts take the empty string, counters count, other fields take nulls; booleans as they are.

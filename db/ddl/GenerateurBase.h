@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -28,8 +29,8 @@ class GenerateurBase {
 
   /// The name under which the backend knows an index.
   [[nodiscard]] virtual std::string NomIndex(const DbTbl& /*tbl*/, const std::string& nom) const { return nom; }
-  /// The backend's own statement that drops a plain index, to be sent through ExecuteSQL. nom: the backend's name of it.
-  [[nodiscard]] virtual std::string TexteSupIndex(const DbTbl& tbl, const std::string& nom, bool primaire) const = 0;
+  /// The statement that drops an index, for ExecuteSuppression. table and nom: as they are quoted; nom is the backend's name of it.
+  [[nodiscard]] virtual std::string TexteSupIndex(const std::string& table, const std::string& nom, bool primaire) const = 0;
   /// For an index that the backend has under no name of ours: the name of what it keeps in its place; "" when there is none. Errors of the
   /// question go to the caller.
   [[nodiscard]] virtual std::string NomHomologue(DataBase& /*db*/, const DbTbl& /*tbl*/, const DbIdx& /*idx*/) const { return {}; }
@@ -49,6 +50,13 @@ void ExecuteCreation(DataBase& db, const std::string& texte);
 /// Sends a text that is the backend's own already, with these quoted names in it, through the translation; untranslated where that would
 /// change one of the names ("Date d'entrée" on MySQL).
 void ExecuteEdition(DataBase& db, const std::string& texte, const std::vector<std::string>& noms);
+
+/// The text that drops a column or an index of a table, from the two names as they are quoted.
+using TexteSuppression = std::function<std::string(const std::string& table, const std::string& nom)>;
+
+/// Sends that text of the dialect through the translation; untranslated, with the kind's own quotes, where the translation would make another
+/// name of one (to MySQL [x'y] would name the column x"y).
+void ExecuteSuppression(DataBase& db, const DbTbl& tbl, const std::string& nom, const TexteSuppression& texte);
 
 /// An index of the layer as a description, its fields under the names kept in memory.
 [[nodiscard]] ado::Index Description(const DbIdx& idx);

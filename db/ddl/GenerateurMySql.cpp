@@ -1,5 +1,8 @@
 #include "db/ddl/GenerateurMySql.h"
 
+#include <algorithm>
+#include <cctype>
+
 #include "db/DbUtil.h"
 #include "db/ddl/TypesColonnes.h"
 #include "runtime/Error.h"
@@ -51,9 +54,9 @@ void GenerateurMySql::CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& inde
   }
 }
 
-std::string GenerateurMySql::TexteSupIndex(const DbTbl& tbl, const std::string& nom, bool primaire) const {
-  if (primaire) return "ALTER TABLE [" + tbl.Nom() + "] DROP PRIMARY KEY";
-  return "DROP INDEX [" + nom + "] ON [" + tbl.Nom() + "]";
+std::string GenerateurMySql::TexteSupIndex(const std::string& table, const std::string& nom, bool primaire) const {
+  if (primaire) return "ALTER TABLE " + table + " DROP PRIMARY KEY";
+  return "DROP INDEX " + nom + " ON " + table;
 }
 
 // A primary key that was made under another name is known to the server as PRIMARY alone.
@@ -69,9 +72,17 @@ std::string GenerateurMySql::NomHomologue(DataBase& db, const DbTbl& tbl, const 
 bool GenerateurMySql::SupprimeHomologue(DataBase& db, const DbTbl& tbl, const DbIdx& idx) const {
   std::string homologue;
   if (runtime::IgnoringErrors([&] { homologue = NomHomologue(db, tbl, idx); })) return false;
-  return homologue.empty() || !runtime::IgnoringErrors([&] { db.ExecuteSQL(TexteSupIndex(tbl, homologue, true)); });
+  const auto texte = [&](const std::string& table, const std::string& index) { return TexteSupIndex(table, index, true); };
+  return homologue.empty() || !runtime::IgnoringErrors([&] { ExecuteSuppression(db, tbl, homologue, texte); });
 }
 
-std::string GenerateurMySql::TexteSupTable(const std::string& nom, const DbTbl*) const { return "DROP TABLE " + nom; }
+// Without quotes "A,B" would be two tables, "A.B" one of another database and "A#B" the table A.
+std::string GenerateurMySql::TexteSupTable(const std::string& nom, const DbTbl*) const {
+  const bool simple = std::all_of(nom.begin(), nom.end(), [](char c) {
+    const auto octet = static_cast<unsigned char>(c);
+    return octet >= 0x80 || std::isalnum(octet) != 0 || c == '_' || c == '$';
+  });
+  return "DROP TABLE " + (simple ? nom : Entre(kMarque, nom));
+}
 
 }  // namespace tamlo::db::ddl

@@ -10,7 +10,7 @@ class GenerateurMySql final : public GenerateurBase {
   void CreeTable(DataBase& db, DbTbl& tbl) const override;
   void AjouteColonne(DataBase& db, DbTbl& tbl, const NouvelleColonne& colonne) const override;
   void CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index) const override;
-  [[nodiscard]] std::string TexteSupIndex(const DbTbl& tbl, const std::string& nom, bool primaire) const override;
+  [[nodiscard]] std::string TexteSupIndex(const std::string& table, const std::string& nom, bool primaire) const override;
   [[nodiscard]] std::string NomHomologue(DataBase& db, const DbTbl& tbl, const DbIdx& idx) const override;
   [[nodiscard]] bool SupprimeHomologue(DataBase& db, const DbTbl& tbl, const DbIdx& idx) const override;
   [[nodiscard]] std::string TexteSupTable(const std::string& nom, const DbTbl* tbl) const override;

@@ -10,6 +10,6 @@ void GenerateurOdbc::AjouteColonne(DataBase& db, DbTbl& tbl, const NouvelleColon
 
 void GenerateurOdbc::CreeIndex(DataBase&, DbTbl&, const ado::Index&) const {}
 
-std::string GenerateurOdbc::TexteSupIndex(const DbTbl&, const std::string& nom, bool) const { return "DROP INDEX [" + nom + "]"; }
+std::string GenerateurOdbc::TexteSupIndex(const std::string&, const std::string& nom, bool) const { return "DROP INDEX " + nom; }
 
 }  // namespace tamlo::db::ddl

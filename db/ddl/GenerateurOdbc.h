@@ -10,7 +10,7 @@ class GenerateurOdbc final : public GenerateurBase {
   void CreeTable(DataBase& db, DbTbl& tbl) const override;
   void AjouteColonne(DataBase& db, DbTbl& tbl, const NouvelleColonne& colonne) const override;
   void CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index) const override;
-  [[nodiscard]] std::string TexteSupIndex(const DbTbl& tbl, const std::string& nom, bool primaire) const override;
+  [[nodiscard]] std::string TexteSupIndex(const std::string& table, const std::string& nom, bool primaire) const override;
 };
 
 }  // namespace tamlo::db::ddl

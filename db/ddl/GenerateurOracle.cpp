@@ -102,7 +102,7 @@ std::string GenerateurOracle::NomIndex(const DbTbl& tbl, const std::string& nom)
   return runtime::UpperCase(tbl.Nom()) + "_" + runtime::UpperCase(nom);
 }
 
-std::string GenerateurOracle::TexteSupIndex(const DbTbl&, const std::string& nom, bool) const { return "DROP INDEX [" + nom + "]"; }
+std::string GenerateurOracle::TexteSupIndex(const std::string&, const std::string& nom, bool) const { return "DROP INDEX " + nom; }
 
 // Here alone the owner stands between quotes.
 std::string GenerateurOracle::TexteSupTable(const std::string& nom, const DbTbl* tbl) const {

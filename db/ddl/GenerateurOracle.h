@@ -11,7 +11,7 @@ class GenerateurOracle final : public GenerateurBase {
   void AjouteColonne(DataBase& db, DbTbl& tbl, const NouvelleColonne& colonne) const override;
   void CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index) const override;
   [[nodiscard]] std::string NomIndex(const DbTbl& tbl, const std::string& nom) const override;
-  [[nodiscard]] std::string TexteSupIndex(const DbTbl& tbl, const std::string& nom, bool primaire) const override;
+  [[nodiscard]] std::string TexteSupIndex(const std::string& table, const std::string& nom, bool primaire) const override;
   [[nodiscard]] std::string TexteSupTable(const std::string& nom, const DbTbl* tbl) const override;
 };
 

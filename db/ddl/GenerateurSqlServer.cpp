@@ -45,8 +45,8 @@ void GenerateurSqlServer::CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& 
       {nom, table, champs});
 }
 
-std::string GenerateurSqlServer::TexteSupIndex(const DbTbl& tbl, const std::string& nom, bool) const {
-  return "DROP INDEX [" + nom + "] ON [" + tbl.Nom() + "]";
+std::string GenerateurSqlServer::TexteSupIndex(const std::string& table, const std::string& nom, bool) const {
+  return "DROP INDEX " + nom + " ON " + table;
 }
 
 }  // namespace tamlo::db::ddl

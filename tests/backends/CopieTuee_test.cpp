@@ -12,6 +12,7 @@
 #include "runtime/Error.h"
 #include "tests/support_lib/FakePlatform.h"
 #include "tests/support_lib/MariaDbServer.h"
+#include "tests/support_lib/Seed.h"
 #include "tests/support_lib/TemporaryFolder.h"
 
 namespace tamlo::tests {
@@ -30,8 +31,8 @@ class CopieTuee : public ::testing::Test {
     db::EnvironnementCourant().pwdLogin = "tamlo";
     EXPECT_TRUE(source.Ouvre("DRIVER={SQLite3};DATABASE=" + dossier.File("source.db"), db::TypOdbc, true));
     source.Connexion().Execute("CREATE TABLE GROS (ID INTEGER, NOM VARCHAR(40))");
-    source.Connexion().Execute("INSERT INTO GROS WITH RECURSIVE N(I) AS (SELECT 1 UNION ALL SELECT I+1 FROM N WHERE I<" + std::to_string(kLignes) +
-                               ") SELECT I, 'ligne ' || I FROM N");
+    source.Connexion().Execute("INSERT INTO GROS WITH RECURSIVE N(I) AS (SELECT 1 UNION ALL SELECT I+1 FROM N WHERE I<" +
+                               std::to_string(kLignes) + ") SELECT I, 'ligne ' || I FROM N");
     source.Ferme();
     EXPECT_TRUE(source.Ouvre("DRIVER={SQLite3};DATABASE=" + dossier.File("source.db"), db::TypOdbc, true));
   }
@@ -53,7 +54,7 @@ class CopieTuee : public ::testing::Test {
 };
 
 TEST_F(CopieTuee, GoesOnWhereItBrokeOffAndGivesEachRowOnce) {
-  const unsigned graine = std::random_device{}();
+  const unsigned graine = Seed();
   RecordProperty("seed", std::to_string(graine));
   std::mt19937 hasard(graine);
   auto cible = std::make_unique<db::DataBase>();

@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <random>
 
 #include "runtime/Error.h"
 #include "tests/backends/Accord.h"
 #include "tests/backends/Backend.h"
+#include "tests/support_lib/Seed.h"
 
 namespace tamlo::tests {
 namespace {
@@ -108,8 +108,7 @@ INSTANTIATE_TEST_SUITE_P(Backends, NomsHostiles, testing::Values("Jet", "MariaDb
 
 TEST_P(NomsHostiles, LeaveBackendMemoryAndCatalogAgreeing) {
   constexpr int kEditions = 40;
-  const char* voulu = std::getenv("TAMLO_GRAINE");
-  const unsigned premiere = voulu != nullptr ? static_cast<unsigned>(std::atoi(voulu)) : std::random_device{}();
+  const unsigned premiere = Seed();
   for (unsigned graine = premiere; graine < premiere + 3; ++graine) {
     hasard_.seed(graine);
     BaseOuverte base(Sur());

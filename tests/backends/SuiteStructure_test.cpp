@@ -9,6 +9,7 @@
 #include "runtime/Dates.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
+#include "tests/backends/Accord.h"
 #include "tests/backends/Backend.h"
 
 namespace tamlo::tests {
@@ -265,6 +266,77 @@ TEST_P(Structure, FlagsOfFieldsAndTablesReachTheCatalog) {
   rs.Close();
   rs = base->OpenRecordSet("SELECT [MVT] FROM [$TBLKORV$] WHERE [NOM]='UTL'", 0);
   EXPECT_EQ(runtime::ToBoolean(rs.Fields(0).Value()), tbl.AvecMvt());
+}
+
+/// Names that end a text literal, or that the translation of some kind rewrites inside of one.
+const std::vector<std::string> kHorsLitteral = {"[x]", "x]y", "d'entrée", "x\"y", "x\\y", "x*y", "cvdate(a)", "a,utl,b"};
+
+TEST_P(Structure, FlagsOfFieldsThatALiteralDoesNotHoldReachTheCatalog) {
+  if (!Capacite().creeTables) GTEST_SKIP() << "a generic ODBC source has no catalog tables";
+  BaseOuverte base(Sur());
+  auto& tbl = base.Cree(Table("UTL", {{"A", ado::adInteger, 4}}));
+  int pris = 0;
+  for (const std::string& nom : kHorsLitteral) {
+    if (runtime::IgnoringErrors([&] { tbl.AddFld(nom, ado::adInteger, 4, false); })) continue;
+    ++pris;
+    tbl.ListeFld(nom).Obg(true);
+    auto rs = base->OpenRecordSet("SELECT * FROM [$FLDKORV$]", 0);
+    bool vu = false;
+    for (; !rs.Eof(); rs.MoveNext()) {
+      if (runtime::TrimRight(runtime::ToText(rs.Fields("NOM").Value())) != nom) continue;
+      vu = true;
+      EXPECT_TRUE(runtime::ToBoolean(rs.Fields("OBLIGATOIRE").Value())) << nom;
+    }
+    EXPECT_TRUE(vu) << nom;
+    rs.Close();
+  }
+  EXPECT_GT(pris, 0);
+}
+
+TEST_P(Structure, IndexesThatALiteralDoesNotHoldGoWithTheirField) {
+  if (!Capacite().creeTables) GTEST_SKIP() << "a generic ODBC source has no catalog tables";
+  BaseOuverte base(Sur());
+  auto& tbl = base.Cree(Table("UTL", {{"A", ado::adInteger, 4}, {"B", ado::adInteger, 4}}));
+  for (const std::string& nom : kHorsLitteral) {
+    if (runtime::IgnoringErrors([&] { tbl.AddIdx(nom, "B", false, false); })) continue;
+    EXPECT_EQ(Desaccord(base, "UTL"), "") << nom;
+  }
+  (void)runtime::IgnoringErrors([&] { tbl.SupFld("B"); });
+  EXPECT_EQ(Desaccord(base, "UTL"), "");
+}
+
+// The translation makes x"y of x'y on MySQL and ODBC: the wrong one went, with its values.
+TEST_P(Structure, ANameThatTheTranslationMakesAnothersDropsNothingOfTheOther) {
+  if (!Capacite().creeTables) GTEST_SKIP() << "a generic ODBC source has no catalog tables";
+  BaseOuverte base(Sur());
+  auto& tbl = base.Cree(Table("UTL", {{"A", ado::adInteger, 4}, {"B", ado::adInteger, 4}}));
+  for (const char* nom : {"x\"y", "x'y"}) {
+    if (runtime::IgnoringErrors([&] { tbl.AddFld(nom, ado::adInteger, 4, false); })) GTEST_SKIP() << "the backend takes no such names";
+    if (runtime::IgnoringErrors([&] { tbl.AddIdx(nom, nom, false, false); })) GTEST_SKIP() << "the backend takes no such names";
+  }
+  tbl.SupIdx("x'y");
+  EXPECT_THAT(Index(tbl), ElementsAre(testing::StartsWith("X\"Y")));
+  EXPECT_EQ(Desaccord(base, "UTL"), "");
+  tbl.SupFld("x'y");
+  EXPECT_THAT(Champs(tbl), ElementsAre("a", "b", "x\"y"));
+  EXPECT_EQ(Desaccord(base, "UTL"), "");
+}
+
+TEST_P(Structure, ATableWhoseNameHoldsOthersIsDroppedAlone) {
+  if (!Capacite().creeTables) GTEST_SKIP() << "a generic ODBC source has no catalog tables";
+  BaseOuverte base(Sur());
+  base.Cree(Table("A", {{"X", ado::adInteger, 4}}));
+  base.Cree(Table("B", {{"X", ado::adInteger, 4}}));
+  int pris = 0;
+  for (const char* nom : {"A,B", "A#B", "A -- B", "A B"}) {
+    if (runtime::IgnoringErrors([&] { base.Cree(Table(nom, {{"X", ado::adInteger, 4}})); })) continue;
+    ++pris;
+    (void)runtime::IgnoringErrors([&] { base->SupTbl(nom); });
+    base->Catalogue().Refresh();
+    EXPECT_NE(base->Catalogue().Find("A"), nullptr) << nom;
+    EXPECT_NE(base->Catalogue().Find("B"), nullptr) << nom;
+  }
+  EXPECT_GT(pris, 0);
 }
 
 TEST_P(Structure, RelationsAreReadFromTheirTableAtTheOpening) {
