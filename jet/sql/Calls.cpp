@@ -231,7 +231,7 @@ Expression Translator::DomainCall(const Token& name, const std::vector<Expressio
 Expression Translator::ParseAggregate(const std::string& function) {
   if (function == "COUNT" && TakeSymbol("*")) {
     ExpectSymbol(")");
-    Expression made = Made("COUNT(*)", ColumnType::kLong, {});
+    Expression made = Made("COUNT(*)" + filter_, ColumnType::kLong, {});
     made.aggregate = true;
     return made;
   }
@@ -247,15 +247,15 @@ Expression Translator::ParseAggregate(const std::string& function) {
   made.type.type = ColumnType::kDouble;
   const ColumnType type = argument.type.type;
   if (function == "COUNT") {
-    made.sql = "COUNT(" + AsValue(argument) + ")";
+    made.sql = "COUNT(" + AsValue(argument) + ")" + filter_;
     made.type.type = ColumnType::kLong;
   } else if (function == "MIN" || function == "MAX" || function == "FIRST" || function == "LAST") {
     const bool ordered = function == "MIN" || function == "MAX";
-    made.sql = (ordered ? function : "jet_" + LowerCase(function)) + "(" + (ordered ? Collated(argument) : AsValue(argument)) + ")";
+    made.sql = (ordered ? function : "jet_" + LowerCase(function)) + "(" + (ordered ? Collated(argument) : AsValue(argument)) + ")" + filter_;
     made.type = argument.type;
     made.type.autoNumber = false;
   } else {
-    made.sql = (function == "SUM" || function == "AVG" ? function : "jet_" + LowerCase(function)) + "(" + AsNumber(argument) + ")";
+    made.sql = (function == "SUM" || function == "AVG" ? function : "jet_" + LowerCase(function)) + "(" + AsNumber(argument) + ")" + filter_;
     if (function == "SUM" && type == ColumnType::kCurrency) made.sql = "jet_ccur(" + made.sql + ")";
     if ((function == "SUM" || function == "AVG") && (type == ColumnType::kCurrency || type == ColumnType::kNumeric))
       made.type = argument.type;

@@ -75,6 +75,7 @@ Statement Translator::ParseInsert() {
       const Expression value = ParseExpression();
       ResultColumn column;
       column.type = value.type;
+      column.parameter = value.parameter;
       plan.query.sql += (first ? "SELECT " : ", ") + AsValue(value) + " AS c" + std::to_string(plan.query.columns.size());
       plan.query.columns.push_back(std::move(column));
     }
@@ -126,7 +127,7 @@ Statement Translator::ParseUpdate() {
       name = Peek();
       TakeName("name of the column");
     }
-    const Expression target = ResolveColumn(qualifier, name);
+    const Expression target = NeedColumn(qualifier, name);
     if (target.source < 0 || scope.sources[static_cast<std::size_t>(target.source)].table == nullptr) {
       throw UnsupportedError("this column cannot be updated: it belongs to a query", at.position);
     }
@@ -136,6 +137,7 @@ Statement Translator::ParseUpdate() {
     const std::size_t position = plan.query.columns.size();
     ResultColumn column;
     column.type = value.type;
+    column.parameter = value.parameter;
     const ScopeSource* from = value.source >= 0 ? &scope.sources[static_cast<std::size_t>(value.source)] : nullptr;
     const bool later = from != nullptr && from->table != nullptr && IsReadFromRow(value.type.type, *from->table);
     if (later) {

@@ -209,6 +209,8 @@ void Translator::CheckComparable(const Expression& left, const Expression& right
 }
 
 Expression Translator::Compare(const std::string& op, Expression left, Expression right, const Token& at) {
+  AdaptParameter(left, right);
+  AdaptParameter(right, left);
   CheckComparable(left, right, at);
   const bool texts = IsText(left.type.type) || IsText(right.type.type) || left.type.type == kNoType || right.type.type == kNoType;
   std::string a =
@@ -259,6 +261,9 @@ Expression Translator::ParsePredicate(Expression left, bool negated) {
     Expression low = ParseConcatenation();
     ExpectWord("AND");
     Expression high = ParseConcatenation();
+    AdaptParameter(left, low);
+    AdaptParameter(low, left);
+    AdaptParameter(high, left);
     CheckComparable(left, low, at);
     CheckComparable(left, high, at);
     return MadeCondition("(" + Collated(left) + " " + no + "BETWEEN " + AsValue(low) + " AND " + AsValue(high) + ")", {&left, &low, &high});
@@ -274,7 +279,8 @@ Expression Translator::ParsePredicate(Expression left, bool negated) {
   }
   Expression made = MadeCondition("(" + Collated(left) + " " + no + "IN (", {&left});
   for (bool first = true; first || TakeSymbol(","); first = false) {
-    const Expression item = ParseExpression();
+    Expression item = ParseExpression();
+    AdaptParameter(item, left);
     CheckComparable(left, item, at);
     made.sql += (first ? "" : ", ") + AsValue(item);
     made.bareColumns.insert(made.bareColumns.end(), item.bareColumns.begin(), item.bareColumns.end());
@@ -488,7 +494,12 @@ Expression Translator::ParsePrimary() {
     }
     case TokenKind::kSymbol:
       if (token.text == "(") return ParseParenthesis();
-      if (token.text == "?") throw UnsupportedError("parameters are not supported", token.position);
+      if (token.text == "?") {
+        const Token at = Take();
+        const std::optional<std::size_t> marker = parameters_->FindMarker(PlaceOf(at));
+        if (!marker) NoValue("?", at);
+        return UseParameter(*marker, at);
+      }
       break;
     case TokenKind::kWord:
     case TokenKind::kBracketed:
@@ -535,12 +546,12 @@ Expression Translator::ParseNameOrCall() {
   }
   Token name = Take();
   std::string qualifier;
-  if ((AtSymbol(".") || AtSymbol("!")) && AtName(1)) {
-    qualifier = name.text;
+  while ((AtSymbol(".") || AtSymbol("!")) && AtName(1)) {
+    qualifier += (qualifier.empty() ? "" : "!") + name.text;
     Take();
     name = Take();
   }
-  return ResolveColumn(qualifier, name);
+  return ResolveName(qualifier, name);
 }
 
 Expression Translator::ColumnOf(const Scope& scope, std::size_t source, std::size_t column) const {
@@ -556,7 +567,26 @@ Expression Translator::ColumnOf(const Scope& scope, std::size_t source, std::siz
   return made;
 }
 
-Expression Translator::ResolveColumn(const std::string& qualifier, const Token& name) {
+Expression Translator::ResolveName(const std::string& qualifier, const Token& name) {
+  const char* const sign = qualifier.find('!') == std::string::npos ? "." : "!";
+  const std::string full = qualifier.empty() ? name.text : qualifier + sign + name.text;
+  if (const std::optional<std::size_t> declared = parameters_->FindDeclared(full)) return UseParameter(*declared, name);
+  if (std::optional<Expression> column = FindColumn(qualifier, name)) return *std::move(column);
+  // Truth values have these names too, where nothing else has.
+  if (qualifier.empty() && name.kind == TokenKind::kWord && (name.upper == "YES" || name.upper == "NO" || name.upper == "OFF"))
+    return Made(name.upper == "YES" ? "(-1)" : "0", ColumnType::kBoolean, {});
+  const std::optional<std::size_t> parameter = parameters_->Find(full, PlaceOf(name));
+  if (!parameter) NoValue(full, name);
+  return UseParameter(*parameter, name);
+}
+
+Expression Translator::NeedColumn(const std::string& qualifier, const Token& name) {
+  std::optional<Expression> column = FindColumn(qualifier, name);
+  if (!column) NoValue(qualifier.empty() ? name.text : qualifier + "." + name.text, name);
+  return *std::move(column);
+}
+
+std::optional<Expression> Translator::FindColumn(const std::string& qualifier, const Token& name) {
   const std::string folded = FoldName(name.text);
   const std::string foldedQualifier = FoldName(qualifier);
   for (const Scope* scope = scope_; scope != nullptr; scope = scope->parent) {
@@ -588,11 +618,7 @@ Expression Translator::ResolveColumn(const std::string& qualifier, const Token& 
       break;
     }
   }
-  // Truth values have these names too, where nothing else has.
-  if (qualifier.empty() && name.kind == TokenKind::kWord && (name.upper == "YES" || name.upper == "NO" || name.upper == "OFF"))
-    return Made(name.upper == "YES" ? "(-1)" : "0", ColumnType::kBoolean, {});
-  const std::string full = qualifier.empty() ? name.text : qualifier + "." + name.text;
-  throw Error(ErrorCode::kNotFound, "no column or parameter value \"" + full + "\" (at character " + std::to_string(name.position) + ")");
+  return std::nullopt;
 }
 
 }  // namespace jet::sql

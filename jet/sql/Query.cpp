@@ -44,7 +44,9 @@ struct Query::State {
     }
     scans = plan.plainScan && sources[0]->table != nullptr;
     // Learning early what SQLite does not understand costs less than at the first row.
-    if (!scans) statement = session.Prepare(plan.sql);
+    if (scans) return;
+    statement = session.Prepare(plan.sql);
+    if (plan.parameters != nullptr) Bind(statement.get(), *plan.parameters);
   }
 
   // A plain column that its row gives, not the query.
@@ -134,7 +136,11 @@ struct Query::State {
     Value* out = values.data() + blockRows * plan.columns.size();  // none for a query without columns
     for (std::size_t i = 0; i < plan.columns.size(); ++i) {
       const ResultColumn& column = plan.columns[i];
-      if (!IsLate(i)) {
+      if (column.parameter >= 0 && plan.parameters != nullptr) {
+        // Straight from who gave it: SQLite would make a double of an amount.
+        out[i] = (*plan.parameters)[static_cast<std::size_t>(column.parameter)];
+        if (out[i].Type() == ValueType::kText) bytes += out[i].AsText().size();
+      } else if (!IsLate(i)) {
         out[i] = ValueFrom(statement.get(), static_cast<int>(i), column.type);
         if (out[i].Type() == ValueType::kText) bytes += out[i].AsText().size();
         if (out[i].Type() == ValueType::kBytes) bytes += out[i].AsBytes().size();

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "jet/Error.h"
 #include "jet/Value.h"
 
 namespace jet::sql {
@@ -40,6 +41,7 @@ struct TableInfo {
   std::vector<ColumnInfo> columns;
   bool rereadable = true;  ///< a row can be read again by its identity (not so behind an ODBC link)
 };
+struct SelectPlan;
 using TablePointer = std::shared_ptr<const TableInfo>;
 
 /// Where the translator learns what names mean.
@@ -50,6 +52,12 @@ class SchemaSource {
   [[nodiscard]] virtual TablePointer FindTable(std::string_view name, const std::string& file) = 0;
   /// The SELECT text of the stored query of that name; nothing when there is none. Errors: kUnsupported for a query that gives no rows.
   [[nodiscard]] virtual std::optional<std::string> FindQuery(std::string_view name) = 0;
+  /// The whole statement of the stored query of that name, also one that changes something. Error kUnsupported for one that is handed to a server.
+  [[nodiscard]] virtual std::optional<std::string> FindStatement(std::string_view name) { return FindQuery(name); }
+  /// The first rows of a query, at most so many, where the statement cannot be translated without them.
+  [[nodiscard]] virtual std::vector<std::vector<Value>> Evaluate(const SelectPlan& /*plan*/, std::size_t /*most*/) {
+    throw Error(ErrorCode::kUnsupported, "TRANSFORM and EXECUTE have no rows to look at here");
+  }
 };
 
 }  // namespace jet::sql

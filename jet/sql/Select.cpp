@@ -13,7 +13,7 @@ namespace {
 bool EndsTable(const std::string& word) {
   static const std::set<std::string, std::less<>> kWords = {"INNER", "LEFT",  "RIGHT",  "FULL",  "CROSS",  "OUTER", "JOIN",
                                                             "ON",    "WHERE", "GROUP",  "ORDER", "HAVING", "UNION", "SET",
-                                                            "IN",    "WITH",  "SELECT", "INTO",  "VALUES", "AS"};
+                                                            "IN",    "WITH",  "SELECT", "INTO",  "VALUES", "AS",    "PIVOT"};
   return kWords.contains(word);
 }
 
@@ -28,9 +28,6 @@ class ScopeGuard {
   Scope*& slot_;
   Scope* before_;
 };
-
-// A term of GROUP BY or ORDER BY. To SQLite a whole number there would be the position of a column.
-std::string Term(const std::string& sql) { return sql.find_first_not_of("()-0123456789") == std::string::npos ? "(" + sql + " + 0)" : sql; }
 
 // What stands in the brackets of "[SELECT ...]." is a query and no name.
 bool IsQueryText(std::string_view text) {
@@ -50,7 +47,22 @@ bool IsText(ColumnType type) { return type == ColumnType::kText || type == Colum
 
 }  // namespace
 
+// To SQLite a whole number would be the position of a column.
+std::string Translator::GroupTerm(const Expression& e) {
+  std::string sql = Collated(e);
+  return sql.find_first_not_of("()-0123456789") == std::string::npos ? "(" + sql + " + 0)" : sql;
+}
+
 SelectPlan Translator::ParseQuery(QueryOptions options) {
+  // What a crosstab asks of its aggregates is not asked of those inside a subquery.
+  struct Unfiltered {
+    explicit Unfiltered(std::string& filter) : filter_(filter), before_(std::exchange(filter, {})) {}
+    ~Unfiltered() { filter_ = std::move(before_); }
+    Unfiltered(const Unfiltered&) = delete;
+    Unfiltered& operator=(const Unfiltered&) = delete;
+    std::string& filter_;
+    std::string before_;
+  } const unfiltered(filter_);
   if (++depth_ > 100) throw UnsupportedError("queries nested too deeply", Peek().position);
   // A union is found by looking ahead: only the last part of one may carry the ORDER BY.
   const auto isUnionAhead = [&] {
@@ -65,7 +77,9 @@ SelectPlan Translator::ParseQuery(QueryOptions options) {
   };
   if (!isUnionAhead()) {
     SelectPlan plan;
-    if (AtSymbol("(")) {
+    if (AtWord("TRANSFORM")) {
+      plan = ParseCrosstab();
+    } else if (AtSymbol("(")) {
       Take();
       plan = ParseQuery(options);
       ExpectSymbol(")");
@@ -103,6 +117,7 @@ SelectPlan Translator::ParseQuery(QueryOptions options) {
   }
   for (ResultColumn& column : whole.columns) {
     column.source = -1;
+    column.parameter = -1;
     column.type.autoNumber = false;
   }
   for (const Part& one : parts) {
@@ -221,7 +236,7 @@ SelectPlan Translator::ParseSelect(QueryOptions options) {
     grouped = true;
     for (bool first = true; first || TakeSymbol(","); first = false) {
       groups.push_back(ParseExpression());
-      tail += (first ? " GROUP BY " : ", ") + Term(Collated(groups.back()));
+      tail += (first ? " GROUP BY " : ", ") + GroupTerm(groups.back());
     }
   }
   bool aggregated = grouped;
@@ -244,6 +259,7 @@ SelectPlan Translator::ParseSelect(QueryOptions options) {
     ResultColumn column;
     column.name = items[i].name;
     column.type = e.type;
+    column.parameter = e.parameter;
     if (e.condition) column.type.type = ColumnType::kBoolean;
     if (e.source >= 0 && rowsOfSources && scope.sources[static_cast<std::size_t>(e.source)].table != nullptr) {
       column.source = e.source;
@@ -297,7 +313,7 @@ SelectPlan Translator::ParseSelect(QueryOptions options) {
       if (aggregated && same == items.size()) CheckGrouping({SelectItem{key, "", false}}, groups, at);
       const std::string direction = TakeWord("DESC") ? " DESC" : "";
       if (direction.empty()) TakeWord("ASC");
-      order += (first ? " ORDER BY " : ", ") + Term(Collated(key)) + direction;
+      order += (first ? " ORDER BY " : ", ") + GroupTerm(key) + direction;
       orderOfColumns += (first ? " ORDER BY c" : ", c") + std::to_string(same) + direction;
       if (ties) {
         if (same == items.size() || IsReadFromRow(key.type.type, {})) {
@@ -483,7 +499,7 @@ std::string Translator::ParseTableFactor(Scope& scope) {
   if (scope.sources.size() >= kMostTables) throw TooMany("a FROM clause names at most 64 tables", Peek());
   if (AtSymbol("(")) {
     Take();
-    if (AtWord("SELECT")) {
+    if (AtWord("SELECT") || AtWord("TRANSFORM")) {
       SelectPlan plan;
       {
         const ScopeGuard guard(scope_, const_cast<Scope*>(scope.parent));
@@ -507,7 +523,7 @@ std::string Translator::ParseTableFactor(Scope& scope) {
     SelectPlan plan;
     {
       const ScopeGuard guard(scope_, const_cast<Scope*>(scope.parent));
-      plan = ParseOther(at.text);
+      plan = ParseOther(at.text, at);
     }
     std::string alias = ParseAlias();
     if (alias.empty()) alias = "%$##@_Alias" + std::to_string(nextAlias_);
@@ -580,16 +596,19 @@ std::string Translator::AddQuery(Scope& scope, const SelectPlan& plan, const std
 }
 
 // A query whose text stands elsewhere is translated in place: its tokens take the place of this statement's for a while.
-SelectPlan Translator::ParseOther(const std::string& text) {
+SelectPlan Translator::ParseOther(const std::string& text, const Token& at) {
+  const std::size_t outer = std::exchange(outerAt_, outerAt_ == 0 ? at.position : outerAt_);
   std::vector<Token> tokens = Tokenize(text);
   std::string source = text;
   std::swap(tokens, tokens_);
   std::swap(source, text_);
   const std::size_t position = std::exchange(position_, 0);
+  if (AtWord("PARAMETERS")) ParseParameters();
   SelectPlan plan = ParseQuery({.orderAllowed = true});
   ExpectEnd();
   std::swap(tokens, tokens_);
   std::swap(source, text_);
+  outerAt_ = outer;
   position_ = position;
   return plan;
 }
@@ -604,7 +623,7 @@ SelectPlan Translator::StoredQuery(const std::string& name, const std::string& t
   {
     const ScopeGuard guard(scope_, nullptr);
     try {
-      plan = ParseOther(text);
+      plan = ParseOther(text, at);
     } catch (const Error& error) {
       throw Error(error.Code(), "in the query \"" + name + "\": " + error.what());
     }

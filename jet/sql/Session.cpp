@@ -7,7 +7,9 @@
 #include "jet/sql/Functions.h"
 #include "jet/sql/Names.h"
 
+#include "jet/sql/Parameters.h"
 #include "jet/sql/SessionState.h"
+#include "jet/sql/StoredParts.h"
 #include "jet/sql/Tokenizer.h"
 
 namespace jet::sql {
@@ -268,14 +270,54 @@ TablePointer SessionState::FindTable(std::string_view name, const std::string& f
 std::optional<std::string> SessionState::FindQuery(std::string_view name) {
   const CatalogObject* object = database.FindObject(name);
   if (object == nullptr || object->kind != ObjectKind::kQuery) return std::nullopt;
-  return StoredQuerySelect(database, *object);
+  return StoredStatement(database, *object, true);
+}
+
+std::optional<std::string> SessionState::FindStatement(std::string_view name) {
+  const CatalogObject* object = database.FindObject(name);
+  if (object == nullptr || object->kind != ObjectKind::kQuery) return std::nullopt;
+  return StoredStatement(database, *object, false);
+}
+
+std::vector<std::vector<Value>> SessionState::Evaluate(const SelectPlan& plan, std::size_t most) {
+  std::vector<std::vector<Value>> rows;
+  const auto query = OpenPlan(*this, plan);
+  while (rows.size() < most && query->Next()) {
+    rows.emplace_back();
+    for (std::size_t i = 0; i < plan.columns.size(); ++i) rows.back().push_back(query->Get(i));
+  }
+  return rows;
+}
+
+jet::sql::Statement SessionState::Translated(std::string_view text, std::span<const Parameter> values) {
+  ParameterSet parameters;
+  if (!values.empty()) {
+    parameters.collecting = true;
+    (void)Translate(text, *this, options.text, &parameters);
+    parameters.Arrange();
+    parameters.Give(values, options.text);
+  }
+  return Translate(text, *this, options.text, &parameters);
 }
 
 Session::Session(Database& database, SessionOptions options) : state_(std::make_unique<SessionState>(database, std::move(options))) {}
 Session::~Session() = default;
 
-std::int64_t Session::Execute(std::string_view text) {
-  const jet::sql::Statement statement = Translate(text, *state_, state_->options.text);
+std::vector<ParameterInfo> Session::ParametersOf(std::string_view text) {
+  ParameterSet parameters;
+  parameters.collecting = true;
+  (void)Translate(text, *state_, state_->options.text, &parameters);
+  parameters.Arrange();
+  std::vector<ParameterInfo> infos;
+  for (const ParameterSet::Item& item : parameters.Items()) infos.push_back({item.name, item.type});
+  return infos;
+}
+
+std::int64_t Session::Execute(std::string_view text, std::span<const Parameter> parameters) {
+  return Run(state_->Translated(text, parameters));
+}
+
+std::int64_t Session::Run(const jet::sql::Statement& statement) {
   if (std::holds_alternative<SelectPlan>(statement)) {
     const auto query = OpenPlan(*state_, std::get<SelectPlan>(statement));
     query->Next();
@@ -289,17 +331,17 @@ std::int64_t Session::Execute(std::string_view text) {
   return 0;
 }
 
-std::unique_ptr<Query> Session::Open(std::string_view text) {
-  jet::sql::Statement statement = Translate(text, *state_, state_->options.text);
+std::unique_ptr<Query> Session::Open(std::string_view text, std::span<const Parameter> parameters) {
+  jet::sql::Statement statement = state_->Translated(text, parameters);
   auto* plan = std::get_if<SelectPlan>(&statement);
   if (plan == nullptr) throw SyntaxError("a statement that gives rows is expected", 1);
   return OpenPlan(*state_, std::move(*plan));
 }
 
-std::unique_ptr<Query> Session::OpenOrRun(std::string_view text) {
-  jet::sql::Statement statement = Translate(text, *state_, state_->options.text);
+std::unique_ptr<Query> Session::OpenOrRun(std::string_view text, std::span<const Parameter> parameters) {
+  jet::sql::Statement statement = state_->Translated(text, parameters);
   if (auto* plan = std::get_if<SelectPlan>(&statement)) return OpenPlan(*state_, std::move(*plan));
-  Execute(text);
+  Run(statement);
   return nullptr;
 }
 

@@ -91,6 +91,12 @@ class Query {
   std::unique_ptr<State> state_;
 };
 
+/// A parameter of a statement: the name as it is first written (empty for "?"), the type that PARAMETERS declares (else kNoType).
+struct ParameterInfo {
+  std::string name;
+  TypeInfo type;
+};
+
 /// Statements on one database. Must not outlive it. Not for several threads at a time.
 class Session {
  public:
@@ -101,14 +107,18 @@ class Session {
 
   /// Runs a statement whole or not at all; gives the number of rows affected (0 for a query and for definitions).
   /// Errors: kSyntax, kUnsupported (with the position), kNotFound, kTypeMismatch, kLinkUnreachable (with the target), those of the engine.
-  std::int64_t Execute(std::string_view text);
+  /// The text may also be the name of a stored query, or EXECUTE with one and its arguments. Parameters: declared by PARAMETERS, names that
+  /// mean nothing else, and "?"; error kNotFound names one that has no value, or a value that finds none.
+  std::int64_t Execute(std::string_view text, std::span<const Parameter> parameters = {});
   /// Translates a query; it is executed when its first row is asked for. Error kSyntax for a statement that gives no rows.
-  [[nodiscard]] std::unique_ptr<Query> Open(std::string_view text);
+  [[nodiscard]] std::unique_ptr<Query> Open(std::string_view text, std::span<const Parameter> parameters = {});
   /// The same; a statement that gives no rows is run, as Execute does, and null comes back.
-  [[nodiscard]] std::unique_ptr<Query> OpenOrRun(std::string_view text);
+  [[nodiscard]] std::unique_ptr<Query> OpenOrRun(std::string_view text, std::span<const Parameter> parameters = {});
+  /// The parameters of a statement in the order in which values without a name go to them: declared ones, then the others as the text has them.
+  [[nodiscard]] std::vector<ParameterInfo> ParametersOf(std::string_view text);
   /// The table of that name, through its link if it is one; null when there is none. file: another database, or empty.
   [[nodiscard]] std::shared_ptr<const EngineTable> FindTable(std::string_view name, const std::string& file = {});
-  /// The SELECT text of a stored query; nothing when there is none of that name.
+  /// The text of a stored query that gives rows; nothing when there is none of that name.
   [[nodiscard]] std::optional<std::string> StoredQueryText(std::string_view name);
   /// The values that a new row of a recordset takes where none is given: column and value. A required text column that takes empty texts
   /// and has no default of its own takes the empty text (an INSERT statement must give it one). Error kUnsupported for a default that cannot be evaluated.
@@ -122,6 +132,7 @@ class Session {
   void RowsChanged() noexcept;
 
  private:
+  std::int64_t Run(const jet::sql::Statement& statement);
   std::unique_ptr<SessionState> state_;
 };
 

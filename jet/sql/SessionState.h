@@ -20,6 +20,10 @@ struct SessionState final : SchemaSource {
 
   [[nodiscard]] TablePointer FindTable(std::string_view name, const std::string& file) override;
   [[nodiscard]] std::optional<std::string> FindQuery(std::string_view name) override;
+  [[nodiscard]] std::optional<std::string> FindStatement(std::string_view name) override;
+  [[nodiscard]] std::vector<std::vector<Value>> Evaluate(const SelectPlan& plan, std::size_t most) override;
+  /// The statement with its parameters.
+  [[nodiscard]] jet::sql::Statement Translated(std::string_view text, std::span<const Parameter> values);
 
   /// The database of that path, opened once and kept. Errors of opening; kLinkUnreachable when link is given.
   Database& OtherDatabase(const std::string& path, const std::string& link);
@@ -59,6 +63,8 @@ struct SessionState final : SchemaSource {
 void RegisterModule(sqlite3* connection, SessionState& state);
 /// A value of the engine as SQLite's result of a column.
 void ReturnValue(sqlite3_context* context, const Value& value);
+/// Binds the values of ?1, ?2 and so on; they must outlive the statement.
+void Bind(sqlite3_stmt* statement, const std::vector<Value>& values);
 void ReturnColumn(sqlite3_context* context, Row& row, std::size_t column, ColumnType type);
 /// A value that SQLite computed, as a value of the type that the translation expects; kNoType: as it comes.
 [[nodiscard]] Value ValueFrom(sqlite3_stmt* statement, int column, const TypeInfo& type);
@@ -67,9 +73,6 @@ void ReturnColumn(sqlite3_context* context, Row& row, std::size_t column, Column
 [[nodiscard]] inline RowId RowIdFrom(sqlite3_int64 number) {
   return {static_cast<PageNumber>(number >> 8), static_cast<std::uint8_t>(number & 0xFF)};
 }
-
-/// Translation of a stored query's rows in MSysQueries into SELECT text. Error kUnsupported for queries that give no rows.
-[[nodiscard]] std::string StoredQuerySelect(Database& database, const CatalogObject& query);
 
 std::int64_t RunInsert(SessionState& state, const InsertPlan& plan);
 std::int64_t RunSelectInto(SessionState& state, const SelectIntoPlan& plan);

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,6 +22,13 @@ struct ResultColumn {
   TypeInfo type;
   int source = -1;         ///< position in SelectPlan::sources of the table whose column this is unchanged; -1: an expression
   std::size_t column = 0;  ///< position in that table
+  int parameter = -1;      ///< position in SelectPlan::parameters of the value that the column is; -1: none
+};
+
+/// A value for a parameter of a statement. name: as the statement writes it, with or without brackets; empty: the next one in order.
+struct Parameter {
+  std::string name;
+  Value value;
 };
 
 /// Whether a plain column of this type is not given by SQLite but read from its row when it is asked for: long values, which are read in
@@ -51,6 +59,8 @@ struct SelectPlan {
   std::optional<std::int64_t> limit;  ///< of a plain scan, or with ties
   /// With TOP and ORDER BY: result columns that hold the order, by which rows equal to the last one are still given. Empty: no such rule.
   std::vector<std::size_t> tieColumns;
+  /// The values of ?1, ?2 and so on in sql; null when it has none. Shared by the copies of a plan: they may be large.
+  std::shared_ptr<const std::vector<Value>> parameters;
 };
 
 struct TableTarget {
@@ -127,6 +137,8 @@ struct DropTablePlan {
 using Statement = std::variant<SelectPlan, SelectIntoPlan, InsertPlan, UpdatePlan, DeletePlan, CreateTablePlan, AddColumnPlan,
                                DropColumnPlan, DropConstraintPlan, CreateIndexPlan, DropIndexPlan, DropTablePlan>;
 
+class ParameterSet;
+
 /// How texts are read and written under the caller's settings.
 struct TextSettings {
   /// Reads a date text; nothing when it is none. Unset: day first.
@@ -138,6 +150,8 @@ struct TextSettings {
 
 /// Turns one Access statement into a plan. Errors: kSyntax and kUnsupported with the position, kNotFound for a name that means nothing,
 /// kTypeMismatch for a comparison that cannot be, kLinkUnreachable.
-[[nodiscard]] Statement Translate(std::string_view text, SchemaSource& schema, const TextSettings& settings = {});
+/// parameters: the statement's, with their values; null for none. While they are being collected the plan is good for nothing else.
+[[nodiscard]] Statement Translate(std::string_view text, SchemaSource& schema, const TextSettings& settings = {},
+                                  ParameterSet* parameters = nullptr);
 
 }  // namespace jet::sql

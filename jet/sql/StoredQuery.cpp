@@ -1,37 +1,17 @@
-// Stored queries: the rows of MSysQueries put together as a SELECT.
+// Stored queries: the rows of MSysQueries put together as a statement.
 #include <algorithm>
-#include <map>
 
+#include "jet/Table.h"
 #include "jet/sql/Names.h"
-#include "jet/sql/SessionState.h"
+#include "jet/sql/StoredParts.h"
 
 namespace jet::sql {
 
 namespace {
 
-enum Attribute {
-  kType = 1,
-  kParameter = 2,
-  kOptions = 3,
-  kRemote = 4,
-  kSource = 5,
-  kColumn = 6,
-  kJoin = 7,
-  kWhere = 8,
-  kGroup = 9,
-  kHaving = 10,
-  kOrder = 11
-};
-
-struct Part {
-  std::string order;
-  std::string name1;
-  std::string name2;
-  std::string expression;
-  int flag = 0;
-};
-
-using Parts = std::map<int, std::vector<Part>>;
+using Attribute = QueryAttribute;
+using Part = QueryPart;
+using Parts = QueryParts;
 
 std::size_t ColumnNamed(Table& table, const char* name) {
   const std::optional<std::size_t> column = table.FindColumn(name);
@@ -45,36 +25,15 @@ std::string WithoutTail(std::string_view text) {
   return std::string(text);
 }
 
-Parts ReadParts(Database& database, std::int32_t id) {
-  Table& table = database.OpenTable("MSysQueries");
-  const std::size_t object = ColumnNamed(table, "ObjectId");
-  const std::size_t attribute = ColumnNamed(table, "Attribute");
-  const std::size_t order = ColumnNamed(table, "Order");
-  const std::size_t name1 = ColumnNamed(table, "Name1");
-  const std::size_t name2 = ColumnNamed(table, "Name2");
-  const std::size_t expression = ColumnNamed(table, "Expression");
-  const std::size_t flag = ColumnNamed(table, "Flag");
-  Parts parts;
-  ScanCursor cursor = table.Scan();
-  while (cursor.Next()) {
-    Row& row = cursor.Current();
-    if (row.Integer(object) != id) continue;
-    Part part;
-    const auto bytes = row.Blob(order);
-    part.order.assign(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    part.name1 = row.Text(name1);
-    part.name2 = row.Text(name2);
-    part.expression = WithoutTail(row.Text(expression));
-    part.flag = static_cast<int>(row.Integer(flag));
-    parts[static_cast<int>(row.Integer(attribute))].push_back(std::move(part));
-  }
-  for (auto& [key, list] : parts) {
-    std::stable_sort(list.begin(), list.end(), [](const Part& a, const Part& b) { return a.order < b.order; });
-  }
-  return parts;
-}
-
 std::string Bracketed(const std::string& name) { return "[" + name + "]"; }
+
+// A name that may be qualified, as it was typed.
+std::string AsTyped(const std::string& name) {
+  if (name.find('[') != std::string::npos) return name;
+  std::string typed = "[";
+  for (const char c : name) typed += c == '.' ? std::string("].[") : std::string(1, c);
+  return typed + "]";
+}
 
 // The tables of one connected piece of the FROM clause, and its text.
 struct Piece {
@@ -85,7 +44,7 @@ struct Piece {
 
 std::string FromClause(const Parts& parts, std::vector<std::string>& conditions, const std::string& query) {
   std::vector<Piece> pieces;
-  const auto sources = parts.find(kSource);
+  const auto sources = parts.find(Attribute::kSource);
   if (sources == parts.end()) return {};
   for (const Part& part : sources->second) {
     Piece piece;
@@ -96,7 +55,7 @@ std::string FromClause(const Parts& parts, std::vector<std::string>& conditions,
     pieces.push_back(std::move(piece));
   }
   std::vector<Part> joins;
-  if (const auto found = parts.find(kJoin); found != parts.end()) {
+  if (const auto found = parts.find(Attribute::kJoin); found != parts.end()) {
     for (const Part& join : found->second) {
       // Several pairs of columns between the same tables are one join.
       const auto same = std::find_if(joins.begin(), joins.end(), [&](const Part& other) {
@@ -135,65 +94,240 @@ std::string FromClause(const Parts& parts, std::vector<std::string>& conditions,
   return sql;
 }
 
-std::string Listed(const Parts& parts, int attribute, const char* before) {
+std::string Listed(const Parts& parts, Attribute attribute, const char* before, bool pivotToo = true) {
   const auto found = parts.find(attribute);
   std::string sql;
   if (found == parts.end()) return sql;
   for (const Part& part : found->second) {
+    if (!pivotToo && part.flag == kPivotColumn) continue;
     sql += (sql.empty() ? before : ", ") + part.expression;
-    if (attribute == kOrder && SameName(part.name1, "D")) sql += " DESC";
+    if (attribute == Attribute::kOrder && SameName(part.name1, "D")) sql += " DESC";
   }
   return sql;
 }
 
 std::string UnionOf(const Parts& parts, int options) {
   std::string sql;
-  if (const auto sources = parts.find(kSource); sources != parts.end()) {
+  if (const auto sources = parts.find(Attribute::kSource); sources != parts.end()) {
     for (const Part& part : sources->second) {
-      if (!sql.empty()) sql += (options & 2) != 0 ? " UNION " : " UNION ALL ";
+      if (!sql.empty()) sql += (options & kDistinctRows) != 0 ? " UNION " : " UNION ALL ";
       sql += part.expression;
     }
   }
-  return sql + Listed(parts, kOrder, " ORDER BY ");
+  return sql + Listed(parts, Attribute::kOrder, " ORDER BY ");
+}
+
+Part First(const Parts& parts, Attribute attribute) {
+  const auto found = parts.find(attribute);
+  return found == parts.end() || found->second.empty() ? Part{} : found->second.front();
+}
+
+std::vector<Part> All(const Parts& parts, Attribute attribute) {
+  const auto found = parts.find(attribute);
+  return found == parts.end() ? std::vector<Part>() : found->second;
+}
+
+std::string Aliased(const Part& column) { return column.expression + (column.name1.empty() ? "" : " AS " + Bracketed(column.name1)); }
+
+// The types of parameters have the numbers of the types of columns; 0 is any.
+const char* TypeName(int type) {
+  switch (type) {
+    case 1:
+      return "BIT";
+    case 2:
+      return "BYTE";
+    case 3:
+      return "SHORT";
+    case 4:
+      return "LONG";
+    case 5:
+      return "CURRENCY";
+    case 6:
+      return "SINGLE";
+    case 7:
+      return "DOUBLE";
+    case 8:
+      return "DATETIME";
+    case 9:
+      return "BINARY";
+    case 10:
+      return "TEXT";
+    case 11:
+      return "LONGBINARY";
+    case 12:
+      return "MEMO";
+    case 15:
+      return "GUID";
+    default:
+      return "VALUE";
+  }
+}
+
+std::string ParameterClause(const Parts& parts) {
+  std::string sql;
+  for (const Part& part : All(parts, Attribute::kParameter)) {
+    std::string name;
+    for (const char c : part.name1) {
+      if (c != '[' && c != ']') name += c;
+    }
+    sql += (sql.empty() ? "PARAMETERS " : ", ") + Bracketed(name) + " " + TypeName(part.flag);
+  }
+  return sql.empty() ? sql : sql + "; ";
+}
+
+// FROM, with what cannot be said there, WHERE.
+struct Sources {
+  std::string from;
+  std::string where;
+};
+
+Sources SourcesOf(const Parts& parts, const std::string& query) {
+  Sources sources;
+  std::vector<std::string> conditions;
+  sources.from = FromClause(parts, conditions, query);
+  if (const Part part = First(parts, Attribute::kRemote); !part.name1.empty()) sources.from += " IN \"" + part.name1 + "\"";
+  if (parts.contains(Attribute::kWhere)) conditions.push_back(First(parts, Attribute::kWhere).expression);
+  for (const std::string& condition : conditions) sources.where += (sources.where.empty() ? " WHERE (" : " AND (") + condition + ")";
+  return sources;
+}
+
+std::string Predicates(const Parts& parts) {
+  const Part options = First(parts, Attribute::kOptions);
+  std::string sql;
+  if ((options.flag & kDistinctRows) != 0) sql += "DISTINCT ";
+  if ((options.flag & kDistinctRow) != 0) sql += "DISTINCTROW ";
+  if ((options.flag & kTop) != 0) sql += "TOP " + options.name1 + ((options.flag & kPercent) != 0 ? " PERCENT " : " ");
+  return sql;
+}
+
+std::string SelectOf(const Parts& parts, const std::string& query, const std::string& into) {
+  std::string list;
+  for (const Part& part : All(parts, Attribute::kColumn)) list += (list.empty() ? "" : ", ") + Aliased(part);
+  if ((First(parts, Attribute::kOptions).flag & kAllColumns) != 0 || list.empty()) list = list.empty() ? "*" : list + ", *";
+  const Sources sources = SourcesOf(parts, query);
+  std::string sql = "SELECT " + Predicates(parts) + list + into + sources.from + sources.where;
+  sql += Listed(parts, Attribute::kGroup, " GROUP BY ");
+  if (parts.contains(Attribute::kHaving)) sql += " HAVING " + First(parts, Attribute::kHaving).expression;
+  return sql + Listed(parts, Attribute::kOrder, " ORDER BY ");
+}
+
+std::string CrosstabOf(const Parts& parts, const std::string& query) {
+  std::string value;
+  std::string list;
+  std::string pivot;
+  for (const Part& part : All(parts, Attribute::kColumn)) {
+    if (part.flag == kPivotColumn)
+      pivot = part.expression;
+    else if (part.flag == kHeadingColumn)
+      list += (list.empty() ? "" : ", ") + Aliased(part);
+    else
+      value = Aliased(part);
+  }
+  const Sources sources = SourcesOf(parts, query);
+  return "TRANSFORM " + value + " SELECT " + Predicates(parts) + list + sources.from + sources.where +
+         Listed(parts, Attribute::kGroup, " GROUP BY ", false) + Listed(parts, Attribute::kOrder, " ORDER BY ") + " PIVOT " + pivot;
+}
+
+// The table that rows go into; one in another file has its path beside it.
+std::string TargetOf(const Parts& parts) {
+  const Part type = First(parts, Attribute::kType);
+  return AsTyped(type.name1) + (type.name2.empty() ? "" : " IN \"" + type.name2 + "\"");
+}
+
+std::string AppendOf(const Parts& parts, const std::string& query) {
+  std::string targets;
+  std::string values;
+  bool plain = true;
+  for (const Part& part : All(parts, Attribute::kColumn)) {
+    plain = plain && (part.flag & kAppendedValue) != 0;
+    if (!part.name2.empty()) targets += (targets.empty() ? "" : ", ") + AsTyped(part.name2);
+    values += (values.empty() ? "" : ", ") + part.expression;
+  }
+  const std::string sql = "INSERT INTO " + TargetOf(parts) + (targets.empty() ? "" : " (" + targets + ")");
+  if (plain && !values.empty() && !parts.contains(Attribute::kSource)) return sql + " VALUES (" + values + ")";
+  return sql + " " + SelectOf(parts, query, {});
+}
+
+std::string UpdateOf(const Parts& parts, const std::string& query) {
+  const Sources sources = SourcesOf(parts, query);
+  std::string list;
+  for (const Part& part : All(parts, Attribute::kColumn))
+    list += (list.empty() ? " SET " : ", ") + AsTyped(part.name2) + " = " + part.expression;
+  constexpr std::string_view kFrom = " FROM ";
+  return "UPDATE " + (sources.from.empty() ? std::string() : sources.from.substr(kFrom.size())) + list + sources.where;
+}
+
+std::string DeleteOf(const Parts& parts, const std::string& query) {
+  const Sources sources = SourcesOf(parts, query);
+  const std::string list = First(parts, Attribute::kColumn).expression;
+  return "DELETE " + (list.empty() ? std::string("*") : list) + sources.from + sources.where;
 }
 
 }  // namespace
 
-std::string StoredQuerySelect(Database& database, const CatalogObject& query) {
-  const Parts parts = ReadParts(database, query.id);
-  const auto first = [&](int attribute) {
-    const auto found = parts.find(attribute);
-    return found == parts.end() || found->second.empty() ? Part{} : found->second.front();
-  };
-  const auto refuse = [&](const char* why) { return Error(ErrorCode::kUnsupported, "the query \"" + query.name + "\" " + why); };
-  const int type = parts.contains(kType) ? first(kType).flag : 1;
-  const int options = first(kOptions).flag;
-  if (parts.contains(kParameter)) throw refuse("asks for parameters");
-  if (type == 9) return UnionOf(parts, options);
-  if (type == 6) throw refuse("is a crosstab, which is not supported");
-  if (type == 8) throw refuse("is handed to a server as it stands, which is not supported");
-  if (type != 1) throw refuse("gives no rows");
-
-  std::string sql = "SELECT ";
-  if ((options & 2) != 0) sql += "DISTINCT ";
-  if ((options & 8) != 0) sql += "DISTINCTROW ";
-  if ((options & 0x10) != 0) sql += "TOP " + first(kOptions).name1 + ((options & 0x20) != 0 ? " PERCENT " : " ");
-  std::string list;
-  if (const auto columns = parts.find(kColumn); columns != parts.end()) {
-    for (const Part& part : columns->second) {
-      list += (list.empty() ? "" : ", ") + part.expression + (part.name1.empty() ? "" : " AS " + Bracketed(part.name1));
-    }
+QueryParts ReadQueryParts(Database& database, std::int32_t id) {
+  Table& table = database.OpenTable("MSysQueries");
+  const std::size_t object = ColumnNamed(table, "ObjectId");
+  const std::size_t attribute = ColumnNamed(table, "Attribute");
+  const std::size_t order = ColumnNamed(table, "Order");
+  const std::size_t name1 = ColumnNamed(table, "Name1");
+  const std::size_t name2 = ColumnNamed(table, "Name2");
+  const std::size_t expression = ColumnNamed(table, "Expression");
+  const std::size_t flag = ColumnNamed(table, "Flag");
+  std::map<Attribute, std::vector<std::pair<std::string, Part>>> placed;
+  ScanCursor cursor = table.Scan();
+  while (cursor.Next()) {
+    Row& row = cursor.Current();
+    if (row.Integer(object) != id) continue;
+    Part part;
+    const auto bytes = row.Blob(order);
+    std::string place(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    part.name1 = row.Text(name1);
+    part.name2 = row.Text(name2);
+    part.expression = WithoutTail(row.Text(expression));
+    part.flag = static_cast<int>(row.Integer(flag));
+    placed[static_cast<Attribute>(row.Integer(attribute))].emplace_back(std::move(place), std::move(part));
   }
-  if ((options & 1) != 0 || list.empty()) list = list.empty() ? "*" : list + ", *";
-  std::vector<std::string> conditions;
-  sql += list + FromClause(parts, conditions, query.name);
-  if (const Part part = first(kRemote); !part.name1.empty()) sql += " IN \"" + part.name1 + "\"";
-  if (parts.contains(kWhere)) conditions.push_back(first(kWhere).expression);
-  std::string where;
-  for (const std::string& condition : conditions) where += (where.empty() ? " WHERE (" : " AND (") + condition + ")";
-  sql += where + Listed(parts, kGroup, " GROUP BY ");
-  if (parts.contains(kHaving)) sql += " HAVING " + first(kHaving).expression;
-  return sql + Listed(parts, kOrder, " ORDER BY ");
+  Parts parts;
+  for (auto& [key, list] : placed) {
+    std::stable_sort(list.begin(), list.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    for (auto& one : list) parts[key].push_back(std::move(one.second));
+  }
+  return parts;
+}
+
+std::string StoredStatement(Database& database, const CatalogObject& query, bool rowsOnly) {
+  const Parts parts = ReadQueryParts(database, query.id);
+  const auto refuse = [&](const char* why) { return Error(ErrorCode::kUnsupported, "the query \"" + query.name + "\" " + why); };
+  const auto type = parts.contains(Attribute::kType) ? static_cast<QueryType>(First(parts, Attribute::kType).flag) : QueryType::kSelect;
+  const std::string clause = ParameterClause(parts);
+  switch (type) {
+    case QueryType::kSelect:
+      return clause + SelectOf(parts, query.name, {});
+    case QueryType::kUnion:
+      return clause + UnionOf(parts, First(parts, Attribute::kOptions).flag);
+    case QueryType::kCrosstab:
+      return clause + CrosstabOf(parts, query.name);
+    case QueryType::kPassThrough:
+      throw refuse("is handed to a server as it stands, which is not supported");
+    default:
+      break;
+  }
+  if (rowsOnly) throw refuse("gives no rows");
+  switch (type) {
+    case QueryType::kMakeTable:
+      return clause + SelectOf(parts, query.name, " INTO " + TargetOf(parts));
+    case QueryType::kAppend:
+      return clause + AppendOf(parts, query.name);
+    case QueryType::kUpdate:
+      return clause + UpdateOf(parts, query.name);
+    case QueryType::kDelete:
+      return clause + DeleteOf(parts, query.name);
+    case QueryType::kDefinition:
+      return First(parts, Attribute::kType).expression;
+    default:
+      throw refuse("is of a kind that is not known");
+  }
 }
 
 }  // namespace jet::sql

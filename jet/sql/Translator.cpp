@@ -4,8 +4,8 @@
 
 namespace jet::sql {
 
-Translator::Translator(std::string_view text, SchemaSource& schema, const TextSettings& settings)
-    : text_(text), tokens_(Tokenize(text_)), schema_(schema), settings_(settings) {}
+Translator::Translator(std::string_view text, SchemaSource& schema, const TextSettings& settings, ParameterSet* parameters)
+    : text_(text), tokens_(Tokenize(text_)), schema_(schema), settings_(settings), parameters_(parameters != nullptr ? parameters : &own_) {}
 
 const Token& Translator::Peek(std::size_t ahead) const {
   const std::size_t at = position_ + ahead;
@@ -76,8 +76,21 @@ void Translator::FailAt(const Token& token, const std::string& message) const {
 }
 
 Statement Translator::Run() {
+  if (AtWord("PARAMETERS")) ParseParameters();
+  Statement statement = ParseStatement();
+  const auto values = std::make_shared<const std::vector<Value>>(parameters_->Values());
+  if (values->empty()) return statement;
+  if (auto* select = std::get_if<SelectPlan>(&statement)) select->parameters = values;
+  if (auto* into = std::get_if<SelectIntoPlan>(&statement)) into->query.parameters = values;
+  if (auto* insert = std::get_if<InsertPlan>(&statement)) insert->query.parameters = values;
+  if (auto* update = std::get_if<UpdatePlan>(&statement)) update->query.parameters = values;
+  if (auto* gone = std::get_if<DeletePlan>(&statement)) gone->query.parameters = values;
+  return statement;
+}
+
+Statement Translator::ParseStatement() {
   Statement statement;
-  if (AtWord("SELECT") || AtSymbol("(")) {
+  if (AtWord("SELECT") || AtWord("TRANSFORM") || AtSymbol("(")) {
     SelectPlan plan = ParseQuery({.outermost = true, .allowInto = true});
     ExpectEnd();
     plan.reads = reads_;
@@ -96,7 +109,11 @@ Statement Translator::Run() {
     statement = ParseAlter();
   } else if (TakeWord("DROP")) {
     statement = ParseDrop();
-  } else if (AtWord("TRANSFORM") || AtWord("PARAMETERS") || AtWord("EXEC") || AtWord("EXECUTE") || AtWord("GRANT") || AtWord("REVOKE")) {
+  } else if (TakeWord("EXEC") || TakeWord("EXECUTE")) {
+    return ParseExecute();
+  } else if (std::optional<Statement> stored = ParseStoredName()) {
+    return *std::move(stored);
+  } else if (AtWord("GRANT") || AtWord("REVOKE")) {
     throw UnsupportedError(Peek().upper + " is not supported", Peek().position);
   } else {
     Fail("SELECT, INSERT, UPDATE, DELETE, CREATE, ALTER or DROP expected");
@@ -117,8 +134,8 @@ std::string Translator::FileName(const Token& token) const {
   return token.text;
 }
 
-Statement Translate(std::string_view text, SchemaSource& schema, const TextSettings& settings) {
-  return Translator(text, schema, settings).Run();
+Statement Translate(std::string_view text, SchemaSource& schema, const TextSettings& settings, ParameterSet* parameters) {
+  return Translator(text, schema, settings, parameters).Run();
 }
 
 }  // namespace jet::sql

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "jet/sql/Parameters.h"
 #include "jet/sql/Schema.h"
 #include "jet/sql/Statement.h"
 #include "jet/sql/Tokenizer.h"
@@ -27,6 +28,7 @@ struct Expression {
   int nesting = 0;   ///< levels of brackets in sql
   int source = -1;   ///< a plain column: position in the scope's sources
   std::size_t column = 0;
+  int parameter = -1;                    ///< a parameter: its position
   std::string name;                      ///< a plain column: its name
   std::string text;                      ///< a literal text: its value
   std::vector<std::string> bareColumns;  ///< columns used outside of aggregates
@@ -54,11 +56,12 @@ struct Scope {
 /// Change.cpp and Definition.cpp.
 class Translator {
  public:
-  Translator(std::string_view text, SchemaSource& schema, const TextSettings& settings);
+  Translator(std::string_view text, SchemaSource& schema, const TextSettings& settings, ParameterSet* parameters);
 
   [[nodiscard]] Statement Run();
 
  private:
+  Statement ParseStatement();
   // ----- tokens
   [[nodiscard]] const Token& Peek(std::size_t ahead = 0) const;
   const Token& Take();
@@ -103,7 +106,10 @@ class Translator {
   Expression DomainCall(const Token& name, const std::vector<Expression>& arguments);
   Expression Number(const Token& token);
   Expression DateLiteral(const Token& token);
-  Expression ResolveColumn(const std::string& qualifier, const Token& name);
+  /// A column, or what its name may mean instead: a truth value, a parameter.
+  Expression ResolveName(const std::string& qualifier, const Token& name);
+  std::optional<Expression> FindColumn(const std::string& qualifier, const Token& name);
+  Expression NeedColumn(const std::string& qualifier, const Token& name);
   Expression ColumnOf(const Scope& scope, std::size_t source, std::size_t column) const;
   Expression Logical(const char* op, Expression left, Expression right, const Token& at);
   Expression Compare(const std::string& op, Expression left, Expression right, const Token& at);
@@ -118,9 +124,19 @@ class Translator {
   static std::string AsNumber(const Expression& expression);
   static std::string AsText(const Expression& expression);
   static std::string Collated(const Expression& expression);
+  /// A term of GROUP BY or ORDER BY.
+  static std::string GroupTerm(const Expression& expression);
   Expression Made(std::string sql, ColumnType type, std::initializer_list<const Expression*> parts) const;
   Expression MadeCondition(std::string sql, std::initializer_list<const Expression*> parts) const;
   void RequireShort(const std::string& sql) const;
+
+  // ----- parameters
+  void ParseParameters();
+  std::string TakeReference();
+  [[nodiscard]] ParameterSet::Place PlaceOf(const Token& token) const { return {outerAt_ == 0 ? token.position : outerAt_, token.position}; }
+  Expression UseParameter(std::size_t position, const Token& at) const;
+  [[noreturn]] static void NoValue(const std::string& name, const Token& at);
+  void AdaptParameter(Expression& parameter, const Expression& other);
 
   // ----- queries
   struct SelectItem {
@@ -147,9 +163,21 @@ class Translator {
   std::string ParseAlias();
   void SkipToFrom();
   void CheckGrouping(const std::vector<SelectItem>& items, const std::vector<Expression>& groups, const Token& at) const;
-  SelectPlan ParseOther(const std::string& text);
+  SelectPlan ParseOther(const std::string& text, const Token& at);
   SelectPlan StoredQuery(const std::string& name, const std::string& text, const Token& at);
   std::string FileName(const Token& token) const;
+
+  // ----- stored statements
+  Statement ParseExecute();
+  std::optional<Statement> ParseStoredName();
+  Statement RunStored(const std::string& name, const std::string& text, ParameterSet* parameters, const Token& at);
+  SelectPlan ParseCrosstab();
+  struct PivotColumn {
+    std::string sql;  ///< the condition of its rows
+    std::string name;
+  };
+  std::vector<PivotColumn> ParsePivot(const std::string& from, const std::string& where);
+  [[nodiscard]] SelectPlan Constant(std::string sql, const TypeInfo& type) const;
 
   // ----- changes
   Statement ParseInsert();
@@ -184,6 +212,11 @@ class Translator {
   int depth_ = 0;
   std::vector<TablePointer> reads_;
   std::vector<std::string> openQueries_;  ///< stored queries being translated, to find circles
+  ParameterSet own_;
+  ParameterSet* parameters_;
+  std::size_t outerAt_ = 0;  ///< while a stored query is translated: where its name stands in the statement
+  bool inStored_ = false;      ///< the statement is a stored one
+  std::string filter_;         ///< of the aggregates of a crosstab's column
   TableTarget into_;
   bool hasInto_ = false;
 };

@@ -1,4 +1,5 @@
 // Values of the engine as SQLite's and back.
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -47,6 +48,59 @@ void ReturnValue(sqlite3_context* context, const Value& value) {
       return ReturnText(context, value.AsGuid().Text());
     case ValueType::kNumeric:
       return sqlite3_result_double(context, value.AsNumeric().ToDouble());
+  }
+}
+
+void Bind(sqlite3_stmt* statement, const std::vector<Value>& values) {
+  const int count = std::min(sqlite3_bind_parameter_count(statement), static_cast<int>(values.size()));
+  for (int i = 1; i <= count; ++i) {
+    const Value& value = values[static_cast<std::size_t>(i) - 1];
+    switch (value.Type()) {
+      case ValueType::kNull:
+        sqlite3_bind_null(statement, i);
+        break;
+      case ValueType::kBool:
+        sqlite3_bind_int(statement, i, value.AsBool() ? -1 : 0);
+        break;
+      case ValueType::kByte:
+        sqlite3_bind_int(statement, i, value.AsByte());
+        break;
+      case ValueType::kInteger:
+        sqlite3_bind_int(statement, i, value.AsInteger());
+        break;
+      case ValueType::kLong:
+        sqlite3_bind_int(statement, i, value.AsLong());
+        break;
+      case ValueType::kCurrency:
+        sqlite3_bind_double(statement, i, static_cast<double>(value.AsCurrency().scaled) / 10000);
+        break;
+      case ValueType::kSingle:
+        sqlite3_bind_double(statement, i, value.AsSingle());
+        break;
+      case ValueType::kDouble:
+        sqlite3_bind_double(statement, i, value.AsDouble());
+        break;
+      case ValueType::kDate:
+        sqlite3_bind_double(statement, i, value.AsDate().serial);
+        break;
+      case ValueType::kText:
+        sqlite3_bind_text64(statement, i, value.AsText().data(), value.AsText().size(), SQLITE_STATIC, SQLITE_UTF8);
+        break;
+      case ValueType::kBytes:
+        if (value.AsBytes().empty())
+          sqlite3_bind_zeroblob(statement, i, 0);
+        else
+          sqlite3_bind_blob64(statement, i, value.AsBytes().data(), value.AsBytes().size(), SQLITE_STATIC);
+        break;
+      case ValueType::kGuid: {
+        const std::string text = value.AsGuid().Text();
+        sqlite3_bind_text64(statement, i, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+        break;
+      }
+      case ValueType::kNumeric:
+        sqlite3_bind_double(statement, i, value.AsNumeric().ToDouble());
+        break;
+    }
   }
 }
 

@@ -151,7 +151,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Wrong{"SELECT * FROM T WHERE D = '01/02/2003'", jet::ErrorCode::kTypeMismatch, "(at character 25)"},
                     Wrong{"SELECT CVDate('x')", jet::ErrorCode::kTypeMismatch, "not a date: 'x'"},
                     Wrong{"SELECT Foo(1)", jet::ErrorCode::kUnsupported, "unknown function Foo"},
-                    Wrong{"SELECT ? FROM T", jet::ErrorCode::kUnsupported, "parameters"},
+                    Wrong{"SELECT ? FROM T", jet::ErrorCode::kNotFound, "no column or parameter value \"?\" (at character 8)"},
                     Wrong{"TRANSFORM Sum(A) SELECT B FROM T GROUP BY B PIVOT D", jet::ErrorCode::kUnsupported, "TRANSFORM"},
                     Wrong{"SELECT * FROM Circle", jet::ErrorCode::kUnsupported, "uses itself"},
                     Wrong{"HELLO", jet::ErrorCode::kSyntax, "(at character 1)"},
