@@ -77,7 +77,6 @@ void BatchInsert::Describe() {
     const ColumnDescription description = statement.Describe(i + 1);
     const FieldInfo field = ToFieldInfo(description, session_->Facts());
     columns_[i].shape = ShapeFor(field, description.sqlType, session_->Facts());
-    if (session_->Facts().losesTimeArrays) columns_[i].shape = WithDatesAsText(columns_[i].shape, session_->Facts());
     columns_[i].shape.column = columns_[i].name;
     columns_[i].hasDefault = field.autoIncrement;
     columns_[i].stride = columns_[i].shape.fixedSize != 0 ? columns_[i].shape.fixedSize : kFirstTextSlot;

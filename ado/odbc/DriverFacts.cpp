@@ -59,6 +59,9 @@ void Measured(DriverFacts& facts, void* connection) {
       facts.listsAllColumns = true;
       // The Windows build of libsqliteodbc takes narrow texts for ANSI.
       facts.narrowIsUtf8 = facts.driverName.ends_with(".so");
+      facts.momentsAreTexts = true;
+      facts.keepsNul = facts.narrowIsUtf8;
+      facts.hasNan = false;  // becomes null
       // libsqliteodbc 0.9998 cannot be positioned inside a block, and its texts may be longer than declared: they must be read again.
       facts.readBlockRows = 1;
       facts.batch = BatchMethod::kMultiRowValues;
@@ -75,12 +78,16 @@ void Measured(DriverFacts& facts, void* connection) {
       // MariaDB's driver hands narrow texts on as they are, in the character set that the connection speaks.
       facts.narrowIsUtf8 =
           facts.driverName.find("maodbc") != std::string::npos && TextInfo(connection, SQL_COLLATION_SEQ).starts_with("utf8mb4");
-      facts.losesTimeArrays = true;
+      // Its structures have no hours beyond 23, no sign, no day 0; and for each one of an array the driver keeps memory for ever.
+      facts.momentsAreTexts = true;
+      facts.hasNan = facts.hasInfinity = false;
       facts.batch = BatchMethod::kArray;
       facts.batchRows = 4000;
       break;
     case Backend::kPostgres:
       facts.listsAllColumns = true;
+      facts.momentsAreTexts = true;
+      facts.keepsNul = false;
       facts.batch = BatchMethod::kMultiRowValues;
       facts.batchRows = 200;
       facts.batchParameters = 1600;

@@ -31,7 +31,10 @@ struct DriverFacts {
   bool keepsWideStatements = true;  ///< characters beyond the 16-bit plane survive in statement texts
   bool numbersAsText = false;       ///< exact and 64-bit numbers are bound as texts
   bool narrowIsUtf8 = false;        ///< narrow texts are UTF-8 in both directions, so that nobody need convert them
-  bool losesTimeArrays = false;     ///< keeps memory for ever for each date or time of an array: there they go as texts
+  bool momentsAreTexts = false;     ///< days and times go as texts: the driver's structures hold less than the backend's values
+  bool keepsNul = true;             ///< a character 0 inside a text is written like any other
+  bool hasNan = true;               ///< numbers that are none are stored as such
+  bool hasInfinity = true;          ///< so are infinite ones
   bool keepsByteLengths = false;    ///< bytes keep the length of their parameter's first execution: they are bound anew for each
   bool listsAllColumns = false;     ///< one catalog call gives the columns of every table
   bool showsTables = false;         ///< SHOW FULL TABLES lists the tables, much faster than the catalog call

@@ -43,13 +43,9 @@ OdbcRowset::OdbcRowset(std::shared_ptr<Session> session, const RowsetRequest& re
   if (!session_->Facts().keepsWideStatements) sql = WithoutWideLiterals(sql, literals_);
   if (ChangesSchema(sql)) session_->SchemaChanged();
   isSingle_ = IsSingleChangeOrQuery(sql);
-  statement_.Prepare(sql);
-  if (!literals_.empty()) {
-    literalParameters_ = std::make_unique<ParameterSet>(statement_);
-    FieldInfo text;
-    text.type = adLongVarWChar;
-    for (const auto& literal : literals_) literalParameters_->Add(Variant(literal), ShapeFor(text, 0, session_->Facts()));
-  }
+  sql_ = std::move(sql);
+  statement_.Prepare(sql_);
+  BindLiterals();
   Describe();
   if (fields_.empty()) {
     // It has run: what its later parts have to say belongs to it.
@@ -61,6 +57,26 @@ OdbcRowset::OdbcRowset(std::shared_ptr<Session> session, const RowsetRequest& re
   if (table && request.lock > adLockReadOnly) writer_.emplace(session_, *table, fields_, columns_);
 }
 
+void OdbcRowset::BindLiterals() {
+  if (literals_.empty()) return;
+  literalParameters_ = std::make_unique<ParameterSet>(statement_);
+  FieldInfo text;
+  text.type = adLongVarWChar;
+  for (const auto& literal : literals_) literalParameters_->Add(Variant(literal), ShapeFor(text, 0, session_->Facts()));
+}
+
+/// What was prepared describes the query; what is executed may be another text, that gives its values as they are.
+void OdbcRowset::PrepareReading() {
+  const ReadPlan plan = PlanReading(sql_, fields_, columns_, *session_, ReadMode::kFast);
+  if (!plan.sql.empty()) {
+    if (executed_) statement_.CloseCursor();
+    executed_ = false;
+    statement_.Prepare(plan.sql);
+    BindLiterals();
+  }
+  reader_.emplace(statement_, fields_, columns_, plan);
+}
+
 void OdbcRowset::Describe() {
   std::size_t count = statement_.ColumnCount();
   if (count == 0) {
@@ -70,10 +86,12 @@ void OdbcRowset::Describe() {
   }
   for (std::size_t i = 1; i <= count; ++i) columns_.push_back(statement_.Describe(i));
   for (const auto& column : columns_) fields_.push_back(ToFieldInfo(column, session_->Facts()));
-  reader_.emplace(statement_, fields_, columns_);
+  described_ = true;
+  if (executed_) PrepareReading();
 }
 
 void OdbcRowset::ExecuteQuery() {
+  if (described_ && !reader_) PrepareReading();
   if (executed_) statement_.CloseCursor();
   executed_ = false;
   Resending(*session_, isSingle_, [&] {
@@ -92,8 +110,8 @@ void OdbcRowset::ExecuteQuery() {
 
 /// Another connection may have changed the table since it was described: values would stand under the names of others.
 void OdbcRowset::CheckColumns() {
-  bool same = statement_.ColumnCount() == columns_.size();
-  for (std::size_t i = 0; same && i < columns_.size(); ++i) same = statement_.ColumnName(i + 1) == columns_[i].name;
+  bool same = statement_.ColumnCount() == reader_->ColumnCount();
+  for (std::size_t i = 0; same && i < columns_.size(); ++i) same = columns_[i].name.empty() || statement_.ColumnName(i + 1) == columns_[i].name;
   if (same) return;
   statement_.CloseCursor();
   executed_ = fresh_ = false;

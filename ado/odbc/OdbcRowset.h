@@ -55,6 +55,8 @@ class OdbcRowset final : public ProviderRowset {
   void Describe();
   void ExecuteQuery();
   void CheckColumns();
+  void PrepareReading();
+  void BindLiterals();
   bool Advance();
   void LeaveRow();
   void KeepCurrentRow();
@@ -77,11 +79,13 @@ class OdbcRowset final : public ProviderRowset {
   Statement statement_;
   std::vector<std::string> literals_;  // taken out of the text, bound as parameters
   std::unique_ptr<ParameterSet> literalParameters_;
+  std::string sql_;
   std::vector<ColumnDescription> columns_;
   std::vector<FieldInfo> fields_;
   std::optional<RowReader> reader_;
   std::optional<RowWriter> writer_;
   bool isSingle_ = false;  // may be sent again when the server has undone it
+  bool described_ = false;
   bool executed_ = false;
   bool fresh_ = false;  // executed, and no row fetched yet
   bool keepsRows_ = false;

@@ -1,7 +1,6 @@
 #include "ado/odbc/Parameter.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -10,6 +9,7 @@
 #include <utility>
 
 #include "ado/odbc/Diagnostics.h"
+#include "ado/odbc/Moment.h"
 #include "ado/odbc/NativeHeaders.h"
 #include "ado/odbc/ValueDecoder.h"
 #include "ado/odbc/WideText.h"
@@ -31,6 +31,24 @@ template <typename T>
 void Append(std::vector<std::byte>& out, const T& value) {
   const auto* bytes = reinterpret_cast<const std::byte*>(&value);
   out.insert(out.end(), bytes, bytes + sizeof value);
+}
+
+[[noreturn]] void Refuse(const ParameterShape& shape, const std::string& why) {
+  throw Error(runtime::kProviderFailure, "La valeur du champ " + shape.column + " " + why + ".", "odbc");
+}
+
+/// Drivers make anything of bytes that are no character, and some end a text at a character 0.
+void CheckCharacters(std::string_view text, const ParameterShape& shape) {
+  if (!shape.keepsNul && text.find('\0') != std::string_view::npos) {
+    Refuse(shape, "contient un caractère nul, que la base ne garderait pas");
+  }
+  unsigned char all = 0;
+  for (const char c : text) all = static_cast<unsigned char>(all | static_cast<unsigned char>(c));
+  if (all < 0x80) return;
+  while (!text.empty()) {
+    const char32_t character = runtime::NextCharacter(text);
+    if (character >= 0xD800 && character <= 0xDFFF) Refuse(shape, "contient des octets qui ne sont pas un caractère");
+  }
 }
 
 void AppendText(std::vector<std::byte>& out, std::string_view text, const ParameterShape& shape) {
@@ -57,6 +75,17 @@ std::int64_t WholeOfDigits(std::string_view text) {
 }
 
 std::string DecimalOf(const Variant& value);
+
+/// The digits of a plain decimal from the first to the last that is not 0.
+std::string SignificantDigits(std::string_view plain) {
+  std::string digits;
+  for (const char c : plain) {
+    if (c >= '0' && c <= '9') digits.push_back(c);
+  }
+  const auto first = digits.find_first_not_of('0');
+  if (first == std::string::npos) return "0";
+  return digits.substr(first, digits.find_last_not_of('0') - first + 1);
+}
 
 std::int64_t WholeOf(const Variant& value) {
   if (const auto* n = value.If<std::int32_t>()) return *n;
@@ -117,55 +146,56 @@ std::string DecimalOf(const Variant& value) {
   return std::to_string(WholeOf(value));
 }
 
-/// The calendar fields of a date, its fraction of a second rounded to so many digits.
-runtime::CalendarTime CalendarOf(const Variant& value, std::int16_t digits) {
-  const runtime::Date date = runtime::ToDate(value);
-  if (digits <= 0) return runtime::ToCalendar(date);
-  runtime::CalendarTime time = runtime::ToCalendarWithFraction(date);
-  if (digits < 3) {
-    // Hundredths or tenths: round once, from the date itself, so that 59.96 becomes the next minute.
-    const double step = digits == 1 ? 864000.0 : 8640000.0;
-    time = runtime::ToCalendarWithFraction(runtime::Date{std::nearbyint(date.serial * step) / step});
+/// A day and time out of any value; texts are read as the user writes them.
+Moment MomentOf(const Variant& value, std::int16_t digits) {
+  if (const auto* text = value.If<std::string>()) {
+    if (const auto moment = ReadMoment(*text)) return *moment;
   }
-  return time;
+  return MomentOfDate(runtime::ToDate(value), digits);
 }
 
-/// A text of digits, built without an allocation.
-class DigitText {
- public:
-  void Number(int value, std::size_t digits) {
-    for (std::size_t i = digits; i-- > 0; value /= 10) text_[length_ + i] = static_cast<char>('0' + value % 10);
-    length_ += digits;
-  }
-  void Sign(char sign) { text_[length_++] = sign; }
-  [[nodiscard]] std::string_view Text() const { return {text_.data(), length_}; }
+/// Texts that the server itself writes for what no Date holds. It reads them again, and refuses those that mean nothing to it.
+bool IsServersOwn(std::string_view text, Backend backend) {
+  if (backend == Backend::kSqlite) return true;
+  if (backend != Backend::kPostgres) return false;
+  const std::string upper = runtime::UpperCase(text);
+  if (upper == "INFINITY" || upper == "-INFINITY") return true;
+  const auto digits = upper.find_first_not_of("0123456789");
+  return digits != std::string::npos && digits >= 4 && upper[digits] == '-' &&
+         upper.find_first_not_of("0123456789-+:. BC") == std::string::npos;
+}
 
- private:
-  std::array<char, 32> text_{};
-  std::size_t length_ = 0;
-};
+/// MariaDB without its strict mode makes other values of these, with a warning that nobody sees.
+void CheckMomentRange(const Moment& moment, const ParameterShape& shape) {
+  constexpr std::int64_t kMySqlTime = 839LL * 3600 * 1000000;
+  if (shape.backend == Backend::kMySql && !moment.hasDay && moment.microseconds >= kMySqlTime) throw Error(runtime::kOverflow);
+}
 
-/// Years have four digits: those of a date are 100 to 9999.
-DigitText IsoText(const runtime::CalendarTime& time, std::int16_t adoType) {
-  DigitText text;
-  if (adoType != adDBTime) {
-    text.Number(time.year, 4);
-    text.Sign('-');
-    text.Number(time.month, 2);
-    text.Sign('-');
-    text.Number(time.day, 2);
+/// What the column keeps of it: a column of days no time, one of times no day.
+void KeepPart(Moment& moment, std::int16_t adoType) {
+  if (adoType == adDBTime && moment.hasTime) moment.hasDay = false;
+  if (adoType == adDBDate && moment.hasDay) moment.hasTime = false;
+}
+
+void AppendMoment(const Variant& value, const ParameterShape& shape, std::vector<std::byte>& out) {
+  const auto* text = value.If<std::string>();
+  auto moment = text ? ReadMoment(*text) : std::nullopt;
+  if (text && !moment) {
+    if (const auto date = runtime::ParseDate(*text)) moment = MomentOfDate(*date, shape.digits);
   }
-  if (adoType == adDBDate) return text;
-  if (adoType != adDBTime) text.Sign(' ');
-  text.Number(time.hour, 2);
-  text.Sign(':');
-  text.Number(time.minute, 2);
-  text.Sign(':');
-  text.Number(time.second, 2);
-  if (time.nanosecond == 0 || adoType == adDBTime) return text;
-  text.Sign('.');
-  text.Number(time.nanosecond / 1000000, 3);
-  return text;
+  if (text && !moment && IsServersOwn(*text, shape.backend)) {
+    CheckCharacters(*text, shape);
+    return AppendText(out, *text, shape);
+  }
+  if (!moment) moment = MomentOfDate(runtime::ToDate(value), shape.adoType == adDBDate ? std::int16_t{0} : shape.digits);
+  // A time alone in a column of days and times stands on day 0.
+  if (!moment->hasDay && shape.adoType != adDBTime && shape.backend != Backend::kSqlite) {
+    if (moment->negative || moment->microseconds >= 24LL * 3600 * 1000000) throw Error(runtime::kTypeMismatch);
+    moment->hasDay = true;
+  }
+  KeepPart(*moment, shape.adoType);
+  CheckMomentRange(*moment, shape);
+  AppendText(out, MomentText(*moment, shape.digits).Text(), shape);
 }
 
 std::string TextOf(const Variant& value) {
@@ -184,24 +214,61 @@ void CheckLength(std::size_t length, const ParameterShape& shape) {
 }
 
 void EncodeTimestamp(const Variant& value, const ParameterShape& shape, std::vector<std::byte>& out) {
-  const auto time = CalendarOf(value, shape.digits);
+  const Moment moment = MomentOf(value, shape.digits);
+  const std::int64_t seconds = moment.microseconds / 1000000;
+  // What a structure has no room for.
+  if (moment.negative || seconds >= 86400 || moment.month == 0 || moment.day == 0) throw Error(runtime::kTypeMismatch);
   if (shape.form == Form::kDate) {
-    Append(out, SQL_DATE_STRUCT{static_cast<SQLSMALLINT>(time.year), static_cast<SQLUSMALLINT>(time.month),
-                                static_cast<SQLUSMALLINT>(time.day)});
+    Append(out, SQL_DATE_STRUCT{static_cast<SQLSMALLINT>(moment.year), static_cast<SQLUSMALLINT>(moment.month),
+                                static_cast<SQLUSMALLINT>(moment.day)});
   } else if (shape.form == Form::kTime) {
-    Append(out, SQL_TIME_STRUCT{static_cast<SQLUSMALLINT>(time.hour), static_cast<SQLUSMALLINT>(time.minute),
-                                static_cast<SQLUSMALLINT>(time.second)});
+    Append(out, SQL_TIME_STRUCT{static_cast<SQLUSMALLINT>(seconds / 3600), static_cast<SQLUSMALLINT>(seconds / 60 % 60),
+                                static_cast<SQLUSMALLINT>(seconds % 60)});
   } else {
     SQL_TIMESTAMP_STRUCT stamp{};
-    stamp.year = static_cast<SQLSMALLINT>(time.year);
-    stamp.month = static_cast<SQLUSMALLINT>(time.month);
-    stamp.day = static_cast<SQLUSMALLINT>(time.day);
-    stamp.hour = static_cast<SQLUSMALLINT>(time.hour);
-    stamp.minute = static_cast<SQLUSMALLINT>(time.minute);
-    stamp.second = static_cast<SQLUSMALLINT>(time.second);
-    stamp.fraction = static_cast<SQLUINTEGER>(time.nanosecond);
+    stamp.year = static_cast<SQLSMALLINT>(moment.year);
+    stamp.month = static_cast<SQLUSMALLINT>(moment.month);
+    stamp.day = static_cast<SQLUSMALLINT>(moment.day);
+    stamp.hour = static_cast<SQLUSMALLINT>(seconds / 3600);
+    stamp.minute = static_cast<SQLUSMALLINT>(seconds / 60 % 60);
+    stamp.second = static_cast<SQLUSMALLINT>(seconds % 60);
+    stamp.fraction = static_cast<SQLUINTEGER>(moment.microseconds % 1000000 * 1000);
     Append(out, stamp);
   }
+}
+
+/// SQLite keeps an exact number as an integer of 64 bits or as a double, and turns it into one without a word.
+void CheckSqliteNumber(const std::string& plain, const ParameterShape& shape) {
+  if (shape.backend != Backend::kSqlite) return;
+  std::int64_t whole = 0;
+  const auto [end, error] = std::from_chars(plain.data(), plain.data() + plain.size(), whole);
+  if (error == std::errc() && end == plain.data() + plain.size()) return;
+  const std::string digits = SignificantDigits(plain);
+  if (digits.size() > 15) Refuse(shape, "a " + std::to_string(digits.size()) + " chiffres, et la base n'en garde que 15");
+}
+
+/// A decimal as the backend reads it; PostgreSQL's may be none, or infinite.
+std::string NumberTextOf(const Variant& value, const ParameterShape& shape) {
+  if (shape.backend == Backend::kPostgres) {
+    const auto* text = value.If<std::string>();
+    const bool real = value.Is<double>() || value.Is<float>();
+    const double number = real ? runtime::ToDouble(value) : 0;
+    if ((text && *text == "NaN") || std::isnan(number)) return "NaN";
+    if (text && (*text == "Infinity" || *text == "-Infinity")) return *text;
+    if (std::isinf(number)) return number < 0 ? "-Infinity" : "Infinity";
+  }
+  std::string plain = DecimalOf(value);
+  if (plain.empty()) Refuse(shape, "n'est pas un nombre que la base garde");
+  CheckSqliteNumber(plain, shape);
+  return plain;
+}
+
+double DoubleOf(const Variant& value, const ParameterShape& shape) {
+  const double number = runtime::ToDouble(value);
+  if (std::isnan(number) && !shape.hasNan) Refuse(shape, "n'est pas un nombre, et la base n'en garde rien");
+  if (std::isinf(number) && !shape.hasInfinity) Refuse(shape, "est infinie, et la base n'en garde rien");
+  if (shape.adoType == adSingle && std::isfinite(number) && std::isinf(static_cast<float>(number))) throw Error(runtime::kOverflow);
+  return number;
 }
 
 /// sqlType is that of wide texts.
@@ -226,6 +293,21 @@ ParameterShape FixedShape(ParameterShape shape, Form form, std::int16_t nativeTy
   return shape;
 }
 
+/// ASCII alone: any driver takes it as it is.
+ParameterShape AsciiShape(ParameterShape shape, Form form, std::int16_t sqlType) {
+  shape.form = form;
+  shape.nativeType = SQL_C_CHAR;
+  shape.sqlType = sqlType;
+  return shape;
+}
+
+/// Digits of the fraction of a second that a column keeps.
+std::int16_t MomentDigits(const FieldInfo& field, const DriverFacts& facts) {
+  if (facts.backend == Backend::kSqlite) return 6;
+  const bool told = field.type == adDBTimeStamp || (field.type == adDBTime && facts.momentsAreTexts);
+  return told && field.numericScale != 255 ? field.numericScale : std::int16_t{0};
+}
+
 }  // namespace
 
 ParameterShape ShapeFor(const FieldInfo& field, std::int16_t sqlType, const DriverFacts& facts) {
@@ -233,6 +315,10 @@ ParameterShape ShapeFor(const FieldInfo& field, std::int16_t sqlType, const Driv
   ParameterShape shape;
   shape.adoType = field.type;
   shape.column = field.name;
+  shape.backend = facts.backend;
+  shape.keepsNul = facts.keepsNul;
+  shape.hasNan = facts.hasNan;
+  shape.hasInfinity = facts.hasInfinity;
   switch (field.type) {
     case adTinyInt:
     case adUnsignedTinyInt:
@@ -254,11 +340,8 @@ ParameterShape ShapeFor(const FieldInfo& field, std::int16_t sqlType, const Driv
     case adDBTimeStamp:
     case adDBDate:
     case adDBTime: {
-      shape.digits = field.type != adDBTimeStamp ? std::int16_t{0}
-                     : sqlite                    ? std::int16_t{3}
-                     : field.numericScale == 255 ? std::int16_t{0}
-                                                 : field.numericScale;
-      if (sqlite) return TextShape(shape, Form::kIsoText, SQL_WVARCHAR, facts);
+      shape.digits = MomentDigits(field, facts);
+      if (facts.momentsAreTexts) return AsciiShape(shape, Form::kMomentText, SQL_VARCHAR);
       if (field.type == adDBDate) return FixedShape(shape, Form::kDate, SQL_C_TYPE_DATE, SQL_TYPE_DATE, sizeof(SQL_DATE_STRUCT), 10);
       if (field.type == adDBTime) return FixedShape(shape, Form::kTime, SQL_C_TYPE_TIME, SQL_TYPE_TIME, sizeof(SQL_TIME_STRUCT), 8);
       const std::size_t size = shape.digits > 0 ? 20U + static_cast<std::size_t>(shape.digits) : 19U;
@@ -289,12 +372,6 @@ ParameterShape ShapeFor(const FieldInfo& field, std::int16_t sqlType, const Driv
   return TextShape(shape, Form::kDecimalText, SQL_NUMERIC, facts);
 }
 
-ParameterShape WithDatesAsText(ParameterShape shape, const DriverFacts& facts) {
-  if (shape.form != Form::kTimestamp && shape.form != Form::kDate && shape.form != Form::kTime) return shape;
-  shape.fixedSize = 0;
-  return TextShape(shape, Form::kIsoText, SQL_WVARCHAR, facts);
-}
-
 bool Encode(const Variant& value, const ParameterShape& shape, std::vector<std::byte>& out) {
   if (value.IsNull() || value.IsEmpty()) return false;
   switch (shape.form) {
@@ -311,21 +388,21 @@ bool Encode(const Variant& value, const ParameterShape& shape, std::vector<std::
       return true;
     }
     case Form::kDouble:
-      Append(out, runtime::ToDouble(value));
+      Append(out, DoubleOf(value, shape));
       return true;
     case Form::kBit:
       Append(out, static_cast<std::uint8_t>(runtime::ToBoolean(value) ? 1 : 0));
       return true;
     case Form::kDecimalText:
-      AppendText(out, DecimalOf(value), shape);
+      AppendText(out, NumberTextOf(value, shape), shape);
       return true;
     case Form::kTimestamp:
     case Form::kDate:
     case Form::kTime:
       EncodeTimestamp(value, shape, out);
       return true;
-    case Form::kIsoText:
-      AppendText(out, IsoText(CalendarOf(value, shape.digits), shape.adoType).Text(), shape);
+    case Form::kMomentText:
+      AppendMoment(value, shape, out);
       return true;
     case Form::kGuidText: {
       std::string text = TextOf(value);
@@ -345,6 +422,7 @@ bool Encode(const Variant& value, const ParameterShape& shape, std::vector<std::
       const std::string other = known ? std::string() : TextOf(value);
       const std::string& text = known ? *known : other;
       if (shape.limit > 0 && static_cast<std::int64_t>(text.size()) > shape.limit) CheckLength(runtime::Length(text), shape);
+      CheckCharacters(text, shape);
       AppendText(out, text, shape);
       return true;
     }
@@ -355,7 +433,13 @@ bool Encode(const Variant& value, const ParameterShape& shape, std::vector<std::
 void ParameterSet::Add(const Variant& value, const ParameterShape& shape) {
   auto bound = std::make_unique<Bound>();
   bound->shape = shape;
-  const bool present = Encode(value, shape, bound->data);
+  bool present = false;
+  try {
+    present = Encode(value, shape, bound->data);
+  } catch (Error& error) {
+    const bool named = error.Description().find(shape.column) != std::string::npos;
+    throw named || shape.column.empty() ? error : error.WithContext("colonne " + shape.column);
+  }
   bound->indicator = present ? static_cast<std::ptrdiff_t>(bound->data.size()) : SQL_NULL_DATA;
   Bind(*bound);
   bound_.push_back(std::move(bound));
@@ -404,7 +488,11 @@ void ParameterSet::SendPieces(const Bound& bound) {
   std::size_t count = bound.source(piece.data(), piece.size());
   do {  // of an empty value an empty piece: without any the driver manager does not go on
     std::vector<std::byte> text;
-    if (bound.shape.form != Form::kBytes) AppendText(text, {reinterpret_cast<const char*>(piece.data()), count}, bound.shape);
+    if (bound.shape.form != Form::kBytes) {
+      const std::string_view characters(reinterpret_cast<const char*>(piece.data()), count);
+      CheckCharacters(characters, bound.shape);
+      AppendText(text, characters, bound.shape);
+    }
     auto* data = text.empty() ? piece.data() : text.data();
     statement_.Check(SQLPutData(statement_.Native(), data, static_cast<SQLLEN>(text.empty() ? count : text.size())));
     if (count > 0) count = bound.source(piece.data(), piece.size());

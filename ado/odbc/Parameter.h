@@ -15,7 +15,7 @@ namespace tamlo::ado::odbc {
 
 /// How values go to a column: the forms in which they are sent and the limits that are checked before.
 struct ParameterShape {
-  enum class Form { kInteger, kBigInteger, kDouble, kDecimalText, kBit, kTimestamp, kDate, kTime, kIsoText, kText, kGuidText, kBytes };
+  enum class Form { kInteger, kBigInteger, kDouble, kDecimalText, kBit, kTimestamp, kDate, kTime, kMomentText, kText, kGuidText, kBytes };
   Form form = Form::kText;
   std::int16_t nativeType = 0;  ///< C type
   std::int16_t sqlType = 0;
@@ -24,17 +24,19 @@ struct ParameterShape {
   std::int16_t digits = 0;
   std::int64_t limit = 0;  ///< characters or bytes that the column takes; 0 is without a limit
   std::int16_t adoType = 0;
+  Backend backend = Backend::kOther;
+  bool keepsNul = true;  ///< see DriverFacts
+  bool hasNan = true;
+  bool hasInfinity = true;
   std::string column;  ///< for errors
 };
 
 /// The shape for a column; sqlType is the driver's own type of it, or 0 when not known.
 [[nodiscard]] ParameterShape ShapeFor(const FieldInfo& field, std::int16_t sqlType, const DriverFacts& facts);
 
-/// The same for a column whose dates and times go as texts ("2003-02-01 13:14:15"), other shapes as they are.
-[[nodiscard]] ParameterShape WithDatesAsText(ParameterShape shape, const DriverFacts& facts);
-
 /// Appends the value as the shape's bytes. False for a null (also Empty). Errors 6 and 13 for what the column cannot take,
-/// -2147467259 naming the column for a text or bytes too long for it: nothing is ever cut.
+/// -2147467259 naming the column for a text or bytes too long for it, and for a value of which the driver or the backend would make another
+/// one without a word: nothing is ever cut or changed, but rounded to the digits that the column has.
 [[nodiscard]] bool Encode(const Variant& value, const ParameterShape& shape, std::vector<std::byte>& out);
 
 /// The parameters of one execution of a prepared statement. Must live until it is executed.

@@ -45,10 +45,34 @@ void CheckTold(std::ptrdiff_t length, const FieldInfo& field) {
   throw Unbelievable("une valeur du champ " + field.name + " de " + (length == kUntold ? "longueur non dite" : std::to_string(length) + " octets"));
 }
 
+/// Bytes that the driver writes behind a text.
+std::size_t Terminator(const FetchPlan& plan) { return plan.nativeType == SQL_C_BINARY ? 0 : plan.unit; }
+
 }  // namespace
 
-RowReader::RowReader(Statement& statement, const std::vector<FieldInfo>& fields, const std::vector<ColumnDescription>& columns)
-    : statement_(statement), fields_(fields), descriptions_(columns), columns_(fields.size()) {}
+BlockSeam& SeamOfBlocks() {
+  static BlockSeam seam;
+  return seam;
+}
+
+RowReader::RowReader(Statement& statement, const std::vector<FieldInfo>& fields, const std::vector<ColumnDescription>& columns,
+                     const ReadPlan& plan)
+    : statement_(statement),
+      fields_(fields),
+      descriptions_(columns),
+      columns_(plan.forms.size()),
+      companions_(plan.companions),
+      asksTypes_(plan.asksTypes),
+      singly_(plan.singly) {
+  for (std::size_t i = 0; i < columns_.size(); ++i) columns_[i].plan = plan.forms[i];
+}
+
+/// A companion has no field of its own: errors name the one that it stands for.
+const FieldInfo& RowReader::Info(std::size_t field) const {
+  if (field < fields_.size()) return fields_[field];
+  const auto of = std::find(companions_.begin(), companions_.end(), field);
+  return fields_[static_cast<std::size_t>(of - companions_.begin())];
+}
 
 void RowReader::Restart() {
   fetched_ = row_ = before_ = 0;
@@ -57,21 +81,19 @@ void RowReader::Restart() {
   NewRow();
 }
 
-void RowReader::ChooseForms() {
-  const auto& facts = statement_.Owner().Facts();
-  for (std::size_t i = 0; i < columns_.size(); ++i) {
-    const bool expression = facts.backend == Backend::kSqlite && descriptions_[i].table.empty();
-    columns_[i].plan = expression ? PlanForExpression(statement_.Describe(i + 1).sqlType, facts) : PlanFor(fields_[i], facts);
+void RowReader::AskTypes() {
+  for (std::size_t i = 0; i < fields_.size(); ++i) {
+    if (descriptions_[i].table.empty()) columns_[i].plan = PlanForExpression(statement_.Describe(i + 1).sqlType, statement_.Owner().Facts());
   }
 }
 
 void RowReader::BindColumns() {
   const auto& facts = statement_.Owner().Facts();
-  ChooseForms();
+  if (asksTypes_) AskTypes();
   std::size_t rowBytes = 0;
   for (auto& column : columns_) {
     // Behind a column that is read in pieces nothing may be bound unless the driver reads any column.
-    column.bound = column.plan.elementSize > 0 && rowBytes < kRowBytes && (!unboundColumns_ || facts.readsAnyColumn);
+    column.bound = !singly_ && column.plan.elementSize > 0 && rowBytes < kRowBytes && (!unboundColumns_ || facts.readsAnyColumn);
     unboundColumns_ = unboundColumns_ || !column.bound;
     if (column.bound) rowBytes += column.plan.elementSize + sizeof(std::ptrdiff_t);
   }
@@ -139,6 +161,11 @@ bool RowReader::FetchBlock() {
   if (!SQL_SUCCEEDED(result) && !(someBad && someGood)) statement_.Raise();
   if (someBad) spoilt_ = statement_.LastError();
   fetched_ = count;
+  if (SeamOfBlocks() && blockRows_ > 1) {
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
+      if (columns_[i].bound) SeamOfBlocks()(i, std::span(columns_[i].data).first(fetched_ * columns_[i].plan.elementSize));
+    }
+  }
   return true;
 }
 
@@ -149,8 +176,34 @@ void RowReader::RefuseSpoiltRow() const {
   throw error.WithContext("ligne " + std::to_string(before_ + row_ + 1));
 }
 
+/// An error of reading names the row and the column.
+template <typename Call>
+auto RowReader::Told(std::size_t field, Call&& call) {
+  try {
+    return call();
+  } catch (runtime::Error& error) {
+    throw error.WithContext("ligne " + std::to_string(before_ + row_ + 1) + ", colonne " + Info(field).name);
+  }
+}
+
 Variant RowReader::Value(std::size_t field) {
   RefuseSpoiltRow();
+  return Told(field, [&] {
+    if (auto value = FromCompanion(field)) return std::move(*value);
+    return Read(field);
+  });
+}
+
+/// What stands beside a column where the driver would spoil its value.
+std::optional<Variant> RowReader::FromCompanion(std::size_t field) {
+  const std::size_t companion = companions_[field];
+  if (companion == ReadPlan::kNone) return std::nullopt;
+  Variant value = Read(companion);
+  if (value.IsNull()) return std::nullopt;
+  return value;
+}
+
+Variant RowReader::Read(std::size_t field) {
   auto& column = columns_[field];
   if (!column.bound) {
     if (!column.whole) column.whole = ReadWhole(field);
@@ -159,13 +212,13 @@ Variant RowReader::Value(std::size_t field) {
   const std::ptrdiff_t length = column.indicators[row_];
   if (length == SQL_NULL_DATA) return runtime::Null{};
   const std::size_t room = column.plan.elementSize - column.plan.unit;
-  if (length < 0) CheckTold(length, fields_[field]);
+  if (length < 0) CheckTold(length, Info(field));
   const bool variable = column.plan.unit != 0 || column.plan.form == FetchPlan::Form::kBytes;
   // Longer than declared: the buffer holds a part only. The value is fetched again, whole.
   if (variable && (length < 0 || static_cast<std::size_t>(length) > room)) return ReadWhole(field);
-  if (length < 0) throw Unbelievable("une valeur du champ " + fields_[field].name + " sans longueur");
+  if (length < 0) throw Unbelievable("une valeur du champ " + Info(field).name + " sans longueur");
   CheckUnits(field, static_cast<std::size_t>(length));
-  return Decode(column.plan, fields_[field], column.data.data() + row_ * column.plan.elementSize, static_cast<std::size_t>(length));
+  return Decode(column.plan, Info(field), column.data.data() + row_ * column.plan.elementSize, static_cast<std::size_t>(length));
 }
 
 std::optional<Variant> RowReader::AtHand(std::size_t field) {
@@ -179,7 +232,7 @@ std::optional<Variant> RowReader::AtHand(std::size_t field) {
 /// Half a unit of UTF-16 is none.
 void RowReader::CheckUnits(std::size_t field, std::size_t length) const {
   const std::size_t unit = columns_[field].plan.unit;
-  if (unit > 1 && length % unit != 0) throw Unbelievable("un texte du champ " + fields_[field].name + " de " + std::to_string(length) + " octets");
+  if (unit > 1 && length % unit != 0) throw Unbelievable("un texte du champ " + Info(field).name + " de " + std::to_string(length) + " octets");
 }
 
 /// A value is read from its beginning once only; before it is read again the driver is made to forget how far it was.
@@ -205,7 +258,7 @@ void RowReader::Drain(std::size_t field) {
   std::size_t pieces = 0;
   while (SQL_SUCCEEDED(SQLGetData(statement_.Native(), static_cast<SQLUSMALLINT>(field + 1), type, piece.data(), sizeof(piece), &length))) {
     if (length == SQL_NULL_DATA) return;
-    if (++pieces == kMostDrained) throw Unbelievable("une valeur sans fin du champ " + fields_[field].name);
+    if (++pieces == kMostDrained) throw Unbelievable("une valeur sans fin du champ " + Info(field).name);
   }
 }
 
@@ -227,7 +280,7 @@ void RowReader::VisitOtherColumn(std::size_t field) {
 Variant RowReader::ReadWhole(std::size_t field) {
   const auto& facts = statement_.Owner().Facts();
   if (columns_[field].bound && (!facts.readsBound || (blockRows_ > 1 && !facts.readsInBlock))) {
-    throw runtime::Error(runtime::kProviderFailure, "La valeur du champ " + fields_[field].name + " dépasse sa taille déclarée.", "odbc");
+    throw runtime::Error(runtime::kProviderFailure, "La valeur du champ " + Info(field).name + " dépasse sa taille déclarée.", "odbc");
   }
   if (!facts.readsAnyOrder) {
     // The driver gives unbound columns from left to right only.
@@ -240,13 +293,13 @@ Variant RowReader::ReadWhole(std::size_t field) {
   bool isNull = false;
   const auto bytes = ReadBytes(field, isNull);
   if (isNull) return runtime::Null{};
-  return Decode(columns_[field].plan, fields_[field], bytes.data(), bytes.size());
+  return Decode(columns_[field].plan, Info(field), bytes.data(), bytes.size());
 }
 
 std::vector<std::byte> RowReader::ReadBytes(std::size_t field, bool& isNull) {
   const auto& plan = columns_[field].plan;
   const bool variable = plan.unit != 0 || plan.form == FetchPlan::Form::kBytes;
-  const std::size_t terminator = plan.unit;
+  const std::size_t terminator = Terminator(plan);
   std::vector<std::byte> value(kFewestBytes);
   std::size_t used = 0;
   for (;;) {
@@ -256,7 +309,7 @@ std::vector<std::byte> RowReader::ReadBytes(std::size_t field, bool& isNull) {
                                    static_cast<SQLLEN>(room), &length);
     statement_.Check(result);
     if (result == SQL_NO_DATA) break;
-    CheckTold(length, fields_[field]);
+    CheckTold(length, Info(field));
     isNull = length == SQL_NULL_DATA;
     if (isNull) break;
     const bool part = length == SQL_NO_TOTAL || static_cast<std::size_t>(length) > room - terminator;
@@ -264,14 +317,14 @@ std::vector<std::byte> RowReader::ReadBytes(std::size_t field, bool& isNull) {
       used += static_cast<std::size_t>(length);
       break;
     }
-    if (!variable) throw Unbelievable("une valeur du champ " + fields_[field].name + " de " + std::to_string(length) + " octets");
+    if (!variable) throw Unbelievable("une valeur du champ " + Info(field).name + " de " + std::to_string(length) + " octets");
     used += room - terminator;
     // What the driver says is left is a hint: the memory grows with what has come.
     const std::size_t told = length == SQL_NO_TOTAL ? value.size() : static_cast<std::size_t>(length) - (room - terminator);
     const std::size_t left = std::min(told, std::max<std::size_t>(4 * used, 16 * kFewestBytes));
     if (used + left > kLongestWhole) {
       throw runtime::Error(runtime::kProviderFailure,
-                           "La valeur du champ " + fields_[field].name + " est trop longue pour être lue d'un coup (plus de 512 Mo).", "odbc");
+                           "La valeur du champ " + Info(field).name + " est trop longue pour être lue d'un coup (plus de 512 Mo).", "odbc");
     }
     value.resize(used + left + terminator);
   }
@@ -283,7 +336,9 @@ std::vector<std::byte> RowReader::ReadBytes(std::size_t field, bool& isNull) {
 std::size_t RowReader::ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity) {
   if (capacity < 4) throw runtime::Error(runtime::kInvalidArgument);  // room for any one character
   auto& column = columns_[field];
-  const bool streams = column.plan.unit != 0 || column.plan.form == FetchPlan::Form::kBytes;
+  const bool streams = column.plan.form == FetchPlan::Form::kText || column.plan.form == FetchPlan::Form::kBytes;
+  RefuseSpoiltRow();
+  if (!column.whole && !column.bound && stream_.field != field) column.whole = FromCompanion(field);
   if (column.bound || column.whole || !streams || !statement_.Owner().Facts().readsAnyOrder) {
     if (stream_.field != field) {
       stream_ = Stream{};
@@ -308,7 +363,7 @@ std::size_t RowReader::StreamBytes(std::size_t field, std::byte* buffer, std::si
       SQLGetData(statement_.Native(), static_cast<SQLUSMALLINT>(field + 1), SQL_C_BINARY, buffer, static_cast<SQLLEN>(capacity), &length);
   statement_.Check(result);
   if (result == SQL_NO_DATA) return 0;
-  CheckTold(length, fields_[field]);
+  CheckTold(length, Info(field));
   if (length == SQL_NULL_DATA) return 0;
   const bool part = length == SQL_NO_TOTAL || static_cast<std::size_t>(length) > capacity;
   stream_.ended = !part;
@@ -326,9 +381,9 @@ void RowReader::ReadTextPiece(std::size_t field) {
   stream_.ended = true;
   stream_.offset = 0;
   if (result == SQL_NO_DATA) return;
-  CheckTold(length, fields_[field]);
+  CheckTold(length, Info(field));
   if (length == SQL_NULL_DATA) return;
-  const std::size_t room = piece.size() - plan.unit;
+  const std::size_t room = piece.size() - Terminator(plan);
   const bool part = length == SQL_NO_TOTAL || static_cast<std::size_t>(length) > room;
   stream_.ended = !part;
   piece.resize(part ? room - room % plan.unit : static_cast<std::size_t>(length));

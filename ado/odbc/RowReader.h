@@ -2,23 +2,33 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "ado/Provider.h"
+#include "ado/odbc/ReadQuery.h"
 #include "ado/odbc/Statement.h"
 #include "ado/odbc/ValueDecoder.h"
 #include "runtime/Error.h"
 
 namespace tamlo::ado::odbc {
 
+/// For tests alone: called with the buffer of each bound column of each block of more than one row that was fetched, so that a test can spoil
+/// it as a careless driver would. Empty in programs.
+using BlockSeam = std::function<void(std::size_t column, std::span<std::byte> values)>;
+[[nodiscard]] BlockSeam& SeamOfBlocks();
+
 /// Reads the rows of an executed statement: short columns in blocks into bound buffers, long ones piece by piece when asked for.
 class RowReader {
  public:
-  /// statement and fields must outlive the reader. Columns are bound when the first row is fetched.
-  RowReader(Statement& statement, const std::vector<FieldInfo>& fields, const std::vector<ColumnDescription>& columns);
+  /// statement, fields and columns must outlive the reader; what the plan says is executed. Columns are bound when the first row is fetched.
+  RowReader(Statement& statement, const std::vector<FieldInfo>& fields, const std::vector<ColumnDescription>& columns, const ReadPlan& plan);
 
+  /// What the statement must give: the fields, then their companions.
+  [[nodiscard]] std::size_t ColumnCount() const noexcept { return columns_.size(); }
   /// Begins with the rows of a new execution.
   void Restart();
   /// False at the end.
@@ -45,8 +55,13 @@ class RowReader {
     std::string pending;  // text that is read but not handed out
   };
 
-  void ChooseForms();
+  void AskTypes();
   void BindColumns();
+  std::optional<Variant> FromCompanion(std::size_t field);
+  [[nodiscard]] const FieldInfo& Info(std::size_t field) const;
+  Variant Read(std::size_t field);
+  template <typename Call>
+  auto Told(std::size_t field, Call&& call);
   bool FetchBlock();
   void RefuseSpoiltRow() const;
   void CheckUnits(std::size_t field, std::size_t length) const;
@@ -64,7 +79,10 @@ class RowReader {
   Statement& statement_;
   const std::vector<FieldInfo>& fields_;
   const std::vector<ColumnDescription>& descriptions_;
-  std::vector<Column> columns_;
+  std::vector<Column> columns_;  // of the fields, then the companions
+  std::vector<std::size_t> companions_;
+  bool asksTypes_ = false;
+  bool singly_ = false;
   std::size_t blockRows_ = 1;
   std::size_t fetched_ = 0;  // rows of the current block
   std::size_t before_ = 0;   // rows of the blocks before it

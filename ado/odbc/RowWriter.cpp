@@ -309,11 +309,13 @@ std::optional<std::vector<Variant>> RowWriter::ReadWhere(const std::string& cond
     columns.push_back(columns_[i]);
   }
   Statement statement(session_);
-  statement.Prepare("SELECT " + names + " FROM " + table_.text + condition);
+  const std::string sql = "SELECT " + names + " FROM " + table_.text + condition;
+  const ReadPlan plan = PlanReading(sql, fields, columns, *session_, ReadMode::kFast);
+  statement.Prepare(plan.sql.empty() ? sql : plan.sql);
   ParameterSet parameters(statement);
   for (const std::size_t field : keyFields) parameters.Add(key(field), Shape(field));
   parameters.Execute();
-  RowReader reader(statement, fields, columns);
+  RowReader reader(statement, fields, columns, plan);
   if (!reader.Next()) return std::nullopt;
   std::vector<Variant> row;
   for (std::size_t i = 0; i < fields.size(); ++i) row.push_back(reader.Value(i));

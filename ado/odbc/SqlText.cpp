@@ -225,6 +225,20 @@ TransactionEffect EffectOnTransaction(std::string_view sql) {
   return TransactionEffect::kEnds;
 }
 
+std::optional<std::string_view> QueryOf(std::string_view sql) {
+  Scanner scanner(sql);
+  const bool with = scanner.IsWord("WITH");
+  if (!with && !IsAnyWord(scanner, {"SELECT", "VALUES"})) return std::nullopt;
+  std::size_t end = 0;
+  for (; !scanner.AtEnd() && !scanner.IsCharacter(';'); scanner.Skip()) {
+    if (scanner.IsWord("INTO") || (with && IsAnyWord(scanner, {"INSERT", "UPDATE", "DELETE", "MERGE", "REPLACE"}))) return std::nullopt;
+    end = scanner.Begin() + scanner.Text().size();
+  }
+  while (scanner.IsCharacter(';')) scanner.Skip();
+  if (!scanner.AtEnd()) return std::nullopt;
+  return sql.substr(0, end);
+}
+
 bool ChangesSchema(std::string_view sql) {
   Scanner scanner(sql);
   if (IsAnyWord(scanner, {"CREATE", "ALTER", "DROP", "RENAME"})) return true;

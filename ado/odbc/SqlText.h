@@ -20,6 +20,10 @@ namespace tamlo::ado::odbc {
 /// Takes literals with characters beyond the 16-bit plane out of a statement: each becomes a parameter mark, its value is appended to values.
 [[nodiscard]] std::string WithoutWideLiterals(std::string_view sql, std::vector<std::string>& values);
 
+/// The text of a lone query (SELECT, VALUES, or WITH before one) that can stand in brackets in another one, without its semicolon.
+/// None for anything else: a batch, PRAGMA, a WITH before statements that write, SELECT ... INTO.
+[[nodiscard]] std::optional<std::string_view> QueryOf(std::string_view sql);
+
 /// True for statements that change definitions (CREATE, ALTER, DROP, RENAME, SELECT ... INTO).
 [[nodiscard]] bool ChangesSchema(std::string_view sql);
 

@@ -239,7 +239,10 @@ FieldInfo ToFieldInfo(const ColumnDescription& column, const DriverFacts& facts)
     field.precision = static_cast<std::int16_t>(std::min<std::size_t>(size, 255));
   } else {
     field.precision = NumberPrecision(field.type);
-    if (field.type == adDBTimeStamp) field.numericScale = column.digits;
+    // SQLite keeps the text of a moment: as many digits as were written.
+    if (field.type == adDBTimeStamp || field.type == adDBTime) {
+      field.numericScale = facts.backend == Backend::kSqlite ? std::int16_t{6} : column.digits;
+    }
   }
   if (const auto fixed = FixedSize(field.type)) {
     field.definedSize = fixed;

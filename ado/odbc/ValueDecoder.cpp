@@ -1,12 +1,15 @@
 #include "ado/odbc/ValueDecoder.h"
 
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <optional>
 #include <string>
 
 #include "ado/odbc/Diagnostics.h"
+#include "ado/odbc/Moment.h"
 #include "ado/odbc/NativeHeaders.h"
 #include "ado/odbc/TypeMap.h"
 #include "ado/odbc/WideText.h"
@@ -42,31 +45,14 @@ std::string TextOf(const FetchPlan& plan, const std::byte* data, std::size_t len
   return ToUtf8(reinterpret_cast<const char16_t*>(data), length / sizeof(char16_t));
 }
 
-/// Days since 1899-12-30 of a date of the proleptic Gregorian calendar.
-double DaysOf(int year, int month, int day) {
-  // Days from civil, counted in years that begin in March so that the leap day is the last one.
-  const int shifted = month <= 2 ? year - 1 : year;
-  const int era = (shifted >= 0 ? shifted : shifted - 399) / 400;
-  const int yearOfEra = shifted - era * 400;
-  const int dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
-  const int dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
-  return era * 146097.0 + dayOfEra - 693899.0;
-}
-
-/// Days with a time of day, which counts forward also before day 0: the fraction of a negative serial is taken off.
-runtime::Date SerialOf(double days, double seconds) {
-  const double fraction = seconds / 86400.0;
-  return {days < 0 ? days - fraction : days + fraction};
-}
-
-Variant FromTimestamp(int year, int month, int day, int hour, int minute, int second, double nanoseconds) {
-  if (month == 0 || day == 0) return runtime::Null{};  // MySQL's zero date
-  if (month < 1 || month > 12 || day < 1 || day > 31 || hour > 24 || minute > 59 || second > 61 || nanoseconds >= 1e9) {
-    throw Unbelievable("une date de mois " + std::to_string(month) + ", jour " + std::to_string(day) + ", " + std::to_string(hour) + " h " +
-                       std::to_string(minute) + " min " + std::to_string(second) + " s");
+/// MariaDB's zero date and days that no Date holds are texts; what no server has is a driver's invention.
+Variant FromTimestamp(const Moment& moment) {
+  if (moment.month < 0 || moment.month > 12 || moment.day < 0 || moment.day > 31 || moment.microseconds > 86'401'999'999) {
+    throw Unbelievable("une date de mois " + std::to_string(moment.month) + ", jour " + std::to_string(moment.day) + ", " +
+                       std::to_string(moment.microseconds / 1'000'000) + " s");
   }
-  const double seconds = hour * 3600.0 + minute * 60.0 + second + nanoseconds / 1e9;
-  return SerialOf(DaysOf(year, month, day), seconds);
+  if (const auto date = DateOfMoment(moment)) return *date;
+  return std::string(MomentText(moment, 6).Text());
 }
 
 std::optional<long long> WholeNumber(std::string_view text) {
@@ -79,7 +65,12 @@ std::optional<long long> WholeNumber(std::string_view text) {
 std::optional<double> Real(std::string_view text) {
   double value = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  if (end != text.data() + text.size()) return std::nullopt;
+  // SQLite writes the infinite as 9.0e+999; what is too small for a double cannot come from one.
+  if (error == std::errc::result_out_of_range && text.find("e+") != std::string_view::npos) {
+    return text.starts_with('-') ? -std::numeric_limits<double>::infinity() : std::numeric_limits<double>::infinity();
+  }
+  if (error != std::errc()) return std::nullopt;
   return value;
 }
 
@@ -102,7 +93,7 @@ Variant CheckedInteger(long long value, std::int16_t type) {
   return static_cast<std::int64_t>(value);
 }
 
-/// Ten-thousandths of a plain decimal; digits beyond are rounded, halves to the even neighbour.
+/// Ten-thousandths of a plain decimal; one with more digits than an amount has, before the point or behind it, stays a decimal.
 Variant CurrencyOf(const std::string& plain) {
   const bool negative = plain.starts_with('-');
   std::string digits;
@@ -122,58 +113,125 @@ Variant CurrencyOf(const std::string& plain) {
   }
   const std::string rest = digits.substr(digits.size() - (fraction - 4));
   digits.resize(digits.size() - (fraction - 4));
-  const auto whole = WholeNumber(digits.empty() ? "0" : digits);
-  if (!whole) throw runtime::Error(runtime::kOverflow);
-  long long value = *whole;
-  const bool half = !rest.empty() && rest[0] == '5' && rest.find_first_not_of('0', 1) == std::string::npos;
-  if (!rest.empty() && (half ? value % 2 != 0 : rest[0] >= '5')) ++value;
-  return runtime::Currency{negative ? -value : value};
+  const auto whole = WholeNumber((negative ? "-" : "") + (digits.empty() ? "0" : digits));
+  if (!whole || rest.find_first_not_of('0') != std::string::npos) return runtime::Decimal{plain};
+  return runtime::Currency{*whole};
 }
 
-/// The number that so many digits at the front of text make; -1 when one of them is no digit.
-int DigitsOf(std::string_view text, std::size_t digits) {
-  int number = 0;
-  for (const char c : text.substr(0, digits)) {
-    if (c < '0' || c > '9') return -1;
-    number = number * 10 + (c - '0');
-  }
-  return number;
-}
+Variant FromText(const FetchPlan& plan, const FieldInfo& field, std::string text);
 
-/// A date and time to the second in its usual spelling "2003-02-01 13:14:15"; null for any other.
-Variant UsualDate(std::string_view text) {
-  constexpr std::size_t kLength = 19;
-  if (text.size() != kLength || text[4] != '-' || text[7] != '-' || text[10] != ' ' || text[13] != ':' || text[16] != ':') {
-    return runtime::Null{};
+/// A text that no server writes for a day or a time stays one: it is never guessed at.
+Variant MomentValue(const std::string& text) {
+  if (const auto moment = ReadMoment(text)) {
+    if (const auto date = DateOfMoment(*moment)) return *date;
   }
-  const int year = DigitsOf(text, 4);
-  const int month = DigitsOf(text.substr(5), 2);
-  const int day = DigitsOf(text.substr(8), 2);
-  const int hour = DigitsOf(text.substr(11), 2);
-  const int minute = DigitsOf(text.substr(14), 2);
-  const int second = DigitsOf(text.substr(17), 2);
-  if (year < 0 || month < 1 || month > 12 || day < 1 || day > 31 || hour < 0 || minute < 0 || second < 0) return runtime::Null{};
-  return SerialOf(DaysOf(year, month, day), hour * 3600 + minute * 60 + second);
-}
-
-Variant DateOf(const std::string& text, std::int16_t type) {
-  if (Variant usual = UsualDate(text); !usual.IsNull()) return usual;
-  // ISO texts are read here for their fraction; anything else is left to the runtime, and what it cannot read stays a text.
-  int year = 0, month = 0, day = 0, hour = 0, minute = 0, used = 0;
-  double second = 0;
-  if (std::sscanf(text.c_str(), "%4d-%2d-%2d%n", &year, &month, &day, &used) == 3 && used == 10 && month >= 1 && month <= 12 && day >= 1 &&
-      day <= 31) {
-    const std::string_view rest = std::string_view(text).substr(10);
-    if (rest.empty()) return runtime::Date{DaysOf(year, month, day)};
-    if ((rest[0] == ' ' || rest[0] == 'T') && std::sscanf(text.c_str() + 11, "%2d:%2d:%lf", &hour, &minute, &second) >= 2) {
-      return SerialOf(DaysOf(year, month, day), hour * 3600 + minute * 60 + second);
-    }
-  }
-  if (type == adDBTime && std::sscanf(text.c_str(), "%2d:%2d:%lf", &hour, &minute, &second) >= 2) {
-    return runtime::Date{(hour * 3600 + minute * 60 + second) / 86400.0};
-  }
-  if (const auto date = runtime::ParseDate(text)) return *date;
   return text;
+}
+
+Variant RealOf(double value, std::int16_t type) {
+  if (type == adSingle && (std::isnan(value) || static_cast<double>(static_cast<float>(value)) == value)) return static_cast<float>(value);
+  return value;
+}
+
+/// The fewest digits that give the number again.
+std::string DigitsOf(const std::string& digits) {
+  const auto number = WholeNumber(digits) ? std::nullopt : Real(digits);
+  if (!number) return digits;
+  std::array<char, 400> text{};
+  const auto end = std::to_chars(text.data(), text.data() + text.size(), *number).ptr;
+  return {text.data(), end};
+}
+
+/// A number that SQLite holds in a column of any type.
+Variant NumberOf(const std::string& digits, std::int16_t type) {
+  const auto whole = WholeNumber(digits);
+  switch (type) {
+    case adBoolean:
+      if (whole) return *whole != 0;
+      break;
+    case adSingle:
+    case adDouble:
+      if (const auto number = Real(digits)) return RealOf(*number, type);
+      break;
+    case adCurrency:
+      if (const std::string plain = PlainDecimal(digits); !plain.empty()) return CurrencyOf(plain);
+      break;
+    case adNumeric:
+    case adVarNumeric:
+    case adUnsignedBigInt:
+      if (std::string plain = PlainDecimal(digits); !plain.empty()) return runtime::Decimal{std::move(plain)};
+      break;
+    case adBigInt:
+    case adTinyInt:
+    case adUnsignedTinyInt:
+    case adSmallInt:
+    case adUnsignedSmallInt:
+    case adInteger:
+    case adUnsignedInt:
+      if (whole) return CheckedInteger(*whole, type);
+      break;
+    case adDate:
+    case adDBDate:
+    case adDBTime:
+    case adDBTimeStamp:
+      return DigitsOf(digits);
+    default:
+      if (whole) return CheckedInteger(*whole, adInteger);
+      break;
+  }
+  if (const auto number = Real(digits)) return type == adBoolean ? Variant(*number != 0) : Variant(*number);
+  return digits;
+}
+
+std::optional<runtime::Bytes> BytesOfHex(std::string_view hex) {
+  const auto digit = [](char c) { return c >= '0' && c <= '9' ? c - '0' : c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1; };
+  runtime::Bytes bytes;
+  bytes.reserve(hex.size() / 2);
+  for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
+    if (digit(hex[i]) < 0 || digit(hex[i + 1]) < 0) return std::nullopt;
+    bytes.push_back(static_cast<std::byte>(digit(hex[i]) * 16 + digit(hex[i + 1])));
+  }
+  return bytes;
+}
+
+/// A text between single quotes, those inside doubled.
+std::string Unquoted(std::string_view literal) {
+  std::string text;
+  for (std::size_t i = 1; i + 1 < literal.size(); ++i) {
+    text.push_back(literal[i]);
+    if (literal[i] == '\'') ++i;
+  }
+  return text;
+}
+
+Variant FromLiteral(const FieldInfo& field, const std::string& literal) {
+  if (literal == "NULL") return runtime::Null{};
+  if (literal.starts_with("X'")) {
+    if (auto bytes = BytesOfHex(std::string_view(literal).substr(2, literal.size() - 3))) return std::move(*bytes);
+  }
+  if (!literal.starts_with('\'')) return NumberOf(literal, field.type);
+  std::string text = Unquoted(literal);
+  switch (field.type) {
+    case adBoolean:
+      return FromText({Form::kBooleanText, 0, 0, 1}, field, std::move(text));
+    case adGUID:
+      return FromText({Form::kGuidText, 0, 0, 1}, field, std::move(text));
+    case adDate:
+    case adDBDate:
+    case adDBTime:
+    case adDBTimeStamp:
+      return MomentValue(text);
+    default:
+      return text;
+  }
+}
+
+Variant FromHex(const std::string& hex) {
+  const bool isBytes = hex.starts_with('X');
+  auto bytes = BytesOfHex(std::string_view(hex).substr(isBytes ? 1 : 0));
+  if (!bytes) return hex;
+  if (isBytes) return std::move(*bytes);
+  return std::string(reinterpret_cast<const char*>(bytes->data()), bytes->size());
 }
 
 Variant FromText(const FetchPlan& plan, const FieldInfo& field, std::string text) {
@@ -190,6 +248,7 @@ Variant FromText(const FetchPlan& plan, const FieldInfo& field, std::string text
     }
     case Form::kGuidText: {
       const bool braces = text.starts_with('{');
+      if (text.size() != (braces ? 38U : 36U)) return text;
       return runtime::Guid{runtime::UpperCase(braces ? text : "{" + text + "}")};
     }
     case Form::kBooleanText: {
@@ -198,9 +257,27 @@ Variant FromText(const FetchPlan& plan, const FieldInfo& field, std::string text
       return upper == "T" || upper == "TRUE" || upper == "Y" || upper == "YES";
     }
     case Form::kDateText:
-      return DateOf(text, field.type);
+    case Form::kMomentText:
+      return MomentValue(text);
+    case Form::kLiteral:
+      return FromLiteral(field, text);
+    case Form::kLiteralText: {
+      Variant value = FromLiteral(field, text);
+      const bool number = !text.starts_with('\'') && !text.starts_with('X') && !value.IsNull();
+      return number ? Variant(DigitsOf(text)) : value;
+    }
+    case Form::kHexText:
+      return FromHex(text);
+    case Form::kFloatText: {
+      float number = 0;
+      const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+      if (error == std::errc() && end == text.data() + text.size()) return number;
+      return text;
+    }
     case Form::kTypedIntegerText:
-      if (const auto number = WholeNumber(text)) return CheckedInteger(*number, adInteger);
+      if (const auto number = WholeNumber(text)) {
+        return CheckedInteger(*number, IsTextType(field.type) ? std::int16_t{adInteger} : field.type);
+      }
       return text;
     case Form::kTypedDoubleText:
       if (const auto number = Real(text)) return *number;
@@ -211,6 +288,8 @@ Variant FromText(const FetchPlan& plan, const FieldInfo& field, std::string text
 }
 
 }  // namespace
+
+constexpr std::size_t kMomentBytes = 48;  // "infinity", "294276-12-31 23:59:59.999999", "0044-03-15 00:00:00 BC" and their zones
 
 FetchPlan PlanFor(const FieldInfo& field, const DriverFacts& facts) {
   const bool anyValue = facts.backend == Backend::kSqlite;
@@ -231,6 +310,7 @@ FetchPlan PlanFor(const FieldInfo& field, const DriverFacts& facts) {
     case adDBDate:
     case adDBTime:
       if (anyValue) return Text(Form::kDateText, 40, facts);
+      if (facts.momentsAreTexts) return {Form::kMomentText, SQL_C_CHAR, kMomentBytes, 1};
       break;
     default:
       break;
@@ -328,15 +408,17 @@ Variant Decode(const FetchPlan& plan, const FieldInfo& field, const std::byte* d
       return static_cast<float>(As<double>(data));
     case Form::kTimestamp: {
       const auto stamp = As<SQL_TIMESTAMP_STRUCT>(data);
-      return FromTimestamp(stamp.year, stamp.month, stamp.day, stamp.hour, stamp.minute, stamp.second, stamp.fraction);
+      Moment moment{true, true, false, stamp.year, stamp.month, stamp.day, 0};
+      moment.microseconds = ((stamp.hour * 60LL + stamp.minute) * 60 + stamp.second) * 1000000 + stamp.fraction / 1000;
+      return FromTimestamp(moment);
     }
     case Form::kDate: {
       const auto date = As<SQL_DATE_STRUCT>(data);
-      return FromTimestamp(date.year, date.month, date.day, 0, 0, 0, 0);
+      return FromTimestamp({true, false, false, date.year, date.month, date.day, 0});
     }
     case Form::kTime: {
       const auto time = As<SQL_TIME_STRUCT>(data);
-      return runtime::Date{(time.hour * 3600 + time.minute * 60 + time.second) / 86400.0};
+      return FromTimestamp({false, true, false, 0, 1, 1, ((time.hour * 60LL + time.minute) * 60 + time.second) * 1000000});
     }
     case Form::kBytes:
       return runtime::Bytes(data, data + length);

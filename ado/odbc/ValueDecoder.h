@@ -33,8 +33,13 @@ struct FetchPlan {
     kGuidText,
     kBooleanText,
     kDateText,
+    kMomentText,  ///< a day, a time or both as a server writes them; what no Date holds stays a text
     kTypedIntegerText,
-    kTypedDoubleText
+    kTypedDoubleText,
+    kFloatText,
+    kLiteral,      ///< a value as SQLite's quote() writes it
+    kLiteralText,  ///< the same in a column of texts: a number is a text too
+    kHexText   ///< bytes of a text; behind an "X" bytes in a column of texts
   };
   Form form = Form::kText;
   std::int16_t nativeType = 0;  ///< C type for the driver

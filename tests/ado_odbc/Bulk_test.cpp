@@ -190,15 +190,21 @@ TEST_P(Bulk, FractionsOfASecondAreRoundedToWhatTheColumnKeeps) {
   for (; !rs.Eof(); rs.MoveNext()) EXPECT_NEAR(rs.Fields(0).Value().If<runtime::Date>()->serial, expected.serial, 1e-9);
 }
 
-TEST_P(Bulk, BytesThatAreNoCharacterBecomeTheReplacementCharacter) {
+TEST_P(Bulk, BytesThatAreNoCharacterAreRefusedAndTheRowsBeforeThemAreThere) {
   MakeTable();
-  ado::BulkInsert bulk(connection, "b", {"id", "nom", "note"});
-  for (std::int32_t i = 0; i < 3; ++i) bulk.Add(std::array<Variant, 3>{i, "caf\xE9 noir", "\xED\xA0\x80 été"});
-  bulk.Flush();
-  ado::Recordset rs = Open("SELECT nom, note FROM b", ado::adOpenForwardOnly, ado::adLockReadOnly);
-  for (; !rs.Eof(); rs.MoveNext()) {
-    EXPECT_EQ(rs.Fields("nom").Value(), Variant("caf\uFFFD noir"));
-    EXPECT_EQ(rs.Fields("note").Value(), Variant("\uFFFD\uFFFD\uFFFD été"));
+  for (const char* text : {"caf\xE9 noir", "\xED\xA0\x80 été"}) {
+    Execute("DELETE FROM b");
+    ado::BulkInsert bulk(connection, "b", {"id", "note"});
+    bulk.Add(std::array<Variant, 2>{std::int32_t{0}, "café"});
+    try {
+      bulk.Add(std::array<Variant, 2>{std::int32_t{1}, text});
+      bulk.Flush();
+      FAIL() << "no error";
+    } catch (const runtime::Error& error) {
+      EXPECT_EQ(error.Number(), -2147467259);
+      EXPECT_EQ(error.Description(), "ligne 2, colonne note : La valeur du champ note contient des octets qui ne sont pas un caractère.");
+    }
+    EXPECT_EQ(Count("b"), 1);
   }
 }
 

@@ -22,7 +22,7 @@ class SqliteEngine final : public Engine {
                                                            {"money", "CURRENCY"}};
     return kTypes.at(what);
   }
-  Capabilities Can() const override { return {.streams = false, .enforcesLengths = false, .keepsDoubles = false, .declaresScale = false}; }
+  Capabilities Can() const override { return {.streams = false, .enforcesLengths = false, .declaresScale = false}; }
 
  private:
   TemporaryFolder folder_;

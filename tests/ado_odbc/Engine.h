@@ -20,7 +20,6 @@ namespace tamlo::tests {
 struct Capabilities {
   bool streams = true;          ///< the driver takes long values in pieces: SQLite's wants the length beforehand
   bool enforcesLengths = true;  ///< the engine refuses a text longer than declared: SQLite keeps any length
-  bool keepsDoubles = true;     ///< doubles come back with all their bits: SQLite's driver reads them with 15 digits
   bool declaresScale = true;    ///< fractions of seconds follow the declaration: SQLite keeps the text
 };
 

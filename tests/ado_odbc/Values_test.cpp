@@ -80,18 +80,13 @@ TEST_P(Values, NumbersThatDoNotFitAreRefused) {
   EXPECT_EQ(ErrorOf([&] { (void)RoundTrip("INTEGER", Variant("abc")); }), 13);
 }
 
-TEST_P(Values, RealNumbersKeepEveryBitWhereTheDriverReadsThemAll) {
+TEST_P(Values, RealNumbersKeepEveryBit) {
   for (const double value : {0.1, -1.5e300, 123456.789012345}) {
     EXPECT_EQ(RoundTrip(engine->Type("double"), value), Variant(value));
   }
   EXPECT_EQ(type_, ado::adDouble);
   for (const double value : {0.1 + 0.2, 1.0 / 3, -1e22 / 7, 123456789.12345679}) {
-    const double back = runtime::ToDouble(RoundTrip(engine->Type("double"), value));
-    if (engine->Can().keepsDoubles) {
-      EXPECT_EQ(back, value);
-    } else {
-      EXPECT_NEAR(back / value, 1, 5e-15) << "15 digits";
-    }
+    EXPECT_EQ(RoundTrip(engine->Type("double"), value), Variant(value));
   }
 }
 
