@@ -1,6 +1,7 @@
 #include "ado/odbc/DriverFacts.h"
 
 #include <array>
+#include <cstdlib>
 
 #include "ado/odbc/Handle.h"
 #include "ado/odbc/NativeHeaders.h"
@@ -86,7 +87,9 @@ void Measured(DriverFacts& facts, void* connection) {
       break;
     case Backend::kPostgres:
       facts.listsAllColumns = true;
-      facts.momentsAreTexts = true;
+      // Engines that speak its protocol (H2 among them) say that they are of version 8.
+      facts.castsToText = std::atoi(TextInfo(connection, SQL_DBMS_VER).c_str()) >= 9;
+      facts.momentsAreTexts = facts.castsToText;
       facts.keepsNul = false;
       facts.batch = BatchMethod::kMultiRowValues;
       facts.batchRows = 200;

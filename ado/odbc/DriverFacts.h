@@ -32,6 +32,7 @@ struct DriverFacts {
   bool numbersAsText = false;       ///< exact and 64-bit numbers are bound as texts
   bool narrowIsUtf8 = false;        ///< narrow texts are UTF-8 in both directions, so that nobody need convert them
   bool momentsAreTexts = false;     ///< days and times go as texts: the driver's structures hold less than the backend's values
+  bool castsToText = false;         ///< PostgreSQL's own server: "value::text" is its text of a value. Others speak its protocol
   bool keepsNul = true;             ///< a character 0 inside a text is written like any other
   bool hasNan = true;               ///< numbers that are none are stored as such
   bool hasInfinity = true;          ///< so are infinite ones

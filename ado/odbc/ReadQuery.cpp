@@ -204,8 +204,8 @@ ReadPlan AsItStands(const std::vector<FieldInfo>& fields, const DriverFacts& fac
   return plan;
 }
 
-bool HasExpressions(Backend backend, ReadMode mode) {
-  return backend == Backend::kSqlite || backend == Backend::kPostgres || (backend == Backend::kMySql && mode == ReadMode::kServerText);
+bool HasExpressions(const DriverFacts& facts, ReadMode mode) {
+  return facts.backend == Backend::kSqlite || facts.castsToText || (facts.backend == Backend::kMySql && mode == ReadMode::kServerText);
 }
 
 }  // namespace
@@ -215,7 +215,7 @@ ReadPlan PlanReading(const std::string& sql, const std::vector<FieldInfo>& field
   const DriverFacts& facts = session.Facts();
   ReadPlan plan = AsItStands(fields, facts, mode);
   const auto query = QueryOf(sql);
-  if (!query || fields.empty() || !HasExpressions(facts.backend, mode)) return plan;
+  if (!query || fields.empty() || !HasExpressions(facts, mode)) return plan;
   std::vector<Expression> expressions;
   const auto names = NamesOutside(columns, session);
   bool plain = true;
