@@ -75,6 +75,8 @@ struct RowsetRequest {
   std::int32_t options = adOptionUnspecified;
   CursorLocation location = adUseServer;
   std::int32_t timeoutSeconds = 0;
+  /// Each value alone, and as the backend's own text where it has one: see Recordset::ReadsByAnotherWay.
+  bool anotherWay = false;
 };
 
 /// Tables, columns and indexes of a connection.

@@ -45,12 +45,17 @@ void Recordset::Open(const std::string& source, Connection* connection, CursorTy
   if (IsOpen()) throw AdoError(runtime::kObjectOpen);
   if (connection == nullptr || !connection->IsOpen()) throw AdoError(runtime::kConnectionInvalid);
   const auto& owner = connection->state_;
-  RowsetRequest request{source, cursor, lock, options, owner->cursorLocation, owner->commandTimeout};
+  RowsetRequest request{source, cursor, lock, options, owner->cursorLocation, owner->commandTimeout, anotherWay_};
   if (request.cursor == adOpenUnspecified) request.cursor = adOpenForwardOnly;
   auto opened = std::make_unique<RecordsetState>(owner, request);
   if (!opened->rowset) return;
   if (request.cursor == adOpenStatic) opened->EnsureFirst();
   state_ = std::move(opened);
+}
+
+void Recordset::ReadsByAnotherWay(bool yes) {
+  if (IsOpen()) throw AdoError(runtime::kObjectOpen);
+  anotherWay_ = yes;
 }
 
 void Recordset::Close() {

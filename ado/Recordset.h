@@ -59,6 +59,10 @@ class Recordset {
   /// Prepares and describes source; the query is executed when the first row is asked for, that of a static recordset at once, and its rows
   /// are then those of that moment. A statement that gives no rows is run, and the recordset stays closed.
   void Open(const std::string& source, Connection* connection, CursorType cursor, LockType lock, std::int32_t options);
+  /// For a check of what was read: the recordsets opened from now on read each value alone instead of in blocks, as a text that the backend
+  /// itself makes of it where the provider knows how to ask (ODBC: MySQL, PostgreSQL, SQLite). The values are the same, the way is another
+  /// one, and slower. Other providers read as ever. To be said before Open; error 3705 on an open recordset.
+  void ReadsByAnotherWay(bool yes);
   /// A pending edit is given up. Error 3704 when closed already.
   void Close();
   [[nodiscard]] bool IsOpen() const noexcept;
@@ -97,6 +101,7 @@ class Recordset {
 
  private:
   std::unique_ptr<RecordsetState> state_;
+  bool anotherWay_ = false;
 };
 
 }  // namespace tamlo::ado

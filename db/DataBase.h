@@ -186,7 +186,8 @@ class DataBase {
   CopieBilan CopieDonnees(const std::string& nom, DataBase& cible, const CopieOptions& options = {});
   /// Gives cible a table with the structure of this one's table nom (ajoute) and its rows (copie).
   CopieBilan TblCopie(const std::string& nom, DataBase& cible, bool ajoute, bool copie, const CopieOptions& options = {});
-  /// Reads the table on both sides and compares the rows, whatever their order on a key.
+  /// Reads the table on both sides and compares the rows, whatever their order on a key. It does not trust the way that copied: values are read
+  /// one by one, as the server's own text where the provider knows how to ask for it.
   [[nodiscard]] VerifieBilan VerifieCopie(const std::string& nom, DataBase& cible);
 
   /// Links a table of another database into this Access database under nomLocal (the table's own name when blank), with its indexes, and

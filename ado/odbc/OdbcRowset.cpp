@@ -44,6 +44,7 @@ OdbcRowset::OdbcRowset(std::shared_ptr<Session> session, const RowsetRequest& re
   if (ChangesSchema(sql)) session_->SchemaChanged();
   isSingle_ = IsSingleChangeOrQuery(sql);
   sql_ = std::move(sql);
+  if (request.anotherWay) mode_ = ReadMode::kServerText;
   statement_.Prepare(sql_);
   BindLiterals();
   Describe();
@@ -67,7 +68,7 @@ void OdbcRowset::BindLiterals() {
 
 /// What was prepared describes the query; what is executed may be another text, that gives its values as they are.
 void OdbcRowset::PrepareReading() {
-  const ReadPlan plan = PlanReading(sql_, fields_, columns_, *session_, ReadMode::kFast);
+  const ReadPlan plan = PlanReading(sql_, fields_, columns_, *session_, mode_);
   if (!plan.sql.empty()) {
     if (executed_) statement_.CloseCursor();
     executed_ = false;

@@ -80,6 +80,7 @@ class OdbcRowset final : public ProviderRowset {
   std::vector<std::string> literals_;  // taken out of the text, bound as parameters
   std::unique_ptr<ParameterSet> literalParameters_;
   std::string sql_;
+  ReadMode mode_ = ReadMode::kFast;
   std::vector<ColumnDescription> columns_;
   std::vector<FieldInfo> fields_;
   std::optional<RowReader> reader_;

@@ -14,17 +14,21 @@ enum class Regle {
   kTexte,    ///< without trailing blanks; a blank text is the same as none
   kLong,     ///< piece by piece, a null is not an empty text
   kBooleen,  ///< any number but 0 is true
-  kSimple,   ///< numbers of which one side is a single: seven digits
-  kDouble,   ///< numbers of which one side is a double: fifteen digits
+  kSimple,   ///< numbers of which one side is a single: as singles, every bit
+  kDouble,   ///< numbers of which one side is a double: as doubles, every bit
   kExact,    ///< other numbers
-  kDate,     ///< to the second
+  kDate,     ///< days and times, to the digits of a second that both sides keep
   kOctets,   ///< bytes and everything else
 };
 [[nodiscard]] Regle RegleDe(std::int16_t typeSource, std::int16_t typeCible);
 
+/// Digits of a second's fraction that a column of days or times keeps; 0 for any other.
+[[nodiscard]] std::int16_t ChiffresDeSeconde(const ado::Field& champ);
+
 struct ColonneComparee {
   std::string nom;
   Regle regle = Regle::kOctets;
+  std::int16_t chiffres = 0;  ///< of a second's fraction
   bool cle = false;  ///< part of the key that pairs the rows of the two sides
 };
 

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "db/DataBase.h"
@@ -23,7 +24,8 @@ std::vector<ColonneComparee> Colonnes(const ado::Recordset& source, const ado::R
   for (std::size_t i = 0; i < source.FieldCount(); ++i) {
     const ado::Field& ici = source.Fields(i);
     const ado::Field& labas = cible.Fields(ici.Name());
-    colonnes.push_back({ici.Name(), ddl::RegleDe(ici.Type(), labas.Type()), false});
+    const std::int16_t chiffres = std::min(ddl::ChiffresDeSeconde(ici), ddl::ChiffresDeSeconde(labas));
+    colonnes.push_back({ici.Name(), ddl::RegleDe(ici.Type(), labas.Type()), chiffres, false});
   }
   return colonnes;
 }
@@ -102,7 +104,15 @@ class Comparaison {
     return std::any_of(colonnes_.begin(), colonnes_.end(), [](const ColonneComparee& c) { return c.cle; });
   }
 
-  LecteurEmpreintes Lecteur(DataBase& base) { return {base.OpenRecordSet(texte_, 0), colonnes_}; }
+  /// By another way than the one by which rows are copied: what a driver spoils in the one must not look right because the other spoils it too.
+  LecteurEmpreintes Lecteur(DataBase& base) {
+    std::string texte = texte_;
+    base.FormateSSQL(texte);
+    ado::Recordset rangees;
+    rangees.ReadsByAnotherWay(true);
+    rangees.Open(texte, &base.Connexion(), ado::adOpenForwardOnly, ado::adLockUnspecified, ado::adOptionUnspecified);
+    return {std::move(rangees), colonnes_};
+  }
 
   /// Counts, and adds up the fingerprints of each side: equal sums mean equal rows, whatever their order and number, in constant memory.
   bool MemesSommes(VerifieBilan& bilan) {
