@@ -304,6 +304,7 @@ ParameterShape AsciiShape(ParameterShape shape, Form form, std::int16_t sqlType)
 /// Digits of the fraction of a second that a column keeps.
 std::int16_t MomentDigits(const FieldInfo& field, const DriverFacts& facts) {
   if (facts.backend == Backend::kSqlite) return 6;
+  if (facts.backend == Backend::kPostgres && field.numericScale == 255 && field.type == adDBTimeStamp) return 6;  // the server rounds
   const bool told = field.type == adDBTimeStamp || (field.type == adDBTime && facts.momentsAreTexts);
   return told && field.numericScale != 255 ? field.numericScale : std::int16_t{0};
 }

@@ -176,13 +176,15 @@ void RowReader::RefuseSpoiltRow() const {
   throw error.WithContext("ligne " + std::to_string(before_ + row_ + 1));
 }
 
-/// An error of reading names the row and the column.
+/// An error of reading names the row and the column, behind what it says.
 template <typename Call>
 auto RowReader::Told(std::size_t field, Call&& call) {
   try {
     return call();
-  } catch (runtime::Error& error) {
-    throw error.WithContext("ligne " + std::to_string(before_ + row_ + 1) + ", colonne " + Info(field).name);
+  } catch (const runtime::Error& error) {
+    const std::string where = " (ligne " + std::to_string(before_ + row_ + 1) + ", colonne " + Info(field).name + ")";
+    runtime::Error told(error.Number(), error.Description() + where, error.Source());
+    throw told.WithDiagnostics(error.Diagnostics()).WithSent(error.Sent());
   }
 }
 

@@ -242,6 +242,8 @@ FieldInfo ToFieldInfo(const ColumnDescription& column, const DriverFacts& facts)
     // SQLite keeps the text of a moment: as many digits as were written.
     if (field.type == adDBTimeStamp || field.type == adDBTime) {
       field.numericScale = facts.backend == Backend::kSqlite ? std::int16_t{6} : column.digits;
+      // Of an engine that speaks PostgreSQL's protocol alone its driver says 6, whatever the column keeps.
+      if (facts.backend == Backend::kPostgres && !facts.castsToText) field.numericScale = 255;
     }
   }
   if (const auto fixed = FixedSize(field.type)) {

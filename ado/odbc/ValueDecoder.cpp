@@ -45,12 +45,21 @@ std::string TextOf(const FetchPlan& plan, const std::byte* data, std::size_t len
   return ToUtf8(reinterpret_cast<const char16_t*>(data), length / sizeof(char16_t));
 }
 
+struct TimeOfDay {
+  int hour = 0;
+  int minute = 0;
+  int second = 0;
+  std::uint32_t nanoseconds = 0;
+};
+
 /// MariaDB's zero date and days that no Date holds are texts; what no server has is a driver's invention.
-Variant FromTimestamp(const Moment& moment) {
-  if (moment.month < 0 || moment.month > 12 || moment.day < 0 || moment.day > 31 || moment.microseconds > 86'401'999'999) {
-    throw Unbelievable("une date de mois " + std::to_string(moment.month) + ", jour " + std::to_string(moment.day) + ", " +
-                       std::to_string(moment.microseconds / 1'000'000) + " s");
+Variant FromTimestamp(Moment moment, const TimeOfDay& time) {
+  if (moment.month < 0 || moment.month > 12 || moment.day < 0 || moment.day > 31 || time.hour > 24 || time.minute > 59 || time.second > 61 ||
+      time.nanoseconds >= 1'000'000'000) {
+    throw Unbelievable("une date de mois " + std::to_string(moment.month) + ", jour " + std::to_string(moment.day) + ", " + std::to_string(time.hour) +
+                       " h " + std::to_string(time.minute) + " min " + std::to_string(time.second) + " s");
   }
+  moment.microseconds = ((time.hour * 60LL + time.minute) * 60 + time.second) * 1'000'000 + time.nanoseconds / 1000;
   if (const auto date = DateOfMoment(moment)) return *date;
   return std::string(MomentText(moment, 6).Text());
 }
@@ -408,17 +417,15 @@ Variant Decode(const FetchPlan& plan, const FieldInfo& field, const std::byte* d
       return static_cast<float>(As<double>(data));
     case Form::kTimestamp: {
       const auto stamp = As<SQL_TIMESTAMP_STRUCT>(data);
-      Moment moment{true, true, false, stamp.year, stamp.month, stamp.day, 0};
-      moment.microseconds = ((stamp.hour * 60LL + stamp.minute) * 60 + stamp.second) * 1000000 + stamp.fraction / 1000;
-      return FromTimestamp(moment);
+      return FromTimestamp({true, true, false, stamp.year, stamp.month, stamp.day, 0}, {stamp.hour, stamp.minute, stamp.second, stamp.fraction});
     }
     case Form::kDate: {
       const auto date = As<SQL_DATE_STRUCT>(data);
-      return FromTimestamp({true, false, false, date.year, date.month, date.day, 0});
+      return FromTimestamp({true, false, false, date.year, date.month, date.day, 0}, {});
     }
     case Form::kTime: {
       const auto time = As<SQL_TIME_STRUCT>(data);
-      return FromTimestamp({false, true, false, 0, 1, 1, ((time.hour * 60LL + time.minute) * 60 + time.second) * 1000000});
+      return FromTimestamp({false, true, false, 0, 1, 1, 0}, {time.hour, time.minute, time.second, 0});
     }
     case Form::kBytes:
       return runtime::Bytes(data, data + length);

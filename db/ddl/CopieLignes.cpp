@@ -1,7 +1,9 @@
 #include "db/ddl/CopieLignes.h"
 
+#include <algorithm>
 #include <chrono>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include "ado/BulkInsert.h"
@@ -37,11 +39,27 @@ class Progression {
   Horloge::time_point dernier_;
 };
 
-/// A column of the target: its name there, and the characters that it holds at most (0: whatever the backend takes).
+/// A column of the target: its name there, the characters that it holds at most (0: whatever the backend takes), and whether it holds days or
+/// times as the source's does.
 struct ColonneCible {
   std::string nom;
   std::size_t longueur = 0;
+  bool moments = false;
 };
+
+bool EstMoment(std::int16_t type) {
+  return type == ado::adDate || type == ado::adDBDate || type == ado::adDBTime || type == ado::adDBTimeStamp;
+}
+
+/// A text for which there is no Date, as servers write it: "0000-00-00", "838:59:59", "-infinity". SQLite lets any text stand in a column of
+/// days, and one like "1/2" would be read as a day of this year.
+bool EcritParUnServeur(std::string_view texte) {
+  if (texte.starts_with('-')) texte.remove_prefix(1);
+  if (texte == "infinity") return true;
+  const std::size_t chiffres = std::min(texte.find_first_not_of("0123456789"), texte.size());
+  if (chiffres == texte.size()) return false;
+  return texte[chiffres] == '-' ? chiffres >= 4 : texte[chiffres] == ':' && chiffres >= 2;
+}
 
 /// Writes rows into the target: in batches until a row comes that is too long for memory, row by row from then on.
 class EcritureCible {
@@ -51,7 +69,7 @@ class EcritureCible {
     auto description = cible.OpenRecordSet("SELECT * FROM [" + nom + "]", 0);
     std::vector<std::string> noms;
     for (std::size_t i = 0; i < source.FieldCount(); ++i) {
-      colonnes_.push_back(Colonne(description, source.Fields(i).Name()));
+      colonnes_.push_back(Colonne(description, source.Fields(i)));
       noms.push_back(colonnes_.back().nom);
     }
     description.Close();
@@ -68,6 +86,7 @@ class EcritureCible {
   void Ecrit(const LigneSource& ligne) {
     ++lignes_;
     VerifieLongueurs(ligne);
+    VerifieMoments(ligne);
     if (!ligne.fichiers.empty() && lots_) PasseLigneALigne();
     if (!lots_) {
       EcritSeule(ligne);
@@ -85,12 +104,12 @@ class EcritureCible {
   }
 
  private:
-  [[nodiscard]] ColonneCible Colonne(const ado::Recordset& description, const std::string& nom) const {
-    const ado::Field& champ = description.Fields(nom);
+  [[nodiscard]] ColonneCible Colonne(const ado::Recordset& description, const ado::Field& source) const {
+    const ado::Field& champ = description.Fields(source.Name());
     // The sizes of the other kinds' drivers are no promise: a column without a length is told with one.
     const bool sur = cible_.Kind16() >= TypJet && cible_.Kind16() < TypOdbc;
     const bool limite = sur && ado::IsTextType(champ.Type()) && !ado::IsLongType(champ.Type()) && champ.DefinedSize() > 0;
-    return {champ.Name(), limite ? static_cast<std::size_t>(champ.DefinedSize()) : 0};
+    return {champ.Name(), limite ? static_cast<std::size_t>(champ.DefinedSize()) : 0, EstMoment(source.Type()) && EstMoment(champ.Type())};
   }
 
   /// The owner behind which the target's table stands, on Oracle alone; statements name it without quotes.
@@ -120,6 +139,16 @@ class EcritureCible {
       throw runtime::Error(runtime::kProviderFailure, "ligne " + std::to_string(lignes_) + " : colonne " + colonnes_[i].nom +
                                                           " : texte de " + std::to_string(longueur) + " caractères pour une colonne de " +
                                                           std::to_string(colonnes_[i].longueur));
+    }
+  }
+
+  /// What stands as a text in a column of days or times is never guessed at.
+  void VerifieMoments(const LigneSource& ligne) {
+    for (std::size_t i = 0; i < colonnes_.size(); ++i) {
+      const auto* texte = colonnes_[i].moments ? ligne.valeurs[i].If<std::string>() : nullptr;
+      if (texte == nullptr || EcritParUnServeur(*texte)) continue;
+      Termine();
+      throw runtime::Error(runtime::kTypeMismatch).WithContext("ligne " + std::to_string(lignes_) + ", colonne " + colonnes_[i].nom);
     }
   }
 

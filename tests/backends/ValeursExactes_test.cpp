@@ -52,7 +52,7 @@ TEST(ValeursExactes, NumbersOfSinglePrecisionArriveAndTheCheckKnowsIt) {
   source.Brut("INSERT INTO T VALUES (1, 1.5), (2, 2.5), (3, 3.5), (4, 0.1), (5, NULL)");
   cible.Table("ID INTEGER PRIMARY KEY, F SINGLE");
   (void)source->CopieDonnees("T", *cible);
-  EXPECT_EQ(cible.Dit("SELECT printf('%.17g', F) FROM T WHERE ID < 5 ORDER BY ID"), "1.5;2.5;3.5;0.10000000149011612;");
+  EXPECT_EQ(cible.Dit("SELECT printf('%!.17g', F) FROM T WHERE ID < 5 ORDER BY ID"), "1.5;2.5;3.5;0.10000000149011612;");
   EXPECT_TRUE(source->VerifieCopie("T", *cible).Egales());
 }
 
@@ -113,12 +113,45 @@ TEST(ValeursExactes, WhatAnAccessFileHasNoValueForIsRefusedWithTableRowAndColumn
   source.Table("ID INT PRIMARY KEY, D DATETIME");
   source.Brut("SET sql_mode=''");
   source.Brut("INSERT INTO T VALUES (1, '2026-01-01'), (2, '0000-00-00'), (3, '2026-01-03')");
+  cible.Table("ID LONG CONSTRAINT PK PRIMARY KEY, D DATETIME");
   const auto erreur = runtime::IgnoringErrors([&] { (void)source->CopieDonnees("T", *cible); });
-  EXPECT_EQ(erreur.number, 13) << erreur.description;
-  EXPECT_TRUE(erreur.description.starts_with("copie de la table T : ligne 2")) << erreur.description;
-  EXPECT_NE(erreur.description.find("olonne d"), std::string::npos) << erreur.description;
+  EXPECT_EQ(erreur.number, runtime::kProviderFailure);
+  EXPECT_EQ(erreur.description, "copie de la table T : ligne 2 : Type de données incompatible : \"0000-00-00 00:00:00\" is not a date, column \"D\"");
   // The table itself stays readable, the value with it.
   EXPECT_EQ(source.Dit("SELECT D FROM T ORDER BY ID").find("0000-00-00 00:00:00;") != std::string::npos, true);
+}
+
+TEST(ValeursExactes, NoDayOfAServerBecomesAnotherOneInAnAccessFile) {
+  for (const char* jour : {"0001-01-01", "0099-12-31 12:00:00", "2026-00-00", "2026-01-00", "9999-12-31 23:59:59.999999"}) {
+    Base source("MariaDb");
+    Base cible("Jet");
+    source.Table("ID INT PRIMARY KEY, D DATETIME(6)");
+    source.Brut("SET sql_mode=''");
+    source.Brut("INSERT INTO T VALUES (1, '" + std::string(jour) + "')");
+    cible.Table("ID LONG CONSTRAINT PK PRIMARY KEY, D DATETIME");
+    const auto erreur = runtime::IgnoringErrors([&] { (void)source->CopieDonnees("T", *cible); });
+    EXPECT_EQ(erreur.number, runtime::kProviderFailure) << jour << ": " << cible.Dit("SELECT D FROM T");
+    EXPECT_TRUE(erreur.description.starts_with("copie de la table T : ligne 1 : Type de données incompatible : ")) << erreur.description;
+    EXPECT_TRUE(erreur.description.ends_with(" is not a date, column \"D\"")) << erreur.description;
+  }
+}
+
+/// SQLite takes any text into a column of days. It is read as it stands, and a copy makes no day of it.
+TEST(ValeursExactes, ATextInAColumnOfDaysStaysOneAndIsNotCopiedAsADay) {
+  Base source("Sqlite");
+  source.Table("ID INTEGER PRIMARY KEY, D DATE, H TIME");
+  source.Brut("INSERT INTO T VALUES (1, '2026-02-28', '10:11:12'), (2, '1/2', NULL), (3, '31/12/2003', NULL), (4, 'dec 2003', '8:30'), (5, 'abc', NULL)");
+  EXPECT_EQ(source.Dit("SELECT D FROM T WHERE ID > 1 ORDER BY ID"), "1/2;31/12/2003;dec 2003;abc;");
+  EXPECT_EQ(source.Dit("SELECT H FROM T WHERE ID = 4"), "8:30;");
+  for (const char* nom : {"MariaDb", "Sqlite", "Jet"}) {
+    Base cible(nom);
+    const bool access = std::string(nom) == "Jet";
+    cible.Table(access ? "ID LONG CONSTRAINT PK PRIMARY KEY, D DATETIME, H DATETIME" : "ID INTEGER PRIMARY KEY, D DATE, H TIME");
+    const auto erreur = runtime::IgnoringErrors([&] { (void)source->CopieDonnees("T", *cible); });
+    EXPECT_EQ(erreur.number, 13) << nom;
+    EXPECT_TRUE(erreur.description.starts_with("copie de la table T : ligne 2, colonne D : ")) << erreur.description;
+    EXPECT_EQ(cible.Dit("SELECT COUNT(*) FROM T"), "1;") << nom;
+  }
 }
 
 TEST(ValeursExactes, DoublesOfSqliteArriveWithEveryBit) {
