@@ -17,6 +17,7 @@
 
 namespace tamlo::db {
 
+class Patience;
 namespace sql {
 class TablesQualifiees;
 }
@@ -42,7 +43,7 @@ struct CopieOptions {
 struct CopieBilan {
   std::int64_t lues = 0;     ///< those left out included
   std::int64_t ecrites = 0;  ///< by this copy
-  bool arretee = false;  ///< stopped by the progress callback
+  bool arretee = false;      ///< stopped by the progress callback
 };
 /// A copy that broke off: how many rows of the source, counted from its first one, are in the target (CopieOptions::debut included). The two
 /// numbers differ when the connection went while the answer to the last batch was awaited; the target itself then tells, and the copy can go on
@@ -236,7 +237,9 @@ class DataBase {
   [[nodiscard]] std::int16_t IndiceTbl(const std::string& nom) const;
   [[nodiscard]] std::int16_t IndiceAlias(const std::string& alias) const;
   void ChargeListeTbl();
+  void LitListeTbl(Patience& patience);
   void ChargeListeRlt();
+  void LitRelations();
   void TesteFormatDate();
   /// Runs one step of the opening; its error is kept for ListeErr.
   void Etape(const char* etape, const std::function<void()>& faire);
@@ -248,10 +251,19 @@ class DataBase {
   [[nodiscard]] bool SansCle(const std::string& table);
   /// Hands back the error of a row that was refused: what stands before it is written.
   [[nodiscard]] std::optional<runtime::Error> RefaitCatalogue();
-  void ConstruitCatalogue();
-  [[nodiscard]] std::optional<runtime::Error> EcritLignesCatalogue();
+  void ConstruitCatalogue(Patience& patience);
+  void ConstruitCatalogueMySql(Patience& patience);
+  /// Makes a catalog table, or what is missing of it, and lists it. What another program makes meanwhile is taken as it is.
+  void EtablitTableCatalogue(const std::string& nom);
+  void CompleteCle(std::unique_ptr<DbTbl> voulue);
+  enum class LignesPresentes : std::uint8_t { kAucune, kRestes, kAchevees };
+  [[nodiscard]] LignesPresentes TientLignesCatalogue();
+  /// Hands back the error of a row that was refused. regarde: first looks, inside of its transaction, what rows another program has written;
+  /// nothing is done where they are whole, and those of a writing that did not end go first.
+  [[nodiscard]] std::optional<runtime::Error> EcritLignesCatalogue(bool regarde);
   void AccordeTablesCatalogue();
   void CompleteSonde();
+  void EtablitSonde();
   [[nodiscard]] std::vector<TableBase> TablesDeLaBase();
   void CompareALaBase(TableBase& table, DbTbl& memoire, const std::function<void(std::string)>& dit);
   void RelitDefinitions();

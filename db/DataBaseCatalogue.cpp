@@ -1,8 +1,5 @@
-#include <algorithm>
 #include <array>
-#include <chrono>
 #include <optional>
-#include <thread>
 #include <utility>
 
 #include "ado/Connection.h"
@@ -32,36 +29,6 @@ class RecordsetCatalogue {
   ado::Recordset propre_;
 };
 
-constexpr std::array kTablesReconstruites{kTblKorv, kFldKorv, kIdxKorv};
-
-/// On MySQL, where definitions are no part of a transaction: one program at a time builds the catalog of a database. The server lets go of
-/// the lock when the connection ends, however it ends. A server that has no such locks is worked with as it is.
-class VerrouConstruction {
- public:
-  explicit VerrouConstruction(DataBase& db) : db_(db), pris_(db.Kind16() == TypMySql && Demande("GET_LOCK", ",60")) {}
-  ~VerrouConstruction() {
-    if (pris_) (void)Demande("RELEASE_LOCK", "");
-  }
-  VerrouConstruction(const VerrouConstruction&) = delete;
-  VerrouConstruction& operator=(const VerrouConstruction&) = delete;
-  [[nodiscard]] bool Pris() const noexcept { return pris_; }
-
- private:
-  [[nodiscard]] bool Demande(const std::string& fonction, const std::string& delai) {
-    bool oui = false;
-    (void)runtime::IgnoringErrors([&] {
-      ado::Recordset rs;
-      rs.Open("SELECT " + fonction + "(CONCAT('tamlo_',MD5(DATABASE()))" + delai + ")", &db_.Connexion(), ado::adOpenForwardOnly,
-              ado::adLockUnspecified, ado::adOptionUnspecified);
-      oui = !rs.Eof() && runtime::ToText(rs.Fields(0).Value()) == "1";
-      rs.Close();
-    });
-    return oui;
-  }
-  DataBase& db_;
-  bool pris_;
-};
-
 }  // namespace
 
 void DataBase::SauveTblCatalogue(DbTbl& tbl, ado::Recordset* rsTbl, ado::Recordset* rsFld, ado::Recordset* rsIdx) {
@@ -78,7 +45,7 @@ void DataBase::SauveTblCatalogue(DbTbl& tbl, ado::Recordset* rsTbl, ado::Records
   tables.Ferme();
 }
 
-std::optional<runtime::Error> DataBase::EcritLignesCatalogue() {
+std::optional<runtime::Error> DataBase::EcritLignesCatalogue(bool regarde) {
   std::optional<RangCatalogue> arret;  // the row at which the writing ends, because it is refused
   std::optional<runtime::Error> refus;
   for (bool essaye = false;; essaye = true) {
@@ -88,7 +55,9 @@ std::optional<runtime::Error> DataBase::EcritLignesCatalogue() {
     // Nobody but the caller has one open; where the backend has none (or one level only) the rows go without.
     (void)runtime::IgnoringErrors([&] { transaction.emplace(Connexion()); });
     try {
-      if (essaye) {
+      const LignesPresentes presentes = regarde && transaction ? TientLignesCatalogue() : LignesPresentes::kAucune;
+      if (presentes == LignesPresentes::kAchevees) return std::nullopt;
+      if (essaye || presentes == LignesPresentes::kRestes) {
         // Rows of an attempt that the backend cannot undo, or of a program that builds the same catalog at the same time.
         for (const char* nom : kTablesReconstruites) ExecuteSQL("DELETE * FROM [" + std::string(nom) + "]");
       }
@@ -98,7 +67,8 @@ std::optional<runtime::Error> DataBase::EcritLignesCatalogue() {
       lots.Termine();
     } catch (runtime::Error& erreur) {
       const auto rang = lots.RangRefuse();
-      if (!rang) throw;
+      // What the server undid for another program's sake says nothing of the row.
+      if (!rang || (erreur.Number() != runtime::kDuplicateKey && DUnAutreProgramme(erreur))) throw;
       // Only a row that is refused once more, now that no other's rows are in its way, is where the writing ends.
       if (essaye) {
         if (arret && !(*rang < *arret)) throw;
@@ -125,7 +95,7 @@ std::optional<runtime::Error> DataBase::RefaitCatalogue() {
       cree(*this);
     }
     tableEnCours_.clear();
-    refus = EcritLignesCatalogue();
+    refus = EcritLignesCatalogue(false);
     if (ensemble) ensemble->Commit();
   } catch (...) {
     if (ensemble) {
@@ -135,53 +105,6 @@ std::optional<runtime::Error> DataBase::RefaitCatalogue() {
     throw;
   }
   return refus;
-}
-
-/// At the opening. Another program may be building the same catalog: whoever is hindered by it begins anew, for it may have taken away what the
-/// other one has written, so that the last of them leaves it whole.
-void DataBase::ConstruitCatalogue() {
-  constexpr int kEssais = 6;
-  std::optional<runtime::Error> refus;
-  const VerrouConstruction verrou(*this);
-  if (verrou.Pris()) {
-    // Whoever had the lock before may have built it meanwhile.
-    Catalogue().Refresh();
-    if (CataloguePresent()) {
-      ado::Recordset rsFld = OpenRecordSet("SELECT * FROM [$FLDKORV$]", 0);
-      const bool acheve = !CatalogueInacheve(rsFld);
-      rsFld.Close();
-      if (acheve) return AccordeTablesCatalogue();
-    }
-  }
-  for (int essai = 1;; ++essai) {
-    try {
-      refus = RefaitCatalogue();
-      break;
-    } catch (const runtime::Error&) {
-      Catalogue().Refresh();
-      const bool aucune =
-          std::none_of(kTablesReconstruites.begin(), kTablesReconstruites.end(), [&](const char* nom) { return ExisteTbl(nom); });
-      // Generic ODBC has no catalog unless somebody made one.
-      if (aucune && (typ_ < TypJet || typ_ > TypMySql)) return;
-      if (aucune || essai == kEssais) throw;
-      std::this_thread::sleep_for(std::chrono::milliseconds(50) * essai);
-      Catalogue().Refresh();
-    }
-  }
-  if (refus) throw *std::move(refus);
-}
-
-/// After a rollback: lists the catalog tables that the backend has, and no others.
-void DataBase::AccordeTablesCatalogue() {
-  Catalogue().Refresh();
-  for (const char* nom : kTablesReconstruites) {
-    if (ExisteTbl(nom)) {
-      AjouteTable(Catalogue().Tables(nom), nullptr, nullptr, "");
-    } else {
-      std::erase_if(tables_, [&](const EntreeTbl& entree) { return entree.nom == nom; });
-      NomsChanges();
-    }
-  }
 }
 
 }  // namespace tamlo::db

@@ -88,6 +88,23 @@ bool DataBase::CatalogueInacheve(ado::Recordset& rsFld) {
 }
 
 void DataBase::ChargeListeTbl() {
+  const std::size_t nombre = tables_.size();
+  const std::size_t erreurs = erreurs_.size();
+  for (Patience patience;;) {
+    try {
+      return LitListeTbl(patience);
+    } catch (const runtime::Error& erreur) {
+      // On MySQL a table may be on its way while it is read: the list is then read from its beginning.
+      if (typ_ != TypMySql || !DUnAutreProgramme(erreur) || !patience.Encore()) throw;
+    }
+    tables_.resize(nombre);
+    erreurs_.resize(erreurs);
+    NomsChanges();
+    Catalogue().Refresh();
+  }
+}
+
+void DataBase::LitListeTbl(Patience& patience) {
   const bool reconstruit = nom_.find("BVIRTUEL.MDB") == std::string::npos;
   bool present = CataloguePresent();
   ado::Recordset rsFld;
@@ -114,7 +131,7 @@ void DataBase::ChargeListeTbl() {
     rsFld.Close();
     rsIdx.Close();
   } else if (reconstruit) {
-    ConstruitCatalogue();
+    ConstruitCatalogue(patience);
   }
 }
 

@@ -64,10 +64,24 @@ void DataBase::GetListeRlt(const std::string& aliasDe, const std::string& aliasV
 
 void DataBase::ChargeListeRlt() {
   tableEnCours_ = kRltKorv;
-  if (!ExisteTbl(kRltKorv)) {
-    CreeCatRlt(*this);
-    return;
+  const std::size_t nombre = relations_.size();
+  // On MySQL the table may be on its way, or its key.
+  for (Patience patience;;) {
+    try {
+      if (!ExisteTbl(kRltKorv)) {
+        CreeCatRlt(*this);
+        return;
+      }
+      return LitRelations();
+    } catch (const runtime::Error& erreur) {
+      if (typ_ != TypMySql || !DUnAutreProgramme(erreur) || !patience.Encore()) throw;
+      relations_.resize(nombre);
+    }
+    Catalogue().Refresh();
   }
+}
+
+void DataBase::LitRelations() {
   const auto type = [](const ado::Variant& valeur) { return valeur.IsNull() ? 0 : runtime::ToInt32(valeur); };
   ado::Recordset rs = OpenRecordSet("SELECT * FROM [$RLTKORV$]", 0);
   const bool vide = rs.Eof();
@@ -84,10 +98,10 @@ void DataBase::ChargeListeRlt() {
     AjouteRlt(relation);
   }
   rs.Close();
-  if (vide && SansCle(kRltKorv)) {
-    SupTbl(kRltKorv);
-    CreeCatRlt(*this);
-  }
+  if (!vide || !SansCle(kRltKorv)) return;
+  if (typ_ == TypMySql) return CompleteCle(DefinitionCatalogue(kRltKorv));
+  SupTbl(kRltKorv);
+  CreeCatRlt(*this);
 }
 
 }  // namespace tamlo::db

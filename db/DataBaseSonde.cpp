@@ -1,6 +1,14 @@
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "ado/Connection.h"
 #include "ado/Types.h"
 #include "db/DataBase.h"
 #include "db/DbUtil.h"
+#include "runtime/Conversions.h"
 #include "runtime/Dates.h"
 #include "runtime/Error.h"
 
@@ -10,13 +18,18 @@ namespace {
 
 constexpr const char* kSonde = "TEST_DT";
 
-/// True when "$TBLKORV$" knows the probe table, or is not there. A program that builds the catalog anew may have taken the row away while
-/// another one wrote the rest.
+/// True when the catalog has all three rows of the probe table, or is not there. A program that builds the catalog anew may have taken them
+/// away, or have written some of them only, while another one did the same.
 bool Inscrite(DataBase& db) {
-  if (!db.ExisteTbl(kTblKorv)) return true;
-  ado::Recordset rs = db.OpenRecordSet("SELECT * FROM [$TBLKORV$]", 0);
-  bool inscrite = false;
-  for (; !rs.Eof() && !inscrite; rs.MoveNext()) inscrite = TexteCatalogue(rs.Fields("NOM").Value()) == kSonde;
+  for (const char* nom : kTablesReconstruites) {
+    if (!db.ExisteTbl(nom)) return true;
+  }
+  ado::Recordset rs;
+  rs.Open(
+      "SELECT (SELECT COUNT(*) FROM `$TBLKORV$` WHERE `NOM`='TEST_DT')+(SELECT COUNT(*) FROM `$FLDKORV$` WHERE `TABLE`='TEST_DT' AND "
+      "`NOM`='dt')+(SELECT COUNT(*) FROM `$IDXKORV$` WHERE `TABLE`='TEST_DT' AND `NOM`='DT')",
+      &db.Connexion(), ado::adOpenForwardOnly, ado::adLockUnspecified, ado::adOptionUnspecified);
+  const bool inscrite = !rs.Eof() && runtime::ToInt32(rs.Fields(0).Value()) == 3;
   rs.Close();
   return inscrite;
 }
@@ -25,21 +38,44 @@ bool Inscrite(DataBase& db) {
 
 /// The probe table has its index and its rows in the catalog: what a program that died while it made them has left out is added.
 void DataBase::CompleteSonde() {
-  DbTbl& connue = TableNommee(kSonde);
-  if (connue.ExisteFld("DT") && connue.ExisteIdx("DT") && Inscrite(*this)) return;
+  if (EstListee(kSonde) && TableNommee(kSonde).ExisteFld("DT") && TableNommee(kSonde).ExisteIdx("DT") && Inscrite(*this)) return;
   auto lue = std::make_unique<DbTbl>();
   lue->Init(*this, Catalogue().Tables(kSonde), avecMvt_, nullptr, nullptr, "");
   lue->AddIdx("DT", "DT", false, false);
-  for (EntreeTbl& entree : tables_) {
-    if (entree.tbl.get() == &connue) entree.tbl = std::move(lue);
+  const auto connue = std::find_if(tables_.begin(), tables_.end(), [](const EntreeTbl& entree) { return entree.nom == kSonde; });
+  if (connue == tables_.end()) {
+    Inscrit(std::move(lue));
+  } else {
+    connue->tbl = std::move(lue);
+    connue->tbl->liste_ = this;
+    NomsChanges();
   }
-  NomsChanges();
-  DbTbl& complete = TableNommee(kSonde);
-  complete.liste_ = this;
+  // Together: two programs that do this at once would take each other's rows away.
+  std::optional<ado::Transaction> ensemble;
+  (void)runtime::IgnoringErrors([&] { ensemble.emplace(Connexion()); });
   for (const auto& [catalogue, colonne] : {std::pair{kTblKorv, "NOM"}, std::pair{kFldKorv, "TABLE"}, std::pair{kIdxKorv, "TABLE"}}) {
     if (ExisteTbl(catalogue)) SupprimeLignes(*this, catalogue, {{colonne, kSonde}});
   }
-  SauveTblCatalogue(complete, nullptr, nullptr, nullptr);
+  SauveTblCatalogue(TableNommee(kSonde), nullptr, nullptr, nullptr);
+  if (ensemble) ensemble->Commit();
+}
+
+/// What another program does to the probe table at the same moment is waited for: who has not made it completes it.
+void DataBase::EtablitSonde() {
+  for (Patience patience;;) {
+    try {
+      if (ExisteTbl(kSonde)) return CompleteSonde();
+      auto tbl = std::make_unique<DbTbl>();
+      tbl->Nom(kSonde);
+      tbl->AddFld("DT", ado::adDate, 0, false);
+      tbl->AddIdx("DT", "DT", false, false);
+      AddTbl(std::move(tbl));
+      return;
+    } catch (const runtime::Error& erreur) {
+      if (!DUnAutreProgramme(erreur) || !patience.Encore()) throw;
+    }
+    Catalogue().Refresh();
+  }
 }
 
 void DataBase::TesteFormatDate() {
@@ -47,15 +83,12 @@ void DataBase::TesteFormatDate() {
   tableEnCours_ = "$TESTDT$";
   SupTbl("$TESTDT$");
   tableEnCours_ = kSonde;
-  if (!ExisteTbl(kSonde)) {
-    auto tbl = std::make_unique<DbTbl>();
-    tbl->Nom(kSonde);
-    tbl->AddFld("DT", ado::adDate, 0, false);
-    tbl->AddIdx("DT", "DT", false, false);
-    AddTbl(std::move(tbl));
-  } else {
-    const auto refus = runtime::IgnoringErrors([&] { CompleteSonde(); });
-    if (refus) NoteErreur(kSonde, refus);
+  const bool connue = ExisteTbl(kSonde);
+  try {
+    EtablitSonde();
+  } catch (const runtime::Error& erreur) {
+    if (!connue) throw;
+    NoteErreur(kSonde, {erreur.Number(), erreur.Description()});
   }
   const auto refus = runtime::IgnoringErrors([&] {
     ado::Recordset rs =

@@ -97,10 +97,13 @@ bool DbTbl::ChargeFldTable() {
   const std::int16_t kind = db_->Kind16();
   const bool avecTop = kind == TypJet || kind == TypSqlServer;
   ado::Recordset rs;
-  const auto refus =
-      runtime::IgnoringErrors([&] { rs = db_->OpenRecordSet((avecTop ? "SELECT TOP 1 * FROM [" : "SELECT * FROM [") + nom_ + "]", 0); });
-  if (refus) {
-    db_->NoteErreur(nom_, refus);
+  try {
+    rs = db_->OpenRecordSet((avecTop ? "SELECT TOP 1 * FROM [" : "SELECT * FROM [") + nom_ + "]", 0);
+  } catch (const runtime::Error& refus) {
+    // A table that is not there under its upper-case name stays without fields; one that another program hinders us to read does not.
+    constexpr std::int32_t kSansTable = 1146;
+    if (kind == TypMySql && DUnAutreProgramme(refus) && refus.NativeCode() != kSansTable) throw;
+    db_->NoteErreur(nom_, {refus.Number(), refus.Description()});
     return false;
   }
   const std::int16_t nombre = runtime::CheckedInt16(static_cast<std::int64_t>(rs.FieldCount()));

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <initializer_list>
 #include <memory>
 
 #include "ado/Types.h"
@@ -26,12 +25,45 @@ struct Colonne {
   std::int32_t lg;
 };
 
-void CreeTableCatalogue(DataBase& db, const char* nom, std::initializer_list<Colonne> colonnes, const char* index, const char* champs) {
-  auto tbl = std::make_unique<DbTbl>();
-  tbl->Nom(nom);
-  for (const Colonne& colonne : colonnes) tbl->AddFld(colonne.nom, colonne.typ, colonne.lg, false);
-  tbl->AddIdx(index, champs, true, true);
-  db.AddTbl(std::move(tbl));
+struct TableCatalogue {
+  const char* nom;
+  std::vector<Colonne> colonnes;
+  const char* index;
+  const char* champs;
+};
+
+const std::array<TableCatalogue, 4>& TablesCatalogue() {
+  static const std::array<TableCatalogue, 4> tables{
+      {{kTblKorv, {{"NOM", ado::adVarWChar, kLargeurNom}, {"MVT", ado::adBoolean, 1}}, "NOM", "NOM"},
+       {kFldKorv,
+        {{"TABLE", ado::adVarWChar, kLargeurNom},
+         {"NO", ado::adSmallInt, 2},
+         {"NOM", ado::adVarWChar, kLargeurNom},
+         {"INI", ado::adVarWChar, 50},
+         {"FMT", ado::adVarWChar, 15},
+         {"OBLIGATOIRE", ado::adBoolean, 1}},
+        "TBLNO",
+        "TABLE;NO"},
+       {kIdxKorv,
+        {{"TABLE", ado::adVarWChar, kLargeurNom},
+         {"NOM", ado::adVarWChar, kLargeurNom},
+         {"CHAMPS", ado::adVarWChar, kLargeurChamps},
+         {"PRIMAIRE", ado::adBoolean, 1},
+         {"UNIQUE", ado::adBoolean, 1},
+         {"OBLIGATOIRE", ado::adBoolean, 1}},
+        "TBLNOM",
+        "TABLE;NOM"},
+       {kRltKorv,
+        {{"ALIASSRC", ado::adVarWChar, 50},
+         {"FLDSRC", ado::adVarWChar, 30},
+         {"ALIASCBL", ado::adVarWChar, 50},
+         {"FLDCBL", ado::adVarWChar, 30},
+         {"TYP", ado::adUnsignedTinyInt, 1},
+         {"TYPINV", ado::adUnsignedTinyInt, 1},
+         {"OBLIGATOIRE", ado::adBoolean, 1}},
+        "SRCCBL",
+        "ALIASSRC;ALIASCBL"}}};
+  return tables;
 }
 
 /// False for a name that ends a text literal, or is changed inside of one: by the backend, or by the translation, which rewrites brackets,
@@ -50,43 +82,29 @@ bool EstLigneDe(ado::Recordset& rs, const NomsDeLigne& noms) {
 
 }  // namespace
 
-void CreeCatTbl(DataBase& db) {
-  CreeTableCatalogue(db, kTblKorv, {{"NOM", ado::adVarWChar, kLargeurNom}, {"MVT", ado::adBoolean, 1}}, "NOM", "NOM");
+std::unique_ptr<DbTbl> DefinitionCatalogue(const std::string& nom) {
+  for (const TableCatalogue& table : TablesCatalogue()) {
+    if (table.nom != nom) continue;
+    auto tbl = std::make_unique<DbTbl>();
+    tbl->Nom(nom);
+    for (const Colonne& colonne : table.colonnes) tbl->AddFld(colonne.nom, colonne.typ, colonne.lg, false);
+    tbl->AddIdx(table.index, table.champs, true, true);
+    return tbl;
+  }
+  throw runtime::Error(runtime::kSubscriptOutOfRange);
 }
 
-void CreeCatFld(DataBase& db) {
-  CreeTableCatalogue(db, kFldKorv,
-                     {{"TABLE", ado::adVarWChar, kLargeurNom},
-                      {"NO", ado::adSmallInt, 2},
-                      {"NOM", ado::adVarWChar, kLargeurNom},
-                      {"INI", ado::adVarWChar, 50},
-                      {"FMT", ado::adVarWChar, 15},
-                      {"OBLIGATOIRE", ado::adBoolean, 1}},
-                     "TBLNO", "TABLE;NO");
+bool MemesColonnes(ado::Table& table, DbTbl& definition) {
+  const auto& colonnes = table.Columns();
+  bool memes = colonnes.size() == static_cast<std::size_t>(definition.NbFld());
+  for (const ado::Column& colonne : colonnes) memes = memes && definition.ExisteFld(colonne.name);
+  return memes;
 }
 
-void CreeCatIdx(DataBase& db) {
-  CreeTableCatalogue(db, kIdxKorv,
-                     {{"TABLE", ado::adVarWChar, kLargeurNom},
-                      {"NOM", ado::adVarWChar, kLargeurNom},
-                      {"CHAMPS", ado::adVarWChar, kLargeurChamps},
-                      {"PRIMAIRE", ado::adBoolean, 1},
-                      {"UNIQUE", ado::adBoolean, 1},
-                      {"OBLIGATOIRE", ado::adBoolean, 1}},
-                     "TBLNOM", "TABLE;NOM");
-}
-
-void CreeCatRlt(DataBase& db) {
-  CreeTableCatalogue(db, kRltKorv,
-                     {{"ALIASSRC", ado::adVarWChar, 50},
-                      {"FLDSRC", ado::adVarWChar, 30},
-                      {"ALIASCBL", ado::adVarWChar, 50},
-                      {"FLDCBL", ado::adVarWChar, 30},
-                      {"TYP", ado::adUnsignedTinyInt, 1},
-                      {"TYPINV", ado::adUnsignedTinyInt, 1},
-                      {"OBLIGATOIRE", ado::adBoolean, 1}},
-                     "SRCCBL", "ALIASSRC;ALIASCBL");
-}
+void CreeCatTbl(DataBase& db) { db.AddTbl(DefinitionCatalogue(kTblKorv)); }
+void CreeCatFld(DataBase& db) { db.AddTbl(DefinitionCatalogue(kFldKorv)); }
+void CreeCatIdx(DataBase& db) { db.AddTbl(DefinitionCatalogue(kIdxKorv)); }
+void CreeCatRlt(DataBase& db) { db.AddTbl(DefinitionCatalogue(kRltKorv)); }
 
 bool EstTableDuCatalogue(std::string_view nom) noexcept { return nom == kRltKorv || nom == kIdxKorv || nom == kTblKorv || nom == kFldKorv; }
 

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -9,7 +11,9 @@
 #include <utility>
 #include <vector>
 
+#include "ado/Catalog.h"
 #include "ado/Recordset.h"
+#include "runtime/Error.h"
 #include "runtime/Variant.h"
 
 namespace tamlo::db {
@@ -24,6 +28,29 @@ void CreeCatTbl(DataBase& db);
 void CreeCatFld(DataBase& db);
 void CreeCatIdx(DataBase& db);
 void CreeCatRlt(DataBase& db);
+
+/// The tables of the catalog that are built from the table list.
+inline constexpr std::array kTablesReconstruites{"$TBLKORV$", "$FLDKORV$", "$IDXKORV$"};
+
+/// The definition of one of the four catalog tables, which no database has yet. Error 9 for another name.
+[[nodiscard]] std::unique_ptr<DbTbl> DefinitionCatalogue(const std::string& nom);
+/// True when the table has exactly the columns of the definition, by their names.
+[[nodiscard]] bool MemesColonnes(ado::Table& table, DbTbl& definition);
+
+/// True when a statement may have been refused because of what another program does to the same tables at this moment (MySQL): looked at
+/// again, the matter may be settled.
+[[nodiscard]] bool DUnAutreProgramme(const runtime::Error& erreur);
+
+/// The waits of somebody who tries again for as long as ten seconds.
+class Patience {
+ public:
+  /// Waits a little longer than the last time; false, without a wait, when the time is over.
+  [[nodiscard]] bool Encore();
+
+ private:
+  std::chrono::steady_clock::time_point debut_;
+  int essais_ = 0;
+};
 
 /// True for the names of the four catalog tables, compared exactly.
 [[nodiscard]] bool EstTableDuCatalogue(std::string_view nom) noexcept;

@@ -124,5 +124,26 @@ TEST_P(NomsHostiles, LeaveBackendMemoryAndCatalogAgreeing) {
   }
 }
 
+TEST_P(NomsHostiles, NamesThatTheTranslationChangesInsideALiteralLeaveNoRowBehind) {
+  for (const std::string nom : {"X]Y", "[X]", "XCVDATEY", "X*Y", "L'X", "X\"Y", "X\\Y", "X`Y"}) {
+    BaseOuverte base(Sur());
+    base.Cree(Table("UTL", {{"A", ado::adInteger, 4}, {"B", ado::adInteger, 4}}));
+    auto& tbl = base->ListeTbl("UTL");
+    // What the backend refuses as a name is nobody's row.
+    if (!runtime::IgnoringErrors([&] { tbl.AddIdx(nom, "B", false, true); })) {
+      EXPECT_EQ(Desaccord(base, "UTL"), "") << nom;
+      // The backend drops the index with its only field, or refuses both.
+      (void)runtime::IgnoringErrors([&] { tbl.SupFld("B"); });
+      EXPECT_EQ(Desaccord(base, "UTL"), "") << nom << ", its field dropped";
+      (void)runtime::IgnoringErrors([&] { tbl.SupIdx(nom); });
+      EXPECT_EQ(Desaccord(base, "UTL"), "") << nom << ", index dropped";
+    }
+    if (!runtime::IgnoringErrors([&] { tbl.AddFld(nom, ado::adInteger, 4, false); })) {
+      (void)runtime::IgnoringErrors([&] { tbl.SupFld(nom); });
+      EXPECT_EQ(Desaccord(base, "UTL"), "") << nom << ", field dropped";
+    }
+  }
+}
+
 }  // namespace
 }  // namespace tamlo::tests

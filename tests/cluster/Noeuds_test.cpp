@@ -34,6 +34,23 @@ TEST_F(Noeuds, UsersOfThreeNodesAtOnceHaveIdsOfTheirOwn) {
   ExpectUsers(kUsers, {1, 2, 3});
 }
 
+TEST_F(Noeuds, TheFirstProgramsOfThreeNodesBuildOneWholeCatalog) {
+  constexpr int kUsers = 6;
+  for (int round = 1; round <= 6; ++round) {
+    // In every other round a node may not see yet what another has just defined.
+    const std::string wait = round % 2 == 0 ? "" : ";INITSTMT={SET SESSION wsrep_sync_wait=7}";
+    const auto base = [&](int i) { return Cluster().ConnectionString(1 + i % 3) + wait; };
+    ASSERT_EQ(Cluster().Client(1,
+                               "DELETE FROM VLMUTL; DELETE FROM UTL; DROP TABLE IF EXISTS `$TBLKORV$`, `$FLDKORV$`, `$IDXKORV$`, "
+                               "`$RLTKORV$`, TEST_DT"),
+              "");
+    EXPECT_EQ(SaveMany(kUsers, 6, base), "") << "round " << round;
+    ExpectUsers(kUsers, {1, 2, 3});
+    for (const int node : {1, 2, 3}) ExpectCatalog(node);
+    if (HasFailure()) return;
+  }
+}
+
 TEST_F(Noeuds, ARowThatThreeNodesChangeAtOnceTakesEachChangeOnce) {
   constexpr int kChanges = 100;
   ASSERT_EQ(Cluster().Client(1, "CREATE OR REPLACE TABLE compte (id INTEGER PRIMARY KEY, n INTEGER); INSERT INTO compte VALUES (1, 0)"),

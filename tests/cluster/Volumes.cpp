@@ -65,4 +65,21 @@ void Volumes::ExpectUsers(int count, const std::vector<int>& nodes) {
   }
 }
 
+void Volumes::ExpectCatalog(int node) {
+  const std::string sync = "SET SESSION wsrep_sync_wait = 7; ";
+  EXPECT_EQ(Cluster().Client(node, sync + "SELECT NOM FROM `$TBLKORV$` ORDER BY NOM"), "TEST_DT\nUTL\nVLMUTL\n") << "node " << node;
+  EXPECT_EQ(Cluster().Client(node, sync + "SELECT `TABLE`, NO, NOM FROM `$FLDKORV$` ORDER BY `TABLE`, NO"),
+            "TEST_DT\t0\tdt\nUTL\t0\tidutl\nUTL\t1\tnom\nUTL\t2\tmotpasse\nVLMUTL\t0\tidutl\nVLMUTL\t1\tidvlm\nVLMUTL\t2\tniveau\n")
+      << "node " << node;
+  EXPECT_EQ(Cluster().Client(node, sync + "SELECT `TABLE`, NOM, CHAMPS, PRIMAIRE FROM `$IDXKORV$` ORDER BY `TABLE`, NOM"),
+            "TEST_DT\tDT\tdt\t0\nUTL\tNOM\tnom\t0\nUTL\tPRIMARY\tidutl\t-1\nVLMUTL\tPRIMARY\tidutl;idvlm\t-1\n")
+      << "node " << node;
+  EXPECT_EQ(Cluster().Client(
+                node,
+                "SELECT TABLE_NAME, GROUP_CONCAT(COLUMN_NAME ORDER BY SEQ_IN_INDEX) FROM information_schema.STATISTICS WHERE "
+                "TABLE_SCHEMA = 'tamlo' AND INDEX_NAME = 'PRIMARY' AND TABLE_NAME LIKE '$%' GROUP BY TABLE_NAME ORDER BY TABLE_NAME"),
+            "$FLDKORV$\tTABLE,NO\n$IDXKORV$\tTABLE,NOM\n$RLTKORV$\tALIASSRC,ALIASCBL\n$TBLKORV$\tNOM\n")
+      << "node " << node;
+}
+
 }  // namespace tamlo::tests

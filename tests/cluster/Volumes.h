@@ -26,6 +26,9 @@ class Volumes : public ::testing::Test {
 
   /// Expects on each node: so many users with different ids and names, each with exactly its own link, and no link without a user.
   static void ExpectUsers(int count, const std::vector<int>& nodes);
+
+  /// Expects on a node the whole catalog of the tool's two tables and of the probe's: each row once, each catalog table with its key.
+  static void ExpectCatalog(int node);
 };
 
 }  // namespace tamlo::tests
