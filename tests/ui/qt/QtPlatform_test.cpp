@@ -5,6 +5,7 @@
 #include <QTimer>
 #include <clocale>
 #include <functional>
+#include <optional>
 
 #include "runtime/Error.h"
 #include "tests/ui/qt/QtSession.h"
@@ -101,11 +102,16 @@ struct SeenBox {
 };
 
 /// Looks at the message box that is up, then presses a key in it.
-SeenBox ShowBox(const std::string& text, std::int16_t buttons, const std::string& title, Qt::Key key, std::int16_t* answer) {
+/// before: a key pressed with Ctrl while the box is open, ahead of the one that answers it.
+SeenBox ShowBox(const std::string& text, std::int16_t buttons, const std::string& title, Qt::Key key, std::int16_t* answer,
+                std::optional<Qt::Key> before = std::nullopt) {
   SeenBox seen;
-  QTimer::singleShot(50, [&] {
+  QTimer open;
+  // On a busy machine the box may take its time to open.
+  QObject::connect(&open, &QTimer::timeout, [&] {
     auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-    if (box == nullptr) return;
+    if (box == nullptr || !box->isVisible()) return;
+    open.stop();
     seen = {box->windowTitle().toStdString(),
             box->text().toStdString(),
             box->icon(),
@@ -114,8 +120,10 @@ SeenBox ShowBox(const std::string& text, std::int16_t buttons, const std::string
             {},
             QGuiApplication::overrideCursor() != nullptr};
     for (const QAbstractButton* button : box->buttons()) seen.buttons << button->text();
+    if (before) QTest::keyClick(box, *before, Qt::ControlModifier);
     QTest::keyClick(box, key);
   });
+  open.start(20);
   *answer = Session().MessageBox(text, buttons, title);
   return seen;
 }
@@ -151,8 +159,7 @@ TEST_F(QtPlatformTest, AMessageBoxWithTwoButtonsTellsWhichOneWasPressed) {
 TEST_F(QtPlatformTest, AMessageBoxGivesItsTextToTheClipboard) {
   Show();
   std::int16_t answer = 0;
-  QTimer::singleShot(20, [] { QTest::keyClick(QApplication::activeModalWidget(), Qt::Key_C, Qt::ControlModifier); });
-  ShowBox("une\nligne", kCritical, "Titre", Qt::Key_Return, &answer);
+  ShowBox("une\nligne", kCritical, "Titre", Qt::Key_Return, &answer, Qt::Key_C);
   EXPECT_EQ(QGuiApplication::clipboard()->text(), "Titre\nune\nligne");
 }
 
