@@ -40,11 +40,15 @@ std::unique_ptr<Sharing> Join(FileSystem& files, const std::string& path, const 
   }
 }
 
-void RecoverAtOpening(FileSystem& files, const std::string& path, Opened& opened, Sharing& sharing, std::size_t pageSize, int wait) {
+void RecoverAtOpening(FileSystem& files, const std::string& path, Opened& opened, Sharing& sharing, std::size_t pageSize) {
   Journal journal(files, path, pageSize);
   if (!journal.LeftBehind()) return;
-  (void)wait;
   sharing.EnterWrite();
+  const auto leave = [&] {
+    sharing.LetReadersIn();
+    sharing.LeaveRead();
+    sharing.LeaveWrite();
+  };
   try {
     if (!sharing.KeepReadersOut(true)) throw Error(ErrorCode::kInUse, "\"" + path + "\" is being written by another user");
     if (journal.LeftBehind()) {
@@ -57,12 +61,10 @@ void RecoverAtOpening(FileSystem& files, const std::string& path, Opened& opened
       sharing.CountCommit();
     }
   } catch (...) {
-    sharing.LeaveRead();
-    sharing.LeaveWrite();
+    leave();
     throw;
   }
-  sharing.LeaveRead();
-  sharing.LeaveWrite();
+  leave();
 }
 
 /// A file that was cut off lacks pages that something in it names. Pages behind the end that the map of free pages merely keeps are no
@@ -109,7 +111,7 @@ std::unique_ptr<Database> Database::Open(const std::string& path, const OpenOpti
   engine->header = FileHeader::Read(start, path);  // before anything is written beside a file that is not ours
   if (engine->header.version == 3) opened.readOnly = true;
   engine->sharing = Join(files, path, options, opened.readOnly);
-  RecoverAtOpening(files, path, opened, *engine->sharing, engine->header.pageSize, options.lockWaitMilliseconds);
+  RecoverAtOpening(files, path, opened, *engine->sharing, engine->header.pageSize);
   engine->readOnly = opened.readOnly;
   const std::uint64_t size = opened.file->Size();
   engine->pager = std::make_unique<Pager>(files, path, std::move(opened.file), engine->header.pageSize, options.cacheBytes,
@@ -139,6 +141,13 @@ void Database::Rollback() {
   engine_->pager->Rollback();
 }
 
+void Database::BeginChanges() {
+  if (TransactionDepth() == 0) throw Error(ErrorCode::kUnsupported, "A change outside a transaction");
+  engine_->pager->BeginWrite();
+}
+
+void Database::SetLockWait(int milliseconds) noexcept { engine_->sharing->SetWait(milliseconds); }
+
 int Database::TransactionDepth() const noexcept { return engine_->pager->Depth(); }
 
 Database::ReadScope::ReadScope(Database& database) : database_(database) { database_.engine_->pager->BeginRead(); }
@@ -162,6 +171,11 @@ const std::vector<CatalogObject>& Database::Objects() {
 const CatalogObject* Database::FindObject(std::string_view name) {
   const ReadLock lock(*engine_);
   return engine_->catalog.Find(name);
+}
+
+std::uint64_t Database::PagesVersion() {
+  const ReadLock lock(*engine_);
+  return engine_->pager->Generation();
 }
 
 std::uint64_t Database::SchemaVersion() {

@@ -23,10 +23,14 @@ enum class OpenMode {
   kExclusive,  ///< nobody else may open the file meanwhile
 };
 
+/// Milliseconds that one who wants to change something waits for those who came before. Longer than any transaction of ours (a batch of
+/// a copy, an index built over a large table), and as long as a person looks at a window that does not answer.
+constexpr int kLockWait = 30000;
+
 struct OpenOptions {
   OpenMode mode = OpenMode::kShared;
   std::size_t cacheBytes = std::size_t{16} << 20;  ///< budget of the page cache
-  int lockWaitMilliseconds = 2000;                 ///< how long to wait for another process before kInUse
+  int lockWaitMilliseconds = kLockWait;            ///< how long to wait for another process before kInUse
   FileSystem* fileSystem = nullptr;                ///< null: the machine's own. Not owned; must outlive the database
 };
 
@@ -61,11 +65,17 @@ class Database {
   void Commit();
   /// Undoes what happened since the innermost Begin.
   void Rollback();
+  /// Takes the right to change now, in the open transaction, so that what is read from here on is what the changes will find. Without it
+  /// the first change does so. Errors: kInUse, kReadOnly.
+  void BeginChanges();
   /// 0 = none open.
   [[nodiscard]] int TransactionDepth() const noexcept;
+  /// Changes OpenOptions::lockWaitMilliseconds.
+  void SetLockWait(int milliseconds) noexcept;
 
-  /// Keeps other writers out and the view of the file stable while it lives. Statements that read in several steps hold one;
-  /// single calls take their own. Nesting is fine. Errors of the constructor: kInUse when another process is writing for too long.
+  /// Keeps other writers out and the view of the file stable while it lives: they wait, so it should not live for longer than a block of
+  /// rows takes. Statements that read in several steps hold one; single calls take their own. Nesting is fine. A change inside of one is
+  /// kInUse at once when another process is about to write, as neither could go on. Errors of the constructor: kInUse when another process is writing for too long.
   class ReadScope {
    public:
     explicit ReadScope(Database& database);
@@ -82,6 +92,8 @@ class Database {
   [[nodiscard]] const std::vector<CatalogObject>& Objects();
   /// The table, link or query of that name (they share one name space); null when there is none.
   [[nodiscard]] const CatalogObject* FindObject(std::string_view name);
+  /// A number that changes whenever rows or definitions may have been changed by another process, or undone by a rollback.
+  [[nodiscard]] std::uint64_t PagesVersion();
   /// A number that changes whenever a definition may have changed (by this object, a rollback or another process).
   [[nodiscard]] std::uint64_t SchemaVersion();
 

@@ -37,7 +37,7 @@ KeyColumn AsOthersWrite(KeyColumn part, const TableDefinition::Column& column) {
 struct IndexCursor::State {
   TableCore& table;
   std::size_t index;
-  ReadLock lock;
+  std::optional<ReadLock> lock;
   std::uint64_t generation;
   BTreeCursor cursor;
   std::optional<Limit> lower;
@@ -47,7 +47,15 @@ struct IndexCursor::State {
   RowId id;
 
   State(TableCore& core, std::size_t position)
-      : table(core), index(position), lock(core.engine), generation(core.engine.pager->Generation()), cursor(*Tree().tree) {}
+      : table(core),
+        index(position),
+        lock(std::in_place, core.engine),
+        generation(core.engine.pager->Generation()),
+        cursor(*Tree().tree) {}
+
+  void Wake() {
+    if (!lock) lock.emplace(table.engine);
+  }
 
   TableCore::Tree& Tree() {
     table.Refresh();
@@ -117,6 +125,7 @@ IndexCursor& IndexCursor::operator=(IndexCursor&&) noexcept = default;
 
 void IndexCursor::SetRange(const std::optional<KeyBound>& lower, const std::optional<KeyBound>& upper, bool backward, bool rowsAreTested) {
   State& state = *state_;
+  state.Wake();
   auto newLower = state.MakeLimit(lower, rowsAreTested ? State::Width::kLower : State::Width::kExact);
   auto newUpper = state.MakeLimit(upper, rowsAreTested ? State::Width::kUpper : State::Width::kExact);
   state.lower = std::move(newLower);
@@ -131,6 +140,7 @@ void IndexCursor::SetRange(const std::optional<KeyBound>& lower, const std::opti
 bool IndexCursor::Next() {
   State& state = *state_;
   if (state.ended) return false;
+  state.Wake();
   if (state.generation != state.table.engine.pager->Generation()) {
     // The definition has been read again and the tree is another object: the walk begins anew behind the entry it stood on.
     Bytes key;
@@ -152,6 +162,8 @@ bool IndexCursor::Next() {
   state.ended = true;
   return false;
 }
+
+void IndexCursor::Rest() noexcept { state_->lock.reset(); }
 
 RowId IndexCursor::Id() const noexcept { return state_->id; }
 

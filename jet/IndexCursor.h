@@ -23,7 +23,8 @@ struct KeyBound {
 /// Bounds are in index order: lower is the one met first walking forward, whatever the direction of the walk and of the columns.
 /// Text keys do not tell upper from lower case nor some other differences: the caller compares again when that matters.
 /// Rows of an index that ignores nulls are missing where all key columns are null.
-/// Changing the table while walking is allowed: the walk goes on after the entry it stood on.
+/// Changing the table while walking is allowed: the walk goes on after the entry it stood on, by key and row.
+/// From its making to its end it keeps other processes from writing; Rest lets them.
 /// Errors: kTypeMismatch when a bound's value cannot be turned into the column's type, kUnsupported (order not known), kDamaged.
 class IndexCursor {
  public:
@@ -41,6 +42,8 @@ class IndexCursor {
   bool Next();
   /// The row of the entry stood on.
   [[nodiscard]] RowId Id() const noexcept;
+  /// Lets other processes write until the next step or SetRange.
+  void Rest() noexcept;
 
  private:
   struct State;

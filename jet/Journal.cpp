@@ -7,6 +7,7 @@
 
 #include "jet/ByteOrder.h"
 #include "jet/Error.h"
+#include "jet/Mix.h"
 
 namespace jet {
 namespace {
@@ -15,18 +16,6 @@ constexpr char kMagic[8] = {'J', 'E', 'T', 'J', 'R', 'N', 'L', '1'};
 constexpr std::size_t kHeaderSize = 40;
 constexpr std::size_t kRecordHeader = 16;
 constexpr std::size_t kFlushAt = std::size_t{256} << 10;
-
-/// Tells torn and stale bytes from whole ones; not meant against an adversary.
-std::uint64_t Mix(std::uint64_t state, std::span<const std::byte> bytes) {
-  std::size_t i = 0;
-  for (; i + 8 <= bytes.size(); i += 8) {
-    state = (state ^ Load64(bytes.data() + i)) * 0x9E3779B97F4A7C15ull;
-    state ^= state >> 29;
-  }
-  for (; i < bytes.size(); ++i) state = (state ^ static_cast<std::uint64_t>(bytes[i])) * 0x100000001B3ull;
-  state ^= state >> 32;
-  return state * 0xD6E8FEB86659FD93ull;
-}
 
 }  // namespace
 

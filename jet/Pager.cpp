@@ -294,7 +294,7 @@ void Pager::BeginWrite() {
   if (readOnly_) throw Error(ErrorCode::kReadOnly, "The database \"" + path_ + "\" can only be read");
   if (levels_.empty()) throw Error(ErrorCode::kUnsupported, "A change outside a transaction");
   if (needsRecovery_) RecoverIfLeftBehind();
-  sharing_.EnterWrite();
+  sharing_.EnterWrite(readDepth_ > 0);
   try {
     if (readDepth_ == 0) {
       sharing_.EnterRead();

@@ -6,6 +6,7 @@
 #include "jet/Engine.h"
 #include "jet/Error.h"
 #include "jet/LongValue.h"
+#include "jet/Mix.h"
 #include "jet/TableCore.h"
 #include "jet/Text.h"
 
@@ -234,6 +235,23 @@ std::uint64_t Row::StoredLength(std::size_t position) const {
   if (!table_->stored_[position].IsLong() || place.size == 0) return place.size;
   return LongValueDefinition::Parse({place.data, place.size}, dataPage_, dataOffset_).length;
 }
+
+std::uint64_t Row::Fingerprint(std::span<const std::size_t> columns) const {
+  std::uint64_t print = columns.size();
+  for (const std::size_t column : columns) {
+    if (table_->stored_[column].type == ColumnType::kBoolean) {
+      print = print * 31 + (Bool(column) ? 2 : 1);
+    } else if (IsNull(column)) {
+      print = print * 31 + 3;
+    } else {
+      const Place place = Locate(column);
+      print = Mix(print ^ place.size, {place.data, place.size});
+    }
+  }
+  return print;
+}
+
+std::uint64_t Row::Fingerprint() const { return Mix(size_, {bytes_, size_}); }
 
 std::unique_ptr<LongValueReader> Row::OpenLong(std::size_t position) {
   const Column& column = table_->stored_[position];

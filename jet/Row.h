@@ -49,6 +49,10 @@ class Row {
   [[nodiscard]] Value Get(std::size_t column);
   /// Bytes of a text or binary value as stored in the file, long ones included, without reading it; 0 for null.
   [[nodiscard]] std::uint64_t StoredLength(std::size_t column) const;
+  /// A number that tells what is stored in these columns from anything else that might be (all columns: the row's own bytes). Of long values
+  /// it knows their place and length.
+  [[nodiscard]] std::uint64_t Fingerprint(std::span<const std::size_t> columns) const;
+  [[nodiscard]] std::uint64_t Fingerprint() const;
   /// Opens a memo or long binary for reading in pieces; null for a null value.
   [[nodiscard]] std::unique_ptr<LongValueReader> OpenLong(std::size_t column);
 

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "jet/ByteOrder.h"
@@ -18,22 +19,37 @@ constexpr std::uint64_t kUserLocks = 0x10000001;
 constexpr unsigned kUsers = 255;
 constexpr std::uint64_t kWriteLock = 0x20000000;
 constexpr std::uint64_t kReadLock = 0x20000001;
+constexpr std::uint64_t kPendingLock = 0x20000002;
+constexpr std::uint64_t kLineLock = 0x20000003;
+constexpr std::uint64_t kPlaceLocks = 0x20000100;
 constexpr std::size_t kEntrySize = 64;
 constexpr std::size_t kCountOffset = 24;
 constexpr std::size_t kUserOffset = 32;
+constexpr std::size_t kNumberOffset = 56;
+/// Who opens a file that another one has for itself learns it after this time, however long it would wait for a writer.
+constexpr int kLongestWaitToOpen = 2000;
+
+using Clock = std::chrono::steady_clock;
 
 /// Tries until it succeeds or the time is over.
 template <typename Attempt>
-bool Patiently(int milliseconds, Attempt attempt) {
-  using Clock = std::chrono::steady_clock;
-  const auto end = Clock::now() + std::chrono::milliseconds(milliseconds);
-  auto pause = std::chrono::microseconds(100);
+bool Patiently(Clock::time_point end, Attempt attempt) {
+  // A commit is a matter of milliseconds: who looks rarely at first loses more time than the commit takes.
+  const auto begin = Clock::now();
+  auto pause = std::chrono::microseconds(50);
   while (!attempt()) {
-    if (Clock::now() >= end) return false;
+    const auto now = Clock::now();
+    if (now >= end) return false;
     std::this_thread::sleep_for(pause);
-    pause = std::min<std::chrono::microseconds>(pause * 2, std::chrono::milliseconds(10));
+    const auto longest = now - begin < std::chrono::seconds(1) ? std::chrono::milliseconds(1) : std::chrono::milliseconds(10);
+    pause = std::min<std::chrono::microseconds>(pause * 2, longest);
   }
   return true;
+}
+
+template <typename Attempt>
+bool Patiently(int milliseconds, Attempt attempt) {
+  return Patiently(Clock::now() + std::chrono::milliseconds(milliseconds), attempt);
 }
 
 }  // namespace
@@ -78,27 +94,41 @@ void Sharing::TakeEntry(const std::string& databasePath) {
         if (file_->TryLock(kUserLocks + entry_, 1, true)) return true;
       return false;
     };
-    if (!Patiently(wait_, takeFree))
+    if (!Patiently(std::min(wait_, kLongestWaitToOpen), takeFree))
       throw Error(ErrorCode::kInUse, "\"" + databasePath + "\" is opened exclusively by another user, or by 255 users");
   }
   std::array<std::byte, kEntrySize> entry{};
   const std::size_t had = file_->Read(entry_ * kEntrySize, entry);
-  std::uint64_t count = had == kEntrySize ? Load64(entry.data() + kCountOffset) : 0;
+  const std::uint64_t count = had == kEntrySize ? Load64(entry.data() + kCountOffset) : 0;
+  const std::uint64_t number = had == kEntrySize ? Load64(entry.data() + kNumberOffset) : 0;
   constexpr std::string_view kComputer = "LOCALHOST";
   constexpr std::string_view kUser = "Admin";
   entry.fill(std::byte{0});
   std::memcpy(entry.data(), kComputer.data(), kComputer.size());
   std::memcpy(entry.data() + kUserOffset, kUser.data(), kUser.size());
   Store64(entry.data() + kCountOffset, count);
+  Store64(entry.data() + kNumberOffset, number);
   file_->Write(entry_ * kEntrySize, entry);
 }
 
-bool Sharing::WaitForLock(std::uint64_t offset, bool exclusive, int milliseconds) {
-  return Patiently(milliseconds, [&] { return file_->TryLock(offset, 1, exclusive); });
+// ----- readers
+
+/// Those who wait to read stand aside for a writer who waits for readers to leave; else many readers would keep it waiting for ever.
+bool Sharing::TryRead() {
+  if (!file_->TryLock(kPendingLock, 1, false)) return false;
+  bool entered = false;
+  try {
+    entered = file_->TryLock(kReadLock, 1, false);
+  } catch (...) {
+    file_->Unlock(kPendingLock, 1);
+    throw;
+  }
+  file_->Unlock(kPendingLock, 1);
+  return entered;
 }
 
 void Sharing::EnterRead() {
-  if (file_ && !exclusive_ && !WaitForLock(kReadLock, false, wait_))
+  if (file_ && !exclusive_ && !Patiently(wait_, [&] { return TryRead(); }))
     throw Error(ErrorCode::kInUse, "The database is being written by another user");
 }
 
@@ -106,16 +136,17 @@ void Sharing::LeaveRead() noexcept {
   if (file_ && !exclusive_) file_->Unlock(kReadLock, 1);
 }
 
-void Sharing::EnterWrite() {
-  if (file_ && !exclusive_ && !WaitForLock(kWriteLock, true, wait_))
-    throw Error(ErrorCode::kInUse, "The database is being changed by another user");
+bool Sharing::TryKeepingReadersOut() {
+  if (!pending_) pending_ = file_->TryLock(kPendingLock, 1, true);
+  return pending_ && file_->TryLock(kReadLock, 1, true);
 }
 
-void Sharing::LeaveWrite() noexcept {
-  if (file_ && !exclusive_) file_->Unlock(kWriteLock, 1);
+bool Sharing::KeepReadersOut(bool wait) {
+  if (!file_ || exclusive_) return true;
+  if (Patiently(wait ? wait_ : 0, [&] { return TryKeepingReadersOut(); })) return true;
+  if (std::exchange(pending_, false)) file_->Unlock(kPendingLock, 1);
+  return false;
 }
-
-bool Sharing::KeepReadersOut(bool wait) { return !file_ || exclusive_ || WaitForLock(kReadLock, true, wait ? wait_ : 0); }
 
 void Sharing::LetReadersIn() noexcept {
   if (!file_ || exclusive_) return;
@@ -125,7 +156,90 @@ void Sharing::LetReadersIn() noexcept {
   } catch (const Error&) {
     file_->Unlock(kReadLock, 1);
   }
+  if (std::exchange(pending_, false)) file_->Unlock(kPendingLock, 1);
 }
+
+// ----- writers
+
+/// Takes the number after the highest there is, and finds whose that is. Numbers of those who are long through stay in their entries.
+Sharing::Ahead Sharing::TakePlace() {
+  Ahead ahead;
+  std::vector<std::byte> entries(kEntrySize * 16);
+  for (std::uint64_t offset = 0;; offset += entries.size()) {
+    const std::size_t had = file_->Read(offset, entries);
+    for (std::size_t i = 0; i + kEntrySize <= had; i += kEntrySize) {
+      const std::uint64_t number = Load64(entries.data() + i + kNumberOffset);
+      if (number > ahead.number) ahead = {static_cast<unsigned>((offset + i) / kEntrySize), number};
+    }
+    if (had < entries.size()) break;
+  }
+  std::array<std::byte, 8> mine{};
+  Store64(mine.data(), ahead.number + 1);
+  file_->Write(entry_ * kEntrySize + kNumberOffset, mine);
+  if (ahead.entry == entry_) ahead.number = 0;
+  return ahead;
+}
+
+/// True when the one ahead has left the line: it does not hold its place any more, or stands in another one by now.
+bool Sharing::IsThrough(const Ahead& ahead) {
+  if (ahead.number == 0) return true;
+  if (file_->TryLock(kPlaceLocks + ahead.entry, 1, false)) {
+    file_->Unlock(kPlaceLocks + ahead.entry, 1);
+    return true;
+  }
+  std::array<std::byte, 8> number{};
+  return file_->Read(ahead.entry * kEntrySize + kNumberOffset, number) == number.size() && Load64(number.data()) != ahead.number;
+}
+
+bool Sharing::WriterWaitsForReaders() {
+  if (!file_->TryLock(kPendingLock, 1, false)) return true;
+  file_->Unlock(kPendingLock, 1);
+  return false;
+}
+
+void Sharing::EnterWrite(bool reading) {
+  if (!file_ || exclusive_) return;
+  const auto refuse = [] { throw Error(ErrorCode::kInUse, "The database is being changed by another user"); };
+  const auto end = Clock::now() + std::chrono::milliseconds(wait_);
+  if (!Patiently(end, [&] { return file_->TryLock(kLineLock, 1, true); })) refuse();
+  Ahead ahead;
+  bool inLine = false;
+  try {
+    // Nobody else locks the byte for longer than a look at it.
+    inLine = Patiently(end, [&] { return file_->TryLock(kPlaceLocks + entry_, 1, true); });
+    if (inLine) ahead = TakePlace();
+  } catch (...) {
+    file_->Unlock(kLineLock, 1);
+    LeaveLine();
+    throw;
+  }
+  file_->Unlock(kLineLock, 1);
+  if (!inLine) refuse();
+  try {
+    bool through = false;
+    bool hopeless = false;
+    const bool entered = Patiently(end, [&] {
+      through = through || IsThrough(ahead);
+      if (through && file_->TryLock(kWriteLock, 1, true)) return true;
+      hopeless = reading && WriterWaitsForReaders();
+      return hopeless;
+    });
+    if (!entered || hopeless) refuse();
+  } catch (...) {
+    LeaveLine();
+    throw;
+  }
+}
+
+void Sharing::LeaveLine() noexcept { file_->Unlock(kPlaceLocks + entry_, 1); }
+
+void Sharing::LeaveWrite() noexcept {
+  if (!file_ || exclusive_) return;
+  file_->Unlock(kWriteLock, 1);
+  LeaveLine();
+}
+
+// ----- what has been committed
 
 std::uint64_t Sharing::CommitCount() {
   if (!file_ || exclusive_) return 0;

@@ -14,6 +14,12 @@ namespace jet {
 ///   byte 0x10000001 + k: locked by the user of entry k as long as it has the database open; exclusive use locks them all
 ///   byte 0x20000000: locked by the one who has a transaction with changes open
 ///   byte 0x20000001: locked shared while reading, exclusively while changes go into the file
+///   byte 0x20000002: locked exclusively by a writer who waits for the readers to leave: nobody begins to read then
+///   byte 0x20000003: locked for the moment of taking a place in the line of writers
+///   byte 0x20000100 + k: locked by the user of entry k from taking a place in that line until it has changed what it wanted
+///
+/// Writers go in the order of their coming: each takes the next number, kept in the last eight bytes of its entry's user name, and waits
+/// for the one before it. One who dies or gives up lets the next one through, for the system gives its locks back.
 ///
 /// The lock file is made by the first and removed by the last who has the database open.
 class Sharing {
@@ -28,14 +34,18 @@ class Sharing {
 
   /// True when nobody else can have the database open.
   [[nodiscard]] bool Exclusive() const noexcept { return exclusive_; }
+  /// How long to wait from now on.
+  void SetWait(int milliseconds) noexcept { wait_ = milliseconds; }
 
   /// Waits its turn to read; undone by LeaveRead. Errors: kInUse.
   void EnterRead();
   void LeaveRead() noexcept;
-  /// Waits its turn to change; undone by LeaveWrite. Errors: kInUse.
-  void EnterWrite();
+  /// Waits its turn to change, behind those who came before; undone by LeaveWrite. Errors: kInUse. reading: the caller is in read and
+  /// stays in; as a writer who waits for it to leave can never make room, that is kInUse at once.
+  void EnterWrite(bool reading = false);
   void LeaveWrite() noexcept;
-  /// While in read and write: keeps readers out. False when some are still in after the wait (or at once without waiting).
+  /// While in read and write: keeps readers out, new ones from now on. False when some are still in after the wait (or at once without
+  /// waiting); new ones may then come again.
   [[nodiscard]] bool KeepReadersOut(bool wait);
   /// Back to letting readers in.
   void LetReadersIn() noexcept;
@@ -50,13 +60,24 @@ class Sharing {
 
  private:
   void TakeEntry(const std::string& databasePath);
-  [[nodiscard]] bool WaitForLock(std::uint64_t offset, bool exclusive, int milliseconds);
+  [[nodiscard]] bool TryRead();
+  [[nodiscard]] bool TryKeepingReadersOut();
+  [[nodiscard]] bool WriterWaitsForReaders();
+  /// The one behind whom we stand in the line of writers.
+  struct Ahead {
+    unsigned entry = 0;
+    std::uint64_t number = 0;  ///< 0: nobody
+  };
+  [[nodiscard]] Ahead TakePlace();
+  [[nodiscard]] bool IsThrough(const Ahead& ahead);
+  void LeaveLine() noexcept;
 
   FileSystem* files_ = nullptr;
   std::unique_ptr<File> file_;
   std::string path_;
   bool exclusive_ = false;
   int wait_ = 0;
+  bool pending_ = false;  ///< new readers are kept waiting
   unsigned entry_ = 0;
 };
 

@@ -16,7 +16,7 @@ namespace jet {
 
 struct ScanCursor::State {
   TableCore& table;
-  ReadLock lock;
+  std::optional<ReadLock> lock;
   PageRef page;
   PageNumber number = 0;  ///< page stood on, 0 = before the first
   unsigned slot = 0;      ///< next slot to look at
@@ -24,7 +24,10 @@ struct ScanCursor::State {
   Row row;
   bool ended = false;
 
-  explicit State(TableCore& core) : table(core), lock(core.engine) { table.Refresh(); }
+  explicit State(TableCore& core) : table(core) {
+    lock.emplace(core.engine);
+    table.Refresh();
+  }
 
   bool NextPage() {
     Pager& pager = *table.engine.pager;
@@ -58,9 +61,12 @@ ScanCursor::~ScanCursor() = default;
 bool ScanCursor::Next() {
   State& state = *state_;
   if (state.ended) return false;
-  if (state.number != 0 && state.generation != state.table.engine.pager->Generation()) {
+  if (!state.lock) state.lock.emplace(state.table.engine);
+  if (state.generation != state.table.engine.pager->Generation()) {
     state.table.Refresh();
-    if (state.number < state.table.engine.pager->PageCount())
+    if (state.number == 0)
+      state.generation = state.table.engine.pager->Generation();
+    else if (state.number < state.table.engine.pager->PageCount())
       state.Load();
     else
       state.page = {};
@@ -94,6 +100,8 @@ bool ScanCursor::Next() {
 Row& ScanCursor::Current() noexcept { return state_->row; }
 
 RowId ScanCursor::Id() const noexcept { return state_->row.Id(); }
+
+void ScanCursor::Rest() noexcept { state_->lock.reset(); }
 
 void ScanCursor::Rewind() {
   state_->page = {};

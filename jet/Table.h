@@ -35,6 +35,7 @@ struct Assignment {
 };
 
 /// Walks all rows in the order in which they lie in the file. Rows inserted meanwhile may or may not be met; rows deleted meanwhile are not.
+/// From its making to its end it keeps other processes from writing; Rest lets them.
 class ScanCursor {
  public:
   ScanCursor(ScanCursor&&) noexcept;
@@ -47,6 +48,9 @@ class ScanCursor {
   [[nodiscard]] RowId Id() const noexcept;
   /// Back to before the first row.
   void Rewind();
+  /// Lets other processes write until the next step, which then goes on behind the row stood on, in what is there by then. The current row
+  /// stays readable as it was read, but for its long values: whoever wants those reads the row again.
+  void Rest() noexcept;
 
  private:
   friend class Table;

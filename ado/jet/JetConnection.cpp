@@ -1,5 +1,7 @@
 #include "ado/jet/JetConnection.h"
 
+#include <algorithm>
+
 #include "ado/Errors.h"
 #include "ado/jet/FileSearch.h"
 #include "ado/jet/JetBulkInsert.h"
@@ -127,6 +129,7 @@ void JetConnection::RollbackTransaction() {
 std::optional<Variant> JetConnection::Property(const std::string& upperName) const {
   if (upperName == "JET OLEDB:ENGINE TYPE") return Variant(static_cast<std::int32_t>(database_->FormatVersion() == 3 ? 4 : 5));
   if (upperName == "JET OLEDB:MAX LOCKS PER FILE") return Variant(maxLocks_);
+  if (upperName == "LOCK WAIT") return Variant(lockWait_);
   if (upperName == "LINKS ALLOWED") return Variant(session_->LinksAllowed());
   if (upperName == "DATA SOURCE" || upperName == "DATA SOURCE NAME") return Variant(database_->Path());
   if (upperName == "READ-ONLY DATA SOURCE") return Variant(database_->ReadOnly());
@@ -137,6 +140,11 @@ std::optional<Variant> JetConnection::Property(const std::string& upperName) con
 bool JetConnection::SetProperty(const std::string& upperName, const Variant& value) {
   if (upperName == "LINKS ALLOWED") {
     OnEngine([&] { session_->AllowLinks(runtime::ToBoolean(value)); });
+    return true;
+  }
+  if (upperName == "LOCK WAIT") {
+    lockWait_ = std::max(runtime::ToInt32(value), 0);
+    database_->SetLockWait(lockWait_);
     return true;
   }
   if (upperName != "JET OLEDB:MAX LOCKS PER FILE") return false;

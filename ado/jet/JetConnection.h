@@ -37,6 +37,7 @@ class JetConnection final : public ProviderConnection {
   std::unique_ptr<jet::Database> database_;
   std::unique_ptr<jet::sql::Session> session_;
   std::int32_t maxLocks_ = 9500;
+  std::int32_t lockWait_ = jet::kLockWait;  // milliseconds
 };
 
 }  // namespace tamlo::ado::jetprovider

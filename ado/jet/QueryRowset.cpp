@@ -7,6 +7,7 @@
 #include "ado/SameValue.h"
 #include "ado/jet/JetErrors.h"
 #include "ado/jet/JetValues.h"
+#include "jet/SteadyLong.h"
 
 namespace tamlo::ado::jetprovider {
 
@@ -63,12 +64,13 @@ QueryRowset::QueryRowset(JetConnection& connection, std::unique_ptr<jet::sql::Qu
   for (const jet::sql::SelectPlan::Source& source : plan.sources) {
     updatable_ = updatable_ && !static_cast<const jet::sql::EngineTable&>(*source.table).database->ReadOnly();
   }
+  if (kind_ == Kind::kLive) query_->ReadRowsAgain();
   ids_.resize(plan.sources.size());
+  versions_.resize(plan.sources.size());
   writers_.resize(plan.sources.size());
   values_.resize(fields_.size());
   seen_.resize(fields_.size());
   readers_.resize(fields_.size());
-  longRows_.resize(fields_.size());
   chunkAt_.resize(fields_.size());
 }
 
@@ -101,8 +103,10 @@ bool QueryRowset::MoveFirst() {
   keptBytes_ = keptAt_ = 0;
   keptAll_ = false;
   moved_.clear();
-  const bool found = Advance();
-  return found && kind_ == Kind::kStatic ? KeepAll() : found;
+  if (kind_ != Kind::kStatic || !keeping_) return Advance();
+  // What is kept is what was there at one moment.
+  const auto still = OnEngine([&] { return query_->HoldStill(); });
+  return Advance() && KeepAll();
 }
 
 bool QueryRowset::KeepAll() {
@@ -146,10 +150,13 @@ bool QueryRowset::Advance() {
 }
 
 bool QueryRowset::TakeRow() {
+  const auto still = query_->HoldStill();
   std::fill(seen_.begin(), seen_.end(), false);
   for (std::size_t source = 0; source < ids_.size(); ++source) {
     if (!ids_[source]) continue;
-    if (!SourceTable(source).table->Read(*ids_[source], row_)) return false;
+    jet::sql::RequireCurrent(SourceTable(source));
+    versions_[source] = SourceTable(source).database->PagesVersion();
+    if (!SourceTable(source).table->Read(*ids_[source], row_) || !query_->IsStill(source, row_)) return false;
     for (std::size_t i = 0; i < fields_.size(); ++i) {
       const jet::sql::ResultColumn& column = query_->Columns()[i];
       if (column.source == static_cast<int>(source) && !IsLong(i)) ReadColumn(row_, column.column, column.type.type, values_[i]);
@@ -191,7 +198,12 @@ Variant QueryRowset::Value(std::size_t field) {
     const jet::sql::ResultColumn& column = query_->Columns()[field];
     const auto source = static_cast<std::size_t>(column.source);
     Variant value = runtime::Null{};
-    if (ids_[source] && SourceTable(source).table->Read(*ids_[source], row_)) ReadColumn(row_, column.column, column.type.type, value);
+    if (!ids_[source]) return value;
+    const auto still = query_->HoldStill();
+    jet::sql::RequireCurrent(SourceTable(source));
+    const jet::Table::RowTest isStillRead = IsStillRead(source);
+    if (!SourceTable(source).table->Read(*ids_[source], row_) || (isStillRead && !isStillRead(row_))) throw AdoError(runtime::kNoCurrentRecord);
+    ReadColumn(row_, column.column, column.type.type, value);
     seen_[field] = LengthOf(value) <= kLongestComparedValue;
     values_[field] = seen_[field] ? value : Variant();
     return value;
@@ -202,8 +214,12 @@ std::unique_ptr<jet::LongValueReader> QueryRowset::OpenLong(std::size_t field) {
   if (kind_ != Kind::kLive) return query_->OpenLong(field);
   const jet::sql::ResultColumn& column = query_->Columns()[field];
   const auto source = static_cast<std::size_t>(column.source);
-  if (!ids_[source] || !SourceTable(source).table->Read(*ids_[source], longRows_[field])) return nullptr;
-  return longRows_[field].OpenLong(column.column);
+  if (!ids_[source]) return nullptr;
+  jet::sql::RequireCurrent(SourceTable(source));
+  bool found = false;
+  auto reader = jet::OpenSteadyLong(*SourceTable(source).table, *ids_[source], column.column, IsStillRead(source), &found);
+  if (!found) throw AdoError(runtime::kNoCurrentRecord);
+  return reader;
 }
 
 std::size_t QueryRowset::ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity) {
@@ -224,6 +240,7 @@ void QueryRowset::Insert(std::span<const Assignment> values) {
     if (query_->Columns()[value.field].source < 0) throw AdoError(runtime::kOperationNotSupported, fields_[value.field].name);
   }
   ids_[0] = Writer(0).Insert(values, columns_);
+  versions_[0] = OnEngine([&] { return SourceTable(0).database->PagesVersion(); });
   inserted_ = true;
   std::fill(readers_.begin(), readers_.end(), nullptr);
   OnEngine([&] {
@@ -274,6 +291,11 @@ jet::Table::RowTest QueryRowset::IsMeant(std::size_t source) {
   };
 }
 
+jet::Table::RowTest QueryRowset::IsStillRead(std::size_t source) {
+  if (Writer(source).KeyColumns().empty() && versions_[source] == SourceTable(source).database->PagesVersion()) return {};
+  return IsMeant(source);
+}
+
 jet::Table::RowTest QueryRowset::IsUnchanged(std::span<const Assignment> values) {
   return [this, values](jet::Row& row) {
     Variant now;
@@ -310,6 +332,7 @@ void QueryRowset::Update(std::span<const Assignment> values) {
       const jet::sql::ResultColumn& column = query_->Columns()[i];
       if (column.source < 0 || IsLong(i)) continue;
       const auto source = static_cast<std::size_t>(column.source);
+      if (ids_[source]) versions_[source] = SourceTable(source).database->PagesVersion();
       if (ids_[source] && SourceTable(source).table->Read(*ids_[source], row_))
         ReadColumn(row_, column.column, column.type.type, values_[i]);
     }

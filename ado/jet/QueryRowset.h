@@ -15,6 +15,7 @@ namespace tamlo::ado::jetprovider {
 /// The rows of a query. Forward-only ones come as the query gives them. Static ones are kept as they were at first reading (within a
 /// budget of memory; a larger result is read anew by MoveFirst). Keyset and dynamic ones read each row from its table when they reach it,
 /// skip rows deleted meanwhile and rows whose key they changed themselves, and can be written when the query's rows are rows of local tables.
+/// Between two calls nothing is locked: others read and write, and the next call goes on in what is there by then.
 class QueryRowset final : public ProviderRowset {
  public:
   QueryRowset(JetConnection& connection, std::unique_ptr<jet::sql::Query> query, const RowsetRequest& request);
@@ -46,6 +47,8 @@ class QueryRowset final : public ProviderRowset {
   RowWriter& Writer(std::size_t source);
   /// Whether the row of that source still has the key that was read, or all the short values that were where the key was not.
   [[nodiscard]] jet::Table::RowTest IsMeant(std::size_t source);
+  /// The same for reading more of the row: without a key, values differ only when others have changed something since.
+  [[nodiscard]] jet::Table::RowTest IsStillRead(std::size_t source);
 
   /// Whether the columns to be changed hold what was read of them; long values that were not read, or are long, count as unchanged.
   [[nodiscard]] jet::Table::RowTest IsUnchanged(std::span<const Assignment> values);
@@ -65,10 +68,10 @@ class QueryRowset final : public ProviderRowset {
   std::size_t keptBytes_ = 0;
   bool keptAll_ = false;
   bool keeping_ = true;
+  std::vector<std::uint64_t> versions_;  // of each source's pages when the row was read
   bool inserted_ = false;  // stands on a row of its own making
   std::vector<std::unique_ptr<RowWriter>> writers_;
   std::vector<std::unique_ptr<jet::LongValueReader>> readers_;
-  std::vector<jet::Row> longRows_;
   std::vector<std::size_t> chunkAt_;  // offset in a value that is whole already
   jet::Row row_;
 };

@@ -8,6 +8,7 @@
 #include "ado/jet/JetErrors.h"
 #include "ado/jet/JetValues.h"
 #include "ado/jet/QueryRowset.h"
+#include "jet/SteadyLong.h"
 #include "jet/sql/Coercion.h"
 
 namespace tamlo::ado::jetprovider {
@@ -29,12 +30,17 @@ TableRowset::TableRowset(JetConnection& connection, std::shared_ptr<const jet::s
   values_.resize(fields_.size());
   seen_.resize(fields_.size());
   readers_.resize(fields_.size());
-  longRows_.resize(fields_.size());
   chunkAt_.resize(fields_.size());
+}
+
+TableRowset::AtRest::~AtRest() {
+  if (rowset.scan_) rowset.scan_->Rest();
+  if (rowset.walk_) rowset.walk_->Rest();
 }
 
 bool TableRowset::MoveFirst() {
   return OnEngine([&] {
+    const AtRest atRest{*this};
     inserted_ = false;
     scan_.reset();
     walk_.reset();
@@ -54,6 +60,7 @@ bool TableRowset::MoveNext() {
 }
 
 bool TableRowset::Advance() {
+  const AtRest atRest{*this};
   const jet::Database::ReadScope scope(*table_->database);
   jet::sql::RequireCurrent(*table_);
   for (;;) {
@@ -70,6 +77,8 @@ bool TableRowset::Take(jet::RowId id) {
   std::fill(readers_.begin(), readers_.end(), nullptr);
   std::fill(chunkAt_.begin(), chunkAt_.end(), 0);
   std::fill(seen_.begin(), seen_.end(), false);
+  const jet::Database::ReadScope scope(*table_->database);
+  version_ = table_->database->PagesVersion();
   if (!table_->table->Read(id, row_)) return false;
   for (std::size_t i = 0; i < fields_.size(); ++i) {
     if (!IsLong(table_->columns[i])) ReadColumn(row_, i, table_->columns[i].type.type, values_[i]);
@@ -82,7 +91,12 @@ Variant TableRowset::Value(std::size_t field) {
   if (!IsLong(table_->columns[field])) return values_[field];
   return OnEngine([&] {
     Variant value = runtime::Null{};
-    if (id_ && table_->table->Read(*id_, row_)) ReadColumn(row_, field, table_->columns[field].type.type, value);
+    if (!id_) return value;
+    const jet::Database::ReadScope scope(*table_->database);
+    jet::sql::RequireCurrent(*table_);
+    const jet::Table::RowTest isStillRead = IsStillRead();
+    if (!table_->table->Read(*id_, row_) || (isStillRead && !isStillRead(row_))) throw AdoError(runtime::kNoCurrentRecord);
+    ReadColumn(row_, field, table_->columns[field].type.type, value);
     seen_[field] = LengthOf(value) <= kLongestComparedValue;
     values_[field] = seen_[field] ? value : Variant();
     return value;
@@ -92,8 +106,12 @@ Variant TableRowset::Value(std::size_t field) {
 std::size_t TableRowset::ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity) {
   if (!IsLong(table_->columns[field]) || capacity < 8) return PieceOf(Value(field), chunkAt_[field], buffer, capacity);
   return OnEngine([&]() -> std::size_t {
-    if (readers_[field] == nullptr && id_ && table_->table->Read(*id_, longRows_[field]))
-      readers_[field] = longRows_[field].OpenLong(field);
+    if (readers_[field] == nullptr && id_) {
+      jet::sql::RequireCurrent(*table_);
+      bool found = false;
+      readers_[field] = jet::OpenSteadyLong(*table_->table, *id_, field, IsStillRead(), &found);
+      if (!found) throw AdoError(runtime::kNoCurrentRecord);
+    }
     if (readers_[field] == nullptr) return 0;
     const std::size_t count = readers_[field]->Read(std::span(buffer, capacity));
     if (count == 0) readers_[field] = nullptr;
@@ -104,7 +122,12 @@ std::size_t TableRowset::ReadChunk(std::size_t field, std::byte* buffer, std::si
 void TableRowset::Insert(std::span<const Assignment> values) {
   const jet::RowId id = writer_.Insert(values, columns_);
   inserted_ = true;
-  OnEngine([&] { Take(id); });
+  OnEngine([&] {
+    if (Take(id)) return;
+    // Another one has deleted it already.
+    id_.reset();
+    std::fill(values_.begin(), values_.end(), Variant(runtime::Null{}));
+  });
 }
 
 jet::Table::RowTest TableRowset::IsMeant() {
@@ -120,6 +143,11 @@ jet::Table::RowTest TableRowset::IsMeant() {
       return SameValue(now, values_[i]);
     });
   };
+}
+
+jet::Table::RowTest TableRowset::IsStillRead() {
+  if (writer_.KeyColumns().empty() && version_ == table_->database->PagesVersion()) return {};
+  return IsMeant();
 }
 
 jet::Table::RowTest TableRowset::IsUnchanged(std::span<const Assignment> values) {
@@ -138,7 +166,9 @@ void TableRowset::Update(std::span<const Assignment> values) {
   if (!id_) throw AdoError(runtime::kNoCurrentRecord);
   std::fill(readers_.begin(), readers_.end(), nullptr);
   writer_.Update(*id_, values, columns_, IsMeant(), IsUnchanged(values));
-  OnEngine([&] { Take(*id_); });
+  OnEngine([&] {
+    if (!Take(*id_)) id_.reset();
+  });
 }
 
 void TableRowset::Delete() {
@@ -165,6 +195,7 @@ bool TableRowset::Seek(std::span<const Variant> key, SeekOption option) {
   if (!index_) throw AdoError(runtime::kOperationNotSupported, "Index");
   inserted_ = false;
   return OnEngine([&] {
+    const AtRest atRest{*this};
     const jet::IndexDef& index = table_->table->Indexes()[*index_];
     if (key.empty() || key.size() > index.columns.size())
       throw jet::Error(jet::ErrorCode::kTypeMismatch, "the key has another number of values than the index");

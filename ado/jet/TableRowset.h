@@ -33,10 +33,18 @@ class TableRowset final : public ProviderRowset {
   bool Seek(std::span<const Variant> key, SeekOption option) override;
 
  private:
+  /// Lets others write once the block of rows is read.
+  struct AtRest {
+    TableRowset& rowset;
+    ~AtRest();
+  };
+
   bool Advance();
   bool Take(jet::RowId id);
   /// Whether the row still has the key that was read, or all the short values where the table has no key.
   [[nodiscard]] jet::Table::RowTest IsMeant();
+  /// The same for reading more of the row: without a key, values differ only when others have changed something since.
+  [[nodiscard]] jet::Table::RowTest IsStillRead();
   /// Whether the columns to be changed hold what was read of them; long values that were not read, or are long, count as unchanged.
   [[nodiscard]] jet::Table::RowTest IsUnchanged(std::span<const Assignment> values);
   bool SeekRow(const std::vector<jet::Value>& key, SeekOption option);
@@ -54,10 +62,10 @@ class TableRowset final : public ProviderRowset {
   std::vector<Variant> values_;
   std::vector<bool> seen_;  // a long value that was read of the current row and stands in values_
   std::vector<std::unique_ptr<jet::LongValueReader>> readers_;
-  std::vector<jet::Row> longRows_;
   std::vector<std::size_t> chunkAt_;
   jet::Row row_;
   bool inserted_ = false;
+  std::uint64_t version_ = 0;  // of the file's pages when the row was read
   jet::sql::Session& session_;
 };
 

@@ -1,6 +1,6 @@
 #include <algorithm>
-#include <map>
 
+#include "jet/SteadyLong.h"
 #include "jet/TextOrder.h"
 #include "jet/sql/SessionState.h"
 
@@ -10,10 +10,14 @@ namespace {
 
 constexpr std::size_t kLargestBlock = 256;
 constexpr std::size_t kBlockBytes = std::size_t{1} << 18;  // text held back in one block, about
+constexpr std::uint64_t kHeldLong = std::uint64_t{1} << 16;  // longest long value that is read with its row, in bytes as stored
+
+bool IsLongType(ColumnType type) { return type == ColumnType::kMemo || type == ColumnType::kOle; }
 
 }  // namespace
 
-/// Rows come in blocks: one row first, so that asking for one costs one, then more and more. A block is read under one ReadScope.
+/// Rows come in blocks: one row first, so that asking for one costs one, then more and more. A block is read under one ReadScope; between
+/// two blocks nothing is locked, and the cursors below find their places again.
 struct Query::State {
   SessionState& session;
   SelectPlan plan;
@@ -27,6 +31,14 @@ struct Query::State {
 
   std::vector<Value> values;         // of the block, row by row
   std::vector<std::int64_t> rowIds;  // of the block: one for each source; -1 none
+  std::vector<std::uint64_t> prints;  // of the block, one for each source: of the row, or of its key when rows are read again
+  std::vector<bool> far;             // of the block, by value: a long value that was left in the file
+  std::vector<std::vector<std::size_t>> keyColumns;  // of each source: the columns of its primary key
+  std::vector<std::uint64_t> firstVersions;    // of each source's database when the first block was read
+  std::vector<std::uint64_t> versions;         // of each source's database when the block was read
+  bool rowsAreReadAgain = false;
+  bool hasLongs = false;
+  bool hasLate = false;
   std::size_t blockRows = 0;
   std::size_t blockAt = 0;  // row of the block after the current one
   std::size_t nextBlock = 1;
@@ -34,7 +46,6 @@ struct Query::State {
   std::vector<Value> tieKeys;  // of the last row that TOP gives
   Value late;                  // a value read from its row on demand
   Row row;
-  std::map<std::size_t, Row> longRows;
 
   State(SessionState& owner, SelectPlan selectPlan) : session(owner), plan(std::move(selectPlan)) {
     for (const SelectPlan::Source& source : plan.sources) sources.push_back(static_cast<const EngineTable*>(source.table.get()));
@@ -43,6 +54,13 @@ struct Query::State {
       if (database != nullptr && std::find(databases.begin(), databases.end(), database) == databases.end()) databases.push_back(database);
     }
     scans = plan.plainScan && sources[0]->table != nullptr;
+    keyColumns.resize(sources.size());
+    versions.resize(sources.size());
+    firstVersions.resize(sources.size());
+    for (std::size_t i = 0; i < plan.columns.size(); ++i) {
+      hasLongs = hasLongs || IsFromRow(i);
+      hasLate = hasLate || IsLate(i);
+    }
     // Learning early what SQLite does not understand costs less than at the first row.
     if (scans) return;
     statement = session.Prepare(plan.sql);
@@ -58,6 +76,16 @@ struct Query::State {
     return scans ? isLong : IsReadFromRow(c.type.type, table);
   }
 
+  // The same, long.
+  [[nodiscard]] bool IsFromRow(std::size_t column) const { return IsLongType(plan.columns[column].type.type) && IsLate(column); }
+
+  [[nodiscard]] std::vector<std::unique_ptr<Database::ReadScope>> Locked() const {
+    std::vector<std::unique_ptr<Database::ReadScope>> scopes;
+    scopes.reserve(databases.size());
+    for (Database* database : databases) scopes.push_back(std::make_unique<Database::ReadScope>(*database));
+    return scopes;
+  }
+
   void Restart() {
     scan.reset();
     if (statement != nullptr) sqlite3_reset(statement.get());
@@ -71,25 +99,150 @@ struct Query::State {
   bool Fill() {
     blockRows = blockAt = 0;
     if (exhausted) return false;
-    std::vector<std::unique_ptr<Database::ReadScope>> scopes;
-    scopes.reserve(databases.size());
-    for (Database* database : databases) scopes.push_back(std::make_unique<Database::ReadScope>(*database));
+    const std::vector<std::unique_ptr<Database::ReadScope>> scopes = Locked();
     for (const TablePointer& table : plan.reads) RequireCurrent(static_cast<const EngineTable&>(*table));
+    struct AtRest {
+      State& state;
+      ~AtRest() {
+        if (state.scan) state.scan->Rest();
+      }
+    } const atRest{*this};
+    NoteSources();
     executed = true;
     const std::size_t wanted = nextBlock;
     nextBlock = std::min(nextBlock * 8, kLargestBlock);
     std::size_t bytes = 0;
     values.resize(wanted * plan.columns.size());
     rowIds.resize(wanted * sources.size());
+    prints.assign(rowIds.size(), 0);
+    far.assign(hasLongs ? values.size() : 0, false);
     while (blockRows < wanted && bytes < kBlockBytes) {
       if (!(scans ? Scan(bytes) : Step(bytes))) {
         exhausted = true;
         break;
       }
-      ++blockRows;
       ++given;
+      if (NoteRow(bytes)) ++blockRows;
     }
     return blockRows > 0;
+  }
+
+  void NoteSources() {
+    for (std::size_t i = 0; i < sources.size(); ++i) {
+      if (sources[i] == nullptr || sources[i]->table == nullptr) continue;
+      versions[i] = sources[i]->database->PagesVersion();
+      keyColumns[i].clear();
+      if (!executed) firstVersions[i] = versions[i];
+      if (!rowsAreReadAgain && !hasLate) continue;
+      if (const auto key = sources[i]->table->PrimaryKey())
+        for (const IndexColumn& column : sources[i]->table->Indexes()[*key].columns) keyColumns[i].push_back(column.column);
+    }
+  }
+
+  // What the row's tables must still tell when the row is given, read under the lock under which the row itself was read. False: the row
+  // is gone by now.
+  bool NoteRow(std::size_t& bytes) {
+    for (std::size_t source = 0; source < sources.size(); ++source) {
+      if (sources[source] == nullptr) continue;
+      const bool wanted = rowsAreReadAgain ? !keyColumns[source].empty() : HasLate(source);
+      const std::int64_t id = rowIds[blockRows * sources.size() + source];
+      if (!wanted || id < 0 || sources[source]->table == nullptr) {
+        NullLongs(source);
+        continue;
+      }
+      Row* current = scans ? &scan->Current() : &row;
+      if (!scans) {
+        // What SQLite sorted or keeps for a join may have been read before the last commit of another process.
+        const bool changed = versions[source] != firstVersions[source];
+        if (!sources[source]->table->Read(RowIdFrom(id), row)) {
+          if (changed) return false;
+          NullLongs(source);
+          continue;
+        }
+        if (changed && !TakeAsItIs(source, row)) return false;
+      }
+      std::uint64_t& print = prints[blockRows * sources.size() + source];
+      if (rowsAreReadAgain) {
+        print = current->Fingerprint(keyColumns[source]);
+      } else {
+        HoldLongs(source, *current, bytes);
+        print = current->Fingerprint();
+      }
+    }
+    return true;
+  }
+
+  // The row as it is now in place of what is known of it, so that what is read later of it fits. False when it is another row that has
+  // taken its place. Without its key among the columns that cannot be told, unless nothing has changed.
+  bool TakeAsItIs(std::size_t source, Row& now) {
+    Value* out = values.data() + blockRows * plan.columns.size();
+    Value value;
+    std::size_t keysSeen = 0;
+    bool sameKey = true;
+    bool same = true;
+    for (std::size_t i = 0; i < plan.columns.size(); ++i) {
+      const ResultColumn& column = plan.columns[i];
+      if (column.source != static_cast<int>(source) || IsLongType(column.type.type)) continue;
+      now.Get(column.column, value);
+      const bool equal = value == out[i] || (!value.IsNull() && !out[i].IsNull() && value.Type() != out[i].Type());
+      same = same && equal;
+      const auto& key = keyColumns[source];
+      if (std::find(key.begin(), key.end(), column.column) != key.end()) {
+        ++keysSeen;
+        sameKey = sameKey && equal;
+      }
+      if (!rowsAreReadAgain) out[i] = value;
+    }
+    const bool keyKnown = keysSeen > 0 && keysSeen >= keyColumns[source].size();
+    if (keyKnown) return sameKey;
+    if (!same && !rowsAreReadAgain) RefuseChanged(*sources[source]);
+    return true;
+  }
+
+  [[nodiscard]] bool IsLongOf(std::size_t column, std::size_t source) const {
+    return IsFromRow(column) && static_cast<std::size_t>(plan.columns[column].source) == source;
+  }
+
+  [[nodiscard]] bool HasLate(std::size_t source) const {
+    for (std::size_t i = 0; hasLate && i < plan.columns.size(); ++i) {
+      if (IsLate(i) && static_cast<std::size_t>(plan.columns[i].source) == source) return true;
+    }
+    return false;
+  }
+
+  void NullLongs(std::size_t source) {
+    for (std::size_t i = 0; hasLongs && i < plan.columns.size(); ++i) {
+      if (IsLongOf(i, source)) values[blockRows * plan.columns.size() + i].SetNull();
+    }
+  }
+
+  void HoldLongs(std::size_t source, Row& current, std::size_t& bytes) {
+    for (std::size_t i = 0; i < plan.columns.size(); ++i) {
+      if (!IsLongOf(i, source)) continue;
+      const std::size_t at = blockRows * plan.columns.size() + i;
+      const std::uint64_t length = current.StoredLength(plan.columns[i].column);
+      far[at] = length > kHeldLong;
+      if (far[at]) {
+        values[at].SetNull();
+      } else {
+        current.Get(plan.columns[i].column, values[at]);
+        bytes += length;
+      }
+    }
+  }
+
+  // Whether the long value was left in the file.
+  [[nodiscard]] bool IsFar(std::size_t column) const { return far[(blockAt - 1) * plan.columns.size() + column]; }
+
+  [[nodiscard]] Table::RowTest IsAsItWas(std::size_t source) {
+    return [this, source](Row& now) {
+      return sources[source]->database->PagesVersion() == versions[source] ||
+             now.Fingerprint() == prints[(blockAt - 1) * sources.size() + source];
+    };
+  }
+
+  [[noreturn]] static void RefuseChanged(const EngineTable& table) {
+    throw Error(ErrorCode::kChangedMeanwhile, "a row of \"" + table.name + "\" was changed by another user while the query was reading it");
   }
 
   bool Scan(std::size_t& bytes) {
@@ -196,26 +349,44 @@ bool Query::Next() {
 void Query::Rewind() { state_->Restart(); }
 
 const Value& Query::Get(std::size_t column) {
-  const bool isLong =
-      state_->plan.columns[column].type.type == ColumnType::kMemo || state_->plan.columns[column].type.type == ColumnType::kOle;
-  if (isLong && state_->IsLate(column)) {
+  if (state_->IsFromRow(column) && state_->IsFar(column)) {
     const ResultColumn& c = state_->plan.columns[column];
     const auto source = static_cast<std::size_t>(c.source);
-    state_->ReadFromRow(source, c.column, state_->CurrentRowId(source), state_->late);
+    const EngineTable& table = *state_->sources[source];
+    const Database::ReadScope scope(*table.database);
+    RequireCurrent(table);
+    if (!table.table->Read(RowIdFrom(state_->CurrentRowId(source)), state_->row) || !state_->IsAsItWas(source)(state_->row))
+      State::RefuseChanged(table);
+    state_->row.Get(c.column, state_->late);
     return state_->late;
   }
   return state_->values[(state_->blockAt - 1) * state_->plan.columns.size() + column];
 }
 
 std::unique_ptr<LongValueReader> Query::OpenLong(std::size_t column) {
-  if (!state_->IsLate(column)) return nullptr;
+  if (!state_->IsFromRow(column)) return nullptr;
   const ResultColumn& c = state_->plan.columns[column];
   const auto source = static_cast<std::size_t>(c.source);
-  const std::int64_t rowId = state_->CurrentRowId(source);
-  // A row object of its own for each column: several long values of one row may be read side by side.
-  Row& row = state_->longRows[column];
-  if (rowId < 0 || !state_->sources[source]->table->Read(RowIdFrom(rowId), row)) return nullptr;
-  return row.OpenLong(c.column);
+  if (!state_->IsFar(column)) return OpenHeldLong(Get(column));
+  const EngineTable& table = *state_->sources[source];
+  RequireCurrent(table);
+  bool found = false;
+  auto reader = OpenSteadyLong(*table.table, RowIdFrom(state_->CurrentRowId(source)), c.column, state_->IsAsItWas(source), &found);
+  if (!found) State::RefuseChanged(table);
+  return reader;
+}
+
+void Query::ReadRowsAgain() noexcept { state_->rowsAreReadAgain = true; }
+
+bool Query::IsStill(std::size_t source, const Row& row) const {
+  const EngineTable& table = *state_->sources[source];
+  const std::vector<std::size_t>& columns = state_->keyColumns[source];
+  if (columns.empty() || table.database->PagesVersion() == state_->versions[source]) return true;
+  return row.Fingerprint(columns) == state_->prints[(state_->blockAt - 1) * state_->sources.size() + source];
+}
+
+std::vector<std::unique_ptr<Database::ReadScope>> Query::HoldStill() const {
+  return state_->Locked();
 }
 
 std::optional<RowId> Query::Identity(std::size_t source) const {

@@ -30,6 +30,8 @@ class Transactions {
       if (transaction.first == &database) return;
     }
     open_.emplace_back(&database, std::make_unique<Transaction>(database));
+    // What is read for a change must be what the change finds: nobody else may come in between.
+    database.BeginChanges();
   }
   void Commit() {
     for (auto& transaction : open_) transaction.second->Commit();

@@ -65,7 +65,8 @@ void RequireCurrent(const EngineTable& table);
 void RequireWritable(const EngineTable& table);
 
 /// The rows of a query, forward only; Rewind begins anew. Rows are read ahead in blocks, so that a change made meanwhile to a row read
-/// ahead is not seen through Get; Identity tells which row of the table to read again. Must not outlive its session.
+/// ahead is not seen through Get; Identity tells which row of the table to read again. Between two calls no lock is held: what others commit
+/// then is met from the next block on. Must not outlive its session.
 class Query {
  public:
   struct State;
@@ -80,12 +81,20 @@ class Query {
   /// Executes at the first call; false at the end. Errors: those of evaluation (kTypeMismatch) and of the engine.
   bool Next();
   void Rewind();
-  /// The value of the current row; long values whole.
+  /// The value of the current row; long values whole. A long value past 64 KB is read when it is asked for: error kChangedMeanwhile when another
+  /// process has changed its row since the row was read.
   [[nodiscard]] const Value& Get(std::size_t column);
-  /// Opens a long value in pieces; null where the value is null or the column is no plain long column (then Get has it).
+  /// Opens a long value in pieces; null where the value is null or the column is no plain long column (then Get has it). Errors as Get.
   [[nodiscard]] std::unique_ptr<LongValueReader> OpenLong(std::size_t column);
   /// The row of a source table that the current row is made of; none for a missing side of a join and for grouped rows.
   [[nodiscard]] std::optional<RowId> Identity(std::size_t source) const;
+  /// Before the first Next: the caller reads each row again from its table and wants nothing of the long columns through Get.
+  void ReadRowsAgain() noexcept;
+  /// After ReadRowsAgain: whether what the table holds now under the identity of the current row is still that row, not another one that
+  /// has taken its place since: by its primary key, or, where there is none, by its identity alone.
+  [[nodiscard]] bool IsStill(std::size_t source, const Row& row) const;
+  /// Keeps all that the query reads as it is while the scopes live.
+  [[nodiscard]] std::vector<std::unique_ptr<Database::ReadScope>> HoldStill() const;
 
  private:
   std::unique_ptr<State> state_;

@@ -25,6 +25,7 @@ struct VirtualCursor : sqlite3_vtab_cursor {
   RowId id;
   sqlite3_int64 foreignRow = 0;
   std::uint64_t changes = 0;
+  std::uint64_t version = 0;  // of the pages of the database when the row was read
   bool single = false;  // one row found by its identity
   bool end = true;
 };
@@ -404,8 +405,23 @@ bool SetRange(VirtualCursor& cursor, const EngineTable& table, std::size_t posit
   return true;
 }
 
-void Step(VirtualCursor& cursor, VirtualTable& table) {
+void NoteVersion(VirtualCursor& cursor, const VirtualTable& table) {
   cursor.changes = table.state->changes;
+  if (table.table->database != nullptr) cursor.version = table.table->database->PagesVersion();
+}
+
+// Whoever steps the statement holds what it reads still for a block of rows; between two blocks nothing may be locked.
+struct AtRest {
+  VirtualCursor& cursor;
+  ~AtRest() {
+    if (cursor.scan) cursor.scan->Rest();
+    if (cursor.index) cursor.index->Rest();
+  }
+};
+
+void Step(VirtualCursor& cursor, VirtualTable& table) {
+  const AtRest atRest{cursor};
+  NoteVersion(cursor, table);
   if (cursor.foreign != nullptr) {
     ++cursor.foreignRow;
     cursor.end = !cursor.foreign->Next();
@@ -446,10 +462,10 @@ int Filter(sqlite3_vtab_cursor* base, int how, const char* text, int, sqlite3_va
       cursor.id = RowIdFrom(sqlite3_value_int64(arguments[0]));
       cursor.end = sqlite3_value_type(arguments[0]) == SQLITE_NULL || !table.table->table->Read(cursor.id, cursor.row);
       cursor.current = &cursor.row;
-      cursor.changes = table.state->changes;
+      NoteVersion(cursor, table);
       return SQLITE_OK;
     } else if (how == 0) {
-      cursor.scan.emplace(table.table->table->Scan());
+      cursor.scan.emplace(table.table->table->Scan());  // Step lets it rest
     } else if (!SetRange(cursor, *table.table, static_cast<std::size_t>(how - 1), text, arguments)) {
       cursor.end = true;
       return SQLITE_OK;
@@ -475,6 +491,17 @@ int Eof(sqlite3_vtab_cursor* base) { return static_cast<VirtualCursor*>(base)->e
 
 sqlite3_int64 Identity(const VirtualCursor& cursor) { return cursor.foreign != nullptr ? cursor.foreignRow : RowIdNumber(cursor.id); }
 
+// Another process has committed something since the row was read. Its short columns are here as they were, its long ones may be gone.
+void ReadLongAgain(VirtualCursor& cursor, VirtualTable& table) {
+  Row now;
+  if (!table.table->table->Read(cursor.id, now) || now.Fingerprint() != cursor.current->Fingerprint()) {
+    throw Error(ErrorCode::kChangedMeanwhile, "a row of \"" + table.table->name + "\" was changed by another user while the query was reading it");
+  }
+  cursor.row = std::move(now);
+  cursor.current = &cursor.row;
+  NoteVersion(cursor, table);
+}
+
 int Column(sqlite3_vtab_cursor* base, sqlite3_context* context, int column) {
   auto& cursor = *static_cast<VirtualCursor*>(base);
   VirtualTable& table = TableOf(base);
@@ -490,10 +517,13 @@ int Column(sqlite3_vtab_cursor* base, sqlite3_context* context, int column) {
     }
     if (cursor.changes != table.state->changes) {
       // Something was written since the row was read: its page may have changed under it.
-      cursor.changes = table.state->changes;
+      NoteVersion(cursor, table);
       cursor.current = table.table->table->Read(cursor.id, cursor.row) ? &cursor.row : nullptr;
     }
-    if (cursor.current != nullptr) ReturnColumn(context, *cursor.current, position, table.table->columns[position].type.type);
+    const ColumnType type = table.table->columns[position].type.type;
+    const bool isLong = type == ColumnType::kMemo || type == ColumnType::kOle;
+    if (isLong && cursor.current != nullptr && cursor.version != table.table->database->PagesVersion()) ReadLongAgain(cursor, table);
+    if (cursor.current != nullptr) ReturnColumn(context, *cursor.current, position, type);
     return SQLITE_OK;
   });
 }

@@ -6,6 +6,7 @@
 #include <thread>
 #include <utility>
 
+#include "jet/IndexCursor.h"
 #include "jet/Sharing.h"
 #include "tests/jet/storage/JetTestSupport.h"
 #include "tests/support_lib/TemporaryFolder.h"
@@ -160,6 +161,109 @@ TEST(Sharing, AWriterDoesNotChangeWhatAReaderIsReading) {
     EXPECT_EQ(cursor.Current().Text(1), "Ada");
   }
   EXPECT_NO_THROW(writer->OpenTable("People").Insert(Person("Bob")));
+}
+
+TEST(Sharing, ACursorAtRestKeepsNobodyOutAndGoesOnBehindItsRow) {
+  World world;
+  world.Create()->CreateTable(PeopleTable());
+  const auto reader = world.Open("test.mdb", OpenMode::kShared);
+  const auto writer = world.Open("test.mdb", OpenMode::kShared);
+  for (const char* name : {"Ada", "Bob", "Carl", "Dora"}) writer->OpenTable("People").Insert(Person(name));
+  Table& people = reader->OpenTable("People");
+  ScanCursor scan = people.Scan();
+  IndexCursor walk(people, people.FindIndex("Name").value());
+  walk.SetRange(std::nullopt, std::nullopt);
+  ASSERT_TRUE(scan.Next());
+  ASSERT_TRUE(walk.Next());
+  scan.Rest();
+  walk.Rest();
+  const RowId second{walk.Id().page, static_cast<std::uint8_t>(walk.Id().slot + 1)};
+  EXPECT_EQ(CodeOf([&] { writer->OpenTable("People").Delete(second); }), std::nullopt);
+  EXPECT_EQ(scan.Current().Text(1), "Ada");
+  ASSERT_TRUE(scan.Next());
+  EXPECT_EQ(scan.Current().Text(1), "Carl");
+  scan.Rest();
+  EXPECT_EQ(CodeOf([&] { writer->OpenTable("People").Insert(Person("Aline")); }), std::nullopt);
+  std::string names;
+  while (walk.Next()) names += people.Read(walk.Id()).value()[1].AsText() + " ";
+  EXPECT_EQ(names, "Aline Carl Dora ");
+}
+
+TEST(Sharing, OfTwoWhoWaitForEachOtherTheReaderGivesUpAtOnce) {
+  World world;
+  world.Create()->CreateTable(PeopleTable());
+  world.options.lockWaitMilliseconds = 60000;
+  const auto first = world.Open("test.mdb", OpenMode::kShared);
+  const auto second = world.Open("test.mdb", OpenMode::kShared);
+  second->Begin();
+  second->OpenTable("People").Insert(Person("Ada"));
+  std::optional<ErrorCode> writing;
+  std::thread writer;
+  {
+    const Database::ReadScope scope(*first);
+    writer = std::thread([&] { writing = CodeOf([&] { second->Commit(); }); });
+    EXPECT_EQ(CodeOf([&] { first->OpenTable("People").Insert(Person("Bob")); }), ErrorCode::kInUse);
+  }
+  writer.join();
+  EXPECT_EQ(writing, std::nullopt);
+  EXPECT_NO_THROW(first->OpenTable("People").Insert(Person("Bob")));
+}
+
+TEST(Sharing, AWriterIsNotKeptWaitingByReadersWhoComeOneAfterTheOther) {
+  World world;
+  world.Create();
+  Sharing writer(world.files, "test.mdb", false, 1000);
+  Sharing first(world.files, "test.mdb", false, 0);
+  Sharing second(world.files, "test.mdb", false, 0);
+  writer.EnterWrite();
+  writer.EnterRead();
+  first.EnterRead();
+  std::thread leaving([&] {
+    // As soon as the writer waits nobody else gets in; without that the two would hand the file to each other for ever.
+    Sharing* in = &first;
+    Sharing* out = &second;
+    while (!CodeOf([&] { out->EnterRead(); })) {
+      in->LeaveRead();
+      std::swap(in, out);
+    }
+    in->LeaveRead();
+  });
+  EXPECT_TRUE(writer.KeepReadersOut(true));
+  leaving.join();
+  writer.LetReadersIn();
+  EXPECT_NO_THROW(second.EnterRead());
+}
+
+TEST(Sharing, WritersGoInTheOrderOfTheirComing) {
+  World world;
+  world.Create();
+  Sharing first(world.files, "test.mdb", false, 60000);
+  std::vector<std::unique_ptr<Sharing>> others;
+  for (int i = 0; i < 4; ++i) others.push_back(std::make_unique<Sharing>(world.files, "test.mdb", false, 60000));
+  first.EnterWrite();
+  std::mutex mutex;
+  std::vector<int> order;
+  std::vector<std::thread> threads;
+  const auto lockFile = world.files.Open("test.ldb", FileMode::kReadWrite);
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&, i] {
+      others[static_cast<std::size_t>(i)]->EnterWrite();
+      {
+        const std::lock_guard lock(mutex);
+        order.push_back(i);
+      }
+      others[static_cast<std::size_t>(i)]->LeaveWrite();
+    });
+    // In line as soon as its place is locked: entry i + 1.
+    while (lockFile->TryLock(0x20000100 + static_cast<std::uint64_t>(i) + 1, 1, false)) {
+      lockFile->Unlock(0x20000100 + static_cast<std::uint64_t>(i) + 1, 1);
+      std::this_thread::yield();
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  }
+  first.LeaveWrite();
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(order, (std::vector<int>{0, 1, 2, 3}));
 }
 
 TEST(Sharing, RealFilesAreLockedBetweenTwoOpens) {
