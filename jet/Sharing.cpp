@@ -175,7 +175,11 @@ Sharing::Ahead Sharing::TakePlace() {
   }
   std::array<std::byte, 8> mine{};
   Store64(mine.data(), ahead.number + 1);
-  file_->Write(entry_ * kEntrySize + kNumberOffset, mine);
+  try {
+    file_->Write(entry_ * kEntrySize + kNumberOffset, mine);
+  } catch (const Error&) {
+    // A number decides about nothing but the order: without it somebody may come beside us, and the lock goes to one of the two.
+  }
   if (ahead.entry == entry_) ahead.number = 0;
   return ahead;
 }
