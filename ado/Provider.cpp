@@ -16,6 +16,26 @@ std::map<std::string, ProviderFactory>& Registry() {
 
 }  // namespace
 
+std::int64_t ProviderConnection::ExecuteWith(const std::string& text, std::span<const Parameter> parameters, std::int32_t timeoutSeconds) {
+  if (!parameters.empty()) throw AdoError(runtime::kOperationNotSupported);
+  return Execute(text, timeoutSeconds);
+}
+
+std::vector<Parameter> ProviderConnection::DescribeParameters(const std::string& /*text*/) {
+  throw AdoError(runtime::kOperationNotSupported);
+}
+
+std::string ProviderConnection::TableStatement(const std::string& table) {
+  const bool quoted = !table.empty() && table.front() == '[';
+  return "SELECT * FROM " + (quoted ? table : "[" + table + "]");
+}
+
+std::string ProviderConnection::CallStatement(const std::string& name, std::size_t parameters) {
+  std::string call = "{CALL " + name;
+  for (std::size_t i = 0; i < parameters; ++i) call += i == 0 ? "(?" : ",?";
+  return call + (parameters > 0 ? ")}" : "}");
+}
+
 void RegisterProvider(const std::string& name, ProviderFactory factory) { Registry()[runtime::UpperCase(name)] = std::move(factory); }
 
 const ProviderFactory& FindProvider(const std::string& name) {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "ado/Catalog.h"
+#include "ado/Command.h"
 #include "ado/Types.h"
 
 /// What a provider implements. Connection, Recordset and Catalog hold all that is common (states, pending edits, ADO's error numbers,
@@ -77,6 +78,7 @@ struct RowsetRequest {
   std::int32_t timeoutSeconds = 0;
   /// Each value alone, and as the backend's own text where it has one: see Recordset::ReadsByAnotherWay.
   bool anotherWay = false;
+  std::vector<Parameter> parameters;  ///< see Command
 };
 
 /// Tables, columns and indexes of a connection.
@@ -119,6 +121,13 @@ class ProviderConnection {
 
   /// Rows affected, -1 when not known.
   virtual std::int64_t Execute(const std::string& text, std::int32_t timeoutSeconds) = 0;
+  /// The same with values for the statement's parameters. A provider without them refuses (3251).
+  virtual std::int64_t ExecuteWith(const std::string& text, std::span<const Parameter> parameters, std::int32_t timeoutSeconds);
+  /// The parameters that a statement has, in order, without values.
+  [[nodiscard]] virtual std::vector<Parameter> DescribeParameters(const std::string& text);
+  /// The statement that gives all rows of a table, and the one that runs a stored procedure with so many parameters.
+  [[nodiscard]] virtual std::string TableStatement(const std::string& table);
+  [[nodiscard]] virtual std::string CallStatement(const std::string& name, std::size_t parameters);
   /// Null after having run a statement that gives no rows. A static rowset reads all its rows when it is first moved.
   [[nodiscard]] virtual std::unique_ptr<ProviderRowset> OpenRowset(const RowsetRequest& request) = 0;
 

@@ -42,10 +42,33 @@ Recordset::Recordset(Recordset&&) noexcept = default;
 Recordset& Recordset::operator=(Recordset&&) noexcept = default;
 
 void Recordset::Open(const std::string& source, Connection* connection, CursorType cursor, LockType lock, std::int32_t options) {
+  RowsetRequest request;
+  request.source = source;
+  request.cursor = cursor;
+  request.lock = lock;
+  request.options = options;
+  if (connection != nullptr) request.timeoutSeconds = connection->CommandTimeout();
+  Open(connection, std::move(request));
+}
+
+void Recordset::Open(const Command& command, CursorType cursor, LockType lock) {
+  if (IsOpen()) throw AdoError(runtime::kObjectOpen);
+  RowsetRequest request;
+  request.source = command.Statement();
+  request.cursor = cursor;
+  request.lock = lock;
+  request.options = adCmdText;
+  request.timeoutSeconds = command.CommandTimeout();
+  request.parameters = command.Checked();
+  Open(command.ActiveConnection(), std::move(request));
+}
+
+void Recordset::Open(Connection* connection, RowsetRequest request) {
   if (IsOpen()) throw AdoError(runtime::kObjectOpen);
   if (connection == nullptr || !connection->IsOpen()) throw AdoError(runtime::kConnectionInvalid);
   const auto& owner = connection->state_;
-  RowsetRequest request{source, cursor, lock, options, owner->cursorLocation, owner->commandTimeout, anotherWay_};
+  request.location = owner->cursorLocation;
+  request.anotherWay = anotherWay_;
   if (request.cursor == adOpenUnspecified) request.cursor = adOpenForwardOnly;
   auto opened = std::make_unique<RecordsetState>(owner, request);
   if (!opened->rowset) return;

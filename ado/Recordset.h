@@ -6,12 +6,14 @@
 #include <span>
 #include <string>
 
+#include "ado/Command.h"
 #include "ado/Connection.h"
 #include "ado/Types.h"
 
 namespace tamlo::ado {
 
 struct RecordsetState;
+struct RowsetRequest;
 
 /// One column of an open recordset, and its value in the current row. Belongs to its recordset and lives as long as it stays open.
 class Field {
@@ -63,6 +65,8 @@ class Recordset {
   /// itself makes of it where the provider knows how to ask (ODBC: MySQL, PostgreSQL, SQLite). The values are the same, the way is another
   /// one, and slower. Other providers read as ever. To be said before Open; error 3705 on an open recordset.
   void ReadsByAnotherWay(bool yes);
+  /// The rows that a command gives, with its parameters, on its connection.
+  void Open(const Command& command, CursorType cursor, LockType lock);
   /// A pending edit is given up. Error 3704 when closed already.
   void Close();
   [[nodiscard]] bool IsOpen() const noexcept;
@@ -100,6 +104,7 @@ class Recordset {
   void Find(const std::string& criterion);
 
  private:
+  void Open(Connection* connection, RowsetRequest request);
   std::unique_ptr<RecordsetState> state_;
   bool anotherWay_ = false;
 };

@@ -71,6 +71,7 @@ enum ColumnAttributes : std::int32_t { adColFixed = 1, adColNullable = 2 };
 constexpr std::int32_t adOptionUnspecified = -1;
 constexpr std::int32_t adCmdText = 1;
 constexpr std::int32_t adCmdTable = 2;
+constexpr std::int32_t adCmdStoredProc = 4;
 constexpr std::int32_t adCmdTableDirect = 512;
 constexpr std::int32_t adExecuteNoRecords = 128;
 

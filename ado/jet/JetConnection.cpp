@@ -70,15 +70,31 @@ JetConnection::JetConnection(const OpenRequest& request) : database_(OpenFile(Re
 
 JetConnection::~JetConnection() = default;
 
-std::int64_t JetConnection::Execute(const std::string& text, std::int32_t) {
-  return OnEngine([&] { return session_->Execute(text); }, text);
+std::int64_t JetConnection::Execute(const std::string& text, std::int32_t timeoutSeconds) { return ExecuteWith(text, {}, timeoutSeconds); }
+
+std::int64_t JetConnection::ExecuteWith(const std::string& text, std::span<const Parameter> parameters, std::int32_t) {
+  return OnEngine([&] { return session_->Execute(text, EngineParameters(parameters)); }, text);
 }
+
+std::vector<Parameter> JetConnection::DescribeParameters(const std::string& text) {
+  const auto infos = OnEngine([&] { return session_->ParametersOf(text); }, text);
+  std::vector<Parameter> parameters;
+  for (const jet::sql::ParameterInfo& info : infos) {
+    Parameter parameter;
+    parameter.name = info.name;
+    if (info.type.type != jet::sql::kNoType) parameter.type = AdoType(info.type.type);
+    parameters.push_back(std::move(parameter));
+  }
+  return parameters;
+}
+
+std::string JetConnection::CallStatement(const std::string& name, std::size_t) { return "EXECUTE [" + TableName(name) + "]"; }
 
 std::unique_ptr<ProviderRowset> JetConnection::OpenRowset(const RowsetRequest& request) {
   const bool direct = request.options > 0 && (request.options & (adCmdTableDirect | adCmdTable)) != 0;
   const std::string upper = runtime::UpperCase(runtime::Trim(request.source));
   const bool statement = upper.rfind("SELECT", 0) == 0 || upper.rfind("(", 0) == 0;
-  if (direct || (!statement && upper.find(' ') == std::string::npos)) {
+  if (direct || (!statement && request.parameters.empty() && upper.find(' ') == std::string::npos)) {
     const std::string name = TableName(request.source);
     const auto table = OnEngine([&] { return session_->FindTable(name); }, request.source);
     if (table != nullptr && table->foreign != nullptr) {
@@ -93,7 +109,7 @@ std::unique_ptr<ProviderRowset> JetConnection::OpenRowset(const RowsetRequest& r
     auto opened = OnEngine([&] { return session_->Open(query.source); }, query.source);
     return std::make_unique<QueryRowset>(*this, std::move(opened), query);
   }
-  auto query = OnEngine([&] { return session_->OpenOrRun(request.source); }, request.source);
+  auto query = OnEngine([&] { return session_->OpenOrRun(request.source, EngineParameters(request.parameters)); }, request.source);
   if (query == nullptr) return nullptr;
   const jet::sql::SelectPlan& plan = query->Plan();
   if (plan.plainScan && !plan.limit && upper.find('*') != std::string::npos) {

@@ -2,7 +2,9 @@
 
 #include "runtime/Conversions.h"
 #include "runtime/Dates.h"
+#include "runtime/Error.h"
 #include "runtime/RegionalSettings.h"
+#include "runtime/Text.h"
 
 namespace tamlo::ado::jetprovider {
 
@@ -71,7 +73,49 @@ struct ToEngine {
   jet::Value operator()(const runtime::Bytes& value) const { return jet::Value(value); }
 };
 
+Variant AsTyped(const Variant& value, std::int16_t type) {
+  if (value.IsNull() || value.IsEmpty()) return value;
+  switch (type) {
+    case adUnsignedTinyInt:
+    case adTinyInt:
+    case adSmallInt:
+      return runtime::ToInt16(value);
+    case adInteger:
+      return runtime::ToInt32(value);
+    case adSingle:
+      return static_cast<float>(runtime::ToDouble(value));
+    case adDouble:
+      return runtime::ToDouble(value);
+    case adBoolean:
+      return runtime::ToBoolean(value);
+    case adDate:
+    case adDBDate:
+    case adDBTime:
+    case adDBTimeStamp:
+      return runtime::ToDate(value);
+    default:
+      return IsTextType(type) ? Variant(runtime::ToText(value)) : value;
+  }
+}
+
 }  // namespace
+
+std::vector<jet::sql::Parameter> EngineParameters(std::span<const Parameter> parameters) {
+  std::vector<jet::sql::Parameter> converted;
+  for (const Parameter& parameter : parameters) {
+    jet::Value value = ToValue(AsTyped(parameter.value, parameter.type));
+    if ((parameter.type == adCurrency || parameter.type == adNumeric) && value.Type() == jet::ValueType::kText) {
+      // Straight from the digits: a double between would lose some.
+      std::string digits(runtime::Trim(value.AsText()));
+      for (char& c : digits) c = c == runtime::UserSettings().decimalPoint ? '.' : c;
+      const std::optional<jet::Numeric> exact = jet::Numeric::Parse(digits);
+      if (!exact) throw runtime::Error(runtime::kTypeMismatch);
+      value = jet::Value(*exact);
+    }
+    converted.push_back({parameter.name, std::move(value)});
+  }
+  return converted;
+}
 
 Variant ToVariant(const jet::Value& value) {
   switch (value.Type()) {

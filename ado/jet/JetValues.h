@@ -1,5 +1,8 @@
 #pragma once
 
+#include <span>
+#include <vector>
+
 #include "ado/Catalog.h"
 #include "ado/Provider.h"
 #include "jet/Row.h"
@@ -21,6 +24,10 @@ void ReadColumn(jet::Row& row, std::size_t column, jet::ColumnType type, Variant
 
 /// How a rowset describes a column.
 [[nodiscard]] FieldInfo Described(const std::string& name, const jet::sql::TypeInfo& type);
+
+/// Parameters as statements of the engine take them, each value as the type that is given with it. Errors 6 and 13 for a value that is not of its type,
+/// 5 for one that is longer than its size.
+[[nodiscard]] std::vector<jet::sql::Parameter> EngineParameters(std::span<const Parameter> parameters);
 
 /// The dates and numbers of texts under the user's settings.
 [[nodiscard]] jet::sql::TextSettings UserTextSettings();

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "ado/odbc/BatchInsert.h"
+#include "ado/odbc/CommandParameters.h"
 #include "ado/odbc/NativeHeaders.h"
 #include "ado/odbc/OdbcCatalog.h"
 #include "ado/odbc/OdbcRowset.h"
@@ -51,26 +52,35 @@ bool IsReadOnly(const std::shared_ptr<Session>& session) {
 OdbcConnection::OdbcConnection(std::shared_ptr<Session> session) : session_(std::move(session)) {}
 OdbcConnection::~OdbcConnection() { session_->Close(); }
 
-std::int64_t OdbcConnection::Execute(const std::string& text, std::int32_t timeoutSeconds) {
+std::int64_t OdbcConnection::Execute(const std::string& text, std::int32_t timeoutSeconds) { return ExecuteWith(text, {}, timeoutSeconds); }
+
+std::int64_t OdbcConnection::ExecuteWith(const std::string& text, std::span<const ado::Parameter> parameters, std::int32_t timeoutSeconds) {
   std::int64_t affected = 0;
-  Resending(*session_, IsSingleChangeOrQuery(text), [&] { affected = Send(text, timeoutSeconds); });
+  Resending(*session_, IsSingleChangeOrQuery(text), [&] { affected = Send(text, parameters, timeoutSeconds); });
   return affected;
 }
 
-std::int64_t OdbcConnection::Send(const std::string& text, std::int32_t timeoutSeconds) {
+std::vector<ado::Parameter> OdbcConnection::DescribeParameters(const std::string& text) {
+  Statement statement(session_, 0);
+  statement.Prepare(text);
+  ado::Parameter one;
+  one.type = adVarWChar;
+  return std::vector<ado::Parameter>(MarksOf(statement).value_or(0), one);
+}
+
+std::string OdbcConnection::TableStatement(const std::string& table) { return "SELECT * FROM " + session_->Quoted(table); }
+
+std::int64_t OdbcConnection::Send(const std::string& text, std::span<const ado::Parameter> parameters, std::int32_t timeoutSeconds) {
   Statement statement(session_, timeoutSeconds);
-  std::vector<std::string> literals;
-  const std::string sql = session_->Facts().keepsWideStatements ? text : WithoutWideLiterals(text, literals);
-  if (ChangesSchema(sql)) session_->SchemaChanged();
-  if (literals.empty()) {
-    statement.ExecuteDirect(sql);
+  BoundTexts bound(text, session_->Facts());
+  if (ChangesSchema(bound.Sql())) session_->SchemaChanged();
+  if (bound.NeedsNone() && parameters.empty()) {
+    statement.ExecuteDirect(bound.Sql());
   } else {
-    statement.Prepare(sql);
-    ParameterSet parameters(statement);
-    FieldInfo whole;
-    whole.type = adLongVarWChar;
-    for (const auto& literal : literals) parameters.Add(Variant(literal), ShapeFor(whole, 0, session_->Facts()));
-    parameters.Execute();
+    statement.Prepare(bound.Sql());
+    ParameterSet set(statement);
+    bound.AddTo(set, statement, parameters, session_->Facts());
+    set.Execute();
   }
   const std::int64_t affected = statement.RowsAffected();
   statement.FinishResults();

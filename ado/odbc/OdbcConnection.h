@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,9 @@ class OdbcConnection final : public ProviderConnection {
   ~OdbcConnection() override;
 
   std::int64_t Execute(const std::string& text, std::int32_t timeoutSeconds) override;
+  std::int64_t ExecuteWith(const std::string& text, std::span<const ado::Parameter> parameters, std::int32_t timeoutSeconds) override;
+  [[nodiscard]] std::vector<ado::Parameter> DescribeParameters(const std::string& text) override;
+  [[nodiscard]] std::string TableStatement(const std::string& table) override;
   [[nodiscard]] std::unique_ptr<ProviderRowset> OpenRowset(const RowsetRequest& request) override;
   std::int32_t BeginTransaction() override;
   void CommitTransaction() override;
@@ -30,7 +34,7 @@ class OdbcConnection final : public ProviderConnection {
                                                                    const std::string& owner) override;
 
  private:
-  [[nodiscard]] std::int64_t Send(const std::string& text, std::int32_t timeoutSeconds);
+  [[nodiscard]] std::int64_t Send(const std::string& text, std::span<const ado::Parameter> parameters, std::int32_t timeoutSeconds);
 
   std::shared_ptr<Session> session_;  // shared with cursors and catalogs, which may be let go later than the connection is closed
 };

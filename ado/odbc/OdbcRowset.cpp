@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "ado/Errors.h"
+#include "ado/odbc/CommandParameters.h"
 #include "ado/odbc/NativeHeaders.h"
 #include "ado/odbc/Resend.h"
 #include "ado/odbc/SqlText.h"
@@ -28,7 +29,7 @@ std::string TableText(const Session& session, const std::string& source) {
 }  // namespace
 
 OdbcRowset::OdbcRowset(std::shared_ptr<Session> session, const RowsetRequest& request)
-    : session_(std::move(session)), statement_(session_, request.timeoutSeconds) {
+    : session_(std::move(session)), statement_(session_, request.timeoutSeconds), values_(request.parameters) {
   std::optional<std::string> table;
   std::string sql;
   if (IsTable(request)) {
@@ -40,13 +41,14 @@ OdbcRowset::OdbcRowset(std::shared_ptr<Session> session, const RowsetRequest& re
     // Brackets are not every driver's own marks: psqlODBC takes "[$T$]" for the beginning of a dollar-quoted text.
     if (table && table->starts_with('[') && table->find("].") == std::string::npos) table = TableText(*session_, *table);
   }
-  if (!session_->Facts().keepsWideStatements) sql = WithoutWideLiterals(sql, literals_);
+  bound_ = BoundTexts(sql, session_->Facts());
+  sql = bound_.Sql();
   if (ChangesSchema(sql)) session_->SchemaChanged();
   isSingle_ = IsSingleChangeOrQuery(sql);
   sql_ = std::move(sql);
   if (request.anotherWay) mode_ = ReadMode::kServerText;
   statement_.Prepare(sql_);
-  BindLiterals();
+  BindParameters();
   Describe();
   if (fields_.empty()) {
     // It has run: what its later parts have to say belongs to it.
@@ -58,12 +60,10 @@ OdbcRowset::OdbcRowset(std::shared_ptr<Session> session, const RowsetRequest& re
   if (table && request.lock > adLockReadOnly) writer_.emplace(session_, *table, fields_, columns_);
 }
 
-void OdbcRowset::BindLiterals() {
-  if (literals_.empty()) return;
-  literalParameters_ = std::make_unique<ParameterSet>(statement_);
-  FieldInfo text;
-  text.type = adLongVarWChar;
-  for (const auto& literal : literals_) literalParameters_->Add(Variant(literal), ShapeFor(text, 0, session_->Facts()));
+void OdbcRowset::BindParameters() {
+  if (bound_.NeedsNone() && values_.empty()) return;
+  parameters_ = std::make_unique<ParameterSet>(statement_);
+  bound_.AddTo(*parameters_, statement_, values_, session_->Facts());
 }
 
 /// What was prepared describes the query; what is executed may be another text, that gives its values as they are.
@@ -73,7 +73,7 @@ void OdbcRowset::PrepareReading() {
     if (executed_) statement_.CloseCursor();
     executed_ = false;
     statement_.Prepare(plan.sql);
-    BindLiterals();
+    BindParameters();
   }
   reader_.emplace(statement_, fields_, columns_, plan);
 }
@@ -96,8 +96,8 @@ void OdbcRowset::ExecuteQuery() {
   if (executed_) statement_.CloseCursor();
   executed_ = false;
   Resending(*session_, isSingle_, [&] {
-    if (literalParameters_) {
-      literalParameters_->Execute();
+    if (parameters_) {
+      parameters_->Execute();
     } else {
       statement_.Execute();
     }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "ado/Provider.h"
+#include "ado/odbc/CommandParameters.h"
 #include "ado/odbc/RowReader.h"
 #include "ado/odbc/RowWriter.h"
 #include "ado/odbc/Statement.h"
@@ -56,7 +57,7 @@ class OdbcRowset final : public ProviderRowset {
   void ExecuteQuery();
   void CheckColumns();
   void PrepareReading();
-  void BindLiterals();
+  void BindParameters();
   bool Advance();
   void LeaveRow();
   void KeepCurrentRow();
@@ -77,8 +78,9 @@ class OdbcRowset final : public ProviderRowset {
 
   std::shared_ptr<Session> session_;
   Statement statement_;
-  std::vector<std::string> literals_;  // taken out of the text, bound as parameters
-  std::unique_ptr<ParameterSet> literalParameters_;
+  BoundTexts bound_;  // the statement, and literals taken out of it
+  std::vector<ado::Parameter> values_;
+  std::unique_ptr<ParameterSet> parameters_;
   std::string sql_;
   ReadMode mode_ = ReadMode::kFast;
   std::vector<ColumnDescription> columns_;

@@ -171,21 +171,24 @@ std::string WithoutComments(std::string_view sql) {
   return out += sql.substr(copied);
 }
 
-std::string WithoutWideLiterals(std::string_view sql, std::vector<std::string>& values) {
+std::string WithoutWideLiterals(std::string_view sql, std::vector<std::string>& values, std::vector<std::size_t>* marksBefore) {
   const auto isWide = [](std::string_view text) {
     return std::any_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) >= 0xF0; });
   };
   if (!isWide(sql)) return std::string(sql);
   std::string out;
   std::size_t copied = 0;
+  std::size_t marks = 0;
   for (const auto& piece : Cut(sql)) {
     const std::string_view text = sql.substr(piece.begin, piece.end - piece.begin);
+    if (piece.kind == Piece::Kind::kOther && text == "?") ++marks;
     const bool literal = piece.kind == Piece::Kind::kQuoted && (text.front() == '\'' || text.front() == '"');
     if (!literal || !isWide(text)) continue;
     out += sql.substr(copied, piece.begin - copied);
     out += '?';
     copied = piece.end;
     values.push_back(PlainName(text));
+    if (marksBefore != nullptr) marksBefore->push_back(marks);
   }
   return out += sql.substr(copied);
 }

@@ -18,7 +18,9 @@ namespace tamlo::ado::odbc {
 [[nodiscard]] std::string WithoutComments(std::string_view sql);
 
 /// Takes literals with characters beyond the 16-bit plane out of a statement: each becomes a parameter mark, its value is appended to values.
-[[nodiscard]] std::string WithoutWideLiterals(std::string_view sql, std::vector<std::string>& values);
+/// marksBefore, where given, gets the number of the statement's own marks before each.
+[[nodiscard]] std::string WithoutWideLiterals(std::string_view sql, std::vector<std::string>& values,
+                                              std::vector<std::size_t>* marksBefore = nullptr);
 
 /// The text of a lone query (SELECT, VALUES, or WITH before one) that can stand in brackets in another one, without its semicolon.
 /// None for anything else: a batch, PRAGMA, a WITH before statements that write, SELECT ... INTO.

@@ -1,0 +1,83 @@
+#include "ado/Command.h"
+
+#include <algorithm>
+
+#include "ado/Connection.h"
+#include "ado/Errors.h"
+#include "ado/Provider.h"
+#include "runtime/Text.h"
+
+namespace tamlo::ado {
+
+namespace {
+
+void RequirePosition(std::size_t position, std::size_t count) {
+  if (position >= count) throw AdoError(runtime::kItemNotFound, std::to_string(position));
+}
+
+std::size_t Find(const std::vector<Parameter>& items, const std::string& name) {
+  const auto found = std::find_if(items.begin(), items.end(),
+                                  [&](const Parameter& item) { return runtime::UpperCase(item.name) == runtime::UpperCase(name); });
+  if (found == items.end()) throw AdoError(runtime::kItemNotFound, name);
+  return static_cast<std::size_t>(found - items.begin());
+}
+
+}  // namespace
+
+Parameter& Parameters::Item(std::size_t position) {
+  RequirePosition(position, items_.size());
+  return items_[position];
+}
+
+Parameter& Parameters::Item(const std::string& name) { return items_[Find(items_, name)]; }
+
+void Parameters::Delete(std::size_t position) {
+  RequirePosition(position, items_.size());
+  items_.erase(items_.begin() + static_cast<std::ptrdiff_t>(position));
+}
+
+void Parameters::Delete(const std::string& name) { Delete(Find(items_, name)); }
+
+void Command::CommandTimeout(std::int32_t seconds) {
+  if (seconds < 0) throw runtime::Error(runtime::kInvalidArgument);
+  timeout_ = seconds;
+}
+
+Connection& Command::Open() const {
+  if (connection_ == nullptr || !connection_->IsOpen()) throw AdoError(runtime::kConnectionInvalid);
+  return *connection_;
+}
+
+std::string Command::Statement() const {
+  if (type_ != adCmdStoredProc) return type_ == adCmdTable ? Open().Native().TableStatement(text_) : text_;
+  return Open().Native().CallStatement(text_, parameters_.Count());
+}
+
+const std::vector<Parameter>& Command::Checked() const {
+  for (const Parameter& parameter : parameters_.All()) {
+    const auto* text = parameter.value.If<std::string>();
+    const auto* bytes = parameter.value.If<runtime::Bytes>();
+    const auto length = static_cast<std::int64_t>(text != nullptr ? runtime::Length(*text) : bytes != nullptr ? bytes->size() : 0);
+    if (parameter.size > 0 && length > parameter.size)
+      throw runtime::Error(runtime::kProviderFailure,
+                           "La valeur du paramètre \"" + parameter.name + "\" est trop longue : " + std::to_string(length) + " pour " +
+                               std::to_string(parameter.size) + ".",
+                           "ado");
+  }
+  return parameters_.All();
+}
+
+void Command::Refresh() {
+  ProviderConnection& native = Open().Native();
+  const std::string text = type_ == adCmdStoredProc ? native.CallStatement(text_, 0) : Statement();
+  parameters_.items_ = native.DescribeParameters(text);
+}
+
+std::int64_t Command::Execute() {
+  ProviderConnection& native = Open().Native();
+  const std::string statement = Statement();
+  if (parameters_.Count() == 0) return native.Execute(statement, timeout_);
+  return native.ExecuteWith(statement, Checked(), timeout_);
+}
+
+}  // namespace tamlo::ado

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ado/Types.h"
+
+namespace tamlo::ado {
+
+class Connection;
+
+/// A value that goes into a statement beside its text. Parameters only go in; there are no output parameters.
+struct Parameter {
+  std::string name = {};  ///< as the statement writes it, with or without brackets; empty: the next one in order. "?" goes by order alone
+  std::int16_t type = adEmpty;  ///< how the value travels; adEmpty: as its own kind tells
+  std::int64_t size = 0;        ///< of a text or bytes, in characters or bytes: a longer value is refused; 0 is without limit
+  Variant value = {};           ///< Empty and Null are both a null
+};
+
+/// The parameters of a command, in order, positions from 0. Error 3265 for a name (without regard to case) or position that is not there.
+class Parameters {
+ public:
+  [[nodiscard]] std::size_t Count() const noexcept { return items_.size(); }
+  [[nodiscard]] Parameter& Item(std::size_t position);
+  [[nodiscard]] Parameter& Item(const std::string& name);
+  /// At the end. Names may come twice; a lookup finds the first.
+  void Append(Parameter parameter) { items_.push_back(std::move(parameter)); }
+  void Delete(std::size_t position);
+  void Delete(const std::string& name);
+  void Clear() noexcept { items_.clear(); }
+  [[nodiscard]] const std::vector<Parameter>& All() const noexcept { return items_; }
+
+ private:
+  friend class Command;
+  std::vector<Parameter> items_;
+};
+
+/// A statement with parameters. Values never become part of the text. Belongs to whoever made it; the connection must outlive its use.
+/// On Access files parameters are those that PARAMETERS declares, [prompts] and "?"; on ODBC sources "?" alone, in order, with as many
+/// values as marks. Errors: 3709 without an open connection, 3265 on Access for a name without a value or a value without its name, else
+/// what the provider raises; the command stays usable.
+class Command {
+ public:
+  void ActiveConnection(Connection* connection) noexcept { connection_ = connection; }
+  [[nodiscard]] Connection* ActiveConnection() const noexcept { return connection_; }
+  void CommandText(std::string text) { text_ = std::move(text); }
+  [[nodiscard]] const std::string& CommandText() const noexcept { return text_; }
+  /// adCmdText at first; adCmdTable: the text is the name of a table; adCmdStoredProc: of a stored query or procedure.
+  void CommandType(std::int32_t type) noexcept { type_ = type; }
+  [[nodiscard]] std::int32_t CommandType() const noexcept { return type_; }
+  /// Seconds that it may take; 0 is without limit. 30 at first, whatever the connection's is. Error 5 below 0.
+  void CommandTimeout(std::int32_t seconds);
+  [[nodiscard]] std::int32_t CommandTimeout() const noexcept { return timeout_; }
+  [[nodiscard]] ado::Parameters& Parameters() noexcept { return parameters_; }
+  [[nodiscard]] const ado::Parameters& Parameters() const noexcept { return parameters_; }
+  /// Takes the statement's own parameters from the provider, values empty. On ODBC sources they have no names, and the type of texts.
+  void Refresh();
+
+  /// Runs it; rows that it might give are thrown away. Rows affected, -1 when not known.
+  std::int64_t Execute();
+
+  /// The parameters, once their sizes were looked at. Error -2147467259 naming one whose value is longer than its size.
+  [[nodiscard]] const std::vector<Parameter>& Checked() const;
+  /// What is sent: the text, or the call that the type makes of it. For the classes of this room.
+  [[nodiscard]] std::string Statement() const;
+
+ private:
+  [[nodiscard]] Connection& Open() const;
+
+  Connection* connection_ = nullptr;
+  std::string text_;
+  std::int32_t type_ = adCmdText;
+  std::int32_t timeout_ = 30;
+  ado::Parameters parameters_;
+};
+
+}  // namespace tamlo::ado
