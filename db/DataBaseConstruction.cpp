@@ -130,14 +130,16 @@ void DataBase::EtablitTableCatalogue(const std::string& nom) {
 /// The second of the two statements that make a catalog table, where the first alone has run.
 void DataBase::CompleteCle(std::unique_ptr<DbTbl> voulue) {
   const std::string nom = voulue->Nom();
-  const auto lignes = Demande(*this, "SELECT 1 FROM `" + nom + "` LIMIT 1");
-  if (!lignes.Eof()) {
-    // Nobody writes rows before there is a key: they are of another origin.
+  try {
+    ddl::CreeIndex(*this, *voulue, ddl::Description(voulue->ListeIdx("0")));
+  } catch (const runtime::Error& erreur) {
+    // Rows that no key allows: nobody writes any before there is one, they are of another origin. A key that another program has given it
+    // meanwhile is refused otherwise, for the table may have its rows by then.
+    if (erreur.Number() != runtime::kDuplicateKey) throw;
     SupTbl(nom);
     AddTbl(std::move(voulue));
     return;
   }
-  ddl::CreeIndex(*this, *voulue, ddl::Description(voulue->ListeIdx("0")));
   Catalogue().Refresh();
   AjouteTable(Catalogue().Tables(nom), nullptr, nullptr, "");
 }

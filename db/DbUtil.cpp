@@ -96,6 +96,8 @@ std::unique_ptr<DbTbl> DefinitionCatalogue(const std::string& nom) {
 
 bool MemesColonnes(ado::Table& table, DbTbl& definition) {
   const auto& colonnes = table.Columns();
+  // A table that has just gone, or is not told.
+  if (colonnes.empty()) return true;
   bool memes = colonnes.size() == static_cast<std::size_t>(definition.NbFld());
   for (const ado::Column& colonne : colonnes) memes = memes && definition.ExisteFld(colonne.name);
   return memes;
