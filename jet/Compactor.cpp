@@ -350,6 +350,7 @@ void CompactInto(Database& source, const std::string& newPath) {
   options.cacheBytes = source.Internals().options.cacheBytes;
   const FileHeader& header = source.Internals().header;
   const bool french = header.version != 3 && TextOrderOf(header.sortLanguage, header.sortVersion) == TextOrder::kFrench;
+  Sharing::RequireName(newPath);
   CreateEmptyFile(*options.fileSystem, newPath, french ? header.sortLanguage : kGeneralLanguage);
   options.mode = OpenMode::kExclusive;
   const auto target = Database::Open(newPath, options);

@@ -29,15 +29,27 @@ Opened OpenFile(FileSystem& files, const std::string& path, OpenMode mode) {
   }
 }
 
-std::unique_ptr<Sharing> Join(FileSystem& files, const std::string& path, const OpenOptions& options, bool& readOnly) {
+std::unique_ptr<Sharing> Join(FileSystem& files, const std::string& path, File& file, const OpenOptions& options, bool& readOnly) {
   try {
-    return std::make_unique<Sharing>(files, path, options.mode == OpenMode::kExclusive, options.lockWaitMilliseconds);
+    return std::make_unique<Sharing>(files, path, file, options.mode == OpenMode::kExclusive, options.lockWaitMilliseconds);
   } catch (const Error& error) {
     // Where no lock file can be made nobody can write either, as a journal could not be made there.
     if (error.Code() != ErrorCode::kReadOnly || options.mode == OpenMode::kExclusive) throw;
+    // One that is there and bars us means that others write: to read beside them without a word would be to see half of it.
+    if (!readOnly && files.Exists(Sharing::LockPath(path)))
+      throw Error(ErrorCode::kIo, std::string(error.what()) + ": the lock file of the other users of \"" + path + "\" does not let us in");
     readOnly = true;
     return std::make_unique<Sharing>();
   }
+}
+
+/// Users of different names would meet at different lock files, and would not find each other's journals.
+void RequireOneName(File& file, const std::string& path) {
+  const std::uint64_t names = file.NameCount();
+  if (names > 1)
+    throw Error(ErrorCode::kUnsupported, "\"" + path + "\" has " + std::to_string(names) +
+                                             " names (hard links): programs that open it by different ones cannot see each other, nor "
+                                             "undo what another one left half written. Copy the file, or remove the other names");
 }
 
 void RecoverAtOpening(FileSystem& files, const std::string& path, Opened& opened, Sharing& sharing, std::size_t pageSize) {
@@ -95,6 +107,7 @@ Database::Database(std::unique_ptr<Engine> engine) : engine_(std::move(engine)) 
 Database::~Database() { engine_->pager->RollbackAll(); }
 
 std::unique_ptr<Database> Database::Create(const std::string& path, const OpenOptions& options) {
+  Sharing::RequireName(path);
   FileSystem& files = options.fileSystem != nullptr ? *options.fileSystem : FileSystem::Real();
   CreateEmptyFile(files, path);
   OpenOptions opening = options;
@@ -110,11 +123,14 @@ std::unique_ptr<Database> Database::Open(const std::string& path, const OpenOpti
   start.resize(opened.file->Read(0, start));
   engine->header = FileHeader::Read(start, path);  // before anything is written beside a file that is not ours
   if (engine->header.version == 3) opened.readOnly = true;
-  engine->sharing = Join(files, path, options, opened.readOnly);
-  RecoverAtOpening(files, path, opened, *engine->sharing, engine->header.pageSize);
+  const std::string& real = engine->realPath = files.RealPath(path);
+  Sharing::RequireName(real);
+  RequireOneName(*opened.file, path);
+  engine->sharing = Join(files, real, *opened.file, options, opened.readOnly);
+  RecoverAtOpening(files, real, opened, *engine->sharing, engine->header.pageSize);
   engine->readOnly = opened.readOnly;
   const std::uint64_t size = opened.file->Size();
-  engine->pager = std::make_unique<Pager>(files, path, std::move(opened.file), engine->header.pageSize, options.cacheBytes,
+  engine->pager = std::make_unique<Pager>(files, real, std::move(opened.file), engine->header.pageSize, options.cacheBytes,
                                           *engine->sharing, engine->readOnly);
   engine->pager->SetFreePageMap(engine->header.freePages);
   engine->pager->SetSurvey([raw = engine.get()] { return PagesInUse(*raw); });
@@ -126,6 +142,15 @@ std::unique_ptr<Database> Database::Open(const std::string& path, const OpenOpti
 }
 
 const std::string& Database::Path() const noexcept { return engine_->path; }
+
+bool Database::IsAt(const std::string& path) const {
+  try {
+    return engine_->files.RealPath(path) == engine_->realPath;
+  } catch (const Error&) {
+    return false;  // whoever opens it hears why
+  }
+}
+
 int Database::FormatVersion() const noexcept { return engine_->header.version; }
 bool Database::ReadOnly() const noexcept { return engine_->readOnly; }
 

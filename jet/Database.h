@@ -43,8 +43,9 @@ class Database {
  public:
   /// Makes a new empty database and opens it for exclusive use. Errors: kAlreadyExists when there is a file of that name, kReadOnly, kIo.
   static std::unique_ptr<Database> Create(const std::string& path, const OpenOptions& options = {});
-  /// Opens a file. A transaction that a crash left half written is undone first.
-  /// Errors: kNotFound, kNotAnAccessFile, kPasswordProtected, kEncrypted, kInUse, kReadOnly, kDamaged, kIo.
+  /// Opens a file by any path that leads to it. A transaction that a crash left half written is undone first.
+  /// Errors: kNotFound, kNotAnAccessFile, kPasswordProtected, kEncrypted, kInUse, kReadOnly, kDamaged, kIo, kUnsupported (a name that
+  /// ends in ".ldb", as its lock file's does; a file with several names).
   /// Jet 3 files open as kReadOnly whatever the mode asks.
   static std::unique_ptr<Database> Open(const std::string& path, const OpenOptions& options = {});
   /// Rolls back what is open and closes.
@@ -53,6 +54,8 @@ class Database {
   Database& operator=(const Database&) = delete;
 
   [[nodiscard]] const std::string& Path() const noexcept;
+  /// True when the path leads to this very file, by whatever links.
+  [[nodiscard]] bool IsAt(const std::string& path) const;
   /// 3 for Access 97 files, 4 for Access 2000 to 2003.
   [[nodiscard]] int FormatVersion() const noexcept;
   /// True when nothing can be written: opened so, or a Jet 3 file.

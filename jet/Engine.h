@@ -20,7 +20,8 @@ namespace jet {
 /// What Database is made of. Members are in the order in which they may be torn down from the end.
 struct Engine {
   FileSystem& files;
-  std::string path;
+  std::string path;      ///< as it was given
+  std::string realPath;  ///< without links and dots: what the names of lock file and journal are made of
   OpenOptions options;
   FileHeader header;
   bool readOnly = false;

@@ -40,6 +40,13 @@ class File {
   virtual void Unlock(std::uint64_t offset, std::uint64_t length) = 0;
   /// True while the name that this file was opened by still leads to this very file (false once it was removed or replaced).
   [[nodiscard]] virtual bool IsStillNamed() = 0;
+  /// True when another open of the same file holds a lock of any kind on a byte of the range.
+  [[nodiscard]] virtual bool IsLocked(std::uint64_t offset, std::uint64_t length) = 0;
+  /// A number that two opens share when they lead to the same file; of files that exist at the same time, different ones have different
+  /// numbers within a file system.
+  [[nodiscard]] virtual std::uint64_t Identity() { return 0; }
+  /// How many names the file has in its file system; 0 once the last one is gone.
+  [[nodiscard]] virtual std::uint64_t NameCount() { return 1; }
 };
 
 /// Where files live: the real one, one in memory, or one that fails or records for tests. Paths are UTF-8.
@@ -50,6 +57,13 @@ class FileSystem {
   /// Opens a file. Errors: kNotFound when it must be there and is not (its folder counts too), kAlreadyExists for kCreateNew on an
   /// existing name, kReadOnly when writing is asked and not allowed, kInUse when another program denies the access, kIo otherwise.
   [[nodiscard]] virtual std::unique_ptr<File> Open(const std::string& path, FileMode mode) = 0;
+  /// Opens a file that goes with another one, at most for those who may open that one: a new one gets its owner, group and mode as far as
+  /// the user may give them. A link, a pipe or whatever else stands there in place of a file is kIo: it is neither followed nor waited for.
+  [[nodiscard]] virtual std::unique_ptr<File> OpenBeside(const std::string& path, FileMode mode, File& /*companion*/) {
+    return Open(path, mode);
+  }
+  /// The one path of a file that is there, whatever links, dots and (where names have none) case lead to it. Errors as Open.
+  [[nodiscard]] virtual std::string RealPath(const std::string& path) { return path; }
   [[nodiscard]] virtual bool Exists(const std::string& path) = 0;
   /// Removes the file. Not being there is not an error. Errors: kReadOnly, kInUse, kIo.
   virtual void Remove(const std::string& path) = 0;

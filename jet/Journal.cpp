@@ -1,5 +1,6 @@
 #include "jet/Journal.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstring>
@@ -26,9 +27,9 @@ std::uint64_t Journal::Sum(PageNumber page, std::span<const std::byte> bytes) co
   return Mix(nonce_ ^ (std::uint64_t{page} << 17 | page), bytes);
 }
 
-void Journal::Start(PageNumber pageCount) {
+void Journal::Start(PageNumber pageCount, File& database) {
   files_.Remove(path_);
-  file_ = files_.Open(path_, FileMode::kCreateNew);
+  file_ = files_.OpenBeside(path_, FileMode::kCreateNew, database);
   started_ = true;
   std::random_device device;
   nonce_ =
@@ -89,20 +90,30 @@ void Journal::Finish() {
   buffer_.clear();
 }
 
+/// What the power cut short was ours, and begins as ours do or with nothing at all. Anything else is somebody's and is not touched.
+void Journal::RequireJournal(std::span<const std::byte> start) const {
+  const std::size_t count = std::min(start.size(), sizeof kMagic);
+  const bool empty = std::all_of(start.begin(), start.begin() + static_cast<std::ptrdiff_t>(count), [](std::byte b) { return b == std::byte{0}; });
+  if (!empty && std::memcmp(start.data(), kMagic, count) != 0)
+    throw Error(ErrorCode::kIo, "\"" + path_ + "\" stands where the journal of \"" + databasePath_ + "\" goes and is none: move it away");
+}
+
 bool Journal::Recover(File& database) {
   file_.reset();
   buffer_.clear();
   pages_.clear();
   std::unique_ptr<File> left;
   try {
-    left = files_.Open(path_, FileMode::kRead);
+    left = files_.OpenBeside(path_, FileMode::kRead, database);
   } catch (const Error& error) {
     if (error.Code() != ErrorCode::kNotFound) throw;
     started_ = false;
     return false;
   }
   std::array<std::byte, kHeaderSize> header{};
-  const bool whole = left->Read(0, header) == header.size() && std::memcmp(header.data(), kMagic, sizeof kMagic) == 0 &&
+  const std::size_t headerSize = left->Read(0, header);
+  RequireJournal(std::span(header).first(headerSize));
+  const bool whole = headerSize == header.size() && std::memcmp(header.data(), kMagic, sizeof kMagic) == 0 &&
                      Load64(header.data() + 32) == Mix(0, std::span(header).first(32)) && Load32(header.data() + 8) == pageSize_;
   if (whole) {
     const PageNumber pageCount = Load32(header.data() + 12);

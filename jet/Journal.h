@@ -27,7 +27,8 @@ class Journal {
 
   [[nodiscard]] bool Started() const noexcept { return started_; }
   /// Makes the journal file. Nothing in the database may change before the first Sync.
-  void Start(PageNumber pageCount);
+  /// It is for those who may open the database. Errors: kIo when something that is no journal is in its place, and those of files.
+  void Start(PageNumber pageCount, File& database);
   [[nodiscard]] bool Has(PageNumber page) const { return pages_.count(page) != 0; }
   /// Adds the old bytes of a page.
   void Add(PageNumber page, std::span<const std::byte> bytes);
@@ -37,7 +38,7 @@ class Journal {
   void Finish();
 
   /// Undoes what a journal left beside the database says, then removes it. True when something was put back.
-  /// Errors: kIo and kDiskFull; the journal then stays.
+  /// Errors: kIo (also for a file of that name that is no journal) and kDiskFull; the journal then stays.
   bool Recover(File& database);
   /// True when there is a journal file.
   [[nodiscard]] bool LeftBehind() { return files_.Exists(path_); }
@@ -46,6 +47,7 @@ class Journal {
 
  private:
   void Flush();
+  void RequireJournal(std::span<const std::byte> start) const;
   [[nodiscard]] std::uint64_t Sum(PageNumber page, std::span<const std::byte> bytes) const;
   void Remove();
 

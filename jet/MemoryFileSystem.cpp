@@ -95,6 +95,15 @@ class MemoryFileSystem::Handle final : public File {
     node_->Release(this, offset, offset + length);
   }
 
+  bool IsLocked(std::uint64_t offset, std::uint64_t length) override {
+    const std::lock_guard guard(system_.mutex_);
+    const std::uint64_t end = offset + length;
+    return std::any_of(node_->locks.begin(), node_->locks.end(),
+                       [&](const Node::Lock& lock) { return lock.owner != this && lock.begin < end && offset < lock.end; });
+  }
+
+  std::uint64_t Identity() override { return reinterpret_cast<std::uintptr_t>(node_.get()); }
+
   bool IsStillNamed() override {
     const std::lock_guard guard(system_.mutex_);
     const auto found = system_.nodes_.find(path_);

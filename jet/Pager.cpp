@@ -391,7 +391,7 @@ std::vector<Pager::Frame*> Pager::DirtyFrames(bool unpinnedOnly) {
 }
 
 void Pager::JournalOldPages(const std::vector<Frame*>& frames) {
-  if (!journal_.Started()) journal_.Start(committedPageCount_);
+  if (!journal_.Started()) journal_.Start(committedPageCount_, *file_);
   std::vector<std::byte> old(pageSize_);
   for (const Frame* frame : frames) {
     if (frame->page >= committedPageCount_ || journal_.Has(frame->page)) continue;

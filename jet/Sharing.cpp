@@ -22,6 +22,7 @@ constexpr std::uint64_t kReadLock = 0x20000001;
 constexpr std::uint64_t kPendingLock = 0x20000002;
 constexpr std::uint64_t kLineLock = 0x20000003;
 constexpr std::uint64_t kPlaceLocks = 0x20000100;
+constexpr std::uint64_t kNameLocks = std::uint64_t{1} << 44;
 constexpr std::size_t kEntrySize = 64;
 constexpr std::size_t kCountOffset = 24;
 constexpr std::size_t kUserOffset = 32;
@@ -61,15 +62,48 @@ std::string Sharing::LockPath(const std::string& databasePath) {
   return databasePath.substr(0, dot) + ".ldb";
 }
 
-Sharing::Sharing(FileSystem& files, const std::string& databasePath, bool exclusive, int waitMilliseconds)
+void Sharing::RequireName(const std::string& databasePath) {
+  // Also where the system tells upper from lower case: the file may be carried to one that does not.
+  std::string end = databasePath.size() < 4 ? std::string() : databasePath.substr(databasePath.size() - 4);
+  std::transform(end.begin(), end.end(), end.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+  if (end == ".ldb")
+    throw Error(ErrorCode::kUnsupported, "A database cannot be called \"" + databasePath + "\": that is the name of its own lock file");
+}
+
+Sharing::Sharing(FileSystem& files, const std::string& databasePath, File& database, bool exclusive, int waitMilliseconds)
     : files_(&files), path_(LockPath(databasePath)), exclusive_(exclusive), wait_(waitMilliseconds) {
   // The last user may remove the lock file between our opening and locking it: then what we hold is nobody's file, and we begin again.
   for (int attempt = 0; attempt < 100; ++attempt) {
-    file_ = files.Open(path_, FileMode::kOpenOrCreate);
+    OpenLockFile(databasePath, database);
     TakeEntry(databasePath);
-    if (file_->IsStillNamed()) return;
+    if (!file_->IsStillNamed()) continue;
+    MeetOthers(databasePath, database);
+    return;
   }
   throw Error(ErrorCode::kInUse, "\"" + databasePath + "\" is being opened and closed by others all the time");
+}
+
+void Sharing::OpenLockFile(const std::string& databasePath, File& database) {
+  file_ = files_->OpenBeside(path_, FileMode::kOpenOrCreate, database);
+  const std::uint64_t size = file_->Size();
+  if (size % kEntrySize != 0 || size > kUsers * kEntrySize) {
+    file_.reset();
+    throw Error(ErrorCode::kIo, "\"" + path_ + "\" stands where the lock file of \"" + databasePath + "\" goes and is none: move it away");
+  }
+}
+
+void Sharing::MeetOthers(const std::string& databasePath, File& database) {
+  const std::uint64_t mine = (file_->Identity() * 0x9E3779B97F4A7C15ull) >> 24;  // 40 bits
+  const std::uint64_t end = std::uint64_t{1} << 40;
+  const auto alone = [&] {
+    if (!database.TryLock(kNameLocks + mine, 1, false)) return false;
+    if (!database.IsLocked(kNameLocks, mine) && !database.IsLocked(kNameLocks + mine + 1, end - mine - 1)) return true;
+    database.Unlock(kNameLocks + mine, 1);
+    return false;
+  };
+  // One who is leaving has removed his lock file a moment before he lets go of the database.
+  if (Patiently(std::min(wait_, kLongestWaitToOpen), alone)) return;
+  throw Error(ErrorCode::kInUse, "\"" + databasePath + "\" is opened under another name, whose users cannot be seen from here");
 }
 
 Sharing::~Sharing() {

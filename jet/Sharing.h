@@ -21,13 +21,18 @@ namespace jet {
 /// Writers go in the order of their coming: each takes the next number, kept in the last eight bytes of its entry's user name, and waits
 /// for the one before it. One who dies or gives up lets the next one through, for the system gives its locks back.
 ///
+/// In the database file itself, far behind its end, each user holds a shared lock on one byte that goes by the identity of the lock file:
+/// who finds another byte of that stretch locked has come by another name of the file, to another lock file.
+///
 /// The lock file is made by the first and removed by the last who has the database open.
 class Sharing {
  public:
   /// No lock file at all: only for reading where none can be made.
   Sharing() = default;
-  /// Errors: kInUse, kReadOnly (no lock file can be made there), kIo.
-  Sharing(FileSystem& files, const std::string& databasePath, bool exclusive, int waitMilliseconds);
+  /// databasePath: the real one, so that all who open the file by whatever path meet at one lock file; database: the file, open.
+  /// Errors: kInUse (also when it is open under another name, which has another lock file), kReadOnly (no lock file can be made there),
+  /// kIo (something else than a lock file has its name, or it is there and may not be written).
+  Sharing(FileSystem& files, const std::string& databasePath, File& database, bool exclusive, int waitMilliseconds);
   ~Sharing();
   Sharing(const Sharing&) = delete;
   Sharing& operator=(const Sharing&) = delete;
@@ -57,9 +62,13 @@ class Sharing {
 
   /// The lock file's path for a database: its extension replaced by ".ldb".
   static std::string LockPath(const std::string& databasePath);
+  /// Error kUnsupported for a database that would be its own lock file.
+  static void RequireName(const std::string& databasePath);
 
  private:
   void TakeEntry(const std::string& databasePath);
+  void OpenLockFile(const std::string& databasePath, File& database);
+  void MeetOthers(const std::string& databasePath, File& database);
   [[nodiscard]] bool TryRead();
   [[nodiscard]] bool TryKeepingReadersOut();
   [[nodiscard]] bool WriterWaitsForReaders();

@@ -3,7 +3,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <utility>
 
 #include "jet/Error.h"
@@ -28,6 +30,8 @@ namespace {
     case EDQUOT:
     case EFBIG:
       throw Error(ErrorCode::kDiskFull, text);
+    case ELOOP:
+      throw Error(ErrorCode::kIo, what + " \"" + path + "\": not a file but a link");
     case ETXTBSY:
     case EBUSY:
       throw Error(ErrorCode::kInUse, text);
@@ -96,6 +100,28 @@ class PosixFile final : public File {
     ::fcntl(descriptor_, F_OFD_SETLK, &range);
   }
 
+  bool IsLocked(std::uint64_t offset, std::uint64_t length) override {
+    struct flock range = Range(offset, length, F_WRLCK);
+    while (::fcntl(descriptor_, F_OFD_GETLK, &range) != 0)
+      if (errno != EINTR) Fail("Locking", path_, errno);
+    return range.l_type != F_UNLCK;
+  }
+
+  std::uint64_t Identity() override { return static_cast<std::uint64_t>(Status().st_ino); }
+  std::uint64_t NameCount() override { return static_cast<std::uint64_t>(Status().st_nlink); }
+
+  /// Makes a new file one of the other's user and kind. forAll: its contents are no secret, and the other's owner must be able to use it.
+  void Resemble(int model, bool forAll) {
+    struct stat wanted {};
+    if (::fstat(model, &wanted) != 0) return;
+    // Who may not give a file away may still give it to a group of his own; failing that it stays with him.
+    if (::fchown(descriptor_, wanted.st_uid, wanted.st_gid) != 0 && ::fchown(descriptor_, static_cast<uid_t>(-1), wanted.st_gid) != 0)
+      wanted.st_mode &= ~static_cast<mode_t>(S_IRWXG);  // of a group that is not meant
+    if (forAll && Status().st_uid != wanted.st_uid) wanted.st_mode |= (wanted.st_mode & S_IRWXU) >> 3 | (wanted.st_mode & S_IRWXU) >> 6;
+    ::fchmod(descriptor_, wanted.st_mode & 0666);
+  }
+  [[nodiscard]] int Descriptor() const noexcept { return descriptor_; }
+
   bool IsStillNamed() override {
     struct stat mine {};
     struct stat named {};
@@ -104,6 +130,12 @@ class PosixFile final : public File {
   }
 
  private:
+  [[nodiscard]] struct stat Status() const {
+    struct stat status {};
+    if (::fstat(descriptor_, &status) != 0) Fail("Looking at", path_, errno);
+    return status;
+  }
+
   static struct flock Range(std::uint64_t offset, std::uint64_t length, int type) {
     struct flock range {};
     range.l_type = static_cast<short>(type);
@@ -119,9 +151,47 @@ class PosixFile final : public File {
 
 class PosixFileSystem final : public FileSystem {
  public:
-  std::unique_ptr<File> Open(const std::string& path, FileMode mode) override {
+  std::unique_ptr<File> Open(const std::string& path, FileMode mode) override { return Opened(path, mode, 0, 0666); }
+
+  std::unique_ptr<File> OpenBeside(const std::string& path, FileMode mode, File& companion) override {
+    const auto& model = dynamic_cast<PosixFile&>(companion);
+    for (int attempt = 0;; ++attempt) {
+      try {
+        if (mode == FileMode::kRead || mode == FileMode::kReadWrite) return Opened(path, mode, O_NOFOLLOW, 0);
+        if (mode == FileMode::kOpenOrCreate) {
+          try {
+            return Opened(path, FileMode::kReadWrite, O_NOFOLLOW, 0);
+          } catch (const Error& error) {
+            if (error.Code() != ErrorCode::kNotFound) throw;
+          }
+        }
+        // Nobody else's until it looks as it should.
+        auto made = Opened(path, FileMode::kCreateNew, O_NOFOLLOW, 0600);
+        made->Resemble(model.Descriptor(), mode == FileMode::kOpenOrCreate);
+        return made;
+      } catch (const Error& error) {
+        // Another one is just making it, or has just removed it.
+        const bool passing = error.Code() == ErrorCode::kAlreadyExists || (error.Code() == ErrorCode::kReadOnly && Exists(path));
+        if (mode != FileMode::kOpenOrCreate || !passing || attempt == kAttempts) throw;
+        ::usleep(kPauseMicroseconds);
+      }
+    }
+  }
+
+  std::string RealPath(const std::string& path) override {
+    char* found = ::realpath(path.c_str(), nullptr);
+    if (found == nullptr) Fail("Opening", path, errno);
+    const std::unique_ptr<char, decltype(&std::free)> real(found, &std::free);
+    return real.get();
+  }
+
+ private:
+  static constexpr int kAttempts = 40;
+  static constexpr useconds_t kPauseMicroseconds = 5000;
+
+  static std::unique_ptr<PosixFile> Opened(const std::string& path, FileMode mode, int more, mode_t rights) {
     // Opening a pipe would wait for its other end; only regular files are databases.
-    int flags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    int flags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY | more;
     switch (mode) {
       case FileMode::kRead:
         flags |= O_RDONLY;
@@ -137,7 +207,7 @@ class PosixFileSystem final : public FileSystem {
         break;
     }
     int descriptor = -1;
-    do descriptor = ::open(path.c_str(), flags, 0666);
+    do descriptor = ::open(path.c_str(), flags, rights);
     while (descriptor < 0 && errno == EINTR);
     if (descriptor < 0) Fail("Opening", path, errno);
     struct stat status {};
@@ -147,6 +217,8 @@ class PosixFileSystem final : public FileSystem {
     }
     return std::make_unique<PosixFile>(descriptor, path);
   }
+
+ public:
 
   bool Exists(const std::string& path) override { return ::access(path.c_str(), F_OK) == 0; }
 

@@ -169,15 +169,17 @@ Database& SessionState::OtherDatabase(const std::string& path, const std::string
   if (link.empty()) RequireLinks("\"" + path + "\"");
   try {
     const std::string real = options.findFile ? options.findFile(path) : path;
-    if (real == database.Path()) return database;
+    // By another path it may be the file that we are in, or one that is open already: two of them would lock each other out.
+    if (real == database.Path() || database.IsAt(real)) return database;
+    for (const auto& [known, other] : others) {
+      if (other != nullptr && (known == real || other->IsAt(real))) return *other;
+    }
     std::unique_ptr<Database>& other = others[real];
-    if (other == nullptr) {
-      try {
-        other = Database::Open(real, {});
-      } catch (const Error& error) {
-        if (error.Code() != ErrorCode::kReadOnly) throw;
-        other = Database::Open(real, {.mode = OpenMode::kReadOnly});
-      }
+    try {
+      other = Database::Open(real, {});
+    } catch (const Error& error) {
+      if (error.Code() != ErrorCode::kReadOnly) throw;
+      other = Database::Open(real, {.mode = OpenMode::kReadOnly});
     }
     return *other;
   } catch (const Error& error) {

@@ -256,12 +256,35 @@ class Win32File final : public File {
 
   void Unlock(std::uint64_t offset, std::uint64_t length) override { locks_.Unlock(offset, offset + length); }
 
+  bool IsLocked(std::uint64_t offset, std::uint64_t length) override {
+    // Nobody can be asked: what can be locked by us alone is locked by nobody else. Our own locks do not lie in the ranges asked for.
+    DWORD failure = 0;
+    if (!locks_.TryLock(offset, offset + length, true, failure)) {
+      if (failure != ERROR_LOCK_VIOLATION && failure != ERROR_IO_PENDING) Fail("Locking", path_, failure);
+      return true;
+    }
+    locks_.Unlock(offset, offset + length);
+    return false;
+  }
+
+  std::uint64_t Identity() override {
+    const BY_HANDLE_FILE_INFORMATION information = Information();
+    return std::uint64_t{information.nFileIndexHigh} << 32U | information.nFileIndexLow;
+  }
+  std::uint64_t NameCount() override { return Information().nNumberOfLinks; }
+
   bool IsStillNamed() override {
     const Handle named(CreateFileW(Wide(path_).c_str(), 0, kShareAll, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     return named.IsOpen() && SameFile(handle_.Get(), named.Get());
   }
 
  private:
+  [[nodiscard]] BY_HANDLE_FILE_INFORMATION Information() const {
+    BY_HANDLE_FILE_INFORMATION information{};
+    if (GetFileInformationByHandle(handle_.Get(), &information) == 0) Fail("Looking at", path_, GetLastError());
+    return information;
+  }
+
   static DWORD Chunk(std::size_t size) { return static_cast<DWORD>(std::min<std::size_t>(size, 1U << 30U)); }
 
   Handle handle_;
@@ -272,14 +295,47 @@ class Win32File final : public File {
 
 class Win32FileSystem final : public FileSystem {
  public:
-  std::unique_ptr<File> Open(const std::string& path, FileMode mode) override {
+  std::unique_ptr<File> Open(const std::string& path, FileMode mode) override { return Opened(path, mode, false); }
+
+  /// A new file gets its rights from its folder, as the database did.
+  std::unique_ptr<File> OpenBeside(const std::string& path, FileMode mode, File& /*companion*/) override {
+    return Opened(path, mode, true);
+  }
+
+  std::string RealPath(const std::string& path) override {
+    const Handle handle(CreateFileW(Wide(path).c_str(), 0, kShareAll, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    if (!handle.IsOpen()) Fail("Opening", path, GetLastError());
+    std::wstring found(32768, L'\0');
+    const DWORD length = GetFinalPathNameByHandleW(handle.Get(), found.data(), static_cast<DWORD>(found.size()), FILE_NAME_NORMALIZED);
+    if (length == 0 || length >= found.size()) Fail("Opening", path, GetLastError());
+    found.resize(length);
+    return Narrow(WithoutPrefix(found));
+  }
+
+ private:
+  /// Names that the system gives begin with "\\?\", those of other machines with "\\?\UNC\".
+  static std::wstring WithoutPrefix(const std::wstring& name) {
+    if (name.rfind(L"\\\\?\\UNC\\", 0) == 0) return L"\\\\" + name.substr(8);
+    return name.rfind(L"\\\\?\\", 0) == 0 ? name.substr(4) : name;
+  }
+
+  static std::string Narrow(const std::wstring& wide) {
+    const int length = static_cast<int>(wide.size());
+    std::string text(wide.size() * 3, '\0');
+    const int bytes = WideCharToMultiByte(CP_UTF8, 0, wide.data(), length, text.data(), static_cast<int>(text.size()), nullptr, nullptr);
+    text.resize(static_cast<std::size_t>(bytes));
+    return text;
+  }
+
+  static std::unique_ptr<File> Opened(const std::string& path, FileMode mode, bool beside) {
     const std::wstring name = Wide(path);
     const bool writable = mode != FileMode::kRead;
     const DWORD access = GENERIC_READ | (writable ? GENERIC_WRITE : 0);
     const DWORD creation = mode == FileMode::kCreateNew ? CREATE_NEW : mode == FileMode::kOpenOrCreate ? OPEN_ALWAYS : OPEN_EXISTING;
     Handle handle;
     for (int attempt = 1;; ++attempt) {
-      handle = Handle(CreateFileW(name.c_str(), access, kShareAll, nullptr, creation, FILE_ATTRIBUTE_NORMAL, nullptr));
+      handle = Handle(CreateFileW(name.c_str(), access, kShareAll, nullptr, creation,
+                                  FILE_ATTRIBUTE_NORMAL | (beside ? FILE_FLAG_OPEN_REPARSE_POINT : 0), nullptr));
       if (handle.IsOpen()) break;
       const DWORD code = GetLastError();
       const DWORD attributes = GetFileAttributesW(name.c_str());
@@ -291,8 +347,15 @@ class Win32FileSystem final : public FileSystem {
       if (!beingRemoved || attempt == kOpenAttempts) Fail("Opening", path, code);
       Sleep(kOpenPause);
     }
+    BY_HANDLE_FILE_INFORMATION information{};
+    if (GetFileType(handle.Get()) != FILE_TYPE_DISK || (beside && GetFileInformationByHandle(handle.Get(), &information) != 0 &&
+                                                        (information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0)) {
+      throw Error(ErrorCode::kIo, "Opening \"" + path + "\": not a file");
+    }
     return std::make_unique<Win32File>(std::move(handle), path, writable);
   }
+
+ public:
 
   bool Exists(const std::string& path) override { return GetFileAttributesW(Wide(path).c_str()) != INVALID_FILE_ATTRIBUTES; }
 

@@ -55,6 +55,8 @@ class WatchedFiles final : public FileSystem {
     }
     void Unlock(std::uint64_t offset, std::uint64_t length) override { file_->Unlock(offset, length); }
     bool IsStillNamed() override { return file_->IsStillNamed(); }
+    bool IsLocked(std::uint64_t offset, std::uint64_t length) override { return file_->IsLocked(offset, length); }
+    std::uint64_t Identity() override { return file_->Identity(); }
 
    private:
     WatchedFiles& owner_;
@@ -212,9 +214,10 @@ TEST(Sharing, OfTwoWhoWaitForEachOtherTheReaderGivesUpAtOnce) {
 TEST(Sharing, AWriterIsNotKeptWaitingByReadersWhoComeOneAfterTheOther) {
   World world;
   world.Create();
-  Sharing writer(world.files, "test.mdb", false, 1000);
-  Sharing first(world.files, "test.mdb", false, 0);
-  Sharing second(world.files, "test.mdb", false, 0);
+  const auto file = world.files.Open("test.mdb", FileMode::kReadWrite);
+  Sharing writer(world.files, "test.mdb", *file, false, 1000);
+  Sharing first(world.files, "test.mdb", *file, false, 0);
+  Sharing second(world.files, "test.mdb", *file, false, 0);
   writer.EnterWrite();
   writer.EnterRead();
   first.EnterRead();
@@ -237,9 +240,10 @@ TEST(Sharing, AWriterIsNotKeptWaitingByReadersWhoComeOneAfterTheOther) {
 TEST(Sharing, WritersGoInTheOrderOfTheirComing) {
   World world;
   world.Create();
-  Sharing first(world.files, "test.mdb", false, 60000);
+  const auto file = world.files.Open("test.mdb", FileMode::kReadWrite);
+  Sharing first(world.files, "test.mdb", *file, false, 60000);
   std::vector<std::unique_ptr<Sharing>> others;
-  for (int i = 0; i < 4; ++i) others.push_back(std::make_unique<Sharing>(world.files, "test.mdb", false, 60000));
+  for (int i = 0; i < 4; ++i) others.push_back(std::make_unique<Sharing>(world.files, "test.mdb", *file, false, 60000));
   first.EnterWrite();
   std::mutex mutex;
   std::vector<int> order;
