@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <algorithm>
+
 #include "ado/Errors.h"
 #include "ado/jet/FileSearch.h"
 #include "ado/jet/JetBulkInsert.h"
@@ -72,7 +74,8 @@ JetConnection::~JetConnection() = default;
 
 std::int64_t JetConnection::Execute(const std::string& text, std::int32_t timeoutSeconds) { return ExecuteWith(text, {}, timeoutSeconds); }
 
-std::int64_t JetConnection::ExecuteWith(const std::string& text, std::span<const Parameter> parameters, std::int32_t) {
+std::int64_t JetConnection::ExecuteWith(const std::string& text, std::span<const Parameter> parameters, std::int32_t timeoutSeconds) {
+  Limit(timeoutSeconds);
   return OnEngine([&] { return session_->Execute(text, EngineParameters(parameters)); }, text);
 }
 
@@ -90,7 +93,14 @@ std::vector<Parameter> JetConnection::DescribeParameters(const std::string& text
 
 std::string JetConnection::CallStatement(const std::string& name, std::size_t) { return "EXECUTE [" + TableName(name) + "]"; }
 
+void JetConnection::Limit(std::int32_t timeoutSeconds) {
+  jet::sql::StatementLimits limits = limits_;
+  if (timeoutSeconds > 0) limits.seconds = limits.seconds > 0 ? std::min(limits.seconds, timeoutSeconds) : timeoutSeconds;
+  session_->Limits(limits);
+}
+
 std::unique_ptr<ProviderRowset> JetConnection::OpenRowset(const RowsetRequest& request) {
+  Limit(request.timeoutSeconds);
   const bool direct = request.options > 0 && (request.options & (adCmdTableDirect | adCmdTable)) != 0;
   const std::string upper = runtime::UpperCase(runtime::Trim(request.source));
   const bool statement = upper.rfind("SELECT", 0) == 0 || upper.rfind("(", 0) == 0;
@@ -147,6 +157,9 @@ std::optional<Variant> JetConnection::Property(const std::string& upperName) con
   if (upperName == "JET OLEDB:MAX LOCKS PER FILE") return Variant(maxLocks_);
   if (upperName == "LOCK WAIT") return Variant(lockWait_);
   if (upperName == "LINKS ALLOWED") return Variant(session_->LinksAllowed());
+  if (upperName == "SECONDS ALLOWED") return Variant(limits_.seconds);
+  if (upperName == "ROWS ALLOWED") return Variant(static_cast<std::int32_t>(limits_.rows));
+  if (upperName == "MEGABYTES ALLOWED") return Variant(limits_.megabytes);
   if (upperName == "DATA SOURCE" || upperName == "DATA SOURCE NAME") return Variant(database_->Path());
   if (upperName == "READ-ONLY DATA SOURCE") return Variant(database_->ReadOnly());
   if (upperName == "DBMS NAME") return Variant("MS Jet");
@@ -161,6 +174,14 @@ bool JetConnection::SetProperty(const std::string& upperName, const Variant& val
   if (upperName == "LOCK WAIT") {
     lockWait_ = std::max(runtime::ToInt32(value), 0);
     database_->SetLockWait(lockWait_);
+    return true;
+  }
+  if (upperName == "SECONDS ALLOWED" || upperName == "ROWS ALLOWED" || upperName == "MEGABYTES ALLOWED") {
+    const std::int32_t limit = runtime::ToInt32(value);
+    if (limit < 0) throw runtime::Error(runtime::kInvalidArgument);
+    if (upperName == "SECONDS ALLOWED") limits_.seconds = limit;
+    if (upperName == "ROWS ALLOWED") limits_.rows = limit;
+    if (upperName == "MEGABYTES ALLOWED") limits_.megabytes = limit;
     return true;
   }
   if (upperName != "JET OLEDB:MAX LOCKS PER FILE") return false;

@@ -39,7 +39,11 @@ class JetConnection final : public ProviderConnection {
  private:
   std::unique_ptr<jet::Database> database_;
   std::unique_ptr<jet::sql::Session> session_;
+  /// The limits of the next statement: what the properties say, and the caller's time.
+  void Limit(std::int32_t timeoutSeconds);
+
   std::int32_t maxLocks_ = 9500;
+  jet::sql::StatementLimits limits_;
   std::int32_t lockWait_ = jet::kLockWait;  // milliseconds
 };
 

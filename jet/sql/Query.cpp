@@ -26,6 +26,8 @@ struct Query::State {
   SessionState::Statement statement;
   std::optional<ScanCursor> scan;
   bool scans = false;  // the table is walked without SQLite
+  StatementLimits limits;
+  std::chrono::nanoseconds spent{0};
   bool executed = false;
   bool exhausted = false;
 
@@ -53,6 +55,7 @@ struct Query::State {
       Database* database = static_cast<const EngineTable*>(table.get())->database;
       if (database != nullptr && std::find(databases.begin(), databases.end(), database) == databases.end()) databases.push_back(database);
     }
+    limits = session.options.limits;
     scans = plan.plainScan && sources[0]->table != nullptr;
     keyColumns.resize(sources.size());
     versions.resize(sources.size());
@@ -90,6 +93,7 @@ struct Query::State {
     scan.reset();
     if (statement != nullptr) sqlite3_reset(statement.get());
     executed = exhausted = false;
+    spent = {};
     blockRows = blockAt = 0;
     nextBlock = 1;
     given = 0;
@@ -99,6 +103,8 @@ struct Query::State {
   bool Fill() {
     blockRows = blockAt = 0;
     if (exhausted) return false;
+    const Budget::Stretch stretch(session.budget, limits, spent);
+    session.budget.Require();
     const std::vector<std::unique_ptr<Database::ReadScope>> scopes = Locked();
     for (const TablePointer& table : plan.reads) RequireCurrent(static_cast<const EngineTable&>(*table));
     struct AtRest {
@@ -121,7 +127,11 @@ struct Query::State {
         exhausted = true;
         break;
       }
-      ++given;
+      if (++given > limits.rows && limits.rows > 0) {
+        exhausted = true;
+        blockRows = 0;
+        throw Error(ErrorCode::kLimit, "the query gives more than " + std::to_string(limits.rows) + " rows");
+      }
       if (NoteRow(bytes)) ++blockRows;
     }
     return blockRows > 0;

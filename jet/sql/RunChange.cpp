@@ -51,6 +51,17 @@ const EngineTable& Writable(const TablePointer& pointer) {
   return table;
 }
 
+// What a row that is kept takes in memory, about.
+constexpr std::size_t kRowBytes = 64;
+std::size_t BytesOf(const std::vector<Value>& values) {
+  std::size_t bytes = kRowBytes + values.size() * sizeof(Value);
+  for (const Value& value : values) {
+    if (value.Type() == ValueType::kText) bytes += value.AsText().size();
+    if (value.Type() == ValueType::kBytes) bytes += value.AsBytes().size();
+  }
+  return bytes;
+}
+
 bool IsLong(ColumnType type) { return type == ColumnType::kMemo || type == ColumnType::kOle; }
 
 // Writes the rows of a query into a table.
@@ -127,6 +138,7 @@ std::int64_t InsertRows(SessionState& state, const EngineTable& table, const std
     while (query->Next()) {
       rows.emplace_back();
       for (std::size_t i = 0; i < columns.size(); ++i) rows.back().push_back(query->Get(i));
+      state.budget.Hold(BytesOf(rows.back()));
     }
     for (std::vector<Value>& row : rows) inserter.Insert(row);
     count = static_cast<std::int64_t>(rows.size());
@@ -258,6 +270,7 @@ std::int64_t RunUpdate(SessionState& state, const UpdatePlan& plan) {
           const TypeInfo& type = plan.query.sources[source].table->columns[item.column].type;
           values.push_back(Coerced(query->Get(item.value), type, state.options.text));
         }
+        state.budget.Hold(BytesOf(values));
       }
     }
   }
@@ -275,6 +288,7 @@ std::int64_t RunDelete(SessionState& state, const DeletePlan& plan) {
     const auto query = OpenPlan(state, plan.query);
     while (query->Next()) {
       if (const std::optional<RowId> id = query->Identity(plan.source)) rows.insert(*id);
+      state.budget.Hold(kRowBytes);
     }
   }
   for (const RowId id : rows) {

@@ -102,7 +102,18 @@ SessionState::SessionState(Database& mainDatabase, SessionOptions sessionOptions
   RegisterFunctions(connection, options.text);
   RegisterModule(connection, *this);
   RegisterDomainFunctions(*this);
+  LimitTexts();
+  constexpr int kSteps = 1000;
+  sqlite3_progress_handler(
+      connection, kSteps, [](void* state) { return static_cast<Budget*>(state)->IsUsedUp() ? 1 : 0; }, &budget);
   schemaVersion = database.SchemaVersion();
+}
+
+// One value alone must not take it all between two looks at the memory.
+void SessionState::LimitTexts() {
+  constexpr int kLongest = 1000000000;
+  const bool limited = options.limits.megabytes > 0 && options.limits.megabytes < (kLongest >> 20);
+  sqlite3_limit(connection, SQLITE_LIMIT_LENGTH, limited ? options.limits.megabytes << 20 : kLongest);
 }
 
 SessionState::~SessionState() {
@@ -113,9 +124,11 @@ SessionState::~SessionState() {
 
 void SessionState::Fail(const std::string& sql) {
   if (pending != nullptr) std::rethrow_exception(std::exchange(pending, nullptr));
+  budget.RaiseIfPassed();
   const std::string message = sqlite3_errmsg(connection);
   const int code = sqlite3_errcode(connection);
   if (code == SQLITE_NOMEM) throw std::bad_alloc();
+  if (code == SQLITE_TOOBIG) throw Error(ErrorCode::kLimit, "a value of the statement is too long");
   if (code == SQLITE_FULL) throw Error(ErrorCode::kDiskFull, "no space for the evaluation of the query");
   if (message == "parser stack overflow") throw Error(ErrorCode::kUnsupported, "the statement is nested too deeply");
   const bool evaluation = message.rfind("type mismatch", 0) == 0 || message.find("division by zero") != std::string::npos ||
@@ -320,6 +333,8 @@ std::int64_t Session::Execute(std::string_view text, std::span<const Parameter> 
 }
 
 std::int64_t Session::Run(const jet::sql::Statement& statement) {
+  std::chrono::nanoseconds spent{0};
+  const Budget::Stretch stretch(state_->budget, state_->options.limits, spent);
   if (std::holds_alternative<SelectPlan>(statement)) {
     const auto query = OpenPlan(*state_, std::get<SelectPlan>(statement));
     query->Next();
@@ -364,6 +379,12 @@ std::vector<std::pair<std::size_t, Value>> Session::Defaults(const EngineTable& 
 }
 
 const TextSettings& Session::Settings() const noexcept { return state_->options.text; }
+
+void Session::Limits(const StatementLimits& limits) noexcept {
+  state_->options.limits = limits;
+  state_->LimitTexts();
+}
+const StatementLimits& Session::Limits() const noexcept { return state_->options.limits; }
 
 bool Session::LinksAllowed() const noexcept { return state_->options.links; }
 

@@ -13,6 +13,7 @@
 #include "jet/Database.h"
 #include "jet/Row.h"
 #include "jet/Table.h"
+#include "jet/sql/Limits.h"
 #include "jet/sql/Schema.h"
 #include "jet/sql/Statement.h"
 
@@ -47,6 +48,7 @@ struct SessionOptions {
   /// The real path of a database named in a statement or link; unset: the name as it stands.
   std::function<std::string(const std::string&)> findFile;
   bool links = true;  ///< see Session::AllowLinks
+  StatementLimits limits;
 };
 
 /// A table as statements and cursors see it: of this file or of a linked one, or behind an ODBC link.
@@ -137,6 +139,9 @@ class Session {
   /// was reached before is let go as soon as no open query reads it. True at first.
   void AllowLinks(bool allowed);
   [[nodiscard]] bool LinksAllowed() const noexcept;
+  /// For the statements executed and the queries opened from now on.
+  void Limits(const StatementLimits& limits) noexcept;
+  [[nodiscard]] const StatementLimits& Limits() const noexcept;
   /// Must be called after rows were changed past this session (by Table::Insert and the like): cursors read their rows again.
   void RowsChanged() noexcept;
 

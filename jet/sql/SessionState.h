@@ -31,6 +31,7 @@ struct SessionState final : SchemaSource {
   void RequireLinks(const std::string& what) const;
   std::shared_ptr<const EngineTable> LinkedTable(const CatalogObject& link);
   std::shared_ptr<const EngineTable> Declare(std::shared_ptr<EngineTable> table);
+  void LimitTexts();
   /// Forgets declared tables after a change of the schema.
   void ForgetTables();
 
@@ -45,6 +46,7 @@ struct SessionState final : SchemaSource {
   Database& database;
   SessionOptions options;
   sqlite3* connection = nullptr;
+  Budget budget;
   std::exception_ptr pending;  ///< raised inside a callback
   std::uint64_t changes = 0;   ///< counts changes of rows: cursors read their row again
   std::uint64_t schemaVersion = 0;
