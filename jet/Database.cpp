@@ -298,6 +298,28 @@ void Database::Compact(const std::string& newPath) {
   CompactInto(*this, newPath);
 }
 
+void Database::Backup(const std::string& newPath) {
+  if (TransactionDepth() > 0) throw Error(ErrorCode::kInUse, "A database cannot be copied while a transaction is open");
+  Sharing::RequireName(newPath);
+  FileSystem& files = engine_->files;
+  if (files.Exists(newPath)) throw Error(ErrorCode::kAlreadyExists, "There is a file \"" + newPath + "\" already");
+  const std::string working = newPath + "-new";
+  const ReadLock lock(*engine_);
+  try {
+    files.Remove(working);
+    engine_->pager->CopyTo([&](File& model) { return files.OpenBeside(working, FileMode::kCreateNew, model); });
+    files.Rename(working, newPath);
+  } catch (...) {
+    try {
+      files.Remove(working);
+    } catch (const Error&) {
+      // What went wrong first is what the caller must hear of.
+    }
+    throw;
+  }
+  files.SyncFolder(newPath);
+}
+
 std::vector<Finding> Database::Check() {
   const ReadLock lock(*engine_);
   return CheckStructure(*engine_);

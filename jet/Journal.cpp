@@ -4,7 +4,9 @@
 #include <array>
 #include <chrono>
 #include <cstring>
+#include <map>
 #include <random>
+#include <unordered_map>
 
 #include "jet/ByteOrder.h"
 #include "jet/Error.h"
@@ -13,7 +15,11 @@
 namespace jet {
 namespace {
 
-constexpr char kMagic[8] = {'J', 'E', 'T', 'J', 'R', 'N', 'L', '1'};
+constexpr char kMagic[8] = {'J', 'E', 'T', 'J', 'R', 'N', 'L', '2'};
+constexpr std::size_t kMagicStem = 7;  // the last one tells the edition
+constexpr std::size_t kSector = 512;
+constexpr std::uint32_t kOldPage = 0;
+constexpr std::uint32_t kNewPage = 1;
 constexpr std::size_t kHeaderSize = 40;
 constexpr std::size_t kRecordHeader = 16;
 constexpr std::size_t kFlushAt = std::size_t{256} << 10;
@@ -45,14 +51,26 @@ void Journal::Start(PageNumber pageCount, File& database) {
   Store64(buffer_.data() + 32, Mix(0, std::span(buffer_).first(32)));
 }
 
-void Journal::Add(PageNumber page, std::span<const std::byte> bytes) {
+void Journal::Append(PageNumber page, std::uint32_t kind, std::span<const std::byte> bytes) {
   const std::size_t at = buffer_.size();
   buffer_.resize(at + kRecordHeader + bytes.size());
   Store32(buffer_.data() + at, page);
-  Store64(buffer_.data() + at + 8, Sum(page, bytes));
+  Store32(buffer_.data() + at + 4, kind);
+  Store64(buffer_.data() + at + 8, Sum(page, bytes) + kind);
   std::memcpy(buffer_.data() + at + kRecordHeader, bytes.data(), bytes.size());
-  pages_.insert(page);
   if (buffer_.size() >= kFlushAt) Flush();
+}
+
+void Journal::Add(PageNumber page, std::span<const std::byte> bytes) {
+  Append(page, kOldPage, bytes);
+  pages_.insert(page);
+}
+
+void Journal::AddNew(PageNumber page, std::span<const std::byte> bytes) {
+  std::vector<std::byte> sums(bytes.size() / kSector * sizeof(std::uint64_t));
+  for (std::size_t i = 0; i * kSector < bytes.size(); ++i)
+    Store64(sums.data() + i * sizeof(std::uint64_t), Mix(nonce_, bytes.subspan(i * kSector, kSector)));
+  Append(page, kNewPage, sums);
 }
 
 void Journal::Flush() {
@@ -92,10 +110,75 @@ void Journal::Finish() {
 
 /// What the power cut short was ours, and begins as ours do or with nothing at all. Anything else is somebody's and is not touched.
 void Journal::RequireJournal(std::span<const std::byte> start) const {
-  const std::size_t count = std::min(start.size(), sizeof kMagic);
+  const std::size_t count = std::min(start.size(), kMagicStem);
   const bool empty = std::all_of(start.begin(), start.begin() + static_cast<std::ptrdiff_t>(count), [](std::byte b) { return b == std::byte{0}; });
   if (!empty && std::memcmp(start.data(), kMagic, count) != 0)
     throw Error(ErrorCode::kIo, "\"" + path_ + "\" stands where the journal of \"" + databasePath_ + "\" goes and is none: move it away");
+}
+
+/// What a journal says that is whole.
+struct Journal::Left {
+  PageNumber pageCount = 0;
+  PageNumber newCount = 0;  ///< pages that the transaction may have made the file have
+  bool tellsNew = false;
+  std::map<PageNumber, std::uint64_t> old;  ///< where in the journal the bytes are
+  std::unordered_map<PageNumber, std::vector<std::uint64_t>> sums;  ///< of all sectors in turn, for each time that it was written
+};
+
+Journal::Left Journal::Read(File& journal, std::span<const std::byte> header) {
+  Left left;
+  left.pageCount = left.newCount = Load32(header.data() + 12);
+  left.tellsNew = header[kMagicStem] == static_cast<std::byte>(kMagic[kMagicStem]);
+  nonce_ = Load64(header.data() + 16);
+  const std::size_t sumsSize = pageSize_ / kSector * sizeof(std::uint64_t);
+  std::vector<std::byte> record(kRecordHeader + pageSize_);
+  for (std::uint64_t offset = kHeaderSize;;) {
+    if (journal.Read(offset, std::span(record).first(kRecordHeader)) < kRecordHeader) return left;
+    const PageNumber page = Load32(record.data());
+    const std::uint32_t kind = Load32(record.data() + 4);
+    if (kind > kNewPage || (kind == kOldPage && page >= left.pageCount)) return left;
+    const auto bytes = std::span(record).subspan(kRecordHeader, kind == kOldPage ? pageSize_ : sumsSize);
+    if (journal.Read(offset + kRecordHeader, bytes) < bytes.size() || Load64(record.data() + 8) != Sum(page, bytes) + kind) return left;
+    offset += kRecordHeader + bytes.size();
+    if (kind == kOldPage) {
+      left.old.try_emplace(page, offset - bytes.size());
+    } else {
+      left.newCount = std::max(left.newCount, page + 1);
+      for (std::size_t at = 0; at < bytes.size(); at += sizeof(std::uint64_t)) left.sums[page].push_back(Load64(bytes.data() + at));
+    }
+  }
+}
+
+void Journal::RefuseForeign(const std::string& what) const {
+  throw Error(ErrorCode::kDamaged,
+              "Another program has written \"" + databasePath_ + "\" (" + what + ") since a transaction of ours was left half written in it; its " +
+                  "old pages are in \"" + path_ + "\". Nothing was changed. Either what the other program wrote is wanted: then move the " +
+                  "journal away and let the database be checked and repaired. Or the state before the transaction is: then put the database " +
+                  "back as it was before the other program came, beside this journal, or take a backup without the journal");
+}
+
+/// Sector by sector: our own writes may have been torn.
+void Journal::RequireOurOwn(File& database, File& journal, const Left& left) const {
+  if (!left.tellsNew) return;
+  const std::uint64_t size = database.Size();
+  if (size < std::uint64_t{left.pageCount} * pageSize_) RefuseForeign("it is shorter");
+  if (size > std::uint64_t{left.newCount} * pageSize_) RefuseForeign("it is longer");
+  std::vector<std::byte> now(pageSize_);
+  std::vector<std::byte> old(pageSize_);
+  for (const auto& [page, where] : left.old) {
+    if (journal.Read(where, old) < pageSize_) throw Error(ErrorCode::kIo, "\"" + path_ + "\" became shorter while it was being read");
+    if (database.Read(std::uint64_t{page} * pageSize_, now) < pageSize_) RefuseForeign("it is shorter");
+    const auto known = left.sums.find(page);
+    for (std::size_t at = 0; at < pageSize_; at += kSector) {
+      const auto sector = std::span<const std::byte>(now).subspan(at, kSector);
+      if (std::equal(sector.begin(), sector.end(), old.begin() + static_cast<std::ptrdiff_t>(at))) continue;
+      bool ours = false;
+      const std::uint64_t sum = Mix(nonce_, sector);
+      if (known != left.sums.end())
+        for (std::size_t i = at / kSector; i < known->second.size(); i += pageSize_ / kSector) ours = ours || known->second[i] == sum;
+      if (!ours) RefuseForeign("page " + std::to_string(page));
+    }
+  }
 }
 
 bool Journal::Recover(File& database) {
@@ -113,19 +196,17 @@ bool Journal::Recover(File& database) {
   std::array<std::byte, kHeaderSize> header{};
   const std::size_t headerSize = left->Read(0, header);
   RequireJournal(std::span(header).first(headerSize));
-  const bool whole = headerSize == header.size() && std::memcmp(header.data(), kMagic, sizeof kMagic) == 0 &&
-                     Load64(header.data() + 32) == Mix(0, std::span(header).first(32)) && Load32(header.data() + 8) == pageSize_;
+  const bool whole = headerSize == header.size() && Load64(header.data() + 32) == Mix(0, std::span(header).first(32)) &&
+                     Load32(header.data() + 8) == pageSize_;
   if (whole) {
-    const PageNumber pageCount = Load32(header.data() + 12);
-    nonce_ = Load64(header.data() + 16);
-    std::vector<std::byte> record(kRecordHeader + pageSize_);
-    for (std::uint64_t offset = kHeaderSize; left->Read(offset, record) == record.size(); offset += record.size()) {
-      const PageNumber page = Load32(record.data());
-      const auto bytes = std::span<const std::byte>(record).subspan(kRecordHeader);
-      if (page >= pageCount || Load64(record.data() + 8) != Sum(page, bytes)) break;
+    const Left found = Read(*left, header);
+    RequireOurOwn(database, *left, found);
+    std::vector<std::byte> bytes(pageSize_);
+    for (const auto& [page, where] : found.old) {
+      if (left->Read(where, bytes) < pageSize_) throw Error(ErrorCode::kIo, "\"" + path_ + "\" became shorter while it was being read");
       database.Write(std::uint64_t{page} * pageSize_, bytes);
     }
-    const std::uint64_t length = std::uint64_t{pageCount} * pageSize_;
+    const std::uint64_t length = std::uint64_t{found.pageCount} * pageSize_;
     if (database.Size() > length) database.Truncate(length);
     database.Sync();
     ++syncs_;

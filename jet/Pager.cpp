@@ -311,6 +311,20 @@ void Pager::BeginWrite() {
   for (auto& level : levels_) level.pageCount = pageCount_;
 }
 
+void Pager::CopyTo(const std::function<std::unique_ptr<File>(File& model)>& make) {
+  const auto copy = make(*file_);
+  std::vector<std::byte> block(kWriteRun * pageSize_);
+  const std::uint64_t length = std::uint64_t{pageCount_} * pageSize_;
+  for (std::uint64_t offset = 0; offset < length;) {
+    const auto part = std::span(block).first(static_cast<std::size_t>(std::min<std::uint64_t>(block.size(), length - offset)));
+    if (file_->Read(offset, part) < part.size())
+      throw Error(ErrorCode::kDamaged, "The file is cut short", static_cast<PageNumber>(offset / pageSize_), 0);
+    copy->Write(offset, part);
+    offset += part.size();
+  }
+  copy->Sync();
+}
+
 // ----- transactions
 
 void Pager::Begin() {
@@ -394,6 +408,7 @@ void Pager::JournalOldPages(const std::vector<Frame*>& frames) {
   if (!journal_.Started()) journal_.Start(committedPageCount_, *file_);
   std::vector<std::byte> old(pageSize_);
   for (const Frame* frame : frames) {
+    journal_.AddNew(frame->page, {frame->bytes.get(), pageSize_});
     if (frame->page >= committedPageCount_ || journal_.Has(frame->page)) continue;
     if (file_->Read(std::uint64_t{frame->page} * pageSize_, old) < pageSize_)
       throw Error(ErrorCode::kDamaged, "The file is cut short", frame->page, 0);

@@ -55,6 +55,9 @@ class Pager final : public PageStore {
   /// Makes sure that this process may change pages. Called by each changing operation before it reads anything. Errors: kReadOnly, kInUse.
   void BeginWrite();
 
+  /// Copies the whole file into the one that is made, and syncs it. Called while in read and outside of a transaction.
+  void CopyTo(const std::function<std::unique_ptr<File>(File& model)>& make);
+
   // ----- transactions
   void Begin();
   void Commit();

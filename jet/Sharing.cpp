@@ -22,6 +22,7 @@ constexpr std::uint64_t kReadLock = 0x20000001;
 constexpr std::uint64_t kPendingLock = 0x20000002;
 constexpr std::uint64_t kLineLock = 0x20000003;
 constexpr std::uint64_t kPlaceLocks = 0x20000100;
+constexpr std::string_view kComputer = "LOCALHOST";
 constexpr std::uint64_t kNameLocks = std::uint64_t{1} << 44;
 constexpr std::size_t kEntrySize = 64;
 constexpr std::size_t kCountOffset = 24;
@@ -86,7 +87,12 @@ Sharing::Sharing(FileSystem& files, const std::string& databasePath, File& datab
 void Sharing::OpenLockFile(const std::string& databasePath, File& database) {
   file_ = files_->OpenBeside(path_, FileMode::kOpenOrCreate, database);
   const std::uint64_t size = file_->Size();
-  if (size % kEntrySize != 0 || size > kUsers * kEntrySize) {
+  std::array<std::byte, kComputer.size()> start{};
+  const std::size_t count = file_->Read(0, start);
+  // One that a power cut has left may have any length, but then it begins as ours do or with nothing.
+  const bool ours = count > 0 && std::memcmp(start.data(), kComputer.data(), count) == 0;
+  const bool empty = std::all_of(start.begin(), start.end(), [](std::byte b) { return b == std::byte{0}; });
+  if (size > kUsers * kEntrySize || (size % kEntrySize != 0 && !ours && !empty)) {
     file_.reset();
     throw Error(ErrorCode::kIo, "\"" + path_ + "\" stands where the lock file of \"" + databasePath + "\" goes and is none: move it away");
   }
@@ -135,7 +141,6 @@ void Sharing::TakeEntry(const std::string& databasePath) {
   const std::size_t had = file_->Read(entry_ * kEntrySize, entry);
   const std::uint64_t count = had == kEntrySize ? Load64(entry.data() + kCountOffset) : 0;
   const std::uint64_t number = had == kEntrySize ? Load64(entry.data() + kNumberOffset) : 0;
-  constexpr std::string_view kComputer = "LOCALHOST";
   constexpr std::string_view kUser = "Admin";
   entry.fill(std::byte{0});
   std::memcpy(entry.data(), kComputer.data(), kComputer.size());

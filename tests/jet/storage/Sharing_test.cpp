@@ -308,6 +308,69 @@ TEST(Sharing, WhoUndoesWhatACrashLeftAndGoesOnToChangeIsTheOnlyWriter) {
   EXPECT_EQ(Findings(*first), "");
 }
 
+/// A repair program, a restored backup: whoever does not know of the journal writes beside it.
+TEST(Sharing, NothingIsUndoneInAFileThatAnotherProgramHasWrittenSince) {
+  World world;
+  world.Create()->CreateTable(PeopleTable()).Insert(Person("Ada"));
+  const auto before = world.files.Content("test.mdb");
+  LeaveAJournal(world);
+  const auto halfWritten = world.files.Content("test.mdb");
+  const auto journal = world.files.Content("test.mdb-journal");
+  // Which pages the transaction was about to write, as its journal's old pages tell: found by changing one page after the other.
+  int refused = 0;
+  for (std::size_t page = 0; page < before.size() / 4096; ++page) {
+    auto foreign = halfWritten;
+    foreign[page * 4096 + 700] ^= std::byte{0x55};
+    world.files.SetContent("test.mdb", foreign);
+    world.files.SetContent("test.mdb-journal", journal);
+    std::string text;
+    try {
+      (void)world.Open();
+    } catch (const Error& error) {
+      EXPECT_EQ(error.Code(), ErrorCode::kDamaged);
+      text = error.what();
+    }
+    if (text.rfind("Another program has written \"test.mdb\" (page " + std::to_string(page), 0) != 0) continue;
+    ++refused;
+    EXPECT_NE(text.find("its old pages are in \"test.mdb-journal\""), std::string::npos) << text;
+    EXPECT_NE(text.find("move the journal away"), std::string::npos) << text;
+    EXPECT_NE(text.find("put the database back as it was"), std::string::npos) << text;
+    EXPECT_EQ(world.files.Content("test.mdb"), foreign);
+    EXPECT_EQ(world.files.Content("test.mdb-journal"), journal);
+  }
+  EXPECT_GE(refused, 2);
+  // Another program made it longer.
+  auto longer = halfWritten;
+  longer.resize(longer.size() + 40 * 4096);
+  world.files.SetContent("test.mdb", longer);
+  EXPECT_EQ(CodeOf([&] { (void)world.Open(); }), ErrorCode::kDamaged);
+  EXPECT_EQ(world.files.Content("test.mdb"), longer);
+  // Both ways out.
+  world.files.SetContent("test.mdb", halfWritten);
+  const auto undone = world.Open();
+  EXPECT_EQ(Rows(undone->OpenTable("People")), (std::vector<std::string>{"1|\"Ada\"|\"note\"|False|0"}));
+  EXPECT_EQ(Findings(*undone), "");
+}
+
+TEST(Sharing, ACopyIsMadeWhileOthersHaveTheFileOpenAndIsWhole) {
+  World world;
+  world.Create()->CreateTable(PeopleTable());
+  const auto first = world.Open("test.mdb", OpenMode::kShared);
+  const auto second = world.Open("test.mdb", OpenMode::kShared);
+  second->OpenTable("People").Insert(Person("Ada"));
+  second->Begin();
+  second->OpenTable("People").Insert(Person("Bob"));
+  first->Backup("copy.mdb");
+  EXPECT_EQ(CodeOf([&] { first->Backup("copy.mdb"); }), ErrorCode::kAlreadyExists);
+  EXPECT_EQ(CodeOf([&] { second->Backup("other.mdb"); }), ErrorCode::kInUse);
+  EXPECT_EQ(CodeOf([&] { first->Backup("copy.ldb"); }), ErrorCode::kUnsupported);
+  second->Commit();
+  const auto copy = world.Open("copy.mdb");
+  EXPECT_EQ(Rows(copy->OpenTable("People")), (std::vector<std::string>{"1|\"Ada\"|\"note\"|False|0"}));
+  EXPECT_EQ(Findings(*copy), "");
+  EXPECT_FALSE(world.files.Exists("copy.mdb-new"));
+}
+
 TEST(Sharing, AReaderThatWaitsForTheUndoingOfACrashDoesNotHinderIt) {
   World world;
   world.Create()->CreateTable(PeopleTable()).Insert(Person("Ada"));
