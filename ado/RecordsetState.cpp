@@ -116,6 +116,7 @@ void RecordsetState::Delete() {
 }
 
 Variant RecordsetState::Value(std::size_t field) {
+  if (rowset && position == Position::kOnRow && edit == adEditNone) return rowset->Value(field);
   RequireRow();
   if (edit != adEditNone) {
     if (const auto& value = pending[field]) {

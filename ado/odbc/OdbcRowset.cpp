@@ -134,6 +134,7 @@ bool OdbcRowset::MoveFirst() {
 
 void OdbcRowset::LeaveRow() {
   changes_.reset();
+  if (chunkField_ == SIZE_MAX && chunkValue_.IsEmpty()) return;
   chunkField_ = SIZE_MAX;
   chunkValue_ = Variant();
 }
@@ -174,6 +175,7 @@ std::unique_ptr<OdbcRowset::Changes>& OdbcRowset::CurrentChanges() { return IsKe
 Variant OdbcRowset::Stored(std::size_t field) { return IsKept() ? rows_[row_].values[field] : reader_->Value(field); }
 
 Variant OdbcRowset::Value(std::size_t field) {
+  if (!keepsRows_ && !changes_) return reader_->Value(field);
   const auto& changes = CurrentChanges();
   if (!changes || (!changes->inserted && !changes->Touches(field))) return Stored(field);
   if (!changes->asStored) ReadBack(*changes);

@@ -41,7 +41,10 @@ class RowReader {
  private:
   struct Column {
     FetchPlan plan;
+    std::size_t companion = ReadPlan::kNone;
+    std::size_t room = 0;  // bytes of a bound value at most; of one of a fixed size any length is right
     bool bound = false;
+    bool plain = false;           // bound, and what stands in the buffer is the value
     bool touched = false;         // reading it in pieces has begun in this row
     std::vector<std::byte> data;  // one element for each row of the block
     std::vector<std::ptrdiff_t> indicators;
@@ -80,7 +83,6 @@ class RowReader {
   const std::vector<FieldInfo>& fields_;
   const std::vector<ColumnDescription>& descriptions_;
   std::vector<Column> columns_;  // of the fields, then the companions
-  std::vector<std::size_t> companions_;
   bool asksTypes_ = false;
   bool singly_ = false;
   std::size_t blockRows_ = 1;

@@ -127,10 +127,10 @@ Variant CurrencyOf(const std::string& plain) {
   return runtime::Currency{*whole};
 }
 
-Variant FromText(const FetchPlan& plan, const FieldInfo& field, std::string text);
+Variant FromText(const FetchPlan& plan, const FieldInfo& field, std::string_view text);
 
 /// A text that no server writes for a day or a time stays one: it is never guessed at.
-Variant MomentValue(const std::string& text) {
+Variant MomentValue(std::string_view text) {
   if (const auto moment = ReadMoment(text)) {
     if (const auto date = DateOfMoment(*moment)) return *date;
   }
@@ -143,23 +143,25 @@ Variant RealOf(double value, std::int16_t type) {
 }
 
 /// The fewest digits that give the number again.
-std::string DigitsOf(const std::string& digits) {
+std::string DigitsOf(std::string_view digits) {
   const auto number = WholeNumber(digits) ? std::nullopt : Real(digits);
-  if (!number) return digits;
+  if (!number) return std::string(digits);
   std::array<char, 400> text{};
   const auto end = std::to_chars(text.data(), text.data() + text.size(), *number).ptr;
   return {text.data(), end};
 }
 
 /// A number that SQLite holds in a column of any type.
-Variant NumberOf(const std::string& digits, std::int16_t type) {
+Variant NumberOf(std::string_view digits, std::int16_t type) {
+  if (type == adDouble) {
+    if (const auto number = Real(digits)) return *number;
+  }
   const auto whole = WholeNumber(digits);
   switch (type) {
     case adBoolean:
       if (whole) return *whole != 0;
       break;
     case adSingle:
-    case adDouble:
       if (const auto number = Real(digits)) return RealOf(*number, type);
       break;
     case adCurrency:
@@ -213,37 +215,35 @@ std::string Unquoted(std::string_view literal) {
   return text;
 }
 
-Variant FromLiteral(const FieldInfo& field, const std::string& literal) {
+Variant FromLiteral(const FieldInfo& field, std::string_view literal) {
   if (literal == "NULL") return runtime::Null{};
   if (literal.starts_with("X'")) {
-    if (auto bytes = BytesOfHex(std::string_view(literal).substr(2, literal.size() - 3))) return std::move(*bytes);
+    if (auto bytes = BytesOfHex(literal.substr(2, literal.size() - 3))) return std::move(*bytes);
   }
   if (!literal.starts_with('\'')) return NumberOf(literal, field.type);
+  const std::string_view inside = literal.substr(1, literal.size() - 2);
+  const bool moment = field.type == adDate || field.type == adDBDate || field.type == adDBTime || field.type == adDBTimeStamp;
+  if (moment && inside.find('\'') == std::string_view::npos) return MomentValue(inside);  // the usual ones need no memory
   std::string text = Unquoted(literal);
   switch (field.type) {
     case adBoolean:
-      return FromText({Form::kBooleanText, 0, 0, 1}, field, std::move(text));
+      return FromText({Form::kBooleanText, 0, 0, 1}, field, text);
     case adGUID:
-      return FromText({Form::kGuidText, 0, 0, 1}, field, std::move(text));
-    case adDate:
-    case adDBDate:
-    case adDBTime:
-    case adDBTimeStamp:
-      return MomentValue(text);
+      return FromText({Form::kGuidText, 0, 0, 1}, field, text);
     default:
       return text;
   }
 }
 
-Variant FromHex(const std::string& hex) {
+Variant FromHex(std::string_view hex) {
   const bool isBytes = hex.starts_with('X');
-  auto bytes = BytesOfHex(std::string_view(hex).substr(isBytes ? 1 : 0));
+  auto bytes = BytesOfHex(hex.substr(isBytes ? 1 : 0));
   if (!bytes) return hex;
   if (isBytes) return std::move(*bytes);
   return std::string(reinterpret_cast<const char*>(bytes->data()), bytes->size());
 }
 
-Variant FromText(const FetchPlan& plan, const FieldInfo& field, std::string text) {
+Variant FromText(const FetchPlan& plan, const FieldInfo& field, std::string_view text) {
   switch (plan.form) {
     case Form::kDecimalText: {
       std::string plain = PlainDecimal(text);
@@ -258,7 +258,7 @@ Variant FromText(const FetchPlan& plan, const FieldInfo& field, std::string text
     case Form::kGuidText: {
       const bool braces = text.starts_with('{');
       if (text.size() != (braces ? 38U : 36U)) return text;
-      return runtime::Guid{runtime::UpperCase(braces ? text : "{" + text + "}")};
+      return runtime::Guid{runtime::UpperCase(braces ? std::string(text) : "{" + std::string(text) + "}")};
     }
     case Form::kBooleanText: {
       if (const auto number = Real(text)) return *number != 0;
@@ -430,6 +430,8 @@ Variant Decode(const FetchPlan& plan, const FieldInfo& field, const std::byte* d
     case Form::kBytes:
       return runtime::Bytes(data, data + length);
     default:
+      // Most are short and need no memory of their own.
+      if (plan.unit == 1) return FromText(plan, field, {reinterpret_cast<const char*>(data), length});
       return FromText(plan, field, TextOf(plan, data, length));
   }
 }

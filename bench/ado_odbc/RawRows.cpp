@@ -4,6 +4,7 @@
 #include <sqlext.h>
 #include <sqlucode.h>
 
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -13,6 +14,7 @@ namespace tamlo::bench {
 namespace {
 
 constexpr std::size_t kNameUnits = 41;
+constexpr std::size_t kDigits = 32;  // bytes of a double as a text
 
 std::u16string Wide(const std::string& text) { return {text.begin(), text.end()}; }
 SQLWCHAR* Units(std::u16string& text) { return reinterpret_cast<SQLWCHAR*>(text.data()); }
@@ -116,12 +118,32 @@ double RawRows::Read(const std::string& sql, std::size_t blockRows) {
   SQLSetStmtAttrW(statement, SQL_ATTR_ROWS_FETCHED_PTR, &fetched, 0);
   SQLBindCol(statement, 1, SQL_C_SLONG, block.id.data(), sizeof(SQLINTEGER), block.idLength.data());
   SQLBindCol(statement, 2, block.NativeType(), block.name.data(), static_cast<SQLLEN>(kNameUnits * block.unit), block.nameLength.data());
-  SQLBindCol(statement, 3, SQL_C_DOUBLE, block.value.data(), sizeof(double), block.valueLength.data());
+  std::vector<char> digits(doublesAreTexts_ ? blockRows * kDigits : 0);
+  if (doublesAreTexts_) {
+    SQLBindCol(statement, 3, SQL_C_CHAR, digits.data(), kDigits, block.valueLength.data());
+  } else {
+    SQLBindCol(statement, 3, SQL_C_DOUBLE, block.value.data(), sizeof(double), block.valueLength.data());
+  }
   Check(SQLExecute(statement), "execute");
+  std::vector<SQLUSMALLINT> status(blockRows);
+  SQLSetStmtAttrW(statement, SQL_ATTR_ROW_STATUS_PTR, status.data(), 0);
   double sum = 0;
+  std::string name;
   while (SQL_SUCCEEDED(SQLFetch(statement))) {
     for (std::size_t i = 0; i < fetched; ++i) {
-      sum += block.id[i] + block.value[i] + static_cast<double>(block.nameLength[i]) / static_cast<double>(block.unit);
+      // What nobody may leave out: rows that the driver could not give, nulls, and names that were cut.
+      const bool given = status[i] == SQL_ROW_SUCCESS && block.idLength[i] >= 0 && block.nameLength[i] >= 0 && block.valueLength[i] >= 0 &&
+                         block.nameLength[i] < static_cast<SQLLEN>(kNameUnits * block.unit);
+      if (!given) Check(SQL_ERROR, "row");
+      if (doublesAreTexts_) std::from_chars(&digits[i * kDigits], &digits[i * kDigits] + block.valueLength[i], block.value[i]);
+      const char* place = &block.name[i * kNameUnits * block.unit];
+      if (block.unit == 1) {
+        name.assign(place, static_cast<std::size_t>(block.nameLength[i]));
+      } else {
+        name.clear();  // ASCII, as they are here
+        for (SQLLEN k = 0; k < block.nameLength[i]; k += 2) name.push_back(place[k]);
+      }
+      sum += block.id[i] + block.value[i] + static_cast<double>(name.size());
     }
   }
   SQLFreeHandle(SQL_HANDLE_STMT, statement);

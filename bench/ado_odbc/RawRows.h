@@ -10,6 +10,8 @@ class RawRows {
  public:
   /// narrowTexts: names go and come as bytes of UTF-8, else as UTF-16.
   RawRows(const std::string& connectionString, bool narrowTexts);
+  /// From now on Read fetches val as a text of digits, for drivers that do not give every bit of a double.
+  void ReadDoublesAsTexts() { doublesAreTexts_ = true; }
   ~RawRows();
   RawRows(const RawRows&) = delete;
   RawRows& operator=(const RawRows&) = delete;
@@ -27,6 +29,7 @@ class RawRows {
 
   void* connection_ = nullptr;
   bool narrow_;
+  bool doublesAreTexts_ = false;
 };
 
 }  // namespace tamlo::bench

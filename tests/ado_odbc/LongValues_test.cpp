@@ -1,19 +1,24 @@
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cstdlib>
 #include <new>
 #include <vector>
 
+#include "ado/BulkInsert.h"
+#include "runtime/Dates.h"
 #include "tests/ado_odbc/Engine.h"
 
 namespace {
 
 // What this program's own code allocates; drivers allocate with malloc and do not count.
 std::atomic<std::size_t> largestAllocation{0};
+std::atomic<std::size_t> allocations{0};
 
 }  // namespace
 
 void* operator new(std::size_t size) {
+  allocations.fetch_add(1, std::memory_order_relaxed);
   std::size_t largest = largestAllocation.load();
   while (size > largest && !largestAllocation.compare_exchange_weak(largest, size)) {
   }
@@ -172,6 +177,33 @@ TEST_P(LongValues, SeveralLongColumnsInAnyOrder) {
     EXPECT_EQ(rs.Fields("a").Value(), Variant(first));
   }
   EXPECT_TRUE(rs.Eof());
+}
+
+/// Clocks are for the benches; this holds on any machine.
+TEST_P(LongValues, ShortOnesAreReadByTheThousandWithoutMemoryForEach) {
+  constexpr std::int32_t kRows = 2000;
+  Execute("CREATE TABLE many (id INTEGER NOT NULL PRIMARY KEY, n VARCHAR(40), x " + engine->Type("double") + ", d " +
+          (GetParam() == "PostgreSQL" ? "TIMESTAMP" : "DATETIME") + ")");
+  {
+    ado::BulkInsert bulk(connection, "many", {"id", "n", "x", "d"});
+    for (std::int32_t i = 0; i < kRows; ++i) {
+      bulk.Add(std::array<Variant, 4>{i, "name " + std::to_string(i), 1.0 / (i + 3), runtime::ToSerial({2003, 2, 1, 13, 14, i % 60, 0})});
+    }
+    bulk.Flush();
+  }
+  ado::Recordset rs = Open("SELECT id, n, x, d FROM many ORDER BY id", ado::adOpenForwardOnly, ado::adLockReadOnly);
+  const ado::Field* fields[] = {&rs.Fields(0), &rs.Fields(1), &rs.Fields(2), &rs.Fields(3)};
+  ASSERT_FALSE(rs.Eof());
+  const std::size_t before = allocations;
+  std::int32_t rows = 0;
+  bool right = true;
+  for (; !rs.Eof(); rs.MoveNext(), ++rows) {
+    right = right && *fields[0]->Value().If<std::int32_t>() == rows && *fields[2]->Value().If<double>() == 1.0 / (rows + 3) &&
+            fields[1]->Value().Is<std::string>() && fields[3]->Value().Is<runtime::Date>();
+  }
+  EXPECT_EQ(rows, kRows);
+  EXPECT_TRUE(right);
+  EXPECT_LT(allocations - before, kRows / 20U);
 }
 
 INSTANTIATE_TEST_SUITE_P(Odbc, LongValues, ::testing::Values("SQLite", "MariaDB", "PostgreSQL"),
