@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "jet/Database.h"
+#include "jet/sql/Session.h"
 #include "runtime/Text.h"
 #include "tests/app/ToolRun.h"
 #include "tests/app/VirtualDisplay.h"
@@ -497,6 +498,22 @@ TEST_F(AccessTest, AFileThatOthersHaveOpenIsShared) {
   Screen().Press("Return");
   EXPECT_EQ(tool->Wait(), 0);
   EXPECT_EQ(volumes->Rows("SELECT IDUTL, IDVLM, NIVEAU FROM VLMUTL"), Texts{"1|12|3"});
+}
+
+TEST_F(AccessTest, AUserIsSavedWhileAnotherProgramStandsInTheTable) {
+  volumes->Execute("INSERT INTO UTL VALUES (7, 'DUPONT', 'x')");
+  volumes->Execute("INSERT INTO UTL VALUES (8, 'DURAND', 'x')");
+  const auto other = jet::Database::Open(volumes->Name());
+  jet::sql::Session session(*other);
+  const auto rows = session.Open("SELECT * FROM UTL");
+  ASSERT_TRUE(rows->Next());
+  Start();
+  WaitForDialog();
+  Screen().Screenshot(PictureName());
+  Screen().Press("Return");
+  EXPECT_EQ(tool->Wait(), 0);
+  EXPECT_EQ(volumes->Rows("SELECT IDUTL, IDVLM, NIVEAU FROM VLMUTL"), Texts{"7|12|3"});
+  EXPECT_TRUE(rows->Next());
 }
 
 TEST_F(AccessTest, AFileThatIsNoDatabaseEndsWithTheLayersMessageAndStaysAsItWas) {
