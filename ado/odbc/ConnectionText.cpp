@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "ado/ConnectionKeys.h"
 #include "ado/odbc/Handle.h"
 #include "ado/odbc/NativeHeaders.h"
 #include "ado/odbc/WideText.h"
@@ -11,14 +12,7 @@
 namespace tamlo::ado::odbc {
 namespace {
 
-using Keys = std::vector<std::pair<std::string, std::string>>;
-
-std::string ValueOf(const Keys& keys, std::initializer_list<std::string_view> names) {
-  for (const auto& [key, value] : keys) {
-    if (std::find(names.begin(), names.end(), key) != names.end()) return value;
-  }
-  return {};
-}
+using Keys = ConnectionKeys;
 
 bool Has(const std::vector<std::string>& sources, const std::string& name) {
   const std::string upper = runtime::UpperCase(name);
@@ -75,51 +69,6 @@ std::vector<std::string> Enumerated(Next next) {
 }
 
 }  // namespace
-
-std::vector<std::pair<std::string, std::string>> ParseKeys(std::string_view text) {
-  Keys keys;
-  while (!text.empty()) {
-    const auto equals = text.find('=');
-    if (equals == std::string_view::npos) break;
-    std::string key = runtime::UpperCase(runtime::Trim(text.substr(0, equals)));
-    text.remove_prefix(equals + 1);
-    while (text.starts_with(' ')) text.remove_prefix(1);
-    std::string value;
-    const char close = text.starts_with('{') ? '}' : text.starts_with('"') ? '"' : '\0';
-    if (close != '\0') {
-      std::size_t i = 1;
-      for (; i < text.size(); ++i) {
-        if (text[i] != close) {
-          value.push_back(text[i]);
-        } else if (i + 1 < text.size() && text[i + 1] == close) {
-          value.push_back(text[i++]);
-        } else {
-          break;
-        }
-      }
-      text.remove_prefix(std::min(i + 1, text.size()));
-      text.remove_prefix(std::min(text.find(';'), text.size()));
-    } else {
-      const auto end = std::min(text.find(';'), text.size());
-      value = runtime::Trim(text.substr(0, end));
-      text.remove_prefix(end);
-    }
-    if (text.starts_with(';')) text.remove_prefix(1);
-    while (key.starts_with(';')) key.erase(0, 1);
-    keys.emplace_back(std::move(key), std::move(value));
-  }
-  return keys;
-}
-
-std::string BracedIfNeeded(std::string_view value) {
-  if (value.find_first_of("[]{}(),;?*=!@ ") == std::string_view::npos) return std::string(value);
-  std::string out = "{";
-  for (const char c : value) {
-    out.push_back(c);
-    if (c == '}') out.push_back(c);
-  }
-  return out + "}";
-}
 
 ConnectionText BuildConnectionText(const OpenRequest& request, const std::vector<std::string>& sources) {
   const Keys keys = ParseKeys(request.connectionString);

@@ -1,18 +1,11 @@
 #pragma once
 
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 #include "ado/Provider.h"
 
 namespace tamlo::ado::odbc {
-
-/// The keys of a connection string ("KEY=value;KEY={va;lue}") in order, keys upper-cased, braces taken off.
-[[nodiscard]] std::vector<std::pair<std::string, std::string>> ParseKeys(std::string_view text);
-/// A value as it stands in a connection string: between braces when it needs them.
-[[nodiscard]] std::string BracedIfNeeded(std::string_view value);
 
 /// What the driver manager is given for an OpenRequest, and what errors may say of it.
 struct ConnectionText {

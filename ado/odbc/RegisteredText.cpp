@@ -7,6 +7,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "ado/ConnectionKeys.h"
 #include "ado/odbc/ConnectionText.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"

@@ -2,6 +2,7 @@
 #include <array>
 #include <string_view>
 
+#include "ado/ConnectionKeys.h"
 #include "db/DataBase.h"
 #include "db/DbUtil.h"
 #include "runtime/Conversions.h"
@@ -20,29 +21,20 @@ bool EstCatalogue(const std::string& nom) {
   return std::find(kCatalogue.begin(), kCatalogue.end(), nom) != kCatalogue.end();
 }
 
-/// The value of the first of these keys in "key=value;key={value};..."; blank when none is there.
-std::string Valeur(std::string_view chaine, std::initializer_list<std::string_view> cles) {
-  while (!chaine.empty()) {
-    const std::string_view paire = chaine.substr(0, chaine.find(';'));
-    chaine.remove_prefix(std::min(paire.size() + 1, chaine.size()));
-    const auto egal = paire.find('=');
-    if (egal == std::string_view::npos) continue;
-    const std::string cle = runtime::UpperCase(runtime::Trim(paire.substr(0, egal)));
-    if (std::find(cles.begin(), cles.end(), cle) == cles.end()) continue;
-    std::string_view valeur = runtime::Trim(paire.substr(egal + 1));
-    if (valeur.size() >= 2 && valeur.front() == '{' && valeur.back() == '}') valeur = valeur.substr(1, valeur.size() - 2);
-    return std::string(valeur);
-  }
-  return {};
-}
-
 /// The data source of an ODBC-reached database: the key DSN of its connection string, or the whole of one without "=".
-std::string SourceDonnees(const std::string& chaine) { return chaine.find('=') == std::string::npos ? chaine : Valeur(chaine, {"DSN"}); }
+std::string SourceDonnees(const std::string& chaine) {
+  return chaine.find('=') == std::string::npos ? chaine : ado::ValueOf(ado::ParseKeys(chaine), {"DSN"});
+}
 
 /// The user of the connection string, or the one that the connection was opened for.
 std::string Utilisateur(const DataBase& source) {
-  const std::string nomme = Valeur(source.ConnectionString(), {"UID", "USER ID", "USER"});
+  const std::string nomme = ado::ValueOf(ado::ParseKeys(source.ConnectionString()), {"UID", "USER ID", "USER"});
   return Vide(nomme) ? source.UID() : nomme;
+}
+
+/// As it stands where nothing in it could be taken for the next key.
+std::string Cite(const std::string& valeur) {
+  return valeur.find_first_of(";{}") == std::string::npos ? valeur : ado::BracedIfNeeded(valeur);
 }
 
 /// The link as the catalog is to make it. Error 5 for a source that no link can name.
@@ -62,7 +54,7 @@ ado::Table LienVers(const std::string& nom, DbTbl& table) {
         runtime::kInvalidArgument,
         "La table " + table.Nom() + " ne peut pas être attachée : la connexion de sa base ne nomme pas de source de données");
   }
-  lien.Property("Jet OLEDB:Link Provider String", "DSN=" + donnees + ";UID=" + Utilisateur(source));
+  lien.Property("Jet OLEDB:Link Provider String", "DSN=" + Cite(donnees) + ";UID=" + Cite(Utilisateur(source)));
   lien.Property("Jet OLEDB:Cache Link Name/Password", false);
   lien.Property("Jet OLEDB:Remote Table Name", (Vide(table.Owner()) ? "" : table.Owner() + ".") + table.Nom());
   return lien;

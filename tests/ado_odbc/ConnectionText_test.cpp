@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include "ado/ConnectionKeys.h"
+
 namespace tamlo::tests {
 namespace {
 
+using ado::ParseKeys;
 using ado::odbc::BuildConnectionText;
-using ado::odbc::ParseKeys;
 
 std::string Text(const std::string& provider, const std::string& given, const std::vector<std::string>& sources = {},
                  const std::string& user = "moi", const std::string& password = "pw") {
@@ -47,6 +49,13 @@ TEST(ConnectionText, KeysAreReadWithBracesAndBlanks) {
   EXPECT_EQ(keys[0], (std::pair<std::string, std::string>{"DRIVER", "a;b}c"}));
   EXPECT_EQ(keys[1].second, "x y");
   EXPECT_EQ(keys[2].first, "UID");
+}
+
+TEST(ConnectionText, WhatHasNoValueIsNoKeyAndHidesNone) {
+  const auto keys = ParseKeys("Trusted;UID=z;PWD={a;UID=root}");
+  ASSERT_EQ(keys.size(), 2U);
+  EXPECT_EQ(ado::ValueOf(keys, {"UID"}), "z");
+  EXPECT_EQ(ado::ValueOf(keys, {"PWD"}), "a;UID=root");
 }
 
 }  // namespace

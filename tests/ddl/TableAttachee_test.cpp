@@ -52,6 +52,12 @@ TEST_F(TableAttachee, OfAnOdbcSourceNamesDataSourceUserAndOwner) {
   EXPECT_EQ(lien.count("JET OLEDB:LINK DATASOURCE"), 0U);
 }
 
+TEST_F(TableAttachee, APasswordThatLooksLikeKeysNamesNoOtherUser) {
+  BaseEnregistree source(db::TypOracle, "DSN={V;1};PWD={a;UID=root};UID=ADM");
+  access_.Base().AddTblAttachee(source.AjouteTable("UTL", {"A"}), "");
+  EXPECT_EQ(Lien(access_.Provider()).at("JET OLEDB:LINK PROVIDER STRING"), Variant("DSN={V;1};UID=ADM"));
+}
+
 TEST_F(TableAttachee, ANameWithoutKeysIsTheDataSourceAndTheLoginIsTheUser) {
   db::EnvironnementCourant().nomLogin = "lecteur";
   BaseEnregistree source(db::TypMySql, "volumes");
