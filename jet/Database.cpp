@@ -157,12 +157,12 @@ bool Database::ReadOnly() const noexcept { return engine_->readOnly; }
 void Database::Begin() { engine_->pager->Begin(); }
 
 void Database::Commit() {
-  if (TransactionDepth() == 0) throw Error(ErrorCode::kUnsupported, "There is no transaction to end");
+  if (TransactionDepth() == 0) throw Error(ErrorCode::kNoTransaction, "There is no transaction to end");
   engine_->pager->Commit();
 }
 
 void Database::Rollback() {
-  if (TransactionDepth() == 0) throw Error(ErrorCode::kUnsupported, "There is no transaction to end");
+  if (TransactionDepth() == 0) throw Error(ErrorCode::kNoTransaction, "There is no transaction to end");
   engine_->pager->Rollback();
 }
 
@@ -172,6 +172,8 @@ void Database::BeginChanges() {
 }
 
 void Database::SetLockWait(int milliseconds) noexcept { engine_->sharing->SetWait(milliseconds); }
+
+std::int32_t Database::LastIdentity() const noexcept { return engine_->lastIdentity; }
 
 int Database::TransactionDepth() const noexcept { return engine_->pager->Depth(); }
 
@@ -228,6 +230,9 @@ void Database::DropTable(std::string_view name) { Schema(*engine_).DropObject(na
 void Database::RenameTable(std::string_view name, std::string_view newName) { Schema(*engine_).RenameTable(name, newName); }
 void Database::AddColumn(std::string_view table, const ColumnDef& column) { Schema(*engine_).AddColumn(table, column); }
 void Database::DropColumn(std::string_view table, std::string_view column) { Schema(*engine_).DropColumn(table, column); }
+void Database::AlterColumn(std::string_view table, const ColumnDef& column, const std::function<Value(const Value&)>& convert) {
+  Schema(*engine_).AlterColumn(table, column, convert);
+}
 void Database::CreateIndex(std::string_view table, const IndexSpec& index) { Schema(*engine_).CreateIndex(table, index); }
 void Database::DropIndex(std::string_view table, std::string_view index) { Schema(*engine_).DropIndex(table, index); }
 
@@ -238,6 +243,7 @@ std::vector<Relationship> Database::Relationships() {
 
 void Database::CreateRelationship(const Relationship& relationship) { Schema(*engine_).CreateRelationship(relationship); }
 void Database::DropRelationship(std::string_view name) { Schema(*engine_).DropRelationship(name); }
+void Database::CreateQuery(const QuerySpec& query) { Schema(*engine_).CreateQuery(query); }
 void Database::CreateLink(const LinkSpec& link) { Schema(*engine_).CreateLink(link); }
 
 std::string Database::QueryText(std::string_view name) {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -65,6 +66,7 @@ class Database {
   /// Begins a transaction, or a nested one. Each Begin needs its Commit or Rollback, innermost first.
   void Begin();
   /// Ends the innermost transaction. The outermost writes and syncs; when that fails everything is rolled back and the error raised.
+  /// Error of both ends: kNoTransaction.
   void Commit();
   /// Undoes what happened since the innermost Begin.
   void Rollback();
@@ -73,6 +75,8 @@ class Database {
   void BeginChanges();
   /// 0 = none open.
   [[nodiscard]] int TransactionDepth() const noexcept;
+  /// The last number that a counter gave to a row inserted through this object, in whatever table; 0 before the first. A rollback leaves it.
+  [[nodiscard]] std::int32_t LastIdentity() const noexcept;
   /// Changes OpenOptions::lockWaitMilliseconds.
   void SetLockWait(int milliseconds) noexcept;
 
@@ -115,6 +119,10 @@ class Database {
   void AddColumn(std::string_view table, const ColumnDef& column);
   /// Errors: kNotFound; kUnsupported when an index or relationship uses the column.
   void DropColumn(std::string_view table, std::string_view column);
+  /// Gives a column another type, size or counter; number, place, properties and indexes stay. convert: see Schema.h; every value must fit,
+  /// else nothing is changed. Errors: kNotFound; kUnsupported when a relationship uses the column; kTypeMismatch, kValueTooLong,
+  /// kNullNotAllowed (a counter over rows without a number), kDuplicateKey (an index over the new values).
+  void AlterColumn(std::string_view table, const ColumnDef& column, const std::function<Value(const Value&)>& convert = {});
   /// Builds the index over the existing rows. Errors: kAlreadyExists, kNotFound (column), kDuplicateKey, kNullNotAllowed, kLimit, kUnsupported.
   void CreateIndex(std::string_view table, const IndexSpec& index);
   /// Errors: kNotFound; kUnsupported for the index of a relationship.
@@ -128,6 +136,8 @@ class Database {
   /// Adds a linked table; its target is not looked at. Errors: kAlreadyExists.
   void CreateLink(const LinkSpec& link);
 
+  /// Adds a stored query; what its rows say is not looked at. Errors: kAlreadyExists, kUnsupported (a name that cannot be).
+  void CreateQuery(const QuerySpec& query);
   /// The SQL text of a stored query that is kept as text (data definition, pass-through), else an empty text.
   [[nodiscard]] std::string QueryText(std::string_view name);
 

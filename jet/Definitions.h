@@ -23,12 +23,13 @@ struct ColumnDef {
   ColumnType type = ColumnType::kText;
   /// Text: characters (1 to 255); binary: bytes (1 to 510). Ignored for the others when created; read back as the bytes of one value.
   std::uint16_t size = 0;
-  std::uint8_t precision = 18;  ///< numeric only, 1 to 28
-  std::uint8_t scale = 0;       ///< numeric only, 0 to precision
-  bool autoNumber = false;      ///< long counter, or a GUID made at insert
-  bool fixedLength = false;     ///< read back: stored in the fixed part of the row. Asked at creation: text and binary padded to their size
-  bool compressed = true;       ///< text and memo: Latin-1 texts are stored one byte per character
-  bool hyperlink = false;       ///< memo only
+  std::uint8_t precision = 18;   ///< numeric only, 1 to 28
+  std::uint8_t scale = 0;        ///< numeric only, 0 to precision
+  bool autoNumber = false;       ///< long counter, or a GUID made at insert
+  std::int32_t firstNumber = 1;  ///< long counter, asked at creation: the first number that it gives
+  bool fixedLength = false;  ///< read back: stored in the fixed part of the row. Asked at creation: text and binary padded to their size
+  bool compressed = true;    ///< text and memo: Latin-1 texts are stored one byte per character
+  bool hyperlink = false;    ///< memo only
 
   // Kept in the property map, enforced by Insert and Update of Table.
   bool required = false;
@@ -146,6 +147,21 @@ struct LinkSpec {
   std::string database;
   std::string connect;
   std::string foreignName;
+};
+
+/// What to make a stored query of: the rows that say its parts, and the kind that its catalog row tells.
+struct QuerySpec {
+  struct Row {
+    std::uint8_t attribute = 0;
+    std::uint32_t order = 1;  ///< among the rows of that attribute
+    std::string name1;
+    std::string name2;
+    std::string expression;
+    std::optional<std::int16_t> flag;
+  };
+  std::string name;
+  std::uint32_t flags = 0;
+  std::vector<Row> rows;
 };
 
 /// One thing that the structural checker found wrong.

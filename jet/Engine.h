@@ -29,6 +29,7 @@ struct Engine {
   std::unique_ptr<Pager> pager;
   std::unordered_map<PageNumber, std::unique_ptr<Table>> tables;  ///< by definition page
   Catalog catalog;
+  std::int32_t lastIdentity = 0;  ///< see Database::LastIdentity
 
   Engine(FileSystem& fileSystem, std::string databasePath, const OpenOptions& openOptions)
       : files(fileSystem), path(std::move(databasePath)), options(openOptions), catalog(*this) {}

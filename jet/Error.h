@@ -28,6 +28,7 @@ enum class ErrorCode {
   kSyntax,                ///< SQL text that cannot be understood: the position is in the description
   kLinkUnreachable,       ///< the target of a linked table is away: the target is in the description
   kRelationViolated,      ///< an enforced relationship forbids it: the parent row is missing (3201) or has rows that refer to it (3200)
+  kNoTransaction,         ///< the end of a transaction that was not begun
   kChangedMeanwhile,      ///< what was to be read was changed by another user since its row was read: reading the row again helps
 };
 

@@ -44,6 +44,14 @@ ColumnDef Schema::InOrderOfFile(const Engine& engine, ColumnDef column) {
   return column;
 }
 
+namespace {
+
+void BeginCounter(TableDefinition& definition, const ColumnDef& column) {
+  if (column.autoNumber && column.type == ColumnType::kLong) definition.autoNumber = static_cast<std::uint32_t>(column.firstNumber - 1);
+}
+
+}  // namespace
+
 TableDefinition Schema::BuildTable(Engine& engine, PageNumber page, const TableSpec& spec) {
   Pager& pager = *engine.pager;
   if (spec.columns.empty()) throw Error(ErrorCode::kUnsupported, "A table without columns cannot be made");
@@ -53,7 +61,10 @@ TableDefinition Schema::BuildTable(Engine& engine, PageNumber page, const TableS
   definition.pages = {page};
   definition.ownedMap = NewMapRow(pager, 0);
   definition.freeMap = NewMapRow(pager, definition.ownedMap);
-  for (const auto& column : spec.columns) AppendColumn(pager, definition, InOrderOfFile(engine, column));
+  for (const auto& column : spec.columns) {
+    AppendColumn(pager, definition, InOrderOfFile(engine, column));
+    BeginCounter(definition, column);
+  }
   for (const auto& index : spec.indexes) {
     const auto parts = ResolveIndex(definition, index);
     Tree tree = MakeTree(pager, page, definition, parts, FlagsOf(index));
@@ -158,17 +169,39 @@ void Schema::AddColumn(std::string_view name, const ColumnDef& column) {
   if (definition.maxColumns >= TableDefinition::kMaxColumns)
     throw Error(ErrorCode::kLimit, "The table \"" + table.name + "\" has had 255 columns; compacting the database makes room");
   scope.Touching();
-  const bool hadVariable = definition.variableColumns > 0;
-  AppendColumn(*engine_.pager, definition, InOrderOfFile(engine_, column));
-  Finish(table, definition);
-  if (!hadVariable && definition.variableColumns > 0) table.RewriteRows();
-  if (definition.columns.back().IsFixed()) table.CompleteRows();
+  AddColumnTo(table, column, nullptr);
   PropertyMap properties = engine_.catalog.ReadProperties(static_cast<std::int32_t>(table.page));
   SetColumnProperties(properties, column);
   engine_.catalog.WriteProperties(static_cast<std::int32_t>(table.page), properties);
   if (column.autoNumber) NumberRows(table, column);
   engine_.pager->ChangeGeneration();
   scope.Done();
+}
+
+/// inPlaceOf: a column that was dropped, whose number and place in the design the new one takes; no row holds a value of it any more.
+void Schema::AddColumnTo(TableCore& table, const ColumnDef& column, const TableDefinition::Column* inPlaceOf) {
+  TableDefinition definition = Fresh(table);
+  const bool hadVariable = definition.variableColumns > 0;
+  AppendColumn(*engine_.pager, definition, InOrderOfFile(engine_, column));
+  BeginCounter(definition, column);
+  if (inPlaceOf != nullptr) {
+    Column& made = definition.columns.back();
+    for (auto& maps : definition.longMaps)
+      if (maps.column == made.number) maps.column = inPlaceOf->number;
+    made.number = inPlaceOf->number;
+    made.numberAgain = inPlaceOf->numberAgain;
+    --definition.maxColumns;
+    const bool bothVariable = !made.IsFixed() && !inPlaceOf->IsFixed() && inPlaceOf->type != ColumnType::kBoolean;
+    if (bothVariable) {
+      made.variableIndex = inPlaceOf->variableIndex;
+      --definition.variableColumns;
+    }
+  }
+  const bool fixed = definition.columns.back().IsFixed();
+  const bool firstVariable = !hadVariable && definition.variableColumns > 0;
+  Finish(table, definition);
+  if (firstVariable) table.RewriteRows();
+  if (fixed) table.CompleteRows();
 }
 
 /// Existing rows get their numbers when a counter is added.
@@ -178,12 +211,20 @@ void Schema::NumberRows(TableCore& table, const ColumnDef& column) {
   if (table.Stored()[position].type != ColumnType::kLong) return;
   std::vector<RowId> ids;
   for (ScanCursor cursor = rows.Scan(); cursor.Next();) ids.push_back(cursor.Id());
-  std::int32_t next = 0;
+  std::int32_t next = column.firstNumber;
   for (const RowId id : ids) {
-    const Value value(++next);
+    const Value value(next++);
     const Assignment assignment{position, &value, nullptr};
     rows.Update(id, std::span(&assignment, 1));
   }
+}
+
+void Schema::RefuseIfRelated(const TableCore& table, const std::string& column) {
+  for (const auto& relationship : Relationships())
+    for (const auto& [child, parent] : relationship.columns)
+      if ((EqualNames(relationship.table, table.name) && EqualNames(child, column)) ||
+          (EqualNames(relationship.referencedTable, table.name) && EqualNames(parent, column)))
+        throw Error(ErrorCode::kUnsupported, "The column \"" + column + "\" is used by the relationship \"" + relationship.name + "\"");
 }
 
 void Schema::DropColumn(std::string_view name, std::string_view columnName) {
@@ -200,12 +241,7 @@ void Schema::DropColumn(std::string_view name, std::string_view columnName) {
     for (const auto& part : definition.trees[index.tree].columns)
       if (part.number == found->number)
         throw Error(ErrorCode::kUnsupported, "The column \"" + found->name + "\" is used by the index \"" + index.name + "\"");
-  for (const auto& relationship : Relationships())
-    for (const auto& [child, parent] : relationship.columns)
-      if ((EqualNames(relationship.table, table.name) && EqualNames(child, found->name)) ||
-          (EqualNames(relationship.referencedTable, table.name) && EqualNames(parent, found->name)))
-        throw Error(ErrorCode::kUnsupported,
-                    "The column \"" + found->name + "\" is used by the relationship \"" + relationship.name + "\"");
+  RefuseIfRelated(table, found->name);
   scope.Touching();
   const std::string dropped = found->name;
   const auto maps = std::find_if(definition.longMaps.begin(), definition.longMaps.end(),
@@ -330,6 +366,37 @@ void Schema::CreateLink(const LinkSpec& link) {
   object.foreignName = link.foreignName;
   scope.Touching();
   engine_.catalog.Add(object, {});
+  scope.Done();
+}
+
+void Schema::CreateQuery(const QuerySpec& query) {
+  ChangeScope scope(engine_, true);
+  CheckName(query.name);
+  if (engine_.catalog.Find(query.name) != nullptr)
+    throw Error(ErrorCode::kAlreadyExists, "There is an object of the name \"" + query.name + "\" already");
+  CatalogObject object;
+  object.parentId = Catalog::kTablesId;
+  object.name = query.name;
+  object.type = 5;
+  object.flags = query.flags;
+  scope.Touching();
+  const std::int32_t id = engine_.catalog.Add(object, {});
+  Table& table = engine_.catalog.QueriesTable();
+  const auto textOrNull = [](const std::string& text) { return text.empty() ? Value() : Value(text); };
+  for (const QuerySpec::Row& row : query.rows) {
+    Bytes order;
+    for (const int shift : {24, 16, 8, 0}) order.push_back(static_cast<std::byte>(row.order >> shift));
+    std::vector<Value> values(table.Columns().size());
+    values[table.ColumnAt("ObjectId")] = Value(id);
+    values[table.ColumnAt("Attribute")] = Value(row.attribute);
+    values[table.ColumnAt("Order")] = Value(std::move(order));
+    values[table.ColumnAt("Name1")] = textOrNull(row.name1);
+    values[table.ColumnAt("Name2")] = textOrNull(row.name2);
+    values[table.ColumnAt("Expression")] = textOrNull(row.expression);
+    if (row.flag) values[table.ColumnAt("Flag")] = Value(*row.flag);
+    table.Insert(values);
+  }
+  engine_.pager->ChangeGeneration();
   scope.Done();
 }
 

@@ -14,6 +14,9 @@ struct Engine;
 class Table;
 class TableCore;
 
+/// A value that is not null as a column of another type takes it; raises kTypeMismatch or kValueTooLong for one that it cannot.
+using ValueConversion = std::function<Value(const Value&)>;
+
 /// Work on definitions: each operation is one transaction (nested in the caller's when there is one), undone as a whole when it fails.
 class Schema {
  public:
@@ -24,9 +27,11 @@ class Schema {
   void RenameTable(std::string_view name, std::string_view newName);
   void AddColumn(std::string_view table, const ColumnDef& column);
   void DropColumn(std::string_view table, std::string_view column);
+  void AlterColumn(std::string_view table, const ColumnDef& column, const ValueConversion& convert);
   void CreateIndex(std::string_view table, const IndexSpec& index);
   void DropIndex(std::string_view table, std::string_view index);
   void CreateLink(const LinkSpec& link);
+  void CreateQuery(const QuerySpec& query);
 
   [[nodiscard]] std::vector<Relationship> Relationships();
   /// id: the number of the object, 0 to have one chosen.
@@ -46,6 +51,12 @@ class Schema {
   void DropLocalTable(const CatalogObject& object);
   [[nodiscard]] static ColumnDef InOrderOfFile(const Engine& engine, ColumnDef column);
   void NumberRows(TableCore& table, const ColumnDef& column);
+  void AddColumnTo(TableCore& table, const ColumnDef& column, const TableDefinition::Column* inPlaceOf);
+  void RefuseIfRelated(const TableCore& table, const std::string& column);
+  // ----- of AlterColumn (SchemaColumns.cpp)
+  [[nodiscard]] bool ResizeInPlace(TableCore& table, const ColumnDef& column, const TableDefinition::Column& old);
+  void MoveValues(TableCore& table, const std::string& from, const std::string& to, const ValueConversion& convert);
+  void ReplaceColumn(TableCore& table, const ColumnDef& column, const TableDefinition::Column& old, const ValueConversion& convert);
   std::size_t AddTree(TableCore& table, TableDefinition& definition, const std::vector<std::uint16_t>& numbers,
                       const std::vector<bool>& descending, std::uint8_t flags);
   void EnforceRelationship(const Relationship& relationship, TableCore& child, TableCore& parent);

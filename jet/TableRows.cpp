@@ -532,6 +532,7 @@ RowId TableCore::InsertRow(std::span<const Assignment> assignments) {
   for (const auto& assignment : assignments) PrepareCell(assignment.column, assignment);
 
   std::optional<std::int32_t> counter;
+  std::optional<std::int32_t> handedOut;
   for (std::size_t i = 0; i < stored_.size(); ++i) {
     Cell& cell = cells_[i];
     if (stored_[i].IsCounter()) {
@@ -542,6 +543,7 @@ RowId TableCore::InsertRow(std::span<const Assignment> assignments) {
         PrepareCell(i, {i, &next, nullptr});
         cell.scratch = next;
         cell.value = &cell.scratch;
+        handedOut = last + 1;
       }
       const std::int32_t given = cell.value->AsLong();
       if (given > last) counter = given;
@@ -588,6 +590,7 @@ RowId TableCore::InsertRow(std::span<const Assignment> assignments) {
     Store32(first.Writable().data() + TableDefinition::kAutoNumberOffset, static_cast<std::uint32_t>(*counter));
   }
   scope.Done();
+  if (handedOut) engine.lastIdentity = *handedOut;
   return id;
 }
 

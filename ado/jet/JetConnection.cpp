@@ -103,7 +103,7 @@ std::unique_ptr<ProviderRowset> JetConnection::OpenRowset(const RowsetRequest& r
   Limit(request.timeoutSeconds);
   const bool direct = request.options > 0 && (request.options & (adCmdTableDirect | adCmdTable)) != 0;
   const std::string upper = runtime::UpperCase(runtime::Trim(request.source));
-  const bool statement = upper.rfind("SELECT", 0) == 0 || upper.rfind("(", 0) == 0;
+  const bool statement = upper.rfind("SELECT", 0) == 0 || upper.rfind("(", 0) == 0 || upper == "COMMIT" || upper == "ROLLBACK";
   if (direct || (!statement && request.parameters.empty() && upper.find(' ') == std::string::npos)) {
     const std::string name = TableName(request.source);
     const auto table = OnEngine([&] { return session_->FindTable(name); }, request.source);

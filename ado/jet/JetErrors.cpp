@@ -37,6 +37,7 @@ constexpr Wording kWordings[] = {
     {jet::ErrorCode::kSyntax, runtime::kProviderFailure, "Erreur de syntaxe dans l'instruction SQL"},
     {jet::ErrorCode::kLinkUnreachable, runtime::kProviderFailure, "La table attachée est inaccessible"},
     {jet::ErrorCode::kRelationViolated, runtime::kProviderFailure, "Une relation entre tables interdit la modification"},
+    {jet::ErrorCode::kNoTransaction, runtime::kNoTransaction, "Il n'y a pas de transaction à terminer"},
     {jet::ErrorCode::kChangedMeanwhile, runtime::kProviderFailure, "La ligne a été modifiée par un autre utilisateur depuis sa lecture"},
 };
 

@@ -38,6 +38,17 @@ std::string ShortText(double number, char decimalPoint, int digits = 15) {
   return text;
 }
 
+// All digits: a double would lose the last ones of a large amount.
+std::string CurrencyText(Currency amount, char decimalPoint) {
+  const bool negative = amount.scaled < 0;
+  const auto scaled = static_cast<std::uint64_t>(amount.scaled);
+  std::string text = Numeric{0, negative ? 0 - scaled : scaled, 4, negative}.Text();
+  while (text.back() == '0') text.pop_back();
+  if (text.back() == '.') text.pop_back();
+  for (char& c : text) c = c == '.' ? decimalPoint : c;
+  return text;
+}
+
 Value FromText(const std::string& text, const TypeInfo& column, const TextSettings& settings) {
   const auto mismatch = [&](const char* what) { return Error(ErrorCode::kTypeMismatch, "\"" + text + "\" is not " + what); };
   if (column.type == ColumnType::kDate) {
@@ -91,7 +102,7 @@ Value ToText(const Value& value, const TextSettings& settings) {
     case ValueType::kDouble:
       return Value(ShortText(value.AsDouble(), settings.decimalPoint));
     case ValueType::kCurrency:
-      return Value(ShortText(static_cast<double>(value.AsCurrency().scaled) / 10000, settings.decimalPoint));
+      return Value(CurrencyText(value.AsCurrency(), settings.decimalPoint));
     case ValueType::kDate:
       return Value(settings.formatDate ? settings.formatDate(value.AsDate().serial) : GeneralDate(value.AsDate().serial));
     case ValueType::kGuid:

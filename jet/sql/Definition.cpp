@@ -1,49 +1,37 @@
 // CREATE, ALTER and DROP.
 #include "jet/sql/Names.h"
 #include "jet/sql/Translator.h"
+#include "jet/sql/TypeNames.h"
 
 namespace jet::sql {
-
-namespace {
-
-struct TypeName {
-  std::string_view name;
-  ColumnType type;
-};
-
-// The names of column types in Access and their synonyms.
-constexpr TypeName kTypeNames[] = {
-    {"COUNTER", ColumnType::kLong},      {"AUTOINCREMENT", ColumnType::kLong}, {"IDENTITY", ColumnType::kLong},
-    {"LONG", ColumnType::kLong},         {"INTEGER", ColumnType::kLong},       {"INT", ColumnType::kLong},
-    {"INTEGER4", ColumnType::kLong},     {"SHORT", ColumnType::kInteger},      {"SMALLINT", ColumnType::kInteger},
-    {"INTEGER2", ColumnType::kInteger},  {"BYTE", ColumnType::kByte},          {"TINYINT", ColumnType::kByte},
-    {"INTEGER1", ColumnType::kByte},     {"SINGLE", ColumnType::kSingle},      {"REAL", ColumnType::kSingle},
-    {"FLOAT4", ColumnType::kSingle},     {"IEEESINGLE", ColumnType::kSingle},  {"DOUBLE", ColumnType::kDouble},
-    {"FLOAT", ColumnType::kDouble},      {"FLOAT8", ColumnType::kDouble},      {"NUMBER", ColumnType::kDouble},
-    {"IEEEDOUBLE", ColumnType::kDouble}, {"CURRENCY", ColumnType::kCurrency},  {"MONEY", ColumnType::kCurrency},
-    {"DECIMAL", ColumnType::kNumeric},   {"NUMERIC", ColumnType::kNumeric},    {"DEC", ColumnType::kNumeric},
-    {"YESNO", ColumnType::kBoolean},     {"BIT", ColumnType::kBoolean},        {"LOGICAL", ColumnType::kBoolean},
-    {"LOGICAL1", ColumnType::kBoolean},  {"BOOLEAN", ColumnType::kBoolean},    {"DATETIME", ColumnType::kDate},
-    {"DATE", ColumnType::kDate},         {"TIME", ColumnType::kDate},          {"TIMESTAMP", ColumnType::kDate},
-    {"TEXT", ColumnType::kText},         {"CHAR", ColumnType::kText},          {"VARCHAR", ColumnType::kText},
-    {"CHARACTER", ColumnType::kText},    {"STRING", ColumnType::kText},        {"ALPHANUMERIC", ColumnType::kText},
-    {"NCHAR", ColumnType::kText},        {"NVARCHAR", ColumnType::kText},      {"MEMO", ColumnType::kMemo},
-    {"LONGTEXT", ColumnType::kMemo},     {"LONGCHAR", ColumnType::kMemo},      {"NOTE", ColumnType::kMemo},
-    {"NTEXT", ColumnType::kMemo},        {"GUID", ColumnType::kGuid},          {"UNIQUEIDENTIFIER", ColumnType::kGuid},
-    {"BINARY", ColumnType::kBinary},     {"VARBINARY", ColumnType::kBinary},   {"LONGBINARY", ColumnType::kOle},
-    {"OLEOBJECT", ColumnType::kOle},     {"GENERAL", ColumnType::kOle},        {"IMAGE", ColumnType::kOle},
-};
-
-}  // namespace
 
 Statement Translator::ParseCreate() {
   if (TakeWord("TABLE")) return ParseCreateTable();
   const bool unique = TakeWord("UNIQUE");
   if (TakeWord("INDEX")) return ParseCreateIndex(unique);
-  if (AtWord("VIEW") || AtWord("PROC") || AtWord("PROCEDURE") || AtWord("USER") || AtWord("GROUP")) {
-    throw UnsupportedError("CREATE " + Peek().upper + " is not supported", Peek().position);
-  }
-  Fail("TABLE or INDEX expected");
+  if (TakeWord("VIEW")) return ParseCreateQuery(true);
+  if (TakeWord("PROC") || TakeWord("PROCEDURE")) return ParseCreateQuery(false);
+  if (AtWord("USER") || AtWord("GROUP")) throw UnsupportedError("CREATE " + Peek().upper + " is not supported", Peek().position);
+  Fail("TABLE, INDEX, VIEW or PROCEDURE expected");
+}
+
+// CREATE VIEW name [(columns)] AS a SELECT; CREATE PROCEDURE name [parameters with their types] AS any statement.
+Statement Translator::ParseCreateQuery(bool view) {
+  CreateQueryPlan plan;
+  plan.view = view;
+  plan.name = TakeName("name of the query");
+  if (view && AtSymbol("(")) plan.columns = ParseNameList();
+  const bool parenthesised = !view && TakeSymbol("(");
+  const std::size_t first = position_;
+  while (Peek().kind != TokenKind::kEnd && !AtWord("AS")) Take();
+  const std::size_t last = position_ - (parenthesised ? 1 : 0);
+  if (first < last) plan.text = "PARAMETERS " + text_.substr(tokens_[first].offset, tokens_[last - 1].end - tokens_[first].offset) + "; ";
+  if (view && !plan.text.empty()) Fail("AS expected");
+  ExpectWord("AS");
+  const std::size_t body = Peek().offset;
+  while (Peek().kind != TokenKind::kEnd) Take();
+  plan.text += text_.substr(body);
+  return plan;
 }
 
 Statement Translator::ParseCreateTable() {
@@ -66,12 +54,9 @@ Statement Translator::ParseCreateTable() {
 void Translator::ParseColumnType(ColumnDef& column) {
   const Token name = Peek();
   TakeName("type of the column");
-  const TypeName* found = nullptr;
-  for (const TypeName& candidate : kTypeNames) {
-    if (candidate.name == name.upper) found = &candidate;
-  }
-  if (found == nullptr) throw SyntaxError("unknown column type " + name.text, name.position);
-  column.type = found->type;
+  const std::optional<ColumnType> found = TypeNamed(name.upper);
+  if (!found) throw SyntaxError("unknown column type " + name.text, name.position);
+  column.type = *found;
   column.autoNumber = name.upper == "COUNTER" || name.upper == "AUTOINCREMENT" || name.upper == "IDENTITY";
   if (name.upper == "DOUBLE") TakeWord("PRECISION");
   if (name.upper == "CHAR" || name.upper == "CHARACTER" || name.upper == "NCHAR") TakeWord("VARYING");
@@ -112,10 +97,10 @@ void Translator::ParseColumnType(ColumnDef& column) {
         column.scale = sizes.size() > 1 ? static_cast<std::uint8_t>(sizes[1]) : 0;
         break;
       case ColumnType::kLong:
-        // COUNTER(seed, step): only the counting from 1 by 1 is kept by the file.
+        // COUNTER(first, step): the file keeps the last number given, and counts by one.
         if (!column.autoNumber) FailAt(name, "this type has no size");
-        if (sizes[0] != 1 || (sizes.size() > 1 && sizes[1] != 1))
-          throw UnsupportedError("a counter begins at 1 and counts by 1", name.position);
+        if (sizes.size() > 1 && sizes[1] != 1) throw UnsupportedError("a counter counts by 1", name.position);
+        column.firstNumber = static_cast<std::int32_t>(sizes[0]);
         break;
       default:
         break;
@@ -306,8 +291,32 @@ Statement Translator::ParseAlter() {
     for (bool first = true; first || TakeSymbol(","); first = false) plan.columns.push_back(TakeName("name of the column"));
     return plan;
   }
-  if (AtWord("ALTER")) throw UnsupportedError("changing a column's type is not supported", Peek().position);
-  Fail("ADD or DROP expected");
+  if (TakeWord("ALTER")) return ParseAlterColumn(table);
+  Fail("ADD, ALTER or DROP expected");
+}
+
+// A type with what may follow it, or SET DEFAULT, or DROP DEFAULT.
+Statement Translator::ParseAlterColumn(const std::string& table) {
+  TakeWord("COLUMN");
+  AlterColumnPlan plan;
+  plan.table = table;
+  const bool set = AtWord("SET", 1) && AtWord("DEFAULT", 2);
+  if (set || (AtWord("DROP", 1) && AtWord("DEFAULT", 2))) {
+    plan.column.name = TakeName("name of the column");
+    Take();
+    Take();
+    if (set) plan.column.defaultValue = ParseDefault();
+    plan.defaultValue = set ? AlterColumnPlan::Default::kSet : AlterColumnPlan::Default::kDropped;
+    return plan;
+  }
+  const std::size_t begin = position_;
+  plan.column = ParseColumn(table, plan.indexes, plan.foreignKeys);
+  plan.retyped = true;
+  if (!plan.column.defaultValue.empty()) plan.defaultValue = AlterColumnPlan::Default::kSet;
+  for (std::size_t i = begin; i < position_; ++i) {
+    if (tokens_[i].kind == TokenKind::kWord && tokens_[i].upper == "NULL") plan.required = plan.column.required;
+  }
+  return plan;
 }
 
 Statement Translator::ParseDrop() {
@@ -318,13 +327,9 @@ Statement Translator::ParseDrop() {
     plan.table = TakeName("name of the table");
     return plan;
   }
-  if (!TakeWord("TABLE")) {
-    if (AtWord("VIEW") || AtWord("PROCEDURE"))
-      Take();
-    else
-      Fail("TABLE or INDEX expected");
-  }
-  return DropTablePlan{TakeName("name of the table")};
+  if (TakeWord("VIEW") || TakeWord("PROC") || TakeWord("PROCEDURE")) return DropTablePlan{TakeName("name of the query"), true};
+  if (!TakeWord("TABLE")) Fail("TABLE, INDEX, VIEW or PROCEDURE expected");
+  return DropTablePlan{TakeName("name of the table"), false};
 }
 
 }  // namespace jet::sql

@@ -82,6 +82,10 @@ std::string DomainStatement(std::string_view aggregate, std::string_view express
 }
 
 void RegisterDomainFunctions(SessionState& state) {
+  const auto identity = [](sqlite3_context* context, int, sqlite3_value**) {
+    sqlite3_result_int(context, static_cast<SessionState*>(sqlite3_user_data(context))->database.LastIdentity());
+  };
+  sqlite3_create_function_v2(state.connection, "jet_identity", 0, SQLITE_UTF8, &state, identity, nullptr, nullptr, nullptr);
   for (const int count : {3, 4})
     sqlite3_create_function_v2(state.connection, "jet_domain", count, SQLITE_UTF8, &state, Domain, nullptr, nullptr, nullptr);
 }

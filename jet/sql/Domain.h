@@ -14,7 +14,8 @@ struct SessionState;
 [[nodiscard]] std::string DomainStatement(std::string_view aggregate, std::string_view expression, std::string_view domain,
                                           std::string_view criteria);
 
-/// Makes jet_domain known to the session's SQLite: aggregate, expression, domain and, perhaps, condition; all texts.
+/// Makes known to the session's SQLite: jet_domain (aggregate, expression, domain and, perhaps, condition; all texts), and jet_identity, the last
+/// number that a counter has given.
 void RegisterDomainFunctions(SessionState& state);
 
 }  // namespace jet::sql

@@ -531,6 +531,10 @@ Expression Translator::ParseNameOrCall() {
     const std::string& word = Peek().upper;
     if (AtSymbol("(", 1) && word != "EXISTS") return ParseCall();
     if (word == "TRUE" || word == "FALSE" || word == "ON") return Made(Take().upper == "FALSE" ? "0" : "(-1)", ColumnType::kBoolean, {});
+    if (word == "@@IDENTITY") {
+      Take();
+      return Made("jet_identity()", ColumnType::kLong, {});
+    }
     if (word == "NULL") {
       Take();
       return Made("NULL", kNoType, {});

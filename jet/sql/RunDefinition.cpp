@@ -1,6 +1,9 @@
 // CREATE, ALTER and DROP go to the engine directly.
+#include "jet/sql/Coercion.h"
 #include "jet/sql/Names.h"
+#include "jet/sql/Parameters.h"
 #include "jet/sql/SessionState.h"
+#include "jet/sql/StoredParts.h"
 
 namespace jet::sql {
 
@@ -63,6 +66,41 @@ void Run(Database& database, const AddColumnPlan& plan) {
   for (const ForeignKeySpec& key : plan.foreignKeys) AddForeignKey(database, plan.table, key);
 }
 
+void RequireValues(Database& database, const std::string& name, const std::string& columnName) {
+  Table& table = database.OpenTable(name);
+  const std::size_t column = table.ColumnAt(columnName);
+  for (ScanCursor cursor = table.Scan(); cursor.Next();) {
+    if (!cursor.Current().IsNull(column)) continue;
+    throw Error(ErrorCode::kNullNotAllowed,
+                "The table \"" + table.Name() + "\" has rows without a value in the column \"" + columnName + "\"");
+  }
+}
+
+void Run(SessionState& state, const AlterColumnPlan& plan) {
+  Database& database = state.database;
+  Table& table = database.OpenTable(plan.table);
+  const std::optional<std::size_t> position = table.FindColumn(plan.column.name);
+  if (!position) throw Error(ErrorCode::kNotFound, "the table \"" + table.Name() + "\" has no column \"" + plan.column.name + "\"");
+  const auto isText = [](ColumnType type) { return type == ColumnType::kText || type == ColumnType::kMemo; };
+  const bool becomesText = plan.retyped && isText(plan.column.type) && !isText(table.Columns()[*position].type);
+  const std::string name = table.Columns()[*position].name;
+  if (plan.retyped) {
+    const TypeInfo type{plan.column.type, plan.column.size, plan.column.precision, plan.column.scale};
+    database.AlterColumn(plan.table, plan.column, [&](const Value& value) { return Coerced(value, type, state.options.text); });
+  }
+  const auto set = [&](const char* property, bool value) {
+    database.SetProperty(plan.table, name, {property, ColumnType::kBoolean, Value(value), true});
+  };
+  if (becomesText) set("AllowZeroLength", true);
+  if (plan.required && *plan.required) RequireValues(database, plan.table, name);
+  if (plan.required) set("Required", *plan.required);
+  if (plan.defaultValue == AlterColumnPlan::Default::kDropped) database.RemoveProperty(plan.table, name, "DefaultValue");
+  if (plan.defaultValue == AlterColumnPlan::Default::kSet)
+    database.SetProperty(plan.table, name, {"DefaultValue", ColumnType::kMemo, Value(plan.column.defaultValue), true});
+  for (const IndexSpec& index : plan.indexes) database.CreateIndex(plan.table, index);
+  for (const ForeignKeySpec& key : plan.foreignKeys) AddForeignKey(database, plan.table, key);
+}
+
 void Run(Database& database, const DropColumnPlan& plan) {
   for (const std::string& column : plan.columns) database.DropColumn(plan.table, column);
 }
@@ -70,14 +108,45 @@ void Run(Database& database, const DropColumnPlan& plan) {
 void Run(Database& database, const DropConstraintPlan& plan) { DropConstraint(database, plan); }
 void Run(Database& database, const CreateIndexPlan& plan) { database.CreateIndex(plan.table, plan.index); }
 void Run(Database& database, const DropIndexPlan& plan) { database.DropIndex(plan.table, plan.name); }
-void Run(Database& database, const DropTablePlan& plan) { database.DropTable(plan.name); }
 
-template <typename Plan>
-bool RunIf(Database& database, const Statement& statement) {
+void Run(Database& database, const DropTablePlan& plan) {
+  const CatalogObject* object = database.FindObject(plan.name);
+  if (plan.query && (object == nullptr || object->kind != ObjectKind::kQuery))
+    throw Error(ErrorCode::kNotFound, "there is no stored query \"" + plan.name + "\"");
+  database.DropTable(plan.name);
+}
+
+// What the statement asks of a query, looked at before it is stored and once more as it is read back from the file.
+void CheckQuery(SessionState& state, const CreateQueryPlan& plan, const std::string& text) {
+  ParameterSet parameters;
+  parameters.collecting = true;
+  const jet::sql::Statement statement = Translate(text, state, state.options.text, &parameters);
+  if (plan.view && !std::holds_alternative<SelectPlan>(statement))
+    throw Error(ErrorCode::kUnsupported, "the view \"" + plan.name + "\" gives no rows: CREATE PROCEDURE stores such a statement");
+}
+
+void Run(SessionState& state, const CreateQueryPlan& plan) {
+  CheckQuery(state, plan, plan.text);
+  QueryDesign design = DesignOf(plan.text);
+  std::vector<QueryPart>& columns = design.parts[QueryAttribute::kColumn];
+  if (!plan.columns.empty() && (columns.size() != plan.columns.size() || design.type == QueryType::kCrosstab))
+    throw Error(ErrorCode::kSyntax, "the view \"" + plan.name + "\" has not as many columns as names for them");
+  for (std::size_t i = 0; i < plan.columns.size(); ++i) columns[i].name1 = plan.columns[i];
+  StoreQuery(state.database, plan.name, design);
+  state.ForgetTables();
+  CheckQuery(state, plan, StoredStatement(state.database, *state.database.FindObject(plan.name), plan.view));
+}
+
+Database& DatabaseOf(Database& database) { return database; }
+Database& DatabaseOf(SessionState& state) { return state.database; }
+
+/// where: what the statement works on, the database or the whole session.
+template <typename Plan, typename Where>
+bool RunIf(Where& where, const Statement& statement) {
   const Plan* plan = std::get_if<Plan>(&statement);
   if (plan == nullptr) return false;
-  Transaction transaction(database);
-  Run(database, *plan);
+  Transaction transaction(DatabaseOf(where));
+  Run(where, *plan);
   transaction.Commit();
   return true;
 }
@@ -89,7 +158,8 @@ void RunDefinition(SessionState& state, const jet::sql::Statement& statement) {
   state.ForgetTables();
   ++state.changes;
   Database& database = state.database;
-  const bool known = RunIf<CreateTablePlan>(database, statement) || RunIf<AddColumnPlan>(database, statement) ||
+  const bool known = RunIf<AlterColumnPlan>(state, statement) || RunIf<CreateQueryPlan>(state, statement) ||
+                     RunIf<CreateTablePlan>(database, statement) || RunIf<AddColumnPlan>(database, statement) ||
                      RunIf<DropColumnPlan>(database, statement) || RunIf<DropConstraintPlan>(database, statement) ||
                      RunIf<CreateIndexPlan>(database, statement) || RunIf<DropIndexPlan>(database, statement) ||
                      RunIf<DropTablePlan>(database, statement);

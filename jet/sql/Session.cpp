@@ -344,8 +344,24 @@ std::int64_t Session::Run(const jet::sql::Statement& statement) {
   if (const auto* plan = std::get_if<InsertPlan>(&statement)) return RunInsert(*state_, *plan);
   if (const auto* plan = std::get_if<UpdatePlan>(&statement)) return RunUpdate(*state_, *plan);
   if (const auto* plan = std::get_if<DeletePlan>(&statement)) return RunDelete(*state_, *plan);
+  if (const auto* plan = std::get_if<TransactionPlan>(&statement)) {
+    RunTransaction(*plan);
+    return 0;
+  }
   RunDefinition(*state_, statement);
   return 0;
+}
+
+void Session::RunTransaction(TransactionPlan plan) {
+  switch (plan) {
+    case TransactionPlan::kBegin:
+      return state_->database.Begin();
+    case TransactionPlan::kCommit:
+      return state_->database.Commit();
+    case TransactionPlan::kRollback:
+      state_->database.Rollback();
+      RowsChanged();
+  }
 }
 
 std::unique_ptr<Query> Session::Open(std::string_view text, std::span<const Parameter> parameters) {

@@ -147,6 +147,7 @@ class Session {
 
  private:
   std::int64_t Run(const jet::sql::Statement& statement);
+  void RunTransaction(TransactionPlan plan);
   std::unique_ptr<SessionState> state_;
 };
 

@@ -114,6 +114,16 @@ struct AddColumnPlan {
   std::vector<IndexSpec> indexes;
   std::vector<ForeignKeySpec> foreignKeys;
 };
+struct AlterColumnPlan {
+  enum class Default { kKept, kSet, kDropped };
+  std::string table;
+  ColumnDef column;
+  bool retyped = false;                   ///< the type is given
+  std::optional<bool> required;           ///< NOT NULL or NULL is given
+  Default defaultValue = Default::kKept;  ///< set: to the column's
+  std::vector<IndexSpec> indexes;         ///< to make besides
+  std::vector<ForeignKeySpec> foreignKeys;
+};
 struct DropColumnPlan {
   std::string table;
   std::vector<std::string> columns;
@@ -132,10 +142,20 @@ struct DropIndexPlan {
 };
 struct DropTablePlan {
   std::string name;
+  bool query = false;  ///< only a stored query is meant
+};
+struct CreateQueryPlan {
+  std::string name;
+  std::string text;
+  bool view = false;                 ///< only a query that gives rows
+  std::vector<std::string> columns;  ///< of a view: the names of its columns; empty: those of the query
 };
 
-using Statement = std::variant<SelectPlan, SelectIntoPlan, InsertPlan, UpdatePlan, DeletePlan, CreateTablePlan, AddColumnPlan,
-                               DropColumnPlan, DropConstraintPlan, CreateIndexPlan, DropIndexPlan, DropTablePlan>;
+enum class TransactionPlan { kBegin, kCommit, kRollback };
+
+using Statement =
+    std::variant<SelectPlan, SelectIntoPlan, InsertPlan, UpdatePlan, DeletePlan, CreateTablePlan, AddColumnPlan, AlterColumnPlan,
+                 DropColumnPlan, DropConstraintPlan, CreateIndexPlan, DropIndexPlan, DropTablePlan, CreateQueryPlan, TransactionPlan>;
 
 class ParameterSet;
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "jet/Database.h"
@@ -61,11 +62,25 @@ struct QueryPart {
 
 using QueryParts = std::map<QueryAttribute, std::vector<QueryPart>>;
 
+/// A query as it goes into a file.
+struct QueryDesign {
+  QueryType type = QueryType::kSelect;
+  QueryParts parts;  ///< without those that begin and end it
+};
+
+/// The parts of a statement that Translate takes. Errors: kUnsupported for what rows of a stored query cannot say (UNION and UNION ALL
+/// in one statement, columns behind a bare *).
+[[nodiscard]] QueryDesign DesignOf(std::string_view text);
+/// Adds it to the file under that name. Errors: kAlreadyExists; kUnsupported for a name that cannot be.
+void StoreQuery(Database& database, const std::string& name, const QueryDesign& design);
+
 /// The rows of a query in their order.
 [[nodiscard]] QueryParts ReadQueryParts(Database& database, std::int32_t id);
 
 /// The statement that the rows of a stored query stand for. rowsOnly: error kUnsupported, naming the query, for one that gives no rows;
 /// otherwise only for one that is handed to a server as it stands.
 [[nodiscard]] std::string StoredStatement(Database& database, const CatalogObject& query, bool rowsOnly);
+/// The same of parts at hand. name: of the query, for errors.
+[[nodiscard]] std::string StatementOf(const QueryParts& parts, const std::string& name, bool rowsOnly);
 
 }  // namespace jet::sql

@@ -4,6 +4,7 @@
 #include "jet/Table.h"
 #include "jet/sql/Names.h"
 #include "jet/sql/StoredParts.h"
+#include "jet/sql/TypeNames.h"
 
 namespace jet::sql {
 
@@ -129,40 +130,6 @@ std::vector<Part> All(const Parts& parts, Attribute attribute) {
 
 std::string Aliased(const Part& column) { return column.expression + (column.name1.empty() ? "" : " AS " + Bracketed(column.name1)); }
 
-// The types of parameters have the numbers of the types of columns; 0 is any.
-const char* TypeName(int type) {
-  switch (type) {
-    case 1:
-      return "BIT";
-    case 2:
-      return "BYTE";
-    case 3:
-      return "SHORT";
-    case 4:
-      return "LONG";
-    case 5:
-      return "CURRENCY";
-    case 6:
-      return "SINGLE";
-    case 7:
-      return "DOUBLE";
-    case 8:
-      return "DATETIME";
-    case 9:
-      return "BINARY";
-    case 10:
-      return "TEXT";
-    case 11:
-      return "LONGBINARY";
-    case 12:
-      return "MEMO";
-    case 15:
-      return "GUID";
-    default:
-      return "VALUE";
-  }
-}
-
 std::string ParameterClause(const Parts& parts) {
   std::string sql;
   for (const Part& part : All(parts, Attribute::kParameter)) {
@@ -170,7 +137,7 @@ std::string ParameterClause(const Parts& parts) {
     for (const char c : part.name1) {
       if (c != '[' && c != ']') name += c;
     }
-    sql += (sql.empty() ? "PARAMETERS " : ", ") + Bracketed(name) + " " + TypeName(part.flag);
+    sql += (sql.empty() ? "PARAMETERS " : ", ") + Bracketed(name) + " " + NameOfType(part.flag);
   }
   return sql.empty() ? sql : sql + "; ";
 }
@@ -297,17 +264,20 @@ QueryParts ReadQueryParts(Database& database, std::int32_t id) {
 }
 
 std::string StoredStatement(Database& database, const CatalogObject& query, bool rowsOnly) {
-  const Parts parts = ReadQueryParts(database, query.id);
-  const auto refuse = [&](const char* why) { return Error(ErrorCode::kUnsupported, "the query \"" + query.name + "\" " + why); };
+  return StatementOf(ReadQueryParts(database, query.id), query.name, rowsOnly);
+}
+
+std::string StatementOf(const QueryParts& parts, const std::string& name, bool rowsOnly) {
+  const auto refuse = [&](const char* why) { return Error(ErrorCode::kUnsupported, "the query \"" + name + "\" " + why); };
   const auto type = parts.contains(Attribute::kType) ? static_cast<QueryType>(First(parts, Attribute::kType).flag) : QueryType::kSelect;
   const std::string clause = ParameterClause(parts);
   switch (type) {
     case QueryType::kSelect:
-      return clause + SelectOf(parts, query.name, {});
+      return clause + SelectOf(parts, name, {});
     case QueryType::kUnion:
       return clause + UnionOf(parts, First(parts, Attribute::kOptions).flag);
     case QueryType::kCrosstab:
-      return clause + CrosstabOf(parts, query.name);
+      return clause + CrosstabOf(parts, name);
     case QueryType::kPassThrough:
       throw refuse("is handed to a server as it stands, which is not supported");
     default:
@@ -316,13 +286,13 @@ std::string StoredStatement(Database& database, const CatalogObject& query, bool
   if (rowsOnly) throw refuse("gives no rows");
   switch (type) {
     case QueryType::kMakeTable:
-      return clause + SelectOf(parts, query.name, " INTO " + TargetOf(parts));
+      return clause + SelectOf(parts, name, " INTO " + TargetOf(parts));
     case QueryType::kAppend:
-      return clause + AppendOf(parts, query.name);
+      return clause + AppendOf(parts, name);
     case QueryType::kUpdate:
-      return clause + UpdateOf(parts, query.name);
+      return clause + UpdateOf(parts, name);
     case QueryType::kDelete:
-      return clause + DeleteOf(parts, query.name);
+      return clause + DeleteOf(parts, name);
     case QueryType::kDefinition:
       return First(parts, Attribute::kType).expression;
     default:

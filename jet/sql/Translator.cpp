@@ -5,7 +5,11 @@
 namespace jet::sql {
 
 Translator::Translator(std::string_view text, SchemaSource& schema, const TextSettings& settings, ParameterSet* parameters)
-    : text_(text), tokens_(Tokenize(text_)), schema_(schema), settings_(settings), parameters_(parameters != nullptr ? parameters : &own_) {}
+    : text_(text),
+      tokens_(Tokenize(text_)),
+      schema_(schema),
+      settings_(settings),
+      parameters_(parameters != nullptr ? parameters : &own_) {}
 
 const Token& Translator::Peek(std::size_t ahead) const {
   const std::size_t at = position_ + ahead;
@@ -109,6 +113,8 @@ Statement Translator::ParseStatement() {
     statement = ParseAlter();
   } else if (TakeWord("DROP")) {
     statement = ParseDrop();
+  } else if (const std::optional<TransactionPlan> end = ParseTransaction()) {
+    statement = *end;
   } else if (TakeWord("EXEC") || TakeWord("EXECUTE")) {
     return ParseExecute();
   } else if (std::optional<Statement> stored = ParseStoredName()) {
@@ -120,6 +126,22 @@ Statement Translator::ParseStatement() {
   }
   ExpectEnd();
   return statement;
+}
+
+// BEGIN, COMMIT and ROLLBACK, alone or before TRANSACTION or WORK: other names may begin with these words.
+std::optional<TransactionPlan> Translator::ParseTransaction() {
+  std::optional<TransactionPlan> plan;
+  if (AtWord("BEGIN")) plan = TransactionPlan::kBegin;
+  if (AtWord("COMMIT")) plan = TransactionPlan::kCommit;
+  if (AtWord("ROLLBACK")) plan = TransactionPlan::kRollback;
+  if (!plan) return std::nullopt;
+  const bool followed = AtWord("TRANSACTION", 1) || AtWord("WORK", 1);
+  // BEGIN alone may be a stored query.
+  const bool alone = Peek(1).kind == TokenKind::kEnd || AtSymbol(";", 1);
+  if (!followed && (!alone || *plan == TransactionPlan::kBegin)) return std::nullopt;
+  Take();
+  if (followed) Take();
+  return plan;
 }
 
 void Translator::NoteRead(const TablePointer& table) {

@@ -170,6 +170,7 @@ class Translator {
   // ----- stored statements
   Statement ParseExecute();
   std::optional<Statement> ParseStoredName();
+  [[nodiscard]] std::optional<TransactionPlan> ParseTransaction();
   Statement RunStored(const std::string& name, const std::string& text, ParameterSet* parameters, const Token& at);
   SelectPlan ParseCrosstab();
   struct PivotColumn {
@@ -191,8 +192,10 @@ class Translator {
   // ----- definitions
   Statement ParseCreate();
   Statement ParseAlter();
+  Statement ParseAlterColumn(const std::string& table);
   Statement ParseDrop();
   Statement ParseCreateTable();
+  Statement ParseCreateQuery(bool view);
   Statement ParseCreateIndex(bool unique);
   ColumnDef ParseColumn(const std::string& table, std::vector<IndexSpec>& indexes, std::vector<ForeignKeySpec>& keys);
   void ParseColumnType(ColumnDef& column);

@@ -156,8 +156,9 @@ TEST_F(JetRecordset, AnothersChangeOfTheSameColumnIsNotOverwritten) {
         rows.Fields(field).Value("le mien");
         const auto failure = IgnoringErrors([&] { rows.Update(); });
         EXPECT_EQ(failure.number, runtime::kProviderFailure) << source << " " << field << " " << theirs;
-        EXPECT_EQ(failure.description,
-                  "La ligne ne peut pas être trouvée pour la mise à jour : certaines de ses valeurs ont changé depuis la dernière lecture.");
+        EXPECT_EQ(
+            failure.description,
+            "La ligne ne peut pas être trouvée pour la mise à jour : certaines de ses valeurs ont changé depuis la dernière lecture.");
         rows.CancelUpdate();
         EXPECT_EQ(Rows(std::string("SELECT ") + field + " FROM Utl WHERE IdUtl=1"), theirs);
       }
@@ -363,6 +364,17 @@ TEST_F(JetRecordset, TransactionsNestByLevel) {
   const auto error = IgnoringErrors([&] { connection.CommitTrans(); });
   EXPECT_EQ(error.number, runtime::kNoTransaction);
   EXPECT_NE(error.description.find("transaction"), std::string::npos);
+}
+
+TEST_F(JetRecordset, ATransactionBegunByAStatementIsTheConnectionsOwn) {
+  connection.Execute("BEGIN TRANSACTION");
+  connection.Execute("DELETE FROM Utl WHERE IdUtl=1");
+  EXPECT_EQ(IgnoringErrors([&] { connection.Close(); }).number, 3246);
+  EXPECT_EQ(connection.BeginTrans(), 2);
+  connection.Execute("COMMIT");
+  connection.RollbackTrans();
+  EXPECT_EQ(Rows("SELECT IdUtl FROM Utl ORDER BY 1"), "1; 2; 3");
+  EXPECT_EQ(IgnoringErrors([&] { connection.Execute("ROLLBACK TRANSACTION"); }).number, runtime::kNoTransaction);
 }
 
 TEST_F(JetRecordset, AConnectionThatEndsInATransactionHasRolledBack) {

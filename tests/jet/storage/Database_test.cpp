@@ -269,7 +269,7 @@ TEST(Database, NewTextsAreOrderedAsTheFileSays) {
 TEST(Database, CommitWithoutBeginIsAnErrorAndAScopeRollsBack) {
   World world;
   const auto database = world.Create();
-  EXPECT_EQ(CodeOf([&] { database->Commit(); }), ErrorCode::kUnsupported);
+  EXPECT_EQ(CodeOf([&] { database->Commit(); }), ErrorCode::kNoTransaction);
   Table& table = database->CreateTable(PeopleTable());
   {
     Transaction transaction(*database);

@@ -47,10 +47,10 @@ std::string WhyNotOpened(const std::string& path) {
   return {};
 }
 
-/// Output of a command under a time limit.
+/// Output of a command under a time limit. Names of tables have accents, which some readers take in such a locale only.
 std::string Output(const std::string& command) {
   std::string text;
-  FILE* pipe = ::popen(("timeout 60 " + command).c_str(), "r");
+  FILE* pipe = ::popen(("LC_ALL=C.UTF-8 timeout 60 " + command).c_str(), "r");
   std::array<char, 65536> buffer;
   for (std::size_t count; (count = std::fread(buffer.data(), 1, buffer.size(), pipe)) > 0;) text.append(buffer.data(), count);
   EXPECT_EQ(::pclose(pipe), 0) << command;
