@@ -64,7 +64,7 @@ void Measured(DriverFacts& facts, void* connection) {
       facts.keepsNul = facts.narrowIsUtf8;
       facts.hasNan = false;  // becomes null
       // libsqliteodbc 0.9998 cannot be positioned inside a block, and its texts may be longer than declared: they must be read again.
-      facts.readBlockRows = 1;
+      facts.leavesBlocks = true;
       facts.batch = BatchMethod::kMultiRowValues;
       facts.batchRows = 200;
       facts.batchParameters = 900;

@@ -25,6 +25,7 @@ struct DriverFacts {
   bool readsAnyOrder = false;   ///< SQLGetData in any order of columns
   bool readsBound = false;      ///< SQLGetData of bound columns
   bool readsInBlock = false;    ///< SQLGetData after positioning inside a block
+  bool leavesBlocks = false;    ///< of a static cursor: goes back from a block to any row of it, and on from there one by one
 
   bool enforcesLengths = true;      ///< declared lengths of texts hold
   bool streamsParameters = true;    ///< takes parameters in pieces without being told their length

@@ -46,23 +46,6 @@ void CheckTold(std::ptrdiff_t length, const FieldInfo& field) {
   throw Unbelievable("une valeur du champ " + field.name + " de " + (length == kUntold ? "longueur non dite" : std::to_string(length) + " octets"));
 }
 
-bool IsPlain(const FetchPlan& plan) {
-  using Form = FetchPlan::Form;
-  return plan.form == Form::kInteger || plan.form == Form::kDouble || (plan.form == Form::kText && plan.unit == 1);
-}
-
-Variant DecodePlain(FetchPlan::Form form, const std::byte* data, std::size_t length) {
-  if (form == FetchPlan::Form::kText) return std::string(reinterpret_cast<const char*>(data), length);
-  if (form == FetchPlan::Form::kInteger) {
-    std::int32_t number = 0;
-    std::memcpy(&number, data, sizeof number);
-    return number;
-  }
-  double number = 0;
-  std::memcpy(&number, data, sizeof number);
-  return number;
-}
-
 /// Bytes that the driver writes behind a text.
 std::size_t Terminator(const FetchPlan& plan) { return plan.nativeType == SQL_C_BINARY ? 0 : plan.unit; }
 
@@ -82,14 +65,11 @@ RowReader::RowReader(Statement& statement, const std::vector<FieldInfo>& fields,
       asksTypes_(plan.asksTypes),
       singly_(plan.singly) {
   for (std::size_t i = 0; i < columns_.size(); ++i) columns_[i].plan = plan.forms[i];
-  for (std::size_t i = 0; i < plan.companions.size(); ++i) columns_[i].companion = plan.companions[i];
-}
-
-/// A companion has no field of its own: errors name the one that it stands for.
-const FieldInfo& RowReader::Info(std::size_t field) const {
-  if (field < fields_.size()) return fields_[field];
-  const auto of = std::find_if(columns_.begin(), columns_.end(), [&](const Column& column) { return column.companion == field; });
-  return fields_[static_cast<std::size_t>(of - columns_.begin())];
+  for (std::size_t i = 0; i < fields_.size(); ++i) {
+    columns_[i].info = &fields_[i];
+    columns_[i].companion = plan.companions[i];
+    if (plan.companions[i] != ReadPlan::kNone) columns_[plan.companions[i]].info = &fields_[i];
+  }
 }
 
 void RowReader::Restart() {
@@ -105,6 +85,13 @@ void RowReader::AskTypes() {
   }
 }
 
+/// One where values are read in pieces, and where a value that turns out too long for its buffer could not be read whole out of a block.
+std::size_t RowReader::RowsOfBlocks(std::size_t rowBytes) const {
+  const auto& facts = statement_.Owner().Facts();
+  if (unboundColumns_ || (facts.leavesBlocks && !statement_.IsScrollable())) return 1;
+  return std::clamp<std::size_t>(kBlockBytes / std::max<std::size_t>(rowBytes, 1), 1, facts.readBlockRows);
+}
+
 void RowReader::BindColumns() {
   const auto& facts = statement_.Owner().Facts();
   if (asksTypes_) AskTypes();
@@ -115,7 +102,7 @@ void RowReader::BindColumns() {
     unboundColumns_ = unboundColumns_ || !column.bound;
     if (column.bound) rowBytes += column.plan.elementSize + sizeof(std::ptrdiff_t);
   }
-  blockRows_ = unboundColumns_ ? 1 : std::clamp<std::size_t>(kBlockBytes / std::max<std::size_t>(rowBytes, 1), 1, facts.readBlockRows);
+  blockRows_ = RowsOfBlocks(rowBytes);
   statement_.SetAttribute(SQL_ATTR_ROW_ARRAY_SIZE, blockRows_);
   statement_.SetAttribute(SQL_ATTR_ROWS_FETCHED_PTR, static_cast<void*>(&fetched_));
   status_.assign(blockRows_, SQL_ROW_NOROW);
@@ -125,7 +112,7 @@ void RowReader::BindColumns() {
     if (!column.bound) continue;
     const bool variable = column.plan.unit != 0 || column.plan.form == FetchPlan::Form::kBytes;
     column.room = variable ? column.plan.elementSize - column.plan.unit : SIZE_MAX;
-    column.plain = column.companion == ReadPlan::kNone && IsPlain(column.plan);
+    column.usual = HasUsual(column.plan.form);
     column.data.resize(column.plan.elementSize * blockRows_);
     column.indicators.resize(blockRows_);
     statement_.Check(SQLBindCol(statement_.Native(), static_cast<SQLUSMALLINT>(i + 1), column.plan.nativeType, column.data.data(),
@@ -156,15 +143,49 @@ bool RowReader::Next() {
   return !ended_;
 }
 
-/// A failure may concern some rows of the block alone, and success does not mean that all are good: MariaDB's driver 3.1.15 says either of
-/// blocks of both kinds. Each row has a status of its own.
 bool RowReader::FetchBlock() {
-  before_ += fetched_;
+  ForgetBlock(fetched_);
+  const auto result = SQLFetch(statement_.Native());
+  const bool failed = !SQL_SUCCEEDED(result) && result != SQL_NO_DATA;
+  if (!failed || blockRows_ == 1 || !statement_.Owner().Facts().leavesBlocks) return TakeBlock(result);
+  LeaveBlock();
+  return true;
+}
+
+/// The current row is fetched again, and from now on one row after the other: a value that is too long for its buffer can be read whole then,
+/// and of a block that failed the rows before the failing one are given.
+void RowReader::LeaveBlock() {
+  ForgetBlock(row_);
+  blockRows_ = 1;
+  status_.resize(blockRows_);
+  statement_.SetAttribute(SQL_ATTR_ROW_ARRAY_SIZE, blockRows_);
+  const auto result = SQLFetchScroll(statement_.Native(), SQL_FETCH_ABSOLUTE, static_cast<SQLLEN>(before_ + 1));
+  if (!TakeBlock(result)) throw Unbelievable("la fin des lignes à la place d'une ligne déjà donnée");
+}
+
+/// Before another one is fetched, from behind so many rows of it.
+void RowReader::ForgetBlock(std::size_t rows) {
+  before_ += rows;
   fetched_ = kNoCount;
   row_ = 0;
   spoilt_.reset();
   std::fill(status_.begin(), status_.end(), std::uint16_t{SQL_ROW_NOROW});
-  const auto result = SQLFetch(statement_.Native());
+}
+
+bool RowReader::TakeBlock(std::int16_t result) {
+  try {
+    return JudgeBlock(result);
+  } catch (const runtime::Error& error) {
+    // The buffers hold anything: whoever asks for a value of the row that did not come is told so again.
+    spoilt_ = error;
+    status_[0] = SQL_ROW_ERROR;
+    throw;
+  }
+}
+
+/// A failure may concern some rows of the block alone, and success does not mean that all are good: MariaDB's driver 3.1.15 says either of
+/// blocks of both kinds. Each row has a status of its own.
+bool RowReader::JudgeBlock(std::int16_t result) {
   const std::size_t told = std::exchange(fetched_, 0);
   if (result == SQL_NO_DATA) return false;
   const bool untold = told == kNoCount;
@@ -212,11 +233,11 @@ auto RowReader::Told(std::size_t field, Call&& call) {
 Variant RowReader::Value(std::size_t field) {
   if (spoilt_) RefuseSpoiltRow();
   const Column& column = columns_[field];
-  if (column.plain) {
-    // The usual values without any detour: what is read by the million.
+  if (column.usual && (column.companion == ReadPlan::kNone || HasNull(column.companion))) {
     const std::ptrdiff_t length = column.indicators[row_];
     if (length >= 0 && static_cast<std::size_t>(length) <= column.room) {
-      return DecodePlain(column.plan.form, column.data.data() + row_ * column.plan.elementSize, static_cast<std::size_t>(length));
+      Variant value = DecodeUsual(column.plan, Info(field), column.data.data() + row_ * column.plan.elementSize, static_cast<std::size_t>(length));
+      if (!value.IsEmpty()) return value;
     }
   }
   return Told(field, [&]() -> Variant {
@@ -227,12 +248,17 @@ Variant RowReader::Value(std::size_t field) {
   });
 }
 
+/// As far as it is known without asking the driver.
+bool RowReader::HasNull(std::size_t column) const {
+  return columns_[column].bound && columns_[column].indicators[row_] == SQL_NULL_DATA;
+}
+
 /// What stands beside a column where the driver would spoil its value.
 std::optional<Variant> RowReader::FromCompanion(std::size_t field) {
   const std::size_t companion = columns_[field].companion;
   if (companion == ReadPlan::kNone) return std::nullopt;
   // Most are null: nothing to be made of them.
-  if (columns_[companion].bound && columns_[companion].indicators[row_] == SQL_NULL_DATA) return std::nullopt;
+  if (HasNull(companion)) return std::nullopt;
   Variant value = Read(companion);
   if (value.IsNull()) return std::nullopt;
   return value;
@@ -317,6 +343,7 @@ void RowReader::VisitOtherColumn(std::size_t field) {
 
 Variant RowReader::ReadWhole(std::size_t field) {
   const auto& facts = statement_.Owner().Facts();
+  if (columns_[field].bound && blockRows_ > 1 && facts.leavesBlocks) LeaveBlock();
   if (columns_[field].bound && (!facts.readsBound || (blockRows_ > 1 && !facts.readsInBlock))) {
     throw runtime::Error(runtime::kProviderFailure, "La valeur du champ " + Info(field).name + " dépasse sa taille déclarée.", "odbc");
   }
@@ -379,10 +406,12 @@ std::size_t RowReader::ReadChunk(std::size_t field, std::byte* buffer, std::size
   if (!column.whole && !column.bound && stream_.field != field) column.whole = FromCompanion(field);
   if (column.bound || column.whole || !streams || !statement_.Owner().Facts().readsAnyOrder) {
     if (stream_.field != field) {
+      Variant whole = Value(field);  // which forgets the stream when it asks the driver
       stream_ = Stream{};
       stream_.field = field;
+      stream_.whole = std::move(whole);
     }
-    return ChunkOf(Value(field), buffer, capacity);
+    return ChunkOf(stream_.whole, buffer, capacity);
   }
   if (stream_.field != field) {
     stream_ = Stream{};

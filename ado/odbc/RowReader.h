@@ -41,10 +41,11 @@ class RowReader {
  private:
   struct Column {
     FetchPlan plan;
+    const FieldInfo* info = nullptr;  // of a companion: that of its column
     std::size_t companion = ReadPlan::kNone;
     std::size_t room = 0;  // bytes of a bound value at most; of one of a fixed size any length is right
     bool bound = false;
-    bool plain = false;           // bound, and what stands in the buffer is the value
+    bool usual = false;           // bound, and DecodeUsual may know the value
     bool touched = false;         // reading it in pieces has begun in this row
     std::vector<std::byte> data;  // one element for each row of the block
     std::vector<std::ptrdiff_t> indicators;
@@ -52,7 +53,8 @@ class RowReader {
   };
   struct Stream {
     std::size_t field = SIZE_MAX;
-    std::size_t offset = 0;  // into the whole value, when it is at hand
+    Variant whole;           // the value, when it is not read in pieces
+    std::size_t offset = 0;  // into it
     bool ended = false;
     std::string carry;    // bytes of a character whose end is still to come
     std::string pending;  // text that is read but not handed out
@@ -61,11 +63,17 @@ class RowReader {
   void AskTypes();
   void BindColumns();
   std::optional<Variant> FromCompanion(std::size_t field);
-  [[nodiscard]] const FieldInfo& Info(std::size_t field) const;
+  [[nodiscard]] bool HasNull(std::size_t column) const;
+  [[nodiscard]] const FieldInfo& Info(std::size_t field) const { return *columns_[field].info; }
   Variant Read(std::size_t field);
   template <typename Call>
   auto Told(std::size_t field, Call&& call);
+  [[nodiscard]] std::size_t RowsOfBlocks(std::size_t rowBytes) const;
   bool FetchBlock();
+  void LeaveBlock();
+  void ForgetBlock(std::size_t rows);
+  bool TakeBlock(std::int16_t result);
+  bool JudgeBlock(std::int16_t result);
   void RefuseSpoiltRow() const;
   void CheckUnits(std::size_t field, std::size_t length) const;
   void NewRow();

@@ -137,6 +137,11 @@ bool Statement::Fetch() {
   return result != SQL_NO_DATA;
 }
 
+bool Statement::IsScrollable() const {
+  SQLULEN cursor = SQL_CURSOR_FORWARD_ONLY;
+  return SQL_SUCCEEDED(SQLGetStmtAttrW(handle_.Get(), SQL_ATTR_CURSOR_TYPE, &cursor, SQL_IS_UINTEGER, nullptr)) && cursor == SQL_CURSOR_STATIC;
+}
+
 bool Statement::FetchCatalogRow() {
   if (++catalogRows_ > kMostCatalogRows) throw Unbelievable("un catalogue de plus de " + std::to_string(kMostCatalogRows) + " lignes");
   return Fetch();

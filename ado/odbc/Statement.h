@@ -47,6 +47,8 @@ class Statement {
   [[nodiscard]] std::string ColumnName(std::size_t column);
   /// The next row (block); false at the end.
   bool Fetch();
+  /// True when any row of the executed statement can be fetched again. False when the driver does not tell.
+  [[nodiscard]] bool IsScrollable() const;
   /// The records of the last call, as the error that they make.
   [[nodiscard]] runtime::Error LastError();
   /// The same for the answers of catalog functions, which end.

@@ -142,6 +142,9 @@ Variant RealOf(double value, std::int16_t type) {
   return value;
 }
 
+/// The division that the server has made, which is right to the last bit on both sides.
+double FromTenThousandths(long long scaled) { return static_cast<double>(scaled) / 1e4; }
+
 /// The fewest digits that give the number again.
 std::string DigitsOf(std::string_view digits) {
   const auto number = WholeNumber(digits) ? std::nullopt : Real(digits);
@@ -269,6 +272,9 @@ Variant FromText(const FetchPlan& plan, const FieldInfo& field, std::string_view
     case Form::kMomentText:
       return MomentValue(text);
     case Form::kLiteral:
+      return FromLiteral(field, text);
+    case Form::kScaledLiteral:
+      if (const auto scaled = WholeNumber(text)) return RealOf(FromTenThousandths(*scaled), field.type);
       return FromLiteral(field, text);
     case Form::kLiteralText: {
       Variant value = FromLiteral(field, text);
@@ -434,6 +440,36 @@ Variant Decode(const FetchPlan& plan, const FieldInfo& field, const std::byte* d
       if (plan.unit == 1) return FromText(plan, field, {reinterpret_cast<const char*>(data), length});
       return FromText(plan, field, TextOf(plan, data, length));
   }
+}
+
+bool HasUsual(Form form) noexcept {
+  return form == Form::kText || form == Form::kInteger || form == Form::kDouble || form == Form::kLiteral || form == Form::kScaledLiteral;
+}
+
+Variant DecodeUsual(const FetchPlan& plan, const FieldInfo& field, const std::byte* data, std::size_t length) {
+  const std::string_view text(reinterpret_cast<const char*>(data), length);
+  switch (plan.form) {
+    case Form::kText:
+      if (plan.unit == 1) return std::string(text);
+      if (length % sizeof(char16_t) == 0) return TextOf(plan, data, length);
+      break;
+    case Form::kInteger:
+      return As<std::int32_t>(data);
+    case Form::kDouble:
+      return As<double>(data);
+    case Form::kLiteral:
+      if (field.type != adInteger) break;
+      if (const auto number = WholeNumber(text)) return CheckedInteger(*number, adInteger);
+      break;
+    case Form::kScaledLiteral:
+      if (field.type != adDouble) break;
+      if (const auto scaled = WholeNumber(text)) return FromTenThousandths(*scaled);
+      if (const auto number = Real(text)) return *number;
+      break;
+    default:
+      break;
+  }
+  return {};
 }
 
 std::string PlainDecimal(std::string_view text) {

@@ -313,6 +313,17 @@ TEST_P(EveryValue, DoublesOfAllSizesKeepEveryBit) {
     const auto value = std::bit_cast<double>(random());
     if (std::isnormal(value)) expected.push_back(value);
   }
+  // Numbers of few decimals and their neighbours, up to where ten-thousandths are no whole numbers of 64 bits any more.
+  for (const double scale : {1.0, 10.0, 100.0, 1e4, 1e5, 1e6}) {
+    for (int i = 0; i < 500; ++i) {
+      const auto digits = static_cast<double>(random() >> (12 + i % 40));
+      for (const double value : {digits / scale, -digits / scale, std::nextafter(digits / scale, kInfinite)}) expected.push_back(value);
+    }
+  }
+  for (const double edge : {922337203685477.5807, 9007199254740992.0, 9223372036854775808.0, 0.00005, 1e-300}) {
+    for (const double value : {edge, -edge, std::nextafter(edge, 0.0), std::nextafter(edge, kInfinite)}) expected.push_back(value);
+  }
+  std::erase_if(expected, [](double value) { return value == 0 && std::signbit(value); });
   {
     ado::BulkInsert bulk(connection, "v", {"id", "x"});
     for (std::size_t i = 0; i < expected.size(); ++i) bulk.Add(std::array<Variant, 2>{static_cast<std::int32_t>(i), expected[i]});
