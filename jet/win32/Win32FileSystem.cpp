@@ -128,6 +128,25 @@ class HeldLocks {
         begin, end, [](const Piece&) { return true; }, released);
   }
 
+  /// True when somebody else holds a lock there. Nobody can be asked: what can be locked by us alone is locked by nobody else. A shared lock
+  /// of ours is given up for that, for a moment.
+  [[nodiscard]] bool IsLocked(std::uint64_t begin, std::uint64_t end, DWORD& failure) {
+    const std::vector<Piece> before = held_;
+    for (const Piece& gap : Gaps(begin, end, true)) {
+      if (!Lock(gap, failure)) return true;
+      Unlock(gap);
+    }
+    for (const Piece& piece : before) {
+      const std::uint64_t from = std::max(begin, piece.begin);
+      const std::uint64_t to = std::min(end, piece.end);
+      if (from >= to || piece.exclusive) continue;
+      if (!TryLock(from, to, true, failure)) return true;
+      DWORD ignored = 0;
+      static_cast<void>(TryLock(from, to, false, ignored));
+    }
+    return false;
+  }
+
  private:
   struct Piece {
     std::uint64_t begin;
@@ -257,14 +276,10 @@ class Win32File final : public File {
   void Unlock(std::uint64_t offset, std::uint64_t length) override { locks_.Unlock(offset, offset + length); }
 
   bool IsLocked(std::uint64_t offset, std::uint64_t length) override {
-    // Nobody can be asked: what can be locked by us alone is locked by nobody else. Our own locks do not lie in the ranges asked for.
     DWORD failure = 0;
-    if (!locks_.TryLock(offset, offset + length, true, failure)) {
-      if (failure != ERROR_LOCK_VIOLATION && failure != ERROR_IO_PENDING) Fail("Locking", path_, failure);
-      return true;
-    }
-    locks_.Unlock(offset, offset + length);
-    return false;
+    if (!locks_.IsLocked(offset, offset + length, failure)) return false;
+    if (failure != ERROR_LOCK_VIOLATION && failure != ERROR_IO_PENDING) Fail("Locking", path_, failure);
+    return true;
   }
 
   std::uint64_t Identity() override {
@@ -299,20 +314,54 @@ class Win32FileSystem final : public FileSystem {
 
   /// A new file gets its rights from its folder, as the database did.
   std::unique_ptr<File> OpenBeside(const std::string& path, FileMode mode, File& /*companion*/) override {
-    return Opened(path, mode, true);
+    if (mode != FileMode::kOpenOrCreate) return Opened(path, mode, true);
+    // Found or made anew, never made where a link leads that leads nowhere.
+    for (int attempt = 1;; ++attempt) {
+      try {
+        return Opened(path, FileMode::kReadWrite, true);
+      } catch (const Error& error) {
+        if (error.Code() != ErrorCode::kNotFound) throw;
+      }
+      try {
+        return Opened(path, FileMode::kCreateNew, true);
+      } catch (const Error& error) {
+        if (error.Code() != ErrorCode::kAlreadyExists) throw;
+        if (attempt == kOpenAttempts) throw Error(ErrorCode::kIo, "Opening \"" + path + "\": not a file but a link");
+      }
+      Sleep(kOpenPause);
+    }
   }
 
   std::string RealPath(const std::string& path) override {
     const Handle handle(CreateFileW(Wide(path).c_str(), 0, kShareAll, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
     if (!handle.IsOpen()) Fail("Opening", path, GetLastError());
-    std::wstring found(32768, L'\0');
-    const DWORD length = GetFinalPathNameByHandleW(handle.Get(), found.data(), static_cast<DWORD>(found.size()), FILE_NAME_NORMALIZED);
-    if (length == 0 || length >= found.size()) Fail("Opening", path, GetLastError());
-    found.resize(length);
-    return Narrow(WithoutPrefix(found));
+    return Narrow(WithoutPrefix(FinalName(handle.Get(), path)));
   }
 
  private:
+  static std::wstring FinalName(HANDLE handle, const std::string& path) {
+    std::wstring found(32768, L'\0');
+    const DWORD length = GetFinalPathNameByHandleW(handle, found.data(), static_cast<DWORD>(found.size()), FILE_NAME_NORMALIZED);
+    if (length == 0 || length >= found.size()) Fail("Opening", path, GetLastError());
+    found.resize(length);
+    return found;
+  }
+
+  /// Wine 8 follows the links of the system below it whatever it is told (RealNames.ALinkBesideIsNeitherFollowedNorMade): where the file is
+  /// shows whether it is the one that was named.
+  static bool LedElsewhere(HANDLE handle, const std::string& path) {
+    const auto slash = path.find_last_of("/\\");
+    const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
+    const Handle place(CreateFileW(Wide(folder).c_str(), 0, kShareAll, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    if (!place.IsOpen()) Fail("Opening", folder, GetLastError());
+    std::wstring named = FinalName(place.Get(), folder);
+    if (named.back() != L'\\') named += L'\\';
+    named += Wide(slash == std::string::npos ? path : path.substr(slash + 1));
+    const std::wstring found = FinalName(handle, path);
+    return CompareStringOrdinal(found.c_str(), static_cast<int>(found.size()), named.c_str(), static_cast<int>(named.size()), TRUE) !=
+           CSTR_EQUAL;
+  }
+
   /// Names that the system gives begin with "\\?\", those of other machines with "\\?\UNC\".
   static std::wstring WithoutPrefix(const std::wstring& name) {
     if (name.rfind(L"\\\\?\\UNC\\", 0) == 0) return L"\\\\" + name.substr(8);
@@ -352,6 +401,7 @@ class Win32FileSystem final : public FileSystem {
                                                         (information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0)) {
       throw Error(ErrorCode::kIo, "Opening \"" + path + "\": not a file");
     }
+    if (beside && LedElsewhere(handle.Get(), path)) throw Error(ErrorCode::kIo, "Opening \"" + path + "\": not a file but a link");
     return std::make_unique<Win32File>(std::move(handle), path, writable);
   }
 

@@ -2,6 +2,7 @@
 # Runs a Windows program under Wine without a screen, in a prefix of its own, from the prefix's drive C.
 #   wine.sh prepare PREFIX               makes the prefix (about ten seconds) where it is missing
 #   wine.sh run PREFIX PROGRAM [...]     runs a program; its report goes where GTEST_OUTPUT says, under a name that tells Windows
+#   wine.sh become PREFIX PROGRAM [...]  the same, and the program takes this script's process: killing that one kills the program
 #   wine.sh tool PREFIX PROGRAM [...]    the same with data sources of its own: SQLite and a private MariaDB server
 #   wine.sh stop PREFIX                  ends what still runs in the prefix
 # Status 77 and a reason where Wine is not installed.
@@ -39,6 +40,11 @@ run() {
 case "$action" in
   prepare) prepare ;;
   run) run "$@" ;;
+  become)
+    program=$(realpath "$1")
+    shift
+    cd "$prefix/drive_c"
+    exec wine "$program" "$@" ;;
   tool)
     work=$(mktemp -d)
     here=$(dirname "$(realpath "$0")")
