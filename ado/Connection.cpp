@@ -122,6 +122,12 @@ void Connection::CommandTimeout(std::int32_t seconds) { state_->commandTimeout =
 CursorLocation Connection::CursorLocation() const noexcept { return state_->cursorLocation; }
 void Connection::CursorLocation(ado::CursorLocation location) { state_->cursorLocation = location; }
 
+void Connection::Backup(const std::string& path) {
+  auto& native = Native();
+  if (native.TransactionLevel() > 0) throw AdoError(runtime::kTransactionOpen);
+  native.Backup(path);
+}
+
 Variant Connection::Property(const std::string& name) const {
   const std::string upper = runtime::UpperCase(name);
   if (upper == "USER ID") return state_->userId;

@@ -68,6 +68,11 @@ class Connection {
   [[nodiscard]] ado::CursorLocation CursorLocation() const noexcept;
   void CursorLocation(ado::CursorLocation location);
 
+  /// Copies the whole database into a new file, as it is at one moment, while other programs go on using it. Only of providers whose database
+  /// is one file (Access): error 3251 with the others. Error 3246 in a transaction; else what the provider raises, and there is no copy then:
+  /// -2147467259 when a file of that name is there, for a folder that is not and for a full disk, 3006 when another program writes for too long.
+  void Backup(const std::string& path);
+
   /// A property by its name, without regard to case: "User ID", "Password" and those of the provider. Error 3265 for an unknown one.
   [[nodiscard]] Variant Property(const std::string& name) const;
   void Property(const std::string& name, const Variant& value);

@@ -25,6 +25,8 @@ std::vector<Parameter> ProviderConnection::DescribeParameters(const std::string&
   throw AdoError(runtime::kOperationNotSupported);
 }
 
+void ProviderConnection::Backup(const std::string& /*path*/) { throw AdoError(runtime::kOperationNotSupported); }
+
 std::string ProviderConnection::TableStatement(const std::string& table) {
   const bool quoted = !table.empty() && table.front() == '[';
   return "SELECT * FROM " + (quoted ? table : "[" + table + "]");

@@ -142,6 +142,9 @@ class ProviderConnection {
   /// False when there is no such property.
   virtual bool SetProperty(const std::string& upperName, const Variant& value) = 0;
 
+  /// See Connection::Backup. A provider that cannot do it refuses (3251).
+  virtual void Backup(const std::string& path);
+
   [[nodiscard]] virtual std::unique_ptr<ProviderCatalog> OpenCatalog() = 0;
   /// Null where the provider has nothing better than AddNew and Update row by row.
   [[nodiscard]] virtual std::unique_ptr<ProviderBulkInsert> OpenBulkInsert(const std::string& /*table*/,

@@ -49,6 +49,8 @@ void DataBase::RollBack() {
   if (typ_ != TypSqlServer) Connexion().RollbackTrans();
 }
 
+void DataBase::CopieBase(const std::string& fichier) { Connexion().Backup(fichier); }
+
 std::int32_t DataBase::GetCptSuiv(const std::string& table, const std::string& champ) {
   ado::Recordset rs = OpenRecordSet("SELECT Max([" + champ + "]) FROM " + table, 0);
   const ado::Variant plusGrand = rs.Fields(0).Value();

@@ -311,13 +311,25 @@ void Database::Backup(const std::string& newPath) {
   if (files.Exists(newPath)) throw Error(ErrorCode::kAlreadyExists, "There is a file \"" + newPath + "\" already");
   const std::string working = newPath + "-new";
   const ReadLock lock(*engine_);
+  bool made = false;
+  const auto make = [&](File& model) {
+    try {
+      auto file = files.OpenBeside(working, FileMode::kCreateNew, model);
+      made = true;
+      return file;
+    } catch (const Error& error) {
+      if (error.Code() != ErrorCode::kAlreadyExists) throw;
+      throw Error(ErrorCode::kAlreadyExists, "\"" + working + "\" is there, where a copy is written until it is whole: another one is being made, "
+                                                 "or was broken off. Remove it in that case");
+    }
+  };
   try {
-    files.Remove(working);
-    engine_->pager->CopyTo([&](File& model) { return files.OpenBeside(working, FileMode::kCreateNew, model); });
+    engine_->pager->CopyTo(make);
+    if (files.Exists(newPath)) throw Error(ErrorCode::kAlreadyExists, "Somebody else has made a file \"" + newPath + "\" meanwhile");
     files.Rename(working, newPath);
   } catch (...) {
     try {
-      files.Remove(working);
+      if (made) files.Remove(working);
     } catch (const Error&) {
       // What went wrong first is what the caller must hear of.
     }

@@ -152,9 +152,9 @@ class Database {
   // ----- the whole file
   /// Writes everything into a new file without unused space, rows in the order of the primary key. Errors: kAlreadyExists, kInUse inside a transaction.
   void Compact(const std::string& newPath);
-  /// Copies the file as it is at one moment, page by page, while others have it open: those who want to write wait meanwhile. The copy has
-  /// the rights of the file and appears under its name whole or not at all. A copy made by other programs while somebody writes is no
-  /// database. Errors: kAlreadyExists, kInUse inside a transaction, kDiskFull, kUnsupported for a name that ends in ".ldb".
+  /// Copies the file as it is at one moment, page by page, while others have it open: those who want to write wait meanwhile. The copy has the
+  /// rights of the file, is called as it is to be with "-new" behind and gets its name when it is whole. A copy made otherwise beside a writer
+  /// is no database. Errors: kAlreadyExists (either name), kNotFound, kInUse in a transaction, kDiskFull, kUnsupported for a name in ".ldb".
   void Backup(const std::string& newPath);
   /// Walks every page and compares everything with everything; an empty list means sound.
   [[nodiscard]] std::vector<Finding> Check();

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include <algorithm>
-
 #include "ado/Errors.h"
 #include "ado/jet/FileSearch.h"
 #include "ado/jet/JetBulkInsert.h"
@@ -150,6 +148,15 @@ void JetConnection::RollbackTransaction() {
     throw runtime::Error(runtime::kNoTransaction);
   OnEngine([&] { database_->Rollback(); });
   session_->RowsChanged();
+}
+
+void JetConnection::Backup(const std::string& path) {
+  try {
+    database_->Backup(path);
+  } catch (const jet::Error& error) {
+    // What is not found is the folder of the copy, no object of the database.
+    throw Translated(error, {}, error.Code() == jet::ErrorCode::kNotFound);
+  }
 }
 
 std::optional<Variant> JetConnection::Property(const std::string& upperName) const {

@@ -27,6 +27,7 @@ class JetConnection final : public ProviderConnection {
   void CommitTransaction() override;
   void RollbackTransaction() override;
   [[nodiscard]] std::int32_t TransactionLevel() const noexcept override { return database_->TransactionDepth(); }
+  void Backup(const std::string& path) override;
   [[nodiscard]] std::optional<Variant> Property(const std::string& upperName) const override;
   bool SetProperty(const std::string& upperName, const Variant& value) override;
   [[nodiscard]] std::unique_ptr<ProviderCatalog> OpenCatalog() override;

@@ -35,6 +35,16 @@ TEST_F(Connection, StatesAreTestedBeforeTheProviderIsAsked) {
   EXPECT_EQ(ErrorOf([&] { connection.Close(); }), 3704);
 }
 
+TEST_F(Connection, AProviderThatCannotCopyItsDatabaseSaysSo) {
+  EXPECT_EQ(ErrorOf([&] { connection.Backup("copie.mdb"); }), 3704);
+  Open();
+  EXPECT_EQ(ErrorOf([&] { connection.Backup("copie.mdb"); }), 3251);
+  EXPECT_TRUE(backend.Calls().empty());
+  connection.BeginTrans();
+  EXPECT_EQ(ErrorOf([&] { connection.Backup("copie.mdb"); }), 3246);
+  connection.RollbackTrans();
+}
+
 TEST_F(Connection, AnUnknownProviderIsNamedInTheError) {
   connection.Provider("Inconnu.1");
   try {

@@ -1,6 +1,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "jet/FileSystem.h"
 #include "tests/ado_jet/JetFixture.h"
 
 using namespace tamlo;
@@ -78,6 +79,51 @@ TEST_F(JetConnectionTest, AFileHeldByAnotherIs3051) {
   const auto error = IgnoringErrors([&] { connection.Open(path, "", ""); });
   EXPECT_EQ(error.number, 3051);
   EXPECT_FALSE(connection.IsOpen());
+}
+
+TEST_F(JetConnectionTest, TheDatabaseIsCopiedWholeOrNotAtAll) {
+  connection.Execute("CREATE TABLE T (A LONG)");
+  connection.Execute("INSERT INTO T VALUES (1)");
+  const std::string copy = folder.File("copie é.mdb");
+  connection.BeginTrans();
+  EXPECT_EQ(IgnoringErrors([&] { connection.Backup(copy); }).number, runtime::kTransactionOpen);
+  connection.RollbackTrans();
+  connection.Backup(copy);
+  connection.Execute("INSERT INTO T VALUES (2)");
+  Connection other;
+  other.Provider("Microsoft.Jet.OLEDB.4.0");
+  other.Open(copy, "", "");
+  Recordset rows;
+  rows.Open("SELECT A FROM T", &other, adOpenStatic, adLockUnspecified, -1);
+  EXPECT_EQ(Rows(rows), "1");
+  auto error = IgnoringErrors([&] { connection.Backup(copy); });
+  EXPECT_EQ(error.number, runtime::kProviderFailure);
+  EXPECT_EQ(error.description, "L'objet existe déjà : There is a file \"" + copy + "\" already");
+  error = IgnoringErrors([&] { connection.Backup(folder.File("absent/copie.mdb")); });
+  EXPECT_EQ(error.number, runtime::kProviderFailure);
+  EXPECT_EQ(error.description,
+            "Fichier introuvable : Opening \"" + folder.File("absent/copie.mdb") + "-new\": No such file or directory");
+  error = IgnoringErrors([&] { connection.Backup(folder.File("copie.ldb")); });
+  EXPECT_EQ(error.number, runtime::kProviderFailure);
+  EXPECT_EQ(error.description.rfind("Opération non gérée : ", 0), 0U) << error.description;
+}
+
+TEST_F(JetConnectionTest, ACopyWaitsForTheWriterAndGivesUp) {
+  connection.Execute("CREATE TABLE T (A LONG, B TEXT(255))");
+  Connection other;
+  other.Provider("Microsoft.Jet.OLEDB.4.0");
+  other.Open(path, "", "");
+  // A writer who is bringing its changes into the file.
+  const auto lockFile = ::jet::FileSystem::Real().Open(folder.File("Base.ldb"), ::jet::FileMode::kReadWrite);
+  ASSERT_TRUE(lockFile->TryLock(0x20000001, 1, true));
+  other.Property("Lock Wait", std::int32_t{50});
+  const auto error = IgnoringErrors([&] { other.Backup(folder.File("copie.mdb")); });
+  EXPECT_EQ(error.number, 3006);
+  EXPECT_EQ(error.description, "La base de données ou l'objet est verrouillé : The database is being written by another user");
+  EXPECT_FALSE(std::filesystem::exists(folder.File("copie.mdb")));
+  lockFile->Unlock(0x20000001, 1);
+  other.Backup(folder.File("copie.mdb"));
+  EXPECT_TRUE(std::filesystem::exists(folder.File("copie.mdb")));
 }
 
 TEST_F(JetConnectionTest, TwoConnectionsSeeEachOther) {

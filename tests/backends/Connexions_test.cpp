@@ -1,10 +1,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
 #include "tests/backends/Backend.h"
 #include "tests/support_lib/FakePlatform.h"
+#include "tests/support_lib/TemporaryFolder.h"
 
 namespace tamlo::tests {
 namespace {
@@ -42,6 +45,24 @@ TEST_P(Connexions, AStatementWithoutRowsIsRunOnceAndItsRecordsetStaysClosed) {
   auto retirees = base->OpenRecordSet("DELETE FROM [UTL] WHERE [ID]<100", 0);
   EXPECT_FALSE(retirees.IsOpen());
   EXPECT_EQ(Nombre(*base), 1);
+}
+
+TEST_P(Connexions, ADatabaseOfOneFileIsCopiedAndTheOthersAreNot) {
+  BaseOuverte base(Sur());
+  CreeUtl(base);
+  TemporaryFolder dossier;
+  const std::string copie = dossier.File("copie.mdb");
+  if (Sur().Kind() != db::TypJet) {
+    EXPECT_EQ(runtime::IgnoringErrors([&] { base->CopieBase(copie); }).number, runtime::kOperationNotSupported);
+    EXPECT_FALSE(std::filesystem::exists(copie));
+    return;
+  }
+  base->CopieBase(copie);
+  Ajoute(*base, 3);
+  EXPECT_EQ(Sur().Defauts(copie), "");
+  BaseOuverte autre(Sur(), copie);
+  EXPECT_EQ(Nombre(*autre), 2);
+  EXPECT_EQ(autre->VerifieCatalogue().size(), 0U);
 }
 
 TEST_P(Connexions, ARefusedStatementWithoutRowsIsRaised) {

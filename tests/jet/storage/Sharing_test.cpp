@@ -371,6 +371,26 @@ TEST(Sharing, ACopyIsMadeWhileOthersHaveTheFileOpenAndIsWhole) {
   EXPECT_FALSE(world.files.Exists("copy.mdb-new"));
 }
 
+TEST(Sharing, ACopyTouchesNoFileThatItHasNotMade) {
+  World world;
+  world.Create()->CreateTable(PeopleTable());
+  const auto database = world.Open("test.mdb", OpenMode::kShared);
+  world.files.Open("copy.mdb-new", FileMode::kCreateNew)->Write(0, std::as_bytes(std::span("letter", 6)));
+  const auto letter = world.files.Content("copy.mdb-new");
+  EXPECT_EQ(CodeOf([&] { database->Backup("copy.mdb"); }), ErrorCode::kAlreadyExists);
+  EXPECT_EQ(world.files.Content("copy.mdb-new"), letter);
+  EXPECT_FALSE(world.files.Exists("copy.mdb"));
+  world.files.Remove("copy.mdb-new");
+  // A file of the copy's name comes while it is being written.
+  world.files.SetHook([&](const MemoryFileSystem::Event& event) {
+    if (event.operation == MemoryFileSystem::Operation::kSync && event.path == "copy.mdb-new") world.files.SetContent("copy.mdb", letter);
+  });
+  EXPECT_EQ(CodeOf([&] { database->Backup("copy.mdb"); }), ErrorCode::kAlreadyExists);
+  world.files.SetHook({});
+  EXPECT_EQ(world.files.Content("copy.mdb"), letter);
+  EXPECT_FALSE(world.files.Exists("copy.mdb-new"));
+}
+
 TEST(Sharing, AReaderThatWaitsForTheUndoingOfACrashDoesNotHinderIt) {
   World world;
   world.Create()->CreateTable(PeopleTable()).Insert(Person("Ada"));
