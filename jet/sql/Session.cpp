@@ -411,4 +411,6 @@ void Session::AllowLinks(bool allowed) {
 
 void Session::RowsChanged() noexcept { ++state_->changes; }
 
+std::uint64_t Session::RowsMet() const noexcept { return state_->rowsMet; }
+
 }  // namespace jet::sql

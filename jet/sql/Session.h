@@ -144,6 +144,9 @@ class Session {
   [[nodiscard]] const StatementLimits& Limits() const noexcept;
   /// Must be called after rows were changed past this session (by Table::Insert and the like): cursors read their rows again.
   void RowsChanged() noexcept;
+  /// How many rows of tables the statements of this session have met in walks, searches and look-ups, for tests and benches: what must not
+  /// grow is guarded by it.
+  [[nodiscard]] std::uint64_t RowsMet() const noexcept;
 
  private:
   std::int64_t Run(const jet::sql::Statement& statement);

@@ -49,6 +49,7 @@ struct SessionState final : SchemaSource {
   Budget budget;
   std::exception_ptr pending;  ///< raised inside a callback
   std::uint64_t changes = 0;   ///< counts changes of rows: cursors read their row again
+  std::uint64_t rowsMet = 0;   ///< see Session::RowsMet
   std::uint64_t schemaVersion = 0;
   int nextTable = 0;
   int domainDepth = 0;  ///< of functions like DLookup that stand inside each other

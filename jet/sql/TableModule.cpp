@@ -428,6 +428,7 @@ void Step(VirtualCursor& cursor, VirtualTable& table) {
   } else if (cursor.scan) {
     cursor.end = !cursor.scan->Next();
     if (!cursor.end) {
+      ++table.state->rowsMet;
       cursor.current = &cursor.scan->Current();
       cursor.id = cursor.scan->Id();
     }
@@ -435,6 +436,7 @@ void Step(VirtualCursor& cursor, VirtualTable& table) {
     for (;;) {
       cursor.end = !cursor.index->Next();
       if (cursor.end) return;
+      ++table.state->rowsMet;
       cursor.id = cursor.index->Id();
       if (table.table->table->Read(cursor.id, cursor.row)) break;
     }
@@ -459,6 +461,7 @@ int Filter(sqlite3_vtab_cursor* base, int how, const char* text, int, sqlite3_va
       cursor.foreign = table.table->foreign->Scan();
     } else if (how == kByIdentity) {
       cursor.single = true;
+      ++table.state->rowsMet;
       cursor.id = RowIdFrom(sqlite3_value_int64(arguments[0]));
       cursor.end = sqlite3_value_type(arguments[0]) == SQLITE_NULL || !table.table->table->Read(cursor.id, cursor.row);
       cursor.current = &cursor.row;
