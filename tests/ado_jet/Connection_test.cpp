@@ -84,7 +84,7 @@ TEST_F(JetConnectionTest, AFileHeldByAnotherIs3051) {
 TEST_F(JetConnectionTest, TheDatabaseIsCopiedWholeOrNotAtAll) {
   connection.Execute("CREATE TABLE T (A LONG)");
   connection.Execute("INSERT INTO T VALUES (1)");
-  const std::string copy = folder.File("copie é.mdb");
+  const std::string copy = folder.File("") + "copie é.mdb";
   connection.BeginTrans();
   EXPECT_EQ(IgnoringErrors([&] { connection.Backup(copy); }).number, runtime::kTransactionOpen);
   connection.RollbackTrans();
