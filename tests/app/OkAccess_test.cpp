@@ -6,6 +6,7 @@
 #include "app/Demarrage.h"
 #include "app/TableCode.h"
 #include "jet/Database.h"
+#include "jet/Table.h"
 #include "runtime/Conversions.h"
 #include "tests/support_lib/FakePlatform.h"
 #include "tests/support_lib/SyncCounter.h"
@@ -97,6 +98,46 @@ TEST_F(OkAccess, CancelIsNone) {
   const std::int64_t syncs = Syncs([this] { platform.Form().PressEscape(); });
   EXPECT_EQ(syncs, 0);
   EXPECT_EQ(Rangees("UTL"), "");
+}
+
+/// A file that another program made: no catalog, and behind indexed tables one with a field whose name the catalog cannot hold.
+void FichierEtranger(const std::string& nom) {
+  const auto fichier = jet::Database::Create(nom);
+  const auto cree = [&](const std::string& table, const std::vector<std::pair<std::string, jet::ColumnType>>& champs,
+                        const std::vector<std::string>& cle) {
+    jet::TableSpec definition;
+    definition.name = table;
+    for (const auto& [champ, type] : champs) {
+      definition.columns.emplace_back();
+      definition.columns.back().name = champ;
+      definition.columns.back().type = type;
+      if (type == jet::ColumnType::kText) definition.columns.back().size = 30;
+    }
+    jet::IndexSpec index;
+    index.name = "PK";
+    index.primary = true;
+    for (const std::string& champ : cle) index.columns.push_back({champ});
+    if (!cle.empty()) definition.indexes.push_back(index);
+    (void)fichier->CreateTable(definition);
+  };
+  using jet::ColumnType;
+  cree("UTL", {{"idutl", ColumnType::kLong}, {"nom", ColumnType::kText}, {"motpasse", ColumnType::kText}}, {"idutl"});
+  cree("VLMUTL", {{"idutl", ColumnType::kLong}, {"idvlm", ColumnType::kLong}, {"niveau", ColumnType::kInteger}}, {"idutl", "idvlm"});
+  cree("ZONES", {{"ce_champ_a_un_nom_de_plus_de_trente_lettres", ColumnType::kLong}}, {});
+}
+
+TEST_F(OkAccess, AUserSavedWhereTheCatalogRefusesARowIsInTheFile) {
+  fichier = folder.File("AUTRE.MDB");
+  FichierEtranger(fichier);
+  (void)SyncsDeOk();
+  {
+    // By the engine alone, which knows of no transaction but what is on the disk.
+    const auto base = jet::Database::Open(fichier);
+    EXPECT_EQ(base->OpenTable("UTL").RowCount(), 1U);
+    EXPECT_EQ(base->OpenTable("VLMUTL").RowCount(), 1U);
+  }
+  EXPECT_EQ(Rangees("UTL"), "1 DUPONT secret ");
+  EXPECT_EQ(Rangees("VLMUTL"), "1 12 3 ");
 }
 
 }  // namespace

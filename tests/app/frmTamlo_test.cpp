@@ -505,6 +505,12 @@ TEST_F(GuardTest, ANameOfMoreThan30CharactersIsRefusedBeforeTheDatabaseIsOpened)
   EXPECT_EQ(Save("base.mdb 0 12 ÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉÉ 3 secret"), 0) << "30 are welcome";
 }
 
+TEST_F(GuardTest, ANameThatTheBoxDoesNotHoldIsRefused) {
+  EXPECT_EQ(Save("base.mdb 0 12 AL\xFF" "EX 3 secret"), 1);
+  ExpectInterrupted("Le nom de l'utilisateur à créer (paramètre 4) contient des caractères que la fenêtre ne peut pas tenir.");
+  EXPECT_EQ(platform.runs, 0);
+}
+
 TEST_F(FormTest, AReadOnlyDatabaseIsToldByNameBeforeTheFormIsShown) {
   provider.SetProperty("READ-ONLY DATA SOURCE", true);
   bool shown = true;

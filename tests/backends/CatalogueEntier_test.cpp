@@ -133,6 +133,27 @@ TEST_P(CatalogueEntier, ACatalogWithoutItsTablesRowsIsBuiltAnew) {
   EXPECT_EQ(base->ListeTbl("ART").NbIdx(), 1);
 }
 
+TEST_P(CatalogueEntier, ACatalogThatLostItsIndexRowsIsToldAndRepaired) {
+  BaseOuverte base(Sur());
+  base.Cree(Indexee("ART", {{"CODE", ado::adInteger, 4}, {"QTE", ado::adInteger, 4}}, "CODE"));
+  base.Cree(Table("SANS", {{"NO", ado::adInteger, 4}}));
+  base->ExecuteSQL("DELETE * FROM [$IDXKORV$]");
+  EXPECT_THAT(Textes(base->VerifieCatalogue("ART")), ElementsAre("ART: index IART (code) en mémoire et non au catalogue"));
+  EXPECT_THAT(Textes(base->VerifieCatalogue("SANS")), IsEmpty());
+  // Tables and fields are there: the next opening takes the catalog as it is, and knows no index.
+  base.Rouvre();
+  EXPECT_EQ(base->ListeTbl("ART").NbIdx(), 0);
+  const std::string index = Sur().Capacite().indexPrefixes ? "ART_IART" : "IART";
+  EXPECT_THAT(Textes(base->VerifieCatalogue("ART")), ElementsAre("ART: index " + index + " (code) dans la base et non en mémoire"));
+  EXPECT_THAT(Textes(base->VerifieCatalogue("SANS")), IsEmpty());
+  std::vector<db::EcartCatalogue> changements;
+  base->RecreeCatalogue(changements);
+  EXPECT_THAT(Textes(changements), Contains("ART: index " + index + " ajouté (code)"));
+  base.Rouvre();
+  EXPECT_EQ(base->ListeTbl("ART").NbIdx(), 1);
+  EXPECT_THAT(Textes(base->VerifieCatalogue()), IsEmpty());
+}
+
 class CatalogueAccorde : public testing::TestWithParam<std::string> {
  protected:
   [[nodiscard]] Backend& Sur() const { return BackendNomme(GetParam()); }
@@ -184,6 +205,60 @@ TEST_P(CatalogueAccorde, WhatTheThreeSayDifferentlyIsToldInWords) {
                           "ART: champ qte en mémoire et non au catalogue", "CDE: champ no : numéro 4 au catalogue, place 0 en mémoire",
                           "CDE: index ICDE (no) en mémoire et non au catalogue", "PARTIE: en mémoire et non dans la base"));
   EXPECT_THAT(Textes(base->VerifieCatalogue("art")), ElementsAre("ART: champ qte en mémoire et non au catalogue"));
+}
+
+/// One table for each kind of difference, changed behind the layer's back in the file or in the rows of the catalog.
+TEST(CatalogueDifferent, EachKindOfDifferenceIsToldOnceAndInItsWords) {
+  BaseOuverte base(BackendNomme("Jet"));
+  const auto brut = [&](const std::string& sql) { base->Connexion().Execute(sql); };
+  for (const char* nom : {"B1", "B2", "B3", "B4", "B5", "B6", "B7", "B8", "B9", "C1", "C2", "C3", "C4", "C5", "C6", "C7", "C8", "C9"}) {
+    base.Cree(Indexee(nom, {{"A", ado::adInteger, 4}, {"B", ado::adInteger, 4}, {"T", ado::adVarWChar, 10}}, "A"));
+  }
+  base.Cree(Table("PERDUE", {{"A", ado::adInteger, 4}}));
+  ASSERT_THAT(Textes(base->VerifieCatalogue()), IsEmpty());
+
+  brut("ALTER TABLE [B1] ADD COLUMN [NEUF] LONG");
+  brut("ALTER TABLE [B2] DROP COLUMN [T]");
+  brut("ALTER TABLE [B3] DROP COLUMN [T]");
+  brut("ALTER TABLE [B3] ADD COLUMN [T] LONG");
+  brut("ALTER TABLE [B4] DROP COLUMN [B]");
+  brut("ALTER TABLE [B4] ADD COLUMN [B] COUNTER");
+  brut("DROP INDEX [IB5] ON [B5]");
+  brut("DROP INDEX [IB6] ON [B6]");
+  brut("CREATE UNIQUE INDEX [IB6] ON [B6] ([B])");
+  brut("DROP INDEX [IB7] ON [B7]");
+  brut("CREATE INDEX [IB7] ON [B7] ([A])");
+  brut("DROP INDEX [IB8] ON [B8]");
+  brut("CREATE UNIQUE INDEX [IB8] ON [B8] ([A]) WITH PRIMARY");
+  brut("CREATE INDEX [NEUF] ON [B9] ([B] DESC)");
+  brut("CREATE TABLE [NEUVE] ([A] LONG)");
+  brut("DROP TABLE [PERDUE]");
+  base->ExecuteSQL("DELETE * FROM [$TBLKORV$] WHERE [NOM]='C1'");
+  base->ExecuteSQL("INSERT INTO [$FLDKORV$] ([TABLE],[NO],[NOM],[INI],[FMT]) VALUES ('C2',3,'fantome','','')");
+  base->ExecuteSQL("UPDATE [$FLDKORV$] SET [NO]=7 WHERE [TABLE]='C3' AND [NOM]='t'");
+  base->ExecuteSQL("DELETE * FROM [$FLDKORV$] WHERE [TABLE]='C4' AND [NOM]='b'");
+  base->ExecuteSQL("DELETE * FROM [$IDXKORV$] WHERE [TABLE]='C5'");
+  base->ExecuteSQL("UPDATE [$IDXKORV$] SET [CHAMPS]='a;-b' WHERE [TABLE]='C6'");
+  base->ExecuteSQL("UPDATE [$IDXKORV$] SET [UNIQUE]=0 WHERE [TABLE]='C7'");
+  base->ExecuteSQL("UPDATE [$IDXKORV$] SET [PRIMAIRE]=-1 WHERE [TABLE]='C8'");
+  base->ExecuteSQL("INSERT INTO [$IDXKORV$] ([TABLE],[NOM],[CHAMPS]) VALUES ('C9','FANTOME','b')");
+  base->ExecuteSQL("INSERT INTO [$TBLKORV$] ([NOM],[MVT]) VALUES ('FANTOME',0)");
+  EXPECT_THAT(Textes(base->VerifieCatalogue()),
+              testing::UnorderedElementsAre(
+                  "B1: champ neuf dans la base et non en mémoire", "B2: champ t en mémoire et non dans la base",
+                  "B3: champ t : type 3 dans la base, 202 de longueur 10 en mémoire",
+                  "B4: champ b : compteur, oui dans la base, non en mémoire", "B5: index IB5 (a) en mémoire et non dans la base",
+                  "B6: index IB6 : champs b dans la base, a en mémoire", "B7: index IB7 : unique, non dans la base, oui en mémoire",
+                  "B8: index IB8 : primaire, oui dans la base, non en mémoire", "B9: index NEUF (-b) dans la base et non en mémoire",
+                  "NEUVE: dans la base et non en mémoire", "PERDUE: en mémoire et non dans la base", "C1: en mémoire et non dans $TBLKORV$",
+                  "C2: champ fantome au catalogue et non en mémoire", "C3: champ t : numéro 7 au catalogue, place 2 en mémoire",
+                  "C4: champ b en mémoire et non au catalogue", "C5: index IC5 (a) en mémoire et non au catalogue",
+                  "C6: index IC6 : champs a;-b au catalogue, a en mémoire", "C7: index IC7 : unique, non au catalogue, oui en mémoire",
+                  "C8: index IC8 : primaire, oui au catalogue, non en mémoire", "C9: index FANTOME (b) au catalogue et non en mémoire",
+                  "FANTOME: au catalogue et non dans la base"));
+  brut("DROP TABLE [$IDXKORV$]");
+  EXPECT_THAT(Textes(base->VerifieCatalogue()), Contains("$IDXKORV$: absente de la base"));
+  EXPECT_THAT(Textes(base->VerifieCatalogue("B1")), testing::Not(Contains("$IDXKORV$: absente de la base")));
 }
 
 /// A database of Access whose first opening meets a name that the catalog does not hold.

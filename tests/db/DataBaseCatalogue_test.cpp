@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "runtime/Conversions.h"
 #include "tests/db/BaseDeTest.h"
 
 namespace tamlo::tests {
@@ -359,6 +360,39 @@ TEST_F(DataBaseCatalogue, ATableThatCannotBeOpenedIsTold) {
   EXPECT_EQ(db.ListeErr(0).numero, 31);
   EXPECT_EQ(db.ListeErr(0).description, "interdit");
   EXPECT_EQ(db.ListeTbl("UTL").NbFld(), 0);
+}
+
+TEST_F(DataBaseCatalogue, AnEmptyTableOfTheCatalogIsReadOnce) {
+  AjouteCatalogue();
+  for (const char* nom : {"ART", "CDE", "UTL"}) AjouteTable(nom);
+  ASSERT_TRUE(db.Ouvre("V", 1, true));
+  int lectures = 0;
+  for (const RecordedCall& appel : provider.Calls()) {
+    lectures += appel.kind == Kind::kFirstRow && appel.text.starts_with("SELECT * FROM [$IDXKORV$]") ? 1 : 0;
+  }
+  EXPECT_EQ(lectures, 1);
+}
+
+TEST_F(DataBaseCatalogue, OfTwoTablesWhoseNamesDifferByCaseTheOneOfThatSpellingIsDropped) {
+  for (const char* nom : {"Utl", "UTL", "utl"}) AjouteTable(nom);
+  Ouvre(0, "BVIRTUEL.MDB");
+  db.SupTbl(" UTL ");
+  db.SupTbl("utl");
+  EXPECT_THAT(provider.Statements(), testing::IsSupersetOf({"DROP TABLE [UTL]", "DROP TABLE [utl]"}));
+  EXPECT_THAT(provider.Statements(), testing::Not(testing::Contains("DROP TABLE [Utl]")));
+}
+
+TEST_F(DataBaseCatalogue, NumbersThatAreCountedRowByRowMoveUpFromTheOneBehindThePosition) {
+  AjouteCatalogue();
+  for (const std::int16_t no : std::initializer_list<std::int16_t>{0, 1, 3, 4}) LigneFld("L'AN", no, "f" + std::to_string(no));
+  LigneFld("UTL", 2, "f");
+  Ouvre(0, "BVIRTUEL.MDB");
+  db::RenumeroteChamps(db, "L'AN", 1);
+  std::vector<std::string> numeros;
+  for (const Ligne& ligne : Lignes("$FLDKORV$")) {
+    numeros.push_back(runtime::ToText(ligne[0]) + " " + runtime::ToText(ligne[2]) + " " + runtime::ToText(ligne[1]));
+  }
+  EXPECT_THAT(numeros, ElementsAre("L'AN f0 0", "L'AN f1 1", "L'AN f3 2", "L'AN f4 3", "UTL f 2"));
 }
 
 class DataBaseSonde : public BaseDeTest {

@@ -102,6 +102,14 @@ TEST_F(DataBaseListes, ANumericAliasIsAPosition) {
   EXPECT_EQ(Numero([&] { (void)db.TblReel("1"); }), runtime::kSubscriptOutOfRange);
 }
 
+TEST_F(DataBaseListes, AnAliasThatIsANumberGivesItsLabelToNoOther) {
+  db.AddAlias("utl", "a", "", true);
+  db.AddAlias("art", "0", "Libelle", true);
+  EXPECT_EQ(db.LibAlias("a"), "");
+  EXPECT_EQ(db.LibAlias("1"), "Libelle");
+  EXPECT_EQ(db.TblReel("1"), "ART");
+}
+
 TEST_F(DataBaseListes, AddTblCreatesListsAndRecordsATable) {
   OuvreAvecTables();
   auto tbl = std::make_unique<db::DbTbl>();

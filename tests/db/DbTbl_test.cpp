@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include "runtime/Conversions.h"
 #include "tests/db/BaseDeTest.h"
 
 namespace tamlo::tests {
@@ -184,6 +185,21 @@ TEST_F(DbTbl, AvecMvtFollowsTheRelationsOfSomeTypesOnly) {
   }
 }
 
+TEST_F(DbTbl, AvecMvtReachesATableNamedByANumberAndNotTheOneAtThatPosition) {
+  AjouteCatalogue();
+  AjouteTable("ART");
+  AjouteTable("4");
+  AjouteTable("UTL");
+  Ouvre(1);
+  ASSERT_EQ(db.ListeTbl("4").Nom(), "ART");
+  db.AddAlias("4", "QUATRE", "", true);
+  db.AddRlt("UTL", "x", "QUATRE", "y", 0, 0, false);
+  db.ListeTbl("UTL").AvecMvt(false);
+  EXPECT_TRUE(db.ListeTbl("ART").AvecMvt());
+  ASSERT_EQ(db.ListeTbl("5").Nom(), "4");
+  EXPECT_FALSE(db.ListeTbl("5").AvecMvt());
+}
+
 TEST_F(DbTbl, AvecMvtGoesOnFromTableToTableAndEndsInCycles) {
   AjouteCatalogue();
   for (const char* nom : {"A", "B", "C", "D"}) AjouteTable(nom);
@@ -344,7 +360,7 @@ TEST_F(DbTbl, ALengthBeyondSixteenBitsLeavesAFieldWithoutALength) {
 class DbTblEdition : public BaseDeTest {
  protected:
   db::DbTbl& OuvreUtl(std::int16_t kind) {
-    AjouteCatalogue();
+    if (provider.FindTable("$FLDKORV$") == nullptr) AjouteCatalogue();
     ScriptedTable& table = AjouteTable("UTL");
     table.columns.push_back(MakeColumn("AGE", ado::adInteger, 4));
     LigneFld("UTL", 0, "nom");
@@ -404,6 +420,84 @@ TEST_F(DbTblEdition, AddFldGoesThroughTheCatalogObjectsOnSqlServer) {
   EXPECT_EQ(provider.Count(Kind::kAppendColumn), 1U);
   EXPECT_THAT(Envoyes(), ElementsAre("SELECT * FROM [$FLDKORV$]"));
   EXPECT_EQ(tbl.NbFld(), 4);
+}
+
+/// The numbers and names that the catalog has for UTL.
+std::vector<std::string> Numeros(RecordingProvider& provider) {
+  std::vector<std::string> numeros;
+  for (const auto& ligne : provider.FindTable("$FLDKORV$")->rows) {
+    if (ligne[0] == runtime::Variant("UTL")) numeros.push_back(runtime::ToText(ligne[1]) + " " + runtime::ToText(ligne[2]));
+  }
+  return numeros;
+}
+
+TEST_F(DbTblEdition, AddFldIsNumberedBehindTheHighestNumberOfTheCatalogWhoeverHoldsIt) {
+  AjouteCatalogue();
+  LigneFld("UTL", 7, "fantome");
+  db::DbTbl& tbl = OuvreUtl(1);
+  tbl.AddFld("Ville", ado::adVarWChar, 20, false);
+  EXPECT_EQ(tbl.ListeFld("ville").No(), 8);
+  tbl.AddFld("Rue", ado::adVarWChar, 20, false);
+  EXPECT_THAT(Numeros(provider), ElementsAre("7 fantome", "0 nom", "1 niveau", "2 age", "8 ville", "9 rue"));
+}
+
+TEST_F(DbTblEdition, AddFldIsNumberedBehindALeapInTheNumbersToo) {
+  AjouteCatalogue();
+  AjouteTable("ART");
+  LigneFld("ART", 0, "nom");
+  LigneFld("ART", 5, "niveau");
+  Ouvre(1);
+  db.ListeTbl("ART").AddFld("Ville", ado::adVarWChar, 20, false);
+  EXPECT_EQ(db.ListeTbl("ART").ListeFld("ville").No(), 6);
+}
+
+TEST_F(DbTblEdition, AddFldTakesAnotherNumberWhenItsOwnWasGivenAwayAndKnowsItFromThenOn) {
+  db::DbTbl& tbl = OuvreUtl(1);
+  LigneFld("UTL", 3, "autre");
+  provider.FailWrite("SELECT * FROM [$FLDKORV$]", runtime::kDuplicateKey, "doublon");
+  tbl.AddFld("Ville", ado::adVarWChar, 20, false);
+  EXPECT_EQ(tbl.ListeFld("ville").No(), 4);
+  tbl.AddFld("Rue", ado::adVarWChar, 20, false);
+  EXPECT_THAT(Numeros(provider), ElementsAre("0 nom", "1 niveau", "2 age", "3 autre", "4 ville", "5 rue"));
+  EXPECT_EQ(provider.Count(Kind::kAppendColumn), 2U);
+}
+
+TEST_F(DbTblEdition, AddFldTakesTheRowAwayThatAFieldOfThatNameLeftBehind) {
+  AjouteCatalogue();
+  LigneFld("UTL", 7, "ville");
+  db::DbTbl& tbl = OuvreUtl(1);
+  tbl.AddFld("Ville", ado::adVarWChar, 20, false);
+  EXPECT_THAT(provider.Statements(), ElementsAre("DELETE  FROM [$FLDKORV$] WHERE [TABLE]='UTL' AND [NOM]='ville'"));
+  EXPECT_EQ(Numeros(provider).back(), "8 ville");
+}
+
+TEST_F(DbTblEdition, TwoRowsOfOneNameAreOneField) {
+  AjouteCatalogue();
+  LigneFld("UTL", 7, "niveau");
+  EXPECT_EQ(OuvreUtl(1).NbFld(), 3);
+}
+
+TEST_F(DbTblEdition, DroppingAFieldThatTheCatalogNoLongerKnowsMovesNoNumber) {
+  AjouteCatalogue();
+  LigneFld("UTL", 7, "fantome");
+  db::DbTbl& tbl = OuvreUtl(1);
+  std::erase_if(provider.FindTable("$FLDKORV$")->rows, [](const Ligne& ligne) { return ligne[2] == runtime::Variant("niveau"); });
+  tbl.SupFld("niveau");
+  EXPECT_EQ(tbl.NbFld(), 2);
+  EXPECT_THAT(provider.Statements(), ElementsAre("ALTER TABLE [UTL] DROP COLUMN [NIVEAU]"));
+}
+
+TEST_F(DbTblEdition, APositionIsTheNameOfAColumnThatMemoryDoesNotKnowAndDropsNoOther) {
+  db::DbTbl& tbl = OuvreUtl(1);
+  tbl.SupFld("0");
+  EXPECT_THAT(provider.Statements(), testing::Contains("ALTER TABLE [UTL] DROP COLUMN [0]"));
+  provider.ClearCalls();
+  tbl.SupIdx("1");
+  EXPECT_THAT(provider.Statements(), testing::Contains("ALTER TABLE [UTL] DROP CONSTRAINT [1]"));
+  for (const std::string& texte : provider.Statements()) EXPECT_EQ(texte.find("I2"), std::string::npos) << texte;
+  EXPECT_EQ(tbl.NbFld(), 3);
+  EXPECT_EQ(tbl.NbIdx(), 2);
+  EXPECT_THAT(Numeros(provider), ElementsAre("0 nom", "1 niveau", "2 age"));
 }
 
 TEST_F(DbTblEdition, ARefusedAddFldLeavesMemoryAndCatalog) {

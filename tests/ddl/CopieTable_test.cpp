@@ -1,3 +1,6 @@
+#include <functional>
+#include <optional>
+
 #include "support/Support.h"
 #include "tests/ddl/BaseEnregistree.h"
 
@@ -124,6 +127,74 @@ TEST_F(CopieTable, ARefusedRowIsNamedAndTheRowsBeforeItStay) {
   const auto erreur = Erreur([&] { (void)Copie(); });
   EXPECT_EQ(erreur.number, 3022);
   EXPECT_EQ(erreur.description, "copie de la table T : ligne 1 : duplicate");
+}
+
+/// How many rows are there when the third one fails.
+class CopieRompue : public CopieTable {
+ protected:
+  /// Copies five rows; with longues the first is too long for batches, and all go one by one.
+  std::optional<db::ErreurCopie> Rompt(const std::function<void()>& echec, bool longues = false, std::int64_t debut = 0) {
+    const std::string memo(longues ? 3 << 20 : 1, 'm');
+    Prepare({MakeColumn("A", ado::adInteger), MakeColumn("M", ado::adLongVarWChar)}, {{1, memo}, {2, "n"}, {3, "n"}, {4, "n"}, {5, "n"}});
+    cible_.Provider().OnCall([&, ecritures = 0](const RecordedCall& appel) mutable {
+      if (appel.kind == RecordedCall::Kind::kInsert && ++ecritures == 3) echec();
+    });
+    std::optional<db::ErreurCopie> erreur;
+    db::CopieOptions options;
+    options.debut = debut;
+    try {
+      (void)Copie(options);
+    } catch (const db::ErreurCopie& rompue) {
+      erreur = rompue;
+    }
+    cible_.Provider().OnCall({});
+    return erreur;
+  }
+  void AttendPresentes(std::int64_t combien) {
+    EXPECT_EQ(static_cast<std::int64_t>(cible_.Provider().FindTable("T")->rows.size()), combien);
+  }
+};
+
+TEST_F(CopieRompue, ByARefusedRowKnowsHowManyAreThere) {
+  const auto erreur = Rompt([&] { cible_.Provider().FailWrite("T", 3022, "duplicate"); });
+  ASSERT_TRUE(erreur);
+  EXPECT_EQ(erreur->Description(), "copie de la table T : ligne 3 : duplicate");
+  EXPECT_EQ(erreur->AuMoins(), 2);
+  EXPECT_EQ(erreur->AuPlus(), 2);
+  AttendPresentes(2);
+}
+
+TEST_F(CopieRompue, ByALostConnectionDoesNotKnowWhetherTheLastRowIsThere) {
+  const auto erreur = Rompt([&] { cible_.Provider().FailWriteNative("T", 2013, "gone", "08S01"); });
+  ASSERT_TRUE(erreur);
+  EXPECT_EQ(erreur->Description(), "copie de la table T : ligne 3 : gone (lignes copiées présentes dans la cible : au moins 2, au plus 3)");
+  EXPECT_EQ(erreur->AuMoins(), 2);
+  EXPECT_EQ(erreur->AuPlus(), 3);
+  EXPECT_EQ(erreur->NativeCode(), 2013);
+  EXPECT_EQ(erreur->SqlState(), "08S01");
+}
+
+TEST_F(CopieRompue, ThatWentOnCountsTheRowsOfTheEarlierOnesToo) {
+  const auto erreur = Rompt([&] { cible_.Provider().FailWrite("T", 3022, "duplicate"); }, false, 2);
+  ASSERT_TRUE(erreur);
+  EXPECT_EQ(erreur->Description(), "copie de la table T : ligne 5 : duplicate");
+  EXPECT_EQ(erreur->AuMoins(), 4);
+  EXPECT_EQ(erreur->AuPlus(), 4);
+}
+
+TEST_F(CopieRompue, RowByRowByARefusedRowKnowsHowManyAreThere) {
+  const auto refusee = Rompt([&] { cible_.Provider().FailWrite("SELECT", 3022, "duplicate"); }, true);
+  ASSERT_TRUE(refusee);
+  EXPECT_EQ(refusee->AuMoins(), 2);
+  EXPECT_EQ(refusee->AuPlus(), 2);
+  AttendPresentes(2);
+}
+
+TEST_F(CopieRompue, RowByRowByAnythingElseLeavesTheLastRowInDoubt) {
+  const auto rompue = Rompt([&] { cible_.Provider().FailWriteNative("SELECT", 2013, "gone"); }, true);
+  ASSERT_TRUE(rompue);
+  EXPECT_EQ(rompue->AuMoins(), 2);
+  EXPECT_EQ(rompue->AuPlus(), 3);
 }
 
 TEST_F(CopieTable, AFailureToReadComesAfterTheRowsThatWereRead) {

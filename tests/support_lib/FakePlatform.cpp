@@ -23,7 +23,9 @@ FakeTextBox::FakeTextBox(FakeForm& form, std::string name, ui::Rectangle place) 
 void FakeTextBox::SetFocus() { form_.Focus(*this); }
 
 void FakeTextBox::Text(const std::string& text) {
-  text_ = maxLength > 0 ? std::string(runtime::Left(text, static_cast<std::size_t>(maxLength))) : text;
+  // The real boxes hold characters: a byte that is none becomes U+FFFD.
+  const std::string held = runtime::FromUtf16(runtime::ToUtf16(text));
+  text_ = maxLength > 0 ? std::string(runtime::Left(held, static_cast<std::size_t>(maxLength))) : held;
   selectionStart_ = 0;
   selectionLength_ = 0;
 }

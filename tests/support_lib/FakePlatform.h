@@ -33,7 +33,7 @@ class FakeTextBox final : public ui::TextBox {
   void Tip(const std::string& text) override { state.tip = text; }
   void AccessibleName(const std::string& name) override { state.accessibleName = name; }
   [[nodiscard]] std::string Text() const override { return text_; }
-  /// Puts the caret in front of the text. Assigned text is cut to the greatest length.
+  /// Puts the caret in front of the text. Assigned text is cut to the greatest length; bytes that are no character become U+FFFD.
   void Text(const std::string& text) override;
   void MaxLength(std::int16_t characters) override;
   void BackColor(ui::Color color) override { backColor = color; }

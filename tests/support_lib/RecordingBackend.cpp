@@ -143,7 +143,9 @@ void Backend::RaiseScripted(Failures& failures, const std::string& text) {
   for (auto& failure : failures) {
     if (failure.times == 0 || (failure.prefix ? !text.starts_with(failure.text) : text != failure.text)) continue;
     if (failure.times > 0) --failure.times;
-    throw runtime::Error(failure.number, failure.description, "recording");
+    runtime::Error error(failure.number, failure.description, "recording");
+    if (failure.native != 0) error.WithDiagnostics({{failure.sqlState, failure.native, failure.description}});
+    throw error;
   }
 }
 

@@ -21,6 +21,8 @@ struct RecordingProvider::Backend {
     std::int32_t number = 0;
     std::string description;
     int times = -1;
+    std::int32_t native = 0;  // with it, what a server tells of its own
+    std::string sqlState = "HY000";
   };
   using Failures = std::vector<Failure>;
 
@@ -44,6 +46,7 @@ struct RecordingProvider::Backend {
   Failures openFailures;
   Failures writeFailures;
   Failures readFailures;
+  Failures rollbackFailures;
   std::vector<std::shared_ptr<ScriptedTable>> tables;
   std::map<std::string, runtime::Variant> properties;
   std::vector<RecordedCall> calls;

@@ -269,6 +269,7 @@ class RecordingConnection final : public ado::ProviderConnection {
   void EndTransaction(Kind kind) {
     backend_->Record(kind, "");
     if (backend_->transactionLevel == 0) throw runtime::Error(runtime::kProviderFailure, "no transaction is active", "recording");
+    if (kind == Kind::kRollback) Backend::RaiseScripted(backend_->rollbackFailures, "");
     --backend_->transactionLevel;
     if (kind == Kind::kRollback) {
       for (auto& [table, rows] : backend_->rowsBefore.back()) table->rows = std::move(rows);

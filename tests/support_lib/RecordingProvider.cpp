@@ -82,6 +82,19 @@ void RecordingProvider::FailPrefix(const std::string& prefix, std::int32_t numbe
   backend_->statementFailures.push_back({prefix, true, number, description, times});
 }
 
+void RecordingProvider::FailNative(const std::string& prefix, std::int32_t native, const std::string& description) {
+  backend_->statementFailures.push_back({prefix, true, runtime::kProviderFailure, description, 1, native});
+}
+
+void RecordingProvider::FailWriteNative(const std::string& sourcePrefix, std::int32_t native, const std::string& description,
+                                        const std::string& sqlState) {
+  backend_->writeFailures.push_back({sourcePrefix, true, runtime::kProviderFailure, description, 1, native, sqlState});
+}
+
+void RecordingProvider::FailRollback(std::int32_t number, const std::string& description, int times) {
+  backend_->rollbackFailures.push_back({"", true, number, description, times});
+}
+
 void RecordingProvider::FailOpen(std::int32_t number, const std::string& description, int times) {
   backend_->openFailures.push_back({"", true, number, description, times});
 }

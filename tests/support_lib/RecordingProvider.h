@@ -76,10 +76,16 @@ class RecordingProvider {
   /// Makes Execute and the opening of sources of that text (beginning) fail, times times (-1: always).
   void Fail(const std::string& text, std::int32_t number, const std::string& description, int times = -1);
   void FailPrefix(const std::string& prefix, std::int32_t number, const std::string& description, int times = -1);
+  /// The same once, as a server does that tells a code of its own.
+  void FailNative(const std::string& prefix, std::int32_t native, const std::string& description);
+  void FailWriteNative(const std::string& sourcePrefix, std::int32_t native, const std::string& description,
+                       const std::string& sqlState = "HY000");
   /// Makes connecting fail.
   void FailOpen(std::int32_t number, const std::string& description, int times = -1);
   /// Makes saving a new or changed row fail on recordsets whose source begins so.
   void FailWrite(const std::string& sourcePrefix, std::int32_t number, const std::string& description, int times = 1);
+  /// Makes rolling back fail: the transaction stays open.
+  void FailRollback(std::int32_t number, const std::string& description, int times = -1);
   /// Makes reading the first row fail on recordsets whose source begins so.
   void FailRead(const std::string& sourcePrefix, std::int32_t number, const std::string& description, int times = -1);
 
