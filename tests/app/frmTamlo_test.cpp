@@ -506,7 +506,9 @@ TEST_F(GuardTest, ANameOfMoreThan30CharactersIsRefusedBeforeTheDatabaseIsOpened)
 }
 
 TEST_F(GuardTest, ANameThatTheBoxDoesNotHoldIsRefused) {
-  EXPECT_EQ(Save("base.mdb 0 12 AL\xFF" "EX 3 secret"), 1);
+  EXPECT_EQ(Save("base.mdb 0 12 AL\xFF"
+                 "EX 3 secret"),
+            1);
   ExpectInterrupted("Le nom de l'utilisateur à créer (paramètre 4) contient des caractères que la fenêtre ne peut pas tenir.");
   EXPECT_EQ(platform.runs, 0);
 }

@@ -157,6 +157,65 @@ TEST(TableAttachee, ThatTheCatalogDoesNotKnowIsReadWhenItIsAskedFor) {
   EXPECT_THAT(Decrit(base->ListeTbl("LIEN")), ElementsAre("id 3 0", "nom 202 30", "PK(id)pu"));
 }
 
+TEST(TableAttachee, ReachesNoSourceWhileTheDatabaseOpensEvenWhenTheCatalogIsMadeAnew) {
+  BaseOuverte base(BackendNomme("Jet"));
+  std::string nom;
+  {
+    BaseOuverte source(BackendNomme("Jet"));
+    CreeUtl(source);
+    nom = source.Nom();
+    base->AddTblAttachee(source->ListeTbl("UTL"), "LIEN");
+  }
+  base->SupTbl("$TBLKORV$");
+  base.Rouvre();
+  const auto tenu = [&] {
+    for (const auto& entree : std::filesystem::directory_iterator("/proc/self/fd")) {
+      std::error_code parti;
+      if (std::filesystem::read_symlink(entree.path(), parti) == std::filesystem::canonical(nom)) return true;
+    }
+    return false;
+  };
+  EXPECT_FALSE(tenu());
+  EXPECT_THAT(Decrit(base->ListeTbl("LIEN")), ElementsAre("id 3 0", "nom 202 30", "PK(id)pu"));
+  EXPECT_TRUE(tenu()) << "this is how it is seen";
+}
+
+TEST(TableAttachee, AFieldThatItsSourceHasNoMoreIsToldByName) {
+  BaseOuverte source(BackendNomme("Jet"));
+  CreeUtl(source);
+  BaseOuverte base(BackendNomme("Jet"));
+  base->AddTblAttachee(source->ListeTbl("UTL"), "LIEN");
+  source->ListeTbl("UTL").SupFld("NOM");
+  base.Rouvre();
+  const auto erreur = runtime::IgnoringErrors([&] { (void)base->ListeTbl("LIEN").ListeFld("NOM").Typ(); });
+  EXPECT_EQ(erreur.number, runtime::kItemNotFound);
+  EXPECT_TRUE(erreur.description.ends_with(" (nom)")) << erreur.description;
+}
+
+TEST(TableAttachee, WhoseNameTheCatalogDoesNotHoldIsAttachedWithoutARow) {
+  BaseOuverte source(BackendNomme("Jet"));
+  CreeUtl(source);
+  BaseOuverte base(BackendNomme("Jet"));
+  const std::string nom(31, 'L');
+  EXPECT_EQ(runtime::IgnoringErrors([&] { base->AddTblAttachee(source->ListeTbl("UTL"), nom); }).description, "");
+  EXPECT_THAT(Decrit(base->ListeTbl(nom)), ElementsAre("id 3 0", "nom 202 30", "PK(id)pu"));
+  for (const char* catalogue : {"$TBLKORV$", "$FLDKORV$", "$IDXKORV$"}) {
+    EXPECT_TRUE(base->OpenRecordSet("SELECT * FROM [" + std::string(catalogue) + "]", 0).Eof()) << catalogue;
+  }
+}
+
+TEST(TableAttachee, WhoseNameIsANumberIsNotTheOneAtThatPosition) {
+  BaseOuverte source(BackendNomme("Jet"));
+  CreeUtl(source);
+  BaseOuverte base(BackendNomme("Jet"));
+  const std::string premiere = base->ListeTbl("0").Nom();
+  const auto avant = Decrit(base->ListeTbl("0"));
+  base->AddTblAttachee(source->ListeTbl("UTL"), "0");
+  EXPECT_EQ(base->ListeTbl("0").Nom(), premiere);
+  EXPECT_EQ(Decrit(base->ListeTbl("0")), avant);
+  EXPECT_THAT(Decrit(base->ListeTbl(std::to_string(base->NbTbl() - 1))), ElementsAre("id 3 0", "nom 202 30", "PK(id)pu"));
+}
+
 TEST(TableAttachee, OfASourceWithoutADataSourceNameIsAnErrorAndTheOldLinkStays) {
   BaseOuverte source(BackendNomme("Sqlite"));
   ASSERT_NE(source.Nom().find("DRIVER="), std::string::npos) << "reached through its driver: " << source.Nom();

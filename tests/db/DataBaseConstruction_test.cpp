@@ -198,9 +198,7 @@ class DataBaseLignesPresentes : public DataBaseAPlusieurs {
     reponse("$IDXKORV$", "TABLE", index);
   }
   /// No key of any table.
-  static ScriptedResult Cles() {
-    return {{MakeField("Key_name", ado::adVarWChar, 64), MakeField("Column_name", ado::adVarWChar, 64)}, {}};
-  }
+  static ScriptedResult Cles() { return {{MakeField("Key_name", ado::adVarWChar, 64), MakeField("Column_name", ado::adVarWChar, 64)}, {}}; }
   /// The names for which rows of tables were written, but for the probe's.
   Textes Ecrites() {
     Textes noms;
@@ -229,13 +227,12 @@ TEST_F(DataBaseLignesPresentes, ThoseOfAnotherThatHasEndedAreLeftAsTheyAre) {
 }
 
 TEST_F(DataBaseLignesPresentes, LeftoversGiveWay) {
-  for (const auto& [tables, champs, index] :
-       std::vector<std::tuple<Textes, Textes, Textes>>{{{}, {"ART"}, {}},
-                                                       {{"ART"}, {}, {}},
-                                                       {{}, {}, {"ART"}},
-                                                       {{"TEST_DT"}, {"TEST_DT"}, {"TEST_DT"}},
-                                                       {{"TEST_DT"}, {"ART"}, {}},
-                                                       {{"ART"}, {"TEST_DT"}, {}}}) {
+  for (const auto& [tables, champs, index] : std::vector<std::tuple<Textes, Textes, Textes>>{{{}, {"ART"}, {}},
+                                                                                             {{"ART"}, {}, {}},
+                                                                                             {{}, {}, {"ART"}},
+                                                                                             {{"TEST_DT"}, {"TEST_DT"}, {"TEST_DT"}},
+                                                                                             {{"TEST_DT"}, {"ART"}, {}},
+                                                                                             {{"ART"}, {"TEST_DT"}, {}}}) {
     for (const char* nom : {"$TBLKORV$", "$FLDKORV$", "$IDXKORV$"}) provider.FindTable(nom)->rows.clear();
     Presentes(tables, champs, index);
     provider.ClearCalls();

@@ -132,10 +132,10 @@ TEST_F(CopieTable, ARefusedRowIsNamedAndTheRowsBeforeItStay) {
 /// How many rows are there when the third one fails.
 class CopieRompue : public CopieTable {
  protected:
-  /// Copies five rows; with longues the first is too long for batches, and all go one by one.
+  /// Copies five rows; with longues the second is too long for batches, and it and those behind it go one by one.
   std::optional<db::ErreurCopie> Rompt(const std::function<void()>& echec, bool longues = false, std::int64_t debut = 0) {
     const std::string memo(longues ? 3 << 20 : 1, 'm');
-    Prepare({MakeColumn("A", ado::adInteger), MakeColumn("M", ado::adLongVarWChar)}, {{1, memo}, {2, "n"}, {3, "n"}, {4, "n"}, {5, "n"}});
+    Prepare({MakeColumn("A", ado::adInteger), MakeColumn("M", ado::adLongVarWChar)}, {{1, "n"}, {2, memo}, {3, "n"}, {4, "n"}, {5, "n"}});
     cible_.Provider().OnCall([&, ecritures = 0](const RecordedCall& appel) mutable {
       if (appel.kind == RecordedCall::Kind::kInsert && ++ecritures == 3) echec();
     });
