@@ -145,7 +145,12 @@ void DataBase::InscritAuCatalogue(DbTbl& tbl) {
 }
 
 void DataBase::SupTbl(const std::string& nom) {
-  if (!ExisteTbl(nom)) return;
+  if (!ExisteTbl(nom)) {
+    // Another program may have made it since the catalog was read; an opening has just read it.
+    if (enOuverture_) return;
+    Catalogue().Refresh();
+    if (!ExisteTbl(nom)) return;
+  }
   const std::string cle = runtime::UpperCase(runtime::Trim(nom));
   const auto entree = EntreeNommee(tables_, cle);
   std::vector<std::pair<std::string, std::string>> nettoyages;
@@ -156,7 +161,14 @@ void DataBase::SupTbl(const std::string& nom) {
   nettoie(kTblKorv, "NOM");
   nettoie(kFldKorv, "TABLE");
   nettoie(kIdxKorv, "TABLE");
-  ddl::SupprimeTable(*this, NomDansLaBase(Catalogue(), nom), entree != tables_.end() ? entree->tbl.get() : nullptr);
+  try {
+    ddl::SupprimeTable(*this, NomDansLaBase(Catalogue(), nom), entree != tables_.end() ? entree->tbl.get() : nullptr);
+  } catch (const runtime::Error&) {
+    // Or have dropped it: then there is nothing to do, as when that is known from the start.
+    Catalogue().Refresh();
+    if (ExisteTbl(nom)) throw;
+    return;
+  }
   Catalogue().Refresh();
   if (entree != tables_.end()) {
     tables_.erase(entree);

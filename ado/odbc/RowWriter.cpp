@@ -157,7 +157,7 @@ RowWriter::Condition RowWriter::ConditionFor(const RowImage& old) const {
   std::vector<std::size_t> parameters;
   for (const std::size_t field : condition.fields) {
     const bool isNull = old.value(field).IsNull();
-    condition.text += (condition.text.empty() ? " WHERE " : " AND ") + Name(field) + (isNull ? " IS NULL" : " = ?");
+    condition.text += (condition.text.empty() ? " WHERE " : " AND ") + (isNull ? Name(field) + " IS NULL" : Equals(field));
     if (!isNull) parameters.push_back(field);
   }
   condition.fields = std::move(parameters);
@@ -190,10 +190,16 @@ std::int64_t RowWriter::CountRows(const Condition& condition, const RowImage& ol
   return statement.Fetch() ? statement.Integer(1, 0) : 0;
 }
 
+/// SQLite keeps the -1 of a statement as it stands, and the driver gives every truth value but 0 as 1.
+std::string RowWriter::Equals(std::size_t field) const {
+  const bool anyTruth = fields_[field].type == adBoolean && session_->Facts().backend == Backend::kSqlite;
+  return anyTruth ? "(" + Name(field) + " <> 0) = ?" : Name(field) + " = ?";
+}
+
 /// The column in a comparison that tells every other value, also one that differs by case, accents or blanks alone.
 std::string RowWriter::Comparable(std::size_t field) const {
   const std::string name = Name(field);
-  if (!IsTextType(fields_[field].type)) return name + " = ?";
+  if (!IsTextType(fields_[field].type)) return Equals(field);
   switch (session_->Facts().backend) {
     case Backend::kMySql:
       return "CAST(CONVERT(" + name + " USING utf8mb4) AS BINARY) = ?";

@@ -62,6 +62,7 @@ class RowWriter {
   [[nodiscard]] std::string Name(std::size_t field) const;
   void AddParameters(ParameterSet& parameters, std::span<const Assignment> values);
   [[nodiscard]] std::vector<std::size_t> AllFields() const;
+  [[nodiscard]] std::string Equals(std::size_t field) const;
   [[nodiscard]] std::string Comparable(std::size_t field) const;
   [[nodiscard]] std::optional<Variant> OldToCompare(std::size_t field, const RowImage& old) const;
   [[nodiscard]] Condition Unchanged(Condition condition, std::span<const Assignment> values, const RowImage& old);

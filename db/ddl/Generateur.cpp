@@ -231,7 +231,16 @@ bool MemeColonne(const DataBase& db, const DbFld& un, const DbFld& autre) {
 }
 
 void SupprimeTable(DataBase& db, const std::string& nom, const DbTbl* tbl) {
-  db.Connexion().Execute(GenerateurDe(db.Kind16()).TexteSupTable(nom, tbl), ado::adExecuteNoRecords);
+  const GenerateurBase& generateur = GenerateurDe(db.Kind16());
+  const std::string texte = generateur.TexteSupTable(nom, tbl);
+  try {
+    db.Connexion().Execute(texte, ado::adExecuteNoRecords);
+  } catch (const runtime::Error&) {
+    // A number or one of the server's own words is a name between quotes alone. Whatever else is wrong is so with them too.
+    const std::string cite = generateur.TexteSupTableCite(nom);
+    if (cite.empty() || cite == texte) throw;
+    if (runtime::IgnoringErrors([&] { db.Connexion().Execute(cite, ado::adExecuteNoRecords); })) throw;
+  }
 }
 
 }  // namespace tamlo::db::ddl

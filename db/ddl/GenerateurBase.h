@@ -39,6 +39,8 @@ class GenerateurBase {
   [[nodiscard]] virtual bool SupprimeHomologue(DataBase& /*db*/, const DbTbl& /*tbl*/, const DbIdx& /*idx*/) const { return true; }
   /// The statement that drops a table, to be sent as it stands. tbl: nullptr for a table that is not listed.
   [[nodiscard]] virtual std::string TexteSupTable(const std::string& nom, const DbTbl* /*tbl*/) const { return "DROP TABLE [" + nom + "]"; }
+  /// The same for a name that the backend did not take like that; empty where there is no other way to write it.
+  [[nodiscard]] virtual std::string TexteSupTableCite(const std::string& /*nom*/) const { return {}; }
 };
 
 /// The hooks of a kind; every kind above MySQL and every negative one is generic ODBC.

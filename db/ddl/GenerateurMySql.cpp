@@ -82,7 +82,9 @@ std::string GenerateurMySql::TexteSupTable(const std::string& nom, const DbTbl*)
     const auto octet = static_cast<unsigned char>(c);
     return octet >= 0x80 || std::isalnum(octet) != 0 || c == '_' || c == '$';
   });
-  return "DROP TABLE " + (simple ? nom : Entre(kMarque, nom));
+  return simple ? "DROP TABLE " + nom : TexteSupTableCite(nom);
 }
+
+std::string GenerateurMySql::TexteSupTableCite(const std::string& nom) const { return "DROP TABLE " + Entre(kMarque, nom); }
 
 }  // namespace tamlo::db::ddl

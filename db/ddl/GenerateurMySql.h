@@ -14,6 +14,7 @@ class GenerateurMySql final : public GenerateurBase {
   [[nodiscard]] std::string NomHomologue(DataBase& db, const DbTbl& tbl, const DbIdx& idx) const override;
   [[nodiscard]] bool SupprimeHomologue(DataBase& db, const DbTbl& tbl, const DbIdx& idx) const override;
   [[nodiscard]] std::string TexteSupTable(const std::string& nom, const DbTbl* tbl) const override;
+  [[nodiscard]] std::string TexteSupTableCite(const std::string& nom) const override;
 };
 
 }  // namespace tamlo::db::ddl

@@ -133,6 +133,26 @@ TEST_P(Conflicts, AValueThatTheBackendStoredOtherwiseCanBeChangedAgain) {
   EXPECT_EQ(Refusal(rows), kChanged);
 }
 
+TEST_P(Conflicts, ATruthValueWrittenByAStatementIsFoundAgainInATableWithoutAKey) {
+  const bool postgres = GetParam() == "PostgreSQL";
+  other.Execute(std::string("CREATE TABLE v (n INTEGER, ok ") + (GetParam() == "MariaDB" ? "TINYINT(1)" : "BOOLEAN") + ")");
+  for (const char* value : {"-1", "0", "NULL"}) {
+    const std::string truth = postgres && *value != 'N' ? (*value == '0' ? "FALSE" : "TRUE") : value;
+    other.Execute("INSERT INTO v VALUES (1, " + truth + ")");
+    other.Execute("INSERT INTO v VALUES (2, " + truth + ")");
+  }
+  ado::Recordset rows = Open("SELECT * FROM v");
+  for (; !rows.Eof(); rows.MoveNext()) {
+    if (rows.Fields("n").Value() == Variant(std::int32_t{1})) {
+      rows.Delete();
+    } else {
+      rows.Fields("n").Value(std::int32_t{3});
+      EXPECT_EQ(Refusal(rows), "");
+    }
+  }
+  EXPECT_EQ(Open("SELECT COUNT(*) FROM v WHERE n = 3").Fields(0).Value(), Open("SELECT COUNT(*) FROM v").Fields(0).Value());
+}
+
 TEST_P(Conflicts, InsideATransactionTheRowIsLookedForAsItIs) {
   if (GetParam() == "SQLite") GTEST_SKIP() << "SQLite lets nobody write while another's transaction has read";
   connection.BeginTrans();

@@ -339,6 +339,34 @@ TEST_P(Structure, ATableWhoseNameHoldsOthersIsDroppedAlone) {
   EXPECT_GT(pris, 0);
 }
 
+TEST_P(Structure, ATableWhoseNameIsNoWordWithoutQuotesIsDropped) {
+  if (!Capacite().creeTables) GTEST_SKIP() << "a generic ODBC source has no catalog tables";
+  BaseOuverte base(Sur());
+  for (const char* nom : {"TABLE", "SELECT", "1", "1E5"}) {
+    base.Cree(Table(nom, {{"X", ado::adInteger, 4}}));
+    ASSERT_TRUE(base->ExisteTbl(nom)) << nom;
+    base->SupTbl(nom);
+    EXPECT_FALSE(base->ExisteTbl(nom)) << nom;
+    EXPECT_EQ(base->VerifieCatalogue(nom).size(), 0U) << nom;
+  }
+}
+
+TEST_P(Structure, ATableThatAnotherProgramHasMadeIsDroppedAndOneThatItHasDroppedIsGone) {
+  if (!Capacite().creeTables) GTEST_SKIP() << "a generic ODBC source has no catalog tables";
+  BaseOuverte base(Sur());
+  base.Cree(Table("ANCIENNE", {{"X", ado::adInteger, 4}}));
+  BaseOuverte autre(Sur(), base.Nom());
+  base.Cree(Table("NEUVE", {{"X", ado::adInteger, 4}}));
+  autre->SupTbl("NEUVE");
+  base->Catalogue().Refresh();
+  EXPECT_EQ(base->Catalogue().Find("NEUVE"), nullptr);
+  ASSERT_TRUE(autre->ExisteTbl("ANCIENNE"));
+  base->SupTbl("ANCIENNE");
+  autre->SupTbl("ANCIENNE");
+  base.Rouvre();
+  EXPECT_EQ(base->VerifieCatalogue().size(), 0U);
+}
+
 TEST_P(Structure, RelationsAreReadFromTheirTableAtTheOpening) {
   if (!Capacite().creeTables) GTEST_SKIP() << "a generic ODBC source has no catalog tables";
   BaseOuverte base(Sur());

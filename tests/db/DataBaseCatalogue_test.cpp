@@ -452,7 +452,7 @@ TEST_F(DataBaseSonde, AFailureBeforeTheProbeKeepsTheFormatOfThePreviousOpening) 
   ASSERT_EQ(db.FmtDate(), "DD-MM-YYYY");
   AccepteLitteral();
   AjouteTable("$TESTDT$");
-  provider.FailPrefix("DROP TABLE $TESTDT$", 1, "refus", 1);
+  provider.FailPrefix("DROP TABLE ", 1, "refus", 2);  // also between quotes
   ASSERT_TRUE(db.Ouvre("V", 3, true));
   EXPECT_EQ(db.FmtDate(), "DD-MM-YYYY");
   ASSERT_TRUE(db.Ouvre("V", 3, true));

@@ -214,7 +214,7 @@ TEST_F(DataBaseListes, SupTblDropsTheTableItsEntryAndItsCatalogRows) {
 TEST_F(DataBaseListes, SupTblOfAMissingTableDoesNothing) {
   OuvreAvecTables();
   db.SupTbl("ABSENTE");
-  EXPECT_THAT(provider.Calls(), IsEmpty());
+  EXPECT_THAT(Envoyes(), IsEmpty());
 }
 
 TEST_F(DataBaseListes, ARefusedDropLeavesListAndCatalogRows) {
