@@ -20,6 +20,8 @@ PrivateServer::~PrivateServer() { Signal(SIGINT); }
 
 void PrivateServer::Kill() { Signal(SIGKILL); }
 void PrivateServer::Restart() { Start(); }
+void PrivateServer::Stop() { ::kill(process_, SIGSTOP); }
+void PrivateServer::Continue() { ::kill(process_, SIGCONT); }
 
 void PrivateServer::Start() {
   const std::string folder = Folder();

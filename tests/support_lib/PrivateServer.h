@@ -20,6 +20,9 @@ class PrivateServer {
   void Kill();
   /// Starts it again on the same data, after Kill.
   void Restart();
+  /// Lets it stand still, as a machine without breath would, and go on.
+  void Stop();
+  void Continue();
 
   [[nodiscard]] std::string Folder() const { return folder_.Path().string(); }
 
