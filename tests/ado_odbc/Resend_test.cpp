@@ -235,6 +235,27 @@ TEST_F(ResentInTransaction, ABatchIsNotSentAgain) {
   EXPECT_EQ(Scalar("SELECT COUNT(*) FROM t"), "2");
 }
 
+TEST_F(Resent, AStatementIsSentAgainTwentyTimesAtMost) {
+  // A row is refused until the count of all attempts is beyond its number; variables of the session outlive what is undone.
+  connection.Execute("CREATE TABLE refus (id INTEGER PRIMARY KEY)");
+  connection.Execute("CREATE TABLE conflit (id INTEGER)");
+  connection.Execute("CREATE TRIGGER conflit_avant BEFORE INSERT ON conflit FOR EACH ROW SIGNAL SQLSTATE '40001' SET MYSQL_ERRNO = 1213");
+  connection.Execute(
+      "CREATE TRIGGER refus_avant BEFORE INSERT ON refus FOR EACH ROW INSERT INTO conflit SELECT 1 FROM DUAL WHERE "
+      "(@fois := IFNULL(@fois, 0) + 1) <= NEW.id");
+  EXPECT_EQ(runtime::IgnoringErrors([&] { connection.Execute("INSERT INTO refus VALUES (20)"); }).description, "");
+  EXPECT_EQ(ResentStatements(), 20);
+  std::optional<Error> failure;
+  try {
+    connection.Execute("INSERT INTO refus VALUES (42)");  // 21 attempts were needed before, and 21 are refused now
+  } catch (const Error& error) {
+    failure = error;
+  }
+  ExpectUndone(failure);
+  EXPECT_EQ(ResentStatements(), 40);
+  EXPECT_EQ(Scalar("SELECT GROUP_CONCAT(id) FROM refus"), "20");
+}
+
 TEST_F(Resent, AStatementOfATransactionThatATextOpenedIsNotSentAgain) {
   connection.Execute(" /* à la main */ Start transaction");
   connection.Execute("INSERT INTO lourd VALUES (7)");
