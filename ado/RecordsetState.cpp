@@ -115,8 +115,8 @@ void RecordsetState::Delete() {
   position = Position::kDeleted;
 }
 
-Variant RecordsetState::Value(std::size_t field) {
-  if (rowset && position == Position::kOnRow && edit == adEditNone) return rowset->Value(field);
+/// Without an edit too, where there is no row, or the first one is not read yet.
+Variant RecordsetState::ValueInEdit(std::size_t field) {
   RequireRow();
   if (edit != adEditNone) {
     if (const auto& value = pending[field]) {

@@ -41,7 +41,11 @@ struct RecordsetState {
   void CancelUpdate() noexcept;
   void Delete();
 
-  [[nodiscard]] Variant Value(std::size_t field);
+  [[nodiscard]] Variant Value(std::size_t field) {
+    const bool asRead = rowset && position == Position::kOnRow && edit == adEditNone;
+    return asRead ? rowset->Value(field) : ValueInEdit(field);
+  }
+  [[nodiscard]] Variant ValueInEdit(std::size_t field);
   [[nodiscard]] std::size_t ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity);
 
   std::shared_ptr<ConnectionState> connection;

@@ -211,6 +211,12 @@ void BatchInsert::Hold(std::span<const Variant> row) {
   for (std::size_t i = 0; i < columns_.size(); ++i) {
     auto& column = columns_[i];
     if (column.left) continue;
+    const auto slot = std::span(column.data).subspan(held_ * column.stride, column.stride);
+    if (const std::size_t usual = EncodeUsual(row[i], column.shape, slot)) {
+      column.indicators[held_] = static_cast<std::ptrdiff_t>(usual);
+      heldBytes_ += usual;
+      continue;
+    }
     scratch_.clear();
     try {
       if (!Encode(row[i], column.shape, scratch_)) {

@@ -133,8 +133,8 @@ bool OdbcRowset::MoveFirst() {
 }
 
 void OdbcRowset::LeaveRow() {
+  if (!changes_ && chunkField_ == SIZE_MAX && chunkValue_.IsEmpty()) return;
   changes_.reset();
-  if (chunkField_ == SIZE_MAX && chunkValue_.IsEmpty()) return;
   chunkField_ = SIZE_MAX;
   chunkValue_ = Variant();
 }

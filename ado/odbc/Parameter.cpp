@@ -431,6 +431,56 @@ bool Encode(const Variant& value, const ParameterShape& shape, std::vector<std::
   return false;
 }
 
+namespace {
+
+template <typename T>
+std::size_t Put(std::span<std::byte> slot, T value) {
+  if (slot.size() < sizeof value) return 0;
+  std::memcpy(slot.data(), &value, sizeof value);
+  return sizeof value;
+}
+
+/// ASCII without a character 0, which no driver makes anything else of.
+std::size_t PutAscii(std::span<std::byte> slot, std::string_view text, const ParameterShape& shape) {
+  if (shape.limit > 0 && static_cast<std::int64_t>(text.size()) > shape.limit) return 0;
+  const bool ascii = std::all_of(text.begin(), text.end(), [](char c) { return static_cast<signed char>(c) > 0; });
+  if (!ascii) return 0;
+  if (shape.nativeType == SQL_C_CHAR) {
+    if (text.size() > slot.size()) return 0;
+    std::memcpy(slot.data(), text.data(), text.size());
+    return text.size();
+  }
+  if (text.size() * sizeof(char16_t) > slot.size()) return 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto unit = static_cast<char16_t>(text[i]);
+    std::memcpy(slot.data() + i * sizeof unit, &unit, sizeof unit);
+  }
+  return text.size() * sizeof(char16_t);
+}
+
+}  // namespace
+
+std::size_t EncodeUsual(const Variant& value, const ParameterShape& shape, std::span<std::byte> slot) {
+  switch (shape.form) {
+    case Form::kInteger:
+    case Form::kBigInteger: {
+      const auto* whole = value.If<std::int32_t>();
+      if (!whole || shape.adoType != adInteger) return 0;
+      return shape.form == Form::kInteger ? Put(slot, *whole) : Put(slot, std::int64_t{*whole});
+    }
+    case Form::kDouble: {
+      const auto* real = value.If<double>();
+      return real && shape.adoType == adDouble && std::isfinite(*real) ? Put(slot, *real) : 0;
+    }
+    case Form::kText: {
+      const auto* text = value.If<std::string>();
+      return text ? PutAscii(slot, *text, shape) : 0;
+    }
+    default:
+      return 0;
+  }
+}
+
 void ParameterSet::Add(const Variant& value, const ParameterShape& shape) {
   auto bound = std::make_unique<Bound>();
   bound->shape = shape;

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <variant>
 #include <vector>
@@ -38,6 +39,10 @@ struct ParameterShape {
 /// -2147467259 naming the column for a text or bytes too long for it, and for a value of which the driver or the backend would make another
 /// one without a word: nothing is ever cut or changed, but rounded to the digits that the column has.
 [[nodiscard]] bool Encode(const Variant& value, const ParameterShape& shape, std::vector<std::byte>& out);
+
+/// The same for what is written by the million: a value of the column's own type, of a text one in ASCII, straight into its slot. The bytes
+/// written; 0 where the value is any other or has no room, and Encode is to be asked.
+[[nodiscard]] std::size_t EncodeUsual(const Variant& value, const ParameterShape& shape, std::span<std::byte> slot);
 
 /// The parameters of one execution of a prepared statement. Must live until it is executed.
 class ParameterSet {

@@ -122,8 +122,7 @@ void RowReader::BindColumns() {
 }
 
 void RowReader::NewRow() {
-  if (stream_.field != SIZE_MAX) stream_ = Stream{};
-  if (!unboundColumns_) return;
+  stream_ = Stream{};
   for (auto& column : columns_) {
     column.touched = false;
     column.whole.reset();
@@ -135,11 +134,10 @@ bool RowReader::Next() {
   if (!bound_) BindColumns();
   if (row_ + 1 < fetched_) {
     ++row_;
-    NewRow();
-    return true;
+  } else {
+    ended_ = !FetchBlock();
   }
-  ended_ = !FetchBlock();
-  NewRow();
+  if (stream_.field != SIZE_MAX || unboundColumns_) NewRow();
   return !ended_;
 }
 
@@ -230,20 +228,19 @@ auto RowReader::Told(std::size_t field, Call&& call) {
   }
 }
 
-Variant RowReader::Value(std::size_t field) {
-  if (spoilt_) RefuseSpoiltRow();
+/// What is read by the million: a short value that stands in its buffer as it is. Empty for any other.
+Variant RowReader::Usual(std::size_t field) const {
   const Column& column = columns_[field];
-  if (column.usual && (column.companion == ReadPlan::kNone || HasNull(column.companion))) {
-    const std::ptrdiff_t length = column.indicators[row_];
-    if (length >= 0 && static_cast<std::size_t>(length) <= column.room) {
-      Variant value = DecodeUsual(column.plan, Info(field), column.data.data() + row_ * column.plan.elementSize, static_cast<std::size_t>(length));
-      if (!value.IsEmpty()) return value;
-    }
-  }
+  if (spoilt_ || !column.usual || (column.companion != ReadPlan::kNone && !HasNull(column.companion))) return {};
+  const std::ptrdiff_t length = column.indicators[row_];
+  if (length < 0 || static_cast<std::size_t>(length) > column.room) return {};
+  return DecodeUsual(column.plan, *column.info, column.data.data() + row_ * column.plan.elementSize, static_cast<std::size_t>(length));
+}
+
+Variant RowReader::Unusual(std::size_t field) {
+  RefuseSpoiltRow();
   return Told(field, [&]() -> Variant {
-    if (column.companion != ReadPlan::kNone) {
-      if (auto value = FromCompanion(field)) return std::move(*value);
-    }
+    if (auto value = FromCompanion(field)) return std::move(*value);
     return Read(field);
   });
 }
