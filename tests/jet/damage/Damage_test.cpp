@@ -142,8 +142,8 @@ int Times() {
   return given == nullptr ? 1 : std::max(1, std::atoi(given));
 }
 
-/// Damages the file many times and uses it each time: nothing but errors with a place, below a second of computing, in bounded memory.
-void Torture(const File& original, const std::string& name, int rounds, unsigned seed) {
+/// Damages the file many times and uses it each time: nothing but errors with a place, in bounded time of computing and memory.
+void Torture(const File& original, const std::string& name, int rounds, unsigned seed, double longest = kSlowest) {
   std::size_t errors = 0;
   double slowest = 0;
   std::size_t most = 0;
@@ -159,7 +159,7 @@ void Torture(const File& original, const std::string& name, int rounds, unsigned
     const double seconds = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
     const std::size_t peak = peakBytes - before;
     ASSERT_EQ(outcome.unplaced, "");
-    ASSERT_LT(seconds, kSlowest);
+    ASSERT_LT(seconds, longest);
     // The file itself lives in memory here, as written and as copied by the compacting; the cache may hold it once more.
     ASSERT_LT(peak, 8 * original.size() + (std::size_t{24} << 20));
     errors += outcome.errors;
@@ -201,7 +201,9 @@ TEST(Damage, OfRealFilesEndsInErrorsWithAPlace) {
   std::sort(paths.begin(), paths.end());
   ASSERT_FALSE(paths.empty());
   for (const auto& path : paths) {
-    Torture(Load(path), path.filename().string(), 75 * Times(), ++seed);
+    // Some of those beside the samples are ten times as large: using one of them whole takes most of a second, damaged or not.
+    const bool large = path.parent_path().filename() == "samples2";
+    Torture(Load(path), path.filename().string(), (large ? 10 : 75) * Times(), ++seed, large ? 3 * kSlowest : kSlowest);
     if (HasFatalFailure()) return;
   }
 }
