@@ -149,7 +149,8 @@ void DataBase::SupTbl(const std::string& nom) {
     // Another program may have made it since the catalog was read; an opening has just read it.
     if (enOuverture_) return;
     Catalogue().Refresh();
-    if (!ExisteTbl(nom)) return;
+    // A backend that does not answer is no backend without the table: its error goes to the caller.
+    if (Catalogue().Find(std::string(runtime::Trim(nom))) == nullptr) return;
   }
   const std::string cle = runtime::UpperCase(runtime::Trim(nom));
   const auto entree = EntreeNommee(tables_, cle);
@@ -165,9 +166,11 @@ void DataBase::SupTbl(const std::string& nom) {
     ddl::SupprimeTable(*this, NomDansLaBase(Catalogue(), nom), entree != tables_.end() ? entree->tbl.get() : nullptr);
   } catch (const runtime::Error&) {
     // Or have dropped it: then there is nothing to do, as when that is known from the start.
+    bool partie = false;
     Catalogue().Refresh();
-    if (ExisteTbl(nom)) throw;
-    return;
+    (void)runtime::IgnoringErrors([&] { partie = Catalogue().Find(std::string(runtime::Trim(nom))) == nullptr; });
+    if (partie) return;
+    throw;
   }
   Catalogue().Refresh();
   if (entree != tables_.end()) {

@@ -160,7 +160,7 @@ void Histoire::Termine(bool valide) {
   // Lists in memory do not go back with a transaction.
   Ferme(0);
   Ferme(1);
-  if (trouees_ && valide) Renumerote();
+  if (trouees_ && valide && terrain_.Catalogue()) Renumerote();
   trouees_ = false;
 }
 

@@ -217,6 +217,15 @@ TEST_F(DataBaseListes, SupTblOfAMissingTableDoesNothing) {
   EXPECT_THAT(Envoyes(), IsEmpty());
 }
 
+TEST_F(DataBaseListes, SupTblOfABackendThatNoLongerAnswersIsItsErrorAndNeverDone) {
+  OuvreAvecTables();
+  provider.Fail("DROP TABLE [UTL]", 3003, "la connexion est perdue");
+  provider.Fail("LIST TABLES", 3004, "elle l'est toujours");
+  EXPECT_EQ(Numero([&] { db.SupTbl("UTL"); }), 3003);
+  EXPECT_EQ(Numero([&] { db.SupTbl("ABSENTE"); }), 3004);
+  EXPECT_EQ(db.ListeTbl("UTL").Nom(), "UTL");
+}
+
 TEST_F(DataBaseListes, ARefusedDropLeavesListAndCatalogRows) {
   OuvreAvecTables();
   provider.Fail("DROP TABLE [UTL]", 3003, "table verrouillée");

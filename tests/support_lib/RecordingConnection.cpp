@@ -149,6 +149,7 @@ class RecordingCatalog final : public ado::ProviderCatalog {
 
   std::vector<std::pair<std::string, std::string>> Tables() override {
     backend_->Record(Kind::kListTables, "");
+    Backend::RaiseScripted(backend_->statementFailures, "LIST TABLES");
     std::vector<std::pair<std::string, std::string>> names;
     for (const auto& table : backend_->tables) names.emplace_back(table->name, table->type);
     return names;

@@ -73,7 +73,7 @@ class RecordingProvider {
   /// Answers an opened source by its whole text, or by how it begins. A result without fields is that of a statement that gives no rows. Whole texts go first, then the longest beginning.
   void Answer(const std::string& text, ScriptedResult result);
   void AnswerPrefix(const std::string& prefix, ScriptedResult result);
-  /// Makes Execute and the opening of sources of that text (beginning) fail, times times (-1: always).
+  /// Makes Execute and the opening of sources of that text (beginning) fail, times times (-1: always). "LIST TABLES" is the catalog's question.
   void Fail(const std::string& text, std::int32_t number, const std::string& description, int times = -1);
   void FailPrefix(const std::string& prefix, std::int32_t number, const std::string& description, int times = -1);
   /// The same once, as a server does that tells a code of its own.
