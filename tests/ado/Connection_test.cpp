@@ -182,6 +182,16 @@ TEST_F(Connection, MayBeClosedWhereTheBackendHasEndedTheTransaction) {
   EXPECT_EQ(ErrorOf([&] { connection.CommitTrans(); }), -2147168242) << "a new opening begins without a transaction";
 }
 
+TEST_F(Connection, MayBeClosedOnceARollbackWasRefused) {
+  Open();
+  connection.BeginTrans();
+  backend.FailRollback(7, "refus");
+  EXPECT_TRUE(connection.InTransaction());
+  EXPECT_EQ(ErrorOf([&] { connection.RollbackTrans(); }), 7);
+  EXPECT_FALSE(connection.InTransaction());
+  EXPECT_NO_THROW(connection.Close());
+}
+
 TEST_F(Connection, DestroyedInATransactionClosesWithoutAnError) {
   {
     ado::Connection other;

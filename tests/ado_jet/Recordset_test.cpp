@@ -212,10 +212,14 @@ TEST_F(JetRecordset, ANewRowInThePlaceOfADeletedOneIsNotTakenForIt) {
 
 TEST_F(JetRecordset, AStaticCursorKeepsWhatItRead) {
   auto rows = Opened("SELECT Nom FROM Utl ORDER BY IdUtl", 3);
+  auto named = Opened("Utl", 3);
+  const std::string before = Rows(named);
   EXPECT_EQ(Rows(rows), "Dupont; élise; ZOLA");
   connection.Execute("UPDATE Utl SET Nom='changé'");
   rows.MoveFirst();
   EXPECT_EQ(Rows(rows), "Dupont; élise; ZOLA");
+  named.MoveFirst();
+  EXPECT_EQ(Rows(named), before) << "a table by its name is no other than a query";
 }
 
 TEST_F(JetRecordset, FindOnAStaticCursorAsTheCatalogLoaderDoes) {
