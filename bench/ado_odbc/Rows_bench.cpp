@@ -38,7 +38,8 @@ struct Engine {
   bool arrays;            // the best way to write by hand
   std::size_t writeBatch;
   bool narrowTexts;  // the best form of texts by hand
-  double limit;      // 0: printed, not guarded; 0.9 is wanted of all, and these are what a loaded machine has never missed
+  double readLimit;  // 0.9 is wanted of all; what is guarded is less, for the clocks of a loaded machine
+  double writeLimit;
   std::string exactDouble;  // how val is asked for where the driver gives another double; empty: as it stands
 };
 
@@ -129,7 +130,7 @@ void Read(benchmark::State& state, const Engine& engine, bool careless) {
   double byHandSum = 0;
   double sum = 0;
   Compare(
-      state, "read 500000 rows, " + engine.name + (careless ? ", 15 digits by hand" : ""), careless ? 0 : engine.limit,
+      state, "read 500000 rows, " + engine.name + (careless ? ", 15 digits by hand" : ""), careless ? 0 : engine.readLimit,
       [&] { byHandSum = raw.Read(byHandSql, engine.readBlock); },
       [&] { sum = ReadRecordset(connection, sql); });
   if (byHandSum != sum) state.SkipWithError("both do not read the same");
@@ -146,7 +147,7 @@ void Write(benchmark::State& state, const Engine& engine) {
     return table;
   };
   Compare(
-      state, "write 100000 rows, " + engine.name, engine.limit,
+      state, "write 100000 rows, " + engine.name, engine.writeLimit,
       [&] {
         const std::string table = makeTable();
         engine.arrays ? raw.InsertArrays(table, kWriteRows, engine.writeBatch) : raw.InsertValues(table, kWriteRows, engine.writeBatch);
@@ -187,9 +188,9 @@ int main(int argc, char** argv) {
   tamlo::tests::MariaDbServer mariaDb;
   tamlo::tests::PostgresServer postgres;
   const std::vector<Engine> engines{
-      {"SQLite", "DRIVER={SQLite3};DATABASE=" + folder.File("bench.db"), "DOUBLE", 1000, false, 200, true, 0.6, "printf('%!.18e', val)"},
-      {"MariaDB", mariaDb.ConnectionString() + ";UID=tamlo;PWD=tamlo", "DOUBLE", 100, true, 4000, true, 0.7, ""},
-      {"PostgreSQL", postgres.ConnectionString() + ";UID=tamlo;PWD=tamlo", "DOUBLE PRECISION", 1000, false, 200, false, 0.6, ""}};
+      {"SQLite", "DRIVER={SQLite3};DATABASE=" + folder.File("bench.db"), "DOUBLE", 1000, false, 200, true, 0.8, 0.6, "printf('%!.18e', val)"},
+      {"MariaDB", mariaDb.ConnectionString() + ";UID=tamlo;PWD=tamlo", "DOUBLE", 100, true, 4000, true, 0.7, 0.7, ""},
+      {"PostgreSQL", postgres.ConnectionString() + ";UID=tamlo;PWD=tamlo", "DOUBLE PRECISION", 1000, false, 200, false, 0.6, 0.6, ""}};
   for (const Engine& engine : engines) {
     if (compareByHand) {
       for (const bool arrays : {true, false}) {
