@@ -13,6 +13,8 @@ TEST(WithoutSecrets, EverySpellingOfAPasswordIsStruckOut) {
       {"DSN=V;Password\t=\tsecret", "DSN=V;Password\t=\t***"},
       {"DSN=V;pAsSwOrD=secret;UID=moi", "DSN=V;pAsSwOrD=***;UID=moi"},
       {"DSN=V;PWD={a;b}}c};UID=moi", "DSN=V;PWD=***;UID=moi"},
+      {"DSN=V;PWD={a}};b};UID=moi", "DSN=V;PWD=***;UID=moi"},
+      {"DSN=V;PWD=\"a\"\";b\";UID=moi", "DSN=V;PWD=***;UID=moi"},
       {"DSN=V;PWD={a;b}reste;UID=moi", "DSN=V;PWD=***;UID=moi"},
       {"DSN=V;PWD={never closed;UID=moi", "DSN=V;PWD=***"},
       {"DSN=V;PWD=\"a;b\"\"c\";UID=moi", "DSN=V;PWD=***;UID=moi"},
