@@ -63,6 +63,7 @@ BatchInsert::BatchInsert(std::shared_ptr<Session> session, const std::string& ta
       tableText_((owner.empty() ? "" : session_->Quoted(owner) + ".") + session_->Quoted(table)) {
   columns_.resize(columns.size());
   for (std::size_t i = 0; i < columns.size(); ++i) columns_[i].name = std::move(columns[i]);
+  LearnOthersDefinitions(session_);
   Describe();
   ChooseMethod();
 }

@@ -110,6 +110,7 @@ std::string OdbcCatalog::SchemaOf(const std::string& table) {
 }
 
 std::map<std::string, std::vector<Column>> OdbcCatalog::ReadColumns(const std::string& table) {
+  LearnOthersDefinitions(session_);
   const auto& facts = session_->Facts();
   Statement statement(session_);
   auto catalog = ToUtf16(facts.catalog);
@@ -144,6 +145,7 @@ std::vector<Column> OdbcCatalog::Columns(const std::string& table) {
 }
 
 std::vector<Index> OdbcCatalog::Indexes(const std::string& table) {
+  LearnOthersDefinitions(session_);
   const std::string schema = SchemaOf(table);
   std::vector<Index> indexes;
   for (auto& line : IndexColumns(session_, schema, table)) {

@@ -47,6 +47,7 @@ OdbcRowset::OdbcRowset(std::shared_ptr<Session> session, const RowsetRequest& re
   isSingle_ = IsSingleChangeOrQuery(sql);
   sql_ = std::move(sql);
   if (request.anotherWay) mode_ = ReadMode::kServerText;
+  LearnOthersDefinitions(session_);
   statement_.Prepare(sql_);
   BindParameters();
   Describe();

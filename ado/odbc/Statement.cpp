@@ -206,4 +206,13 @@ void Statement::SetAttribute(std::int32_t attribute, void* pointer) {
   Check(SQLSetStmtAttrW(handle_.Get(), attribute, pointer, SQL_IS_POINTER));
 }
 
+void LearnOthersDefinitions(const std::shared_ptr<Session>& session) {
+  if (session->Facts().backend != Backend::kSqlite) return;
+  (void)runtime::IgnoringErrors([&] {
+    Statement statement(session);
+    statement.ExecuteDirect("SELECT 1 FROM sqlite_master LIMIT 1");
+    (void)statement.Fetch();
+  });
+}
+
 }  // namespace tamlo::ado::odbc

@@ -82,4 +82,8 @@ class Statement {
   std::int64_t catalogRows_ = 0;
 };
 
+/// SQLite's driver describes tables as its connection last knew them, so that columns which another program has added would be missing in
+/// silence. A step that reads learns of them. Nothing on other backends; a failure is left to the statement that follows.
+void LearnOthersDefinitions(const std::shared_ptr<Session>& session);
+
 }  // namespace tamlo::ado::odbc
