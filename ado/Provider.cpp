@@ -16,6 +16,9 @@ std::map<std::string, ProviderFactory>& Registry() {
 
 }  // namespace
 
+std::size_t ProviderRowset::RowCount() { throw AdoError(runtime::kOperationNotSupported); }
+bool ProviderRowset::MoveTo(std::size_t /*position*/) { throw AdoError(runtime::kOperationNotSupported); }
+
 std::int64_t ProviderConnection::ExecuteWith(const std::string& text, std::span<const Parameter> parameters, std::int32_t timeoutSeconds) {
   if (!parameters.empty()) throw AdoError(runtime::kOperationNotSupported);
   return Execute(text, timeoutSeconds);

@@ -48,6 +48,13 @@ class ProviderRowset {
   /// the cursor is scrollable; a forward-only one executes anew.
   virtual bool MoveFirst() = 0;
   virtual bool MoveNext() = 0;
+  /// Whether the rows can be reached in any order: static and keyset cursors of providers that know how. Without it the next two are 3251.
+  [[nodiscard]] virtual bool CanScroll() const { return false; }
+  /// How many rows the cursor has (those of a keyset that are gone included), all of them found first where need be. A row that Insert adds
+  /// comes last.
+  [[nodiscard]] virtual std::size_t RowCount();
+  /// Stands on the row at position (from 0, below RowCount()); false when a keyset's row is gone meanwhile. MoveNext goes on from there.
+  virtual bool MoveTo(std::size_t position);
   /// A value of the current row, whole.
   [[nodiscard]] virtual Variant Value(std::size_t field) = 0;
   /// The next bytes of a long value of the current row; 0 at the end. Text as UTF-8, never cut inside a character.
