@@ -90,7 +90,9 @@ run() {
   local first=()
   anybody_there "$folder" || first=(--wsrep-new-cluster)
   rm -f "$node/pid"
-  as_owner mariadbd --no-defaults --datadir="$node/data" --socket="$node/s" --pid-file="$node/pid" --log-error="$node/log.err" \
+  # Its own, for a server that starts removes what it finds of temporary tables there, those of its neighbours too.
+  (as_owner mkdir -p "$node/tmp")
+  as_owner mariadbd --no-defaults --datadir="$node/data" --tmpdir="$node/tmp" --socket="$node/s" --pid-file="$node/pid" --log-error="$node/log.err" \
     --bind-address=127.0.0.1 --port="$(port_of "$folder" "$k" 1)" --skip-name-resolve --character-set-server=utf8mb4 \
     --innodb-log-file-size=16M --innodb-buffer-pool-size=64M --innodb-flush-log-at-trx-commit=2 --max-allowed-packet=256M \
     --max-connections=300 --binlog-format=ROW --innodb-autoinc-lock-mode=2 --general-log=0 --general-log-file="$node/general.log" \

@@ -46,7 +46,9 @@ run() {
   local folder
   prepare "$1"
   folder=$(realpath "$1")
-  exec mariadbd --no-defaults $(as_root_option) --datadir="$folder/data" --socket="$folder/s" --pid-file="$folder/pid" \
+  # Its own, for a server that starts removes what it finds of temporary tables there, those of its neighbours too.
+  mkdir -p "$folder/tmp"
+  exec mariadbd --no-defaults $(as_root_option) --datadir="$folder/data" --tmpdir="$folder/tmp" --socket="$folder/s" --pid-file="$folder/pid" \
     --log-error="$folder/log" --init-file="$folder/init.sql" --skip-networking --skip-log-bin --character-set-server=utf8mb4 \
     --innodb-log-file-size=16M --innodb-buffer-pool-size=128M --innodb-fast-shutdown=1 --max-allowed-packet=256M \
     --general-log=0 --general-log-file="$folder/general.log"

@@ -12,7 +12,8 @@
 namespace tamlo::attaque {
 
 std::string Lance(const std::string& commande, std::string* defauts) {
-  FILE* sortie = ::popen(("exec timeout 60 " + commande).c_str(), "r");
+  // Some of them take accented names in a UTF-8 locale only.
+  FILE* sortie = ::popen(("export LC_ALL=C.UTF-8; exec timeout 60 " + commande).c_str(), "r");
   if (sortie == nullptr) throw std::runtime_error("no process");
   std::string texte;
   std::array<char, 65536> morceau{};

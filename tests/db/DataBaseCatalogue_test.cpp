@@ -219,6 +219,24 @@ TEST_F(DataBaseCatalogue, RecreeCatalogueWritesARowForEachTableButItsOwn) {
   EXPECT_THAT(provider.Sources(), ElementsAre("$TBLKORV$", "$FLDKORV$", "$IDXKORV$"));
 }
 
+TEST_F(DataBaseCatalogue, ABuildingThatIsRolledBackListsNoCatalogTableThatTheBackendHasNot) {
+  AjouteTable("UTL");
+  provider.SetProperty("JET OLEDB:MAX LOCKS PER FILE", std::int32_t{0});
+  provider.Fail("$IDXKORV$", 7, "refus");
+  // What a backend does that has definitions in its transactions.
+  int defaites = 0;
+  provider.OnCall([&](const RecordedCall& appel) {
+    if (appel.kind != Kind::kRollback) return;
+    for (const char* nom : {"$TBLKORV$", "$FLDKORV$", "$IDXKORV$"}) {
+      if (ScriptedTable* table = provider.FindTable(nom)) table->name = "~" + std::to_string(++defaites);
+    }
+  });
+  ASSERT_TRUE(db.Ouvre("C:\\BASE.MDB", 0, true));
+  EXPECT_EQ(defaites, 2);
+  EXPECT_EQ(provider.TransactionLevel(), 0);
+  EXPECT_THAT(Noms(db), ElementsAre("UTL", "$RLTKORV$"));
+}
+
 TEST_F(DataBaseCatalogue, SauveTblCatalogueOpensWhatItIsNotGiven) {
   AjouteCatalogue();
   AjouteTable("UTL");
