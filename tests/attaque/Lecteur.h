@@ -27,5 +27,6 @@ void Range(Lecture& lue, const std::string& table, const TableModele& modele, co
 [[nodiscard]] Terrain& TerrainMariaDb();
 [[nodiscard]] Terrain& TerrainSqlite();
 [[nodiscard]] Terrain& TerrainPostgres();
+[[nodiscard]] Terrain& TerrainAmas();
 
 }  // namespace tamlo::attaque

@@ -42,7 +42,7 @@ std::string EcartsRangees(const std::string& nom, const TableModele& table, cons
 
 Terrain& TerrainNomme(const std::string& nom) {
   (void)tests::TousLesBackends();
-  for (Terrain& (*terrain)() : {&TerrainAccess, &TerrainMariaDb, &TerrainSqlite, &TerrainPostgres}) {
+  for (Terrain& (*terrain)() : {&TerrainAccess, &TerrainMariaDb, &TerrainSqlite, &TerrainPostgres, &TerrainAmas}) {
     if (terrain().Nom() == nom) return terrain();
   }
   throw std::invalid_argument(nom);
@@ -54,7 +54,7 @@ void Ouvre(db::DataBase& base, const Terrain& terrain, const std::string& nom) {
   environnement.nomLogin = serveur ? "tamlo" : "";
   environnement.pwdLogin = serveur ? "tamlo" : "";
   tests::FakePlatform plateforme;
-  if (!base.Ouvre(nom, terrain.Kind(), true))
+  if (!base.Ouvre(terrain.Acces(nom), terrain.Kind(), true))
     throw std::runtime_error(plateforme.messages.at(0).title + " " + plateforme.messages.at(0).text);
 }
 

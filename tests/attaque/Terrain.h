@@ -28,6 +28,8 @@ class Terrain {
   [[nodiscard]] virtual std::int16_t Kind() const = 0;
   [[nodiscard]] virtual Particularites Traits() const = 0;
   [[nodiscard]] virtual std::string BaseVide() = 0;
+  /// What opens the base that BaseVide has named: another node each time where there are several.
+  [[nodiscard]] virtual std::string Acces(const std::string& base) const { return base; }
   [[nodiscard]] virtual Lecture Lit(const std::string& base, const Etat& attendu) = 0;
   /// The layer makes tables and indexes and keeps the catalog.
   [[nodiscard]] virtual bool Catalogue() const { return true; }

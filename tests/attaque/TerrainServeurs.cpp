@@ -4,6 +4,7 @@
 
 #include "runtime/Text.h"
 #include "tests/attaque/Lecteur.h"
+#include "tests/support_lib/GaleraCluster.h"
 #include "tests/support_lib/MariaDbServer.h"
 #include "tests/support_lib/PostgresServer.h"
 #include "tests/support_lib/TemporaryFolder.h"
@@ -73,7 +74,7 @@ class ParRequetes : public Terrain {
   tests::TemporaryFolder dossier_;
 };
 
-class MariaDb final : public ParRequetes {
+class MariaDb : public ParRequetes {
  public:
   [[nodiscard]] std::string Nom() const override { return "MariaDb"; }
   [[nodiscard]] std::int16_t Kind() const override { return db::TypMySql; }
@@ -118,6 +119,34 @@ class MariaDb final : public ParRequetes {
   }
   std::unique_ptr<tests::MariaDbServer> serveur_;
   int bases_ = 0;
+};
+
+/// Three nodes of a Galera cluster: each opening goes to the next one, the reader to the last. Reads wait for what the others have committed.
+class Amas final : public MariaDb {
+ public:
+  [[nodiscard]] std::string Nom() const override { return "Amas"; }
+  [[nodiscard]] std::string BaseVide() override {
+    if (!amas_) amas_ = std::make_unique<tests::GaleraCluster>();
+    const std::string base = "h" + std::to_string(++bases_);
+    (void)amas_->Client(1, "CREATE DATABASE " + base);
+    return base;
+  }
+  [[nodiscard]] std::string Acces(const std::string& base) const override {
+    std::string chaine = amas_->ConnectionString(++noeud_ % 3 + 1);
+    chaine.replace(chaine.find("DATABASE=tamlo"), 14, "DATABASE=" + base);
+    return chaine + ";INITSTMT={SET SESSION wsrep_sync_wait=7}";
+  }
+  void Tue() override {}
+  void Releve() override {}
+
+ private:
+  [[nodiscard]] std::string Commande(const std::string& base) const override {
+    return "mariadb --no-defaults -N -B -r --force --default-character-set=utf8mb4 -h 127.0.0.1 -P " + amas_->Port(3) +
+           " -u tamlo -ptamlo --init-command='SET SESSION wsrep_sync_wait=7' " + base;
+  }
+  std::unique_ptr<tests::GaleraCluster> amas_;
+  int bases_ = 0;
+  mutable int noeud_ = 0;
 };
 
 class Sqlite final : public ParRequetes {
@@ -258,6 +287,10 @@ class Postgres final : public ParRequetes {
 
 Terrain& TerrainMariaDb() {
   static MariaDb terrain;
+  return terrain;
+}
+Terrain& TerrainAmas() {
+  static Amas terrain;
   return terrain;
 }
 Terrain& TerrainSqlite() {
