@@ -116,6 +116,50 @@ TEST_F(Pannes, ANodeThatDiesDuringOk) {
   }
 }
 
+TEST_F(Pannes, ANodeThatDiesAtEveryStatementOfOk) {
+  const std::string sync = "SET SESSION wsrep_sync_wait = 7; ";
+  int blows = 0;
+  int whole = 0;
+  int withoutLink = 0;
+  for (int call = 1; call < 100; ++call) {
+    // Before one call and after the next one: what lies between two calls is looked at once.
+    const std::string side = call % 2 == 0 ? "apres" : "avant";
+    const std::string where = side + " " + std::to_string(call);
+    Child tool = Tool(Cluster().ConnectionString(3), "DUPONT", {side, std::to_string(call)});
+    ASSERT_EQ(tool.ReadLine(), "pret");
+    tool.WriteLine("");
+    const bool struck = tool.ReadLine() == "coup";
+    if (struck) {
+      Cluster().Kill(3);
+      tool.WriteLine("");
+    }
+    std::string output;
+    const int status = tool.Wait(&output);
+    if (!struck) {
+      EXPECT_EQ(status, 0) << output;
+      break;
+    }
+    ++blows;
+    ASSERT_TRUE(Cluster().HasNodes(1, 2));
+    EXPECT_EQ(status == 0, output.find("boite: ") == std::string::npos) << where << output;
+    const std::string users = Cluster().Client(1, sync + "SELECT NOM FROM UTL WHERE LENGTH(MOTPASSE) = 6");
+    const std::string links = Cluster().Client(1, sync + "SELECT NIVEAU FROM VLMUTL V JOIN UTL U ON U.IDUTL = V.IDUTL WHERE IDVLM = 12");
+    EXPECT_EQ(Cluster().Client(2, sync + "SELECT NOM FROM UTL"), users) << where;
+    EXPECT_TRUE(users.empty() || users == "DUPONT\n") << where << users;
+    EXPECT_TRUE(links.empty() || (links == "3\n" && !users.empty())) << where << links;
+    if (status == 0) EXPECT_EQ(links, "3\n") << where << ": nothing was told";
+    whole += links.empty() ? 0 : 1;
+    withoutLink += !users.empty() && links.empty() ? 1 : 0;
+    EXPECT_EQ(Tool(Cluster().ConnectionString(2), "DUPONT").Wait(&output), 0) << where << output;
+    ExpectUsers(1, {1, 2});
+    EXPECT_EQ(Cluster().Client(1, "DELETE FROM VLMUTL; DELETE FROM UTL"), "");
+    Cluster().Restart(3);
+    ASSERT_TRUE(Cluster().HasNodes(1, 3));
+  }
+  EXPECT_GT(blows, 10);
+  std::cout << blows << " blows: " << whole << " times the user whole, " << withoutLink << " times without the link, and told\n";
+}
+
 TEST_F(Pannes, ANodeThatDiesDuringACopyOfAMillionRows) {
   constexpr int kRows = 1000000;
   ado::odbc::RegisterOdbcProviders();

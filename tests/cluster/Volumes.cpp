@@ -25,8 +25,10 @@ void Volumes::SetUp() {
   }
 }
 
-Child Volumes::Tool(const std::string& base, const std::string& name) {
-  return Child({TAMLO_CLUSTER_OUTIL, base, "12", name, "3", "secret"});
+Child Volumes::Tool(const std::string& base, const std::string& name, const std::vector<std::string>& at) {
+  std::vector<std::string> command{TAMLO_CLUSTER_OUTIL, base, "12", name, "3", "secret"};
+  command.insert(command.end(), at.begin(), at.end());
+  return Child(command);
 }
 
 std::string Volumes::SaveMany(int count, int atOnce, const std::function<std::string(int)>& base) {

@@ -18,8 +18,9 @@ class Volumes : public ::testing::Test {
  protected:
   void SetUp() override;
 
-  /// A run of the tool for a user of volume 12, up to OK if it is not told to wait.
-  [[nodiscard]] static Child Tool(const std::string& base, const std::string& name);
+  /// A run of the tool for a user of volume 12, up to OK if it is not told to wait. at: "avant" or "apres" and the number of the call to the driver
+  /// at which it stops once more.
+  [[nodiscard]] static Child Tool(const std::string& base, const std::string& name, const std::vector<std::string>& at = {});
 
   /// Runs of the tool for users NOM1 to NOMcount, so many at a time, base(i) for each. Gives the output of those that failed.
   [[nodiscard]] static std::string SaveMany(int count, int atOnce, const std::function<std::string(int)>& base);
