@@ -248,4 +248,19 @@ bool ChangesSchema(std::string_view sql) {
   return scanner.IsWord("SELECT") && SkipTo(scanner, {"INTO"});
 }
 
+bool MakesProgram(std::string_view sql) {
+  constexpr std::size_t kBeginning = 1000;
+  Scanner scanner(sql.substr(0, kBeginning));
+  if (!IsAnyWord(scanner, {"CREATE", "ALTER"})) return false;
+  scanner.Skip();
+  if (scanner.IsWord("OR")) {
+    scanner.Skip();
+    scanner.Skip();
+  }
+  const std::initializer_list<std::string_view> programs{"TRIGGER", "PROCEDURE", "FUNCTION", "EVENT", "PACKAGE"};
+  if (scanner.IsWord("DEFINER")) return SkipTo(scanner, programs);
+  if (scanner.IsWord("AGGREGATE")) scanner.Skip();
+  return IsAnyWord(scanner, programs);
+}
+
 }  // namespace tamlo::ado::odbc

@@ -29,6 +29,10 @@ namespace tamlo::ado::odbc {
 /// True for statements that change definitions (CREATE, ALTER, DROP, RENAME, SELECT ... INTO).
 [[nodiscard]] bool ChangesSchema(std::string_view sql);
 
+/// True for a statement whose text holds the statements of what it makes (a trigger, procedure, function, event or package). Looks at its
+/// beginning alone.
+[[nodiscard]] bool MakesProgram(std::string_view sql);
+
 /// True for a single INSERT, REPLACE, UPDATE, DELETE or query, which a backend applies whole or not at all.
 [[nodiscard]] bool IsSingleChangeOrQuery(std::string_view sql);
 

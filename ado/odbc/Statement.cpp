@@ -6,6 +6,7 @@
 
 #include "ado/odbc/Diagnostics.h"
 #include "ado/odbc/NativeHeaders.h"
+#include "ado/odbc/SqlText.h"
 #include "ado/odbc/WideText.h"
 
 namespace tamlo::ado::odbc {
@@ -190,6 +191,8 @@ std::int64_t Statement::Integer(std::size_t column, std::int64_t fallback) {
 void Statement::CloseCursor() noexcept { SQLFreeStmt(handle_.Get(), SQL_CLOSE); }
 
 void Statement::FinishResults() {
+  // MariaDB's driver looks for a prepared statement where the server did not prepare any, and the program dies. There is nothing to come.
+  if (session_->Facts().backend == Backend::kMySql && MakesProgram(sent_)) return;
   for (int results = 0;; ++results) {
     if (results == kMostResults) throw Unbelievable("une instruction aux résultats sans fin");
     const auto result = SQLMoreResults(handle_.Get());

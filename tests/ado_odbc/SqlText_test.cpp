@@ -79,6 +79,16 @@ TEST(SqlText, WideLiteralsBecomeParameters) {
   EXPECT_EQ(values, (std::vector<std::string>{"\xF0\x9F\x98\x80 '", "\xF0\x9F\x98\x81"}));
 }
 
+TEST(SqlText, StatementsThatMakeAProgramAreKnownByTheirBeginning) {
+  for (const char* sql : {"CREATE TRIGGER T BEFORE INSERT ON A FOR EACH ROW BEGIN DO 1; END", "/* x */ create or replace definer = `a`@`%` event E DO DO 1",
+                          "CREATE AGGREGATE FUNCTION F() RETURNS INT RETURN 1", "ALTER EVENT E DO DO 1", "CREATE DEFINER=CURRENT_USER() PROCEDURE P() DO 1",
+                          "create package body P AS END"})
+    EXPECT_TRUE(ado::odbc::MakesProgram(sql)) << sql;
+  for (const char* sql : {"CREATE TABLE EVENT (X INT)", "CREATE TABLE `TRIGGER` (X INT)", "CREATE VIEW PROCEDURE_ AS SELECT 1", "DROP TRIGGER T", "CALL P()",
+                          "CREATE OR", "CREATE", "SELECT 'CREATE TRIGGER'", "CREATE TABLE A (X INT); CREATE TRIGGER"})
+    EXPECT_FALSE(ado::odbc::MakesProgram(sql)) << sql;
+}
+
 TEST(SqlText, DefinitionsAreRecognised) {
   EXPECT_TRUE(ChangesSchema("  create table A (X INT)"));
   EXPECT_TRUE(ChangesSchema("SELECT * INTO B FROM A"));

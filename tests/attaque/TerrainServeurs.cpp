@@ -129,6 +129,8 @@ class Amas final : public MariaDb {
     if (!amas_) amas_ = std::make_unique<tests::GaleraCluster>();
     const std::string base = "h" + std::to_string(++bases_);
     (void)amas_->Client(1, "CREATE DATABASE " + base);
+    // The other nodes have it a moment later: whoever waits for what was committed has it then.
+    for (int noeud : {2, 3}) (void)amas_->Client(noeud, "SET SESSION wsrep_sync_wait = 7; SELECT 1");
     return base;
   }
   [[nodiscard]] std::string Acces(const std::string& base) const override {
