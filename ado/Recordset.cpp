@@ -132,7 +132,9 @@ bool Recordset::CanSeek() const { return OpenState(state_).rowset->CanSeek(); }
 void Recordset::Index(const std::string& name) {
   auto& state = OpenState(state_);
   if (!state.rowset->CanSeek()) throw AdoError(runtime::kOperationNotSupported);
+  state.Update();
   if (!state.rowset->UseIndex(name)) throw AdoError(runtime::kItemNotFound, name);
+  state.position = RecordsetState::Position::kUnread;
 }
 
 void Recordset::Seek(std::span<const Variant> key, SeekOption option) {

@@ -95,7 +95,8 @@ class Recordset {
 
   /// True when Seek can be used (table-direct recordsets of providers that have it).
   [[nodiscard]] bool CanSeek() const;
-  /// The index that Seek uses. Error 3265 when the table has none of that name.
+  /// The index that Seek uses and by which the rows come from now on: the recordset stands on the first one of that order. A pending edit is
+  /// saved first. Error 3265 when the table has none of that name.
   void Index(const std::string& name);
   /// Moves to the first row with the key; at the end (Eof) when there is none. Error 3251 where CanSeek is false.
   void Seek(std::span<const Variant> key, SeekOption option = adSeekFirstEQ);

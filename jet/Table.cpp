@@ -174,10 +174,20 @@ std::int32_t Table::LastAutoNumber() {
 
 RowId Table::Insert(std::span<const Value> values) {
   core_->Refresh();
-  return core_->InsertRow(core_->AllColumns(values));
+  return Insert(core_->AllColumns(values));
 }
 
-RowId Table::Insert(std::span<const Assignment> assignments) { return core_->InsertRow(assignments); }
+RowId Table::Insert(std::span<const Assignment> assignments) {
+  const RowId id = core_->InsertRow(assignments);
+  if (const auto watched = inserts_.lock()) watched->push_back(id);
+  return id;
+}
+
+std::shared_ptr<const std::vector<RowId>> Table::WatchInserts() {
+  auto watched = inserts_.lock();
+  if (watched == nullptr) inserts_ = watched = std::make_shared<std::vector<RowId>>();
+  return watched;
+}
 
 void Table::Update(RowId id, std::span<const Assignment> assignments, const RowTest& isMeant) {
   core_->UpdateRow(id, assignments, isMeant);

@@ -92,6 +92,9 @@ class Table {
   RowId Insert(std::span<const Value> values);
   /// The same with only some columns given; the others are null (auto-number: the next number).
   RowId Insert(std::span<const Assignment> assignments);
+  /// The identities of the rows that Insert makes from now on, in their order; the list grows as long as the caller holds it. What a rollback
+  /// takes back stays in it.
+  [[nodiscard]] std::shared_ptr<const std::vector<RowId>> WatchInserts();
   /// Whether a row is still the one that the caller means: the identity of a deleted row may go to a new one.
   using RowTest = std::function<bool(Row&)>;
 
@@ -120,6 +123,7 @@ class Table {
 
  private:
   std::unique_ptr<TableCore> core_;
+  std::weak_ptr<std::vector<RowId>> inserts_;
 };
 
 }  // namespace jet

@@ -34,7 +34,7 @@ JetBulkInsert::JetBulkInsert(JetConnection& connection, const std::string& table
     if (position == table_->columns.size()) throw AdoError(runtime::kItemNotFound, column);
     columns_.push_back(position);
   }
-  writer_ = std::make_unique<RowWriter>(session_, table_);
+  writer_ = std::make_unique<RowWriter>(connection, table_);
 }
 
 void JetBulkInsert::Add(std::span<const Variant> row) {

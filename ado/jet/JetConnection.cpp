@@ -45,6 +45,11 @@ std::string TableName(const std::string& source) {
   return std::string(name);
 }
 
+bool MayChangeRows(const std::string& text) {
+  const std::string upper = runtime::UpperCase(runtime::Trim(text));
+  return upper.rfind("SELECT", 0) != 0 || upper.find("INTO") != std::string::npos;
+}
+
 const OdbcTable* OdbcOf(const jet::sql::TableInfo& table) {
   return dynamic_cast<const OdbcTable*>(static_cast<const jet::sql::EngineTable&>(table).foreign.get());
 }
@@ -74,6 +79,8 @@ std::int64_t JetConnection::Execute(const std::string& text, std::int32_t timeou
 
 std::int64_t JetConnection::ExecuteWith(const std::string& text, std::span<const Parameter> parameters, std::int32_t timeoutSeconds) {
   Limit(timeoutSeconds);
+  if (MayChangeRows(text)) BeforeChange();
+  const RollbackWatch watch(*this);
   return OnEngine([&] { return session_->Execute(text, EngineParameters(parameters)); }, text);
 }
 
@@ -97,26 +104,34 @@ void JetConnection::Limit(std::int32_t timeoutSeconds) {
   session_->Limits(limits);
 }
 
+void JetConnection::BeginsToRead(UnreadCopy& cursor) {
+  if (std::find(unread_.begin(), unread_.end(), &cursor) == unread_.end()) unread_.push_back(&cursor);
+}
+
+void JetConnection::HasRead(UnreadCopy& cursor) noexcept { std::erase(unread_, &cursor); }
+
+void JetConnection::BeforeChange(const jet::sql::EngineTable* table) {
+  ++changes_;
+  // What other tables refer to may take their rows along.
+  const auto isReferenced = [](const jet::IndexDef& index) { return index.kind == jet::IndexKind::kForeignKey && !index.referencing; };
+  if (table != nullptr && table->table != nullptr) {
+    const auto& indexes = table->table->Indexes();
+    if (std::any_of(indexes.begin(), indexes.end(), isReferenced)) table = nullptr;
+  }
+  const std::vector<UnreadCopy*> unread = unread_;
+  for (UnreadCopy* cursor : unread) {
+    if (table == nullptr || cursor->Reads(*table)) cursor->Settle();
+  }
+}
+
 std::unique_ptr<ProviderRowset> JetConnection::OpenRowset(const RowsetRequest& request) {
   Limit(request.timeoutSeconds);
   const bool direct = request.options > 0 && (request.options & (adCmdTableDirect | adCmdTable)) != 0;
   const std::string upper = runtime::UpperCase(runtime::Trim(request.source));
   const bool statement = upper.rfind("SELECT", 0) == 0 || upper.rfind("(", 0) == 0 || upper == "COMMIT" || upper == "ROLLBACK";
-  if (direct || (!statement && request.parameters.empty() && upper.find(' ') == std::string::npos)) {
-    const std::string name = TableName(request.source);
-    const auto table = OnEngine([&] { return session_->FindTable(name); }, request.source);
-    if (table != nullptr && table->foreign != nullptr) {
-      if (auto* odbc = const_cast<OdbcTable*>(OdbcOf(*table))) return odbc->OpenRowset(request);
-    }
-    // A table's own cursor shows what the table holds now, a static one what it held then.
-    const bool live = direct || request.cursor != adOpenStatic;
-    if (live && table != nullptr && table->table != nullptr) return std::make_unique<TableRowset>(*this, table);
-    if ((request.options & adCmdTableDirect) != 0 && direct) throw AdoError(runtime::kItemNotFound, name);
-    RowsetRequest query = request;
-    query.source = "SELECT * FROM [" + name + "]";
-    auto opened = OnEngine([&] { return session_->Open(query.source); }, query.source);
-    return std::make_unique<QueryRowset>(*this, std::move(opened), query);
-  }
+  if (direct || (!statement && request.parameters.empty() && upper.find(' ') == std::string::npos)) return OpenTable(request);
+  if (MayChangeRows(request.source)) BeforeChange();
+  const RollbackWatch watch(*this);
   auto query = OnEngine([&] { return session_->OpenOrRun(request.source, EngineParameters(request.parameters)); }, request.source);
   if (query == nullptr) return nullptr;
   const jet::sql::SelectPlan& plan = query->Plan();
@@ -127,7 +142,29 @@ std::unique_ptr<ProviderRowset> JetConnection::OpenRowset(const RowsetRequest& r
       return odbc->OpenRowset(request);
     }
   }
-  return std::make_unique<QueryRowset>(*this, std::move(query), request);
+  return OpenQuery(std::move(query), request);
+}
+
+std::unique_ptr<ProviderRowset> JetConnection::OpenTable(const RowsetRequest& request) {
+  const std::string name = TableName(request.source);
+  const auto table = OnEngine([&] { return session_->FindTable(name); }, request.source);
+  if (table != nullptr && table->foreign != nullptr) {
+    if (auto* odbc = const_cast<OdbcTable*>(OdbcOf(*table))) return odbc->OpenRowset(request);
+  }
+  const bool direct = request.options > 0 && (request.options & adCmdTableDirect) != 0;
+  if (direct && (table == nullptr || table->table == nullptr)) throw AdoError(runtime::kItemNotFound, name);
+  // A table's own cursor shows what the table holds now, and can search in its indexes; a copy does neither.
+  const bool copies = request.cursor == adOpenStatic || request.location == adUseClient;
+  if (!copies && table != nullptr && table->table != nullptr && (direct || request.cursor == adOpenDynamic))
+    return std::make_unique<TableRowset>(*this, table, request.cursor);
+  const std::string text = "SELECT * FROM [" + name + "]";
+  return OpenQuery(OnEngine([&] { return session_->Open(text); }, text), request);
+}
+
+std::unique_ptr<ProviderRowset> JetConnection::OpenQuery(std::unique_ptr<jet::sql::Query> query, const RowsetRequest& request) {
+  auto rowset = std::make_unique<QueryRowset>(*this, std::move(query), request);
+  rowset->Fix();
+  return rowset;
 }
 
 std::int32_t JetConnection::BeginTransaction() {
@@ -146,6 +183,8 @@ void JetConnection::CommitTransaction() {
 void JetConnection::RollbackTransaction() {
   if (database_->TransactionDepth() == 0)
     throw runtime::Error(runtime::kNoTransaction);
+  BeforeChange();
+  const RollbackWatch watch(*this);
   OnEngine([&] { database_->Rollback(); });
   session_->RowsChanged();
 }

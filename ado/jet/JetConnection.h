@@ -12,6 +12,17 @@
 
 namespace tamlo::ado::jetprovider {
 
+/// A cursor that is still being read and has promised its rows as they were when it began.
+class UnreadCopy {
+ public:
+  /// Reads what is still to be read and keeps it; a failure is kept too, for whoever asks for the rows.
+  virtual void Settle() noexcept = 0;
+  [[nodiscard]] virtual bool Reads(const jet::sql::EngineTable& table) const = 0;
+
+ protected:
+  ~UnreadCopy() = default;
+};
+
 /// One open Access file and the statements on it.
 class JetConnection final : public ProviderConnection {
  public:
@@ -37,12 +48,44 @@ class JetConnection final : public ProviderConnection {
   [[nodiscard]] jet::Database& Database() noexcept { return *database_; }
   [[nodiscard]] jet::sql::Session& Session() noexcept { return *session_; }
 
+  /// A cursor says when it begins to be read and when there is nothing more to read; it must do so before it goes.
+  void BeginsToRead(UnreadCopy& cursor);
+  void HasRead(UnreadCopy& cursor) noexcept;
+  /// To be called before this connection changes rows: of that table and whatever depends on it, or of any (null).
+  void BeforeChange(const jet::sql::EngineTable* table = nullptr);
+  /// Counts those calls.
+  [[nodiscard]] std::uint64_t Changes() const noexcept { return changes_; }
+  /// Counts the transactions that were rolled back, also by a failure: what was read inside of them may be no more.
+  [[nodiscard]] std::uint64_t Rollbacks() const noexcept { return rollbacks_; }
+
+  /// Counts a transaction that a piece of work on the connection has lost or ended.
+  class RollbackWatch {
+   public:
+    explicit RollbackWatch(JetConnection& connection) : connection_(connection), depth_(connection.TransactionLevel()) {}
+    ~RollbackWatch() {
+      if (connection_.TransactionLevel() < depth_) ++connection_.rollbacks_;
+    }
+    RollbackWatch(const RollbackWatch&) = delete;
+    RollbackWatch& operator=(const RollbackWatch&) = delete;
+
+   private:
+    JetConnection& connection_;
+    std::int32_t depth_;
+  };
+
  private:
+  /// The rows of a table, or of a stored query, by its name.
+  [[nodiscard]] std::unique_ptr<ProviderRowset> OpenTable(const RowsetRequest& request);
+  [[nodiscard]] std::unique_ptr<ProviderRowset> OpenQuery(std::unique_ptr<jet::sql::Query> query, const RowsetRequest& request);
+
   std::unique_ptr<jet::Database> database_;
   std::unique_ptr<jet::sql::Session> session_;
   /// The limits of the next statement: what the properties say, and the caller's time.
   void Limit(std::int32_t timeoutSeconds);
 
+  std::vector<UnreadCopy*> unread_;
+  std::uint64_t changes_ = 0;
+  std::uint64_t rollbacks_ = 0;
   std::int32_t maxLocks_ = 9500;
   jet::sql::StatementLimits limits_;
   std::int32_t lockWait_ = jet::kLockWait;  // milliseconds

@@ -11,19 +11,6 @@
 
 namespace tamlo::ado::jetprovider {
 
-namespace {
-
-constexpr std::size_t kStaticBudget = std::size_t{64} << 20;
-
-std::size_t SizeOf(const Variant& value) {
-  std::size_t size = sizeof(Variant);
-  if (const auto* text = value.If<std::string>()) size += text->size();
-  if (const auto* bytes = value.If<runtime::Bytes>()) size += bytes->size();
-  return size;
-}
-
-}  // namespace
-
 std::size_t PieceOf(const Variant& value, std::size_t& offset, std::byte* buffer, std::size_t capacity) {
   const char* data = nullptr;
   std::size_t size = 0;
@@ -52,38 +39,47 @@ QueryRowset::QueryRowset(JetConnection& connection, std::unique_ptr<jet::sql::Qu
     : connection_(connection), query_(std::move(query)) {
   const jet::sql::SelectPlan& plan = query_->Plan();
   for (const jet::sql::ResultColumn& column : plan.columns) {
+    if (column.source < 0) expressions_.push_back(fields_.size());
     fields_.push_back(Described(column.name, column.type));
     columns_.push_back(column.column);
   }
-  bool live = !plan.sources.empty();
-  for (const jet::sql::SelectPlan::Source& source : plan.sources) live = live && source.table != nullptr && source.table->rereadable;
-  kind_ = request.cursor == adOpenStatic                                                ? Kind::kStatic
-          : (request.cursor == adOpenKeyset || request.cursor == adOpenDynamic) && live ? Kind::kLive
-                                                                                        : Kind::kForward;
-  updatable_ = kind_ == Kind::kLive && !connection.Database().ReadOnly();
+  bool ofTables = !plan.sources.empty();
+  for (const jet::sql::SelectPlan::Source& source : plan.sources) ofTables = ofTables && source.table != nullptr && source.table->rereadable;
+  const bool copies = request.cursor == adOpenStatic || request.location == adUseClient;
+  kind_ = copies || (request.cursor == adOpenKeyset && !ofTables) ? Kind::kStatic
+          : request.cursor == adOpenKeyset                        ? Kind::kKeyset
+          : request.cursor == adOpenDynamic && ofTables           ? Kind::kDynamic
+                                                                  : Kind::kForward;
+  updatable_ = ofTables && (IsLive() || request.lock > adLockReadOnly) && !connection.Database().ReadOnly();
   for (const jet::sql::SelectPlan::Source& source : plan.sources) {
     updatable_ = updatable_ && !static_cast<const jet::sql::EngineTable&>(*source.table).database->ReadOnly();
   }
-  if (kind_ == Kind::kLive) query_->ReadRowsAgain();
+  if (IsLive()) query_->ReadRowsAgain();
   ids_.resize(plan.sources.size());
   versions_.resize(plan.sources.size());
+  fixedAt_.resize(plan.sources.size());
+  keys_.resize(plan.sources.size());
+  added_.resize(plan.sources.size());
   writers_.resize(plan.sources.size());
   values_.resize(fields_.size());
   seen_.resize(fields_.size());
   readers_.resize(fields_.size());
   chunkAt_.resize(fields_.size());
+  rollbacks_ = connection.Rollbacks();
 }
+
+QueryRowset::~QueryRowset() { connection_.HasRead(*this); }
 
 const jet::sql::EngineTable& QueryRowset::SourceTable(std::size_t source) const {
   return static_cast<const jet::sql::EngineTable&>(*query_->Plan().sources[source].table);
 }
 
-RowWriter& QueryRowset::Writer(std::size_t source) {
-  if (writers_[source] == nullptr) {
-    writers_[source] = std::make_unique<RowWriter>(
-        connection_.Session(), std::static_pointer_cast<const jet::sql::EngineTable>(query_->Plan().sources[source].table));
-  }
-  return *writers_[source];
+bool QueryRowset::Reads(const jet::sql::EngineTable& table) const {
+  const auto& reads = query_->Plan().reads;
+  return std::any_of(reads.begin(), reads.end(), [&](const jet::sql::TablePointer& pointer) {
+    const auto& read = static_cast<const jet::sql::EngineTable&>(*pointer);
+    return &read == &table || (read.database == table.database && read.definition == table.definition && table.database != nullptr);
+  });
 }
 
 bool QueryRowset::IsLong(std::size_t field) const {
@@ -92,109 +88,287 @@ bool QueryRowset::IsLong(std::size_t field) const {
   return isLong && column.source >= 0 && SourceTable(static_cast<std::size_t>(column.source)).rereadable;
 }
 
+// ----- finding rows
+
+void QueryRowset::ForgetRows() {
+  kept_.Clear();
+  members_.Clear(updatable_ || IsLive() ? ids_.size() : 0);
+  refused_.clear();
+  touched_.clear();
+  visited_.Clear();
+  unread_ = nullptr;
+  next_ = 0;
+  settled_ = fixed_ = standing_ = inserted_ = gone_ = false;
+}
+
+void QueryRowset::Fix() {
+  if (!CanScroll() || fixed_) return;
+  ForgetRows();
+  try {
+    OnEngine([&] {
+      query_->Rewind();
+      // What is found is what is there at one moment.
+      const auto still = query_->HoldStill();
+      for (std::size_t source = 0; kind_ == Kind::kKeyset && source < ids_.size(); ++source) {
+        keys_[source] = Writer(source).KeyColumns();
+        added_[source].Begin(*SourceTable(source).table);
+        fixedAt_[source] = SourceTable(source).database->PagesVersion();
+      }
+      while (query_->Next()) kind_ == Kind::kKeyset ? KeepMember() : Keep();
+    });
+  } catch (...) {
+    ForgetRows();
+    throw;
+  }
+  fixed_ = true;
+}
+
+void QueryRowset::KeepMember() {
+  std::vector<std::uint64_t> prints;
+  RowIds ids(ids_.size());
+  for (std::size_t source = 0; source < ids.size(); ++source) {
+    ids[source] = query_->Identity(source);
+    prints.push_back(query_->KeyPrint(source));
+  }
+  members_.Add(ids, prints);
+  if (expressions_.empty()) return;
+  std::vector<Variant> values;
+  for (const std::size_t field : expressions_) values.push_back(ToVariant(query_->Get(field)));
+  kept_.Add(std::move(values));
+}
+
+void QueryRowset::Keep() {
+  std::vector<Variant> row;
+  row.reserve(fields_.size());
+  for (std::size_t i = 0; i < fields_.size(); ++i) {
+    try {
+      row.push_back(ToVariant(query_->Get(i)));
+    } catch (const jet::Error& error) {
+      // A long value that another program has changed since its row was read: whoever asks for it is told.
+      if (error.Code() != jet::ErrorCode::kChangedMeanwhile) throw;
+      refused_.emplace(std::pair(kept_.Count(), i), Translated(error));
+      row.push_back(runtime::Null{});
+    }
+  }
+  kept_.Add(std::move(row));
+  RowIds ids(ids_.size());
+  for (std::size_t source = 0; updatable_ && source < ids.size(); ++source) ids[source] = query_->Identity(source);
+  members_.Add(ids);
+}
+
+void QueryRowset::Settle() noexcept {
+  connection_.HasRead(*this);
+  if (settled_ || inserted_) return;  // behind a new row comes nothing more
+  settled_ = true;
+  // A long value that is being read goes on at chunkAt_, in what is kept.
+  std::fill(readers_.begin(), readers_.end(), nullptr);
+  try {
+    OnEngine([&] {
+      if (standing_) Keep();
+      next_ = kept_.Count();
+      const auto still = query_->HoldStill();
+      while (query_->Next()) Keep();
+    });
+  } catch (...) {
+    unread_ = std::current_exception();
+  }
+}
+
+std::size_t QueryRowset::RowCount() {
+  Fix();
+  return members_.Count();
+}
+
+// ----- moving
+
 bool QueryRowset::MoveFirst() {
-  inserted_ = false;
-  if (kind_ == Kind::kStatic && keeping_ && (keptAll_ || !kept_.empty())) {
-    keptAt_ = 0;
+  SeeRollbacks();
+  if (CanScroll()) {
+    Fix();
+    next_ = 0;
     return Advance();
   }
   OnEngine([&] { query_->Rewind(); });
-  kept_.clear();
-  keptBytes_ = keptAt_ = 0;
-  keptAll_ = false;
-  moved_.clear();
-  if (kind_ != Kind::kStatic || !keeping_) return Advance();
-  // What is kept is what was there at one moment.
-  const auto still = OnEngine([&] { return query_->HoldStill(); });
-  return Advance() && KeepAll();
-}
-
-bool QueryRowset::KeepAll() {
-  while (keeping_ && Advance()) {
-  }
-  if (keeping_) {
-    keptAt_ = 1;
-    return true;
-  }
-  OnEngine([&] { query_->Rewind(); });
+  ForgetRows();
+  walkBegan_ = connection_.Changes();
+  if (kind_ == Kind::kForward) connection_.BeginsToRead(*this);
   return Advance();
 }
 
 bool QueryRowset::MoveNext() {
-  if (std::exchange(inserted_, false)) return false;  // a new row is behind all others
+  SeeRollbacks();
+  if (std::exchange(inserted_, false)) {
+    standing_ = false;
+    return false;  // a new row is behind all others
+  }
   return Advance();
 }
 
+bool QueryRowset::MoveTo(std::size_t position) {
+  SeeRollbacks();
+  Fix();
+  next_ = position + 1;
+  return standing_ = Stand(position);
+}
+
 bool QueryRowset::Advance() {
-  std::fill(readers_.begin(), readers_.end(), nullptr);
-  std::fill(chunkAt_.begin(), chunkAt_.end(), 0);
-  if (kind_ == Kind::kStatic && keeping_) {
-    if (keptAt_ < kept_.size()) {
-      ++keptAt_;
-      return true;
-    }
-    if (keptAll_) return false;
+  standing_ = gone_ = false;
+  ForgetPieces();
+  if (!CanScroll() && !settled_) return standing_ = AdvanceInQuery();
+  while (next_ < members_.Count()) {
+    if (Stand(next_++)) return standing_ = true;
   }
+  if (unread_) std::rethrow_exception(std::exchange(unread_, nullptr));
+  return false;
+}
+
+bool QueryRowset::AdvanceInQuery() {
   return OnEngine([&] {
     for (;;) {
       if (!query_->Next()) {
-        keptAll_ = true;
+        connection_.HasRead(*this);
         return false;
       }
       for (std::size_t i = 0; i < ids_.size(); ++i) ids_[i] = query_->Identity(i);
-      if (kind_ == Kind::kLive && (moved_.contains(ids_) || !TakeRow())) continue;
-      if (kind_ == Kind::kStatic && keeping_) KeepRow();
+      if (kind_ == Kind::kForward) return true;
+      if (connection_.Changes() != walkBegan_ && visited_.Has(ids_)) continue;
+      if (!TakeFound()) continue;
+      visited_.Add(ids_);
       return true;
     }
   });
 }
 
-bool QueryRowset::TakeRow() {
-  const auto still = query_->HoldStill();
+bool QueryRowset::Stand(std::size_t position) {
+  ForgetPieces();
+  gone_ = false;
+  if (members_.IsGone(position)) return false;
+  if (IsLive()) return OnEngine([&] { return TakeMember(position); });
+  if (updatable_) members_.Ids(position, ids_);
+  return true;
+}
+
+void QueryRowset::ForgetPieces() {
+  std::fill(readers_.begin(), readers_.end(), nullptr);
+  std::fill(chunkAt_.begin(), chunkAt_.end(), 0);
+}
+
+template <typename Test>
+bool QueryRowset::TakeRow(Test isMeant) {
   std::fill(seen_.begin(), seen_.end(), false);
   for (std::size_t source = 0; source < ids_.size(); ++source) {
     if (!ids_[source]) continue;
     jet::sql::RequireCurrent(SourceTable(source));
     versions_[source] = SourceTable(source).database->PagesVersion();
-    if (!SourceTable(source).table->Read(*ids_[source], row_) || !query_->IsStill(source, row_)) return false;
+    if (!SourceTable(source).table->Read(*ids_[source], row_) || !isMeant(source)) return false;
     for (std::size_t i = 0; i < fields_.size(); ++i) {
       const jet::sql::ResultColumn& column = query_->Columns()[i];
       if (column.source == static_cast<int>(source) && !IsLong(i)) ReadColumn(row_, column.column, column.type.type, values_[i]);
     }
   }
   for (std::size_t i = 0; i < fields_.size(); ++i) {
-    const jet::sql::ResultColumn& column = query_->Columns()[i];
-    if (column.source < 0)
-      values_[i] = ToVariant(query_->Get(i));
-    else if (!ids_[static_cast<std::size_t>(column.source)])
-      values_[i] = runtime::Null{};
+    const int source = query_->Columns()[i].source;
+    if (source >= 0 && !ids_[static_cast<std::size_t>(source)]) values_[i] = runtime::Null{};
   }
   return true;
 }
 
-void QueryRowset::KeepRow() {
-  std::vector<Variant> row;
-  row.reserve(fields_.size());
-  for (std::size_t i = 0; i < fields_.size(); ++i) {
-    row.push_back(ToVariant(query_->Get(i)));
-    keptBytes_ += SizeOf(row.back());
-  }
-  if (keptBytes_ > kStaticBudget) {
-    // Too much to keep: from here on the rows come from the query alone.
-    keeping_ = false;
-    kept_.clear();
-    kept_.shrink_to_fit();
+bool QueryRowset::TakeAny() {
+  return TakeRow([](std::size_t) { return true; });
+}
+
+bool QueryRowset::TakeFound() {
+  const auto still = query_->HoldStill();
+  if (!TakeRow([&](std::size_t source) { return query_->IsStill(source, row_); })) return false;
+  for (const std::size_t field : expressions_) values_[field] = ToVariant(query_->Get(field));
+  return true;
+}
+
+bool QueryRowset::TakeMember(std::size_t position) {
+  const auto still = query_->HoldStill();
+  members_.Ids(position, ids_);
+  if (!TakeRow([&](std::size_t source) { return IsMember(position, source); })) return false;
+  for (std::size_t i = 0; i < expressions_.size(); ++i) values_[expressions_[i]] = kept_.At(position)[i];
+  return true;
+}
+
+bool QueryRowset::IsMember(std::size_t position, std::size_t source) {
+  if (added_[source].Has(*ids_[source])) return false;
+  // What this program has done to the key is a change like any other: nobody else's row can stand there.
+  if (keys_[source].empty() || versions_[source] == fixedAt_[source]) return true;
+  return members_.HasKey(position, source, row_.Fingerprint(keys_[source]));
+}
+
+// ----- what was rolled back
+
+void QueryRowset::SeeRollbacks() {
+  if (rollbacks_ == connection_.Rollbacks()) return;
+  rollbacks_ = connection_.Rollbacks();
+  OnEngine([&] {
+    for (const std::size_t position : touched_) KeepAgain(position);
+    if (connection_.TransactionLevel() == 0) touched_.clear();
+    for (NewRows& rows : added_) rows.End();
+    if (!standing_) return;
+    if (IsKept()) {
+      gone_ = members_.IsGone(Position());
+    } else if (inserted_) {
+      const auto still = query_->HoldStill();
+      gone_ = !TakeAny();
+    } else if (IsLive()) {
+      gone_ = !(kind_ == Kind::kKeyset ? TakeMember(Position()) : TakeFound());
+    }
+  });
+}
+
+void QueryRowset::KeepAgain(std::size_t position) {
+  if (IsLive()) {
+    members_.Gone(position, false);
     return;
   }
-  kept_.push_back(std::move(row));
-  keptAt_ = kept_.size();
+  RowIds ids(ids_.size());
+  members_.Ids(position, ids);
+  auto row = AsInTable(ids, kept_.At(position));
+  members_.Gone(position, !row);
+  if (row) kept_.Replace(position, *std::move(row));
+}
+
+std::optional<std::vector<Variant>> QueryRowset::AsInTable(const RowIds& ids, std::vector<Variant> row) {
+  const auto still = query_->HoldStill();
+  for (std::size_t source = 0; source < ids.size(); ++source) {
+    if (!ids[source]) continue;
+    jet::sql::RequireCurrent(SourceTable(source));
+    if (!SourceTable(source).table->Read(*ids[source], row_)) return std::nullopt;
+    for (std::size_t i = 0; i < fields_.size(); ++i) {
+      const jet::sql::ResultColumn& column = query_->Columns()[i];
+      if (column.source == static_cast<int>(source)) ReadColumn(row_, column.column, column.type.type, row[i]);
+    }
+  }
+  return row;
+}
+
+// ----- values
+
+const std::vector<Variant>& QueryRowset::KeptRow() {
+  // The current row itself could not be kept.
+  if (Position() >= kept_.Count()) std::rethrow_exception(unread_);
+  return kept_.At(Position());
+}
+
+const Variant& QueryRowset::KeptValue(std::size_t field) {
+  const std::vector<Variant>& row = KeptRow();
+  if (!refused_.empty()) {
+    if (const auto found = refused_.find({Position(), field}); found != refused_.end()) throw found->second;
+  }
+  return row[field];
 }
 
 Variant QueryRowset::Value(std::size_t field) {
+  SeeRollbacks();
+  if (gone_) throw AdoError(runtime::kNoCurrentRecord);
+  if (IsKept()) return KeptValue(field);
+  if (IsInTable() && !IsLong(field)) return values_[field];
   return OnEngine([&]() -> Variant {
-    if (kind_ == Kind::kStatic && keeping_) return kept_[keptAt_ - 1][field];
-    if (kind_ == Kind::kForward || kind_ == Kind::kStatic) return ToVariant(query_->Get(field));
-    if (!IsLong(field)) return values_[field];
+    if (!IsInTable()) return ToVariant(query_->Get(field));
     const jet::sql::ResultColumn& column = query_->Columns()[field];
     const auto source = static_cast<std::size_t>(column.source);
     Variant value = runtime::Null{};
@@ -211,7 +385,7 @@ Variant QueryRowset::Value(std::size_t field) {
 }
 
 std::unique_ptr<jet::LongValueReader> QueryRowset::OpenLong(std::size_t field) {
-  if (kind_ != Kind::kLive) return query_->OpenLong(field);
+  if (!IsInTable()) return query_->OpenLong(field);
   const jet::sql::ResultColumn& column = query_->Columns()[field];
   const auto source = static_cast<std::size_t>(column.source);
   if (!ids_[source]) return nullptr;
@@ -223,127 +397,22 @@ std::unique_ptr<jet::LongValueReader> QueryRowset::OpenLong(std::size_t field) {
 }
 
 std::size_t QueryRowset::ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity) {
-  if (kind_ == Kind::kStatic && keeping_) return PieceOf(kept_[keptAt_ - 1][field], chunkAt_[field], buffer, capacity);
+  SeeRollbacks();
+  if (gone_) throw AdoError(runtime::kNoCurrentRecord);
+  if (IsKept()) return PieceOf(KeptValue(field), chunkAt_[field], buffer, capacity);
   if (!IsLong(field) || capacity < 8) return PieceOf(Value(field), chunkAt_[field], buffer, capacity);
   return OnEngine([&]() -> std::size_t {
-    if (readers_[field] == nullptr) readers_[field] = OpenLong(field);
+    if (readers_[field] == nullptr) {
+      readers_[field] = OpenLong(field);
+      chunkAt_[field] = 0;
+    }
     if (readers_[field] == nullptr) return 0;
     const std::size_t count = readers_[field]->Read(std::span(buffer, capacity));
-    if (count == 0) readers_[field] = nullptr;
-    return count;
+    chunkAt_[field] += count;
+    if (count > 0) return count;
+    readers_[field] = nullptr;
+    return chunkAt_[field] = 0;
   });
-}
-
-void QueryRowset::Insert(std::span<const Assignment> values) {
-  if (ids_.size() != 1) throw AdoError(runtime::kOperationNotSupported, "la requête porte sur plusieurs tables");
-  for (const Assignment& value : values) {
-    if (query_->Columns()[value.field].source < 0) throw AdoError(runtime::kOperationNotSupported, fields_[value.field].name);
-  }
-  ids_[0] = Writer(0).Insert(values, columns_);
-  versions_[0] = OnEngine([&] { return SourceTable(0).database->PagesVersion(); });
-  inserted_ = true;
-  std::fill(readers_.begin(), readers_.end(), nullptr);
-  OnEngine([&] {
-    // Columns that are expressions have no value in a row of its own making.
-    std::fill(values_.begin(), values_.end(), Variant(runtime::Null{}));
-    std::fill(seen_.begin(), seen_.end(), false);
-    if (!SourceTable(0).table->Read(*ids_[0], row_)) return;
-    for (std::size_t i = 0; i < fields_.size(); ++i) {
-      const jet::sql::ResultColumn& column = query_->Columns()[i];
-      if (column.source == 0 && !IsLong(i)) ReadColumn(row_, column.column, column.type.type, values_[i]);
-    }
-  });
-}
-
-bool QueryRowset::MayMove(std::span<const Assignment> values) const {
-  return std::any_of(values.begin(), values.end(), [&](const Assignment& value) {
-    const auto source = static_cast<std::size_t>(query_->Columns()[value.field].source);
-    const std::vector<jet::IndexDef>& indexes = SourceTable(source).table->Indexes();
-    return std::any_of(indexes.begin(), indexes.end(), [&](const jet::IndexDef& index) {
-      return std::any_of(index.columns.begin(), index.columns.end(),
-                         [&](const jet::IndexColumn& column) { return column.column == columns_[value.field]; });
-    });
-  });
-}
-
-jet::Table::RowTest QueryRowset::IsMeant(std::size_t source) {
-  std::vector<std::size_t> compared;
-  std::vector<std::size_t> ofKey;
-  const std::vector<std::size_t> key = OnEngine([&] { return Writer(source).KeyColumns(); });
-  std::vector<bool> found(key.size(), false);
-  for (std::size_t i = 0; i < fields_.size(); ++i) {
-    const jet::sql::ResultColumn& column = query_->Columns()[i];
-    if (column.source != static_cast<int>(source) || IsLong(i)) continue;
-    compared.push_back(i);
-    const auto at = std::find(key.begin(), key.end(), column.column);
-    if (at == key.end()) continue;
-    found[static_cast<std::size_t>(at - key.begin())] = true;
-    ofKey.push_back(i);
-  }
-  if (!key.empty() && std::find(found.begin(), found.end(), false) == found.end()) compared = std::move(ofKey);
-  return [this, compared = std::move(compared)](jet::Row& row) {
-    Variant now;
-    return std::all_of(compared.begin(), compared.end(), [&](std::size_t i) {
-      const jet::sql::ResultColumn& column = query_->Columns()[i];
-      ReadColumn(row, column.column, column.type.type, now);
-      return SameValue(now, values_[i]);
-    });
-  };
-}
-
-jet::Table::RowTest QueryRowset::IsStillRead(std::size_t source) {
-  if (Writer(source).KeyColumns().empty() && versions_[source] == SourceTable(source).database->PagesVersion()) return {};
-  return IsMeant(source);
-}
-
-jet::Table::RowTest QueryRowset::IsUnchanged(std::span<const Assignment> values) {
-  return [this, values](jet::Row& row) {
-    Variant now;
-    return std::all_of(values.begin(), values.end(), [&](const Assignment& value) {
-      const std::size_t i = value.field;
-      if (IsLong(i) && !seen_[i]) return true;
-      const jet::sql::ResultColumn& column = query_->Columns()[i];
-      ReadColumn(row, column.column, column.type.type, now);
-      return SameValue(now, values_[i]);
-    });
-  };
-}
-
-void QueryRowset::Update(std::span<const Assignment> values) {
-  std::fill(readers_.begin(), readers_.end(), nullptr);
-  for (const Assignment& value : values) {
-    const int source = query_->Columns()[value.field].source;
-    if (source < 0 || !ids_[static_cast<std::size_t>(source)]) throw AdoError(runtime::kOperationNotSupported, fields_[value.field].name);
-  }
-  OnEngine([&] {
-    std::optional<jet::Transaction> together;
-    if (ids_.size() > 1) together.emplace(connection_.Database());
-    for (std::size_t source = 0; source < ids_.size(); ++source) {
-      std::vector<Assignment> own;
-      for (const Assignment& value : values) {
-        if (query_->Columns()[value.field].source == static_cast<int>(source)) own.push_back(value);
-      }
-      if (!own.empty()) Writer(source).Update(*ids_[source], own, columns_, IsMeant(source), IsUnchanged(own));
-    }
-    if (together) together->Commit();
-    if (!inserted_ && MayMove(values)) moved_.insert(ids_);
-    std::fill(seen_.begin(), seen_.end(), false);
-    for (std::size_t i = 0; i < fields_.size(); ++i) {
-      const jet::sql::ResultColumn& column = query_->Columns()[i];
-      if (column.source < 0 || IsLong(i)) continue;
-      const auto source = static_cast<std::size_t>(column.source);
-      if (ids_[source]) versions_[source] = SourceTable(source).database->PagesVersion();
-      if (ids_[source] && SourceTable(source).table->Read(*ids_[source], row_))
-        ReadColumn(row_, column.column, column.type.type, values_[i]);
-    }
-  });
-}
-
-void QueryRowset::Delete() {
-  if (ids_.size() != 1 || !ids_[0]) throw AdoError(runtime::kOperationNotSupported, "la requête porte sur plusieurs tables");
-  std::fill(readers_.begin(), readers_.end(), nullptr);
-  Writer(0).Delete(*ids_[0], IsMeant(0));
-  moved_.erase(ids_);
 }
 
 }  // namespace tamlo::ado::jetprovider

@@ -11,6 +11,8 @@ namespace tamlo::ado::jetprovider {
 
 namespace {
 
+constexpr std::int32_t kNotAssignable = -2147217887;
+
 class Pieces final : public jet::ChunkSource {
  public:
   explicit Pieces(const ado::ChunkSource& source) : source_(source) {}
@@ -34,6 +36,12 @@ void OnRow(Work work, const bool* changed = nullptr) {
                              : "La ligne ne peut pas être trouvée pour la mise à jour : elle a été supprimée depuis la dernière lecture.",
                          "Microsoft JET Database Engine");
   }
+}
+
+// A row keeps the number that it got.
+void RequireNoCounter(const jet::sql::ColumnInfo& column) {
+  if (!column.type.autoNumber) return;
+  throw runtime::Error(kNotAssignable, "Le compteur d'une ligne existante ne peut pas être changé : " + column.name, "Microsoft JET Database Engine");
 }
 
 bool IsLongColumn(jet::ColumnType type) { return type == jet::ColumnType::kMemo || type == jet::ColumnType::kOle; }
@@ -81,8 +89,8 @@ class RowWriter::Prepared {
   std::deque<Pieces> pieces_;
 };
 
-RowWriter::RowWriter(jet::sql::Session& session, std::shared_ptr<const jet::sql::EngineTable> table)
-    : session_(session), table_(std::move(table)) {}
+RowWriter::RowWriter(JetConnection& connection, std::shared_ptr<const jet::sql::EngineTable> table)
+    : connection_(connection), session_(connection.Session()), table_(std::move(table)) {}
 
 jet::Value RowWriter::Suited(std::size_t column, const jet::Value& value) const {
   const auto& described = table_->columns[column];
@@ -94,8 +102,10 @@ jet::Value RowWriter::Suited(std::size_t column, const jet::Value& value) const 
 }
 
 jet::RowId RowWriter::Insert(std::span<const Assignment> values, const std::vector<std::size_t>& columns) {
+  const JetConnection::RollbackWatch watch(connection_);
   return OnEngine([&] {
     jet::sql::RequireWritable(*table_);
+    connection_.BeforeChange(table_.get());
     if (!defaults_) defaults_ = session_.Defaults(*table_);
     Prepared prepared(*this, values, columns);
     for (const auto& [column, value] : *defaults_) {
@@ -111,8 +121,11 @@ jet::RowId RowWriter::Insert(std::span<const Assignment> values, const std::vect
 
 void RowWriter::Update(jet::RowId id, std::span<const Assignment> values, const std::vector<std::size_t>& columns,
                        const jet::Table::RowTest& isMeant, const jet::Table::RowTest& isUnchanged) {
+  const JetConnection::RollbackWatch watch(connection_);
   OnEngine([&] {
     jet::sql::RequireWritable(*table_);
+    connection_.BeforeChange(table_.get());
+    for (const Assignment& value : values) RequireNoCounter(table_->columns[columns[value.field]]);
     const Prepared prepared(*this, values, columns);
     bool changed = false;
     const auto isStill = [&](jet::Row& row) {
@@ -126,8 +139,10 @@ void RowWriter::Update(jet::RowId id, std::span<const Assignment> values, const 
 }
 
 void RowWriter::Delete(jet::RowId id, const jet::Table::RowTest& isMeant) {
+  const JetConnection::RollbackWatch watch(connection_);
   OnEngine([&] {
     jet::sql::RequireWritable(*table_);
+    connection_.BeforeChange(table_.get());
     OnRow([&] { table_->table->Delete(id, isMeant); });
     session_.RowsChanged();
   });

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "ado/Provider.h"
+#include "ado/jet/JetConnection.h"
 #include "jet/Table.h"
 #include "jet/sql/Session.h"
 
@@ -16,7 +17,7 @@ namespace tamlo::ado::jetprovider {
 /// for what a new row leaves out. Errors are runtime::Error.
 class RowWriter {
  public:
-  RowWriter(jet::sql::Session& session, std::shared_ptr<const jet::sql::EngineTable> table);
+  RowWriter(JetConnection& connection, std::shared_ptr<const jet::sql::EngineTable> table);
 
   /// columns: position in the table of each field.
   jet::RowId Insert(std::span<const Assignment> values, const std::vector<std::size_t>& columns);
@@ -33,6 +34,7 @@ class RowWriter {
   /// The value as that column of the table takes it; an error names the column.
   [[nodiscard]] jet::Value Suited(std::size_t column, const jet::Value& value) const;
 
+  JetConnection& connection_;
   jet::sql::Session& session_;
   std::shared_ptr<const jet::sql::EngineTable> table_;
   std::optional<std::vector<std::pair<std::size_t, jet::Value>>> defaults_;

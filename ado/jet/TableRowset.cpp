@@ -21,8 +21,8 @@ bool IsLong(const jet::sql::ColumnInfo& column) {
 
 }  // namespace
 
-TableRowset::TableRowset(JetConnection& connection, std::shared_ptr<const jet::sql::EngineTable> table)
-    : table_(std::move(table)), writer_(connection.Session(), table_), session_(connection.Session()) {
+TableRowset::TableRowset(JetConnection& connection, std::shared_ptr<const jet::sql::EngineTable> table, CursorType cursor)
+    : table_(std::move(table)), writer_(connection, table_), adds_(cursor == adOpenDynamic), rollbacks_(connection.Rollbacks()), connection_(connection) {
   for (const jet::sql::ColumnInfo& column : table_->columns) {
     columns_.push_back(fields_.size());
     fields_.push_back(Described(column.name, column.type));
@@ -42,8 +42,7 @@ bool TableRowset::MoveFirst() {
   return OnEngine([&] {
     const AtRest atRest{*this};
     inserted_ = false;
-    scan_.reset();
-    walk_.reset();
+    BeginWalk();
     if (index_ && !table_->table->Indexes()[*index_].ignoreNulls) {
       walk_.emplace(*table_->table, *index_);
       walk_->SetRange(std::nullopt, std::nullopt);
@@ -52,6 +51,28 @@ bool TableRowset::MoveFirst() {
     }
     return Advance();
   });
+}
+
+void TableRowset::BeginWalk() {
+  scan_.reset();
+  walk_.reset();
+  id_.reset();
+  gone_ = false;
+  visited_.Clear();
+  walkBegan_ = connection_.Changes();
+  if (!adds_) added_.Begin(*table_->table);
+}
+
+void TableRowset::SeeRollbacks() {
+  if (rollbacks_ != connection_.Rollbacks()) {
+    rollbacks_ = connection_.Rollbacks();
+    added_.End();
+    OnEngine([&] {
+      jet::sql::RequireCurrent(*table_);
+      gone_ = id_ && !Take(*id_);
+    });
+  }
+  if (gone_) throw AdoError(runtime::kNoCurrentRecord);
 }
 
 bool TableRowset::MoveNext() {
@@ -63,13 +84,18 @@ bool TableRowset::Advance() {
   const AtRest atRest{*this};
   const jet::Database::ReadScope scope(*table_->database);
   jet::sql::RequireCurrent(*table_);
+  gone_ = false;
   for (;;) {
     const bool found = walk_ ? walk_->Next() : scan_ && scan_->Next();
     if (!found) {
       id_.reset();
       return false;
     }
-    if (Take(walk_ ? walk_->Id() : scan_->Id())) return true;
+    const jet::RowId id = walk_ ? walk_->Id() : scan_->Id();
+    if (connection_.Changes() != walkBegan_ && (visited_.Has(id) || (!adds_ && added_.Has(id)))) continue;
+    if (!Take(id)) continue;
+    visited_.Add(id);
+    return true;
   }
 }
 
@@ -88,6 +114,7 @@ bool TableRowset::Take(jet::RowId id) {
 }
 
 Variant TableRowset::Value(std::size_t field) {
+  SeeRollbacks();
   if (!IsLong(table_->columns[field])) return values_[field];
   return OnEngine([&] {
     Variant value = runtime::Null{};
@@ -104,6 +131,7 @@ Variant TableRowset::Value(std::size_t field) {
 }
 
 std::size_t TableRowset::ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity) {
+  SeeRollbacks();
   if (!IsLong(table_->columns[field]) || capacity < 8) return PieceOf(Value(field), chunkAt_[field], buffer, capacity);
   return OnEngine([&]() -> std::size_t {
     if (readers_[field] == nullptr && id_) {
@@ -122,6 +150,7 @@ std::size_t TableRowset::ReadChunk(std::size_t field, std::byte* buffer, std::si
 void TableRowset::Insert(std::span<const Assignment> values) {
   const jet::RowId id = writer_.Insert(values, columns_);
   inserted_ = true;
+  gone_ = false;
   OnEngine([&] {
     if (Take(id)) return;
     // Another one has deleted it already.
@@ -163,6 +192,7 @@ jet::Table::RowTest TableRowset::IsUnchanged(std::span<const Assignment> values)
 }
 
 void TableRowset::Update(std::span<const Assignment> values) {
+  SeeRollbacks();
   if (!id_) throw AdoError(runtime::kNoCurrentRecord);
   std::fill(readers_.begin(), readers_.end(), nullptr);
   writer_.Update(*id_, values, columns_, IsMeant(), IsUnchanged(values));
@@ -172,21 +202,26 @@ void TableRowset::Update(std::span<const Assignment> values) {
 }
 
 void TableRowset::Delete() {
+  SeeRollbacks();
   if (!id_) throw AdoError(runtime::kNoCurrentRecord);
   std::fill(readers_.begin(), readers_.end(), nullptr);
   writer_.Delete(*id_, IsMeant());
+  visited_.Remove(*id_);
   id_.reset();
 }
 
 bool TableRowset::UseIndex(const std::string& name) {
   return OnEngine([&] {
-    const std::optional<std::size_t> found = table_->table->FindIndex(name);
-    if (!found) return false;
-    if (!table_->table->Indexes()[*found].writable)
-      throw jet::Error(jet::ErrorCode::kUnsupported, "the order of the index \"" + name + "\" is not known");
+    std::optional<std::size_t> found;
+    if (!name.empty()) {
+      found = table_->table->FindIndex(name);
+      if (!found) return false;
+      if (!table_->table->Indexes()[*found].writable)
+        throw jet::Error(jet::ErrorCode::kUnsupported, "the order of the index \"" + name + "\" is not known");
+    }
     index_ = found;
-    scan_.reset();
-    walk_.reset();
+    BeginWalk();
+    inserted_ = false;
     return true;
   });
 }
@@ -201,7 +236,7 @@ bool TableRowset::Seek(std::span<const Variant> key, SeekOption option) {
       throw jet::Error(jet::ErrorCode::kTypeMismatch, "the key has another number of values than the index");
     std::vector<jet::Value> values;
     for (std::size_t i = 0; i < key.size(); ++i) {
-      values.push_back(jet::sql::Coerced(ToValue(key[i]), table_->columns[index.columns[i].column].type, session_.Settings()));
+      values.push_back(jet::sql::Coerced(ToValue(key[i]), table_->columns[index.columns[i].column].type, connection_.Session().Settings()));
     }
     const jet::Database::ReadScope scope(*table_->database);
     return SeekRow(values, option);
@@ -209,9 +244,7 @@ bool TableRowset::Seek(std::span<const Variant> key, SeekOption option) {
 }
 
 bool TableRowset::SeekRow(const std::vector<jet::Value>& key, SeekOption option) {
-  scan_.reset();
-  walk_.reset();
-  id_.reset();
+  BeginWalk();
   jet::IndexCursor cursor(*table_->table, *index_);
   const jet::KeyBound at{key, true};
   const jet::KeyBound beyond{key, false};
@@ -237,6 +270,7 @@ bool TableRowset::SeekRow(const std::vector<jet::Value>& key, SeekOption option)
   }
   while (cursor.Next()) {
     if (!Take(cursor.Id())) continue;
+    visited_.Add(*id_);
     WalkFrom(*id_);
     return true;
   }

@@ -7,6 +7,7 @@
 
 #include "ado/Provider.h"
 #include "ado/jet/JetConnection.h"
+#include "ado/jet/RowSets.h"
 #include "ado/jet/RowWriter.h"
 #include "jet/IndexCursor.h"
 #include "jet/sql/Session.h"
@@ -14,10 +15,11 @@
 namespace tamlo::ado::jetprovider {
 
 /// All rows of one table, opened table-direct: in the order of the file, or of the index that was chosen for Seek. Every row is read from
-/// the table when it is reached; rows deleted meanwhile are skipped.
+/// the table when it is reached, whatever the type of the cursor; rows deleted meanwhile are skipped. A walk (from MoveFirst or Seek on)
+/// gives no row twice because this program has moved it, and only that of a dynamic cursor gives rows that this program adds meanwhile.
 class TableRowset final : public ProviderRowset {
  public:
-  TableRowset(JetConnection& connection, std::shared_ptr<const jet::sql::EngineTable> table);
+  TableRowset(JetConnection& connection, std::shared_ptr<const jet::sql::EngineTable> table, CursorType cursor);
 
   [[nodiscard]] const std::vector<FieldInfo>& Fields() const override { return fields_; }
   bool MoveFirst() override;
@@ -40,6 +42,10 @@ class TableRowset final : public ProviderRowset {
   };
 
   bool Advance();
+  /// Forgets where the walk is and what it has given; others begin behind it.
+  void BeginWalk();
+  /// Reads the current row again when something was rolled back since the last look; error 3021 when it is gone by that.
+  void SeeRollbacks();
   bool Take(jet::RowId id);
   /// Whether the row still has the key that was read, or all the short values where the table has no key.
   [[nodiscard]] jet::Table::RowTest IsMeant();
@@ -55,6 +61,12 @@ class TableRowset final : public ProviderRowset {
   RowWriter writer_;
   std::vector<FieldInfo> fields_;
   std::vector<std::size_t> columns_;
+  bool adds_;             // rows that this program adds are given too
+  VisitedRows visited_;   // by the walk
+  NewRows added_;         // since it began
+  std::uint64_t walkBegan_ = 0;  // the connection's changes then
+  std::uint64_t rollbacks_ = 0;
+  bool gone_ = false;  // the current row is, by a rollback
   std::optional<std::size_t> index_;
   std::optional<jet::ScanCursor> scan_;
   std::optional<jet::IndexCursor> walk_;
@@ -66,7 +78,7 @@ class TableRowset final : public ProviderRowset {
   jet::Row row_;
   bool inserted_ = false;
   std::uint64_t version_ = 0;  // of the file's pages when the row was read
-  jet::sql::Session& session_;
+  JetConnection& connection_;
 };
 
 }  // namespace tamlo::ado::jetprovider

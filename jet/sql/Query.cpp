@@ -392,7 +392,11 @@ bool Query::IsStill(std::size_t source, const Row& row) const {
   const EngineTable& table = *state_->sources[source];
   const std::vector<std::size_t>& columns = state_->keyColumns[source];
   if (columns.empty() || table.database->PagesVersion() == state_->versions[source]) return true;
-  return row.Fingerprint(columns) == state_->prints[(state_->blockAt - 1) * state_->sources.size() + source];
+  return row.Fingerprint(columns) == KeyPrint(source);
+}
+
+std::uint64_t Query::KeyPrint(std::size_t source) const {
+  return state_->prints[(state_->blockAt - 1) * state_->sources.size() + source];
 }
 
 std::vector<std::unique_ptr<Database::ReadScope>> Query::HoldStill() const {

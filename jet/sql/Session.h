@@ -95,6 +95,8 @@ class Query {
   /// After ReadRowsAgain: whether what the table holds now under the identity of the current row is still that row, not another one that
   /// has taken its place since: by its primary key, or, where there is none, by its identity alone.
   [[nodiscard]] bool IsStill(std::size_t source, const Row& row) const;
+  /// After ReadRowsAgain: Row::Fingerprint of the primary key of the current row's row in a source; 0 where it has no row or the table no key.
+  [[nodiscard]] std::uint64_t KeyPrint(std::size_t source) const;
   /// Keeps all that the query reads as it is while the scopes live.
   [[nodiscard]] std::vector<std::unique_ptr<Database::ReadScope>> HoldStill() const;
 
