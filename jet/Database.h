@@ -95,7 +95,8 @@ class Database {
   };
 
   // ----- catalog
-  /// All objects, in the order of the catalog's rows. Read once and kept until something changes.
+  /// All objects, in the order of the catalog's rows. Read once and kept until something changes: what this and FindObject give is good until
+  /// the next call, and as long as a ReadScope lives.
   [[nodiscard]] const std::vector<CatalogObject>& Objects();
   /// The table, link or query of that name (they share one name space); null when there is none.
   [[nodiscard]] const CatalogObject* FindObject(std::string_view name);

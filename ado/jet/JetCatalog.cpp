@@ -1,6 +1,7 @@
 #include "ado/jet/JetCatalog.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "ado/Errors.h"
 #include "ado/Secrets.h"
@@ -149,6 +150,11 @@ std::vector<Column> JetCatalog::Columns(const std::string& table) {
       const auto query = connection_.Session().Open("SELECT * FROM [" + table + "]");
       for (const jet::sql::ResultColumn& column : query->Columns()) columns.push_back(ColumnFrom(Described(column.name, column.type)));
       return columns;
+    }
+    std::optional<jet::Database::ReadScope> reading;
+    if (found->table != nullptr) {
+      reading.emplace(*found->database);
+      jet::sql::RequireCurrent(*found);
     }
     for (std::size_t i = 0; i < found->columns.size(); ++i) {
       columns.push_back(ColumnFrom(Described(found->columns[i].name, found->columns[i].type)));

@@ -241,7 +241,7 @@ void BatchInsert::Hold(std::span<const Variant> row) {
         earlier.indicators[held_] = earlier.indicators[from];
       }
     }
-    std::memcpy(column.data.data() + held_ * column.stride, scratch_.data(), scratch_.size());
+    std::copy(scratch_.begin(), scratch_.end(), column.data.begin() + static_cast<std::ptrdiff_t>(held_ * column.stride));
     column.indicators[held_] = static_cast<std::ptrdiff_t>(scratch_.size());
     heldBytes_ += scratch_.size();
   }

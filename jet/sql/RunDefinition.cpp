@@ -134,7 +134,8 @@ void Run(SessionState& state, const CreateQueryPlan& plan) {
   for (std::size_t i = 0; i < plan.columns.size(); ++i) columns[i].name1 = plan.columns[i];
   StoreQuery(state.database, plan.name, design);
   state.ForgetTables();
-  CheckQuery(state, plan, StoredStatement(state.database, *state.database.FindObject(plan.name), plan.view));
+  const std::optional<std::string> stored = plan.view ? state.FindQuery(plan.name) : state.FindStatement(plan.name);
+  if (stored) CheckQuery(state, plan, *stored);
 }
 
 Database& DatabaseOf(Database& database) { return database; }

@@ -42,6 +42,8 @@ std::shared_ptr<EngineTable> Described(Database& database, Table& table) {
 
 void RequireCurrent(const EngineTable& table) {
   if (table.table == nullptr) return;
+  // In one stretch of reading: what others commit would have the list of objects read again under the walk through it.
+  const Database::ReadScope reading(*table.database);
   const std::uint64_t version = table.database->SchemaVersion();
   if (version == table.checkedVersion) return;
   // Something was defined anew in the file: is it this table? The object itself may be gone, so nothing of it is touched before.
@@ -230,6 +232,7 @@ std::shared_ptr<const EngineTable> SessionState::LinkedTable(const CatalogObject
   }
   Database& other = OtherDatabase(path, link.name);
   try {
+    const Database::ReadScope reading(other);
     auto table = Described(other, other.OpenTable(link.foreignName));
     const CatalogObject* target = other.FindObject(link.foreignName);
     table->ofCatalog = target != nullptr && IsOfCatalog(*target);
@@ -243,7 +246,7 @@ std::shared_ptr<const EngineTable> SessionState::LinkedTable(const CatalogObject
 }
 
 TablePointer SessionState::FindTable(std::string_view name, const std::string& file) {
-  // One lock for all that is asked of the file.
+  // One lock for all that is asked of the file; without it, what others commit would have its objects read again while one is looked at.
   std::optional<Database::ReadScope> reading;
   if (file.empty()) reading.emplace(database);
   const std::uint64_t version = database.SchemaVersion();
@@ -259,6 +262,7 @@ TablePointer SessionState::FindTable(std::string_view name, const std::string& f
       byName.erase(known);  // of another file, whose definitions may have changed
     }
   }
+  if (!reading) reading.emplace(source);
   const CatalogObject* object = source.FindObject(name);
   if (object == nullptr) return nullptr;
   std::shared_ptr<const EngineTable> table;
@@ -271,10 +275,12 @@ TablePointer SessionState::FindTable(std::string_view name, const std::string& f
       break;
     }
     case ObjectKind::kJetLink:
-    case ObjectKind::kOdbcLink:
+    case ObjectKind::kOdbcLink: {
+      const CatalogObject link = *object;
       reading.reset();  // nobody waits here for what lies behind a link
-      table = LinkedTable(*object);
+      table = LinkedTable(link);
       break;
+    }
     default:
       return nullptr;
   }
@@ -283,12 +289,14 @@ TablePointer SessionState::FindTable(std::string_view name, const std::string& f
 }
 
 std::optional<std::string> SessionState::FindQuery(std::string_view name) {
+  const Database::ReadScope reading(database);
   const CatalogObject* object = database.FindObject(name);
   if (object == nullptr || object->kind != ObjectKind::kQuery) return std::nullopt;
   return StoredStatement(database, *object, true);
 }
 
 std::optional<std::string> SessionState::FindStatement(std::string_view name) {
+  const Database::ReadScope reading(database);
   const CatalogObject* object = database.FindObject(name);
   if (object == nullptr || object->kind != ObjectKind::kQuery) return std::nullopt;
   return StoredStatement(database, *object, false);

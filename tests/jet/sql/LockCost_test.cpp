@@ -45,4 +45,36 @@ TEST(LockCost, FindingATableReadsTheFileInOneStretch) {
   EXPECT_EQ(files.stretches, 2) << "what another process has defined anew meanwhile must be seen";
 }
 
+/// What others commit between two stretches has the list of objects read again: whoever looks at one of them must not leave it in between.
+TEST(LockCost, WhetherATableIsStillTheSameIsAskedInOneStretch) {
+  CountingFiles files;
+  jet::OpenOptions options;
+  options.fileSystem = &files;
+  jet::TableSpec clients;
+  clients.name = "CLIENTS";
+  clients.columns.resize(2);
+  clients.columns[0].name = "ID";
+  clients.columns[0].type = jet::ColumnType::kLong;
+  clients.columns[1].name = "NOM";
+  clients.columns[1].type = jet::ColumnType::kText;
+  clients.columns[1].size = 20;
+  jet::Database::Create("test.mdb", options)->CreateTable(clients);
+  options.mode = jet::OpenMode::kShared;
+  const auto database = jet::Database::Open("test.mdb", options);
+  const auto other = jet::Database::Open("test.mdb", options);
+  jet::sql::Session session(*database, {});
+  jet::sql::Session others(*other, {});
+  session.Execute("CREATE VIEW V AS SELECT ID FROM CLIENTS");
+  const auto table = session.FindTable("CLIENTS");
+  ASSERT_NE(table, nullptr);
+  others.Execute("INSERT INTO CLIENTS VALUES (1, 'Ada')");
+  files.stretches = 0;
+  jet::sql::RequireCurrent(*table);
+  EXPECT_EQ(files.stretches, 1);
+  others.Execute("CREATE TABLE AUTRE (ID LONG)");
+  files.stretches = 0;
+  jet::sql::RequireCurrent(*table);
+  EXPECT_EQ(files.stretches, 1);
+}
+
 }  // namespace
