@@ -1,3 +1,7 @@
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/lsan_interface.h>
+#endif
+
 #include "ado/odbc/OdbcProvider.h"
 #include "tests/ado_odbc/Engine.h"
 
@@ -109,6 +113,10 @@ TEST_F(Connecting, APasswordThatIsAPieceOfAWordLeavesTheWordWhole) {
 }
 
 TEST_F(Connecting, EverySpellingOfAPasswordIsStruckOut) {
+#ifdef __SANITIZE_ADDRESS__
+  // unixODBC forgets to free the DSN of a text that has a DRIVER before it.
+  const __lsan::ScopedDisabler forgotten;
+#endif
   const std::string driver = std::string("DRIVER={") + DIAGNOSTIC_DRIVER + "}";
   for (const std::string& text : {driver + ";PWD={mot;passe42}", driver + "; pwd = mot passe42 ;UID=moi", "Password=passe42;" + driver,
                                   driver + ";PASSWORD={mot}}passe42}", driver + ";PWD=\"mot;passe42\"", driver + ";OldPassword=passe42",
