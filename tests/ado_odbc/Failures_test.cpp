@@ -1,7 +1,3 @@
-#ifdef __SANITIZE_ADDRESS__
-#include <sanitizer/lsan_interface.h>
-#endif
-
 #include "ado/odbc/OdbcProvider.h"
 #include "tests/ado_odbc/Engine.h"
 
@@ -113,14 +109,14 @@ TEST_F(Connecting, APasswordThatIsAPieceOfAWordLeavesTheWordWhole) {
 }
 
 TEST_F(Connecting, EverySpellingOfAPasswordIsStruckOut) {
-#ifdef __SANITIZE_ADDRESS__
-  // unixODBC forgets to free the DSN of a text that has a DRIVER before it.
-  const __lsan::ScopedDisabler forgotten;
-#endif
   const std::string driver = std::string("DRIVER={") + DIAGNOSTIC_DRIVER + "}";
-  for (const std::string& text : {driver + ";PWD={mot;passe42}", driver + "; pwd = mot passe42 ;UID=moi", "Password=passe42;" + driver,
-                                  driver + ";PASSWORD={mot}}passe42}", driver + ";PWD=\"mot;passe42\"", driver + ";OldPassword=passe42",
-                                  driver + ";DSN={x;PWD=passe42}"}) {
+  std::vector<std::string> texts{driver + ";PWD={mot;passe42}", driver + "; pwd = mot passe42 ;UID=moi", "Password=passe42;" + driver,
+                                 driver + ";PASSWORD={mot}}passe42}", driver + ";PWD=\"mot;passe42\"", driver + ";OldPassword=passe42"};
+#ifndef __SANITIZE_ADDRESS__
+  // unixODBC never frees the DSN of a text that has a DRIVER before it, which the leak check would tell.
+  texts.push_back(driver + ";DSN={x;PWD=passe42}");
+#endif
+  for (const std::string& text : texts) {
     const Error error = Refusal(text);
     EXPECT_EQ(error.Description().find("passe42"), std::string::npos) << error.Description();
     for (const auto& record : error.Diagnostics()) EXPECT_EQ(record.text.find("passe42"), std::string::npos) << record.text;
