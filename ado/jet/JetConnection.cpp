@@ -112,6 +112,7 @@ void JetConnection::HasRead(UnreadCopy& cursor) noexcept { std::erase(unread_, &
 
 void JetConnection::BeforeChange(const jet::sql::EngineTable* table) {
   ++changes_;
+  if (unread_.empty()) return;
   // What other tables refer to may take their rows along.
   const auto isReferenced = [](const jet::IndexDef& index) { return index.kind == jet::IndexKind::kForeignKey && !index.referencing; };
   if (table != nullptr && table->table != nullptr) {

@@ -124,9 +124,6 @@ bool ToolRun::CountInMemory(const std::string& text, std::size_t& looked, std::s
     unsigned long long end = 0;
     char rights[5] = {};
     if (std::sscanf(line.c_str(), "%llx-%llx %4s", &start, &end, rights) != 3 || rights[1] != 'w') continue;
-    // A sanitizer's own maps of memory are larger than any memory, and hold no texts.
-    constexpr unsigned long long kMost = 1ULL << 32;
-    if (end - start > kMost) continue;
     std::string bytes(end - start, '\0');
     const ssize_t count = ::pread(memory, bytes.data(), bytes.size(), static_cast<off_t>(start));
     if (count <= 0) continue;
