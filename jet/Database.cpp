@@ -205,6 +205,8 @@ std::uint64_t Database::PagesVersion() {
   return engine_->pager->Generation();
 }
 
+bool Database::NothingSince(std::uint64_t version) { return engine_->pager->NothingSince(version); }
+
 std::uint64_t Database::SchemaVersion() {
   const ReadLock lock(*engine_);
   return engine_->pager->Generation();
@@ -350,6 +352,7 @@ Database::Counters Database::Count() const noexcept {
   counters.pagesWritten = counted.pagesWritten;
   counters.commits = counted.commits;
   counters.syncs = counted.syncs;
+  counters.stretches = counted.stretches;
   counters.cachedBytes = engine_->pager->CachedBytes();
   return counters;
 }

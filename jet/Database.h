@@ -102,6 +102,8 @@ class Database {
   [[nodiscard]] const CatalogObject* FindObject(std::string_view name);
   /// A number that changes whenever rows or definitions may have been changed by another process, or undone by a rollback.
   [[nodiscard]] std::uint64_t PagesVersion();
+  /// True while nobody else can have changed anything since PagesVersion() was that. Takes no lock; costs one small read.
+  [[nodiscard]] bool NothingSince(std::uint64_t version);
   /// A number that changes whenever a definition may have changed (by this object, a rollback or another process).
   [[nodiscard]] std::uint64_t SchemaVersion();
 
@@ -166,6 +168,7 @@ class Database {
     std::uint64_t pagesWritten = 0;  ///< pages written to the file, journal not counted
     std::uint64_t commits = 0;       ///< outermost commits that had something to write
     std::uint64_t syncs = 0;         ///< Sync and SyncFolder calls
+    std::uint64_t stretches = 0;     ///< of reading, each with its own locks
     std::size_t cachedBytes = 0;     ///< bytes of pages in memory now
   };
   [[nodiscard]] Counters Count() const noexcept;

@@ -16,6 +16,22 @@ enum class FileMode {
   kOpenOrCreate,  ///< reading and writing, made when it is not there
 };
 
+/// The beginning of an open file, always as it is by then, without a call to the system for each look.
+class FileWindow {
+ public:
+  explicit FileWindow(std::span<const std::byte> bytes) : bytes_(bytes) {}
+  virtual ~FileWindow() = default;
+
+  /// The eight bytes at an offset that is a multiple of eight, as a number in the machine's own order.
+  [[nodiscard]] std::uint64_t Number(std::size_t offset) const noexcept {
+    return *reinterpret_cast<const volatile std::uint64_t*>(bytes_.data() + offset);
+  }
+  [[nodiscard]] std::span<const std::byte> Bytes() const noexcept { return bytes_; }
+
+ private:
+  std::span<const std::byte> bytes_;
+};
+
 /// One open file. Closed when the object goes; its locks go with it.
 /// Errors: jet::Error kDiskFull when there is no space, kIo for anything else that the system refuses.
 class File {
@@ -45,6 +61,9 @@ class File {
   /// A number that two opens share when they lead to the same file; of files that exist at the same time, different ones have different
   /// numbers within a file system.
   [[nodiscard]] virtual std::uint64_t Identity() { return 0; }
+  /// A window onto the first bytes (at most 4096) of a file that is not empty; zeros stand behind its end. Null where there can be none: then Read
+  /// is the way. It must not outlive the file.
+  [[nodiscard]] virtual std::unique_ptr<FileWindow> OpenWindow(std::size_t /*length*/) { return nullptr; }
   /// How many names the file has in its file system; 0 once the last one is gone.
   [[nodiscard]] virtual std::uint64_t NameCount() { return 1; }
 };

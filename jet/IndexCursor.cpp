@@ -57,6 +57,11 @@ struct IndexCursor::State {
     if (!lock) lock.emplace(table.engine);
   }
 
+  void Renew() {
+    cursor = BTreeCursor(*Tree().tree);
+    generation = table.engine.pager->Generation();
+  }
+
   TableCore::Tree& Tree() {
     table.Refresh();
     if (index >= table.Indexes().size()) throw Error(ErrorCode::kNotFound, "There is no index of that number");
@@ -132,8 +137,7 @@ void IndexCursor::SetRange(const std::optional<KeyBound>& lower, const std::opti
   state.upper = std::move(newUpper);
   state.backward = backward;
   state.id = {};
-  state.cursor = BTreeCursor(*state.Tree().tree);
-  state.generation = state.table.engine.pager->Generation();
+  state.Renew();
   state.Seek();
 }
 
@@ -143,14 +147,12 @@ bool IndexCursor::Next() {
   state.Wake();
   if (state.generation != state.table.engine.pager->Generation()) {
     // The definition has been read again and the tree is another object: the walk begins anew behind the entry it stood on.
-    Bytes key;
-    if (state.id.page != 0) key.assign(state.cursor.Key().begin(), state.cursor.Key().end());
-    state.cursor = BTreeCursor(*state.Tree().tree);
-    state.generation = state.table.engine.pager->Generation();
-    if (state.id.page == 0)
+    if (state.id.page == 0) {
+      state.Renew();
       state.Seek();
-    else
-      state.cursor.SeekEntry(key, state.id, !state.backward);
+    } else {
+      GoBehind(Bytes(state.cursor.Key().begin(), state.cursor.Key().end()), state.id);
+    }
   }
   while (state.backward ? state.cursor.Previous() : state.cursor.Next()) {
     const int place = state.Place(state.cursor.Key());
@@ -166,5 +168,16 @@ bool IndexCursor::Next() {
 void IndexCursor::Rest() noexcept { state_->lock.reset(); }
 
 RowId IndexCursor::Id() const noexcept { return state_->id; }
+
+std::span<const std::byte> IndexCursor::Key() const noexcept { return state_->cursor.Key(); }
+
+void IndexCursor::GoBehind(std::span<const std::byte> key, RowId id) {
+  State& state = *state_;
+  state.Wake();
+  state.Renew();
+  state.ended = false;
+  state.id = id;
+  state.cursor.SeekEntry(key, id, !state.backward);
+}
 
 }  // namespace jet

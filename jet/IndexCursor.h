@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "jet/PageStore.h"
@@ -42,6 +43,10 @@ class IndexCursor {
   bool Next();
   /// The row of the entry stood on.
   [[nodiscard]] RowId Id() const noexcept;
+  /// The entry's key, as the index holds it; good until the next call.
+  [[nodiscard]] std::span<const std::byte> Key() const noexcept;
+  /// Back to behind an entry that was stood on before, whether it is still there or not.
+  void GoBehind(std::span<const std::byte> key, RowId id);
   /// Lets other processes write until the next step or SetRange.
   void Rest() noexcept;
 

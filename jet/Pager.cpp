@@ -229,6 +229,7 @@ void Pager::Free(PageNumber page) {
 
 void Pager::BeginRead() {
   if (readDepth_ == 0 && !writing_) {
+    ++counters_.stretches;
     sharing_.EnterRead();
     try {
       RecoverIfLeftBehind();
@@ -243,6 +244,11 @@ void Pager::BeginRead() {
 
 void Pager::EndRead() noexcept {
   if (--readDepth_ == 0 && !writing_) sharing_.LeaveRead();
+}
+
+bool Pager::NothingSince(std::uint64_t generation) {
+  if (generation != generation_ || needsRecovery_) return false;
+  return readDepth_ > 0 || writing_ || sharing_.Exclusive() || sharing_.CommitCount() == seenCommits_;
 }
 
 void Pager::Refresh() {

@@ -67,6 +67,9 @@ class Pager final : public PageStore {
   [[nodiscard]] int Depth() const noexcept { return static_cast<int>(levels_.size()); }
   /// Changes whenever pages may have changed other than by Edit: rollback, changes by another process.
   [[nodiscard]] std::uint64_t Generation() const noexcept { return generation_; }
+  /// True while nobody, this object included, can have committed or rolled back anything since Generation() was that. Costs one small read and no
+  /// lock: what was read by then is still what the file holds, but more must not be read without BeginRead.
+  [[nodiscard]] bool NothingSince(std::uint64_t generation);
   /// A definition has changed: whoever keeps something derived from pages looks again.
   void ChangeGeneration() noexcept { ++generation_; }
   /// True once something was changed in the open transaction.
@@ -77,6 +80,7 @@ class Pager final : public PageStore {
     std::uint64_t pagesWritten = 0;
     std::uint64_t commits = 0;
     std::uint64_t syncs = 0;
+    std::uint64_t stretches = 0;  ///< of reading, for which locks were taken
   };
   [[nodiscard]] Counters Count() const noexcept;
   [[nodiscard]] std::size_t CachedBytes() const noexcept { return frames_.size() * pageSize_; }

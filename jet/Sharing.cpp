@@ -26,6 +26,7 @@ constexpr std::string_view kComputer = "LOCALHOST";
 constexpr std::uint64_t kNameLocks = std::uint64_t{1} << 44;
 constexpr std::size_t kEntrySize = 64;
 constexpr std::size_t kCountOffset = 24;
+constexpr std::size_t kWindowSize = 64 * kEntrySize;
 constexpr std::size_t kUserOffset = 32;
 constexpr std::size_t kNumberOffset = 56;
 /// Who opens a file that another one has for itself learns it after this time, however long it would wait for a writer.
@@ -79,6 +80,7 @@ Sharing::Sharing(FileSystem& files, const std::string& databasePath, File& datab
     TakeEntry(databasePath);
     if (!file_->IsStillNamed()) continue;
     MeetOthers(databasePath, database);
+    if (!exclusive_ && entry_ < kWindowSize / kEntrySize) entries_ = file_->OpenWindow(kWindowSize);
     return;
   }
   throw Error(ErrorCode::kInUse, "\"" + databasePath + "\" is being opened and closed by others all the time");
@@ -286,8 +288,14 @@ void Sharing::LeaveWrite() noexcept {
 
 std::uint64_t Sharing::CommitCount() {
   if (!file_ || exclusive_) return 0;
-  std::vector<std::byte> entries(kEntrySize * 16);
   std::uint64_t sum = 0;
+  // Entries are taken from the first on: where the window's last one has never been, there are none behind it. Where our own name is gone,
+  // somebody has cut the file.
+  if (entries_ && entries_->Number(kWindowSize - kEntrySize) == 0 && entries_->Number(entry_ * kEntrySize) != 0) {
+    for (std::size_t offset = kCountOffset; offset < kWindowSize; offset += kEntrySize) sum += entries_->Number(offset);
+    return sum;
+  }
+  std::array<std::byte, kEntrySize * 16> entries;
   for (std::uint64_t offset = 0;; offset += entries.size()) {
     const std::size_t had = file_->Read(offset, entries);
     for (std::size_t i = 0; i + kEntrySize <= had; i += kEntrySize) sum += Load64(entries.data() + i + kCountOffset);

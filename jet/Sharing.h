@@ -83,6 +83,7 @@ class Sharing {
 
   FileSystem* files_ = nullptr;
   std::unique_ptr<File> file_;
+  std::unique_ptr<FileWindow> entries_;  ///< the first of them, where the system has such windows
   std::string path_;
   bool exclusive_ = false;
   int wait_ = 0;

@@ -110,6 +110,14 @@ void ScanCursor::Rewind() {
   state_->ended = false;
 }
 
+void ScanCursor::GoBehind(RowId id) {
+  state_->page = {};
+  state_->number = id.page;
+  state_->slot = id.slot + 1U;
+  state_->generation = 0;  // so that the next step looks at the page as it is by then
+  state_->ended = false;
+}
+
 // ----- table
 
 Table::Table(std::unique_ptr<TableCore> core) : core_(std::move(core)) {}

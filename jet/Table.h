@@ -48,6 +48,8 @@ class ScanCursor {
   [[nodiscard]] RowId Id() const noexcept;
   /// Back to before the first row.
   void Rewind();
+  /// Back to behind a row that was stood on before, whether it is still there or not.
+  void GoBehind(RowId id);
   /// Lets other processes write until the next step, which then goes on behind the row stood on, in what is there by then. The current row
   /// stays readable as it was read, but for its long values: whoever wants those reads the row again.
   void Rest() noexcept;

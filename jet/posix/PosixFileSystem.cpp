@@ -10,6 +10,7 @@
 
 #include "jet/Error.h"
 #include "jet/FileSystem.h"
+#include "jet/posix/Window.h"
 
 namespace jet {
 namespace {
@@ -109,6 +110,7 @@ class PosixFile final : public File {
 
   std::uint64_t Identity() override { return static_cast<std::uint64_t>(Status().st_ino); }
   std::uint64_t NameCount() override { return static_cast<std::uint64_t>(Status().st_nlink); }
+  std::unique_ptr<FileWindow> OpenWindow(std::size_t length) override { return OpenPosixWindow(descriptor_, length); }
 
   /// Makes a new file one of the other's user and kind. forAll: its contents are no secret, and the other's owner must be able to use it.
   void Resemble(int model, bool forAll) {

@@ -38,6 +38,7 @@ struct Query::State {
   std::vector<std::vector<std::size_t>> keyColumns;  // of each source: the columns of its primary key
   std::vector<std::uint64_t> firstVersions;    // of each source's database when the first block was read
   std::vector<std::uint64_t> versions;         // of each source's database when the block was read
+  std::uint64_t changes = 0;                   // of the session by then
   bool rowsAreReadAgain = false;
   bool hasLongs = false;
   bool hasLate = false;
@@ -114,6 +115,7 @@ struct Query::State {
       }
     } const atRest{*this};
     NoteSources();
+    changes = session.changes;
     executed = true;
     const std::size_t wanted = nextBlock;
     nextBlock = std::min(nextBlock * 8, kLargestBlock);
@@ -398,6 +400,20 @@ bool Query::IsStill(std::size_t source, const Row& row) const {
 std::uint64_t Query::KeyPrint(std::size_t source) const {
   return state_->prints[(state_->blockAt - 1) * state_->sources.size() + source];
 }
+
+bool Query::IsAsRead() const {
+  if (state_->changes != state_->session.changes) return false;
+  Database* asked = nullptr;
+  for (std::size_t i = 0; i < state_->sources.size(); ++i) {
+    const EngineTable* source = state_->sources[i];
+    if (source == nullptr || source->table == nullptr || (source->database == asked && state_->versions[i] == state_->versions[i - 1])) continue;
+    asked = source->database;
+    if (!asked->NothingSince(state_->versions[i])) return false;
+  }
+  return true;
+}
+
+std::uint64_t Query::Version(std::size_t source) const { return state_->versions[source]; }
 
 std::vector<std::unique_ptr<Database::ReadScope>> Query::HoldStill() const {
   return state_->Locked();

@@ -97,6 +97,11 @@ class Query {
   [[nodiscard]] bool IsStill(std::size_t source, const Row& row) const;
   /// After ReadRowsAgain: Row::Fingerprint of the primary key of the current row's row in a source; 0 where it has no row or the table no key.
   [[nodiscard]] std::uint64_t KeyPrint(std::size_t source) const;
+  /// Whether the current row, as it was read ahead, is still what the tables hold: true when nobody has changed anything since, this session
+  /// included. Takes no lock; false may only mean that something else was changed.
+  [[nodiscard]] bool IsAsRead() const;
+  /// Database::PagesVersion of a source when the current row was read.
+  [[nodiscard]] std::uint64_t Version(std::size_t source) const;
   /// Keeps all that the query reads as it is while the scopes live.
   [[nodiscard]] std::vector<std::unique_ptr<Database::ReadScope>> HoldStill() const;
 

@@ -137,6 +137,44 @@ TEST(Sharing, WhatIsNotCommittedIsNotSeen) {
   EXPECT_EQ(second->OpenTable("People").RowCount(), 1u);
 }
 
+TEST(Sharing, ThatNothingWasChangedSinceIsLearntWithoutALock) {
+  World world;
+  world.Create()->CreateTable(PeopleTable());
+  WatchedFiles watched(world.files);
+  OpenOptions shared;
+  shared.mode = OpenMode::kShared;
+  shared.fileSystem = &watched;
+  const auto reader = Database::Open("test.mdb", shared);
+  const auto writer = world.Open("test.mdb", OpenMode::kShared);
+  int locks = 0;
+  const auto quiet = [&](std::uint64_t version) {
+    watched.triedLock = [&](std::uint64_t, std::uint64_t, bool, bool) { ++locks; };
+    const bool nothing = reader->NothingSince(version);
+    watched.triedLock = {};
+    return nothing;
+  };
+  std::uint64_t version = reader->PagesVersion();
+  EXPECT_TRUE(quiet(version));
+  EXPECT_FALSE(quiet(version + 1));
+  writer->Begin();
+  writer->OpenTable("People").Insert(Person("Ada"));
+  EXPECT_TRUE(quiet(version)) << "not committed yet";
+  writer->Commit();
+  EXPECT_FALSE(quiet(version));
+  EXPECT_EQ(Rows(reader->OpenTable("People")).size(), 1u);
+  EXPECT_FALSE(quiet(version)) << "seen by another reading of the same file";
+  version = reader->PagesVersion();
+  EXPECT_TRUE(quiet(version));
+  reader->Begin();
+  reader->OpenTable("People").Insert(Person("Bob"));
+  reader->Rollback();
+  EXPECT_FALSE(quiet(version));
+  version = reader->PagesVersion();
+  reader->OpenTable("People").Insert(Person("Carl"));
+  EXPECT_TRUE(quiet(version)) << "nobody else";
+  EXPECT_EQ(locks, 0);
+}
+
 TEST(Sharing, OnlyOneWritesAtATime) {
   World world;
   world.Create()->CreateTable(PeopleTable());
