@@ -134,12 +134,12 @@ void QueryRowset::KeepMember() {
   if (expressions_.empty()) return;
   std::vector<Variant> values;
   for (const std::size_t field : expressions_) values.push_back(ToVariant(query_->Get(field)));
-  kept_.Add(std::move(values));
+  kept_.Add(values);
 }
 
 void QueryRowset::Keep() {
-  std::vector<Variant> row;
-  row.reserve(fields_.size());
+  std::vector<Variant>& row = keeping_;
+  row.clear();
   for (std::size_t i = 0; i < fields_.size(); ++i) {
     try {
       row.push_back(ToVariant(query_->Get(i)));
@@ -150,7 +150,7 @@ void QueryRowset::Keep() {
       row.push_back(runtime::Null{});
     }
   }
-  kept_.Add(std::move(row));
+  kept_.Add(row);
   RowIds ids(ids_.size());
   for (std::size_t source = 0; updatable_ && source < ids.size(); ++source) ids[source] = query_->Identity(source);
   members_.Add(ids);
@@ -278,10 +278,22 @@ bool QueryRowset::TakeAny() {
 }
 
 bool QueryRowset::TakeFound() {
+  if (query_->IsAsRead()) {
+    TakeAsRead();
+    return true;
+  }
   const auto still = query_->HoldStill();
   if (!TakeRow([&](std::size_t source) { return query_->IsStill(source, row_); })) return false;
   for (const std::size_t field : expressions_) values_[field] = ToVariant(query_->Get(field));
   return true;
+}
+
+void QueryRowset::TakeAsRead() {
+  std::fill(seen_.begin(), seen_.end(), false);
+  for (std::size_t source = 0; source < ids_.size(); ++source) versions_[source] = query_->Version(source);
+  for (std::size_t i = 0; i < fields_.size(); ++i) {
+    if (!IsLong(i)) values_[i] = ToVariant(query_->Get(i));
+  }
 }
 
 bool QueryRowset::TakeMember(std::size_t position) {

@@ -76,6 +76,8 @@ class QueryRowset final : public ProviderRowset, private UnreadCopy {
   bool TakeAny();
   /// The row that a dynamic cursor's query stands on.
   bool TakeFound();
+  /// The same from the query, where nothing was changed since it has read the row.
+  void TakeAsRead();
   bool TakeMember(std::size_t position);
   void TakeInserted(jet::RowId id);
   void TakeUpdated();
@@ -121,6 +123,7 @@ class QueryRowset final : public ProviderRowset, private UnreadCopy {
   std::vector<bool> seen_;                // a long value that was read of the current row
   std::vector<std::uint64_t> versions_;   // of each source's pages when the row was read
 
+  std::vector<Variant> keeping_;          // the row that goes into kept_
   RowStore kept_;       // rows of a static cursor, the rest of a settled one, the expressions of a keyset
   MemberList members_;  // what they are made of, where that is needed
   std::map<std::pair<std::size_t, std::size_t>, runtime::Error> refused_;  // values of kept rows that could not be read, by row and field

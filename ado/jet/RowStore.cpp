@@ -17,20 +17,7 @@ namespace {
 
 using Storage = Variant::Storage;
 
-constexpr std::size_t kBlockBytes = std::size_t{256} << 10;
-
-std::size_t SizeOf(const Variant& value) {
-  std::size_t size = sizeof(Variant);
-  if (const auto* text = value.If<std::string>()) size += text->size();
-  if (const auto* bytes = value.If<runtime::Bytes>()) size += bytes->size();
-  return size;
-}
-
-std::size_t SizeOf(const std::vector<Variant>& row) {
-  std::size_t size = sizeof(row);
-  for (const Variant& value : row) size += SizeOf(value);
-  return size;
-}
+constexpr std::size_t kBlockBytes = std::size_t{32} << 10;
 
 [[noreturn]] void Refuse(int reason) {
   throw runtime::Error(runtime::kProviderFailure,
@@ -65,8 +52,9 @@ void Put(std::string& out, const Variant& value) {
 
 class Taker {
  public:
-  explicit Taker(const std::string& bytes) : bytes_(bytes) {}
+  Taker(const std::string& bytes, std::size_t at) : bytes_(bytes), at_(at) {}
 
+  [[nodiscard]] std::size_t At() const noexcept { return at_; }
   Variant Take() {
     std::uint8_t which = 0;
     Copy(&which, sizeof which);
@@ -112,112 +100,106 @@ class Taker {
   }
 
   const std::string& bytes_;
-  std::size_t at_ = 0;
+  std::size_t at_;
 };
 
 }  // namespace
 
-void RowStore::Add(std::vector<Variant> row) {
+void RowStore::Add(const std::vector<Variant>& row) {
+  if (blocks_.size() == firstInMemory_ || blocks_.back().size >= std::min(limit_, kBlockBytes)) {
+    Block block;
+    block.first = Count();
+    blocks_.push_back(std::move(block));
+    blocks_.back().bytes.reserve(kBlockBytes + kBlockBytes / 8);
+  }
   columns_ = row.size();
-  tailBytes_ += SizeOf(row);
-  tail_.push_back(std::move(row));
-  if (tailBytes_ <= (file_ == nullptr ? limit_ : std::min(limit_, kBlockBytes))) return;
+  Block& block = blocks_.back();
+  const std::size_t before = block.size;
   try {
-    MoveTail();
+    for (const Variant& value : row) Put(block.bytes, value);
+    block.size = block.bytes.size();
+    inMemory_ += block.size - before;
+    ++block.count;
+    if (inMemory_ > limit_ && block.size >= std::min(limit_, kBlockBytes)) MoveOut();
   } catch (...) {
-    tail_.pop_back();
+    if (block.size != before) {
+      --block.count;
+      inMemory_ -= block.size - before;
+    }
+    block.bytes.resize(before);
+    block.size = before;
     throw;
   }
 }
 
-void RowStore::MoveTail() {
+void RowStore::MoveOut() {
   if (file_ == nullptr) {
     std::unique_ptr<std::FILE, Closer> file(std::tmpfile());
     if (file == nullptr || std::fgetpos(file.get(), &end_) != 0) Refuse(errno);
     file_ = std::move(file);
   }
-  std::string bytes;
-  std::size_t moved = 0;
-  const auto send = [&](std::size_t upTo) {
-    WriteBlock(bytes, tailFirst_, upTo - moved);
-    tailFirst_ += upTo - moved;
-    moved = upTo;
-    bytes.clear();
-  };
-  try {
-    for (std::size_t i = 0; i < tail_.size(); ++i) {
-      for (const Variant& value : tail_[i]) Put(bytes, value);
-      if (bytes.size() >= kBlockBytes) send(i + 1);
-    }
-    if (moved < tail_.size()) send(tail_.size());
-  } catch (...) {
-    tail_.erase(tail_.begin(), tail_.begin() + static_cast<std::ptrdiff_t>(moved));
-    throw;
-  }
-  tail_.clear();
-  tail_.shrink_to_fit();
-  tailBytes_ = 0;
+  for (; firstInMemory_ < blocks_.size(); ++firstInMemory_) Write(blocks_[firstInMemory_]);
 }
 
-void RowStore::WriteBlock(const std::string& bytes, std::size_t first, std::size_t count) {
-  Block block{end_, bytes.size(), first, count};
+void RowStore::Write(Block& block) {
+  std::fpos_t end{};
   errno = 0;
-  if (std::fsetpos(file_.get(), &end_) != 0 || std::fwrite(bytes.data(), 1, bytes.size(), file_.get()) != bytes.size() ||
-      std::fflush(file_.get()) != 0) {
+  if (std::fsetpos(file_.get(), &end_) != 0 || std::fwrite(block.bytes.data(), 1, block.size, file_.get()) != block.size ||
+      std::fflush(file_.get()) != 0 || std::fgetpos(file_.get(), &end) != 0) {
     const int reason = errno;
     std::clearerr(file_.get());
     Refuse(reason);
   }
-  blocks_.push_back(block);
-  if (std::fgetpos(file_.get(), &end_) != 0) {
-    blocks_.pop_back();
-    Refuse(errno);
-  }
+  block.place = std::exchange(end_, end);
+  block.bytes = {};
+  inMemory_ -= block.size;
 }
 
-const std::vector<Variant>& RowStore::At(std::size_t position) {
-  if (position >= tailFirst_) return tail_[position - tailFirst_];
-  if (!replaced_.empty()) {
-    if (const auto found = replaced_.find(position); found != replaced_.end()) return found->second;
-  }
-  if (position < loadedFirst_ || position - loadedFirst_ >= loaded_.size()) {
-    const auto behind =
-        std::upper_bound(blocks_.begin(), blocks_.end(), position, [](std::size_t wanted, const Block& block) { return wanted < block.first; });
-    Load(*std::prev(behind));
-  }
-  return loaded_[position - loadedFirst_];
-}
-
-void RowStore::Load(const Block& block) {
-  std::string bytes(block.bytes, '\0');
-  loaded_.clear();
+std::string RowStore::Read(const Block& block) const {
+  std::string bytes(block.size, '\0');
   errno = 0;
   if (std::fsetpos(file_.get(), &block.place) != 0 || std::fread(bytes.data(), 1, bytes.size(), file_.get()) != bytes.size())
     Refuse(errno == 0 ? EIO : errno);
-  Taker taker(bytes);
-  std::vector<std::vector<Variant>> rows(block.count);
-  for (auto& row : rows) {
-    row.reserve(columns_);
-    for (std::size_t i = 0; i < columns_; ++i) row.push_back(taker.Take());
-  }
-  loaded_ = std::move(rows);
-  loadedFirst_ = block.first;
+  return bytes;
 }
 
-void RowStore::Replace(std::size_t position, std::vector<Variant> row) {
-  if (position >= tailFirst_) {
-    tail_[position - tailFirst_] = std::move(row);
-  } else {
-    replaced_[position] = std::move(row);
+const std::vector<Variant>& RowStore::At(std::size_t position) {
+  if (!replaced_.empty()) {
+    if (const auto found = replaced_.find(position); found != replaced_.end()) return found->second;
+  }
+  if (position < loadedFirst_ || position - loadedFirst_ >= loadedCount_) {
+    const auto behind =
+        std::upper_bound(blocks_.begin(), blocks_.end(), position, [](std::size_t wanted, const Block& block) { return wanted < block.first; });
+    Load(static_cast<std::size_t>(behind - blocks_.begin()) - 1);
+  }
+  return rows_[position - loadedFirst_];
+}
+
+void RowStore::Load(std::size_t number) {
+  const Block& block = blocks_[number];
+  if (loaded_ != number) {
+    loaded_ = number;
+    loadedFirst_ = block.first;
+    loadedCount_ = loadedBytes_ = 0;
+  }
+  const std::string read = number < firstInMemory_ ? Read(block) : std::string();
+  Taker taker(number < firstInMemory_ ? read : block.bytes, loadedBytes_);
+  if (rows_.size() < block.count) rows_.resize(block.count);
+  for (; loadedCount_ < block.count; ++loadedCount_, loadedBytes_ = taker.At()) {
+    std::vector<Variant>& row = rows_[loadedCount_];
+    row.resize(columns_);
+    for (Variant& value : row) value = taker.Take();
   }
 }
+
+void RowStore::Replace(std::size_t position, std::vector<Variant> row) { replaced_[position] = std::move(row); }
 
 void RowStore::Clear() noexcept {
-  tail_.clear();
-  loaded_.clear();
   blocks_.clear();
+  rows_.clear();
   replaced_.clear();
-  tailFirst_ = tailBytes_ = loadedFirst_ = 0;
+  inMemory_ = firstInMemory_ = loadedFirst_ = loadedCount_ = loadedBytes_ = 0;
+  loaded_ = kNone;
   file_.reset();
 }
 

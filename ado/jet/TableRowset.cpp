@@ -15,6 +15,8 @@ namespace tamlo::ado::jetprovider {
 
 namespace {
 
+constexpr std::size_t kLongestAhead = 128;
+
 bool IsLong(const jet::sql::ColumnInfo& column) {
   return column.type.type == jet::ColumnType::kMemo || column.type.type == jet::ColumnType::kOle;
 }
@@ -58,6 +60,7 @@ void TableRowset::BeginWalk() {
   walk_.reset();
   id_.reset();
   gone_ = false;
+  ahead_ = {};
   visited_.Clear();
   walkBegan_ = connection_.Changes();
   if (!adds_) added_.Begin(*table_->table);
@@ -81,22 +84,80 @@ bool TableRowset::MoveNext() {
 }
 
 bool TableRowset::Advance() {
+  gone_ = false;
+  if (!ahead_.rows.empty()) {
+    const bool holds = connection_.Changes() == ahead_.changes && table_->database->NothingSince(ahead_.version);
+    if (holds && ahead_.next < ahead_.rows.size()) return StandAhead();
+    if (holds && ahead_.ended) return StandNowhere();
+    // Who changes each row that he reads would read a block for each.
+    if (!holds) ahead_.wanted = 1;
+  }
+  if (!ReadAhead()) return StandNowhere();
+  return StandAhead();
+}
+
+bool TableRowset::StandNowhere() {
+  id_.reset();
+  return false;
+}
+
+bool TableRowset::StandAhead() {
+  AheadRow& row = ahead_.rows[ahead_.next++];
+  std::fill(readers_.begin(), readers_.end(), nullptr);
+  std::fill(chunkAt_.begin(), chunkAt_.end(), 0);
+  std::fill(seen_.begin(), seen_.end(), false);
+  version_ = ahead_.version;
+  id_ = row.id;
+  values_.swap(row.values);
+  visited_.Add(row.id);
+  return true;
+}
+
+bool TableRowset::ReadAhead() {
   const AtRest atRest{*this};
   const jet::Database::ReadScope scope(*table_->database);
   jet::sql::RequireCurrent(*table_);
-  gone_ = false;
-  for (;;) {
-    const bool found = walk_ ? walk_->Next() : scan_ && scan_->Next();
-    if (!found) {
-      id_.reset();
-      return false;
+  if (!scan_ && !walk_) return false;
+  if (ahead_.next < ahead_.rows.size() || ahead_.ended || ahead_.failed) GoBehindTheLast();
+  const std::size_t wanted = ahead_.wanted;
+  ahead_.Clear();
+  ahead_.wanted = std::min(wanted * 4, kLongestAhead);
+  ahead_.version = table_->database->PagesVersion();
+  ahead_.changes = connection_.Changes();
+  try {
+    while (ahead_.rows.size() < wanted && !ahead_.ended) {
+      ahead_.ended = !(walk_ ? walk_->Next() : scan_->Next());
+      if (!ahead_.ended) KeepAhead(walk_ ? walk_->Id() : scan_->Id());
     }
-    const jet::RowId id = walk_ ? walk_->Id() : scan_->Id();
-    if (connection_.Changes() != walkBegan_ && (visited_.Has(id) || (!adds_ && added_.Has(id)))) continue;
-    if (!Take(id)) continue;
-    visited_.Add(id);
-    return true;
+  } catch (...) {
+    // The rows before come first.
+    if (ahead_.rows.empty()) throw;
+    ahead_.failed = true;
   }
+  return !ahead_.rows.empty();
+}
+
+void TableRowset::GoBehindTheLast() {
+  if (ahead_.next == 0) return;
+  const AheadRow& last = ahead_.rows[ahead_.next - 1];
+  if (walk_) {
+    walk_->GoBehind(last.key, last.id);
+  } else {
+    scan_->GoBehind(last.id);
+  }
+}
+
+void TableRowset::KeepAhead(jet::RowId id) {
+  if (connection_.Changes() != walkBegan_ && (visited_.Has(id) || (!adds_ && added_.Has(id)))) return;
+  if (!table_->table->Read(id, row_)) return;
+  AheadRow row;
+  row.id = id;
+  if (walk_) row.key.assign(walk_->Key().begin(), walk_->Key().end());
+  row.values.resize(fields_.size());
+  for (std::size_t i = 0; i < fields_.size(); ++i) {
+    if (!IsLong(table_->columns[i])) ReadColumn(row_, i, table_->columns[i].type.type, row.values[i]);
+  }
+  ahead_.rows.push_back(std::move(row));
 }
 
 bool TableRowset::Take(jet::RowId id) {

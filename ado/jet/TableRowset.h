@@ -41,7 +41,36 @@ class TableRowset final : public ProviderRowset {
     ~AtRest();
   };
 
+  /// A row that was read before it is reached: its place in the walk and its short values.
+  struct AheadRow {
+    jet::RowId id;
+    std::vector<std::byte> key;  // of the index' entry
+    std::vector<Variant> values;
+  };
+  /// Rows read under one lock. They count as long as nobody has changed anything since: then the walk goes back to behind the row stood on.
+  struct Ahead {
+    std::vector<AheadRow> rows;
+    std::size_t next = 0;
+    bool ended = false;   // the walk has met the end behind them
+    bool failed = false;  // the row behind them could not be read
+    std::size_t wanted = 1;  // one at first, so that asking for one costs one
+    std::uint64_t version = 0;
+    std::uint64_t changes = 0;
+    void Clear() {
+      rows.clear();
+      next = 0;
+      ended = failed = false;
+    }
+  };
+
   bool Advance();
+  /// Stands on the next row of those read ahead.
+  bool StandAhead();
+  bool StandNowhere();
+  /// Reads on behind the row stood on; false when there is none.
+  bool ReadAhead();
+  void GoBehindTheLast();
+  void KeepAhead(jet::RowId id);
   /// Forgets where the walk is and what it has given; others begin behind it.
   void BeginWalk();
   /// Reads the current row again when something was rolled back since the last look; error 3021 when it is gone by that.
@@ -76,6 +105,7 @@ class TableRowset final : public ProviderRowset {
   std::vector<std::unique_ptr<jet::LongValueReader>> readers_;
   std::vector<std::size_t> chunkAt_;
   jet::Row row_;
+  Ahead ahead_;
   bool inserted_ = false;
   std::uint64_t version_ = 0;  // of the file's pages when the row was read
   JetConnection& connection_;

@@ -21,6 +21,7 @@
 #include "bench/jet/Goals.h"
 #include "jet/Database.h"
 #include "jet/Table.h"
+#include "tests/support_lib/TemporaryFolder.h"
 
 namespace {
 
@@ -105,8 +106,9 @@ double Median(std::array<double, 9> values) {
 
 int main(int count, char** arguments) {
   const int seconds = count > 1 ? std::max(1, std::atoi(arguments[1])) : 2;
-  const std::string path = "sharing_bench_" + std::to_string(getpid()) + ".mdb";
-  const std::string other = "sharing_bench_" + std::to_string(getpid()) + "_other.mdb";
+  const tamlo::tests::TemporaryFolder folder;
+  const std::string path = folder.File("written.mdb");
+  const std::string other = folder.File("other.mdb");
   std::array<double, 9> againstAlone{};
   std::array<double, 9> againstOthers{};
   // What the readers of another file walk is as long as what the writer makes in the time.
@@ -122,7 +124,6 @@ int main(int count, char** arguments) {
     std::printf("%d commits alone, %d beside %d readers of another file, %d beside as many of this one: %.2f and %.2f\n", alone, besideOthers,
                 kReaders, beside, againstAlone[round], againstOthers[round]);
   }
-  std::filesystem::remove(other);
   jet::bench::Goals goals;
   goals.AtLeast("a writer beside eight readers against the same alone", Median(againstAlone), kGoal, "");
   goals.AtLeast("the same against it beside eight readers of another file", Median(againstOthers), kGoal, "");
