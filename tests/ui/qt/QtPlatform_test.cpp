@@ -107,10 +107,10 @@ SeenBox ShowBox(const std::string& text, std::int16_t buttons, const std::string
                 std::optional<Qt::Key> before = std::nullopt) {
   SeenBox seen;
   QTimer open;
-  // On a busy machine the box may take its time to open.
+  // On a busy machine the box may take its time to open, and to become the window that keys go to.
   QObject::connect(&open, &QTimer::timeout, [&] {
     auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-    if (box == nullptr || !box->isVisible()) return;
+    if (box == nullptr || !box->isVisible() || !box->isActiveWindow()) return;
     open.stop();
     seen = {box->windowTitle().toStdString(),
             box->text().toStdString(),
