@@ -7,6 +7,7 @@
 
 #include "jet/Error.h"
 #include "jet/MemoryFileSystem.h"
+#include "tests/jet/history/RealFiles.h"
 #include "tests/jet/history/Workload.h"
 
 namespace jet {
@@ -38,6 +39,7 @@ struct Recording {
   std::vector<Model> states;            ///< states[i]: after i transactions
   std::vector<std::size_t> commitEnds;  ///< events when the i-th transaction was known to be committed
   std::vector<std::size_t> cuts;        ///< numbers of events after which the power goes
+  tests::Untouched others;              ///< tables that were in the file before
 };
 
 Disk DiskOf(const MemoryFileSystem& files) {
@@ -46,7 +48,8 @@ Disk DiskOf(const MemoryFileSystem& files) {
   return disk;
 }
 
-Recording Record(const Plan& plan, unsigned seed) {
+/// file: the one to begin with, a new one when it is empty.
+Recording Record(const Plan& plan, unsigned seed, const std::vector<std::byte>& file = {}) {
   Recording recording;
   MemoryFileSystem files;
   OpenOptions options;
@@ -54,7 +57,9 @@ Recording Record(const Plan& plan, unsigned seed) {
   options.cacheBytes = plan.cacheBytes;
   Workload workload(seed, plan.limits);
   {
-    auto database = Database::Create(kPath, options);
+    if (!file.empty()) files.SetContent(kPath, file);
+    auto database = file.empty() ? Database::Create(kPath, options) : Database::Open(kPath, options);
+    recording.others = tests::AllTables(*database);
     for (int i = 0; i < plan.stepsBefore; ++i) workload.Step(*database);
   }
   recording.start = DiskOf(files);
@@ -122,16 +127,39 @@ std::string Judge(const Recording& recording, std::size_t cut, const Disk& disk,
   options.cacheBytes = cacheBytes;
   try {
     auto database = Database::Open(kPath, options);
-    const std::string before = Compare(*database, recording.states[done]);
+    const std::string before = Compare(*database, recording.states[done], recording.others);
     if (before.empty()) return {};
     if (done + 1 == recording.states.size()) return before;
-    const std::string next = Compare(*database, recording.states[done + 1]);
+    const std::string next = Compare(*database, recording.states[done + 1], recording.others);
     if (!next.empty()) return "not the state after: " + next + "and not the state before: " + before;
     ++after;
     return {};
   } catch (const Error& error) {
     return error.what();
   }
+}
+
+struct Opened {
+  std::size_t worlds = 0;
+  std::size_t after = 0;  ///< of them held the transaction that was being committed
+};
+
+/// Judges what each cut leaves, in several worlds; the first wrong one is a failure and ends it.
+Opened CutEverywhere(const Recording& recording, const Plan& plan, unsigned seed) {
+  std::mt19937 random(seed);
+  Opened opened;
+  for (const std::size_t cut : recording.cuts) {
+    // What was not synced: all there, nothing there, and random choices, which let later writes overtake earlier ones.
+    for (unsigned world = 0; world < plan.samplesEach + 2; ++world) {
+      const auto keep = [&](std::size_t) { return world == 0 || (world != 1 && random() % 2 == 0); };
+      const Disk disk = ReplayWithPowerCut(recording.start, recording.events, cut, keep);
+      const std::string wrong = Judge(recording, cut, disk, plan.cacheBytes, opened.after);
+      EXPECT_EQ(wrong, "") << "cut " << cut << ", world " << world;
+      if (!wrong.empty()) return opened;
+      ++opened.worlds;
+    }
+  }
+  return opened;
 }
 
 class Cuts : public testing::TestWithParam<std::tuple<Plan, unsigned>> {};
@@ -142,22 +170,27 @@ TEST_P(Cuts, LeaveTheStateBeforeOrAfterTheTransaction) {
   const Recording recording = InSectors(Record(plan, seed), seed);
   ASSERT_FALSE(HasFailure());
   ASSERT_GT(recording.events.size(), static_cast<std::size_t>(plan.transactions) * 4);
-  std::mt19937 random(seed);
-  std::size_t worlds = 0;
-  std::size_t after = 0;
-  for (const std::size_t cut : recording.cuts) {
-    // What was not synced: all there, nothing there, and random choices, which let later writes overtake earlier ones.
-    for (unsigned world = 0; world < plan.samplesEach + 2; ++world) {
-      const auto keep = [&](std::size_t) { return world == 0 || (world != 1 && random() % 2 == 0); };
-      const Disk disk = ReplayWithPowerCut(recording.start, recording.events, cut, keep);
-      ASSERT_EQ(Judge(recording, cut, disk, plan.cacheBytes, after), "") << "cut " << cut << ", world " << world;
-      ++worlds;
-    }
-  }
+  const auto [worlds, after] = CutEverywhere(recording, plan, seed);
   std::cout << recording.cuts.size() << " cuts in " << recording.events.size() << " operations, " << worlds << " worlds, " << after
             << " of them after the commit\n";
   EXPECT_GT(after, 0u) << "no cut fell between the point of no return and the end of a commit: the test looks at too little";
 }
+
+class CutsOfRealFiles : public testing::TestWithParam<std::string> {};
+
+/// The same in files that Access or another program has made: their own tables stay as they are.
+TEST_P(CutsOfRealFiles, LeaveTheStateBeforeOrAfterTheTransaction) {
+  if (GetParam().empty()) GTEST_SKIP() << "JET_SAMPLES is not set: real Access files are not there";
+  const std::vector<std::byte> content = tests::ContentOf(GetParam());
+  if (const std::string reason = tests::WhyNotWritten(content); !reason.empty()) GTEST_SKIP() << GetParam() << ": " << reason;
+  const Plan plan{"real", 10, 4, 8, {2, 20, 9000, true, false, false}, std::size_t{16} << 20, 1};
+  const Recording recording = InSectors(Record(plan, 1, content), 1);
+  ASSERT_FALSE(HasFailure());
+  std::cout << recording.cuts.size() << " cuts, " << CutEverywhere(recording, plan, 1).worlds << " worlds\n";
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, CutsOfRealFiles, testing::ValuesIn(tests::RealFiles()),
+                         [](const auto& test) { return tests::RealFileName(test.param); });
 
 /// The proof that the test above would notice: the same workload as it would be recorded if the engine never synced a file.
 TEST(CutsWithoutSync, WouldBeNoticed) {

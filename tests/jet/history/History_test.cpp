@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "jet/MemoryFileSystem.h"
+#include "tests/jet/history/RealFiles.h"
 #include "tests/jet/history/Workload.h"
 
 namespace jet {
@@ -74,6 +75,39 @@ INSTANTIATE_TEST_SUITE_P(Large, History,
                          [](const auto& test) {
                            return std::string(std::get<0>(test.param).name) + "_" + std::to_string(std::get<1>(test.param));
                          });
+
+class HistoryOfRealFiles : public testing::TestWithParam<std::string> {};
+
+/// The same beside the tables of a file that Access or another program has made: they stay as they are.
+TEST_P(HistoryOfRealFiles, LeavesWhatItDoesNotTouch) {
+  if (GetParam().empty()) GTEST_SKIP() << "JET_SAMPLES is not set: real Access files are not there";
+  const std::vector<std::byte> content = tests::ContentOf(GetParam());
+  if (const std::string reason = tests::WhyNotWritten(content); !reason.empty()) GTEST_SKIP() << GetParam() << ": " << reason;
+  MemoryFileSystem files;
+  files.SetContent(kPath, content);
+  OpenOptions options;
+  options.fileSystem = &files;
+  options.cacheBytes = kSmallCache;
+  auto database = Database::Open(kPath, options);
+  const tests::Untouched others = tests::AllTables(*database);
+  Workload workload(7, {3, 30, 9000, true, true, false});
+  for (int step = 1; step <= 400; ++step) {
+    workload.Step(*database);
+    if (HasFatalFailure()) FAIL() << "step " << step << ": " << workload.LastStep();
+    if (step % 50 != 0) continue;
+    ASSERT_EQ(Compare(*database, workload.State(), others), "") << "step " << step << ": " << workload.LastStep();
+    if (workload.Depth() != 0) continue;
+    database.reset();
+    database = Database::Open(kPath, options);
+  }
+  workload.CommitAll(*database);
+  database.reset();
+  database = Database::Open(kPath, options);
+  ASSERT_EQ(Compare(*database, workload.State(), others), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, HistoryOfRealFiles, testing::ValuesIn(tests::RealFiles()),
+                         [](const auto& test) { return tests::RealFileName(test.param); });
 
 }  // namespace
 }  // namespace jet

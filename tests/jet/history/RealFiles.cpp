@@ -1,0 +1,68 @@
+#include "tests/jet/history/RealFiles.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "jet/Database.h"
+#include "jet/Error.h"
+#include "jet/MemoryFileSystem.h"
+
+namespace jet::tests {
+
+namespace fs = std::filesystem;
+
+std::vector<std::string> RealFiles() {
+  const char* folder = std::getenv("JET_SAMPLES");
+  if (folder == nullptr) return {""};
+  std::vector<std::string> paths;
+  for (const fs::path& place : {fs::path(folder), fs::absolute(folder).parent_path() / "samples2"}) {
+    if (!fs::is_directory(place)) continue;
+    for (const auto& entry : fs::recursive_directory_iterator(place)) {
+      if (entry.path().extension() == ".mdb") paths.push_back(entry.path().string());
+    }
+  }
+  std::sort(paths.begin(), paths.end());
+  return paths;
+}
+
+std::string RealFileName(const std::string& path) {
+  if (path.empty()) return "none";
+  std::string name = fs::path(path).parent_path().filename().string() + "_" + fs::path(path).stem().string();
+  std::replace_if(name.begin(), name.end(), [](char c) { return !(c >= '0' && c <= '9') && !(c >= 'A' && c <= 'Z') && !(c >= 'a' && c <= 'z'); }, '_');
+  return name;
+}
+
+std::vector<std::byte> ContentOf(const std::string& path) {
+  std::ifstream stream(path, std::ios::binary);
+  const std::string content{std::istreambuf_iterator<char>(stream), {}};
+  const auto* bytes = reinterpret_cast<const std::byte*>(content.data());
+  return {bytes, bytes + content.size()};
+}
+
+std::string WhyNotWritten(const std::vector<std::byte>& content) {
+  MemoryFileSystem files;
+  files.SetContent("/file.mdb", content);
+  OpenOptions options;
+  options.fileSystem = &files;
+  try {
+    const auto database = Database::Open("/file.mdb", options);
+    database->Begin();
+    TableSpec probe;
+    probe.name = "Probe";
+    probe.columns.emplace_back();
+    probe.columns.back().name = "Id";
+    probe.columns.back().type = ColumnType::kLong;
+    database->CreateTable(probe);
+    database->Rollback();
+  } catch (const Error& error) {
+    const ErrorCode code = error.Code();
+    if (code != ErrorCode::kPasswordProtected && code != ErrorCode::kEncrypted && code != ErrorCode::kReadOnly) throw;
+    return error.what();
+  }
+  return {};
+}
+
+}  // namespace jet::tests

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace jet::tests {
+
+/// Paths of the files in the folder that JET_SAMPLES names and in "samples2" beside it; one empty path when it names none.
+std::vector<std::string> RealFiles();
+/// A name for a test's parameter.
+std::string RealFileName(const std::string& path);
+std::vector<std::byte> ContentOf(const std::string& path);
+/// Why the file is none that is written to: of Access 97, behind a password or encrypted; empty when it is one.
+std::string WhyNotWritten(const std::vector<std::byte>& content);
+
+}  // namespace jet::tests
