@@ -183,7 +183,7 @@ TEST_P(CutsOfRealFiles, LeaveTheStateBeforeOrAfterTheTransaction) {
   if (GetParam().empty()) GTEST_SKIP() << "JET_SAMPLES is not set: real Access files are not there";
   const std::vector<std::byte> content = tests::ContentOf(GetParam());
   if (const std::string reason = tests::WhyNotWritten(content); !reason.empty()) GTEST_SKIP() << GetParam() << ": " << reason;
-  const Plan plan{"real", 10, 4, 8, {2, 20, 9000, true, false, false}, std::size_t{16} << 20, 1};
+  const Plan plan{"real", 10, 2, 8, {2, 20, 9000, true, false, false}, std::size_t{16} << 20, 1};
   const Recording recording = InSectors(Record(plan, 1, content), 1);
   ASSERT_FALSE(HasFailure());
   std::cout << recording.cuts.size() << " cuts, " << CutEverywhere(recording, plan, 1).worlds << " worlds\n";
