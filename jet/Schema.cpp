@@ -258,6 +258,11 @@ void Schema::DropColumn(std::string_view name, std::string_view columnName) {
   }
   const bool fixed = found->IsFixed();
   definition.columns.erase(found);
+  // The place of a truth value counts for nothing, its bit does; but readers that look all the same want it inside the row.
+  for (Column& column : definition.columns) {
+    if (column.IsFixed() && column.type == ColumnType::kBoolean)
+      column.fixedOffset = std::min(column.fixedOffset, static_cast<std::uint16_t>(definition.FixedSize()));
+  }
   Finish(table, definition);
   if (fixed) table.CompleteRows();
   PropertyMap properties = engine_.catalog.ReadProperties(static_cast<std::int32_t>(table.page));

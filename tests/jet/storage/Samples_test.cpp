@@ -246,6 +246,27 @@ void ExpectSameAsExport(Database& database, const std::string& path) {
   }
 }
 
+TEST(OurFiles, TruthValuesBehindADroppedColumnAreReadByOthers) {
+  if (std::system("command -v mdb-export >/dev/null") != 0) GTEST_SKIP() << "mdb-export is not installed";
+  const tamlo::tests::TemporaryFolder folder;
+  const std::string path = folder.File("ours.mdb");
+  const auto database = Database::Create(path);
+  TableSpec spec;
+  spec.name = "T";
+  spec.columns = {Column("Id", ColumnType::kLong), Column("Amount", ColumnType::kDouble), Column("Flag", ColumnType::kBoolean)};
+  database->CreateTable(spec);
+  const auto insert = [&](std::vector<Value> row) { database->OpenTable("T").Insert(row); };
+  insert({Value(1), Value(1.5), Value(true)});
+  database->DropColumn("T", "Amount");
+  insert({Value(2), Value(true)});
+  insert({Value(3), Value(false)});
+  ExpectSameAsExport(*database, path);
+  database->AddColumn("T", Column("Number", ColumnType::kLong));
+  insert({Value(4), Value(true), Value(7)});
+  ExpectSameAsExport(*database, path);
+  EXPECT_EQ(Findings(*database), "");
+}
+
 class SampleTest : public testing::TestWithParam<std::string> {
  protected:
   void SetUp() override {
