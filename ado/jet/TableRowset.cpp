@@ -154,10 +154,14 @@ void TableRowset::KeepAhead(jet::RowId id) {
   row.id = id;
   if (walk_) row.key.assign(walk_->Key().begin(), walk_->Key().end());
   row.values.resize(fields_.size());
-  for (std::size_t i = 0; i < fields_.size(); ++i) {
-    if (!IsLong(table_->columns[i])) ReadColumn(row_, i, table_->columns[i].type.type, row.values[i]);
-  }
+  ReadShort(row.values);
   ahead_.rows.push_back(std::move(row));
+}
+
+void TableRowset::ReadShort(std::vector<Variant>& values) {
+  for (std::size_t i = 0; i < fields_.size(); ++i) {
+    if (!IsLong(table_->columns[i])) ReadColumn(row_, i, table_->columns[i].type.type, values[i]);
+  }
 }
 
 bool TableRowset::Take(jet::RowId id) {
@@ -167,9 +171,7 @@ bool TableRowset::Take(jet::RowId id) {
   const jet::Database::ReadScope scope(*table_->database);
   version_ = table_->database->PagesVersion();
   if (!table_->table->Read(id, row_)) return false;
-  for (std::size_t i = 0; i < fields_.size(); ++i) {
-    if (!IsLong(table_->columns[i])) ReadColumn(row_, i, table_->columns[i].type.type, values_[i]);
-  }
+  ReadShort(values_);
   id_ = id;
   return true;
 }

@@ -71,6 +71,8 @@ class TableRowset final : public ProviderRowset {
   bool ReadAhead();
   void GoBehindTheLast();
   void KeepAhead(jet::RowId id);
+  /// The values of row_ but the long ones.
+  void ReadShort(std::vector<Variant>& values);
   /// Forgets where the walk is and what it has given; others begin behind it.
   void BeginWalk();
   /// Reads the current row again when something was rolled back since the last look; error 3021 when it is gone by that.
