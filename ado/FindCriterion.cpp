@@ -91,10 +91,13 @@ FindCriterion::FindCriterion(std::string_view text) {
   if (text.front() == '\'' || text.front() == '#') {
     isText_ = true;
     literal_ = Unquote(text, text.front());
+    number_ = ExactNumber::Read(literal_);
   } else if (runtime::UpperCase(text) == "NULL") {
     isNull_ = true;
   } else if (runtime::IsNumeric(text, {"", '.'})) {
     literal_ = std::string(text);
+    number_ = ExactNumber::Read(literal_);
+    if (!number_) number_ = ExactNumber::Of(runtime::ToDouble(Variant(text), {"", '.'}));
   } else {
     Refuse();
   }
@@ -140,7 +143,18 @@ bool FindCriterion::Matches(const Variant& value, std::int16_t type) const {
     if (!wanted) throw Error(runtime::kTypeMismatch);
     return Holds(Sign(date->serial - wanted->serial));
   }
-  return Holds(Sign(runtime::ToDouble(value, {"", '.'}) - runtime::ToDouble(literal_, {"", '.'})));
+  return HoldsNumber(value);
+}
+
+/// A text between quotes is a number too, where it reads as one.
+bool FindCriterion::HoldsNumber(const Variant& value) const {
+  const auto number = ExactNumber::Of(value);
+  const auto wanted = number_ ? number_ : ExactNumber::Of(runtime::ToDouble(Variant(literal_), {"", '.'}));
+  if (!number && !value.Is<double>() && !value.Is<float>()) throw Error(runtime::kTypeMismatch);
+  // What is no number is equal to none, and neither less nor greater.
+  if (!number || !wanted) return operator_ == Operator::kNotEqual;
+  const auto order = *number <=> *wanted;
+  return Holds(order < 0 ? -1 : order > 0 ? 1 : 0);
 }
 
 }  // namespace tamlo::ado

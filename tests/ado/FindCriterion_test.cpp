@@ -68,6 +68,26 @@ TEST(FindCriterion, NumbersCompareAsNumbers) {
   EXPECT_TRUE(Meets("[A]=10", Variant(runtime::Decimal{"10.00"}), ado::adNumeric));
 }
 
+TEST(FindCriterion, NumbersCompareWithEveryDigit) {
+  const Variant whole(std::int64_t{9007199254740992});
+  EXPECT_FALSE(Meets("[A]=9007199254740993", whole, ado::adBigInt));
+  EXPECT_TRUE(Meets("[A]<9007199254740993", whole, ado::adBigInt));
+  EXPECT_FALSE(Meets("[A]='9007199254740993'", whole, ado::adBigInt));
+  EXPECT_TRUE(Meets("[A]=9007199254740993", Variant(std::int64_t{9007199254740993}), ado::adBigInt));
+  EXPECT_FALSE(Meets("[A]=9007199254740993", Variant(9007199254740992.0), ado::adDouble));
+  EXPECT_TRUE(Meets("[A]=-12345678901234567890.1234", Variant(runtime::Decimal{"-12345678901234567890.12340"}), ado::adNumeric));
+  EXPECT_FALSE(Meets("[A]=-12345678901234567890.1235", Variant(runtime::Decimal{"-12345678901234567890.1234"}), ado::adNumeric));
+  EXPECT_TRUE(Meets("[A]>-12345678901234567890.1235", Variant(runtime::Decimal{"-12345678901234567890.1234"}), ado::adNumeric));
+  EXPECT_FALSE(Meets("[A]=922337203685477.5806", Variant(runtime::Currency{9223372036854775807}), ado::adCurrency));
+  EXPECT_TRUE(Meets("[A]=922337203685477.5807", Variant(runtime::Currency{9223372036854775807}), ado::adCurrency));
+  // A binary fraction is the decimal that people write for it.
+  EXPECT_TRUE(Meets("[A]=0.1", Variant(0.1), ado::adDouble));
+  EXPECT_TRUE(Meets("[A]=0.1", Variant(0.1F), ado::adSingle));
+  EXPECT_TRUE(Meets("[A]=1e3", Variant(std::int32_t{1000}), ado::adInteger));
+  EXPECT_TRUE(Meets("[A]=-0", Variant(std::int32_t{0}), ado::adInteger));
+  EXPECT_TRUE(Meets("[A]<1e300", Variant(std::int32_t{1000}), ado::adInteger));
+}
+
 TEST(FindCriterion, DatesAreReadBetweenSharps) {
   const Variant day(runtime::ToSerial({2003, 2, 1, 0, 0, 0, 0}));
   EXPECT_TRUE(Meets("[A]=#2003-02-01#", day, ado::adDate));

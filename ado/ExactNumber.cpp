@@ -1,0 +1,97 @@
+#include "ado/ExactNumber.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstddef>
+#include <limits>
+
+#include "runtime/Text.h"
+
+namespace tamlo::ado {
+namespace {
+
+using runtime::Variant;
+
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
+std::optional<std::int64_t> WholeOf(const Variant& value) {
+  if (const auto* n = value.If<std::int32_t>()) return *n;
+  if (const auto* n = value.If<std::int64_t>()) return *n;
+  if (const auto* n = value.If<std::int16_t>()) return *n;
+  if (const auto* n = value.If<std::uint8_t>()) return *n;
+  if (const auto* n = value.If<bool>()) return *n ? -1 : 0;
+  return std::nullopt;
+}
+
+template <typename Real>
+std::optional<ExactNumber> OfReal(Real value) {
+  if (std::isnan(value)) return std::nullopt;
+  if (std::isinf(value)) return ExactNumber{value < 0 ? -1 : 1, "1", std::numeric_limits<std::int64_t>::max()};
+  std::array<char, 64> text{};
+  const auto end = std::to_chars(text.data(), text.data() + text.size(), value).ptr;
+  return ExactNumber::Read({text.data(), static_cast<std::size_t>(end - text.data())});
+}
+
+}  // namespace
+
+std::optional<ExactNumber> ExactNumber::Read(std::string_view text) {
+  text = runtime::Trim(text);
+  ExactNumber number;
+  number.sign = 1;
+  if (!text.empty() && (text.front() == '-' || text.front() == '+')) {
+    if (text.front() == '-') number.sign = -1;
+    text.remove_prefix(1);
+  }
+  bool any = false;
+  bool fraction = false;
+  for (; !text.empty() && (IsDigit(text.front()) || (text.front() == '.' && !fraction)); text.remove_prefix(1)) {
+    if (text.front() == '.') {
+      fraction = true;
+      continue;
+    }
+    any = true;
+    number.digits.push_back(text.front());
+    if (!fraction) ++number.point;
+  }
+  if (!any) return std::nullopt;
+  if (!text.empty()) {
+    if (text.front() != 'e' && text.front() != 'E') return std::nullopt;
+    text.remove_prefix(1);
+    if (!text.empty() && text.front() == '+') text.remove_prefix(1);
+    int exponent = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), exponent);
+    if (text.empty() || error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    number.point += exponent;
+  }
+  const std::size_t zeros = std::min(number.digits.find_first_not_of('0'), number.digits.size());
+  number.digits.erase(0, zeros);
+  number.point -= static_cast<std::int64_t>(zeros);
+  number.digits.erase(number.digits.find_last_not_of('0') + 1);
+  if (number.digits.empty()) return ExactNumber{};
+  return number;
+}
+
+std::optional<ExactNumber> ExactNumber::Of(const Variant& value) {
+  if (const auto whole = WholeOf(value)) return Read(std::to_string(*whole));
+  if (const auto* n = value.If<double>()) return OfReal(*n);
+  if (const auto* n = value.If<float>()) return OfReal(*n);
+  if (const auto* n = value.If<runtime::Date>()) return OfReal(n->serial);
+  if (const auto* n = value.If<runtime::Decimal>()) return Read(n->text);
+  if (const auto* n = value.If<runtime::Currency>()) {
+    auto number = Read(std::to_string(n->tenThousandths));
+    if (number->sign != 0) number->point -= 4;
+    return number;
+  }
+  return std::nullopt;
+}
+
+std::strong_ordering operator<=>(const ExactNumber& a, const ExactNumber& b) {
+  if (a.sign != b.sign) return a.sign <=> b.sign;
+  const auto size = a.point != b.point ? a.point <=> b.point : a.digits.compare(b.digits) <=> 0;
+  if (a.sign >= 0 || size == 0) return size;
+  return size < 0 ? std::strong_ordering::greater : std::strong_ordering::less;
+}
+
+}  // namespace tamlo::ado
