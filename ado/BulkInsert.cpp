@@ -3,6 +3,8 @@
 #include <utility>
 
 #include "ado/Connection.h"
+#include "ado/ConnectionState.h"
+#include "ado/Errors.h"
 #include "ado/Provider.h"
 #include "ado/Recordset.h"
 #include "runtime/Error.h"
@@ -54,23 +56,50 @@ class RowByRow final : public ProviderBulkInsert {
 
 }  // namespace
 
+/// The provider's part, as long as the connection is open.
+struct BulkInsert::State final : Dependent {
+  State(std::shared_ptr<ConnectionState> owner, std::unique_ptr<ProviderBulkInsert> made)
+      : connection(std::move(owner)), provider(std::move(made)) {
+    connection->dependents.push_back(this);
+  }
+  ~State() { std::erase(connection->dependents, static_cast<Dependent*>(this)); }
+  void ConnectionCloses() noexcept override {
+    stored = provider->Stored();
+    refused = provider->RefusedRow();
+    provider.reset();
+    std::erase(connection->dependents, static_cast<Dependent*>(this));
+  }
+  [[nodiscard]] ProviderBulkInsert& Provider() const {
+    if (!provider) throw AdoError(runtime::kObjectClosed);
+    return *provider;
+  }
+
+  std::shared_ptr<ConnectionState> connection;
+  std::unique_ptr<ProviderBulkInsert> provider;  // null once the connection is closed
+  StoredRows stored;
+  std::int64_t refused = 0;
+};
+
 BulkInsert::BulkInsert(Connection& connection, std::string table, std::vector<std::string> columns, const std::string& owner)
-    : provider_(connection.Native().OpenBulkInsert(table, columns, owner)), columnCount_(columns.size()) {
-  if (!provider_) provider_ = std::make_unique<RowByRow>(connection, table, columns);
+    : columnCount_(columns.size()) {
+  auto provider = connection.Native().OpenBulkInsert(table, columns, owner);
+  if (!provider) provider = std::make_unique<RowByRow>(connection, table, columns);
+  state_ = std::make_unique<State>(connection.state_, std::move(provider));
 }
 
 BulkInsert::~BulkInsert() = default;
 
 void BulkInsert::Add(std::span<const Variant> row) {
   if (row.size() != columnCount_) throw runtime::Error(runtime::kInvalidArgument);
+  ProviderBulkInsert& provider = state_->Provider();
   ++rows_;
-  provider_->Add(row);
+  provider.Add(row);
 }
 
-void BulkInsert::Flush() { provider_->Flush(); }
-StoredRows BulkInsert::Stored() const { return provider_->Stored(); }
-void BulkInsert::RowsBefore(std::int64_t rows) { provider_->RowsBefore(rows); }
+void BulkInsert::Flush() { state_->Provider().Flush(); }
+StoredRows BulkInsert::Stored() const { return state_->provider ? state_->provider->Stored() : state_->stored; }
+void BulkInsert::RowsBefore(std::int64_t rows) { state_->Provider().RowsBefore(rows); }
 
-std::int64_t BulkInsert::RefusedRow() const noexcept { return provider_->RefusedRow(); }
+std::int64_t BulkInsert::RefusedRow() const noexcept { return state_->provider ? state_->provider->RefusedRow() : state_->refused; }
 
 }  // namespace tamlo::ado

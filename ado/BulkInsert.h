@@ -12,11 +12,11 @@
 namespace tamlo::ado {
 
 class Connection;
-class ProviderBulkInsert;
 
 /// Writes many rows into one table of an open connection, in the batches that the backend's driver does best, row by row where the
 /// provider has no batches. When a batch fails its rows are sent again one by one, so that the rows before the bad one are stored and
-/// the error names the row (number from 1, in the order of Add) and the column where the driver tells it.
+/// the error names the row (number from 1, in the order of Add) and the column where the driver tells it. Once the connection is closed Add
+/// and Flush are error 3704, and the counts are those of that moment.
 class BulkInsert {
  public:
   /// table and columns are plain names; quoting is the provider's. owner is that of a table which the login does not reach by its name
@@ -42,7 +42,8 @@ class BulkInsert {
   [[nodiscard]] std::int64_t RowsAdded() const noexcept { return rows_; }
 
  private:
-  std::unique_ptr<ProviderBulkInsert> provider_;
+  struct State;
+  std::unique_ptr<State> state_;
   std::size_t columnCount_;
   std::int64_t rows_ = 0;
 };

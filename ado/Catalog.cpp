@@ -4,11 +4,45 @@
 #include <utility>
 
 #include "ado/Connection.h"
+#include "ado/ConnectionState.h"
 #include "ado/Errors.h"
 #include "ado/Provider.h"
 #include "runtime/Text.h"
 
 namespace tamlo::ado {
+
+/// The provider's catalog, shared by a Catalog and its tables, as long as the connection is open.
+struct CatalogLink final : Dependent {
+  explicit CatalogLink(std::shared_ptr<ConnectionState> owner)
+      : connection(std::move(owner)), provider(connection->Native(runtime::kObjectClosed).OpenCatalog()) {
+    connection->dependents.push_back(this);
+  }
+  ~CatalogLink() { ConnectionCloses(); }
+  void ConnectionCloses() noexcept override {
+    provider.reset();
+    std::erase(connection->dependents, static_cast<Dependent*>(this));
+  }
+  [[nodiscard]] ProviderCatalog& Provider() const {
+    if (!provider) throw AdoError(runtime::kObjectClosed);
+    return *provider;
+  }
+
+  std::shared_ptr<ConnectionState> connection;
+  std::unique_ptr<ProviderCatalog> provider;
+  bool renamed = false;  // a table, since the catalog has looked
+};
+
+namespace {
+
+template <typename Items>
+auto FindNamed(Items& items, const std::string& name) {
+  const std::string upper = runtime::UpperCase(name);
+  const auto found = std::find_if(items.begin(), items.end(), [&](const auto& item) { return runtime::UpperCase(item.name) == upper; });
+  if (found == items.end()) throw AdoError(runtime::kItemNotFound, name);
+  return found;
+}
+
+}  // namespace
 
 const Variant& PropertyMap::Item(const std::string& name) const {
   const auto found = values_.find(runtime::UpperCase(name));
@@ -21,56 +55,80 @@ bool PropertyMap::Has(const std::string& name) const { return values_.contains(r
 void PropertyMap::Set(const std::string& name, Variant value) { values_[runtime::UpperCase(name)] = std::move(value); }
 
 std::vector<Column>& Table::Columns() {
-  if (!columns_) columns_ = catalog_ ? catalog_->Columns(name_) : std::vector<Column>();
+  if (!columns_) columns_ = link_ ? link_->Provider().Columns(name_) : std::vector<Column>();
   return *columns_;
 }
 
-Column& Table::ColumnNamed(const std::string& name) {
-  const std::string upper = runtime::UpperCase(name);
-  auto& columns = Columns();
-  const auto found =
-      std::find_if(columns.begin(), columns.end(), [&](const Column& column) { return runtime::UpperCase(column.name) == upper; });
-  if (found == columns.end()) throw AdoError(runtime::kItemNotFound, name);
-  return *found;
+Column& Table::ColumnNamed(const std::string& name) { return *FindNamed(Columns(), name); }
+
+void Table::Name(const std::string& name) {
+  if (link_) {
+    link_->Provider().RenameTable(name_, name);
+    link_->renamed = true;
+    columns_.reset();
+    indexes_.reset();
+  }
+  name_ = name;
+}
+
+void Table::DeleteColumn(const std::string& name) {
+  const auto found = FindNamed(Columns(), name);
+  if (!link_) {
+    columns_->erase(found);
+    return;
+  }
+  link_->Provider().DeleteColumn(name_, std::string(found->name));
+  columns_.reset();
+  indexes_.reset();
+}
+
+void Table::DeleteIndex(const std::string& name) {
+  const auto found = FindNamed(Indexes(), name);
+  if (!link_) {
+    indexes_->erase(found);
+    return;
+  }
+  link_->Provider().DeleteIndex(name_, std::string(found->name));
+  indexes_.reset();
 }
 
 std::vector<Index>& Table::Indexes() {
-  if (!indexes_) indexes_ = catalog_ ? catalog_->Indexes(name_) : std::vector<Index>();
+  if (!indexes_) indexes_ = link_ ? link_->Provider().Indexes(name_) : std::vector<Index>();
   return *indexes_;
 }
 
 Variant Table::Property(const std::string& name) { return Properties().Item(name); }
 
 void Table::Property(const std::string& name, const Variant& value) {
-  if (catalog_) throw AdoError(runtime::kOperationNotSupported, name);
+  if (link_) throw AdoError(runtime::kOperationNotSupported, name);
   if (!properties_) properties_.emplace();
   properties_->Set(name, value);
 }
 
 const PropertyMap& Table::Properties() {
-  if (!properties_) properties_ = catalog_ ? catalog_->Properties(name_) : PropertyMap();
+  if (!properties_) properties_ = link_ ? link_->Provider().Properties(name_) : PropertyMap();
   return *properties_;
 }
 
 void Table::AppendColumn(const Column& column) {
-  if (!catalog_) {
+  if (!link_) {
     Columns().push_back(column);
     return;
   }
-  catalog_->AppendColumn(name_, column);
+  link_->Provider().AppendColumn(name_, column);
   columns_.reset();
 }
 
 void Table::AppendIndex(const ado::Index& index) {
-  if (!catalog_) {
+  if (!link_) {
     Indexes().push_back(index);
     return;
   }
-  catalog_->AppendIndex(name_, index);
+  link_->Provider().AppendIndex(name_, index);
   indexes_.reset();
 }
 
-Catalog::Catalog(Connection& connection) : provider_(connection.Native().OpenCatalog()) {}
+Catalog::Catalog(Connection& connection) : link_(std::make_shared<CatalogLink>(connection.state_)) {}
 Catalog::~Catalog() = default;
 
 std::size_t Catalog::TableCount() {
@@ -98,7 +156,12 @@ Table* Catalog::Find(const std::string& name) {
 
 void Catalog::Append(const Table& table) {
   Table copy = table;
-  provider_->AppendTable(copy);
+  link_->Provider().AppendTable(copy);
+  Refresh();
+}
+
+void Catalog::Delete(const std::string& name) {
+  link_->Provider().DeleteTable(std::string(Tables(name).Name()));
   Refresh();
 }
 
@@ -106,15 +169,19 @@ void Catalog::Refresh() {
   loaded_ = false;
   byName_.clear();
   tables_.clear();
-  provider_->Forget();
+  link_->Provider().Forget();
 }
 
 void Catalog::Load() {
+  if (std::exchange(link_->renamed, false)) {
+    byName_.clear();
+    for (const auto& table : tables_) byName_.emplace(runtime::UpperCase(table->Name()), table.get());
+  }
   if (loaded_) return;
   std::vector<std::unique_ptr<Table>> tables;
   std::map<std::string, Table*> byName;
-  for (auto& [name, type] : provider_->Tables()) {
-    tables.push_back(std::make_unique<Table>(std::move(name), std::move(type), provider_.get()));
+  for (auto& [name, type] : link_->Provider().Tables()) {
+    tables.push_back(std::make_unique<Table>(std::move(name), std::move(type), link_));
     byName.emplace(runtime::UpperCase(tables.back()->Name()), tables.back().get());
   }
   tables_ = std::move(tables);

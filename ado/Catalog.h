@@ -13,7 +13,7 @@
 namespace tamlo::ado {
 
 class Connection;
-class ProviderCatalog;
+struct CatalogLink;
 
 /// Properties of a catalog object by name; names compare without regard to case.
 class PropertyMap {
@@ -54,10 +54,12 @@ class Table {
  public:
   Table() = default;
   explicit Table(std::string name) : name_(std::move(name)), columns_(std::in_place), indexes_(std::in_place) {}
-  Table(std::string name, std::string type, ProviderCatalog* catalog) : name_(std::move(name)), type_(std::move(type)), catalog_(catalog) {}
+  Table(std::string name, std::string type, std::shared_ptr<CatalogLink> link)
+      : name_(std::move(name)), type_(std::move(type)), link_(std::move(link)) {}
 
   [[nodiscard]] const std::string& Name() const noexcept { return name_; }
-  void Name(const std::string& name) { name_ = name; }
+  /// Names a new table, or renames the backend's at once: error 3251 where the provider cannot (Access files, ODBC sources of kinds not known).
+  void Name(const std::string& name);
   /// "TABLE", "LINK", "PASS-THROUGH", "SYSTEM TABLE", "ACCESS TABLE", "VIEW", "SYNONYM", "SYSTEM VIEW"; "TABLE" for a new one.
   [[nodiscard]] const std::string& Type() const noexcept { return type_; }
 
@@ -75,18 +77,23 @@ class Table {
   /// Adds a column or an index to the backend's table at once, or to the definition of a new one.
   void AppendColumn(const Column& column);
   void AppendIndex(const Index& index);
+  /// Takes a column or an index, by its name without regard to case, out of the backend's table at once, or out of the definition of a new one.
+  /// Error 3265 when there is none of that name, 3251 where the provider cannot.
+  void DeleteColumn(const std::string& name);
+  void DeleteIndex(const std::string& name);
 
  private:
   std::string name_;
   std::string type_ = "TABLE";
-  ProviderCatalog* catalog_ = nullptr;  // not owned: the catalog that gave this table
+  std::shared_ptr<CatalogLink> link_;  // to the catalog that gave this table; null for a new one
   std::optional<std::vector<Column>> columns_;
   std::optional<std::vector<Index>> indexes_;
   std::optional<PropertyMap> properties_;
 };
 
 /// The tables of a connection. The list is read at first use and again after Refresh; Append shows at once.
-/// References to tables hold until the next Refresh, Append or the end of the catalog. The connection must outlive it.
+/// References to tables hold until the next Refresh, Append, Delete or the end of the catalog; copies of them longer. Error 3704 for whatever
+/// asks the backend once the connection is closed.
 class Catalog {
  public:
   explicit Catalog(Connection& connection);
@@ -102,14 +109,18 @@ class Catalog {
   /// The table of that name, or nullptr.
   [[nodiscard]] Table* Find(const std::string& name);
   /// Creates the table with its columns and indexes (or the link that its properties describe) in the backend.
+  /// A default of a column (property "Default") is carried, or refused where the backend cannot have it (-2147467259); so is what else cannot
+  /// be made.
   void Append(const Table& table);
+  /// Drops the table of that name, without regard to case. Error 3265 when there is none, 3251 where the provider cannot.
+  void Delete(const std::string& name);
   /// Forgets what is known of the tables: the next use reads them again.
   void Refresh();
 
  private:
   void Load();
 
-  std::unique_ptr<ProviderCatalog> provider_;
+  std::shared_ptr<CatalogLink> link_;
   std::vector<std::unique_ptr<Table>> tables_;
   std::map<std::string, Table*> byName_;  // by upper-cased name
   bool loaded_ = false;

@@ -1,10 +1,13 @@
 #include "ado/Command.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "ado/Connection.h"
+#include "ado/ConnectionState.h"
 #include "ado/Errors.h"
 #include "ado/Provider.h"
+#include "ado/Recordset.h"
 #include "runtime/Text.h"
 
 namespace tamlo::ado {
@@ -43,9 +46,49 @@ void Command::CommandTimeout(std::int32_t seconds) {
   timeout_ = seconds;
 }
 
+/// What is kept of a statement, as long as its connection is open.
+struct Command::Prepare final : Dependent {
+  Prepare(std::shared_ptr<ConnectionState> owner, std::string sent, std::unique_ptr<ProviderCommand> made)
+      : connection(std::move(owner)), statement(std::move(sent)), command(std::move(made)) {
+    connection->dependents.push_back(this);
+  }
+  ~Prepare() { std::erase(connection->dependents, static_cast<Dependent*>(this)); }
+  void ConnectionCloses() noexcept override {
+    command.reset();
+    std::erase(connection->dependents, static_cast<Dependent*>(this));
+  }
+
+  std::shared_ptr<ConnectionState> connection;
+  std::string statement;
+  std::unique_ptr<ProviderCommand> command;  // null once the connection is closed
+};
+
+Command::Command() = default;
+Command::~Command() = default;
+Command::Command(Command&&) noexcept = default;
+Command& Command::operator=(Command&&) noexcept = default;
+
+void Command::ActiveConnection(Connection* connection) noexcept {
+  state_ = connection == nullptr ? nullptr : connection->state_;
+  kept_.reset();
+}
+
+Connection* Command::ActiveConnection() const noexcept { return state_ == nullptr ? nullptr : state_->owner; }
+
+void Command::CommandText(std::string text) {
+  text_ = std::move(text);
+  kept_.reset();
+}
+
+void Command::Prepared(bool yes) {
+  prepared_ = yes;
+  if (!yes) kept_.reset();
+}
+
 Connection& Command::Open() const {
-  if (connection_ == nullptr || !connection_->IsOpen()) throw AdoError(runtime::kConnectionInvalid);
-  return *connection_;
+  Connection* const connection = ActiveConnection();
+  if (connection == nullptr || !connection->IsOpen()) throw AdoError(runtime::kConnectionInvalid);
+  return *connection;
 }
 
 std::string Command::Statement() const {
@@ -76,8 +119,29 @@ void Command::Refresh() {
 std::int64_t Command::Execute() {
   ProviderConnection& native = Open().Native();
   const std::string statement = Statement();
+  if (prepared_) {
+    if (kept_ == nullptr || kept_->command == nullptr || kept_->statement != statement) {
+      kept_.reset();
+      if (auto made = native.Prepare(statement)) kept_ = std::make_unique<Prepare>(state_, statement, std::move(made));
+    }
+    if (kept_ != nullptr) return kept_->command->Execute(Checked(), timeout_);
+  }
   if (parameters_.Count() == 0) return native.Execute(statement, timeout_);
   return native.ExecuteWith(statement, Checked(), timeout_);
+}
+
+std::int64_t Command::Execute(std::span<const Variant> values) {
+  if (parameters_.Count() > values.size()) parameters_.items_.resize(values.size());
+  while (parameters_.Count() < values.size()) parameters_.Append({});
+  for (std::size_t i = 0; i < values.size(); ++i) parameters_.items_[i].value = values[i];
+  return Execute();
+}
+
+Recordset Command::Execute(std::int64_t& recordsAffected) {
+  recordsAffected = -1;
+  Recordset rows;
+  rows.OpenCounting(*this, recordsAffected);
+  return rows;
 }
 
 }  // namespace tamlo::ado

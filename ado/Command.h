@@ -2,6 +2,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -11,6 +13,8 @@
 namespace tamlo::ado {
 
 class Connection;
+class Recordset;
+struct ConnectionState;
 
 /// A value that goes into a statement beside its text. Parameters only go in; there are no output parameters.
 struct Parameter {
@@ -38,15 +42,21 @@ class Parameters {
   std::vector<Parameter> items_;
 };
 
-/// A statement with parameters. Values never become part of the text. Belongs to whoever made it; the connection must outlive its use.
+/// A statement with parameters. Values never become part of the text. Belongs to whoever made it. Not to be copied, for what it has prepared.
 /// On Access files parameters are those that PARAMETERS declares, [prompts] and "?"; on ODBC sources "?" alone, in order, with as many
-/// values as marks. Errors: 3709 without an open connection, 3265 on Access for a name without a value or a value without its name, else
-/// what the provider raises; the command stays usable.
+/// values as marks. Errors: 3709 without an open connection (also one that is gone), 3265 on Access for a name without a value or a value
+/// without its name, else what the provider raises; the command stays usable.
 class Command {
  public:
-  void ActiveConnection(Connection* connection) noexcept { connection_ = connection; }
-  [[nodiscard]] Connection* ActiveConnection() const noexcept { return connection_; }
-  void CommandText(std::string text) { text_ = std::move(text); }
+  Command();
+  ~Command();
+  Command(Command&&) noexcept;
+  Command& operator=(Command&&) noexcept;
+
+  void ActiveConnection(Connection* connection) noexcept;
+  /// Null also when the connection is gone.
+  [[nodiscard]] Connection* ActiveConnection() const noexcept;
+  void CommandText(std::string text);
   [[nodiscard]] const std::string& CommandText() const noexcept { return text_; }
   /// adCmdText at first; adCmdTable: the text is the name of a table; adCmdStoredProc: of a stored query or procedure.
   void CommandType(std::int32_t type) noexcept { type_ = type; }
@@ -59,8 +69,17 @@ class Command {
   /// Takes the statement's own parameters from the provider, values empty. On ODBC sources they have no names, and the type of texts.
   void Refresh();
 
+  /// Whether the statement stays prepared between two calls of Execute, where the provider knows how (ODBC). False at first. It is prepared
+  /// at the first of them, and anew once text, type or connection are others.
+  void Prepared(bool yes);
+  [[nodiscard]] bool Prepared() const noexcept { return prepared_; }
+
   /// Runs it; rows that it might give are thrown away. Rows affected, -1 when not known.
   std::int64_t Execute();
+  /// The same with these values, in order, in the place of those of Parameters, whose names, types and sizes hold.
+  std::int64_t Execute(std::span<const Variant> values);
+  /// Runs it and gives its rows, forward-only and read-only; a closed recordset when it gives none, and then the rows affected (else -1).
+  Recordset Execute(std::int64_t& recordsAffected);
 
   /// The parameters, once their sizes were looked at. Error -2147467259 naming one whose value is longer than its size.
   [[nodiscard]] const std::vector<Parameter>& Checked() const;
@@ -68,13 +87,17 @@ class Command {
   [[nodiscard]] std::string Statement() const;
 
  private:
+  friend class Recordset;
+  struct Prepare;
   [[nodiscard]] Connection& Open() const;
 
-  Connection* connection_ = nullptr;
+  std::shared_ptr<ConnectionState> state_;  // the connection's: it may go before the command
   std::string text_;
   std::int32_t type_ = adCmdText;
   std::int32_t timeout_ = 30;
+  bool prepared_ = false;
   ado::Parameters parameters_;
+  std::unique_ptr<Prepare> kept_;
 };
 
 }  // namespace tamlo::ado

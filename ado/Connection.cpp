@@ -2,8 +2,10 @@
 
 #include <utility>
 
+#include "ado/ConnectionKeys.h"
 #include "ado/ConnectionState.h"
 #include "ado/Errors.h"
+#include "ado/Recordset.h"
 #include "ado/RecordsetState.h"
 #include "runtime/Conversions.h"
 #include "runtime/Secret.h"
@@ -17,6 +19,7 @@ ProviderConnection& ConnectionState::Native(std::int32_t errorNumber) const {
 }
 
 void ConnectionState::Close() noexcept {
+  while (!dependents.empty()) dependents.back()->ConnectionCloses();
   while (!recordsets.empty()) recordsets.back()->Close();
   native.reset();
   rollbackRefused = false;
@@ -27,9 +30,12 @@ ConnectionState::~ConnectionState() {
   runtime::Wipe(connectionString);
 }
 
-Connection::Connection() : state_(std::make_shared<ConnectionState>()) {}
+Connection::Connection() : state_(std::make_shared<ConnectionState>()) { state_->owner = this; }
 
-Connection::~Connection() { state_->Close(); }
+Connection::~Connection() {
+  state_->owner = nullptr;
+  state_->Close();
+}
 
 const std::string& Connection::Provider() const noexcept { return state_->provider; }
 
@@ -40,19 +46,31 @@ void Connection::Provider(const std::string& name) {
 
 const std::string& Connection::ConnectionString() const noexcept { return state_->connectionString; }
 
+void Connection::ConnectionString(const std::string& text) {
+  if (state_->native) throw AdoError(runtime::kObjectOpen);
+  state_->connectionString = text;
+}
+
 void Connection::Open(const std::string& connectionString, const std::string& userId, const std::string& password,
                       std::int32_t /*options*/) {
   if (state_->native) throw AdoError(runtime::kObjectOpen);
-  const ProviderFactory& factory = FindProvider(state_->provider);
-  state_->connectionString = connectionString;
-  if (!userId.empty()) state_->userId = userId;
-  if (!password.empty()) state_->password = password;
-  OpenRequest request{state_->provider, connectionString, state_->userId, state_->password, state_->registeredOnly,
-                      state_->connectionTimeout};
+  if (!connectionString.empty()) state_->connectionString = connectionString;
+  OpenRequest request{state_->provider, state_->connectionString, {}, {}, state_->registeredOnly, state_->connectionTimeout,
+                      state_->generalNumbers};
   const runtime::WipedAtEnd wipe(request.password);
   const runtime::WipedAtEnd wipeString(request.connectionString);
+  if (!request.registeredOnly) ReadProviderKey(request);
+  const ProviderFactory& factory = FindProvider(request.provider);
+  state_->provider = request.provider;
+  if (!userId.empty()) state_->userId = userId;
+  if (!password.empty()) state_->password = password;
+  if (!state_->userId.empty() || request.userId.empty()) request.userId = state_->userId;
+  if (!state_->password.empty() || request.password.empty()) request.password = state_->password;
   state_->native = factory(request);
 }
+
+bool Connection::GeneralNumbers() const noexcept { return state_->generalNumbers; }
+void Connection::GeneralNumbers(bool wanted) noexcept { state_->generalNumbers = wanted; }
 
 bool Connection::RegisteredOnly() const noexcept { return state_->registeredOnly; }
 void Connection::RegisteredOnly(bool wanted) noexcept { state_->registeredOnly = wanted; }
@@ -69,6 +87,14 @@ bool Connection::InUse() const noexcept { return !state_->recordsets.empty(); }
 
 std::int64_t Connection::Execute(const std::string& text, std::int32_t /*options*/) {
   return Native().Execute(text, state_->commandTimeout);
+}
+
+Recordset Connection::Execute(const std::string& text, std::int64_t& recordsAffected, std::int32_t options) {
+  recordsAffected = -1;
+  (void)Native();
+  Recordset rows;
+  rows.OpenCounting(text, *this, options == adExecuteNoRecords ? adOptionUnspecified : options, recordsAffected);
+  return rows;
 }
 
 std::int32_t Connection::BeginTrans() {

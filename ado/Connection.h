@@ -9,6 +9,7 @@
 namespace tamlo::ado {
 
 class ProviderConnection;
+class Recordset;
 struct ConnectionState;
 
 /// One connection to a data source. Provider and the settings may be given before Open; what an application gave to Open is what
@@ -26,6 +27,8 @@ class Connection {
   /// Error 3705 when open.
   void Provider(const std::string& name);
   [[nodiscard]] const std::string& ConnectionString() const noexcept;
+  /// What Open connects with when it is given nothing. Error 3705 when open.
+  void ConnectionString(const std::string& text);
 
   /// Set before Open for a connection string that others wrote (a link stored in a file): it then reaches only data sources and drivers
   /// that are registered on this machine, by name, and may hold no key that makes a driver load, write or create a file. What asks for more
@@ -33,8 +36,18 @@ class Connection {
   void RegisteredOnly(bool wanted) noexcept;
   [[nodiscard]] bool RegisteredOnly() const noexcept;
 
+  /// Set before Open, for programs that tell -2147467259 apart and no other number of a provider: statements and tables that are refused, rows that another has
+  /// changed and time that is over then have that number as every other failure, and values are judged when their row is written. ODBC sources
+  /// alone heed it. False at first.
+  void GeneralNumbers(bool wanted) noexcept;
+  [[nodiscard]] bool GeneralNumbers() const noexcept;
+
   /// Connects. options: -1 (unspecified) is the only value in use. After a failure the object is closed and may be opened again.
-  void Open(const std::string& connectionString, const std::string& userId, const std::string& password,
+  /// A text with a key "Provider" names the provider, in whose stead Provider() is then not asked, and is read as the OLE DB providers read
+  /// it: "User ID" (or UID) and "Password" (or PWD) are the login unless one is given here; for ODBC sources "Data Source" is a data source's
+  /// name, "Initial Catalog" a database, and "Extended Properties" a connection string of its own. Where RegisteredOnly is set the key has no
+  /// such meaning.
+  void Open(const std::string& connectionString = {}, const std::string& userId = {}, const std::string& password = {},
             std::int32_t options = adOptionUnspecified);
   /// Closes the recordsets and the connection. Error 3704 when closed already; 3246 in a transaction, and nothing is closed then. (The
   /// destructor rolls back and closes.)
@@ -48,6 +61,9 @@ class Connection {
 
   /// Runs a statement; the rows it might give are thrown away. Returns the number of rows affected, -1 when not known.
   std::int64_t Execute(const std::string& text, std::int32_t options = adExecuteNoRecords);
+  /// Runs a statement and gives its rows, forward-only and read-only; a closed recordset when it gives none, and then the rows affected (else
+  /// -1). options as Recordset::Open takes them. (Recordset.h is needed.)
+  Recordset Execute(const std::string& text, std::int64_t& recordsAffected, std::int32_t options = adOptionUnspecified);
 
   /// Starts a transaction and returns its level, from 1. Whether levels above 1 exist is the provider's matter.
   std::int32_t BeginTrans();
@@ -82,6 +98,9 @@ class Connection {
 
  private:
   friend class Recordset;
+  friend class Command;
+  friend class Catalog;
+  friend class BulkInsert;
   // Shared with the recordsets opened on it: they must see that it was closed, and outlive this object without dangling.
   std::shared_ptr<ConnectionState> state_;
 };

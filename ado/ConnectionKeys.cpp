@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "ado/Provider.h"
 #include "runtime/Text.h"
 
 namespace tamlo::ado {
@@ -47,6 +48,30 @@ std::string ValueOf(const ConnectionKeys& keys, std::initializer_list<std::strin
     if (std::find(names.begin(), names.end(), key) != names.end()) return value;
   }
   return {};
+}
+
+void ReadProviderKey(OpenRequest& request) {
+  const ConnectionKeys keys = ParseKeys(request.connectionString);
+  const std::string provider = ValueOf(keys, {"PROVIDER"});
+  if (provider.empty()) return;
+  request.provider = provider;
+  const bool odbc = runtime::UpperCase(provider).starts_with("MSDASQL");
+  std::string rest;
+  for (const auto& [key, value] : keys) {
+    if (key == "PROVIDER") continue;
+    if (key == "USER ID" || key == "UID") {
+      request.userId = value;
+    } else if (key == "PASSWORD" || key == "PWD") {
+      request.password = value;
+    } else if (odbc && (key == "EXTENDED PROPERTIES" || key == "PERSIST SECURITY INFO")) {
+      if (key == "EXTENDED PROPERTIES") rest += value + (value.ends_with(';') ? "" : ";");
+    } else {
+      const std::string name = !odbc ? key : key == "DATA SOURCE" ? "DSN" : key == "INITIAL CATALOG" ? "DATABASE" : key;
+      const bool quoted = !odbc && value.find_first_of(";\"") != std::string::npos;
+      rest += name + "=" + (odbc ? BracedIfNeeded(value) : quoted ? '"' + value + '"' : value) + ";";
+    }
+  }
+  request.connectionString = std::move(rest);
 }
 
 std::string BracedIfNeeded(std::string_view value) {

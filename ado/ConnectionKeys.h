@@ -8,6 +8,8 @@
 
 namespace tamlo::ado {
 
+struct OpenRequest;
+
 /// Key and value, in the order of the connection string.
 using ConnectionKeys = std::vector<std::pair<std::string, std::string>>;
 
@@ -18,5 +20,9 @@ using ConnectionKeys = std::vector<std::pair<std::string, std::string>>;
 [[nodiscard]] std::string ValueOf(const ConnectionKeys& keys, std::initializer_list<std::string_view> names);
 /// A value as it stands in a connection string: between braces when it needs them.
 [[nodiscard]] std::string BracedIfNeeded(std::string_view value);
+
+/// Where the request's connection string has a key "Provider": takes the provider's name and the login out of it, and leaves what the
+/// provider's own strings hold. See Connection::Open.
+void ReadProviderKey(OpenRequest& request);
 
 }  // namespace tamlo::ado

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <type_traits>
 
 #include "runtime/Text.h"
 
@@ -32,6 +33,19 @@ std::optional<ExactNumber> OfReal(Real value) {
   std::array<char, 64> text{};
   const auto end = std::to_chars(text.data(), text.data() + text.size(), value).ptr;
   return ExactNumber::Read({text.data(), static_cast<std::size_t>(end - text.data())});
+}
+
+/// Nulls, numbers, texts, everything else.
+int Rank(const Variant& value, const std::optional<ExactNumber>& number) {
+  if (value.IsNull() || value.IsEmpty()) return 0;
+  return number ? 1 : 2;
+}
+
+std::string FoldedText(const Variant& value) {
+  if (const auto* text = value.If<std::string>()) return runtime::UpperCase(*text);
+  if (const auto* guid = value.If<runtime::Guid>()) return guid->text;
+  if (const auto* bytes = value.If<runtime::Bytes>()) return {reinterpret_cast<const char*>(bytes->data()), bytes->size()};
+  return {};
 }
 
 }  // namespace
@@ -92,6 +106,19 @@ std::strong_ordering operator<=>(const ExactNumber& a, const ExactNumber& b) {
   const auto size = a.point != b.point ? a.point <=> b.point : a.digits.compare(b.digits) <=> 0;
   if (a.sign >= 0 || size == 0) return size;
   return size < 0 ? std::strong_ordering::greater : std::strong_ordering::less;
+}
+
+std::strong_ordering OrderOf(const Variant& a, const Variant& b) {
+  const auto wholeA = WholeOf(a);
+  const auto wholeB = WholeOf(b);
+  if (wholeA && wholeB) return *wholeA <=> *wholeB;
+  const auto numberA = ExactNumber::Of(a);
+  const auto numberB = ExactNumber::Of(b);
+  const int rankA = Rank(a, numberA);
+  const int rankB = Rank(b, numberB);
+  if (rankA != rankB) return rankA <=> rankB;
+  if (rankA == 1) return *numberA <=> *numberB;
+  return FoldedText(a).compare(FoldedText(b)) <=> 0;
 }
 
 }  // namespace tamlo::ado

@@ -26,4 +26,7 @@ struct ExactNumber {
   friend bool operator==(const ExactNumber& a, const ExactNumber& b) = default;
 };
 
+/// Two values of one column in order: nulls first, numbers by value, texts without regard to case, bytes by bytes.
+[[nodiscard]] std::strong_ordering OrderOf(const runtime::Variant& a, const runtime::Variant& b);
+
 }  // namespace tamlo::ado

@@ -3,6 +3,7 @@
 #include <array>
 #include <utility>
 
+#include "ado/Errors.h"
 #include "ado/Types.h"
 #include "runtime/Conversions.h"
 #include "runtime/Dates.h"
@@ -15,7 +16,7 @@ namespace {
 using runtime::Error;
 using runtime::Variant;
 
-[[noreturn]] void Refuse() { throw Error(runtime::kInvalidArgument); }
+[[noreturn]] void Refuse() { throw AdoError(runtime::kBadArguments); }
 
 void SkipBlanks(std::string_view& text) {
   while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
@@ -155,6 +156,84 @@ bool FindCriterion::HoldsNumber(const Variant& value) const {
   if (!number || !wanted) return operator_ == Operator::kNotEqual;
   const auto order = *number <=> *wanted;
   return Holds(order < 0 ? -1 : order > 0 ? 1 : 0);
+}
+
+namespace {
+
+constexpr int kDeepest = 100;
+
+/// The bytes up to the next AND, OR or bracket that stands outside of quotes and brackets of names.
+std::size_t EndOfCriterion(std::string_view text) {
+  char close = '\0';
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (close != '\0') {
+      if (c == close) close = '\0';
+      continue;
+    }
+    if (c == '\'' || c == '#') close = c;
+    if (c == '[') close = ']';
+    if (c == ')') return i;
+    if (c != ' ') continue;
+    const std::string next = runtime::UpperCase(text.substr(i, 5));
+    if (next == " AND " || next.starts_with(" OR ")) return i;
+  }
+  return text.size();
+}
+
+bool TakeWord(std::string_view& text, std::string_view word) {
+  std::string_view rest = text;
+  SkipBlanks(rest);
+  if (runtime::UpperCase(rest.substr(0, word.size())) != word) return false;
+  rest.remove_prefix(word.size());
+  if (!rest.empty() && rest.front() != ' ' && rest.front() != '(' && rest.front() != '[') return false;
+  text = rest;
+  return true;
+}
+
+}  // namespace
+
+FilterCriterion::FilterCriterion(std::string_view text) {
+  root_ = ReadAny(text, 0);
+  SkipBlanks(text);
+  if (!text.empty()) Refuse();
+}
+
+std::unique_ptr<FilterCriterion::Node> FilterCriterion::ReadAny(std::string_view& text, int depth) {
+  auto node = std::make_unique<Node>();
+  node->kind = Node::Kind::kAny;
+  do {
+    node->below.push_back(ReadAll(text, depth));
+  } while (TakeWord(text, "OR"));
+  return node;
+}
+
+std::unique_ptr<FilterCriterion::Node> FilterCriterion::ReadAll(std::string_view& text, int depth) {
+  auto node = std::make_unique<Node>();
+  node->kind = Node::Kind::kAll;
+  do {
+    node->below.push_back(ReadOne(text, depth));
+  } while (TakeWord(text, "AND"));
+  return node;
+}
+
+std::unique_ptr<FilterCriterion::Node> FilterCriterion::ReadOne(std::string_view& text, int depth) {
+  SkipBlanks(text);
+  if (text.starts_with('(')) {
+    if (depth == kDeepest) Refuse();
+    text.remove_prefix(1);
+    auto inner = ReadAny(text, depth + 1);
+    SkipBlanks(text);
+    if (!text.starts_with(')')) Refuse();
+    text.remove_prefix(1);
+    return inner;
+  }
+  const std::size_t end = EndOfCriterion(text);
+  auto node = std::make_unique<Node>();
+  node->part = parts_.size();
+  parts_.emplace_back(text.substr(0, end));
+  text.remove_prefix(end);
+  return node;
 }
 
 }  // namespace tamlo::ado

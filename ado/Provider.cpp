@@ -19,6 +19,19 @@ std::map<std::string, ProviderFactory>& Registry() {
 std::size_t ProviderRowset::RowCount() { throw AdoError(runtime::kOperationNotSupported); }
 bool ProviderRowset::MoveTo(std::size_t /*position*/) { throw AdoError(runtime::kOperationNotSupported); }
 
+bool ProviderRowset::Refresh() { throw AdoError(runtime::kOperationNotSupported); }
+
+void ProviderCatalog::RenameTable(const std::string& /*table*/, const std::string& /*name*/) {
+  throw AdoError(runtime::kOperationNotSupported);
+}
+void ProviderCatalog::DeleteTable(const std::string& /*table*/) { throw AdoError(runtime::kOperationNotSupported); }
+void ProviderCatalog::DeleteColumn(const std::string& /*table*/, const std::string& /*column*/) {
+  throw AdoError(runtime::kOperationNotSupported);
+}
+void ProviderCatalog::DeleteIndex(const std::string& /*table*/, const std::string& /*index*/) {
+  throw AdoError(runtime::kOperationNotSupported);
+}
+
 std::int64_t ProviderConnection::ExecuteWith(const std::string& text, std::span<const Parameter> parameters, std::int32_t timeoutSeconds) {
   if (!parameters.empty()) throw AdoError(runtime::kOperationNotSupported);
   return Execute(text, timeoutSeconds);

@@ -55,6 +55,14 @@ class ProviderRowset {
   [[nodiscard]] virtual std::size_t RowCount();
   /// Stands on the row at position (from 0, below RowCount()); false when a keyset's row is gone meanwhile. MoveNext goes on from there.
   virtual bool MoveTo(std::size_t position);
+  /// The position of the current row, of cursors that scroll and know it behind MoveFirst, MoveNext and Insert too; none where they do not:
+  /// the recordset then goes from row to row by MoveTo.
+  [[nodiscard]] virtual std::optional<std::size_t> Position() const { return std::nullopt; }
+  /// A value as the field will hold it, asked for when it is assigned. Error 3421 for one that the field's type cannot hold,
+  /// -2147217887 for one that does not fit (a number too large, a text too long). What is not known before it is written stays as it is.
+  [[nodiscard]] virtual Variant Converted(std::size_t /*field*/, const Variant& value) { return value; }
+  /// Reads the current row anew; false when it is gone. Error 3251 for cursors that cannot.
+  virtual bool Refresh();
   /// A value of the current row, whole.
   [[nodiscard]] virtual Variant Value(std::size_t field) = 0;
   /// The next bytes of a long value of the current row; 0 at the end. Text as UTF-8, never cut inside a character.
@@ -86,6 +94,15 @@ struct RowsetRequest {
   /// Each value alone, and as the backend's own text where it has one: see Recordset::ReadsByAnotherWay.
   bool anotherWay = false;
   std::vector<Parameter> parameters;  ///< see Command
+  std::int64_t* affected = nullptr;   ///< where a statement that gives no rows tells how many it affected, if the provider knows
+};
+
+/// A statement that was prepared once, to be run often; goes before its connection.
+class ProviderCommand {
+ public:
+  virtual ~ProviderCommand() = default;
+  /// Rows affected, -1 when not known; rows that it gives are thrown away.
+  virtual std::int64_t Execute(std::span<const Parameter> parameters, std::int32_t timeoutSeconds) = 0;
 };
 
 /// Tables, columns and indexes of a connection.
@@ -102,6 +119,11 @@ class ProviderCatalog {
   virtual void AppendTable(Table& table) = 0;
   virtual void AppendColumn(const std::string& table, const Column& column) = 0;
   virtual void AppendIndex(const std::string& table, const Index& index) = 0;
+  /// A provider that cannot do one of these refuses (3251).
+  virtual void RenameTable(const std::string& table, const std::string& name);
+  virtual void DeleteTable(const std::string& table);
+  virtual void DeleteColumn(const std::string& table, const std::string& column);
+  virtual void DeleteIndex(const std::string& table, const std::string& index);
   /// Called by Catalog::Refresh: whatever the provider remembers is to be read again.
   virtual void Forget() {}
 };
@@ -130,6 +152,8 @@ class ProviderConnection {
   virtual std::int64_t Execute(const std::string& text, std::int32_t timeoutSeconds) = 0;
   /// The same with values for the statement's parameters. A provider without them refuses (3251).
   virtual std::int64_t ExecuteWith(const std::string& text, std::span<const Parameter> parameters, std::int32_t timeoutSeconds);
+  /// Null where preparing gains nothing: the statement then goes through ExecuteWith each time.
+  [[nodiscard]] virtual std::unique_ptr<ProviderCommand> Prepare(const std::string& /*text*/) { return nullptr; }
   /// The parameters that a statement has, in order, without values.
   [[nodiscard]] virtual std::vector<Parameter> DescribeParameters(const std::string& text);
   /// The statement that gives all rows of a table, and the one that runs a stored procedure with so many parameters.
@@ -169,6 +193,7 @@ struct OpenRequest {
   std::string password;  ///< wiped by whoever made the request
   bool registeredOnly = false;  ///< see Connection::RegisteredOnly
   std::int32_t timeoutSeconds = 0;  ///< for the attempt to connect; 0 is without limit
+  bool generalNumbers = false;      ///< see Connection::GeneralNumbers
 };
 
 using ProviderFactory = std::function<std::unique_ptr<ProviderConnection>(const OpenRequest&)>;

@@ -5,6 +5,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "ado/Command.h"
 #include "ado/Connection.h"
@@ -15,20 +16,28 @@ namespace tamlo::ado {
 struct RecordsetState;
 struct RowsetRequest;
 
-/// One column of an open recordset, and its value in the current row. Belongs to its recordset and lives as long as it stays open.
+/// One column of a recordset, and its value in the current row. Lives as long as its recordset (until another is assigned to that), also when it
+/// is closed: values are then error 3704, descriptions those of the last opening. Opened again, the field at that position; error 3265 when
+/// there are fewer.
 class Field {
  public:
-  [[nodiscard]] const std::string& Name() const noexcept;
-  [[nodiscard]] std::int16_t Type() const noexcept;
+  [[nodiscard]] const std::string& Name() const;
+  [[nodiscard]] std::int16_t Type() const;
   /// Declared size: characters for texts, bytes for the rest, a very large number for long values.
-  [[nodiscard]] std::int64_t DefinedSize() const noexcept;
-  [[nodiscard]] std::int16_t Precision() const noexcept;
-  [[nodiscard]] std::int16_t NumericScale() const noexcept;
+  [[nodiscard]] std::int64_t DefinedSize() const;
+  [[nodiscard]] std::int16_t Precision() const;
+  [[nodiscard]] std::int16_t NumericScale() const;
 
   /// The value in the current row, or the one assigned and not yet saved. Error 3021 without a current row.
   [[nodiscard]] Variant Value() const;
-  /// Assigns; starts the edit of the current row when none is in progress. Error 3251 on a read-only recordset, 3021 without a current row.
+  /// Assigns; starts the edit of the current row when none is in progress. The value is turned into the field's type where the provider knows
+  /// what it will be. Error 3251 on a read-only recordset, 3021 without a current row, 3421 for a value that the type cannot hold,
+  /// -2147217887 for one that does not fit; the field and the edit are as before then.
   void Value(const Variant& value);
+  /// The value as it was before the pending edit, Null in a new row; without an edit as Value.
+  [[nodiscard]] Variant OriginalValue() const;
+  /// The length of the value: characters of texts, bytes of the rest; 0 of a null.
+  [[nodiscard]] std::int64_t ActualSize() const;
 
   /// The next bytes of a long value of the current row, at most capacity (text as UTF-8, never cut inside a character); 0 at the end,
   /// after which reading starts anew, as it may after another field was read in between. A null gives 0 at once.
@@ -50,7 +59,7 @@ class Field {
 
 /// Rows of a query or table with a current row. Created closed. Errors: 3704 on a closed recordset, 3705 opening an open one,
 /// 3709 without a usable connection, 3021 without a current row, 3265 for an unknown field, 3251 for what the cursor cannot do,
-/// else the provider's. After an error of Update the edit is still pending: values may be changed and Update called again, or CancelUpdate.
+/// 3421 and -2147217887 for values that a field does not hold, else the provider's. After an error of Update the edit is still pending: values may be changed and Update called again, or CancelUpdate.
 class Recordset {
  public:
   Recordset() noexcept;
@@ -58,25 +67,47 @@ class Recordset {
   Recordset(Recordset&&) noexcept;
   Recordset& operator=(Recordset&&) noexcept;
 
-  /// Prepares and describes source; the query is executed when the first row is asked for, that of a static recordset at once, and its rows
-  /// are then those of that moment. A statement that gives no rows is run, and the recordset stays closed.
+  /// source is a statement, or the name of a table alone. Prepares and describes it; the query is executed when the first row is asked for, that of a
+  /// static recordset at once, and its rows are then those of that moment; so is that of a keyset on the client's side, and of a dynamic one
+  /// there that cannot be written. A statement that gives no rows is run, and the recordset stays closed.
   void Open(const std::string& source, Connection* connection, CursorType cursor, LockType lock, std::int32_t options);
   /// For a check of what was read: the recordsets opened from now on read each value alone instead of in blocks, as a text that the backend
   /// itself makes of it where the provider knows how to ask (ODBC: MySQL, PostgreSQL, SQLite). The values are the same, the way is another
   /// one, and slower. Other providers read as ever. To be said before Open; error 3705 on an open recordset.
   void ReadsByAnotherWay(bool yes);
+  /// adLockBatchOptimistic is error 3251: there is no UpdateBatch.
   /// The rows that a command gives, with its parameters, on its connection.
   void Open(const Command& command, CursorType cursor, LockType lock);
-  /// A pending edit is given up. Error 3704 when closed already.
+  /// Error 3704 when closed already, 3219 while an edit is pending, and nothing is closed then. (The destructor gives it up.)
   void Close();
   [[nodiscard]] bool IsOpen() const noexcept;
 
   /// Past the last row (before the first): both true on an empty recordset. The first call reads the first row.
   [[nodiscard]] bool Eof() const;
   [[nodiscard]] bool Bof() const;
-  /// Saves a pending edit first, as ADO does. MoveNext at the end is error 3021; MoveFirst on an empty recordset leaves it at its end.
+  /// Moves save a pending edit first, as ADO does. MoveNext at the end and MovePrevious before the first row are error 3021, so is MoveFirst
+  /// and MoveLast where there are no rows. MoveLast, MovePrevious and steps backward need a cursor that scrolls (CanScroll), else error 3251.
   void MoveFirst();
   void MoveNext();
+  void MoveLast();
+  void MovePrevious();
+  /// So many rows on, or back below 0, from the row of a bookmark, else from the current one; past the last row or before the first where
+  /// there are not so many. Error 3021 when it stands there already, 3001 for a bookmark of another recordset.
+  void Move(std::int64_t rows, const Variant& start = {});
+
+  /// Whether the rows can be reached in any order: static cursors, those on the client's side that keep their rows, keysets of Access files.
+  [[nodiscard]] bool CanScroll() const;
+  /// How many rows there are, those that Filter shows; -1 for cursors that do not scroll. All of them are read first where need be. Rows that
+  /// another has deleted count until they are met.
+  [[nodiscard]] std::int64_t RecordCount() const;
+  /// The current row's number from 1; adPosBOF, adPosEOF, and adPosUnknown without a row or for cursors that do not scroll.
+  [[nodiscard]] std::int64_t AbsolutePosition() const;
+  /// Error 3001 for a number that is not from 1 to RecordCount, 3251 for cursors that do not scroll.
+  void AbsolutePosition(std::int64_t number);
+  /// What leads back to the current row of this opening, whatever is sorted or shown. Error 3251 for cursors that do not scroll.
+  [[nodiscard]] Variant Bookmark() const;
+  /// Error 3001 for what is no bookmark of this opening, 3021 when its row is gone or not shown; the recordset then stands where it stood.
+  void Bookmark(const Variant& bookmark);
 
   /// Number of columns, positions from 0.
   [[nodiscard]] std::size_t FieldCount() const;
@@ -100,11 +131,36 @@ class Recordset {
   void Index(const std::string& name);
   /// Moves to the first row with the key; at the end (Eof) when there is none. Error 3251 where CanSeek is false.
   void Seek(std::span<const Variant> key, SeekOption option = adSeekFirstEQ);
-  /// From the current row on, moves to the first row that meets "[field] = value" (also <, >, <=, >=, <>, like; text in single quotes);
-  /// at the end when there is none. Error 5 for a criterion that does not read so.
-  void Find(const std::string& criterion);
+  /// From the current row (or that of the bookmark start) and so many rows behind it on, moves to the first row that meets "[field] = value"
+  /// (also <, >, <=, >=, <>, like; text in single quotes, dates between sharps); at the end when there is none, and backward before the first
+  /// row. Error 3001 for a criterion that does not read so, 3021 where there are no rows, 3251 backward on cursors that do not scroll.
+  void Find(const std::string& criterion, std::int64_t skip = 0, SearchDirection direction = adSearchForward, const Variant& start = {});
+  /// Shows only the rows that meet criteria as of Find joined by AND and OR, with brackets; a blank text shows all. Stands on the first one.
+  /// Rows that are added stay in sight. Error 3001 for a text that does not read so, 3265 for an unknown field, 3251 for cursors that do not
+  /// scroll; what is shown is then as before.
+  void Filter(const std::string& criteria);
+  [[nodiscard]] const std::string& Filter() const;
+  /// Shows the rows in the order of fields, "NOM, [QTE] DESC"; a blank text in their own. Stands on the first one. Nulls come first, texts go
+  /// without regard to case. Errors as of Filter.
+  void Sort(const std::string& fields);
+  [[nodiscard]] const std::string& Sort() const;
+  /// Runs the query again, with its parameters, as Open did; a pending edit is saved first. Filter and Sort hold on. When it fails the
+  /// recordset is closed.
+  void Requery();
+  /// Reads the current row anew from the backend. Error 3251 for cursors that cannot, 3021 when the row is gone.
+  void Resync();
+
+  /// The next rows, at most so many, each with its values in the order of the fields; the recordset then stands behind them. Below 0: all.
+  [[nodiscard]] std::vector<std::vector<Variant>> GetRows(std::int64_t rows = -1);
+  /// The same as one text: columns and rows end with their delimiters, the last column with that of the row alone.
+  [[nodiscard]] std::string GetString(std::int64_t rows = -1, const std::string& columnDelimiter = "\t", const std::string& rowDelimiter = "\r",
+                                      const std::string& nullText = {});
 
  private:
+  friend class Connection;
+  friend class Command;
+  void OpenCounting(const std::string& source, Connection& connection, std::int32_t options, std::int64_t& affected);
+  void OpenCounting(const Command& command, std::int64_t& affected);
   void Open(Connection* connection, RowsetRequest request);
   std::unique_ptr<RecordsetState> state_;
   bool anotherWay_ = false;

@@ -1,6 +1,7 @@
 #include "ado/RecordsetState.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <utility>
 
@@ -12,6 +13,8 @@ namespace {
 
 constexpr std::size_t kLongestCharacter = 4;  // bytes in UTF-8
 
+std::atomic<std::int32_t> openings = 0;
+
 /// The longest piece of text from offset on that fits and does not end inside a character.
 std::size_t WholeCharacters(std::string_view text, std::size_t offset, std::size_t capacity) {
   std::size_t count = std::min(capacity, text.size() - offset);
@@ -22,22 +25,34 @@ std::size_t WholeCharacters(std::string_view text, std::size_t offset, std::size
 
 }  // namespace
 
-RecordsetState::RecordsetState(std::shared_ptr<ConnectionState> owner, const RowsetRequest& request)
-    : connection(std::move(owner)), rowset(connection->Native(runtime::kConnectionInvalid).OpenRowset(request)) {
+RecordsetState::RecordsetState(std::shared_ptr<ConnectionState> owner, RowsetRequest asked)
+    : connection(std::move(owner)), request(std::move(asked)) {
+  rowset = connection->Native(runtime::kConnectionInvalid).OpenRowset(request);
+  request.affected = nullptr;
   if (!rowset) return;
-  infos = rowset->Fields();
-  fields.reserve(infos.size());
-  for (std::size_t i = 0; i < infos.size(); ++i) {
-    fields.push_back(Field(this, i));
-    byName.emplace(runtime::UpperCase(infos[i].name), i);
-  }
-  pending.resize(infos.size());
-  pendingOffset.resize(infos.size());
-  writable = request.lock > adLockReadOnly && rowset->CanUpdate();
+  Describe();
   connection->recordsets.push_back(this);
 }
 
 RecordsetState::~RecordsetState() { Close(); }
+
+void RecordsetState::Describe() {
+  infos = rowset->Fields();
+  byName.clear();
+  for (std::size_t i = 0; i < infos.size(); ++i) byName.emplace(runtime::UpperCase(infos[i].name), i);
+  pending.assign(infos.size(), std::nullopt);
+  pendingOffset.assign(infos.size(), 0);
+  writable = request.lock > adLockReadOnly && rowset->CanUpdate();
+  scrolls = rowset->CanScroll();
+  serial = ++openings;
+  while (fields.size() < infos.size()) fields.push_back(Field(this, fields.size()));
+}
+
+void RecordsetState::TakeFields(RecordsetState& before) {
+  std::swap(fields, before.fields);
+  for (Field& field : fields) field.owner_ = this;
+  while (fields.size() < infos.size()) fields.push_back(Field(this, fields.size()));
+}
 
 void RecordsetState::Close() noexcept {
   if (!rowset) return;
@@ -45,8 +60,26 @@ void RecordsetState::Close() noexcept {
   std::erase(connection->recordsets, this);
 }
 
+const FieldInfo& RecordsetState::Info(std::size_t field) const {
+  if (field >= infos.size()) throw AdoError(runtime::kItemNotFound, std::to_string(field));
+  return infos[field];
+}
+
+std::size_t RecordsetState::FieldNamed(const std::string& name) const {
+  const auto found = byName.find(runtime::UpperCase(name));
+  if (found == byName.end()) throw AdoError(runtime::kItemNotFound, name);
+  return found->second;
+}
+
+/// A writable dynamic cursor waits on the client's side too: adding a row to a table of ten million costs nothing there.
+void RecordsetState::ReadWhereEager() {
+  const bool client = request.location == adUseClient;
+  const bool waits = request.cursor == adOpenForwardOnly || (request.cursor == adOpenDynamic && writable);
+  if (request.cursor == adOpenStatic || (client && !waits)) EnsureFirst();
+}
+
 void RecordsetState::EnsureFirst() {
-  if (position == Position::kUnread) MoveFirst();
+  if (position == Position::kUnread) (void)MoveFirst();
 }
 
 void RecordsetState::RequireRow() {
@@ -56,18 +89,43 @@ void RecordsetState::RequireRow() {
   if (position != Position::kOnRow) throw AdoError(runtime::kNoCurrentRecord);
 }
 
-void RecordsetState::MoveFirst() {
+bool RecordsetState::MoveFirst() {
   Update();
-  const bool found = rowset->MoveFirst();
-  position = found ? Position::kOnRow : Position::kAtEnd;
+  atInserted = false;
+  read = true;
+  bool found = false;
+  if (view) {
+    found = Forward(0);
+  } else {
+    found = rowset->MoveFirst();
+    position = found ? Position::kOnRow : Position::kAtEnd;
+    if (found && scrolls) FindOrdinal();
+  }
   empty = !found;
+  return found;
 }
 
 void RecordsetState::MoveNext() {
   Update();
   EnsureFirst();
-  if (position == Position::kAtEnd) throw AdoError(runtime::kNoCurrentRecord);
+  if (position == Position::kAtEnd || (position == Position::kBefore && empty)) throw AdoError(runtime::kNoCurrentRecord);
+  if (position == Position::kBefore) {
+    (void)MoveFirst();
+    return;
+  }
+  if (std::exchange(atInserted, false)) {
+    (void)rowset->MoveNext();
+    position = Position::kAtEnd;
+    return;
+  }
+  if (view || (scrolls && !rowset->Position())) {
+    (void)Forward(ordinal + 1);
+    return;
+  }
   position = rowset->MoveNext() ? Position::kOnRow : Position::kAtEnd;
+  if (!scrolls) return;
+  if (position == Position::kAtEnd) return StandAt(Position::kAtEnd);
+  ordinal = rowset->Position().value_or(ordinal);
 }
 
 void RecordsetState::RequireUpdatable() const {
@@ -75,8 +133,11 @@ void RecordsetState::RequireUpdatable() const {
 }
 
 void RecordsetState::Assign(std::size_t field, Pending value) {
+  if (!rowset) throw AdoError(runtime::kObjectClosed);
+  (void)Info(field);
   RequireUpdatable();
   RequireRow();
+  if (auto* const whole = std::get_if<Variant>(&value)) *whole = rowset->Converted(field, *whole);
   if (edit == adEditNone) edit = adEditInProgress;
   pending[field] = std::move(value);
   pendingOffset[field] = 0;
@@ -92,6 +153,11 @@ void RecordsetState::Update() {
     rowset->Insert(values);
     position = Position::kOnRow;
     empty = false;
+    atInserted = true;
+    if (view) {
+      view->push_back(rowset->RowCount() - 1);
+      ordinal = view->size() - 1;
+    }
   } else {
     rowset->Update(values);
   }
@@ -110,13 +176,23 @@ void RecordsetState::Delete() {
     return;
   }
   RequireRow();
+  const std::size_t place = scrolls && !atInserted ? PositionOf(ordinal) : 0;
   rowset->Delete();
   CancelUpdate();
   position = Position::kDeleted;
+  if (!scrolls) return;
+  if (!atInserted) {
+    gone.insert(place);
+  } else if (const auto told = rowset->Position(); told || view || read) {
+    if (!view) ordinal = told ? *told : rowset->RowCount() - 1;
+    gone.insert(PositionOf(ordinal));
+    atInserted = false;
+  }  // else no row was asked for yet, and none is because of this
 }
 
 /// Without an edit too, where there is no row, or the first one is not read yet.
 Variant RecordsetState::ValueInEdit(std::size_t field) {
+  if (rowset) (void)Info(field);
   RequireRow();
   if (edit != adEditNone) {
     if (const auto& value = pending[field]) {
@@ -128,8 +204,16 @@ Variant RecordsetState::ValueInEdit(std::size_t field) {
   return rowset->Value(field);
 }
 
+Variant RecordsetState::OriginalValue(std::size_t field) {
+  if (rowset) (void)Info(field);
+  RequireRow();
+  if (edit == adEditAdd) return runtime::Null{};
+  return rowset->Value(field);
+}
+
 std::size_t RecordsetState::ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity) {
   if (capacity < kLongestCharacter) throw runtime::Error(runtime::kInvalidArgument);
+  if (rowset) (void)Info(field);
   RequireRow();
   if (edit == adEditNone || (edit == adEditInProgress && !pending[field])) return rowset->ReadChunk(field, buffer, capacity);
   if (!pending[field]) return 0;

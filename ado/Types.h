@@ -63,6 +63,9 @@ enum SeekOption : std::int16_t {
   adSeekBefore = 32
 };
 enum EditMode : std::int16_t { adEditNone = 0, adEditInProgress = 1, adEditAdd = 2 };
+enum SearchDirection : std::int16_t { adSearchBackward = -1, adSearchForward = 1 };
+/// What AbsolutePosition gives where there is no number.
+enum PositionValue : std::int16_t { adPosEOF = -3, adPosBOF = -2, adPosUnknown = -1 };
 enum SortOrder : std::int16_t { adSortAscending = 1, adSortDescending = 2 };
 enum IndexNulls : std::int16_t { adIndexNullsAllow = 0, adIndexNullsDisallow = 1, adIndexNullsIgnore = 2, adIndexNullsIgnoreAny = 4 };
 enum ColumnAttributes : std::int32_t { adColFixed = 1, adColNullable = 2 };
@@ -72,6 +75,7 @@ constexpr std::int32_t adOptionUnspecified = -1;
 constexpr std::int32_t adCmdText = 1;
 constexpr std::int32_t adCmdTable = 2;
 constexpr std::int32_t adCmdStoredProc = 4;
+constexpr std::int32_t adCmdUnknown = 8;
 constexpr std::int32_t adCmdTableDirect = 512;
 constexpr std::int32_t adExecuteNoRecords = 128;
 

@@ -50,6 +50,7 @@ bool DataBase::Ouvre(const std::string& nom, std::int16_t typ, bool avecMvt) {
   if (connexion_) precedentes_.push_back(std::move(connexion_));
   connexion_ = std::make_unique<ado::Connection>();
   connexion_->Provider(ProviderTyp(typ));
+  connexion_->GeneralNumbers(true);
 
   auto erreur = runtime::IgnoringErrors([&] { OuvreConnexion(); });
   if (typ == TypMySql) {

@@ -127,7 +127,13 @@ bool ChercheCle(ado::Recordset& rs, const std::string& index, const std::string&
     if (!rs.Eof()) return true;
   }
   if (rs.Bof()) return false;
-  rs.MoveFirst();
+  try {
+    rs.MoveFirst();
+  } catch (const runtime::Error& erreur) {
+    // The rows that were there are gone.
+    if (erreur.Number() != runtime::kNoCurrentRecord) throw;
+    return false;
+  }
   rs.Find(critere);
   return !rs.Eof();
 }

@@ -16,6 +16,16 @@ std::string Describe(std::int32_t number) {
       return "Variable objet ou variable de bloc With non définie";
     case kInvalidUseOfNull:
       return "Utilisation incorrecte de Null";
+    case kBadArguments:
+      return "Les arguments sont de type incorrect, en dehors des limites autorisées ou en conflit les uns avec les autres.";
+    case kIllegalOperation:
+      return "L'opération n'est pas autorisée dans ce contexte.";
+    case kDataConversion:
+      return "L'application utilise une valeur de type incorrect pour l'opération en cours.";
+    case kValueRefused:
+      return "La valeur n'entre pas dans le champ.";
+    case kChangedByAnother:
+      return "La ligne ne peut pas être trouvée pour la mise à jour : certaines de ses valeurs ont changé depuis la dernière lecture.";
     case kNoCurrentRecord:
       return "BOF ou EOF est égal à True ou l'enregistrement actuel a été supprimé. L'opération demandée nécessite un "
              "enregistrement actuel.";

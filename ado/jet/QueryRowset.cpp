@@ -322,12 +322,12 @@ void QueryRowset::SeeRollbacks() {
     for (NewRows& rows : added_) rows.End();
     if (!standing_) return;
     if (IsKept()) {
-      gone_ = members_.IsGone(Position());
+      gone_ = members_.IsGone(Place());
     } else if (inserted_) {
       const auto still = query_->HoldStill();
       gone_ = !TakeAny();
     } else if (IsLive()) {
-      gone_ = !(kind_ == Kind::kKeyset ? TakeMember(Position()) : TakeFound());
+      gone_ = !(kind_ == Kind::kKeyset ? TakeMember(Place()) : TakeFound());
     }
   });
 }
@@ -362,14 +362,14 @@ std::optional<std::vector<Variant>> QueryRowset::AsInTable(const RowIds& ids, st
 
 const std::vector<Variant>& QueryRowset::KeptRow() {
   // The current row itself could not be kept.
-  if (Position() >= kept_.Count()) std::rethrow_exception(unread_);
-  return kept_.At(Position());
+  if (Place() >= kept_.Count()) std::rethrow_exception(unread_);
+  return kept_.At(Place());
 }
 
 const Variant& QueryRowset::KeptValue(std::size_t field) {
   const std::vector<Variant>& row = KeptRow();
   if (!refused_.empty()) {
-    if (const auto found = refused_.find({Position(), field}); found != refused_.end()) throw found->second;
+    if (const auto found = refused_.find({Place(), field}); found != refused_.end()) throw found->second;
   }
   return row[field];
 }

@@ -63,7 +63,7 @@ class QueryRowset final : public ProviderRowset, private UnreadCopy {
   [[nodiscard]] bool IsKept() const noexcept { return kind_ == Kind::kStatic || (settled_ && !inserted_); }
   /// Whether the current row is read from its table when it is asked for.
   [[nodiscard]] bool IsInTable() const noexcept { return IsLive() || inserted_; }
-  [[nodiscard]] std::size_t Position() const noexcept { return next_ - 1; }
+  [[nodiscard]] std::size_t Place() const noexcept { return next_ - 1; }
 
   bool Advance();
   bool AdvanceInQuery();

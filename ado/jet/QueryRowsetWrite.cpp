@@ -18,7 +18,7 @@ RowWriter& QueryRowset::Writer(std::size_t source) {
 }
 
 void QueryRowset::NoteTouched() {
-  if (connection_.TransactionLevel() > 0) touched_.insert(Position());
+  if (connection_.TransactionLevel() > 0) touched_.insert(Place());
 }
 
 void QueryRowset::Insert(std::span<const Assignment> values) {
@@ -111,7 +111,7 @@ void QueryRowset::RequireChangeable() {
   if (!IsKept()) return;
   values_ = KeptRow();
   for (std::size_t i = 0; i < fields_.size(); ++i)
-    seen_[i] = IsLong(i) && LengthOf(values_[i]) <= kLongestComparedValue && !refused_.contains({Position(), i});
+    seen_[i] = IsLong(i) && LengthOf(values_[i]) <= kLongestComparedValue && !refused_.contains({Place(), i});
 }
 
 void QueryRowset::Update(std::span<const Assignment> values) {
@@ -138,8 +138,8 @@ void QueryRowset::Update(std::span<const Assignment> values) {
 
 void QueryRowset::TakeUpdated() {
   if (IsKept()) {
-    if (auto row = AsInTable(ids_, KeptRow())) kept_.Replace(Position(), *std::move(row));
-    for (std::size_t i = 0; i < fields_.size(); ++i) refused_.erase({Position(), i});
+    if (auto row = AsInTable(ids_, KeptRow())) kept_.Replace(Place(), *std::move(row));
+    for (std::size_t i = 0; i < fields_.size(); ++i) refused_.erase({Place(), i});
     NoteTouched();
     return;
   }
@@ -149,7 +149,7 @@ void QueryRowset::TakeUpdated() {
     if (!ids_[source]) continue;
     versions_[source] = SourceTable(source).database->PagesVersion();
     if (!SourceTable(source).table->Read(*ids_[source], row_)) continue;
-    if (kind_ == Kind::kKeyset && !keys_[source].empty()) members_.Rekey(Position(), source, row_.Fingerprint(keys_[source]));
+    if (kind_ == Kind::kKeyset && !keys_[source].empty()) members_.Rekey(Place(), source, row_.Fingerprint(keys_[source]));
     for (std::size_t i = 0; i < fields_.size(); ++i) {
       const jet::sql::ResultColumn& column = query_->Columns()[i];
       if (column.source == static_cast<int>(source) && !IsLong(i)) ReadColumn(row_, column.column, column.type.type, values_[i]);
@@ -166,7 +166,7 @@ void QueryRowset::Delete() {
   standing_ = false;
   visited_.Remove(ids_);
   if (IsKept() || kind_ == Kind::kKeyset) {
-    members_.Gone(Position(), true);
+    members_.Gone(Place(), true);
     NoteTouched();
   }
 }

@@ -37,6 +37,29 @@ bool IsDuplicateKey(const Diagnostic& record) {
   return record.native == 19 && record.text.find("UNIQUE constraint failed") != std::string::npos;
 }
 
+bool IsNoSuchTable(const Diagnostic& record) {
+  // Codes of the backends: MariaDB 1146 and 1051, SQL Server 208, Oracle 942; SQLite's driver has the text alone.
+  static constexpr std::array<std::string_view, 3> kStates{"42S02", "42P01", "S0002"};
+  if (std::find(kStates.begin(), kStates.end(), record.sqlState) != kStates.end()) return true;
+  return record.native == 1 && record.text.find("no such table") != std::string::npos;
+}
+
+/// What the backend does not read or cannot make sense of, rights aside (42501, and MariaDB's 1044, 1142 and 1143 that have the state 42000).
+bool IsOfTheStatement(const Diagnostic& record) {
+  static constexpr std::array<std::int32_t, 6> kRights{1044, 1142, 1143, 1227, 229, 1031};
+  if (record.sqlState == "42501" || std::find(kRights.begin(), kRights.end(), record.native) != kRights.end()) return false;
+  if (record.sqlState.starts_with("42") || record.sqlState == "37000" || record.sqlState == "07001") return true;
+  // SQLITE_ERROR is the class of what its compiler refuses.
+  return record.sqlState == "HY000" && record.native == 1 && record.text.starts_with("[SQLite]");
+}
+
+std::int32_t NumberOf(const std::vector<Diagnostic>& records, bool ofAStatement) {
+  if (std::any_of(records.begin(), records.end(), IsDuplicateKey)) return runtime::kDuplicateKey;
+  if (records.empty() || !ofAStatement) return runtime::kProviderFailure;
+  if (IsNoSuchTable(records.front())) return runtime::kNoSuchTable;
+  return IsOfTheStatement(records.front()) ? runtime::kStatementRefused : runtime::kProviderFailure;
+}
+
 }  // namespace
 
 std::vector<Diagnostic> ReadDiagnostics(Handle::Kind kind, void* handle) {
@@ -68,13 +91,13 @@ std::vector<Diagnostic> ReadDiagnostics(Handle::Kind kind, void* handle) {
   return records;
 }
 
-runtime::Error MakeError(std::vector<Diagnostic> records, std::string sent) {
+runtime::Error MakeError(std::vector<Diagnostic> records, std::string sent, bool general) {
   const auto decisive =
       std::find_if(records.begin(), records.end(), [](const Diagnostic& record) { return !record.sqlState.starts_with("01"); });
   if (decisive != records.end()) std::rotate(records.begin(), decisive, decisive + 1);
-  const bool duplicate = std::any_of(records.begin(), records.end(), IsDuplicateKey);
+  const std::int32_t number = NumberOf(records, !sent.empty() && !general);
   std::string description = records.empty() ? std::string("The driver failed without saying why.") : records.front().text;
-  runtime::Error error(duplicate ? runtime::kDuplicateKey : runtime::kProviderFailure, std::move(description), "odbc");
+  runtime::Error error(number, std::move(description), "odbc");
   error.WithDiagnostics(std::move(records)).WithSent(std::move(sent));
   return error;
 }

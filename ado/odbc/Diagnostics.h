@@ -12,8 +12,9 @@ namespace tamlo::ado::odbc {
 [[nodiscard]] std::vector<runtime::Diagnostic> ReadDiagnostics(Handle::Kind kind, void* handle);
 
 /// The error that records stand for: the decisive one (the first that is no warning) in front, its text as description, 3022 for a
-/// duplicate key on whatever backend, -2147467259 for anything else. sent is the statement, or empty.
-[[nodiscard]] runtime::Error MakeError(std::vector<runtime::Diagnostic> records, std::string sent);
+/// duplicate key on whatever backend, -2147217865 for a table that is not there, -2147217900 for a statement that the backend does not
+/// understand, -2147467259 for anything else. sent is the statement, or empty: what is none is -2147467259. general leaves but 3022 and that.
+[[nodiscard]] runtime::Error MakeError(std::vector<runtime::Diagnostic> records, std::string sent, bool general = false);
 
 /// The error for what no driver may say: a length below zero, more rows than there was room for, values without an end.
 [[nodiscard]] runtime::Error Unbelievable(const std::string& what);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "ado/Errors.h"
 #include "ado/odbc/BaseTable.h"
 #include "ado/odbc/NativeHeaders.h"
 #include "ado/odbc/Statement.h"
@@ -198,6 +199,27 @@ void OdbcCatalog::AppendTable(Table& table) {
 
 void OdbcCatalog::AppendColumn(const std::string& table, const Column& column) { Run(AddColumnText(*session_, table, column)); }
 void OdbcCatalog::AppendIndex(const std::string& table, const Index& index) { Run(AddIndexText(*session_, table, index)); }
+
+void OdbcCatalog::RenameTable(const std::string& table, const std::string& name) {
+  const std::string sql = RenameTableText(*session_, table, name);
+  if (sql.empty()) throw AdoError(runtime::kOperationNotSupported);
+  Run(sql);
+  Forget();
+}
+
+void OdbcCatalog::DeleteTable(const std::string& table) { Run("DROP TABLE " + session_->Quoted(table)); }
+
+void OdbcCatalog::DeleteColumn(const std::string& table, const std::string& column) {
+  Run("ALTER TABLE " + session_->Quoted(table) + " DROP COLUMN " + session_->Quoted(column));
+}
+
+void OdbcCatalog::DeleteIndex(const std::string& table, const std::string& index) {
+  const auto indexes = Indexes(table);
+  const auto found = std::find_if(indexes.begin(), indexes.end(), [&](const Index& one) { return one.name == index; });
+  const std::string sql = DropIndexText(*session_, table, index, found != indexes.end() && found->primaryKey);
+  if (sql.empty()) throw AdoError(runtime::kOperationNotSupported);
+  Run(sql);
+}
 
 void OdbcCatalog::Forget() {
   schemasKnown_ = columnsKnown_ = false;

@@ -24,6 +24,10 @@ class OdbcCatalog final : public ProviderCatalog {
   void AppendTable(Table& table) override;
   void AppendColumn(const std::string& table, const Column& column) override;
   void AppendIndex(const std::string& table, const Index& index) override;
+  void RenameTable(const std::string& table, const std::string& name) override;
+  void DeleteTable(const std::string& table) override;
+  void DeleteColumn(const std::string& table, const std::string& column) override;
+  void DeleteIndex(const std::string& table, const std::string& index) override;
   void Forget() override;
 
  private:

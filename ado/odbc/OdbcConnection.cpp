@@ -7,6 +7,7 @@
 #include "ado/odbc/CommandParameters.h"
 #include "ado/odbc/NativeHeaders.h"
 #include "ado/odbc/OdbcCatalog.h"
+#include "ado/odbc/OdbcCommand.h"
 #include "ado/odbc/OdbcRowset.h"
 #include "ado/odbc/Parameter.h"
 #include "ado/odbc/Resend.h"
@@ -59,6 +60,8 @@ std::int64_t OdbcConnection::ExecuteWith(const std::string& text, std::span<cons
   Resending(*session_, IsSingleChangeOrQuery(text), [&] { affected = Send(text, parameters, timeoutSeconds); });
   return affected;
 }
+
+std::unique_ptr<ProviderCommand> OdbcConnection::Prepare(const std::string& text) { return std::make_unique<OdbcCommand>(session_, text); }
 
 std::vector<ado::Parameter> OdbcConnection::DescribeParameters(const std::string& text) {
   Statement statement(session_, 0);

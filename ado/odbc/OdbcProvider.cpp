@@ -16,7 +16,9 @@ void RegisterOdbcProviders() {
       const std::vector<std::string> sources = DataSources();
       ConnectionText text = BuildConnectionText(request.registeredOnly ? Registered(request, sources, Drivers()) : request, sources);
       const runtime::WipedAtEnd wipe(text.text);
-      return std::make_unique<OdbcConnection>(std::make_shared<Session>(text.text, text.name, request.timeoutSeconds));
+      auto session = std::make_shared<Session>(text.text, text.name, request.timeoutSeconds);
+      session->GeneralNumbers(request.generalNumbers);
+      return std::make_unique<OdbcConnection>(std::move(session));
     });
   }
 }

@@ -1,10 +1,13 @@
 #include "ado/odbc/OdbcRowset.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <iterator>
 #include <utility>
 
 #include "ado/Errors.h"
+#include "ado/SameValue.h"
 #include "ado/odbc/CommandParameters.h"
 #include "ado/odbc/NativeHeaders.h"
 #include "ado/odbc/Resend.h"
@@ -16,7 +19,32 @@
 namespace tamlo::ado::odbc {
 namespace {
 
+/// A word that is no statement names a table.
+bool IsNameAlone(const RowsetRequest& request) {
+  static constexpr std::array<std::string_view, 14> kStatements{"ABORT",  "ANALYZE", "BEGIN",  "CHECKPOINT", "COMMIT",   "END",     "REINDEX",
+                                                                "RESET",  "ROLLBACK", "START", "VACUUM",     "SHUTDOWN", "DISCARD", "PRAGMA"};
+  if (request.options != adOptionUnspecified || !request.parameters.empty()) return false;
+  const std::string_view source = runtime::Trim(request.source);
+  if (source.empty()) return false;
+  const char close = source[0] == '[' ? ']' : source[0] == '"' || source[0] == '`' ? source[0] : '\0';
+  if (close != '\0') return source.find(close, 1) == source.size() - 1;
+  const auto isNoWord = [](char c) { return (c >= '\0' && c <= '#') || (c >= '%' && c <= '/') || (c >= ':' && c <= '@') || c == '{' || c == '\\'; };
+  if (std::any_of(source.begin(), source.end(), isNoWord)) return false;
+  return std::find(kStatements.begin(), kStatements.end(), runtime::UpperCase(source)) == kStatements.end();
+}
+
 bool IsTable(const RowsetRequest& request) { return request.options == adCmdTableDirect || request.options == adCmdTable; }
+
+/// A word without quotes is another name there than one between them.
+bool FoldsNames(const Session& session) {
+  return session.Facts().backend == Backend::kPostgres || session.Facts().backend == Backend::kOracle;
+}
+
+bool IsPlainWord(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' || c == ' ';
+  });
+}
 
 /// A table name of any spelling as statements of this backend name it.
 std::string TableText(const Session& session, const std::string& source) {
@@ -32,8 +60,9 @@ OdbcRowset::OdbcRowset(std::shared_ptr<Session> session, const RowsetRequest& re
     : session_(std::move(session)), statement_(session_, request.timeoutSeconds), values_(request.parameters) {
   std::optional<std::string> table;
   std::string sql;
-  if (IsTable(request)) {
-    table = TableText(*session_, request.source);
+  if (IsTable(request) || IsNameAlone(request)) {
+    table = !IsTable(request) && FoldsNames(*session_) && IsPlainWord(request.source) ? std::string(runtime::Trim(request.source))
+                                                                                     : TableText(*session_, request.source);
     sql = "SELECT * FROM " + *table;
   } else {
     sql = WithoutComments(request.source);
@@ -53,12 +82,21 @@ OdbcRowset::OdbcRowset(std::shared_ptr<Session> session, const RowsetRequest& re
   Describe();
   if (fields_.empty()) {
     // It has run: what its later parts have to say belongs to it.
+    if (request.affected != nullptr) *request.affected = statement_.RowsAffected();
     statement_.FinishResults();
     return;
   }
-  static_ = request.cursor == adOpenStatic;
-  keepsRows_ = static_ || (request.location == adUseClient && request.cursor != adOpenForwardOnly);
-  if (table && request.lock > adLockReadOnly) writer_.emplace(session_, *table, fields_, columns_);
+  if (table && request.lock > adLockReadOnly && HasColumnsOfATable()) writer_.emplace(session_, *table, fields_, columns_);
+  const bool client = request.location == adUseClient && request.cursor != adOpenForwardOnly;
+  keepsRows_ = request.cursor == adOpenStatic || client;
+  static_ = request.cursor == adOpenStatic || (client && (request.cursor != adOpenDynamic || !writer_));
+}
+
+/// Where the driver tells the tables of columns, a query of expressions alone shows no rows of one.
+bool OdbcRowset::HasColumnsOfATable() const {
+  const Backend backend = session_->Facts().backend;
+  if (backend != Backend::kSqlite && backend != Backend::kMySql) return true;
+  return std::any_of(columns_.begin(), columns_.end(), [](const ColumnDescription& column) { return !column.table.empty(); });
 }
 
 void OdbcRowset::BindParameters() {
@@ -105,6 +143,7 @@ void OdbcRowset::ExecuteQuery() {
   });
   executed_ = true;
   fresh_ = true;
+  moreResults_ = !isSingle_;
   if (!reader_) return;
   CheckColumns();
   reader_->Restart();
@@ -124,8 +163,7 @@ bool OdbcRowset::MoveFirst() {
   inserted_ = false;
   LeaveRow();
   if (keepsRows_ && executed_ && !fresh_) {
-    row_ = 0;
-    return !rows_.empty() || (!exhausted_ && Advance());
+    return StandOnNextKept(0);
   }
   if (!executed_ || !fresh_) ExecuteQuery();
   const bool found = Advance();
@@ -144,6 +182,8 @@ bool OdbcRowset::Advance() {
   fresh_ = false;
   if (!reader_->Next()) {
     exhausted_ = true;
+    // A procedure has another result behind its rows, without which the connection takes no other statement (MariaDB: "Commands out of sync").
+    if (std::exchange(moreResults_, false)) statement_.FinishResults();
     return false;
   }
   if (keepsRows_) KeepCurrentRow();
@@ -161,12 +201,82 @@ void OdbcRowset::KeepCurrentRow() {
 bool OdbcRowset::MoveNext() {
   if (inserted_) return false;
   LeaveRow();
-  if (!keepsRows_) return Advance();
-  if (row_ + 1 < rows_.size()) {
-    ++row_;
+  return keepsRows_ ? StandOnNextKept(row_ + 1) : Advance();
+}
+
+bool OdbcRowset::StandOnNextKept(std::size_t from) {
+  for (; from < rows_.size(); ++from) {
+    if (rows_[from].gone) continue;
+    row_ = from;
     return true;
   }
   return !exhausted_ && Advance();
+}
+
+std::size_t OdbcRowset::RowCount() {
+  if (!keepsRows_) return ProviderRowset::RowCount();
+  if (executed_) {
+    ReadToTheEnd();
+    return rows_.size();
+  }
+  auto inserted = inserted_ ? std::move(changes_) : nullptr;
+  LeaveRow();
+  ExecuteQuery();
+  fresh_ = false;
+  while (Advance()) {
+  }
+  row_ = 0;
+  if (inserted) TakeInsertedRow(std::move(inserted));
+  return rows_.size();
+}
+
+/// The query has met the row that was added before it ran: it is the current one, and comes last as every added one.
+void OdbcRowset::TakeInsertedRow(std::unique_ptr<Changes> inserted) {
+  if (!inserted->asStored) ReadBack(*inserted);
+  const Row& values = *inserted->asStored;
+  const auto same = [&](const KeptRow& row) { return std::equal(row.values.begin(), row.values.end(), values.begin(), values.end(), SameValue); };
+  const auto met = std::find_if(rows_.rbegin(), rows_.rend(), same);
+  if (met != rows_.rend()) rows_.erase(std::next(met).base());
+  rows_.push_back({values, nullptr});
+  row_ = rows_.size() - 1;
+}
+
+bool OdbcRowset::MoveTo(std::size_t position) {
+  if (position >= RowCount() || rows_[position].gone) return false;
+  inserted_ = false;
+  LeaveRow();
+  row_ = position;
+  return true;
+}
+
+std::optional<std::size_t> OdbcRowset::Position() const { return IsKept() && executed_ ? std::optional<std::size_t>(row_) : std::nullopt; }
+
+Variant OdbcRowset::Converted(std::size_t field, const Variant& value) {
+  if (!writer_ || session_->GeneralNumbers() || value.IsNull() || value.IsEmpty()) return value;
+  try {
+    return writer_->Converted(field, value);
+  } catch (const runtime::Error& error) {
+    const bool wrongType = error.Number() == runtime::kTypeMismatch;
+    const std::int32_t number = wrongType ? runtime::kDataConversion : runtime::kValueRefused;
+    const bool told = error.Number() == runtime::kProviderFailure;
+    throw told ? runtime::Error(number, error.Description(), "odbc") : AdoError(number, fields_[field].name);
+  }
+}
+
+bool OdbcRowset::Refresh() {
+  if (!IsKept() || !writer_) return ProviderRowset::Refresh();
+  std::vector<std::optional<Variant>> known;
+  for (std::size_t i = 0; i < fields_.size(); ++i) known.push_back(OldValue(i));
+  if (!writer_->HasKey(known)) return ProviderRowset::Refresh();
+  auto now = writer_->ReadBack(known, std::nullopt);
+  LeaveRow();
+  if (!now) {
+    rows_[row_].gone = true;
+    return false;
+  }
+  rows_[row_].changes.reset();
+  rows_[row_].values = *std::move(now);
+  return true;
 }
 
 bool OdbcRowset::IsKept() const { return keepsRows_ && row_ < rows_.size(); }
@@ -319,8 +429,8 @@ void OdbcRowset::Delete() {
   writer_->Delete(OldRow());
   LeaveRow();
   if (!IsKept()) return;
-  rows_.erase(rows_.begin() + static_cast<std::ptrdiff_t>(row_));
-  --row_;  // MoveNext then stands on the row after the deleted one
+  inserted_ = false;
+  rows_[row_].gone = true;  // MoveNext then stands on the row after it
 }
 
 }  // namespace tamlo::ado::odbc

@@ -25,6 +25,13 @@ class OdbcRowset final : public ProviderRowset {
   [[nodiscard]] const std::vector<FieldInfo>& Fields() const override { return fields_; }
   bool MoveFirst() override;
   bool MoveNext() override;
+  [[nodiscard]] bool CanScroll() const override { return keepsRows_; }
+  [[nodiscard]] std::size_t RowCount() override;
+  bool MoveTo(std::size_t position) override;
+  [[nodiscard]] std::optional<std::size_t> Position() const override;
+  /// Errors of Encode as those of an assignment.
+  [[nodiscard]] Variant Converted(std::size_t field, const Variant& value) override;
+  bool Refresh() override;
   [[nodiscard]] Variant Value(std::size_t field) override;
   std::size_t ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity) override;
 
@@ -51,6 +58,7 @@ class OdbcRowset final : public ProviderRowset {
   struct KeptRow {
     Row values;
     std::unique_ptr<Changes> changes;
+    bool gone = false;  // deleted by this cursor
   };
 
   void Describe();
@@ -58,10 +66,13 @@ class OdbcRowset final : public ProviderRowset {
   void CheckColumns();
   void PrepareReading();
   void BindParameters();
+  [[nodiscard]] bool HasColumnsOfATable() const;
   bool Advance();
   void LeaveRow();
   void KeepCurrentRow();
   void ReadToTheEnd();
+  void TakeInsertedRow(std::unique_ptr<Changes> inserted);
+  [[nodiscard]] bool StandOnNextKept(std::size_t from);
   [[nodiscard]] bool IsKept() const;
   [[nodiscard]] std::unique_ptr<Changes>& CurrentChanges();
   [[nodiscard]] Variant Stored(std::size_t field);
@@ -88,6 +99,7 @@ class OdbcRowset final : public ProviderRowset {
   std::optional<RowReader> reader_;
   std::optional<RowWriter> writer_;
   bool isSingle_ = false;  // may be sent again when the server has undone it
+  bool moreResults_ = false;  // those behind the rows are still to be walked through
   bool described_ = false;
   bool executed_ = false;
   bool fresh_ = false;  // executed, and no row fetched yet

@@ -460,6 +460,42 @@ std::size_t PutAscii(std::span<std::byte> slot, std::string_view text, const Par
 
 }  // namespace
 
+Variant Held(const Variant& value, const ParameterShape& shape) {
+  constexpr std::size_t kLong = 64 * 1024;
+  const auto* const text = value.If<std::string>();
+  const auto* const bytes = value.If<runtime::Bytes>();
+  const bool isLong = (text != nullptr && text->size() > kLong) || (bytes != nullptr && bytes->size() > kLong);
+  if (isLong && (shape.form == Form::kBytes ? bytes != nullptr : shape.form == Form::kText && text != nullptr)) return value;
+  std::vector<std::byte> encoded;
+  if (!Encode(value, shape, encoded)) return value;
+  const auto as = [&]<typename T>(T number) {
+    std::memcpy(&number, encoded.data(), sizeof number);
+    return number;
+  };
+  switch (shape.form) {
+    case Form::kInteger:
+    case Form::kBigInteger: {
+      const std::int64_t whole = shape.form == Form::kInteger ? as(std::int32_t{}) : as(std::int64_t{});
+      if (shape.adoType == adUnsignedTinyInt) return static_cast<std::uint8_t>(whole);
+      if (shape.adoType == adSmallInt) return static_cast<std::int16_t>(whole);
+      const bool fits = whole >= INT32_MIN && whole <= INT32_MAX;
+      if (shape.adoType == adInteger && fits) return static_cast<std::int32_t>(whole);
+      return shape.adoType == adBigInt || shape.adoType == adInteger ? Variant(whole) : value;
+    }
+    case Form::kDouble:
+      // SQLite keeps every number of such a column with double precision.
+      return shape.adoType == adSingle && shape.backend != Backend::kSqlite ? Variant(static_cast<float>(as(0.0))) : Variant(as(0.0));
+    case Form::kBit:
+      return as(std::uint8_t{}) != 0;
+    case Form::kDecimalText:
+      return text != nullptr ? Variant(runtime::Decimal{NumberTextOf(value, shape)}) : value;
+    case Form::kText:
+      return text != nullptr ? value : Variant(TextOf(value));
+    default:
+      return value;
+  }
+}
+
 std::size_t EncodeUsual(const Variant& value, const ParameterShape& shape, std::span<std::byte> slot) {
   switch (shape.form) {
     case Form::kInteger:
@@ -552,6 +588,7 @@ void ParameterSet::SendPieces(const Bound& bound) {
 
 void ParameterSet::Execute() {
   statement_.Owner().RequireTransaction();
+  const Statement::TimeLimit limit(statement_);
   auto result = SQLExecute(statement_.Native());
   try {
     while (result == SQL_NEED_DATA) {

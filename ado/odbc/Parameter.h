@@ -40,7 +40,11 @@ struct ParameterShape {
 /// one without a word: nothing is ever cut or changed, but rounded to the digits that the column has.
 [[nodiscard]] bool Encode(const Variant& value, const ParameterShape& shape, std::vector<std::byte>& out);
 
-/// The same for what is written by the million: a value of the column's own type, of a text one in ASCII, straight into its slot. The bytes
+/// The value as a column of that shape holds it: numbers, truth values and texts as values of the column's type, the rest as it was given.
+/// Errors of Encode. Of long values only the type is looked at: what they hold is checked once, when they are written.
+[[nodiscard]] Variant Held(const Variant& value, const ParameterShape& shape);
+
+/// Encode for what is written by the million: a value of the column's own type, of a text one in ASCII, straight into its slot. The bytes
 /// written; 0 where the value is any other or has no room, and Encode is to be asked.
 [[nodiscard]] std::size_t EncodeUsual(const Variant& value, const ParameterShape& shape, std::span<std::byte> slot);
 

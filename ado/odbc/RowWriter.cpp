@@ -40,10 +40,8 @@ bool AreWhole(std::span<const Assignment> values) {
   return std::all_of(values.begin(), values.end(), [](const Assignment& value) { return std::holds_alternative<Variant>(value.value); });
 }
 
-runtime::Error ChangedByAnother() {
-  return {runtime::kProviderFailure,
-          "La ligne ne peut pas être trouvée pour la mise à jour : certaines de ses valeurs ont changé depuis la dernière lecture.",
-          "odbc"};
+runtime::Error ChangedByAnother(const Session& session) {
+  return {session.GeneralNumbers() ? runtime::kProviderFailure : runtime::kChangedByAnother, runtime::Describe(runtime::kChangedByAnother), "odbc"};
 }
 
 runtime::Error SeveralRows() {
@@ -115,6 +113,15 @@ std::string RowWriter::Name(std::size_t field) const { return session_->Quoted(c
 const ParameterShape& RowWriter::Shape(std::size_t field) {
   if (!shapes_[field]) shapes_[field] = ShapeFor(fields_[field], columns_[field].sqlType, session_->Facts());
   return *shapes_[field];
+}
+
+Variant RowWriter::Converted(std::size_t field, const Variant& value) { return Held(value, Shape(field)); }
+
+bool RowWriter::HasKey(std::span<const std::optional<Variant>> known) {
+  EnsureTable();
+  return std::any_of(table_.keys.begin(), table_.keys.end(), [&](const auto& key) {
+    return std::all_of(key.begin(), key.end(), [&](std::size_t field) { return known[field] && !known[field]->IsNull(); });
+  });
 }
 
 void RowWriter::Insert(std::span<const Assignment> values) {
@@ -286,11 +293,11 @@ void RowWriter::ChangeOnce(const std::string& head, const Condition& found, std:
   const Condition unchanged = Unchanged(found, values, old);
   // MariaDB counts the rows that changed, not those that were found: writing the same values again affects none.
   if (Send(head, unchanged, values, old) == 0 && (values.empty() || CountRows(unchanged, old) != 1)) {
-    if (unchanged.compared.empty()) throw ChangedByAnother();
+    if (unchanged.compared.empty()) throw ChangedByAnother(*session_);
     // Nobody comes between the reading and the writing. Elsewhere the end of a transaction might close the cursor.
     if (!scope && !LockClause(session_->Facts().backend).empty()) scope.emplace(*session_);
-    if (!ReadsAsBefore(found, unchanged.compared, old)) throw ChangedByAnother();
-    if (Send(head, found, values, old) == 0 && CountRows(found, old) != 1) throw ChangedByAnother();
+    if (!ReadsAsBefore(found, unchanged.compared, old)) throw ChangedByAnother(*session_);
+    if (Send(head, found, values, old) == 0 && CountRows(found, old) != 1) throw ChangedByAnother(*session_);
   }
   if (scope) scope->Commit();
 }

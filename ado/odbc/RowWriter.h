@@ -29,6 +29,8 @@ class RowWriter {
   RowWriter(std::shared_ptr<Session> session, std::string tableText, const std::vector<FieldInfo>& fields,
             const std::vector<ColumnDescription>& columns);
 
+  /// A value as the column will hold it, as far as that is known beforehand. Errors of Encode.
+  [[nodiscard]] Variant Converted(std::size_t field, const Variant& value);
   void Insert(std::span<const Assignment> values);
   /// Changes the row that old shows, whose columns in values must still hold what was read of them: exactly one must be found. None: error
   /// "changed by another"; several: error, and nothing is kept.
@@ -42,6 +44,8 @@ class RowWriter {
   };
   [[nodiscard]] std::optional<Counter> LastCounter();
 
+  /// Whether that is enough to find the row by a key.
+  [[nodiscard]] bool HasKey(std::span<const std::optional<Variant>> known);
   /// Reads all fields of a row, found by what is known of its key, or by its counter; none when neither is known. Columns that are
   /// expressions are null.
   [[nodiscard]] std::optional<std::vector<Variant>> ReadBack(std::span<const std::optional<Variant>> known,

@@ -39,6 +39,7 @@ Session::~Session() { Close(); }
 
 void Session::Close() noexcept {
   if (!open_) return;
+  watch_.reset();
   if (inTransaction_) SQLEndTran(SQL_HANDLE_DBC, connection_.Get(), SQL_ROLLBACK);
   inTransaction_ = false;
   SQLDisconnect(connection_.Get());
@@ -48,6 +49,11 @@ void Session::Close() noexcept {
 void* Session::Connection() const {
   if (!open_) throw AdoError(runtime::kObjectClosed);
   return connection_.Get();
+}
+
+StatementWatch& Session::Watch() {
+  if (!watch_) watch_ = std::make_unique<StatementWatch>(Connection());
+  return *watch_;
 }
 
 bool Session::IsDead() const {

@@ -2,11 +2,13 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "ado/odbc/DriverFacts.h"
 #include "ado/odbc/Handle.h"
+#include "ado/odbc/StatementWatch.h"
 #include "runtime/Error.h"
 
 namespace tamlo::ado::odbc {
@@ -59,6 +61,17 @@ class Session {
   /// True when the driver says that the connection is gone.
   [[nodiscard]] bool IsDead() const;
 
+  /// See Connection::GeneralNumbers.
+  void GeneralNumbers(bool wanted) noexcept { generalNumbers_ = wanted; }
+  [[nodiscard]] bool GeneralNumbers() const noexcept { return generalNumbers_; }
+
+  /// Takes note of whether the driver heeds the time limit of a statement. The first answer holds.
+  void LimitIsHeeded(bool heeded) noexcept { heedsLimit_ = heeded; }
+  /// None before it was tried.
+  [[nodiscard]] std::optional<bool> HeedsLimit() const noexcept { return heedsLimit_; }
+  /// For drivers that do not; made at first use.
+  [[nodiscard]] StatementWatch& Watch();
+
   /// Grows with each statement that may have changed the definition of a table.
   [[nodiscard]] std::int64_t SchemaVersion() const noexcept { return schemaVersion_; }
   void SchemaChanged() noexcept { ++schemaVersion_; }
@@ -74,10 +87,13 @@ class Session {
   Handle connection_;
   DriverFacts facts_;
   bool open_ = false;
+  bool generalNumbers_ = false;
   bool inTransaction_ = false;
   bool transactionUndone_ = false;   // by the server, while inTransaction_
   bool undoneInPart_ = false;        // the last thing that the server undid
   bool mayHoldTransaction_ = false;  // opened by the text of a statement
+  std::optional<bool> heedsLimit_;
+  std::unique_ptr<StatementWatch> watch_;
   std::int64_t resent_ = 0;
   std::int64_t schemaVersion_ = 0;
 };

@@ -1,5 +1,6 @@
 #include "ado/odbc/Statement.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <utility>
@@ -31,15 +32,47 @@ SQLWCHAR* Wide(std::u16string& text) { return reinterpret_cast<SQLWCHAR*>(text.d
 
 Statement::Statement(std::shared_ptr<Session> session, std::int32_t timeoutSeconds)
     : session_(std::move(session)), handle_(Handle::Kind::kStatement, session_->Connection()) {
-  // A driver without time limits says so by a warning or an error: statements then run without one.
-  if (timeoutSeconds > 0) {
-    SQLSetStmtAttrW(handle_.Get(), SQL_ATTR_QUERY_TIMEOUT, reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(timeoutSeconds)),
-                    SQL_IS_UINTEGER);
+  if (timeoutSeconds <= 0) return;
+  limit_ = timeoutSeconds;
+  const auto wanted = static_cast<SQLULEN>(timeoutSeconds);
+  if (session_->HeedsLimit().value_or(true)) {
+    const auto result = SQLSetStmtAttrW(handle_.Get(), SQL_ATTR_QUERY_TIMEOUT, reinterpret_cast<SQLPOINTER>(wanted), SQL_IS_UINTEGER);
+    if (!session_->HeedsLimit()) {
+      // MariaDB's driver says "option value changed", SQLite's success; both then have another value.
+      SQLULEN now = 0;
+      const auto read = SQLGetStmtAttrW(handle_.Get(), SQL_ATTR_QUERY_TIMEOUT, &now, SQL_IS_UINTEGER, nullptr);
+      session_->LimitIsHeeded(SQL_SUCCEEDED(result) && SQL_SUCCEEDED(read) && now == wanted);
+    }
   }
+  watched_ = !*session_->HeedsLimit();
+}
+
+Statement::TimeLimit::TimeLimit(Statement& statement) : statement_(statement) {
+  statement_.tooLate_ = false;
+  if (!statement_.watched_) return;
+  statement_.session_->Watch().Begin(statement_.limit_);
+  statement_.running_ = true;
+}
+
+Statement::TimeLimit::~TimeLimit() {
+  if (std::exchange(statement_.running_, false)) statement_.tooLate_ = statement_.session_->Watch().End();
 }
 
 runtime::Error Statement::LastError() {
-  runtime::Error failure = MakeError(ReadDiagnostics(Handle::Kind::kStatement, handle_.Get()), sent_);
+  auto records = ReadDiagnostics(Handle::Kind::kStatement, handle_.Get());
+  if (running_) {
+    running_ = false;
+    tooLate_ = session_->Watch().End();
+  }
+  const bool heeded = limit_ > 0 && std::any_of(records.begin(), records.end(), [](const runtime::Diagnostic& record) {
+    return record.sqlState == "HYT00" || (record.sqlState == "57014" && record.text.find("statement timeout") != std::string::npos);
+  });
+  if (tooLate_ || heeded) {
+    records.insert(records.begin(), {"HYT00", 0, "L'instruction a pris plus de " + std::to_string(limit_) + " secondes : elle a été arrêtée."});
+    const std::int32_t number = session_->GeneralNumbers() ? runtime::kProviderFailure : runtime::kTimeout;
+    return runtime::Error(number, records.front().text, "odbc").WithDiagnostics(std::move(records)).WithSent(sent_);
+  }
+  runtime::Error failure = MakeError(std::move(records), sent_, session_->GeneralNumbers());
   session_->Judge(failure);
   return failure;
 }
@@ -64,12 +97,14 @@ void Statement::Prepare(std::string_view sql) {
 
 void Statement::Execute() {
   session_->RequireTransaction();
+  const TimeLimit limit(*this);
   Check(SQLExecute(handle_.Get()));
 }
 
 void Statement::ExecuteDirect(std::string_view sql) {
   Take(sql);
   auto wide = ToUtf16(sql);
+  const TimeLimit limit(*this);
   Check(SQLExecDirectW(handle_.Get(), Wide(wide), static_cast<SQLINTEGER>(wide.size())));
 }
 

@@ -28,10 +28,23 @@ struct ColumnDescription {
   bool autoIncrement = false;
 };
 
-/// One statement of a session. Every failure is raised with all records and the text that was sent.
+/// One statement of a session. Every failure is raised with all records and the text that was sent. An execution that takes longer than
+/// timeoutSeconds (0 is without limit) is ended, with error -2147217871.
 class Statement {
  public:
   explicit Statement(std::shared_ptr<Session> session, std::int32_t timeoutSeconds = 0);
+
+  /// While it lives the statement's time limit runs.
+  class TimeLimit {
+   public:
+    explicit TimeLimit(Statement& statement);
+    ~TimeLimit();
+    TimeLimit(const TimeLimit&) = delete;
+    TimeLimit& operator=(const TimeLimit&) = delete;
+
+   private:
+    Statement& statement_;
+  };
 
   void Prepare(std::string_view sql);
   /// Executes what was prepared.
@@ -79,6 +92,10 @@ class Statement {
   std::shared_ptr<Session> session_;  // first: the handle goes before its connection
   Handle handle_;
   std::string sent_;
+  std::int32_t limit_ = 0;    // seconds
+  bool watched_ = false;      // the session ends it, not the driver
+  bool running_ = false;      // and is watching now
+  bool tooLate_ = false;      // it was ended
   std::int64_t catalogRows_ = 0;
 };
 

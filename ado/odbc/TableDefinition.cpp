@@ -1,6 +1,10 @@
 #include "ado/odbc/TableDefinition.h"
 
+#include "ado/ExactNumber.h"
 #include "ado/odbc/TypeMap.h"
+#include "runtime/Conversions.h"
+#include "runtime/Error.h"
+#include "runtime/Text.h"
 
 namespace tamlo::ado::odbc {
 namespace {
@@ -24,9 +28,55 @@ std::string CounterText(Backend backend) {
   }
 }
 
+/// A text literal of the backend out of one between quotes of one or the other kind, of which doubled ones stand for themselves; empty for
+/// what is none.
+std::string TextLiteral(std::string_view text, Backend backend) {
+  const char quote = text.size() < 2 ? '\0' : text.front();
+  if ((quote != '\'' && quote != '"') || text.back() != quote) return {};
+  text = text.substr(1, text.size() - 2);
+  std::string literal = "'";
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == quote && (i + 1 == text.size() || text[++i] != quote)) return {};
+    if (text[i] == '\'' || (text[i] == '\\' && backend == Backend::kMySql)) literal.push_back(text[i]);
+    literal.push_back(text[i]);
+  }
+  return literal + "'";
+}
+
+std::string DefaultLiteral(const Variant& value, Backend backend) {
+  const auto truth = [&](bool yes) {
+    if (backend == Backend::kPostgres) return std::string(yes ? "TRUE" : "FALSE");
+    return std::string(yes ? "1" : "0");
+  };
+  if (const auto* yes = value.If<bool>()) return truth(*yes);
+  const auto* given = value.If<std::string>();
+  const std::string text(given != nullptr ? runtime::Trim(*given) : runtime::ToText(value, {"", '.'}));
+  if (ExactNumber::Read(text)) return text;
+  const std::string upper = runtime::UpperCase(text);
+  if (upper == "NULL") return upper;
+  if (upper == "NOW()") return "CURRENT_TIMESTAMP";
+  if (upper == "TRUE" || upper == "YES") return truth(true);
+  if (upper == "FALSE" || upper == "NO") return truth(false);
+  return TextLiteral(text, backend);
+}
+
+/// " DEFAULT ..." of a column that has one; a blank text is none.
+std::string DefaultText(const Column& column, Backend backend) {
+  if (!column.properties.Has("Default")) return {};
+  const Variant& value = column.properties.Item("Default");
+  const auto* text = value.If<std::string>();
+  if (value.IsEmpty() || value.IsNull() || (text != nullptr && runtime::Trim(*text).empty())) return {};
+  const std::string literal = IsCounter(column) || value.Is<runtime::Bytes>() ? std::string() : DefaultLiteral(value, backend);
+  if (literal.empty()) {
+    throw runtime::Error(runtime::kProviderFailure, "La valeur par défaut du champ " + column.name + " ne peut pas être reprise.", "odbc");
+  }
+  return " DEFAULT " + literal;
+}
+
 std::string ColumnText(const Session& session, const Column& column) {
   const Backend backend = session.Facts().backend;
-  return session.Quoted(column.name) + " " + (IsCounter(column) ? CounterText(backend) : ColumnTypeText(column, backend));
+  return session.Quoted(column.name) + " " + (IsCounter(column) ? CounterText(backend) : ColumnTypeText(column, backend)) +
+         DefaultText(column, backend);
 }
 
 std::string ColumnList(const Session& session, const Index& index) {
@@ -70,6 +120,29 @@ std::string AddIndexText(const Session& session, const std::string& table, const
   }
   const std::string kind = index.unique || index.primaryKey ? "CREATE UNIQUE INDEX " : "CREATE INDEX ";
   return kind + name + " ON " + session.Quoted(table) + " " + ColumnList(session, index);
+}
+
+std::string RenameTableText(const Session& session, const std::string& table, const std::string& name) {
+  switch (session.Facts().backend) {
+    case Backend::kSqlite:
+    case Backend::kMySql:
+    case Backend::kPostgres:
+    case Backend::kOracle:
+      return "ALTER TABLE " + session.Quoted(table) + " RENAME TO " + session.Quoted(name);
+    default:
+      return {};
+  }
+}
+
+std::string DropIndexText(const Session& session, const std::string& table, const std::string& index, bool primaryKey) {
+  const Backend backend = session.Facts().backend;
+  const std::string alter = "ALTER TABLE " + session.Quoted(table) + " DROP ";
+  if (primaryKey) {
+    if (backend == Backend::kMySql) return alter + "PRIMARY KEY";
+    return backend == Backend::kSqlite ? std::string() : alter + "CONSTRAINT " + session.Quoted(index);
+  }
+  const bool ofTheTable = backend == Backend::kMySql || backend == Backend::kSqlServer;
+  return "DROP INDEX " + session.Quoted(index) + (ofTheTable ? " ON " + session.Quoted(table) : "");
 }
 
 }  // namespace tamlo::ado::odbc

@@ -29,7 +29,7 @@ TEST(FindCriterion, RefusesWhatDoesNotReadAsOne) {
       const FindCriterion criterion(text);
       ADD_FAILURE() << "accepted: " << text;
     } catch (const runtime::Error& error) {
-      EXPECT_EQ(error.Number(), 5) << text;
+      EXPECT_EQ(error.Number(), 3001) << text;
     }
   }
 }

@@ -107,7 +107,9 @@ TEST_F(Recordset, AnEmptyOneIsAtBothEnds) {
   EXPECT_TRUE(rs.Eof());
   EXPECT_EQ(ErrorOf([&] { (void)rs.Fields(0).Value(); }), 3021);
   EXPECT_EQ(ErrorOf([&] { rs.MoveNext(); }), 3021);
-  EXPECT_NO_THROW(rs.MoveFirst());
+  EXPECT_EQ(ErrorOf([&] { rs.MoveFirst(); }), 3021);
+  EXPECT_TRUE(rs.Eof());
+  EXPECT_EQ(ErrorOf([&] { rs.Find("[CODE]='A1'"); }), 3021);
   EXPECT_TRUE(rs.Eof());
 }
 
@@ -222,12 +224,17 @@ TEST_F(Recordset, CancelUpdateReturnsToTheRowThatWasCurrent) {
   EXPECT_EQ(backend.Count(Kind::kInsert), 0U);
 }
 
-TEST_F(Recordset, ClosingGivesThePendingEditUp) {
+TEST_F(Recordset, ClosingInAnEditIsRefusedAndClosesNothing) {
   OpenArt();
   rs.AddNew();
   rs.Fields("CODE").Value("D4");
-  rs.Close();
-  EXPECT_EQ(backend.Count(Kind::kInsert), 0U);
+  EXPECT_EQ(ErrorOf([&] { rs.Close(); }), 3219);
+  EXPECT_EQ(rs.Fields("CODE").Value(), Variant("D4"));
+  rs.CancelUpdate();
+  rs.Fields("QTE").Value(std::int32_t{9});
+  EXPECT_EQ(ErrorOf([&] { rs.Close(); }), 3219);
+  { const ado::Recordset gone = std::move(rs); }
+  EXPECT_EQ(backend.Count(Kind::kInsert) + backend.Count(Kind::kUpdate), 0U) << "the end of the object gives the edit up";
 }
 
 TEST_F(Recordset, AReadOnlyOneRefusesEveryWrite) {
@@ -292,7 +299,7 @@ TEST_F(Recordset, FindLooksFromTheCurrentRowOn) {
   rs.Find("[CODE]='A1'");
   EXPECT_EQ(rs.Fields("QTE").Value(), Variant(std::int32_t{1}));
   EXPECT_EQ(ErrorOf([&] { rs.Find("[PRIX]=1"); }), 3265);
-  EXPECT_EQ(ErrorOf([&] { rs.Find("CODE"); }), 5);
+  EXPECT_EQ(ErrorOf([&] { rs.Find("CODE"); }), 3001);
 }
 
 TEST_F(Recordset, SeekNeedsAProviderThatHasIt) {

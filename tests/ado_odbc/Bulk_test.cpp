@@ -209,7 +209,7 @@ TEST_P(Bulk, BytesThatAreNoCharacterAreRefusedAndTheRowsBeforeThemAreThere) {
 }
 
 TEST_P(Bulk, IntoATableThatIsMissingFailsAtOnce) {
-  EXPECT_EQ(ErrorOf([&] { ado::BulkInsert bulk(connection, "absente", {"x"}); }), -2147467259);
+  EXPECT_EQ(ErrorOf([&] { ado::BulkInsert bulk(connection, "absente", {"x"}); }), -2147217865);
 }
 
 class OtherCharacterSet : public OdbcTest {};

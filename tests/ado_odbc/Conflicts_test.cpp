@@ -30,7 +30,7 @@ class Conflicts : public OdbcTest {
     try {
       rows.Update();
     } catch (const runtime::Error& error) {
-      EXPECT_EQ(error.Number(), -2147467259);
+      EXPECT_EQ(error.Number(), -2147217864);
       rows.CancelUpdate();
       return error.Description();
     }

@@ -14,7 +14,7 @@ TEST_P(Failures, CarryTheDriversRecordsAndTheStatement) {
     Execute("SELECT * FROM absente");
     FAIL() << "no error";
   } catch (const Error& error) {
-    EXPECT_EQ(error.Number(), -2147467259);
+    EXPECT_EQ(error.Number(), -2147217865);
     EXPECT_EQ(error.Source(), "odbc");
     EXPECT_EQ(error.Sent(), "SELECT * FROM absente");
     EXPECT_NE(error.Description().find("absente"), std::string::npos) << error.Description();
@@ -22,11 +22,11 @@ TEST_P(Failures, CarryTheDriversRecordsAndTheStatement) {
     EXPECT_EQ(error.Diagnostics()[0].text, error.Description());
     EXPECT_EQ(error.SqlState().size(), 5U);
   }
-  EXPECT_EQ(ErrorOf([&] { (void)Open("SELECT * FROM absente"); }), -2147467259) << "a recordset fails at Open, not at its first row";
+  EXPECT_EQ(ErrorOf([&] { (void)Open("SELECT * FROM absente"); }), -2147217865) << "a recordset fails at Open, not at its first row";
 }
 
 TEST_P(Failures, AConnectionIsUsableAfterAnError) {
-  EXPECT_EQ(ErrorOf([&] { Execute("N'IMPORTE QUOI"); }), -2147467259);
+  EXPECT_EQ(ErrorOf([&] { Execute("N'IMPORTE QUOI"); }), -2147217900);
   EXPECT_EQ(Scalar("SELECT 1"), "1");
 }
 

@@ -160,12 +160,12 @@ TEST_P(Rows, ChangedByAnotherIsAnError) {
     rs.Update();
     FAIL() << "no error";
   } catch (const runtime::Error& error) {
-    EXPECT_EQ(error.Number(), -2147467259);
+    EXPECT_EQ(error.Number(), -2147217864);
     EXPECT_EQ(error.Description(),
               "La ligne ne peut pas être trouvée pour la mise à jour : certaines de ses valeurs ont changé depuis la dernière lecture.");
   }
   rs.CancelUpdate();
-  EXPECT_EQ(ErrorOf([&] { rs.Delete(); }), -2147467259);
+  EXPECT_EQ(ErrorOf([&] { rs.Delete(); }), -2147217864);
 }
 
 TEST_P(Rows, WithoutAPrimaryKeyAUniqueIndexFindsTheRowUnlessItHoldsANull) {

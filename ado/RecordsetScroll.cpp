@@ -1,0 +1,344 @@
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "ado/Errors.h"
+#include "ado/ExactNumber.h"
+#include "ado/FindCriterion.h"
+#include "ado/RecordsetState.h"
+#include "runtime/Text.h"
+
+// What a recordset does with cursors whose rows can be reached in any order.
+namespace tamlo::ado {
+namespace {
+
+constexpr int kPositionBits = 32;
+
+struct SortField {
+  std::size_t field = 0;
+  bool descending = false;
+};
+
+[[noreturn]] void RefuseArguments() { throw AdoError(runtime::kBadArguments); }
+
+/// The next piece of a list, up to a comma outside of brackets.
+std::string_view TakePiece(std::string_view& text) {
+  bool inName = false;
+  std::size_t end = 0;
+  for (; end < text.size() && (inName || text[end] != ','); ++end) {
+    if (text[end] == '[') inName = true;
+    if (text[end] == ']') inName = false;
+  }
+  const std::string_view piece = text.substr(0, end);
+  text.remove_prefix(std::min(end + 1, text.size()));
+  return runtime::Trim(piece);
+}
+
+std::vector<SortField> ReadSort(std::string_view text, const RecordsetState& state) {
+  std::vector<SortField> order;
+  while (!runtime::Trim(text).empty()) {
+    std::string_view piece = TakePiece(text);
+    std::string_view name;
+    if (piece.starts_with('[')) {
+      const auto end = piece.find(']');
+      if (end == std::string_view::npos) RefuseArguments();
+      name = piece.substr(1, end - 1);
+      piece.remove_prefix(end + 1);
+    } else {
+      name = piece.substr(0, piece.find(' '));
+      piece.remove_prefix(name.size());
+    }
+    const std::string way = runtime::UpperCase(runtime::Trim(piece));
+    if (name.empty() || (!way.empty() && way != "ASC" && way != "DESC")) RefuseArguments();
+    order.push_back({state.FieldNamed(std::string(name)), way == "DESC"});
+  }
+  return order;
+}
+
+}  // namespace
+
+bool RecordsetState::StandOn(std::size_t place) {
+  const std::size_t row = PositionOf(place);
+  if (gone.contains(row)) return false;
+  if (rowset->MoveTo(row)) return true;
+  gone.insert(row);
+  return false;
+}
+
+bool RecordsetState::Forward(std::size_t place) {
+  atInserted = false;
+  for (; place < Shown(); ++place) {
+    if (!StandOn(place)) continue;
+    ordinal = place;
+    position = Position::kOnRow;
+    return true;
+  }
+  StandAt(Position::kAtEnd);
+  return false;
+}
+
+/// Where no row is left the end is the beginning too.
+void RecordsetState::StandAt(Position end) {
+  position = end;
+  atInserted = false;
+  empty = RecordCount() == 0;
+}
+
+bool RecordsetState::Backward(std::size_t place) {
+  atInserted = false;
+  while (place-- > 0) {
+    if (!StandOn(place)) continue;
+    ordinal = place;
+    position = Position::kOnRow;
+    return true;
+  }
+  StandAt(Position::kBefore);
+  return false;
+}
+
+void RecordsetState::FindOrdinal() {
+  if (const auto told = rowset->Position()) {
+    ordinal = *told;
+  } else {
+    (void)Forward(0);
+  }
+}
+
+std::size_t RecordsetState::Ordinal() {
+  // Deleted before any row was read, it may have no place of its own: then it stands behind the last one.
+  if (std::exchange(atInserted, false) && !view) ordinal = rowset->RowCount() - (position == Position::kDeleted ? 0 : 1);
+  return ordinal;
+}
+
+void RecordsetState::RequireScroll() {
+  if (!scrolls) throw AdoError(runtime::kOperationNotSupported);
+  if (edit != adEditAdd) EnsureFirst();
+}
+
+bool RecordsetState::MoveLast() {
+  RequireScroll();
+  Update();
+  if (Backward(Shown())) {
+    empty = false;
+    return true;
+  }
+  position = Position::kAtEnd;
+  empty = true;
+  return false;
+}
+
+void RecordsetState::MovePrevious() {
+  RequireScroll();
+  Update();
+  if (position == Position::kBefore || empty) throw AdoError(runtime::kNoCurrentRecord);
+  (void)Backward(position == Position::kAtEnd ? Shown() : Ordinal());
+}
+
+void RecordsetState::Move(std::int64_t rows, const Variant& start) {
+  const bool fromHere = start.IsEmpty() || start.IsNull();
+  if (!scrolls) {
+    if (!fromHere || rows < 0) throw AdoError(runtime::kOperationNotSupported);
+    if (rows == 0) Update();
+    for (; rows > 0; --rows) {
+      MoveNext();
+      if (position == Position::kAtEnd) return;
+    }
+    return;
+  }
+  RequireScroll();
+  Update();
+  if (!fromHere) Bookmark(start);
+  if (rows == 0) return;
+  const bool atThatEnd = rows > 0 ? position == Position::kAtEnd : position == Position::kBefore;
+  if (empty || atThatEnd) throw AdoError(runtime::kNoCurrentRecord);
+  const bool up = rows > 0;
+  // The places between which it stands: of the ends, those beyond the rows.
+  std::size_t next = position == Position::kBefore ? 0 : position == Position::kAtEnd ? Shown() : up ? Ordinal() + 1 : Ordinal();
+  std::uint64_t left = up ? static_cast<std::uint64_t>(rows) : 0 - static_cast<std::uint64_t>(rows);
+  const std::size_t count = Shown();
+  for (--left; left > 0 && (up ? next < count : next > 0); up ? ++next : --next) {
+    if (gone.empty()) {
+      const std::uint64_t step = std::min<std::uint64_t>(left, up ? count - next : next);
+      next = up ? next + step - 1 : next - step + 1;
+      left -= step;
+    } else if (!gone.contains(PositionOf(up ? next : next - 1))) {
+      --left;
+    }
+  }
+  if (left > 0) {
+    StandAt(up ? Position::kAtEnd : Position::kBefore);
+    return;
+  }
+  (void)(up ? Forward(next) : Backward(next));
+}
+
+std::int64_t RecordsetState::RecordCount() {
+  if (!scrolls) return -1;
+  const std::size_t shown = Shown();
+  const auto isGone = [this](std::size_t row) { return gone.contains(row); };
+  const auto lost = view ? static_cast<std::size_t>(std::count_if(view->begin(), view->end(), isGone)) : gone.size();
+  return static_cast<std::int64_t>(shown - lost);
+}
+
+std::int64_t RecordsetState::AbsolutePosition() {
+  if (!scrolls || edit == adEditAdd) return adPosUnknown;
+  EnsureFirst();
+  if (empty) return adPosUnknown;
+  if (position == Position::kBefore) return adPosBOF;
+  if (position == Position::kAtEnd) return adPosEOF;
+  if (position != Position::kOnRow) return adPosUnknown;
+  const std::size_t place = Ordinal();
+  std::int64_t before = 0;
+  if (!view) {
+    before = std::distance(gone.begin(), gone.lower_bound(place));
+  } else if (!gone.empty()) {
+    before = std::count_if(view->begin(), view->begin() + static_cast<std::ptrdiff_t>(place), [this](std::size_t row) { return gone.contains(row); });
+  }
+  return static_cast<std::int64_t>(place) + 1 - before;
+}
+
+void RecordsetState::AbsolutePosition(std::int64_t number) {
+  RequireScroll();
+  Update();
+  if (number < 1 || number > RecordCount()) RefuseArguments();
+  std::size_t place = 0;
+  if (gone.empty()) {
+    place = static_cast<std::size_t>(number - 1);
+  } else {
+    for (;; ++place) {
+      if (!gone.contains(PositionOf(place)) && --number == 0) break;
+    }
+  }
+  (void)Forward(place);
+}
+
+Variant RecordsetState::Bookmark() {
+  RequireScroll();
+  RequireRow();
+  if (edit == adEditAdd) throw AdoError(runtime::kNoCurrentRecord);
+  return (serial << kPositionBits) + static_cast<std::int64_t>(PositionOf(Ordinal()));
+}
+
+std::size_t RecordsetState::OrdinalOf(const Variant& bookmark) {
+  const auto* const number = bookmark.If<std::int64_t>();
+  if (number == nullptr || *number >> kPositionBits != serial) RefuseArguments();
+  const auto row = static_cast<std::size_t>(*number & ((std::int64_t{1} << kPositionBits) - 1));
+  if (row >= rowset->RowCount()) RefuseArguments();
+  if (!view) return row;
+  const auto found = std::find(view->begin(), view->end(), row);
+  if (found == view->end()) throw AdoError(runtime::kNoCurrentRecord);
+  return static_cast<std::size_t>(found - view->begin());
+}
+
+void RecordsetState::Bookmark(const Variant& bookmark) {
+  RequireScroll();
+  Update();
+  const std::size_t place = OrdinalOf(bookmark);
+  const bool hadRow = position == Position::kOnRow;
+  const std::size_t before = hadRow ? Ordinal() : 0;
+  if (!StandOn(place)) {
+    if (hadRow && !StandOn(before)) position = Position::kDeleted;
+    throw AdoError(runtime::kNoCurrentRecord);
+  }
+  ordinal = place;
+  atInserted = false;
+  position = Position::kOnRow;
+}
+
+void RecordsetState::Filter(const std::string& criteria) {
+  RequireScroll();
+  Update();
+  RebuildView(criteria, sort);
+  filter = criteria;
+  (void)MoveFirst();
+}
+
+void RecordsetState::Sort(const std::string& order) {
+  RequireScroll();
+  Update();
+  RebuildView(filter, order);
+  sort = order;
+  (void)MoveFirst();
+}
+
+void RecordsetState::RebuildView(const std::string& criteria, const std::string& order) {
+  std::optional<FilterCriterion> wanted;
+  std::vector<std::size_t> compared;
+  if (!runtime::Trim(criteria).empty()) {
+    wanted.emplace(criteria);
+    for (const FindCriterion& part : wanted->Parts()) compared.push_back(FieldNamed(part.FieldName()));
+  }
+  const std::vector<SortField> sorted = ReadSort(order, *this);
+  if (!wanted && sorted.empty()) {
+    view.reset();
+    return;
+  }
+  struct Line {
+    std::size_t row = 0;
+    std::vector<Variant> keys;
+  };
+  std::vector<Line> lines;
+  const bool hadRow = position == Position::kOnRow;
+  const std::size_t before = hadRow ? Ordinal() : 0;
+  try {
+    for (std::size_t row = 0; row < rowset->RowCount(); ++row) {
+      if (gone.contains(row) || !rowset->MoveTo(row)) {
+        gone.insert(row);
+        continue;
+      }
+      const auto holds = [&](std::size_t part) {
+        return wanted->Parts()[part].Matches(rowset->Value(compared[part]), infos[compared[part]].type);
+      };
+      if (wanted && !wanted->Shows(holds)) continue;
+      Line line{row, {}};
+      for (const SortField& key : sorted) line.keys.push_back(rowset->Value(key.field));
+      lines.push_back(std::move(line));
+    }
+  } catch (...) {
+    if (hadRow && !StandOn(before)) position = Position::kDeleted;
+    throw;
+  }
+  std::stable_sort(lines.begin(), lines.end(), [&](const Line& a, const Line& b) {
+    for (std::size_t i = 0; i < sorted.size(); ++i) {
+      const auto way = OrderOf(a.keys[i], b.keys[i]);
+      if (way != 0) return sorted[i].descending ? way > 0 : way < 0;
+    }
+    return false;
+  });
+  std::vector<std::size_t> shown;
+  shown.reserve(lines.size());
+  for (const Line& line : lines) shown.push_back(line.row);
+  view = std::move(shown);
+}
+
+void RecordsetState::LoseRow() {
+  if (scrolls) gone.insert(PositionOf(Ordinal()));
+  position = Position::kDeleted;
+}
+
+void RecordsetState::Requery() {
+  Update();
+  rowset.reset();
+  try {
+    rowset = connection->Native(runtime::kConnectionInvalid).OpenRowset(request);
+    if (!rowset) throw AdoError(runtime::kObjectClosed);
+    Describe();
+    for (Field& field : fields) field.owner_ = this;
+    position = Position::kUnread;
+    empty = atInserted = read = false;
+    gone.clear();
+    view.reset();
+    ReadWhereEager();
+    if (!filter.empty() || !sort.empty()) {
+      RequireScroll();
+      RebuildView(filter, sort);
+      (void)MoveFirst();
+    }
+  } catch (...) {
+    rowset.reset();
+    std::erase(connection->recordsets, this);
+    throw;
+  }
+}
+
+}  // namespace tamlo::ado
