@@ -58,7 +58,7 @@ class Table {
       : name_(std::move(name)), type_(std::move(type)), link_(std::move(link)) {}
 
   [[nodiscard]] const std::string& Name() const noexcept { return name_; }
-  /// Names a new table, or renames the backend's at once: error 3251 where the provider cannot (Access files, ODBC sources of kinds not known).
+  /// Names a new table, or renames the backend's at once: error 3251 where the provider cannot (ODBC sources of kinds not known).
   void Name(const std::string& name);
   /// "TABLE", "LINK", "PASS-THROUGH", "SYSTEM TABLE", "ACCESS TABLE", "VIEW", "SYNONYM", "SYSTEM VIEW"; "TABLE" for a new one.
   [[nodiscard]] const std::string& Type() const noexcept { return type_; }

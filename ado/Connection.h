@@ -36,9 +36,9 @@ class Connection {
   void RegisteredOnly(bool wanted) noexcept;
   [[nodiscard]] bool RegisteredOnly() const noexcept;
 
-  /// Set before Open, for programs that tell -2147467259 apart and no other number of a provider: statements and tables that are refused, rows that another has
-  /// changed and time that is over then have that number as every other failure, and values are judged when their row is written. ODBC sources
-  /// alone heed it. False at first.
+  /// Set before Open, for programs that tell -2147467259 apart and no other number of a provider: statements that are refused, rows that
+  /// another has changed and time that is over then have that number as every other failure (3265 for a table that is not in an Access file),
+  /// and values are judged when their row is written. False at first.
   void GeneralNumbers(bool wanted) noexcept;
   [[nodiscard]] bool GeneralNumbers() const noexcept;
 

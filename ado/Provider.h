@@ -61,6 +61,8 @@ class ProviderRowset {
   /// A value as the field will hold it, asked for when it is assigned. Error 3421 for one that the field's type cannot hold,
   /// -2147217887 for one that does not fit (a number too large, a text too long). What is not known before it is written stays as it is.
   [[nodiscard]] virtual Variant Converted(std::size_t /*field*/, const Variant& value) { return value; }
+  /// Counts what was rolled back under this cursor, where it brings back rows that were gone.
+  [[nodiscard]] virtual std::uint64_t Rollbacks() const noexcept { return 0; }
   /// Reads the current row anew; false when it is gone. Error 3251 for cursors that cannot.
   virtual bool Refresh();
   /// A value of the current row, whole.

@@ -110,8 +110,13 @@ std::size_t RecordsetState::Ordinal() {
   return ordinal;
 }
 
+void RecordsetState::SeeRollbacks() {
+  if (std::exchange(rollbacks, rowset->Rollbacks()) != rollbacks) gone.clear();
+}
+
 void RecordsetState::RequireScroll() {
   if (!scrolls) throw AdoError(runtime::kOperationNotSupported);
+  SeeRollbacks();
   if (edit != adEditAdd) EnsureFirst();
 }
 
@@ -174,6 +179,7 @@ void RecordsetState::Move(std::int64_t rows, const Variant& start) {
 
 std::int64_t RecordsetState::RecordCount() {
   if (!scrolls) return -1;
+  SeeRollbacks();
   const std::size_t shown = Shown();
   const auto isGone = [this](std::size_t row) { return gone.contains(row); };
   const auto lost = view ? static_cast<std::size_t>(std::count_if(view->begin(), view->end(), isGone)) : gone.size();

@@ -44,6 +44,7 @@ void RecordsetState::Describe() {
   pendingOffset.assign(infos.size(), 0);
   writable = request.lock > adLockReadOnly && rowset->CanUpdate();
   scrolls = rowset->CanScroll();
+  rollbacks = rowset->Rollbacks();
   serial = ++openings;
   while (fields.size() < infos.size()) fields.push_back(Field(this, fields.size()));
 }
@@ -91,6 +92,7 @@ void RecordsetState::RequireRow() {
 
 bool RecordsetState::MoveFirst() {
   Update();
+  SeeRollbacks();
   atInserted = false;
   read = true;
   bool found = false;
@@ -107,6 +109,7 @@ bool RecordsetState::MoveFirst() {
 
 void RecordsetState::MoveNext() {
   Update();
+  SeeRollbacks();
   EnsureFirst();
   if (position == Position::kAtEnd || (position == Position::kBefore && empty)) throw AdoError(runtime::kNoCurrentRecord);
   if (position == Position::kBefore) {
@@ -124,8 +127,11 @@ void RecordsetState::MoveNext() {
   }
   position = rowset->MoveNext() ? Position::kOnRow : Position::kAtEnd;
   if (!scrolls) return;
-  if (position == Position::kAtEnd) return StandAt(Position::kAtEnd);
-  ordinal = rowset->Position().value_or(ordinal);
+  const bool atEnd = position == Position::kAtEnd;
+  const std::size_t here = atEnd ? Shown() : rowset->Position().value_or(ordinal);
+  while (++ordinal < here) gone.insert(ordinal);  // skipped
+  if (atEnd) return StandAt(Position::kAtEnd);
+  ordinal = here;
 }
 
 void RecordsetState::RequireUpdatable() const {

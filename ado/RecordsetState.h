@@ -99,6 +99,7 @@ struct RecordsetState {
   bool atInserted = false;               // the current row was just added: the last one, whose ordinal is not looked for before it is needed
   std::optional<std::vector<std::size_t>> view;  // positions by ordinal
   std::set<std::size_t> gone;            // positions of rows that were found to be gone
+  std::uint64_t rollbacks = 0;           // of the rowset, when it was last looked
   std::string filter;
   std::string sort;
 
@@ -113,6 +114,8 @@ struct RecordsetState {
   bool Backward(std::size_t place);
   void StandAt(Position end);
   void FindOrdinal();
+  /// Rows that were gone may be back after a rollback.
+  void SeeRollbacks();
   [[nodiscard]] std::size_t Ordinal();
   [[nodiscard]] std::size_t OrdinalOf(const Variant& bookmark);
 };

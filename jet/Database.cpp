@@ -216,7 +216,7 @@ Table& Database::OpenTable(std::string_view name) {
   const ReadLock lock(*engine_);
   const CatalogObject* object = engine_->catalog.Find(name);
   if (object == nullptr || (object->kind != ObjectKind::kTable && object->kind != ObjectKind::kSystemTable))
-    throw Error(ErrorCode::kNotFound, "There is no table \"" + std::string(name) + "\"");
+    throw NoSuchTable("There is no table \"" + std::string(name) + "\"");
   const std::string exact = object->name;
   Table& table = engine_->TableAt(static_cast<PageNumber>(object->id), exact);
   table.Core().Refresh();

@@ -32,7 +32,7 @@ enum class ErrorCode {
   kChangedMeanwhile,      ///< what was to be read was changed by another user since its row was read: reading the row again helps
 };
 
-/// The engine's only exception. After it the database object is usable and the statement has changed nothing.
+/// The engine's only exception (with one derived from it). After it the database object is usable and the statement has changed nothing.
 class Error : public std::runtime_error {
  public:
   Error(ErrorCode code, const std::string& description) : std::runtime_error(description), code_(code) {}
@@ -51,6 +51,12 @@ class Error : public std::runtime_error {
   ErrorCode code_;
   std::uint32_t page_ = 0;
   std::uint32_t offset_ = 0;
+};
+
+/// What is not found (kNotFound) is a table or a query of tables.
+class NoSuchTable : public Error {
+ public:
+  explicit NoSuchTable(const std::string& description) : Error(ErrorCode::kNotFound, description) {}
 };
 
 }  // namespace jet

@@ -20,7 +20,7 @@ using Index = TableDefinition::Index;
 TableCore& Schema::LocalTable(std::string_view name) {
   const CatalogObject* object = engine_.catalog.Find(name);
   if (object == nullptr || (object->kind != ObjectKind::kTable && object->kind != ObjectKind::kSystemTable))
-    throw Error(ErrorCode::kNotFound, "There is no table \"" + std::string(name) + "\"");
+    throw NoSuchTable("There is no table \"" + std::string(name) + "\"");
   if (object->kind == ObjectKind::kSystemTable)
     throw Error(ErrorCode::kReadOnly, "The definition of the system table \"" + object->name + "\" cannot be changed");
   TableCore& table = engine_.TableAt(static_cast<PageNumber>(object->id), object->name).Core();
@@ -100,7 +100,7 @@ void Schema::CreateTable(const TableSpec& spec) {
 void Schema::DropObject(std::string_view name) {
   ChangeScope scope(engine_, true);
   const CatalogObject* found = engine_.catalog.Find(name);
-  if (found == nullptr) throw Error(ErrorCode::kNotFound, "There is no table \"" + std::string(name) + "\"");
+  if (found == nullptr) throw NoSuchTable("There is no table \"" + std::string(name) + "\"");
   if (found->kind == ObjectKind::kSystemTable)
     throw Error(ErrorCode::kReadOnly, "The system table \"" + found->name + "\" cannot be dropped");
   const CatalogObject object = *found;
@@ -135,7 +135,7 @@ void Schema::DropLocalTable(const CatalogObject& object) {
 void Schema::RenameTable(std::string_view name, std::string_view newName) {
   ChangeScope scope(engine_, true);
   const CatalogObject* found = engine_.catalog.Find(name);
-  if (found == nullptr) throw Error(ErrorCode::kNotFound, "There is no table \"" + std::string(name) + "\"");
+  if (found == nullptr) throw NoSuchTable("There is no table \"" + std::string(name) + "\"");
   if (found->kind == ObjectKind::kSystemTable) throw Error(ErrorCode::kReadOnly, "A system table cannot be renamed");
   CheckName(std::string(newName));
   const CatalogObject object = *found;

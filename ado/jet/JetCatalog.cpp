@@ -246,4 +246,24 @@ void JetCatalog::AppendIndex(const std::string& table, const Index& index) {
   OnEngine([&] { connection_.Database().CreateIndex(table, spec); });
 }
 
+void JetCatalog::RenameTable(const std::string& table, const std::string& name) {
+  connection_.BeforeChange();
+  OnEngine([&] { connection_.Database().RenameTable(table, name); });
+}
+
+void JetCatalog::DeleteTable(const std::string& table) {
+  connection_.BeforeChange();
+  OnEngine([&] { connection_.Database().DropTable(table); });
+}
+
+void JetCatalog::DeleteColumn(const std::string& table, const std::string& column) {
+  connection_.BeforeChange();
+  OnEngine([&] { connection_.Database().DropColumn(table, column); });
+}
+
+void JetCatalog::DeleteIndex(const std::string& table, const std::string& index) {
+  connection_.BeforeChange();
+  OnEngine([&] { connection_.Database().DropIndex(table, index); });
+}
+
 }  // namespace tamlo::ado::jetprovider

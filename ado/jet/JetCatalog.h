@@ -21,6 +21,11 @@ class JetCatalog final : public ProviderCatalog {
   void AppendTable(Table& table) override;
   void AppendColumn(const std::string& table, const Column& column) override;
   void AppendIndex(const std::string& table, const Index& index) override;
+  /// Tables and links (DeleteTable: stored queries too) by their names without regard to case. Error 3265 for what is not there.
+  void RenameTable(const std::string& table, const std::string& name) override;
+  void DeleteTable(const std::string& table) override;
+  void DeleteColumn(const std::string& table, const std::string& column) override;
+  void DeleteIndex(const std::string& table, const std::string& index) override;
 
  private:
   JetConnection& connection_;

@@ -56,7 +56,8 @@ const OdbcTable* OdbcOf(const jet::sql::TableInfo& table) {
 
 }  // namespace
 
-JetConnection::JetConnection(const OpenRequest& request) : database_(OpenFile(ReadConnectionText(request.connectionString))) {
+JetConnection::JetConnection(const OpenRequest& request)
+    : database_(OpenFile(ReadConnectionText(request.connectionString))), generalNumbers_(request.generalNumbers) {
   jet::sql::SessionOptions options;
   options.text = UserTextSettings();
   options.openForeign = [links = std::make_shared<OdbcLinks>()](const std::string& connect, const std::string& table) {
@@ -81,7 +82,7 @@ std::int64_t JetConnection::ExecuteWith(const std::string& text, std::span<const
   Limit(timeoutSeconds);
   if (MayChangeRows(text)) BeforeChange();
   const RollbackWatch watch(*this);
-  return OnEngine([&] { return session_->Execute(text, EngineParameters(parameters)); }, text);
+  return OnStatement([&] { return session_->Execute(text, EngineParameters(parameters)); }, text);
 }
 
 std::vector<Parameter> JetConnection::DescribeParameters(const std::string& text) {
@@ -133,7 +134,7 @@ std::unique_ptr<ProviderRowset> JetConnection::OpenRowset(const RowsetRequest& r
   if (direct || (!statement && request.parameters.empty() && upper.find(' ') == std::string::npos)) return OpenTable(request);
   if (MayChangeRows(request.source)) BeforeChange();
   const RollbackWatch watch(*this);
-  auto query = OnEngine([&] { return session_->OpenOrRun(request.source, EngineParameters(request.parameters)); }, request.source);
+  auto query = OnStatement([&] { return session_->OpenOrRun(request.source, EngineParameters(request.parameters)); }, request.source);
   if (query == nullptr) return nullptr;
   const jet::sql::SelectPlan& plan = query->Plan();
   if (plan.plainScan && !plan.limit && upper.find('*') != std::string::npos) {
@@ -153,13 +154,13 @@ std::unique_ptr<ProviderRowset> JetConnection::OpenTable(const RowsetRequest& re
     if (auto* odbc = const_cast<OdbcTable*>(OdbcOf(*table))) return odbc->OpenRowset(request);
   }
   const bool direct = request.options > 0 && (request.options & adCmdTableDirect) != 0;
-  if (direct && (table == nullptr || table->table == nullptr)) throw AdoError(runtime::kItemNotFound, name);
+  if (direct && (table == nullptr || table->table == nullptr)) throw AdoError(generalNumbers_ ? runtime::kItemNotFound : runtime::kNoSuchTable, name);
   // A table's own cursor shows what the table holds now, and can search in its indexes; a copy does neither.
   const bool copies = request.cursor == adOpenStatic || request.location == adUseClient;
   if (!copies && table != nullptr && table->table != nullptr && (direct || request.cursor == adOpenDynamic))
     return std::make_unique<TableRowset>(*this, table, request.cursor);
   const std::string text = "SELECT * FROM [" + name + "]";
-  return OpenQuery(OnEngine([&] { return session_->Open(text); }, text), request);
+  return OpenQuery(OnStatement([&] { return session_->Open(text); }, text), request);
 }
 
 std::unique_ptr<ProviderRowset> JetConnection::OpenQuery(std::unique_ptr<jet::sql::Query> query, const RowsetRequest& request) {

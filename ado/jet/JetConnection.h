@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "ado/Provider.h"
+#include "ado/jet/JetErrors.h"
 #include "jet/Database.h"
 #include "jet/sql/Session.h"
 
@@ -55,6 +56,8 @@ class JetConnection final : public ProviderConnection {
   void BeforeChange(const jet::sql::EngineTable* table = nullptr);
   /// Counts those calls.
   [[nodiscard]] std::uint64_t Changes() const noexcept { return changes_; }
+  /// See Connection::GeneralNumbers.
+  [[nodiscard]] bool GeneralNumbers() const noexcept { return generalNumbers_; }
   /// Counts the transactions that were rolled back, also by a failure: what was read inside of them may be no more.
   [[nodiscard]] std::uint64_t Rollbacks() const noexcept { return rollbacks_; }
 
@@ -78,11 +81,21 @@ class JetConnection final : public ProviderConnection {
   [[nodiscard]] std::unique_ptr<ProviderRowset> OpenTable(const RowsetRequest& request);
   [[nodiscard]] std::unique_ptr<ProviderRowset> OpenQuery(std::unique_ptr<jet::sql::Query> query, const RowsetRequest& request);
 
-  std::unique_ptr<jet::Database> database_;
-  std::unique_ptr<jet::sql::Session> session_;
   /// The limits of the next statement: what the properties say, and the caller's time.
   void Limit(std::int32_t timeoutSeconds);
+  /// Runs a piece of work that the caller's statement asks for.
+  template <typename Work>
+  decltype(auto) OnStatement(Work&& work, const std::string& text) {
+    try {
+      return std::forward<Work>(work)();
+    } catch (const jet::Error& error) {
+      throw generalNumbers_ ? Translated(error, text) : TranslatedOfStatement(error, text);
+    }
+  }
 
+  std::unique_ptr<jet::Database> database_;
+  std::unique_ptr<jet::sql::Session> session_;
+  bool generalNumbers_;
   std::vector<UnreadCopy*> unread_;
   std::uint64_t changes_ = 0;
   std::uint64_t rollbacks_ = 0;

@@ -58,6 +58,14 @@ runtime::Error Translated(const jet::Error& error, const std::string& sent, bool
   return translated;
 }
 
+runtime::Error TranslatedOfStatement(const jet::Error& error, const std::string& sent) {
+  runtime::Error translated = Translated(error, sent);
+  const bool noTable = dynamic_cast<const jet::NoSuchTable*>(&error) != nullptr;
+  if (!noTable && error.Code() != jet::ErrorCode::kSyntax) return translated;
+  runtime::Error numbered(noTable ? runtime::kNoSuchTable : runtime::kStatementRefused, translated.Description(), translated.Source());
+  return numbered.WithDiagnostics(translated.Diagnostics()).WithSent(sent);
+}
+
 bool IsOfTheRow(const runtime::Error& error) {
   static constexpr std::array kOfTheFile{
       jet::ErrorCode::kInUse,    jet::ErrorCode::kReadOnly, jet::ErrorCode::kDamaged,        jet::ErrorCode::kIo,

@@ -12,6 +12,10 @@ namespace tamlo::ado::jetprovider {
 /// opening: it came while a database was opened (a missing file is then no missing item).
 [[nodiscard]] runtime::Error Translated(const jet::Error& error, const std::string& sent = {}, bool opening = false);
 
+/// The same of a statement, whose own faults have numbers of their own: -2147217900 for one that does not read, -2147217865 for a table that is
+/// not there.
+[[nodiscard]] runtime::Error TranslatedOfStatement(const jet::Error& error, const std::string& sent);
+
 /// Runs a piece of work on the engine; what it raises comes out as runtime::Error.
 template <typename Work>
 decltype(auto) OnEngine(Work&& work, const std::string& sent = {}) {

@@ -335,8 +335,12 @@ void QueryRowset::SeeRollbacks() {
 void QueryRowset::KeepAgain(std::size_t position) {
   if (IsLive()) {
     members_.Gone(position, false);
-    return;
+  } else {
+    RefreshKept(position);
   }
+}
+
+void QueryRowset::RefreshKept(std::size_t position) {
   RowIds ids(ids_.size());
   members_.Ids(position, ids);
   auto row = AsInTable(ids, kept_.At(position));
@@ -356,6 +360,30 @@ std::optional<std::vector<Variant>> QueryRowset::AsInTable(const RowIds& ids, st
     }
   }
   return row;
+}
+
+bool QueryRowset::Refresh() {
+  SeeRollbacks();
+  ForgetPieces();
+  if (kind_ == Kind::kForward && !inserted_) throw AdoError(runtime::kOperationNotSupported);
+  return OnEngine([&] {
+    if (inserted_) {
+      const auto still = query_->HoldStill();
+      gone_ = !TakeAny();
+    } else if (IsLive()) {
+      gone_ = !(kind_ == Kind::kKeyset ? TakeMember(Place()) : TakeFound());
+    } else {
+      if (!updatable_) throw AdoError(runtime::kOperationNotSupported);
+      values_ = KeptRow();
+      const auto still = query_->HoldStill();
+      for (std::size_t source = 0; source < ids_.size() && !members_.IsGone(Place()); ++source) {
+        if (ids_[source] && (!SourceTable(source).table->Read(*ids_[source], row_) || !IsMeant(source)(row_))) members_.Gone(Place(), true);
+      }
+      gone_ = members_.IsGone(Place());
+      if (!gone_) RefreshKept(Place());
+    }
+    return standing_ = !gone_;
+  });
 }
 
 // ----- values

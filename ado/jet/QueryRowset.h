@@ -47,6 +47,13 @@ class QueryRowset final : public ProviderRowset, private UnreadCopy {
   [[nodiscard]] bool CanScroll() const override { return kind_ == Kind::kStatic || kind_ == Kind::kKeyset; }
   [[nodiscard]] std::size_t RowCount() override;
   bool MoveTo(std::size_t position) override;
+  /// The position of the current row of a cursor that scrolls.
+  [[nodiscard]] std::optional<std::size_t> Position() const override { return CanScroll() && next_ > 0 ? std::optional(next_ - 1) : std::nullopt; }
+  [[nodiscard]] std::uint64_t Rollbacks() const noexcept override { return connection_.Rollbacks(); }
+  /// A value as the field will hold it. Errors 3421 for one that its type cannot hold, -2147217887 for one that does not fit.
+  [[nodiscard]] Variant Converted(std::size_t field, const Variant& value) override;
+  /// Reads the current row anew; false when it is gone. Error 3251 where the cursor does not know the rows of its tables.
+  bool Refresh() override;
   [[nodiscard]] bool CanUpdate() const override { return updatable_; }
   void Insert(std::span<const Assignment> values) override;
   void Update(std::span<const Assignment> values) override;
@@ -91,6 +98,8 @@ class QueryRowset final : public ProviderRowset, private UnreadCopy {
   void SeeRollbacks();
   /// Of a row that this cursor has written itself in a transaction.
   void KeepAgain(std::size_t position);
+  /// A kept row as the tables have it now, or gone.
+  void RefreshKept(std::size_t position);
   void NoteTouched();
   /// That row with the columns as the tables have them; nothing when one of its rows is gone.
   [[nodiscard]] std::optional<std::vector<Variant>> AsInTable(const RowIds& ids, std::vector<Variant> row);

@@ -21,6 +21,11 @@ void QueryRowset::NoteTouched() {
   if (connection_.TransactionLevel() > 0) touched_.insert(Place());
 }
 
+Variant QueryRowset::Converted(std::size_t field, const Variant& value) {
+  const int source = query_->Columns()[field].source;
+  return source < 0 ? value : Writer(static_cast<std::size_t>(source)).Converted(columns_[field], value);
+}
+
 void QueryRowset::Insert(std::span<const Assignment> values) {
   if (ids_.size() != 1) throw AdoError(runtime::kOperationNotSupported, "la requête porte sur plusieurs tables");
   for (const Assignment& value : values) {

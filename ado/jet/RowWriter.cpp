@@ -3,15 +3,15 @@
 #include <algorithm>
 #include <deque>
 
+#include "ado/Errors.h"
 #include "ado/jet/JetErrors.h"
 #include "ado/jet/JetValues.h"
+#include "jet/ColumnValue.h"
 #include "jet/sql/Coercion.h"
 
 namespace tamlo::ado::jetprovider {
 
 namespace {
-
-constexpr std::int32_t kNotAssignable = -2147217887;
 
 class Pieces final : public jet::ChunkSource {
  public:
@@ -24,12 +24,12 @@ class Pieces final : public jet::ChunkSource {
 
 // A row that is gone is no item that a collection lacks.
 template <typename Work>
-void OnRow(Work work, const bool* changed = nullptr) {
+void OnRow(const JetConnection& connection, Work work, const bool* changed = nullptr) {
   try {
     work();
   } catch (const jet::Error& error) {
     if (error.Code() != jet::ErrorCode::kNotFound) throw;
-    throw runtime::Error(runtime::kProviderFailure,
+    throw runtime::Error(connection.GeneralNumbers() ? runtime::kProviderFailure : runtime::kChangedByAnother,
                          changed != nullptr && *changed
                              ? "La ligne ne peut pas être trouvée pour la mise à jour : certaines de ses valeurs ont changé depuis la "
                                "dernière lecture."
@@ -39,9 +39,20 @@ void OnRow(Work work, const bool* changed = nullptr) {
 }
 
 // A row keeps the number that it got.
-void RequireNoCounter(const jet::sql::ColumnInfo& column) {
+void RequireNoCounter(const JetConnection& connection, const jet::sql::ColumnInfo& column) {
   if (!column.type.autoNumber) return;
-  throw runtime::Error(kNotAssignable, "Le compteur d'une ligne existante ne peut pas être changé : " + column.name, "Microsoft JET Database Engine");
+  throw runtime::Error(connection.GeneralNumbers() ? runtime::kProviderFailure : runtime::kValueRefused, "Le compteur d'une ligne existante ne peut pas être changé : " + column.name, "Microsoft JET Database Engine");
+}
+
+// A number or a date that reads as one, so that it was refused for its size.
+bool IsOutside(const jet::Value& given, const jet::sql::TypeInfo& column, const jet::sql::TextSettings& settings) {
+  if (!jet::sql::IsNumber(column.type) && column.type != jet::ColumnType::kDate) return false;
+  try {
+    const jet::Value value = jet::sql::Coerced(given, column, settings);
+    return value.Type() != jet::ValueType::kText && value.Type() != jet::ValueType::kBytes && value.Type() != jet::ValueType::kGuid;
+  } catch (const jet::Error&) {
+    return false;
+  }
 }
 
 bool IsLongColumn(jet::ColumnType type) { return type == jet::ColumnType::kMemo || type == jet::ColumnType::kOle; }
@@ -125,7 +136,7 @@ void RowWriter::Update(jet::RowId id, std::span<const Assignment> values, const 
   OnEngine([&] {
     jet::sql::RequireWritable(*table_);
     connection_.BeforeChange(table_.get());
-    for (const Assignment& value : values) RequireNoCounter(table_->columns[columns[value.field]]);
+    for (const Assignment& value : values) RequireNoCounter(connection_, table_->columns[columns[value.field]]);
     const Prepared prepared(*this, values, columns);
     bool changed = false;
     const auto isStill = [&](jet::Row& row) {
@@ -133,7 +144,7 @@ void RowWriter::Update(jet::RowId id, std::span<const Assignment> values, const 
       changed = !isUnchanged(row);
       return !changed;
     };
-    OnRow([&] { table_->table->Update(id, prepared.list, isStill); }, &changed);
+    OnRow(connection_, [&] { table_->table->Update(id, prepared.list, isStill); }, &changed);
     session_.RowsChanged();
   });
 }
@@ -143,9 +154,23 @@ void RowWriter::Delete(jet::RowId id, const jet::Table::RowTest& isMeant) {
   OnEngine([&] {
     jet::sql::RequireWritable(*table_);
     connection_.BeforeChange(table_.get());
-    OnRow([&] { table_->table->Delete(id, isMeant); });
+    OnRow(connection_, [&] { table_->table->Delete(id, isMeant); });
     session_.RowsChanged();
   });
+}
+
+Variant RowWriter::Converted(std::size_t column, const Variant& value) const {
+  // Of a long text or long bytes nothing is to be said before they are written.
+  if (connection_.GeneralNumbers() || value.IsNull() || value.IsEmpty() || (IsLongColumn(table_->columns[column].type.type) && (value.IsText() || value.Is<runtime::Bytes>())))
+    return value;
+  const jet::Value given = ToValue(value);
+  try {
+    return ToVariant(jet::ColumnValue(*table_->table, column, jet::sql::Coerced(given, table_->columns[column].type, session_.Settings())));
+  } catch (const jet::Error& error) {
+    const bool isReadable = error.Code() == jet::ErrorCode::kValueTooLong || IsOutside(given, table_->columns[column].type, session_.Settings());
+    if (error.Code() != jet::ErrorCode::kTypeMismatch && error.Code() != jet::ErrorCode::kValueTooLong) throw Translated(error);
+    throw AdoError(isReadable ? runtime::kValueRefused : runtime::kDataConversion, table_->columns[column].name);
+  }
 }
 
 std::vector<std::size_t> RowWriter::KeyColumns() const {

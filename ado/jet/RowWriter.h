@@ -26,6 +26,9 @@ class RowWriter {
   void Update(jet::RowId id, std::span<const Assignment> values, const std::vector<std::size_t>& columns, const jet::Table::RowTest& isMeant,
               const jet::Table::RowTest& isUnchanged);
   void Delete(jet::RowId id, const jet::Table::RowTest& isMeant);
+  /// A value as that column of the table will hold it; as it is under GeneralNumbers. Errors 3421 for one that its type cannot hold,
+  /// -2147217887 for one that does not fit.
+  [[nodiscard]] Variant Converted(std::size_t column, const Variant& value) const;
   /// The columns of the primary key, by their positions in the table; empty when there is none.
   [[nodiscard]] std::vector<std::size_t> KeyColumns() const;
 

@@ -176,6 +176,18 @@ bool TableRowset::Take(jet::RowId id) {
   return true;
 }
 
+bool TableRowset::Refresh() {
+  SeeRollbacks();
+  return OnEngine([&] {
+    jet::sql::RequireCurrent(*table_);
+    const jet::Database::ReadScope scope(*table_->database);
+    const jet::Table::RowTest isStillRead = IsStillRead();
+    const bool found = id_ && table_->table->Read(*id_, row_) && (!isStillRead || isStillRead(row_)) && Take(*id_);
+    if (!found) id_.reset();
+    return found;
+  });
+}
+
 Variant TableRowset::Value(std::size_t field) {
   SeeRollbacks();
   if (!IsLong(table_->columns[field])) return values_[field];

@@ -26,6 +26,9 @@ class TableRowset final : public ProviderRowset {
   bool MoveNext() override;
   [[nodiscard]] Variant Value(std::size_t field) override;
   std::size_t ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity) override;
+  /// As those of QueryRowset.
+  [[nodiscard]] Variant Converted(std::size_t field, const Variant& value) override { return writer_.Converted(field, value); }
+  bool Refresh() override;
   [[nodiscard]] bool CanUpdate() const override { return !table_->database->ReadOnly(); }
   void Insert(std::span<const Assignment> values) override;
   void Update(std::span<const Assignment> values) override;

@@ -25,7 +25,7 @@ TableTarget Translator::ParseTarget(const char* what) {
 TablePointer Translator::NeedTable(const TableTarget& target, const Token& at) {
   TablePointer table = schema_.FindTable(target.name, target.file);
   if (table == nullptr)
-    throw Error(ErrorCode::kNotFound, "no table \"" + target.name + "\" (at character " + std::to_string(at.position) + ")");
+    throw NoSuchTable("no table \"" + target.name + "\" (at character " + std::to_string(at.position) + ")");
   return table;
 }
 

@@ -563,7 +563,7 @@ std::string Translator::AddTable(Scope& scope, const std::string& name, const st
   TablePointer table = schema_.FindTable(name, file);
   if (table == nullptr) {
     const std::optional<std::string> query = file.empty() ? schema_.FindQuery(name) : std::nullopt;
-    if (!query) throw Error(ErrorCode::kNotFound, "no table or query \"" + name + "\" (at character " + std::to_string(at.position) + ")");
+    if (!query) throw NoSuchTable("no table or query \"" + name + "\" (at character " + std::to_string(at.position) + ")");
     const SelectPlan plan = StoredQuery(name, *query, at);
     const std::string alias = ParseAlias();
     return AddQuery(scope, plan, alias.empty() ? name : alias);

@@ -204,4 +204,28 @@ TEST_F(JetCatalogTest, AnUnknownTypeIsRefused) {
   EXPECT_EQ(catalog.Find("T"), nullptr);
 }
 
+TEST_F(JetCatalogTest, DefaultsOfAppendedColumnsAreThoseOfNewRows) {
+  Catalog catalog(connection);
+  Table table("D");
+  table.AppendColumn(Made("Id", adInteger));
+  Column number = Made("N", adInteger);
+  number.properties.Set("Default", "7");
+  table.AppendColumn(number);
+  catalog.Append(table);
+  Column text = Made("T", adVarWChar, 20);
+  text.properties.Set("Default", "\"l'autre\"");
+  catalog.Tables("D").AppendColumn(text);
+  connection.Execute("INSERT INTO D (Id) VALUES (1)");
+  Recordset rows;
+  rows.Open("D", &connection, adOpenKeyset, adLockOptimistic, adCmdTableDirect);
+  rows.AddNew();
+  rows.Fields("Id").Value(std::int32_t{2});
+  rows.Update();
+  rows.Close();
+  EXPECT_EQ(Rows("SELECT * FROM D ORDER BY Id"), "1|7|l'autre; 2|7|l'autre");
+  Catalog again(connection);
+  EXPECT_EQ(TextOf(again.Tables("D").ColumnNamed("N").properties.Item("Default")), "7");
+  EXPECT_EQ(TextOf(again.Tables("D").ColumnNamed("T").properties.Item("Default")), "\"l'autre\"");
+}
+
 }  // namespace

@@ -125,7 +125,7 @@ TEST_F(JetRecordset, RowsDeletedMeanwhileAreSkippedByADynamicCursor) {
   EXPECT_EQ(TextOf(rows.Fields("Nom").Value()), "ZOLA");
 }
 
-TEST_F(JetRecordset, ARowDeletedByAnotherIsAFailureOfTheProvider) {
+TEST_F(JetRecordset, ARowDeletedByAnotherIsToldAsOne) {
   for (const int option : {1, 2}) {
     const std::string source = option == 1 ? "Utl" : "SELECT * FROM Utl ORDER BY IdUtl";
     auto rows = Opened(source, option);
@@ -133,10 +133,10 @@ TEST_F(JetRecordset, ARowDeletedByAnotherIsAFailureOfTheProvider) {
     rows.Fields("Nom").Value("changé");
     auto other = Opened(source, option);
     other.Delete();
-    EXPECT_EQ(IgnoringErrors([&] { rows.Update(); }).number, runtime::kProviderFailure);
+    EXPECT_EQ(IgnoringErrors([&] { rows.Update(); }).number, -2147217864);
     EXPECT_EQ(rows.EditMode(), ado::adEditInProgress);
     rows.CancelUpdate();
-    EXPECT_EQ(IgnoringErrors([&] { rows.Delete(); }).number, runtime::kProviderFailure);
+    EXPECT_EQ(IgnoringErrors([&] { rows.Delete(); }).number, -2147217864);
     rows.MoveNext();
     EXPECT_FALSE(rows.Eof());
   }
@@ -155,7 +155,7 @@ TEST_F(JetRecordset, AnothersChangeOfTheSameColumnIsNotOverwritten) {
         connection.Execute(std::string("UPDATE Utl SET ") + field + "='" + theirs + "' WHERE IdUtl=1");
         rows.Fields(field).Value("le mien");
         const auto failure = IgnoringErrors([&] { rows.Update(); });
-        EXPECT_EQ(failure.number, runtime::kProviderFailure) << source << " " << field << " " << theirs;
+        EXPECT_EQ(failure.number, -2147217864) << source << " " << field << " " << theirs;
         EXPECT_EQ(
             failure.description,
             "La ligne ne peut pas être trouvée pour la mise à jour : certaines de ses valeurs ont changé depuis la dernière lecture.");
@@ -199,9 +199,9 @@ TEST_F(JetRecordset, ANewRowInThePlaceOfADeletedOneIsNotTakenForIt) {
       other.Fields("Nom").Value("deux");
       other.Update();
       rows.Fields("Nom").Value("perdu");
-      EXPECT_EQ(IgnoringErrors([&] { rows.Update(); }).number, runtime::kProviderFailure);
+      EXPECT_EQ(IgnoringErrors([&] { rows.Update(); }).number, -2147217864);
       rows.CancelUpdate();
-      EXPECT_EQ(IgnoringErrors([&] { rows.Delete(); }).number, runtime::kProviderFailure);
+      EXPECT_EQ(IgnoringErrors([&] { rows.Delete(); }).number, -2147217864);
       EXPECT_EQ(Rows("SELECT * FROM Seul"), "2|deux");
       rows.Close();
       other.Close();
@@ -254,8 +254,8 @@ TEST_F(JetRecordset, TableDirectSeeksByItsIndex) {
   EXPECT_EQ(IgnoringErrors([&] { rows.Index("Nothing"); }).number, runtime::kItemNotFound);
 }
 
-TEST_F(JetRecordset, TableDirectOfANameThatIsNoTableIs3265) {
-  EXPECT_EQ(IgnoringErrors([&] { Opened("NOTHING", 1); }).number, runtime::kItemNotFound);
+TEST_F(JetRecordset, TableDirectOfANameThatIsNoTableIsRefused) {
+  EXPECT_EQ(IgnoringErrors([&] { Opened("NOTHING", 1); }).number, runtime::kNoSuchTable);
 }
 
 TEST_F(JetRecordset, CountersShowThemselves) {
@@ -501,7 +501,7 @@ TEST_F(JetRecordset, ErrorsCarryNumberTextAndStatement) {
     connection.Execute("SELECT * FROM Utl WHERE");
     FAIL();
   } catch (const runtime::Error& error) {
-    EXPECT_EQ(error.Number(), runtime::kProviderFailure);
+    EXPECT_EQ(error.Number(), runtime::kStatementRefused);
     EXPECT_EQ(error.Description().rfind("Erreur de syntaxe dans l'instruction SQL : ", 0), 0U) << error.Description();
     EXPECT_NE(error.Description().find("(at character 24)"), std::string::npos) << error.Description();
     EXPECT_EQ(error.Sent(), "SELECT * FROM Utl WHERE");

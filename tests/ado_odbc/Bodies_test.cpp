@@ -32,7 +32,7 @@ TEST_P(Bodies, AProcedureAnEventAndABlockOfSeveralStatementsRun) {
 }
 
 TEST_P(Bodies, AFailingStatementInsideIsTold) {
-  EXPECT_EQ(ErrorOf([&] { Execute("CREATE TRIGGER tr BEFORE INSERT ON t FOR EACH ROW BEGIN SET NEW.b = 1; SET NEW.a = 2; END"); }), -2147467259);
+  EXPECT_EQ(ErrorOf([&] { Execute("CREATE TRIGGER tr BEFORE INSERT ON t FOR EACH ROW BEGIN SET NEW.b = 1; SET NEW.a = 2; END"); }), -2147217900);
   EXPECT_EQ(ErrorOf([&] { Execute("BEGIN NOT ATOMIC INSERT INTO t VALUES (5, 'b'); INSERT INTO t VALUES (5, 'c'); END"); }), 3022);
   EXPECT_EQ(Count("t"), 1);
 }

@@ -82,9 +82,9 @@ class Procedures : public OdbcTest {
     Execute("CREATE TABLE art (code VARCHAR(10) NOT NULL PRIMARY KEY, qte INTEGER)");
     Execute("INSERT INTO art VALUES ('A', 1), ('B', 2), ('C', 3)");
     if (GetParam() == "MariaDB") {
-      Execute("CREATE PROCEDURE lues(least INTEGER) SELECT code FROM art WHERE qte >= least ORDER BY code");
+      Execute("CREATE PROCEDURE lues(moins INTEGER) SELECT code FROM art WHERE qte >= moins ORDER BY code");
     } else {
-      Execute("CREATE FUNCTION lues(least INTEGER) RETURNS SETOF VARCHAR AS 'SELECT code FROM art WHERE qte >= $1 ORDER BY code' LANGUAGE SQL");
+      Execute("CREATE FUNCTION lues(moins INTEGER) RETURNS SETOF VARCHAR AS 'SELECT code FROM art WHERE qte >= $1 ORDER BY code' LANGUAGE SQL");
     }
     command.ActiveConnection(&connection);
     command.CommandType(ado::adCmdStoredProc);

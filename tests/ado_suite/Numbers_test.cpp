@@ -78,14 +78,15 @@ TEST_P(Numbers, AreGeneralWhereAProgramAsksForIt) {
   ado::Connection other;
   other.GeneralNumbers(true);
   source.Connect(other);
-  EXPECT_EQ(ErrorOf([&] { other.Execute("SELECT * FROM ABSENTE"); }), -2147467259);
+  const bool access = source.Name() == "Access";
+  EXPECT_EQ(ErrorOf([&] { other.Execute("SELECT * FROM ABSENTE"); }), access ? 3265 : -2147467259);
   EXPECT_EQ(ErrorOf([&] { other.Execute("SELEKT 1"); }), -2147467259);
   EXPECT_EQ(ErrorOf([&] { other.Execute("INSERT INTO ART (CODE) VALUES ('A1')"); }), 3022);
   ado::Recordset rows;
   rows.Open("SELECT * FROM ART ORDER BY CODE", &other, ado::adOpenDynamic, ado::adLockOptimistic, -1);
   (void)rows.Eof();
   rows.Fields("QTE").Value("abc");
-  EXPECT_EQ(ErrorOf([&] { rows.Update(); }), 13) << "values are judged when they are written";
+  EXPECT_EQ(ErrorOf([&] { rows.Update(); }), access ? -2147467259 : 13) << "values are judged when they are written";
   rows.CancelUpdate();
   connection.Execute("DELETE FROM ART WHERE CODE = 'A1'");
   EXPECT_EQ(ErrorOf([&] { rows.Delete(); }), -2147467259);
@@ -110,7 +111,7 @@ TEST_P(Numbers, OfRowsThatAnotherHasChanged) {
   twice.CancelUpdate();
 }
 
-INSTANTIATE_TEST_SUITE_P(Suite, Numbers, ::testing::Values("SQLite", "MariaDB", "PostgreSQL"), NameOf);
+INSTANTIATE_TEST_SUITE_P(Suite, Numbers, ::testing::Values("Access", "SQLite", "MariaDB", "PostgreSQL"), NameOf);
 
 }  // namespace
 }  // namespace tamlo::tests

@@ -309,7 +309,7 @@ TEST_P(Scroll, ClientCursorsKeepTheirRows) {
   EXPECT_EQ(unread.RecordCount(), 5);
 }
 
-INSTANTIATE_TEST_SUITE_P(Suite, Scroll, ::testing::Values("SQLite", "MariaDB", "PostgreSQL"), NameOf);
+INSTANTIATE_TEST_SUITE_P(Suite, Scroll, ::testing::Values("Access", "SQLite", "MariaDB", "PostgreSQL"), NameOf);
 
 }  // namespace
 }  // namespace tamlo::tests

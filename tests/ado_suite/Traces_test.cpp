@@ -252,7 +252,7 @@ TEST_P(Traces, AreThoseOfTheModel) {
   for (std::uint32_t seed = 1; seed <= 100 && !HasFatalFailure(); ++seed) Run(seed);
 }
 
-INSTANTIATE_TEST_SUITE_P(Suite, Traces, ::testing::Values("SQLite", "MariaDB", "PostgreSQL"), NameOf);
+INSTANTIATE_TEST_SUITE_P(Suite, Traces, ::testing::Values("Access", "SQLite", "MariaDB", "PostgreSQL"), NameOf);
 
 }  // namespace
 }  // namespace tamlo::tests

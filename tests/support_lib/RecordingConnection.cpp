@@ -88,14 +88,14 @@ class RecordingRowset final : public ado::ProviderRowset {
     if (!index_ || option != ado::adSeekFirstEQ) throw ado::AdoError(runtime::kOperationNotSupported);
     for (row_ = 0; row_ < rows_.size(); ++row_) {
       bool same = true;
-      for (std::size_t i = 0; i < key.size() && same; ++i) same = Value(Position(index_->columns.at(i).name)) == key[i];
+      for (std::size_t i = 0; i < key.size() && same; ++i) same = Value(FieldNamed(index_->columns.at(i).name)) == key[i];
       if (same) return true;
     }
     return false;
   }
 
  private:
-  std::size_t Position(const std::string& name) const {
+  std::size_t FieldNamed(const std::string& name) const {
     const std::string upper = runtime::UpperCase(name);
     const auto found =
         std::find_if(fields_.begin(), fields_.end(), [&](const auto& field) { return runtime::UpperCase(field.name) == upper; });
