@@ -42,7 +42,7 @@ RowsetRequest RequestOf(const Command& command, CursorType cursor, LockType lock
 }
 
 RecordsetState& OpenState(const std::unique_ptr<RecordsetState>& state) {
-  if (!state || !state->rowset) throw AdoError(runtime::kObjectClosed);
+  if (!state || !state->IsOpen()) throw AdoError(runtime::kObjectClosed);
   return *state;
 }
 
@@ -105,22 +105,68 @@ void Recordset::OpenCounting(const Command& command, std::int64_t& affected) {
   Open(command.ActiveConnection(), std::move(request));
 }
 
+void Recordset::Open() {
+  if (IsOpen()) throw AdoError(runtime::kObjectOpen);
+  if (made_.empty()) throw AdoError(runtime::kConnectionInvalid);
+  Take(std::make_unique<RecordsetState>(made_));
+}
+
+void Recordset::AppendField(const std::string& name, DataType type, std::int64_t definedSize, std::int16_t precision, std::int16_t numericScale) {
+  if (IsOpen()) throw AdoError(runtime::kIllegalOperation);
+  const std::string upper = runtime::UpperCase(name);
+  for (const FieldInfo& field : made_) {
+    if (runtime::UpperCase(field.name) == upper) throw AdoError(runtime::kItemInCollection, name);
+  }
+  made_.push_back({name, type, definedSize, precision, numericScale, true, false});
+}
+
 void Recordset::Open(Connection* connection, RowsetRequest request) {
   if (IsOpen()) throw AdoError(runtime::kObjectOpen);
+  if (connection == nullptr && given_) connection = given_->owner;
   if (connection == nullptr || !connection->IsOpen()) throw AdoError(runtime::kConnectionInvalid);
-  // Changes that wait for one call that saves them all are not there: saving each at once would be something else.
-  if (request.lock == adLockBatchOptimistic) throw AdoError(runtime::kOperationNotSupported);
   const auto& owner = connection->state_;
-  request.location = owner->cursorLocation;
+  request.location = location_.value_or(owner->cursorLocation);
   request.anotherWay = anotherWay_;
   if (request.cursor == adOpenUnspecified) request.cursor = adOpenForwardOnly;
   if (request.options == adCmdUnknown) request.options = adOptionUnspecified;
   auto opened = std::make_unique<RecordsetState>(owner, std::move(request));
-  if (!opened->rowset) return;
+  if (!opened->IsOpen()) return;
   opened->ReadWhereEager();
+  Take(std::move(opened));
+}
+
+void Recordset::Take(std::unique_ptr<RecordsetState> opened) {
   // What was given out of an earlier opening goes on with this one.
   if (state_) opened->TakeFields(*state_);
   state_ = std::move(opened);
+}
+
+Recordset Recordset::Clone(LockType lock) const {
+  auto& state = OpenState(state_);
+  if (!state.scrolls) throw AdoError(runtime::kOperationNotSupported);
+  if (lock != adLockUnspecified && lock != adLockReadOnly) throw AdoError(runtime::kBadArguments);
+  Recordset clone;
+  clone.state_ = std::make_unique<RecordsetState>(state, lock);
+  return clone;
+}
+
+void Recordset::ActiveConnection(Connection* connection) {
+  auto wanted = connection != nullptr ? connection->state_ : nullptr;
+  if (IsOpen()) {
+    state_->Connect(std::move(wanted));
+  } else {
+    given_ = std::move(wanted);
+  }
+}
+
+Connection* Recordset::ActiveConnection() const noexcept {
+  const auto& owner = IsOpen() ? state_->connection : given_;
+  return owner ? owner->owner : nullptr;
+}
+
+void Recordset::CursorLocation(ado::CursorLocation location) {
+  if (IsOpen()) throw AdoError(runtime::kObjectOpen);
+  location_ = location;
 }
 
 void Recordset::ReadsByAnotherWay(bool yes) {
@@ -134,7 +180,7 @@ void Recordset::Close() {
   state.Close();
 }
 
-bool Recordset::IsOpen() const noexcept { return state_ && state_->rowset; }
+bool Recordset::IsOpen() const noexcept { return state_ && state_->IsOpen(); }
 
 bool Recordset::Eof() const {
   auto& state = OpenState(state_);
@@ -192,22 +238,22 @@ void Recordset::CancelUpdate() { OpenState(state_).CancelUpdate(); }
 void Recordset::Delete() { OpenState(state_).Delete(); }
 EditMode Recordset::EditMode() const { return OpenState(state_).edit; }
 
-bool Recordset::CanSeek() const { return OpenState(state_).rowset->CanSeek(); }
+bool Recordset::CanSeek() const { return OpenState(state_).Rowset().CanSeek(); }
 
 void Recordset::Index(const std::string& name) {
   auto& state = OpenState(state_);
-  if (!state.rowset->CanSeek()) throw AdoError(runtime::kOperationNotSupported);
+  if (!state.Rowset().CanSeek()) throw AdoError(runtime::kOperationNotSupported);
   state.Update();
-  if (!state.rowset->UseIndex(name)) throw AdoError(runtime::kItemNotFound, name);
+  if (!state.Rowset().UseIndex(name)) throw AdoError(runtime::kItemNotFound, name);
   state.position = RecordsetState::Position::kUnread;
 }
 
 void Recordset::Seek(std::span<const Variant> key, SeekOption option) {
   auto& state = OpenState(state_);
-  if (!state.rowset->CanSeek()) throw AdoError(runtime::kOperationNotSupported);
+  if (!state.Rowset().CanSeek()) throw AdoError(runtime::kOperationNotSupported);
   state.Update();
   state.atInserted = false;
-  const bool found = state.rowset->Seek(key, option);
+  const bool found = state.Rowset().Seek(key, option);
   state.position = found ? RecordsetState::Position::kOnRow : RecordsetState::Position::kAtEnd;
   state.empty = false;
 }
@@ -231,19 +277,19 @@ void Recordset::Find(const std::string& criterion, std::int64_t skip, SearchDire
   while (state.position == Position::kOnRow && !wanted.Matches(field.Value(), field.Type())) step();
 }
 
-void Recordset::Filter(const std::string& criteria) { OpenState(state_).Filter(criteria); }
+void Recordset::Filter(const std::string& criteria) { OpenState(state_).Filter(criteria, adFilterNone); }
+void Recordset::Filter(FilterGroup group) { OpenState(state_).Filter({}, group); }
 const std::string& Recordset::Filter() const { return OpenState(state_).filter; }
 void Recordset::Sort(const std::string& fields) { OpenState(state_).Sort(fields); }
 const std::string& Recordset::Sort() const { return OpenState(state_).sort; }
 void Recordset::Requery() { OpenState(state_).Requery(); }
 
-void Recordset::Resync() {
-  auto& state = OpenState(state_);
-  state.CancelUpdate();
-  state.RequireRow();
-  if (state.rowset->Refresh()) return;
-  state.LoseRow();
-  throw AdoError(runtime::kNoCurrentRecord);
+void Recordset::UpdateBatch() { OpenState(state_).UpdateBatch(); }
+void Recordset::CancelBatch() { OpenState(state_).CancelBatch(); }
+RecordStatus Recordset::Status() const { return OpenState(state_).Status(); }
+
+void Recordset::Resync(ResyncValues values) {
+  if (!OpenState(state_).Refresh(values == adResyncUnderlyingValues)) throw AdoError(runtime::kNoCurrentRecord);
 }
 
 std::vector<std::vector<Variant>> Recordset::GetRows(std::int64_t rows) {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -14,6 +15,7 @@
 namespace tamlo::ado {
 
 struct RecordsetState;
+struct FieldInfo;
 struct RowsetRequest;
 
 /// One column of a recordset, and its value in the current row. Lives as long as its recordset (until another is assigned to that), also when it
@@ -59,7 +61,8 @@ class Field {
 
 /// Rows of a query or table with a current row. Created closed. Errors: 3704 on a closed recordset, 3705 opening an open one,
 /// 3709 without a usable connection, 3021 without a current row, 3265 for an unknown field, 3251 for what the cursor cannot do,
-/// 3421 and -2147217887 for values that a field does not hold, else the provider's. After an error of Update the edit is still pending: values may be changed and Update called again, or CancelUpdate.
+/// 3421 and -2147217887 for values that a field does not hold, else the provider's. After an error of Update the edit is still pending: values
+/// may be changed and Update called again, or CancelUpdate.
 class Recordset {
  public:
   Recordset() noexcept;
@@ -69,15 +72,33 @@ class Recordset {
 
   /// source is a statement, or the name of a table alone. Prepares and describes it; the query is executed when the first row is asked for, that of a
   /// static recordset at once, and its rows are then those of that moment; so is that of a keyset on the client's side, and of a dynamic one
-  /// there that cannot be written. A statement that gives no rows is run, and the recordset stays closed.
+  /// there that cannot be written. A statement that gives no rows is run, and the recordset stays closed. With adLockBatchOptimistic it is static
+  /// whatever cursor says, and what Update, Delete and AddNew change waits for UpdateBatch. Without a connection that of ActiveConnection.
   void Open(const std::string& source, Connection* connection, CursorType cursor, LockType lock, std::int32_t options);
   /// For a check of what was read: the recordsets opened from now on read each value alone instead of in blocks, as a text that the backend
   /// itself makes of it where the provider knows how to ask (ODBC: MySQL, PostgreSQL, SQLite). The values are the same, the way is another
   /// one, and slower. Other providers read as ever. To be said before Open; error 3705 on an open recordset.
   void ReadsByAnotherWay(bool yes);
-  /// adLockBatchOptimistic is error 3251: there is no UpdateBatch.
   /// The rows that a command gives, with its parameters, on its connection.
   void Open(const Command& command, CursorType cursor, LockType lock);
+  /// Opens a recordset of the fields that AppendField has made, without rows and without a connection; UpdateBatch takes its changes as rows.
+  /// Error 3709 without such fields.
+  void Open();
+  /// Makes a field of a recordset without a connection; precision and scale of adNumeric (0: any). Values are turned into the type when they are
+  /// assigned. Error 3367 for a name that is there, 3219 on an open recordset.
+  void AppendField(const std::string& name, DataType type, std::int64_t definedSize = 0, std::int16_t precision = 0, std::int16_t numericScale = 0);
+  /// Null takes an open recordset off its connection: it keeps its rows, and changes wait for UpdateBatch on the connection that it is given
+  /// later. Error 3251 for one that does not scroll; 3219 while an edit is pending, while it has clones, and from one connection to another;
+  /// 3709 for a closed connection. Of a closed recordset it is the connection of the next Open that is given none.
+  void ActiveConnection(Connection* connection);
+  /// Null without one, or when it is gone.
+  [[nodiscard]] Connection* ActiveConnection() const noexcept;
+  /// Where the cursor of the next Open lives, else where the connection says. Error 3705 when open.
+  void CursorLocation(ado::CursorLocation location);
+  /// Another recordset over the same rows, standing on the first one, with a place, filter and order of its own; what one changes, adds or deletes
+  /// the other shows. Bookmarks lead to the same row in both. It stays open when this one is closed; Requery parts them. lock may be
+  /// adLockReadOnly (else error 3001). Error 3251 for one that does not scroll.
+  [[nodiscard]] Recordset Clone(LockType lock = adLockUnspecified) const;
   /// Error 3704 when closed already, 3219 while an edit is pending, and nothing is closed then. (The destructor gives it up.)
   void Close();
   [[nodiscard]] bool IsOpen() const noexcept;
@@ -139,16 +160,30 @@ class Recordset {
   /// Rows that are added stay in sight. Error 3001 for a text that does not read so, 3265 for an unknown field, 3251 for cursors that do not
   /// scroll; what is shown is then as before.
   void Filter(const std::string& criteria);
+  /// Shows the rows that wait for UpdateBatch, or those of them that it could not save; adFilterNone shows all. Error 3251 where none wait.
+  void Filter(FilterGroup group);
   [[nodiscard]] const std::string& Filter() const;
   /// Shows the rows in the order of fields, "NOM, [QTE] DESC"; a blank text in their own. Stands on the first one. Nulls come first, texts go
   /// without regard to case. Errors as of Filter.
   void Sort(const std::string& fields);
   [[nodiscard]] const std::string& Sort() const;
   /// Runs the query again, with its parameters, as Open did; a pending edit is saved first. Filter and Sort hold on. When it fails the
-  /// recordset is closed.
+  /// recordset is closed. Error 3219 while changes wait, and without a connection.
   void Requery();
-  /// Reads the current row anew from the backend. Error 3251 for cursors that cannot, 3021 when the row is gone.
-  void Resync();
+  /// Reads the current row anew from the backend; a change of it that waits for UpdateBatch is given up, or stays (adResyncUnderlyingValues) and
+  /// is compared with what was read now. Error 3251 for cursors that cannot, 3021 when the row is gone.
+  void Resync(ResyncValues values = adResyncAllValues);
+
+  /// Saves the changes that wait, row by row in their order. Those that are refused go on waiting with their Status, except that a deleted row is
+  /// there again; all others are saved, and the first refusal is raised behind their number: -2147217864 for a row that another has changed or
+  /// deleted. (Without a provider's rows below, a row is found by all values that were read of it.) Error 3251 where none wait, 3709 without a
+  /// connection.
+  void UpdateBatch();
+  /// Gives up the changes that wait, and the pending edit: deleted rows are back, new ones gone.
+  void CancelBatch();
+  /// Of the current row: adRecUnmodified, adRecNew, adRecModified, adRecDeleted (a deletion that was refused), with adRecConcurrencyViolation or
+  /// adRecIntegrityViolation when UpdateBatch could not save it.
+  [[nodiscard]] RecordStatus Status() const;
 
   /// The next rows, at most so many, each with its values in the order of the fields; the recordset then stands behind them. Below 0: all.
   [[nodiscard]] std::vector<std::vector<Variant>> GetRows(std::int64_t rows = -1);
@@ -162,7 +197,11 @@ class Recordset {
   void OpenCounting(const std::string& source, Connection& connection, std::int32_t options, std::int64_t& affected);
   void OpenCounting(const Command& command, std::int64_t& affected);
   void Open(Connection* connection, RowsetRequest request);
+  void Take(std::unique_ptr<RecordsetState> opened);
   std::unique_ptr<RecordsetState> state_;
+  std::vector<FieldInfo> made_;             // of a recordset without a connection
+  std::shared_ptr<ConnectionState> given_;  // of a closed one
+  std::optional<ado::CursorLocation> location_;
   bool anotherWay_ = false;
 };
 

@@ -59,9 +59,10 @@ std::vector<SortField> ReadSort(std::string_view text, const RecordsetState& sta
 
 bool RecordsetState::StandOn(std::size_t place) {
   const std::size_t row = PositionOf(place);
-  if (gone.contains(row)) return false;
-  if (rowset->MoveTo(row)) return true;
-  gone.insert(row);
+  if (rows->gone.contains(row)) return false;
+  rows->user = this;
+  if (Rowset().MoveTo(row)) return true;
+  rows->gone.insert(row);
   return false;
 }
 
@@ -97,7 +98,7 @@ bool RecordsetState::Backward(std::size_t place) {
 }
 
 void RecordsetState::FindOrdinal() {
-  if (const auto told = rowset->Position()) {
+  if (const auto told = Rowset().Position()) {
     ordinal = *told;
   } else {
     (void)Forward(0);
@@ -106,12 +107,15 @@ void RecordsetState::FindOrdinal() {
 
 std::size_t RecordsetState::Ordinal() {
   // Deleted before any row was read, it may have no place of its own: then it stands behind the last one.
-  if (std::exchange(atInserted, false) && !view) ordinal = rowset->RowCount() - (position == Position::kDeleted ? 0 : 1);
+  if (std::exchange(atInserted, false) && !view) ordinal = Rowset().RowCount() - (position == Position::kDeleted ? 0 : 1);
   return ordinal;
 }
 
 void RecordsetState::SeeRollbacks() {
-  if (std::exchange(rollbacks, rowset->Rollbacks()) != rollbacks) gone.clear();
+  const std::uint64_t now = Rowset().Rollbacks();
+  if (now == rows->rollbacks) return;
+  rows->rollbacks = now;
+  rows->gone.clear();
 }
 
 void RecordsetState::RequireScroll() {
@@ -139,12 +143,12 @@ void RecordsetState::MovePrevious() {
   (void)Backward(position == Position::kAtEnd ? Shown() : Ordinal());
 }
 
-void RecordsetState::Move(std::int64_t rows, const Variant& start) {
+void RecordsetState::Move(std::int64_t steps, const Variant& start) {
   const bool fromHere = start.IsEmpty() || start.IsNull();
   if (!scrolls) {
-    if (!fromHere || rows < 0) throw AdoError(runtime::kOperationNotSupported);
-    if (rows == 0) Update();
-    for (; rows > 0; --rows) {
+    if (!fromHere || steps < 0) throw AdoError(runtime::kOperationNotSupported);
+    if (steps == 0) Update();
+    for (; steps > 0; --steps) {
       MoveNext();
       if (position == Position::kAtEnd) return;
     }
@@ -153,20 +157,20 @@ void RecordsetState::Move(std::int64_t rows, const Variant& start) {
   RequireScroll();
   Update();
   if (!fromHere) Bookmark(start);
-  if (rows == 0) return;
-  const bool atThatEnd = rows > 0 ? position == Position::kAtEnd : position == Position::kBefore;
+  if (steps == 0) return;
+  const bool atThatEnd = steps > 0 ? position == Position::kAtEnd : position == Position::kBefore;
   if (empty || atThatEnd) throw AdoError(runtime::kNoCurrentRecord);
-  const bool up = rows > 0;
+  const bool up = steps > 0;
   // The places between which it stands: of the ends, those beyond the rows.
   std::size_t next = position == Position::kBefore ? 0 : position == Position::kAtEnd ? Shown() : up ? Ordinal() + 1 : Ordinal();
-  std::uint64_t left = up ? static_cast<std::uint64_t>(rows) : 0 - static_cast<std::uint64_t>(rows);
+  std::uint64_t left = up ? static_cast<std::uint64_t>(steps) : 0 - static_cast<std::uint64_t>(steps);
   const std::size_t count = Shown();
   for (--left; left > 0 && (up ? next < count : next > 0); up ? ++next : --next) {
-    if (gone.empty()) {
+    if (rows->gone.empty()) {
       const std::uint64_t step = std::min<std::uint64_t>(left, up ? count - next : next);
       next = up ? next + step - 1 : next - step + 1;
       left -= step;
-    } else if (!gone.contains(PositionOf(up ? next : next - 1))) {
+    } else if (!rows->gone.contains(PositionOf(up ? next : next - 1))) {
       --left;
     }
   }
@@ -181,8 +185,8 @@ std::int64_t RecordsetState::RecordCount() {
   if (!scrolls) return -1;
   SeeRollbacks();
   const std::size_t shown = Shown();
-  const auto isGone = [this](std::size_t row) { return gone.contains(row); };
-  const auto lost = view ? static_cast<std::size_t>(std::count_if(view->begin(), view->end(), isGone)) : gone.size();
+  const auto isGone = [this](std::size_t row) { return rows->gone.contains(row); };
+  const auto lost = view ? static_cast<std::size_t>(std::count_if(view->begin(), view->end(), isGone)) : rows->gone.size();
   return static_cast<std::int64_t>(shown - lost);
 }
 
@@ -196,9 +200,9 @@ std::int64_t RecordsetState::AbsolutePosition() {
   const std::size_t place = Ordinal();
   std::int64_t before = 0;
   if (!view) {
-    before = std::distance(gone.begin(), gone.lower_bound(place));
-  } else if (!gone.empty()) {
-    before = std::count_if(view->begin(), view->begin() + static_cast<std::ptrdiff_t>(place), [this](std::size_t row) { return gone.contains(row); });
+    before = std::distance(rows->gone.begin(), rows->gone.lower_bound(place));
+  } else if (!rows->gone.empty()) {
+    before = std::count_if(view->begin(), view->begin() + static_cast<std::ptrdiff_t>(place), [this](std::size_t row) { return rows->gone.contains(row); });
   }
   return static_cast<std::int64_t>(place) + 1 - before;
 }
@@ -208,11 +212,11 @@ void RecordsetState::AbsolutePosition(std::int64_t number) {
   Update();
   if (number < 1 || number > RecordCount()) RefuseArguments();
   std::size_t place = 0;
-  if (gone.empty()) {
+  if (rows->gone.empty()) {
     place = static_cast<std::size_t>(number - 1);
   } else {
     for (;; ++place) {
-      if (!gone.contains(PositionOf(place)) && --number == 0) break;
+      if (!rows->gone.contains(PositionOf(place)) && --number == 0) break;
     }
   }
   (void)Forward(place);
@@ -222,14 +226,14 @@ Variant RecordsetState::Bookmark() {
   RequireScroll();
   RequireRow();
   if (edit == adEditAdd) throw AdoError(runtime::kNoCurrentRecord);
-  return (serial << kPositionBits) + static_cast<std::int64_t>(PositionOf(Ordinal()));
+  return (rows->serial << kPositionBits) + static_cast<std::int64_t>(PositionOf(Ordinal()));
 }
 
 std::size_t RecordsetState::OrdinalOf(const Variant& bookmark) {
   const auto* const number = bookmark.If<std::int64_t>();
-  if (number == nullptr || *number >> kPositionBits != serial) RefuseArguments();
+  if (number == nullptr || *number >> kPositionBits != rows->serial) RefuseArguments();
   const auto row = static_cast<std::size_t>(*number & ((std::int64_t{1} << kPositionBits) - 1));
-  if (row >= rowset->RowCount()) RefuseArguments();
+  if (row >= Rowset().RowCount()) RefuseArguments();
   if (!view) return row;
   const auto found = std::find(view->begin(), view->end(), row);
   if (found == view->end()) throw AdoError(runtime::kNoCurrentRecord);
@@ -251,23 +255,24 @@ void RecordsetState::Bookmark(const Variant& bookmark) {
   position = Position::kOnRow;
 }
 
-void RecordsetState::Filter(const std::string& criteria) {
+void RecordsetState::Filter(const std::string& criteria, FilterGroup wanted) {
   RequireScroll();
   Update();
-  RebuildView(criteria, sort);
+  RebuildView(criteria, sort, wanted);
   filter = criteria;
+  group = wanted;
   (void)MoveFirst();
 }
 
 void RecordsetState::Sort(const std::string& order) {
   RequireScroll();
   Update();
-  RebuildView(filter, order);
+  RebuildView(filter, order, group);
   sort = order;
   (void)MoveFirst();
 }
 
-void RecordsetState::RebuildView(const std::string& criteria, const std::string& order) {
+void RecordsetState::RebuildView(const std::string& criteria, const std::string& order, FilterGroup wantedGroup) {
   std::optional<FilterCriterion> wanted;
   std::vector<std::size_t> compared;
   if (!runtime::Trim(criteria).empty()) {
@@ -275,7 +280,8 @@ void RecordsetState::RebuildView(const std::string& criteria, const std::string&
     for (const FindCriterion& part : wanted->Parts()) compared.push_back(FieldNamed(part.FieldName()));
   }
   const std::vector<SortField> sorted = ReadSort(order, *this);
-  if (!wanted && sorted.empty()) {
+  const LocalRowset* const grouped = wantedGroup == adFilterNone ? nullptr : &Local();
+  if (!wanted && sorted.empty() && grouped == nullptr) {
     view.reset();
     return;
   }
@@ -286,18 +292,20 @@ void RecordsetState::RebuildView(const std::string& criteria, const std::string&
   std::vector<Line> lines;
   const bool hadRow = position == Position::kOnRow;
   const std::size_t before = hadRow ? Ordinal() : 0;
+  rows->user = this;
   try {
-    for (std::size_t row = 0; row < rowset->RowCount(); ++row) {
-      if (gone.contains(row) || !rowset->MoveTo(row)) {
-        gone.insert(row);
+    for (std::size_t row = 0; row < Rowset().RowCount(); ++row) {
+      if (grouped != nullptr && !grouped->IsIn(wantedGroup, row)) continue;
+      if (rows->gone.contains(row) || !Rowset().MoveTo(row)) {
+        rows->gone.insert(row);
         continue;
       }
       const auto holds = [&](std::size_t part) {
-        return wanted->Parts()[part].Matches(rowset->Value(compared[part]), infos[compared[part]].type);
+        return wanted->Parts()[part].Matches(Rowset().Value(compared[part]), infos[compared[part]].type);
       };
       if (wanted && !wanted->Shows(holds)) continue;
       Line line{row, {}};
-      for (const SortField& key : sorted) line.keys.push_back(rowset->Value(key.field));
+      for (const SortField& key : sorted) line.keys.push_back(Rowset().Value(key.field));
       lines.push_back(std::move(line));
     }
   } catch (...) {
@@ -318,30 +326,30 @@ void RecordsetState::RebuildView(const std::string& criteria, const std::string&
 }
 
 void RecordsetState::LoseRow() {
-  if (scrolls) gone.insert(PositionOf(Ordinal()));
+  if (scrolls) rows->gone.insert(PositionOf(Ordinal()));
   position = Position::kDeleted;
 }
 
 void RecordsetState::Requery() {
   Update();
-  rowset.reset();
+  // Rows of no connection have nothing to be read from, and what waits would be lost.
+  if (!connection || (rows->local != nullptr && rows->local->HasChanges())) throw AdoError(runtime::kIllegalOperation);
+  LetGo();
   try {
-    rowset = connection->Native(runtime::kConnectionInvalid).OpenRowset(request);
-    if (!rowset) throw AdoError(runtime::kObjectClosed);
-    Describe();
+    if (!OpenRowset()) throw AdoError(runtime::kObjectClosed);
     for (Field& field : fields) field.owner_ = this;
     position = Position::kUnread;
     empty = atInserted = read = false;
-    gone.clear();
     view.reset();
     ReadWhereEager();
+    group = adFilterNone;
     if (!filter.empty() || !sort.empty()) {
       RequireScroll();
-      RebuildView(filter, sort);
+      RebuildView(filter, sort, group);
       (void)MoveFirst();
     }
   } catch (...) {
-    rowset.reset();
+    LetGo();
     std::erase(connection->recordsets, this);
     throw;
   }

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstring>
 #include <utility>
 
 #include "ado/Errors.h"
+#include "ado/Pieces.h"
 #include "runtime/Text.h"
 
 namespace tamlo::ado {
@@ -15,38 +15,80 @@ constexpr std::size_t kLongestCharacter = 4;  // bytes in UTF-8
 
 std::atomic<std::int32_t> openings = 0;
 
-/// The longest piece of text from offset on that fits and does not end inside a character.
-std::size_t WholeCharacters(std::string_view text, std::size_t offset, std::size_t capacity) {
-  std::size_t count = std::min(capacity, text.size() - offset);
-  if (offset + count == text.size()) return count;
-  while (count > 0 && (static_cast<unsigned char>(text[offset + count]) & 0xC0U) == 0x80U) --count;
-  return count;
-}
-
 }  // namespace
 
 RecordsetState::RecordsetState(std::shared_ptr<ConnectionState> owner, RowsetRequest asked)
     : connection(std::move(owner)), request(std::move(asked)) {
-  rowset = connection->Native(runtime::kConnectionInvalid).OpenRowset(request);
+  const bool opened = OpenRowset();
   request.affected = nullptr;
-  if (!rowset) return;
-  Describe();
+  if (!opened) return;
   connection->recordsets.push_back(this);
+}
+
+RecordsetState::RecordsetState(std::vector<FieldInfo> described) {
+  request.lock = adLockBatchOptimistic;
+  request.cursor = adOpenStatic;
+  Hold(std::make_unique<LocalRowset>(std::move(described)));
+}
+
+RecordsetState::RecordsetState(RecordsetState& other, LockType lock) : connection(other.connection), request(other.request) {
+  if (lock == adLockReadOnly) request.lock = lock;
+  (void)other.Ordinal();  // while the last row is its own
+  rows = other.rows;
+  Describe();
+  if (connection) connection->recordsets.push_back(this);
 }
 
 RecordsetState::~RecordsetState() { Close(); }
 
+bool RecordsetState::OpenRowset() {
+  const bool batch = request.lock == adLockBatchOptimistic;
+  RowsetRequest asked = request;
+  if (batch) {
+    // What waits to be saved is compared with the rows of one moment.
+    asked.lock = adLockOptimistic;
+    asked.cursor = adOpenStatic;
+  }
+  auto opened = connection->Native(runtime::kConnectionInvalid).OpenRowset(asked);
+  if (!opened) return false;
+  if (batch) opened = std::make_unique<LocalRowset>(std::move(opened));
+  Hold(std::move(opened));
+  return true;
+}
+
+void RecordsetState::Hold(std::unique_ptr<ProviderRowset> opened) {
+  auto held = std::make_shared<OpenRows>();
+  held->rowset = std::move(opened);
+  held->local = dynamic_cast<LocalRowset*>(held->rowset.get());
+  held->rollbacks = held->rowset->Rollbacks();
+  held->serial = ++openings;
+  held->user = this;
+  rows = std::move(held);
+  Describe();
+}
+
+void RecordsetState::LetGo() noexcept {
+  // Its address may be another recordset's next.
+  if (rows && rows->user == this) rows->user = nullptr;
+  rows.reset();
+}
+
 void RecordsetState::Describe() {
-  infos = rowset->Fields();
+  infos = Rowset().Fields();
   byName.clear();
   for (std::size_t i = 0; i < infos.size(); ++i) byName.emplace(runtime::UpperCase(infos[i].name), i);
   pending.assign(infos.size(), std::nullopt);
   pendingOffset.assign(infos.size(), 0);
-  writable = request.lock > adLockReadOnly && rowset->CanUpdate();
-  scrolls = rowset->CanScroll();
-  rollbacks = rowset->Rollbacks();
-  serial = ++openings;
+  writable = request.lock > adLockReadOnly && Rowset().CanUpdate();
+  scrolls = Rowset().CanScroll();
   while (fields.size() < infos.size()) fields.push_back(Field(this, fields.size()));
+}
+
+bool RecordsetState::Regain() {
+  if (rows->user == this) return false;
+  rows->user = this;
+  if (position == Position::kOnRow && !StandOn(Ordinal())) position = Position::kDeleted;
+  return true;
 }
 
 void RecordsetState::TakeFields(RecordsetState& before) {
@@ -56,9 +98,9 @@ void RecordsetState::TakeFields(RecordsetState& before) {
 }
 
 void RecordsetState::Close() noexcept {
-  if (!rowset) return;
-  rowset.reset();
-  std::erase(connection->recordsets, this);
+  if (!rows) return;
+  LetGo();
+  if (connection) std::erase(connection->recordsets, this);
 }
 
 const FieldInfo& RecordsetState::Info(std::size_t field) const {
@@ -84,9 +126,10 @@ void RecordsetState::EnsureFirst() {
 }
 
 void RecordsetState::RequireRow() {
-  if (!rowset) throw AdoError(runtime::kObjectClosed);
+  if (!rows) throw AdoError(runtime::kObjectClosed);
   if (edit == adEditAdd) return;
   EnsureFirst();
+  (void)Regain();
   if (position != Position::kOnRow) throw AdoError(runtime::kNoCurrentRecord);
 }
 
@@ -99,7 +142,8 @@ bool RecordsetState::MoveFirst() {
   if (view) {
     found = Forward(0);
   } else {
-    found = rowset->MoveFirst();
+    rows->user = this;
+    found = Rowset().MoveFirst();
     position = found ? Position::kOnRow : Position::kAtEnd;
     if (found && scrolls) FindOrdinal();
   }
@@ -116,20 +160,21 @@ void RecordsetState::MoveNext() {
     (void)MoveFirst();
     return;
   }
+  const bool wasAway = Regain();
   if (std::exchange(atInserted, false)) {
-    (void)rowset->MoveNext();
+    (void)Rowset().MoveNext();
     position = Position::kAtEnd;
     return;
   }
-  if (view || (scrolls && !rowset->Position())) {
+  if (view || (scrolls && (wasAway || !Rowset().Position()))) {
     (void)Forward(ordinal + 1);
     return;
   }
-  position = rowset->MoveNext() ? Position::kOnRow : Position::kAtEnd;
+  position = Rowset().MoveNext() ? Position::kOnRow : Position::kAtEnd;
   if (!scrolls) return;
   const bool atEnd = position == Position::kAtEnd;
-  const std::size_t here = atEnd ? Shown() : rowset->Position().value_or(ordinal);
-  while (++ordinal < here) gone.insert(ordinal);  // skipped
+  const std::size_t here = atEnd ? Shown() : Rowset().Position().value_or(ordinal);
+  while (++ordinal < here) rows->gone.insert(ordinal);  // skipped
   if (atEnd) return StandAt(Position::kAtEnd);
   ordinal = here;
 }
@@ -139,11 +184,11 @@ void RecordsetState::RequireUpdatable() const {
 }
 
 void RecordsetState::Assign(std::size_t field, Pending value) {
-  if (!rowset) throw AdoError(runtime::kObjectClosed);
+  if (!rows) throw AdoError(runtime::kObjectClosed);
   (void)Info(field);
   RequireUpdatable();
   RequireRow();
-  if (auto* const whole = std::get_if<Variant>(&value)) *whole = rowset->Converted(field, *whole);
+  if (auto* const whole = std::get_if<Variant>(&value)) *whole = Rowset().Converted(field, *whole);
   if (edit == adEditNone) edit = adEditInProgress;
   pending[field] = std::move(value);
   pendingOffset[field] = 0;
@@ -156,16 +201,20 @@ void RecordsetState::Update() {
     if (pending[i]) values.push_back({i, *pending[i]});
   }
   if (edit == adEditAdd) {
-    rowset->Insert(values);
+    rows->user = this;
+    Rowset().Insert(values);
     position = Position::kOnRow;
     empty = false;
     atInserted = true;
     if (view) {
-      view->push_back(rowset->RowCount() - 1);
+      view->push_back(Rowset().RowCount() - 1);
       ordinal = view->size() - 1;
     }
+    // Another's row may be the last one next.
+    if (rows.use_count() > 1) (void)Ordinal();
   } else {
-    rowset->Update(values);
+    RequireRow();
+    Rowset().Update(values);
   }
   CancelUpdate();
 }
@@ -183,22 +232,22 @@ void RecordsetState::Delete() {
   }
   RequireRow();
   const std::size_t place = scrolls && !atInserted ? PositionOf(ordinal) : 0;
-  rowset->Delete();
+  Rowset().Delete();
   CancelUpdate();
   position = Position::kDeleted;
   if (!scrolls) return;
   if (!atInserted) {
-    gone.insert(place);
-  } else if (const auto told = rowset->Position(); told || view || read) {
-    if (!view) ordinal = told ? *told : rowset->RowCount() - 1;
-    gone.insert(PositionOf(ordinal));
+    rows->gone.insert(place);
+  } else if (const auto told = Rowset().Position(); told || view || read) {
+    if (!view) ordinal = told ? *told : Rowset().RowCount() - 1;
+    rows->gone.insert(PositionOf(ordinal));
     atInserted = false;
   }  // else no row was asked for yet, and none is because of this
 }
 
 /// Without an edit too, where there is no row, or the first one is not read yet.
 Variant RecordsetState::ValueInEdit(std::size_t field) {
-  if (rowset) (void)Info(field);
+  if (rows) (void)Info(field);
   RequireRow();
   if (edit != adEditNone) {
     if (const auto& value = pending[field]) {
@@ -207,44 +256,25 @@ Variant RecordsetState::ValueInEdit(std::size_t field) {
     }
     if (edit == adEditAdd) return runtime::Null{};
   }
-  return rowset->Value(field);
+  return Rowset().Value(field);
 }
 
 Variant RecordsetState::OriginalValue(std::size_t field) {
-  if (rowset) (void)Info(field);
+  if (rows) (void)Info(field);
   RequireRow();
   if (edit == adEditAdd) return runtime::Null{};
-  return rowset->Value(field);
+  return rows->local != nullptr ? rows->local->OriginalValue(field) : Rowset().Value(field);
 }
 
 std::size_t RecordsetState::ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity) {
   if (capacity < kLongestCharacter) throw runtime::Error(runtime::kInvalidArgument);
-  if (rowset) (void)Info(field);
+  if (rows) (void)Info(field);
   RequireRow();
-  if (edit == adEditNone || (edit == adEditInProgress && !pending[field])) return rowset->ReadChunk(field, buffer, capacity);
+  if (edit == adEditNone || (edit == adEditInProgress && !pending[field])) return Rowset().ReadChunk(field, buffer, capacity);
   if (!pending[field]) return 0;
   const auto* whole = std::get_if<Variant>(&*pending[field]);
   if (!whole) throw AdoError(runtime::kOperationNotSupported, infos[field].name);
-  const char* data = nullptr;
-  std::size_t size = 0;
-  std::size_t& offset = pendingOffset[field];
-  std::size_t count = 0;
-  if (const auto* text = whole->If<std::string>()) {
-    data = text->data();
-    size = text->size();
-    count = WholeCharacters(*text, offset, capacity);
-  } else if (const auto* bytes = whole->If<runtime::Bytes>()) {
-    data = reinterpret_cast<const char*>(bytes->data());
-    size = bytes->size();
-    count = std::min(capacity, size - offset);
-  }
-  if (count == 0) {
-    offset = 0;
-    return 0;
-  }
-  std::memcpy(buffer, data + offset, count);
-  offset += count;
-  return count;
+  return PieceOf(*whole, pendingOffset[field], buffer, capacity);
 }
 
 }  // namespace tamlo::ado

@@ -66,6 +66,19 @@ enum EditMode : std::int16_t { adEditNone = 0, adEditInProgress = 1, adEditAdd =
 enum SearchDirection : std::int16_t { adSearchBackward = -1, adSearchForward = 1 };
 /// What AbsolutePosition gives where there is no number.
 enum PositionValue : std::int16_t { adPosEOF = -3, adPosBOF = -2, adPosUnknown = -1 };
+/// What a row of a recordset is whose changes wait (adLockBatchOptimistic); the last two together with one of the others.
+enum RecordStatus : std::int32_t {
+  adRecOK = 0,
+  adRecNew = 1,
+  adRecModified = 2,
+  adRecDeleted = 4,
+  adRecUnmodified = 8,
+  adRecConcurrencyViolation = 2048,
+  adRecIntegrityViolation = 4096
+};
+/// Which rows Filter shows besides by criteria.
+enum FilterGroup : std::int16_t { adFilterNone = 0, adFilterPendingRecords = 1, adFilterConflictingRecords = 5 };
+enum ResyncValues : std::int16_t { adResyncUnderlyingValues = 1, adResyncAllValues = 2 };
 enum SortOrder : std::int16_t { adSortAscending = 1, adSortDescending = 2 };
 enum IndexNulls : std::int16_t { adIndexNullsAllow = 0, adIndexNullsDisallow = 1, adIndexNullsIgnore = 2, adIndexNullsIgnoreAny = 4 };
 enum ColumnAttributes : std::int32_t { adColFixed = 1, adColNullable = 2 };

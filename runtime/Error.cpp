@@ -20,6 +20,8 @@ std::string Describe(std::int32_t number) {
       return "Les arguments sont de type incorrect, en dehors des limites autorisées ou en conflit les uns avec les autres.";
     case kIllegalOperation:
       return "L'opération n'est pas autorisée dans ce contexte.";
+    case kItemInCollection:
+      return "L'objet est déjà dans la collection. Impossible de l'ajouter.";
     case kDataConversion:
       return "L'application utilise une valeur de type incorrect pour l'opération en cours.";
     case kValueRefused:

@@ -26,6 +26,7 @@ enum ErrorNumber : std::int32_t {
   kTransactionOpen = 3246,
   kOperationNotSupported = 3251,
   kItemNotFound = 3265,
+  kItemInCollection = 3367,
   kDataConversion = 3421,
   kObjectClosed = 3704,
   kObjectOpen = 3705,

@@ -134,7 +134,7 @@ std::unique_ptr<ProviderRowset> JetConnection::OpenRowset(const RowsetRequest& r
   if (direct || (!statement && request.parameters.empty() && upper.find(' ') == std::string::npos)) return OpenTable(request);
   if (MayChangeRows(request.source)) BeforeChange();
   const RollbackWatch watch(*this);
-  auto query = OnStatement([&] { return session_->OpenOrRun(request.source, EngineParameters(request.parameters)); }, request.source);
+  auto query = OnStatement([&] { return session_->OpenOrRun(request.source, EngineParameters(request.parameters), request.affected); }, request.source);
   if (query == nullptr) return nullptr;
   const jet::sql::SelectPlan& plan = query->Plan();
   if (plan.plainScan && !plan.limit && upper.find('*') != std::string::npos) {

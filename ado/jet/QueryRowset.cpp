@@ -1,39 +1,15 @@
 #include "ado/jet/QueryRowset.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "ado/Errors.h"
+#include "ado/Pieces.h"
 #include "ado/SameValue.h"
 #include "ado/jet/JetErrors.h"
 #include "ado/jet/JetValues.h"
 #include "jet/SteadyLong.h"
 
 namespace tamlo::ado::jetprovider {
-
-std::size_t PieceOf(const Variant& value, std::size_t& offset, std::byte* buffer, std::size_t capacity) {
-  const char* data = nullptr;
-  std::size_t size = 0;
-  const auto* text = value.If<std::string>();
-  if (text != nullptr) {
-    data = text->data();
-    size = text->size();
-  } else if (const auto* bytes = value.If<runtime::Bytes>()) {
-    data = reinterpret_cast<const char*>(bytes->data());
-    size = bytes->size();
-  }
-  if (offset >= size) {
-    offset = 0;
-    return 0;
-  }
-  std::size_t count = std::min(capacity, size - offset);
-  // A text is never cut inside a character.
-  while (text != nullptr && count > 0 && offset + count < size && (static_cast<unsigned char>(data[offset + count]) & 0xC0) == 0x80)
-    --count;
-  std::memcpy(buffer, data + offset, count);
-  offset += count;
-  return count;
-}
 
 QueryRowset::QueryRowset(JetConnection& connection, std::unique_ptr<jet::sql::Query> query, const RowsetRequest& request)
     : connection_(connection), query_(std::move(query)) {

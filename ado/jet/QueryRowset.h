@@ -157,7 +157,4 @@ class QueryRowset final : public ProviderRowset, private UnreadCopy {
   jet::Row row_;
 };
 
-/// Hands out the next piece of a whole value; offset moves on and returns to 0 at the end.
-[[nodiscard]] std::size_t PieceOf(const Variant& value, std::size_t& offset, std::byte* buffer, std::size_t capacity);
-
 }  // namespace tamlo::ado::jetprovider

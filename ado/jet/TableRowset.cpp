@@ -4,10 +4,10 @@
 #include <utility>
 
 #include "ado/Errors.h"
+#include "ado/Pieces.h"
 #include "ado/SameValue.h"
 #include "ado/jet/JetErrors.h"
 #include "ado/jet/JetValues.h"
-#include "ado/jet/QueryRowset.h"
 #include "jet/SteadyLong.h"
 #include "jet/sql/Coercion.h"
 

@@ -379,10 +379,11 @@ std::unique_ptr<Query> Session::Open(std::string_view text, std::span<const Para
   return OpenPlan(*state_, std::move(*plan));
 }
 
-std::unique_ptr<Query> Session::OpenOrRun(std::string_view text, std::span<const Parameter> parameters) {
+std::unique_ptr<Query> Session::OpenOrRun(std::string_view text, std::span<const Parameter> parameters, std::int64_t* affected) {
   jet::sql::Statement statement = state_->Translated(text, parameters);
   if (auto* plan = std::get_if<SelectPlan>(&statement)) return OpenPlan(*state_, std::move(*plan));
-  Run(statement);
+  const std::int64_t rows = Run(statement);
+  if (affected != nullptr) *affected = rows;
   return nullptr;
 }
 

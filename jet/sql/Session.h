@@ -130,8 +130,9 @@ class Session {
   std::int64_t Execute(std::string_view text, std::span<const Parameter> parameters = {});
   /// Translates a query; it is executed when its first row is asked for. Error kSyntax for a statement that gives no rows.
   [[nodiscard]] std::unique_ptr<Query> Open(std::string_view text, std::span<const Parameter> parameters = {});
-  /// The same; a statement that gives no rows is run, as Execute does, and null comes back.
-  [[nodiscard]] std::unique_ptr<Query> OpenOrRun(std::string_view text, std::span<const Parameter> parameters = {});
+  /// The same; a statement that gives no rows is run, as Execute does, and null comes back; affected, where given, gets the number of rows.
+  [[nodiscard]] std::unique_ptr<Query> OpenOrRun(std::string_view text, std::span<const Parameter> parameters = {},
+                                                 std::int64_t* affected = nullptr);
   /// The parameters of a statement in the order in which values without a name go to them: declared ones, then the others as the text has them.
   [[nodiscard]] std::vector<ParameterInfo> ParametersOf(std::string_view text);
   /// The table of that name, through its link if it is one; null when there is none. file: another database, or empty.

@@ -32,7 +32,6 @@ TEST_P(Numbers, OfTheObjectModel) {
   EXPECT_EQ(ErrorOf([&] { shut.Execute("SELECT 1"); }), 3704);
   EXPECT_EQ(ErrorOf([&] { rows.Open("ART", &connection, ado::adOpenDynamic, ado::adLockOptimistic, -1); }), 3705);
   EXPECT_EQ(ErrorOf([&] { connection.Provider("X"); }), 3705);
-  EXPECT_EQ(ErrorOf([&] { (void)Open("ART", ado::adOpenStatic, ado::adLockBatchOptimistic); }), 3251) << "nothing saves many rows at once";
   shut.Provider("X");
   EXPECT_EQ(ErrorOf([&] { shut.Open("x"); }), 3706);
   EXPECT_EQ(ErrorOf([&] { closed.Open("ART", &shut, ado::adOpenDynamic, ado::adLockOptimistic, -1); }), 3709);

@@ -23,7 +23,7 @@ TEST_P(Rules, ExecuteGivesRowsOrTellsHowManyWereAffected) {
   rows.Close();
   rows = connection.Execute("UPDATE ART SET NOM = 'x' WHERE QTE = 1", affected);
   EXPECT_FALSE(rows.IsOpen());
-  if (source.Name() != "Access") EXPECT_EQ(affected, 2);  // there it is not told
+  EXPECT_EQ(affected, 2);
   EXPECT_EQ(Count("ART WHERE NOM = 'x'"), 2);
   rows = connection.Execute("ART", affected);
   EXPECT_EQ(rows.FieldCount(), 3U);
@@ -136,9 +136,9 @@ TEST_P(Rules, ACommandThatStaysPreparedRunsWithOtherValues) {
   const std::array<Variant, 3> other{"Q7", std::int32_t{0}, Null{}};
   EXPECT_EQ(command.Execute(other), 1) << "usable after an error";
   EXPECT_EQ(Count("ART WHERE NOM = 'pair'"), 25);
-  command.CommandText("DELETE FROM ART WHERE CODE LIKE 'P%'");
+  command.CommandText("DELETE FROM ART WHERE CODE >= 'P'");
   command.Parameters().Clear();
-  if (source.Name() != "Access") EXPECT_EQ(command.Execute(), 50);
+  EXPECT_EQ(command.Execute(), 50);
 }
 
 TEST_P(Rules, ACommandGivesRows) {

@@ -79,10 +79,10 @@ class Traces : public SuiteTest {
     return seen + std::to_string(place) + " 3021";
   }
 
-  void Run(std::uint32_t seed);
+  void Run(std::uint32_t seed, ado::LockType lock);
 };
 
-void Traces::Run(std::uint32_t seed) {
+void Traces::Run(std::uint32_t seed, ado::LockType lock) {
   SCOPED_TRACE("seed " + std::to_string(seed));
   std::mt19937 random(seed);
   const auto below = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
@@ -94,7 +94,8 @@ void Traces::Run(std::uint32_t seed) {
     model.rows.push_back({i, i % 4});
   }
   std::int32_t nextId = 100;
-  auto rs = Open("SELECT * FROM T ORDER BY ID");
+  const bool waits = lock == ado::adLockBatchOptimistic;
+  auto rs = Open("SELECT * FROM T ORDER BY ID", ado::adOpenStatic, lock);
   model.at = 0;
   std::optional<Variant> mark;
   std::ptrdiff_t marked = 0;
@@ -233,8 +234,13 @@ void Traces::Run(std::uint32_t seed) {
         break;
       }
     }
+    if (waits && below(20) == 0) rs.UpdateBatch();
     ASSERT_EQ(got, expected) << "step " << step << " of" << trace;
     ASSERT_EQ(Seen(rs), Expected(model)) << "step " << step << " of" << trace;
+  }
+  if (waits) {
+    rs.UpdateBatch();
+    ASSERT_EQ(Seen(rs), Expected(model));
   }
   auto stored = Open("SELECT * FROM T ORDER BY ID", ado::adOpenForwardOnly);
   for (const Row& row : model.rows) {
@@ -249,7 +255,12 @@ void Traces::Run(std::uint32_t seed) {
 
 TEST_P(Traces, AreThoseOfTheModel) {
   connection.Execute("CREATE TABLE T (ID INTEGER NOT NULL PRIMARY KEY, N INTEGER)");
-  for (std::uint32_t seed = 1; seed <= 100 && !HasFatalFailure(); ++seed) Run(seed);
+  for (std::uint32_t seed = 1; seed <= 100 && !HasFatalFailure(); ++seed) Run(seed, ado::adLockOptimistic);
+}
+
+TEST_P(Traces, AreTheSameWhereChangesWait) {
+  connection.Execute("CREATE TABLE T (ID INTEGER NOT NULL PRIMARY KEY, N INTEGER)");
+  for (std::uint32_t seed = 201; seed <= 300 && !HasFatalFailure(); ++seed) Run(seed, ado::adLockBatchOptimistic);
 }
 
 INSTANTIATE_TEST_SUITE_P(Suite, Traces, ::testing::Values("Access", "SQLite", "MariaDB", "PostgreSQL"), NameOf);
