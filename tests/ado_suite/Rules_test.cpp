@@ -136,7 +136,7 @@ TEST_P(Rules, ACommandThatStaysPreparedRunsWithOtherValues) {
   const std::array<Variant, 3> other{"Q7", std::int32_t{0}, Null{}};
   EXPECT_EQ(command.Execute(other), 1) << "usable after an error";
   EXPECT_EQ(Count("ART WHERE NOM = 'pair'"), 25);
-  command.CommandText("DELETE FROM ART WHERE CODE >= 'P'");
+  command.CommandText("DELETE FROM ART WHERE CODE BETWEEN 'P' AND 'PZ'");
   command.Parameters().Clear();
   EXPECT_EQ(command.Execute(), 50);
 }
