@@ -4,9 +4,12 @@
 #include <utility>
 
 #include "ado/Connection.h"
+#include "ado/ConnectionKeys.h"
 #include "ado/ConnectionState.h"
 #include "ado/Errors.h"
+#include "ado/KeyNames.h"
 #include "ado/Provider.h"
+#include "runtime/Secret.h"
 #include "runtime/Text.h"
 
 namespace tamlo::ado {
@@ -67,6 +70,7 @@ void Table::Name(const std::string& name) {
     link_->renamed = true;
     columns_.reset();
     indexes_.reset();
+    keys_.reset();
   }
   name_ = name;
 }
@@ -80,6 +84,7 @@ void Table::DeleteColumn(const std::string& name) {
   link_->Provider().DeleteColumn(name_, std::string(found->name));
   columns_.reset();
   indexes_.reset();
+  keys_.reset();
 }
 
 void Table::DeleteIndex(const std::string& name) {
@@ -90,6 +95,41 @@ void Table::DeleteIndex(const std::string& name) {
   }
   link_->Provider().DeleteIndex(name_, std::string(found->name));
   indexes_.reset();
+  keys_.reset();
+}
+
+std::vector<Key>& Table::Keys() {
+  if (!keys_) keys_ = link_ ? link_->Provider().Keys(name_) : std::vector<Key>();
+  return *keys_;
+}
+
+void Table::AppendKey(const Key& key) {
+  RequireWhole(key);
+  const std::string upper = runtime::UpperCase(key.name);
+  if (std::any_of(Keys().begin(), Keys().end(), [&](const Key& held) { return runtime::UpperCase(held.name) == upper; })) {
+    throw AdoError(runtime::kObjectInCollection, key.name);
+  }
+  if (!link_) {
+    keys_->push_back(key);
+    return;
+  }
+  ProviderCatalog& provider = link_->Provider();
+  provider.AppendKey(name_, Resolved(key, name_, Columns(), provider));
+  columns_.reset();  // those of a primary key are required from now on
+  indexes_.reset();
+  keys_.reset();
+}
+
+void Table::DeleteKey(const std::string& name) {
+  const auto found = FindNamed(Keys(), name);
+  if (!link_) {
+    keys_->erase(found);
+    return;
+  }
+  link_->Provider().DeleteKey(name_, Key(*found));
+  columns_.reset();
+  indexes_.reset();
+  keys_.reset();
 }
 
 std::vector<Index>& Table::Indexes() {
@@ -126,6 +166,7 @@ void Table::AppendIndex(const ado::Index& index) {
   }
   link_->Provider().AppendIndex(name_, index);
   indexes_.reset();
+  keys_.reset();
 }
 
 Catalog::Catalog(Connection& connection) : link_(std::make_shared<CatalogLink>(connection.state_)) {}
@@ -156,8 +197,49 @@ Table* Catalog::Find(const std::string& name) {
 
 void Catalog::Append(const Table& table) {
   Table copy = table;
-  link_->Provider().AppendTable(copy);
+  ProviderCatalog& provider = link_->Provider();
+  std::vector<Key> keys;
+  // What a table of another database refers to need not be here: the copy of such a one has its columns and indexes.
+  if (!copy.link_) {
+    for (const Key& key : copy.Keys()) keys.push_back(Resolved(key, copy.Name(), copy.Columns(), provider));
+  }
+  copy.keys_ = std::move(keys);
+  provider.AppendTable(copy);
   Refresh();
+}
+
+std::vector<View> Catalog::Views() { return link_->Provider().Views(); }
+
+void Catalog::AppendView(const std::string& name, const std::string& command) {
+  ProviderCatalog& provider = link_->Provider();
+  if (IsBlank(name) || IsBlank(command)) throw AdoError(runtime::kBadArguments, name);
+  std::vector<std::string> taken;
+  for (auto& [table, type] : provider.Tables()) taken.push_back(std::move(table));
+  if (MeantName(taken, name) != nullptr) throw AdoError(runtime::kObjectInCollection, name);
+  provider.AppendView(name, command);
+  Refresh();
+}
+
+void Catalog::DeleteView(const std::string& name) {
+  ProviderCatalog& provider = link_->Provider();
+  std::vector<std::string> names;
+  for (View& view : provider.Views()) names.push_back(std::move(view.name));
+  const std::string* meant = MeantName(names, name);
+  if (meant == nullptr) throw AdoError(runtime::kItemNotFound, name);
+  provider.DeleteView(*meant);
+  Refresh();
+}
+
+void Catalog::Create(const std::string& connectionString) {
+  OpenRequest request;
+  request.provider = ConnectionState().provider;
+  request.connectionString = connectionString;
+  const runtime::WipedAtEnd wipe(request.password);
+  const runtime::WipedAtEnd wipeString(request.connectionString);
+  ReadProviderKey(request);
+  const DatabaseCreator& create = FindCreator(request.provider);
+  if (!create) throw AdoError(runtime::kOperationNotSupported, request.provider);
+  create(request);
 }
 
 void Catalog::Delete(const std::string& name) {

@@ -9,9 +9,20 @@
 namespace tamlo::ado {
 namespace {
 
-std::map<std::string, ProviderFactory>& Registry() {
-  static std::map<std::string, ProviderFactory> registry;
+struct Registered {
+  ProviderFactory open;
+  DatabaseCreator create;
+};
+
+std::map<std::string, Registered>& Registry() {
+  static std::map<std::string, Registered> registry;
   return registry;
+}
+
+const Registered& Find(const std::string& name) {
+  const auto found = Registry().find(runtime::UpperCase(name));
+  if (found == Registry().end()) throw AdoError(runtime::kProviderNotFound, name);
+  return found->second;
 }
 
 }  // namespace
@@ -31,6 +42,15 @@ void ProviderCatalog::DeleteColumn(const std::string& /*table*/, const std::stri
 void ProviderCatalog::DeleteIndex(const std::string& /*table*/, const std::string& /*index*/) {
   throw AdoError(runtime::kOperationNotSupported);
 }
+
+std::vector<Key> ProviderCatalog::Keys(const std::string& /*table*/) { throw AdoError(runtime::kOperationNotSupported); }
+void ProviderCatalog::AppendKey(const std::string& /*table*/, const Key& /*key*/) { throw AdoError(runtime::kOperationNotSupported); }
+void ProviderCatalog::DeleteKey(const std::string& /*table*/, const Key& /*key*/) { throw AdoError(runtime::kOperationNotSupported); }
+std::vector<View> ProviderCatalog::Views() { throw AdoError(runtime::kOperationNotSupported); }
+void ProviderCatalog::AppendView(const std::string& /*name*/, const std::string& /*command*/) {
+  throw AdoError(runtime::kOperationNotSupported);
+}
+void ProviderCatalog::DeleteView(const std::string& /*name*/) { throw AdoError(runtime::kOperationNotSupported); }
 
 std::int64_t ProviderConnection::ExecuteWith(const std::string& text, std::span<const Parameter> parameters, std::int32_t timeoutSeconds) {
   if (!parameters.empty()) throw AdoError(runtime::kOperationNotSupported);
@@ -54,12 +74,11 @@ std::string ProviderConnection::CallStatement(const std::string& name, std::size
   return call + (parameters > 0 ? ")}" : "}");
 }
 
-void RegisterProvider(const std::string& name, ProviderFactory factory) { Registry()[runtime::UpperCase(name)] = std::move(factory); }
-
-const ProviderFactory& FindProvider(const std::string& name) {
-  const auto found = Registry().find(runtime::UpperCase(name));
-  if (found == Registry().end()) throw AdoError(runtime::kProviderNotFound, name);
-  return found->second;
+void RegisterProvider(const std::string& name, ProviderFactory factory, DatabaseCreator create) {
+  Registry()[runtime::UpperCase(name)] = {std::move(factory), std::move(create)};
 }
+
+const ProviderFactory& FindProvider(const std::string& name) { return Find(name).open; }
+const DatabaseCreator& FindCreator(const std::string& name) { return Find(name).create; }
 
 }  // namespace tamlo::ado

@@ -107,7 +107,7 @@ class ProviderCommand {
   virtual std::int64_t Execute(std::span<const Parameter> parameters, std::int32_t timeoutSeconds) = 0;
 };
 
-/// Tables, columns and indexes of a connection.
+/// Tables, columns, indexes, keys and views of a connection.
 class ProviderCatalog {
  public:
   virtual ~ProviderCatalog() = default;
@@ -126,6 +126,15 @@ class ProviderCatalog {
   virtual void DeleteTable(const std::string& table);
   virtual void DeleteColumn(const std::string& table, const std::string& column);
   virtual void DeleteIndex(const std::string& table, const std::string& index);
+
+  /// Keys and views, of which a provider that knows nothing refuses all (3251). Names come as the backend keeps them; a key has all that its kind
+  /// has. AppendTable makes the keys of its table too.
+  [[nodiscard]] virtual std::vector<Key> Keys(const std::string& table);
+  virtual void AppendKey(const std::string& table, const Key& key);
+  virtual void DeleteKey(const std::string& table, const Key& key);
+  [[nodiscard]] virtual std::vector<View> Views();
+  virtual void AppendView(const std::string& name, const std::string& command);
+  virtual void DeleteView(const std::string& name);
   /// Called by Catalog::Refresh: whatever the provider remembers is to be read again.
   virtual void Forget() {}
 };
@@ -192,17 +201,23 @@ struct OpenRequest {
   std::string provider;
   std::string connectionString;
   std::string userId;
-  std::string password;  ///< wiped by whoever made the request
-  bool registeredOnly = false;  ///< see Connection::RegisteredOnly
+  std::string password;             ///< wiped by whoever made the request
+  bool registeredOnly = false;      ///< see Connection::RegisteredOnly
   std::int32_t timeoutSeconds = 0;  ///< for the attempt to connect; 0 is without limit
   bool generalNumbers = false;      ///< see Connection::GeneralNumbers
 };
 
 using ProviderFactory = std::function<std::unique_ptr<ProviderConnection>(const OpenRequest&)>;
 
+/// Makes a new, empty database; see Catalog::Create.
+using DatabaseCreator = std::function<void(const OpenRequest&)>;
+
 /// Makes a provider known under a name ("MSDASQL"); names compare without regard to case; the last registration holds.
-void RegisterProvider(const std::string& name, ProviderFactory factory);
+/// create is left out where the provider makes no databases.
+void RegisterProvider(const std::string& name, ProviderFactory factory, DatabaseCreator create = {});
 /// Error 3706 for a name that nobody registered.
 [[nodiscard]] const ProviderFactory& FindProvider(const std::string& name);
+/// The same of what makes its databases; empty where it makes none.
+[[nodiscard]] const DatabaseCreator& FindCreator(const std::string& name);
 
 }  // namespace tamlo::ado

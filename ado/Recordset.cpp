@@ -115,7 +115,7 @@ void Recordset::AppendField(const std::string& name, DataType type, std::int64_t
   if (IsOpen()) throw AdoError(runtime::kIllegalOperation);
   const std::string upper = runtime::UpperCase(name);
   for (const FieldInfo& field : made_) {
-    if (runtime::UpperCase(field.name) == upper) throw AdoError(runtime::kItemInCollection, name);
+    if (runtime::UpperCase(field.name) == upper) throw AdoError(runtime::kObjectInCollection, name);
   }
   made_.push_back({name, type, definedSize, precision, numericScale, true, false});
 }

@@ -20,8 +20,6 @@ std::string Describe(std::int32_t number) {
       return "Les arguments sont de type incorrect, en dehors des limites autorisées ou en conflit les uns avec les autres.";
     case kIllegalOperation:
       return "L'opération n'est pas autorisée dans ce contexte.";
-    case kItemInCollection:
-      return "L'objet est déjà dans la collection. Impossible de l'ajouter.";
     case kDataConversion:
       return "L'application utilise une valeur de type incorrect pour l'opération en cours.";
     case kValueRefused:
@@ -40,6 +38,10 @@ std::string Describe(std::int32_t number) {
     case kItemNotFound:
       return "Impossible de trouver l'objet dans la collection correspondant au nom ou à la référence ordinale "
              "demandé.";
+    case kObjectInCollection:
+      return "L'objet se trouve déjà dans la collection. Impossible de l'ajouter.";
+    case kObjectExists:
+      return "La base de données existe déjà.";
     case kObjectClosed:
       return "Cette opération n'est pas autorisée si l'objet est fermé.";
     case kObjectOpen:

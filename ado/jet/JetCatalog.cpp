@@ -6,6 +6,7 @@
 #include "ado/Errors.h"
 #include "ado/Secrets.h"
 #include "ado/jet/JetErrors.h"
+#include "ado/jet/JetKeys.h"
 #include "ado/jet/JetValues.h"
 #include "jet/sql/Names.h"
 #include "jet/sql/Session.h"
@@ -225,6 +226,7 @@ PropertyMap JetCatalog::Properties(const std::string& table) {
 void JetCatalog::AppendTable(Table& table) {
   if (table.Name().empty()) throw runtime::Error(runtime::kInvalidArgument);
   if (IsTrue(table.Properties(), kCreateLink)) {
+    if (!table.Keys().empty()) throw AdoError(runtime::kOperationNotSupported, table.Keys().front().name);
     const jet::LinkSpec link = LinkOf(table.Name(), table.Properties());
     OnEngine([&] { connection_.Database().CreateLink(link); });
     return;
@@ -233,7 +235,21 @@ void JetCatalog::AppendTable(Table& table) {
   spec.name = table.Name();
   for (const Column& column : table.Columns()) spec.columns.push_back(DefinitionOf(column));
   for (const Index& index : table.Indexes()) spec.indexes.push_back(SpecOf(index));
-  OnEngine([&] { connection_.Database().CreateTable(spec); });
+  std::vector<jet::Relationship> relationships;
+  for (const Key& key : table.Keys()) {
+    if (key.type == adKeyForeign) {
+      if (!jet::sql::SameName(key.relatedTable, spec.name)) RequireLocal(key.relatedTable);
+      relationships.push_back(RelationshipOf(table.Name(), key));
+    } else {
+      spec.indexes.push_back(IndexOf(key));
+    }
+  }
+  OnEngine([&] {
+    jet::Transaction transaction(connection_.Database());
+    connection_.Database().CreateTable(spec);
+    for (const jet::Relationship& relationship : relationships) connection_.Database().CreateRelationship(relationship);
+    transaction.Commit();
+  });
 }
 
 void JetCatalog::AppendColumn(const std::string& table, const Column& column) {

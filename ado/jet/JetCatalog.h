@@ -9,7 +9,7 @@
 
 namespace tamlo::ado::jetprovider {
 
-/// Tables, columns and indexes of an Access file, with the properties of columns and links.
+/// Tables, columns, indexes, keys and stored queries of an Access file, with the properties of columns and links.
 class JetCatalog final : public ProviderCatalog {
  public:
   explicit JetCatalog(JetConnection& connection) : connection_(connection) {}
@@ -26,8 +26,18 @@ class JetCatalog final : public ProviderCatalog {
   void DeleteTable(const std::string& table) override;
   void DeleteColumn(const std::string& table, const std::string& column) override;
   void DeleteIndex(const std::string& table, const std::string& index) override;
+  /// Foreign keys are the enforced relationships of the table.
+  [[nodiscard]] std::vector<Key> Keys(const std::string& table) override;
+  void AppendKey(const std::string& table, const Key& key) override;
+  void DeleteKey(const std::string& table, const Key& key) override;
+  [[nodiscard]] std::vector<View> Views() override;
+  void AppendView(const std::string& name, const std::string& command) override;
+  void DeleteView(const std::string& name) override;
 
  private:
+  /// Error 3251 for what has no keys of its own: a link, a query.
+  void RequireLocal(const std::string& table);
+
   JetConnection& connection_;
 };
 

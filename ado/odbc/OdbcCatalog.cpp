@@ -5,6 +5,9 @@
 #include "ado/Errors.h"
 #include "ado/odbc/BaseTable.h"
 #include "ado/odbc/NativeHeaders.h"
+#include "ado/odbc/ReadKeys.h"
+#include "ado/odbc/ReadViews.h"
+#include "ado/odbc/SqlText.h"
 #include "ado/odbc/Statement.h"
 #include "ado/odbc/TableDefinition.h"
 #include "ado/odbc/TypeMap.h"
@@ -190,10 +193,41 @@ void OdbcCatalog::Run(const std::string& sql) {
   statement.ExecuteDirect(sql);
 }
 
+void OdbcCatalog::RequireUniqueTargets(Table& table) {
+  if (session_->Facts().backend != Backend::kSqlite) return;
+  for (const Key& key : table.Keys()) {
+    if (key.type != adKeyForeign) continue;
+    std::vector<std::string> related;
+    for (const KeyColumn& column : key.columns) related.push_back(column.relatedColumn);
+    const bool same = key.relatedTable == table.Name();
+    // A counter is the primary key.
+    const PropertyMap* counter = same && related.size() == 1 ? &table.ColumnNamed(related[0]).properties : nullptr;
+    bool unique = counter != nullptr && counter->Has("AutoIncrement") && counter->Item("AutoIncrement") == Variant(true);
+    for (const Index& index : same ? table.Indexes() : Indexes(key.relatedTable)) {
+      unique = unique || ((index.unique || index.primaryKey) && SameColumns(index, related));
+    }
+    for (const Key& own : same ? table.Keys() : std::vector<Key>()) {
+      Index index;
+      for (const KeyColumn& column : own.columns) index.columns.emplace_back().name = column.name;
+      unique = unique || (own.type != adKeyForeign && SameColumns(index, related));
+    }
+    if (!unique) {
+      throw runtime::Error(runtime::kProviderFailure,
+                           "La clé " + key.name + " se rapporte à des champs de " + key.relatedTable + " sans clé ni index unique.",
+                           "odbc");
+    }
+  }
+}
+
 void OdbcCatalog::AppendTable(Table& table) {
+  RequireUniqueTargets(table);
   Run(CreateTableText(*session_, table));
   for (const auto& index : table.Indexes()) {
     if (!index.primaryKey) Run(AddIndexText(*session_, table.Name(), index));
+  }
+  if (const auto lost = LostKey(table.Name(), table.Keys())) {
+    DeleteTable(table.Name());
+    throw AdoError(runtime::kOperationNotSupported, *lost);
   }
 }
 
@@ -220,6 +254,62 @@ void OdbcCatalog::DeleteIndex(const std::string& table, const std::string& index
   if (sql.empty()) throw AdoError(runtime::kOperationNotSupported);
   Run(sql);
 }
+
+std::vector<Key> OdbcCatalog::Keys(const std::string& table) {
+  LearnOthersDefinitions(session_);
+  return ReadKeys(session_, SchemaOf(table), table);
+}
+
+std::optional<std::string> OdbcCatalog::LostKey(const std::string& table, const std::vector<Key>& keys) {
+  if (session_->Facts().backend != Backend::kMySql || keys.empty()) return std::nullopt;
+  const std::vector<Key> kept = ReadKeys(session_, {}, table);
+  for (const Key& key : keys) {
+    const std::string upper = runtime::UpperCase(key.name);
+    const bool found = std::any_of(kept.begin(), kept.end(), [&](const Key& one) { return runtime::UpperCase(one.name) == upper; });
+    if (key.type == adKeyForeign && !found) return key.name;
+  }
+  return std::nullopt;
+}
+
+void OdbcCatalog::AppendKey(const std::string& table, const Key& key) {
+  const std::string sql = AddKeyText(*session_, table, key);
+  if (sql.empty()) throw AdoError(runtime::kOperationNotSupported, key.name);
+  Run(sql);
+  if (const auto lost = LostKey(table, {key})) throw AdoError(runtime::kOperationNotSupported, *lost);
+}
+
+void OdbcCatalog::DeleteKey(const std::string& table, const Key& key) {
+  const std::string sql = DropKeyText(*session_, table, key);
+  if (sql.empty()) throw AdoError(runtime::kOperationNotSupported, key.name);
+  Run(sql);
+}
+
+std::vector<View> OdbcCatalog::Views() {
+  LearnOthersDefinitions(session_);
+  std::vector<View> views;
+  for (auto& [name, type] : Tables()) {
+    if (type == "VIEW") views.push_back({std::move(name), {}, {}});
+  }
+  if (!views.empty()) ReadViewTexts(session_, schemas_, views);
+  return views;
+}
+
+void OdbcCatalog::AppendView(const std::string& name, const std::string& command) {
+  auto query = QueryOf(command);
+  // Where a backslash takes the meaning from a quote only the server knows what a text ends; it takes one statement alone.
+  if (session_->Facts().backend == Backend::kMySql && command.find('\\') != std::string::npos) {
+    query = std::string_view(command).substr(0, command.find_last_not_of("; \t\r\n") + 1);
+  }
+  if (!query) {
+    throw runtime::Error(session_->GeneralNumbers() ? runtime::kProviderFailure : runtime::kStatementRefused,
+                         "Le texte de la vue " + name + " n'est pas une requête.", "odbc");
+  }
+  // SQLite keeps what does not read.
+  if (session_->Facts().backend == Backend::kSqlite) RequireReadable(session_, name, *query);
+  Run("CREATE VIEW " + session_->Quoted(name) + " AS " + std::string(*query));
+}
+
+void OdbcCatalog::DeleteView(const std::string& name) { Run("DROP VIEW " + session_->Quoted(name)); }
 
 void OdbcCatalog::Forget() {
   schemasKnown_ = columnsKnown_ = false;

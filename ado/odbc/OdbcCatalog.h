@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,8 +13,8 @@
 
 namespace tamlo::ado::odbc {
 
-/// Tables, columns and indexes through the driver's catalog functions. Where one call gives the columns of every table (see DriverFacts),
-/// it is made once and remembered until Forget or until a statement changes a definition.
+/// Tables, columns, indexes, keys and views through the driver's catalog functions. Where one call gives the columns of every table (see
+/// DriverFacts), it is made once and remembered until Forget or until a statement changes a definition.
 class OdbcCatalog final : public ProviderCatalog {
  public:
   explicit OdbcCatalog(std::shared_ptr<Session> session);
@@ -28,6 +29,12 @@ class OdbcCatalog final : public ProviderCatalog {
   void DeleteTable(const std::string& table) override;
   void DeleteColumn(const std::string& table, const std::string& column) override;
   void DeleteIndex(const std::string& table, const std::string& index) override;
+  [[nodiscard]] std::vector<Key> Keys(const std::string& table) override;
+  void AppendKey(const std::string& table, const Key& key) override;
+  void DeleteKey(const std::string& table, const Key& key) override;
+  [[nodiscard]] std::vector<View> Views() override;
+  void AppendView(const std::string& name, const std::string& command) override;
+  void DeleteView(const std::string& name) override;
   void Forget() override;
 
  private:
@@ -38,6 +45,10 @@ class OdbcCatalog final : public ProviderCatalog {
   [[nodiscard]] std::map<std::string, std::vector<Column>> ReadColumns(const std::string& table);
   [[nodiscard]] std::string SchemaOf(const std::string& table);
   void Run(const std::string& sql);
+  /// Error -2147467259 for a foreign key that refers to what is not unique, where the backend would find out with the first row (SQLite).
+  void RequireUniqueTargets(Table& table);
+  /// The foreign key among these that the table was given and does not have, or none: MySQL passes over those of tables whose engine has none.
+  [[nodiscard]] std::optional<std::string> LostKey(const std::string& table, const std::vector<Key>& keys);
 
   std::shared_ptr<Session> session_;
   std::map<std::string, std::string> schemas_;  // by table name

@@ -1,5 +1,6 @@
 #include "ado/odbc/TableDefinition.h"
 
+#include "ado/Errors.h"
 #include "ado/ExactNumber.h"
 #include "ado/odbc/TypeMap.h"
 #include "runtime/Conversions.h"
@@ -87,6 +88,45 @@ std::string ColumnList(const Session& session, const Index& index) {
   return "(" + list + ")";
 }
 
+std::string ColumnList(const Session& session, const Key& key, std::string KeyColumn::*name) {
+  std::string list;
+  for (const auto& column : key.columns) list += (list.empty() ? "" : ", ") + session.Quoted(column.*name);
+  return "(" + list + ")";
+}
+
+/// What stands behind ON UPDATE and ON DELETE; empty where the default will do.
+std::string RuleText(RuleType rule) {
+  switch (rule) {
+    case adRICascade:
+      return "CASCADE";
+    case adRISetNull:
+      return "SET NULL";
+    case adRISetDefault:
+      return "SET DEFAULT";
+    default:
+      return {};
+  }
+}
+
+void RequireRules(const Key& key, Backend backend) {
+  const bool defaults = key.updateRule == adRISetDefault || key.deleteRule == adRISetDefault;
+  const bool refused =
+      (backend == Backend::kMySql && defaults) || (backend == Backend::kOracle && (defaults || key.updateRule != adRINone));
+  if (refused) throw AdoError(runtime::kOperationNotSupported, key.name);
+}
+
+std::string ConstraintText(const Session& session, const Key& key) {
+  const std::string head = "CONSTRAINT " + session.Quoted(key.name);
+  const std::string own = ColumnList(session, key, &KeyColumn::name);
+  if (key.type != adKeyForeign) return head + (key.type == adKeyPrimary ? " PRIMARY KEY " : " UNIQUE ") + own;
+  RequireRules(key, session.Facts().backend);
+  std::string text = head + " FOREIGN KEY " + own + " REFERENCES " + session.Quoted(key.relatedTable) + " " +
+                     ColumnList(session, key, &KeyColumn::relatedColumn);
+  if (const auto rule = RuleText(key.updateRule); !rule.empty()) text += " ON UPDATE " + rule;
+  if (const auto rule = RuleText(key.deleteRule); !rule.empty()) text += " ON DELETE " + rule;
+  return text;
+}
+
 }  // namespace
 
 std::string CreateTableText(const Session& session, Table& table) {
@@ -102,6 +142,10 @@ std::string CreateTableText(const Session& session, Table& table) {
     if (index.primaryKey && !(counter && session.Facts().backend == Backend::kSqlite)) {
       parts += ", CONSTRAINT " + session.Quoted(index.name) + " PRIMARY KEY " + ColumnList(session, index);
     }
+  }
+  for (const auto& key : table.Keys()) {
+    const bool counter = key.type == adKeyPrimary && key.columns.size() == 1 && IsCounter(table.ColumnNamed(key.columns[0].name));
+    if (!(counter && session.Facts().backend == Backend::kSqlite)) parts += ", " + ConstraintText(session, key);
   }
   return "CREATE TABLE " + session.Quoted(table.Name()) + " (" + parts + ")";
 }
@@ -120,6 +164,24 @@ std::string AddIndexText(const Session& session, const std::string& table, const
   }
   const std::string kind = index.unique || index.primaryKey ? "CREATE UNIQUE INDEX " : "CREATE INDEX ";
   return kind + name + " ON " + session.Quoted(table) + " " + ColumnList(session, index);
+}
+
+std::string AddKeyText(const Session& session, const std::string& table, const Key& key) {
+  if (session.Facts().backend == Backend::kSqlite) return {};
+  return "ALTER TABLE " + session.Quoted(table) + " ADD " + ConstraintText(session, key);
+}
+
+std::string DropKeyText(const Session& session, const std::string& table, const Key& key) {
+  const std::string alter = "ALTER TABLE " + session.Quoted(table) + " DROP ";
+  switch (session.Facts().backend) {
+    case Backend::kSqlite:
+      return {};
+    case Backend::kMySql:
+      if (key.type == adKeyPrimary) return alter + "PRIMARY KEY";
+      return alter + (key.type == adKeyForeign ? "FOREIGN KEY " : "INDEX ") + session.Quoted(key.name);
+    default:
+      return alter + "CONSTRAINT " + session.Quoted(key.name);
+  }
 }
 
 std::string RenameTableText(const Session& session, const std::string& table, const std::string& name) {

@@ -1,0 +1,50 @@
+#include "ado/jet/JetCreation.h"
+
+#include "ado/ConnectionKeys.h"
+#include "ado/Errors.h"
+#include "ado/jet/FileSearch.h"
+#include "ado/jet/JetErrors.h"
+#include "jet/Database.h"
+#include "runtime/Secret.h"
+#include "runtime/Text.h"
+
+namespace tamlo::ado::jetprovider {
+
+namespace {
+
+[[noreturn]] void Refuse(const std::string& why) {
+  throw runtime::Error(runtime::kOperationNotSupported, runtime::Describe(runtime::kOperationNotSupported) + " (" + why + ")",
+                       "Microsoft JET Database Engine");
+}
+
+/// What is asked of the new file and would not be so must not be passed over.
+void RequirePlainJet4(const ConnectionKeys& keys) {
+  for (const auto& [key, value] : keys) {
+    if (value.empty()) continue;
+    const std::string upper = runtime::UpperCase(value);
+    if (key == "JET OLEDB:ENGINE TYPE" && value == "4") Refuse("les fichiers Jet 3.x ne peuvent être que lus : Jet OLEDB:Engine Type=5");
+    if (key == "JET OLEDB:ENGINE TYPE" && value != "5") Refuse("Jet OLEDB:Engine Type=" + value);
+    if (key == "JET OLEDB:DATABASE PASSWORD" || key == "JET OLEDB:NEW DATABASE PASSWORD") Refuse("mot de passe de base de données");
+    if (key == "JET OLEDB:ENCRYPT DATABASE" && upper != "FALSE" && upper != "NO" && upper != "0") Refuse("chiffrement");
+    if (key == "LOCALE IDENTIFIER" && value != "1033") Refuse("Locale Identifier=" + value);
+  }
+}
+
+}  // namespace
+
+void CreateDatabase(const OpenRequest& request) {
+  ConnectionText text = ReadConnectionText(request.connectionString);
+  const runtime::WipedAtEnd wipe(text.password);
+  RequirePlainJet4(ParseKeys(request.connectionString));
+  if (runtime::Trim(text.dataSource).empty()) throw AdoError(runtime::kBadArguments, "Data Source");
+  // A file of that name in other letters is the one that a connection would open.
+  const std::string path = FindFile(text.dataSource);
+  try {
+    (void)jet::Database::Create(path);
+  } catch (const jet::Error& error) {
+    if (error.Code() == jet::ErrorCode::kAlreadyExists) throw AdoError(runtime::kObjectExists, path);
+    throw Translated(error, {}, true);
+  }
+}
+
+}  // namespace tamlo::ado::jetprovider
