@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "ado/Provider.h"
+#include "ado/RowStore.h"
 #include "ado/jet/JetConnection.h"
 #include "ado/jet/RowSets.h"
-#include "ado/jet/RowStore.h"
 #include "ado/jet/RowWriter.h"
 #include "jet/sql/Session.h"
 #include "runtime/Error.h"

@@ -180,7 +180,7 @@ void OdbcRowset::LeaveRow() {
 
 bool OdbcRowset::Advance() {
   fresh_ = false;
-  if (!reader_->Next()) {
+  if (!unkept_ && !reader_->Next()) {
     exhausted_ = true;
     // A procedure has another result behind its rows, without which the connection takes no other statement (MariaDB: "Commands out of sync").
     if (std::exchange(moreResults_, false)) statement_.FinishResults();
@@ -191,11 +191,24 @@ bool OdbcRowset::Advance() {
 }
 
 void OdbcRowset::KeepCurrentRow() {
-  KeptRow row;
-  row.values.reserve(fields_.size());
-  for (std::size_t i = 0; i < fields_.size(); ++i) row.values.push_back(reader_->Value(i));
-  rows_.push_back(std::move(row));
-  row_ = rows_.size() - 1;
+  if (!unkept_) {
+    read_.resize(fields_.size());
+    for (std::size_t i = 0; i < fields_.size(); ++i) read_[i] = reader_->Value(i);
+  }
+  unkept_ = true;
+  rows_.Add(read_);
+  unkept_ = false;
+  row_ = KeptCount() - 1;
+}
+
+std::size_t OdbcRowset::KeptCount() const { return rows_.Count() - (hole_ ? 1 : 0); }
+
+std::size_t OdbcRowset::Place(std::size_t position) const { return hole_ && position >= *hole_ ? position + 1 : position; }
+
+bool OdbcRowset::IsGone(std::size_t position) const {
+  if (marks_.empty()) return false;
+  const auto mark = marks_.find(position);
+  return mark != marks_.end() && mark->second.gone;
 }
 
 bool OdbcRowset::MoveNext() {
@@ -205,8 +218,8 @@ bool OdbcRowset::MoveNext() {
 }
 
 bool OdbcRowset::StandOnNextKept(std::size_t from) {
-  for (; from < rows_.size(); ++from) {
-    if (rows_[from].gone) continue;
+  for (; from < KeptCount(); ++from) {
+    if (IsGone(from)) continue;
     row_ = from;
     return true;
   }
@@ -217,32 +230,48 @@ std::size_t OdbcRowset::RowCount() {
   if (!keepsRows_) return ProviderRowset::RowCount();
   if (executed_) {
     ReadToTheEnd();
-    return rows_.size();
+    return KeptCount();
   }
   auto inserted = inserted_ ? std::move(changes_) : nullptr;
   LeaveRow();
-  ExecuteQuery();
-  fresh_ = false;
-  while (Advance()) {
+  try {
+    ExecuteQuery();
+    fresh_ = false;
+    while (Advance()) {
+    }
+  } catch (...) {
+    ForgetRows();
+    changes_ = std::move(inserted);
+    throw;
   }
   row_ = 0;
   if (inserted) TakeInsertedRow(std::move(inserted));
-  return rows_.size();
+  return KeptCount();
+}
+
+/// As before the query ran.
+void OdbcRowset::ForgetRows() noexcept {
+  if (executed_) statement_.CloseCursor();
+  executed_ = fresh_ = exhausted_ = unkept_ = false;
+  rows_.Clear();
+  marks_.clear();
+  row_ = 0;
 }
 
 /// The query has met the row that was added before it ran: it is the current one, and comes last as every added one.
 void OdbcRowset::TakeInsertedRow(std::unique_ptr<Changes> inserted) {
   if (!inserted->asStored) ReadBack(*inserted);
   const Row& values = *inserted->asStored;
-  const auto same = [&](const KeptRow& row) { return std::equal(row.values.begin(), row.values.end(), values.begin(), values.end(), SameValue); };
-  const auto met = std::find_if(rows_.rbegin(), rows_.rend(), same);
-  if (met != rows_.rend()) rows_.erase(std::next(met).base());
-  rows_.push_back({values, nullptr});
-  row_ = rows_.size() - 1;
+  const auto isMet = [&](const Row& row) { return std::equal(row.begin(), row.end(), values.begin(), values.end(), SameValue); };
+  std::size_t met = KeptCount();
+  while (met > 0 && !isMet(Kept(met - 1))) --met;
+  if (met > 0) hole_ = met - 1;
+  rows_.AddInMemory(values);
+  row_ = KeptCount() - 1;
 }
 
 bool OdbcRowset::MoveTo(std::size_t position) {
-  if (position >= RowCount() || rows_[position].gone) return false;
+  if (position >= RowCount() || IsGone(position)) return false;
   inserted_ = false;
   LeaveRow();
   row_ = position;
@@ -271,32 +300,41 @@ bool OdbcRowset::Refresh() {
   auto now = writer_->ReadBack(known, std::nullopt);
   LeaveRow();
   if (!now) {
-    rows_[row_].gone = true;
+    marks_[row_].gone = true;
     return false;
   }
-  rows_[row_].changes.reset();
-  rows_[row_].values = *std::move(now);
+  rows_.Replace(Place(row_), *std::move(now));
+  marks_.erase(row_);
   return true;
 }
 
-bool OdbcRowset::IsKept() const { return keepsRows_ && row_ < rows_.size(); }
+bool OdbcRowset::IsKept() const { return keepsRows_ && row_ < KeptCount(); }
 
-std::unique_ptr<OdbcRowset::Changes>& OdbcRowset::CurrentChanges() { return IsKept() ? rows_[row_].changes : changes_; }
+OdbcRowset::Changes* OdbcRowset::CurrentChanges() const {
+  if (!IsKept()) return changes_.get();
+  if (marks_.empty()) return nullptr;
+  const auto mark = marks_.find(row_);
+  return mark == marks_.end() ? nullptr : mark->second.changes.get();
+}
 
-Variant OdbcRowset::Stored(std::size_t field) { return IsKept() ? rows_[row_].values[field] : reader_->Value(field); }
+std::unique_ptr<OdbcRowset::Changes>& OdbcRowset::ChangesToWrite() { return IsKept() ? marks_[row_].changes : changes_; }
+
+Variant OdbcRowset::Stored(std::size_t field) { return IsKept() ? Kept(row_)[field] : reader_->Value(field); }
 
 Variant OdbcRowset::Value(std::size_t field) {
   if (!keepsRows_ && !changes_) return reader_->Value(field);
-  const auto& changes = CurrentChanges();
+  Changes* const changes = CurrentChanges();
   if (!changes || (!changes->inserted && !changes->Touches(field))) return Stored(field);
   if (!changes->asStored) ReadBack(*changes);
   if (!IsKept()) return changes->asStored->at(field);
   // A kept row has its values from now on.
+  Row values = Kept(row_);
   for (std::size_t i = 0; i < fields_.size(); ++i) {
-    if (changes->inserted || changes->Touches(i)) rows_[row_].values[i] = std::move(changes->asStored->at(i));
+    if (changes->inserted || changes->Touches(i)) values[i] = std::move(changes->asStored->at(i));
   }
-  rows_[row_].changes.reset();
-  return rows_[row_].values[field];
+  marks_.erase(row_);
+  rows_.Replace(Place(row_), std::move(values));
+  return Kept(row_)[field];
 }
 
 void OdbcRowset::ReadBack(Changes& changes) {
@@ -316,28 +354,28 @@ void OdbcRowset::ReadBack(Changes& changes) {
 }
 
 Variant OdbcRowset::OldValue(std::size_t field) {
-  const auto& changes = CurrentChanges();
+  const Changes* const changes = CurrentChanges();
   return changes && changes->written[field] ? *changes->written[field] : Value(field);
 }
 
 std::optional<Variant> OdbcRowset::AtHand(std::size_t field) {
-  const auto& changes = CurrentChanges();
+  const Changes* const changes = CurrentChanges();
   if (changes && (changes->inserted || changes->Touches(field))) {
     return changes->asStored ? std::optional<Variant>(changes->asStored->at(field)) : changes->written[field];
   }
-  return IsKept() ? std::optional<Variant>(rows_[row_].values[field]) : reader_->AtHand(field);
+  return IsKept() ? std::optional<Variant>(Kept(row_)[field]) : reader_->AtHand(field);
 }
 
 RowWriter::RowImage OdbcRowset::OldRow() {
   return {[this](std::size_t field) { return OldValue(field); }, [this](std::size_t field) { return AtHand(field); },
           [this](std::size_t field) {
-            const auto& changes = CurrentChanges();
+            const Changes* const changes = CurrentChanges();
             return changes && changes->Touches(field) && !changes->asStored;
           }};
 }
 
 std::size_t OdbcRowset::ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity) {
-  const auto& changes = CurrentChanges();
+  const Changes* const changes = CurrentChanges();
   const bool fromReader = !IsKept() && !(changes && (changes->inserted || changes->Touches(field)));
   return fromReader ? reader_->ReadChunk(field, buffer, capacity) : ChunkOf(field, buffer, capacity);
 }
@@ -362,7 +400,7 @@ std::size_t OdbcRowset::ChunkOf(std::size_t field, std::byte* buffer, std::size_
 }
 
 void OdbcRowset::Remember(std::span<const Assignment> values, bool inserted) {
-  auto& changes = CurrentChanges();
+  auto& changes = ChangesToWrite();
   if (!changes) {
     changes = std::make_unique<Changes>();
     changes->written.resize(fields_.size());
@@ -384,7 +422,12 @@ void OdbcRowset::Remember(std::span<const Assignment> values, bool inserted) {
 
 void OdbcRowset::ReadToTheEnd() {
   const std::size_t row = row_;
-  while (!exhausted_ && Advance()) {
+  try {
+    while (!exhausted_ && Advance()) {
+    }
+  } catch (...) {
+    row_ = row;
+    throw;
   }
   row_ = row;
 }
@@ -395,8 +438,8 @@ void OdbcRowset::Insert(std::span<const Assignment> values) {
   writer_->Insert(values);
   changes_.reset();
   if (keep) {
-    rows_.push_back({Row(fields_.size(), Variant(runtime::Null{})), nullptr});
-    row_ = rows_.size() - 1;
+    rows_.AddInMemory(Row(fields_.size(), Variant(runtime::Null{})));
+    row_ = KeptCount() - 1;
   }
   Remember(values, true);
   inserted_ = true;
@@ -430,7 +473,7 @@ void OdbcRowset::Delete() {
   LeaveRow();
   if (!IsKept()) return;
   inserted_ = false;
-  rows_[row_].gone = true;  // MoveNext then stands on the row after it
+  marks_[row_].gone = true;  // MoveNext then stands on the row after it
 }
 
 }  // namespace tamlo::ado::odbc

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <map>
 #include <memory>
 #include <optional>
 #include <span>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "ado/Provider.h"
+#include "ado/RowStore.h"
 #include "ado/odbc/CommandParameters.h"
 #include "ado/odbc/RowReader.h"
 #include "ado/odbc/RowWriter.h"
@@ -16,8 +18,10 @@
 namespace tamlo::ado::odbc {
 
 /// A cursor over a query or a table. The query is prepared and described when the cursor is made and executed when its first row is asked
-/// for; a statement without rows has no fields, and has run. Static cursors, which read all rows at once, and all but forward-only ones on the client's side, keep the rows that they have read, so that MoveFirst shows the
-/// same rows again; the others execute anew. Rows are written by statements of their own on the base table.
+/// for; a statement without rows has no fields, and has run. Static cursors, which read all rows at once, and all but forward-only ones on
+/// the client's side, keep the rows that they have read, beyond 64 MB in a temporary file, so that MoveFirst shows the same rows again; the
+/// others execute anew. A row that cannot be kept is an error, and the next call tries to keep it again. Rows are written by statements of
+/// their own on the base table.
 class OdbcRowset final : public ProviderRowset {
  public:
   OdbcRowset(std::shared_ptr<Session> session, const RowsetRequest& request);
@@ -55,10 +59,10 @@ class OdbcRowset final : public ProviderRowset {
 
     [[nodiscard]] bool Touches(std::size_t field) const { return written[field] || pieces[field]; }
   };
-  struct KeptRow {
-    Row values;
+  /// What a kept row has besides the values that were read of it.
+  struct Mark {
     std::unique_ptr<Changes> changes;
-    bool gone = false;  // deleted by this cursor
+    bool gone = false;  // deleted by this cursor, or found to be
   };
 
   void Describe();
@@ -71,10 +75,17 @@ class OdbcRowset final : public ProviderRowset {
   void LeaveRow();
   void KeepCurrentRow();
   void ReadToTheEnd();
+  void ForgetRows() noexcept;
   void TakeInsertedRow(std::unique_ptr<Changes> inserted);
   [[nodiscard]] bool StandOnNextKept(std::size_t from);
   [[nodiscard]] bool IsKept() const;
-  [[nodiscard]] std::unique_ptr<Changes>& CurrentChanges();
+  [[nodiscard]] std::size_t KeptCount() const;
+  [[nodiscard]] std::size_t Place(std::size_t position) const;
+  /// The values of a kept row; good until the next one is asked for.
+  [[nodiscard]] const Row& Kept(std::size_t position) { return rows_.At(Place(position)); }
+  [[nodiscard]] bool IsGone(std::size_t position) const;
+  [[nodiscard]] Changes* CurrentChanges() const;
+  [[nodiscard]] std::unique_ptr<Changes>& ChangesToWrite();
   [[nodiscard]] Variant Stored(std::size_t field);
   void ReadBack(Changes& changes);
   /// The value by which the current row is found.
@@ -106,8 +117,12 @@ class OdbcRowset final : public ProviderRowset {
   bool keepsRows_ = false;
   bool static_ = false;
   bool exhausted_ = false;
-  std::vector<KeptRow> rows_;         // kept ones
-  std::size_t row_ = 0;               // the current one of rows_
+  RowStore rows_;                     // kept ones
+  std::optional<std::size_t> hole_;   // one of them that is none of the cursor's: those behind it stand one place later
+  std::map<std::size_t, Mark> marks_; // by position; of few rows
+  std::size_t row_ = 0;               // position of the current kept one
+  Row read_;                          // the row that is being kept
+  bool unkept_ = false;               // the reader stands on a row that is still to be kept
   bool inserted_ = false;             // the current row is the one that was just inserted
   std::unique_ptr<Changes> changes_;  // of a current row that is not kept
   std::size_t chunkField_ = SIZE_MAX;

@@ -3,12 +3,10 @@
 #include <cstring>
 
 #include "ado/Provider.h"
-#include "ado/jet/RowStore.h"
 #include "tests/ado_jet/JetFixture.h"
 
 using namespace tamlo;
 using namespace tamlo::ado;
-using jetprovider::RowStore;
 using runtime::IgnoringErrors;
 
 namespace {
@@ -118,48 +116,6 @@ TEST_F(JetScrolling, AStaticCursorOfManyBytesIsTheSameInAnyOrder) {
   for (std::size_t i = 0; i < kCount; ++i) {
     ASSERT_TRUE(forward->Value(1) == noteOf(i)) << i;
     ASSERT_EQ(forward->MoveNext(), i < kCount - 1);
-  }
-}
-
-std::vector<Variant> RowOf(int i) {
-  return {Variant(),
-          Variant(runtime::Null{}),
-          Variant(i % 2 == 0),
-          Variant(static_cast<std::uint8_t>(i)),
-          Variant(static_cast<std::int16_t>(-i)),
-          Variant(static_cast<std::int32_t>(i * 1000)),
-          Variant(static_cast<std::int64_t>(i) << 40),
-          Variant(static_cast<float>(i) / 3),
-          Variant(static_cast<double>(i) / 3),
-          Variant(runtime::Currency{i * 12345678901LL}),
-          Variant(runtime::Date{i + 0.25}),
-          Variant(runtime::Decimal{std::to_string(i) + ".00000000000000000001"}),
-          Variant(runtime::Guid{"{00112233-4455-6677-8899-AABBCCDDEEFF}"}),
-          Variant("été " + std::string(static_cast<std::size_t>(i % 7) * 50, 'x')),
-          Variant(runtime::Bytes(static_cast<std::size_t>(i % 5), std::byte{static_cast<unsigned char>(i)}))};
-}
-
-TEST(JetRowStore, EveryTypeComesBackAsItWasFromMemoryAndFromTheFile) {
-  for (const std::size_t limit : {std::size_t{0}, std::size_t{1000}, std::size_t{100000}, jetprovider::kKeptInMemory}) {
-    RowStore store(limit);
-    const int count = 3000;
-    for (int i = 0; i < count; ++i) {
-      store.Add(RowOf(i));
-      ASSERT_EQ(store.At(static_cast<std::size_t>(i) / 2), RowOf(i / 2)) << "read while it grows";
-    }
-    EXPECT_EQ(store.IsInFile(), limit < jetprovider::kKeptInMemory);
-    ASSERT_EQ(store.Count(), static_cast<std::size_t>(count));
-    store.Replace(5, RowOf(1005));
-    store.Replace(2999, RowOf(7));
-    for (int i = count; i-- > 0;) ASSERT_EQ(store.At(static_cast<std::size_t>(i)), RowOf(i == 5 ? 1005 : i == 2999 ? 7 : i)) << i;
-    store.Add(RowOf(1));
-    EXPECT_EQ(store.At(3000), RowOf(1));
-    EXPECT_EQ(store.At(5), RowOf(1005));
-    store.Clear();
-    EXPECT_EQ(store.Count(), 0U);
-    EXPECT_FALSE(store.IsInFile());
-    store.Add(RowOf(9));
-    EXPECT_EQ(store.At(0), RowOf(9));
   }
 }
 

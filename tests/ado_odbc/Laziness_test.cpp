@@ -49,6 +49,29 @@ TEST_F(Laziness, OpeningAQueryReadsNoRowWhateverTheTableHolds) {
   EXPECT_EQ(Status("Com_select"), selects + 1) << "the first row asked for executes it";
 }
 
+TEST_F(Laziness, CountingAStaticRecordsetAndGoingToItsEndReadsItOnce) {
+  connection.Execute("CREATE TABLE big (id INTEGER PRIMARY KEY, name VARCHAR(40)) ENGINE=InnoDB");
+  connection.Execute("INSERT INTO big SELECT seq, CONCAT('name ', seq) FROM seq_1_to_50000");
+  const auto rowsRead = [&] { return Status("Handler_read_next") + Status("Handler_read_rnd_next") + Status("Handler_read_first"); };
+  const std::int64_t start = rowsRead();
+  const std::int64_t own = rowsRead() - start;  // of asking
+  const std::int64_t selects = Status("Com_select");
+  const std::int64_t before = rowsRead();
+  ado::Recordset rs;
+  rs.Open("SELECT * FROM big", &connection, ado::adOpenStatic, ado::adLockReadOnly, -1);
+  EXPECT_EQ(rs.RecordCount(), 50000);
+  rs.MoveLast();
+  EXPECT_EQ(rs.Fields(0).Value(), runtime::Variant(std::int32_t{50000}));
+  EXPECT_EQ(rs.RecordCount(), 50000);
+  rs.MoveFirst();
+  rs.AbsolutePosition(25000);
+  EXPECT_EQ(rs.Fields(0).Value(), runtime::Variant(std::int32_t{25000}));
+  const std::int64_t read = rowsRead() - before - own;
+  EXPECT_GE(read, 50000);
+  EXPECT_LE(read, 51000) << "each row once";
+  EXPECT_EQ(Status("Com_select"), selects + 1);
+}
+
 TEST_F(Laziness, AddingRowsToAHugeTableReadsNone) {
   connection.Execute("CREATE TABLE big (id INTEGER PRIMARY KEY, name VARCHAR(40)) ENGINE=InnoDB");
   connection.Execute("INSERT INTO big SELECT seq, CONCAT('name ', seq) FROM seq_1_to_100000");

@@ -1,29 +1,31 @@
-#include "ado/jet/RowStore.h"
+#include "ado/RowStore.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 #include <system_error>
 #include <type_traits>
 #include <utility>
 
 #include "runtime/Error.h"
 
-namespace tamlo::ado::jetprovider {
+namespace tamlo::ado {
 
 namespace {
 
 using Storage = Variant::Storage;
 
+// Rows begin below it: 16 bits say where.
 constexpr std::size_t kBlockBytes = std::size_t{32} << 10;
 
 [[noreturn]] void Refuse(int reason) {
   throw runtime::Error(runtime::kProviderFailure,
                        "Les lignes du jeu d'enregistrements ne peuvent pas être gardées dans un fichier temporaire : " +
                            std::generic_category().message(reason),
-                       "Microsoft JET Database Engine");
+                       "ado");
 }
 
 // ----- a value as bytes: which alternative it is, then what it holds, as this program has it in memory
@@ -52,9 +54,8 @@ void Put(std::string& out, const Variant& value) {
 
 class Taker {
  public:
-  Taker(const std::string& bytes, std::size_t at) : bytes_(bytes), at_(at) {}
+  explicit Taker(std::string_view bytes) : bytes_(bytes) {}
 
-  [[nodiscard]] std::size_t At() const noexcept { return at_; }
   Variant Take() {
     std::uint8_t which = 0;
     Copy(&which, sizeof which);
@@ -67,7 +68,7 @@ class Taker {
     std::memcpy(to, bytes_.data() + at_, size);
     at_ += size;
   }
-  std::string Text() {
+  std::string_view Text() {
     std::size_t size = 0;
     Copy(&size, sizeof size);
     if (bytes_.size() - at_ < size) Refuse(EIO);
@@ -77,13 +78,13 @@ class Taker {
   template <typename T>
   Variant Of() {
     if constexpr (std::is_same_v<T, std::string>) {
-      return Text();
+      return std::string(Text());
     } else if constexpr (std::is_same_v<T, runtime::Bytes>) {
-      const std::string text = Text();
+      const std::string_view text = Text();
       const auto* bytes = reinterpret_cast<const std::byte*>(text.data());
       return runtime::Bytes(bytes, bytes + text.size());
     } else if constexpr (std::is_same_v<T, runtime::Decimal> || std::is_same_v<T, runtime::Guid>) {
-      return T{Text()};
+      return T{std::string(Text())};
     } else if constexpr (std::is_empty_v<T>) {
       return T{};
     } else {
@@ -99,43 +100,58 @@ class Taker {
     return (this->*kWays[which])();
   }
 
-  const std::string& bytes_;
-  std::size_t at_;
+  std::string_view bytes_;
+  std::size_t at_ = 0;
 };
 
 }  // namespace
 
+std::size_t RowStore::BlockBytes() const noexcept { return std::min(limit_, kBlockBytes); }
+
 void RowStore::Add(const std::vector<Variant>& row) {
-  if (blocks_.size() == firstInMemory_ || blocks_.back().size >= std::min(limit_, kBlockBytes)) {
-    Block block;
-    block.first = Count();
-    blocks_.push_back(std::move(block));
-    blocks_.back().bytes.reserve(kBlockBytes + kBlockBytes / 8);
-  }
-  columns_ = row.size();
+  AddInMemory(row);
   Block& block = blocks_.back();
-  const std::size_t before = block.size;
+  if (inMemory_ <= limit_ || block.size < BlockBytes()) return;
+  const std::size_t before = block.starts.back();
   try {
-    for (const Variant& value : row) Put(block.bytes, value);
-    block.size = block.bytes.size();
-    inMemory_ += block.size - before;
-    ++block.count;
-    if (inMemory_ > limit_ && block.size >= std::min(limit_, kBlockBytes)) MoveOut();
+    MoveOut();
   } catch (...) {
-    if (block.size != before) {
-      --block.count;
-      inMemory_ -= block.size - before;
-    }
+    inMemory_ -= block.size - before;
+    block.starts.pop_back();
     block.bytes.resize(before);
     block.size = before;
+    --block.count;
     throw;
   }
 }
 
+void RowStore::AddInMemory(const std::vector<Variant>& row) {
+  if (blocks_.size() == firstInMemory_ || blocks_.back().size >= BlockBytes()) {
+    Block block;
+    block.first = Count();
+    block.bytes.reserve(kBlockBytes + kBlockBytes / 8);
+    blocks_.push_back(std::move(block));
+  }
+  columns_ = row.size();
+  Block& block = blocks_.back();
+  block.starts.push_back(static_cast<std::uint16_t>(block.size));
+  try {
+    for (const Variant& value : row) Put(block.bytes, value);
+  } catch (...) {
+    block.starts.pop_back();
+    block.bytes.resize(block.size);
+    throw;
+  }
+  inMemory_ += block.bytes.size() - block.size;
+  block.size = block.bytes.size();
+  ++block.count;
+}
+
 void RowStore::MoveOut() {
   if (file_ == nullptr) {
+    errno = 0;
     std::unique_ptr<std::FILE, Closer> file(std::tmpfile());
-    if (file == nullptr || std::fgetpos(file.get(), &end_) != 0) Refuse(errno);
+    if (file == nullptr || std::fgetpos(file.get(), &end_) != 0) Refuse(errno == 0 ? EIO : errno);
     file_ = std::move(file);
   }
   for (; firstInMemory_ < blocks_.size(); ++firstInMemory_) Write(blocks_[firstInMemory_]);
@@ -144,63 +160,74 @@ void RowStore::MoveOut() {
 void RowStore::Write(Block& block) {
   std::fpos_t end{};
   errno = 0;
-  if (std::fsetpos(file_.get(), &end_) != 0 || std::fwrite(block.bytes.data(), 1, block.size, file_.get()) != block.size ||
-      std::fflush(file_.get()) != 0 || std::fgetpos(file_.get(), &end) != 0) {
+  std::FILE* const file = file_.get();
+  if (std::fsetpos(file, &end_) != 0 || std::fwrite(block.bytes.data(), 1, block.size, file) != block.size ||
+      std::fwrite(block.starts.data(), sizeof(std::uint16_t), block.count, file) != block.count || std::fflush(file) != 0 ||
+      std::fgetpos(file, &end) != 0) {
     const int reason = errno;
-    std::clearerr(file_.get());
-    Refuse(reason);
+    std::clearerr(file);
+    Refuse(reason == 0 ? EIO : reason);
   }
   block.place = std::exchange(end_, end);
-  block.bytes = {};
+  // An assignment of {} would keep the room.
+  std::string().swap(block.bytes);
+  std::vector<std::uint16_t>().swap(block.starts);
   inMemory_ -= block.size;
 }
 
-std::string RowStore::Read(const Block& block) const {
-  std::string bytes(block.size, '\0');
+void RowStore::Read(const Block& block) {
+  read_.count = 0;
+  read_.bytes.resize(block.size);
+  read_.starts.resize(block.count);
   errno = 0;
-  if (std::fsetpos(file_.get(), &block.place) != 0 || std::fread(bytes.data(), 1, bytes.size(), file_.get()) != bytes.size())
+  if (std::fsetpos(file_.get(), &block.place) != 0 || std::fread(read_.bytes.data(), 1, block.size, file_.get()) != block.size ||
+      std::fread(read_.starts.data(), sizeof(std::uint16_t), block.count, file_.get()) != block.count)
     Refuse(errno == 0 ? EIO : errno);
-  return bytes;
+  read_.first = block.first;
+  read_.count = block.count;
+}
+
+const RowStore::Block& RowStore::BlockOf(std::size_t position) {
+  const auto has = [&](const Block& block) { return position >= block.first && position - block.first < block.count; };
+  if (has(read_)) return read_;
+  if (current_ >= blocks_.size() || !has(blocks_[current_])) {
+    const auto behind =
+        std::upper_bound(blocks_.begin(), blocks_.end(), position, [](std::size_t wanted, const Block& block) { return wanted < block.first; });
+    current_ = static_cast<std::size_t>(behind - blocks_.begin()) - 1;
+  }
+  if (current_ >= firstInMemory_) return blocks_[current_];
+  Read(blocks_[current_]);
+  return read_;
 }
 
 const std::vector<Variant>& RowStore::At(std::size_t position) {
+  if (position == rowAt_) return row_;
   if (!replaced_.empty()) {
     if (const auto found = replaced_.find(position); found != replaced_.end()) return found->second;
   }
-  if (position < loadedFirst_ || position - loadedFirst_ >= loadedCount_) {
-    const auto behind =
-        std::upper_bound(blocks_.begin(), blocks_.end(), position, [](std::size_t wanted, const Block& block) { return wanted < block.first; });
-    Load(static_cast<std::size_t>(behind - blocks_.begin()) - 1);
-  }
-  return rows_[position - loadedFirst_];
+  const Block& block = BlockOf(position);
+  const std::size_t start = block.starts[position - block.first];
+  if (start > block.bytes.size()) Refuse(EIO);
+  Taker taker(std::string_view(block.bytes).substr(start));
+  rowAt_ = kNone;
+  row_.resize(columns_);
+  for (Variant& value : row_) value = taker.Take();
+  rowAt_ = position;
+  return row_;
 }
 
-void RowStore::Load(std::size_t number) {
-  const Block& block = blocks_[number];
-  if (loaded_ != number) {
-    loaded_ = number;
-    loadedFirst_ = block.first;
-    loadedCount_ = loadedBytes_ = 0;
-  }
-  const std::string read = number < firstInMemory_ ? Read(block) : std::string();
-  Taker taker(number < firstInMemory_ ? read : block.bytes, loadedBytes_);
-  if (rows_.size() < block.count) rows_.resize(block.count);
-  for (; loadedCount_ < block.count; ++loadedCount_, loadedBytes_ = taker.At()) {
-    std::vector<Variant>& row = rows_[loadedCount_];
-    row.resize(columns_);
-    for (Variant& value : row) value = taker.Take();
-  }
+void RowStore::Replace(std::size_t position, std::vector<Variant> row) {
+  if (position == rowAt_) rowAt_ = kNone;
+  replaced_[position] = std::move(row);
 }
-
-void RowStore::Replace(std::size_t position, std::vector<Variant> row) { replaced_[position] = std::move(row); }
 
 void RowStore::Clear() noexcept {
   blocks_.clear();
-  rows_.clear();
   replaced_.clear();
-  inMemory_ = firstInMemory_ = loadedFirst_ = loadedCount_ = loadedBytes_ = 0;
-  loaded_ = kNone;
+  read_ = Block();
+  inMemory_ = firstInMemory_ = current_ = 0;
+  rowAt_ = kNone;
   file_.reset();
 }
 
-}  // namespace tamlo::ado::jetprovider
+}  // namespace tamlo::ado
