@@ -90,7 +90,7 @@ ProviderRowset& LocalRowset::Below(std::size_t base) {
   return *below_;
 }
 
-Variant LocalRowset::BaseValue(std::size_t base, std::size_t field) { return below_ ? Below(base).Value(field) : kept_[base][field]; }
+Variant LocalRowset::BaseValue(std::size_t base, std::size_t field) { return below_ ? Below(base).Value(field) : kept_.At(base)[field]; }
 
 Variant LocalRowset::Value(std::size_t field) {
   const auto change = changes_.find(Current());
@@ -198,26 +198,33 @@ void LocalRowset::Forget() {
 
 // ----- saving
 
+std::optional<std::vector<Variant>> LocalRowset::RowBelow(std::size_t base) {
+  if (!below_->MoveTo(base)) return std::nullopt;
+  std::vector<Variant> values;
+  for (std::size_t field = 0; field < fields_.size(); ++field) values.push_back(below_->Value(field));
+  return values;
+}
+
 void LocalRowset::Detach() {
   if (!below_) return;
-  for (std::size_t row = 0; row < BaseCount(); ++row) {
-    auto& values = kept_.emplace_back(fields_.size(), Variant(runtime::Null{}));
-    if (deleted_.contains(row)) continue;
-    if (!below_->MoveTo(row)) {
-      deleted_.insert(row);
-      changes_.erase(row);
-      continue;
-    }
-    for (std::size_t field = 0; field < fields_.size(); ++field) values[field] = below_->Value(field);
-  }
-  for (auto& base : added_) {
-    if (!base) continue;
-    auto& values = kept_.emplace_back(fields_.size(), Variant(runtime::Null{}));
-    for (std::size_t field = 0; below_->MoveTo(*base) && field < fields_.size(); ++field) values[field] = below_->Value(field);
-    base = kept_.size() - 1;
-  }
-  below_.reset();
+  const std::vector<Variant> nothing(fields_.size(), Variant(runtime::Null{}));
+  std::set<std::size_t> gone;
+  auto bases = added_;
+  RowStore rows;
   belowAt_.reset();
+  for (std::size_t position = 0; position < RowCount(); ++position) {
+    const auto base = BaseOf(position);
+    if (!base) continue;
+    auto values = deleted_.contains(position) ? std::nullopt : RowBelow(*base);
+    if (!values) gone.insert(position);
+    rows.Add(values.value_or(nothing));
+    if (position >= BaseCount()) bases[position - BaseCount()] = rows.Count() - 1;
+  }
+  for (const std::size_t position : gone) changes_.erase(position);
+  deleted_.merge(gone);
+  added_ = std::move(bases);
+  kept_ = std::move(rows);
+  below_.reset();
 }
 
 void LocalRowset::Save(ProviderRowset* target) {
@@ -270,25 +277,25 @@ void LocalRowset::SaveOne(std::size_t position, const Change& change, ProviderRo
 }
 
 void LocalRowset::Keep(std::size_t position, const Change& change, ProviderRowset* live) {
-  std::size_t base = 0;
   if (below_) {
     if (change.isNew) added_[position - BaseCount()] = below_->RowCount() - 1;
     return;
   }
-  if (change.isNew) {
-    base = kept_.size();
-    kept_.emplace_back(fields_.size(), Variant(runtime::Null{}));
-  } else {
-    base = *BaseOf(position);
-  }
+  const auto base = BaseOf(position);
+  std::vector<Variant> row = base ? kept_.At(*base) : std::vector<Variant>(fields_.size(), Variant(runtime::Null{}));
   for (std::size_t field = 0; field < fields_.size(); ++field) {
     if (live != nullptr) {
-      kept_[base][field] = live->Value(field);
+      row[field] = live->Value(field);
     } else if (change.values[field]) {
-      kept_[base][field] = *change.values[field];
+      row[field] = *change.values[field];
     }
   }
-  if (change.isNew) added_[position - BaseCount()] = base;
+  if (base) {
+    kept_.Replace(*base, std::move(row));
+  } else {
+    kept_.AddInMemory(row);
+    added_[position - BaseCount()] = kept_.Count() - 1;
+  }
 }
 
 std::map<std::size_t, std::size_t> LocalRowset::FindIn(ProviderRowset& target) {
@@ -302,7 +309,7 @@ std::map<std::size_t, std::size_t> LocalRowset::FindIn(ProviderRowset& target) {
     if (!target.MoveTo(row)) continue;
     std::vector<Variant> values;  // as far as they were compared
     const auto isThere = [&](std::size_t position) {
-      const Values& read = kept_[*BaseOf(position)];
+      const std::vector<Variant>& read = kept_.At(*BaseOf(position));
       for (std::size_t field = 0; field < fields_.size(); ++field) {
         if (field == values.size()) values.push_back(target.Value(field));
         if (!SameValue(values[field], read[field])) return false;

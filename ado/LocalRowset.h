@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "ado/Provider.h"
+#include "ado/RowStore.h"
 
 namespace tamlo::ado {
 
@@ -42,7 +43,7 @@ class LocalRowset final : public ProviderRowset {
   [[nodiscard]] Variant OriginalValue(std::size_t field);
   /// Reads what is below the current row anew; its change goes, or stays, compared with what was read now. Error 3251 where nothing is below.
   bool Refresh(bool keepChange);
-  /// Keeps the rows here from now on. Changes go on waiting.
+  /// Keeps the rows here from now on. Changes go on waiting. When a row cannot be read or kept everything is as before.
   void Detach();
   [[nodiscard]] bool IsDetached() const noexcept { return below_ == nullptr; }
 
@@ -69,7 +70,6 @@ class LocalRowset final : public ProviderRowset {
     [[nodiscard]] bool Waits() const;
     [[nodiscard]] std::vector<Assignment> Assignments() const;
   };
-  using Values = std::vector<Variant>;
   using Changes = std::map<std::size_t, Change>;
 
   /// Rows before any was added.
@@ -85,6 +85,8 @@ class LocalRowset final : public ProviderRowset {
   [[nodiscard]] Variant BaseValue(std::size_t base, std::size_t field);
   void SaveOne(std::size_t position, const Change& change, ProviderRowset* live, const std::map<std::size_t, std::size_t>& found);
   void Keep(std::size_t position, const Change& change, ProviderRowset* live);
+  /// The row below at that place of its own, all of it; none when it is gone there.
+  [[nodiscard]] std::optional<std::vector<Variant>> RowBelow(std::size_t base);
   /// Where target has the rows that wait, by position.
   [[nodiscard]] std::map<std::size_t, std::size_t> FindIn(ProviderRowset& target);
 
@@ -93,7 +95,7 @@ class LocalRowset final : public ProviderRowset {
   std::unique_ptr<ProviderRowset> below_;
   std::optional<std::size_t> baseCount_;
   std::optional<std::size_t> belowAt_;  // the row on which the rowset below stands
-  std::vector<Values> kept_;
+  RowStore kept_;
   std::vector<std::optional<std::size_t>> added_;  // by position behind the base: where it stands once saved
   Changes changes_;
   std::set<std::size_t> deleted_;  // saved deletions
