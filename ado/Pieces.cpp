@@ -35,7 +35,9 @@ Variant WholeOf(const ChunkSource& source, bool isText) {
   const ChunkSource pieces = source;
   std::array<std::byte, 8192> piece{};
   runtime::Bytes whole;
-  while (const std::size_t count = pieces(piece.data(), piece.size())) whole.insert(whole.end(), piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(count));
+  while (const std::size_t count = pieces(piece.data(), piece.size())) {
+    whole.insert(whole.end(), piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(count));
+  }
   if (!isText) return whole;
   return std::string(reinterpret_cast<const char*>(whole.data()), whole.size());
 }

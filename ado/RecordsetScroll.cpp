@@ -202,7 +202,8 @@ std::int64_t RecordsetState::AbsolutePosition() {
   if (!view) {
     before = std::distance(rows->gone.begin(), rows->gone.lower_bound(place));
   } else if (!rows->gone.empty()) {
-    before = std::count_if(view->begin(), view->begin() + static_cast<std::ptrdiff_t>(place), [this](std::size_t row) { return rows->gone.contains(row); });
+    const auto isGone = [this](std::size_t row) { return rows->gone.contains(row); };
+    before = std::count_if(view->begin(), view->begin() + static_cast<std::ptrdiff_t>(place), isGone);
   }
   return static_cast<std::int64_t>(place) + 1 - before;
 }

@@ -1,5 +1,7 @@
+#include <cstdint>
 #include <iostream>
 
+#include "ado/Command.h"
 #include "app/Fournisseurs.h"
 #include "db/DataBase.h"
 #include "jet/Database.h"
@@ -11,7 +13,12 @@ int main() {
   tamlo::db::DataBase base;
   if (!base.Ouvre("EXEMPLE.MDB", tamlo::db::TypJet, true)) return 1;
   base.ExecuteSQL("create table [UTL] ([IDUTL] long, [NOM] text(30))");
-  base.ExecuteSQL("insert into [UTL] values (1, 'Dupont')");
+  tamlo::ado::Command ajoute;  // values never become part of the statement's text
+  ajoute.ActiveConnection(&base.Connexion());
+  ajoute.CommandText("insert into [UTL] values (?, ?)");
+  ajoute.Parameters().Append({.value = std::int32_t{1}});
+  ajoute.Parameters().Append({.value = "L'Hermite"});
+  ajoute.Execute();
   for (auto rs = base.OpenRecordSet("select * from [UTL]", 0); !rs.Eof(); rs.MoveNext()) {
     std::cout << tamlo::runtime::ToText(rs.Fields("NOM").Value()) << "\n";
   }

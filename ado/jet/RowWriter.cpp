@@ -41,7 +41,8 @@ void OnRow(const JetConnection& connection, Work work, const bool* changed = nul
 // A row keeps the number that it got.
 void RequireNoCounter(const JetConnection& connection, const jet::sql::ColumnInfo& column) {
   if (!column.type.autoNumber) return;
-  throw runtime::Error(connection.GeneralNumbers() ? runtime::kProviderFailure : runtime::kValueRefused, "Le compteur d'une ligne existante ne peut pas être changé : " + column.name, "Microsoft JET Database Engine");
+  throw runtime::Error(connection.GeneralNumbers() ? runtime::kProviderFailure : runtime::kValueRefused,
+                       "Le compteur d'une ligne existante ne peut pas être changé : " + column.name, "Microsoft JET Database Engine");
 }
 
 // A number or a date that reads as one, so that it was refused for its size.
@@ -161,8 +162,8 @@ void RowWriter::Delete(jet::RowId id, const jet::Table::RowTest& isMeant) {
 
 Variant RowWriter::Converted(std::size_t column, const Variant& value) const {
   // Of a long text or long bytes nothing is to be said before they are written.
-  if (connection_.GeneralNumbers() || value.IsNull() || value.IsEmpty() || (IsLongColumn(table_->columns[column].type.type) && (value.IsText() || value.Is<runtime::Bytes>())))
-    return value;
+  const bool isLong = IsLongColumn(table_->columns[column].type.type) && (value.IsText() || value.Is<runtime::Bytes>());
+  if (connection_.GeneralNumbers() || value.IsNull() || value.IsEmpty() || isLong) return value;
   const jet::Value given = ToValue(value);
   try {
     return ToVariant(jet::ColumnValue(*table_->table, column, jet::sql::Coerced(given, table_->columns[column].type, session_.Settings())));
