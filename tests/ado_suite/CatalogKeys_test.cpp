@@ -257,7 +257,7 @@ TEST_P(CatalogKeys, ThatAreNotWholeOrNameWhatIsNotThereAreRefused) {
 }
 
 TEST_P(CatalogKeys, HaveWhateverNames) {
-  const std::string odd = Is("Access") ? "L'été \"n° 1\" (é); x--" : "L'été \"n° 1\" [x] `y` (é); x--";
+  const std::string odd = Is("Access") ? "L'été \"n° 1\" (é); x-- ? %_ {x}" : "L'été \"n° 1\" [x] `y` (é); x-- \\ ? %_ {x}";
   const std::string other = Is("Access") ? "Père, clé" : "Père, [clé] \"'` /*";
   Append(other, {"La clé", odd}, {KeyOf("PK " + other, ado::adKeyPrimary, {"LA CLÉ"}), KeyOf("UQ " + odd, ado::adKeyUnique, {odd})});
   Append(odd, {odd, "à"}, {ForeignKey("FK " + odd, odd, other, "La clé", ado::adRICascade)});

@@ -75,7 +75,7 @@ TEST_P(CatalogViews, WhoseTextDoesNotReadLeaveNothing) {
 }
 
 TEST_P(CatalogViews, HaveWhateverNamesAndTexts) {
-  const std::string odd = Is("Access") ? "L'été \"n° 1\" (é); x--" : "L'été \"n° 1\" [x] `y` (é); x--";
+  const std::string odd = Is("Access") ? "L'été \"n° 1\" (é); x-- ? %_ {x}" : "L'été \"n° 1\" [x] `y` (é); x-- \\ ? %_ {x}";
   ado::Catalog catalog(connection);
   catalog.AppendView(odd, "SELECT CODE FROM ART WHERE NOM = 'été' OR NOM = 'l''un; -- deux'");
   EXPECT_EQ(Names(), odd + ";");
@@ -84,6 +84,10 @@ TEST_P(CatalogViews, HaveWhateverNamesAndTexts) {
   catalog.AppendView("Copie", views.at(0).command);
   EXPECT_EQ(Count(Quoted("Copie")), 1) << "the text is one that the backend takes";
   catalog.DeleteView("copie");
+  catalog.AppendView("Union", "SELECT CODE FROM ART WHERE QTE = 1 UNION SELECT CODE FROM ART WHERE QTE = 3" +
+                                  std::string(Is("Access") ? "" : " -- trois"));
+  EXPECT_EQ(Count(Quoted("Union")), 3);
+  catalog.DeleteView("Union");
   catalog.DeleteView(odd);
   EXPECT_EQ(Names(), "");
   if (Is("MariaDB")) {
