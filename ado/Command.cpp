@@ -93,10 +93,16 @@ Connection& Command::Open() const {
 
 std::string Command::Statement() const {
   if (type_ != adCmdStoredProc) return type_ == adCmdTable ? Open().Native().TableStatement(text_) : text_;
-  return Open().Native().CallStatement(text_, parameters_.Count());
+  const bool returns = parameters_.Count() > 0 && parameters_.items_.front().direction == adParamReturnValue;
+  return Open().Native().CallStatement(text_, parameters_.Count(), returns);
+}
+
+bool Command::HasOutputs() const noexcept {
+  return std::any_of(parameters_.items_.begin(), parameters_.items_.end(), [](const Parameter& one) { return one.direction != adParamInput; });
 }
 
 const std::vector<Parameter>& Command::Checked() const {
+  if (HasOutputs() && !Open().Native().HasOutputParameters()) throw AdoError(runtime::kOperationNotSupported);
   for (const Parameter& parameter : parameters_.All()) {
     const auto* text = parameter.value.If<std::string>();
     const auto* bytes = parameter.value.If<runtime::Bytes>();
@@ -112,12 +118,17 @@ const std::vector<Parameter>& Command::Checked() const {
 
 void Command::Refresh() {
   ProviderConnection& native = Open().Native();
-  const std::string text = type_ == adCmdStoredProc ? native.CallStatement(text_, 0) : Statement();
+  const std::string text = type_ == adCmdStoredProc ? native.CallStatement(text_, 0, false) : Statement();
   parameters_.items_ = native.DescribeParameters(text);
 }
 
 std::int64_t Command::Execute() {
   ProviderConnection& native = Open().Native();
+  if (HasOutputs()) {
+    std::int64_t affected = -1;
+    (void)ExecuteCall(affected);
+    return affected;
+  }
   const std::string statement = Statement();
   if (prepared_) {
     if (kept_ == nullptr || kept_->command == nullptr || kept_->statement != statement) {
@@ -137,8 +148,27 @@ std::int64_t Command::Execute(std::span<const Variant> values) {
   return Execute();
 }
 
+Recordset Command::ExecuteCall(std::int64_t& recordsAffected) {
+  RowsetRequest request;
+  request.parameters = Checked();
+  request.source = Statement();
+  request.lock = adLockReadOnly;
+  request.options = adCmdText;
+  request.timeoutSeconds = timeout_;
+  request.affected = &recordsAffected;
+  request.outputs = std::make_shared<std::vector<Variant>>();
+  const auto outputs = request.outputs;
+  Recordset rows;
+  rows.Open(&Open(), std::move(request));
+  for (std::size_t i = 0; i < outputs->size() && i < parameters_.Count(); ++i) {
+    if (parameters_.items_[i].direction != adParamInput) parameters_.items_[i].value = std::move((*outputs)[i]);
+  }
+  return rows;
+}
+
 Recordset Command::Execute(std::int64_t& recordsAffected) {
   recordsAffected = -1;
+  if (HasOutputs()) return ExecuteCall(recordsAffected);
   Recordset rows;
   rows.OpenCounting(*this, recordsAffected);
   return rows;

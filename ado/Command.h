@@ -16,12 +16,13 @@ class Connection;
 class Recordset;
 struct ConnectionState;
 
-/// A value that goes into a statement beside its text. Parameters only go in; there are no output parameters.
+/// A value that goes into a statement beside its text, or comes out of a procedure.
 struct Parameter {
   std::string name = {};  ///< as the statement writes it, with or without brackets; empty: the next one in order. "?" goes by order alone
   std::int16_t type = adEmpty;  ///< how the value travels; adEmpty: as its own kind tells
   std::int64_t size = 0;        ///< of a text or bytes, in characters or bytes: a longer value is refused; 0 is without limit
-  Variant value = {};           ///< Empty and Null are both a null
+  Variant value = {};           ///< Empty and Null are both a null. After Execute, of one that comes out, what came, of the type given (null: Null)
+  ParameterDirection direction = adParamInput;
 };
 
 /// The parameters of a command, in order, positions from 0. Error 3265 for a name (without regard to case) or position that is not there.
@@ -44,7 +45,15 @@ class Parameters {
 
 /// A statement with parameters. Values never become part of the text. Belongs to whoever made it. Not to be copied, for what it has prepared.
 /// On Access files parameters are those that PARAMETERS declares, [prompts] and "?"; on ODBC sources "?" alone, in order, with as many
-/// values as marks. Errors: 3709 without an open connection (also one that is gone), 3265 on Access for a name without a value or a value
+/// values as marks.
+///
+/// Output parameters are for calls of procedures and functions on MariaDB and PostgreSQL ("{call P(?, ?)}", "CALL P(?, ?)", "{? = call F(?)}",
+/// adCmdStoredProc); elsewhere, and for other statements, 3251 before anything runs. All of them have their values when Execute is back,
+/// also when there are rows besides: those are then kept. A value that does not fit its parameter is an error, after which no parameter has
+/// another value than before; what the procedure did is done. With them a command is prepared anew each time, and a recordset is opened by
+/// Execute, not by Recordset::Open (3251).
+///
+/// Errors: 3709 without an open connection (also one that is gone), 3265 on Access for a name without a value or a value
 /// without its name, else what the provider raises; the command stays usable.
 class Command {
  public:
@@ -81,7 +90,8 @@ class Command {
   /// Runs it and gives its rows, forward-only and read-only; a closed recordset when it gives none, and then the rows affected (else -1).
   Recordset Execute(std::int64_t& recordsAffected);
 
-  /// The parameters, once their sizes were looked at. Error -2147467259 naming one whose value is longer than its size.
+  /// The parameters, once their sizes were looked at. Error -2147467259 naming one whose value is longer than its size, 3251 for an output
+  /// parameter where the provider has none.
   [[nodiscard]] const std::vector<Parameter>& Checked() const;
   /// What is sent: the text, or the call that the type makes of it. For the classes of this room.
   [[nodiscard]] std::string Statement() const;
@@ -90,6 +100,8 @@ class Command {
   friend class Recordset;
   struct Prepare;
   [[nodiscard]] Connection& Open() const;
+  [[nodiscard]] bool HasOutputs() const noexcept;
+  Recordset ExecuteCall(std::int64_t& recordsAffected);
 
   std::shared_ptr<ConnectionState> state_;  // the connection's: it may go before the command
   std::string text_;

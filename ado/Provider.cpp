@@ -68,10 +68,11 @@ std::string ProviderConnection::TableStatement(const std::string& table) {
   return "SELECT * FROM " + (quoted ? table : "[" + table + "]");
 }
 
-std::string ProviderConnection::CallStatement(const std::string& name, std::size_t parameters) {
-  std::string call = "{CALL " + name;
-  for (std::size_t i = 0; i < parameters; ++i) call += i == 0 ? "(?" : ",?";
-  return call + (parameters > 0 ? ")}" : "}");
+std::string ProviderConnection::CallStatement(const std::string& name, std::size_t parameters, bool returns) {
+  std::string call = (returns ? "{? = CALL " : "{CALL ") + name;
+  const std::size_t given = parameters - (returns ? 1 : 0);
+  for (std::size_t i = 0; i < given; ++i) call += i == 0 ? "(?" : ",?";
+  return call + (given > 0 ? ")}" : "}");
 }
 
 void RegisterProvider(const std::string& name, ProviderFactory factory, DatabaseCreator create) {

@@ -96,6 +96,8 @@ struct RowsetRequest {
   /// Each value alone, and as the backend's own text where it has one: see Recordset::ReadsByAnotherWay.
   bool anotherWay = false;
   std::vector<Parameter> parameters;  ///< see Command
+  /// Where the values of output parameters go while the rowset is opened: one for each parameter, Empty for those that only go in.
+  std::shared_ptr<std::vector<Variant>> outputs = {};
   std::int64_t* affected = nullptr;   ///< where a statement that gives no rows tells how many it affected, if the provider knows
 };
 
@@ -169,7 +171,10 @@ class ProviderConnection {
   [[nodiscard]] virtual std::vector<Parameter> DescribeParameters(const std::string& text);
   /// The statement that gives all rows of a table, and the one that runs a stored procedure with so many parameters.
   [[nodiscard]] virtual std::string TableStatement(const std::string& table);
-  [[nodiscard]] virtual std::string CallStatement(const std::string& name, std::size_t parameters);
+  /// returns: the first of them is the return value.
+  [[nodiscard]] virtual std::string CallStatement(const std::string& name, std::size_t parameters, bool returns);
+  /// Whether parameters of procedures may come out. Without it the core refuses them.
+  [[nodiscard]] virtual bool HasOutputParameters() const { return false; }
   /// Null after having run a statement that gives no rows. A static rowset reads all its rows when it is first moved.
   [[nodiscard]] virtual std::unique_ptr<ProviderRowset> OpenRowset(const RowsetRequest& request) = 0;
 

@@ -83,6 +83,9 @@ enum SortOrder : std::int16_t { adSortAscending = 1, adSortDescending = 2 };
 enum IndexNulls : std::int16_t { adIndexNullsAllow = 0, adIndexNullsDisallow = 1, adIndexNullsIgnore = 2, adIndexNullsIgnoreAny = 4 };
 enum ColumnAttributes : std::int32_t { adColFixed = 1, adColNullable = 2 };
 
+/// Which way the value of a parameter goes. A return value is that of a function, and the first one.
+enum ParameterDirection : std::int16_t { adParamInput = 1, adParamOutput = 2, adParamInputOutput = 3, adParamReturnValue = 4 };
+
 /// Options of Open and Execute.
 constexpr std::int32_t adOptionUnspecified = -1;
 constexpr std::int32_t adCmdText = 1;

@@ -97,7 +97,7 @@ std::vector<Parameter> JetConnection::DescribeParameters(const std::string& text
   return parameters;
 }
 
-std::string JetConnection::CallStatement(const std::string& name, std::size_t) { return "EXECUTE [" + TableName(name) + "]"; }
+std::string JetConnection::CallStatement(const std::string& name, std::size_t, bool) { return "EXECUTE [" + TableName(name) + "]"; }
 
 void JetConnection::Limit(std::int32_t timeoutSeconds) {
   jet::sql::StatementLimits limits = limits_;

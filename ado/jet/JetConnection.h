@@ -33,7 +33,7 @@ class JetConnection final : public ProviderConnection {
   std::int64_t Execute(const std::string& text, std::int32_t timeoutSeconds) override;
   std::int64_t ExecuteWith(const std::string& text, std::span<const Parameter> parameters, std::int32_t timeoutSeconds) override;
   [[nodiscard]] std::vector<Parameter> DescribeParameters(const std::string& text) override;
-  [[nodiscard]] std::string CallStatement(const std::string& name, std::size_t parameters) override;
+  [[nodiscard]] std::string CallStatement(const std::string& name, std::size_t parameters, bool returns) override;
   [[nodiscard]] std::unique_ptr<ProviderRowset> OpenRowset(const RowsetRequest& request) override;
   std::int32_t BeginTransaction() override;
   void CommitTransaction() override;

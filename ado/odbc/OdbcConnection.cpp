@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "ado/odbc/BatchInsert.h"
+#include "ado/odbc/CallRowset.h"
 #include "ado/odbc/CommandParameters.h"
 #include "ado/odbc/NativeHeaders.h"
 #include "ado/odbc/OdbcCatalog.h"
@@ -90,7 +91,10 @@ std::int64_t OdbcConnection::Send(const std::string& text, std::span<const ado::
   return affected;
 }
 
+bool OdbcConnection::HasOutputParameters() const { return HasCalls(session_->Facts()); }
+
 std::unique_ptr<ProviderRowset> OdbcConnection::OpenRowset(const RowsetRequest& request) {
+  if (HasOutputs(request.parameters)) return OpenCall(session_, request);
   auto rowset = std::make_unique<OdbcRowset>(session_, request);
   return rowset->Fields().empty() ? nullptr : std::move(rowset);
 }

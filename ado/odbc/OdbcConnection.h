@@ -22,6 +22,7 @@ class OdbcConnection final : public ProviderConnection {
   std::int64_t ExecuteWith(const std::string& text, std::span<const ado::Parameter> parameters, std::int32_t timeoutSeconds) override;
   [[nodiscard]] std::unique_ptr<ProviderCommand> Prepare(const std::string& text) override;
   [[nodiscard]] std::vector<ado::Parameter> DescribeParameters(const std::string& text) override;
+  [[nodiscard]] bool HasOutputParameters() const override;
   [[nodiscard]] std::string TableStatement(const std::string& table) override;
   [[nodiscard]] std::unique_ptr<ProviderRowset> OpenRowset(const RowsetRequest& request) override;
   std::int32_t BeginTransaction() override;

@@ -33,6 +33,27 @@ TEST_F(Command, WantsAnOpenConnection) {
   EXPECT_EQ(ErrorOf([&] { rows.Open(command, ado::adOpenForwardOnly, ado::adLockReadOnly); }), 3709);
 }
 
+TEST_F(Command, OutputParametersAreRefusedWhereTheProviderHasNone) {
+  Open();
+  ado::Command command;
+  command.ActiveConnection(&connection);
+  command.CommandText("P");
+  command.CommandType(ado::adCmdStoredProc);
+  for (const auto direction : {ado::adParamOutput, ado::adParamInputOutput, ado::adParamReturnValue}) {
+    command.Parameters().Clear();
+    command.Parameters().Append({.type = ado::adInteger, .direction = direction});
+    EXPECT_EQ(ErrorOf([&] { command.Execute(); }), 3251);
+    std::int64_t affected = 0;
+    EXPECT_EQ(ErrorOf([&] { (void)command.Execute(affected); }), 3251);
+    ado::Recordset rows;
+    EXPECT_EQ(ErrorOf([&] { rows.Open(command, ado::adOpenForwardOnly, ado::adLockReadOnly); }), 3251);
+  }
+  EXPECT_TRUE(backend.Calls().empty());
+  EXPECT_EQ(command.Statement(), "{? = CALL P}");
+  command.Parameters().Append({.type = ado::adInteger, .value = std::int32_t{1}});
+  EXPECT_EQ(command.Statement(), "{? = CALL P(?)}");
+}
+
 TEST_F(Command, HasATimeOutOfItsOwn) {
   Open();
   ado::Command command;

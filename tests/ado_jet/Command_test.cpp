@@ -44,6 +44,16 @@ TEST_F(JetCommand, NamedPromptsAndMarks) {
   EXPECT_EQ(CommandRows(), "deux");
 }
 
+TEST_F(JetCommand, ParametersOnlyGoIn) {
+  command.CommandText("SELECT N FROM T WHERE Id = [p]");
+  command.Parameters().Append({.name = "p", .type = ado::adInteger, .value = std::int32_t{2}, .direction = ado::adParamInputOutput});
+  EXPECT_EQ(Refusal().number, 3251);
+  ado::Recordset rows;
+  EXPECT_EQ(runtime::IgnoringErrors([&] { rows.Open(command, ado::adOpenStatic, ado::adLockReadOnly); }).number, 3251);
+  command.Parameters().Item(0).direction = ado::adParamInput;
+  EXPECT_EQ(CommandRows(), "deux");
+}
+
 TEST_F(JetCommand, ValuesAreWrittenAsTheyAre) {
   command.CommandText("INSERT INTO T VALUES (?,?,?,?,?,?,?)");
   const std::vector<ado::Variant> values = {std::int32_t{10},

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "ado/odbc/CallText.h"
+
 namespace tamlo::tests {
 namespace {
 
@@ -13,6 +15,25 @@ using ado::odbc::PlainName;
 using ado::odbc::TransactionEffect;
 using ado::odbc::WithoutComments;
 using ado::odbc::WithoutWideLiterals;
+
+TEST(SqlText, ACallIsReadInItsParts) {
+  using ado::odbc::ReadCall;
+  const auto plain = ReadCall(" call A.`b(c` ( ?, 'x)' ) ; ");
+  ASSERT_TRUE(plain);
+  EXPECT_EQ(plain->name, "A.`b(c`");
+  EXPECT_EQ(plain->arguments, " ?, 'x)' ");
+  EXPECT_FALSE(plain->inBraces);
+  EXPECT_EQ(plain->Marks(), std::nullopt);
+  const auto returns = ReadCall("{ ? = CALL\"F G\"(?,\n?)}");
+  ASSERT_TRUE(returns);
+  EXPECT_TRUE(returns->inBraces && returns->returns);
+  EXPECT_EQ(returns->name, "\"F G\"");
+  EXPECT_EQ(returns->Marks(), 2U);
+  EXPECT_EQ(ReadCall("{call P}")->Marks(), 0U);
+  EXPECT_EQ(ReadCall("call P(?,)")->Marks(), std::nullopt);
+  for (const char* other : {"", "call", "callP(?)", "SELECT F(?)", "{call P(?)", "{? call P(?)}", "call P(?) x", "{call (?)}", "INSERT INTO call VALUES (?)"})
+    EXPECT_FALSE(ReadCall(other)) << other;
+}
 
 TEST(SqlText, TheBaseTableStandsAsItIsWritten) {
   EXPECT_EQ(BaseTableOf("SELECT * FROM UTL"), "UTL");
