@@ -61,6 +61,13 @@ Column ToColumn(Statement& statement, const DriverFacts& facts) {
   return column;
 }
 
+/// PostgreSQL cuts a longer name and says nothing that is an error: what is made would go by another name.
+void RequireKeptName(const Session& session, const std::string& name) {
+  constexpr std::size_t kLongest = 63;  // bytes
+  if (session.Facts().backend != Backend::kPostgres || !session.Facts().castsToText || name.size() <= kLongest) return;
+  throw runtime::Error(runtime::kProviderFailure, "Le nom " + name + " est trop long.", "odbc");
+}
+
 }  // namespace
 
 OdbcCatalog::OdbcCatalog(std::shared_ptr<Session> session) : session_(std::move(session)), version_(session_->SchemaVersion()) {}
@@ -221,6 +228,7 @@ void OdbcCatalog::RequireUniqueTargets(Table& table) {
 
 void OdbcCatalog::AppendTable(Table& table) {
   RequireUniqueTargets(table);
+  for (const Key& key : table.Keys()) RequireKeptName(*session_, key.name);
   Run(CreateTableText(*session_, table));
   for (const auto& index : table.Indexes()) {
     if (!index.primaryKey) Run(AddIndexText(*session_, table.Name(), index));
@@ -272,6 +280,7 @@ std::optional<std::string> OdbcCatalog::LostKey(const std::string& table, const 
 }
 
 void OdbcCatalog::AppendKey(const std::string& table, const Key& key) {
+  RequireKeptName(*session_, key.name);
   const std::string sql = AddKeyText(*session_, table, key);
   if (sql.empty()) throw AdoError(runtime::kOperationNotSupported, key.name);
   Run(sql);
@@ -295,6 +304,7 @@ std::vector<View> OdbcCatalog::Views() {
 }
 
 void OdbcCatalog::AppendView(const std::string& name, const std::string& command) {
+  RequireKeptName(*session_, name);
   auto query = QueryOf(command);
   // Where a backslash takes the meaning from a quote only the server knows what a text ends; it takes one statement alone.
   if (session_->Facts().backend == Backend::kMySql && command.find('\\') != std::string::npos) {

@@ -273,6 +273,22 @@ TEST_P(CatalogKeys, HaveWhateverNames) {
   EXPECT_EQ(KeysOf(odd), foreign);
 }
 
+TEST_P(CatalogKeys, KeepTheirWholeNameOrAreRefused) {
+  const std::string name(70, 'N');
+  ado::Catalog catalog(connection);
+  EXPECT_EQ(ErrorOf([&] { Append("Neuve", {"A"}, {KeyOf(name, ado::adKeyUnique, {"A"})}); }), Is("SQLite")    ? 0
+                                                                                              : Is("MariaDB") ? -2147217900
+                                                                                                              : -2147467259);
+  EXPECT_EQ(catalog.Find("Neuve") != nullptr, Is("SQLite"));
+  EXPECT_EQ(ErrorOf([&] { catalog.AppendView(name, "SELECT CODE FROM ART"); }), Is("SQLite")    ? 0
+                                                                                : Is("MariaDB") ? -2147217900
+                                                                                                : -2147467259);
+  EXPECT_EQ(catalog.Views().size(), Is("SQLite") ? 1U : 0U);
+  if (!Is("SQLite")) return;
+  EXPECT_EQ(KeysOf("Neuve"), name + " 3 (A)\n");
+  EXPECT_EQ(catalog.Views()[0].name, name);
+}
+
 TEST_P(CatalogKeys, AreNotThereForViewsAndClosedConnections) {
   const std::string name = source.Kept("VUE");
   ado::Catalog catalog(connection);
