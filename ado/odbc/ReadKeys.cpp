@@ -44,21 +44,10 @@ std::vector<Key> UniqueIndexes(const std::shared_ptr<Session>& session, const st
   return keys;
 }
 
-/// Of MySQL, whose catalog calls lose the order of a primary key, and foreign keys that refer to another unique one: its driver 3.1.15.
-std::vector<Key> MySqlForeignKeys(const std::shared_ptr<Session>& session, const std::string& table) {
-  // No literal: a backslash may count in it or not.
-  std::string hex;
-  for (const char c : table) {
-    hex.push_back("0123456789ABCDEF"[static_cast<unsigned char>(c) >> 4U]);
-    hex.push_back("0123456789ABCDEF"[static_cast<unsigned char>(c) & 15U]);
-  }
+/// What a query gives: table, key, column, related table, related column and the rules, a row for each column in its order.
+std::vector<Key> ForeignKeysBy(const std::shared_ptr<Session>& session, const std::string& query, const std::string& table) {
   Statement statement(session);
-  statement.ExecuteDirect(
-      "SELECT K.TABLE_NAME, K.CONSTRAINT_NAME, K.COLUMN_NAME, K.REFERENCED_TABLE_NAME, K.REFERENCED_COLUMN_NAME, R.UPDATE_RULE, R.DELETE_RULE "
-      "FROM INFORMATION_SCHEMA.KEY_COLUMN_USAGE K JOIN INFORMATION_SCHEMA.REFERENTIAL_CONSTRAINTS R ON "
-      "R.CONSTRAINT_SCHEMA = K.CONSTRAINT_SCHEMA AND R.CONSTRAINT_NAME = K.CONSTRAINT_NAME AND R.TABLE_NAME = K.TABLE_NAME "
-      "WHERE K.TABLE_SCHEMA = DATABASE() AND K.TABLE_NAME = CONVERT(X'" +
-      hex + "' USING utf8mb4) ORDER BY K.CONSTRAINT_NAME, K.ORDINAL_POSITION");
+  statement.ExecuteDirect(query);
   std::vector<Key> keys;
   while (statement.FetchCatalogRow()) {
     if (statement.Text(1).value_or("") != table) continue;  // one that differs by case alone
@@ -74,6 +63,32 @@ std::vector<Key> MySqlForeignKeys(const std::shared_ptr<Session>& session, const
   return keys;
 }
 
+/// Of MySQL, whose catalog calls lose the order of a primary key, and foreign keys that refer to another unique one: its driver 3.1.15.
+std::string MySqlForeignQuery(const std::string& table) {
+  // No literal: a backslash may count in it or not.
+  std::string hex;
+  for (const char c : table) {
+    hex.push_back("0123456789ABCDEF"[static_cast<unsigned char>(c) >> 4U]);
+    hex.push_back("0123456789ABCDEF"[static_cast<unsigned char>(c) & 15U]);
+  }
+  return "SELECT K.TABLE_NAME, K.CONSTRAINT_NAME, K.COLUMN_NAME, K.REFERENCED_TABLE_NAME, K.REFERENCED_COLUMN_NAME, R.UPDATE_RULE, "
+         "R.DELETE_RULE FROM INFORMATION_SCHEMA.KEY_COLUMN_USAGE K JOIN INFORMATION_SCHEMA.REFERENTIAL_CONSTRAINTS R ON "
+         "R.CONSTRAINT_SCHEMA = K.CONSTRAINT_SCHEMA AND R.CONSTRAINT_NAME = K.CONSTRAINT_NAME AND R.TABLE_NAME = K.TABLE_NAME "
+         "WHERE K.TABLE_SCHEMA = DATABASE() AND K.TABLE_NAME = CONVERT(X'" +
+         hex + "' USING utf8mb4) ORDER BY K.CONSTRAINT_NAME, K.ORDINAL_POSITION";
+}
+
+/// Where the driver cannot tell, of backends whose constraints have names of their own in a schema.
+std::string StandardForeignQuery(const std::string& schema, const std::string& table) {
+  return "SELECT F.TABLE_NAME, F.CONSTRAINT_NAME, F.COLUMN_NAME, P.TABLE_NAME, P.COLUMN_NAME, R.UPDATE_RULE, R.DELETE_RULE "
+         "FROM INFORMATION_SCHEMA.REFERENTIAL_CONSTRAINTS R JOIN INFORMATION_SCHEMA.KEY_COLUMN_USAGE F ON "
+         "F.CONSTRAINT_SCHEMA = R.CONSTRAINT_SCHEMA AND F.CONSTRAINT_NAME = R.CONSTRAINT_NAME JOIN INFORMATION_SCHEMA.KEY_COLUMN_USAGE P ON "
+         "P.CONSTRAINT_SCHEMA = R.UNIQUE_CONSTRAINT_SCHEMA AND P.CONSTRAINT_NAME = R.UNIQUE_CONSTRAINT_NAME AND "
+         "P.ORDINAL_POSITION = F.POSITION_IN_UNIQUE_CONSTRAINT WHERE F.TABLE_NAME = " +
+         Literal(table) + (schema.empty() ? "" : " AND F.TABLE_SCHEMA = " + Literal(schema)) +
+         " ORDER BY F.CONSTRAINT_NAME, F.ORDINAL_POSITION";
+}
+
 std::vector<Key> MySqlKeys(const std::shared_ptr<Session>& session, const std::string& table) {
   std::vector<Key> keys;
   for (auto& line : IndexColumns(session, {}, table)) {
@@ -81,7 +96,7 @@ std::vector<Key> MySqlKeys(const std::shared_ptr<Session>& session, const std::s
     KeyNamed(keys, line.index == "PRIMARY" ? adKeyPrimary : adKeyUnique, line.index).columns.push_back({std::move(line.column), {}});
   }
   std::stable_sort(keys.begin(), keys.end(), [](const Key& a, const Key& b) { return a.type < b.type; });
-  for (auto& key : MySqlForeignKeys(session, table)) keys.push_back(std::move(key));
+  for (auto& key : ForeignKeysBy(session, MySqlForeignQuery(table), table)) keys.push_back(std::move(key));
   return keys;
 }
 
@@ -126,8 +141,13 @@ std::vector<Key> ForeignKeys(const std::shared_ptr<Session>& session, const std:
   auto name = ToUtf16(table);
   const auto text = [](std::u16string& one) { return one.empty() ? nullptr : reinterpret_cast<SQLWCHAR*>(one.data()); };
   const auto length = [](const std::u16string& one) { return static_cast<SQLSMALLINT>(one.size()); };
-  statement.Check(SQLForeignKeysW(statement.Native(), nullptr, 0, nullptr, 0, nullptr, 0, text(catalog), length(catalog), text(owner),
-                                  length(owner), text(name), length(name)));
+  const DriverFacts& facts = session->Facts();
+  // psqlODBC asks in a way that PostgreSQL's own server alone understands.
+  if (facts.backend == Backend::kPostgres && !facts.castsToText) return ForeignKeysBy(session, StandardForeignQuery(schema, table), table);
+  const auto result = SQLForeignKeysW(statement.Native(), nullptr, 0, nullptr, 0, nullptr, 0, text(catalog), length(catalog), text(owner),
+                                      length(owner), text(name), length(name));
+  if (!SQL_SUCCEEDED(result) && facts.backend == Backend::kOther) return ForeignKeysBy(session, StandardForeignQuery(schema, table), table);
+  statement.Check(result);
   std::vector<Key> keys;
   std::map<std::string, std::map<std::int64_t, KeyColumn>> columns;
   while (statement.FetchCatalogRow()) {
