@@ -6,6 +6,7 @@
 #include "ado/Connection.h"
 #include "ado/ConnectionState.h"
 #include "ado/Errors.h"
+#include "ado/NamedMarks.h"
 #include "ado/Provider.h"
 #include "ado/Recordset.h"
 #include "runtime/Text.h"
@@ -122,6 +123,20 @@ void Command::Refresh() {
   parameters_.items_ = native.DescribeParameters(text);
 }
 
+Command::Sent Command::ToSend() const {
+  Sent sent{Statement(), {}, Checked()};
+  if (type_ != adCmdText) return sent;
+  if (auto positioned = Positioned(sent.statement, parameters_.items_)) {
+    sent.statement = std::move(positioned->text);
+    for (const std::size_t position : positioned->order) {
+      Parameter& one = sent.placed.emplace_back(parameters_.items_[position]);
+      one.name.clear();  // it goes by its place now
+    }
+    sent.parameters = sent.placed;
+  }
+  return sent;
+}
+
 std::int64_t Command::Execute() {
   ProviderConnection& native = Open().Native();
   if (HasOutputs()) {
@@ -129,16 +144,16 @@ std::int64_t Command::Execute() {
     (void)ExecuteCall(affected);
     return affected;
   }
-  const std::string statement = Statement();
+  const Sent sent = ToSend();
   if (prepared_) {
-    if (kept_ == nullptr || kept_->command == nullptr || kept_->statement != statement) {
+    if (kept_ == nullptr || kept_->command == nullptr || kept_->statement != sent.statement) {
       kept_.reset();
-      if (auto made = native.Prepare(statement)) kept_ = std::make_unique<Prepare>(state_, statement, std::move(made));
+      if (auto made = native.Prepare(sent.statement)) kept_ = std::make_unique<Prepare>(state_, sent.statement, std::move(made));
     }
-    if (kept_ != nullptr) return kept_->command->Execute(Checked(), timeout_);
+    if (kept_ != nullptr) return kept_->command->Execute(sent.parameters, timeout_);
   }
-  if (parameters_.Count() == 0) return native.Execute(statement, timeout_);
-  return native.ExecuteWith(statement, Checked(), timeout_);
+  if (sent.parameters.empty()) return native.Execute(sent.statement, timeout_);
+  return native.ExecuteWith(sent.statement, sent.parameters, timeout_);
 }
 
 std::int64_t Command::Execute(std::span<const Variant> values) {

@@ -18,7 +18,7 @@ struct ConnectionState;
 
 /// A value that goes into a statement beside its text, or comes out of a procedure.
 struct Parameter {
-  std::string name = {};  ///< as the statement writes it, with or without brackets; empty: the next one in order. "?" goes by order alone
+  std::string name = {};  ///< as the statement writes it, with or without brackets or colon; empty: the next one in order
   std::int16_t type = adEmpty;  ///< how the value travels; adEmpty: as its own kind tells
   std::int64_t size = 0;        ///< of a text or bytes, in characters or bytes: a longer value is refused; 0 is without limit
   Variant value = {};           ///< Empty and Null are both a null. After Execute, of one that comes out, what came, of the type given (null: Null)
@@ -44,8 +44,8 @@ class Parameters {
 };
 
 /// A statement with parameters. Values never become part of the text. Belongs to whoever made it. Not to be copied, for what it has prepared.
-/// On Access files parameters are those that PARAMETERS declares, [prompts] and "?"; on ODBC sources "?" alone, in order, with as many
-/// values as marks.
+/// Marks are "?", in order, and ":name" (Positioned), with as many values as marks; on Access files also the names that PARAMETERS declares, and
+/// [prompts].
 ///
 /// Output parameters are for calls of procedures and functions on MariaDB and PostgreSQL ("{call P(?, ?)}", "CALL P(?, ?)", "{? = call F(?)}",
 /// adCmdStoredProc); elsewhere, and for other statements, 3251 before anything runs. All of them have their values when Execute is back,
@@ -53,8 +53,8 @@ class Parameters {
 /// another value than before; what the procedure did is done. With them a command is prepared anew each time, and a recordset is opened by
 /// Execute, not by Recordset::Open (3251).
 ///
-/// Errors: 3709 without an open connection (also one that is gone), 3265 on Access for a name without a value or a value
-/// without its name, else what the provider raises; the command stays usable.
+/// Errors: 3709 without an open connection (also one that is gone), 3265 for a name without a value or a value without its name, else what the
+/// provider raises; the command stays usable.
 class Command {
  public:
   Command();
@@ -90,16 +90,23 @@ class Command {
   /// Runs it and gives its rows, forward-only and read-only; a closed recordset when it gives none, and then the rows affected (else -1).
   Recordset Execute(std::int64_t& recordsAffected);
 
-  /// The parameters, once their sizes were looked at. Error -2147467259 naming one whose value is longer than its size, 3251 for an output
-  /// parameter where the provider has none.
-  [[nodiscard]] const std::vector<Parameter>& Checked() const;
-  /// What is sent: the text, or the call that the type makes of it. For the classes of this room.
+  /// The text, or the call that the type makes of it, with its marks as they are. For the classes of this room.
   [[nodiscard]] std::string Statement() const;
 
  private:
   friend class Recordset;
   struct Prepare;
   [[nodiscard]] Connection& Open() const;
+  /// What goes to the provider: the text, or the call that the type makes of it, with the parameters of its marks, in order.
+  struct Sent {
+    std::string statement;
+    std::vector<Parameter> placed;  // where marks have names
+    std::span<const Parameter> parameters;
+  };
+  [[nodiscard]] Sent ToSend() const;
+  /// The parameters, once their sizes were looked at. Error -2147467259 naming one whose value is longer than its size, 3251 for an output
+  /// parameter where the provider has none.
+  [[nodiscard]] const std::vector<Parameter>& Checked() const;
   [[nodiscard]] bool HasOutputs() const noexcept;
   Recordset ExecuteCall(std::int64_t& recordsAffected);
 

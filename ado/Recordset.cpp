@@ -30,17 +30,6 @@ std::string TextOf(const Variant& value) {
   return text;
 }
 
-RowsetRequest RequestOf(const Command& command, CursorType cursor, LockType lock) {
-  RowsetRequest request;
-  request.source = command.Statement();
-  request.cursor = cursor;
-  request.lock = lock;
-  request.options = adCmdText;
-  request.timeoutSeconds = command.CommandTimeout();
-  request.parameters = command.Checked();
-  return request;
-}
-
 RecordsetState& OpenState(const std::unique_ptr<RecordsetState>& state) {
   if (!state || !state->IsOpen()) throw AdoError(runtime::kObjectClosed);
   return *state;
@@ -87,6 +76,18 @@ void Recordset::Open(const std::string& source, Connection* connection, CursorTy
 void Recordset::Open(const Command& command, CursorType cursor, LockType lock) {
   if (IsOpen()) throw AdoError(runtime::kObjectOpen);
   Open(command.ActiveConnection(), RequestOf(command, cursor, lock));
+}
+
+RowsetRequest Recordset::RequestOf(const Command& command, CursorType cursor, LockType lock) {
+  RowsetRequest request;
+  const Command::Sent sent = command.ToSend();
+  request.source = sent.statement;
+  request.cursor = cursor;
+  request.lock = lock;
+  request.options = adCmdText;
+  request.timeoutSeconds = command.CommandTimeout();
+  request.parameters.assign(sent.parameters.begin(), sent.parameters.end());
+  return request;
 }
 
 void Recordset::OpenCounting(const std::string& source, Connection& connection, std::int32_t options, std::int64_t& affected) {

@@ -196,6 +196,7 @@ class Recordset {
   friend class Command;
   void OpenCounting(const std::string& source, Connection& connection, std::int32_t options, std::int64_t& affected);
   void OpenCounting(const Command& command, std::int64_t& affected);
+  [[nodiscard]] static RowsetRequest RequestOf(const Command& command, CursorType cursor, LockType lock);
   void Open(Connection* connection, RowsetRequest request);
   void Take(std::unique_ptr<RecordsetState> opened);
   std::unique_ptr<RecordsetState> state_;

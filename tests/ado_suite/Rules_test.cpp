@@ -152,6 +152,38 @@ TEST_P(Rules, ACommandGivesRows) {
   EXPECT_EQ(affected, -1);
 }
 
+TEST_P(Rules, ParametersGoByTheirNames) {
+  ado::Command command;
+  command.ActiveConnection(&connection);
+  command.CommandText("UPDATE ART SET NOM = :nom, QTE = ? WHERE CODE = :code AND ':nom' = ':nom' AND CODE = :CODE -- :nom");
+  command.Parameters().Append({.name = "code", .value = "B2"});
+  command.Parameters().Append({.value = std::int32_t{7}});
+  command.Parameters().Append({.name = ":nom", .value = "l'un"});
+  if (source.Name() == "Access") command.CommandText("UPDATE ART SET NOM = :nom, QTE = ? WHERE CODE = :code AND ':nom' = ':nom' AND CODE = :CODE");
+  for (const bool prepared : {false, true}) {
+    command.Prepared(prepared);
+    command.Parameters().Item(1).value = prepared ? std::int32_t{7} : std::int32_t{8};
+    EXPECT_EQ(command.Execute(), 1);
+  }
+  auto row = Open("SELECT * FROM ART WHERE CODE = 'B2'");
+  EXPECT_EQ(Text(row, "NOM"), "l'un");
+  EXPECT_EQ(Text(row, "QTE"), "7");
+  command.CommandText("SELECT CODE FROM ART WHERE NOM = :nom");
+  EXPECT_EQ(ErrorOf([&] { command.Execute(); }), 3265) << "the name code has no mark";
+  command.Parameters().Delete("code");
+  EXPECT_NE(ErrorOf([&] { command.Execute(); }), 0) << "a value too many";
+  command.Parameters().Delete(0);
+  ado::Recordset rows;
+  rows.Open(command, ado::adOpenStatic, ado::adLockReadOnly);
+  EXPECT_EQ(Code(rows), "B2");
+  command.Parameters().Item(":nom").value = "un";
+  std::int64_t affected = 0;
+  rows = command.Execute(affected);
+  EXPECT_EQ(Code(rows), "A1");
+  command.CommandText("SELECT CODE FROM ART WHERE NOM = :nom AND QTE = :qte");
+  EXPECT_EQ(ErrorOf([&] { command.Execute(); }), 3265) << "the mark qte has no value";
+}
+
 TEST_P(Rules, TablesAndTheirPartsAreRenamedAndDropped) {
   ado::Catalog catalog(connection);
   EXPECT_EQ(ErrorOf([&] { catalog.Delete("ABSENTE"); }), 3265);
