@@ -105,10 +105,11 @@ bool Command::HasOutputs() const noexcept {
 const std::vector<Parameter>& Command::Checked() const {
   if (HasOutputs() && !Open().Native().HasOutputParameters()) throw AdoError(runtime::kOperationNotSupported);
   for (const Parameter& parameter : parameters_.All()) {
+    if (parameter.size <= 0) continue;
     const auto* text = parameter.value.If<std::string>();
     const auto* bytes = parameter.value.If<runtime::Bytes>();
     const auto length = static_cast<std::int64_t>(text != nullptr ? runtime::Length(*text) : bytes != nullptr ? bytes->size() : 0);
-    if (parameter.size > 0 && length > parameter.size)
+    if (length > parameter.size)
       throw runtime::Error(runtime::kProviderFailure,
                            "La valeur du paramètre \"" + parameter.name + "\" est trop longue : " + std::to_string(length) + " pour " +
                                std::to_string(parameter.size) + ".",
@@ -124,10 +125,11 @@ void Command::Refresh() {
 }
 
 Command::Sent Command::ToSend() const {
-  Sent sent{Statement(), {}, Checked()};
-  if (type_ != adCmdText) return sent;
-  if (auto positioned = Positioned(sent.statement, parameters_.items_)) {
-    sent.statement = std::move(positioned->text);
+  Sent sent{{}, {}, Checked()};
+  if (type_ != adCmdText) {
+    sent.made = Statement();
+  } else if (auto positioned = Positioned(text_, parameters_.items_)) {
+    sent.made = std::move(positioned->text);
     for (const std::size_t position : positioned->order) {
       Parameter& one = sent.placed.emplace_back(parameters_.items_[position]);
       one.name.clear();  // it goes by its place now
@@ -145,15 +147,16 @@ std::int64_t Command::Execute() {
     return affected;
   }
   const Sent sent = ToSend();
+  const std::string& statement = sent.made.empty() ? text_ : sent.made;
   if (prepared_) {
-    if (kept_ == nullptr || kept_->command == nullptr || kept_->statement != sent.statement) {
+    if (kept_ == nullptr || kept_->command == nullptr || kept_->statement != statement) {
       kept_.reset();
-      if (auto made = native.Prepare(sent.statement)) kept_ = std::make_unique<Prepare>(state_, sent.statement, std::move(made));
+      if (auto command = native.Prepare(statement)) kept_ = std::make_unique<Prepare>(state_, statement, std::move(command));
     }
     if (kept_ != nullptr) return kept_->command->Execute(sent.parameters, timeout_);
   }
-  if (sent.parameters.empty()) return native.Execute(sent.statement, timeout_);
-  return native.ExecuteWith(sent.statement, sent.parameters, timeout_);
+  if (sent.parameters.empty()) return native.Execute(statement, timeout_);
+  return native.ExecuteWith(statement, sent.parameters, timeout_);
 }
 
 std::int64_t Command::Execute(std::span<const Variant> values) {

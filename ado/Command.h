@@ -97,9 +97,9 @@ class Command {
   friend class Recordset;
   struct Prepare;
   [[nodiscard]] Connection& Open() const;
-  /// What goes to the provider: the text, or the call that the type makes of it, with the parameters of its marks, in order.
+  /// What goes to the provider: the text, or what its type or its names make of it, with the parameters of its marks, in order.
   struct Sent {
-    std::string statement;
+    std::string made;               // empty where the text goes as it is
     std::vector<Parameter> placed;  // where marks have names
     std::span<const Parameter> parameters;
   };

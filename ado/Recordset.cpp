@@ -81,7 +81,7 @@ void Recordset::Open(const Command& command, CursorType cursor, LockType lock) {
 RowsetRequest Recordset::RequestOf(const Command& command, CursorType cursor, LockType lock) {
   RowsetRequest request;
   const Command::Sent sent = command.ToSend();
-  request.source = sent.statement;
+  request.source = sent.made.empty() ? command.CommandText() : sent.made;
   request.cursor = cursor;
   request.lock = lock;
   request.options = adCmdText;

@@ -191,8 +191,8 @@ const RowStore::Block& RowStore::BlockOf(std::size_t position) {
   const auto has = [&](const Block& block) { return position >= block.first && position - block.first < block.count; };
   if (has(read_)) return read_;
   if (current_ >= blocks_.size() || !has(blocks_[current_])) {
-    const auto behind =
-        std::upper_bound(blocks_.begin(), blocks_.end(), position, [](std::size_t wanted, const Block& block) { return wanted < block.first; });
+    const auto behind = std::upper_bound(blocks_.begin(), blocks_.end(), position,
+                                         [](std::size_t wanted, const Block& block) { return wanted < block.first; });
     current_ = static_cast<std::size_t>(behind - blocks_.begin()) - 1;
   }
   if (current_ >= firstInMemory_) return blocks_[current_];

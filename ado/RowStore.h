@@ -64,11 +64,11 @@ class RowStore {
   std::size_t inMemory_ = 0;  // bytes
   std::unique_ptr<std::FILE, Closer> file_;
   std::fpos_t end_{};
-  std::size_t firstInMemory_ = 0;  // the block behind those in the file
-  std::size_t current_ = 0;        // the block that was asked for last
-  Block read_;                     // the one that was read from the file last
-  std::vector<Variant> row_;       // the one that was made last
-  std::size_t rowAt_ = kNone;      // its position
+  std::size_t firstInMemory_ = 0;                         // the block behind those in the file
+  std::size_t current_ = 0;                               // the block that was asked for last
+  Block read_;                                            // the one that was read from the file last
+  std::vector<Variant> row_;                              // the one that was made last
+  std::size_t rowAt_ = kNone;                             // its position
   std::map<std::size_t, std::vector<Variant>> replaced_;  // by position
 };
 

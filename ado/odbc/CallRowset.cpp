@@ -112,8 +112,8 @@ class Call {
   Statement statement_;
   std::string sql_;
   std::vector<ado::Parameter> bound_;
-  bool isQuery_ = false;           // described before it runs
-  std::size_t wanted_ = 0;         // values that come out
+  bool isQuery_ = false;              // described before it runs
+  std::size_t wanted_ = 0;            // values that come out
   std::unique_ptr<ResultSet> first_;  // the first result with rows
   std::unique_ptr<ResultSet> last_;   // the last one, where it is another
 };
@@ -153,13 +153,15 @@ void Call::PlanPostgres() {
     // psqlODBC makes other days of "infinity" and of years that it does not know. Of a query they are asked for as texts.
     for (const ado::Parameter& one : request_.parameters) {
       const bool spoilt = one.type == adDate || one.type == adDBDate || one.type == adDBTimeStamp || one.type == adCurrency;
-      if (ComesOut(one) && spoilt) Refuse("Une procédure de PostgreSQL ne rend ni jours ni montants de façon sûre : une fonction le fait, ou un texte.");
+      if (ComesOut(one) && spoilt)
+        Refuse("Une procédure de PostgreSQL ne rend ni jours ni montants de façon sûre : une fonction le fait, ou un texte.");
     }
     sql_ = "CALL " + call_.name + "(" + call_.arguments + ")";
   } else {
     // A function is not given what comes out alone.
     const auto marks = call_.Marks();
-    if (!marks || *marks != bound_.size()) Refuse("Une fonction aux paramètres de sortie s'appelle avec un \"?\" pour chacun de ses paramètres.");
+    if (!marks || *marks != bound_.size())
+      Refuse("Une fonction aux paramètres de sortie s'appelle avec un \"?\" pour chacun de ses paramètres.");
     std::erase_if(bound_, [](const ado::Parameter& one) { return one.direction == adParamOutput; });
     sql_ = "SELECT * FROM " + call_.name + "(";
     for (std::size_t i = 0; i < bound_.size(); ++i) sql_ += i == 0 ? "?" : ",?";
@@ -170,7 +172,8 @@ void Call::PlanPostgres() {
 bool Call::IsProcedureOfPostgres() const {
   const bool quoted = call_.name.ends_with('"');
   std::string name = PlainName(call_.name);
-  if (!quoted) std::transform(name.begin(), name.end(), name.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+  if (!quoted)
+    std::transform(name.begin(), name.end(), name.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
   ado::Parameter one;
   one.value = name;
   std::int64_t count = 0;
@@ -185,7 +188,6 @@ bool Call::IsProcedureOfPostgres() const {
   });
   return count > 0;
 }
-
 
 void Call::Execute() {
   ParameterSet set(statement_);
@@ -283,7 +285,8 @@ std::vector<Variant> Call::Outputs() {
     const std::int16_t type = given->fields[next].type;
     const Variant& value = given->rows.At(0)[next++];
     const bool spoilt = spoilsDays && (type == adDBDate || type == adDBTimeStamp || type == adDate || type == adCurrency);
-    if (spoilt && !value.IsNull()) Fail("Le pilote ne rend pas de façon sûre le jour ou le montant du paramètre \"" + parameter.name + "\" d'une procédure.");
+    if (spoilt && !value.IsNull())
+      Fail("Le pilote ne rend pas de façon sûre le jour ou le montant du paramètre \"" + parameter.name + "\" d'une procédure.");
     outputs[i] = As(value, parameter, *session_);
   }
   given.reset();

@@ -148,7 +148,8 @@ Variant OfType(const Variant& value, const ado::Parameter& parameter, const Driv
     default:
       // A day or a time, which Encode has read.
       if (value.Is<runtime::Date>()) return value;
-      return text != nullptr && shape.form == Form::kMomentText ? Decoded(FetchPlan::Form::kMomentText, bytes, field) : Variant(runtime::ToDate(value));
+      return text != nullptr && shape.form == Form::kMomentText ? Decoded(FetchPlan::Form::kMomentText, bytes, field)
+                                                                : Variant(runtime::ToDate(value));
   }
 }
 

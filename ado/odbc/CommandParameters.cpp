@@ -25,7 +25,7 @@ struct TypeOf {
   FieldInfo operator()(runtime::Date) const { return Typed(adDBTimeStamp); }
   FieldInfo operator()(const runtime::Decimal&) const { return Typed(adNumeric); }
   FieldInfo operator()(const runtime::Guid&) const { return Typed(adGUID); }
-  FieldInfo operator()(const std::string& text) const { return Typed(text.size() > 4000 ? adLongVarWChar : adVarWChar); }
+  FieldInfo operator()(const std::string& text) const { return Typed(text.size() > kLongestShortText ? adLongVarWChar : adVarWChar); }
   FieldInfo operator()(const runtime::Bytes&) const { return Typed(adLongVarBinary); }
 
   static FieldInfo Typed(std::int16_t type) {

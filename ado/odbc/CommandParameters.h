@@ -31,6 +31,9 @@ class BoundTexts {
   std::vector<std::size_t> marksBefore_;
 };
 
+/// Bytes of a text that goes as a short one.
+constexpr std::size_t kLongestShortText = 4000;
+
 /// How many values a prepared statement wants; nothing where the driver does not tell.
 [[nodiscard]] std::optional<std::size_t> MarksOf(Statement& statement);
 

@@ -520,16 +520,30 @@ std::size_t EncodeUsual(const Variant& value, const ParameterShape& shape, std::
 void ParameterSet::Add(const Variant& value, const ParameterShape& shape) {
   auto bound = std::make_unique<Bound>();
   bound->shape = shape;
+  Encoded(*bound, value);
+  Bind(*bound, bound_.size());
+  bound_.push_back(std::move(bound));
+}
+
+void ParameterSet::Encoded(Bound& bound, const Variant& value) {
+  const ParameterShape& shape = bound.shape;
   bool present = false;
   try {
-    present = Encode(value, shape, bound->data);
+    present = Encode(value, shape, bound.data);
   } catch (Error& error) {
     const bool named = error.Description().find(shape.column) != std::string::npos;
     throw named || shape.column.empty() ? error : error.WithContext("colonne " + shape.column);
   }
-  bound->indicator = present ? static_cast<std::ptrdiff_t>(bound->data.size()) : SQL_NULL_DATA;
-  Bind(*bound);
-  bound_.push_back(std::move(bound));
+  bound.indicator = present ? static_cast<std::ptrdiff_t>(bound.data.size()) : SQL_NULL_DATA;
+}
+
+void ParameterSet::Refill(std::size_t position, const Variant& value) {
+  Bound& bound = *bound_[position];
+  bound.data.clear();
+  Encoded(bound, value);
+  // A driver that knows where the value is, and has room enough for it, reads it there anew.
+  const bool isKnown = bound.data.data() == bound.place && bound.data.size() <= bound.size && bound.shape.form != ParameterShape::Form::kBytes;
+  if (!isKnown) Bind(bound, position);
 }
 
 void ParameterSet::Add(const ChunkSource& source, const ParameterShape& shape) {
@@ -549,11 +563,11 @@ void ParameterSet::Add(const ChunkSource& source, const ParameterShape& shape) {
                                                           : SQL_WLONGVARCHAR;
   bound->source = source;
   bound->indicator = SQL_LEN_DATA_AT_EXEC(0);
-  Bind(*bound);
+  Bind(*bound, bound_.size());
   bound_.push_back(std::move(bound));
 }
 
-void ParameterSet::Bind(Bound& bound) {
+void ParameterSet::Bind(Bound& bound, std::size_t number) {
   const auto& shape = bound.shape;
   const std::size_t unit = shape.nativeType == SQL_C_WCHAR ? sizeof(char16_t) : 1;
   std::size_t size = shape.columnSize;
@@ -565,9 +579,11 @@ void ParameterSet::Bind(Bound& bound) {
   void* data = bound.source ? static_cast<void*>(&bound) : bound.data.data();
   // An empty value still needs an address.
   if (data == nullptr) data = &bound.indicator;
-  const auto position = static_cast<SQLUSMALLINT>(bound_.size() + 1);
+  const auto position = static_cast<SQLUSMALLINT>(number + 1);
   statement_.Check(SQLBindParameter(statement_.Native(), position, SQL_PARAM_INPUT, shape.nativeType, shape.sqlType, size, shape.digits,
                                     data, static_cast<SQLLEN>(bound.data.size()), AsNativeLengths(&bound.indicator)));
+  bound.place = data;
+  bound.size = bound.data.size();
 }
 
 void ParameterSet::SendPieces(const Bound& bound) {

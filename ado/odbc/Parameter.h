@@ -56,6 +56,8 @@ class ParameterSet {
   /// Adds and binds the next one. A long value in pieces is read while the statement executes.
   void Add(const Variant& value, const ParameterShape& shape);
   void Add(const ChunkSource& source, const ParameterShape& shape);
+  /// Another value, of the same shape, for one that is bound (from 0) and not in pieces. Errors of Encode leave it unfit to be executed.
+  void Refill(std::size_t position, const Variant& value);
   /// Executes, sending long values piece by piece.
   void Execute();
 
@@ -66,8 +68,11 @@ class ParameterSet {
     std::ptrdiff_t indicator = 0;
     ChunkSource source;  // empty unless sent in pieces
     bool sent = false;   // its pieces are gone
+    const void* place = nullptr;  // as the driver knows it
+    std::size_t size = 0;
   };
-  void Bind(Bound& bound);
+  void Encoded(Bound& bound, const Variant& value);
+  void Bind(Bound& bound, std::size_t position);
   void SendPieces(const Bound& bound);
 
   Statement& statement_;

@@ -186,4 +186,19 @@ void RawRows::InsertValues(const std::string& table, std::size_t rows, std::size
   Commit();
 }
 
+void RawRows::RunPrepared(const std::string& sql, std::size_t times, bool givesRows) {
+  BeginTransaction();
+  SQLINTEGER value = 0;
+  SQLLEN length = sizeof value;
+  SQLHSTMT statement = Prepared(connection_, sql);
+  Check(SQLBindParameter(statement, 1, SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 10, 0, &value, sizeof value, &length), "bind");
+  for (std::size_t i = 0; i < times; ++i) {
+    value = static_cast<SQLINTEGER>(i);
+    Check(SQLExecute(statement), "execute");
+    if (givesRows) Check(SQLFreeStmt(statement, SQL_CLOSE), "close");
+  }
+  SQLFreeHandle(SQL_HANDLE_STMT, statement);
+  Commit();
+}
+
 }  // namespace tamlo::bench

@@ -22,6 +22,8 @@ class RawRows {
   /// Inserts rows of (id, name, val), numbered from 0, in one transaction: as arrays of parameters, or as statements of many rows.
   void InsertArrays(const std::string& table, std::size_t rows, std::size_t batchRows);
   void InsertValues(const std::string& table, std::size_t rows, std::size_t batchRows);
+  /// Runs a statement with one integer parameter for each number from 0, in one transaction: prepared and bound once. Rows are thrown away.
+  void RunPrepared(const std::string& sql, std::size_t times, bool givesRows);
 
  private:
   void BeginTransaction();

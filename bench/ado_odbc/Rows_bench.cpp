@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "ado/BulkInsert.h"
+#include "ado/Command.h"
 #include "ado/Connection.h"
 #include "ado/Recordset.h"
 #include "ado/odbc/OdbcProvider.h"
@@ -29,6 +30,8 @@ namespace ado = tamlo::ado;
 
 constexpr std::size_t kReadRows = 500000;
 constexpr std::size_t kWriteRows = 100000;
+constexpr std::size_t kStaticRows = 200000;
+constexpr std::size_t kRuns = 100000;
 
 struct Engine {
   std::string name;
@@ -40,6 +43,7 @@ struct Engine {
   bool narrowTexts;  // the best form of texts by hand
   double readLimit;  // 0.9 is wanted of all; what is guarded is less, for the clocks of a loaded machine
   double writeLimit;
+  double preparedLimit;
   std::string exactDouble;  // how val is asked for where the driver gives another double; empty: as it stands
 };
 
@@ -71,9 +75,9 @@ double Median(std::vector<double> values) {
   return values[values.size() / 2];
 }
 
-double ReadRecordset(ado::Connection& connection, const std::string& sql) {
+double ReadRecordset(ado::Connection& connection, const std::string& sql, ado::CursorType cursor) {
   ado::Recordset rs;
-  rs.Open(sql, &connection, ado::adOpenForwardOnly, ado::adLockReadOnly, -1);
+  rs.Open(sql, &connection, cursor, ado::adLockReadOnly, -1);
   const ado::Field& id = rs.Fields("id");
   const ado::Field& name = rs.Fields("name");
   const ado::Field& val = rs.Fields("val");
@@ -132,8 +136,55 @@ void Read(benchmark::State& state, const Engine& engine, bool careless) {
   Compare(
       state, "read 500000 rows, " + engine.name + (careless ? ", 15 digits by hand" : ""), careless ? 0 : engine.readLimit,
       [&] { byHandSum = raw.Read(byHandSql, engine.readBlock); },
-      [&] { sum = ReadRecordset(connection, sql); });
+      [&] { sum = ReadRecordset(connection, sql, ado::adOpenForwardOnly); });
   if (byHandSum != sum) state.SkipWithError("both do not read the same");
+}
+
+/// A static recordset against a forward-only one of the same rows: what keeping them costs. Nothing is asked of it but not to become worse.
+void ReadStatic(benchmark::State& state, const Engine& engine) {
+  ado::Connection connection;
+  connection.Open(engine.connectionString, "", "");
+  const std::string sql = "SELECT id, name, val FROM big WHERE id < " + std::to_string(kStaticRows);
+  double forwardSum = 0;
+  double sum = 0;
+  Compare(
+      state, "read 200000 rows, static by forward-only, " + engine.name, 0,
+      [&] { forwardSum = ReadRecordset(connection, sql, ado::adOpenForwardOnly); },
+      [&] { sum = ReadRecordset(connection, sql, ado::adOpenStatic); });
+  if (forwardSum != sum) state.SkipWithError("both do not read the same");
+}
+
+/// A prepared command with one integer, run often in a transaction. Of the query nothing is fetched on either side, so that on SQLite a run takes
+/// a millionth of a second: of that the count of rows and the watch of the time limit, which the loop by hand does without, are a fifth.
+void RunPrepared(benchmark::State& state, const Engine& engine, bool inserts) {
+  RawRows raw(engine.connectionString, engine.narrowTexts);
+  ado::Connection connection;
+  connection.Open(engine.connectionString, "", "");
+  int tables = 0;
+  const auto statement = [&] {
+    if (!inserts) return std::string("SELECT name FROM big WHERE id = ?");
+    const std::string table = "p" + std::to_string(++tables) + "_" + std::to_string(reinterpret_cast<std::uintptr_t>(&state) % 100000);
+    raw.Execute("CREATE TABLE " + table + " (id INTEGER NOT NULL PRIMARY KEY)");
+    return "INSERT INTO " + table + " (id) VALUES (?)";
+  };
+  std::string sql;
+  Compare(
+      state, std::string(inserts ? "prepared INSERT" : "prepared SELECT") + " 100000 times, " + engine.name,
+      inserts ? engine.preparedLimit : engine.preparedLimit - 0.1,
+      [&] { raw.RunPrepared(statement(), kRuns, !inserts); },
+      [&] {
+        ado::Command command;
+        command.ActiveConnection(&connection);
+        command.CommandText(statement());
+        command.Prepared(true);
+        connection.BeginTrans();
+        std::array<Variant, 1> value;
+        for (std::size_t i = 0; i < kRuns; ++i) {
+          value[0] = static_cast<std::int32_t>(i);
+          (void)command.Execute(value);
+        }
+        connection.CommitTrans();
+      });
 }
 
 void Write(benchmark::State& state, const Engine& engine) {
@@ -188,9 +239,9 @@ int main(int argc, char** argv) {
   tamlo::tests::MariaDbServer mariaDb;
   tamlo::tests::PostgresServer postgres;
   const std::vector<Engine> engines{
-      {"SQLite", "DRIVER={SQLite3};DATABASE=" + folder.File("bench.db"), "DOUBLE", 1000, false, 200, true, 0.8, 0.6, "printf('%!.18e', val)"},
-      {"MariaDB", mariaDb.ConnectionString() + ";UID=tamlo;PWD=tamlo", "DOUBLE", 100, true, 4000, true, 0.7, 0.7, ""},
-      {"PostgreSQL", postgres.ConnectionString() + ";UID=tamlo;PWD=tamlo", "DOUBLE PRECISION", 1000, false, 200, false, 0.6, 0.6, ""}};
+      {"SQLite", "DRIVER={SQLite3};DATABASE=" + folder.File("bench.db"), "DOUBLE", 1000, false, 200, true, 0.8, 0.6, 0.8, "printf('%!.18e', val)"},
+      {"MariaDB", mariaDb.ConnectionString() + ";UID=tamlo;PWD=tamlo", "DOUBLE", 100, true, 4000, true, 0.7, 0.7, 0.8, ""},
+      {"PostgreSQL", postgres.ConnectionString() + ";UID=tamlo;PWD=tamlo", "DOUBLE PRECISION", 1000, false, 200, false, 0.6, 0.6, 0.8, ""}};
   for (const Engine& engine : engines) {
     if (compareByHand) {
       for (const bool arrays : {true, false}) {
@@ -212,6 +263,16 @@ int main(int argc, char** argv) {
           ->UseManualTime()
           ->Unit(benchmark::kMillisecond)
           ->Iterations(7);
+    }
+    benchmark::RegisterBenchmark(("Static/" + engine.name).c_str(), ReadStatic, engine)
+        ->UseManualTime()
+        ->Unit(benchmark::kMillisecond)
+        ->Iterations(7);
+    for (const bool inserts : {true, false}) {
+      benchmark::RegisterBenchmark(("Prepared/" + engine.name + (inserts ? "/insert" : "/select")).c_str(), RunPrepared, engine, inserts)
+          ->UseManualTime()
+          ->Unit(benchmark::kMillisecond)
+          ->Iterations(5);
     }
     benchmark::RegisterBenchmark(("Write/" + engine.name).c_str(), Write, engine)
         ->UseManualTime()

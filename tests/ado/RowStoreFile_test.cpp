@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
-#include <malloc.h>
 #include <sys/resource.h>
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 #include <csignal>
 #include <cstdint>

@@ -67,7 +67,8 @@ std::string BitsOf(T value) {
 
 TEST(RowStore, NumbersKeepEveryBit) {
   using Limits = std::numeric_limits<double>;
-  const std::vector<double> hard{-0.0, Limits::quiet_NaN(), -Limits::infinity(), Limits::denorm_min(), Limits::max(), 0.1, 9007199254740993.0};
+  const std::vector<double> hard{-0.0, Limits::quiet_NaN(), -Limits::infinity(), Limits::denorm_min(), Limits::max(),
+                                 0.1,  9007199254740993.0};
   for (const std::size_t limit : {std::size_t{0}, kKeptInMemory}) {
     RowStore store(limit);
     for (const double one : hard) store.Add({Variant(one), Variant(static_cast<float>(one)), Variant(runtime::Date{one})});
@@ -92,7 +93,8 @@ TEST(RowStore, AWalkAtRandomWithOthersContentsMeetsWhatAVectorHolds) {
       const int what = static_cast<int>(random() % 8);
       if (model.empty() || what < 3) {
         // Now and then a row that is longer than a block.
-        std::vector<Variant> row{Variant(static_cast<std::int32_t>(step)), Variant(std::string(random() % (step % 500 == 0 ? 90000 : 60), 'y'))};
+        std::vector<Variant> row{Variant(static_cast<std::int32_t>(step)),
+                                 Variant(std::string(random() % (step % 500 == 0 ? 90000 : 60), 'y'))};
         what == 0 ? store.AddInMemory(row) : store.Add(row);
         model.push_back(std::move(row));
       } else if (what == 3) {

@@ -26,8 +26,9 @@ class KeptRows : public ::testing::Test {
   }
   void Fill(int rows) {
     connection.Execute("CREATE TABLE t (id INTEGER NOT NULL PRIMARY KEY, n INTEGER, s VARCHAR(2000), b BLOB)");
-    connection.Execute("WITH RECURSIVE c(x) AS (SELECT 0 UNION ALL SELECT x + 1 FROM c WHERE x < " + std::to_string(rows - 1) +
-                       ") INSERT INTO t SELECT x, x * 7, printf('%d é %.*c', x, 600 + x % 100, 'z'), CASE WHEN x % 3 = 0 THEN NULL ELSE x'00FF' END FROM c");
+    connection.Execute(
+        "WITH RECURSIVE c(x) AS (SELECT 0 UNION ALL SELECT x + 1 FROM c WHERE x < " + std::to_string(rows - 1) +
+        ") INSERT INTO t SELECT x, x * 7, printf('%d é %.*c', x, 600 + x % 100, 'z'), CASE WHEN x % 3 = 0 THEN NULL ELSE x'00FF' END FROM c");
   }
   static std::string TextOf(std::int32_t id) {
     return std::to_string(id) + " é " + std::string(static_cast<std::size_t>(600 + id % 100), 'z');

@@ -43,7 +43,9 @@ Parameter In(std::int32_t value) { return {.type = ado::adInteger, .value = valu
 Parameter Out(std::int16_t type, std::int64_t size = 0) {
   return {.name = "o", .type = type, .size = size, .value = "stale", .direction = ado::adParamOutput};
 }
-Parameter InOut(std::int16_t type, Variant value) { return {.type = type, .value = std::move(value), .direction = ado::adParamInputOutput}; }
+Parameter InOut(std::int16_t type, Variant value) {
+  return {.type = type, .value = std::move(value), .direction = ado::adParamInputOutput};
+}
 Parameter Returned(std::int16_t type) { return {.type = type, .direction = ado::adParamReturnValue}; }
 
 TEST_P(OutputParameters, GoInAndOut) {
@@ -71,9 +73,8 @@ TEST_P(OutputParameters, GoInAndOut) {
 }
 
 TEST_P(OutputParameters, OfAProcedureOfPostgresToo) {
-  Make("pp", "IN a INT, OUT b INT, INOUT t TEXT, OUT n NUMERIC(30, 10)", IsMariaDb() ? "SET b = a * 2; SET t = CONCAT(t, 'é😀'); SET n = 1.5;"
-                                                                              : "b := a * 2; t := t || 'é😀'; n := 1.5;",
-       "PROCEDURE");
+  Make("pp", "IN a INT, OUT b INT, INOUT t TEXT, OUT n NUMERIC(30, 10)",
+       IsMariaDb() ? "SET b = a * 2; SET t = CONCAT(t, 'é😀'); SET n = 1.5;" : "b := a * 2; t := t || 'é😀'; n := 1.5;", "PROCEDURE");
   for (const char* text : {"pp", "CALL pp(?, ?, ?, ?)", "{call pp(?,?,?,?)}"}) {
     Call("pp", {In(7), Out(ado::adInteger), InOut(ado::adVarWChar, "ü"), Out(ado::adNumeric)});
     if (std::string(text) != "pp") command.CommandType(ado::adCmdText);
@@ -95,12 +96,14 @@ TEST_P(OutputParameters, OfAProcedureOfPostgresToo) {
 
 TEST_P(OutputParameters, ComeAsTheTypeSaysAndExact) {
   const std::string real = engine->Type("double");
-  Make("v", "OUT t VARCHAR(200), OUT n DECIMAL(38, 10), OUT g BIGINT, OUT s TIMESTAMP, OUT d DATE, OUT r " + real + ", OUT b " + engine->Type("blob") +
-                ", OUT z INT",
+  Make("v",
+       "OUT t VARCHAR(200), OUT n DECIMAL(38, 10), OUT g BIGINT, OUT s TIMESTAMP, OUT d DATE, OUT r " + real + ", OUT b " +
+           engine->Type("blob") + ", OUT z INT",
        std::string("SET t = 'déjà vu €😀'; SET n = 1234567890123456789012345678.0123456789; SET g = -9223372036854775807; ") +
-           "SET s = '2020-02-29 03:04:05'; SET d = '1999-12-31'; SET r = 0.1; SET b = " + (IsMariaDb() ? "x'00ff00'" : "'\\x00ff00'") + "; SET z = NULL;");
-  Call("v", {Out(ado::adVarWChar, 200), Out(ado::adNumeric), Out(ado::adBigInt), Out(ado::adDBTimeStamp), Out(ado::adDBDate), Out(ado::adDouble),
-             Out(ado::adVarBinary, 100), Out(ado::adInteger)});
+           "SET s = '2020-02-29 03:04:05'; SET d = '1999-12-31'; SET r = 0.1; SET b = " + (IsMariaDb() ? "x'00ff00'" : "'\\x00ff00'") +
+           "; SET z = NULL;");
+  Call("v", {Out(ado::adVarWChar, 200), Out(ado::adNumeric), Out(ado::adBigInt), Out(ado::adDBTimeStamp), Out(ado::adDBDate),
+             Out(ado::adDouble), Out(ado::adVarBinary, 100), Out(ado::adInteger)});
   command.Execute();
   EXPECT_EQ(Came(0), Variant("déjà vu €😀"));
   EXPECT_EQ(Came(1), Variant(Decimal{"1234567890123456789012345678.0123456789"}));
@@ -111,7 +114,8 @@ TEST_P(OutputParameters, ComeAsTheTypeSaysAndExact) {
   EXPECT_EQ(Came(6), Variant(runtime::Bytes{std::byte{0}, std::byte{255}, std::byte{0}}));
   EXPECT_EQ(Came(7), Variant(Null{}));
   // Other types than the procedure's, where nothing is lost.
-  Make("w", "OUT a INT, OUT b DECIMAL(10, 2), OUT c VARCHAR(40), OUT e INT, OUT f INT", "SET a = 7; SET b = 12.50; SET c = '77'; SET e = 200; SET f = 1;");
+  Make("w", "OUT a INT, OUT b DECIMAL(10, 2), OUT c VARCHAR(40), OUT e INT, OUT f INT",
+       "SET a = 7; SET b = 12.50; SET c = '77'; SET e = 200; SET f = 1;");
   Call("w", {Out(ado::adNumeric), Out(ado::adCurrency), Out(ado::adBigInt), Out(ado::adUnsignedTinyInt), Out(ado::adBoolean)});
   command.Execute();
   EXPECT_EQ(Came(0), Variant(Decimal{"7"}));
@@ -223,8 +227,9 @@ TEST_P(OutputParameters, BesideRows) {
   }
   Execute("CREATE TABLE r (x INT PRIMARY KEY, t VARCHAR(40))");
   Execute("INSERT INTO r SELECT seq, CONCAT('n', seq) FROM seq_1_to_5000");
-  Execute("CREATE PROCEDURE r(IN a INT, OUT b INT, OUT c VARCHAR(30)) BEGIN SELECT x, t FROM r WHERE x <= a ORDER BY x; SELECT 'second'; "
-          "SET b = a + 1; SET c = 'fin'; END");
+  Execute(
+      "CREATE PROCEDURE r(IN a INT, OUT b INT, OUT c VARCHAR(30)) BEGIN SELECT x, t FROM r WHERE x <= a ORDER BY x; SELECT 'second'; "
+      "SET b = a + 1; SET c = 'fin'; END");
   Call("r", {In(3000), Out(ado::adInteger), Out(ado::adVarWChar, 30)});
   for (int times = 0; times < 2; ++times) {
     std::int64_t affected = 0;
