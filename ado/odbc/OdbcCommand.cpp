@@ -69,7 +69,7 @@ std::int64_t OdbcCommand::Send(std::span<const ado::Parameter> parameters, std::
   if (changesSchema_) session_->SchemaChanged();
   if (!statement_ || timeoutSeconds_ != timeoutSeconds || schema_ != session_->SchemaVersion()) {
     Prepare(timeoutSeconds);
-  } else {
+  } else if (!isSingle_) {  // which opens and ends no transaction
     session_->NoteText(bound_.Sql());
   }
   Fill(parameters);
