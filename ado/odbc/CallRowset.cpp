@@ -1,7 +1,6 @@
 #include "ado/odbc/CallRowset.h"
 
 #include <algorithm>
-#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -9,6 +8,7 @@
 #include <vector>
 
 #include "ado/Errors.h"
+#include "ado/Pieces.h"
 #include "ado/RowStore.h"
 #include "ado/odbc/CallText.h"
 #include "ado/odbc/CommandParameters.h"
@@ -73,19 +73,7 @@ class CallRowset final : public ProviderRowset {
 
 std::size_t CallRowset::ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity) {
   if (std::exchange(chunkField_, field) != field) chunkOffset_ = 0;
-  const Variant& value = rows_->rows.At(row_)[field];
-  const auto* text = value.If<std::string>();
-  const auto* bytes = value.If<runtime::Bytes>();
-  const auto* data = text ? reinterpret_cast<const std::byte*>(text->data()) : bytes ? bytes->data() : nullptr;
-  const std::size_t size = text ? text->size() : bytes ? bytes->size() : 0;
-  std::size_t count = std::min(capacity, size - std::min(size, chunkOffset_));
-  if (text && chunkOffset_ + count < size) {
-    while (count > 0 && (static_cast<unsigned char>((*text)[chunkOffset_ + count]) & 0xC0U) == 0x80U) --count;
-  }
-  if (count > 0) std::memcpy(buffer, data + chunkOffset_, count);
-  chunkOffset_ += count;
-  if (count == 0) chunkField_ = SIZE_MAX;
-  return count;
+  return PieceOf(rows_->rows.At(row_)[field], chunkOffset_, buffer, capacity);
 }
 
 /// One execution of a call.

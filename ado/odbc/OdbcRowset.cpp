@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <iterator>
 #include <utility>
 
 #include "ado/Errors.h"
+#include "ado/Pieces.h"
 #include "ado/SameValue.h"
 #include "ado/odbc/CommandParameters.h"
 #include "ado/odbc/NativeHeaders.h"
@@ -385,16 +385,7 @@ std::size_t OdbcRowset::ChunkOf(std::size_t field, std::byte* buffer, std::size_
     chunkOffset_ = 0;
     chunkValue_ = Value(field);
   }
-  const auto* text = chunkValue_.If<std::string>();
-  const auto* bytes = chunkValue_.If<runtime::Bytes>();
-  const auto* data = text ? reinterpret_cast<const std::byte*>(text->data()) : bytes ? bytes->data() : nullptr;
-  const std::size_t size = text ? text->size() : bytes ? bytes->size() : 0;
-  std::size_t count = std::min(capacity, size - std::min(size, chunkOffset_));
-  if (text && chunkOffset_ + count < size) {
-    while (count > 0 && (static_cast<unsigned char>((*text)[chunkOffset_ + count]) & 0xC0U) == 0x80U) --count;
-  }
-  if (count > 0) std::memcpy(buffer, data + chunkOffset_, count);
-  chunkOffset_ += count;
+  const std::size_t count = PieceOf(chunkValue_, chunkOffset_, buffer, capacity);
   if (count == 0) chunkField_ = SIZE_MAX;
   return count;
 }

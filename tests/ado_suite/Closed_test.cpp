@@ -1,9 +1,11 @@
 #include <array>
 #include <memory>
+#include <vector>
 
 #include "ado/BulkInsert.h"
 #include "ado/Catalog.h"
 #include "ado/Command.h"
+#include "runtime/Conversions.h"
 #include "tests/ado_suite/Source.h"
 
 // Whatever is closed or gone first, what is left answers with an error and reads nothing that is not its own (the sanitizers watch).
@@ -122,6 +124,44 @@ TEST_P(ClosedFirst, ATableThatOutlivesItsCatalog) {
   EXPECT_EQ(table.Columns().size(), 3U);
   connection.Close();
   EXPECT_EQ(ErrorOf([&] { (void)table.Indexes(); }), 3704);
+}
+
+TEST_P(ClosedFirst, WhatIsOpenOnAServerThatEndsTheConnection) {
+  const bool maria = source.Name() == "MariaDB";
+  if (!maria && source.Name() != "PostgreSQL") GTEST_SKIP() << "there is no server that could end it";
+  ado::Command command;
+  command.ActiveConnection(&connection);
+  command.CommandText("UPDATE ART SET QTE = ? WHERE CODE = 'A1'");
+  command.Prepared(true);
+  EXPECT_EQ(command.Execute(std::vector<Variant>{std::int32_t{5}}), 1);
+  auto rows = Art();
+  auto clone = rows.Clone();
+  auto waiting = Open("SELECT * FROM ART ORDER BY CODE", ado::adOpenStatic, ado::adLockBatchOptimistic);
+  waiting.Fields("NOM").Value("attend");
+  waiting.Update();
+  auto own = Open(maria ? "SELECT CONNECTION_ID()" : "SELECT pg_backend_pid()", ado::adOpenStatic, ado::adLockReadOnly);
+  const std::string id = runtime::ToText(own.Fields(0).Value());
+  ado::Connection other;
+  source.Connect(other);
+  other.Execute(maria ? "KILL " + id : "SELECT pg_terminate_backend(" + id + ")");
+  EXPECT_EQ(ErrorOf([&] { command.Execute(std::vector<Variant>{std::int32_t{6}}); }), -2147467259);
+  EXPECT_EQ(Code(rows), "A1") << "what was read is at hand";
+  clone.Fields("NOM").Value("perdu");
+  EXPECT_EQ(ErrorOf([&] { clone.Update(); }), -2147467259);
+  EXPECT_EQ(clone.EditMode(), ado::adEditInProgress);
+  clone.CancelUpdate();
+  EXPECT_EQ(ErrorOf([&] { waiting.UpdateBatch(); }), -2147467259);
+  EXPECT_EQ(waiting.Status(), ado::adRecModified | ado::adRecIntegrityViolation) << "it waits on";
+  waiting.ActiveConnection(nullptr);
+  rows.Close();
+  clone.Close();
+  own.Close();
+  connection.Close();
+  source.Connect(connection);
+  EXPECT_EQ(Text(Art(), "QTE"), "5");
+  EXPECT_EQ(command.Execute(std::vector<Variant>{std::int32_t{5}}), maria ? 0 : 1) << "the command goes on; no row differs then on MariaDB";
+  EXPECT_EQ(command.Execute(std::vector<Variant>{std::int32_t{7}}), 1);
+  EXPECT_EQ(Text(Art(), "NOM"), "un") << "nothing was half written";
 }
 
 INSTANTIATE_TEST_SUITE_P(Suite, ClosedFirst, ::testing::Values("Access", "SQLite", "MariaDB", "PostgreSQL"), NameOf);
