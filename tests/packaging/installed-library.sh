@@ -26,7 +26,7 @@ expect "$("$work/consumer/consumer" "$work/base.db")" "2 lignes, 0 difference"
 libdir=$(dirname "$(find "$work/prefix" -name tamlo.pc)")
 read -ra compile <<<"$(PKG_CONFIG_PATH=$libdir pkg-config --define-variable=prefix="$work/prefix" --cflags --libs tamlo)"
 "$compiler" -std=c++20 $flags "$source/examples/dix_lignes.cpp" "${compile[@]}" -o "$work/dix_lignes"
-expect "$(cd "$work" && ./dix_lignes)" Dupont
+expect "$(cd "$work" && ./dix_lignes)" "L'Hermite"
 
 # The example stands in the README as it was built here.
 if ! diff <(sed -n '/^```cpp$/,/^```$/p' "$source/README.md" | sed '1d;$d') "$source/examples/dix_lignes.cpp"; then
