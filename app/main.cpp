@@ -1,7 +1,7 @@
 #include <memory>
 
 #include "app/Demarrage.h"
-#include "app/Fournisseurs.h"
+#include "providers/Fournisseurs.h"
 #include "app/Processus.h"
 #include "runtime/Secret.h"
 #include "ui/Platform.h"

@@ -12,7 +12,7 @@
 #include <memory>
 #include <string>
 
-#include "app/Fournisseurs.h"
+#include "providers/Fournisseurs.h"
 #include "app/TableCode.h"
 #include "db/DataBase.h"
 #include "db/Environnement.h"

@@ -2,7 +2,7 @@
 #include <iostream>
 
 #include "ado/Command.h"
-#include "app/Fournisseurs.h"
+#include "providers/Fournisseurs.h"
 #include "db/DataBase.h"
 #include "jet/Database.h"
 #include "runtime/Conversions.h"

@@ -7,15 +7,15 @@
 #include <unordered_set>
 #include <utility>
 
-#include "jet/BTreeCheck.h"
-#include "jet/ByteOrder.h"
-#include "jet/DataPage.h"
-#include "jet/Engine.h"
-#include "jet/Error.h"
-#include "jet/LongValue.h"
-#include "jet/RowCheck.h"
-#include "jet/TableCore.h"
-#include "jet/UsageMap.h"
+#include "jet/index/BTreeCheck.h"
+#include "jet/value/ByteOrder.h"
+#include "jet/page/DataPage.h"
+#include "jet/schema/Engine.h"
+#include "jet/value/Error.h"
+#include "jet/table/LongValue.h"
+#include "jet/table/RowCheck.h"
+#include "jet/table/TableCore.h"
+#include "jet/page/UsageMap.h"
 
 namespace jet {
 namespace {
@@ -329,7 +329,8 @@ class Checker {
     for (PageNumber page = 0; page < owners_.size(); ++page) {
       const bool isFree = freePages.Contains(page);
       if (isFree && !owners_[page].empty()) Report(page, 0, "The page is listed as free and belongs to " + owners_[page]);
-      if (!isFree && freePages.Covers(page) && owners_[page].empty() && !LooksUnused(page)) Report(page, 0, "The page is in use and belongs to nobody");
+      if (!isFree && freePages.Covers(page) && owners_[page].empty() && !LooksUnused(page))
+        Report(page, 0, "The page is in use and belongs to nobody");
     }
   }
 

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "jet/Definitions.h"
+#include "jet/table/Definitions.h"
 
 namespace jet {
 

@@ -5,17 +5,17 @@
 #include <unordered_map>
 #include <vector>
 
-#include "jet/ByteOrder.h"
-#include "jet/Creation.h"
+#include "jet/value/ByteOrder.h"
+#include "jet/schema/Creation.h"
 #include "jet/Database.h"
-#include "jet/Engine.h"
-#include "jet/Error.h"
-#include "jet/IndexCursor.h"
-#include "jet/Schema.h"
-#include "jet/Table.h"
-#include "jet/TableCore.h"
-#include "jet/Text.h"
-#include "jet/TextOrder.h"
+#include "jet/schema/Engine.h"
+#include "jet/value/Error.h"
+#include "jet/table/IndexCursor.h"
+#include "jet/schema/Schema.h"
+#include "jet/table/Table.h"
+#include "jet/table/TableCore.h"
+#include "jet/value/Text.h"
+#include "jet/value/TextOrder.h"
 
 namespace jet {
 namespace {

@@ -4,11 +4,11 @@
 
 #include "jet/Checker.h"
 #include "jet/Compactor.h"
-#include "jet/Creation.h"
-#include "jet/Engine.h"
-#include "jet/Schema.h"
-#include "jet/TableCore.h"
-#include "jet/Text.h"
+#include "jet/schema/Creation.h"
+#include "jet/schema/Engine.h"
+#include "jet/schema/Schema.h"
+#include "jet/table/TableCore.h"
+#include "jet/value/Text.h"
 
 namespace jet {
 namespace {
@@ -321,7 +321,8 @@ void Database::Backup(const std::string& newPath) {
       return file;
     } catch (const Error& error) {
       if (error.Code() != ErrorCode::kAlreadyExists) throw;
-      throw Error(ErrorCode::kAlreadyExists, "\"" + working + "\" is there, where a copy is written until it is whole: another one is being made, "
+      throw Error(ErrorCode::kAlreadyExists, "\"" + working +
+                                                 "\" is there, where a copy is written until it is whole: another one is being made, "
                                                  "or was broken off. Remove it in that case");
     }
   };

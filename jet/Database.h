@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
-#include "jet/Definitions.h"
-#include "jet/Error.h"
+#include "jet/table/Definitions.h"
+#include "jet/value/Error.h"
 
 namespace jet {
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <utility>
 
-#include "jet/Error.h"
+#include "jet/value/Error.h"
 #include "runtime/Error.h"
 
 namespace tamlo::ado::jetprovider {

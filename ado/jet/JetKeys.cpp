@@ -7,7 +7,7 @@
 #include "ado/Errors.h"
 #include "ado/jet/JetCatalog.h"
 #include "ado/jet/JetErrors.h"
-#include "jet/Table.h"
+#include "jet/table/Table.h"
 #include "jet/sql/Names.h"
 #include "jet/sql/Session.h"
 

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "ado/Keys.h"
-#include "jet/Definitions.h"
+#include "jet/table/Definitions.h"
 
 namespace tamlo::ado::jetprovider {
 

@@ -5,8 +5,8 @@
 
 #include "ado/Catalog.h"
 #include "ado/Provider.h"
-#include "jet/Row.h"
-#include "jet/Value.h"
+#include "jet/table/Row.h"
+#include "jet/value/Value.h"
 #include "jet/sql/Schema.h"
 #include "jet/sql/Statement.h"
 

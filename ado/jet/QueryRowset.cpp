@@ -7,7 +7,7 @@
 #include "ado/SameValue.h"
 #include "ado/jet/JetErrors.h"
 #include "ado/jet/JetValues.h"
-#include "jet/SteadyLong.h"
+#include "jet/table/SteadyLong.h"
 
 namespace tamlo::ado::jetprovider {
 
@@ -20,7 +20,8 @@ QueryRowset::QueryRowset(JetConnection& connection, std::unique_ptr<jet::sql::Qu
     columns_.push_back(column.column);
   }
   bool ofTables = !plan.sources.empty();
-  for (const jet::sql::SelectPlan::Source& source : plan.sources) ofTables = ofTables && source.table != nullptr && source.table->rereadable;
+  for (const jet::sql::SelectPlan::Source& source : plan.sources)
+    ofTables = ofTables && source.table != nullptr && source.table->rereadable;
   const bool copies = request.cursor == adOpenStatic || request.location == adUseClient;
   kind_ = copies || (request.cursor == adOpenKeyset && !ofTables) ? Kind::kStatic
           : request.cursor == adOpenKeyset                        ? Kind::kKeyset
@@ -392,7 +393,8 @@ Variant QueryRowset::Value(std::size_t field) {
     const auto still = query_->HoldStill();
     jet::sql::RequireCurrent(SourceTable(source));
     const jet::Table::RowTest isStillRead = IsStillRead(source);
-    if (!SourceTable(source).table->Read(*ids_[source], row_) || (isStillRead && !isStillRead(row_))) throw AdoError(runtime::kNoCurrentRecord);
+    if (!SourceTable(source).table->Read(*ids_[source], row_) || (isStillRead && !isStillRead(row_)))
+      throw AdoError(runtime::kNoCurrentRecord);
     ReadColumn(row_, column.column, column.type.type, value);
     seen_[field] = LengthOf(value) <= kLongestComparedValue;
     values_[field] = seen_[field] ? value : Variant();

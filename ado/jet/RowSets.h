@@ -13,8 +13,8 @@
 #include <utility>
 #include <vector>
 
-#include "jet/PageStore.h"
-#include "jet/Table.h"
+#include "jet/page/PageStore.h"
+#include "jet/table/Table.h"
 
 namespace tamlo::ado::jetprovider {
 
@@ -87,9 +87,7 @@ class MemberList {
 /// The rows that a walk has given already: rows of one table take a bit each, rows of joins some bytes.
 class VisitedRows {
  public:
-  [[nodiscard]] bool Has(const RowIds& ids) {
-    return ids.size() != 1 || !ids[0] ? Joined().contains(ids) : Has(*ids[0]);
-  }
+  [[nodiscard]] bool Has(const RowIds& ids) { return ids.size() != 1 || !ids[0] ? Joined().contains(ids) : Has(*ids[0]); }
   [[nodiscard]] bool Has(jet::RowId id) const {
     const auto page = pages_.find(id.page);
     return page != pages_.end() && page->second.test(id.slot);

@@ -6,7 +6,7 @@
 #include "ado/Errors.h"
 #include "ado/jet/JetErrors.h"
 #include "ado/jet/JetValues.h"
-#include "jet/ColumnValue.h"
+#include "jet/table/ColumnValue.h"
 #include "jet/sql/Coercion.h"
 
 namespace tamlo::ado::jetprovider {
@@ -145,7 +145,8 @@ void RowWriter::Update(jet::RowId id, std::span<const Assignment> values, const 
       changed = !isUnchanged(row);
       return !changed;
     };
-    OnRow(connection_, [&] { table_->table->Update(id, prepared.list, isStill); }, &changed);
+    OnRow(
+        connection_, [&] { table_->table->Update(id, prepared.list, isStill); }, &changed);
     session_.RowsChanged();
   });
 }
@@ -168,7 +169,8 @@ Variant RowWriter::Converted(std::size_t column, const Variant& value) const {
   try {
     return ToVariant(jet::ColumnValue(*table_->table, column, jet::sql::Coerced(given, table_->columns[column].type, session_.Settings())));
   } catch (const jet::Error& error) {
-    const bool isReadable = error.Code() == jet::ErrorCode::kValueTooLong || IsOutside(given, table_->columns[column].type, session_.Settings());
+    const bool isReadable =
+        error.Code() == jet::ErrorCode::kValueTooLong || IsOutside(given, table_->columns[column].type, session_.Settings());
     if (error.Code() != jet::ErrorCode::kTypeMismatch && error.Code() != jet::ErrorCode::kValueTooLong) throw Translated(error);
     throw AdoError(isReadable ? runtime::kValueRefused : runtime::kDataConversion, table_->columns[column].name);
   }

@@ -8,7 +8,7 @@
 
 #include "ado/Provider.h"
 #include "ado/jet/JetConnection.h"
-#include "jet/Table.h"
+#include "jet/table/Table.h"
 #include "jet/sql/Session.h"
 
 namespace tamlo::ado::jetprovider {
@@ -23,8 +23,8 @@ class RowWriter {
   jet::RowId Insert(std::span<const Assignment> values, const std::vector<std::size_t>& columns);
   /// isMeant tells whether the row of that identity is still the one that was read, isUnchanged whether the columns to be changed hold what was
   /// read of them; else, or when the row is gone, a failure of the provider.
-  void Update(jet::RowId id, std::span<const Assignment> values, const std::vector<std::size_t>& columns, const jet::Table::RowTest& isMeant,
-              const jet::Table::RowTest& isUnchanged);
+  void Update(jet::RowId id, std::span<const Assignment> values, const std::vector<std::size_t>& columns,
+              const jet::Table::RowTest& isMeant, const jet::Table::RowTest& isUnchanged);
   void Delete(jet::RowId id, const jet::Table::RowTest& isMeant);
   /// A value as that column of the table will hold it; as it is under GeneralNumbers. Errors 3421 for one that its type cannot hold,
   /// -2147217887 for one that does not fit.

@@ -8,7 +8,7 @@
 #include "ado/SameValue.h"
 #include "ado/jet/JetErrors.h"
 #include "ado/jet/JetValues.h"
-#include "jet/SteadyLong.h"
+#include "jet/table/SteadyLong.h"
 #include "jet/sql/Coercion.h"
 
 namespace tamlo::ado::jetprovider {
@@ -24,7 +24,11 @@ bool IsLong(const jet::sql::ColumnInfo& column) {
 }  // namespace
 
 TableRowset::TableRowset(JetConnection& connection, std::shared_ptr<const jet::sql::EngineTable> table, CursorType cursor)
-    : table_(std::move(table)), writer_(connection, table_), adds_(cursor == adOpenDynamic), rollbacks_(connection.Rollbacks()), connection_(connection) {
+    : table_(std::move(table)),
+      writer_(connection, table_),
+      adds_(cursor == adOpenDynamic),
+      rollbacks_(connection.Rollbacks()),
+      connection_(connection) {
   for (const jet::sql::ColumnInfo& column : table_->columns) {
     columns_.push_back(fields_.size());
     fields_.push_back(Described(column.name, column.type));

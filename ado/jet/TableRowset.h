@@ -9,7 +9,7 @@
 #include "ado/jet/JetConnection.h"
 #include "ado/jet/RowSets.h"
 #include "ado/jet/RowWriter.h"
-#include "jet/IndexCursor.h"
+#include "jet/table/IndexCursor.h"
 #include "jet/sql/Session.h"
 
 namespace tamlo::ado::jetprovider {
@@ -54,8 +54,8 @@ class TableRowset final : public ProviderRowset {
   struct Ahead {
     std::vector<AheadRow> rows;
     std::size_t next = 0;
-    bool ended = false;   // the walk has met the end behind them
-    bool failed = false;  // the row behind them could not be read
+    bool ended = false;      // the walk has met the end behind them
+    bool failed = false;     // the row behind them could not be read
     std::size_t wanted = 1;  // one at first, so that asking for one costs one
     std::uint64_t version = 0;
     std::uint64_t changes = 0;
@@ -95,9 +95,9 @@ class TableRowset final : public ProviderRowset {
   RowWriter writer_;
   std::vector<FieldInfo> fields_;
   std::vector<std::size_t> columns_;
-  bool adds_;             // rows that this program adds are given too
-  VisitedRows visited_;   // by the walk
-  NewRows added_;         // since it began
+  bool adds_;                    // rows that this program adds are given too
+  VisitedRows visited_;          // by the walk
+  NewRows added_;                // since it began
   std::uint64_t walkBegan_ = 0;  // the connection's changes then
   std::uint64_t rollbacks_ = 0;
   bool gone_ = false;  // the current row is, by a rollback

@@ -21,7 +21,7 @@
 #include <vector>
 
 #include "app/Demarrage.h"
-#include "app/Fournisseurs.h"
+#include "providers/Fournisseurs.h"
 #include "app/Processus.h"
 #include "tests/app/VirtualDisplay.h"
 #include "tests/app/VolumesDatabase.h"

@@ -18,7 +18,7 @@
 #include "bench/jet/Goals.h"
 #include "bench/jet/PeopleFile.h"
 #include "jet/Database.h"
-#include "jet/Table.h"
+#include "jet/table/Table.h"
 
 namespace {
 

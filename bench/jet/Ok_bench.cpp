@@ -17,7 +17,7 @@
 #include "bench/jet/Goals.h"
 #include "db/DataBase.h"
 #include "jet/Database.h"
-#include "jet/Table.h"
+#include "jet/table/Table.h"
 #include "tests/support_lib/FakePlatform.h"
 #include "tests/support_lib/SyncCounter.h"
 #include "tests/support_lib/TemporaryFolder.h"

@@ -5,7 +5,7 @@
 
 #include "bench/jet/Goals.h"
 #include "jet/Database.h"
-#include "jet/Table.h"
+#include "jet/table/Table.h"
 
 namespace jet::bench {
 

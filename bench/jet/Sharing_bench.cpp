@@ -20,7 +20,7 @@
 
 #include "bench/jet/Goals.h"
 #include "jet/Database.h"
-#include "jet/Table.h"
+#include "jet/table/Table.h"
 #include "tests/support_lib/TemporaryFolder.h"
 
 namespace {
@@ -121,8 +121,8 @@ int main(int count, char** arguments) {
     const int beside = InANewFile(path, [&] { return WriteBesideReaders(path, path, seconds); });
     againstAlone[round] = static_cast<double>(beside) / std::max(1, alone);
     againstOthers[round] = static_cast<double>(beside) / std::max(1, besideOthers);
-    std::printf("%d commits alone, %d beside %d readers of another file, %d beside as many of this one: %.2f and %.2f\n", alone, besideOthers,
-                kReaders, beside, againstAlone[round], againstOthers[round]);
+    std::printf("%d commits alone, %d beside %d readers of another file, %d beside as many of this one: %.2f and %.2f\n", alone,
+                besideOthers, kReaders, beside, againstAlone[round], againstOthers[round]);
   }
   jet::bench::Goals goals;
   goals.AtLeast("a writer beside eight readers against the same alone", Median(againstAlone), kGoal, "");

@@ -2,7 +2,7 @@
 #include <iostream>
 #include <string>
 
-#include "app/Fournisseurs.h"
+#include "providers/Fournisseurs.h"
 #include "db/DataBase.h"
 #include "runtime/Error.h"
 

@@ -10,7 +10,7 @@
 #include <string>
 
 #include "base/DateText.h"
-#include "jet/TextOrder.h"
+#include "jet/value/TextOrder.h"
 #include "jet/sql/Calendar.h"
 #include "jet/sql/LikePattern.h"
 #include "jet/sql/Names.h"

@@ -2,7 +2,7 @@
 
 #include <optional>
 
-#include "jet/TextOrder.h"
+#include "jet/value/TextOrder.h"
 #include "jet/sql/Names.h"
 
 namespace jet::sql {

@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "jet/Error.h"
+#include "jet/value/Error.h"
 
 namespace jet::sql {
 

@@ -1,7 +1,7 @@
 #include <algorithm>
 
-#include "jet/SteadyLong.h"
-#include "jet/TextOrder.h"
+#include "jet/table/SteadyLong.h"
+#include "jet/value/TextOrder.h"
 #include "jet/sql/SessionState.h"
 
 namespace jet::sql {
@@ -9,7 +9,7 @@ namespace jet::sql {
 namespace {
 
 constexpr std::size_t kLargestBlock = 256;
-constexpr std::size_t kBlockBytes = std::size_t{1} << 18;  // text held back in one block, about
+constexpr std::size_t kBlockBytes = std::size_t{1} << 18;    // text held back in one block, about
 constexpr std::uint64_t kHeldLong = std::uint64_t{1} << 16;  // longest long value that is read with its row, in bytes as stored
 
 bool IsLongType(ColumnType type) { return type == ColumnType::kMemo || type == ColumnType::kOle; }
@@ -31,14 +31,14 @@ struct Query::State {
   bool executed = false;
   bool exhausted = false;
 
-  std::vector<Value> values;         // of the block, row by row
-  std::vector<std::int64_t> rowIds;  // of the block: one for each source; -1 none
+  std::vector<Value> values;          // of the block, row by row
+  std::vector<std::int64_t> rowIds;   // of the block: one for each source; -1 none
   std::vector<std::uint64_t> prints;  // of the block, one for each source: of the row, or of its key when rows are read again
-  std::vector<bool> far;             // of the block, by value: a long value that was left in the file
+  std::vector<bool> far;              // of the block, by value: a long value that was left in the file
   std::vector<std::vector<std::size_t>> keyColumns;  // of each source: the columns of its primary key
-  std::vector<std::uint64_t> firstVersions;    // of each source's database when the first block was read
-  std::vector<std::uint64_t> versions;         // of each source's database when the block was read
-  std::uint64_t changes = 0;                   // of the session by then
+  std::vector<std::uint64_t> firstVersions;          // of each source's database when the first block was read
+  std::vector<std::uint64_t> versions;               // of each source's database when the block was read
+  std::uint64_t changes = 0;                         // of the session by then
   bool rowsAreReadAgain = false;
   bool hasLongs = false;
   bool hasLate = false;
@@ -397,16 +397,15 @@ bool Query::IsStill(std::size_t source, const Row& row) const {
   return row.Fingerprint(columns) == KeyPrint(source);
 }
 
-std::uint64_t Query::KeyPrint(std::size_t source) const {
-  return state_->prints[(state_->blockAt - 1) * state_->sources.size() + source];
-}
+std::uint64_t Query::KeyPrint(std::size_t source) const { return state_->prints[(state_->blockAt - 1) * state_->sources.size() + source]; }
 
 bool Query::IsAsRead() const {
   if (state_->changes != state_->session.changes) return false;
   Database* asked = nullptr;
   for (std::size_t i = 0; i < state_->sources.size(); ++i) {
     const EngineTable* source = state_->sources[i];
-    if (source == nullptr || source->table == nullptr || (source->database == asked && state_->versions[i] == state_->versions[i - 1])) continue;
+    if (source == nullptr || source->table == nullptr || (source->database == asked && state_->versions[i] == state_->versions[i - 1]))
+      continue;
     asked = source->database;
     if (!asked->NothingSince(state_->versions[i])) return false;
   }
@@ -415,9 +414,7 @@ bool Query::IsAsRead() const {
 
 std::uint64_t Query::Version(std::size_t source) const { return state_->versions[source]; }
 
-std::vector<std::unique_ptr<Database::ReadScope>> Query::HoldStill() const {
-  return state_->Locked();
-}
+std::vector<std::unique_ptr<Database::ReadScope>> Query::HoldStill() const { return state_->Locked(); }
 
 std::optional<RowId> Query::Identity(std::size_t source) const {
   if (source >= state_->sources.size() || state_->sources[source] == nullptr || state_->sources[source]->table == nullptr)

@@ -4,8 +4,8 @@
 #include <map>
 #include <set>
 
-#include "jet/Convert.h"
-#include "jet/TextOrder.h"
+#include "jet/table/Convert.h"
+#include "jet/value/TextOrder.h"
 #include "jet/sql/Coercion.h"
 #include "jet/sql/SessionState.h"
 

@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-#include "jet/Error.h"
-#include "jet/Value.h"
+#include "jet/value/Error.h"
+#include "jet/value/Value.h"
 
 namespace jet::sql {
 

@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "jet/Database.h"
-#include "jet/Row.h"
-#include "jet/Table.h"
+#include "jet/table/Row.h"
+#include "jet/table/Table.h"
 #include "jet/sql/Limits.h"
 #include "jet/sql/Schema.h"
 #include "jet/sql/Statement.h"

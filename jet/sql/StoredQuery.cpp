@@ -1,7 +1,7 @@
 // Stored queries: the rows of MSysQueries put together as a statement.
 #include <algorithm>
 
-#include "jet/Table.h"
+#include "jet/table/Table.h"
 #include "jet/sql/Names.h"
 #include "jet/sql/StoredParts.h"
 #include "jet/sql/TypeNames.h"

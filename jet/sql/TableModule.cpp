@@ -3,7 +3,7 @@
 #include <cstring>
 #include <limits>
 
-#include "jet/IndexCursor.h"
+#include "jet/table/IndexCursor.h"
 #include "jet/sql/Literals.h"
 #include "jet/sql/SessionState.h"
 
@@ -26,7 +26,7 @@ struct VirtualCursor : sqlite3_vtab_cursor {
   sqlite3_int64 foreignRow = 0;
   std::uint64_t changes = 0;
   std::uint64_t version = 0;  // of the pages of the database when the row was read
-  bool single = false;  // one row found by its identity
+  bool single = false;        // one row found by its identity
   bool end = true;
 };
 
@@ -498,7 +498,8 @@ sqlite3_int64 Identity(const VirtualCursor& cursor) { return cursor.foreign != n
 void ReadLongAgain(VirtualCursor& cursor, VirtualTable& table) {
   Row now;
   if (!table.table->table->Read(cursor.id, now) || now.Fingerprint() != cursor.current->Fingerprint()) {
-    throw Error(ErrorCode::kChangedMeanwhile, "a row of \"" + table.table->name + "\" was changed by another user while the query was reading it");
+    throw Error(ErrorCode::kChangedMeanwhile,
+                "a row of \"" + table.table->name + "\" was changed by another user while the query was reading it");
   }
   cursor.row = std::move(now);
   cursor.current = &cursor.row;

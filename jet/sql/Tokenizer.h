@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "jet/Error.h"
+#include "jet/value/Error.h"
 
 namespace jet::sql {
 

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string_view>
 
-#include "jet/Value.h"
+#include "jet/value/Value.h"
 
 /// The words for types in statements.
 namespace jet::sql {

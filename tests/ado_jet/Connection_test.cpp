@@ -1,7 +1,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "jet/FileSystem.h"
+#include "jet/file/FileSystem.h"
 #include "tests/ado_jet/JetFixture.h"
 
 using namespace tamlo;
@@ -101,8 +101,7 @@ TEST_F(JetConnectionTest, TheDatabaseIsCopiedWholeOrNotAtAll) {
   EXPECT_EQ(error.description, "L'objet existe déjà : There is a file \"" + copy + "\" already");
   error = IgnoringErrors([&] { connection.Backup(folder.File("absent/copie.mdb")); });
   EXPECT_EQ(error.number, runtime::kProviderFailure);
-  EXPECT_EQ(error.description,
-            "Fichier introuvable : Opening \"" + folder.File("absent/copie.mdb") + "-new\": No such file or directory");
+  EXPECT_EQ(error.description, "Fichier introuvable : Opening \"" + folder.File("absent/copie.mdb") + "-new\": No such file or directory");
   error = IgnoringErrors([&] { connection.Backup(folder.File("copie.ldb")); });
   EXPECT_EQ(error.number, runtime::kProviderFailure);
   EXPECT_EQ(error.description.rfind("Opération non gérée : ", 0), 0U) << error.description;

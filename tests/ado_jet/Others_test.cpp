@@ -3,7 +3,7 @@
 #include <array>
 #include <chrono>
 
-#include "jet/Error.h"
+#include "jet/value/Error.h"
 #include "tests/ado_jet/JetFixture.h"
 
 using namespace tamlo;
@@ -25,7 +25,8 @@ class JetBesideOthers : public tests::JetFixture {
     connection.Execute("CREATE TABLE Utl (IdUtl LONG CONSTRAINT PK PRIMARY KEY, Nom TEXT(30), Note MEMO)");
     connection.Execute("CREATE INDEX NomIdx ON Utl (Nom)");
     connection.BeginTrans();
-    for (int i = 1; i <= 600; ++i) connection.Execute("INSERT INTO Utl VALUES (" + std::to_string(i) + ", 'nom', 'note " + std::to_string(i) + "')");
+    for (int i = 1; i <= 600; ++i)
+      connection.Execute("INSERT INTO Utl VALUES (" + std::to_string(i) + ", 'nom', 'note " + std::to_string(i) + "')");
     connection.CommitTrans();
   }
   void TearDown() override {
@@ -119,7 +120,8 @@ TEST_F(JetBesideOthers, ALongMemoOfARowReadAheadIsItsOwnOrRefused) {
   other.Execute("UPDATE Utl SET Note='" + std::string(100000, 'b') + "x' WHERE IdUtl=2");
   const auto refused = IgnoringErrors([&] { (void)rows.Fields("Note").Value(); });
   EXPECT_EQ(refused.number, runtime::kProviderFailure);
-  EXPECT_EQ(refused.description.rfind("La ligne a été modifiée par un autre utilisateur depuis sa lecture : ", 0), 0U) << refused.description;
+  EXPECT_EQ(refused.description.rfind("La ligne a été modifiée par un autre utilisateur depuis sa lecture : ", 0), 0U)
+      << refused.description;
 }
 
 TEST_F(JetBesideOthers, KeysetAndDynamicRowsAreAsTheyAre) {

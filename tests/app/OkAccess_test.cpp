@@ -6,7 +6,7 @@
 #include "app/Demarrage.h"
 #include "app/TableCode.h"
 #include "jet/Database.h"
-#include "jet/Table.h"
+#include "jet/table/Table.h"
 #include "runtime/Conversions.h"
 #include "tests/support_lib/FakePlatform.h"
 #include "tests/support_lib/SyncCounter.h"

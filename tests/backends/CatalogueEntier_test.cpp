@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "jet/Database.h"
-#include "jet/Table.h"
+#include "jet/table/Table.h"
 #include "runtime/Conversions.h"
 #include "runtime/Text.h"
 #include "tests/backends/Backend.h"

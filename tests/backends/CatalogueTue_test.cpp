@@ -17,7 +17,7 @@
 #include "ado/odbc/OdbcProvider.h"
 #include "db/Environnement.h"
 #include "jet/Database.h"
-#include "jet/Table.h"
+#include "jet/table/Table.h"
 #include "runtime/Conversions.h"
 #include "tests/backends/Backend.h"
 #include "tests/support_lib/FakePlatform.h"

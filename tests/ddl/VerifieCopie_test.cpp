@@ -1,4 +1,4 @@
-#include "db/ddl/EmpreinteLigne.h"
+#include "db/copie/EmpreinteLigne.h"
 #include "tests/ddl/BaseEnregistree.h"
 
 namespace tamlo::tests {

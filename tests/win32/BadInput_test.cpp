@@ -6,7 +6,7 @@
 
 #include "ado/Connection.h"
 #include "ado/Recordset.h"
-#include "app/Fournisseurs.h"
+#include "providers/Fournisseurs.h"
 #include "runtime/Conversions.h"
 #include "tests/win32/VolumesTest.h"
 

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "jet/Error.h"
-#include "jet/FileSystem.h"
+#include "jet/value/Error.h"
+#include "jet/file/FileSystem.h"
 #include "tests/support_lib/TemporaryFolder.h"
 
 namespace jet {

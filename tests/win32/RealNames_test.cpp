@@ -13,9 +13,9 @@
 #endif
 
 #include "jet/Database.h"
-#include "jet/Error.h"
-#include "jet/FileSystem.h"
-#include "jet/Table.h"
+#include "jet/value/Error.h"
+#include "jet/file/FileSystem.h"
+#include "jet/table/Table.h"
 #include "tests/support_lib/TemporaryFolder.h"
 
 namespace jet {
@@ -103,7 +103,9 @@ class RealNames : public testing::Test {
   std::unique_ptr<File> Open(const std::string& name = "Base élu.mdb", FileMode mode = FileMode::kOpenOrCreate) {
     return files_.Open(Path(name), mode);
   }
-  void Write(const std::string& name, std::string_view text) const { std::ofstream(folder_.Path() / AsPath(name), std::ios::binary) << text; }
+  void Write(const std::string& name, std::string_view text) const {
+    std::ofstream(folder_.Path() / AsPath(name), std::ios::binary) << text;
+  }
   [[nodiscard]] std::string Content(const std::string& name) const {
     std::ifstream in(folder_.Path() / AsPath(name), std::ios::binary);
     return {std::istreambuf_iterator<char>(in), {}};

@@ -5,8 +5,8 @@
 #include <map>
 #include <random>
 
-#include "jet/Error.h"
-#include "jet/MemoryFileSystem.h"
+#include "jet/value/Error.h"
+#include "jet/file/MemoryFileSystem.h"
 #include "tests/jet/history/RealFiles.h"
 #include "tests/jet/history/Workload.h"
 

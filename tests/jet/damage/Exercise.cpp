@@ -4,10 +4,10 @@
 #include <array>
 
 #include "jet/Database.h"
-#include "jet/Error.h"
-#include "jet/IndexCursor.h"
-#include "jet/MemoryFileSystem.h"
-#include "jet/Table.h"
+#include "jet/value/Error.h"
+#include "jet/table/IndexCursor.h"
+#include "jet/file/MemoryFileSystem.h"
+#include "jet/table/Table.h"
 
 namespace jet::tests {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "jet/Engine.h"
-#include "jet/TableDefinition.h"
+#include "jet/schema/Engine.h"
+#include "jet/table/TableDefinition.h"
 #include "tests/jet/damage/Exercise.h"
 #include "tests/jet/storage/JetTestSupport.h"
 

@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "jet/MemoryFileSystem.h"
+#include "jet/file/MemoryFileSystem.h"
 #include "tests/jet/history/RealFiles.h"
 #include "tests/jet/history/Workload.h"
 

@@ -7,8 +7,8 @@
 #include <iterator>
 
 #include "jet/Database.h"
-#include "jet/Error.h"
-#include "jet/MemoryFileSystem.h"
+#include "jet/value/Error.h"
+#include "jet/file/MemoryFileSystem.h"
 
 namespace jet::tests {
 
@@ -31,7 +31,8 @@ std::vector<std::string> RealFiles() {
 std::string RealFileName(const std::string& path) {
   if (path.empty()) return "none";
   std::string name = fs::path(path).parent_path().filename().string() + "_" + fs::path(path).stem().string();
-  std::replace_if(name.begin(), name.end(), [](char c) { return !(c >= '0' && c <= '9') && !(c >= 'A' && c <= 'Z') && !(c >= 'a' && c <= 'z'); }, '_');
+  std::replace_if(
+      name.begin(), name.end(), [](char c) { return !(c >= '0' && c <= '9') && !(c >= 'A' && c <= 'Z') && !(c >= 'a' && c <= 'z'); }, '_');
   return name;
 }
 

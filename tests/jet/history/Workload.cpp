@@ -7,9 +7,9 @@
 #include <optional>
 #include <set>
 
-#include "jet/Error.h"
-#include "jet/IndexCursor.h"
-#include "jet/KeyCodec.h"
+#include "jet/value/Error.h"
+#include "jet/table/IndexCursor.h"
+#include "jet/index/KeyCodec.h"
 
 namespace jet::tests {
 namespace {

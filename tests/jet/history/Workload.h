@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "jet/Database.h"
-#include "jet/Table.h"
+#include "jet/table/Table.h"
 
 namespace jet::tests {
 

@@ -4,11 +4,11 @@
 #include <random>
 #include <set>
 
-#include "jet/BTree.h"
-#include "jet/BTreeCheck.h"
-#include "jet/ByteOrder.h"
-#include "jet/Error.h"
-#include "jet/KeyCodec.h"
+#include "jet/index/BTree.h"
+#include "jet/index/BTreeCheck.h"
+#include "jet/value/ByteOrder.h"
+#include "jet/value/Error.h"
+#include "jet/index/KeyCodec.h"
 #include "tests/jet/index/MemoryPages.h"
 
 namespace jet {

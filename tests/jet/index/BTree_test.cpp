@@ -1,4 +1,4 @@
-#include "jet/BTree.h"
+#include "jet/index/BTree.h"
 
 #include <gtest/gtest.h>
 
@@ -6,10 +6,10 @@
 #include <random>
 #include <set>
 
-#include "jet/BTreeCheck.h"
-#include "jet/Error.h"
-#include "jet/IndexBuilder.h"
-#include "jet/KeyCodec.h"
+#include "jet/index/BTreeCheck.h"
+#include "jet/value/Error.h"
+#include "jet/index/IndexBuilder.h"
+#include "jet/index/KeyCodec.h"
 #include "tests/jet/index/KeyText.h"
 #include "tests/jet/index/MemoryPages.h"
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "jet/Text.h"
-#include "jet/TextOrder.h"
+#include "jet/value/Text.h"
+#include "jet/value/TextOrder.h"
 #include "tests/jet/index/TextOrderModel.h"
 #include "tests/support_lib/Seed.h"
 

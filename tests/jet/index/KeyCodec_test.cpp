@@ -1,12 +1,12 @@
-#include "jet/KeyCodec.h"
+#include "jet/index/KeyCodec.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
 
-#include "jet/Error.h"
-#include "jet/IndexPage.h"
+#include "jet/value/Error.h"
+#include "jet/index/IndexPage.h"
 #include "tests/jet/index/KeyText.h"
 
 namespace jet {

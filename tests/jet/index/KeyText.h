@@ -3,7 +3,7 @@
 #include <span>
 #include <string>
 
-#include "jet/Value.h"
+#include "jet/value/Value.h"
 
 namespace jet::tests {
 

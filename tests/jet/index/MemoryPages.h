@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "jet/BTree.h"
-#include "jet/Error.h"
-#include "jet/PageStore.h"
+#include "jet/index/BTree.h"
+#include "jet/value/Error.h"
+#include "jet/page/PageStore.h"
 
 namespace jet::tests {
 

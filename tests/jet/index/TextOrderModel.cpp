@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "jet/Text.h"
-#include "jet/TextOrderTable.h"
+#include "jet/value/Text.h"
+#include "jet/value/TextOrderTable.h"
 
 namespace jet::tests {
 namespace {

@@ -1,12 +1,12 @@
-#include "jet/TextOrder.h"
+#include "jet/value/TextOrder.h"
 
 #include <gtest/gtest.h>
 
 #include <map>
 #include <random>
 
-#include "jet/Error.h"
-#include "jet/TextOrderTable.h"
+#include "jet/value/Error.h"
+#include "jet/value/TextOrderTable.h"
 #include "tests/jet/index/KeyText.h"
 
 namespace jet {
@@ -159,9 +159,10 @@ TEST(TextOrder, CharactersThatSortAsTwoLettersTakeTwoPositions) {
   // Two keys of a real file, hyphens and an accent behind a sharp s.
   EXPECT_EQ(Key("NuNuCa Nuß-Nougat-Creme"),
             "7F 62 6F 62 6F 4D 4A 07 62 6F 6B 6B 62 64 6F 55 4A 6D 4D 69 51 60 51 01 01 01 01 80 33 06 82 80 4B 06 82 00");
-  EXPECT_EQ(Key("Plutzer Lebensmittelgroßmärkte AG"),
-            "7F 66 5E 6F 6D 78 51 69 07 5E 51 4C 51 62 6B 60 59 6D 6D 51 5E 55 69 64 6B 6B 60 4A 69 5C 6D 51 07 4A 55 01 02 02 02 02 02 02 02 02 "
-            "02 02 02 02 02 02 02 02 02 02 02 02 02 02 02 02 02 02 13 00");
+  EXPECT_EQ(
+      Key("Plutzer Lebensmittelgroßmärkte AG"),
+      "7F 66 5E 6F 6D 78 51 69 07 5E 51 4C 51 62 6B 60 59 6D 6D 51 5E 55 69 64 6B 6B 60 4A 69 5C 6D 51 07 4A 55 01 02 02 02 02 02 02 02 02 "
+      "02 02 02 02 02 02 02 02 02 02 02 02 02 02 02 02 02 02 13 00");
   EXPECT_EQ(Key("œuvré"), "7F 64 51 6F 71 69 51 01 02 02 02 02 02 0E 00");
   EXPECT_EQ(Key("Ǽé-"), "7F 4A 51 51 01 0E 0E 0E 01 01 01 80 13 06 82 00");  // its two weights stand for both letters
   for (const std::string_view expanding : {"ß", "Æ", "æ", "Þ", "þ", "Œ", "œ", "Ĳ", "ĳ", "Ǆ", "ǆ", "Ǉ", "ǌ", "Ǳ", "ǳ", "ﬀ", "ﬁ", "ﬂ", "ﬆ"}) {
@@ -197,7 +198,8 @@ TEST(TextOrder, FrenchComparesAccentsFromTheEnd) {
 TEST(TextOrder, OtherLanguagesDifferInSomeLetters) {
   EXPECT_EQ(KeyIn(TextOrder::kTurkish, "Isık ıI i"), "7F 58 06 6B 58 06 5C 07 58 06 58 06 07 59 01 00");
   EXPECT_EQ(KeyIn(TextOrder::kSwedish, "Wv w"), "7F 71 71 07 71 01 03 02 02 03 00");
-  EXPECT_EQ(KeyIn(TextOrder::kTraditionalSpanish, "Chico CH ch c-h"), "7F 4E 04 59 4D 64 07 4E 04 07 4E 04 07 4D 57 01 01 01 01 80 2F 06 82 00");
+  EXPECT_EQ(KeyIn(TextOrder::kTraditionalSpanish, "Chico CH ch c-h"),
+            "7F 4E 04 59 4D 64 07 4E 04 07 4E 04 07 4D 57 01 01 01 01 80 2F 06 82 00");
   EXPECT_EQ(KeyIn(TextOrder::kKorean, "aby Z_1"), "7F BC BE E8 07 EA 2B 03 38 01 00");
   for (const TextOrder order : {TextOrder::kSpanish, TextOrder::kPolish, TextOrder::kChinese})
     EXPECT_EQ(KeyIn(order, "O'Brien-3"), Key("O'Brien-3"));
@@ -258,8 +260,9 @@ TEST(TextOrder, WhereTextsAreEqualTheKeysOfSearchableOrdersAre) {
       put(text, b);
       texts.emplace_back(text, Key(text));
     }
-  for (const TextOrder order : {TextOrder::kFrench, TextOrder::kSwedish, TextOrder::kSpanish, TextOrder::kTraditionalSpanish, TextOrder::kPolish,
-                                TextOrder::kKorean, TextOrder::kChinese, TextOrder::kGeneral2010, TextOrder::kAnsiGeneral}) {
+  for (const TextOrder order :
+       {TextOrder::kFrench, TextOrder::kSwedish, TextOrder::kSpanish, TextOrder::kTraditionalSpanish, TextOrder::kPolish,
+        TextOrder::kKorean, TextOrder::kChinese, TextOrder::kGeneral2010, TextOrder::kAnsiGeneral}) {
     EXPECT_TRUE(FindsEqualTexts(order));
     std::map<std::string_view, Bytes> keys;
     for (const auto& [text, compared] : texts) {

@@ -11,8 +11,8 @@
 #include <iostream>
 
 #include "jet/Database.h"
-#include "jet/Error.h"
-#include "jet/Table.h"
+#include "jet/value/Error.h"
+#include "jet/table/Table.h"
 #include "tests/support_lib/TemporaryFolder.h"
 
 namespace jet {
@@ -163,8 +163,9 @@ TEST(NamesOfAFile, ADatabaseIsNotItsOwnLockFile) {
               "A database cannot be called \"" + folder.File(name) + "\": that is the name of its own lock file");
     EXPECT_EQ(fs::file_size(folder.File(name)), size);
     EXPECT_NE(ErrorOf(ErrorCode::kUnsupported, [&] { (void)Database::Create(folder.File(std::string("new") + name)); }), "");
-    EXPECT_NE(ErrorOf(ErrorCode::kUnsupported, [&] { Database::Open(folder.File("base.mdb"))->Compact(folder.File(std::string("c") + name)); }),
-              "");
+    EXPECT_NE(
+        ErrorOf(ErrorCode::kUnsupported, [&] { Database::Open(folder.File("base.mdb"))->Compact(folder.File(std::string("c") + name)); }),
+        "");
   }
 }
 

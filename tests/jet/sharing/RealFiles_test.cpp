@@ -11,8 +11,8 @@
 #include <iostream>
 
 #include "jet/Database.h"
-#include "jet/Error.h"
-#include "jet/Table.h"
+#include "jet/value/Error.h"
+#include "jet/table/Table.h"
 #include "tests/jet/sharing/Turns.h"
 #include "tests/jet/sharing/TurnsCheck.h"
 #include "tests/support_lib/TemporaryFolder.h"
@@ -84,7 +84,8 @@ void ShareAndKill(const std::string& path, const tamlo::tests::TemporaryFolder& 
   for (const char* who : {"first", "second", "victim"}) {
     fs::remove(folder.File(who));
     const int most = who == std::string("victim") ? 1 << 30 : kTurnsEach;
-    processes.emplace_back(who, Start({path, who, static_cast<std::uint32_t>(processes.size()), folder.File(who), folder.File("stop"), most}));
+    processes.emplace_back(who,
+                           Start({path, who, static_cast<std::uint32_t>(processes.size()), folder.File(who), folder.File("stop"), most}));
   }
   for (const auto& [who, process] : processes) {
     if (who == "victim") {

@@ -14,8 +14,8 @@
 #include <set>
 
 #include "jet/Database.h"
-#include "jet/Error.h"
-#include "jet/Table.h"
+#include "jet/value/Error.h"
+#include "jet/table/Table.h"
 #include "tests/support_lib/TemporaryFolder.h"
 
 namespace jet {

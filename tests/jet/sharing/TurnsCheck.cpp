@@ -12,7 +12,7 @@
 #include <sstream>
 
 #include "jet/Database.h"
-#include "jet/Table.h"
+#include "jet/table/Table.h"
 #include "tests/jet/sharing/Turns.h"
 
 namespace jet::tests {
@@ -113,7 +113,8 @@ void JudgeLines(const TurnsRead& turns, int last, const std::set<int>& gone) {
       if (found != parts.end()) parts.erase(found);
     }
   }
-  for (const auto& [key, count] : parts) ADD_FAILURE() << count << " lines " << key.second << " of turn " << key.first << ", which nobody took";
+  for (const auto& [key, count] : parts)
+    ADD_FAILURE() << count << " lines " << key.second << " of turn " << key.first << ", which nobody took";
 }
 
 }  // namespace
@@ -121,12 +122,14 @@ void JudgeLines(const TurnsRead& turns, int last, const std::set<int>& gone) {
 TurnsRead ReadTurns(const std::string& path) {
   const auto database = Database::Open(path);
   const auto last = RowsOf(*database, "TurnsLast");
-  return {last.size() == 1 ? last[0] : std::to_string(last.size()) + " rows", RowsOf(*database, "TurnsLog"), RowsOf(*database, "TurnsLines")};
+  return {last.size() == 1 ? last[0] : std::to_string(last.size()) + " rows", RowsOf(*database, "TurnsLog"),
+          RowsOf(*database, "TurnsLines")};
 }
 
 TurnsRead ReadTurnsWithMdbtools(const std::string& path) {
   const auto last = ExportedRows(path, "TurnsLast");
-  return {last.size() == 1 ? last[0] : std::to_string(last.size()) + " rows", ExportedRows(path, "TurnsLog"), ExportedRows(path, "TurnsLines")};
+  return {last.size() == 1 ? last[0] : std::to_string(last.size()) + " rows", ExportedRows(path, "TurnsLog"),
+          ExportedRows(path, "TurnsLines")};
 }
 
 Told ReadReport(const std::string& path, int untold) {

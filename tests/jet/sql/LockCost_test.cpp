@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "jet/MemoryFileSystem.h"
+#include "jet/file/MemoryFileSystem.h"
 #include "jet/sql/Session.h"
 
 namespace {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "jet/Error.h"
+#include "jet/value/Error.h"
 #include "jet/sql/Functions.h"
 #include "jet/sql/Names.h"
 #include "jet/sql/Statement.h"

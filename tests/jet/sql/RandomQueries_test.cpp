@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <random>
 
-#include "jet/Table.h"
-#include "jet/TextOrder.h"
+#include "jet/table/Table.h"
+#include "jet/value/TextOrder.h"
 #include "jet/sql/Functions.h"
 #include "tests/jet/sql/PlainSchema.h"
 #include "tests/jet/sql/SessionFixture.h"

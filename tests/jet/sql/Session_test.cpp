@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "jet/Table.h"
+#include "jet/table/Table.h"
 #include "tests/jet/sql/SessionFixture.h"
 
 using namespace jet;

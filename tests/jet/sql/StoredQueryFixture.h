@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "jet/Table.h"
+#include "jet/table/Table.h"
 #include "tests/jet/sql/SessionFixture.h"
 
 namespace jet::sql::tests {

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <random>
 
-#include "jet/Table.h"
+#include "jet/table/Table.h"
 #include "tests/jet/sql/SessionFixture.h"
 
 using namespace jet;

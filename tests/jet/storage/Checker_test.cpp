@@ -2,11 +2,11 @@
 
 #include <random>
 
-#include "jet/ByteOrder.h"
-#include "jet/DataPage.h"
-#include "jet/Engine.h"
-#include "jet/TableCore.h"
-#include "jet/UsageMap.h"
+#include "jet/value/ByteOrder.h"
+#include "jet/page/DataPage.h"
+#include "jet/schema/Engine.h"
+#include "jet/table/TableCore.h"
+#include "jet/page/UsageMap.h"
 #include "tests/jet/storage/JetTestSupport.h"
 
 namespace jet::tests {

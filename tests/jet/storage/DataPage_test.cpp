@@ -1,4 +1,4 @@
-#include "jet/DataPage.h"
+#include "jet/page/DataPage.h"
 
 #include <gtest/gtest.h>
 
@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "jet/ByteOrder.h"
-#include "jet/Engine.h"
+#include "jet/value/ByteOrder.h"
+#include "jet/schema/Engine.h"
 #include "tests/jet/storage/JetTestSupport.h"
 
 namespace jet::tests {

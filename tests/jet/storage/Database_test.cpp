@@ -6,9 +6,9 @@
 #include <filesystem>
 #include <fstream>
 
-#include "jet/ByteOrder.h"
-#include "jet/Creation.h"
-#include "jet/IndexCursor.h"
+#include "jet/value/ByteOrder.h"
+#include "jet/schema/Creation.h"
+#include "jet/table/IndexCursor.h"
 #include "tests/jet/storage/JetTestSupport.h"
 #include "tests/support_lib/OrdinaryUser.h"
 #include "tests/support_lib/TemporaryFolder.h"

@@ -1,11 +1,11 @@
 // Files as other programs leave them, and maps that say what is not so: nothing in use is ever written over.
 #include <gtest/gtest.h>
 
-#include "jet/ByteOrder.h"
-#include "jet/DataPage.h"
-#include "jet/Engine.h"
-#include "jet/TableCore.h"
-#include "jet/UsageMap.h"
+#include "jet/value/ByteOrder.h"
+#include "jet/page/DataPage.h"
+#include "jet/schema/Engine.h"
+#include "jet/table/TableCore.h"
+#include "jet/page/UsageMap.h"
 #include "tests/jet/storage/JetTestSupport.h"
 
 namespace jet::tests {
@@ -142,7 +142,8 @@ TEST_F(ForeignFile, APageThatATableOwnsIsAnErrorAndNotAVictim) {
       for (int i = 0; i < 20; ++i) table.Insert(Person("new", std::string(3000, 'x')));
     };
     database->Begin();
-    EXPECT_EQ(TextOf(insert), "The map of free pages lists page " + std::to_string(page) + ", which belongs to the table \"People\" (page 1, offset 0)");
+    EXPECT_EQ(TextOf(insert),
+              "The map of free pages lists page " + std::to_string(page) + ", which belongs to the table \"People\" (page 1, offset 0)");
     EXPECT_EQ(CodeOf(insert), ErrorCode::kDamaged);
     if (database->TransactionDepth() > 0) database->Rollback();
   }
@@ -154,7 +155,8 @@ TEST_F(ForeignFile, DefinitionsMapsIndexesAndLongValuesAreNoVictimsEither) {
   const TableDefinition definition = database->OpenTable("People").Core().Definition();
   Pager& pager = *database->Internals().pager;
   const PageNumber longPage = UsageMap(pager, definition.longMaps.at(0).ownedMap).Pages(pager.PageCount()).front();
-  for (const PageNumber page : {definition_, Unpack(definition.ownedMap).page, definition.trees.at(0).root, longPage, PageNumber{2}, PageNumber{6}}) {
+  for (const PageNumber page :
+       {definition_, Unpack(definition.ownedMap).page, definition.trees.at(0).root, longPage, PageNumber{2}, PageNumber{6}}) {
     Content changed = content_;
     SetFree(changed, page, true);
     world_.files.SetContent("changed.mdb", changed);

@@ -1,4 +1,4 @@
-#include "jet/IndexCursor.h"
+#include "jet/table/IndexCursor.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <set>
 #include <utility>
 
-#include "jet/Engine.h"
+#include "jet/schema/Engine.h"
 #include "tests/jet/storage/JetTestSupport.h"
 
 namespace jet::tests {

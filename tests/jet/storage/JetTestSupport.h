@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "jet/Database.h"
-#include "jet/MemoryFileSystem.h"
-#include "jet/Table.h"
+#include "jet/file/MemoryFileSystem.h"
+#include "jet/table/Table.h"
 
 namespace jet::tests {
 

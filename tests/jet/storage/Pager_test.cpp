@@ -1,8 +1,8 @@
-#include "jet/Pager.h"
+#include "jet/page/Pager.h"
 
 #include <gtest/gtest.h>
 
-#include "jet/ByteOrder.h"
+#include "jet/value/ByteOrder.h"
 #include "tests/jet/storage/JetTestSupport.h"
 
 namespace jet::tests {

@@ -1,4 +1,4 @@
-#include "jet/PropertyMap.h"
+#include "jet/table/PropertyMap.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "jet/ByteOrder.h"
-#include "jet/Engine.h"
-#include "jet/TableCore.h"
+#include "jet/value/ByteOrder.h"
+#include "jet/schema/Engine.h"
+#include "jet/table/TableCore.h"
 #include "tests/jet/storage/JetTestSupport.h"
 
 namespace jet::tests {

@@ -6,8 +6,8 @@
 #include <thread>
 #include <utility>
 
-#include "jet/IndexCursor.h"
-#include "jet/Sharing.h"
+#include "jet/table/IndexCursor.h"
+#include "jet/file/Sharing.h"
 #include "tests/jet/storage/JetTestSupport.h"
 #include "tests/support_lib/TemporaryFolder.h"
 

@@ -1,4 +1,4 @@
-#include "jet/Table.h"
+#include "jet/table/Table.h"
 
 #include <gtest/gtest.h>
 

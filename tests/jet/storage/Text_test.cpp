@@ -1,10 +1,10 @@
-#include "jet/Text.h"
+#include "jet/value/Text.h"
 
 #include <gtest/gtest.h>
 
 #include <vector>
 
-#include "jet/Error.h"
+#include "jet/value/Error.h"
 
 namespace jet::tests {
 namespace {

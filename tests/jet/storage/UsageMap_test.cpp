@@ -1,12 +1,12 @@
-#include "jet/UsageMap.h"
+#include "jet/page/UsageMap.h"
 
 #include <gtest/gtest.h>
 
 #include <random>
 #include <set>
 
-#include "jet/DataPage.h"
-#include "jet/Engine.h"
+#include "jet/page/DataPage.h"
+#include "jet/schema/Engine.h"
 #include "tests/jet/storage/JetTestSupport.h"
 
 namespace jet::tests {

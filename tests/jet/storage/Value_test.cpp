@@ -1,8 +1,8 @@
-#include "jet/Value.h"
+#include "jet/value/Value.h"
 
 #include <gtest/gtest.h>
 
-#include "jet/Convert.h"
+#include "jet/table/Convert.h"
 #include "tests/jet/storage/JetTestSupport.h"
 
 namespace jet::tests {

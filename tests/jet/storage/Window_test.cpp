@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "jet/FileSystem.h"
-#include "jet/Sharing.h"
+#include "jet/file/FileSystem.h"
+#include "jet/file/Sharing.h"
 #include "tests/jet/storage/JetTestSupport.h"
 #include "tests/support_lib/TemporaryFolder.h"
 

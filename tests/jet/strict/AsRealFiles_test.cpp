@@ -5,12 +5,12 @@
 #include <algorithm>
 #include <map>
 
-#include "jet/ByteOrder.h"
-#include "jet/DataPage.h"
-#include "jet/Engine.h"
-#include "jet/PropertyMap.h"
-#include "jet/TableCore.h"
-#include "jet/UsageMap.h"
+#include "jet/value/ByteOrder.h"
+#include "jet/page/DataPage.h"
+#include "jet/schema/Engine.h"
+#include "jet/table/PropertyMap.h"
+#include "jet/table/TableCore.h"
+#include "jet/page/UsageMap.h"
 #include "tests/jet/storage/JetTestSupport.h"
 
 namespace jet::tests {

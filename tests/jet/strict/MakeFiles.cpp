@@ -11,9 +11,9 @@
 #include <random>
 
 #include "jet/Database.h"
-#include "jet/Error.h"
-#include "jet/MemoryFileSystem.h"
-#include "jet/Table.h"
+#include "jet/value/Error.h"
+#include "jet/file/MemoryFileSystem.h"
+#include "jet/table/Table.h"
 #include "tests/jet/history/Workload.h"
 #include "tests/jet/storage/JetTestSupport.h"
 

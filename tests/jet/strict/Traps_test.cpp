@@ -5,13 +5,13 @@
 #include <cstring>
 #include <functional>
 
-#include "jet/ByteOrder.h"
-#include "jet/DataPage.h"
-#include "jet/Engine.h"
-#include "jet/LongValue.h"
-#include "jet/Schema.h"
-#include "jet/TableCore.h"
-#include "jet/UsageMap.h"
+#include "jet/value/ByteOrder.h"
+#include "jet/page/DataPage.h"
+#include "jet/schema/Engine.h"
+#include "jet/table/LongValue.h"
+#include "jet/schema/Schema.h"
+#include "jet/table/TableCore.h"
+#include "jet/page/UsageMap.h"
 #include "tests/jet/storage/JetTestSupport.h"
 
 namespace jet::tests {

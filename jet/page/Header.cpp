@@ -1,0 +1,147 @@
+#include "jet/page/Header.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <string_view>
+
+#include "jet/value/ByteOrder.h"
+#include "jet/value/Error.h"
+
+namespace jet {
+namespace {
+
+constexpr std::size_t kMaskBegin = 0x18;
+constexpr std::size_t kMaskSize = 128;
+constexpr std::size_t kMaskSizeJet3 = 126;
+constexpr std::string_view kJetName("Standard Jet DB\0", 16);
+constexpr std::string_view kAceName("Standard ACE DB\0", 16);
+constexpr std::size_t kPasswordOffset = 0x42;
+constexpr std::size_t kPasswordSize = 40;
+constexpr std::size_t kPasswordSizeJet3 = 20;
+constexpr std::size_t kCreatedOffset = 0x72;
+constexpr std::size_t kOrderOffset = 0x6E;
+constexpr std::size_t kOrderOffsetJet3 = 0x3A;
+/// 2000-era build and date under which the two-byte account names of a new file are known.
+constexpr std::uint16_t kBuild = 0x261C;
+constexpr std::uint8_t kCreatedBytes[8] = {0x3E, 0x85, 0xD3, 0x3B, 0x3E, 0xAB, 0xE4, 0x40};
+
+/// The first bytes of the RC4 stream under the key C7 DA 39 6B: the same in every file.
+std::array<std::uint8_t, kMaskSize> MaskBytes() {
+  static constexpr std::uint8_t kKey[4] = {0xC7, 0xDA, 0x39, 0x6B};
+  std::array<std::uint8_t, 256> state{};
+  for (unsigned i = 0; i < 256; ++i) state[i] = static_cast<std::uint8_t>(i);
+  for (unsigned i = 0, j = 0; i < 256; ++i) {
+    j = (j + state[i] + kKey[i % 4]) & 255;
+    std::swap(state[i], state[j]);
+  }
+  std::array<std::uint8_t, kMaskSize> mask{};
+  unsigned i = 0;
+  unsigned j = 0;
+  for (auto& byte : mask) {
+    i = (i + 1) & 255;
+    j = (j + state[i]) & 255;
+    std::swap(state[i], state[j]);
+    byte = state[(state[i] + state[j]) & 255];
+  }
+  return mask;
+}
+
+void ApplyMask(std::span<std::byte> page, std::size_t size) {
+  const auto mask = MaskBytes();
+  for (std::size_t i = 0; i < size; ++i) page[kMaskBegin + i] ^= static_cast<std::byte>(mask[i]);
+}
+
+std::uint32_t CreationDay(double created) {
+  // Anything but a plausible date makes no mask.
+  return created > -700000 && created < 3000000 ? static_cast<std::uint32_t>(static_cast<std::int32_t>(created)) : 0;
+}
+
+std::string_view Recognise(std::span<const std::byte> page) {
+  const auto begins = [&](std::string_view magic) {
+    return page.size() >= magic.size() && std::memcmp(page.data(), magic.data(), magic.size()) == 0;
+  };
+  if (begins("SQLite format 3")) return "it is a SQLite database";
+  if (begins("PK\x03\x04")) return "it is a ZIP archive or a newer Office document";
+  if (begins("%PDF")) return "it is a PDF document";
+  if (begins("\xD0\xCF\x11\xE0")) return "it is an older Office document";
+  return "it does not begin as one";
+}
+
+}  // namespace
+
+FileHeader FileHeader::Read(std::span<const std::byte> source, const std::string& path) {
+  const std::string quoted = "\"" + path + "\" ";
+  if (source.empty()) throw Error(ErrorCode::kNotAnAccessFile, quoted + "is not an Access file: it is empty");
+  if (source.size() < 20 || Load32(source.data()) != 0x00000100) {
+    throw Error(ErrorCode::kNotAnAccessFile, quoted + "is not an Access file: " + std::string(Recognise(source)));
+  }
+  const std::string_view name(reinterpret_cast<const char*>(source.data()) + 4, 16);
+  const std::uint32_t stored = source.size() >= 0x18 ? Load32(source.data() + 0x14) : 0;
+  if (name == kAceName)
+    throw Error(ErrorCode::kNotAnAccessFile, quoted + "is a database of Access 2007 or later (.accdb), which is not supported");
+  if (name != kJetName) throw Error(ErrorCode::kNotAnAccessFile, quoted + "is not an Access file: " + std::string(Recognise(source)));
+  if (stored > 1) throw Error(ErrorCode::kNotAnAccessFile, quoted + "is a database of Access 2007 or later, which is not supported");
+  if (source.size() < kSize) throw Error(ErrorCode::kDamaged, quoted + "is cut short", 0, static_cast<std::uint32_t>(source.size()));
+
+  std::vector<std::byte> page(source.begin(), source.begin() + kSize);
+  FileHeader header;
+  header.version = stored == 0 ? 3 : 4;
+  header.pageSize = stored == 0 ? 2048 : 4096;
+  const bool jet3 = header.version == 3;
+  ApplyMask(page, jet3 ? kMaskSizeJet3 : kMaskSize);
+  header.freePages = Load32(page.data() + kMaskBegin);
+  header.codePage = Load16(page.data() + 0x3C);
+  if (jet3 && header.codePage == 0) header.codePage = 1252;
+  header.sortLanguage = Load16(page.data() + (jet3 ? kOrderOffsetJet3 : kOrderOffset));
+  if (!jet3) header.sortVersion = Load8(page.data() + kOrderOffset + 3);
+  header.encryptionKey = Load32(page.data() + 0x3E);
+  if (!jet3) header.created = LoadLittle<double>(page.data() + kCreatedOffset);
+  if (header.encryptionKey != 0)
+    throw Error(ErrorCode::kEncrypted, quoted + "is encrypted: have it decoded by Access before it is used here");
+
+  const std::size_t size = jet3 ? kPasswordSizeJet3 : kPasswordSize;
+  std::byte day[4];
+  Store32(day, CreationDay(header.created));
+  for (std::size_t i = 0; i < size; ++i) {
+    std::byte byte = page[kPasswordOffset + i];
+    if (!jet3) byte ^= day[i % 4];
+    header.password += static_cast<char>(byte);
+  }
+  if (header.password.find_first_not_of('\0') == std::string::npos) header.password.clear();
+  if (!header.password.empty())
+    throw Error(ErrorCode::kPasswordProtected,
+                quoted + "is protected by a database password: have it removed by Access before it is used here");
+  return header;
+}
+
+std::vector<std::byte> FileHeader::Create(std::uint16_t sortLanguage) {
+  std::vector<std::byte> page(4096);
+  std::byte* bytes = page.data();
+  Store32(bytes, 0x00000100);
+  std::memcpy(bytes + 4, kJetName.data(), kJetName.size());
+  Store32(bytes + 0x14, 1);
+  Store32(bytes + 0x18, 0x100);
+  Store32(bytes + 0x1C, 0x101);
+  for (std::uint32_t i = 0; i < 4; ++i) Store32(bytes + 0x20 + 4 * i, 2 + i);
+  Store16(bytes + 0x3C, 1252);
+  Store16(bytes + 0x6A, kBuild);
+  Store32(bytes + kOrderOffset, sortLanguage);
+  std::memcpy(bytes + kCreatedOffset, kCreatedBytes, sizeof kCreatedBytes);
+  const std::uint32_t day = CreationDay(LoadLittle<double>(bytes + kCreatedOffset));
+  for (std::size_t i = 0; i < kPasswordSize; i += 4) Store32(bytes + kPasswordOffset + i, day);
+  ApplyMask(page, kMaskSize);
+  Store32(bytes + 0x98, 1620);
+  std::memcpy(bytes + 0x9C, "4.0", 4);
+  for (std::size_t i = 0; i < 512; i += 2) Store16(bytes + 0xE00 + i, 0x0100);
+  return page;
+}
+
+void FileHeader::CopyIdentity(std::span<const std::byte> from, std::span<std::byte> to) {
+  // The mask is the same everywhere, so that masked bytes can be copied. The text order in between stays that of the new system tables.
+  constexpr std::size_t kBegin = 0x3C, kOrder = kOrderOffset, kSizeOfDate = 8;
+  std::copy(from.begin() + kBegin, from.begin() + kOrder, to.begin() + kBegin);
+  std::copy(from.begin() + kCreatedOffset, from.begin() + kCreatedOffset + kSizeOfDate, to.begin() + kCreatedOffset);
+}
+
+}  // namespace jet

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "jet/page/RowPointer.h"
+
+namespace jet {
+
+/// Page 0 of a file.
+///
+///   0x00  00 01 00 00, "Standard Jet DB" 00, u32 version (0 = Jet 3, 1 = Jet 4)
+///   0x18  128 bytes (Jet 3: 126) under a constant mask, from here on by offset in the page:
+///   0x18  u32 row pointer of the map of free pages, u32 of a second map
+///   0x20  u32 definition pages of MSysObjects, MSysACEs, MSysQueries, MSysRelationships
+///   0x3A  u16 sort order (Jet 3), 0x3C  u16 code page, 0x3E  u32 key of the page encryption, 0 = none
+///   0x42  password: 20 bytes of ANSI (Jet 3), 40 bytes of UTF-16 under the creation day (Jet 4)
+///   0x6A  u16 build, 0x6E  u32 sort order, 0x72  f64 creation date (Jet 4)
+struct FileHeader {
+  static constexpr std::size_t kSize = 2048;  ///< bytes needed to read one
+
+  int version = 4;  ///< 3 or 4
+  std::size_t pageSize = 4096;
+  PackedPointer freePages = 0x100;
+  std::uint16_t codePage = 1252;
+  std::uint16_t sortLanguage = 0x0409;  ///< of texts in new columns
+  std::uint8_t sortVersion = 0;
+  double created = 0;
+  std::string password;  ///< as UTF-16LE or ANSI bytes; empty: none
+  std::uint32_t encryptionKey = 0;
+
+  /// Reads the beginning of a file. Errors: kNotAnAccessFile, whose text says what the file is as far as known; kPasswordProtected;
+  /// kEncrypted.
+  static FileHeader Read(std::span<const std::byte> page, const std::string& path);
+  /// Page 0 of a new Jet 4 file whose texts are ordered as that language has it (version 0).
+  static std::vector<std::byte> Create(std::uint16_t sortLanguage = 0x0409);
+  /// Gives a page 0 what belongs together in another one: code page, password, build and creation date, and with them the key of the
+  /// accounts. Both pages are Jet 4 as they stand in their files.
+  static void CopyIdentity(std::span<const std::byte> from, std::span<std::byte> to);
+  /// Two-byte names under which a new file's permissions are written; they belong to the creation date that Create writes.
+  static constexpr std::array<std::uint8_t, 2> kEngineSid{0x65, 0x89};
+  static constexpr std::array<std::uint8_t, 2> kAdminSid{0x64, 0x8B};
+  static constexpr std::array<std::uint8_t, 2> kCreatorSid{0x65, 0x8E};
+  static constexpr std::array<std::uint8_t, 2> kUsersSid{0x65, 0x8B};
+};
+
+}  // namespace jet

@@ -1,0 +1,223 @@
+#include "jet/schema/SchemaParts.h"
+
+#include <algorithm>
+
+#include "jet/index/BTree.h"
+#include "jet/page/DataPage.h"
+#include "jet/value/Error.h"
+#include "jet/schema/Schema.h"
+#include "jet/value/Text.h"
+#include "jet/page/UsageMap.h"
+
+namespace jet {
+namespace {
+
+using Column = TableDefinition::Column;
+
+constexpr std::size_t kLongestName = 64;
+
+void SetType(Column& stored, const ColumnDef& column) {
+  stored.type = column.type;
+  stored.sort = {0x09, 0x04, 0, 0};
+  if (stored.IsText())
+    stored.sort = {static_cast<std::uint8_t>(column.sortLanguage), static_cast<std::uint8_t>(column.sortLanguage >> 8), 0,
+                   column.sortVersion};
+  const bool variable = column.type == ColumnType::kText || column.type == ColumnType::kBinary || stored.IsLong();
+  stored.flags =
+      static_cast<std::uint8_t>(Column::kNullable | (variable && !(column.fixedLength && !stored.IsLong()) ? 0 : Column::kFixed));
+  stored.length = FixedLength(column.type);
+  switch (column.type) {
+    case ColumnType::kText: {
+      const std::uint16_t size = column.size == 0 ? std::uint16_t{255} : column.size;
+      if (size > 255) throw Error(ErrorCode::kUnsupported, "The text column \"" + column.name + "\" can hold at most 255 characters");
+      stored.length = static_cast<std::uint16_t>(2 * size);
+      break;
+    }
+    case ColumnType::kBinary:
+      stored.length = column.size == 0 ? std::uint16_t{510} : column.size;
+      if (stored.length > 510) throw Error(ErrorCode::kUnsupported, "The binary column \"" + column.name + "\" can hold at most 510 bytes");
+      break;
+    case ColumnType::kNumeric:
+      if (column.precision < 1 || column.precision > 28 || column.scale > column.precision)
+        throw Error(ErrorCode::kUnsupported, "The column \"" + column.name + "\" asks for an impossible precision or scale");
+      stored.sort = {column.precision, column.scale, 0, 0};
+      break;
+    case ColumnType::kInternal:
+      stored.length = column.size;
+      break;
+    default:
+      if (stored.length == 0 && !stored.IsLong())
+        throw Error(ErrorCode::kUnsupported, "The column \"" + column.name + "\" is of a type that cannot be made");
+  }
+  if (column.autoNumber) {
+    if (column.type == ColumnType::kLong)
+      stored.flags |= Column::kAutoLong;
+    else if (column.type == ColumnType::kGuid)
+      stored.flags |= Column::kAutoGuid;
+    else
+      throw Error(ErrorCode::kUnsupported, "The column \"" + column.name + "\" is of a type that cannot count");
+  }
+  if (column.hyperlink && column.type == ColumnType::kMemo) stored.flags |= Column::kHyperlink;
+  if (column.asStored && column.type != ColumnType::kBoolean && !stored.IsLong()) {
+    stored.flags = static_cast<std::uint8_t>((stored.flags & ~Column::kFixed) | (column.flags & Column::kFixed));
+  }
+  if (stored.IsText() && column.compressed && !stored.IsFixed()) stored.extraFlags = 1;
+  if (column.asStored) stored.extraFlags = column.extraFlags;
+}
+
+/// The map row made last: the one on whose page there is room, if on any.
+PackedPointer LatestMap(const TableDefinition& definition) {
+  PackedPointer latest = std::max(definition.ownedMap, definition.freeMap);
+  for (const auto& tree : definition.trees) latest = std::max(latest, tree.ownedMap);
+  for (const auto& maps : definition.longMaps) latest = std::max({latest, maps.ownedMap, maps.freeMap});
+  return latest;
+}
+
+}  // namespace
+
+void CheckName(const std::string& name) {
+  const std::string shown = "The name \"" + name + "\" ";
+  if (name.empty()) throw Error(ErrorCode::kUnsupported, "A name cannot be empty");
+  if (CountUtf16(name) > kLongestName) throw Error(ErrorCode::kUnsupported, shown + "is longer than 64 characters");
+  if (name.front() == ' ') throw Error(ErrorCode::kUnsupported, shown + "begins with a blank");
+  for (const char c : name)
+    if (static_cast<unsigned char>(c) < 0x20 || c == '.' || c == '!' || c == '[' || c == ']' || c == '`')
+      throw Error(ErrorCode::kUnsupported, shown + "holds a character that names cannot have");
+}
+
+PackedPointer NewMapRow(PageStore& store, PackedPointer near) {
+  PageRef page;
+  if (near != 0) {
+    page = store.Edit(Unpack(near).page);
+    if (!DataPageEditor(page).Fits(UsageMap::kRowSize)) page = {};
+  }
+  if (!page) {
+    page = store.Allocate();
+    DataPageEditor::Format(page, 0);
+  }
+  const unsigned slot = DataPageEditor(page).AddZeros(UsageMap::kRowSize);
+  return Pack({page.Number(), static_cast<std::uint8_t>(slot)});
+}
+
+void FreeMapRow(PageStore& store, PackedPointer map) {
+  const RowId id = Unpack(map);
+  const PageRef page = store.Edit(id.page);
+  DataPageEditor editor(page);
+  if (id.slot + 1u == editor.SlotCount())
+    editor.RemoveLast();
+  else
+    editor.Delete(id.slot);
+  if (editor.Empty()) store.Free(id.page);
+}
+
+void AppendColumn(PageStore& store, TableDefinition& definition, const ColumnDef& column) {
+  CheckName(column.name);
+  for (const auto& held : definition.columns) {
+    if (EqualNames(held.name, column.name))
+      throw Error(ErrorCode::kAlreadyExists, "There are two columns of the name \"" + column.name + "\"");
+    if (column.autoNumber && column.type == ColumnType::kLong && held.IsCounter())
+      throw Error(ErrorCode::kUnsupported, "A table can have only one counter column");
+  }
+  if (definition.maxColumns >= TableDefinition::kMaxColumns) throw Error(ErrorCode::kLimit, "A table has at most 255 columns");
+  Column stored;
+  stored.name = column.name;
+  SetType(stored, column);
+  stored.number = stored.numberAgain = definition.maxColumns;
+  // The place in the design goes behind all others: other programs count places from 1, or leave gaps.
+  for (const auto& column : definition.columns) {
+    if (column.numberAgain >= stored.numberAgain && column.numberAgain < 0xFFFF)
+      stored.numberAgain = static_cast<std::uint16_t>(column.numberAgain + 1);
+  }
+  stored.variableIndex = definition.variableColumns;
+  if (stored.IsFixed()) {
+    stored.fixedOffset = static_cast<std::uint16_t>(definition.FixedSize());
+    constexpr std::size_t kMostFixed = 4000;
+    if (stored.fixedOffset + stored.length > kMostFixed)
+      throw Error(ErrorCode::kLimit, "The columns of fixed length are too long for a row");
+  } else {
+    ++definition.variableColumns;
+  }
+  ++definition.maxColumns;
+  if (stored.IsLong()) {
+    const PackedPointer owned = NewMapRow(store, LatestMap(definition));
+    definition.longMaps.push_back({stored.number, owned, NewMapRow(store, owned)});
+  }
+  definition.columns.push_back(std::move(stored));
+}
+
+IndexParts ResolveIndex(const TableDefinition& definition, const IndexSpec& index) {
+  CheckName(index.name);
+  for (const auto& held : definition.indexes) {
+    if (EqualNames(held.name, index.name)) throw Error(ErrorCode::kAlreadyExists, "There is an index \"" + index.name + "\" already");
+    if (index.primary && held.type == 1) throw Error(ErrorCode::kAlreadyExists, "There is a primary key already: \"" + held.name + "\"");
+  }
+  if (index.columns.empty() || index.columns.size() > 10)
+    throw Error(ErrorCode::kLimit, "The index \"" + index.name + "\" must have 1 to 10 columns");
+  IndexParts parts;
+  for (const auto& part : index.columns) {
+    const auto found = std::find_if(definition.columns.begin(), definition.columns.end(),
+                                    [&](const Column& held) { return EqualNames(held.name, part.column); });
+    if (found == definition.columns.end())
+      throw Error(ErrorCode::kNotFound, "The index \"" + index.name + "\" names a column that is not there: \"" + part.column + "\"");
+    if (found->type == ColumnType::kOle)
+      throw Error(ErrorCode::kUnsupported, "The column \"" + found->name + "\" is of a type that cannot be indexed");
+    if (std::find(parts.numbers.begin(), parts.numbers.end(), found->number) != parts.numbers.end())
+      throw Error(ErrorCode::kUnsupported, "The index \"" + index.name + "\" names the column \"" + found->name + "\" twice");
+    parts.numbers.push_back(found->number);
+    parts.descending.push_back(part.descending);
+  }
+  return parts;
+}
+
+std::uint8_t FlagsOf(const IndexSpec& index) {
+  using Tree = TableDefinition::Tree;
+  unsigned flags = Tree::kAlways;
+  if (index.unique || index.primary) flags |= Tree::kUnique;
+  if (index.ignoreNulls) flags |= Tree::kIgnoreNulls;
+  if (index.required || index.primary) flags |= Tree::kRequired;
+  return static_cast<std::uint8_t>(flags);
+}
+
+TableDefinition::Tree MakeTree(PageStore& store, PageNumber table, const TableDefinition& definition, const IndexParts& parts,
+                               std::uint8_t flags) {
+  TableDefinition::Tree tree;
+  for (std::size_t i = 0; i < parts.numbers.size(); ++i)
+    tree.columns[i] = {parts.numbers[i], static_cast<std::uint8_t>(parts.descending[i] ? 0 : 1)};
+  tree.flags = flags;
+  tree.ownedMap = NewMapRow(store, LatestMap(definition));
+  tree.root = BTree::Create(store, table);
+  UsageMap(store, tree.ownedMap).Add(tree.root);
+  return tree;
+}
+
+std::uint32_t NextIndexNumber(const TableDefinition& definition) {
+  std::uint32_t next = 0;
+  for (const auto& index : definition.indexes) next = std::max(next, index.number + 1);
+  return next;
+}
+
+void AddLogicalIndex(TableDefinition& definition, TableDefinition::Index index) {
+  const std::string folded = FoldCase(index.name);
+  const auto where = std::find_if(definition.indexes.begin(), definition.indexes.end(),
+                                  [&](const TableDefinition::Index& held) { return FoldCase(held.name) > folded; });
+  definition.indexes.insert(where, std::move(index));
+}
+
+void AddLogicalIndex(TableDefinition& definition, const IndexSpec& index, std::size_t tree) {
+  TableDefinition::Index logical;
+  logical.name = index.name;
+  logical.number = NextIndexNumber(definition);
+  logical.tree = static_cast<std::uint32_t>(tree);
+  logical.type = index.primary ? 1 : 0;
+  logical.cascadeUpdates = logical.cascadeDeletes = TableDefinition::Index::kNothingToCascade;
+  AddLogicalIndex(definition, std::move(logical));
+}
+
+void SetColumnProperties(PropertyMap& properties, const ColumnDef& column) {
+  if (column.required) properties.Set(column.name, {"Required", ColumnType::kBoolean, Value(true), true});
+  const bool text = column.type == ColumnType::kText || column.type == ColumnType::kMemo;
+  if (text && column.allowZeroLength) properties.Set(column.name, {"AllowZeroLength", ColumnType::kBoolean, Value(true), true});
+  if (!column.defaultValue.empty()) properties.Set(column.name, {"DefaultValue", ColumnType::kMemo, Value(column.defaultValue), true});
+}
+
+}  // namespace jet

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "jet/table/Definitions.h"
+#include "jet/table/PropertyMap.h"
+#include "jet/page/RowPointer.h"
+#include "jet/table/TableDefinition.h"
+
+namespace jet {
+
+/// The columns of an index by their numbers.
+struct IndexParts {
+  std::vector<std::uint16_t> numbers;
+  std::vector<bool> descending;
+};
+
+/// Adds a column to a definition: next number, next place. Makes the usage maps of a long one.
+void AppendColumn(PageStore& store, TableDefinition& definition, const ColumnDef& column);
+/// Checks an index against the definition and finds its columns. Errors: kAlreadyExists, kNotFound, kLimit, kUnsupported.
+[[nodiscard]] IndexParts ResolveIndex(const TableDefinition& definition, const IndexSpec& index);
+[[nodiscard]] std::uint8_t FlagsOf(const IndexSpec& index);
+/// Makes an empty tree with its usage map; the caller adds it to the definition.
+[[nodiscard]] TableDefinition::Tree MakeTree(PageStore& store, PageNumber table, const TableDefinition& definition, const IndexParts& parts,
+                                             std::uint8_t flags);
+/// Adds the index as people see it, in its place by name, under the next free number.
+void AddLogicalIndex(TableDefinition& definition, const IndexSpec& index, std::size_t tree);
+void AddLogicalIndex(TableDefinition& definition, TableDefinition::Index index);
+[[nodiscard]] std::uint32_t NextIndexNumber(const TableDefinition& definition);
+/// What the property map says of a new column.
+void SetColumnProperties(PropertyMap& properties, const ColumnDef& column);
+
+}  // namespace jet

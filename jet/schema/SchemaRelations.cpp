@@ -1,0 +1,273 @@
+#include <algorithm>
+
+#include "jet/schema/Engine.h"
+#include "jet/value/Error.h"
+#include "jet/schema/Schema.h"
+#include "jet/schema/SchemaParts.h"
+#include "jet/table/TableCore.h"
+#include "jet/value/Text.h"
+
+namespace jet {
+namespace {
+
+using Index = TableDefinition::Index;
+
+constexpr std::uint32_t kOneToOne = 0x1;
+constexpr std::uint32_t kNotEnforced = 0x2;
+constexpr std::uint32_t kCascadeUpdates = 0x100;
+constexpr std::uint32_t kCascadeDeletes = 0x1000;
+constexpr std::uint32_t kLeftJoin = 0x1000000;
+constexpr std::uint32_t kRightJoin = 0x2000000;
+
+std::uint32_t BitsOf(const Relationship& relationship) {
+  std::uint32_t bits = 0;
+  if (relationship.oneToOne) bits |= kOneToOne;
+  if (!relationship.enforced) bits |= kNotEnforced;
+  if (relationship.cascadeUpdates) bits |= kCascadeUpdates;
+  if (relationship.cascadeDeletes) bits |= kCascadeDeletes;
+  if (relationship.leftJoin) bits |= kLeftJoin;
+  if (relationship.rightJoin) bits |= kRightJoin;
+  return bits;
+}
+
+std::vector<std::uint16_t> Numbers(const TableCore& table, const std::vector<std::string>& names) {
+  std::vector<std::uint16_t> numbers;
+  for (const auto& name : names) {
+    const auto& columns = table.Stored();
+    const auto found = std::find_if(columns.begin(), columns.end(), [&](const auto& column) { return EqualNames(column.name, name); });
+    if (found == columns.end()) throw Error(ErrorCode::kNotFound, "The table \"" + table.name + "\" has no column \"" + name + "\"");
+    numbers.push_back(found->number);
+  }
+  return numbers;
+}
+
+/// A tree on exactly these columns in this order, ascending.
+std::optional<std::size_t> FindTree(const TableDefinition& definition, const std::vector<std::uint16_t>& numbers, bool unique) {
+  for (std::size_t i = 0; i < definition.trees.size(); ++i) {
+    const auto& tree = definition.trees[i];
+    if (unique && (tree.flags & TableDefinition::Tree::kUnique) == 0) continue;
+    bool same = true;
+    for (std::size_t k = 0; k < tree.columns.size() && same; ++k)
+      same = tree.columns[k].number == (k < numbers.size() ? numbers[k] : TableDefinition::kNoColumn) &&
+             (k >= numbers.size() || tree.columns[k].order == 1);
+    if (same) return i;
+  }
+  return std::nullopt;
+}
+
+/// ".rB", ".rC", ... ".rZ", ".rAA": the name of the hidden index on the referenced side.
+std::string HiddenName(const TableDefinition& definition) {
+  for (int number = 1;; ++number) {
+    std::string letters;
+    for (int rest = number;; rest = rest / 26 - 1) {
+      letters.insert(letters.begin(), static_cast<char>('A' + rest % 26));
+      if (rest < 26) break;
+    }
+    const std::string name = ".r" + letters;
+    const auto& held = definition.indexes;
+    if (std::none_of(held.begin(), held.end(), [&](const Index& index) { return EqualNames(index.name, name); })) return name;
+  }
+}
+
+}  // namespace
+
+std::vector<Relationship> Schema::Relationships() {
+  Table& table = engine_.catalog.RelationshipsTable();
+  const auto column = [&](const char* name) { return table.ColumnAt(name); };
+  const std::size_t name = column("szRelationship"), bits = column("grbit"), position = column("icolumn"), object = column("szObject"),
+                    field = column("szColumn"), referenced = column("szReferencedObject"), referencedField = column("szReferencedColumn");
+  struct Found {
+    Relationship relationship;
+    std::vector<std::pair<std::int64_t, std::pair<std::string, std::string>>> columns;
+  };
+  std::vector<Found> found;
+  for (ScanCursor cursor = table.Scan(); cursor.Next();) {
+    Row& row = cursor.Current();
+    const std::string title(row.Text(name));
+    auto entry = std::find_if(found.begin(), found.end(), [&](const Found& held) { return EqualNames(held.relationship.name, title); });
+    if (entry == found.end()) {
+      entry = found.emplace(found.end());
+      auto& made = entry->relationship;
+      const auto flags = static_cast<std::uint32_t>(row.Integer(bits));
+      made.name = title;
+      made.table = row.Text(object);
+      made.referencedTable = row.Text(referenced);
+      made.oneToOne = (flags & kOneToOne) != 0;
+      made.enforced = (flags & kNotEnforced) == 0;
+      made.cascadeUpdates = (flags & kCascadeUpdates) != 0;
+      made.cascadeDeletes = (flags & kCascadeDeletes) != 0;
+      made.leftJoin = (flags & kLeftJoin) != 0;
+      made.rightJoin = (flags & kRightJoin) != 0;
+    }
+    std::string child(row.Text(field));
+    std::string parent(row.Text(referencedField));
+    entry->columns.emplace_back(row.Integer(position), std::pair(std::move(child), std::move(parent)));
+  }
+  std::vector<Relationship> relationships;
+  for (auto& entry : found) {
+    std::sort(entry.columns.begin(), entry.columns.end());
+    for (auto& [place, pair] : entry.columns) entry.relationship.columns.push_back(std::move(pair));
+    relationships.push_back(std::move(entry.relationship));
+  }
+  return relationships;
+}
+
+void Schema::CreateRelationship(const Relationship& relationship, std::int32_t id) {
+  ChangeScope scope(engine_, true);
+  CheckName(relationship.name);
+  if (relationship.columns.empty() || relationship.columns.size() > 10)
+    throw Error(ErrorCode::kLimit, "A relationship has 1 to 10 pairs of columns");
+  for (const auto& held : Relationships())
+    if (EqualNames(held.name, relationship.name))
+      throw Error(ErrorCode::kAlreadyExists, "There is a relationship \"" + relationship.name + "\" already");
+  TableCore& child = LocalTable(relationship.table);
+  TableCore& parent = LocalTable(relationship.referencedTable);
+  scope.Touching();
+  if (relationship.enforced) {
+    EnforceRelationship(relationship, child, parent);
+  } else {
+    std::vector<std::string> children, parents;
+    for (const auto& [own, other] : relationship.columns) children.push_back(own), parents.push_back(other);
+    (void)Numbers(child, children);
+    (void)Numbers(parent, parents);
+  }
+  Table& table = engine_.catalog.RelationshipsTable();
+  for (std::size_t i = 0; i < relationship.columns.size(); ++i) {
+    std::vector<Value> values(table.Columns().size());
+    const auto set = [&](const char* column, Value value) { values[table.ColumnAt(column)] = std::move(value); };
+    set("szRelationship", Value(relationship.name));
+    set("grbit", Value(static_cast<std::int32_t>(BitsOf(relationship))));
+    set("ccolumn", Value(static_cast<std::int32_t>(relationship.columns.size())));
+    set("icolumn", Value(static_cast<std::int32_t>(i)));
+    set("szObject", Value(child.name));
+    set("szColumn", Value(relationship.columns[i].first));
+    set("szReferencedObject", Value(parent.name));
+    set("szReferencedColumn", Value(relationship.columns[i].second));
+    table.Insert(values);
+  }
+  CatalogObject object;
+  object.id = id;
+  object.parentId = Catalog::kRelationshipsId;
+  object.name = relationship.name;
+  object.type = 8;
+  engine_.catalog.Add(object, {});
+  engine_.pager->ChangeGeneration();
+  scope.Done();
+}
+
+void Schema::EnforceRelationship(const Relationship& relationship, TableCore& child, TableCore& parent) {
+  std::vector<std::string> childNames, parentNames;
+  for (const auto& [own, other] : relationship.columns) childNames.push_back(own), parentNames.push_back(other);
+  const auto childNumbers = Numbers(child, childNames);
+  const auto parentNumbers = Numbers(parent, parentNames);
+  for (std::size_t i = 0; i < childNumbers.size(); ++i)
+    if (child.Definition().FindByNumber(childNumbers[i])->type != parent.Definition().FindByNumber(parentNumbers[i])->type)
+      throw Error(ErrorCode::kUnsupported, "The columns \"" + childNames[i] + "\" and \"" + parentNames[i] + "\" are of different types");
+  TableDefinition parentDefinition = Fresh(parent);
+  const auto parentTree = FindTree(parentDefinition, parentNumbers, true);
+  if (!parentTree)
+    throw Error(ErrorCode::kUnsupported, "The table \"" + parent.name + "\" has no unique index on the columns that are referred to");
+
+  const bool same = &child == &parent;
+  Index parentSide;
+  parentSide.name = HiddenName(parentDefinition);
+  parentSide.number = NextIndexNumber(parentDefinition);
+  parentSide.tree = static_cast<std::uint32_t>(*parentTree);
+  parentSide.side = 1;
+  parentSide.partnerTable = child.page;
+  parentSide.type = 2;
+  parentSide.cascadeUpdates = relationship.cascadeUpdates ? 1 : 0;
+  parentSide.cascadeDeletes = relationship.cascadeDeletes ? 1 : 0;
+
+  TableDefinition childDefinition = Fresh(child);
+  if (same) {
+    AddLogicalIndex(childDefinition, parentSide);
+  }
+  for (const auto& held : childDefinition.indexes)
+    if (EqualNames(held.name, relationship.name))
+      throw Error(ErrorCode::kAlreadyExists, "The table \"" + child.name + "\" has an index \"" + held.name + "\" already");
+  Index childSide = parentSide;
+  childSide.name = relationship.name;
+  childSide.number = NextIndexNumber(childDefinition);
+  childSide.side = 2;
+  childSide.partnerTable = parent.page;
+  childSide.partnerIndex = static_cast<std::int32_t>(parentSide.number);
+  parentSide.partnerIndex = static_cast<std::int32_t>(childSide.number);
+  const auto childTree = FindTree(childDefinition, childNumbers, relationship.oneToOne);
+  const bool newTree = !childTree;
+  const unsigned flags = TableDefinition::Tree::kAlways | (relationship.oneToOne ? unsigned{TableDefinition::Tree::kUnique} : 0u);
+  childSide.tree =
+      static_cast<std::uint32_t>(newTree ? AddTree(child, childDefinition, childNumbers, std::vector<bool>(childNumbers.size(), false),
+                                                   static_cast<std::uint8_t>(flags))
+                                         : *childTree);
+  AddLogicalIndex(childDefinition, childSide);
+  if (same)
+    for (auto& index : childDefinition.indexes)
+      if (index.number == parentSide.number) index.partnerIndex = parentSide.partnerIndex;
+  const std::size_t tree = childSide.tree;
+  Finish(child, childDefinition);
+  if (newTree) BuildTree(child, tree);
+  if (!same) {
+    AddLogicalIndex(parentDefinition, parentSide);
+    Finish(parent, parentDefinition);
+  }
+
+  // Every row that refers must have what it refers to.
+  parent.Refresh();
+  child.Refresh();
+  auto& parentKeys = *parent.Trees()[*parentTree].tree;
+  Bytes key;
+  for (ScanCursor cursor = engine_.TableAt(child.page, child.name).Scan(); cursor.Next();) {
+    bool anyNull = false;
+    (void)child.KeyOf(child.Trees()[tree], cursor.Current(), key, anyNull);
+    if (!anyNull && !parentKeys.Find(key))
+      throw Error(ErrorCode::kRelationViolated,
+                  "The table \"" + child.name + "\" has rows without the row of \"" + parent.name + "\" that they refer to");
+  }
+}
+
+void Schema::RemoveForeignKeys(const Relationship& relationship) {
+  TableCore& child = LocalTable(relationship.table);
+  TableDefinition definition = Fresh(child);
+  const auto found = std::find_if(definition.indexes.begin(), definition.indexes.end(), [&](const Index& index) {
+    return index.type == 2 && index.side == 2 && EqualNames(index.name, relationship.name);
+  });
+  if (found == definition.indexes.end()) return;
+  const Index removed = *found;
+  definition.indexes.erase(found);
+  RemoveTree(definition, removed.tree);
+  Finish(child, definition);
+  TableCore& parent = engine_.TableAt(removed.partnerTable, {}).Core();
+  parent.Refresh();
+  TableDefinition other = Fresh(parent);
+  const auto partner = std::find_if(other.indexes.begin(), other.indexes.end(), [&](const Index& index) {
+    return index.type == 2 && index.side == 1 && index.partnerTable == child.page &&
+           index.number == static_cast<std::uint32_t>(removed.partnerIndex);
+  });
+  if (partner == other.indexes.end()) return;
+  const std::size_t tree = partner->tree;
+  other.indexes.erase(partner);
+  RemoveTree(other, tree);
+  Finish(parent, other);
+}
+
+void Schema::DropRelationship(std::string_view name) {
+  ChangeScope scope(engine_, true);
+  const auto all = Relationships();
+  const auto found = std::find_if(all.begin(), all.end(), [&](const Relationship& held) { return EqualNames(held.name, name); });
+  if (found == all.end()) throw Error(ErrorCode::kNotFound, "There is no relationship \"" + std::string(name) + "\"");
+  scope.Touching();
+  if (found->enforced) RemoveForeignKeys(*found);
+  Table& table = engine_.catalog.RelationshipsTable();
+  const std::size_t column = table.ColumnAt("szRelationship");
+  std::vector<RowId> rows;
+  for (ScanCursor cursor = table.Scan(); cursor.Next();)
+    if (EqualNames(cursor.Current().Text(column), name)) rows.push_back(cursor.Id());
+  for (const RowId row : rows) table.Delete(row);
+  for (const auto& object : std::vector<CatalogObject>(engine_.catalog.Objects()))
+    if (object.kind == ObjectKind::kRelationship && EqualNames(object.name, name)) engine_.catalog.Remove(object.id);
+  engine_.pager->ChangeGeneration();
+  scope.Done();
+}
+
+}  // namespace jet

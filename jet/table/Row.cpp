@@ -1,0 +1,266 @@
+#include "jet/table/Row.h"
+
+#include <cstring>
+
+#include "jet/value/ByteOrder.h"
+#include "jet/schema/Engine.h"
+#include "jet/value/Error.h"
+#include "jet/table/LongValue.h"
+#include "jet/value/Mix.h"
+#include "jet/table/TableCore.h"
+#include "jet/value/Text.h"
+
+namespace jet {
+namespace {
+
+using Column = TableDefinition::Column;
+
+Numeric LoadNumeric(const std::byte* bytes, std::uint8_t scale) {
+  Numeric number;
+  number.high = std::uint64_t{Load32(bytes + 1)} << 32 | Load32(bytes + 5);
+  number.low = std::uint64_t{Load32(bytes + 9)} << 32 | Load32(bytes + 13);
+  number.scale = scale;
+  number.negative = *bytes != std::byte{0} && (number.high | number.low) != 0;
+  return number;
+}
+
+Guid LoadGuid(const std::byte* bytes) {
+  static constexpr std::size_t kOrder[16] = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
+  Guid guid;
+  for (std::size_t i = 0; i < 16; ++i) guid.bytes[i] = Load8(bytes + kOrder[i]);
+  return guid;
+}
+
+std::uint8_t Scale(const Column& column) { return column.sort[1]; }
+
+}  // namespace
+
+// Jet 3 rows have offsets of one byte and, past 255 bytes, a table of the first columns of each further 256 bytes.
+//
+//   u8 N, fixed part, variable data, u8 end and offsets (backwards), jumps (backwards), u8 V, mask
+static bool VariableExtentOfJet3(const std::byte* row, std::size_t size, std::size_t maskOffset, unsigned variableCount, unsigned index,
+                                 std::size_t& begin, std::size_t& end) {
+  unsigned jumps = static_cast<unsigned>((size - 1) / 256);
+  if (maskOffset < 2u + jumps + variableCount + 1) return false;
+  const std::size_t lastOffset = maskOffset - 2 - jumps;  // of variable column 0
+  const std::size_t firstJump = maskOffset - 2;
+  unsigned usable = jumps;
+  if ((lastOffset - variableCount) / 256 < jumps) --usable;  // the last one is a filler
+  const auto offsetOf = [&](unsigned i) {
+    std::size_t offset = Load8(row + lastOffset - i);
+    for (unsigned j = 0; j < usable; ++j)
+      if (Load8(row + firstJump - j) <= i) offset += 256;
+    return offset;
+  };
+  begin = offsetOf(index);
+  end = offsetOf(index + 1);
+  return begin <= end && end <= lastOffset - variableCount;
+}
+
+Row::Place Row::Locate(std::size_t position) const {
+  const Column& column = table_->stored_[position];
+  const auto damaged = [&](const char* text) -> Error { return {ErrorCode::kDamaged, text, dataPage_, dataOffset_}; };
+  const bool jet3 = table_->engine.header.version == 3;
+  std::size_t begin = 0;
+  std::size_t end = 0;
+  if (column.IsFixed()) {
+    begin = (jet3 ? 1u : 2u) + column.fixedOffset;
+    end = begin + column.length;
+    if (end > tableOffset_) throw damaged("A row is too short for its columns");
+  } else if (jet3) {
+    if (!VariableExtentOfJet3(bytes_, size_, maskOffset_, variableCount_, column.variableIndex, begin, end))
+      throw damaged("A row's columns overlap");
+  } else {
+    // tableOffset_ is where the entry of the end of data lies; the entry of column 0 is the last one, before V.
+    const std::byte* entry = bytes_ + maskOffset_ - 4 - 2u * column.variableIndex;
+    begin = Load16(entry);
+    end = Load16(entry - 2);
+    if (begin > end || end > tableOffset_ || begin < 2) throw damaged("A row's columns overlap");
+  }
+  if (end - begin < FixedLength(column.type)) throw damaged("A value is too short for its type");
+  return {bytes_ + begin, end - begin};
+}
+
+bool Row::IsNull(std::size_t position) const {
+  const Column& column = table_->stored_[position];
+  if (column.type == ColumnType::kBoolean) return false;
+  if (column.number >= columnCount_) return true;
+  if ((Load8(bytes_ + maskOffset_ + column.number / 8) >> (column.number % 8) & 1) == 0) return true;
+  return !column.IsFixed() && column.variableIndex >= variableCount_;
+}
+
+bool Row::Bool(std::size_t position) const {
+  const Column& column = table_->stored_[position];
+  return column.number < columnCount_ && (Load8(bytes_ + maskOffset_ + column.number / 8) >> (column.number % 8) & 1) != 0;
+}
+
+std::int64_t Row::Integer(std::size_t position) const {
+  const Column& column = table_->stored_[position];
+  if (column.type == ColumnType::kBoolean) return Bool(position) ? -1 : 0;
+  if (IsNull(position)) return 0;
+  const Place place = Locate(position);
+  switch (column.type) {
+    case ColumnType::kByte:
+      return Load8(place.data);
+    case ColumnType::kInteger:
+      return LoadLittle<std::int16_t>(place.data);
+    case ColumnType::kLong:
+      return LoadLittle<std::int32_t>(place.data);
+    case ColumnType::kCurrency:
+      return LoadLittle<std::int64_t>(place.data);
+    default:
+      return 0;
+  }
+}
+
+double Row::Real(std::size_t position) const {
+  const Column& column = table_->stored_[position];
+  switch (column.type) {
+    case ColumnType::kBoolean:
+    case ColumnType::kByte:
+    case ColumnType::kInteger:
+    case ColumnType::kLong:
+      return static_cast<double>(Integer(position));
+    case ColumnType::kCurrency:
+      return static_cast<double>(Integer(position)) / 10000;
+    default:
+      break;
+  }
+  if (IsNull(position)) return 0;
+  const Place place = Locate(position);
+  switch (column.type) {
+    case ColumnType::kSingle:
+      return LoadLittle<float>(place.data);
+    case ColumnType::kDouble:
+    case ColumnType::kDate:
+      return LoadLittle<double>(place.data);
+    case ColumnType::kNumeric:
+      return LoadNumeric(place.data, Scale(column)).ToDouble();
+    default:
+      return 0;
+  }
+}
+
+std::string_view Row::Text(std::size_t position) {
+  const Column& column = table_->stored_[position];
+  if (texts_.size() < table_->stored_.size()) texts_.resize(table_->stored_.size());
+  std::string& text = texts_[position];
+  text.clear();
+  if (!column.IsText() || IsNull(position)) return text;
+  const Place place = Locate(position);
+  const std::span<const std::byte> stored(place.data, place.size);
+  const std::uint16_t codePage = table_->engine.CodePage();
+  if (column.type == ColumnType::kText) {
+    if (codePage != 0)
+      AppendAnsi(stored, codePage, text);
+    else
+      AppendStoredText(stored, text);
+    return text;
+  }
+  if (place.size == 0) return text;
+  AppendLongText(*table_->engine.pager, LongValueDefinition::Parse(stored, dataPage_, dataOffset_), codePage, dataPage_, dataOffset_, text);
+  return text;
+}
+
+std::span<const std::byte> Row::Blob(std::size_t position) {
+  const Column& column = table_->stored_[position];
+  if (IsNull(position)) return {};
+  const Place place = Locate(position);
+  if (!column.IsLong() || place.size == 0) return {place.data, place.size};
+  if (texts_.size() < table_->stored_.size()) texts_.resize(table_->stored_.size());
+  std::string& bytes = texts_[position];
+  bytes.clear();
+  AppendLongBytes(*table_->engine.pager, LongValueDefinition::Parse({place.data, place.size}, dataPage_, dataOffset_), dataPage_,
+                  dataOffset_, bytes);
+  return std::as_bytes(std::span(bytes));
+}
+
+void Row::Get(std::size_t position, Value& value) {
+  const Column& column = table_->stored_[position];
+  if (IsNull(position)) {
+    value.SetNull();
+    return;
+  }
+  switch (column.type) {
+    case ColumnType::kBoolean:
+      value = Value(Bool(position));
+      return;
+    case ColumnType::kByte:
+      value = Value(static_cast<std::uint8_t>(Integer(position)));
+      return;
+    case ColumnType::kInteger:
+      value = Value(static_cast<std::int16_t>(Integer(position)));
+      return;
+    case ColumnType::kLong:
+      value = Value(static_cast<std::int32_t>(Integer(position)));
+      return;
+    case ColumnType::kCurrency:
+      value = Value(Currency{Integer(position)});
+      return;
+    case ColumnType::kSingle:
+      value = Value(LoadLittle<float>(Locate(position).data));
+      return;
+    case ColumnType::kDouble:
+      value = Value(LoadLittle<double>(Locate(position).data));
+      return;
+    case ColumnType::kDate:
+      value = Value(Date{LoadLittle<double>(Locate(position).data)});
+      return;
+    case ColumnType::kText:
+    case ColumnType::kMemo:
+      value.SetText(Text(position));
+      return;
+    case ColumnType::kGuid:
+      value = Value(LoadGuid(Locate(position).data));
+      return;
+    case ColumnType::kNumeric:
+      value = Value(LoadNumeric(Locate(position).data, Scale(column)));
+      return;
+    default:
+      break;
+  }
+  const auto bytes = Blob(position);
+  value.SetBytes(bytes.data(), bytes.size());
+}
+
+Value Row::Get(std::size_t position) {
+  Value value;
+  Get(position, value);
+  return value;
+}
+
+std::uint64_t Row::StoredLength(std::size_t position) const {
+  if (table_->stored_[position].type == ColumnType::kBoolean || IsNull(position)) return 0;
+  const Place place = Locate(position);
+  if (!table_->stored_[position].IsLong() || place.size == 0) return place.size;
+  return LongValueDefinition::Parse({place.data, place.size}, dataPage_, dataOffset_).length;
+}
+
+std::uint64_t Row::Fingerprint(std::span<const std::size_t> columns) const {
+  std::uint64_t print = columns.size();
+  for (const std::size_t column : columns) {
+    if (table_->stored_[column].type == ColumnType::kBoolean) {
+      print = print * 31 + (Bool(column) ? 2 : 1);
+    } else if (IsNull(column)) {
+      print = print * 31 + 3;
+    } else {
+      const Place place = Locate(column);
+      print = Mix(print ^ place.size, {place.data, place.size});
+    }
+  }
+  return print;
+}
+
+std::uint64_t Row::Fingerprint() const { return Mix(size_, {bytes_, size_}); }
+
+std::unique_ptr<LongValueReader> Row::OpenLong(std::size_t position) {
+  const Column& column = table_->stored_[position];
+  if (!column.IsLong() || IsNull(position)) return nullptr;
+  const Place place = Locate(position);
+  LongValueDefinition definition;
+  if (place.size > 0) definition = LongValueDefinition::Parse({place.data, place.size}, dataPage_, dataOffset_);
+  return OpenLongValue(*table_->engine.pager, definition, column.type == ColumnType::kMemo, table_->engine.CodePage(), dataPage_,
+                       dataOffset_);
+}
+
+}  // namespace jet

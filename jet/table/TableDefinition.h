@@ -1,0 +1,153 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "jet/page/PageStore.h"
+#include "jet/page/RowPointer.h"
+#include "jet/value/Value.h"
+
+namespace jet {
+
+/// Bytes of a value whose type alone says how many; 0 for the other types. Yes/No, which rows keep in their mask, counts as one byte.
+constexpr std::uint16_t FixedLength(ColumnType type) noexcept {
+  switch (type) {
+    case ColumnType::kBoolean:
+    case ColumnType::kByte:
+      return 1;
+    case ColumnType::kInteger:
+      return 2;
+    case ColumnType::kLong:
+    case ColumnType::kSingle:
+      return 4;
+    case ColumnType::kCurrency:
+    case ColumnType::kDouble:
+    case ColumnType::kDate:
+      return 8;
+    case ColumnType::kGuid:
+      return 16;
+    case ColumnType::kNumeric:
+      return 17;
+    default:
+      return 0;
+  }
+}
+
+/// A table definition as it stands in the file: a stream of bytes over one or more pages of type 2. Bytes whose meaning is not known are
+/// kept, so that writing back what was read changes nothing.
+///
+///   Jet 4 (Jet 3)                                                Jet 4 (Jet 3)
+///    0  02 01, u16 free bytes, u32 next page                     63 (43)  12 (8) bytes per tree: u32, u32 number of keys, u32
+///    8  u32 length of the stream                                          25 (18) bytes per column
+///   12  u32 1625 (absent)                                                 column names: u16 (u8) length, UTF-16 (ANSI)
+///   16 (12) u32 rows                                                      52 (39) bytes per tree
+///   20 (16) u32 last counter value                                        28 (20) bytes per index
+///   24  u8 counter flag, 15 bytes unknown (absent)                        index names, as column names
+///   40 (20) u8 'N' or 'S'                                                 10 bytes per long column: u16 number, u32 owned, u32 free map
+///   41 (21) u16 columns ever, u16 variable ones ever, u16 columns         FF FF
+///   47 (27) u32 indexes, u32 trees
+///   55 (35) u32 map of owned pages, u32 map of pages with room
+struct TableDefinition {
+  static constexpr std::size_t kRowCountOffset = 16;
+  static constexpr std::size_t kAutoNumberOffset = 20;
+  static constexpr std::size_t kTreeCountsOffset = 63;  ///< the key count of tree i is at + 12 * i + 4
+  static constexpr std::uint32_t kMagic = 1625;
+  static constexpr std::uint16_t kNoColumn = 0xFFFF;
+  static constexpr std::size_t kMaxColumns = 255;
+  static constexpr std::size_t kMaxTrees = 32;
+
+  struct Column {
+    enum Flag : std::uint8_t { kFixed = 0x01, kNullable = 0x02, kAutoLong = 0x04, kSystem = 0x10, kAutoGuid = 0x40, kHyperlink = 0x80 };
+    std::string name;
+    ColumnType type = ColumnType::kText;
+    std::uint32_t magic = kMagic;
+    std::uint16_t number = 0;
+    std::uint16_t variableIndex = 0;
+    std::uint16_t numberAgain = 0;
+    std::array<std::uint8_t, 4> sort{};  ///< text, memo: u16 language, u8, u8 version; numeric: precision, scale
+    std::uint8_t flags = 0;
+    std::uint8_t extraFlags = 0;
+    std::array<std::uint8_t, 4> unknown{};
+    std::uint16_t fixedOffset = 0;
+    std::uint16_t length = 0;
+
+    [[nodiscard]] bool IsFixed() const noexcept { return (flags & kFixed) != 0; }
+    [[nodiscard]] bool IsLong() const noexcept { return type == ColumnType::kMemo || type == ColumnType::kOle; }
+    /// The flags alone do not say it: damage may have put them on any column.
+    [[nodiscard]] bool IsCounter() const noexcept { return (flags & kAutoLong) != 0 && type == ColumnType::kLong; }
+    [[nodiscard]] bool MakesGuids() const noexcept { return (flags & kAutoGuid) != 0 && type == ColumnType::kGuid; }
+    [[nodiscard]] bool IsText() const noexcept { return type == ColumnType::kMemo || type == ColumnType::kText; }
+    [[nodiscard]] std::uint16_t SortLanguage() const noexcept { return static_cast<std::uint16_t>(sort[0] | sort[1] << 8); }
+    [[nodiscard]] std::uint8_t SortVersion() const noexcept { return sort[3]; }
+  };
+  struct TreeColumn {
+    std::uint16_t number = kNoColumn;
+    std::uint8_t order = 1;  ///< 1 = ascending
+  };
+  /// A B-tree ("real" index).
+  struct Tree {
+    enum Flag : std::uint8_t { kUnique = 0x01, kIgnoreNulls = 0x02, kRequired = 0x08, kAlways = 0x80 };
+    std::array<std::uint32_t, 3> counts{};  ///< the middle one counts keys and is not reliable
+    std::uint32_t magic = 1923;
+    std::array<TreeColumn, 10> columns{};
+    PackedPointer ownedMap = 0;
+    PageNumber root = 0;
+    std::uint32_t unknown = 0;
+    std::uint8_t flags = kAlways;
+    std::array<std::uint8_t, 5> tail{};
+  };
+  /// An index as people see it ("logical" index).
+  struct Index {
+    std::string name;
+    std::uint32_t magic = kMagic;
+    std::uint32_t number = 0;
+    std::uint32_t tree = 0;
+    std::uint8_t side = 0;  ///< of a relationship: 1 referenced, 2 referencing
+    std::int32_t partnerIndex = -1;
+    PageNumber partnerTable = 0;
+    static constexpr std::uint8_t kNothingToCascade = 4;  ///< what real files have where the index is no foreign key
+    std::uint8_t cascadeUpdates = 0;
+    std::uint8_t cascadeDeletes = 0;
+    std::uint8_t type = 0;  ///< 1 primary key, 2 foreign key
+    std::uint32_t unknown = 0;
+  };
+  struct LongMaps {
+    std::uint16_t column = 0;
+    PackedPointer ownedMap = 0;
+    PackedPointer freeMap = 0;
+  };
+
+  std::vector<PageNumber> pages;  ///< of the definition, in order
+  std::uint32_t magic = kMagic;
+  std::uint32_t rowCount = 0;
+  std::uint32_t autoNumber = 0;
+  std::uint8_t autoNumberFlag = 1;
+  std::array<std::uint8_t, 15> unknown{};
+  std::uint8_t tableType = 'N';
+  std::uint16_t maxColumns = 0;
+  std::uint16_t variableColumns = 0;
+  PackedPointer ownedMap = 0;
+  PackedPointer freeMap = 0;
+  std::vector<Column> columns;  ///< in the order of the file
+  std::vector<Tree> trees;
+  std::vector<Index> indexes;
+  std::vector<LongMaps> longMaps;
+
+  /// Reads the definition that begins on the page. Errors: kDamaged.
+  static TableDefinition Read(PageStore& store, PageNumber page, std::uint16_t codePage);
+  /// The stream as Jet 4 has it, the first page's header included with zeros for free bytes and next page.
+  [[nodiscard]] std::vector<std::byte> Encode() const;
+  /// Writes the definition over its pages, taking or freeing continuation pages as needed. pages[0] must be there.
+  void Write(PageStore& store);
+
+  [[nodiscard]] const Column* FindByNumber(std::uint16_t number) const noexcept;
+  [[nodiscard]] const LongMaps* FindLongMaps(std::uint16_t number) const noexcept;
+  /// Size of the fixed part of a row.
+  [[nodiscard]] std::size_t FixedSize() const noexcept;
+};
+
+}  // namespace jet

@@ -1,0 +1,232 @@
+#include "jet/value/Text.h"
+
+#include <utility>
+
+#include "jet/value/ByteOrder.h"
+#include "jet/value/Error.h"
+
+namespace jet {
+namespace {
+
+constexpr char32_t kReplacement = 0xFFFD;
+
+/// Codes 0x80 to 0x9F of Windows-1252; 0 where the code page has none.
+constexpr char16_t kWindows1252[32] = {0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
+                                       0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
+                                       0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
+/// Codes 0x80 to 0xFF of Windows-1250 (central Europe).
+constexpr char16_t kWindows1250[128] = {
+    0x20AC, 0x0081, 0x201A, 0x0083, 0x201E, 0x2026, 0x2020, 0x2021, 0x0088, 0x2030, 0x0160, 0x2039, 0x015A, 0x0164, 0x017D, 0x0179,
+    0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014, 0x0098, 0x2122, 0x0161, 0x203A, 0x015B, 0x0165, 0x017E, 0x017A,
+    0x00A0, 0x02C7, 0x02D8, 0x0141, 0x00A4, 0x0104, 0x00A6, 0x00A7, 0x00A8, 0x00A9, 0x015E, 0x00AB, 0x00AC, 0x00AD, 0x00AE, 0x017B,
+    0x00B0, 0x00B1, 0x02DB, 0x0142, 0x00B4, 0x00B5, 0x00B6, 0x00B7, 0x00B8, 0x0105, 0x015F, 0x00BB, 0x013D, 0x02DD, 0x013E, 0x017C,
+    0x0154, 0x00C1, 0x00C2, 0x0102, 0x00C4, 0x0139, 0x0106, 0x00C7, 0x010C, 0x00C9, 0x0118, 0x00CB, 0x011A, 0x00CD, 0x00CE, 0x010E,
+    0x0110, 0x0143, 0x0147, 0x00D3, 0x00D4, 0x0150, 0x00D6, 0x00D7, 0x0158, 0x016E, 0x00DA, 0x0170, 0x00DC, 0x00DD, 0x0162, 0x00DF,
+    0x0155, 0x00E1, 0x00E2, 0x0103, 0x00E4, 0x013A, 0x0107, 0x00E7, 0x010D, 0x00E9, 0x0119, 0x00EB, 0x011B, 0x00ED, 0x00EE, 0x010F,
+    0x0111, 0x0144, 0x0148, 0x00F3, 0x00F4, 0x0151, 0x00F6, 0x00F7, 0x0159, 0x016F, 0x00FA, 0x0171, 0x00FC, 0x00FD, 0x0163, 0x02D9};
+/// Codes 0x80 to 0xBF of Windows-1251 (Cyrillic); 0xC0 to 0xFF are U+0410 to U+044F.
+constexpr char16_t kWindows1251[64] = {
+    0x0402, 0x0403, 0x201A, 0x0453, 0x201E, 0x2026, 0x2020, 0x2021, 0x20AC, 0x2030, 0x0409, 0x2039, 0x040A, 0x040C, 0x040B, 0x040F,
+    0x0452, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014, 0x0098, 0x2122, 0x0459, 0x203A, 0x045A, 0x045C, 0x045B, 0x045F,
+    0x00A0, 0x040E, 0x045E, 0x0408, 0x00A4, 0x0490, 0x00A6, 0x00A7, 0x0401, 0x00A9, 0x0404, 0x00AB, 0x00AC, 0x00AD, 0x00AE, 0x0407,
+    0x00B0, 0x00B1, 0x0406, 0x0456, 0x0491, 0x00B5, 0x00B6, 0x00B7, 0x0451, 0x2116, 0x0454, 0x00BB, 0x0458, 0x0405, 0x0455, 0x0457};
+
+char32_t FromAnsi(std::uint8_t code, std::uint16_t codePage) {
+  if (code < 0x80) return code;
+  if (codePage == 1250) return kWindows1250[code - 0x80];
+  if (codePage == 1251) return code >= 0xC0 ? 0x0410u + (code - 0xC0u) : kWindows1251[code - 0x80];
+  if (codePage == 1254) {  // Turkish: Windows-1252 but for six letters
+    switch (code) {
+      case 0xD0:
+        return 0x011E;
+      case 0xDD:
+        return 0x0130;
+      case 0xDE:
+        return 0x015E;
+      case 0xF0:
+        return 0x011F;
+      case 0xFD:
+        return 0x0131;
+      case 0xFE:
+        return 0x015F;
+      default:
+        break;
+    }
+  }
+  return code < 0xA0 ? kWindows1252[code - 0x80] : code;
+}
+
+char32_t Fold(char32_t c) {
+  if (c < 0x80) return c >= 'A' && c <= 'Z' ? c + 32 : c;
+  if (c >= 0xC0 && c <= 0xDE && c != 0xD7) return c + 32;
+  if (c == 0x0178) return 0xFF;
+  if ((c >= 0x0100 && c <= 0x0137) || (c >= 0x014A && c <= 0x0177)) return c | 1;
+  if ((c >= 0x0139 && c <= 0x0148) || (c >= 0x0179 && c <= 0x017E)) return (c & 1) != 0 ? c + 1 : c;
+  if (c >= 0x0391 && c <= 0x03A9) return c + 32;
+  if (c >= 0x0410 && c <= 0x042F) return c + 32;
+  if (c >= 0x0400 && c <= 0x040F) return c + 80;
+  return c;
+}
+
+}  // namespace
+
+char32_t NextCharacter(std::string_view utf8, std::size_t& position) {
+  const auto at = [&](std::size_t i) { return static_cast<std::uint8_t>(utf8[i]); };
+  const std::uint8_t lead = at(position++);
+  if (lead < 0x80) return lead;
+  std::size_t extra = 0;
+  char32_t character = 0;
+  if (lead >= 0xC2 && lead <= 0xDF)
+    extra = 1, character = lead & 0x1Fu;
+  else if ((lead & 0xF0) == 0xE0)
+    extra = 2, character = lead & 0x0Fu;
+  else if (lead >= 0xF0 && lead <= 0xF4)
+    extra = 3, character = lead & 0x07u;
+  else
+    return kReplacement;
+  if (utf8.size() - position < extra) return kReplacement;
+  for (std::size_t i = 0; i < extra; ++i) {
+    if ((at(position + i) & 0xC0) != 0x80) return kReplacement;
+    character = character << 6 | (at(position + i) & 0x3Fu);
+  }
+  // A surrogate is let through: the file may hold half pairs, and they must survive a copy.
+  if ((extra == 2 && character < 0x800) || (extra == 3 && (character < 0x10000 || character > 0x10FFFF))) return kReplacement;
+  position += extra;
+  return character;
+}
+
+void AppendCharacter(char32_t c, std::string& utf8) {
+  const auto put = [&](char32_t byte) { utf8 += static_cast<char>(byte); };
+  if (c < 0x80) {
+    put(c);
+  } else if (c < 0x800) {
+    put(0xC0 | c >> 6), put(0x80 | (c & 0x3F));
+  } else if (c < 0x10000) {
+    put(0xE0 | c >> 12), put(0x80 | (c >> 6 & 0x3F)), put(0x80 | (c & 0x3F));
+  } else {
+    put(0xF0 | c >> 18), put(0x80 | (c >> 12 & 0x3F)), put(0x80 | (c >> 6 & 0x3F)), put(0x80 | (c & 0x3F));
+  }
+}
+
+void AppendUtf16(std::span<const std::byte> units, std::string& text) {
+  const std::size_t count = units.size() / 2;
+  for (std::size_t i = 0; i < count; ++i) {
+    char32_t unit = Load16(units.data() + 2 * i);
+    if (unit >= 0xD800 && unit <= 0xDFFF) {
+      const char32_t next = i + 1 < count ? Load16(units.data() + 2 * i + 2) : 0;
+      if (unit <= 0xDBFF && next >= 0xDC00 && next <= 0xDFFF) {
+        unit = 0x10000 + ((unit - 0xD800) << 10) + (next - 0xDC00);
+        ++i;
+      }
+    }
+    AppendCharacter(unit, text);
+  }
+}
+
+void AppendStoredText(std::span<const std::byte> stored, std::string& text) {
+  if (stored.size() < 2 || Load16(stored.data()) != 0xFEFF) {
+    AppendUtf16(stored, text);
+    return;
+  }
+  bool wide = false;
+  for (std::size_t i = 2; i < stored.size();) {
+    if (stored[i] == std::byte{0}) {
+      wide = !wide;
+      ++i;
+      continue;
+    }
+    if (!wide) {
+      // Runs of ASCII, which is most of all text, go over as they are.
+      std::size_t run = i;
+      while (run < stored.size() && Load8(stored.data() + run) - 1u < 0x7Fu) ++run;
+      if (run > i) {
+        text.append(reinterpret_cast<const char*>(stored.data()) + i, run - i);
+        i = run;
+        continue;
+      }
+      AppendCharacter(Load8(stored.data() + i++), text);
+      continue;
+    }
+    std::size_t end = i;
+    while (end + 1 < stored.size() && stored[end] != std::byte{0}) end += 2;
+    if (end == i) break;  // half a character at the end
+    AppendUtf16(stored.subspan(i, end - i), text);
+    i = end;
+  }
+}
+
+void AppendAnsi(std::span<const std::byte> stored, std::uint16_t codePage, std::string& text) {
+  for (const auto byte : stored) AppendCharacter(FromAnsi(static_cast<std::uint8_t>(byte), codePage), text);
+}
+
+std::string ToUtf16(std::string_view utf8) {
+  std::string units;
+  units.reserve(utf8.size() * 2);
+  const auto put = [&](char32_t unit) {
+    units += static_cast<char>(unit & 0xFF);
+    units += static_cast<char>(unit >> 8);
+  };
+  for (std::size_t i = 0; i < utf8.size();) {
+    const char32_t c = NextCharacter(utf8, i);
+    if (c < 0x10000) {
+      put(c);
+    } else {
+      put(0xD800 + ((c - 0x10000) >> 10));
+      put(0xDC00 + ((c - 0x10000) & 0x3FF));
+    }
+  }
+  return units;
+}
+
+std::size_t CountUtf16(std::string_view utf8) {
+  std::size_t units = 0;
+  for (std::size_t i = 0; i < utf8.size();) units += NextCharacter(utf8, i) < 0x10000 ? 1 : 2;
+  return units;
+}
+
+std::string ToStoredText(std::string_view utf8, bool compress) {
+  if (compress) {
+    std::string compressed;
+    compressed.reserve(utf8.size() + 2);
+    compressed = "\xFF\xFE";
+    bool possible = true;
+    for (std::size_t i = 0; i < utf8.size() && possible;) {
+      // Runs of ASCII go over as they are.
+      std::size_t run = i;
+      while (run < utf8.size() && static_cast<std::uint8_t>(utf8[run]) - 1u < 0x7Fu) ++run;
+      compressed.append(utf8, i, run - i);
+      i = run;
+      if (i == utf8.size()) break;
+      const char32_t c = NextCharacter(utf8, i);
+      possible = c >= 1 && c <= 0xFF;
+      compressed += static_cast<char>(c);
+    }
+    if (possible && compressed.size() >= 5) return compressed;
+  }
+  std::string units = ToUtf16(utf8);
+  return units.starts_with("\xFF\xFE") ? ToMarkedText(std::move(units), true) : units;
+}
+
+std::string ToMarkedText(std::string units, bool first) {
+  for (std::size_t i = 0; i + 1 < units.size(); i += 2)
+    if (units[i] == '\0') throw Error(ErrorCode::kLimit, "A text that begins with U+FEFF cannot hold all the characters of this one");
+  if (first) units.insert(0, std::string("\xFF\xFE\0", 3));
+  return units;
+}
+
+std::string FoldCase(std::string_view utf8) {
+  std::string folded;
+  folded.reserve(utf8.size());
+  for (std::size_t i = 0; i < utf8.size();) AppendCharacter(Fold(NextCharacter(utf8, i)), folded);
+  return folded;
+}
+
+bool EqualNames(std::string_view left, std::string_view right) {
+  std::size_t i = 0;
+  std::size_t j = 0;
+  while (i < left.size() && j < right.size())
+    if (Fold(NextCharacter(left, i)) != Fold(NextCharacter(right, j))) return false;
+  return i == left.size() && j == right.size();
+}
+
+}  // namespace jet

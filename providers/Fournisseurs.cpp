@@ -1,0 +1,17 @@
+#include "providers/Fournisseurs.h"
+
+#include "ado/odbc/OdbcProvider.h"
+#ifdef TAMLO_JET
+#include "ado/jet/JetProvider.h"
+#endif
+
+namespace tamlo::app {
+
+void EnregistreFournisseurs() {
+  ado::odbc::RegisterOdbcProviders();
+#ifdef TAMLO_JET
+  ado::jetprovider::RegisterJetProvider();
+#endif
+}
+
+}  // namespace tamlo::app
