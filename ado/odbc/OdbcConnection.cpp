@@ -3,18 +3,18 @@
 #include <array>
 #include <utility>
 
-#include "ado/odbc/BatchInsert.h"
-#include "ado/odbc/CallRowset.h"
-#include "ado/odbc/CommandParameters.h"
-#include "ado/odbc/NativeHeaders.h"
-#include "ado/odbc/OdbcCatalog.h"
-#include "ado/odbc/OdbcCommand.h"
-#include "ado/odbc/OdbcRowset.h"
-#include "ado/odbc/Parameter.h"
-#include "ado/odbc/Resend.h"
-#include "ado/odbc/SqlText.h"
-#include "ado/odbc/Statement.h"
-#include "ado/odbc/WideText.h"
+#include "ado/odbc/catalog/OdbcCatalog.h"
+#include "ado/odbc/command/CallRowset.h"
+#include "ado/odbc/command/OdbcCommand.h"
+#include "ado/odbc/driver/NativeHeaders.h"
+#include "ado/odbc/driver/WideText.h"
+#include "ado/odbc/rows/BatchInsert.h"
+#include "ado/odbc/rows/OdbcRowset.h"
+#include "ado/odbc/statement/Resend.h"
+#include "ado/odbc/statement/SqlText.h"
+#include "ado/odbc/statement/Statement.h"
+#include "ado/odbc/values/CommandParameters.h"
+#include "ado/odbc/values/Parameter.h"
 #include "runtime/Error.h"
 
 namespace tamlo::ado::odbc {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "ado/Provider.h"
-#include "ado/odbc/Session.h"
+#include "ado/odbc/statement/Session.h"
 
 namespace tamlo::ado::odbc {
 

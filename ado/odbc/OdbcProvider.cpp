@@ -3,9 +3,9 @@
 #include <memory>
 
 #include "ado/Provider.h"
-#include "ado/odbc/ConnectionText.h"
 #include "ado/odbc/OdbcConnection.h"
-#include "ado/odbc/RegisteredText.h"
+#include "ado/odbc/connect/ConnectionText.h"
+#include "ado/odbc/connect/RegisteredText.h"
 #include "runtime/Secret.h"
 
 namespace tamlo::ado::odbc {

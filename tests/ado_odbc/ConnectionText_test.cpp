@@ -1,4 +1,4 @@
-#include "ado/odbc/ConnectionText.h"
+#include "ado/odbc/connect/ConnectionText.h"
 
 #include <gtest/gtest.h>
 

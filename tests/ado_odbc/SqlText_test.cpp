@@ -1,8 +1,8 @@
-#include "ado/odbc/SqlText.h"
+#include "ado/odbc/statement/SqlText.h"
 
 #include <gtest/gtest.h>
 
-#include "ado/odbc/CallText.h"
+#include "ado/odbc/command/CallText.h"
 
 namespace tamlo::tests {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "ado/odbc/RowReader.h"
+#include "ado/odbc/rows/RowReader.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
 #include "tests/backends/Backend.h"

@@ -1,8 +1,0 @@
-#include "ado/odbc/Utf8Locale.h"
-
-namespace tamlo::ado::odbc {
-
-Utf8Locale::Utf8Locale() = default;
-Utf8Locale::~Utf8Locale() = default;
-
-}  // namespace tamlo::ado::odbc

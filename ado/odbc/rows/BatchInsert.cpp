@@ -1,0 +1,500 @@
+#include "ado/odbc/rows/BatchInsert.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "ado/odbc/driver/Diagnostics.h"
+#include "ado/odbc/driver/NativeHeaders.h"
+#include "ado/odbc/driver/WideText.h"
+#include "ado/odbc/statement/Resend.h"
+#include "ado/odbc/statement/SqlText.h"
+#include "ado/odbc/values/TypeMap.h"
+#include "runtime/Error.h"
+#include "runtime/Text.h"
+
+namespace tamlo::ado::odbc {
+namespace {
+
+constexpr std::size_t kBatchBytes = 4 * 1024 * 1024;  // of the slots of all columns together
+constexpr std::size_t kFirstTextSlot = 64;
+constexpr std::size_t kFirstSlots = 256;
+constexpr std::size_t kFewRows = 16;
+constexpr std::int32_t kNoSavepoint = 1305;  // MariaDB
+
+/// A point inside the caller's transaction to which a failed batch returns.
+class Savepoint {
+ public:
+  explicit Savepoint(const std::shared_ptr<Session>& session) : session_(session) {
+    Run(session_->Facts().backend == Backend::kSqlServer ? "SAVE TRANSACTION tamlo_lot" : "SAVEPOINT tamlo_lot");
+  }
+  /// Forgets it, where the backend keeps savepoints until they are released.
+  void Release() {
+    const Backend backend = session_->Facts().backend;
+    if (backend != Backend::kSqlServer && backend != Backend::kOracle) Run("RELEASE SAVEPOINT tamlo_lot");
+  }
+  void Undo() {
+    try {
+      Run(session_->Facts().backend == Backend::kSqlServer ? "ROLLBACK TRANSACTION tamlo_lot" : "ROLLBACK TO SAVEPOINT tamlo_lot");
+    } catch (const runtime::Error& error) {
+      // Gone with the whole transaction, which the driver has not told of a single row of an array.
+      if (error.NativeCode() == kNoSavepoint) session_->TransactionWasUndone();
+      throw;
+    }
+  }
+
+ private:
+  void Run(const char* sql) {
+    Statement statement(session_);
+    statement.ExecuteDirect(sql);
+  }
+  std::shared_ptr<Session> session_;
+};
+
+bool HasSavepoints(Backend backend) { return backend != Backend::kOther; }
+
+}  // namespace
+
+BatchInsert::BatchInsert(std::shared_ptr<Session> session, const std::string& table, std::vector<std::string> columns,
+                         const std::string& owner)
+    : session_(std::move(session)),
+      tableName_(table),
+      owner_(owner),
+      tableText_((owner.empty() ? "" : session_->Quoted(owner) + ".") + session_->Quoted(table)) {
+  columns_.resize(columns.size());
+  for (std::size_t i = 0; i < columns.size(); ++i) columns_[i].name = std::move(columns[i]);
+  LearnOthersDefinitions(session_);
+  Describe();
+  ChooseMethod();
+}
+
+void BatchInsert::Describe() {
+  std::string names;
+  for (const auto& column : columns_) names += (names.empty() ? "" : ", ") + session_->Quoted(column.name);
+  Statement statement(session_);
+  statement.Prepare("SELECT " + names + " FROM " + tableText_);
+  if (statement.ColumnCount() == 0) statement.Execute();
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    const ColumnDescription description = statement.Describe(i + 1);
+    const FieldInfo field = ToFieldInfo(description, session_->Facts());
+    columns_[i].shape = ShapeFor(field, description.sqlType, session_->Facts());
+    columns_[i].shape.column = columns_[i].name;
+    columns_[i].hasDefault = field.autoIncrement;
+    columns_[i].stride = columns_[i].shape.fixedSize != 0 ? columns_[i].shape.fixedSize : kFirstTextSlot;
+  }
+}
+
+void BatchInsert::ChooseMethod() {
+  const auto& facts = session_->Facts();
+  method_ = facts.batch;
+  if (method_ == BatchMethod::kArray && facts.testArrays && !ArraysWork()) method_ = BatchMethod::kRowByRow;
+  capacity_ = method_ == BatchMethod::kRowByRow ? 1 : facts.batchRows;
+  if (facts.batchParameters > 0) capacity_ = std::min(capacity_, facts.batchParameters / std::max<std::size_t>(columns_.size(), 1));
+  std::size_t rowBytes = 0;
+  for (const auto& column : columns_) rowBytes += column.stride;
+  capacity_ = std::clamp<std::size_t>(kBatchBytes / std::max<std::size_t>(rowBytes, 1), 1, std::max<std::size_t>(capacity_, 1));
+  MakeSlots(std::min(capacity_, kFirstSlots));
+}
+
+void BatchInsert::MakeSlots(std::size_t slots) {
+  slots_ = slots;
+  for (auto& column : columns_) {
+    column.data.resize(column.stride * slots_);
+    column.indicators.resize(slots_);
+  }
+  bound_ = false;
+}
+
+/// Some drivers take an array and store its first row again and again: three different rows are written and read back, once for each session.
+bool BatchInsert::ArraysWork() {
+  auto& facts = session_->MutableFacts();
+  facts.testArrays = false;
+  facts.batch = BatchMethod::kRowByRow;
+  if (session_->InTransaction()) {
+    facts.testArrays = true;  // defining a table may end a transaction: asked again another time
+    facts.batch = BatchMethod::kArray;
+    return false;
+  }
+  std::string seen;
+  const auto failure = runtime::IgnoringErrors([&] {
+    Statement create(session_);
+    create.ExecuteDirect("CREATE TABLE TAMLO_ARRAY_TEST (A INTEGER)");
+    {
+      std::int32_t values[] = {11, 22, 33};
+      SQLLEN indicators[] = {sizeof(std::int32_t), sizeof(std::int32_t), sizeof(std::int32_t)};
+      Statement insert(session_);
+      insert.Prepare("INSERT INTO TAMLO_ARRAY_TEST (A) VALUES (?)");
+      insert.SetAttribute(SQL_ATTR_PARAMSET_SIZE, std::size_t{3});
+      insert.Check(
+          SQLBindParameter(insert.Native(), 1, SQL_PARAM_INPUT, SQL_C_SLONG, SQL_INTEGER, 10, 0, values, sizeof(std::int32_t), indicators));
+      insert.Execute();
+    }
+    Statement select(session_);
+    select.ExecuteDirect("SELECT A FROM TAMLO_ARRAY_TEST ORDER BY A");
+    while (select.Fetch()) seen += std::to_string(select.Integer(1, 0)) + " ";
+  });
+  (void)runtime::IgnoringErrors([&] {
+    Statement drop(session_);
+    drop.ExecuteDirect("DROP TABLE TAMLO_ARRAY_TEST");
+  });
+  if (failure || seen != "11 22 33 ") return false;
+  facts.batch = BatchMethod::kArray;
+  return true;
+}
+
+void BatchInsert::LearnDefaults() {
+  if (defaultsKnown_) return;
+  defaultsKnown_ = true;
+  auto catalog = ToUtf16(session_->Facts().catalog);
+  auto owner = ToUtf16(owner_);
+  auto table = ToUtf16(session_->Pattern(tableName_));
+  Statement statement(session_);
+  statement.Check(SQLColumnsW(statement.Native(), catalog.empty() ? nullptr : reinterpret_cast<SQLWCHAR*>(catalog.data()),
+                              static_cast<SQLSMALLINT>(catalog.size()), owner.empty() ? nullptr : reinterpret_cast<SQLWCHAR*>(owner.data()),
+                              static_cast<SQLSMALLINT>(owner.size()), reinterpret_cast<SQLWCHAR*>(table.data()),
+                              static_cast<SQLSMALLINT>(table.size()), nullptr, 0));
+  const std::string wanted = runtime::UpperCase(tableName_);
+  while (statement.FetchCatalogRow()) {
+    if (runtime::UpperCase(statement.Text(3).value_or("")) != wanted) continue;
+    const std::string name = runtime::UpperCase(statement.Text(4).value_or(""));
+    const std::int64_t nullable = statement.Integer(11, SQL_NULLABLE);
+    const std::string value = runtime::UpperCase(statement.Text(13).value_or("NULL"));
+    for (auto& column : columns_) {
+      // A required column cannot take a null: leaving it out lets the backend decide.
+      if (runtime::UpperCase(column.name) == name && (value != "NULL" || nullable == SQL_NO_NULLS)) column.hasDefault = true;
+    }
+  }
+}
+
+void BatchInsert::ChooseLeftColumns(std::span<const Variant> row) {
+  bool changed = false;
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    if (row[i].IsEmpty()) LearnDefaults();
+    const bool left = row[i].IsEmpty() && columns_[i].hasDefault;
+    changed = changed || left != columns_[i].left;
+  }
+  if (!changed) return;
+  Flush();
+  for (std::size_t i = 0; i < row.size(); ++i) columns_[i].left = row[i].IsEmpty() && columns_[i].hasDefault;
+  batch_.reset();
+  single_.reset();
+}
+
+void BatchInsert::Add(std::span<const Variant> row) {
+  refused_ = 0;
+  if (lost_) throw *lost_;
+  ChooseLeftColumns(row);
+  if (held_ >= capacity_) Flush();  // a connection that was lost has left it full
+  Hold(row);
+  if (held_ >= capacity_ || heldBytes_ >= kBatchBytes) Flush();
+}
+
+void BatchInsert::Grow(Column& column, std::size_t bytes) {
+  const std::size_t stride = std::max(bytes, column.stride * 2);
+  // Few very long values must not make room for as many of them in every slot.
+  if (held_ > 0 && stride * capacity_ > kBatchBytes) {
+    Flush();
+  }
+  if (stride * capacity_ > kBatchBytes) {
+    capacity_ = std::max<std::size_t>(kBatchBytes / stride, 1);
+    slots_ = std::min(slots_, capacity_);  // the other columns keep theirs: values of the row at hand may still stand behind
+    batch_.reset();
+  }
+  std::vector<std::byte> wider(stride * slots_);
+  for (std::size_t i = 0; i < held_; ++i) std::memcpy(wider.data() + i * stride, column.data.data() + i * column.stride, column.stride);
+  column.data = std::move(wider);
+  column.stride = stride;
+  bound_ = false;
+}
+
+void BatchInsert::Hold(std::span<const Variant> row) {
+  if (held_ == slots_) MakeSlots(std::min(capacity_, slots_ * 2));
+  for (std::size_t i = 0; i < columns_.size(); ++i) {
+    auto& column = columns_[i];
+    if (column.left) continue;
+    const auto slot = std::span(column.data).subspan(held_ * column.stride, column.stride);
+    if (const std::size_t usual = EncodeUsual(row[i], column.shape, slot)) {
+      column.indicators[held_] = static_cast<std::ptrdiff_t>(usual);
+      heldBytes_ += usual;
+      continue;
+    }
+    scratch_.clear();
+    try {
+      if (!Encode(row[i], column.shape, scratch_)) {
+        column.indicators[held_] = SQL_NULL_DATA;
+        continue;
+      }
+    } catch (runtime::Error& error) {
+      const std::string number = NumberOf(static_cast<std::int64_t>(held_));
+      Flush();  // those before it are stored, or one of them is the error
+      ++done_;  // the row is refused: those behind it keep their numbers
+      refused_ = done_;
+      throw error.WithContext("ligne " + number + ", colonne " + column.name);
+    }
+    if (scratch_.size() > column.stride) {
+      // Growing may send the rows before this one; its values that are held already move to the front.
+      const std::size_t from = held_;
+      Grow(column, scratch_.size());
+      for (std::size_t j = 0; j < i && from != held_; ++j) {
+        auto& earlier = columns_[j];
+        std::memmove(earlier.data.data() + held_ * earlier.stride, earlier.data.data() + from * earlier.stride, earlier.stride);
+        earlier.indicators[held_] = earlier.indicators[from];
+      }
+    }
+    std::copy(scratch_.begin(), scratch_.end(), column.data.begin() + static_cast<std::ptrdiff_t>(held_ * column.stride));
+    column.indicators[held_] = static_cast<std::ptrdiff_t>(scratch_.size());
+    heldBytes_ += scratch_.size();
+  }
+  ++held_;
+}
+
+std::string BatchInsert::InsertText(std::size_t rows) const {
+  std::string names;
+  std::string marks;
+  for (const auto& column : columns_) {
+    if (column.left) continue;
+    names += (names.empty() ? "" : ", ") + session_->Quoted(column.name);
+    marks += marks.empty() ? "?" : ",?";
+  }
+  if (names.empty()) {
+    return "INSERT INTO " + tableText_ + (session_->Facts().backend == Backend::kMySql ? " () VALUES ()" : " DEFAULT VALUES");
+  }
+  std::string sql = "INSERT INTO " + tableText_ + " (" + names + ") VALUES (" + marks + ")";
+  for (std::size_t i = 1; i < rows; ++i) sql += ",(" + marks + ")";
+  return sql;
+}
+
+void BatchInsert::BindRow(Statement& statement, std::size_t row, std::size_t firstParameter, bool bytesOnly) {
+  std::size_t parameter = firstParameter;
+  for (auto& column : columns_) {
+    if (column.left) continue;
+    const auto& shape = column.shape;
+    if (bytesOnly && shape.form != ParameterShape::Form::kBytes) {
+      ++parameter;
+      continue;
+    }
+    const std::size_t unit = shape.nativeType == SQL_C_WCHAR ? sizeof(char16_t) : 1;
+    const std::size_t size = shape.fixedSize != 0 ? shape.columnSize : std::max<std::size_t>({shape.columnSize, column.stride / unit, 1});
+    statement.Check(SQLBindParameter(statement.Native(), static_cast<SQLUSMALLINT>(parameter++), SQL_PARAM_INPUT, shape.nativeType,
+                                     shape.sqlType, size, shape.digits, column.data.data() + row * column.stride,
+                                     static_cast<SQLLEN>(column.stride), AsNativeLengths(&column.indicators[row])));
+  }
+}
+
+void BatchInsert::BindArrays(Statement& statement) {
+  if (bound_) return;
+  BindRow(statement, 0, 1);
+  bound_ = true;
+}
+
+bool BatchInsert::ExecuteArray(Statement& statement, std::size_t rows) {
+  std::vector<SQLUSMALLINT> status(rows, SQL_PARAM_UNUSED);
+  SQLULEN processed = 0;
+  statement.SetAttribute(SQL_ATTR_PARAMSET_SIZE, rows);
+  statement.SetAttribute(SQL_ATTR_PARAM_STATUS_PTR, static_cast<void*>(status.data()));
+  statement.SetAttribute(SQL_ATTR_PARAMS_PROCESSED_PTR, static_cast<void*>(&processed));
+  BindArrays(statement);
+  statement.Execute();
+  const bool allStored = std::all_of(status.begin(), status.end(), [](SQLUSMALLINT one) {
+    return one == SQL_PARAM_SUCCESS || one == SQL_PARAM_SUCCESS_WITH_INFO || one == SQL_PARAM_DIAG_UNAVAILABLE;
+  });
+  const std::int64_t affected = statement.RowsAffected();
+  return allStored && processed == rows && (affected < 0 || affected == static_cast<std::int64_t>(rows));
+}
+
+bool BatchInsert::HasBytes() const {
+  return std::any_of(columns_.begin(), columns_.end(),
+                     [](const Column& column) { return !column.left && column.shape.form == ParameterShape::Form::kBytes; });
+}
+
+bool BatchInsert::ExecuteRows(Statement& statement, std::size_t rows) {
+  const bool again = bound_ && session_->Facts().keepsByteLengths && HasBytes();
+  if (!bound_ || again) {
+    std::size_t parameter = 1;
+    const auto used =
+        static_cast<std::size_t>(std::count_if(columns_.begin(), columns_.end(), [](const Column& column) { return !column.left; }));
+    for (std::size_t row = 0; row < rows; ++row, parameter += used) BindRow(statement, row, parameter, again);
+    bound_ = true;
+  }
+  statement.Execute();
+  const std::int64_t affected = statement.RowsAffected();
+  return affected < 0 || affected == static_cast<std::int64_t>(rows);
+}
+
+/// Asked once for each table of MySQL, before its first batch. A view tells no engine and counts as one that undoes.
+bool BatchInsert::KeepsRowsOfFailedBatches() {
+  if (keepsRows_) return *keepsRows_;
+  if (session_->Facts().backend != Backend::kMySql) return *(keepsRows_ = false);
+  Statement statement(session_);
+  statement.Prepare(
+      "SELECT e.TRANSACTIONS FROM information_schema.TABLES t JOIN information_schema.ENGINES e ON e.ENGINE = t.ENGINE "
+      "WHERE t.TABLE_SCHEMA = DATABASE() AND t.TABLE_NAME = ?");
+  ParameterSet parameters(statement);
+  ParameterShape shape;
+  shape.nativeType = SQL_C_WCHAR;
+  shape.sqlType = SQL_WVARCHAR;
+  parameters.Add(Variant(tableName_), shape);
+  parameters.Execute();
+  // Names that differ by case or accents alone are all found: to take one of them for a table that keeps rows costs time only.
+  bool keeps = false;
+  while (statement.Fetch()) keeps = keeps || statement.Text(1).value_or("NO") != "YES";
+  return *(keepsRows_ = keeps);
+}
+
+std::int64_t BatchInsert::CountRows() {
+  Statement statement(session_);
+  statement.ExecuteDirect("SELECT COUNT(*) FROM " + tableText_);
+  return statement.Fetch() ? statement.Integer(1, 0) : 0;
+}
+
+/// Sends the first rows of those held; false when they were undone, so that they are to be sent in smaller pieces.
+bool BatchInsert::SendBatch(std::size_t rows) {
+  bool stored = false;
+  try {
+    Resending(*session_, true, [&] { stored = TryBatch(rows); });
+  } catch (runtime::Error& error) {
+    if (lost_) throw;
+    throw error.WithContext("lignes " + NumberOf(0) + " à " + NumberOf(static_cast<std::int64_t>(rows) - 1));
+  }
+  return stored;
+}
+
+/// The same once. The server's having undone the whole transaction is raised: pieces would meet the same, or a caller's transaction is gone.
+/// Where a failed batch cannot be undone, the rows that it has stored are let go: they stand before the refused one, and the table knows how
+/// many it holds without counting them.
+bool BatchInsert::TryBatch(std::size_t rows) {
+  waited_ = false;
+  const bool outer = session_->InTransaction();
+  if (outer && !HasSavepoints(session_->Facts().backend)) return false;
+  std::optional<std::int64_t> before;
+  (void)runtime::IgnoringErrors([&] {
+    if (KeepsRowsOfFailedBatches()) before = CountRows();
+  });
+  std::optional<Savepoint> savepoint;
+  std::optional<TransactionScope> scope;
+  std::optional<runtime::Error> failure;
+  bool stored = false;
+  try {
+    if (outer) savepoint.emplace(session_);
+    scope.emplace(*session_);
+    const std::size_t written = method_ == BatchMethod::kMultiRowValues ? rows : 1;
+    if (!batch_ || preparedRows_ != written) {
+      batch_.emplace(session_);
+      batch_->Prepare(InsertText(written));
+      preparedRows_ = written;
+      bound_ = false;
+    }
+    stored = method_ == BatchMethod::kArray ? ExecuteArray(*batch_, rows) : ExecuteRows(*batch_, rows);
+    if (stored) scope->Commit();
+  } catch (const runtime::Error& error) {
+    waited_ = IsLockTimeout(error);
+    failure = error;
+  }
+  if (stored && !failure) {
+    if (savepoint) savepoint->Release();
+    return true;
+  }
+  scope.reset();
+  batch_.reset();
+  const bool undone = failure && UndoneWhole(*failure, session_->Facts().backend);
+  if (undone && outer) pending_ = 0;
+  if (undone && !before) throw runtime::Error(*failure);
+  // A commit whose answer was lost may have been heard. Where a batch can be undone, one that was not committed is not there.
+  const bool mayStay = (stored && !outer) || keepsRows_.value_or(true) || session_->Facts().backend == Backend::kOther;
+  if (failure && (IsLost(*failure) || (!outer && session_->InTransaction()))) Lose(*failure, mayStay ? rows : 0);
+  if (savepoint) savepoint->Undo();
+  if (before) {
+    std::int64_t kept = 0;
+    (void)runtime::IgnoringErrors([&] { kept = CountRows() - *before; });
+    if (kept > 0) DropStored(std::min(static_cast<std::size_t>(kept), rows));
+  }
+  return false;
+}
+
+void BatchInsert::SendRowByRow(std::size_t rows) {
+  for (std::size_t row = 0; row < rows; ++row) {
+    try {
+      Resending(*session_, true, [&] {
+        if (!single_) {
+          single_.emplace(session_);
+          single_->Prepare(InsertText(1));
+        }
+        BindRow(*single_, row, 1);
+        single_->Execute();
+      });
+    } catch (runtime::Error& error) {
+      const std::string column = ColumnToldBy(error.Description());
+      single_.reset();
+      DropStored(row);
+      if (IsLost(error)) Lose(error, session_->InTransaction() && keepsRows_ == false ? 0 : 1);
+      const std::string number = NumberOf(0);
+      DropRows(1);
+      if (IsOfTheRow(error)) refused_ = done_;
+      throw error.WithContext("ligne " + number + (column.empty() ? "" : ", colonne " + column));
+    }
+  }
+  DropStored(rows);
+}
+
+StoredRows BatchInsert::Stored() const {
+  // What a transaction of the caller's held went with the connection.
+  const std::int64_t stored = kept_ + (lost_ ? 0 : pending_);
+  return {stored, stored + static_cast<std::int64_t>(inDoubt_)};
+}
+
+std::string BatchInsert::NumberOf(std::int64_t heldRow) const { return std::to_string(before_ + done_ + heldRow + 1); }
+
+bool BatchInsert::IsLost(const runtime::Error& error) const { return SaysConnectionLost(error) || session_->IsDead(); }
+
+void BatchInsert::Lose(runtime::Error error, std::size_t inDoubt) {
+  inDoubt_ = inDoubt;
+  lost_ = error.WithContext("ligne " + NumberOf(0));
+  throw *lost_;
+}
+
+void BatchInsert::DropStored(std::size_t count) {
+  (session_->InTransaction() ? pending_ : kept_) += static_cast<std::int64_t>(count);
+  DropRows(count);
+}
+
+void BatchInsert::DropRows(std::size_t count) {
+  for (auto& column : columns_) {
+    std::memmove(column.data.data(), column.data.data() + count * column.stride, (held_ - count) * column.stride);
+    std::move(column.indicators.begin() + static_cast<std::ptrdiff_t>(count),
+              column.indicators.begin() + static_cast<std::ptrdiff_t>(held_), column.indicators.begin());
+  }
+  held_ -= count;
+  done_ += static_cast<std::int64_t>(count);
+  if (held_ == 0) heldBytes_ = 0;
+}
+
+std::string BatchInsert::ColumnToldBy(const std::string& description) const {
+  std::string told;
+  for (const auto& column : columns_) {
+    for (const char* quote : {"'", "\"", "`"}) {
+      if (description.find(quote + column.name + quote) == std::string::npos) continue;
+      if (!told.empty() && told != column.name) return {};  // several are named: none is certain
+      told = column.name;
+    }
+  }
+  return told;
+}
+
+void BatchInsert::Flush() {
+  refused_ = 0;
+  if (lost_ && held_ > 0) throw *lost_;  // sent again, rows that are there would be there twice
+  // A batch that fails is halved until the bad row stands among a few, and those go one by one. One that waited in vain for a lock goes one by
+  // one at once: each of its halves would wait as long.
+  for (std::size_t rows = held_; held_ > 0; rows = std::min(rows, held_)) {
+    const bool batched = method_ != BatchMethod::kRowByRow && rows > 1;
+    if (batched && SendBatch(rows)) {
+      DropStored(rows);
+    } else if (batched && rows > kFewRows && !waited_) {
+      rows /= 2;
+    } else {
+      SendRowByRow(std::min(rows, held_));
+    }
+  }
+}
+
+}  // namespace tamlo::ado::odbc
