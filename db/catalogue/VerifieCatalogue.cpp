@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "ado/Types.h"
-#include "db/ContenuCatalogue.h"
+#include "db/catalogue/ContenuCatalogue.h"
 #include "db/DataBase.h"
 #include "db/DbUtil.h"
 #include "db/ddl/Generateur.h"

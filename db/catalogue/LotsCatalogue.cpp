@@ -1,4 +1,4 @@
-#include "db/LotsCatalogue.h"
+#include "db/catalogue/LotsCatalogue.h"
 
 #include "db/DataBase.h"
 

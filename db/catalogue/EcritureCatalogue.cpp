@@ -5,7 +5,7 @@
 #include "ado/Connection.h"
 #include "db/DataBase.h"
 #include "db/DbUtil.h"
-#include "db/LotsCatalogue.h"
+#include "db/catalogue/LotsCatalogue.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
 

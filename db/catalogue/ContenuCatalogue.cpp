@@ -1,4 +1,4 @@
-#include "db/ContenuCatalogue.h"
+#include "db/catalogue/ContenuCatalogue.h"
 
 #include <algorithm>
 
