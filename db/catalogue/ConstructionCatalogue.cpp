@@ -9,7 +9,7 @@
 #include "db/DataBase.h"
 #include "db/DbUtil.h"
 #include "db/ddl/Generateur.h"
-#include "db/ddl/GenerateurBase.h"
+#include "db/kinds/Moteur.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
 

@@ -1,4 +1,4 @@
-#include "db/ddl/ParamOra.h"
+#include "db/kinds/ParamOra.h"
 
 #include <gtest/gtest.h>
 

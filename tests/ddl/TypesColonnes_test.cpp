@@ -1,4 +1,4 @@
-#include "db/ddl/TypesColonnes.h"
+#include "db/kinds/TypesColonnes.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "db/ddl/FichierPartage.h"
+#include "db/kinds/FichierPartage.h"
 
 #include <filesystem>
 #include <fstream>

@@ -1,10 +1,10 @@
-#include "db/ddl/GenerateurMySql.h"
+#include "db/kinds/MoteurMySql.h"
 
 #include <algorithm>
 #include <cctype>
 
 #include "db/DbUtil.h"
-#include "db/ddl/TypesColonnes.h"
+#include "db/kinds/TypesColonnes.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
 #include "support/Support.h"

@@ -1,4 +1,4 @@
-#include "db/ddl/GenerateurAdox.h"
+#include "db/kinds/MoteurJet.h"
 
 namespace tamlo::db::ddl {
 

@@ -1,10 +1,10 @@
-#include "db/ddl/GenerateurOracle.h"
+#include "db/kinds/MoteurOracle.h"
 
 #include <charconv>
 #include <cmath>
 
-#include "db/ddl/ParamOra.h"
-#include "db/ddl/TypesColonnes.h"
+#include "db/kinds/ParamOra.h"
+#include "db/kinds/TypesColonnes.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
 #include "support/Support.h"

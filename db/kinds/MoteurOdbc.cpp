@@ -1,6 +1,6 @@
-#include "db/ddl/GenerateurOdbc.h"
+#include "db/kinds/MoteurOdbc.h"
 
-#include "db/ddl/GenerateurAdox.h"
+#include "db/kinds/MoteurJet.h"
 
 namespace tamlo::db::ddl {
 

@@ -1,7 +1,7 @@
-#include "db/ddl/GenerateurSqlServer.h"
+#include "db/kinds/MoteurSqlServer.h"
 
-#include "db/ddl/GenerateurAdox.h"
-#include "db/ddl/TypesColonnes.h"
+#include "db/kinds/MoteurJet.h"
+#include "db/kinds/TypesColonnes.h"
 
 namespace tamlo::db::ddl {
 

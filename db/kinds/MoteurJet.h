@@ -1,6 +1,6 @@
 #pragma once
 
-#include "db/ddl/GenerateurBase.h"
+#include "db/kinds/Moteur.h"
 
 namespace tamlo::db::ddl {
 

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "db/ddl/GenerateurBase.h"
+#include "db/kinds/Moteur.h"
 
 namespace tamlo::db::ddl {
 
-/// SQL Server: names in double quotes, the indexes of a new table as constraints inside its CREATE TABLE, columns added by the catalog.
-class GenerateurSqlServer final : public GenerateurBase {
+/// Generic ODBC: no table and no index is created; columns are added by the catalog.
+class GenerateurOdbc final : public GenerateurBase {
  public:
   void CreeTable(DataBase& db, DbTbl& tbl) const override;
   void AjouteColonne(DataBase& db, DbTbl& tbl, const NouvelleColonne& colonne) const override;

@@ -1,4 +1,4 @@
-#include "db/ddl/ParamOra.h"
+#include "db/kinds/ParamOra.h"
 
 #include <array>
 #include <filesystem>
@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "db/Environnement.h"
-#include "db/ddl/FichierPartage.h"
+#include "db/kinds/FichierPartage.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
