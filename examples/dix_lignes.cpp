@@ -2,9 +2,9 @@
 #include <iostream>
 
 #include "ado/Command.h"
-#include "providers/Fournisseurs.h"
 #include "db/DataBase.h"
 #include "jet/Database.h"
+#include "providers/Fournisseurs.h"
 #include "runtime/Conversions.h"
 
 int main() {
