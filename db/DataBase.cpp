@@ -1,6 +1,8 @@
 #include "db/DataBase.h"
 
-#include "db/sql/FormateSSQL.h"
+#include "db/kinds/Moteur.h"
+#include "db/kinds/Moteurs.h"
+#include "db/sql/TablesQualifiees.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
 
@@ -39,14 +41,16 @@ ado::Catalog& DataBase::Catalogue() const {
   return *catalogue_;
 }
 
+const kinds::Moteur& DataBase::Moteur() const { return kinds::MoteurDe(typ_); }
+
 std::string DataBase::ConnectionString() const { return Connexion().ConnectionString(); }
 std::string DataBase::Provider() const { return Connexion().Provider(); }
 std::string DataBase::UID() const { return runtime::ToText(Connexion().Property("User ID")); }
 std::string DataBase::Pwd() const { return runtime::ToText(Connexion().Property("Password")); }
 
 std::string DataBase::Version() const {
-  if (typ_ != TypJet) return "5";
-  return runtime::ToText(Connexion().Property("JET OLEDB:ENGINE TYPE"));
+  const char* const propriete = Moteur().faits.proprieteVersion;
+  return propriete == nullptr ? "5" : runtime::ToText(Connexion().Property(propriete));
 }
 
 }  // namespace tamlo::db

@@ -18,6 +18,9 @@
 namespace tamlo::db {
 
 class Patience;
+namespace kinds {
+class Moteur;
+}
 namespace sql {
 class TablesQualifiees;
 }
@@ -207,6 +210,8 @@ class DataBase {
   [[nodiscard]] ado::Connection& Connexion() const;
   [[nodiscard]] ado::Catalog& Catalogue() const;
   [[nodiscard]] std::int16_t Kind16() const noexcept { return typ_; }
+  /// What the layer knows of this database's kind: whoever depends on the kind asks here, and compares no number.
+  [[nodiscard]] const kinds::Moteur& Moteur() const;
   /// The listed table of that name, even where the name is a number: never one at a position. Error 9 when there is none.
   [[nodiscard]] DbTbl& TableNommee(const std::string& nom);
   /// True while Ouvre goes on: nothing is then asked of the sources of attached tables.
@@ -271,9 +276,9 @@ class DataBase {
   [[nodiscard]] std::vector<TableBase> TablesDeLaBase();
   void CompareALaBase(TableBase& table, DbTbl& memoire, const std::function<void(std::string)>& dit);
   void RelitDefinitions();
-  [[nodiscard]] std::vector<std::pair<std::string, std::string>> TablesOracle();
+  [[nodiscard]] std::vector<std::pair<std::string, std::string>> TablesDesProprietaires();
   void AjouteTablesCatalogue(ado::Recordset* rsFld, ado::Recordset* rsIdx);
-  void AjouteTablesOracle(ado::Recordset* rsFld, ado::Recordset* rsIdx);
+  void AjouteTablesDesProprietaires(ado::Recordset* rsFld, ado::Recordset* rsIdx);
   void AjouteTableAttachee(const std::string& nom, ado::Recordset* rsFld, ado::Recordset* rsIdx);
   [[nodiscard]] bool EstListee(const std::string& nom) const;
   void AjouteTable(ado::Table& table, ado::Recordset* rsFld, ado::Recordset* rsIdx, const std::string& owner);

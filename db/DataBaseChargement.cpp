@@ -7,6 +7,7 @@
 #include "db/DataBase.h"
 #include "db/DbUtil.h"
 #include "db/Environnement.h"
+#include "db/kinds/Moteur.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
@@ -22,30 +23,14 @@ bool EstHorsListe(std::string_view type) {
   return std::find(kHorsListe.begin(), kHorsListe.end(), type) != kHorsListe.end();
 }
 
-/// The further owner that a database name may carry as a part "OWNER=name", parts being separated by ";"; "" when there
-/// is none.
-std::string ProprietaireDuNom(const std::string& nom) {
-  constexpr std::string_view kCle = "OWNER=";
-  std::string_view reste = nom;
-  while (!reste.empty()) {
-    const std::string_view partie = reste.substr(0, reste.find(';'));
-    reste.remove_prefix(std::min(partie.size() + 1, reste.size()));
-    const std::string majuscules = runtime::UpperCase(runtime::Trim(partie));
-    if (majuscules.starts_with(kCle)) return majuscules.substr(kCle.size());
-  }
-  return {};
-}
-
 bool EstAttachee(std::string_view type) { return type == "LINK" || type == "PASS-THROUGH"; }
 
 }  // namespace
 
 bool DataBase::CataloguePresent() { return ExisteTbl(kTblKorv) && ExisteTbl(kFldKorv) && ExisteTbl(kIdxKorv); }
 
-/// A table that is made by two statements (MySQL, Oracle), of which the second has never run.
-bool DataBase::SansCle(const std::string& table) {
-  return (typ_ == TypMySql || typ_ == TypOracle) && Catalogue().Tables(table).Indexes().empty();
-}
+/// A table that is made by two statements, of which the second has never run.
+bool DataBase::SansCle(const std::string& table) { return Moteur().faits.indexApart && Catalogue().Tables(table).Indexes().empty(); }
 
 std::vector<DataBase::TableBase> DataBase::TablesDeLaBase() {
   std::vector<TableBase> tables;
@@ -54,8 +39,8 @@ std::vector<DataBase::TableBase> DataBase::TablesDeLaBase() {
     const bool connue = std::any_of(tables.begin(), tables.end(), [&](const TableBase& autre) { return autre.nom == nom; });
     if (!connue && !EstTableDuCatalogue(nom)) tables.push_back({nom, owner, std::move(table)});
   };
-  if (typ_ == TypOracle) {
-    for (const auto& [nom, owner] : TablesOracle()) {
+  if (Moteur().faits.proprietaires) {
+    for (const auto& [nom, owner] : TablesDesProprietaires()) {
       const ado::Table* table = Catalogue().Find(nom);
       ajoute(table != nullptr ? *table : ado::Table(nom), owner);
     }
@@ -94,8 +79,8 @@ void DataBase::ChargeListeTbl() {
     try {
       return LitListeTbl(patience);
     } catch (const runtime::Error& erreur) {
-      // On MySQL a table may be on its way while it is read: the list is then read from its beginning.
-      if (typ_ != TypMySql || !DUnAutreProgramme(erreur) || !patience.Encore()) throw;
+      // Where several build the same catalog a table may be on its way while it is read: the list is then read from its beginning.
+      if (!Moteur().faits.construitEnCommun || !Moteur().DUnAutreProgramme(erreur) || !patience.Encore()) throw;
     }
     tables_.resize(nombre);
     erreurs_.resize(erreurs);
@@ -121,8 +106,8 @@ void DataBase::LitListeTbl(Patience& patience) {
   }
   ado::Recordset* champs = present ? &rsFld : nullptr;
   ado::Recordset* index = present ? &rsIdx : nullptr;
-  if (typ_ == TypOracle) {
-    AjouteTablesOracle(champs, index);
+  if (Moteur().faits.proprietaires) {
+    AjouteTablesDesProprietaires(champs, index);
   } else {
     AjouteTablesCatalogue(champs, index);
   }
@@ -148,22 +133,19 @@ void DataBase::AjouteTablesCatalogue(ado::Recordset* rsFld, ado::Recordset* rsId
   }
 }
 
-std::vector<std::pair<std::string, std::string>> DataBase::TablesOracle() {
+std::vector<std::pair<std::string, std::string>> DataBase::TablesDesProprietaires() {
   const Environnement& environnement = EnvironnementCourant();
   const std::string owner = support::EstVide(environnement.nomLogin) ? environnement.nomUtlConnecte() : environnement.nomLogin;
-  const std::string autre = ProprietaireDuNom(nom_);
-  std::string sql = "SELECT * FROM ALL_TABLES WHERE (OWNER = '" + owner + "')";
-  if (!support::EstVide(autre)) sql += " OR (OWNER = '" + runtime::UpperCase(autre) + "')";
   std::vector<std::pair<std::string, std::string>> tables;
-  ado::Recordset rs = OpenRecordSet(sql + " ORDER BY TABLE_NAME", 0);
+  ado::Recordset rs = OpenRecordSet(Moteur().QuestionTables(owner, nom_), 0);
   for (; !rs.Eof(); rs.MoveNext())
     tables.emplace_back(TexteCatalogue(rs.Fields("TABLE_NAME").Value()), TexteCatalogue(rs.Fields("OWNER").Value()));
   rs.Close();
   return tables;
 }
 
-void DataBase::AjouteTablesOracle(ado::Recordset* rsFld, ado::Recordset* rsIdx) {
-  for (const auto& [nom, proprietaire] : TablesOracle()) {
+void DataBase::AjouteTablesDesProprietaires(ado::Recordset* rsFld, ado::Recordset* rsIdx) {
+  for (const auto& [nom, proprietaire] : TablesDesProprietaires()) {
     // The dictionary may list a table that the connection's catalog leaves out: it is known by its name alone.
     ado::Table seule(nom);
     ado::Table* table = Catalogue().Find(nom);

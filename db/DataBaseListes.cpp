@@ -6,7 +6,7 @@
 #include "db/DataBase.h"
 #include "db/DbUtil.h"
 #include "db/ddl/Generateur.h"
-#include "db/sql/FormateSSQL.h"
+#include "db/sql/TablesQualifiees.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"

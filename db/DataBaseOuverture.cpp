@@ -1,45 +1,12 @@
 #include "ado/Secrets.h"
 #include "db/DataBase.h"
 #include "db/Environnement.h"
+#include "db/kinds/Moteur.h"
 #include "runtime/Error.h"
 #include "runtime/Secret.h"
 #include "support/Support.h"
 
 namespace tamlo::db {
-
-namespace {
-
-const char* ProviderTyp(std::int16_t typ) {
-  switch (typ) {
-    case TypJet:
-      return "Microsoft.Jet.OLEDB.4.0";
-    case TypSqlServer:
-      return "sqloledb";
-    case TypOracle:
-      return "OraOLEDB.Oracle";
-    case TypMySql:
-      return "MSDASQL.1";
-    default:
-      return "MSDASQL";
-  }
-}
-
-std::string MessageRefus(const runtime::PendingError& erreur, std::int16_t typ) {
-  switch (erreur.number) {
-    case runtime::kFileInUseExclusively:
-    case runtime::kFileInUse:
-    case runtime::kDatabaseInUse:
-      return "La base est en cours de définition par un autre poste";
-    case runtime::kProviderFailure:
-      if (typ == TypOracle) return "Utilisateur ou mot de passe incorrect";
-      break;
-    default:
-      break;
-  }
-  return "La base est incorrecte. Erreur " + std::to_string(erreur.number) + " (" + erreur.description + ")";
-}
-
-}  // namespace
 
 bool DataBase::Ouvre(const std::string& nom, std::int16_t typ, bool avecMvt) {
   nom_ = nom;
@@ -49,17 +16,17 @@ bool DataBase::Ouvre(const std::string& nom, std::int16_t typ, bool avecMvt) {
   // The catalog and the recordsets of an earlier opening still look at the connection of that time.
   if (connexion_) precedentes_.push_back(std::move(connexion_));
   connexion_ = std::make_unique<ado::Connection>();
-  connexion_->Provider(ProviderTyp(typ));
+  connexion_->Provider(Moteur().faits.provider);
   connexion_->GeneralNumbers(true);
 
   auto erreur = runtime::IgnoringErrors([&] { OuvreConnexion(); });
-  if (typ == TypMySql) {
+  if (Moteur().faits.curseurClient) {
     const auto curseur = runtime::IgnoringErrors([&] { connexion_->CursorLocation(ado::adUseClient); });
     if (curseur) erreur = curseur;
   }
   if (erreur) {
     constexpr std::int16_t kExclamation = 48;
-    support::Msg(MessageRefus(erreur, typ), kExclamation, "Impossible d'ouvrir la base <" + ado::WithoutSecrets(nom_) + ">");
+    support::Msg(Moteur().MessageRefus(erreur), kExclamation, "Impossible d'ouvrir la base <" + ado::WithoutSecrets(nom_) + ">");
     connexion_.reset();
     return false;
   }
@@ -70,7 +37,8 @@ bool DataBase::Ouvre(const std::string& nom, std::int16_t typ, bool avecMvt) {
 }
 
 void DataBase::OuvreConnexion() {
-  if (typ_ == TypJet) {
+  const kinds::Faits& faits = Moteur().faits;
+  if (!faits.avecLogin) {
     connexion_->Open(nom_, "", "");
     return;
   }
@@ -79,14 +47,18 @@ void DataBase::OuvreConnexion() {
   const std::string utilisateur = connecte ? environnement.nomUtlConnecte() : environnement.nomLogin;
   std::string motPasse = connecte ? environnement.pwdUtlConnecte() : environnement.pwdLogin;
   const runtime::WipedAtEnd efface(motPasse);
-  connexion_->Open(typ_ == TypSqlServer ? "Initial Catalog=" + nom_ + ";" : nom_, utilisateur, motPasse);
+  connexion_->Open(faits.avantNom + nom_ + faits.apresNom, utilisateur, motPasse);
 }
 
 void DataBase::InitialiseOuverture() {
   // Each step is left at its first failure, silently, and the next one goes on.
-  constexpr std::int16_t kVerrous = 12000;
-  if (typ_ == TypJet) Etape("verrous du fichier", [&] { connexion_->Property("Jet OLEDB:Max Locks Per File", kVerrous); });
-  if (typ_ == TypOracle) Etape("ordre de tri", [&] { ExecuteSQL("ALTER SESSION SET NLS_SORT=BINARY"); });
+  const kinds::Preparation& preparation = Moteur().faits.preparation;
+  if (preparation.etape != nullptr) {
+    Etape(preparation.etape, [&] {
+      if (preparation.propriete != nullptr) connexion_->Property(preparation.propriete, preparation.valeur);
+      if (preparation.ordre != nullptr) ExecuteSQL(preparation.ordre);
+    });
+  }
   Etape("catalogue de la connexion", [&] {
     catalogue_ = std::make_unique<ado::Catalog>(*connexion_);
     std::erase_if(precedentes_, [](const auto& precedente) { return !precedente->InUse(); });

@@ -2,6 +2,7 @@
 
 #include "db/DataBase.h"
 #include "db/DbUtil.h"
+#include "db/kinds/Moteur.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
@@ -33,7 +34,7 @@ bool DataBase::AddRlt(const std::string& aliasSrc, const std::string& fldSrc, co
 }
 
 void DataBase::AddRltAttachee(const DbRlt& rlt) {
-  if (typ_ == TypJet) AjouteRlt(rlt);
+  if (Moteur().faits.attache) AjouteRlt(rlt);
 }
 
 void DataBase::GetListeRlt(const std::string& aliasDe, const std::string& aliasVers, std::vector<DbRlt*>& chaine, std::int16_t& longueur,
@@ -65,7 +66,7 @@ void DataBase::GetListeRlt(const std::string& aliasDe, const std::string& aliasV
 void DataBase::ChargeListeRlt() {
   tableEnCours_ = kRltKorv;
   const std::size_t nombre = relations_.size();
-  // On MySQL the table may be on its way, or its key.
+  // Where several build the same catalog the table may be on its way, or its key.
   for (Patience patience;;) {
     try {
       if (!ExisteTbl(kRltKorv)) {
@@ -74,7 +75,7 @@ void DataBase::ChargeListeRlt() {
       }
       return LitRelations();
     } catch (const runtime::Error& erreur) {
-      if (typ_ != TypMySql || !DUnAutreProgramme(erreur) || !patience.Encore()) throw;
+      if (!Moteur().faits.construitEnCommun || !Moteur().DUnAutreProgramme(erreur) || !patience.Encore()) throw;
       relations_.resize(nombre);
     }
     Catalogue().Refresh();
@@ -99,7 +100,7 @@ void DataBase::LitRelations() {
   }
   rs.Close();
   if (!vide || !SansCle(kRltKorv)) return;
-  if (typ_ == TypMySql) return CompleteCle(DefinitionCatalogue(kRltKorv));
+  if (Moteur().faits.construitEnCommun) return CompleteCle(DefinitionCatalogue(kRltKorv));
   SupTbl(kRltKorv);
   CreeCatRlt(*this);
 }

@@ -1,6 +1,9 @@
+#include <algorithm>
+
 #include "db/DataBase.h"
 #include "db/Environnement.h"
-#include "db/sql/FormateSSQL.h"
+#include "db/kinds/Moteur.h"
+#include "db/sql/TablesQualifiees.h"
 #include "runtime/Conversions.h"
 
 namespace tamlo::db {
@@ -38,15 +41,15 @@ void DataBase::ExecuteSQL(const std::string& sql) {
 }
 
 void DataBase::BeginTrans() {
-  if (typ_ != TypSqlServer) Connexion().BeginTrans();
+  if (Moteur().faits.transactions) Connexion().BeginTrans();
 }
 
 void DataBase::CommitTrans() {
-  if (typ_ != TypSqlServer) Connexion().CommitTrans();
+  if (Moteur().faits.transactions) Connexion().CommitTrans();
 }
 
 void DataBase::RollBack() {
-  if (typ_ != TypSqlServer) Connexion().RollbackTrans();
+  if (Moteur().faits.transactions) Connexion().RollbackTrans();
 }
 
 void DataBase::CopieBase(const std::string& fichier) { Connexion().Backup(fichier); }
@@ -60,7 +63,7 @@ std::int32_t DataBase::GetCptSuiv(const std::string& table, const std::string& c
 }
 
 bool DataBase::PrivilegeOK(const std::string& privilege) {
-  if (typ_ != TypOracle) return true;
+  if (!Moteur().faits.privileges) return true;
   const std::string compte = EnvironnementCourant().nomUtlConnecte();
   const auto auMoinsUne = [&](const std::string& sql) {
     ado::Recordset rs = OpenRecordSet(sql, 0);
@@ -68,21 +71,17 @@ bool DataBase::PrivilegeOK(const std::string& privilege) {
     rs.Close();
     return trouve;
   };
-  return auMoinsUne("SELECT * FROM ROLE_SYS_PRIVS,USER_ROLE_PRIVS WHERE ROLE = GRANTED_ROLE AND USERNAME = '" + compte +
-                    "' AND PRIVILEGE='" + privilege + "'") ||
-         auMoinsUne("SELECT * FROM USER_SYS_PRIVS WHERE USERNAME = '" + compte + "' AND PRIVILEGE='" + privilege + "'");
+  const auto questions = Moteur().QuestionsPrivilege(compte, privilege);
+  return std::any_of(questions.begin(), questions.end(), auMoinsUne);
 }
 
 void DataBase::FormateSSQL(std::string& sql) const {
-  if (typ_ != TypOracle) {
-    sql::FormateSSQL(sql, typ_, fmtDate_, nullptr);
-    return;
-  }
-  if (!qualifiees_) {
+  const kinds::Moteur& moteur = Moteur();
+  if (moteur.faits.proprietaires && !qualifiees_) {
     qualifiees_ = std::make_unique<sql::TablesQualifiees>();
     for (const EntreeTbl& entree : tables_) qualifiees_->Ajoute(entree.tbl->Nom(), entree.tbl->Owner());
   }
-  sql::FormateSSQL(sql, typ_, fmtDate_, qualifiees_.get());
+  moteur.FormateSSQL(sql, {fmtDate_, qualifiees_.get()});
 }
 
 void DataBase::NomsChanges() noexcept { qualifiees_.reset(); }

@@ -8,6 +8,7 @@
 #include "ado/Types.h"
 #include "db/DataBase.h"
 #include "db/DbUtil.h"
+#include "db/kinds/Moteur.h"
 #include "runtime/Conversions.h"
 #include "runtime/Dates.h"
 #include "runtime/Error.h"
@@ -72,14 +73,14 @@ void DataBase::EtablitSonde() {
       AddTbl(std::move(tbl));
       return;
     } catch (const runtime::Error& erreur) {
-      if (!DUnAutreProgramme(erreur) || !patience.Encore()) throw;
+      if (!Moteur().DUnAutreProgramme(erreur) || !patience.Encore()) throw;
     }
     Catalogue().Refresh();
   }
 }
 
 void DataBase::TesteFormatDate() {
-  if (typ_ != TypMySql) return;
+  if (!Moteur().faits.sondeDates) return;
   tableEnCours_ = "$TESTDT$";
   SupTbl("$TESTDT$");
   tableEnCours_ = kSonde;

@@ -3,6 +3,7 @@
 #include "db/DataBase.h"
 #include "db/DbTbl.h"
 #include "db/DbUtil.h"
+#include "db/kinds/Moteur.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
@@ -10,19 +11,19 @@
 namespace tamlo::db {
 
 void DbIdx::Init(const ado::Index& index, DbTbl* table) {
-  const bool mySql = table != nullptr && table->Db() != nullptr && table->Db()->Kind16() == TypMySql;
-  if (mySql) {
-    Init(index, table, LitClesMySql(*table->Db(), table->Nom()));
+  const bool apart = table != nullptr && table->Db() != nullptr && table->Db()->Moteur().faits.questionCles != nullptr;
+  if (apart) {
+    Init(index, table, LitCles(*table->Db(), table->Nom()));
     return;
   }
   Decrit(index, table);
 }
 
-void DbIdx::Init(const ado::Index& index, DbTbl* table, const std::vector<CleMySql>& cles) {
+void DbIdx::Init(const ado::Index& index, DbTbl* table, const std::vector<CleLue>& cles) {
   Decrit(index, table);
-  primary_ = nom_ == "PRIMARY";
+  primary_ = nom_ == table->Db()->Moteur().faits.clePrimaire;
   std::vector<Champ> champs;
-  for (const CleMySql& cle : cles) {
+  for (const CleLue& cle : cles) {
     if (cle.index == nom_) champs.push_back({cle.champ, cle.champ, ado::adSortAscending});
   }
   // The server knows a primary key as PRIMARY alone: one that was made under another name keeps the described fields.

@@ -9,7 +9,7 @@
 namespace tamlo::db {
 
 class DbTbl;
-struct CleMySql;
+struct CleLue;
 
 /// One index of a table: its name, flags and fields in order. Belongs to its table; filled once by Init.
 class DbIdx {
@@ -19,7 +19,7 @@ class DbIdx {
   /// named PRIMARY; errors of that query go to the caller. Error 6 beyond 32767 fields.
   void Init(const ado::Index& index, DbTbl* table);
   /// The same for a MySQL table whose keys have been read already.
-  void Init(const ado::Index& index, DbTbl* table, const std::vector<CleMySql>& cles);
+  void Init(const ado::Index& index, DbTbl* table, const std::vector<CleLue>& cles);
 
   [[nodiscard]] std::int16_t NbFld() const;
   [[nodiscard]] bool Primary() const noexcept { return primary_; }

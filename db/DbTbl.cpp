@@ -5,6 +5,7 @@
 #include "db/DataBase.h"
 #include "db/DbUtil.h"
 #include "db/Environnement.h"
+#include "db/kinds/Moteur.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
@@ -59,10 +60,7 @@ std::int16_t DbTbl::PlaceFld(const std::string& nom) const {
 
 bool DbTbl::ExisteFld(const std::string& nom) const { return PosFld(nom) != -1; }
 
-bool DbTbl::ExisteIdx(const std::string& nom) const {
-  const bool oracle = db_ != nullptr && db_->Kind16() == TypOracle;
-  return PosIdx(oracle ? nom_ + "_" + nom : nom) != -1;
-}
+bool DbTbl::ExisteIdx(const std::string& nom) const { return PosIdx(db_ != nullptr ? db_->Moteur().NomIndex(nom_, nom) : nom) != -1; }
 
 bool DbTbl::ExisteCpt() const {
   return std::any_of(Connue().champs_.begin(), champs_.end(), [](const auto& champ) { return champ->EstCpt(); });
@@ -97,21 +95,11 @@ DataBase& DbTbl::DbRequis() const {
 
 bool DbTbl::PrivilegeOK(const std::string& privilege) {
   DataBase& db = DbRequis();
-  if (db.Kind16() != TypOracle) return true;
+  if (!db.Moteur().faits.privileges) return true;
   const std::string utilisateur = EnvironnementCourant().nomUtlConnecte();
   if (owner_ == utilisateur) return true;
   if (db.PrivilegeOK(privilege + " ANY TABLE")) return true;
-  ado::Recordset rs = db.OpenRecordSet(
-      "SELECT * FROM ALL_TAB_PRIVS,USER_ROLE_PRIVS WHERE GRANTEE = GRANTED_ROLE (+)"
-      " AND (GRANTEE = '" +
-          utilisateur + "' OR USERNAME = '" + utilisateur +
-          "')"
-          " AND TABLE_SCHEMA='" +
-          owner_ + "' AND TABLE_NAME='" + nom_ +
-          "'"
-          " AND PRIVILEGE='" +
-          privilege + "'",
-      0);
+  ado::Recordset rs = db.OpenRecordSet(db.Moteur().QuestionPrivilege(utilisateur, owner_, nom_, privilege), 0);
   const bool ok = !rs.Eof();
   rs.Close();
   return ok;

@@ -14,7 +14,7 @@
 namespace tamlo::db {
 
 class DataBase;
-struct CleMySql;
+struct CleLue;
 
 /// Definition of one table: fields and indexes with their lookups and edits. Owned by the table list of its DataBase,
 /// or by the program that describes a new table (no Db) until it hands it to DataBase::AddTbl. Keys of lookups are a
@@ -109,7 +109,7 @@ class DbTbl {
   void ChargeFldCatalogue(ado::Table* table, ado::Recordset& rsFld);
   void ChargeIdxTable(ado::Table& table);
   void ChargeIdxCatalogue(ado::Recordset& rsIdx);
-  using CacheCles = std::optional<std::vector<CleMySql>>;
+  using CacheCles = std::optional<std::vector<CleLue>>;
   void AjouteChampCharge(const std::string& nom, std::int16_t typ, double lg, bool estCpt, std::int16_t no);
   void AjouteIndexCharge(const ado::Index& index, CacheCles& cles);
   /// An index over a field, and the backend's name of it.

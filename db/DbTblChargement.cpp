@@ -4,6 +4,7 @@
 #include "db/DataBase.h"
 #include "db/DbTbl.h"
 #include "db/DbUtil.h"
+#include "db/kinds/Moteur.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
@@ -12,37 +13,6 @@ namespace tamlo::db {
 
 namespace {
 
-struct TypeLongueur {
-  std::int16_t typ;
-  double lg;
-};
-
-/// What a backend's column is to the layer: Oracle and MySQL have one exact numeric for several of our types.
-TypeLongueur TypeDeColonne(std::int16_t kind, std::int16_t typ, double lg, std::int16_t precision, std::int16_t echelle) {
-  if (typ != ado::adNumeric) return {typ, lg};
-  if (kind == TypOracle) {
-    switch (precision) {
-      case 1:
-        return {ado::adBoolean, lg};
-      case 3:
-        return {ado::adUnsignedTinyInt, lg};
-      case 5:
-        return {ado::adSmallInt, lg};
-      case 10:
-        return {ado::adInteger, lg};
-      default:
-        return {typ, lg};
-    }
-  }
-  if (kind == TypMySql) {
-    if (precision == 1) return {ado::adBoolean, lg};
-    constexpr double kLgDouble = 8;
-    constexpr double kLgDecimal15 = 15;
-    return {ado::adDouble, precision == 15 && echelle == 0 ? kLgDecimal15 : kLgDouble};
-  }
-  return {typ, lg};
-}
-
 /// Type, length and counter flag of a backend's column as the layer knows them.
 struct DescriptionChamp {
   std::int16_t typ;
@@ -50,10 +20,9 @@ struct DescriptionChamp {
   bool estCpt;
 };
 
-DescriptionChamp Decrit(std::int16_t kind, const ado::Column& colonne) {
-  const auto [typ, lg] =
-      TypeDeColonne(kind, colonne.type, static_cast<double>(colonne.definedSize), colonne.precision, colonne.numericScale);
-  const bool estCpt = kind == TypJet && colonne.type == ado::adInteger && colonne.properties.Has("AutoIncrement") &&
+DescriptionChamp Decrit(const kinds::Moteur& moteur, const ado::Column& colonne) {
+  const auto [typ, lg] = moteur.LitType({colonne.type, static_cast<double>(colonne.definedSize), colonne.precision, colonne.numericScale});
+  const bool estCpt = moteur.faits.compteurs && colonne.type == ado::adInteger && colonne.properties.Has("AutoIncrement") &&
                       runtime::ToBoolean(colonne.properties.Item("AutoIncrement"));
   return {typ, lg, estCpt};
 }
@@ -94,15 +63,14 @@ void DbTbl::Relit(ado::Table& table) {
 }
 
 bool DbTbl::ChargeFldTable() {
-  const std::int16_t kind = db_->Kind16();
-  const bool avecTop = kind == TypJet || kind == TypSqlServer;
+  const kinds::Moteur& moteur = db_->Moteur();
   ado::Recordset rs;
   try {
-    rs = db_->OpenRecordSet((avecTop ? "SELECT TOP 1 * FROM [" : "SELECT * FROM [") + nom_ + "]", 0);
+    rs = db_->OpenRecordSet((moteur.faits.premiereLigne ? "SELECT TOP 1 * FROM [" : "SELECT * FROM [") + nom_ + "]", 0);
   } catch (const runtime::Error& refus) {
     // A table that is not there under its upper-case name stays without fields; one that another program hinders us to read does not.
     constexpr std::int32_t kSansTable = 1146;
-    if (kind == TypMySql && DUnAutreProgramme(refus) && refus.NativeCode() != kSansTable) throw;
+    if (moteur.faits.construitEnCommun && moteur.DUnAutreProgramme(refus) && refus.NativeCode() != kSansTable) throw;
     db_->NoteErreur(nom_, {refus.Number(), refus.Description()});
     return false;
   }
@@ -111,9 +79,9 @@ bool DbTbl::ChargeFldTable() {
   for (std::int16_t i = 0; i < nombre; ++i) {
     const ado::Field& champ = rs.Fields(static_cast<std::size_t>(i));
     const auto [typ, lg] =
-        TypeDeColonne(kind, champ.Type(), static_cast<double>(champ.DefinedSize()), champ.Precision(), champ.NumericScale());
+        moteur.LitType({champ.Type(), static_cast<double>(champ.DefinedSize()), champ.Precision(), champ.NumericScale()});
     bool estCpt = false;
-    if (kind == TypJet && champ.Type() == ado::adInteger) {
+    if (moteur.faits.compteurs && champ.Type() == ado::adInteger) {
       runtime::IgnoringErrors([&] { estCpt = runtime::ToBoolean(champ.Property("IsAutoIncrement")); });
     }
     AjouteChampCharge(champ.Name(), typ, lg, estCpt, i);
@@ -131,7 +99,6 @@ void DbTbl::AjouteChampCharge(const std::string& nom, std::int16_t typ, double l
 
 void DbTbl::ChargeFldCatalogue(ado::Table* table, ado::Recordset& rsFld) {
   if (!ChercheCle(rsFld, "TBLNO", "TABLE", nom_)) return;
-  const std::int16_t kind = db_->Kind16();
   const ado::Field& tbl = rsFld.Fields("TABLE");
   const ado::Field& nom = rsFld.Fields("NOM");
   const ado::Field& no = rsFld.Fields("NO");
@@ -150,7 +117,7 @@ void DbTbl::ChargeFldCatalogue(ado::Table* table, ado::Recordset& rsFld) {
     }
     const auto colonne = ColonneDe(*table, champ);
     if (colonne == table->Columns().end()) continue;  // dropped behind the layer's back: the backend knows what there is
-    const auto [typ, lg, estCpt] = Decrit(kind, *colonne);
+    const auto [typ, lg, estCpt] = Decrit(db_->Moteur(), *colonne);
     AjouteChampCharge(champ, typ, lg, estCpt, numero);
   }
   numerosTroues_ = numerosTroues_ || lignes != static_cast<std::int64_t>(champs_.size());
@@ -178,7 +145,7 @@ void DbTbl::LitDefinition() {
   aLire_ = false;
   for (const ado::Column& colonne : colonnes) {
     const std::int16_t no = runtime::CheckedInt16(static_cast<std::int64_t>(champs_.size()));
-    const auto [typ, lg, estCpt] = Decrit(db_->Kind16(), colonne);
+    const auto [typ, lg, estCpt] = Decrit(db_->Moteur(), colonne);
     AjouteChampCharge(colonne.name, typ, lg, estCpt, no);
   }
   if (index_.empty()) ChargeIdxTable(table);
@@ -189,7 +156,7 @@ void DbTbl::LitTypes() {
   for (const auto& champ : champs_) {
     const auto colonne = ColonneDe(table, champ->nom_);
     if (!champ->typeAttendu_ || colonne == table.Columns().end()) continue;
-    const auto [typ, lg, estCpt] = Decrit(db_->Kind16(), *colonne);
+    const auto [typ, lg, estCpt] = Decrit(db_->Moteur(), *colonne);
     champ->typeAttendu_ = false;
     // A length beyond 16 bits leaves a field without a length.
     runtime::IgnoringErrors([&, typ = typ, lg = lg, estCpt = estCpt] {
@@ -237,9 +204,9 @@ void DbTbl::ChargeIdxCatalogue(ado::Recordset& rsIdx) {
 void DbTbl::AjouteIndexCharge(const ado::Index& index, CacheCles& cles) {
   (void)runtime::CheckedInt16(static_cast<std::int64_t>(index_.size()) + 1);
   auto nouvel = std::make_unique<DbIdx>();
-  if (db_->Kind16() == TypMySql) {
+  if (db_->Moteur().faits.questionCles != nullptr) {
     // One reading of the keys serves all indexes of the table.
-    if (!cles) cles = LitClesMySql(*db_, nom_);
+    if (!cles) cles = LitCles(*db_, nom_);
     nouvel->Init(index, this, *cles);
   } else {
     nouvel->Init(index, this);

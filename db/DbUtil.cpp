@@ -7,6 +7,7 @@
 #include "ado/Types.h"
 #include "db/DataBase.h"
 #include "db/DbTbl.h"
+#include "db/kinds/Moteur.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
@@ -259,9 +260,11 @@ std::string TexteCatalogue(const runtime::Variant& valeur) {
 
 bool DrapeauCatalogue(const runtime::Variant& valeur) { return !valeur.IsNull() && runtime::ToBoolean(valeur); }
 
-std::vector<CleMySql> LitClesMySql(DataBase& db, const std::string& table) {
-  std::vector<CleMySql> cles;
-  ado::Recordset rs = db.OpenRecordSet("SHOW KEYS FROM `" + table + "`", 0);
+std::vector<CleLue> LitCles(DataBase& db, const std::string& table) {
+  std::string question = db.Moteur().faits.questionCles;
+  question.replace(question.find('#'), 1, table);
+  std::vector<CleLue> cles;
+  ado::Recordset rs = db.OpenRecordSet(question, 0);
   const ado::Field& index = rs.Fields("Key_name");
   const ado::Field& champ = rs.Fields("Column_Name");
   for (; !rs.Eof(); rs.MoveNext()) {

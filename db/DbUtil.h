@@ -37,10 +37,6 @@ inline constexpr std::array kTablesReconstruites{"$TBLKORV$", "$FLDKORV$", "$IDX
 /// True when the table has exactly the columns of the definition, by their names.
 [[nodiscard]] bool MemesColonnes(ado::Table& table, DbTbl& definition);
 
-/// True when a statement may have been refused because of what another program does to the same tables at this moment (MySQL): looked at
-/// again, the matter may be settled.
-[[nodiscard]] bool DUnAutreProgramme(const runtime::Error& erreur);
-
 /// The waits of somebody who tries again for as long as ten seconds.
 class Patience {
  public:
@@ -107,12 +103,12 @@ void RenumeroteChamps(DataBase& db, const std::string& table, std::int16_t posit
 /// A flag of a catalog row; false for a null.
 [[nodiscard]] bool DrapeauCatalogue(const runtime::Variant& valeur);
 
-/// One field of a MySQL key: the key's name in upper case, the column's in lower case.
-struct CleMySql {
+/// One field of a key as the server lists it: the key's name in upper case, the column's in lower case.
+struct CleLue {
   std::string index;
   std::string champ;
 };
-/// All keys of a MySQL table in the server's order, by "SHOW KEYS". Its errors go to the caller.
-[[nodiscard]] std::vector<CleMySql> LitClesMySql(DataBase& db, const std::string& table);
+/// All keys of a table in the server's order, by the question of its kind (Faits::questionCles). Its errors go to the caller.
+[[nodiscard]] std::vector<CleLue> LitCles(DataBase& db, const std::string& table);
 
 }  // namespace tamlo::db

@@ -8,7 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "db/sql/FormateSSQL.h"
+#include "db/kinds/Moteur.h"
+#include "db/kinds/Moteurs.h"
+#include "db/sql/TablesQualifiees.h"
 #include "runtime/RegionalSettings.h"
 #include "runtime/Text.h"
 
@@ -44,7 +46,7 @@ void Traduction(benchmark::State& state, std::int16_t kind, int nombre) {
   std::string texte;
   for (auto _ : state) {
     texte = kTexte;
-    tamlo::db::sql::FormateSSQL(texte, kind, "YYYY-MM-DD", &tables);
+    tamlo::db::kinds::MoteurDe(kind).FormateSSQL(texte, {"YYYY-MM-DD", &tables});
     benchmark::DoNotOptimize(texte.data());
   }
 }

@@ -24,23 +24,23 @@ ado::Recordset Demande(DataBase& db, const std::string& sql) {
   return rs;
 }
 
-/// On MySQL, where definitions are no part of a transaction: one program at a time builds the catalog of a database. The server lets go of
+/// Where definitions are no part of a transaction: one program at a time builds the catalog of a database. The server lets go of
 /// the lock when the connection ends, however it ends. A server that has no such locks is worked with as it is, and the servers of a cluster
 /// do not know each other's: the lock spares work, what is built does not depend on it.
 class VerrouConstruction {
  public:
-  explicit VerrouConstruction(DataBase& db) : db_(db), pris_(Verrou("GET_LOCK", ",60")) {}
+  explicit VerrouConstruction(DataBase& db) : db_(db), pris_(Verrou(db.Moteur().faits.prendVerrou)) {}
   ~VerrouConstruction() {
-    if (pris_) (void)Verrou("RELEASE_LOCK", "");
+    if (pris_) (void)Verrou(db_.Moteur().faits.rendVerrou);
   }
   VerrouConstruction(const VerrouConstruction&) = delete;
   VerrouConstruction& operator=(const VerrouConstruction&) = delete;
 
  private:
-  [[nodiscard]] bool Verrou(const std::string& fonction, const std::string& delai) {
+  [[nodiscard]] bool Verrou(const char* question) {
     bool oui = false;
     (void)runtime::IgnoringErrors([&] {
-      ado::Recordset rs = Demande(db_, "SELECT " + fonction + "(CONCAT('tamlo_',MD5(DATABASE()))" + delai + ")");
+      ado::Recordset rs = Demande(db_, question);
       oui = !rs.Eof() && runtime::ToText(rs.Fields(0).Value()) == "1";
       rs.Close();
     });
@@ -51,14 +51,6 @@ class VerrouConstruction {
 };
 
 }  // namespace
-
-bool DUnAutreProgramme(const runtime::Error& erreur) {
-  // Unknown command (a cluster's node that is not ready), table exists, unknown table, key exists twice, primary key twice, no such table,
-  // lock wait, deadlock or conflict, statement interrupted, definition changed, row changed.
-  static constexpr std::array<std::int32_t, 11> kNumeros{1047, 1050, 1051, 1061, 1068, 1146, 1205, 1213, 1317, 1412, 1020};
-  if (erreur.Number() == runtime::kDuplicateKey) return true;
-  return std::find(kNumeros.begin(), kNumeros.end(), erreur.NativeCode()) != kNumeros.end();
-}
 
 bool Patience::Encore() {
   using std::chrono::milliseconds;
@@ -72,7 +64,7 @@ bool Patience::Encore() {
 /// At the opening. Another program may be building the same catalog: whoever is hindered by it begins anew, for it may have taken away what the
 /// other one has written, so that the last of them leaves it whole.
 void DataBase::ConstruitCatalogue(Patience& patience) {
-  if (typ_ == TypMySql) return ConstruitCatalogueMySql(patience);
+  if (Moteur().faits.construitEnCommun) return ConstruitCatalogueMySql(patience);
   constexpr int kEssais = 6;
   std::optional<runtime::Error> refus;
   for (int essai = 1;; ++essai) {
@@ -84,7 +76,7 @@ void DataBase::ConstruitCatalogue(Patience& patience) {
       const bool aucune =
           std::none_of(kTablesReconstruites.begin(), kTablesReconstruites.end(), [&](const char* nom) { return ExisteTbl(nom); });
       // Generic ODBC has no catalog unless somebody made one.
-      if (aucune && (typ_ < TypJet || typ_ > TypMySql)) return;
+      if (aucune && Moteur().faits.tables == kinds::Voie::kAucune) return;
       if (aucune || essai == kEssais) throw;
       std::this_thread::sleep_for(std::chrono::milliseconds(50) * essai);
       Catalogue().Refresh();
@@ -105,7 +97,7 @@ void DataBase::ConstruitCatalogueMySql(Patience& patience) {
       refus = EcritLignesCatalogue(true);
       break;
     } catch (const runtime::Error& erreur) {
-      if (!DUnAutreProgramme(erreur) || !patience.Encore()) throw;
+      if (!Moteur().DUnAutreProgramme(erreur) || !patience.Encore()) throw;
     }
   }
   if (refus) throw *std::move(refus);
@@ -164,7 +156,7 @@ DataBase::LignesPresentes DataBase::TientLignesCatalogue() {
     regarde(kIdxKorv, "TABLE", index);
     regarde(kTblKorv, "NOM", tables);
   } catch (const runtime::Error& erreur) {
-    if (DUnAutreProgramme(erreur)) throw;
+    if (Moteur().DUnAutreProgramme(erreur)) throw;
     return LignesPresentes::kAucune;
   }
   if (champs && tables) return LignesPresentes::kAchevees;

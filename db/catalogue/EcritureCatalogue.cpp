@@ -6,6 +6,7 @@
 #include "db/DataBase.h"
 #include "db/DbUtil.h"
 #include "db/catalogue/LotsCatalogue.h"
+#include "db/kinds/Moteur.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
 
@@ -68,7 +69,7 @@ std::optional<runtime::Error> DataBase::EcritLignesCatalogue(bool regarde) {
     } catch (runtime::Error& erreur) {
       const auto rang = lots.RangRefuse();
       // What the server undid for another program's sake says nothing of the row.
-      if (!rang || (erreur.Number() != runtime::kDuplicateKey && DUnAutreProgramme(erreur))) throw;
+      if (!rang || (erreur.Number() != runtime::kDuplicateKey && Moteur().DUnAutreProgramme(erreur))) throw;
       // Only a row that is refused once more, now that no other's rows are in its way, is where the writing ends.
       if (essaye) {
         if (arret && !(*rang < *arret)) throw;
@@ -86,7 +87,7 @@ std::optional<runtime::Error> DataBase::EcritLignesCatalogue(bool regarde) {
 std::optional<runtime::Error> DataBase::RefaitCatalogue() {
   // On Access the three tables and their rows are one transaction; elsewhere the rows alone: a definition ends what is open.
   std::optional<ado::Transaction> ensemble;
-  if (typ_ == TypJet) ensemble.emplace(Connexion());
+  if (Moteur().faits.definitionsEnTransaction) ensemble.emplace(Connexion());
   std::optional<runtime::Error> refus;
   try {
     for (const auto& [nom, cree] : {std::pair{kTblKorv, &CreeCatTbl}, std::pair{kFldKorv, &CreeCatFld}, std::pair{kIdxKorv, &CreeCatIdx}}) {

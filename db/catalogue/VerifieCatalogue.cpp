@@ -7,6 +7,7 @@
 #include "db/DataBase.h"
 #include "db/DbUtil.h"
 #include "db/ddl/Generateur.h"
+#include "db/kinds/Moteur.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
@@ -19,11 +20,9 @@ using Dit = std::function<void(std::string)>;
 
 std::string Cle(std::int16_t i) { return std::to_string(i); }
 
-bool GardePrimaire(const DataBase& db) { return db.Kind16() == TypJet || db.Kind16() < TypJet || db.Kind16() > TypMySql; }
-
-/// The encoded field list as far as the backend tells it: MySQL's keys are read without directions.
+/// The encoded field list as far as the backend tells it: some keys are read without directions.
 std::string Champs(const DataBase& db, std::string champs) {
-  if (db.Kind16() != TypMySql) return champs;
+  if (db.Moteur().faits.sensDesCles) return champs;
   std::string sans;
   for (std::size_t i = 0; i < champs.size(); ++i) {
     const bool marque = champs[i] == '-' && (i == 0 || champs[i - 1] == ';');
@@ -63,10 +62,11 @@ std::int16_t Homologue(DataBase& db, DbTbl& base, const DbTbl& memoire, const Db
     const std::string& sien = base.ListeIdx(Cle(i)).Nom();
     if (sien == runtime::UpperCase(idx.Nom()) || sien == nomBase) return i;
   }
-  // The primary key of a MySQL server has one name alone, and is primary under no other.
+  // Where the primary key has one name alone it is primary under no other.
+  const char* const clePrimaire = db.Moteur().faits.clePrimaire;
   for (std::int16_t i = 0; i < base.NbIdx(); ++i) {
     const DbIdx& sien = base.ListeIdx(Cle(i));
-    const bool meme = db.Kind16() == TypMySql ? sien.Nom() == "PRIMARY" : sien.Primary() && idx.Primary();
+    const bool meme = clePrimaire != nullptr ? sien.Nom() == clePrimaire : sien.Primary() && idx.Primary();
     if (meme && Champs(db, sien.SFld()) == Champs(db, idx.SFld())) return i;
   }
   return -1;
@@ -89,7 +89,7 @@ void CompareIndex(DataBase& db, DbTbl& base, DbTbl& memoire, const Dit& dit) {
     const bool sienUnique = sien.Unique() || sien.Primary();
     const bool notreUnique = notre.Unique() || notre.Primary();
     if (sienUnique != notreUnique) dit(index + "unique, " + OuiNon(sienUnique) + " dans la base, " + OuiNon(notreUnique) + " en mémoire");
-    if (GardePrimaire(db) && sien.Primary() != notre.Primary())
+    if (db.Moteur().faits.gardePrimaire && sien.Primary() != notre.Primary())
       dit(index + "primaire, " + OuiNon(sien.Primary()) + " dans la base, " + OuiNon(notre.Primary()) + " en mémoire");
   }
   for (std::int16_t i = 0; i < base.NbIdx(); ++i) {
@@ -131,7 +131,7 @@ void CompareAuCatalogue(DataBase& db, DbTbl& memoire, const ContenuTable* conten
     const bool sienUnique = sien->second.unique || sien->second.primaire;
     if (sienUnique != (notre.Unique() || notre.Primary()))
       dit(index + " : unique, " + OuiNon(sienUnique) + " au catalogue, " + OuiNon(!sienUnique) + " en mémoire");
-    if (GardePrimaire(db) && sien->second.primaire != notre.Primary())
+    if (db.Moteur().faits.gardePrimaire && sien->second.primaire != notre.Primary())
       dit(index + " : primaire, " + OuiNon(sien->second.primaire) + " au catalogue, " + OuiNon(notre.Primary()) + " en mémoire");
   }
   for (const auto& [nom, index] : contenu->index) {

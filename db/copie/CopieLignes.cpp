@@ -8,6 +8,7 @@
 
 #include "ado/BulkInsert.h"
 #include "db/copie/LignesSource.h"
+#include "db/kinds/Moteur.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
 #include "support/Support.h"
@@ -106,16 +107,16 @@ class EcritureCible {
  private:
   [[nodiscard]] ColonneCible Colonne(const ado::Recordset& description, const ado::Field& source) const {
     const ado::Field& champ = description.Fields(source.Name());
-    // The sizes of the other kinds' drivers are no promise: a column without a length is told with one.
-    const bool sur = cible_.Kind16() >= TypJet && cible_.Kind16() < TypOdbc;
+    // The sizes of some kinds' drivers are no promise: a column without a length is told with one.
+    const bool sur = cible_.Moteur().faits.longueursSures;
     const bool limite = sur && ado::IsTextType(champ.Type()) && !ado::IsLongType(champ.Type()) && champ.DefinedSize() > 0;
     return {champ.Name(), limite ? static_cast<std::size_t>(champ.DefinedSize()) : 0, EstMoment(source.Type()) && EstMoment(champ.Type())};
   }
 
-  /// The owner behind which the target's table stands, on Oracle alone; statements name it without quotes.
+  /// The owner behind which the target's table stands, where tables have one; statements name it without quotes.
   [[nodiscard]] std::string Proprietaire() const {
     const std::string nom = runtime::UpperCase(runtime::Trim(nom_));
-    for (std::int16_t i = 0; cible_.Kind16() == TypOracle && i < cible_.NbTbl(); ++i) {
+    for (std::int16_t i = 0; cible_.Moteur().faits.proprietaires && i < cible_.NbTbl(); ++i) {
       const DbTbl& tbl = cible_.ListeTbl(std::to_string(i));
       if (tbl.Nom() == nom) return runtime::UpperCase(runtime::Trim(tbl.Owner()));
     }

@@ -2,6 +2,7 @@
 
 #include "db/DataBase.h"
 #include "db/copie/CopieLignes.h"
+#include "db/kinds/Moteur.h"
 #include "runtime/Error.h"
 #include "support/Support.h"
 
@@ -51,7 +52,7 @@ CopieBilan DataBase::CopieDonnees(const std::string& nom, DataBase& cible, const
   const MessagePassager message("Copie de la table " + nom + " dans la base <" + cible.ConnectionString() + ">");
   const bool manque = !cible.ExisteTbl(nom);
   if (manque) TblCopie(nom, cible, true, false);
-  if (typ_ != TypJet || cible.typ_ != TypJet || options.debut > 0) {
+  if (!Moteur().faits.estFichier || !cible.Moteur().faits.estFichier || options.debut > 0) {
     try {
       return ddl::CopieLignes(*this, cible, nom, options);
     } catch (const runtime::Error&) {
@@ -81,7 +82,7 @@ CopieBilan DataBase::TblCopie(const std::string& nom, DataBase& cible, bool ajou
     DbTbl& source = TableNommee(nom);
     // An attached table whose source cannot be reached has no fields, and the copy would have none either: the reason is raised.
     if (source.NbFld() == 0 && source.attachee_) source.LitDefinition();
-    cible.AddTbl(MemeStructure(source, typ_ != TypOracle));
+    cible.AddTbl(MemeStructure(source, !Moteur().faits.prefixeIndex));
   }
   return copie ? ddl::CopieLignes(*this, cible, nom, options) : CopieBilan{};
 }

@@ -5,6 +5,7 @@
 #include "ado/ConnectionKeys.h"
 #include "db/DataBase.h"
 #include "db/DbUtil.h"
+#include "db/kinds/Moteur.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
@@ -43,7 +44,7 @@ ado::Table LienVers(const std::string& nom, DbTbl& table) {
   const DataBase& source = *table.Db();
   ado::Table lien(nom);
   lien.Property("Jet OLEDB:Create Link", true);
-  if (source.Kind16() == TypJet) {
+  if (source.Moteur().faits.estFichier) {
     lien.Property("Jet OLEDB:Link Datasource", source.ConnectionString());
     lien.Property("Jet OLEDB:Remote Table Name", table.Nom());
     return lien;
@@ -74,7 +75,7 @@ std::string NomLocal(const DbTbl& source, const std::string& donne) {
 }  // namespace
 
 void DataBase::AddTblAttachee(DbTbl& source, const std::string& nomLocal) {
-  if (typ_ != TypJet) return;
+  if (!Moteur().faits.attache) return;
   const std::string nom = NomLocal(source, nomLocal);
   if (EstCatalogue(nom) || ExisteTbl(nom)) return;
   const ado::Table lien = LienVers(nom, source);
@@ -89,7 +90,7 @@ void DataBase::AddTblAttachee(DbTbl& source, const std::string& nomLocal) {
 }
 
 void DataBase::ModTblAttachee(DbTbl& source, const std::string& nom) {
-  if (typ_ != TypJet || EstCatalogue(runtime::UpperCase(runtime::Trim(nom)))) return;
+  if (!Moteur().faits.attache || EstCatalogue(runtime::UpperCase(runtime::Trim(nom)))) return;
   // What can be refused comes first: the old link would be gone already.
   (void)LienVers(NomLocal(source, nom), source);
   if (ExisteTbl(nom) && !EstLien(Catalogue().Tables(std::string(runtime::Trim(nom))))) {

@@ -1,23 +1,127 @@
 #include "db/ddl/Generateur.h"
 
 #include <algorithm>
+#include <functional>
 #include <utility>
+#include <vector>
 
 #include "ado/Types.h"
 #include "db/DataBase.h"
-#include "db/kinds/MoteurJet.h"
+#include "db/DbUtil.h"
+#include "db/Environnement.h"
 #include "db/kinds/Moteur.h"
-#include "db/kinds/MoteurMySql.h"
-#include "db/kinds/MoteurOdbc.h"
-#include "db/kinds/MoteurOracle.h"
-#include "db/kinds/MoteurSqlServer.h"
-#include "db/kinds/TypesColonnes.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
 
 namespace tamlo::db::ddl {
 
 namespace {
+
+using kinds::Voie;
+
+kinds::DefIdx Definition(const DbIdx& idx) {
+  kinds::DefIdx definition{Description(idx), {}};
+  for (std::int16_t i = 0; i < idx.NbFld(); ++i) definition.champsDecrits.push_back(idx.NomFldDecrit(i));
+  return definition;
+}
+
+/// The table alone, without its fields and indexes.
+kinds::DefTbl Identite(const DataBase& db, const DbTbl& tbl) {
+  kinds::DefTbl definition;
+  definition.nom = tbl.Nom();
+  definition.owner = tbl.Owner();
+  if (db.Moteur().faits.avecParametres) {
+    definition.dossierParametres = EnvironnementCourant().dossierProgramme;
+    definition.suffixeParametres = db.ConnectionString();
+  }
+  return definition;
+}
+
+/// A table with its fields and indexes.
+kinds::DefTbl Definition(const DataBase& db, DbTbl& tbl) {
+  kinds::DefTbl definition = Identite(db, tbl);
+  for (std::int16_t i = 0; i < tbl.NbFld(); ++i) {
+    const DbFld& fld = tbl.ListeFld(std::to_string(i));
+    definition.champs.push_back({fld.Nom(), fld.Typ(), fld.Lg(), fld.EstCpt()});
+  }
+  for (std::int16_t i = 0; i < tbl.NbIdx(); ++i) definition.index.push_back(Definition(tbl.ListeIdx(std::to_string(i))));
+  return definition;
+}
+
+/// A column as the catalog is to make it: texts take the empty string, counters count, other fields take nulls; booleans as they are.
+ado::Column Colonne(const kinds::DefFld& champ) {
+  ado::Column colonne;
+  colonne.name = champ.nom;
+  colonne.type = static_cast<std::int16_t>(champ.typ);
+  colonne.definedSize = champ.lg;
+  if (champ.typ == ado::adBoolean) return colonne;
+  if (champ.typ == ado::adVarWChar || champ.typ == ado::adLongVarWChar) {
+    colonne.properties.Set("Jet OLEDB:Allow Zero Length", true);
+  } else if (champ.estCpt) {
+    colonne.properties.Set("AutoIncrement", true);
+  } else {
+    colonne.attributes = ado::adColNullable;
+  }
+  return colonne;
+}
+
+ado::Index SansNuls(ado::Index index) {
+  index.indexNulls = ado::adIndexNullsIgnore;
+  return index;
+}
+
+void CreeAuCatalogue(DataBase& db, const kinds::DefTbl& definition) {
+  ado::Table table(definition.nom);
+  for (const kinds::DefFld& champ : definition.champs) table.AppendColumn(Colonne(champ));
+  for (const kinds::DefIdx& idx : definition.index) table.AppendIndex(SansNuls(idx.index));
+  db.Catalogue().Append(table);
+}
+
+/// Through the translation, unless that would change one of the names ("Date d'entrée" on MySQL).
+void Execute(DataBase& db, const kinds::Edition& edition) {
+  std::string traduit = edition.texte;
+  const auto refus = runtime::IgnoringErrors([&] { db.FormateSSQL(traduit); });
+  const bool entiers = !refus && std::all_of(edition.noms.begin(), edition.noms.end(),
+                                             [&](const std::string& nom) { return traduit.find(nom) != std::string::npos; });
+  if (entiers) {
+    db.ExecuteSQL(edition.texte);
+  } else {
+    db.Connexion().Execute(edition.texte, ado::adExecuteNoRecords);
+  }
+}
+
+void CreeParOrdres(DataBase& db, const kinds::DefTbl& definition) {
+  const kinds::CreationTbl creation = db.Moteur().CreeTable(definition);
+  if (creation.table.empty()) return;
+  db.Connexion().Execute(creation.table, ado::adExecuteNoRecords);
+  db.Catalogue().Refresh();
+  for (const kinds::Edition& index : creation.index) Execute(db, index);
+}
+
+/// The text that drops a column or an index of a table, from the two names as they are quoted.
+using TexteSuppression = std::function<std::string(const std::string& table, const std::string& nom)>;
+
+/// Sends that text of the dialect through the translation; untranslated, with the kind's own quotes, where the translation would make another
+/// name of one (to MySQL [x'y] would name the column x"y).
+void ExecuteSuppression(DataBase& db, const DbTbl& tbl, const std::string& nom, const TexteSuppression& texte) {
+  const kinds::Moteur& moteur = db.Moteur();
+  const std::string dialecte = texte("[" + tbl.Nom() + "]", "[" + nom + "]");
+  const std::string table = moteur.CiteTraduit(tbl.Nom());
+  const std::string cite = moteur.CiteTraduit(nom);
+  const bool possedee = moteur.faits.proprietaires && !runtime::TrimRight(tbl.Owner()).empty();
+  const std::string propre = texte(possedee ? moteur.CiteTraduit(tbl.Owner()) + "." + table : table, cite);
+  std::string traduit = dialecte;
+  const auto refus = runtime::IgnoringErrors([&] { db.FormateSSQL(traduit); });
+  traduit = runtime::UpperCase(traduit);
+  const auto arrive = [&](const std::string& voulu) {
+    return propre.find(voulu) == std::string::npos || traduit.find(voulu) != std::string::npos;
+  };
+  if (!refus && arrive(table) && arrive(cite)) {
+    db.ExecuteSQL(dialecte);
+  } else {
+    db.Connexion().Execute(propre, ado::adExecuteNoRecords);
+  }
+}
 
 /// What the backend says of an index now; kRefus when it does not answer.
 enum class Presence { kAbsent, kPresent, kRefus };
@@ -36,73 +140,27 @@ Presence Cherche(DataBase& db, const DbTbl& tbl, const std::string& nom) {
   return present ? Presence::kPresent : Presence::kAbsent;
 }
 
-}  // namespace
-
-const GenerateurBase& GenerateurDe(std::int16_t kind) {
-  static const GenerateurAdox adox;
-  static const GenerateurSqlServer sqlServer;
-  static const GenerateurOracle oracle;
-  static const GenerateurMySql mySql;
-  static const GenerateurOdbc odbc;
-  switch (kind) {
-    case TypJet:
-      return adox;
-    case TypSqlServer:
-      return sqlServer;
-    case TypOracle:
-      return oracle;
-    case TypMySql:
-      return mySql;
-    default:
-      return odbc;
-  }
+/// For an index that the backend has under no name of ours: the one name of every primary key, where such a key has its fields; "" when
+/// there is none. Errors of the question go to the caller.
+std::string Homologue(DataBase& db, const DbTbl& tbl, const DbIdx& idx) {
+  const char* const primaire = db.Moteur().faits.clePrimaire;
+  if (primaire == nullptr || !idx.Unique() || tbl.ExisteIdx(primaire)) return {};
+  std::vector<CleLue> champs = LitCles(db, tbl.Nom());
+  std::erase_if(champs, [&](const CleLue& cle) { return cle.index != primaire; });
+  bool memes = !champs.empty() && champs.size() == static_cast<std::size_t>(idx.NbFld());
+  for (std::size_t i = 0; memes && i < champs.size(); ++i) memes = champs[i].champ == idx.NomFld(static_cast<std::int16_t>(i));
+  return memes ? primaire : std::string();
 }
 
-void ExecuteCreation(DataBase& db, const std::string& texte) {
-  db.Connexion().Execute(texte, ado::adExecuteNoRecords);
-  db.Catalogue().Refresh();
-}
-
-void ExecuteEdition(DataBase& db, const std::string& texte, const std::vector<std::string>& noms) {
-  std::string traduit = texte;
-  const auto refus = runtime::IgnoringErrors([&] { db.FormateSSQL(traduit); });
-  const bool entiers =
-      !refus && std::all_of(noms.begin(), noms.end(), [&](const std::string& nom) { return traduit.find(nom) != std::string::npos; });
-  if (entiers) {
-    db.ExecuteSQL(texte);
-  } else {
-    db.Connexion().Execute(texte, ado::adExecuteNoRecords);
-  }
-}
-
-namespace {
-
-/// A name as the kind's own texts quote it, in the case that the translation gives it.
-std::string Cite(std::int16_t kind, const std::string& nom) {
-  if (kind == TypJet || kind == TypSqlServer) return "[" + runtime::UpperCase(nom) + "]";
-  return EntreMajuscules(kind == TypOracle ? '"' : '`', nom);
+/// Drops it. False when it is there and was refused, or when the backend does not answer.
+bool SupprimeHomologue(DataBase& db, const DbTbl& tbl, const DbIdx& idx) {
+  std::string homologue;
+  if (runtime::IgnoringErrors([&] { homologue = Homologue(db, tbl, idx); })) return false;
+  const auto texte = [&](const std::string& table, const std::string& index) { return db.Moteur().SupprimeIndex(table, index, true); };
+  return homologue.empty() || !runtime::IgnoringErrors([&] { ExecuteSuppression(db, tbl, homologue, texte); });
 }
 
 }  // namespace
-
-void ExecuteSuppression(DataBase& db, const DbTbl& tbl, const std::string& nom, const TexteSuppression& texte) {
-  const std::string dialecte = texte("[" + tbl.Nom() + "]", "[" + nom + "]");
-  const std::string table = Cite(db.Kind16(), tbl.Nom());
-  const std::string cite = Cite(db.Kind16(), nom);
-  const bool possedee = db.Kind16() == TypOracle && !runtime::TrimRight(tbl.Owner()).empty();
-  const std::string propre = texte(possedee ? Cite(TypOracle, tbl.Owner()) + "." + table : table, cite);
-  std::string traduit = dialecte;
-  const auto refus = runtime::IgnoringErrors([&] { db.FormateSSQL(traduit); });
-  traduit = runtime::UpperCase(traduit);
-  const auto arrive = [&](const std::string& voulu) {
-    return propre.find(voulu) == std::string::npos || traduit.find(voulu) != std::string::npos;
-  };
-  if (!refus && arrive(table) && arrive(cite)) {
-    db.ExecuteSQL(dialecte);
-  } else {
-    db.Connexion().Execute(propre, ado::adExecuteNoRecords);
-  }
-}
 
 ado::Index Description(const DbIdx& idx) {
   ado::Index index;
@@ -118,21 +176,16 @@ ado::Index Description(const DbIdx& idx) {
   return index;
 }
 
-std::string ListeChamps(const ado::Index& index, char marque, bool majuscules) {
-  std::string texte = "(";
-  for (const ado::Column& colonne : index.columns) {
-    if (texte.size() > 1) texte += ',';
-    texte += majuscules ? EntreMajuscules(marque, colonne.name) : Entre(marque, colonne.name);
-    if (colonne.sortOrder == ado::adSortDescending) texte += " DESC";
+void CreeTable(DataBase& db, DbTbl& tbl) {
+  switch (db.Moteur().faits.tables) {
+    case Voie::kAucune:
+      return;
+    case Voie::kCatalogue:
+      return CreeAuCatalogue(db, Definition(db, tbl));
+    case Voie::kOrdre:
+      return CreeParOrdres(db, Definition(db, tbl));
   }
-  return texte + ")";
 }
-
-std::string Entre(char marque, const std::string& nom) { return marque + nom + marque; }
-
-std::string EntreMajuscules(char marque, const std::string& nom) { return Entre(marque, runtime::UpperCase(nom)); }
-
-void CreeTable(DataBase& db, DbTbl& tbl) { GenerateurDe(db.Kind16()).CreeTable(db, tbl); }
 
 void SupprimeColonne(DataBase& db, const DbTbl& tbl, const std::string& nom) {
   ExecuteSuppression(db, tbl, nom, [](const std::string& table, const std::string& colonne) {
@@ -141,14 +194,28 @@ void SupprimeColonne(DataBase& db, const DbTbl& tbl, const std::string& nom) {
 }
 
 void AjouteColonne(DataBase& db, DbTbl& tbl, const std::string& nom, std::int32_t typ, std::int32_t lg, bool estCpt) {
-  GenerateurDe(db.Kind16()).AjouteColonne(db, tbl, {nom, typ, lg, estCpt});
+  switch (db.Moteur().faits.colonnes) {
+    case Voie::kAucune:
+      return;
+    case Voie::kCatalogue:
+      return db.Catalogue().Tables(tbl.Nom()).AppendColumn(Colonne({nom, typ, lg, estCpt}));
+    case Voie::kOrdre:
+      return Execute(db, db.Moteur().AjouteColonne(Identite(db, tbl), {nom, typ, lg, estCpt}));
+  }
 }
 
-void CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index) { GenerateurDe(db.Kind16()).CreeIndex(db, tbl, index); }
-
-std::string NomIndexBase(const DataBase& db, const DbTbl& tbl, const std::string& nom) {
-  return GenerateurDe(db.Kind16()).NomIndex(tbl, nom);
+void CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index) {
+  switch (db.Moteur().faits.index) {
+    case Voie::kAucune:
+      return;
+    case Voie::kCatalogue:
+      return db.Catalogue().Tables(tbl.Nom()).AppendIndex(SansNuls(index));
+    case Voie::kOrdre:
+      return Execute(db, db.Moteur().CreeIndex(Identite(db, tbl), index));
+  }
 }
+
+std::string NomIndexBase(const DataBase& db, const DbTbl& tbl, const std::string& nom) { return db.Moteur().NomIndex(tbl.Nom(), nom); }
 
 bool SupprimeIndex(DataBase& db, DbTbl& tbl, const DbIdx& idx) {
   std::string nom = NomIndexBase(db, tbl, idx.Nom());
@@ -159,13 +226,12 @@ bool SupprimeIndex(DataBase& db, DbTbl& tbl, const DbIdx& idx) {
   if (!refus) return true;
   // A definition loaded from an Oracle server holds the backend's name already.
   if (nom != idx.Nom() && Cherche(db, tbl, idx.Nom()) == Presence::kPresent) nom = idx.Nom();
-  const auto& generateur = GenerateurDe(db.Kind16());
   const auto texte = [&](const std::string& table, const std::string& index) {
-    return generateur.TexteSupIndex(table, index, idx.Primary());
+    return db.Moteur().SupprimeIndex(table, index, idx.Primary());
   };
   const auto encore = runtime::IgnoringErrors([&] { ExecuteSuppression(db, tbl, nom, texte); });
   if (!encore) return true;
-  return Cherche(db, tbl, nom) == Presence::kAbsent && generateur.SupprimeHomologue(db, tbl, idx);
+  return Cherche(db, tbl, nom) == Presence::kAbsent && SupprimeHomologue(db, tbl, idx);
 }
 
 std::optional<std::string> NomIndexPresent(DataBase& db, const DbTbl& tbl, const DbIdx& idx) {
@@ -183,7 +249,7 @@ std::optional<std::string> NomIndexPresent(DataBase& db, const DbTbl& tbl, const
         if (nomme) break;
       }
     }
-    if (trouve.empty()) trouve = GenerateurDe(db.Kind16()).NomHomologue(db, tbl, idx);
+    if (trouve.empty()) trouve = Homologue(db, tbl, idx);
     nomBase = std::move(trouve);
   });
   return nomBase;
@@ -211,33 +277,19 @@ std::optional<ado::Index> IndexRestant(DataBase& db, const DbTbl& tbl, const DbI
 }
 
 bool MemeColonne(const DataBase& db, const DbFld& un, const DbFld& autre) {
-  const auto texte = [&](const DbFld& fld) -> std::optional<std::string> {
-    switch (db.Kind16()) {
-      case TypSqlServer:
-        return TypeColonne(Dialecte::kSqlServer, fld.Typ(), fld.Lg());
-      case TypMySql:
-        return TypeColonne(Dialecte::kMySql, fld.Typ(), fld.Lg());
-      case TypOracle:
-        // What is written without a scale comes back as a numeric.
-        if (fld.Typ() == ado::adNumeric || fld.Typ() == ado::adSingle) return " NUMBER";
-        return TypeColonne(Dialecte::kOracle, fld.Typ(), fld.Lg());
-      default:
-        return std::nullopt;
-    }
-  };
   if (un.Typ() == autre.Typ() && (un.Typ() != ado::adVarWChar || un.Lg() == autre.Lg())) return true;
-  const auto sien = texte(un);
-  return sien && sien == texte(autre);
+  const auto sien = db.Moteur().TypeRelu(un.Typ(), un.Lg());
+  return sien && sien == db.Moteur().TypeRelu(autre.Typ(), autre.Lg());
 }
 
 void SupprimeTable(DataBase& db, const std::string& nom, const DbTbl* tbl) {
-  const GenerateurBase& generateur = GenerateurDe(db.Kind16());
-  const std::string texte = generateur.TexteSupTable(nom, tbl);
+  const kinds::Moteur& moteur = db.Moteur();
+  const std::string texte = moteur.SupprimeTable(nom, tbl == nullptr ? std::string() : tbl->Owner());
   try {
     db.Connexion().Execute(texte, ado::adExecuteNoRecords);
   } catch (const runtime::Error&) {
     // A number or one of the server's own words is a name between quotes alone. Whatever else is wrong is so with them too.
-    const std::string cite = generateur.TexteSupTableCite(nom);
+    const std::string cite = moteur.SupprimeTableCitee(nom);
     if (cite.empty() || cite == texte) throw;
     if (runtime::IgnoringErrors([&] { db.Connexion().Execute(cite, ado::adExecuteNoRecords); })) throw;
   }

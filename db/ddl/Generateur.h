@@ -13,12 +13,13 @@ class DbIdx;
 class DbTbl;
 }  // namespace tamlo::db
 
-/// What the layer asks of the generators of its five backends. Each chooses by the kind of the DataBase; memory and catalog rows are the
-/// caller's. Errors of the backend go to the caller as runtime::Error.
+/// Definitions and edits in the backend: what the kind of the DataBase (db/kinds) says is made into objects of the connection's catalog or
+/// sent. Memory and catalog rows are the caller's. Errors of the backend go to the caller as runtime::Error.
 namespace tamlo::db::ddl {
 
 /// Creates the table with its fields and indexes in the backend and refreshes the connection's catalog. Nothing on generic ODBC, and
-/// nothing on the SQL kinds for a table without fields. Error 5 "Type <code> non géré" on MySQL before anything runs.
+/// nothing on the SQL kinds for a table without fields. Error 5 "Type <code> non géré" for a column that the kind cannot write, before
+/// anything runs.
 void CreeTable(DataBase& db, DbTbl& tbl);
 
 /// Drops a column of the backend's table, by its name as the caller gave it. The backend's refusal is raised.
@@ -46,6 +47,9 @@ void CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index);
 /// The index as it is kept in memory, without the fields that the backend no longer has in its index nomBase: without any when that is gone.
 /// Nothing when the backend does not answer.
 [[nodiscard]] std::optional<ado::Index> IndexRestant(DataBase& db, const DbTbl& tbl, const DbIdx& idx, const std::string& nomBase);
+
+/// An index of the layer as a description, its fields under the names kept in memory.
+[[nodiscard]] ado::Index Description(const DbIdx& idx);
 
 /// True when both fields are kept in the same type of column, so that the backend cannot tell one from the other.
 [[nodiscard]] bool MemeColonne(const DataBase& db, const DbFld& un, const DbFld& autre);

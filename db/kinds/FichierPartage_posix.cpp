@@ -6,7 +6,7 @@
 
 #include <cerrno>
 
-namespace tamlo::db::ddl {
+namespace tamlo::db::kinds {
 
 namespace {
 
@@ -51,4 +51,4 @@ std::optional<std::string> LitFichierLibre(const std::string& chemin) {
   }
 }
 
-}  // namespace tamlo::db::ddl
+}  // namespace tamlo::db::kinds

@@ -4,7 +4,7 @@
 #include <fstream>
 #include <iterator>
 
-namespace tamlo::db::ddl {
+namespace tamlo::db::kinds {
 
 // A file that another process opened without sharing cannot be opened: the system's own sharing lock does the work.
 std::optional<std::string> LitFichierLibre(const std::string& chemin) {
@@ -16,4 +16,4 @@ std::optional<std::string> LitFichierLibre(const std::string& chemin) {
   return octets;
 }
 
-}  // namespace tamlo::db::ddl
+}  // namespace tamlo::db::kinds

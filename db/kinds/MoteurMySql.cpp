@@ -1,90 +1,90 @@
 #include "db/kinds/MoteurMySql.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 
-#include "db/DbUtil.h"
-#include "db/kinds/TypesColonnes.h"
-#include "runtime/Error.h"
-#include "runtime/Text.h"
-#include "support/Support.h"
+#include "ado/Types.h"
+#include "db/sql/Passes.h"
 
-namespace tamlo::db::ddl {
+namespace tamlo::db::kinds {
 
 namespace {
 
-constexpr char kMarque = '`';
-constexpr const char* kPrimary = "PRIMARY";
+constexpr Faits kFaits{
+    .provider = "MSDASQL.1",
+    .curseurClient = true,
+    .marque = '`',
+    .sondeDates = true,
+    .tables = Voie::kOrdre,
+    .colonnes = Voie::kOrdre,
+    .index = Voie::kOrdre,
+    // A double of length 15 is exact here alone.
+    .types = {.texte = " CHAR(#)",
+              .memo = " MEDIUMTEXT",
+              .date = " DATETIME",
+              .booleen = " NUMERIC(1)",
+              .octet = " TINYINT UNSIGNED",
+              .court = " SMALLINT",
+              .entier = " INT",
+              .numerique = " INT",
+              .reel = " DOUBLE",
+              .reel15 = " DECIMAL(15,0)",
+              .monnaie = " DOUBLE",
+              .varNumerique = " DOUBLE",
+              .simple = " FLOAT",
+              .binaire = " LONGBLOB"},
+    .indexApart = true,
+    .clePrimaire = "PRIMARY",
+    .questionCles = "SHOW KEYS FROM `#`",
+    .sensDesCles = false,
+    .construitEnCommun = true,
+    .prendVerrou = "SELECT GET_LOCK(CONCAT('tamlo_',MD5(DATABASE())),60)",
+    .rendVerrou = "SELECT RELEASE_LOCK(CONCAT('tamlo_',MD5(DATABASE())))",
+};
 
 }  // namespace
 
-void GenerateurMySql::CreeTable(DataBase& db, DbTbl& tbl) const {
-  if (tbl.NbFld() == 0) return;
-  std::string texte = "CREATE TABLE " + EntreMajuscules(kMarque, tbl.Nom()) + " (";
-  for (std::int16_t i = 0; i < tbl.NbFld(); ++i) {
-    const DbFld& fld = tbl.ListeFld(std::to_string(i));
-    const auto type = TypeColonne(Dialecte::kMySql, fld.Typ(), fld.Lg());
-    if (!type) throw runtime::Error(runtime::kInvalidArgument, "Type " + std::to_string(fld.Typ()) + " non géré");
-    if (i > 0) texte += ',';
-    texte += EntreMajuscules(kMarque, fld.Nom()) + " " + *type;
-  }
-  ExecuteCreation(db, texte + ")");
-  for (std::int16_t i = 0; i < tbl.NbIdx(); ++i) CreeIndex(db, tbl, Description(tbl.ListeIdx(std::to_string(i))));
+MoteurMySql::MoteurMySql() : Moteur(kFaits) {}
+
+void MoteurMySql::Traduit(std::string& sql, const Contexte& contexte) const { sql::PourMySql(sql, contexte.fmtDate); }
+
+// One exact numeric stands for several of our types.
+TypeDeChamp MoteurMySql::LitType(const TypeDeBase& base) const {
+  if (base.typ != ado::adNumeric) return {base.typ, base.lg};
+  if (base.precision == 1) return {ado::adBoolean, base.lg};
+  constexpr double kLgDouble = 8;
+  constexpr double kLgDecimal15 = 15;
+  return {ado::adDouble, base.precision == 15 && base.echelle == 0 ? kLgDecimal15 : kLgDouble};
 }
 
-void GenerateurMySql::AjouteColonne(DataBase& db, DbTbl& tbl, const NouvelleColonne& colonne) const {
-  const std::string owner = support::EstVide(std::string_view(tbl.Owner())) ? "" : tbl.Owner() + ".";
-  const std::string champ = EntreMajuscules(kMarque, colonne.nom);
-  ExecuteEdition(db,
-                 "ALTER TABLE " + owner + EntreMajuscules(kMarque, tbl.Nom()) + " ADD (" + champ + " " +
-                     TypeColonne(Dialecte::kMySql, colonne.typ, colonne.lg).value_or("") + ")",
-                 {EntreMajuscules(kMarque, tbl.Nom()), champ});
-}
-
-void GenerateurMySql::CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index) const {
-  const std::string champs = ListeChamps(index, kMarque, true);
-  if (index.primaryKey) {
-    const std::string table = Entre(kMarque, tbl.Nom());
-    ExecuteEdition(db, "ALTER TABLE " + table + " ADD PRIMARY KEY " + champs, {table, champs});
-  } else {
-    const std::string nom = EntreMajuscules(kMarque, index.name);
-    const std::string table = EntreMajuscules(kMarque, tbl.Nom());
-    ExecuteEdition(db, std::string("CREATE") + (index.unique ? " UNIQUE" : "") + " INDEX " + nom + " ON " + table + " " + champs,
-                   {nom, table, champs});
-  }
-}
-
-std::string GenerateurMySql::TexteSupIndex(const std::string& table, const std::string& nom, bool primaire) const {
-  if (primaire) return "ALTER TABLE " + table + " DROP PRIMARY KEY";
-  return "DROP INDEX " + nom + " ON " + table;
-}
-
-// A primary key that was made under another name is known to the server as PRIMARY alone.
-std::string GenerateurMySql::NomHomologue(DataBase& db, const DbTbl& tbl, const DbIdx& idx) const {
-  if (!idx.Unique() || tbl.ExisteIdx(kPrimary)) return {};
-  std::vector<CleMySql> champs = LitClesMySql(db, tbl.Nom());
-  std::erase_if(champs, [](const CleMySql& cle) { return cle.index != kPrimary; });
-  bool memes = !champs.empty() && champs.size() == static_cast<std::size_t>(idx.NbFld());
-  for (std::size_t i = 0; memes && i < champs.size(); ++i) memes = champs[i].champ == idx.NomFld(static_cast<std::int16_t>(i));
-  return memes ? kPrimary : std::string();
-}
-
-bool GenerateurMySql::SupprimeHomologue(DataBase& db, const DbTbl& tbl, const DbIdx& idx) const {
-  std::string homologue;
-  if (runtime::IgnoringErrors([&] { homologue = NomHomologue(db, tbl, idx); })) return false;
-  const auto texte = [&](const std::string& table, const std::string& index) { return TexteSupIndex(table, index, true); };
-  return homologue.empty() || !runtime::IgnoringErrors([&] { ExecuteSuppression(db, tbl, homologue, texte); });
+// The table's name keeps its own case before a primary key alone.
+Edition MoteurMySql::TexteIndex(const DefTbl& tbl, const ado::Index& index, const Rangement& rangement) const {
+  if (!index.primaryKey) return Moteur::TexteIndex(tbl, index, rangement);
+  const std::string table = Entre(tbl.nom);
+  const std::string champs = ListeChamps(index, true);
+  return {"ALTER TABLE " + table + " ADD PRIMARY KEY " + champs, {table, champs}};
 }
 
 // Without quotes "A,B" would be two tables, "A.B" one of another database and "A#B" the table A.
-std::string GenerateurMySql::TexteSupTable(const std::string& nom, const DbTbl*) const {
+std::string MoteurMySql::SupprimeTable(const std::string& nom, const std::string& /*owner*/) const {
   const bool simple = std::all_of(nom.begin(), nom.end(), [](char c) {
     const auto octet = static_cast<unsigned char>(c);
     return octet >= 0x80 || std::isalnum(octet) != 0 || c == '_' || c == '$';
   });
-  return simple ? "DROP TABLE " + nom : TexteSupTableCite(nom);
+  return simple ? "DROP TABLE " + nom : SupprimeTableCitee(nom);
 }
 
-std::string GenerateurMySql::TexteSupTableCite(const std::string& nom) const { return "DROP TABLE " + Entre(kMarque, nom); }
+std::string MoteurMySql::SupprimeTableCitee(const std::string& nom) const { return "DROP TABLE " + Entre(nom); }
 
-}  // namespace tamlo::db::ddl
+bool MoteurMySql::DUnAutreProgramme(const runtime::Error& erreur) const { return EstDUnAutreMySql(erreur); }
+
+bool EstDUnAutreMySql(const runtime::Error& erreur) {
+  // Unknown command (a cluster's node that is not ready), table exists, unknown table, key exists twice, primary key twice, no such table,
+  // lock wait, deadlock or conflict, statement interrupted, definition changed, row changed.
+  static constexpr std::array<std::int32_t, 11> kNumeros{1047, 1050, 1051, 1061, 1068, 1146, 1205, 1213, 1317, 1412, 1020};
+  if (erreur.Number() == runtime::kDuplicateKey) return true;
+  return std::find(kNumeros.begin(), kNumeros.end(), erreur.NativeCode()) != kNumeros.end();
+}
+
+}  // namespace tamlo::db::kinds

@@ -2,19 +2,24 @@
 
 #include "db/kinds/Moteur.h"
 
-namespace tamlo::db::ddl {
+namespace tamlo::db::kinds {
 
-/// MySQL: names in back quotes, a primary key by ALTER TABLE, every other index by CREATE INDEX.
-class GenerateurMySql final : public GenerateurBase {
+/// Kind 3, MySQL and MariaDB: names in back quotes, a primary key by ALTER TABLE, every other index by CREATE INDEX.
+class MoteurMySql final : public Moteur {
  public:
-  void CreeTable(DataBase& db, DbTbl& tbl) const override;
-  void AjouteColonne(DataBase& db, DbTbl& tbl, const NouvelleColonne& colonne) const override;
-  void CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index) const override;
-  [[nodiscard]] std::string TexteSupIndex(const std::string& table, const std::string& nom, bool primaire) const override;
-  [[nodiscard]] std::string NomHomologue(DataBase& db, const DbTbl& tbl, const DbIdx& idx) const override;
-  [[nodiscard]] bool SupprimeHomologue(DataBase& db, const DbTbl& tbl, const DbIdx& idx) const override;
-  [[nodiscard]] std::string TexteSupTable(const std::string& nom, const DbTbl* tbl) const override;
-  [[nodiscard]] std::string TexteSupTableCite(const std::string& nom) const override;
+  MoteurMySql();
+
+  [[nodiscard]] TypeDeChamp LitType(const TypeDeBase& base) const override;
+  [[nodiscard]] std::string SupprimeTable(const std::string& nom, const std::string& owner) const override;
+  [[nodiscard]] std::string SupprimeTableCitee(const std::string& nom) const override;
+  [[nodiscard]] bool DUnAutreProgramme(const runtime::Error& erreur) const override;
+
+ protected:
+  void Traduit(std::string& sql, const Contexte& contexte) const override;
+  [[nodiscard]] Edition TexteIndex(const DefTbl& tbl, const ado::Index& index, const Rangement& rangement) const override;
 };
 
-}  // namespace tamlo::db::ddl
+/// The numbers by which servers of this family tell that another program was at the same tables.
+[[nodiscard]] bool EstDUnAutreMySql(const runtime::Error& erreur);
+
+}  // namespace tamlo::db::kinds

@@ -1,15 +1,26 @@
 #include "db/kinds/MoteurOdbc.h"
 
-#include "db/kinds/MoteurJet.h"
+#include "db/kinds/MoteurMySql.h"
+#include "db/sql/Passes.h"
 
-namespace tamlo::db::ddl {
+namespace tamlo::db::kinds {
 
-void GenerateurOdbc::CreeTable(DataBase&, DbTbl&) const {}
+namespace {
 
-void GenerateurOdbc::AjouteColonne(DataBase& db, DbTbl& tbl, const NouvelleColonne& colonne) const { AjouteColonneAdox(db, tbl, colonne); }
+constexpr Faits kFaits{
+    .provider = "MSDASQL",
+    .longueursSures = false,
+    .indexSurTable = false,
+    .gardePrimaire = true,
+};
 
-void GenerateurOdbc::CreeIndex(DataBase&, DbTbl&, const ado::Index&) const {}
+}  // namespace
 
-std::string GenerateurOdbc::TexteSupIndex(const std::string&, const std::string& nom, bool) const { return "DROP INDEX " + nom; }
+MoteurOdbc::MoteurOdbc() : Moteur(kFaits) {}
 
-}  // namespace tamlo::db::ddl
+void MoteurOdbc::Traduit(std::string& sql, const Contexte& contexte) const { sql::PourMySql(sql, contexte.fmtDate); }
+
+// A server of that family may stand behind it.
+bool MoteurOdbc::DUnAutreProgramme(const runtime::Error& erreur) const { return EstDUnAutreMySql(erreur); }
+
+}  // namespace tamlo::db::kinds

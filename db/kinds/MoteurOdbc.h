@@ -2,15 +2,17 @@
 
 #include "db/kinds/Moteur.h"
 
-namespace tamlo::db::ddl {
+namespace tamlo::db::kinds {
 
-/// Generic ODBC: no table and no index is created; columns are added by the catalog.
-class GenerateurOdbc final : public GenerateurBase {
+/// Kind 4 and every number that no other kind has, generic ODBC: statements as for MySQL; no table and no index is created.
+class MoteurOdbc final : public Moteur {
  public:
-  void CreeTable(DataBase& db, DbTbl& tbl) const override;
-  void AjouteColonne(DataBase& db, DbTbl& tbl, const NouvelleColonne& colonne) const override;
-  void CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index) const override;
-  [[nodiscard]] std::string TexteSupIndex(const std::string& table, const std::string& nom, bool primaire) const override;
+  MoteurOdbc();
+
+  [[nodiscard]] bool DUnAutreProgramme(const runtime::Error& erreur) const override;
+
+ protected:
+  void Traduit(std::string& sql, const Contexte& contexte) const override;
 };
 
-}  // namespace tamlo::db::ddl
+}  // namespace tamlo::db::kinds

@@ -1,29 +1,56 @@
 #include "db/kinds/MoteurOracle.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 
+#include "ado/Types.h"
 #include "db/kinds/ParamOra.h"
-#include "db/kinds/TypesColonnes.h"
-#include "runtime/Error.h"
+#include "db/sql/Passes.h"
 #include "runtime/Text.h"
 #include "support/Support.h"
 
-namespace tamlo::db::ddl {
+namespace tamlo::db::kinds {
 
 namespace {
 
-constexpr char kMarque = '"';
+constexpr Faits kFaits{
+    .provider = "OraOLEDB.Oracle",
+    .messageRefus = "Utilisateur ou mot de passe incorrect",
+    .preparation = {.etape = "ordre de tri", .ordre = "ALTER SESSION SET NLS_SORT=BINARY"},
+    .proprietaires = true,
+    .privileges = true,
+    .ouvre = '"',
+    .ferme = '"',
+    .tables = Voie::kOrdre,
+    .colonnes = Voie::kOrdre,
+    .index = Voie::kOrdre,
+    // A long text is of 2000 whatever its length, a boolean alone has a default.
+    .types = {.texte = " CHAR(#)",
+              .memo = " VARCHAR2(2000)",
+              .date = " DATE",
+              .booleen = " NUMBER(1,0) DEFAULT 0",
+              .octet = " NUMBER(3,0)",
+              .court = " NUMBER(5,0)",
+              .entier = " NUMBER(10,0)",
+              .numerique = " NUMBER(10,0)",
+              .reel = " NUMBER",
+              .reel15 = " NUMBER",
+              .monnaie = " NUMBER",
+              .varNumerique = " NUMBER",
+              .simple = " FLOAT",
+              .binaire = " BLOB"},
+    .indexApart = true,
+    .prefixeIndex = true,
+    .indexSurTable = false,
+    .avecParametres = true,
+};
 
 bool Vide(const std::string& texte) { return support::EstVide(std::string_view(texte)); }
 
-std::string Proprietaire(const std::string& owner) { return Vide(owner) ? std::string() : owner + "."; }
-
 /// The number of a parameter, written with a point or a comma.
 double NombreDe(std::string valeur) {
-  for (char& c : valeur) {
-    if (c == ',') c = '.';
-  }
+  std::replace(valeur.begin(), valeur.end(), ',', '.');
   const std::string_view texte = runtime::Trim(valeur);
   double nombre = 0;
   const auto [fin, erreur] = std::from_chars(texte.data(), texte.data() + texte.size(), nombre);
@@ -56,58 +83,75 @@ std::string ClauseStockage(const ParamOra& param) {
   return texte + Clause(" TABLESPACE \"", param.tablespace, "\"");
 }
 
-void EnvoieIndex(DataBase& db, const DbTbl& tbl, const ado::Index& index, const std::string& nomBase, const ParamOra& param) {
-  const std::string nom = Entre(kMarque, nomBase);
-  const std::string table = EntreMajuscules(kMarque, tbl.Nom());
-  const std::string champs = ListeChamps(index, kMarque, true);
-  ExecuteEdition(db,
-                 std::string("CREATE") + (index.primaryKey || index.unique ? " UNIQUE" : "") + " INDEX " + nom + " ON " +
-                     Proprietaire(param.owner) + table + " " + champs + Clause(" TABLESPACE ", param.tablespaceIndex),
-                 {nom, table, champs});
+/// The further owner that a database name may carry as a part "OWNER=name", parts being separated by ";"; "" when there is none.
+std::string ProprietaireDuNom(const std::string& nom) {
+  constexpr std::string_view kCle = "OWNER=";
+  std::string_view reste = nom;
+  while (!reste.empty()) {
+    const std::string_view partie = reste.substr(0, reste.find(';'));
+    reste.remove_prefix(std::min(partie.size() + 1, reste.size()));
+    const std::string majuscules = runtime::UpperCase(runtime::Trim(partie));
+    if (majuscules.starts_with(kCle)) return majuscules.substr(kCle.size());
+  }
+  return {};
 }
 
 }  // namespace
 
-void GenerateurOracle::CreeTable(DataBase& db, DbTbl& tbl) const {
-  if (tbl.NbFld() == 0) return;
-  const ParamOra param = LitParamOra(tbl.Nom(), db.ConnectionString());
-  std::string texte = "CREATE TABLE " + Proprietaire(param.owner) + EntreMajuscules(kMarque, tbl.Nom()) + " (";
-  for (std::int16_t i = 0; i < tbl.NbFld(); ++i) {
-    const DbFld& fld = tbl.ListeFld(std::to_string(i));
-    if (i > 0) texte += ',';
-    texte += EntreMajuscules(kMarque, fld.Nom()) + " " + TypeColonne(Dialecte::kOracle, fld.Typ(), fld.Lg()).value_or("");
+MoteurOracle::MoteurOracle() : Moteur(kFaits) {}
+
+void MoteurOracle::Traduit(std::string& sql, const Contexte& contexte) const { sql::PourOracle(sql, contexte.tables); }
+
+// What is written without a scale comes back as a numeric.
+std::optional<std::string> MoteurOracle::TypeRelu(std::int32_t typ, std::int32_t lg) const {
+  if (typ == ado::adNumeric || typ == ado::adSingle) return " NUMBER";
+  return TypeColonne(typ, lg);
+}
+
+// One exact numeric stands for several of our types: its precision tells them apart.
+TypeDeChamp MoteurOracle::LitType(const TypeDeBase& base) const {
+  if (base.typ != ado::adNumeric) return {base.typ, base.lg};
+  switch (base.precision) {
+    case 1:
+      return {ado::adBoolean, base.lg};
+    case 3:
+      return {ado::adUnsignedTinyInt, base.lg};
+    case 5:
+      return {ado::adSmallInt, base.lg};
+    case 10:
+      return {ado::adInteger, base.lg};
+    default:
+      return {base.typ, base.lg};
   }
-  ExecuteCreation(db, texte + ")" + ClauseStockage(param));
-  for (std::int16_t i = 0; i < tbl.NbIdx(); ++i) {
-    const DbIdx& idx = tbl.ListeIdx(std::to_string(i));
-    EnvoieIndex(db, tbl, Description(idx), NomIndex(tbl, idx.Nom()), param);
-  }
 }
 
-// The table's own owner counts here, the parameter file's for tables and indexes.
-void GenerateurOracle::AjouteColonne(DataBase& db, DbTbl& tbl, const NouvelleColonne& colonne) const {
-  const std::string table = EntreMajuscules(kMarque, tbl.Nom());
-  const std::string champ = EntreMajuscules(kMarque, colonne.nom);
-  ExecuteEdition(db,
-                 "ALTER TABLE " + Proprietaire(tbl.Owner()) + table + " ADD (" + champ + " " +
-                     TypeColonne(Dialecte::kOracle, colonne.typ, colonne.lg).value_or("") + ")",
-                 {table, champ});
+Rangement MoteurOracle::Range(const DefTbl& tbl, bool nouvelle) const {
+  const ParamOra param = LitParamOra(tbl.nom, tbl.dossierParametres, tbl.suffixeParametres);
+  return {Devant(param.owner), nouvelle ? ClauseStockage(param) : "", Clause(" TABLESPACE ", param.tablespaceIndex)};
 }
-
-void GenerateurOracle::CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index) const {
-  EnvoieIndex(db, tbl, index, NomIndex(tbl, index.name), LitParamOra(tbl.Nom(), db.ConnectionString()));
-}
-
-std::string GenerateurOracle::NomIndex(const DbTbl& tbl, const std::string& nom) const {
-  return runtime::UpperCase(tbl.Nom()) + "_" + runtime::UpperCase(nom);
-}
-
-std::string GenerateurOracle::TexteSupIndex(const std::string&, const std::string& nom, bool) const { return "DROP INDEX " + nom; }
 
 // Here alone the owner stands between quotes.
-std::string GenerateurOracle::TexteSupTable(const std::string& nom, const DbTbl* tbl) const {
-  if (tbl == nullptr || Vide(tbl->Owner())) return "DROP TABLE " + Entre(kMarque, nom);
-  return "DROP TABLE " + Entre(kMarque, tbl->Owner()) + "." + Entre(kMarque, nom);
+std::string MoteurOracle::SupprimeTable(const std::string& nom, const std::string& owner) const {
+  return "DROP TABLE " + (Vide(owner) ? "" : Entre(owner) + ".") + Entre(nom);
 }
 
-}  // namespace tamlo::db::ddl
+std::string MoteurOracle::QuestionTables(const std::string& owner, const std::string& nomBase) const {
+  const std::string autre = ProprietaireDuNom(nomBase);
+  std::string sql = "SELECT * FROM ALL_TABLES WHERE (OWNER = '" + owner + "')";
+  if (!Vide(autre)) sql += " OR (OWNER = '" + runtime::UpperCase(autre) + "')";
+  return sql + " ORDER BY TABLE_NAME";
+}
+
+std::vector<std::string> MoteurOracle::QuestionsPrivilege(const std::string& compte, const std::string& privilege) const {
+  return {"SELECT * FROM ROLE_SYS_PRIVS,USER_ROLE_PRIVS WHERE ROLE = GRANTED_ROLE AND USERNAME = '" + compte + "' AND PRIVILEGE='" +
+              privilege + "'",
+          "SELECT * FROM USER_SYS_PRIVS WHERE USERNAME = '" + compte + "' AND PRIVILEGE='" + privilege + "'"};
+}
+
+std::string MoteurOracle::QuestionPrivilege(const std::string& compte, const std::string& owner, const std::string& table,
+                                            const std::string& privilege) const {
+  return "SELECT * FROM ALL_TAB_PRIVS,USER_ROLE_PRIVS WHERE GRANTEE = GRANTED_ROLE (+) AND (GRANTEE = '" + compte + "' OR USERNAME = '" +
+         compte + "') AND TABLE_SCHEMA='" + owner + "' AND TABLE_NAME='" + table + "' AND PRIVILEGE='" + privilege + "'";
+}
+
+}  // namespace tamlo::db::kinds

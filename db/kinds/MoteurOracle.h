@@ -2,17 +2,24 @@
 
 #include "db/kinds/Moteur.h"
 
-namespace tamlo::db::ddl {
+namespace tamlo::db::kinds {
 
-/// Oracle: names in double quotes behind the owner, storage parameters from the parameter file, index names that begin with the table's.
-class GenerateurOracle final : public GenerateurBase {
+/// Kind 2, Oracle: names in double quotes behind the owner, storage parameters from the parameter file, index names that begin with the table's.
+class MoteurOracle final : public Moteur {
  public:
-  void CreeTable(DataBase& db, DbTbl& tbl) const override;
-  void AjouteColonne(DataBase& db, DbTbl& tbl, const NouvelleColonne& colonne) const override;
-  void CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index) const override;
-  [[nodiscard]] std::string NomIndex(const DbTbl& tbl, const std::string& nom) const override;
-  [[nodiscard]] std::string TexteSupIndex(const std::string& table, const std::string& nom, bool primaire) const override;
-  [[nodiscard]] std::string TexteSupTable(const std::string& nom, const DbTbl* tbl) const override;
+  MoteurOracle();
+
+  [[nodiscard]] std::optional<std::string> TypeRelu(std::int32_t typ, std::int32_t lg) const override;
+  [[nodiscard]] TypeDeChamp LitType(const TypeDeBase& base) const override;
+  [[nodiscard]] std::string SupprimeTable(const std::string& nom, const std::string& owner) const override;
+  [[nodiscard]] std::string QuestionTables(const std::string& owner, const std::string& nomBase) const override;
+  [[nodiscard]] std::vector<std::string> QuestionsPrivilege(const std::string& compte, const std::string& privilege) const override;
+  [[nodiscard]] std::string QuestionPrivilege(const std::string& compte, const std::string& owner, const std::string& table,
+                                              const std::string& privilege) const override;
+
+ protected:
+  void Traduit(std::string& sql, const Contexte& contexte) const override;
+  [[nodiscard]] Rangement Range(const DefTbl& tbl, bool nouvelle) const override;
 };
 
-}  // namespace tamlo::db::ddl
+}  // namespace tamlo::db::kinds

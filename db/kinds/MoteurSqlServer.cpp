@@ -1,52 +1,60 @@
 #include "db/kinds/MoteurSqlServer.h"
 
-#include "db/kinds/MoteurJet.h"
-#include "db/kinds/TypesColonnes.h"
+#include "db/sql/Passes.h"
 
-namespace tamlo::db::ddl {
+namespace tamlo::db::kinds {
 
 namespace {
 
-constexpr char kMarque = '"';
-
-/// An index inside CREATE TABLE: a primary key is a unique constraint, and a plain index has its clause without a kind word.
-/// The fields stand here, and only here, in the case in which the index was described: a server that looks at the case finds "NOM" by "NOM".
-std::string Contrainte(const DbIdx& idx) {
-  ado::Index index = Description(idx);
-  for (std::int16_t i = 0; i < idx.NbFld(); ++i) index.columns[static_cast<std::size_t>(i)].name = idx.NomFldDecrit(i);
-  return ",CONSTRAINT " + EntreMajuscules(kMarque, idx.Nom()) + " " + (idx.Primary() || idx.Unique() ? " UNIQUE" : "") +
-         ListeChamps(index, kMarque, false);
-}
+constexpr Faits kFaits{
+    .provider = "sqloledb",
+    .avantNom = "Initial Catalog=",
+    .apresNom = ";",
+    .transactions = false,
+    .ouvre = '[',
+    .ferme = ']',
+    .premiereLigne = true,
+    .tables = Voie::kOrdre,
+    .index = Voie::kOrdre,
+    // An exact numeric has none, a boolean alone has a default, binaries have no length.
+    .types = {.texte = " NVARCHAR(#)",
+              .memo = " NTEXT",
+              .date = " DATETIME",
+              .booleen = " BIT DEFAULT 0",
+              .octet = " TINYINT",
+              .court = " SMALLINT",
+              .entier = " INT",
+              .numerique = "",
+              .reel = " FLOAT",
+              .reel15 = " FLOAT",
+              .monnaie = " MONEY",
+              .varNumerique = " FLOAT",
+              .simple = " REAL",
+              .binaire = " VARBINARY"},
+};
 
 }  // namespace
 
-void GenerateurSqlServer::CreeTable(DataBase& db, DbTbl& tbl) const {
-  if (tbl.NbFld() == 0) return;
-  std::string texte = "CREATE TABLE " + EntreMajuscules(kMarque, tbl.Nom()) + " (";
-  for (std::int16_t i = 0; i < tbl.NbFld(); ++i) {
-    const DbFld& fld = tbl.ListeFld(std::to_string(i));
-    if (i > 0) texte += ',';
-    texte += EntreMajuscules(kMarque, fld.Nom()) + " " + TypeColonne(Dialecte::kSqlServer, fld.Typ(), fld.Lg()).value_or("");
+MoteurSqlServer::MoteurSqlServer() : Moteur(kFaits) {}
+
+void MoteurSqlServer::Traduit(std::string& sql, const Contexte& /*contexte*/) const { sql::PourSqlServer(sql); }
+
+bool MoteurSqlServer::DUnAutreProgramme(const runtime::Error& erreur) const {
+  constexpr std::int32_t kVictime = 1205;  // of a deadlock
+  return erreur.NativeCode() == kVictime;
+}
+
+// A primary key is a unique constraint, and a plain index has its clause without a kind word. The fields stand here, and only here, in the
+// case in which the index was described: a server that looks at the case finds "NOM" by "NOM".
+std::string MoteurSqlServer::Contraintes(const DefTbl& tbl) const {
+  std::string texte;
+  for (const DefIdx& idx : tbl.index) {
+    ado::Index index = idx.index;
+    for (std::size_t i = 0; i < idx.champsDecrits.size(); ++i) index.columns[i].name = idx.champsDecrits[i];
+    texte += ",CONSTRAINT " + EntreMajuscules(index.name) + " " + (index.primaryKey || index.unique ? " UNIQUE" : "") +
+             ListeChamps(index, false);
   }
-  for (std::int16_t i = 0; i < tbl.NbIdx(); ++i) texte += Contrainte(tbl.ListeIdx(std::to_string(i)));
-  ExecuteCreation(db, texte + ")");
+  return texte;
 }
 
-void GenerateurSqlServer::AjouteColonne(DataBase& db, DbTbl& tbl, const NouvelleColonne& colonne) const {
-  AjouteColonneAdox(db, tbl, colonne);
-}
-
-void GenerateurSqlServer::CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index) const {
-  const std::string nom = EntreMajuscules(kMarque, index.name);
-  const std::string table = EntreMajuscules(kMarque, tbl.Nom());
-  const std::string champs = ListeChamps(index, kMarque, true);
-  ExecuteEdition(
-      db, std::string("CREATE") + (index.primaryKey || index.unique ? " UNIQUE" : "") + " INDEX " + nom + " ON " + table + " " + champs,
-      {nom, table, champs});
-}
-
-std::string GenerateurSqlServer::TexteSupIndex(const std::string& table, const std::string& nom, bool) const {
-  return "DROP INDEX " + nom + " ON " + table;
-}
-
-}  // namespace tamlo::db::ddl
+}  // namespace tamlo::db::kinds

@@ -2,15 +2,18 @@
 
 #include "db/kinds/Moteur.h"
 
-namespace tamlo::db::ddl {
+namespace tamlo::db::kinds {
 
-/// SQL Server: names in double quotes, the indexes of a new table as constraints inside its CREATE TABLE, columns added by the catalog.
-class GenerateurSqlServer final : public GenerateurBase {
+/// Kind 1, SQL Server: names in double quotes, the indexes of a new table as constraints inside its CREATE TABLE, columns added by the catalog.
+class MoteurSqlServer final : public Moteur {
  public:
-  void CreeTable(DataBase& db, DbTbl& tbl) const override;
-  void AjouteColonne(DataBase& db, DbTbl& tbl, const NouvelleColonne& colonne) const override;
-  void CreeIndex(DataBase& db, DbTbl& tbl, const ado::Index& index) const override;
-  [[nodiscard]] std::string TexteSupIndex(const std::string& table, const std::string& nom, bool primaire) const override;
+  MoteurSqlServer();
+
+  [[nodiscard]] bool DUnAutreProgramme(const runtime::Error& erreur) const override;
+
+ protected:
+  void Traduit(std::string& sql, const Contexte& contexte) const override;
+  [[nodiscard]] std::string Contraintes(const DefTbl& tbl) const override;
 };
 
-}  // namespace tamlo::db::ddl
+}  // namespace tamlo::db::kinds

@@ -5,14 +5,13 @@
 #include <string_view>
 #include <thread>
 
-#include "db/Environnement.h"
 #include "db/kinds/FichierPartage.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
 #include "support/Support.h"
 
-namespace tamlo::db::ddl {
+namespace tamlo::db::kinds {
 
 namespace {
 
@@ -129,9 +128,8 @@ class LecteurParamOra {
   LecteurSequentiel lecteur_;
 };
 
-std::string CheminParamOra(const std::string& suffixe) {
+std::string CheminParamOra(std::string dossier, const std::string& suffixe) {
   const std::string nom = support::EstVide(std::string_view(suffixe)) ? "ORA.PRM" : "ORA_" + suffixe + ".PRM";
-  std::string dossier = EnvironnementCourant().dossierProgramme;
   if (!dossier.empty() && dossier.back() != '/' && dossier.back() != '\\') {
     dossier += static_cast<char>(std::filesystem::path::preferred_separator);
   }
@@ -140,16 +138,16 @@ std::string CheminParamOra(const std::string& suffixe) {
 
 }  // namespace
 
-std::optional<FichierParamOra> ChargeParamOra(const std::string& suffixe) {
-  const std::string chemin = CheminParamOra(suffixe);
+std::optional<FichierParamOra> ChargeParamOra(const std::string& dossier, const std::string& suffixe) {
+  const std::string chemin = CheminParamOra(dossier, suffixe);
   if (!support::ExisteFichier(chemin)) return std::nullopt;
   std::optional<std::string> octets;
   while (!(octets = LitFichierLibre(chemin))) std::this_thread::yield();
   return LecteurParamOra(chemin, *octets).Lit();
 }
 
-ParamOra LitParamOra(const std::string& table, const std::string& suffixe) {
-  const auto fichier = ChargeParamOra(suffixe);
+ParamOra LitParamOra(const std::string& table, const std::string& dossier, const std::string& suffixe) {
+  const auto fichier = ChargeParamOra(dossier, suffixe);
   if (!fichier) return {};
   ParamOra resultat = fichier->defauts;
   const std::string cherchee = runtime::UpperCase(table);
@@ -163,4 +161,4 @@ ParamOra LitParamOra(const std::string& table, const std::string& suffixe) {
   return resultat;
 }
 
-}  // namespace tamlo::db::ddl
+}  // namespace tamlo::db::kinds

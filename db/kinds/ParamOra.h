@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-namespace tamlo::db::ddl {
+namespace tamlo::db::kinds {
 
 /// Storage parameters of one Oracle table, each as the text of the file; blank ones are not written into a statement.
 struct ParamOra {
@@ -27,13 +27,13 @@ struct FichierParamOra {
   std::vector<std::pair<std::string, ParamOra>> tables;
 };
 
-/// Reads "ORA" ("_" suffixe, when it is not blank) ".PRM" in the program's folder; nullopt when there is no such file. A file that cannot
+/// Reads "ORA" ("_" suffixe, when it is not blank) ".PRM" in that folder; nullopt when there is no such file. A file that cannot
 /// be opened is tried again at once, without limit and without a message: the program waits until whoever holds it lets go.
 /// Errors: 62 for a file that ends inside its values, 13 for a version that is no number; the description names the file and the value.
-[[nodiscard]] std::optional<FichierParamOra> ChargeParamOra(const std::string& suffixe);
+[[nodiscard]] std::optional<FichierParamOra> ChargeParamOra(const std::string& dossier, const std::string& suffixe);
 
 /// The parameters of one table: the defaults, replaced one by one by those of the first group of that name that are not blank.
 /// All blank when there is no file. Errors of ChargeParamOra.
-[[nodiscard]] ParamOra LitParamOra(const std::string& table, const std::string& suffixe);
+[[nodiscard]] ParamOra LitParamOra(const std::string& table, const std::string& dossier, const std::string& suffixe);
 
-}  // namespace tamlo::db::ddl
+}  // namespace tamlo::db::kinds

@@ -1,16 +1,30 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
-#include <string>
+#include <string_view>
 
-namespace tamlo::db::ddl {
+namespace tamlo::db::kinds {
 
-/// The SQL backends, in the order of the columns of the type table.
-enum class Dialecte : std::uint8_t { kMySql, kSqlServer, kOracle };
+/// The column types that a backend writes for the ADO type codes, each with the blank that stands before it; "#" is the field's length. A
+/// blank one is not known to the backend.
+struct TypesColonnes {
+  std::string_view texte;         ///< adVarWChar, adChar, adWChar
+  std::string_view memo;          ///< adLongVarWChar, adLongVarChar, adVarChar
+  std::string_view date;          ///< adDate, adDBTimeStamp
+  std::string_view booleen;       ///< adBoolean
+  std::string_view octet;         ///< adUnsignedTinyInt, adTinyInt
+  std::string_view court;         ///< adSmallInt
+  std::string_view entier;        ///< adInteger
+  std::string_view numerique;     ///< adNumeric
+  std::string_view reel;          ///< adDouble
+  std::string_view reel15;        ///< adDouble of length 15
+  std::string_view monnaie;       ///< adCurrency
+  std::string_view varNumerique;  ///< adVarNumeric
+  std::string_view simple;        ///< adSingle
+  std::string_view binaire;       ///< adLongVarBinary, adBinary
 
-/// The column type that a backend writes for an ADO type code and a length, with the blank that stands before it. An empty text for a
-/// code that the backend writes without a type (131 on SQL Server); nullopt for a code that the table does not know.
-[[nodiscard]] std::optional<std::string> TypeColonne(Dialecte dialecte, std::int32_t typ, std::int32_t lg);
+  /// The one for a type code and a length; blank for a code that stands nowhere.
+  [[nodiscard]] std::string_view De(std::int32_t typ, std::int32_t lg) const noexcept;
+};
 
-}  // namespace tamlo::db::ddl
+}  // namespace tamlo::db::kinds

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <functional>
 
+#include "db/kinds/Moteur.h"
+#include "db/kinds/Moteurs.h"
 #include "runtime/Conversions.h"
 #include "tests/db/BaseDeTest.h"
 
@@ -54,7 +56,7 @@ TEST_F(DataBaseAPlusieurs, WhatIsAnothersDoingIsToldByTheServersNumber) {
   const auto autre = [](std::int32_t numero, std::int32_t duServeur) {
     runtime::Error erreur(numero, "x");
     if (duServeur != 0) erreur.WithDiagnostics({{"HY000", duServeur, "x"}});
-    return db::DUnAutreProgramme(erreur);
+    return db::kinds::MoteurDe(db::TypMySql).DUnAutreProgramme(erreur);
   };
   EXPECT_TRUE(autre(runtime::kDuplicateKey, 0));
   EXPECT_FALSE(autre(runtime::kProviderFailure, 0));

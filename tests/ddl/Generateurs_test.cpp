@@ -43,14 +43,25 @@ TEST(GenerateurMySql, ADoubleOfLength15IsDecimalAndOneOfLength8IsDouble) {
   EXPECT_THAT(base.Provider().Statements(), ElementsAre("CREATE TABLE `T` (`A`  DECIMAL(15,0),`B`  DOUBLE)"));
 }
 
-TEST(GenerateurMySql, AnUnknownTypeIsError5BeforeAnythingRuns) {
-  BaseEnregistree base(TypMySql);
+struct CasSansType {
+  std::int16_t kind;
+  std::int16_t typ;
+};
+
+class ColumnWithoutType : public testing::TestWithParam<CasSansType> {};
+INSTANTIATE_TEST_SUITE_P(Generateurs, ColumnWithoutType,
+                         testing::Values(CasSansType{TypSqlServer, 72}, CasSansType{TypSqlServer, ado::adNumeric},
+                                         CasSansType{TypOracle, 72}, CasSansType{TypMySql, 72}),
+                         [](const auto& cas) { return "Kind" + std::to_string(cas.param.kind) + "Type" + std::to_string(cas.param.typ); });
+
+TEST_P(ColumnWithoutType, IsError5OfANewTableBeforeAnythingRuns) {
+  BaseEnregistree base(GetParam().kind);
   auto tbl = Definition("T");
   tbl->AddFld("A", ado::adInteger, 4, false);
-  tbl->AddFld("B", 72, 0, false);
+  tbl->AddFld("B", GetParam().typ, 0, false);
   const auto erreur = Erreur([&] { base.Base().AddTbl(std::move(tbl)); });
   EXPECT_EQ(erreur.number, 5);
-  EXPECT_EQ(erreur.description, "Type 72 non géré");
+  EXPECT_EQ(erreur.description, "Type " + std::to_string(GetParam().typ) + " non géré");
   EXPECT_THAT(base.Provider().Statements(), IsEmpty());
   EXPECT_EQ(Erreur([&] { (void)base.Base().ListeTbl("T"); }).number, 9);
 }
@@ -103,15 +114,6 @@ TEST(GenerateurSqlServer, ACopiedTableNamesItsFieldsAsTheyAreKept) {
   source.Base().AddTbl(std::move(tbl));
   (void)source.Base().TblCopie("T", cible.Base(), true, false);
   EXPECT_THAT(cible.Provider().Statements(), ElementsAre("CREATE TABLE \"T\" (\"NOM\"  NVARCHAR(30),CONSTRAINT \"IX\"  UNIQUE(\"nom\"))"));
-}
-
-TEST(GenerateurSqlServer, ATypeItDoesNotTakeIsWrittenAsANameAlone) {
-  BaseEnregistree base(TypSqlServer);
-  auto tbl = Definition("T");
-  tbl->AddFld("A", ado::adNumeric, 0, false);
-  tbl->AddFld("B", 72, 0, false);
-  base.Base().AddTbl(std::move(tbl));
-  EXPECT_THAT(base.Provider().Statements(), ElementsAre("CREATE TABLE \"T\" (\"A\" ,\"B\" )"));
 }
 
 TEST(GenerateurSqlServer, AnIndexOnAnExistingTableIsCreatedByItsOwnStatement) {

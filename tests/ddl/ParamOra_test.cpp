@@ -17,23 +17,22 @@
 #include <fstream>
 #include <thread>
 
-#include "db/Environnement.h"
 #include "runtime/Error.h"
 #include "tests/support_lib/TemporaryFolder.h"
 
-namespace tamlo::db::ddl {
+namespace tamlo::db::kinds {
 namespace {
 
 class ParamOraTest : public testing::Test {
  protected:
-  ParamOraTest() { EnvironnementCourant().dossierProgramme = dossier_.Path().string(); }
-  ~ParamOraTest() override { EnvironnementCourant() = {}; }
-
   void Ecrit(const std::string& octets, const std::string& nom = "ORA_BASE1.PRM") {
     std::ofstream(dossier_.File(nom), std::ios::binary) << octets;
   }
+  [[nodiscard]] ParamOra Lit(const std::string& table, const std::string& suffixe) const {
+    return LitParamOra(table, dossier_.Path().string(), suffixe);
+  }
   void AttendErreur(std::int32_t numero, const std::string& fin) {
-    const auto erreur = runtime::IgnoringErrors([] { (void)LitParamOra("UTL", "BASE1"); });
+    const auto erreur = runtime::IgnoringErrors([&] { (void)Lit("UTL", "BASE1"); });
     EXPECT_EQ(erreur.number, numero);
     EXPECT_EQ(erreur.description, "Fichier de paramètres Oracle " + dossier_.File("ORA_BASE1.PRM") + " : " + fin);
   }
@@ -42,20 +41,20 @@ class ParamOraTest : public testing::Test {
 };
 
 TEST_F(ParamOraTest, WithoutAFileEverythingIsBlank) {
-  const ParamOra param = LitParamOra("UTL", "BASE1");
+  const ParamOra param = Lit("UTL", "BASE1");
   EXPECT_EQ(param.owner + param.tablespace + param.pctFree + param.next, "");
-  EXPECT_FALSE(ChargeParamOra("BASE1").has_value());
+  EXPECT_FALSE(ChargeParamOra(dossier_.Path().string(), "BASE1").has_value());
 }
 
 TEST_F(ParamOraTest, ABlankSuffixReadsTheFileWithoutOne) {
   Ecrit("1\n1,2,3,4,5,6,7,8,9\n", "ORA.PRM");
-  EXPECT_EQ(LitParamOra("UTL", "  ").pctFree, "1");
-  EXPECT_EQ(LitParamOra("UTL", "").pctIncrease, "9");
+  EXPECT_EQ(Lit("UTL", "  ").pctFree, "1");
+  EXPECT_EQ(Lit("UTL", "").pctIncrease, "9");
 }
 
 TEST_F(ParamOraTest, TheNineDefaultsComeInTheirOrderThenTheOwner) {
   Ecrit("2\r\n10,40,\"TS1\",\"IDX\",10,0.5,1,100,0\r\n\"ADM\"\r\n");
-  const ParamOra param = LitParamOra("UTL", "BASE1");
+  const ParamOra param = Lit("UTL", "BASE1");
   EXPECT_EQ(param.pctFree, "10");
   EXPECT_EQ(param.pctUsed, "40");
   EXPECT_EQ(param.tablespace, "TS1");
@@ -70,18 +69,18 @@ TEST_F(ParamOraTest, TheNineDefaultsComeInTheirOrderThenTheOwner) {
 
 TEST_F(ParamOraTest, AVersionUpTo1HasNoOwner) {
   Ecrit("1\n,,,,,,,,\n\"UTL\",5,,,,,,,,\n");
-  EXPECT_EQ(LitParamOra("UTL", "BASE1").owner, "");
-  EXPECT_EQ(LitParamOra("UTL", "BASE1").pctFree, "5");
+  EXPECT_EQ(Lit("UTL", "BASE1").owner, "");
+  EXPECT_EQ(Lit("UTL", "BASE1").pctFree, "5");
 }
 
 TEST_F(ParamOraTest, AVersionOfOneAndAHalfHasAnOwner) {
   Ecrit("1.5\n,,,,,,,,\nADM\n");
-  EXPECT_EQ(LitParamOra("UTL", "BASE1").owner, "ADM");
+  EXPECT_EQ(Lit("UTL", "BASE1").owner, "ADM");
 }
 
 TEST_F(ParamOraTest, AGroupReplacesTheDefaultsThatItGives) {
   Ecrit("2\n10,40,TS1,IDX,10,2,1,100,0\nADM\n\"utl\",,,\"TS2\",,,\"  \",,,50\n\"UTL\",99,,,,,,,,\n");
-  const ParamOra param = LitParamOra("Utl", "BASE1");
+  const ParamOra param = Lit("Utl", "BASE1");
   EXPECT_EQ(param.tablespace, "TS2");
   EXPECT_EQ(param.pctIncrease, "50");
   EXPECT_EQ(param.pctFree, "10") << "the first group of that name alone counts";
@@ -91,12 +90,12 @@ TEST_F(ParamOraTest, AGroupReplacesTheDefaultsThatItGives) {
 
 TEST_F(ParamOraTest, ATableWithoutAGroupTakesTheDefaults) {
   Ecrit("1\n10,,,,,,,,\n\"VLM\",20,,,,,,,,\n");
-  EXPECT_EQ(LitParamOra("UTL", "BASE1").pctFree, "10");
+  EXPECT_EQ(Lit("UTL", "BASE1").pctFree, "10");
 }
 
 TEST_F(ParamOraTest, QuotedTextsHoldCommasBlanksAndLineEnds) {
   Ecrit("1\n\"1,5\" , \" b \" ,\"c\r\nd\",,,,,,\n");
-  const ParamOra param = LitParamOra("UTL", "BASE1");
+  const ParamOra param = Lit("UTL", "BASE1");
   EXPECT_EQ(param.pctFree, "1,5");
   EXPECT_EQ(param.pctUsed, " b ");
   EXPECT_EQ(param.tablespace, "c\r\nd");
@@ -104,28 +103,28 @@ TEST_F(ParamOraTest, QuotedTextsHoldCommasBlanksAndLineEnds) {
 
 TEST_F(ParamOraTest, OneValuePerLineIsTheSameAsCommas) {
   Ecrit("2\r\n10\r\n40\r\nTS1\r\nIDX\r\n10\r\n2\r\n1\r\n100\r\n0\r\nADM\r\n");
-  EXPECT_EQ(LitParamOra("UTL", "BASE1").tablespaceIndex, "IDX");
-  EXPECT_EQ(LitParamOra("UTL", "BASE1").owner, "ADM");
+  EXPECT_EQ(Lit("UTL", "BASE1").tablespaceIndex, "IDX");
+  EXPECT_EQ(Lit("UTL", "BASE1").owner, "ADM");
 }
 
 TEST_F(ParamOraTest, BytesAreAnsi) {
   Ecrit(
       "2\n,,\"DONN\xC9"
       "ES\",,,,,,\n\"G\xC9RARD\x80\"\n");
-  EXPECT_EQ(LitParamOra("UTL", "BASE1").tablespace, "DONNÉES");
-  EXPECT_EQ(LitParamOra("UTL", "BASE1").owner, "GÉRARD€");
+  EXPECT_EQ(Lit("UTL", "BASE1").tablespace, "DONNÉES");
+  EXPECT_EQ(Lit("UTL", "BASE1").owner, "GÉRARD€");
 }
 
 TEST_F(ParamOraTest, ANameWithAnAccentIsFoundWhateverItsCase) {
   Ecrit("1\n,,,,,,,,\n\"employ\xE9\",7,,,,,,,,\n");
-  EXPECT_EQ(LitParamOra("EMPLOYÉ", "BASE1").pctFree, "7");
+  EXPECT_EQ(Lit("EMPLOYÉ", "BASE1").pctFree, "7");
 }
 
 TEST_F(ParamOraTest, BlankLinesAndTheOldEndOfFileMarkAtTheEndDoNotCount) {
   Ecrit(
       "1\n1,2,3,4,5,6,7,8,9\n\n \r\n\x1A"
       "anything");
-  EXPECT_EQ(LitParamOra("UTL", "BASE1").pctIncrease, "9");
+  EXPECT_EQ(Lit("UTL", "BASE1").pctIncrease, "9");
 }
 
 TEST_F(ParamOraTest, AnEmptyFileIsAnError) {
@@ -235,7 +234,7 @@ TEST_P(HeldParamOra, AFileHeldByAnotherProcessIsWaitedForAndReadOnceItIsReleased
   std::atomic<bool> lu = false;
   std::string pctFree;
   std::thread lecteur([&] {
-    pctFree = LitParamOra("UTL", "BASE1").pctFree;
+    pctFree = Lit("UTL", "BASE1").pctFree;
     lu = true;
   });
   std::this_thread::sleep_for(std::chrono::milliseconds(200));
@@ -246,4 +245,4 @@ TEST_P(HeldParamOra, AFileHeldByAnotherProcessIsWaitedForAndReadOnceItIsReleased
 }
 
 }  // namespace
-}  // namespace tamlo::db::ddl
+}  // namespace tamlo::db::kinds

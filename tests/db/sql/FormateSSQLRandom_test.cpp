@@ -6,7 +6,9 @@
 #include <random>
 #include <string>
 
-#include "db/sql/FormateSSQL.h"
+#include "db/kinds/Moteur.h"
+#include "db/kinds/Moteurs.h"
+#include "db/sql/TablesQualifiees.h"
 #include "db/sql/Textes.h"
 #include "runtime/Error.h"
 #include "runtime/RegionalSettings.h"
@@ -193,8 +195,9 @@ TEST(FormateSSQLRandom, TranslatesGeneratedStatementsLikeTheSequentialModelError
     for (std::size_t i = 0; i < (masqueDate ? 1 : kParModele) && fait < TAMLO_CAS; ++i, ++fait) {
       const std::string sql = Statement(hasard, modele, hasard.UneFoisSur(500));
       const Resultat attendu = Essaie(sql, [&](std::string& texte) { modele.Traduit(texte); });
-      const Resultat obtenu =
-          Essaie(sql, [&](std::string& texte) { tamlo::db::sql::FormateSSQL(texte, modele.kind, modele.fmtDate, &tables); });
+      const Resultat obtenu = Essaie(sql, [&](std::string& texte) {
+        tamlo::db::kinds::MoteurDe(modele.kind).FormateSSQL(texte, {modele.fmtDate, &tables});
+      });
       erreurs5 += attendu.erreur == 5 ? 1 : 0;
       erreurs6 += attendu.erreur == 6 ? 1 : 0;
       std::string contexte = "kind " + std::to_string(modele.kind) + " fmt " + modele.fmtDate + " short " + modele.fmtDateCourte;

@@ -1,11 +1,12 @@
-#include "db/sql/FormateSSQL.h"
-
 #include <gtest/gtest.h>
 
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "db/kinds/Moteur.h"
+#include "db/kinds/Moteurs.h"
+#include "db/sql/TablesQualifiees.h"
 #include "runtime/Error.h"
 #include "runtime/RegionalSettings.h"
 
@@ -27,11 +28,11 @@ class FormateSSQL : public testing::Test {
                              const std::string& fmtDate = "YYYY-MM-DD") {
     TablesQualifiees qualifiees;
     for (const auto& [nom, owner] : tables) qualifiees.Ajoute(nom, owner);
-    tamlo::db::sql::FormateSSQL(sql, kind, fmtDate, &qualifiees);
+    tamlo::db::kinds::MoteurDe(kind).FormateSSQL(sql, {fmtDate, &qualifiees});
     return sql;
   }
   static std::int32_t Erreur(std::int16_t kind, std::string& sql) {
-    return tamlo::runtime::IgnoringErrors([&] { tamlo::db::sql::FormateSSQL(sql, kind, "YYYY-MM-DD", nullptr); }).number;
+    return tamlo::runtime::IgnoringErrors([&] { tamlo::db::kinds::MoteurDe(kind).FormateSSQL(sql, {"YYYY-MM-DD", nullptr}); }).number;
   }
 
  private:

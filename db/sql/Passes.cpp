@@ -1,8 +1,6 @@
-#include "db/sql/FormateSSQL.h"
-
-#include "db/DataBase.h"
-#include "db/sql/Octets.h"
 #include "db/sql/Passes.h"
+
+#include "db/sql/Octets.h"
 #include "db/sql/Textes.h"
 #include "runtime/Text.h"
 
@@ -64,20 +62,6 @@ void PourSqlServer(std::string& sql) {
   RemplaceDans(sql, kCvdate, "");
   // The case is not folded again: a text that kept its own is no DELETE here.
   if (sql.starts_with("DELETE")) RetireAsterisques(sql);
-}
-
-void FormateSSQL(std::string& sql, std::int16_t kind, std::string_view fmtDate, const TablesQualifiees* tables) {
-  ReplieCasse(sql);
-  switch (kind) {
-    case TypSqlServer:
-      return PourSqlServer(sql);
-    case TypOracle:
-      return PourOracle(sql, tables);
-    case TypJet:
-      return;
-    default:
-      return PourMySql(sql, fmtDate);
-  }
 }
 
 }  // namespace tamlo::db::sql

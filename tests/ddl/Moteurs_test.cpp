@@ -1,10 +1,12 @@
-#include "db/kinds/TypesColonnes.h"
+#include "db/kinds/Moteurs.h"
 
 #include <gtest/gtest.h>
 
 #include "ado/Types.h"
+#include "db/DataBase.h"
+#include "db/kinds/Moteur.h"
 
-namespace tamlo::db::ddl {
+namespace tamlo::db::kinds {
 namespace {
 
 struct Attendu {
@@ -30,7 +32,7 @@ constexpr Attendu kAttendus[] = {
     {ado::adTinyInt, 1, " TINYINT UNSIGNED", " TINYINT", " NUMBER(3,0)"},
     {ado::adSmallInt, 2, " SMALLINT", " SMALLINT", " NUMBER(5,0)"},
     {ado::adInteger, 4, " INT", " INT", " NUMBER(10,0)"},
-    {ado::adNumeric, 0, " INT", "", " NUMBER(10,0)"},
+    {ado::adNumeric, 0, " INT", nullptr, " NUMBER(10,0)"},
     {ado::adDouble, 8, " DOUBLE", " FLOAT", " NUMBER"},
     {ado::adDouble, 0, " DOUBLE", " FLOAT", " NUMBER"},
     {ado::adDouble, 15, " DECIMAL(15,0)", " FLOAT", " NUMBER"},
@@ -41,22 +43,32 @@ constexpr Attendu kAttendus[] = {
     {ado::adBinary, 16, " LONGBLOB", " VARBINARY", " BLOB"},
 };
 
+std::optional<std::string> Texte(const char* attendu) { return attendu == nullptr ? std::nullopt : std::optional<std::string>(attendu); }
+
 TEST(TypesColonnes, EveryTypeCodeHasItsTextOnEachServer) {
   for (const auto& attendu : kAttendus) {
     SCOPED_TRACE(attendu.typ);
-    EXPECT_EQ(TypeColonne(Dialecte::kMySql, attendu.typ, attendu.lg), attendu.mySql);
-    EXPECT_EQ(TypeColonne(Dialecte::kSqlServer, attendu.typ, attendu.lg), attendu.sqlServer);
-    EXPECT_EQ(TypeColonne(Dialecte::kOracle, attendu.typ, attendu.lg), attendu.oracle);
+    EXPECT_EQ(MoteurDe(TypMySql).TypeColonne(attendu.typ, attendu.lg), Texte(attendu.mySql));
+    EXPECT_EQ(MoteurDe(TypSqlServer).TypeColonne(attendu.typ, attendu.lg), Texte(attendu.sqlServer));
+    EXPECT_EQ(MoteurDe(TypOracle).TypeColonne(attendu.typ, attendu.lg), Texte(attendu.oracle));
+    EXPECT_EQ(MoteurDe(TypJet).TypeColonne(attendu.typ, attendu.lg), std::nullopt);
+    EXPECT_EQ(MoteurDe(TypOdbc).TypeColonne(attendu.typ, attendu.lg), std::nullopt);
   }
 }
 
 TEST(TypesColonnes, ACodeOutsideTheTableHasNoType) {
   for (const std::int32_t typ : {72, 0, 20, 204, -1, 65538}) {
-    EXPECT_EQ(TypeColonne(Dialecte::kMySql, typ, 0), std::nullopt);
-    EXPECT_EQ(TypeColonne(Dialecte::kSqlServer, typ, 0), std::nullopt);
-    EXPECT_EQ(TypeColonne(Dialecte::kOracle, typ, 0), std::nullopt);
+    for (const std::int16_t kind : {TypJet, TypSqlServer, TypOracle, TypMySql, TypOdbc}) {
+      EXPECT_EQ(MoteurDe(kind).TypeColonne(typ, 0), std::nullopt) << kind;
+    }
   }
 }
 
+TEST(Moteurs, EveryOtherNumberIsGenericOdbc) {
+  for (const std::int16_t kind : std::initializer_list<std::int16_t>{-1, -32768, 5, 7, 32767})
+    EXPECT_EQ(&MoteurDe(kind), &MoteurDe(TypOdbc)) << kind;
+  for (const std::int16_t kind : {TypJet, TypSqlServer, TypOracle, TypMySql}) EXPECT_NE(&MoteurDe(kind), &MoteurDe(TypOdbc)) << kind;
+}
+
 }  // namespace
-}  // namespace tamlo::db::ddl
+}  // namespace tamlo::db::kinds
