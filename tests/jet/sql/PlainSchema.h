@@ -18,7 +18,7 @@ namespace jet::sql::tests {
 /// Tables of plain SQLite under the names that the translator gives: what a translated statement means shows without a file.
 class PlainSchema : public SchemaSource {
  public:
-  PlainSchema() {
+  explicit PlainSchema(bool rereadable = false) : rereadable_(rereadable) {
     if (sqlite3_open(":memory:", &connection_) != SQLITE_OK) throw std::runtime_error("no SQLite");
     // Bloom filters take texts that the collation holds for equal ("b" and "b ") for different ones, and lose rows: SQLite 3.40.
     constexpr unsigned kBloomFilters = 0x00080000;
@@ -33,7 +33,7 @@ class PlainSchema : public SchemaSource {
     auto table = std::make_shared<TableInfo>();
     table->name = name;
     table->sqlName = "t" + std::to_string(tables_.size());
-    table->rereadable = false;
+    table->rereadable = rereadable_;
     std::string sql = "CREATE TABLE " + table->sqlName + "(";
     for (std::size_t i = 0; i < columns.size(); ++i) {
       TypeInfo type;
@@ -90,6 +90,23 @@ class PlainSchema : public SchemaSource {
     return problem.empty() ? out : "error: " + problem;
   }
 
+  /// The first rows as values of the kinds that SQLite has.
+  std::vector<std::vector<Value>> Values(const SelectPlan& plan, std::size_t most) {
+    sqlite3_stmt* statement = nullptr;
+    if (sqlite3_prepare_v2(connection_, plan.sql.c_str(), -1, &statement, nullptr) != SQLITE_OK)
+      throw Error(ErrorCode::kUnsupported, sqlite3_errmsg(connection_));
+    std::vector<std::vector<Value>> rows;
+    int code = SQLITE_ROW;
+    while (rows.size() < most && (code = sqlite3_step(statement)) == SQLITE_ROW) {
+      rows.emplace_back();
+      for (int i = 0; i < static_cast<int>(plan.columns.size()); ++i) rows.back().push_back(ValueOf(statement, i));
+    }
+    const std::string problem = code == SQLITE_ROW || code == SQLITE_DONE ? "" : sqlite3_errmsg(connection_);
+    sqlite3_finalize(statement);
+    if (!problem.empty()) throw Error(ErrorCode::kTypeMismatch, problem);
+    return rows;
+  }
+
   std::string Query(const std::string& access) {
     const Statement statement = Translate(access, *this, settings);
     const auto& plan = std::get<SelectPlan>(statement);
@@ -100,6 +117,20 @@ class PlainSchema : public SchemaSource {
   std::string lastFile;
 
  private:
+  static Value ValueOf(sqlite3_stmt* statement, int column) {
+    switch (sqlite3_column_type(statement, column)) {
+      case SQLITE_NULL:
+        return {};
+      case SQLITE_INTEGER:
+        return Value(static_cast<std::int32_t>(sqlite3_column_int(statement, column)));
+      case SQLITE_FLOAT:
+        return Value(sqlite3_column_double(statement, column));
+      default:
+        return Value(reinterpret_cast<const char*>(sqlite3_column_text(statement, column)));
+    }
+  }
+
+  bool rereadable_;
   sqlite3* connection_ = nullptr;
   std::map<std::string, TablePointer> tables_;
   std::map<std::string, std::string> queries_;
