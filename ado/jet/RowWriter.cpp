@@ -7,7 +7,7 @@
 #include "ado/jet/JetErrors.h"
 #include "ado/jet/JetValues.h"
 #include "jet/table/ColumnValue.h"
-#include "jet/sql/Coercion.h"
+#include "jet/sql/bind/Coercion.h"
 
 namespace tamlo::ado::jetprovider {
 

@@ -9,7 +9,7 @@
 #include "ado/jet/JetErrors.h"
 #include "ado/jet/JetValues.h"
 #include "jet/table/SteadyLong.h"
-#include "jet/sql/Coercion.h"
+#include "jet/sql/bind/Coercion.h"
 
 namespace tamlo::ado::jetprovider {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "jet/sql/Parameters.h"
+#include "jet/sql/bind/Parameters.h"
 #include "tests/jet/sql/Describe.h"
 #include "tests/jet/sql/PlainSchema.h"
 

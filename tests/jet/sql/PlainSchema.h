@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "jet/value/Error.h"
-#include "jet/sql/Functions.h"
+#include "jet/sql/functions/Functions.h"
 #include "jet/sql/Names.h"
 #include "jet/sql/Statement.h"
 

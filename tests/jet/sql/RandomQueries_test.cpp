@@ -5,7 +5,7 @@
 
 #include "jet/table/Table.h"
 #include "jet/value/TextOrder.h"
-#include "jet/sql/Functions.h"
+#include "jet/sql/functions/Functions.h"
 #include "tests/jet/sql/PlainSchema.h"
 #include "tests/jet/sql/SessionFixture.h"
 #include "tests/support_lib/Seed.h"

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <set>
 
-#include "jet/sql/StoredParts.h"
+#include "jet/sql/run/StoredParts.h"
 #include "tests/jet/sql/SessionFixture.h"
 
 using namespace jet;

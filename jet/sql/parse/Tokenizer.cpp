@@ -1,4 +1,4 @@
-#include "jet/sql/Tokenizer.h"
+#include "jet/sql/parse/Tokenizer.h"
 
 #include "jet/sql/Names.h"
 

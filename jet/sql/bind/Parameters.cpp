@@ -1,8 +1,8 @@
-#include "jet/sql/Parameters.h"
+#include "jet/sql/bind/Parameters.h"
 
 #include <algorithm>
 
-#include "jet/sql/Coercion.h"
+#include "jet/sql/bind/Coercion.h"
 #include "jet/sql/Names.h"
 #include "jet/sql/Session.h"
 

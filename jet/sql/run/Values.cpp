@@ -3,7 +3,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "jet/sql/SessionState.h"
+#include "jet/sql/run/SessionState.h"
 
 namespace jet::sql {
 

@@ -4,8 +4,8 @@
 #include <limits>
 
 #include "jet/table/IndexCursor.h"
-#include "jet/sql/Literals.h"
-#include "jet/sql/SessionState.h"
+#include "jet/sql/emit/Literals.h"
+#include "jet/sql/run/SessionState.h"
 
 namespace jet::sql {
 

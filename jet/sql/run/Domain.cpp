@@ -1,11 +1,11 @@
 // DLookup and its family: a statement of its own inside of a statement, its texts known only when a row is at hand.
-#include "jet/sql/Domain.h"
+#include "jet/sql/run/Domain.h"
 
 #include <array>
 #include <string>
 #include <utility>
 
-#include "jet/sql/SessionState.h"
+#include "jet/sql/run/SessionState.h"
 
 namespace jet::sql {
 

@@ -1,7 +1,7 @@
 // CREATE, ALTER and DROP.
 #include "jet/sql/Names.h"
-#include "jet/sql/Translator.h"
-#include "jet/sql/TypeNames.h"
+#include "jet/sql/bind/Translator.h"
+#include "jet/sql/parse/TypeNames.h"
 
 namespace jet::sql {
 

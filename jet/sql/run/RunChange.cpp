@@ -6,8 +6,8 @@
 
 #include "jet/table/Convert.h"
 #include "jet/value/TextOrder.h"
-#include "jet/sql/Coercion.h"
-#include "jet/sql/SessionState.h"
+#include "jet/sql/bind/Coercion.h"
+#include "jet/sql/run/SessionState.h"
 
 namespace jet::sql {
 

@@ -2,15 +2,15 @@
 
 #include <algorithm>
 
-#include "jet/sql/Coercion.h"
-#include "jet/sql/Domain.h"
-#include "jet/sql/Functions.h"
+#include "jet/sql/bind/Coercion.h"
+#include "jet/sql/run/Domain.h"
+#include "jet/sql/functions/Functions.h"
 #include "jet/sql/Names.h"
 
-#include "jet/sql/Parameters.h"
-#include "jet/sql/SessionState.h"
-#include "jet/sql/StoredParts.h"
-#include "jet/sql/Tokenizer.h"
+#include "jet/sql/bind/Parameters.h"
+#include "jet/sql/run/SessionState.h"
+#include "jet/sql/run/StoredParts.h"
+#include "jet/sql/parse/Tokenizer.h"
 
 namespace jet::sql {
 

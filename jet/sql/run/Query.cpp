@@ -2,7 +2,7 @@
 
 #include "jet/table/SteadyLong.h"
 #include "jet/value/TextOrder.h"
-#include "jet/sql/SessionState.h"
+#include "jet/sql/run/SessionState.h"
 
 namespace jet::sql {
 

@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "jet/sql/Names.h"
-#include "jet/sql/Translator.h"
+#include "jet/sql/bind/Translator.h"
 
 namespace jet::sql {
 

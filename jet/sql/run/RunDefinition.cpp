@@ -1,9 +1,9 @@
 // CREATE, ALTER and DROP go to the engine directly.
-#include "jet/sql/Coercion.h"
+#include "jet/sql/bind/Coercion.h"
 #include "jet/sql/Names.h"
-#include "jet/sql/Parameters.h"
-#include "jet/sql/SessionState.h"
-#include "jet/sql/StoredParts.h"
+#include "jet/sql/bind/Parameters.h"
+#include "jet/sql/run/SessionState.h"
+#include "jet/sql/run/StoredParts.h"
 
 namespace jet::sql {
 

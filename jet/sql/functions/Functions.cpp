@@ -1,4 +1,4 @@
-#include "jet/sql/Functions.h"
+#include "jet/sql/functions/Functions.h"
 
 #include <sqlite3.h>
 
@@ -11,10 +11,10 @@
 
 #include "base/DateText.h"
 #include "jet/value/TextOrder.h"
-#include "jet/sql/Calendar.h"
-#include "jet/sql/LikePattern.h"
+#include "jet/sql/functions/Calendar.h"
+#include "jet/sql/functions/LikePattern.h"
 #include "jet/sql/Names.h"
-#include "jet/sql/Pictures.h"
+#include "jet/sql/functions/Pictures.h"
 
 namespace jet::sql {
 

@@ -1,7 +1,7 @@
 // Parameters in statements: PARAMETERS, names that mean nothing else, "?".
-#include "jet/sql/Coercion.h"
+#include "jet/sql/bind/Coercion.h"
 #include "jet/sql/Names.h"
-#include "jet/sql/Translator.h"
+#include "jet/sql/bind/Translator.h"
 
 namespace jet::sql {
 

@@ -1,6 +1,6 @@
 // Statements that run a stored one: EXECUTE, and a name alone.
 #include "jet/sql/Names.h"
-#include "jet/sql/Translator.h"
+#include "jet/sql/bind/Translator.h"
 
 namespace jet::sql {
 

@@ -1,4 +1,4 @@
-#include "jet/sql/LikePattern.h"
+#include "jet/sql/functions/LikePattern.h"
 
 #include <optional>
 

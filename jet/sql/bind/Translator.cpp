@@ -1,4 +1,4 @@
-#include "jet/sql/Translator.h"
+#include "jet/sql/bind/Translator.h"
 
 #include "jet/sql/Names.h"
 

@@ -2,9 +2,9 @@
 #include <algorithm>
 
 #include "jet/sql/Names.h"
-#include "jet/sql/StoredParts.h"
-#include "jet/sql/Tokenizer.h"
-#include "jet/sql/TypeNames.h"
+#include "jet/sql/run/StoredParts.h"
+#include "jet/sql/parse/Tokenizer.h"
+#include "jet/sql/parse/TypeNames.h"
 
 namespace jet::sql {
 

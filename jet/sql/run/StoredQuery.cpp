@@ -3,8 +3,8 @@
 
 #include "jet/table/Table.h"
 #include "jet/sql/Names.h"
-#include "jet/sql/StoredParts.h"
-#include "jet/sql/TypeNames.h"
+#include "jet/sql/run/StoredParts.h"
+#include "jet/sql/parse/TypeNames.h"
 
 namespace jet::sql {
 

@@ -1,4 +1,4 @@
-#include "jet/sql/Calendar.h"
+#include "jet/sql/functions/Calendar.h"
 
 #include <algorithm>
 #include <cmath>

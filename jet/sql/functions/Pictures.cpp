@@ -1,11 +1,11 @@
-#include "jet/sql/Pictures.h"
+#include "jet/sql/functions/Pictures.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <vector>
 
-#include "jet/sql/Calendar.h"
+#include "jet/sql/functions/Calendar.h"
 #include "jet/sql/Names.h"
 
 namespace jet::sql {

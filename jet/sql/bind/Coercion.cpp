@@ -1,4 +1,4 @@
-#include "jet/sql/Coercion.h"
+#include "jet/sql/bind/Coercion.h"
 
 #include <algorithm>
 #include <charconv>
@@ -6,9 +6,9 @@
 #include <cstdio>
 
 #include "base/DateText.h"
-#include "jet/sql/Calendar.h"
+#include "jet/sql/functions/Calendar.h"
 #include "jet/sql/Names.h"
-#include "jet/sql/SessionState.h"
+#include "jet/sql/run/SessionState.h"
 
 namespace jet::sql {
 

@@ -1,12 +1,12 @@
 // Function calls and aggregates.
 #include <algorithm>
 
-#include "jet/sql/Coercion.h"
-#include "jet/sql/Domain.h"
-#include "jet/sql/Functions.h"
-#include "jet/sql/Literals.h"
+#include "jet/sql/bind/Coercion.h"
+#include "jet/sql/run/Domain.h"
+#include "jet/sql/functions/Functions.h"
+#include "jet/sql/emit/Literals.h"
 #include "jet/sql/Names.h"
-#include "jet/sql/Translator.h"
+#include "jet/sql/bind/Translator.h"
 
 namespace jet::sql {
 

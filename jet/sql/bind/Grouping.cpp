@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <set>
 
-#include "jet/sql/Translator.h"
+#include "jet/sql/bind/Translator.h"
 
 namespace jet::sql {
 

@@ -1,4 +1,4 @@
-#include "jet/sql/TypeNames.h"
+#include "jet/sql/parse/TypeNames.h"
 
 #include <algorithm>
 #include <iterator>

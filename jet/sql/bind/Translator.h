@@ -8,10 +8,10 @@
 #include <string_view>
 #include <vector>
 
-#include "jet/sql/Parameters.h"
+#include "jet/sql/bind/Parameters.h"
 #include "jet/sql/Schema.h"
 #include "jet/sql/Statement.h"
-#include "jet/sql/Tokenizer.h"
+#include "jet/sql/parse/Tokenizer.h"
 
 namespace jet::sql {
 

@@ -1,9 +1,9 @@
 // Queries: SELECT with its clauses, FROM with joins, UNION.
 #include <algorithm>
 
-#include "jet/sql/Coercion.h"
+#include "jet/sql/bind/Coercion.h"
 #include "jet/sql/Names.h"
-#include "jet/sql/Translator.h"
+#include "jet/sql/bind/Translator.h"
 
 namespace jet::sql {
 

@@ -3,12 +3,12 @@
 #include <cmath>
 
 #include "base/DateText.h"
-#include "jet/sql/Calendar.h"
-#include "jet/sql/Coercion.h"
-#include "jet/sql/Functions.h"
-#include "jet/sql/Literals.h"
+#include "jet/sql/functions/Calendar.h"
+#include "jet/sql/bind/Coercion.h"
+#include "jet/sql/functions/Functions.h"
+#include "jet/sql/emit/Literals.h"
 #include "jet/sql/Names.h"
-#include "jet/sql/Translator.h"
+#include "jet/sql/bind/Translator.h"
 
 namespace jet::sql {
 

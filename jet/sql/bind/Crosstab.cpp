@@ -1,10 +1,10 @@
 // TRANSFORM: one column for each value of an expression.
 #include <algorithm>
 
-#include "jet/sql/Coercion.h"
-#include "jet/sql/Literals.h"
+#include "jet/sql/bind/Coercion.h"
+#include "jet/sql/emit/Literals.h"
 #include "jet/sql/Names.h"
-#include "jet/sql/Translator.h"
+#include "jet/sql/bind/Translator.h"
 
 namespace jet::sql {
 
