@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "jet/table/Definitions.h"
+#include "jet/page/Finding.h"
 
 namespace jet {
 

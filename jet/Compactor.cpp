@@ -347,7 +347,7 @@ class Compactor {
 void CompactInto(Database& source, const std::string& newPath) {
   OpenOptions options;
   options.fileSystem = &source.Internals().files;
-  options.cacheBytes = source.Internals().options.cacheBytes;
+  options.cacheBytes = source.Internals().cacheBytes;
   const FileHeader& header = source.Internals().header;
   const bool french = header.version != 3 && TextOrderOf(header.sortLanguage, header.sortVersion) == TextOrder::kFrench;
   Sharing::RequireName(newPath);

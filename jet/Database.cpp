@@ -2,6 +2,10 @@
 
 #include <utility>
 
+#include "jet/page/UsageMap.h"
+#include "jet/schema/PageSurvey.h"
+#include "jet/page/ReadLock.h"
+#include "jet/page/ChangeScope.h"
 #include "jet/Checker.h"
 #include "jet/Compactor.h"
 #include "jet/schema/Creation.h"
@@ -97,7 +101,7 @@ void CheckLength(Engine& engine, std::uint64_t size) {
   UsageMap freePages(pager, engine.header.freePages, UsageMap::Kind::kFreePages);
   constexpr PageNumber kMostPages = PageNumber{1} << 20;
   if (!freePages.NextMissingFrom(pager.PageCount(), kMostPages) && !freePages.NamesBitmapsOutside()) return;
-  if (const PageNumber outside = PagesInUse(engine).FirstOutside(); outside != 0) refuse(outside);
+  if (const PageNumber outside = SurveyPages(engine).FirstOutside(); outside != 0) refuse(outside);
 }
 
 }  // namespace
@@ -117,7 +121,7 @@ std::unique_ptr<Database> Database::Create(const std::string& path, const OpenOp
 
 std::unique_ptr<Database> Database::Open(const std::string& path, const OpenOptions& options) {
   FileSystem& files = options.fileSystem != nullptr ? *options.fileSystem : FileSystem::Real();
-  auto engine = std::make_unique<Engine>(files, path, options);
+  auto engine = std::make_unique<Engine>(files, path, options.cacheBytes);
   Opened opened = OpenFile(files, path, options.mode);
   std::vector<std::byte> start(FileHeader::kSize);
   start.resize(opened.file->Read(0, start));
@@ -133,8 +137,8 @@ std::unique_ptr<Database> Database::Open(const std::string& path, const OpenOpti
   engine->pager = std::make_unique<Pager>(files, real, std::move(opened.file), engine->header.pageSize, options.cacheBytes,
                                           *engine->sharing, engine->readOnly);
   engine->pager->SetFreePageMap(engine->header.freePages);
-  engine->pager->SetSurvey([raw = engine.get()] { return PagesInUse(*raw); });
-  const ReadLock lock(*engine);
+  engine->pager->SetSurvey([raw = engine.get()] { return SurveyPages(*raw); });
+  const ReadLock lock(*engine->pager);
   CheckLength(*engine, engine->sharing->Exclusive()
                            ? size
                            : engine->pager->PageCount() * std::uint64_t{engine->header.pageSize} + size % engine->header.pageSize);
@@ -191,29 +195,29 @@ Transaction::~Transaction() {
 }
 
 const std::vector<CatalogObject>& Database::Objects() {
-  const ReadLock lock(*engine_);
+  const ReadLock lock(*engine_->pager);
   return engine_->catalog.Objects();
 }
 
 const CatalogObject* Database::FindObject(std::string_view name) {
-  const ReadLock lock(*engine_);
+  const ReadLock lock(*engine_->pager);
   return engine_->catalog.Find(name);
 }
 
 std::uint64_t Database::PagesVersion() {
-  const ReadLock lock(*engine_);
+  const ReadLock lock(*engine_->pager);
   return engine_->pager->Generation();
 }
 
 bool Database::NothingSince(std::uint64_t version) { return engine_->pager->NothingSince(version); }
 
 std::uint64_t Database::SchemaVersion() {
-  const ReadLock lock(*engine_);
+  const ReadLock lock(*engine_->pager);
   return engine_->pager->Generation();
 }
 
 Table& Database::OpenTable(std::string_view name) {
-  const ReadLock lock(*engine_);
+  const ReadLock lock(*engine_->pager);
   const CatalogObject* object = engine_->catalog.Find(name);
   if (object == nullptr || (object->kind != ObjectKind::kTable && object->kind != ObjectKind::kSystemTable))
     throw NoSuchTable("There is no table \"" + std::string(name) + "\"");
@@ -239,7 +243,7 @@ void Database::CreateIndex(std::string_view table, const IndexSpec& index) { Sch
 void Database::DropIndex(std::string_view table, std::string_view index) { Schema(*engine_).DropIndex(table, index); }
 
 std::vector<Relationship> Database::Relationships() {
-  const ReadLock lock(*engine_);
+  const ReadLock lock(*engine_->pager);
   return Schema(*engine_).Relationships();
 }
 
@@ -249,7 +253,7 @@ void Database::CreateQuery(const QuerySpec& query) { Schema(*engine_).CreateQuer
 void Database::CreateLink(const LinkSpec& link) { Schema(*engine_).CreateLink(link); }
 
 std::string Database::QueryText(std::string_view name) {
-  const ReadLock lock(*engine_);
+  const ReadLock lock(*engine_->pager);
   const CatalogObject* object = engine_->catalog.Find(name);
   if (object == nullptr || object->kind != ObjectKind::kQuery)
     throw Error(ErrorCode::kNotFound, "There is no query \"" + std::string(name) + "\"");
@@ -269,14 +273,14 @@ std::string Database::QueryText(std::string_view name) {
 }
 
 std::vector<Property> Database::Properties(std::string_view object, std::string_view column) {
-  const ReadLock lock(*engine_);
+  const ReadLock lock(*engine_->pager);
   const CatalogObject* found = engine_->catalog.Find(object);
   if (found == nullptr) throw Error(ErrorCode::kNotFound, "There is no object \"" + std::string(object) + "\"");
   return engine_->catalog.ReadProperties(found->id).Of(column);
 }
 
 void Database::SetProperty(std::string_view object, std::string_view column, const Property& property) {
-  ChangeScope scope(*engine_, true);
+  ChangeScope scope(*engine_->pager, true);
   const CatalogObject* found = engine_->catalog.Find(object);
   if (found == nullptr) throw Error(ErrorCode::kNotFound, "There is no object \"" + std::string(object) + "\"");
   PropertyMap properties = engine_->catalog.ReadProperties(found->id);
@@ -288,7 +292,7 @@ void Database::SetProperty(std::string_view object, std::string_view column, con
 }
 
 void Database::RemoveProperty(std::string_view object, std::string_view column, std::string_view name) {
-  ChangeScope scope(*engine_, true);
+  ChangeScope scope(*engine_->pager, true);
   const CatalogObject* found = engine_->catalog.Find(object);
   if (found == nullptr) throw Error(ErrorCode::kNotFound, "There is no object \"" + std::string(object) + "\"");
   PropertyMap properties = engine_->catalog.ReadProperties(found->id);
@@ -312,7 +316,7 @@ void Database::Backup(const std::string& newPath) {
   FileSystem& files = engine_->files;
   if (files.Exists(newPath)) throw Error(ErrorCode::kAlreadyExists, "There is a file \"" + newPath + "\" already");
   const std::string working = newPath + "-new";
-  const ReadLock lock(*engine_);
+  const ReadLock lock(*engine_->pager);
   bool made = false;
   const auto make = [&](File& model) {
     try {
@@ -342,7 +346,7 @@ void Database::Backup(const std::string& newPath) {
 }
 
 std::vector<Finding> Database::Check() {
-  const ReadLock lock(*engine_);
+  const ReadLock lock(*engine_->pager);
   return CheckStructure(*engine_);
 }
 

@@ -9,7 +9,9 @@
 #include <utility>
 #include <vector>
 
-#include "jet/table/Definitions.h"
+#include "jet/page/Finding.h"
+#include "jet/schema/Objects.h"
+#include "jet/schema/Specs.h"
 #include "jet/value/Error.h"
 
 namespace jet {

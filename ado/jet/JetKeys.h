@@ -3,7 +3,8 @@
 #include <string>
 
 #include "ado/Keys.h"
-#include "jet/table/Definitions.h"
+#include "jet/schema/Objects.h"
+#include "jet/schema/Specs.h"
 
 namespace tamlo::ado::jetprovider {
 

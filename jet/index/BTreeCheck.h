@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "jet/table/Definitions.h"
+#include "jet/page/Finding.h"
 #include "jet/page/PageStore.h"
 
 namespace jet {

@@ -12,7 +12,7 @@
 #include "jet/file/FileSystem.h"
 #include "jet/page/Journal.h"
 #include "jet/page/PageStore.h"
-#include "jet/schema/PagesInUse.h"
+#include "jet/page/PagesInUse.h"
 #include "jet/file/Sharing.h"
 #include "jet/page/UsageMap.h"
 

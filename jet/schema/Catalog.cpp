@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <chrono>
 
-#include "jet/schema/Engine.h"
 #include "jet/value/Error.h"
 #include "jet/table/TableCore.h"
 #include "jet/value/Text.h"
@@ -59,7 +58,7 @@ Date Now() {
   return {25569.0 + static_cast<double>(seconds) / 86400.0};
 }
 
-Table& Catalog::ObjectsTable() { return engine_.TableAt(kObjectsPage, "MSysObjects"); }
+Table& Catalog::ObjectsTable() { return space_.TableAt(kObjectsPage, "MSysObjects"); }
 Table& Catalog::PermissionsTable() { return SystemTable("MSysACEs", kPermissionsPage); }
 Table& Catalog::QueriesTable() { return SystemTable("MSysQueries", kQueriesPage); }
 Table& Catalog::RelationshipsTable() { return SystemTable("MSysRelationships", kRelationshipsPage); }
@@ -67,8 +66,8 @@ Table& Catalog::RelationshipsTable() { return SystemTable("MSysRelationships", k
 /// Where the catalog says, which may be another page than the usual one; while a file is being made the catalog does not say it yet.
 Table& Catalog::SystemTable(const char* name, PageNumber usual) {
   const CatalogObject* object = Find(name);
-  if (object == nullptr || object->type != 1) return engine_.TableAt(usual, name);
-  return engine_.TableAt(static_cast<PageNumber>(object->id), name);
+  if (object == nullptr || object->type != 1) return space_.TableAt(usual, name);
+  return space_.TableAt(static_cast<PageNumber>(object->id), name);
 }
 
 void Catalog::Load() {
@@ -109,11 +108,11 @@ void Catalog::Load() {
     // Ids are unique but for those of system containers in files of old.
     byId_.emplace(objects_[i].id, i);
   }
-  generation_ = engine_.pager->Generation();
+  generation_ = space_.pager->Generation();
 }
 
 const std::vector<CatalogObject>& Catalog::Objects() {
-  if (generation_ != engine_.pager->Generation()) Load();
+  if (generation_ != space_.pager->Generation()) Load();
   return objects_;
 }
 
@@ -128,6 +127,13 @@ const CatalogObject* Catalog::FindById(std::int32_t id) {
   const auto found = byId_.find(id);
   return found == byId_.end() ? nullptr : &objects_[found->second];
 }
+
+std::string Catalog::NameOf(PageNumber definitionPage) {
+  const CatalogObject* object = FindById(static_cast<std::int32_t>(definitionPage));
+  return object == nullptr ? std::string() : object->name;
+}
+
+PropertyMap Catalog::PropertiesOf(PageNumber definitionPage) { return ReadProperties(static_cast<std::int32_t>(definitionPage)); }
 
 RowId Catalog::RowOf(std::int32_t id) {
   (void)Objects();
@@ -258,7 +264,7 @@ PropertyMap Catalog::ReadProperties(std::int32_t id) {
   const auto column = table.FindColumn("LvProp");
   Row row;
   if (!column || !table.Read(RowOf(id), row)) return {};
-  return PropertyMap::Decode(row.Blob(*column), engine_.CodePage());
+  return PropertyMap::Decode(row.Blob(*column), space_.CodePage());
 }
 
 void Catalog::WriteProperties(std::int32_t id, const PropertyMap& properties) {

@@ -7,19 +7,17 @@
 #include <unordered_map>
 #include <vector>
 
-#include "jet/table/Definitions.h"
+#include "jet/schema/Objects.h"
+#include "jet/table/TableSpace.h"
 #include "jet/page/PageStore.h"
 #include "jet/table/PropertyMap.h"
 
 namespace jet {
 
-struct Engine;
-class Table;
-
 /// The system tables: objects, permissions, relationships, and the property maps in the objects' rows.
-class Catalog {
+class Catalog final : public TableDirectory {
  public:
-  explicit Catalog(Engine& engine) : engine_(engine) {}
+  explicit Catalog(TableSpace& space) : space_(space) {}
 
   static constexpr PageNumber kObjectsPage = 2;
   static constexpr PageNumber kPermissionsPage = 3;
@@ -46,6 +44,10 @@ class Catalog {
   [[nodiscard]] PropertyMap ReadProperties(std::int32_t id);
   void WriteProperties(std::int32_t id, const PropertyMap& properties);
 
+  // ----- what tables ask
+  [[nodiscard]] std::string NameOf(PageNumber definitionPage) override;
+  [[nodiscard]] PropertyMap PropertiesOf(PageNumber definitionPage) override;
+
   [[nodiscard]] Table& ObjectsTable();
   [[nodiscard]] Table& PermissionsTable();
   [[nodiscard]] Table& QueriesTable();
@@ -58,7 +60,7 @@ class Catalog {
   [[nodiscard]] Table& SystemTable(const char* name, PageNumber usual);
   void RemoveRows(Table& table, std::string_view column, std::int32_t id);
 
-  Engine& engine_;
+  TableSpace& space_;
   std::vector<CatalogObject> objects_;
   std::vector<RowId> rows_;
   std::unordered_map<std::string, std::size_t> byName_;

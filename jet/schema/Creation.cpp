@@ -16,6 +16,7 @@ namespace {
 
 using Column = TableDefinition::Column;
 
+constexpr std::size_t kCacheBytes = std::size_t{1} << 20;  // an empty file has some twenty pages
 constexpr std::uint8_t kSystemFlag = Column::kSystem;
 constexpr std::uint8_t kSidFlag = 0x20;
 
@@ -296,13 +297,11 @@ void CreateEmptyFile(FileSystem& files, const std::string& path, std::uint16_t s
   const std::string working = path + "-new";
   files.Remove(working);
   try {
-    OpenOptions options;
-    options.fileSystem = &files;
-    Engine engine(files, working, options);
+    Engine engine(files, working, kCacheBytes);
     engine.header.sortLanguage = sortLanguage;
     engine.sharing = std::make_unique<Sharing>();
-    engine.pager = std::make_unique<Pager>(files, working, files.Open(working, FileMode::kCreateNew), engine.header.pageSize,
-                                           options.cacheBytes, *engine.sharing, false);
+    engine.pager = std::make_unique<Pager>(files, working, files.Open(working, FileMode::kCreateNew), engine.header.pageSize, kCacheBytes,
+                                           *engine.sharing, false);
     Builder(engine).Build();
   } catch (...) {
     try {

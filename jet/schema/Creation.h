@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <string>
 
-#include "jet/Database.h"
 #include "jet/file/FileSystem.h"
 
 namespace jet {

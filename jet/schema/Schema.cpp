@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "jet/page/ChangeScope.h"
 #include "jet/page/DataPage.h"
 #include "jet/schema/Engine.h"
 #include "jet/value/Error.h"
@@ -76,7 +77,7 @@ TableDefinition Schema::BuildTable(Engine& engine, PageNumber page, const TableS
 }
 
 void Schema::CreateTable(const TableSpec& spec) {
-  ChangeScope scope(engine_, true);
+  ChangeScope scope(*engine_.pager, true);
   CheckName(spec.name);
   if (engine_.catalog.Find(spec.name) != nullptr)
     throw Error(ErrorCode::kAlreadyExists, "There is an object of the name \"" + spec.name + "\" already");
@@ -98,7 +99,7 @@ void Schema::CreateTable(const TableSpec& spec) {
 }
 
 void Schema::DropObject(std::string_view name) {
-  ChangeScope scope(engine_, true);
+  ChangeScope scope(*engine_.pager, true);
   const CatalogObject* found = engine_.catalog.Find(name);
   if (found == nullptr) throw NoSuchTable("There is no table \"" + std::string(name) + "\"");
   if (found->kind == ObjectKind::kSystemTable)
@@ -133,7 +134,7 @@ void Schema::DropLocalTable(const CatalogObject& object) {
 }
 
 void Schema::RenameTable(std::string_view name, std::string_view newName) {
-  ChangeScope scope(engine_, true);
+  ChangeScope scope(*engine_.pager, true);
   const CatalogObject* found = engine_.catalog.Find(name);
   if (found == nullptr) throw NoSuchTable("There is no table \"" + std::string(name) + "\"");
   if (found->kind == ObjectKind::kSystemTable) throw Error(ErrorCode::kReadOnly, "A system table cannot be renamed");
@@ -160,7 +161,7 @@ void Schema::RenameTable(std::string_view name, std::string_view newName) {
 }
 
 void Schema::AddColumn(std::string_view name, const ColumnDef& column) {
-  ChangeScope scope(engine_, true);
+  ChangeScope scope(*engine_.pager, true);
   TableCore& table = LocalTable(name);
   TableDefinition definition = Fresh(table);
   for (const auto& held : definition.columns)
@@ -228,7 +229,7 @@ void Schema::RefuseIfRelated(const TableCore& table, const std::string& column) 
 }
 
 void Schema::DropColumn(std::string_view name, std::string_view columnName) {
-  ChangeScope scope(engine_, true);
+  ChangeScope scope(*engine_.pager, true);
   TableCore& table = LocalTable(name);
   TableDefinition definition = Fresh(table);
   const auto found = std::find_if(definition.columns.begin(), definition.columns.end(),
@@ -309,7 +310,7 @@ void Schema::BuildTree(TableCore& table, std::size_t position) {
 }
 
 void Schema::CreateIndex(std::string_view name, const IndexSpec& index) {
-  ChangeScope scope(engine_, true);
+  ChangeScope scope(*engine_.pager, true);
   TableCore& table = LocalTable(name);
   TableDefinition definition = Fresh(table);
   const IndexParts parts = ResolveIndex(definition, index);
@@ -334,7 +335,7 @@ void Schema::RemoveTree(TableDefinition& definition, std::size_t tree) {
 }
 
 void Schema::DropIndex(std::string_view name, std::string_view indexName) {
-  ChangeScope scope(engine_, true);
+  ChangeScope scope(*engine_.pager, true);
   TableCore& table = LocalTable(name);
   TableDefinition definition = Fresh(table);
   const auto found = std::find_if(definition.indexes.begin(), definition.indexes.end(),
@@ -357,7 +358,7 @@ void Schema::DropIndex(std::string_view name, std::string_view indexName) {
 }
 
 void Schema::CreateLink(const LinkSpec& link) {
-  ChangeScope scope(engine_, true);
+  ChangeScope scope(*engine_.pager, true);
   CheckName(link.name);
   if (engine_.catalog.Find(link.name) != nullptr)
     throw Error(ErrorCode::kAlreadyExists, "There is an object of the name \"" + link.name + "\" already");
@@ -375,7 +376,7 @@ void Schema::CreateLink(const LinkSpec& link) {
 }
 
 void Schema::CreateQuery(const QuerySpec& query) {
-  ChangeScope scope(engine_, true);
+  ChangeScope scope(*engine_.pager, true);
   CheckName(query.name);
   if (engine_.catalog.Find(query.name) != nullptr)
     throw Error(ErrorCode::kAlreadyExists, "There is an object of the name \"" + query.name + "\" already");

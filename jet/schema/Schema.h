@@ -5,7 +5,8 @@
 #include <string_view>
 #include <vector>
 
-#include "jet/table/Definitions.h"
+#include "jet/schema/Objects.h"
+#include "jet/schema/Specs.h"
 #include "jet/table/TableDefinition.h"
 
 namespace jet {

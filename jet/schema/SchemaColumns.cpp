@@ -1,6 +1,7 @@
 // Changing the type of a column that has rows.
 #include <algorithm>
 
+#include "jet/page/ChangeScope.h"
 #include "jet/table/Convert.h"
 #include "jet/schema/Engine.h"
 #include "jet/value/Error.h"
@@ -129,7 +130,7 @@ void Schema::ReplaceColumn(TableCore& table, const ColumnDef& column, const Colu
 }
 
 void Schema::AlterColumn(std::string_view name, const ColumnDef& wanted, const ValueConversion& convert) {
-  ChangeScope scope(engine_, true);
+  ChangeScope scope(*engine_.pager, true);
   TableCore& table = LocalTable(name);
   const TableDefinition definition = Fresh(table);
   const auto found = std::find_if(definition.columns.begin(), definition.columns.end(),

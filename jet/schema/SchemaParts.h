@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "jet/table/Definitions.h"
+#include "jet/schema/Specs.h"
 #include "jet/table/PropertyMap.h"
 #include "jet/page/RowPointer.h"
 #include "jet/table/TableDefinition.h"

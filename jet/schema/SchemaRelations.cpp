@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "jet/page/ChangeScope.h"
 #include "jet/schema/Engine.h"
 #include "jet/value/Error.h"
 #include "jet/schema/Schema.h"
@@ -113,7 +114,7 @@ std::vector<Relationship> Schema::Relationships() {
 }
 
 void Schema::CreateRelationship(const Relationship& relationship, std::int32_t id) {
-  ChangeScope scope(engine_, true);
+  ChangeScope scope(*engine_.pager, true);
   CheckName(relationship.name);
   if (relationship.columns.empty() || relationship.columns.size() > 10)
     throw Error(ErrorCode::kLimit, "A relationship has 1 to 10 pairs of columns");
@@ -252,7 +253,7 @@ void Schema::RemoveForeignKeys(const Relationship& relationship) {
 }
 
 void Schema::DropRelationship(std::string_view name) {
-  ChangeScope scope(engine_, true);
+  ChangeScope scope(*engine_.pager, true);
   const auto all = Relationships();
   const auto found = std::find_if(all.begin(), all.end(), [&](const Relationship& held) { return EqualNames(held.name, name); });
   if (found == all.end()) throw Error(ErrorCode::kNotFound, "There is no relationship \"" + std::string(name) + "\"");

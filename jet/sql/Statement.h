@@ -11,7 +11,7 @@
 #include <variant>
 #include <vector>
 
-#include "jet/table/Definitions.h"
+#include "jet/schema/Specs.h"
 #include "jet/sql/Schema.h"
 
 /// What a translated Access statement asks for. SQLite evaluates the queries; changes and definitions are done by the engine itself.

@@ -1,7 +1,6 @@
 #include "jet/table/ColumnValue.h"
 
 #include "jet/table/Convert.h"
-#include "jet/schema/Engine.h"
 #include "jet/table/Table.h"
 #include "jet/table/TableCore.h"
 

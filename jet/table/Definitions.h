@@ -1,7 +1,7 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -9,15 +9,7 @@
 
 namespace jet {
 
-/// One property of an object or of a column, as the property map (LvProp) holds it.
-struct Property {
-  std::string name;
-  ColumnType type = ColumnType::kText;
-  Value value;       ///< bool, numbers, text or bytes according to the type
-  bool ddl = false;  ///< only those who may change the design may change it
-};
-
-/// A column of a table. For Database::CreateTable and AddColumn fill name, type, size and the wishes below; the rest is read only.
+/// A column of a table. For TableSpec and AddColumn fill name, type, size and the wishes below; the rest is read only.
 struct ColumnDef {
   std::string name;
   ColumnType type = ColumnType::kText;
@@ -72,103 +64,6 @@ struct IndexDef {
   std::uint32_t partnerTable = 0;  ///< definition page of the other table
   bool cascadeUpdates = false;
   bool cascadeDeletes = false;
-};
-
-/// What to make an index of.
-struct IndexSpec {
-  struct Part {
-    std::string column;
-    bool descending = false;
-  };
-  std::string name;
-  std::vector<Part> columns;  ///< 1 to 10
-  bool primary = false;       ///< makes it unique and required too
-  bool unique = false;
-  bool ignoreNulls = false;
-  bool required = false;
-};
-
-/// What to make a table of.
-struct TableSpec {
-  std::string name;
-  std::vector<ColumnDef> columns;  ///< 1 to 255
-  std::vector<IndexSpec> indexes;
-  std::vector<Property> properties;  ///< of the table itself, such as Description
-  std::uint32_t flags = 0;           ///< catalog flags: 0 for tables of the user
-};
-
-/// A relationship between two tables: one or more column pairs.
-struct Relationship {
-  std::string name;
-  std::string table;                                         ///< the referencing (many) side
-  std::string referencedTable;                               ///< the referenced (one) side
-  std::vector<std::pair<std::string, std::string>> columns;  ///< referencing column, referenced column
-  bool oneToOne = false;
-  bool enforced = true;
-  bool cascadeUpdates = false;
-  bool cascadeDeletes = false;
-  bool leftJoin = false;
-  bool rightJoin = false;
-};
-
-enum class ObjectKind {
-  kTable,        ///< a local table of the user
-  kSystemTable,  ///< MSys... of the bootstrap or flagged as system
-  kJetLink,      ///< link to a table of another Access file (or of an Excel, text... source: see connect)
-  kOdbcLink,     ///< link to a table of an ODBC source
-  kQuery,        ///< a stored query
-  kRelationship,
-  kContainer,
-  kDocument,  ///< database documents, forms, reports, macros, modules, pages
-  kOther,
-};
-
-/// One row of the system catalog.
-struct CatalogObject {
-  std::int32_t id = 0;  ///< a table's definition page, or a negative number
-  std::int32_t parentId = 0;
-  std::string name;
-  ObjectKind kind = ObjectKind::kOther;
-  std::int16_t type = 0;    ///< as stored
-  std::uint32_t flags = 0;  ///< as stored
-  bool hidden = false;
-  Date created;
-  Date updated;
-  // Links only.
-  std::string database;     ///< path of the linked Access file
-  std::string connect;      ///< ODBC: the connection string without the leading "ODBC;". Others: "Excel 8.0;...", ";PWD=..."
-  std::string foreignName;  ///< name of the table there
-};
-
-/// What to make a link of: an ODBC link when odbc is true, else a link to another file.
-struct LinkSpec {
-  std::string name;
-  bool odbc = false;
-  std::string database;
-  std::string connect;
-  std::string foreignName;
-};
-
-/// What to make a stored query of: the rows that say its parts, and the kind that its catalog row tells.
-struct QuerySpec {
-  struct Row {
-    std::uint8_t attribute = 0;
-    std::uint32_t order = 1;  ///< among the rows of that attribute
-    std::string name1;
-    std::string name2;
-    std::string expression;
-    std::optional<std::int16_t> flag;
-  };
-  std::string name;
-  std::uint32_t flags = 0;
-  std::vector<Row> rows;
-};
-
-/// One thing that the structural checker found wrong.
-struct Finding {
-  std::uint32_t page = 0;
-  std::uint32_t offset = 0;
-  std::string text;
 };
 
 }  // namespace jet

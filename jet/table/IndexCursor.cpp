@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "jet/table/TableSpace.h"
+#include "jet/page/ReadLock.h"
 #include "jet/table/Convert.h"
-#include "jet/schema/Engine.h"
 #include "jet/value/Error.h"
 #include "jet/table/TableCore.h"
 
@@ -47,15 +48,19 @@ struct IndexCursor::State {
   RowId id;
 
   State(TableCore& core, std::size_t position)
-      : table(core), index(position), lock(std::in_place, core.engine), generation(core.engine.pager->Generation()), cursor(*Tree().tree) {}
+      : table(core),
+        index(position),
+        lock(std::in_place, *core.space.pager),
+        generation(core.space.pager->Generation()),
+        cursor(*Tree().tree) {}
 
   void Wake() {
-    if (!lock) lock.emplace(table.engine);
+    if (!lock) lock.emplace(*table.space.pager);
   }
 
   void Renew() {
     cursor = BTreeCursor(*Tree().tree);
-    generation = table.engine.pager->Generation();
+    generation = table.space.pager->Generation();
   }
 
   TableCore::Tree& Tree() {
@@ -141,7 +146,7 @@ bool IndexCursor::Next() {
   State& state = *state_;
   if (state.ended) return false;
   state.Wake();
-  if (state.generation != state.table.engine.pager->Generation()) {
+  if (state.generation != state.table.space.pager->Generation()) {
     // The definition has been read again and the tree is another object: the walk begins anew behind the entry it stood on.
     if (state.id.page == 0) {
       state.Renew();

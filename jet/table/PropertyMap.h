@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "jet/table/Definitions.h"
+#include "jet/table/Property.h"
 
 namespace jet {
 

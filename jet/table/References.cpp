@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "jet/table/TableSpace.h"
 #include "jet/table/Convert.h"
-#include "jet/schema/Engine.h"
 #include "jet/value/Error.h"
 #include "jet/table/TableCore.h"
 
@@ -27,7 +27,7 @@ struct Partner {
 Partner FindPartner(TableCore& table, const Index& index) {
   Partner partner;
   if (index.partnerTable == 0 || index.partnerIndex < 0) return partner;
-  partner.table = &table.engine.TableAt(index.partnerTable, {}).Core();
+  partner.table = &table.space.TableAt(index.partnerTable, {}).Core();
   partner.table->Refresh();
   for (const auto& candidate : partner.table->Definition().indexes)
     if (candidate.number == static_cast<std::uint32_t>(index.partnerIndex) && candidate.type == kForeignKey) partner.index = &candidate;
@@ -152,9 +152,9 @@ ChildWork CollectChildren(TableCore& table, RowId id, Row& row, const std::vecto
   return work;
 }
 
-void FollowChildren(Engine& engine, const ChildWork& work) {
+void FollowChildren(TableSpace& space, const ChildWork& work) {
   for (const auto& change : work.changes) {
-    TableCore& table = engine.TableAt(change.table, {}).Core();
+    TableCore& table = space.TableAt(change.table, {}).Core();
     Row row;
     table.Refresh();
     if (!table.ReadRow(change.row, row)) continue;  // another cascade has taken it already

@@ -9,7 +9,7 @@
 
 namespace jet {
 
-struct Engine;
+struct TableSpace;
 class Row;
 class TableCore;
 
@@ -36,6 +36,6 @@ struct ChildWork {
 /// Errors: kRelationViolated when there are such rows and nothing cascades to them.
 [[nodiscard]] ChildWork CollectChildren(TableCore& table, RowId id, Row& row, const std::vector<bool>* assigned, const NewValueOf& valueOf);
 /// Carries the collected changes out.
-void FollowChildren(Engine& engine, const ChildWork& work);
+void FollowChildren(TableSpace& space, const ChildWork& work);
 
 }  // namespace jet

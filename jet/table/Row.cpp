@@ -2,8 +2,8 @@
 
 #include <cstring>
 
+#include "jet/table/TableSpace.h"
 #include "jet/value/ByteOrder.h"
-#include "jet/schema/Engine.h"
 #include "jet/value/Error.h"
 #include "jet/table/LongValue.h"
 #include "jet/value/Mix.h"
@@ -60,7 +60,7 @@ static bool VariableExtentOfJet3(const std::byte* row, std::size_t size, std::si
 Row::Place Row::Locate(std::size_t position) const {
   const Column& column = table_->stored_[position];
   const auto damaged = [&](const char* text) -> Error { return {ErrorCode::kDamaged, text, dataPage_, dataOffset_}; };
-  const bool jet3 = table_->engine.header.version == 3;
+  const bool jet3 = table_->space.header.version == 3;
   std::size_t begin = 0;
   std::size_t end = 0;
   if (column.IsFixed()) {
@@ -149,7 +149,7 @@ std::string_view Row::Text(std::size_t position) {
   if (!column.IsText() || IsNull(position)) return text;
   const Place place = Locate(position);
   const std::span<const std::byte> stored(place.data, place.size);
-  const std::uint16_t codePage = table_->engine.CodePage();
+  const std::uint16_t codePage = table_->space.CodePage();
   if (column.type == ColumnType::kText) {
     if (codePage != 0)
       AppendAnsi(stored, codePage, text);
@@ -158,7 +158,7 @@ std::string_view Row::Text(std::size_t position) {
     return text;
   }
   if (place.size == 0) return text;
-  AppendLongText(*table_->engine.pager, LongValueDefinition::Parse(stored, dataPage_, dataOffset_), codePage, dataPage_, dataOffset_, text);
+  AppendLongText(*table_->space.pager, LongValueDefinition::Parse(stored, dataPage_, dataOffset_), codePage, dataPage_, dataOffset_, text);
   return text;
 }
 
@@ -170,7 +170,7 @@ std::span<const std::byte> Row::Blob(std::size_t position) {
   if (texts_.size() < table_->stored_.size()) texts_.resize(table_->stored_.size());
   std::string& bytes = texts_[position];
   bytes.clear();
-  AppendLongBytes(*table_->engine.pager, LongValueDefinition::Parse({place.data, place.size}, dataPage_, dataOffset_), dataPage_,
+  AppendLongBytes(*table_->space.pager, LongValueDefinition::Parse({place.data, place.size}, dataPage_, dataOffset_), dataPage_,
                   dataOffset_, bytes);
   return std::as_bytes(std::span(bytes));
 }
@@ -259,7 +259,7 @@ std::unique_ptr<LongValueReader> Row::OpenLong(std::size_t position) {
   const Place place = Locate(position);
   LongValueDefinition definition;
   if (place.size > 0) definition = LongValueDefinition::Parse({place.data, place.size}, dataPage_, dataOffset_);
-  return OpenLongValue(*table_->engine.pager, definition, column.type == ColumnType::kMemo, table_->engine.CodePage(), dataPage_,
+  return OpenLongValue(*table_->space.pager, definition, column.type == ColumnType::kMemo, table_->space.CodePage(), dataPage_,
                        dataOffset_);
 }
 

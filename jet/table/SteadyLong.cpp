@@ -5,7 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "jet/schema/Engine.h"
+#include "jet/table/TableSpace.h"
+#include "jet/page/ReadLock.h"
 #include "jet/value/Error.h"
 #include "jet/value/Mix.h"
 #include "jet/table/TableCore.h"
@@ -42,7 +43,7 @@ class SteadyReader final : public LongValueReader {
 
   std::size_t Read(std::span<std::byte> buffer) override {
     if (at_ == held_.size() && !ended_) {
-      const ReadLock lock(table_.Core().engine);
+      const ReadLock lock(*table_.Core().space.pager);
       if (generation_ != Now()) FindPlace();
       Gulp();
     }
@@ -52,7 +53,7 @@ class SteadyReader final : public LongValueReader {
   }
 
  private:
-  [[nodiscard]] std::uint64_t Now() const { return table_.Core().engine.pager->Generation(); }
+  [[nodiscard]] std::uint64_t Now() const { return table_.Core().space.pager->Generation(); }
 
   void Gulp() {
     at_ = 0;
@@ -128,7 +129,7 @@ class HeldReader final : public LongValueReader {
 }  // namespace
 
 std::unique_ptr<LongValueReader> OpenSteadyLong(Table& table, RowId id, std::size_t column, const Table::RowTest& isMeant, bool* found) {
-  const ReadLock lock(table.Core().engine);
+  const ReadLock lock(*table.Core().space.pager);
   Row row;
   const bool there = table.Read(id, row) && (!isMeant || isMeant(row));
   if (found != nullptr) *found = there;

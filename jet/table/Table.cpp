@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "jet/table/TableSpace.h"
+#include "jet/page/ReadLock.h"
 #include "jet/table/Convert.h"
-#include "jet/schema/Engine.h"
 #include "jet/value/Error.h"
 #include "jet/table/TableCore.h"
 #include "jet/value/Text.h"
@@ -25,12 +26,12 @@ struct ScanCursor::State {
   bool ended = false;
 
   explicit State(TableCore& core) : table(core) {
-    lock.emplace(core.engine);
+    lock.emplace(*core.space.pager);
     table.Refresh();
   }
 
   bool NextPage() {
-    Pager& pager = *table.engine.pager;
+    Pager& pager = *table.space.pager;
     UsageMap owned(pager, table.Definition().ownedMap);
     const auto next = owned.NextFrom(number + 1, pager.PageCount());
     page = {};
@@ -42,8 +43,8 @@ struct ScanCursor::State {
   }
 
   void Load() {
-    generation = table.engine.pager->Generation();
-    page = table.engine.pager->Read(number);
+    generation = table.space.pager->Generation();
+    page = table.space.pager->Read(number);
   }
 
   /// The page may have been freed and used for something else since the last step.
@@ -61,12 +62,12 @@ ScanCursor::~ScanCursor() = default;
 bool ScanCursor::Next() {
   State& state = *state_;
   if (state.ended) return false;
-  if (!state.lock) state.lock.emplace(state.table.engine);
-  if (state.generation != state.table.engine.pager->Generation()) {
+  if (!state.lock) state.lock.emplace(*state.table.space.pager);
+  if (state.generation != state.table.space.pager->Generation()) {
     state.table.Refresh();
     if (state.number == 0)
-      state.generation = state.table.engine.pager->Generation();
-    else if (state.number < state.table.engine.pager->PageCount())
+      state.generation = state.table.space.pager->Generation();
+    else if (state.number < state.table.space.pager->PageCount())
       state.Load();
     else
       state.page = {};
@@ -128,19 +129,19 @@ const std::string& Table::Name() const noexcept { return core_->name; }
 PageNumber Table::DefinitionPage() const noexcept { return core_->page; }
 
 const std::vector<ColumnDef>& Table::Columns() {
-  const ReadLock lock(core_->engine);
+  const ReadLock lock(*core_->space.pager);
   core_->Refresh();
   return core_->Columns();
 }
 
 const std::vector<IndexDef>& Table::Indexes() {
-  const ReadLock lock(core_->engine);
+  const ReadLock lock(*core_->space.pager);
   core_->Refresh();
   return core_->Indexes();
 }
 
 std::optional<std::size_t> Table::FindColumn(std::string_view name) {
-  const ReadLock lock(core_->engine);
+  const ReadLock lock(*core_->space.pager);
   core_->Refresh();
   const auto& columns = core_->Stored();
   for (std::size_t i = 0; i < columns.size(); ++i)
@@ -171,12 +172,12 @@ std::optional<std::size_t> Table::PrimaryKey() {
 }
 
 std::uint32_t Table::RowCount() {
-  const ReadLock lock(core_->engine);
+  const ReadLock lock(*core_->space.pager);
   return core_->RowCount();
 }
 
 std::int32_t Table::LastAutoNumber() {
-  const ReadLock lock(core_->engine);
+  const ReadLock lock(*core_->space.pager);
   return core_->LastAutoNumber();
 }
 
@@ -209,14 +210,14 @@ void Table::Update(RowId id, std::span<const Value> values) {
 void Table::Delete(RowId id, const RowTest& isMeant) { core_->DeleteRow(id, isMeant); }
 
 bool Table::Read(RowId id, Row& row) {
-  const ReadLock lock(core_->engine);
+  const ReadLock lock(*core_->space.pager);
   core_->Refresh();
   return core_->ReadRow(id, row);
 }
 
 std::optional<std::vector<Value>> Table::Read(RowId id) {
   Row row;
-  const ReadLock lock(core_->engine);
+  const ReadLock lock(*core_->space.pager);
   core_->Refresh();
   if (!core_->ReadRow(id, row)) return std::nullopt;
   std::vector<Value> values(core_->Stored().size());
@@ -227,7 +228,7 @@ std::optional<std::vector<Value>> Table::Read(RowId id) {
 ScanCursor Table::Scan(std::span<const std::size_t>) { return ScanCursor(std::make_unique<ScanCursor::State>(*core_)); }
 
 std::optional<RowId> Table::Seek(std::size_t index, std::span<const Value> key) {
-  const ReadLock lock(core_->engine);
+  const ReadLock lock(*core_->space.pager);
   core_->Refresh();
   auto& tree = core_->Trees()[core_->Indexes()[index].tree];
   if (!tree.supported) throw Error(ErrorCode::kUnsupported, "The order of the index \"" + tree.name + "\" is not known");

@@ -16,7 +16,6 @@
 
 namespace jet {
 
-class Database;
 class TableCore;
 
 /// Gives the bytes of a long value piece by piece. Memo texts are given as UTF-8; a character may be cut between two pieces.

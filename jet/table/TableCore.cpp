@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "jet/table/TableSpace.h"
+#include "jet/page/Pager.h"
 #include "jet/value/ByteOrder.h"
-#include "jet/schema/Engine.h"
 #include "jet/value/Error.h"
 #include "jet/page/UsageMap.h"
 
@@ -46,15 +47,15 @@ ColumnDef Describe(const TableDefinition::Column& column) {
 
 }  // namespace
 
-TableCore::TableCore(Engine& owner, PageNumber definitionPage, std::string tableName)
-    : engine(owner), page(definitionPage), name(std::move(tableName)) {
+TableCore::TableCore(TableSpace& owner, PageNumber definitionPage, std::string tableName)
+    : space(owner), page(definitionPage), name(std::move(tableName)) {
   Reload();
 }
 
-std::uint64_t TableCore::CurrentGeneration() const noexcept { return engine.pager->Generation(); }
+std::uint64_t TableCore::CurrentGeneration() const noexcept { return space.pager->Generation(); }
 
 void TableCore::Reload() {
-  definition_ = TableDefinition::Read(*engine.pager, page, engine.CodePage());
+  definition_ = TableDefinition::Read(*space.pager, page, space.CodePage());
   Derive();
   generation_ = CurrentGeneration();
 }
@@ -64,7 +65,7 @@ void TableCore::Derive() {
   std::sort(stored_.begin(), stored_.end(), [](const Column& left, const Column& right) { return left.number < right.number; });
   positions_.assign(definition_.maxColumns, kNowhere);
   columns_.clear();
-  const bool jet3 = engine.header.version == 3;
+  const bool jet3 = space.header.version == 3;
   for (std::size_t i = 0; i < stored_.size(); ++i) {
     positions_[stored_[i].number] = i;
     columns_.push_back(Describe(stored_[i]));
@@ -87,8 +88,8 @@ void TableCore::Derive() {
 
 TextOrder TableCore::OrderOf(const Column& column) const {
   constexpr std::uint16_t kEnglish = 0x0409, kWestern = 1252;
-  if (engine.header.version != 3) return TextOrderOf(column.SortLanguage(), column.SortVersion());
-  return column.SortLanguage() == kEnglish && engine.CodePage() == kWestern ? TextOrder::kAnsiGeneral : TextOrder::kUnknown;
+  if (space.header.version != 3) return TextOrderOf(column.SortLanguage(), column.SortVersion());
+  return column.SortLanguage() == kEnglish && space.CodePage() == kWestern ? TextOrder::kAnsiGeneral : TextOrder::kUnknown;
 }
 
 void TableCore::DeriveIndexes() {
@@ -96,8 +97,8 @@ void TableCore::DeriveIndexes() {
   trees_.clear();
   for (const auto& stored : definition_.trees) {
     Tree tree;
-    tree.pages = std::make_unique<MappedTreePages>(*engine.pager, stored.ownedMap);
-    tree.tree = std::make_unique<BTree>(*engine.pager, stored.root, page, tree.pages.get());
+    tree.pages = std::make_unique<MappedTreePages>(*space.pager, stored.ownedMap);
+    tree.tree = std::make_unique<BTree>(*space.pager, stored.root, page, tree.pages.get());
     tree.flags = stored.flags;
     for (const auto& part : stored.columns) {
       if (part.number == TableDefinition::kNoColumn) continue;
@@ -151,7 +152,7 @@ const std::vector<ColumnDef>& TableCore::Columns() {
 void TableCore::ReadProperties() {
   propertiesRead_ = true;
   if (definition_.tableType == 'S') return;
-  const PropertyMap properties = engine.catalog.ReadProperties(static_cast<std::int32_t>(page));
+  const PropertyMap properties = space.directory->PropertiesOf(page);
   for (auto& column : columns_) {
     column.required = properties.Truth(column.name, "Required");
     column.allowZeroLength = properties.Truth(column.name, "AllowZeroLength");
@@ -167,13 +168,13 @@ std::optional<std::size_t> TableCore::PositionOf(std::uint16_t number) const noe
 }
 
 std::uint32_t TableCore::RowCount() {
-  const PageRef first = engine.pager->Read(page);
-  return Load32(first.Bytes().data() + (engine.header.version == 3 ? 12 : TableDefinition::kRowCountOffset));
+  const PageRef first = space.pager->Read(page);
+  return Load32(first.Bytes().data() + (space.header.version == 3 ? 12 : TableDefinition::kRowCountOffset));
 }
 
 std::int32_t TableCore::LastAutoNumber() {
-  const PageRef first = engine.pager->Read(page);
-  return LoadLittle<std::int32_t>(first.Bytes().data() + (engine.header.version == 3 ? 16 : TableDefinition::kAutoNumberOffset));
+  const PageRef first = space.pager->Read(page);
+  return LoadLittle<std::int32_t>(first.Bytes().data() + (space.header.version == 3 ? 16 : TableDefinition::kAutoNumberOffset));
 }
 
 void TableCore::RefuseKey(const Tree& tree, const Error& error) const {
@@ -186,7 +187,7 @@ void TableCore::RefuseKey(const Tree& tree, const Error& error) const {
 }
 
 void TableCore::FreeContents() {
-  Pager& pager = *engine.pager;
+  Pager& pager = *space.pager;
   FreePages(pager, definition_.ownedMap, page);
   if (definition_.freeMap != 0) UsageMap(pager, definition_.freeMap).Clear();
   for (const auto& tree : definition_.trees) FreePages(pager, tree.ownedMap, page);

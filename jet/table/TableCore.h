@@ -21,7 +21,7 @@ namespace jet {
 
 class LongValueWriter;
 class Pager;
-struct Engine;
+struct TableSpace;
 class ChangeScope;
 
 /// What Table is made of: the definition as last read, its trees, and the work on rows.
@@ -46,9 +46,9 @@ class TableCore {
     [[nodiscard]] bool IsRequired() const noexcept { return (flags & TableDefinition::Tree::kRequired) != 0; }
   };
 
-  TableCore(Engine& owner, PageNumber definitionPage, std::string tableName);
+  TableCore(TableSpace& owner, PageNumber definitionPage, std::string tableName);
 
-  Engine& engine;
+  TableSpace& space;
   const PageNumber page;
   std::string name;
 

@@ -3,9 +3,10 @@
 #include <random>
 #include <utility>
 
+#include "jet/table/TableSpace.h"
+#include "jet/page/ChangeScope.h"
 #include "jet/value/ByteOrder.h"
 #include "jet/table/Convert.h"
-#include "jet/schema/Engine.h"
 #include "jet/value/Error.h"
 #include "jet/table/LongValue.h"
 #include "jet/table/References.h"
@@ -77,7 +78,7 @@ void TableCore::Bind(Row& row, RowId id, const DataPage& data, const std::byte* 
   const auto extent = data.Row(slot);
   const std::byte* bytes = pageBytes + extent.offset;
   const auto damaged = [&](const char* text) -> Error { return {ErrorCode::kDamaged, text, dataPage, extent.offset}; };
-  const bool jet3 = engine.header.version == 3;
+  const bool jet3 = space.header.version == 3;
   const std::size_t head = jet3 ? 1 : 2;
   if (extent.size < head) throw damaged("A row is too short");
   const unsigned columns = jet3 ? Load8(bytes) : Load16(bytes);
@@ -108,7 +109,7 @@ void TableCore::Bind(Row& row, RowId id, const DataPage& data, const std::byte* 
 }
 
 std::optional<RowId> TableCore::Find(RowId home) {
-  Pager& pager = *engine.pager;
+  Pager& pager = *space.pager;
   if (home.page == 0 || home.page >= pager.PageCount()) return std::nullopt;
   const PageRef ref = pager.Read(home.page);
   if (Load8(ref.Bytes().data()) != 1) return std::nullopt;
@@ -131,7 +132,7 @@ std::optional<RowId> TableCore::Find(RowId home) {
 bool TableCore::ReadRow(RowId id, Row& row) {
   const auto place = Find(id);
   if (!place) return false;
-  row.page_ = engine.pager->Read(place->page);
+  row.page_ = space.pager->Read(place->page);
   Bind(row, id, DataPage(row.page_), row.page_.Bytes().data(), place->page, place->slot);
   return true;
 }
@@ -214,7 +215,7 @@ void TableCore::StoreLongCell(std::size_t position, const Assignment& assignment
   const Column& column = stored_[position];
   const auto* maps = definition_.FindLongMaps(column.number);
   if (maps == nullptr) throw Error(ErrorCode::kDamaged, "The long column \"" + column.name + "\" has no usage maps", page, 0);
-  LongValuePages pages(*engine.pager, maps->ownedMap, maps->freeMap);
+  LongValuePages pages(*space.pager, maps->ownedMap, maps->freeMap);
   LongValueWriter writer(pages, allowInline);
   try {
     AppendLongCell(position, assignment, writer);
@@ -237,7 +238,7 @@ void TableCore::StoreLongCells(std::span<const Assignment> assignments, bool all
 void TableCore::FreeLongValue(std::size_t position, std::span<const std::byte> stored) {
   const auto* maps = definition_.FindLongMaps(stored_[position].number);
   if (maps == nullptr || stored.empty()) return;
-  LongValuePages(*engine.pager, maps->ownedMap, maps->freeMap).Free(LongValueDefinition::Parse(stored, page, 0));
+  LongValuePages(*space.pager, maps->ownedMap, maps->freeMap).Free(LongValueDefinition::Parse(stored, page, 0));
 }
 
 void TableCore::FreeNewLongValues() {
@@ -395,7 +396,7 @@ void TableCore::Duplicate(const Tree& tree) const {
 // ----- places for rows
 
 void TableCore::NoteRoom(PageNumber number, unsigned freeBytes, unsigned slots) {
-  UsageMap map(*engine.pager, definition_.freeMap);
+  UsageMap map(*space.pager, definition_.freeMap);
   if (freeBytes >= kRoomWorthTrying && slots < DataPage::kMaxSlots)
     map.Add(number);
   else
@@ -404,28 +405,28 @@ void TableCore::NoteRoom(PageNumber number, unsigned freeBytes, unsigned slots) 
 
 std::optional<RowId> TableCore::TryPlace(PageNumber candidate, std::span<const std::byte> bytes, std::uint16_t flags) {
   // Rows on a page that is listed as having room but not as the table's would never be found again.
-  if (candidate != insertPage_ && !UsageMap(*engine.pager, definition_.ownedMap).Contains(candidate)) return std::nullopt;
+  if (candidate != insertPage_ && !UsageMap(*space.pager, definition_.ownedMap).Contains(candidate)) return std::nullopt;
   {
-    const PageRef ref = engine.pager->Read(candidate);
+    const PageRef ref = space.pager->Read(candidate);
     const DataPage data(ref);
     if (data.Owner() != page) throw Error(ErrorCode::kDamaged, "A page listed for the table belongs to another", candidate, 4);
     const unsigned freeBytes = data.FreeBytes();
     if (data.SlotCount() >= DataPage::kMaxSlots || bytes.size() + 2 > freeBytes) {
       if (freeBytes < kRoomWorthTrying || data.SlotCount() >= DataPage::kMaxSlots)
-        UsageMap(*engine.pager, definition_.freeMap).Remove(candidate);
+        UsageMap(*space.pager, definition_.freeMap).Remove(candidate);
       return std::nullopt;
     }
   }
-  const PageRef ref = engine.pager->Edit(candidate);
+  const PageRef ref = space.pager->Edit(candidate);
   DataPageEditor editor(ref);
   const unsigned slot = editor.Add(bytes, flags);
   if (editor.FreeBytes() < kRoomForNothing || editor.SlotCount() >= DataPage::kMaxSlots)
-    UsageMap(*engine.pager, definition_.freeMap).Remove(candidate);
+    UsageMap(*space.pager, definition_.freeMap).Remove(candidate);
   return RowId{candidate, static_cast<std::uint8_t>(slot)};
 }
 
 RowId TableCore::Place(std::span<const std::byte> bytes, std::uint16_t flags) {
-  Pager& pager = *engine.pager;
+  Pager& pager = *space.pager;
   if (insertPage_ != 0)
     if (const auto id = TryPlace(insertPage_, bytes, flags)) return *id;
   UsageMap freeMap(pager, definition_.freeMap);
@@ -449,7 +450,7 @@ RowId TableCore::Place(std::span<const std::byte> bytes, std::uint16_t flags) {
 }
 
 void TableCore::RemoveSlot(RowId id) {
-  Pager& pager = *engine.pager;
+  Pager& pager = *space.pager;
   const PageRef ref = pager.Edit(id.page);
   DataPageEditor editor(ref);
   editor.Delete(id.slot);
@@ -466,7 +467,7 @@ void TableCore::RemoveSlot(RowId id) {
 void TableCore::Replace(RowId home, std::span<const std::byte> bytes) {
   const RowId place = FindLive(home);
   {
-    const PageRef ref = engine.pager->Edit(place.page);
+    const PageRef ref = space.pager->Edit(place.page);
     DataPageEditor editor(ref);
     if (editor.CanResize(place.slot, bytes.size())) {
       editor.Resize(place.slot, bytes.size());
@@ -478,7 +479,7 @@ void TableCore::Replace(RowId home, std::span<const std::byte> bytes) {
   // The row moves; its home keeps a pointer. A row that moved before leaves its second place and the pointer follows, never a chain.
   const RowId target = Place(bytes, DataPage::kMovedFlag);
   if (place != home) RemoveSlot(place);
-  const PageRef ref = engine.pager->Edit(home.page);
+  const PageRef ref = space.pager->Edit(home.page);
   DataPageEditor editor(ref);
   if (!editor.CanResize(home.slot, kPointerSize)) throw Error(ErrorCode::kLimit, "The row cannot be moved: its page is full");
   editor.Resize(home.slot, kPointerSize);
@@ -494,7 +495,7 @@ void TableCore::Remove(RowId home) {
 }
 
 void TableCore::CountRows(int delta) {
-  const PageRef first = engine.pager->Edit(page);
+  const PageRef first = space.pager->Edit(page);
   std::byte* field = first.Writable().data() + TableDefinition::kRowCountOffset;
   const std::uint32_t rows = Load32(field);
   if (delta < 0 && rows == 0) return;  // system tables may carry a stale count
@@ -504,7 +505,7 @@ void TableCore::CountRows(int delta) {
 void TableCore::CountKeys(std::size_t tree, std::size_t added) {
   if (added == 0) return;
   const std::size_t offset = TableDefinition::kTreeCountsOffset + 12 * tree + 4;
-  const PageRef first = engine.pager->Edit(page);
+  const PageRef first = space.pager->Edit(page);
   if (offset + 4 > first.Bytes().size()) return;
   std::byte* field = first.Writable().data() + offset;
   Store32(field, Load32(field) + static_cast<std::uint32_t>(added));
@@ -519,7 +520,7 @@ RowId TableCore::FindLive(RowId home) {
 }
 
 RowId TableCore::InsertRow(std::span<const Assignment> assignments) {
-  ChangeScope scope(engine);
+  ChangeScope scope(*space.pager);
   Refresh();
   (void)Columns();
   for (auto& cell : cells_) {
@@ -587,11 +588,11 @@ RowId TableCore::InsertRow(std::span<const Assignment> assignments) {
   }
   CountRows(1);
   if (counter) {
-    const PageRef first = engine.pager->Edit(page);
+    const PageRef first = space.pager->Edit(page);
     Store32(first.Writable().data() + TableDefinition::kAutoNumberOffset, static_cast<std::uint32_t>(*counter));
   }
   scope.Done();
-  if (handedOut) engine.lastIdentity = *handedOut;
+  if (handedOut) space.lastIdentity = *handedOut;
   return id;
 }
 
@@ -615,7 +616,7 @@ void TableCore::KeepCells() {
 }
 
 void TableCore::UpdateRow(RowId id, std::span<const Assignment> assignments, const Table::RowTest& isMeant) {
-  ChangeScope scope(engine);
+  ChangeScope scope(*space.pager);
   Refresh();
   (void)Columns();
   if (!ReadRow(id, oldRow_) || (isMeant && !isMeant(oldRow_))) throw Error(ErrorCode::kNotFound, "The row is no longer there");
@@ -687,15 +688,15 @@ void TableCore::UpdateRow(RowId id, std::span<const Assignment> assignments, con
   Replace(id, encoded_);
   for (const auto& [position, stored] : oldLong) FreeLongValue(position, AsBytes(stored));
   if (counter) {
-    const PageRef first = engine.pager->Edit(page);
+    const PageRef first = space.pager->Edit(page);
     Store32(first.Writable().data() + TableDefinition::kAutoNumberOffset, static_cast<std::uint32_t>(*counter));
   }
-  FollowChildren(engine, children);
+  FollowChildren(space, children);
   scope.Done();
 }
 
 void TableCore::DeleteRow(RowId id, const Table::RowTest& isMeant) {
-  ChangeScope scope(engine);
+  ChangeScope scope(*space.pager);
   Refresh();
   if (!ReadRow(id, oldRow_) || (isMeant && !isMeant(oldRow_))) throw Error(ErrorCode::kNotFound, "The row is no longer there");
   ChildWork children = CollectChildren(*this, id, oldRow_, nullptr, {});
@@ -717,12 +718,12 @@ void TableCore::DeleteRow(RowId id, const Table::RowTest& isMeant) {
   Remove(id);
   for (const auto& [position, stored] : oldLong) FreeLongValue(position, AsBytes(stored));
   CountRows(-1);
-  FollowChildren(engine, children);
+  FollowChildren(space, children);
   scope.Done();
 }
 
 std::vector<RowId> TableCore::Homes() {
-  Pager& pager = *engine.pager;
+  Pager& pager = *space.pager;
   std::vector<RowId> homes;
   for (const PageNumber number : UsageMap(pager, definition_.ownedMap).Pages(pager.PageCount())) {
     const PageRef ref = pager.Read(number);
@@ -754,7 +755,7 @@ void TableCore::CompleteRows() {
 
 void TableCore::RewriteRows() {
   // Rows written when the table had no variable column end with the mask right behind the fixed part; they get an offset table.
-  Pager& pager = *engine.pager;
+  Pager& pager = *space.pager;
   Bytes row;
   for (const RowId home : Homes()) {
     const RowId place = FindLive(home);
