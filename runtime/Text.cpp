@@ -22,7 +22,7 @@ struct CaseRun {
 };
 
 constexpr CaseRun kCaseRuns[] = {
-#include "runtime/CaseTable.inc"
+#include "base/CaseTable.inc"
 };
 
 /// Answers for the letters of most alphabets at once; the runs are searched only beyond.
