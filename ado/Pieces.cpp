@@ -4,7 +4,10 @@
 #include <array>
 #include <cstring>
 #include <string>
+#include <string_view>
 #include <utility>
+
+#include "base/Utf8.h"
 
 namespace tamlo::ado {
 
@@ -23,9 +26,8 @@ std::size_t PieceOf(const Variant& value, std::size_t& offset, std::byte* buffer
     offset = 0;
     return 0;
   }
-  std::size_t count = std::min(capacity, size - offset);
-  while (text != nullptr && count > 0 && offset + count < size && (static_cast<unsigned char>(data[offset + count]) & 0xC0) == 0x80)
-    --count;
+  const std::string_view rest(data + offset, size - offset);
+  const std::size_t count = text != nullptr ? base::WholeCharacters(rest, capacity) : std::min(capacity, rest.size());
   std::memcpy(buffer, data + offset, count);
   offset += count;
   return count;

@@ -29,9 +29,18 @@ struct CivilDay {
 /// True for a day of the years 100 to 9999.
 [[nodiscard]] bool IsCivilDay(std::int64_t year, std::int64_t month, std::int64_t day);
 
+/// A serial as a whole day and the ticks of its time of day, of which a day has ticksADay, rounded to the nearest one; what rounds up to
+/// a whole day is the day behind, also behind kLastDay. The serial is finite and of a calendar's size (below 1e8 on either side of 0).
+struct DayAndTicks {
+  std::int64_t day = 0;
+  std::int64_t ticks = 0;
+};
+enum class HalfTick { kUp, kToEven };
+[[nodiscard]] DayAndTicks SplitSerial(double serial, std::int64_t ticksADay, HalfTick half = HalfTick::kUp);
 /// A whole day and a time of day (0 to below 1) as one serial.
 [[nodiscard]] double JoinDayAndTime(double day, double time);
-/// The present moment in local time, to the second.
+/// The present moment to the second, in local time and in that of Greenwich.
 [[nodiscard]] double LocalNow();
+[[nodiscard]] double UtcNow();
 
 }  // namespace base

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "base/Utf8.h"
 #include "runtime/Error.h"
 
 namespace tamlo::db::ddl {
@@ -19,17 +20,6 @@ constexpr std::int32_t kErreurEntreeSortie = 57;
 
 void Ecrit(std::FILE* fichier, const std::byte* octets, std::size_t nombre) {
   if (std::fwrite(octets, 1, nombre, fichier) != nombre) FichierRefuse();
-}
-
-/// The bytes at the end that begin a character without finishing it.
-std::size_t CaractereEntame(const std::byte* octets, std::size_t nombre) {
-  for (std::size_t recul = 1; recul <= std::min<std::size_t>(3, nombre); ++recul) {
-    const auto octet = static_cast<unsigned char>(octets[nombre - recul]);
-    if ((octet & 0xC0) == 0x80) continue;
-    const std::size_t longueur = octet >= 0xF0 ? 4 : octet >= 0xE0 ? 3 : octet >= 0xC0 ? 2 : 1;
-    return longueur > recul ? recul : 0;
-  }
-  return 0;
 }
 
 }  // namespace
@@ -69,7 +59,7 @@ ado::ChunkSource ValeurLongue::Source() const {
   return [fichier = fichier_.get(), texte = texte_](std::byte* tampon, std::size_t place) {
     const std::size_t lus = std::fread(tampon, 1, place, fichier);
     if (lus < place && std::ferror(fichier) != 0) FichierRefuse();
-    const std::size_t entame = texte ? CaractereEntame(tampon, lus) : 0;
+    const std::size_t entame = texte ? base::BegunCharacter({reinterpret_cast<const char*>(tampon), lus}) : 0;
     if (entame == 0 || entame == lus) return lus;
     if (std::fseek(fichier, -static_cast<long>(entame), SEEK_CUR) != 0) FichierRefuse();
     return lus - entame;

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <utility>
 
+#include "base/Utf16.h"
+#include "base/Utf8.h"
 #include "jet/value/ByteOrder.h"
 #include "jet/page/DataPage.h"
 #include "jet/value/Error.h"
@@ -38,10 +40,7 @@ class TextReader final : public LongValueReader {
   std::size_t Read(std::span<std::byte> buffer) override {
     while (at_ == ready_.size() && Refill()) {
     }
-    std::size_t count = std::min(buffer.size(), ready_.size() - at_);
-    // Never end inside a character.
-    if (at_ + count < ready_.size())
-      while (count > 0 && (static_cast<unsigned char>(ready_[at_ + count]) & 0xC0) == 0x80) --count;
+    const std::size_t count = base::WholeCharacters(std::string_view(ready_).substr(at_), buffer.size());
     std::memcpy(buffer.data(), ready_.data() + at_, count);
     at_ += count;
     return count;
@@ -74,7 +73,7 @@ class TextReader final : public LongValueReader {
     }
     if (compressed_) return true;  // short by nature: decoded when whole
     std::size_t usable = raw_.size() & ~std::size_t{1};
-    if (usable >= 2 && (Load16(raw_.data() + usable - 2) & 0xFC00) == 0xD800) usable -= 2;
+    if (usable >= 2 && base::IsFirstHalf(Load16(raw_.data() + usable - 2))) usable -= 2;
     AppendUtf16(std::span<const std::byte>(raw_).first(usable), ready_);
     raw_.erase(raw_.begin(), raw_.begin() + static_cast<std::ptrdiff_t>(usable));
     return true;

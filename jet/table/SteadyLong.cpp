@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 #include <utility>
 #include <vector>
 
+#include "base/Utf8.h"
 #include "jet/table/TableSpace.h"
 #include "jet/page/ReadLock.h"
 #include "jet/value/Error.h"
@@ -18,8 +20,8 @@ constexpr std::size_t kGulp = std::size_t{1} << 20;
 
 /// Bytes handed out from a block; text is cut between characters.
 std::size_t Give(std::span<const std::byte> held, bool text, std::span<std::byte> buffer) {
-  std::size_t count = std::min(held.size(), buffer.size());
-  while (text && count > 0 && count < held.size() && (static_cast<unsigned char>(held[count]) & 0xC0) == 0x80) --count;
+  const std::string_view bytes(reinterpret_cast<const char*>(held.data()), held.size());
+  const std::size_t count = text ? base::WholeCharacters(bytes, buffer.size()) : std::min(bytes.size(), buffer.size());
   if (count > 0) std::memcpy(buffer.data(), held.data(), count);
   return count;
 }

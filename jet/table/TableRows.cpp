@@ -3,6 +3,7 @@
 #include <random>
 #include <utility>
 
+#include "base/Utf8.h"
 #include "jet/table/TableSpace.h"
 #include "jet/page/ChangeScope.h"
 #include "jet/value/ByteOrder.h"
@@ -40,16 +41,8 @@ class Utf16Source {
     std::byte buffer[8192];
     const std::size_t count = source_.Read(buffer);
     pending_.append(reinterpret_cast<const char*>(buffer), count);
-    std::size_t whole = pending_.size();
-    if (count != 0) {  // an unfinished character waits for its rest
-      std::size_t back = 0;
-      while (back < 3 && back < whole && (static_cast<unsigned char>(pending_[whole - 1 - back]) & 0xC0) == 0x80) ++back;
-      if (back < whole) {
-        const auto lead = static_cast<unsigned char>(pending_[whole - 1 - back]);
-        const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : lead >= 0xC0 ? 2 : 1;
-        if (length > back + 1) whole -= back + 1;
-      }
-    }
+    // An unfinished character waits for its rest.
+    const std::size_t whole = pending_.size() - (count == 0 ? 0 : base::BegunCharacter(pending_));
     ended_ = count == 0;
     std::string units = ToUtf16(std::string_view(pending_).substr(0, whole));
     pending_.erase(0, whole);

@@ -2,18 +2,14 @@
 
 #include <utility>
 
+#include "base/Ansi.h"
+#include "base/Utf16.h"
 #include "jet/value/ByteOrder.h"
 #include "jet/value/Error.h"
 
 namespace jet {
 namespace {
 
-constexpr char32_t kReplacement = 0xFFFD;
-
-/// Codes 0x80 to 0x9F of Windows-1252; 0 where the code page has none.
-constexpr char16_t kWindows1252[32] = {0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
-                                       0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
-                                       0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
 /// Codes 0x80 to 0xFF of Windows-1250 (central Europe).
 constexpr char16_t kWindows1250[128] = {
     0x20AC, 0x0081, 0x201A, 0x0083, 0x201E, 0x2026, 0x2020, 0x2021, 0x0088, 0x2030, 0x0160, 0x2039, 0x015A, 0x0164, 0x017D, 0x0179,
@@ -53,74 +49,14 @@ char32_t FromAnsi(std::uint8_t code, std::uint16_t codePage) {
         break;
     }
   }
-  return code < 0xA0 ? kWindows1252[code - 0x80] : code;
-}
-
-char32_t Fold(char32_t c) {
-  if (c < 0x80) return c >= 'A' && c <= 'Z' ? c + 32 : c;
-  if (c >= 0xC0 && c <= 0xDE && c != 0xD7) return c + 32;
-  if (c == 0x0178) return 0xFF;
-  if ((c >= 0x0100 && c <= 0x0137) || (c >= 0x014A && c <= 0x0177)) return c | 1;
-  if ((c >= 0x0139 && c <= 0x0148) || (c >= 0x0179 && c <= 0x017E)) return (c & 1) != 0 ? c + 1 : c;
-  if (c >= 0x0391 && c <= 0x03A9) return c + 32;
-  if (c >= 0x0410 && c <= 0x042F) return c + 32;
-  if (c >= 0x0400 && c <= 0x040F) return c + 80;
-  return c;
+  return base::AnsiCharacter(code);
 }
 
 }  // namespace
 
-char32_t NextCharacter(std::string_view utf8, std::size_t& position) {
-  const auto at = [&](std::size_t i) { return static_cast<std::uint8_t>(utf8[i]); };
-  const std::uint8_t lead = at(position++);
-  if (lead < 0x80) return lead;
-  std::size_t extra = 0;
-  char32_t character = 0;
-  if (lead >= 0xC2 && lead <= 0xDF)
-    extra = 1, character = lead & 0x1Fu;
-  else if ((lead & 0xF0) == 0xE0)
-    extra = 2, character = lead & 0x0Fu;
-  else if (lead >= 0xF0 && lead <= 0xF4)
-    extra = 3, character = lead & 0x07u;
-  else
-    return kReplacement;
-  if (utf8.size() - position < extra) return kReplacement;
-  for (std::size_t i = 0; i < extra; ++i) {
-    if ((at(position + i) & 0xC0) != 0x80) return kReplacement;
-    character = character << 6 | (at(position + i) & 0x3Fu);
-  }
-  // A surrogate is let through: the file may hold half pairs, and they must survive a copy.
-  if ((extra == 2 && character < 0x800) || (extra == 3 && (character < 0x10000 || character > 0x10FFFF))) return kReplacement;
-  position += extra;
-  return character;
-}
-
-void AppendCharacter(char32_t c, std::string& utf8) {
-  const auto put = [&](char32_t byte) { utf8 += static_cast<char>(byte); };
-  if (c < 0x80) {
-    put(c);
-  } else if (c < 0x800) {
-    put(0xC0 | c >> 6), put(0x80 | (c & 0x3F));
-  } else if (c < 0x10000) {
-    put(0xE0 | c >> 12), put(0x80 | (c >> 6 & 0x3F)), put(0x80 | (c & 0x3F));
-  } else {
-    put(0xF0 | c >> 18), put(0x80 | (c >> 12 & 0x3F)), put(0x80 | (c >> 6 & 0x3F)), put(0x80 | (c & 0x3F));
-  }
-}
-
 void AppendUtf16(std::span<const std::byte> units, std::string& text) {
-  const std::size_t count = units.size() / 2;
-  for (std::size_t i = 0; i < count; ++i) {
-    char32_t unit = Load16(units.data() + 2 * i);
-    if (unit >= 0xD800 && unit <= 0xDFFF) {
-      const char32_t next = i + 1 < count ? Load16(units.data() + 2 * i + 2) : 0;
-      if (unit <= 0xDBFF && next >= 0xDC00 && next <= 0xDFFF) {
-        unit = 0x10000 + ((unit - 0xD800) << 10) + (next - 0xDC00);
-        ++i;
-      }
-    }
-    AppendCharacter(unit, text);
-  }
+  const auto at = [&](std::size_t i) { return Load16(units.data() + 2 * i); };
+  for (std::size_t i = 0; i < units.size() / 2;) base::AppendCharacter(text, base::TakeUtf16(at, units.size() / 2, i));
 }
 
 void AppendStoredText(std::span<const std::byte> stored, std::string& text) {
@@ -162,25 +98,16 @@ void AppendAnsi(std::span<const std::byte> stored, std::uint16_t codePage, std::
 std::string ToUtf16(std::string_view utf8) {
   std::string units;
   units.reserve(utf8.size() * 2);
-  const auto put = [&](char32_t unit) {
+  base::EachUtf16Unit(utf8, base::Halves::kKept, [&](char16_t unit) {
     units += static_cast<char>(unit & 0xFF);
     units += static_cast<char>(unit >> 8);
-  };
-  for (std::size_t i = 0; i < utf8.size();) {
-    const char32_t c = NextCharacter(utf8, i);
-    if (c < 0x10000) {
-      put(c);
-    } else {
-      put(0xD800 + ((c - 0x10000) >> 10));
-      put(0xDC00 + ((c - 0x10000) & 0x3FF));
-    }
-  }
+  });
   return units;
 }
 
 std::size_t CountUtf16(std::string_view utf8) {
   std::size_t units = 0;
-  for (std::size_t i = 0; i < utf8.size();) units += NextCharacter(utf8, i) < 0x10000 ? 1 : 2;
+  base::EachUtf16Unit(utf8, base::Halves::kKept, [&](char16_t) { ++units; });
   return units;
 }
 
@@ -212,21 +139,6 @@ std::string ToMarkedText(std::string units, bool first) {
     if (units[i] == '\0') throw Error(ErrorCode::kLimit, "A text that begins with U+FEFF cannot hold all the characters of this one");
   if (first) units.insert(0, std::string("\xFF\xFE\0", 3));
   return units;
-}
-
-std::string FoldCase(std::string_view utf8) {
-  std::string folded;
-  folded.reserve(utf8.size());
-  for (std::size_t i = 0; i < utf8.size();) AppendCharacter(Fold(NextCharacter(utf8, i)), folded);
-  return folded;
-}
-
-bool EqualNames(std::string_view left, std::string_view right) {
-  std::size_t i = 0;
-  std::size_t j = 0;
-  while (i < left.size() && j < right.size())
-    if (Fold(NextCharacter(left, i)) != Fold(NextCharacter(right, j))) return false;
-  return i == left.size() && j == right.size();
 }
 
 }  // namespace jet

@@ -7,6 +7,9 @@
 #include <string>
 #include <string_view>
 
+#include "base/Case.h"
+#include "base/Utf8.h"
+
 namespace jet {
 
 /// Appends the UTF-8 form of stored Jet 4 text: UTF-16LE, or the compressed form that begins with FF FE.
@@ -34,12 +37,29 @@ void AppendAnsi(std::span<const std::byte> stored, std::uint16_t codePage, std::
 /// The stored form of UTF-16LE bytes that begin with U+FEFF or, when not the first piece, go on with such a text. Errors: kLimit as above.
 [[nodiscard]] std::string ToMarkedText(std::string units, bool first);
 
-/// The text without differences of case (Latin, Greek, Cyrillic), for comparing names.
-[[nodiscard]] std::string FoldCase(std::string_view utf8);
-[[nodiscard]] bool EqualNames(std::string_view left, std::string_view right);
+/// Names are found as base/Case.h says; FoldCase is the form in small letters, by which names are ordered.
+[[nodiscard]] inline std::string FoldCase(std::string_view utf8) { return base::LowerName(utf8); }
+[[nodiscard]] inline bool EqualNames(std::string_view left, std::string_view right) { return base::SameName(left, right); }
+/// The place of the item of a name: the one that has it letter for letter, else the first that has it but for case. A file may hold both,
+/// as Access tells some letters of one pair apart.
+template <typename Items>
+[[nodiscard]] std::optional<std::size_t> PlaceOfName(const Items& items, std::string_view name) {
+  std::optional<std::size_t> found;
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    if (items[i].name == name) return i;
+    if (!found && EqualNames(items[i].name, name)) found = i;
+  }
+  return found;
+}
 
-/// Reads one character and moves the position behind it; U+FFFD for bytes that are no UTF-8.
-[[nodiscard]] char32_t NextCharacter(std::string_view utf8, std::size_t& position);
-void AppendCharacter(char32_t character, std::string& utf8);
+/// Reads one character and moves the position behind it; U+FFFD for bytes that are no UTF-8. The file may hold half pairs, and they must
+/// survive a copy.
+[[nodiscard]] inline char32_t NextCharacter(std::string_view utf8, std::size_t& position) {
+  std::string_view rest = utf8.substr(position);
+  const char32_t character = base::TakeCharacter(rest, base::Halves::kKept);
+  position = utf8.size() - rest.size();
+  return base::IsStrayByte(character) ? base::kReplacement : character;
+}
+inline void AppendCharacter(char32_t character, std::string& utf8) { base::AppendCharacter(utf8, character); }
 
 }  // namespace jet

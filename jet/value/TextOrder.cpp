@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "base/Ansi.h"
+#include "base/Utf16.h"
 #include "jet/value/Error.h"
 #include "jet/value/Text.h"
 #include "jet/value/TextOrderTable.h"
@@ -277,28 +279,14 @@ void AppendBodyIn(TextOrder order, std::u16string_view text, Bytes& key) {
 
 // ----- Access 97: keys of the bytes that the text has in its code page
 
-constexpr std::uint16_t kWesternCodePage = 1252;
-
-/// The bytes of the first units of a text. Errors: kUnsupported for a character that the code page lacks.
+/// The bytes of the first units of a text. Errors: kUnsupported for a character that Windows-1252 lacks.
 std::string ToWesternBytes(std::string_view text) {
-  static const std::vector<char32_t> characters = [] {
-    std::vector<char32_t> all;
-    for (unsigned i = 0; i < 256; ++i) {
-      const auto byte = static_cast<std::byte>(i);
-      std::string decoded;
-      AppendAnsi({&byte, 1}, kWesternCodePage, decoded);
-      std::size_t at = 0;
-      all.push_back(NextCharacter(decoded, at));
-    }
-    return all;
-  }();
   std::string bytes;
   for (std::size_t at = 0; at < text.size() && bytes.size() < kTextKeyUnits;) {
     const char32_t character = NextCharacter(text, at);
-    const bool same = character < 0x100 && characters[character] == character;
-    const auto found = same ? characters.begin() + character : std::find(characters.begin(), characters.end(), character);
-    if (found == characters.end()) RefuseUnit(static_cast<char16_t>(std::min<char32_t>(character, 0xFFFF)));
-    bytes += static_cast<char>(found - characters.begin());
+    const std::uint8_t code = base::AnsiCode(character);
+    if (base::AnsiCharacter(code) != character) RefuseUnit(static_cast<char16_t>(std::min<char32_t>(character, 0xFFFF)));
+    bytes += static_cast<char>(code);
   }
   return bytes;
 }
@@ -357,8 +345,8 @@ std::u16string_view ToUnits(std::string_view text, std::span<char16_t> buffer) {
     if (character < 0x10000) {
       buffer[count++] = static_cast<char16_t>(character);
     } else {
-      buffer[count++] = static_cast<char16_t>(0xD7C0 + (character >> 10));
-      if (count < buffer.size()) buffer[count++] = static_cast<char16_t>(0xDC00 | (character & 0x3FF));
+      buffer[count++] = base::FirstHalf(character);
+      if (count < buffer.size()) buffer[count++] = base::SecondHalf(character);
     }
   }
   return {buffer.data(), count};
@@ -385,8 +373,8 @@ class CodeReader {
     }
     const char32_t character = NextCharacter(text_, at_);
     if (character < 0x10000) return Of(static_cast<char16_t>(character));
-    half_ = static_cast<char16_t>(0xDC00 | (character & 0x3FF));
-    return Of(static_cast<char16_t>(0xD7C0 + (character >> 10)));
+    half_ = base::SecondHalf(character);
+    return Of(base::FirstHalf(character));
   }
 
  private:
@@ -451,7 +439,7 @@ std::size_t CommonCharacters(std::string_view left, std::string_view right) {
   while (i + 8 <= size && std::memcmp(left.data() + i, right.data() + i, 8) == 0) i += 8;
   while (i < size && left[i] == right[i]) ++i;
   // Back to where the character begins: bytes inside of characters are those of the form 10xxxxxx.
-  const auto isInside = [](std::string_view text, std::size_t at) { return at < text.size() && (text[at] & 0xC0) == 0x80; };
+  const auto isInside = [](std::string_view text, std::size_t at) { return at < text.size() && base::IsInsideCharacter(text[at]); };
   while (i > 0 && (isInside(left, i) || isInside(right, i))) --i;
   return i;
 }

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <utility>
+
 namespace base {
 namespace {
 
@@ -51,6 +54,38 @@ TEST(Calendar, DaysOutsideOfTheCalendarAreNone) {
 TEST(Calendar, TheTimeCountsForwardBeforeDayZeroToo) {
   EXPECT_EQ(JoinDayAndTime(-1, 0.25), -1.25);
   EXPECT_EQ(JoinDayAndTime(0, 0.25), 0.25);
+}
+
+TEST(Calendar, YearsFarOutsideOfTheCalendarCountOnAsWell) {
+  for (const std::int64_t year : {-40000, -32768, -401, -400, -1, 0, 1, 32767, 32768, 40000, 270000}) {
+    const CivilDay first{year, 1, 1};
+    EXPECT_EQ(CivilOf(DayNumber(year, 1, 1)), first) << year;
+    EXPECT_EQ(DayNumber(year + 1, 1, 1) - DayNumber(year, 1, 1), IsLeapYear(year) ? 366 : 365) << year;
+    EXPECT_EQ(DaysOfMonth(year, 2), IsLeapYear(year) ? 29 : 28);
+  }
+  EXPECT_EQ(DayNumber(-20000, 1, 8000000), DayNumber(-20000, 1, 1) + 7999999);
+}
+
+TEST(Calendar, ASerialIsSplitIntoItsDayAndItsTicks) {
+  const auto split = [](double serial, std::int64_t ticks, HalfTick half = HalfTick::kUp) {
+    const DayAndTicks parts = SplitSerial(serial, ticks, half);
+    return std::pair(parts.day, parts.ticks);
+  };
+  using Parts = std::pair<std::int64_t, std::int64_t>;
+  EXPECT_EQ(split(1.25, kSecondsADay), Parts(1, 21600));
+  EXPECT_EQ(split(-1.25, kSecondsADay), Parts(-1, 21600));
+  EXPECT_EQ(split(0.9999999, kSecondsADay), Parts(1, 0)) << "rounded to the day behind";
+  EXPECT_EQ(split(-0.9999999, kSecondsADay), Parts(1, 0)) << "the day behind day 0, as the fraction counts forward";
+  EXPECT_EQ(split(static_cast<double>(kLastDay) + 0.9999999, kSecondsADay), Parts(kLastDay + 1, 0));
+  // 2 to the power of -14 days is exactly 5273437.5 microseconds.
+  EXPECT_EQ(split(3.0 / 16384, kSecondsADay * 1000000), Parts(0, 15820313));
+  EXPECT_EQ(split(3.0 / 16384, kSecondsADay * 1000000, HalfTick::kToEven), Parts(0, 15820312));
+}
+
+TEST(Calendar, NowIsNow) {
+  const double utc = UtcNow();
+  EXPECT_GT(utc, static_cast<double>(DayNumber(2024, 1, 1)));
+  EXPECT_LT(std::fabs(LocalNow() - utc), 1.0) << "no zone is a day away";
 }
 
 }  // namespace

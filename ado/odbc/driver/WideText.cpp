@@ -52,8 +52,7 @@ void AppendUtf8(std::vector<std::byte>& out, std::string_view text) {
     clean.reserve(text.size());
     while (!text.empty()) {
       const char32_t character = runtime::NextCharacter(text);
-      const bool stray = character >= 0xD800 && character <= 0xDFFF;  // a byte that belongs to no character
-      runtime::AppendCharacter(clean, stray ? U'\uFFFD' : character);
+      runtime::AppendCharacter(clean, base::IsStrayByte(character) ? base::kReplacement : character);
     }
     text = clean;
   }

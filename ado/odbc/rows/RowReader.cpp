@@ -6,9 +6,12 @@
 #include <span>
 #include <utility>
 
+#include "ado/Pieces.h"
 #include "ado/odbc/driver/Diagnostics.h"
 #include "ado/odbc/driver/NativeHeaders.h"
 #include "ado/odbc/driver/WideText.h"
+#include "base/Utf16.h"
+#include "base/Utf8.h"
 #include "runtime/Error.h"
 
 namespace tamlo::ado::odbc {
@@ -25,19 +28,13 @@ constexpr std::ptrdiff_t kUntold = -7777;  // a length that no driver gives
 constexpr std::size_t kNoCount = SIZE_MAX;
 
 /// The bytes at the end of a piece that begin a character without ending it; unit is 1 for UTF-8, 2 for UTF-16.
-std::size_t BegunCharacter(const std::string& piece, std::size_t unit) {
+std::size_t BegunBytes(const std::string& piece, std::size_t unit) {
   if (unit == sizeof(char16_t)) {
     char16_t last = 0;
     if (piece.size() >= unit) std::memcpy(&last, piece.data() + piece.size() - unit, unit);
-    return (last & 0xFC00U) == 0xD800U ? unit : 0;
+    return base::IsFirstHalf(last) ? unit : 0;
   }
-  for (std::size_t back = 1; back <= std::min<std::size_t>(3, piece.size()); ++back) {
-    const auto byte = static_cast<unsigned char>(piece[piece.size() - back]);
-    if ((byte & 0xC0U) == 0x80U) continue;
-    const std::size_t length = byte >= 0xF0 ? 4 : byte >= 0xE0 ? 3 : byte >= 0xC0 ? 2 : 1;
-    return length > back ? back : 0;
-  }
-  return 0;
+  return base::BegunCharacter(piece);
 }
 
 /// What the driver says of a value of unknown length: null, the bytes that are still to come (SQL_NO_TOTAL for "some"), never anything else.
@@ -408,7 +405,7 @@ std::size_t RowReader::ReadChunk(std::size_t field, std::byte* buffer, std::size
       stream_.field = field;
       stream_.whole = std::move(whole);
     }
-    return ChunkOf(stream_.whole, buffer, capacity);
+    return PieceOf(stream_.whole, stream_.offset, buffer, capacity);
   }
   if (stream_.field != field) {
     stream_ = Stream{};
@@ -453,7 +450,7 @@ void RowReader::ReadTextPiece(std::size_t field) {
   piece.resize(part ? room - room % plan.unit : static_cast<std::size_t>(length));
   CheckUnits(field, piece.size());
   piece.insert(0, stream_.carry);
-  const std::size_t begun = part ? BegunCharacter(piece, plan.unit) : 0;
+  const std::size_t begun = part ? BegunBytes(piece, plan.unit) : 0;
   stream_.carry = piece.substr(piece.size() - begun);
   piece.resize(piece.size() - begun);
   if (plan.unit == 1) {
@@ -466,35 +463,13 @@ void RowReader::ReadTextPiece(std::size_t field) {
 std::size_t RowReader::StreamText(std::size_t field, std::byte* buffer, std::size_t capacity) {
   while (stream_.pending.empty() && !stream_.ended) ReadTextPiece(field);
   const std::string& text = stream_.pending;
-  std::size_t count = std::min(capacity, text.size() - stream_.offset);
-  if (stream_.offset + count < text.size()) {
-    while (count > 0 && (static_cast<unsigned char>(text[stream_.offset + count]) & 0xC0U) == 0x80U) --count;
-  }
+  const std::size_t count = base::WholeCharacters(std::string_view(text).substr(stream_.offset), capacity);
   std::memcpy(buffer, text.data() + stream_.offset, count);
   stream_.offset += count;
   if (stream_.offset == text.size()) {
     stream_.pending.clear();
     stream_.offset = 0;
   }
-  return count;
-}
-
-std::size_t RowReader::ChunkOf(const Variant& value, std::byte* buffer, std::size_t capacity) {
-  const std::byte* data = nullptr;
-  std::size_t size = 0;
-  if (const auto* text = value.If<std::string>()) {
-    data = reinterpret_cast<const std::byte*>(text->data());
-    size = text->size();
-  } else if (const auto* bytes = value.If<runtime::Bytes>()) {
-    data = bytes->data();
-    size = bytes->size();
-  }
-  std::size_t count = std::min(capacity, size - std::min(size, stream_.offset));
-  if (value.IsText() && stream_.offset + count < size) {
-    while (count > 0 && (static_cast<unsigned char>(data[stream_.offset + count]) & 0xC0U) == 0x80U) --count;
-  }
-  if (count > 0) std::memcpy(buffer, data + stream_.offset, count);
-  stream_.offset = count == 0 ? 0 : stream_.offset + count;
   return count;
 }
 

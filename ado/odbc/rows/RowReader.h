@@ -92,7 +92,6 @@ class RowReader {
   std::size_t StreamText(std::size_t field, std::byte* buffer, std::size_t capacity);
   void ReadTextPiece(std::size_t field);
   std::size_t StreamBytes(std::size_t field, std::byte* buffer, std::size_t capacity);
-  std::size_t ChunkOf(const Variant& value, std::byte* buffer, std::size_t capacity);
 
   Statement& statement_;
   const std::vector<FieldInfo>& fields_;

@@ -46,8 +46,7 @@ void CheckCharacters(std::string_view text, const ParameterShape& shape) {
   for (const char c : text) all = static_cast<unsigned char>(all | static_cast<unsigned char>(c));
   if (all < 0x80) return;
   while (!text.empty()) {
-    const char32_t character = runtime::NextCharacter(text);
-    if (character >= 0xD800 && character <= 0xDFFF) Refuse(shape, "contient des octets qui ne sont pas un caractère");
+    if (base::IsStrayByte(runtime::NextCharacter(text))) Refuse(shape, "contient des octets qui ne sont pas un caractère");
   }
 }
 

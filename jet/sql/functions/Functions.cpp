@@ -9,6 +9,7 @@
 #include <random>
 #include <string>
 
+#include "base/Ansi.h"
 #include "base/DateText.h"
 #include "jet/value/TextOrder.h"
 #include "jet/sql/functions/Calendar.h"
@@ -404,16 +405,10 @@ void StrConv(Context* context, int, Values v) {
   ReturnText(context, FromLetters(letters));
 }
 
-// Windows-1252 codes 0x80 to 0x9F; the others are the code points themselves.
-constexpr char32_t kAnsi[32] = {0x20AC, 0x81,   0x201A, 0x192,  0x201E, 0x2026, 0x2020, 0x2021, 0x2C6,  0x2030, 0x160,
-                                0x2039, 0x152,  0x8D,   0x17D,  0x8F,   0x90,   0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
-                                0x2013, 0x2014, 0x2DC,  0x2122, 0x161,  0x203A, 0x153,  0x9D,   0x17E,  0x178};
-
 void Chr(Context* context, int, Values v) {
   const std::int64_t code = WholeOf(context, v[0]);
   if (code < 0 || code > 255) Raise("character code out of range");
-  const auto letter = static_cast<char32_t>(code);
-  ReturnText(context, FromLetters(std::u32string(1, letter >= 0x80 && letter < 0xA0 ? kAnsi[letter - 0x80] : letter)));
+  ReturnText(context, FromLetters(std::u32string(1, base::AnsiCharacter(static_cast<std::uint8_t>(code)))));
 }
 
 void ChrW(Context* context, int, Values v) {
@@ -429,11 +424,7 @@ void Asc(Context* context, int, Values v) {
   std::string_view rest = text;
   if (rest.empty()) Raise("empty text");
   const char32_t letter = TakeLetter(rest);
-  if (wide || letter < 0x80 || (letter >= 0xA0 && letter <= 0xFF)) return sqlite3_result_int64(context, letter);
-  for (int i = 0; i < 32; ++i) {
-    if (kAnsi[i] == letter) return sqlite3_result_int(context, 0x80 + i);
-  }
-  sqlite3_result_int(context, '?');
+  sqlite3_result_int64(context, wide ? letter : base::AnsiCode(letter));
 }
 
 template <unsigned base>

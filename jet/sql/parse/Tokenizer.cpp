@@ -1,5 +1,6 @@
 #include "jet/sql/parse/Tokenizer.h"
 
+#include "base/Utf8.h"
 #include "jet/sql/Names.h"
 
 namespace jet::sql {
@@ -39,7 +40,7 @@ class Cutter {
   // Moves on by bytes; a position counts characters.
   void Step(std::size_t bytes) {
     for (; bytes > 0; --bytes, ++offset_) {
-      if ((static_cast<unsigned char>(text_[offset_]) & 0xC0) != 0x80) ++position_;
+      if (!base::IsInsideCharacter(text_[offset_])) ++position_;
     }
   }
 
