@@ -102,9 +102,10 @@ void Catalog::Load() {
   objects_ = std::move(objects);
   rows_ = std::move(rows);
   byName_.clear();
+  twins_.clear();
   byId_.clear();
   for (std::size_t i = 0; i < objects_.size(); ++i) {
-    if (IsTableLike(objects_[i].kind)) byName_.emplace(FoldCase(objects_[i].name), i);
+    if (IsTableLike(objects_[i].kind)) AddName(i);
     // Ids are unique but for those of system containers in files of old.
     byId_.emplace(objects_[i].id, i);
   }
@@ -116,8 +117,19 @@ const std::vector<CatalogObject>& Catalog::Objects() {
   return objects_;
 }
 
+void Catalog::AddName(std::size_t position) {
+  CatalogObject& object = objects_[position];
+  const auto [known, isNew] = byName_.emplace(FoldCase(object.name), position);
+  if (isNew) return;
+  object.hasTwin = objects_[known->second].hasTwin = true;
+  twins_.emplace(object.name, position);
+}
+
 const CatalogObject* Catalog::Find(std::string_view name) {
   (void)Objects();
+  if (const auto twin = twins_.find(std::string(name)); twin != twins_.end() && objects_[byName_.at(FoldCase(name))].name != name) {
+    return &objects_[twin->second];
+  }
   const auto found = byName_.find(FoldCase(name));
   return found == byName_.end() ? nullptr : &objects_[found->second];
 }

@@ -28,7 +28,7 @@ class Catalog final : public TableDirectory {
 
   /// All objects, read when they may have changed.
   [[nodiscard]] const std::vector<CatalogObject>& Objects();
-  /// A table, link or query; null when there is none.
+  /// A table, link or query, as PlaceOfName finds it; null when there is none.
   [[nodiscard]] const CatalogObject* Find(std::string_view name);
   [[nodiscard]] const CatalogObject* FindById(std::int32_t id);
   void Forget() noexcept { generation_ = 0; }
@@ -55,6 +55,7 @@ class Catalog final : public TableDirectory {
 
  private:
   void Load();
+  void AddName(std::size_t position);
   [[nodiscard]] RowId RowOf(std::int32_t id);
   void AddPermissions(Table& permissions, const CatalogObject& object, const Value& owner);
   [[nodiscard]] Table& SystemTable(const char* name, PageNumber usual);
@@ -63,7 +64,8 @@ class Catalog final : public TableDirectory {
   TableSpace& space_;
   std::vector<CatalogObject> objects_;
   std::vector<RowId> rows_;
-  std::unordered_map<std::string, std::size_t> byName_;
+  std::unordered_map<std::string, std::size_t> byName_;  // by FoldCase
+  std::unordered_map<std::string, std::size_t> twins_;   // by themselves: names whose FoldCase is another object's
   std::unordered_map<std::int32_t, std::size_t> byId_;
   std::uint64_t generation_ = 0;
 };

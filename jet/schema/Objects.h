@@ -30,6 +30,7 @@ struct CatalogObject {
   std::int16_t type = 0;    ///< as stored
   std::uint32_t flags = 0;  ///< as stored
   bool hidden = false;
+  bool hasTwin = false;  ///< another object's name differs from its own in case alone, which Access tells apart for a few letters
   Date created;
   Date updated;
   // Links only.

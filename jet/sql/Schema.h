@@ -32,6 +32,10 @@ struct ColumnInfo {
   TypeInfo type;
 };
 
+/// The place of the column of a name: the one that has it letter for letter, else the first that has it but for case; the number of columns
+/// when there is none. folded is FoldName(name).
+[[nodiscard]] std::size_t PlaceOfColumn(const std::vector<ColumnInfo>& columns, std::string_view name, std::string_view folded);
+
 /// A table as a statement sees it: local, of another file, or behind a link. Statements and cursors share it, so that it outlives a
 /// change of the schema that happens meanwhile.
 struct TableInfo {

@@ -143,10 +143,7 @@ const std::vector<IndexDef>& Table::Indexes() {
 std::optional<std::size_t> Table::FindColumn(std::string_view name) {
   const ReadLock lock(*core_->space.pager);
   core_->Refresh();
-  const auto& columns = core_->Stored();
-  for (std::size_t i = 0; i < columns.size(); ++i)
-    if (EqualNames(columns[i].name, name)) return i;
-  return std::nullopt;
+  return PlaceOfName(core_->Stored(), name);
 }
 
 std::size_t Table::ColumnAt(std::string_view name) {
@@ -158,10 +155,7 @@ std::size_t Table::ColumnAt(std::string_view name) {
 }
 
 std::optional<std::size_t> Table::FindIndex(std::string_view name) {
-  const auto& indexes = Indexes();
-  for (std::size_t i = 0; i < indexes.size(); ++i)
-    if (EqualNames(indexes[i].name, name)) return i;
-  return std::nullopt;
+  return PlaceOfName(Indexes(), name);
 }
 
 std::optional<std::size_t> Table::PrimaryKey() {

@@ -50,12 +50,7 @@ Statement Translator::ParseInsert() {
       plan.table = NeedTable(plan.target, at);
     }
   }
-  const auto columnOf = [&](const std::string& name) {
-    const std::string folded = FoldName(name);
-    std::size_t column = 0;
-    while (column < plan.table->columns.size() && plan.table->columns[column].folded != folded) ++column;
-    return column;
-  };
+  const auto columnOf = [&](const std::string& name) { return PlaceOfColumn(plan.table->columns, name, FoldName(name)); };
   for (const Token& name : names) {
     const std::size_t column = columnOf(name.text);
     if (column == plan.table->columns.size()) {

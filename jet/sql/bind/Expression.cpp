@@ -601,13 +601,11 @@ std::optional<Expression> Translator::FindColumn(const std::string& qualifier, c
       const ScopeSource& source = scope->sources[i];
       if (!qualifier.empty() && source.folded != foldedQualifier) continue;
       qualifierKnown = true;
-      for (std::size_t k = 0; k < source.columns.size(); ++k) {
-        if (source.columns[k].folded != folded) continue;
-        if (found >= 0) throw SyntaxError("column \"" + name.text + "\" is in more than one table of the FROM clause", name.position);
-        found = static_cast<int>(i);
-        column = k;
-        break;
-      }
+      const std::size_t place = PlaceOfColumn(source.columns, name.text, folded);
+      if (place == source.columns.size()) continue;
+      if (found >= 0) throw SyntaxError("column \"" + name.text + "\" is in more than one table of the FROM clause", name.position);
+      found = static_cast<int>(i);
+      column = place;
     }
     if (found >= 0) {
       Expression made = ColumnOf(*scope, static_cast<std::size_t>(found), column);

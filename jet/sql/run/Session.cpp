@@ -255,9 +255,10 @@ TablePointer SessionState::FindTable(std::string_view name, const std::string& f
     schemaVersion = version;
   }
   Database& source = file.empty() ? database : OtherDatabase(file, {});
-  const std::string key = (file.empty() ? std::string() : file + '\0') + FoldName(name);
+  std::string key = (file.empty() ? std::string() : file + '\0') + FoldName(name);
+  const std::string ownKey = key + '\0' + std::string(name);  // of a table whose name differs from another's in case alone
   if (file.empty()) {
-    if (const auto known = byName.find(key); known != byName.end()) {
+    if (const auto known = byName.contains(ownKey) ? byName.find(ownKey) : byName.find(key); known != byName.end()) {
       if (known->second->database == &database || known->second->database == nullptr) return known->second;
       byName.erase(known);  // of another file, whose definitions may have changed
     }
@@ -265,6 +266,7 @@ TablePointer SessionState::FindTable(std::string_view name, const std::string& f
   if (!reading) reading.emplace(source);
   const CatalogObject* object = source.FindObject(name);
   if (object == nullptr) return nullptr;
+  if (object->hasTwin) key = ownKey;
   std::shared_ptr<const EngineTable> table;
   switch (object->kind) {
     case ObjectKind::kTable:
