@@ -1,8 +1,7 @@
 #include "db/DataBase.h"
-
 #include "db/kinds/Moteur.h"
 #include "db/kinds/Moteurs.h"
-#include "db/sql/TablesQualifiees.h"
+
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
 
@@ -24,11 +23,10 @@ void DataBase::Ferme() {
     if (connexion_->IsOpen()) connexion_->Close();
     connexion_.reset();
   }
-  tables_.clear();
-  alias_.clear();
-  relations_.clear();
+  tables_.Vide();
+  alias_.Vide();
+  relations_.Vide();
   erreurs_.clear();
-  NomsChanges();
 }
 
 ado::Connection& DataBase::Connexion() const {

@@ -3,26 +3,25 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "ado/Catalog.h"
 #include "ado/Connection.h"
 #include "ado/Recordset.h"
+#include "db/Alias.h"
+#include "db/BilanCopie.h"
 #include "db/DbRlt.h"
 #include "db/DbTbl.h"
+#include "db/ListeTables.h"
+#include "db/Parcours.h"
+#include "db/Relations.h"
 #include "runtime/Error.h"
 
 namespace tamlo::db {
 
-class Patience;
 namespace kinds {
 class Moteur;
-}
-namespace sql {
-class TablesQualifiees;
 }
 
 /// Backend kinds. Any other value is a generic ODBC source.
@@ -33,43 +32,6 @@ inline constexpr const char* kTblKorv = "$TBLKORV$";
 inline constexpr const char* kFldKorv = "$FLDKORV$";
 inline constexpr const char* kIdxKorv = "$IDXKORV$";
 inline constexpr const char* kRltKorv = "$RLTKORV$";
-
-/// What a copy of rows tells the program; see DataBase::CopieDonnees.
-struct CopieOptions {
-  /// Called with the rows done, at most every 100 ms; false stops the copy between two rows. Not called between two Access files, where one
-  /// statement, whole or not at all, copies everything. It must leave the source alone, which another thread is reading.
-  std::function<bool(std::int64_t lignes)> progression;
-  /// Rows at the beginning of the source that are left out, because an earlier copy brought them: a copy that broke off goes on so. The source
-  /// must give its rows in the order of that time.
-  std::int64_t debut = 0;
-};
-struct CopieBilan {
-  std::int64_t lues = 0;     ///< those left out included
-  std::int64_t ecrites = 0;  ///< by this copy
-  bool arretee = false;      ///< stopped by the progress callback
-};
-/// A copy that broke off: how many rows of the source, counted from its first one, are in the target (CopieOptions::debut included). The two
-/// numbers differ when the connection went while the answer to the last batch was awaited; the target itself then tells, and the copy can go on
-/// from there.
-class ErreurCopie : public runtime::Error {
- public:
-  ErreurCopie(const runtime::Error& erreur, std::int64_t auMoins, std::int64_t auPlus)
-      : runtime::Error(erreur), auMoins_(auMoins), auPlus_(auPlus) {}
-  [[nodiscard]] std::int64_t AuMoins() const noexcept { return auMoins_; }
-  [[nodiscard]] std::int64_t AuPlus() const noexcept { return auPlus_; }
-
- private:
-  std::int64_t auMoins_;
-  std::int64_t auPlus_;
-};
-/// What a comparison of a table on both sides found.
-struct VerifieBilan {
-  std::int64_t lignesSource = 0;
-  std::int64_t lignesCible = 0;
-  std::int64_t differences = 0;    ///< rows that differ or stand on one side only
-  std::string premiereDifference;  ///< table, row and column of the first one, in words; empty when there is none
-  [[nodiscard]] bool Egales() const noexcept { return differences == 0 && lignesSource == lignesCible; }
-};
 
 /// One error that Ouvre has met after the connection stood, and has not raised.
 struct ErreurOuverture {
@@ -125,7 +87,7 @@ class DataBase {
   /// Opens a query written in the layer's dialect. option: 0 forward-only, 1 keyset table-direct, 2 dynamic (AddNew,
   /// Update), 3 static (read here and now), any other value: returned unopened. A statement that gives no rows is run and comes back
   /// closed. Error 3709 without a connection.
-  [[nodiscard]] ado::Recordset OpenRecordSet(const std::string& sql, std::int16_t option);
+  [[nodiscard]] ado::Recordset OpenRecordSet(const std::string& sql, std::int16_t option) const;
   /// Runs a statement of the dialect without a time limit. Error 91 without a connection.
   void ExecuteSQL(const std::string& sql);
   /// Nothing on SQL Server; elsewhere the provider's. Error -2147168242 for an end without a beginning.
@@ -133,35 +95,56 @@ class DataBase {
   void CommitTrans();
   void RollBack();
   /// Largest value of the field plus 1; 1 for an empty table. No reservation.
-  [[nodiscard]] std::int32_t GetCptSuiv(const std::string& table, const std::string& champ);
+  [[nodiscard]] std::int32_t GetCptSuiv(const std::string& table, const std::string& champ) const;
   /// True when the connected user holds the Oracle system privilege; always true on other kinds.
-  [[nodiscard]] bool PrivilegeOK(const std::string& privilege);
+  [[nodiscard]] bool PrivilegeOK(const std::string& privilege) const;
   /// Rewrites a statement of the dialect for this kind, in place. Errors 5 and 6; the text is then partly translated.
   void FormateSSQL(std::string& sql) const;
 
-  [[nodiscard]] std::int16_t NbTbl() const noexcept { return static_cast<std::int16_t>(tables_.size()); }
+  [[nodiscard]] std::int16_t NbTbl() const noexcept { return tables_.Nb(); }
   /// By name or by position from 0 as text. Error 9 when there is none.
-  [[nodiscard]] DbTbl& ListeTbl(const std::string& nom);
+  [[nodiscard]] DbTbl& ListeTbl(const std::string& nom) { return tables_.Liste(nom); }
+  [[nodiscard]] const DbTbl& ListeTbl(const std::string& nom) const { return tables_.Liste(nom); }
+  /// The listed tables in their order, for a range-based for. Void once a table is added or dropped, as at Ferme.
+  [[nodiscard]] Parcours<DbTbl, ListeTables::Entree> Tables() { return Parcours<DbTbl, ListeTables::Entree>(tables_.Entrees()); }
+  [[nodiscard]] Parcours<const DbTbl, ListeTables::Entree> Tables() const {
+    return Parcours<const DbTbl, ListeTables::Entree>(tables_.Entrees());
+  }
   /// Asks the backend's catalog, not the table list; false on any error.
-  [[nodiscard]] bool ExisteTbl(const std::string& nom);
-  void AddAlias(const std::string& table, const std::string& alias, const std::string& libelle, bool visible);
+  [[nodiscard]] bool ExisteTbl(const std::string& nom) const;
+  /// Names a table; alias: the table's own name when blank. A name that is known keeps its table and visibility, and takes the label where
+  /// it has none. Nothing for a blank table.
+  void AddAlias(const std::string& table, const std::string& alias, const std::string& libelle, bool visible) {
+    alias_.Add(table, alias, libelle, visible);
+  }
   /// The argument itself when no alias matches (VisAlias: false).
-  [[nodiscard]] std::string TblReel(const std::string& alias) const;
-  [[nodiscard]] std::string LibAlias(const std::string& alias) const;
-  [[nodiscard]] bool VisAlias(const std::string& alias) const;
+  [[nodiscard]] std::string TblReel(const std::string& alias) const { return alias_.TblReel(alias); }
+  [[nodiscard]] std::string LibAlias(const std::string& alias) const { return alias_.Lib(alias); }
+  [[nodiscard]] bool VisAlias(const std::string& alias) const { return alias_.Vis(alias); }
+  /// All aliases in their order, for a range-based for.
+  [[nodiscard]] const db::Alias& Alias() const noexcept { return alias_; }
   /// Always false.
   [[nodiscard]] bool SupporteTable() const noexcept { return false; }
 
-  [[nodiscard]] std::int16_t NbRlt() const noexcept { return static_cast<std::int16_t>(relations_.size()); }
+  [[nodiscard]] std::int16_t NbRlt() const noexcept { return relations_.Nb(); }
   /// Position from 0. Error 9 outside.
-  [[nodiscard]] DbRlt& ListeRlt(std::int16_t i);
+  [[nodiscard]] DbRlt& ListeRlt(std::int16_t i) { return relations_.Liste(i); }
+  [[nodiscard]] const DbRlt& ListeRlt(std::int16_t i) const { return relations_.Liste(i); }
+  /// The relations in their order, for a range-based for. Void once one is added, as at Ferme.
+  [[nodiscard]] Parcours<const DbRlt, db::Relations::Entree> Relations() const {
+    return Parcours<const DbRlt, db::Relations::Entree>(relations_.Entrees());
+  }
   /// A chain of relations from one alias to the other, the first in registry order; empty when there is none or aliasDe
   /// was visited.
   void GetListeRlt(const std::string& aliasDe, const std::string& aliasVers, std::vector<DbRlt*>& chaine, std::int16_t& longueur,
-                   const std::string& visites);
+                   const std::string& visites) {
+    relations_.Chaine(aliasDe, aliasVers, chaine, longueur, visites);
+  }
   /// Registers a relation in memory; false when one between the same aliases exists. The flag is stored inverted.
   bool AddRlt(const std::string& aliasSrc, const std::string& fldSrc, const std::string& aliasCbl, const std::string& fldCbl,
-              std::int32_t typ, std::int32_t typInv, bool obg);
+              std::int32_t typ, std::int32_t typInv, bool obg) {
+    return relations_.Add(aliasSrc, fldSrc, aliasCbl, fldCbl, typ, typInv, obg);
+  }
   /// Appends a relation as it stands; Access only, nothing on other kinds.
   void AddRltAttachee(const DbRlt& rlt);
 
@@ -183,28 +166,28 @@ class DataBase {
   /// an opening does not take from the catalog (movements, mandatory, initial value, format).
   [[nodiscard]] std::vector<EcartCatalogue> VerifieCatalogue(const std::string& nom = {});
   /// Writes all catalog rows of one table through the three recordsets, opening those that are nullptr.
-  void SauveTblCatalogue(DbTbl& tbl, ado::Recordset* rsTbl, ado::Recordset* rsFld, ado::Recordset* rsIdx);
+  void SauveTblCatalogue(const DbTbl& tbl, ado::Recordset* rsTbl, ado::Recordset* rsFld, ado::Recordset* rsIdx);
 
   /// Copies all rows of a table into the table of that name of another open database, which is created when missing. After an error of
   /// the rows, which is an ErreurCopie, those before the one that it names are in the target, between two Access files none.
-  CopieBilan CopieDonnees(const std::string& nom, DataBase& cible, const CopieOptions& options = {});
+  CopieBilan CopieDonnees(const std::string& nom, DataBase& cible, const CopieOptions& options = {}) const;
   /// Gives cible a table with the structure of this one's table nom (ajoute) and its rows (copie).
-  CopieBilan TblCopie(const std::string& nom, DataBase& cible, bool ajoute, bool copie, const CopieOptions& options = {});
+  CopieBilan TblCopie(const std::string& nom, DataBase& cible, bool ajoute, bool copie, const CopieOptions& options = {}) const;
   /// Copies this whole Access database into a new file, as it is at one moment, while other programs read and write it: who wants to write
   /// waits until it is done. The copy stands under its name whole or not at all. Error 3251 on other kinds, 3246 in a transaction, 91 without
   /// a connection, -2147467259 when there is a file of that name or none can be made, 3006 when another program writes for too long.
-  void CopieBase(const std::string& fichier);
+  void CopieBase(const std::string& fichier) const;
   /// Reads the table on both sides and compares the rows, whatever their order on a key. It does not trust the way that copied: values are read
   /// one by one, as the server's own text where the provider knows how to ask for it.
-  [[nodiscard]] VerifieBilan VerifieCopie(const std::string& nom, DataBase& cible);
+  [[nodiscard]] VerifieBilan VerifieCopie(const std::string& nom, const DataBase& cible) const;
 
   /// Links a table of another database into this Access database under nomLocal (the table's own name when blank), with its indexes, and
   /// records it in the catalog where its names fit in there; nothing on other kinds and for a name that is taken. Error 5 for a source
   /// without a data source name.
-  void AddTblAttachee(DbTbl& source, const std::string& nomLocal);
+  void AddTblAttachee(const DbTbl& source, const std::string& nomLocal);
   /// Links it anew; nothing on other kinds. Error 5, and nothing is done, for a source without a data source name and for a table that is
   /// not an attached one.
-  void ModTblAttachee(DbTbl& source, const std::string& nom);
+  void ModTblAttachee(const DbTbl& source, const std::string& nom);
 
   /// For the rooms of the layer: the connection (error 91 when there is none) and its catalog.
   [[nodiscard]] ado::Connection& Connexion() const;
@@ -213,83 +196,36 @@ class DataBase {
   /// What the layer knows of this database's kind: whoever depends on the kind asks here, and compares no number.
   [[nodiscard]] const kinds::Moteur& Moteur() const;
   /// The listed table of that name, even where the name is a number: never one at a position. Error 9 when there is none.
-  [[nodiscard]] DbTbl& TableNommee(const std::string& nom);
+  [[nodiscard]] DbTbl& TableNommee(const std::string& nom) const;
   /// True while Ouvre goes on: nothing is then asked of the sources of attached tables.
   [[nodiscard]] bool EnOuverture() const noexcept { return enOuverture_; }
   /// The structure of an attached table: that of the table behind the link where its database is open in this program, else the link's
   /// own description, which reaches the source when it is asked for.
-  [[nodiscard]] ado::Table ResoutLien(const std::string& nom);
+  [[nodiscard]] ado::Table ResoutLien(const std::string& nom) const;
+  /// The lists themselves.
+  [[nodiscard]] ListeTables& TablesListees() noexcept { return tables_; }
+  [[nodiscard]] db::Relations& RelationsListees() noexcept { return relations_; }
+  /// True when the table list has one of that name.
+  [[nodiscard]] bool EstListee(const std::string& nom) const { return tables_.Nommee(nom) != nullptr; }
+  /// Lists a table of the backend (an attached one) with its definition, as DbTbl::Init (InitAttachee) reads it; nothing when one of its name
+  /// is listed.
+  void AjouteTable(ado::Table& table, ado::Recordset* rsFld, ado::Recordset* rsIdx, const std::string& owner);
+  void AjouteTableAttachee(const std::string& nom, ado::Recordset* rsFld, ado::Recordset* rsIdx);
+  /// Records a new table in the catalog, in the place of rows that an older one of its name has left behind.
+  void InscritAuCatalogue(DbTbl& tbl);
+  /// The table at hand in the step of the opening, which is named where the step fails; blank for none.
+  void TableEnCours(const std::string& nom) { tableEnCours_ = nom; }
+  /// Keeps an error that the opening goes on with; nothing outside of an opening.
+  void NoteErreur(const std::string& table, const runtime::PendingError& erreur);
 
  private:
-  struct EntreeTbl {
-    std::unique_ptr<DbTbl> tbl;
-    std::string nom;
-  };
-  struct EntreeAlias {
-    std::string alias;
-    std::string table;
-    std::string libelle;
-    bool visible = false;
-  };
-
-  /// A table of the application in the backend.
-  struct TableBase {
-    std::string nom;  // as listed
-    std::string owner;
-    ado::Table table;
-  };
-
-  friend class DbTbl;  // a listed table tells of its changes of name and owner
-
   void OuvreConnexion();
   void InitialiseOuverture();
-  [[nodiscard]] std::int16_t IndiceTbl(const std::string& nom) const;
-  [[nodiscard]] std::int16_t IndiceAlias(const std::string& alias) const;
   void ChargeListeTbl();
-  void LitListeTbl(Patience& patience);
   void ChargeListeRlt();
-  void LitRelations();
   void TesteFormatDate();
   /// Runs one step of the opening; its error is kept for ListeErr.
   void Etape(const char* etape, const std::function<void()>& faire);
-  /// Keeps an error that the opening goes on with; nothing outside of an opening.
-  void NoteErreur(const std::string& table, const runtime::PendingError& erreur);
-  [[nodiscard]] bool CataloguePresent();
-  /// Whether a catalog that is there lacks what its building should have given it.
-  [[nodiscard]] bool CatalogueInacheve(ado::Recordset& rsFld);
-  [[nodiscard]] bool SansCle(const std::string& table);
-  /// Hands back the error of a row that was refused: what stands before it is written.
-  [[nodiscard]] std::optional<runtime::Error> RefaitCatalogue();
-  void ConstruitCatalogue(Patience& patience);
-  void ConstruitCatalogueMySql(Patience& patience);
-  /// Makes a catalog table, or what is missing of it, and lists it. What another program makes meanwhile is taken as it is.
-  void EtablitTableCatalogue(const std::string& nom);
-  void CompleteCle(std::unique_ptr<DbTbl> voulue);
-  enum class LignesPresentes : std::uint8_t { kAucune, kRestes, kAchevees };
-  [[nodiscard]] LignesPresentes TientLignesCatalogue();
-  /// Hands back the error of a row that was refused. regarde: first looks, inside of its transaction, what rows another program has written;
-  /// nothing is done where they are whole, and those of a writing that did not end go first.
-  [[nodiscard]] std::optional<runtime::Error> EcritLignesCatalogue(bool regarde);
-  void AccordeTablesCatalogue();
-  void CompleteSonde();
-  void EtablitSonde();
-  [[nodiscard]] std::vector<TableBase> TablesDeLaBase();
-  void CompareALaBase(TableBase& table, DbTbl& memoire, const std::function<void(std::string)>& dit);
-  void RelitDefinitions();
-  [[nodiscard]] std::vector<std::pair<std::string, std::string>> TablesDesProprietaires();
-  void AjouteTablesCatalogue(ado::Recordset* rsFld, ado::Recordset* rsIdx);
-  void AjouteTablesDesProprietaires(ado::Recordset* rsFld, ado::Recordset* rsIdx);
-  void AjouteTableAttachee(const std::string& nom, ado::Recordset* rsFld, ado::Recordset* rsIdx);
-  [[nodiscard]] bool EstListee(const std::string& nom) const;
-  void AjouteTable(ado::Table& table, ado::Recordset* rsFld, ado::Recordset* rsIdx, const std::string& owner);
-  DbTbl& Inscrit(std::unique_ptr<DbTbl> tbl);
-  /// Records a new table in the catalog, in the place of rows that an older one of its name has left behind.
-  void InscritAuCatalogue(DbTbl& tbl);
-  /// Takes the last table off the list.
-  void Raye() noexcept;
-  DbRlt& AjouteRlt(const DbRlt& rlt);
-  /// The next translation reads names and owners anew.
-  void NomsChanges() noexcept;
 
   std::unique_ptr<ado::Catalog> catalogue_;
   std::string nom_;
@@ -299,15 +235,12 @@ class DataBase {
   std::string fmtDate_;
   std::unique_ptr<ado::Connection> connexion_;
   std::vector<std::unique_ptr<ado::Connection>> precedentes_;  // of earlier openings: catalogue_ or open recordsets still look at them
-  std::vector<EntreeTbl> tables_;
-  std::vector<EntreeAlias> alias_;
-  std::vector<std::unique_ptr<DbRlt>> relations_;
+  ListeTables tables_;
+  db::Alias alias_;
+  db::Relations relations_;
   std::vector<ErreurOuverture> erreurs_;
-  std::string etapeEnCours_;                                   // of the opening; empty outside of it
-  std::string tableEnCours_;                                   // at hand in that step
-  mutable std::unique_ptr<sql::TablesQualifiees> qualifiees_;  // index over tables_ for FormateSSQL; none until it is needed
-  mutable std::int16_t dernierTbl_ = 0;
-  mutable std::int16_t dernierAlias_ = 0;
+  std::string etapeEnCours_;  // of the opening; empty outside of it
+  std::string tableEnCours_;  // at hand in that step
 };
 
 }  // namespace tamlo::db

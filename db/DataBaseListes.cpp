@@ -1,46 +1,20 @@
-#include <algorithm>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "db/DataBase.h"
 #include "db/DbUtil.h"
+#include "db/Environnement.h"
 #include "db/ddl/Generateur.h"
-#include "db/sql/TablesQualifiees.h"
+#include "db/kinds/Moteur.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
-#include "support/Support.h"
 
 namespace tamlo::db {
 
 namespace {
-
-/// The lookup that tables and aliases share: a number is the index itself, unchecked; else the last index found, else
-/// the first of that name.
-template <typename Entrees, typename Nom>
-std::int16_t Indice(const Entrees& entrees, const std::string& cherche, Nom nomDe, std::int16_t& dernier) {
-  if (runtime::IsNumeric(cherche)) return runtime::ToInt16(cherche);
-  const std::string cle = runtime::UpperCase(runtime::Trim(cherche));
-  const auto connu = static_cast<std::size_t>(dernier);
-  if (connu < entrees.size() && nomDe(entrees[connu]) == cle) return dernier;
-  for (std::size_t i = 0; i < entrees.size(); ++i) {
-    if (nomDe(entrees[i]) == cle) return dernier = static_cast<std::int16_t>(i);
-  }
-  return -1;
-}
-
-template <typename Entrees>
-auto& EntreeA(Entrees& entrees, std::int16_t indice) {
-  if (indice < 0 || static_cast<std::size_t>(indice) >= entrees.size()) throw runtime::Error(runtime::kSubscriptOutOfRange);
-  return entrees[static_cast<std::size_t>(indice)];
-}
-
-/// The entry by its name alone: a table whose name is a number is not the one at that position.
-template <typename Entrees>
-auto EntreeNommee(Entrees& entrees, const std::string& nom) {
-  return std::find_if(entrees.begin(), entrees.end(), [&](const auto& entree) { return entree.nom == nom; });
-}
 
 /// A table that is there, as the backend spells it: a name of exactly that spelling goes first.
 std::string NomDansLaBase(ado::Catalog& catalogue, const std::string& nom) {
@@ -53,81 +27,24 @@ std::string NomDansLaBase(ado::Catalog& catalogue, const std::string& nom) {
 
 }  // namespace
 
-std::int16_t DataBase::IndiceTbl(const std::string& nom) const {
-  return Indice(
-      tables_, nom, [](const EntreeTbl& entree) -> const std::string& { return entree.nom; }, dernierTbl_);
+DbTbl& DataBase::TableNommee(const std::string& nom) const {
+  DbTbl* tbl = tables_.Nommee(nom);
+  if (tbl == nullptr) throw runtime::Error(runtime::kSubscriptOutOfRange);
+  return *tbl;
 }
 
-std::int16_t DataBase::IndiceAlias(const std::string& alias) const {
-  return Indice(
-      alias_, alias, [](const EntreeAlias& entree) -> const std::string& { return entree.alias; }, dernierAlias_);
-}
-
-DbTbl& DataBase::ListeTbl(const std::string& nom) { return *EntreeA(tables_, IndiceTbl(nom)).tbl; }
-
-DbTbl& DataBase::TableNommee(const std::string& nom) {
-  const auto entree = EntreeNommee(tables_, runtime::UpperCase(runtime::Trim(nom)));
-  if (entree == tables_.end()) throw runtime::Error(runtime::kSubscriptOutOfRange);
-  return *entree->tbl;
-}
-
-bool DataBase::ExisteTbl(const std::string& nom) {
+bool DataBase::ExisteTbl(const std::string& nom) const {
   bool existe = false;
   const std::string cherche(runtime::Trim(nom));
   runtime::IgnoringErrors([&] { existe = runtime::UpperCase(Catalogue().Tables(cherche).Name()) == runtime::UpperCase(cherche); });
   return existe;
 }
 
-void DataBase::AddAlias(const std::string& table, const std::string& alias, const std::string& libelle, bool visible) {
-  const std::string reelle = runtime::UpperCase(table);
-  if (support::EstVide(reelle)) return;
-  const std::string nom = support::EstVide(alias) ? reelle : runtime::UpperCase(alias);
-  // By name alone: an alias that is a number must not give its label to the one at that position.
-  const auto connu =
-      std::find_if(alias_.begin(), alias_.end(), [&](const EntreeAlias& entree) { return entree.alias == runtime::Trim(nom); });
-  if (connu != alias_.end()) {
-    if (support::EstVide(connu->libelle)) connu->libelle = libelle;
-    return;
-  }
-  (void)runtime::CheckedInt16(static_cast<std::int64_t>(alias_.size()) + 1);
-  alias_.push_back({nom, reelle, libelle, visible});
-}
-
-std::string DataBase::TblReel(const std::string& alias) const {
-  const std::int16_t indice = IndiceAlias(alias);
-  return indice == -1 ? alias : EntreeA(alias_, indice).table;
-}
-
-std::string DataBase::LibAlias(const std::string& alias) const {
-  const std::int16_t indice = IndiceAlias(alias);
-  return indice == -1 ? alias : EntreeA(alias_, indice).libelle;
-}
-
-bool DataBase::VisAlias(const std::string& alias) const {
-  const std::int16_t indice = IndiceAlias(alias);
-  return indice != -1 && EntreeA(alias_, indice).visible;
-}
-
-DbTbl& DataBase::Inscrit(std::unique_ptr<DbTbl> tbl) {
-  (void)runtime::CheckedInt16(static_cast<std::int64_t>(tables_.size()) + 1);
-  const std::string nom = tbl->Nom();
-  tables_.push_back({std::move(tbl), nom});
-  DbTbl& inscrite = *tables_.back().tbl;
-  inscrite.liste_ = this;
-  if (qualifiees_) qualifiees_->Ajoute(inscrite.Nom(), inscrite.Owner());
-  return inscrite;
-}
-
-void DataBase::Raye() noexcept {
-  tables_.pop_back();
-  NomsChanges();
-}
-
 DbTbl& DataBase::AddTbl(std::unique_ptr<DbTbl> tbl) {
   VerifieTbl(*this, *tbl);
   tbl->Db(this);
   ddl::CreeTable(*this, *tbl);
-  DbTbl& inscrite = Inscrit(std::move(tbl));
+  DbTbl& inscrite = tables_.Ajoute(std::move(tbl));
   InscritAuCatalogue(inscrite);
   return inscrite;
 }
@@ -144,6 +61,10 @@ void DataBase::InscritAuCatalogue(DbTbl& tbl) {
   }
 }
 
+void DataBase::AddRltAttachee(const DbRlt& rlt) {
+  if (Moteur().faits.attache) relations_.Ajoute(rlt);
+}
+
 void DataBase::SupTbl(const std::string& nom) {
   if (!ExisteTbl(nom)) {
     // Another program may have made it since the catalog was read; an opening has just read it.
@@ -153,7 +74,6 @@ void DataBase::SupTbl(const std::string& nom) {
     if (Catalogue().Find(std::string(runtime::Trim(nom))) == nullptr) return;
   }
   const std::string cle = runtime::UpperCase(runtime::Trim(nom));
-  const auto entree = EntreeNommee(tables_, cle);
   std::vector<std::pair<std::string, std::string>> nettoyages;
   const auto nettoie = [&](const std::string& catalogue, const std::string& colonne) {
     // The dropped table may be this catalog table itself, and a database may have none. Asked before the list must be read again.
@@ -163,7 +83,7 @@ void DataBase::SupTbl(const std::string& nom) {
   nettoie(kFldKorv, "TABLE");
   nettoie(kIdxKorv, "TABLE");
   try {
-    ddl::SupprimeTable(*this, NomDansLaBase(Catalogue(), nom), entree != tables_.end() ? entree->tbl.get() : nullptr);
+    ddl::SupprimeTable(*this, NomDansLaBase(Catalogue(), nom), tables_.Nommee(cle));
   } catch (const runtime::Error&) {
     // Or have dropped it: then there is nothing to do, as when that is known from the start.
     bool partie = false;
@@ -173,11 +93,40 @@ void DataBase::SupTbl(const std::string& nom) {
     throw;
   }
   Catalogue().Refresh();
-  if (entree != tables_.end()) {
-    tables_.erase(entree);
-    NomsChanges();
-  }
+  tables_.Retire(cle);
   for (const auto& [catalogue, colonne] : nettoyages) SupprimeLignes(*this, catalogue, {{colonne, cle}});
+}
+
+ado::Table DataBase::ResoutLien(const std::string& nom) const {
+  ado::Table& lien = Catalogue().Tables(nom);
+  std::optional<ado::Table> resolue;
+  runtime::IgnoringErrors([&] {
+    const std::string base = runtime::ToText(lien.Property("Jet OLEDB:Link Datasource"));
+    const std::string distante = runtime::ToText(lien.Property("Jet OLEDB:Remote Table Name"));
+    DataBase* source = EnvironnementCourant().baseOuverte(base);
+    if (source == nullptr || !source->ExisteTbl(distante)) return;
+    ado::Table& table = source->Catalogue().Tables(distante);
+    ado::Table locale(lien.Name());
+    for (const ado::Column& colonne : table.Columns()) locale.AppendColumn(colonne);
+    for (const ado::Index& index : table.Indexes()) locale.AppendIndex(index);
+    resolue = std::move(locale);
+  });
+  return resolue ? *std::move(resolue) : lien;
+}
+
+void DataBase::AjouteTable(ado::Table& table, ado::Recordset* rsFld, ado::Recordset* rsIdx, const std::string& owner) {
+  if (EstListee(table.Name())) return;
+  tableEnCours_ = runtime::UpperCase(runtime::Trim(table.Name()));
+  auto tbl = std::make_unique<DbTbl>();
+  tbl->Init(*this, table, avecMvt_, rsFld, rsIdx, owner);
+  tables_.Ajoute(std::move(tbl));
+}
+
+void DataBase::AjouteTableAttachee(const std::string& nom, ado::Recordset* rsFld, ado::Recordset* rsIdx) {
+  if (EstListee(nom)) return;
+  auto tbl = std::make_unique<DbTbl>();
+  tbl->InitAttachee(*this, nom, avecMvt_, rsFld, rsIdx);
+  tables_.Ajoute(std::move(tbl));
 }
 
 }  // namespace tamlo::db

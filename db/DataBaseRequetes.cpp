@@ -3,12 +3,11 @@
 #include "db/DataBase.h"
 #include "db/Environnement.h"
 #include "db/kinds/Moteur.h"
-#include "db/sql/TablesQualifiees.h"
 #include "runtime/Conversions.h"
 
 namespace tamlo::db {
 
-ado::Recordset DataBase::OpenRecordSet(const std::string& sql, std::int16_t option) {
+ado::Recordset DataBase::OpenRecordSet(const std::string& sql, std::int16_t option) const {
   std::string texte = sql;
   ado::Recordset rs;
   FormateSSQL(texte);
@@ -52,9 +51,9 @@ void DataBase::RollBack() {
   if (Moteur().faits.transactions) Connexion().RollbackTrans();
 }
 
-void DataBase::CopieBase(const std::string& fichier) { Connexion().Backup(fichier); }
+void DataBase::CopieBase(const std::string& fichier) const { Connexion().Backup(fichier); }
 
-std::int32_t DataBase::GetCptSuiv(const std::string& table, const std::string& champ) {
+std::int32_t DataBase::GetCptSuiv(const std::string& table, const std::string& champ) const {
   ado::Recordset rs = OpenRecordSet("SELECT Max([" + champ + "]) FROM " + table, 0);
   const ado::Variant plusGrand = rs.Fields(0).Value();
   const std::int32_t suivant = plusGrand.IsNull() ? 1 : runtime::RoundToInt32(runtime::ToDouble(plusGrand) + 1);
@@ -62,7 +61,7 @@ std::int32_t DataBase::GetCptSuiv(const std::string& table, const std::string& c
   return suivant;
 }
 
-bool DataBase::PrivilegeOK(const std::string& privilege) {
+bool DataBase::PrivilegeOK(const std::string& privilege) const {
   if (!Moteur().faits.privileges) return true;
   const std::string compte = EnvironnementCourant().nomUtlConnecte();
   const auto auMoinsUne = [&](const std::string& sql) {
@@ -77,13 +76,7 @@ bool DataBase::PrivilegeOK(const std::string& privilege) {
 
 void DataBase::FormateSSQL(std::string& sql) const {
   const kinds::Moteur& moteur = Moteur();
-  if (moteur.faits.proprietaires && !qualifiees_) {
-    qualifiees_ = std::make_unique<sql::TablesQualifiees>();
-    for (const EntreeTbl& entree : tables_) qualifiees_->Ajoute(entree.tbl->Nom(), entree.tbl->Owner());
-  }
-  moteur.FormateSSQL(sql, {fmtDate_, qualifiees_.get()});
+  moteur.FormateSSQL(sql, {fmtDate_, moteur.faits.proprietaires ? &tables_.Qualifiees() : nullptr});
 }
-
-void DataBase::NomsChanges() noexcept { qualifiees_.reset(); }
 
 }  // namespace tamlo::db

@@ -1,5 +1,3 @@
-#include <algorithm>
-#include <array>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -8,6 +6,7 @@
 #include "ado/Types.h"
 #include "db/DataBase.h"
 #include "db/DbUtil.h"
+#include "db/Patience.h"
 #include "db/kinds/Moteur.h"
 #include "runtime/Conversions.h"
 #include "runtime/Dates.h"
@@ -35,49 +34,42 @@ bool Inscrite(DataBase& db) {
   return inscrite;
 }
 
-}  // namespace
-
 /// The probe table has its index and its rows in the catalog: what a program that died while it made them has left out is added.
-void DataBase::CompleteSonde() {
-  if (EstListee(kSonde) && TableNommee(kSonde).ExisteFld("DT") && TableNommee(kSonde).ExisteIdx("DT") && Inscrite(*this)) return;
+void CompleteSonde(DataBase& db) {
+  if (db.EstListee(kSonde) && db.TableNommee(kSonde).ExisteFld("DT") && db.TableNommee(kSonde).ExisteIdx("DT") && Inscrite(db)) return;
   auto lue = std::make_unique<DbTbl>();
-  lue->Init(*this, Catalogue().Tables(kSonde), avecMvt_, nullptr, nullptr, "");
+  lue->Init(db, db.Catalogue().Tables(kSonde), db.AvecMvt(), nullptr, nullptr, "");
   lue->AddIdx("DT", "DT", false, false);
-  const auto connue = std::find_if(tables_.begin(), tables_.end(), [](const EntreeTbl& entree) { return entree.nom == kSonde; });
-  if (connue == tables_.end()) {
-    Inscrit(std::move(lue));
-  } else {
-    connue->tbl = std::move(lue);
-    connue->tbl->liste_ = this;
-    NomsChanges();
-  }
+  const DbTbl& sonde = db.TablesListees().Remplace(std::move(lue));
   // Together: two programs that do this at once would take each other's rows away.
   std::optional<ado::Transaction> ensemble;
-  (void)runtime::IgnoringErrors([&] { ensemble.emplace(Connexion()); });
+  (void)runtime::IgnoringErrors([&] { ensemble.emplace(db.Connexion()); });
   for (const auto& [catalogue, colonne] : {std::pair{kTblKorv, "NOM"}, std::pair{kFldKorv, "TABLE"}, std::pair{kIdxKorv, "TABLE"}}) {
-    if (ExisteTbl(catalogue)) SupprimeLignes(*this, catalogue, {{colonne, kSonde}});
+    if (db.ExisteTbl(catalogue)) SupprimeLignes(db, catalogue, {{colonne, kSonde}});
   }
-  SauveTblCatalogue(TableNommee(kSonde), nullptr, nullptr, nullptr);
+  db.SauveTblCatalogue(sonde, nullptr, nullptr, nullptr);
   if (ensemble) ensemble->Commit();
 }
 
 /// What another program does to the probe table at the same moment is waited for: who has not made it completes it.
-void DataBase::EtablitSonde() {
+void EtablitSonde(DataBase& db) {
   for (Patience patience;;) {
     try {
-      if (ExisteTbl(kSonde)) return CompleteSonde();
+      if (db.ExisteTbl(kSonde)) return CompleteSonde(db);
       auto tbl = std::make_unique<DbTbl>();
       tbl->Nom(kSonde);
       tbl->AddFld("DT", ado::adDate, 0, false);
       tbl->AddIdx("DT", "DT", false, false);
-      AddTbl(std::move(tbl));
+      db.AddTbl(std::move(tbl));
       return;
     } catch (const runtime::Error& erreur) {
-      if (!Moteur().DUnAutreProgramme(erreur) || !patience.Encore()) throw;
+      if (!db.Moteur().DUnAutreProgramme(erreur) || !patience.Encore()) throw;
     }
-    Catalogue().Refresh();
+    db.Catalogue().Refresh();
   }
 }
+
+}  // namespace
 
 void DataBase::TesteFormatDate() {
   if (!Moteur().faits.sondeDates) return;
@@ -86,7 +78,7 @@ void DataBase::TesteFormatDate() {
   tableEnCours_ = kSonde;
   const bool connue = ExisteTbl(kSonde);
   try {
-    EtablitSonde();
+    EtablitSonde(*this);
   } catch (const runtime::Error& erreur) {
     if (!connue) throw;
     NoteErreur(kSonde, {erreur.Number(), erreur.Description()});

@@ -40,7 +40,7 @@ std::int16_t TypeNormalise(std::int16_t typ, double lg) {
 
 }  // namespace
 
-void DbFld::Init(const std::string& nom, std::int16_t typ, double lg, bool estCpt, DbTbl* table, std::int16_t no, bool obg,
+void DbFld::Init(const std::string& nom, std::int16_t typ, double lg, bool estCpt, const DbTbl* table, std::int16_t no, bool obg,
                  const std::string& fmt, const std::string& ini) {
   nom_ = runtime::LowerCase(runtime::Trim(nom));
   typ_ = TypeNormalise(typ, lg);

@@ -13,7 +13,7 @@ class DbFld {
   /// Stores a field. nom is trimmed and lower-cased; typ is an ADO data-type code, normalised (129, 130 to 202; 200 to
   /// 202 or, from length 2000 on, 203; 201 to 203; 133, 135 to 7; 139 to 5; 16 to 17; 128 to 205); lg is kept for 202
   /// and for a given 5 only. Error 6 when a kept length does not fit in 16 bits.
-  void Init(const std::string& nom, std::int16_t typ, double lg, bool estCpt, DbTbl* table, std::int16_t no, bool obg,
+  void Init(const std::string& nom, std::int16_t typ, double lg, bool estCpt, const DbTbl* table, std::int16_t no, bool obg,
             const std::string& fmt, const std::string& ini);
 
   /// Width of an input of this field in characters; 0 for long texts. Errors as for Typ.
@@ -35,13 +35,13 @@ class DbFld {
   [[nodiscard]] bool EstCpt() const { return Connu().estCpt_; }
 
  private:
-  friend class DbTbl;  // gives the types that are awaited
+  friend class DbTbl;  // its table numbers it and gives the type that is awaited
   [[nodiscard]] const DbFld& Connu() const;
 
   std::string nom_;
   std::string fmt_;
   std::string ini_;
-  DbTbl* table_ = nullptr;
+  const DbTbl* table_ = nullptr;
   std::int16_t typ_ = 0;
   std::int16_t lg_ = 0;
   std::int16_t no_ = 0;

@@ -3,24 +3,24 @@
 #include "db/DataBase.h"
 #include "db/DbTbl.h"
 #include "db/DbUtil.h"
+#include "db/Recherche.h"
 #include "db/kinds/Moteur.h"
 #include "runtime/Conversions.h"
-#include "runtime/Error.h"
 #include "runtime/Text.h"
 
 namespace tamlo::db {
 
-void DbIdx::Init(const ado::Index& index, DbTbl* table) {
+void DbIdx::Init(const ado::Index& index, const DbTbl* table) {
   const bool apart = table != nullptr && table->Db() != nullptr && table->Db()->Moteur().faits.questionCles != nullptr;
   if (apart) {
     Init(index, table, LitCles(*table->Db(), table->Nom()));
     return;
   }
-  Decrit(index, table);
+  Decrit(index);
 }
 
-void DbIdx::Init(const ado::Index& index, DbTbl* table, const std::vector<CleLue>& cles) {
-  Decrit(index, table);
+void DbIdx::Init(const ado::Index& index, const DbTbl* table, const std::vector<CleLue>& cles) {
+  Decrit(index);
   primary_ = nom_ == table->Db()->Moteur().faits.clePrimaire;
   std::vector<Champ> champs;
   for (const CleLue& cle : cles) {
@@ -30,8 +30,7 @@ void DbIdx::Init(const ado::Index& index, DbTbl* table, const std::vector<CleLue
   if (!champs.empty()) champs_ = std::move(champs);
 }
 
-void DbIdx::Decrit(const ado::Index& index, DbTbl* table) {
-  table_ = table;
+void DbIdx::Decrit(const ado::Index& index) {
   nom_ = runtime::UpperCase(index.name);
   primary_ = index.primaryKey && index.unique;
   unique_ = index.unique;
@@ -60,9 +59,6 @@ std::string DbIdx::SFld() const {
   return texte;
 }
 
-const DbIdx::Champ& DbIdx::ChampA(std::int16_t i) const {
-  if (i < 0 || static_cast<std::size_t>(i) >= champs_.size()) throw runtime::Error(runtime::kSubscriptOutOfRange);
-  return champs_[static_cast<std::size_t>(i)];
-}
+const DbIdx::Champ& DbIdx::ChampA(std::int16_t i) const { return EntreeA(champs_, i); }
 
 }  // namespace tamlo::db

@@ -14,14 +14,23 @@ struct CleLue;
 /// One index of a table: its name, flags and fields in order. Belongs to its table; filled once by Init.
 class DbIdx {
  public:
+  /// One field: its name in lower case, the same in the case of the description, and its direction, 1 ascending, 2 descending.
+  struct Champ {
+    std::string nom;
+    std::string decrit;
+    std::int16_t sens = 1;
+  };
+
   /// From a description (the backend's own or one built from a field list). On MySQL the fields come from "SHOW KEYS",
   /// those of the description where the server has no key of that name, and the index is primary exactly when it is
   /// named PRIMARY; errors of that query go to the caller. Error 6 beyond 32767 fields.
-  void Init(const ado::Index& index, DbTbl* table);
+  void Init(const ado::Index& index, const DbTbl* table);
   /// The same for a MySQL table whose keys have been read already.
-  void Init(const ado::Index& index, DbTbl* table, const std::vector<CleLue>& cles);
+  void Init(const ado::Index& index, const DbTbl* table, const std::vector<CleLue>& cles);
 
   [[nodiscard]] std::int16_t NbFld() const;
+  /// The fields in their order, for a range-based for.
+  [[nodiscard]] const std::vector<Champ>& Champs() const noexcept { return champs_; }
   [[nodiscard]] bool Primary() const noexcept { return primary_; }
   [[nodiscard]] bool Unique() const noexcept { return unique_; }
   /// Name (lower case) of field i, counted from 0. Error 9 outside.
@@ -36,17 +45,11 @@ class DbIdx {
   void Nom(const std::string& nom) { nom_ = nom; }
 
  private:
-  struct Champ {
-    std::string nom;
-    std::string decrit;
-    std::int16_t sens = 1;
-  };
-  void Decrit(const ado::Index& index, DbTbl* table);
+  void Decrit(const ado::Index& index);
   [[nodiscard]] const Champ& ChampA(std::int16_t i) const;
 
   std::string nom_;
   std::vector<Champ> champs_;
-  DbTbl* table_ = nullptr;
   bool primary_ = false;
   bool unique_ = false;
 };

@@ -5,6 +5,8 @@
 #include "db/DataBase.h"
 #include "db/DbUtil.h"
 #include "db/Environnement.h"
+#include "db/ListeTables.h"
+#include "db/Recherche.h"
 #include "db/kinds/Moteur.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
@@ -14,22 +16,7 @@ namespace tamlo::db {
 
 namespace {
 
-/// The lookup by name that fields and indexes share: the last position found, else the first of that name.
-template <typename Element>
-std::int16_t PositionNommee(const std::vector<std::unique_ptr<Element>>& liste, const std::string& nom, std::int16_t& dernier) {
-  const auto connu = static_cast<std::size_t>(dernier);
-  if (connu < liste.size() && liste[connu]->Nom() == nom) return dernier;
-  for (std::size_t i = 0; i < liste.size(); ++i) {
-    if (liste[i]->Nom() == nom) return dernier = static_cast<std::int16_t>(i);
-  }
-  return -1;
-}
-
-template <typename Element>
-Element& ElementA(const std::vector<std::unique_ptr<Element>>& liste, std::int16_t position) {
-  if (position < 0 || static_cast<std::size_t>(position) >= liste.size()) throw runtime::Error(runtime::kSubscriptOutOfRange);
-  return *liste[static_cast<std::size_t>(position)];
-}
+constexpr auto kNomDe = [](const auto& element) -> const std::string& { return element->Nom(); };
 
 /// Relations that the movement flag follows: both sides 0, or 0 on one side and 2 or 3 on the other.
 bool PropageMvt(std::int32_t typ, std::int32_t typInv) {
@@ -40,18 +27,29 @@ bool PropageMvt(std::int32_t typ, std::int32_t typInv) {
 }  // namespace
 
 std::int16_t DbTbl::FldNomme(const std::string& nom) const {
-  return PositionNommee(Connue().champs_, runtime::LowerCase(runtime::Trim(nom)), dernierFld_);
+  return PositionNommee(Connue().champs_, runtime::LowerCase(runtime::Trim(nom)), kNomDe, dernierFld_);
 }
 std::int16_t DbTbl::IdxNomme(const std::string& nom) const {
-  return PositionNommee(Connue().index_, runtime::UpperCase(runtime::Trim(nom)), dernierIdx_);
+  return PositionNommee(Connue().index_, runtime::UpperCase(runtime::Trim(nom)), kNomDe, dernierIdx_);
 }
 
 // A number is the position itself, unchecked.
 std::int16_t DbTbl::PosFld(const std::string& cle) const { return runtime::IsNumeric(cle) ? runtime::ToInt16(cle) : FldNomme(cle); }
 std::int16_t DbTbl::PosIdx(const std::string& cle) const { return runtime::IsNumeric(cle) ? runtime::ToInt16(cle) : IdxNomme(cle); }
 
-DbFld& DbTbl::ListeFld(const std::string& cle) { return ElementA(Connue().champs_, PosFld(cle)); }
-DbIdx& DbTbl::ListeIdx(const std::string& cle) { return ElementA(Connue().index_, PosIdx(cle)); }
+DbFld& DbTbl::ListeFld(const std::string& cle) { return *EntreeA(Connue().champs_, PosFld(cle)); }
+const DbFld& DbTbl::ListeFld(const std::string& cle) const { return *EntreeA(Connue().champs_, PosFld(cle)); }
+DbIdx& DbTbl::ListeIdx(const std::string& cle) { return *EntreeA(Connue().index_, PosIdx(cle)); }
+const DbIdx& DbTbl::ListeIdx(const std::string& cle) const { return *EntreeA(Connue().index_, PosIdx(cle)); }
+
+Parcours<DbFld, std::unique_ptr<DbFld>> DbTbl::Champs() { return Parcours<DbFld, std::unique_ptr<DbFld>>(Connue().champs_); }
+Parcours<const DbFld, std::unique_ptr<DbFld>> DbTbl::Champs() const {
+  return Parcours<const DbFld, std::unique_ptr<DbFld>>(Connue().champs_);
+}
+Parcours<DbIdx, std::unique_ptr<DbIdx>> DbTbl::Index() { return Parcours<DbIdx, std::unique_ptr<DbIdx>>(Connue().index_); }
+Parcours<const DbIdx, std::unique_ptr<DbIdx>> DbTbl::Index() const {
+  return Parcours<const DbIdx, std::unique_ptr<DbIdx>>(Connue().index_);
+}
 
 std::int16_t DbTbl::PlaceFld(const std::string& nom) const {
   const auto champ = std::find_if(champs_.begin(), champs_.end(), [&](const auto& c) { return c->Nom() == nom; });
@@ -63,17 +61,16 @@ bool DbTbl::ExisteFld(const std::string& nom) const { return PosFld(nom) != -1; 
 bool DbTbl::ExisteIdx(const std::string& nom) const { return PosIdx(db_ != nullptr ? db_->Moteur().NomIndex(nom_, nom) : nom) != -1; }
 
 bool DbTbl::ExisteCpt() const {
-  return std::any_of(Connue().champs_.begin(), champs_.end(), [](const auto& champ) { return champ->EstCpt(); });
+  const auto champs = Champs();
+  return std::any_of(champs.begin(), champs.end(), [](const DbFld& champ) { return champ.EstCpt(); });
 }
 
 bool DbTbl::ExisteIdxSurFld(const std::string& champ) const {
   const std::string nom = runtime::LowerCase(champ);
-  for (const auto& index : Connue().index_) {
-    for (std::int16_t i = 0; i < index->NbFld(); ++i) {
-      if (index->NomFld(i) == nom) return true;
-    }
-  }
-  return false;
+  const auto index = Index();
+  return std::any_of(index.begin(), index.end(), [&](const DbIdx& idx) {
+    return std::any_of(idx.Champs().begin(), idx.Champs().end(), [&](const DbIdx::Champ& sien) { return sien.nom == nom; });
+  });
 }
 
 void DbTbl::Nom(const std::string& nom) {
@@ -93,7 +90,7 @@ DataBase& DbTbl::DbRequis() const {
   return *db_;
 }
 
-bool DbTbl::PrivilegeOK(const std::string& privilege) {
+bool DbTbl::PrivilegeOK(const std::string& privilege) const {
   DataBase& db = DbRequis();
   if (!db.Moteur().faits.privileges) return true;
   const std::string utilisateur = EnvironnementCourant().nomUtlConnecte();
@@ -114,8 +111,7 @@ void DbTbl::AvecMvt(bool avecMvt) {
   } else {
     PoseDrapeau(*db_, kTblKorv, "MVT", avecMvt, noms);
   }
-  for (std::int16_t i = 0; i < db_->NbRlt(); ++i) {
-    const DbRlt& relation = db_->ListeRlt(i);
+  for (const DbRlt& relation : db_->Relations()) {
     if (!PropageMvt(relation.Typ(), relation.TypInv())) continue;
     const std::string source = db_->TblReel(relation.AliasSrc());
     const std::string cible = db_->TblReel(relation.AliasCbl());

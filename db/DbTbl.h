@@ -10,10 +10,12 @@
 #include "ado/Recordset.h"
 #include "db/DbFld.h"
 #include "db/DbIdx.h"
+#include "db/Parcours.h"
 
 namespace tamlo::db {
 
 class DataBase;
+class ListeTables;
 struct CleLue;
 
 /// Definition of one table: fields and indexes with their lookups and edits. Owned by the table list of its DataBase,
@@ -27,7 +29,14 @@ class DbTbl {
 
   /// The field (index) of that key. Error 9 when there is none, or for a number outside the list.
   [[nodiscard]] DbFld& ListeFld(const std::string& cle);
+  [[nodiscard]] const DbFld& ListeFld(const std::string& cle) const;
   [[nodiscard]] DbIdx& ListeIdx(const std::string& cle);
+  [[nodiscard]] const DbIdx& ListeIdx(const std::string& cle) const;
+  /// The fields (indexes) in their order, for a range-based for. Void once one is added or dropped.
+  [[nodiscard]] Parcours<DbFld, std::unique_ptr<DbFld>> Champs();
+  [[nodiscard]] Parcours<const DbFld, std::unique_ptr<DbFld>> Champs() const;
+  [[nodiscard]] Parcours<DbIdx, std::unique_ptr<DbIdx>> Index();
+  [[nodiscard]] Parcours<const DbIdx, std::unique_ptr<DbIdx>> Index() const;
 
   /// Loads the definition of a backend's table, from the catalog's open recordsets where given (nullptr: no catalog),
   /// else from the backend alone. A table that cannot be opened stays without fields and indexes, without an error;
@@ -45,12 +54,12 @@ class DbTbl {
 
   /// True when the connected user holds the privilege ("SELECT", "INSERT") on this table; always on kinds other than
   /// Oracle.
-  [[nodiscard]] bool PrivilegeOK(const std::string& privilege);
+  [[nodiscard]] bool PrivilegeOK(const std::string& privilege) const;
 
   /// Write the catalog row of one field (index), through rs, or through a recordset of its own when rs is nullptr.
   /// Nothing for the four catalog tables.
-  void SauveFld(const DbFld& fld, ado::Recordset* rs);
-  void SauveIdx(const DbIdx& idx, ado::Recordset* rs);
+  void SauveFld(const DbFld& fld, ado::Recordset* rs) const;
+  void SauveIdx(const DbIdx& idx, ado::Recordset* rs) const;
 
   /// Drops the index of that name, even where the name is a number; nothing when there is none or the backend refuses and still has it.
   void SupIdx(const std::string& nom);
@@ -77,25 +86,29 @@ class DbTbl {
   /// follow in memory and catalog.
   void SupFld(const std::string& nom);
   [[nodiscard]] std::int16_t NbIdx() const { return static_cast<std::int16_t>(Connue().index_.size()); }
-  /// For the rooms of the layer: the position of the field of exactly that name in lower case, even where it is a number; -1 when there is none.
-  [[nodiscard]] std::int16_t PlaceFld(const std::string& nom) const;
   /// True when the name is known; always true for a number.
   [[nodiscard]] bool ExisteFld(const std::string& nom) const;
   /// True when the name (on Oracle: table name, "_", name) is known; always true for a number elsewhere.
   [[nodiscard]] bool ExisteIdx(const std::string& nom) const;
 
- private:
-  friend class DataBase;  // tells a listed table where it is listed
-  friend class DbFld;     // asks for its type
+  /// For the rooms of the layer: the position of the field of exactly that name in lower case, even where it is a number; -1 when there is
+  /// none.
+  [[nodiscard]] std::int16_t PlaceFld(const std::string& nom) const;
+  /// True for a table that was loaded by InitAttachee.
+  [[nodiscard]] bool Attachee() const noexcept { return attachee_; }
+  /// Reads the definition of an attached table from its source, or the types that its fields wait for; errors go to the caller.
+  void LitDefinition() const;
+  void LitTypes() const;
+  /// Takes over the indexes of another definition, and its fields where this one has none.
+  void Reprend(const DbTbl& source);
+  /// Reads fields and indexes from the backend anew; fields that were known stay in their order, the others follow.
+  void Relit(ado::Table& table);
+  /// The list that holds this table: it is told when the name or the owner changes.
+  void ListeeDans(ListeTables* liste) noexcept { liste_ = liste; }
 
+ private:
   /// This table, its definition read where that was put off. Not while its database is being opened; errors are not raised.
   [[nodiscard]] const DbTbl& Connue() const;
-  /// Reads the definition of an attached table from its source; errors go to the caller.
-  void LitDefinition();
-  /// Reads the types that its fields wait for.
-  void LitTypes();
-  /// Takes over the indexes of another definition, and its fields where this one has none.
-  void Reprend(DbTbl& source);
 
   [[nodiscard]] std::int16_t PosFld(const std::string& cle) const;
   [[nodiscard]] std::int16_t PosIdx(const std::string& cle) const;
@@ -103,15 +116,13 @@ class DbTbl {
   [[nodiscard]] std::int16_t FldNomme(const std::string& nom) const;
   [[nodiscard]] std::int16_t IdxNomme(const std::string& nom) const;
   [[nodiscard]] ado::Index LitChampsIdx(const std::string& nom, const std::string& champs, bool primaire, bool unique) const;
-  /// Reads fields and indexes from the backend anew; fields that were known stay in their order, the others follow.
-  void Relit(ado::Table& table);
   bool ChargeFldTable();
   void ChargeFldCatalogue(ado::Table* table, ado::Recordset& rsFld);
-  void ChargeIdxTable(ado::Table& table);
+  void ChargeIdxTable(ado::Table& table) const;
   void ChargeIdxCatalogue(ado::Recordset& rsIdx);
   using CacheCles = std::optional<std::vector<CleLue>>;
-  void AjouteChampCharge(const std::string& nom, std::int16_t typ, double lg, bool estCpt, std::int16_t no);
-  void AjouteIndexCharge(const ado::Index& index, CacheCles& cles);
+  void AjouteChampCharge(const std::string& nom, std::int16_t typ, double lg, bool estCpt, std::int16_t no) const;
+  void AjouteIndexCharge(const ado::Index& index, CacheCles& cles) const;
   /// An index over a field, and the backend's name of it.
   struct IndexTouche {
     DbIdx* idx;
@@ -128,15 +139,16 @@ class DbTbl {
   std::string nom_;
   std::string owner_;
   DataBase* db_ = nullptr;
-  DataBase* liste_ = nullptr;  // whose table list holds this table: it is told when the name or the owner changes
-  // unique_ptr: a field or index keeps its address while the list grows.
-  std::vector<std::unique_ptr<DbFld>> champs_;
-  std::vector<std::unique_ptr<DbIdx>> index_;
-  mutable std::int16_t dernierFld_ = 0;
+  ListeTables* liste_ = nullptr;  // told when the name or the owner changes
+  // unique_ptr: a field or index keeps its address while the list grows. mutable: the definition of an attached table is read when it is
+  // first asked for; for its users the table is the same before and after.
+  mutable std::vector<std::unique_ptr<DbFld>> champs_;
+  mutable std::vector<std::unique_ptr<DbIdx>> index_;
+  mutable bool aLire_ = false;           // attached, and its definition was not asked for yet; mutable as the definition
+  mutable std::int16_t dernierFld_ = 0;  // mutable, as the next: a hint for the next lookup, the position that was found last
   mutable std::int16_t dernierIdx_ = 0;
   bool avecMvt_ = false;
   bool attachee_ = false;
-  bool aLire_ = false;          // attached, and its definition was not asked for yet
   bool numerosTroues_ = false;  // the catalog's numbers of the fields are not their positions: it has rows of columns that are gone
 };
 

@@ -90,7 +90,7 @@ bool DbTbl::ChargeFldTable() {
   return true;
 }
 
-void DbTbl::AjouteChampCharge(const std::string& nom, std::int16_t typ, double lg, bool estCpt, std::int16_t no) {
+void DbTbl::AjouteChampCharge(const std::string& nom, std::int16_t typ, double lg, bool estCpt, std::int16_t no) const {
   champs_.push_back(std::make_unique<DbFld>());
   // A length beyond 16 bits leaves a field without a length.
   const auto refus = runtime::IgnoringErrors([&] { champs_.back()->Init(nom, typ, lg, estCpt, this, no, false, "", ""); });
@@ -134,12 +134,11 @@ void DbTbl::InitAttachee(DataBase& db, const std::string& nom, bool avecMvt, ado
 }
 
 const DbTbl& DbTbl::Connue() const {
-  // The one thing of a definition that is put off: for its users the table is the same before and after.
-  if (aLire_ && !db_->EnOuverture()) runtime::IgnoringErrors([&] { const_cast<DbTbl*>(this)->LitDefinition(); });
+  if (aLire_ && !db_->EnOuverture()) runtime::IgnoringErrors([&] { LitDefinition(); });
   return *this;
 }
 
-void DbTbl::LitDefinition() {
+void DbTbl::LitDefinition() const {
   ado::Table table = db_->ResoutLien(nom_);
   const std::vector<ado::Column>& colonnes = table.Columns();
   aLire_ = false;
@@ -151,7 +150,7 @@ void DbTbl::LitDefinition() {
   if (index_.empty()) ChargeIdxTable(table);
 }
 
-void DbTbl::LitTypes() {
+void DbTbl::LitTypes() const {
   ado::Table table = db_->ResoutLien(nom_);
   for (const auto& champ : champs_) {
     const auto colonne = ColonneDe(table, champ->nom_);
@@ -166,22 +165,20 @@ void DbTbl::LitTypes() {
   }
 }
 
-void DbTbl::Reprend(DbTbl& source) {
-  const bool sansChamps = champs_.empty();
-  for (std::int16_t i = 0; sansChamps && i < source.NbFld(); ++i) {
-    const DbFld& fld = source.ListeFld(std::to_string(i));
-    AjouteChampCharge(fld.Nom(), fld.Typ(), fld.Lg(), fld.EstCpt(), i);
+void DbTbl::Reprend(const DbTbl& source) {
+  if (champs_.empty()) {
+    for (const DbFld& fld : source.Champs())
+      AjouteChampCharge(fld.Nom(), fld.Typ(), fld.Lg(), fld.EstCpt(), static_cast<std::int16_t>(champs_.size()));
+    aLire_ = champs_.empty();
   }
-  if (sansChamps) aLire_ = champs_.empty();
   index_.clear();
-  for (std::int16_t i = 0; i < source.NbIdx(); ++i) {
-    const DbIdx& idx = source.ListeIdx(std::to_string(i));
+  for (const DbIdx& idx : source.Index()) {
     index_.push_back(std::make_unique<DbIdx>());
     index_.back()->Init(LitChampsIdx(idx.Nom(), idx.SFld(), idx.Primary(), idx.Unique()), this);
   }
 }
 
-void DbTbl::ChargeIdxTable(ado::Table& table) {
+void DbTbl::ChargeIdxTable(ado::Table& table) const {
   CacheCles cles;
   for (const ado::Index& index : table.Indexes()) AjouteIndexCharge(index, cles);
 }
@@ -201,7 +198,7 @@ void DbTbl::ChargeIdxCatalogue(ado::Recordset& rsIdx) {
   }
 }
 
-void DbTbl::AjouteIndexCharge(const ado::Index& index, CacheCles& cles) {
+void DbTbl::AjouteIndexCharge(const ado::Index& index, CacheCles& cles) const {
   (void)runtime::CheckedInt16(static_cast<std::int64_t>(index_.size()) + 1);
   auto nouvel = std::make_unique<DbIdx>();
   if (db_->Moteur().faits.questionCles != nullptr) {

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <optional>
 
 #include "db/DataBase.h"
@@ -13,10 +14,8 @@ namespace tamlo::db {
 namespace {
 
 bool Porte(const DbIdx& idx, const std::string& champ) {
-  for (std::int16_t i = 0; i < idx.NbFld(); ++i) {
-    if (runtime::UpperCase(idx.NomFld(i)) == runtime::UpperCase(champ)) return true;
-  }
-  return false;
+  const auto meme = [cle = runtime::UpperCase(champ)](const DbIdx::Champ& sien) { return runtime::UpperCase(sien.nom) == cle; };
+  return std::any_of(idx.Champs().begin(), idx.Champs().end(), meme);
 }
 
 bool EstPosition(const std::string& cle, std::int16_t nombre) {
@@ -28,7 +27,7 @@ bool EstPosition(const std::string& cle, std::int16_t nombre) {
 
 }  // namespace
 
-void DbTbl::SauveFld(const DbFld& fld, ado::Recordset* rs) {
+void DbTbl::SauveFld(const DbFld& fld, ado::Recordset* rs) const {
   if (EstTableCatalogue()) return;
   ado::Recordset propre;
   if (rs == nullptr) {
@@ -39,7 +38,7 @@ void DbTbl::SauveFld(const DbFld& fld, ado::Recordset* rs) {
   if (rs == nullptr) propre.Close();
 }
 
-void DbTbl::SauveIdx(const DbIdx& idx, ado::Recordset* rs) {
+void DbTbl::SauveIdx(const DbIdx& idx, ado::Recordset* rs) const {
   if (EstTableCatalogue()) return;
   ado::Recordset propre;
   if (rs == nullptr) {

@@ -95,7 +95,7 @@ std::unique_ptr<DbTbl> DefinitionCatalogue(const std::string& nom) {
   throw runtime::Error(runtime::kSubscriptOutOfRange);
 }
 
-bool MemesColonnes(ado::Table& table, DbTbl& definition) {
+bool MemesColonnes(ado::Table& table, const DbTbl& definition) {
   const auto& colonnes = table.Columns();
   // A table that has just gone, or is not told.
   if (colonnes.empty()) return true;
@@ -231,10 +231,10 @@ void VerifieIdx(DataBase& db, const DbIdx& idx) {
   VerifieLargeur(db, "Champs d'index", idx.SFld(), kLargeurChamps);
 }
 
-void VerifieTbl(DataBase& db, DbTbl& tbl) {
+void VerifieTbl(DataBase& db, const DbTbl& tbl) {
   VerifieLargeur(db, "Nom de table", tbl.Nom(), kLargeurNom);
-  for (std::int16_t i = 0; i < tbl.NbFld(); ++i) VerifieNomFld(db, tbl.ListeFld(std::to_string(i)).Nom());
-  for (std::int16_t i = 0; i < tbl.NbIdx(); ++i) VerifieIdx(db, tbl.ListeIdx(std::to_string(i)));
+  for (const DbFld& fld : tbl.Champs()) VerifieNomFld(db, fld.Nom());
+  for (const DbIdx& idx : tbl.Index()) VerifieIdx(db, idx);
 }
 
 void RenumeroteChamps(DataBase& db, const std::string& table, std::int16_t position) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -13,7 +12,6 @@
 
 #include "ado/Catalog.h"
 #include "ado/Recordset.h"
-#include "runtime/Error.h"
 #include "runtime/Variant.h"
 
 namespace tamlo::db {
@@ -35,18 +33,7 @@ inline constexpr std::array kTablesReconstruites{"$TBLKORV$", "$FLDKORV$", "$IDX
 /// The definition of one of the four catalog tables, which no database has yet. Error 9 for another name.
 [[nodiscard]] std::unique_ptr<DbTbl> DefinitionCatalogue(const std::string& nom);
 /// True when the table has exactly the columns of the definition, by their names.
-[[nodiscard]] bool MemesColonnes(ado::Table& table, DbTbl& definition);
-
-/// The waits of somebody who tries again for as long as ten seconds.
-class Patience {
- public:
-  /// Waits a little longer than the last time; false, without a wait, when the time is over.
-  [[nodiscard]] bool Encore();
-
- private:
-  std::chrono::steady_clock::time_point debut_;
-  int essais_ = 0;
-};
+[[nodiscard]] bool MemesColonnes(ado::Table& table, const DbTbl& definition);
 
 /// True for the names of the four catalog tables, compared exactly.
 [[nodiscard]] bool EstTableDuCatalogue(std::string_view nom) noexcept;
@@ -93,7 +80,7 @@ struct NumerosChamps {
 void VerifieNomFld(DataBase& db, const std::string& nom);
 void VerifieIdx(DataBase& db, const DbIdx& idx);
 /// The table's name, fields and indexes.
-void VerifieTbl(DataBase& db, DbTbl& tbl);
+void VerifieTbl(DataBase& db, const DbTbl& tbl);
 
 /// Lowers the numbers behind position by one in the rows of a table's fields; in the same two ways.
 void RenumeroteChamps(DataBase& db, const std::string& table, std::int16_t position);

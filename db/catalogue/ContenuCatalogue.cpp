@@ -5,7 +5,7 @@
 #include "db/DbUtil.h"
 #include "runtime/Conversions.h"
 
-namespace tamlo::db {
+namespace tamlo::db::catalogue {
 
 namespace {
 
@@ -88,4 +88,4 @@ void CompareContenus(const std::string& table, const ContenuTable& avant, const 
   }
 }
 
-}  // namespace tamlo::db
+}  // namespace tamlo::db::catalogue

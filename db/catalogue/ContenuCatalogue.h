@@ -8,7 +8,7 @@
 
 #include "db/DataBase.h"
 
-namespace tamlo::db {
+namespace tamlo::db::catalogue {
 
 /// What the three catalog tables say of one table.
 struct ContenuTable {
@@ -39,4 +39,4 @@ void CompareContenus(const std::string& table, const ContenuTable& avant, const 
 /// "oui" or "non".
 [[nodiscard]] const char* OuiNon(bool valeur) noexcept;
 
-}  // namespace tamlo::db
+}  // namespace tamlo::db::catalogue

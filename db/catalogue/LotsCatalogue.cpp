@@ -2,7 +2,7 @@
 
 #include "db/DataBase.h"
 
-namespace tamlo::db {
+namespace tamlo::db::catalogue {
 
 LotsCatalogue::LotsCatalogue(ado::Connection& connexion)
     : tbl_{ado::BulkInsert(connexion, kTblKorv, {kColonnesTbl.begin(), kColonnesTbl.end()}), {}},
@@ -14,7 +14,7 @@ void LotsCatalogue::Ajoute(Lot& lot, const RangCatalogue& rang, std::span<const 
   lot.lignes.Add(valeurs);
 }
 
-void LotsCatalogue::Ecrit(DbTbl& tbl, std::size_t table, const std::optional<RangCatalogue>& arret) {
+void LotsCatalogue::Ecrit(const DbTbl& tbl, std::size_t table, const std::optional<RangCatalogue>& arret) {
   const auto avant = [&](const RangCatalogue& rang) { return !arret || rang < *arret; };
   LigneTbl(tbl, [&](std::int16_t place, auto&& valeurs) {
     const RangCatalogue rang{table, PartieCatalogue::kTbl, place};
@@ -49,4 +49,4 @@ std::optional<RangCatalogue> LotsCatalogue::RangRefuse() const {
   return premier;
 }
 
-}  // namespace tamlo::db
+}  // namespace tamlo::db::catalogue

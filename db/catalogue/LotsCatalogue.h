@@ -12,7 +12,7 @@
 #include "db/DbTbl.h"
 #include "db/DbUtil.h"
 
-namespace tamlo::db {
+namespace tamlo::db::catalogue {
 
 /// The rows of one table in the catalog, in their order: its own, one for each field, one for each index. ecrit(place, valeurs) is called for
 /// each; place counts from 0 inside its part. Every writer of the catalog goes through these.
@@ -21,13 +21,18 @@ void LigneTbl(const DbTbl& tbl, Ecrit&& ecrit) {
   ecrit(std::int16_t{0}, ValeursTbl(tbl));
 }
 template <typename Ecrit>
-void LignesFld(DbTbl& tbl, Ecrit&& ecrit) {
+void LignesFld(const DbTbl& tbl, Ecrit&& ecrit) {
   // By position: a field keeps its number when one before it is dropped, and the next one's number is their count.
-  for (std::int16_t i = 0; i < tbl.NbFld(); ++i) ecrit(i, ValeursFld(tbl, tbl.ListeFld(std::to_string(i)), i));
+  std::int16_t place = 0;
+  for (const DbFld& fld : tbl.Champs()) {
+    ecrit(place, ValeursFld(tbl, fld, place));
+    ++place;
+  }
 }
 template <typename Ecrit>
-void LignesIdx(DbTbl& tbl, Ecrit&& ecrit) {
-  for (std::int16_t i = 0; i < tbl.NbIdx(); ++i) ecrit(i, ValeursIdx(tbl, tbl.ListeIdx(std::to_string(i))));
+void LignesIdx(const DbTbl& tbl, Ecrit&& ecrit) {
+  std::int16_t place = 0;
+  for (const DbIdx& idx : tbl.Index()) ecrit(place++, ValeursIdx(tbl, idx));
 }
 
 enum class PartieCatalogue : std::uint8_t { kTbl, kFld, kIdx };
@@ -47,7 +52,7 @@ class LotsCatalogue {
   explicit LotsCatalogue(ado::Connection& connexion);
 
   /// Takes the rows of a table that stand before arret (all without one).
-  void Ecrit(DbTbl& tbl, std::size_t table, const std::optional<RangCatalogue>& arret);
+  void Ecrit(const DbTbl& tbl, std::size_t table, const std::optional<RangCatalogue>& arret);
   /// Sends what is held back. Must be called at the end.
   void Termine();
   /// After an error: the first row that was refused, as far as the batches have come; none when the error was none of a row.
@@ -70,4 +75,4 @@ class LotsCatalogue {
   std::vector<LigneTenue> tenues_;
 };
 
-}  // namespace tamlo::db
+}  // namespace tamlo::db::catalogue

@@ -12,7 +12,7 @@
 #include "runtime/Text.h"
 #include "support/Support.h"
 
-namespace tamlo::db::ddl {
+namespace tamlo::db::copie {
 
 namespace {
 
@@ -239,4 +239,4 @@ std::string LecteurEmpreintes::PremiereColonneDifferente(const LecteurEmpreintes
   return {};
 }
 
-}  // namespace tamlo::db::ddl
+}  // namespace tamlo::db::copie

@@ -7,7 +7,7 @@
 
 #include "ado/Recordset.h"
 
-namespace tamlo::db::ddl {
+namespace tamlo::db::copie {
 
 /// How the values of a column are compared, from its types on both sides.
 enum class Regle {
@@ -29,7 +29,7 @@ struct ColonneComparee {
   std::string nom;
   Regle regle = Regle::kOctets;
   std::int16_t chiffres = 0;  ///< of a second's fraction
-  bool cle = false;  ///< part of the key that pairs the rows of the two sides
+  bool cle = false;           ///< part of the key that pairs the rows of the two sides
 };
 
 /// What stands for a row: of its key and of all of it. Equal rows have equal fingerprints; different ones differ but for one case in 2^64.
@@ -61,4 +61,4 @@ class LecteurEmpreintes {
   bool commence_ = false;
 };
 
-}  // namespace tamlo::db::ddl
+}  // namespace tamlo::db::copie

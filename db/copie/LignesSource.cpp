@@ -6,7 +6,7 @@
 #include "runtime/Text.h"
 #include "support/Support.h"
 
-namespace tamlo::db::ddl {
+namespace tamlo::db::copie {
 
 namespace {
 
@@ -142,4 +142,4 @@ BlocLignes LignesSource::Suivant(BlocLignes usage) {
   return bloc;
 }
 
-}  // namespace tamlo::db::ddl
+}  // namespace tamlo::db::copie

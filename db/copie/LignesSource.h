@@ -14,7 +14,7 @@
 #include "ado/Recordset.h"
 #include "db/copie/ValeurLongue.h"
 
-namespace tamlo::db::ddl {
+namespace tamlo::db::copie {
 
 /// One row of the source, ready for the target: for each column its value, Empty where nothing is to be written. A long value that lies in
 /// a file stands in fichiers at its column, and Empty here.
@@ -66,4 +66,4 @@ class LignesSource {
   std::optional<std::thread> fil_;
 };
 
-}  // namespace tamlo::db::ddl
+}  // namespace tamlo::db::copie

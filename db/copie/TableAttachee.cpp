@@ -1,26 +1,20 @@
-#include <algorithm>
-#include <array>
 #include <string_view>
 
 #include "ado/ConnectionKeys.h"
 #include "db/DataBase.h"
 #include "db/DbUtil.h"
+#include "db/copie/Copie.h"
 #include "db/kinds/Moteur.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
 #include "support/Support.h"
 
-namespace tamlo::db {
+namespace tamlo::db::copie {
 
 namespace {
 
 bool Vide(const std::string& texte) { return support::EstVide(std::string_view(texte)); }
-
-bool EstCatalogue(const std::string& nom) {
-  constexpr std::array<std::string_view, 4> kCatalogue = {kIdxKorv, kFldKorv, kTblKorv, kRltKorv};
-  return std::find(kCatalogue.begin(), kCatalogue.end(), nom) != kCatalogue.end();
-}
 
 /// The data source of an ODBC-reached database: the key DSN of its connection string, or the whole of one without "=".
 std::string SourceDonnees(const std::string& chaine) {
@@ -39,7 +33,7 @@ std::string Cite(const std::string& valeur) {
 }
 
 /// The link as the catalog is to make it. Error 5 for a source that no link can name.
-ado::Table LienVers(const std::string& nom, DbTbl& table) {
+ado::Table LienVers(const std::string& nom, const DbTbl& table) {
   if (table.Db() == nullptr) throw runtime::Error(runtime::kObjectNotSet);
   const DataBase& source = *table.Db();
   ado::Table lien(nom);
@@ -74,30 +68,30 @@ std::string NomLocal(const DbTbl& source, const std::string& donne) {
 
 }  // namespace
 
-void DataBase::AddTblAttachee(DbTbl& source, const std::string& nomLocal) {
-  if (!Moteur().faits.attache) return;
+void AddTblAttachee(DataBase& db, const DbTbl& source, const std::string& nomLocal) {
+  if (!db.Moteur().faits.attache) return;
   const std::string nom = NomLocal(source, nomLocal);
-  if (EstCatalogue(nom) || ExisteTbl(nom)) return;
+  if (EstTableDuCatalogue(nom) || db.ExisteTbl(nom)) return;
   const ado::Table lien = LienVers(nom, source);
-  Catalogue().Append(lien);
-  if (EstListee(nom)) return;
-  AjouteTableAttachee(nom, nullptr, nullptr);
-  DbTbl& tbl = TableNommee(nom);
+  db.Catalogue().Append(lien);
+  if (db.EstListee(nom)) return;
+  db.AjouteTableAttachee(nom, nullptr, nullptr);
+  DbTbl& tbl = db.TableNommee(nom);
   (void)tbl.NbFld();  // as the link shows them; where it shows none, those of the source
   tbl.Reprend(source);
-  const bool tient = !runtime::IgnoringErrors([&] { VerifieTbl(*this, tbl); });
-  if (tient) InscritAuCatalogue(tbl);
+  const bool tient = !runtime::IgnoringErrors([&] { VerifieTbl(db, tbl); });
+  if (tient) db.InscritAuCatalogue(tbl);
 }
 
-void DataBase::ModTblAttachee(DbTbl& source, const std::string& nom) {
-  if (!Moteur().faits.attache || EstCatalogue(runtime::UpperCase(runtime::Trim(nom)))) return;
+void ModTblAttachee(DataBase& db, const DbTbl& source, const std::string& nom) {
+  if (!db.Moteur().faits.attache || EstTableDuCatalogue(runtime::UpperCase(runtime::Trim(nom)))) return;
   // What can be refused comes first: the old link would be gone already.
   (void)LienVers(NomLocal(source, nom), source);
-  if (ExisteTbl(nom) && !EstLien(Catalogue().Tables(std::string(runtime::Trim(nom))))) {
+  if (db.ExisteTbl(nom) && !EstLien(db.Catalogue().Tables(std::string(runtime::Trim(nom))))) {
     throw runtime::Error(runtime::kInvalidArgument, "La table " + nom + " n'est pas une table attachée");
   }
-  SupTbl(nom);
-  AddTblAttachee(source, nom);
+  db.SupTbl(nom);
+  AddTblAttachee(db, source, nom);
 }
 
-}  // namespace tamlo::db
+}  // namespace tamlo::db::copie

@@ -7,7 +7,7 @@
 #include "base/Utf8.h"
 #include "runtime/Error.h"
 
-namespace tamlo::db::ddl {
+namespace tamlo::db::copie {
 
 namespace {
 
@@ -66,4 +66,4 @@ ado::ChunkSource ValeurLongue::Source() const {
   };
 }
 
-}  // namespace tamlo::db::ddl
+}  // namespace tamlo::db::copie

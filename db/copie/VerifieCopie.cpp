@@ -6,17 +6,14 @@
 #include <vector>
 
 #include "db/DataBase.h"
+#include "db/copie/Copie.h"
 #include "db/copie/EmpreinteLigne.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
 
-namespace tamlo::db {
+namespace tamlo::db::copie {
 
 namespace {
-
-using ddl::ColonneComparee;
-using ddl::Empreinte;
-using ddl::LecteurEmpreintes;
 
 /// The columns of the source, each with the column of that name of the target; a source column that the target lacks is error 3265.
 std::vector<ColonneComparee> Colonnes(const ado::Recordset& source, const ado::Recordset& cible) {
@@ -24,21 +21,20 @@ std::vector<ColonneComparee> Colonnes(const ado::Recordset& source, const ado::R
   for (std::size_t i = 0; i < source.FieldCount(); ++i) {
     const ado::Field& ici = source.Fields(i);
     const ado::Field& labas = cible.Fields(ici.Name());
-    const std::int16_t chiffres = std::min(ddl::ChiffresDeSeconde(ici), ddl::ChiffresDeSeconde(labas));
-    colonnes.push_back({ici.Name(), ddl::RegleDe(ici.Type(), labas.Type()), chiffres, false});
+    const std::int16_t chiffres = std::min(ChiffresDeSeconde(ici), ChiffresDeSeconde(labas));
+    colonnes.push_back({ici.Name(), RegleDe(ici.Type(), labas.Type()), chiffres, false});
   }
   return colonnes;
 }
 
 /// Marks the columns of the first unique index that either side knows; none when there is no such index.
-void MarqueCle(std::vector<ColonneComparee>& colonnes, DataBase& base, const std::string& nom) {
-  DbTbl* tbl = nullptr;
+void MarqueCle(std::vector<ColonneComparee>& colonnes, const DataBase& base, const std::string& nom) {
+  const DbTbl* tbl = nullptr;
   if (runtime::IgnoringErrors([&] { tbl = &base.TableNommee(nom); })) return;
-  for (std::int16_t i = 0; i < tbl->NbIdx(); ++i) {
-    const DbIdx& idx = tbl->ListeIdx(std::to_string(i));
+  for (const DbIdx& idx : tbl->Index()) {
     if (!idx.Unique() && !idx.Primary()) continue;
     for (ColonneComparee& colonne : colonnes) {
-      for (std::int16_t k = 0; k < idx.NbFld(); ++k) colonne.cle = colonne.cle || runtime::LowerCase(colonne.nom) == idx.NomFld(k);
+      for (const DbIdx::Champ& champ : idx.Champs()) colonne.cle = colonne.cle || runtime::LowerCase(colonne.nom) == champ.nom;
     }
     return;
   }
@@ -78,7 +74,7 @@ std::int64_t Compte(const std::vector<Empreinte>& ici, const std::vector<Emprein
 
 class Comparaison {
  public:
-  Comparaison(DataBase& source, DataBase& cible, const std::string& nom)
+  Comparaison(const DataBase& source, const DataBase& cible, const std::string& nom)
       : source_(source), cible_(cible), nom_(nom), texte_("SELECT * FROM [" + nom + "]") {
     auto ici = source.OpenRecordSet(texte_, 0);
     auto labas = cible.OpenRecordSet(texte_, 0);
@@ -105,7 +101,7 @@ class Comparaison {
   }
 
   /// By another way than the one by which rows are copied: what a driver spoils in the one must not look right because the other spoils it too.
-  LecteurEmpreintes Lecteur(DataBase& base) {
+  LecteurEmpreintes Lecteur(const DataBase& base) {
     std::string texte = texte_;
     base.FormateSSQL(texte);
     ado::Recordset rangees;
@@ -116,7 +112,7 @@ class Comparaison {
 
   /// Counts, and adds up the fingerprints of each side: equal sums mean equal rows, whatever their order and number, in constant memory.
   bool MemesSommes(VerifieBilan& bilan) {
-    const auto somme = [&](DataBase& base, std::int64_t& lignes) {
+    const auto somme = [&](const DataBase& base, std::int64_t& lignes) {
       auto lecteur = Lecteur(base);
       Empreinte total;
       Empreinte une;
@@ -152,10 +148,10 @@ class Comparaison {
     return "table " + nom_ + ", ligne " + std::to_string(ligne) + " de la cible" + lecteur.TexteCle() + " : absente de la source";
   }
 
-  static std::vector<Empreinte> Toutes(LecteurEmpreintes lecteur) { return db::Toutes(lecteur); }
+  static std::vector<Empreinte> Toutes(LecteurEmpreintes lecteur) { return copie::Toutes(lecteur); }
 
-  DataBase& source_;
-  DataBase& cible_;
+  const DataBase& source_;
+  const DataBase& cible_;
   const std::string& nom_;
   std::string texte_;
   std::vector<ColonneComparee> colonnes_;
@@ -163,12 +159,12 @@ class Comparaison {
 
 }  // namespace
 
-VerifieBilan DataBase::VerifieCopie(const std::string& nom, DataBase& cible) {
+VerifieBilan VerifieCopie(const DataBase& source, const std::string& nom, const DataBase& cible) {
   try {
-    return Comparaison(*this, cible, nom).Fait();
+    return Comparaison(source, cible, nom).Fait();
   } catch (runtime::Error& erreur) {
     throw erreur.WithContext("vérification de la table " + nom);
   }
 }
 
-}  // namespace tamlo::db
+}  // namespace tamlo::db::copie
