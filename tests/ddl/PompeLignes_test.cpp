@@ -8,7 +8,7 @@ namespace tamlo::tests {
 namespace {
 
 using runtime::Null;
-using runtime::Variant;
+using Ligne = std::vector<runtime::Variant>;
 
 /// Two connections of one scripted backend.
 class PompeLignes : public testing::Test {
@@ -25,8 +25,8 @@ class PompeLignes : public testing::Test {
       provider_.AddTable(std::move(table));
     }
   }
-  ado::Recordset Ouvre(ado::Connection& connexion, const std::string& table, std::int16_t curseur = ado::adOpenForwardOnly,
-                       std::int16_t verrou = ado::adLockUnspecified) {
+  ado::Recordset Ouvre(ado::Connection& connexion, const std::string& table, ado::CursorType curseur = ado::adOpenForwardOnly,
+                       ado::LockType verrou = ado::adLockUnspecified) {
     ado::Recordset rs;
     rs.Open("SELECT * FROM [" + table + "]", &connexion, curseur, verrou, ado::adOptionUnspecified);
     return rs;
@@ -44,7 +44,7 @@ class PompeLignes : public testing::Test {
     EXPECT_FALSE(source.IsOpen());
     return bilan;
   }
-  [[nodiscard]] std::vector<std::vector<Variant>>& Lignes(const std::string& table) { return provider_.FindTable(table)->rows; }
+  [[nodiscard]] std::vector<Ligne>& Lignes(const std::string& table) { return provider_.FindTable(table)->rows; }
 
   RecordingProvider provider_;
   ado::Connection source_;
@@ -57,9 +57,7 @@ TEST_F(PompeLignes, BringsEveryRowAndClosesTheSource) {
   EXPECT_EQ(bilan.lues, 3);
   EXPECT_EQ(bilan.ecrites, 3);
   EXPECT_FALSE(bilan.arretee);
-  EXPECT_THAT(Lignes("VERS"),
-              testing::ElementsAre(testing::ElementsAre(Variant(1), Variant("un")), testing::ElementsAre(Variant(2), Variant("deux")),
-                                   testing::ElementsAre(Variant(3), Variant(Null{}))));
+  EXPECT_THAT(Lignes("VERS"), testing::ElementsAre(Ligne{1, "un"}, Ligne{2, "deux"}, Ligne{3, Null{}}));
 }
 
 TEST_F(PompeLignes, GoesOnBehindTheRowsThatAreThere) {
@@ -67,7 +65,7 @@ TEST_F(PompeLignes, GoesOnBehindTheRowsThatAreThere) {
   const auto bilan = Pompe({.progression = {}, .debut = 2});
   EXPECT_EQ(bilan.lues, 3);
   EXPECT_EQ(bilan.ecrites, 1);
-  EXPECT_THAT(Lignes("VERS"), testing::ElementsAre(testing::ElementsAre(Variant(3), Variant("trois"))));
+  EXPECT_THAT(Lignes("VERS"), testing::ElementsAre(Ligne{3, "trois"}));
 }
 
 TEST_F(PompeLignes, AnErrorNamesRowAndColumnAndKnowsWhatIsThere) {
