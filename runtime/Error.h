@@ -1,10 +1,11 @@
 #pragma once
 
 #include <cstdint>
-#include <exception>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "base/Error.h"
 
 namespace tamlo::runtime {
 
@@ -52,14 +53,14 @@ struct Diagnostic {
   std::string text;
 };
 
-/// Root of all errors that the system raises: a number as the runtime or the provider gives it, a description and a source.
+/// What the layer and its providers raise: a number as the runtime or the provider gives it, a description and a source.
 /// Providers add every diagnostic record of the driver and the text that was sent. Passwords never stand in any of them.
-class Error : public std::exception {
+class Error : public base::Error {
  public:
   /// An error of the runtime with its own description.
   explicit Error(std::int32_t number) : Error(number, Describe(number)) {}
   Error(std::int32_t number, std::string description, std::string source = "tamlo")
-      : description_(std::move(description)), source_(std::move(source)), number_(number) {}
+      : base::Error(description), description_(std::move(description)), source_(std::move(source)), number_(number) {}
 
   [[nodiscard]] std::int32_t Number() const noexcept { return number_; }
   [[nodiscard]] const std::string& Description() const noexcept { return description_; }

@@ -1,8 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <stdexcept>
 #include <string>
+
+#include "base/Error.h"
 
 namespace jet {
 
@@ -33,12 +34,12 @@ enum class ErrorCode {
 };
 
 /// The engine's only exception (with one derived from it). After it the database object is usable and the statement has changed nothing.
-class Error : public std::runtime_error {
+class Error : public base::Error {
  public:
-  Error(ErrorCode code, const std::string& description) : std::runtime_error(description), code_(code) {}
+  Error(ErrorCode code, const std::string& description) : base::Error(description), code_(code) {}
   /// A damaged structure: the description gets page and byte offset appended.
   Error(ErrorCode code, const std::string& description, std::uint32_t page, std::uint32_t offset)
-      : std::runtime_error(description + " (page " + std::to_string(page) + ", offset " + std::to_string(offset) + ")"),
+      : base::Error(description + " (page " + std::to_string(page) + ", offset " + std::to_string(offset) + ")"),
         code_(code),
         page_(page),
         offset_(offset) {}

@@ -172,4 +172,19 @@ TEST_F(JetNumbers, NumbersThatStayAsTheyAre) {
   EXPECT_EQ(IgnoringErrors([&] { connection.Execute("SELEC"); }).number, -2147217900);
 }
 
+TEST_F(JetNumbers, OneRootCatchesWhatTheEngineAndWhatTheProviderRaise) {
+  std::vector<std::string> texts;
+  for (const std::function<void()>& call : {std::function<void()>([] { throw jet::Error(jet::ErrorCode::kDamaged, "torn", 3, 10); }),
+                                            std::function<void()>([&] { connection.Execute("SELEC"); })}) {
+    try {
+      call();
+    } catch (const base::Error& error) {
+      texts.emplace_back(error.what());
+    }
+  }
+  ASSERT_EQ(texts.size(), 2U);
+  EXPECT_EQ(texts[0], "torn (page 3, offset 10)");
+  EXPECT_NE(texts[1].find("Erreur de syntaxe dans l'instruction SQL"), std::string::npos);
+}
+
 }  // namespace

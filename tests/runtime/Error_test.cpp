@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <stdexcept>
+
 namespace tamlo::runtime {
 namespace {
 
@@ -54,6 +56,14 @@ TEST(Error, IgnoringErrorsHandsBackTheNumberAndDescription) {
 
 TEST(Error, IgnoringErrorsLetsDefectsOfOursGoOn) {
   EXPECT_THROW(IgnoringErrors([] { throw std::logic_error("ours"); }), std::logic_error);
+}
+
+TEST(Error, IsCaughtAsTheRootOfAllWithItsWholeText) {
+  try {
+    throw Error(13).WithContext("ligne 3");
+  } catch (const base::Error& error) {
+    EXPECT_STREQ(error.what(), "ligne 3 : Incompatibilité de type");
+  }
 }
 
 }  // namespace
