@@ -33,9 +33,9 @@ inline constexpr const char* kFldKorv = "$FLDKORV$";
 inline constexpr const char* kIdxKorv = "$IDXKORV$";
 inline constexpr const char* kRltKorv = "$RLTKORV$";
 
-/// One error that Ouvre has met after the connection stood, and has not raised.
+/// One error that Ouvre has met and has not raised.
 struct ErreurOuverture {
-  std::string etape;  ///< the step that was left or went on without it: "liste des tables", "relations", "format des dates", ...
+  std::string etape;  ///< "ouverture" when it was refused; else the step that was left or went on without it: "liste des tables", ...
   std::string table;  ///< the table at hand; empty when there was none
   std::int32_t numero = 0;
   std::string description;
@@ -58,8 +58,8 @@ class DataBase {
   DataBase(const DataBase&) = delete;
   DataBase& operator=(const DataBase&) = delete;
 
-  /// Opens; false after having shown the reason in a message box. Nom, Typ and AvecMvt hold the arguments in both
-  /// cases.
+  /// Opens; false after having told the reason to a person (Environnement::message) and to the program (ListeErr(0)). Nom, Typ and AvecMvt
+  /// hold the arguments in both cases.
   bool Ouvre(const std::string& nom, std::int16_t typ, bool avecMvt);
   /// The errors of the last Ouvre that it did not raise, in their order; 0 when all went well. They stay until the next Ouvre or Ferme.
   [[nodiscard]] std::int16_t NbErr() const noexcept { return static_cast<std::int16_t>(erreurs_.size()); }

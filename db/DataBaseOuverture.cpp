@@ -8,6 +8,15 @@
 
 namespace tamlo::db {
 
+namespace {
+
+void DitRefus(const std::string& raison, const std::string& nom) {
+  const auto& message = EnvironnementCourant().message;
+  if (message) message(raison, "Impossible d'ouvrir la base <" + ado::WithoutSecrets(nom) + ">");
+}
+
+}  // namespace
+
 bool DataBase::Ouvre(const std::string& nom, std::int16_t typ, bool avecMvt) {
   nom_ = nom;
   typ_ = typ;
@@ -25,9 +34,9 @@ bool DataBase::Ouvre(const std::string& nom, std::int16_t typ, bool avecMvt) {
     if (curseur) erreur = curseur;
   }
   if (erreur) {
-    constexpr std::int16_t kExclamation = 48;
-    support::Msg(Moteur().MessageRefus(erreur), kExclamation, "Impossible d'ouvrir la base <" + ado::WithoutSecrets(nom_) + ">");
     connexion_.reset();
+    erreurs_.push_back({"ouverture", "", erreur.number, erreur.description});
+    DitRefus(Moteur().MessageRefus(erreur), nom);
     return false;
   }
   enOuverture_ = true;

@@ -21,6 +21,10 @@ ui::StatusBar*& StatusBarInUse() noexcept {
   return bar;
 }
 
+void Pointer(ui::Pointer pointer) {
+  if (ui::Platform* platform = ui::PlatformInForce()) platform->SetPointer(pointer);
+}
+
 /// Where something of a size starts so that it stands in the middle of an area; never before the area.
 std::int16_t Centred(std::int16_t areaStart, std::int32_t areaSize, std::int16_t size) {
   const std::int16_t start = runtime::RoundToInt16(areaStart + (areaSize - size) / 2.0);
@@ -42,11 +46,11 @@ void Sablier(bool actif) {
   std::int16_t& nesting = SablierNesting();
   if (actif) {
     nesting = runtime::Add16(nesting, 1);
-    if (nesting == 1) ui::CurrentPlatform().SetPointer(ui::Pointer::kHourglass);
+    if (nesting == 1) Pointer(ui::Pointer::kHourglass);
     return;
   }
   if (nesting > 0) --nesting;
-  if (nesting == 0) ui::CurrentPlatform().SetPointer(ui::Pointer::kDefault);
+  if (nesting == 0) Pointer(ui::Pointer::kDefault);
 }
 
 void SelectionneTout(ui::TextBox& zone) { zone.Select(0, runtime::CheckedInt16(static_cast<std::int64_t>(runtime::Length(zone.Text())))); }
@@ -59,9 +63,10 @@ ui::Rectangle& ZoneCentrage() noexcept {
 void CentreFeuille(ui::Form& feuille) {
   const ui::Rectangle zone = ZoneCentrage();
   if (zone.width == 0 || zone.height == 0) {
-    const ui::Platform& platform = ui::CurrentPlatform();
-    const std::int16_t left = Centred(0, platform.ScreenWidth(), feuille.Width());
-    feuille.Move(left, Centred(0, platform.ScreenHeight(), feuille.Height()));
+    const ui::Platform* platform = ui::PlatformInForce();
+    if (platform == nullptr) return;
+    const std::int16_t left = Centred(0, platform->ScreenWidth(), feuille.Width());
+    feuille.Move(left, Centred(0, platform->ScreenHeight(), feuille.Height()));
     return;
   }
   const std::int16_t left = Centred(zone.left, zone.width, feuille.Width());
@@ -89,7 +94,8 @@ std::string TexteAffiche(const std::string& texte) { return texte; }
 std::string TexteLu(const std::string& texte) { return texte; }
 
 std::int16_t Msg(const std::string& texte, std::int16_t boutons, const std::string& titre) {
-  return ui::CurrentPlatform().MessageBox(texte, boutons, titre);
+  ui::Platform* platform = ui::PlatformInForce();
+  return platform == nullptr ? kAucunBouton : platform->MessageBox(texte, boutons, titre);
 }
 
 }  // namespace tamlo::support

@@ -7,6 +7,8 @@
 #include "runtime/Variant.h"
 #include "ui/Platform.h"
 
+/// Small services to the layer and the tool. What goes to the screen goes to the platform in force (ui/Platform.h) and, where there is none,
+/// nowhere: that is no error.
 namespace tamlo::support {
 
 /// True for a value never assigned, a null, and a text that is empty once its blanks are trimmed. 0 is not blank.
@@ -24,7 +26,8 @@ void SelectionneTout(ui::TextBox& zone);
 
 /// The area, in twips, in which CentreFeuille centres; width or height 0: the screen.
 [[nodiscard]] ui::Rectangle& ZoneCentrage() noexcept;
-/// Moves a form to the middle of the area; never left of it or above it. Halves go to the even neighbour.
+/// Moves a form to the middle of the area; never left of it or above it. Halves go to the even neighbour. With neither area nor screen it stays
+/// where it is.
 void CentreFeuille(ui::Form& feuille);
 
 /// The status bar that AfficheMessage writes to; none at first. Not owned.
@@ -38,6 +41,8 @@ void AfficheMessage(const std::string& texte);
 [[nodiscard]] std::string TexteAffiche(const std::string& texte);
 [[nodiscard]] std::string TexteLu(const std::string& texte);
 
+/// No button: what Msg returns where there is nobody to press one.
+inline constexpr std::int16_t kAucunBouton = 0;
 /// A message box of the platform; returns the button pressed.
 std::int16_t Msg(const std::string& texte, std::int16_t boutons, const std::string& titre);
 

@@ -15,6 +15,8 @@ Platform*& InForce() noexcept {
 
 }  // namespace
 
+Platform* PlatformInForce() noexcept { return InForce(); }
+
 Platform& CurrentPlatform() {
   if (InForce() == nullptr) throw runtime::Error(runtime::kObjectNotSet);
   return *InForce();

@@ -130,7 +130,9 @@ class Platform {
   virtual void Run() = 0;
 };
 
-/// The platform in force. Error 91 when none is.
+/// The platform in force, nullptr when none is: a program without a screen needs none.
+[[nodiscard]] Platform* PlatformInForce() noexcept;
+/// The same for what cannot do without, such as a form. Error 91 when none is.
 [[nodiscard]] Platform& CurrentPlatform();
 /// Puts a platform in force (nullptr: none); not owned. Returns the one before.
 Platform* UsePlatform(Platform* platform) noexcept;

@@ -145,6 +145,35 @@ TEST_F(DataBaseOuverture, APasswordInTheNameIsNotShown) {
   EXPECT_EQ(db.Nom(), "pwd = s ;DSN=VOLUMES;Password={a;b}");
 }
 
+TEST_F(DataBaseOuverture, WithoutAScreenAFailureGivesFalseAndItsReasonCanBeAskedFor) {
+  ui::UsePlatform(nullptr);
+  provider.FailOpen(-2147467259, "connexion refusée", 1);
+  EXPECT_FALSE(db.Ouvre("VOLUMES", 1, true));
+  ui::UsePlatform(&platform);
+  ASSERT_EQ(db.NbErr(), 1);
+  EXPECT_EQ(db.ListeErr(0).etape, "ouverture");
+  EXPECT_EQ(db.ListeErr(0).table, "");
+  EXPECT_EQ(db.ListeErr(0).numero, -2147467259);
+  EXPECT_EQ(db.ListeErr(0).description, "connexion refusée");
+  EXPECT_EQ(Numero([&] { (void)db.ConnectionString(); }), runtime::kObjectNotSet);
+  EXPECT_TRUE(db.Ouvre("VOLUMES", 1, true));
+  EXPECT_EQ(db.NbErr(), 0);
+}
+
+TEST_F(DataBaseOuverture, AProgramThatTakesTheMessageTellsItItself) {
+  std::vector<ShownMessage> dits;
+  db::EnvironnementCourant().message = [&](const std::string& texte, const std::string& titre) { dits.push_back({texte, 0, titre}); };
+  provider.FailOpen(3051, "en cours", 1);
+  EXPECT_FALSE(db.Ouvre("PWD=s;DSN=V", 3, true));
+  EXPECT_THAT(dits, ElementsAre(ShownMessage{"La base est en cours de définition par un autre poste", 0,
+                                             "Impossible d'ouvrir la base <PWD=***;DSN=V>"}));
+  EXPECT_THAT(platform.messages, IsEmpty());
+  db::EnvironnementCourant().message = nullptr;
+  provider.FailOpen(3051, "en cours", 1);
+  EXPECT_FALSE(db.Ouvre("V", 3, true));
+  EXPECT_EQ(db.ListeErr(0).numero, 3051);
+}
+
 TEST_F(DataBaseOuverture, AGenericFailureOnOracleReadsAsAWrongPassword) {
   provider.FailOpen(-2147467259, "ORA-01017", 1);
   EXPECT_FALSE(db.Ouvre("V", 2, true));

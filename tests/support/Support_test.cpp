@@ -224,10 +224,45 @@ TEST(Msg, ShowsTheBoxAndGivesTheButtonPressed) {
   EXPECT_EQ(platform.messages, (std::vector<ShownMessage>{{"texte\nsuite", 48, "titre"}, {"autre", 16, "t"}}));
 }
 
-TEST(Msg, WithoutAPlatformTheObjectIsNotSet) {
-  const runtime::PendingError pending = runtime::IgnoringErrors([] { Msg("texte", 0, "titre"); });
-  EXPECT_EQ(pending.number, 91);
-  EXPECT_EQ(pending.description, "Variable objet ou variable de bloc With non définie");
+/// A program without a screen: no platform is in force.
+class WithoutAPlatform : public testing::Test {
+ protected:
+  ui::Platform* const before_ = ui::UsePlatform(nullptr);
+  ~WithoutAPlatform() override { ui::UsePlatform(before_); }
+};
+
+TEST_F(WithoutAPlatform, TheHourglassIsNestedAndShownNowhere) {
+  Sablier(true);
+  Sablier(true);
+  Sablier(false);
+  Sablier(false);
+  Sablier(false);
+  const FakePlatform platform;
+  Sablier(true);
+  EXPECT_EQ(platform.pointers, std::vector{Pointer::kHourglass});
+  Sablier(false);
+}
+
+TEST_F(WithoutAPlatform, AMessageBoxIsAnsweredByNobody) {
+  EXPECT_EQ(Msg("texte", ui::kExclamation | ui::kOkCancel, "titre"), kAucunBouton);
+}
+
+TEST_F(WithoutAPlatform, StatusTextsGoNowhere) {
+  AfficheMessage("texte");
+  EXPECT_EQ(LitMessage(), "");
+}
+
+TEST_F(WithoutAPlatform, AFormStaysWhereItIsUnlessThereIsAnAreaToBeCentredIn) {
+  FakePlatform platform;
+  const auto form = platform.CreateForm(1000, 1000);
+  ui::UsePlatform(nullptr);
+  CentreFeuille(*form);
+  EXPECT_FALSE(platform.Form().moved);
+  ZoneCentrage() = {0, 0, 10000, 8000};
+  CentreFeuille(*form);
+  ZoneCentrage() = {};
+  EXPECT_TRUE(platform.Form().moved);
+  ui::UsePlatform(&platform);
 }
 
 }  // namespace
