@@ -1,7 +1,7 @@
 #include "app/Gardes.h"
 
 #include "ado/Secrets.h"
-#include "app/Demarrage.h"
+#include "app/FinProgramme.h"
 #include "db/DataBase.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
@@ -12,8 +12,6 @@
 namespace tamlo::app {
 
 namespace {
-
-constexpr int kEchec = 1;
 
 [[noreturn]] void Interrompt(const std::string& raison) {
   support::Msg(raison + "\n\nRien n'a été écrit.", ui::kCritical | ui::kOkOnly, "Programme interrompu");

@@ -1,69 +1,96 @@
 #include "app/Utilisateurs.h"
 
-#include <utility>
-
-#include "app/Demarrage.h"
+#include "ado/Recordset.h"
+#include "app/BasesOuvertes.h"
+#include "app/Gardes.h"
 #include "app/TableCode.h"
 #include "app/Valeurs.h"
 #include "db/DataBase.h"
 #include "runtime/Conversions.h"
-#include "runtime/Secret.h"
-#include "runtime/Text.h"
-#include "support/Support.h"
+#include "runtime/Error.h"
 
 namespace tamlo::app {
 
 namespace {
 
-struct UtlConnecte {
+/// How often a new row may be refused as a duplicate under one and the same id, which then cannot be what is duplicate.
+constexpr int kMaxRefusMemeId = 100;
+
+std::string RequeteUtl(const std::string& nom) { return "SELECT * FROM Utl WHERE Nom='" + nom + "'"; }
+
+/// The row that is being saved, and what became of it.
+struct LigneUtl {
   double id = 0;
-  std::string nom;
-  std::string motPasseCode;
+  bool refusee = false;
 };
 
-UtlConnecte& Connecte() noexcept {
-  static UtlConnecte connecte;
-  return connecte;
+/// As often as the id is taken meanwhile, the next one. Any other refusal is passed over.
+void MetAJour(ado::Recordset& rs, LigneUtl& ligne) {
+  int refusMemeId = 0;
+  for (;;) {
+    const runtime::PendingError erreur = runtime::IgnoringErrors([&] { rs.Update(); });
+    ligne.refusee = static_cast<bool>(erreur);
+    if (erreur.number != runtime::kDuplicateKey) return;
+    const double precedent = ligne.id;
+    runtime::IgnoringErrors([&] {
+      ligne.id = IdSuivant("Utl");
+      rs.Fields("IdUtl").Value(ligne.id);
+    });
+    refusMemeId = ligne.id == precedent ? refusMemeId + 1 : 0;
+    if (refusMemeId == kMaxRefusMemeId) return;
+  }
+}
+
+LigneUtl SauveUtl(const Utilisateur& utilisateur) {
+  ado::Recordset rs = BaseVlmOuverte().OpenRecordSet(RequeteUtl(utilisateur.nom), 2);
+  LigneUtl ligne;
+  if (rs.Eof()) {
+    rs.AddNew();
+    ligne.id = IdSuivant("Utl");
+    rs.Fields("IdUtl").Value(ligne.id);
+  } else {
+    ExigeMemeNom(TexteOuVide(rs.Fields("Nom").Value()), utilisateur.nom);
+    ligne.id = runtime::ToDouble(rs.Fields("IdUtl").Value());
+  }
+  rs.Fields("Nom").Value(utilisateur.nom);
+  rs.Fields("MotPasse").Value(CodePwd(utilisateur.motPasse));
+  MetAJour(rs, ligne);
+  runtime::IgnoringErrors([&] { rs.CancelUpdate(); });
+  rs.Close();
+  return ligne;
+}
+
+void SauveVlmUtl(double id, const Utilisateur& utilisateur) {
+  ado::Recordset rs = BaseVlmOuverte().OpenRecordSet(
+      "SELECT * FROM VlmUtl WHERE IdUtl=" + runtime::ShortestText(id) + " AND IdVlm=" + runtime::ShortestText(utilisateur.idVlm), 2);
+  // A link that exists keeps its level.
+  if (rs.Eof()) {
+    rs.AddNew();
+    rs.Fields("IdUtl").Value(id);
+    rs.Fields("IdVlm").Value(utilisateur.idVlm);
+    rs.Fields("Niveau").Value(utilisateur.niveau);
+    rs.Update();
+  }
+  rs.Close();
 }
 
 }  // namespace
 
-void ConnecteUtl(double id, const std::string& nom, const std::string& motPasseCode) {
-  UtlConnecte& connecte = Connecte();
-  if (id == connecte.id) return;
-  if (!BaseVlm()) {
-    connecte.nom = nom;
-    connecte.motPasseCode = motPasseCode;
-    return;
-  }
-  connecte.id = id;
-  support::Sablier(true);
-  ado::Recordset rs = BaseVlm()->OpenRecordSet("SELECT * FROM Utl WHERE IdUtl=" + runtime::ShortestText(id), 0);
-  if (rs.Eof()) {
-    connecte.nom.clear();
-    connecte.motPasseCode.clear();
-  } else {
-    connecte.motPasseCode = TexteOuVide(rs.Fields("MotPasse").Value());
-    connecte.nom = runtime::TrimRight(TexteOuVide(rs.Fields("Nom").Value()));
+std::string LitMotPasse(const std::string& nom) {
+  ado::Recordset rs = BaseVlmOuverte().OpenRecordSet(RequeteUtl(nom), 0);
+  std::string motPasse;
+  if (!rs.Eof()) {
+    ExigeMemeNom(TexteOuVide(rs.Fields("Nom").Value()), nom);
+    motPasse = DecodePwd(TexteOuVide(rs.Fields("MotPasse").Value()));
   }
   rs.Close();
-  support::Sablier(false);
+  return motPasse;
 }
 
-double IdUtlConnecte() noexcept { return Connecte().id; }
-
-const std::string& NomUtlConnecte() noexcept { return Connecte().nom; }
-
-std::string PwdUtlConnecte() {
-  InitTableCode();
-  std::string clair = DecodePwd(Connecte().motPasseCode);
-  LibereTableCode();
-  return clair;
-}
-
-void OublieUtlConnecte() noexcept {
-  runtime::Wipe(Connecte().motPasseCode);
-  Connecte() = {};
+bool SauveUtilisateur(const Utilisateur& utilisateur) {
+  const LigneUtl ligne = SauveUtl(utilisateur);
+  SauveVlmUtl(ligne.id, utilisateur);
+  return !ligne.refusee;
 }
 
 double IdSuivant(const std::string& table) {

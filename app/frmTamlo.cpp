@@ -1,13 +1,11 @@
 #include "app/frmTamlo.h"
 
-#include "app/Demarrage.h"
+#include <string_view>
+
+#include "app/BasesOuvertes.h"
 #include "app/Gardes.h"
 #include "app/TableCode.h"
 #include "app/Utilisateurs.h"
-#include "app/Valeurs.h"
-#include "db/DataBase.h"
-#include "runtime/Conversions.h"
-#include "runtime/Error.h"
 #include "runtime/Secret.h"
 #include "runtime/Text.h"
 #include "support/Support.h"
@@ -38,9 +36,6 @@ constexpr const char* kNeComptePas =
     "la ponctuation courante (sans ~). Deux mots de passe qui ne diffèrent que par de tels caractères n'en font qu'un.\n\nL'enregistrer "
     "quand même ?";
 
-/// How often a new row may be refused as a duplicate under one and the same id, which then cannot be what is duplicate.
-constexpr int kMaxRefusMemeId = 100;
-
 constexpr std::int16_t kUneLigne = 345;
 /// As high as the label above leaves room.
 constexpr std::int16_t kDeuxLignes = 645;
@@ -51,8 +46,6 @@ ui::Rectangle AGauche(ui::Rectangle zone, std::int16_t hauteur) {
   const int haut = zone.top + (zone.height - hauteur) / 2;
   return {kMarge, static_cast<std::int16_t>(haut), static_cast<std::int16_t>(zone.left - 2 * kMarge), hauteur};
 }
-
-std::string TexteNombre(double nombre) { return runtime::ShortestText(nombre); }
 
 }  // namespace
 
@@ -135,17 +128,6 @@ void frmTamlo::Charge(double idVlm, const std::string& nom, std::int16_t niveau,
   txtPwd2_->Text(texte);
 }
 
-std::string frmTamlo::LitMotPasse(const std::string& nom) const {
-  ado::Recordset rs = BaseVlmOuverte().OpenRecordSet("SELECT * FROM Utl WHERE Nom='" + nom + "'", 0);
-  std::string motPasse;
-  if (!rs.Eof()) {
-    ExigeMemeNom(TexteOuVide(rs.Fields("Nom").Value()), nom);
-    motPasse = DecodePwd(TexteOuVide(rs.Fields("MotPasse").Value()));
-  }
-  rs.Close();
-  return motPasse;
-}
-
 void frmTamlo::Show() { form_->Show(); }
 
 bool frmTamlo::VerifiePwd() {
@@ -170,55 +152,10 @@ void frmTamlo::RetourPwd() {
   support::SelectionneTout(*txtPwd_);
 }
 
-void frmTamlo::Sauve() { SauveVlmUtl(SauveUtl()); }
-
-double frmTamlo::SauveUtl() {
-  ado::Recordset rs = BaseVlmOuverte().OpenRecordSet("SELECT * FROM Utl WHERE Nom='" + txtNom_->Text() + "'", 2);
-  double id = 0;
-  if (rs.Eof()) {
-    rs.AddNew();
-    id = IdSuivant("Utl");
-    rs.Fields("IdUtl").Value(id);
-  } else {
-    ExigeMemeNom(TexteOuVide(rs.Fields("Nom").Value()), txtNom_->Text());
-    id = runtime::ToDouble(rs.Fields("IdUtl").Value());
-  }
-  rs.Fields("Nom").Value(txtNom_->Text());
-  rs.Fields("MotPasse").Value(CodePwd(txtPwd_->Text()));
-  MetAJourUtl(rs, id);
-  runtime::IgnoringErrors([&] { rs.CancelUpdate(); });
-  rs.Close();
-  return id;
-}
-
-void frmTamlo::MetAJourUtl(ado::Recordset& rs, double& id) {
-  int refusMemeId = 0;
-  for (;;) {
-    const runtime::PendingError erreur = runtime::IgnoringErrors([&] { rs.Update(); });
-    motPasseRefuse_ = static_cast<bool>(erreur);
-    if (erreur.number != runtime::kDuplicateKey) return;
-    const double precedent = id;
-    runtime::IgnoringErrors([&] {
-      id = IdSuivant("Utl");
-      rs.Fields("IdUtl").Value(id);
-    });
-    refusMemeId = id == precedent ? refusMemeId + 1 : 0;
-    if (refusMemeId == kMaxRefusMemeId) return;
-  }
-}
-
-void frmTamlo::SauveVlmUtl(double id) {
-  ado::Recordset rs =
-      BaseVlmOuverte().OpenRecordSet("SELECT * FROM VlmUtl WHERE IdUtl=" + TexteNombre(id) + " AND IdVlm=" + TexteNombre(idVlm_), 2);
-  // A link that exists keeps its level.
-  if (rs.Eof()) {
-    rs.AddNew();
-    rs.Fields("IdUtl").Value(id);
-    rs.Fields("IdVlm").Value(idVlm_);
-    rs.Fields("Niveau").Value(niveau_);
-    rs.Update();
-  }
-  rs.Close();
+void frmTamlo::Sauve() {
+  Utilisateur utilisateur{txtNom_->Text(), txtPwd_->Text(), idVlm_, niveau_};
+  const runtime::WipedAtEnd efface(utilisateur.motPasse);
+  motPasseRefuse_ = !SauveUtilisateur(utilisateur);
 }
 
 void frmTamlo::OnUnload() {

@@ -4,7 +4,6 @@
 #include <memory>
 #include <string>
 
-#include "ado/Recordset.h"
 #include "ui/Platform.h"
 
 namespace tamlo::app {
@@ -36,14 +35,10 @@ class frmTamlo {
   void PlaceLibelles();
   void BrancheEvenements();
   void Load();
-  [[nodiscard]] std::string LitMotPasse(const std::string& nom) const;
   [[nodiscard]] bool VerifiePwd();
   [[nodiscard]] bool ConfirmeCaracteres();
   void RetourPwd();
   void Sauve();
-  double SauveUtl();
-  void MetAJourUtl(ado::Recordset& rs, double& id);
-  void SauveVlmUtl(double id);
   void OnUnload();
 
   std::unique_ptr<ui::Form> form_;

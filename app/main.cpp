@@ -1,8 +1,9 @@
 #include <memory>
 
 #include "app/Demarrage.h"
-#include "providers/Fournisseurs.h"
+#include "app/LigneCommande.h"
 #include "app/Processus.h"
+#include "providers/Fournisseurs.h"
 #include "runtime/Secret.h"
 #include "ui/Platform.h"
 #ifdef _WIN32
@@ -32,7 +33,7 @@ int main(int argc, char** argv) {
   tamlo::runtime::Wipe(ligne.texte);
   const auto platform = MakePlatform();
   tamlo::ui::UsePlatform(platform.get());
-  tamlo::app::EnregistreFournisseurs();
+  tamlo::providers::EnregistreFournisseurs();
   tamlo::app::BrancheCouche(tamlo::app::DossierDuProgramme());
   const int statut = tamlo::app::ExecuteProgramme();
   tamlo::ui::UsePlatform(nullptr);

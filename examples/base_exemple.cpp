@@ -19,28 +19,11 @@
 #include "jet/Database.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
-#include "ui/Platform.h"
 
 namespace {
 
 using tamlo::db::DataBase;
 using tamlo::db::DbTbl;
-
-/// Message boxes go to standard error; there is nothing else to show.
-class ConsolePlatform : public tamlo::ui::Platform {
- public:
-  std::unique_ptr<tamlo::ui::Form> CreateForm(std::int16_t, std::int16_t) override {
-    throw tamlo::runtime::Error(tamlo::runtime::kInvalidArgument);
-  }
-  std::int16_t MessageBox(const std::string& text, std::int16_t, const std::string& title) override {
-    std::cerr << title << "\n" << text << "\n";
-    return tamlo::ui::kOk;
-  }
-  void SetPointer(tamlo::ui::Pointer) override {}
-  [[nodiscard]] std::int32_t ScreenWidth() const override { return 0; }
-  [[nodiscard]] std::int32_t ScreenHeight() const override { return 0; }
-  void Run() override {}
-};
 
 std::string Environnement(const char* nom) {
   const char* valeur = std::getenv(nom);
@@ -114,10 +97,9 @@ int main(int argc, char** argv) {
     std::cerr << "base_exemple cree|liste nom kind, ou base_exemple code mot_de_passe\n";
     return 2;
   }
-  ConsolePlatform platform;
-  tamlo::ui::UsePlatform(&platform);
-  tamlo::app::EnregistreFournisseurs();
+  tamlo::providers::EnregistreFournisseurs();
   auto& environnement = tamlo::db::EnvironnementCourant();
+  environnement.message = [](const std::string& texte, const std::string& titre) { std::cerr << titre << "\n" << texte << "\n"; };
   environnement.nomLogin = Environnement("TAMLO_UTL");
   environnement.pwdLogin = Environnement("TAMLO_PWD");
   try {
@@ -136,7 +118,7 @@ int main(int argc, char** argv) {
   } catch (const tamlo::runtime::Error& error) {
     std::cerr << "erreur " << error.Number() << " : " << error.Description() << "\n";
     return 1;
-  } catch (const jet::Error& error) {
+  } catch (const base::Error& error) {
     std::cerr << error.what() << "\n";
     return 1;
   }

@@ -8,7 +8,7 @@
 #include "runtime/Conversions.h"
 
 int main() {
-  tamlo::app::EnregistreFournisseurs();
+  tamlo::providers::EnregistreFournisseurs();
   jet::Database::Create("EXEMPLE.MDB");
   tamlo::db::DataBase base;
   if (!base.Ouvre("EXEMPLE.MDB", tamlo::db::TypJet, true)) return 1;

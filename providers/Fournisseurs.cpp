@@ -5,7 +5,7 @@
 #include "ado/jet/JetProvider.h"
 #endif
 
-namespace tamlo::app {
+namespace tamlo::providers {
 
 void EnregistreFournisseurs() {
   ado::odbc::RegisterOdbcProviders();
@@ -14,4 +14,4 @@ void EnregistreFournisseurs() {
 #endif
 }
 
-}  // namespace tamlo::app
+}  // namespace tamlo::providers

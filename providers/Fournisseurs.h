@@ -1,8 +1,9 @@
 #pragma once
 
-namespace tamlo::app {
+/// The library's door: which data access providers a program has.
+namespace tamlo::providers {
 
-/// Makes every data access provider that this build holds known to connections. For main files; once is enough.
+/// Makes every data access provider that this build holds known to connections. Called before the first connection is opened; once is enough.
 void EnregistreFournisseurs();
 
-}  // namespace tamlo::app
+}  // namespace tamlo::providers

@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "app/Demarrage.h"
+#include "app/LigneCommande.h"
 #include "providers/Fournisseurs.h"
 #include "app/Processus.h"
 #include "tests/app/VirtualDisplay.h"
@@ -59,10 +60,11 @@ class FirstPaint : public QObject {
 };
 
 int RunAsTool(int count, char** arguments) {
-  LigneCommande(LitLigneCommande(count, arguments));
+  const LigneLue ligne = LitLigneCommande(count, arguments);
+  LigneCommande(ligne.texte, ligne.guillemet);
   const auto platform = tamlo::ui::qt::CreatePlatform();
   tamlo::ui::UsePlatform(platform.get());
-  EnregistreFournisseurs();
+  tamlo::providers::EnregistreFournisseurs();
   BrancheCouche(DossierDuProgramme());
   FirstPaint firstPaint;
   qApp->installEventFilter(&firstPaint);

@@ -11,8 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "ado/jet/JetProvider.h"
 #include "app/Demarrage.h"
+#include "app/LigneCommande.h"
+#include "ado/jet/JetProvider.h"
 #include "app/TableCode.h"
 #include "bench/jet/Goals.h"
 #include "db/DataBase.h"

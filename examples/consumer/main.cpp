@@ -8,13 +8,14 @@
 
 namespace {
 
-constexpr const char* kTable = "create table [UTL] ([IDUTL] integer primary key, [NOM] varchar(30))";
+constexpr const char* kTable = "create table if not exists [UTL] ([IDUTL] integer primary key, [NOM] varchar(30))";
 
-/// The layer creates no table on a generic ODBC source: the statement does, and the second opening lists what it made.
+/// An empty table. The layer creates none on a generic ODBC source: the statement does, and the second opening lists what it made.
 void Ouvre(tamlo::db::DataBase& base, const std::string& fichier) {
   const std::string nom = "DRIVER=SQLite3;Database=" + fichier;
   if (!base.Ouvre(nom, tamlo::db::TypOdbc, true)) throw tamlo::runtime::Error(5);
   base.ExecuteSQL(kTable);
+  base.ExecuteSQL("delete from [UTL]");
   base.Ferme();
   if (!base.Ouvre(nom, tamlo::db::TypOdbc, true)) throw tamlo::runtime::Error(5);
 }
@@ -24,7 +25,7 @@ void Ouvre(tamlo::db::DataBase& base, const std::string& fichier) {
 int main(int argc, char** argv) {
   if (argc != 2) return 2;
   try {
-    tamlo::app::EnregistreFournisseurs();
+    tamlo::providers::EnregistreFournisseurs();
     tamlo::db::DataBase source;
     tamlo::db::DataBase cible;
     Ouvre(source, argv[1]);

@@ -2,8 +2,9 @@
 
 #include <filesystem>
 
-#include "ado/jet/JetProvider.h"
 #include "app/Demarrage.h"
+#include "app/LigneCommande.h"
+#include "ado/jet/JetProvider.h"
 #include "app/TableCode.h"
 #include "jet/Database.h"
 #include "jet/table/Table.h"

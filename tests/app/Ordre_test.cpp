@@ -3,7 +3,8 @@
 
 #include <algorithm>
 
-#include "app/Utilisateurs.h"
+#include "app/Demarrage.h"
+#include "app/UtlConnecte.h"
 #include "app/frmTamlo.h"
 #include "runtime/Error.h"
 #include "tests/app/VolumesScriptes.h"

@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-#include "app/Demarrage.h"
+#include "app/LigneCommande.h"
 #include "runtime/Error.h"
 #include "tests/support_lib/TemporaryFolder.h"
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "app/UtlConnecte.h"
 #include "app/TableCode.h"
 #include "db/Environnement.h"
 #include "runtime/Error.h"

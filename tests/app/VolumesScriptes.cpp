@@ -1,5 +1,8 @@
 #include "tests/app/VolumesScriptes.h"
 
+#include "app/BasesOuvertes.h"
+#include "app/Demarrage.h"
+#include "app/LigneCommande.h"
 #include "runtime/Conversions.h"
 
 namespace tamlo::app {

@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "app/Demarrage.h"
 #include "app/TableCode.h"
 #include "tests/support_lib/FakePlatform.h"
 #include "tests/support_lib/RecordingProvider.h"

@@ -4,6 +4,9 @@
 
 #include <algorithm>
 
+#include "app/BasesOuvertes.h"
+#include "app/Demarrage.h"
+#include "app/LigneCommande.h"
 #include "app/TableCode.h"
 #include "tests/app/VolumesScriptes.h"
 

@@ -8,8 +8,9 @@
 #include <functional>
 #include <thread>
 
-#include "ado/odbc/OdbcProvider.h"
 #include "app/Demarrage.h"
+#include "app/LigneCommande.h"
+#include "ado/odbc/OdbcProvider.h"
 #include "app/TableCode.h"
 #include "tests/attaque/Graines.h"
 #include "tests/support_lib/FakePlatform.h"

@@ -8,8 +8,9 @@
 #include <iostream>
 #include <string>
 
-#include "ado/odbc/OdbcProvider.h"
 #include "app/Demarrage.h"
+#include "app/LigneCommande.h"
+#include "ado/odbc/OdbcProvider.h"
 #include "app/TableCode.h"
 #include "tests/support_lib/FakePlatform.h"
 #include "tests/support_lib/StatementCalls.h"

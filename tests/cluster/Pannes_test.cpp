@@ -3,10 +3,10 @@
 #include <random>
 #include <thread>
 
-#include "ado/odbc/OdbcProvider.h"
 #include "app/Demarrage.h"
+#include "app/UtlConnecte.h"
+#include "ado/odbc/OdbcProvider.h"
 #include "app/TableCode.h"
-#include "app/Utilisateurs.h"
 #include "db/DataBase.h"
 #include "runtime/Error.h"
 #include "tests/cluster/Volumes.h"

@@ -42,7 +42,7 @@ class BadInputOnAccess : public AccessVolumes {
  protected:
   [[nodiscard]] std::string File() const { return folder_.File("VOLUMES.MDB"); }
   void Execute(const std::string& statement) const {
-    app::EnregistreFournisseurs();
+    providers::EnregistreFournisseurs();
     ado::Connection connection;
     connection.Provider("Microsoft.Jet.OLEDB.4.0");
     connection.Open(File(), "", "");
@@ -135,7 +135,7 @@ class BadInputOnMariaDb : public MariaDbVolumes {
   void SetUp() override {
     MariaDbVolumes::SetUp();
     if (source_.empty()) GTEST_SKIP() << "TAMLO_TEST_MARIADB names no data source";
-    app::EnregistreFournisseurs();
+    providers::EnregistreFournisseurs();
     connection_.Provider("MSDASQL.1");
     connection_.Open(source_.substr(0, source_.find(' ')), "", "");
   }
