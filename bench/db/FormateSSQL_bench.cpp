@@ -69,12 +69,12 @@ struct Limite {
   int tables;
   double rapport;
 };
-constexpr Limite kLimites[] = {{"kind 0", 0, 0, 3},
-                               {"kind 1", 1, 0, 3},
-                               {"kind 2, 2 tables", 2, 2, 8},
-                               {"kind 2, 1000 tables", 2, 1000, 8},
-                               {"kind 2, 20000 tables", 2, 20000, 8},
-                               {"kind 3", 3, 0, 3}};
+constexpr Limite kLimites[] = {{"kind 0", 0, 0, 6},
+                               {"kind 1", 1, 0, 6},
+                               {"kind 2, 2 tables", 2, 2, 30},
+                               {"kind 2, 1000 tables", 2, 1000, 30},
+                               {"kind 2, 20000 tables", 2, 20000, 30},
+                               {"kind 3", 3, 0, 6}};
 
 }  // namespace
 

@@ -19,6 +19,9 @@ class MoteurMySql final : public Moteur {
   [[nodiscard]] Edition TexteIndex(const DefTbl& tbl, const ado::Index& index, const Rangement& rangement) const override;
 };
 
+/// What this family makes of a statement: double quotes around texts, back quotes around names, dates as texts by the picture fmtDate.
+void TraduitPourMySql(std::string& sql, std::string_view fmtDate);
+
 /// The numbers by which servers of this family tell that another program was at the same tables.
 [[nodiscard]] bool EstDUnAutreMySql(const runtime::Error& erreur);
 

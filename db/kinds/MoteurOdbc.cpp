@@ -1,7 +1,6 @@
 #include "db/kinds/MoteurOdbc.h"
 
 #include "db/kinds/MoteurMySql.h"
-#include "db/sql/Passes.h"
 
 namespace tamlo::db::kinds {
 
@@ -18,7 +17,7 @@ constexpr Faits kFaits{
 
 MoteurOdbc::MoteurOdbc() : Moteur(kFaits) {}
 
-void MoteurOdbc::Traduit(std::string& sql, const Contexte& contexte) const { sql::PourMySql(sql, contexte.fmtDate); }
+void MoteurOdbc::Traduit(std::string& sql, const Contexte& contexte) const { TraduitPourMySql(sql, contexte.fmtDate); }
 
 // A server of that family may stand behind it.
 bool MoteurOdbc::DUnAutreProgramme(const runtime::Error& erreur) const { return EstDUnAutreMySql(erreur); }

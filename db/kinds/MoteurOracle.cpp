@@ -7,6 +7,8 @@
 #include "ado/Types.h"
 #include "db/kinds/ParamOra.h"
 #include "db/sql/Passes.h"
+#include "db/sql/Qualification.h"
+#include "db/sql/Textes.h"
 #include "runtime/Text.h"
 #include "support/Support.h"
 
@@ -96,11 +98,44 @@ std::string ProprietaireDuNom(const std::string& nom) {
   return {};
 }
 
+/// True when the text from "CVDATE" up to the bracket that closes it holds at most a date without a time.
+bool EstDateSeule(std::string_view jusquaParenthese) {
+  constexpr std::size_t kAvantDate = 9;  // "CVDATE(" and the two quotes
+  constexpr std::size_t kDateSeule = 10;
+  return runtime::Length(jusquaParenthese) <= kAvantDate + kDateSeule;
+}
+
+/// Gives every date text its mask. Error 5 for one without its bracket, 6 where a position does not fit.
+void AjouteMasques(std::string& sql, const std::string& masque) {
+  std::size_t depart = 0;
+  sql::Positions positions(sql);
+  for (std::size_t c = sql.find(sql::kCvdate); c != std::string::npos; c = sql.find(sql::kCvdate, depart)) {
+    positions.Verifie(c);
+    const std::size_t e = sql.find(')', c);
+    if (e == std::string::npos) throw runtime::Error(runtime::kInvalidArgument);
+    positions.Verifie(e);
+    sql.insert(e, ",'" + masque + (EstDateSeule(std::string_view(sql).substr(c, e - c)) ? "'" : " HH24:MI:SS'"));
+    depart = e + 1;
+    positions = sql::Positions(sql);
+    positions.Verifie(depart);
+  }
+}
+
 }  // namespace
 
 MoteurOracle::MoteurOracle() : Moteur(kFaits) {}
 
-void MoteurOracle::Traduit(std::string& sql, const Contexte& contexte) const { sql::PourOracle(sql, contexte.tables); }
+void MoteurOracle::Traduit(std::string& sql, const Contexte& contexte) const {
+  sql += ' ';
+  if (contexte.tables != nullptr) sql::Qualifie(sql, *contexte.tables);
+  sql.assign(runtime::Trim(sql));
+  AjouteMasques(sql, sql::LitFmtDateCourte());
+  sql::RemplaceDans(sql, " AS ", " ");
+  sql::RemplaceDans(sql, sql::kCvdate, "TO_DATE");
+  sql::RemplaceDans(sql, '[', '"');
+  sql::RemplaceDans(sql, ']', '"');
+  sql::RetireAsterisques(sql, true);
+}
 
 // What is written without a scale comes back as a numeric.
 std::optional<std::string> MoteurOracle::TypeRelu(std::int32_t typ, std::int32_t lg) const {

@@ -1,6 +1,7 @@
 #include "db/kinds/MoteurSqlServer.h"
 
 #include "db/sql/Passes.h"
+#include "db/sql/Textes.h"
 
 namespace tamlo::db::kinds {
 
@@ -37,7 +38,11 @@ constexpr Faits kFaits{
 
 MoteurSqlServer::MoteurSqlServer() : Moteur(kFaits) {}
 
-void MoteurSqlServer::Traduit(std::string& sql, const Contexte& /*contexte*/) const { sql::PourSqlServer(sql); }
+void MoteurSqlServer::Traduit(std::string& sql, const Contexte& /*contexte*/) const {
+  sql::RemplaceDans(sql, sql::kCvdate, "");
+  // The case is not folded again: a text that kept its own is no DELETE here.
+  sql::RetireAsterisques(sql, false);
+}
 
 bool MoteurSqlServer::DUnAutreProgramme(const runtime::Error& erreur) const {
   constexpr std::int32_t kVictime = 1205;  // of a deadlock

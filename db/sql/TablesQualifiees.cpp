@@ -8,80 +8,64 @@ namespace tamlo::db::sql {
 
 namespace {
 
-constexpr std::string_view kFinsDeMot = " .,";
+bool EstSeparateur(char octet) { return octet == ' ' || octet == ','; }
+bool EstFinDeMot(char octet) { return EstSeparateur(octet) || octet == '.'; }
 
-std::uint64_t BitLongueur(std::size_t longueur) { return std::uint64_t{1} << std::min<std::size_t>(longueur, 63); }
-
-/// The empty word has no first byte: it counts as one that no text holds there.
-unsigned char PremierOctet(std::string_view mot) { return mot.empty() ? 0 : static_cast<unsigned char>(mot.front()); }
-
-std::size_t Empreinte(std::string_view mot) {
-  std::uint64_t empreinte = 0xcbf29ce484222325U;
-  for (const char octet : mot) empreinte = (empreinte ^ static_cast<unsigned char>(octet)) * 0x100000001b3U;
-  return static_cast<std::size_t>(empreinte ^ (empreinte >> 32U));
+/// The text up to its first end of a word.
+std::string_view Mot(std::string_view texte) {
+  return {texte.data(), static_cast<std::size_t>(std::find_if(texte.begin(), texte.end(), EstFinDeMot) - texte.begin())};
 }
+
+std::uint64_t BitDe(std::string_view mot) { return std::uint64_t{1} << std::min<std::size_t>(mot.size(), 63); }
+
+/// The empty word counts as one with a byte that no text holds there.
+unsigned char Premier(std::string_view mot) { return mot.empty() ? 0 : static_cast<unsigned char>(mot.front()); }
 
 }  // namespace
 
 void TablesQualifiees::Ajoute(const std::string& nom, const std::string& owner) {
   if (support::EstVide(std::string_view(owner))) return;
-  const auto rang = static_cast<std::uint32_t>(tables_.size());
-  constexpr std::string_view kSpeciaux = " .,[]";
-  const bool simple = !nom.empty() && nom.find_first_of(kSpeciaux) == std::string::npos &&
-                      owner.find_first_of(" ,[]") == std::string::npos && owner.find("CVDATE") == std::string::npos;
-  tables_.push_back({nom, owner, simple});
-  const std::string_view nu = std::string_view(nom).substr(0, nom.find_first_of(kFinsDeMot));
-  const std::string_view entreCrochets = std::string_view(nom).substr(0, nom.find(']'));
+  const std::size_t rang = tables_.size();
+  tables_.push_back({nom, owner});
+  composes_ = composes_ || std::any_of(nom.begin(), nom.end(), EstSeparateur);
+  const std::string nu(Mot(nom));
+  const std::string entreCrochets = nom.substr(0, nom.find(']'));
   Range(nu, rang);
   if (entreCrochets != nu) Range(entreCrochets, rang);
 }
 
-std::size_t TablesQualifiees::CaseDe(std::string_view mot) const {
-  const std::size_t masque = cases_.size() - 1;
-  std::size_t place = Empreinte(mot) & masque;
-  while (cases_[place] != 0 && mots_[cases_[place] - 1].texte != mot) place = (place + 1) & masque;
-  return place;
+void TablesQualifiees::Range(const std::string& mot, std::size_t rang) {
+  parMot_[mot].push_back(rang);
+  longueurs_[Premier(mot)] |= BitDe(mot);
 }
 
-void TablesQualifiees::Agrandit() {
-  cases_.assign(std::max<std::size_t>(cases_.size() * 2, 64), 0);
-  for (std::uint32_t i = 0; i < mots_.size(); ++i) cases_[CaseDe(mots_[i].texte)] = i + 1;
+bool TablesQualifiees::PeutCommencer(std::string_view reste) const {
+  const bool motVide = longueurs_[0] != 0;
+  return motVide || (!reste.empty() && longueurs_[Premier(reste)] != 0);
 }
 
-void TablesQualifiees::Range(std::string_view mot, std::uint32_t rang) {
-  if (mots_.size() * 2 >= cases_.size()) Agrandit();
-  const std::size_t place = CaseDe(mot);
-  if (cases_[place] == 0) {
-    mots_.push_back({std::string(mot), {}});
-    cases_[place] = static_cast<std::uint32_t>(mots_.size());
+void TablesQualifiees::AjouteRangs(Rangs& rangs, std::string_view mot) const {
+  if ((longueurs_[Premier(mot)] & BitDe(mot)) == 0) return;
+  if (const auto trouve = parMot_.find(mot); trouve != parMot_.end())
+    rangs.insert(rangs.end(), trouve->second.begin(), trouve->second.end());
+}
+
+TablesQualifiees::Rangs TablesQualifiees::Nommees(std::string_view texte) const {
+  Rangs rangs;
+  for (std::size_t i = 0; i < texte.size(); ++i) {
+    if (!EstSeparateur(texte[i])) continue;
+    const std::string_view reste = texte.substr(i + 1);
+    if (PeutCommencer(reste)) AjouteRangs(rangs, Mot(reste));
+    if (!reste.starts_with('[') || !PeutCommencer(reste.substr(1))) continue;
+    if (const std::size_t crochet = reste.find(']'); crochet != std::string_view::npos) AjouteRangs(rangs, reste.substr(1, crochet - 1));
   }
-  mots_[cases_[place] - 1].rangs.push_back(rang);
-  motVide_ |= mot.empty();
-  longueurs_[PremierOctet(mot)] |= BitLongueur(mot.size());
+  std::sort(rangs.begin(), rangs.end());
+  rangs.erase(std::unique(rangs.begin(), rangs.end()), rangs.end());
+  return rangs;
 }
 
-const TablesQualifiees::Rangs* TablesQualifiees::Cherche(std::string_view mot) const {
-  if ((longueurs_[PremierOctet(mot)] & BitLongueur(mot.size())) == 0) return nullptr;
-  const std::uint32_t trouve = cases_[CaseDe(mot)];
-  return trouve == 0 ? nullptr : &mots_[trouve - 1].rangs;
-}
-
-std::int64_t TablesQualifiees::Suivante(std::string_view texte, std::int64_t apres) const {
-  std::int64_t suivante = -1;
-  const auto examine = [&](std::string_view mot) {
-    const Rangs* rangs = Cherche(mot);
-    if (rangs == nullptr) return;
-    const auto rang = std::upper_bound(rangs->begin(), rangs->end(), apres);
-    if (rang != rangs->end() && (suivante < 0 || *rang < suivante)) suivante = *rang;
-  };
-  for (std::size_t i = texte.find_first_of(" ,"); i != std::string_view::npos; i = texte.find_first_of(" ,", i + 1)) {
-    const std::size_t fin = texte.find_first_of(kFinsDeMot, i + 1);
-    if (fin != std::string_view::npos) examine(texte.substr(i + 1, fin - i - 1));
-    if (i + 1 == texte.size() || texte[i + 1] != '[') continue;
-    const std::size_t crochet = texte.find(']', i + 2);
-    if (crochet != std::string_view::npos) examine(texte.substr(i + 2, crochet - i - 2));
-  }
-  return suivante;
+bool TablesQualifiees::PeutNommer(std::string_view owner) const {
+  return composes_ || owner.find('[') != std::string_view::npos || !Nommees(" " + std::string(owner) + ".").empty();
 }
 
 }  // namespace tamlo::db::sql

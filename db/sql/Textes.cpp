@@ -1,7 +1,6 @@
 #include "db/sql/Textes.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "runtime/Conversions.h"
 #include "runtime/RegionalSettings.h"
@@ -16,52 +15,52 @@ void Positions::Compte(std::size_t octet) {
   (void)runtime::CheckedInt16(caracteres_ + 1);
 }
 
-std::string Remplace(std::string_view texte, std::string_view cherche, std::string_view remplace) {
-  std::string sortie;
-  sortie.reserve(texte.size() + remplace.size());
-  Positions positions(texte);
-  std::size_t courant = 0;
-  for (;;) {
-    const std::size_t trouve = texte.find(cherche, courant);
-    if (trouve == std::string_view::npos) break;
-    const std::size_t suite = trouve + cherche.size();
-    positions.Verifie(suite);
-    sortie.append(texte.substr(courant, trouve - courant));
-    sortie.append(remplace);
-    courant = suite;
-  }
-  sortie.append(texte.substr(courant));
-  return sortie;
-}
-
 namespace {
 
-/// Replaces by something not longer, without another buffer.
-void RemplaceSurPlace(std::string& texte, std::size_t trouve, std::string_view cherche, std::string_view remplace) {
-  char* const octets = texte.data();
-  std::size_t ecrit = trouve;
-  while (trouve != std::string::npos) {
-    std::memcpy(octets + ecrit, remplace.data(), remplace.size());
-    ecrit += remplace.size();
-    const std::size_t courant = trouve + cherche.size();
-    trouve = texte.find(cherche, courant);
-    const std::size_t fin = std::min(trouve, texte.size());
-    std::memmove(octets + ecrit, octets + courant, fin - courant);
-    ecrit += fin - courant;
-  }
-  texte.resize(ecrit);
+/// The next occurrence from depart on. What stands behind a blank is rarer than blanks are, and is looked for first.
+std::size_t Trouve(std::string_view texte, std::string_view cherche, std::size_t depart) {
+  if (cherche.size() < 2 || cherche.front() != ' ') return texte.find(cherche, depart);
+  std::size_t suite = texte.find(cherche.substr(1), depart + 1);
+  while (suite != std::string_view::npos && texte[suite - 1] != ' ') suite = texte.find(cherche.substr(1), suite + 1);
+  return suite == std::string_view::npos ? suite : suite - 1;
 }
 
 }  // namespace
 
 void RemplaceDans(std::string& texte, std::string_view cherche, std::string_view remplace) {
-  const std::size_t trouve = texte.find(cherche);
+  std::size_t trouve = Trouve(texte, cherche, 0);
   if (trouve == std::string::npos) return;
-  if (remplace.size() <= cherche.size() && texte.size() <= Positions::kOctetsSurs) {
-    RemplaceSurPlace(texte, trouve, cherche, remplace);
-  } else {
-    texte = Remplace(texte, cherche, remplace);
+  std::string sortie;
+  sortie.reserve(texte.size() + 2 * remplace.size());
+  Positions positions(texte);
+  std::size_t courant = 0;
+  for (; trouve != std::string::npos; trouve = Trouve(texte, cherche, courant)) {
+    sortie.append(texte, courant, trouve - courant).append(remplace);
+    courant = trouve + cherche.size();
+    positions.Verifie(courant);
   }
+  texte = std::move(sortie.append(texte, courant));
+}
+
+std::string Remplace(std::string texte, std::string_view cherche, std::string_view remplace) {
+  RemplaceDans(texte, cherche, remplace);
+  return texte;
+}
+
+void RemplaceDans(std::string& texte, char cherche, char remplace) {
+  // A text without one has npos + 1, its front, to be looked at.
+  if (texte.size() > Positions::kOctetsSurs) Positions(texte).Verifie(texte.rfind(cherche) + 1);
+  for (char& octet : texte) octet = octet == cherche ? remplace : octet;
+}
+
+bool MajusculesAscii(std::span<char> octets) {
+  unsigned char reunis = 0;
+  for (char& octet : octets) {
+    reunis |= static_cast<unsigned char>(octet);
+    octet = octet >= 'a' && octet <= 'z' ? static_cast<char>(octet - 'a' + 'A') : octet;
+  }
+  constexpr unsigned char kPremierAutre = 0x80;
+  return reunis < kPremierAutre;
 }
 
 std::string ChaineFixe(std::string_view texte, std::size_t longueur) {

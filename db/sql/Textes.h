@@ -2,17 +2,22 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 
 namespace tamlo::db::sql {
 
-/// texte with every occurrence of cherche (never empty) replaced, from left to right; what was put in is not searched
-/// again. Positions count characters in 16 bits: error 6 for an occurrence behind which the search cannot go on, at
-/// position 32768 or beyond.
-[[nodiscard]] std::string Remplace(std::string_view texte, std::string_view cherche, std::string_view remplace);
-/// The same on the text itself, which stays as it was after an error.
+/// Replaces every occurrence of cherche (never empty), from left to right; what was put in is not searched again. Positions count
+/// characters in 16 bits: error 6, and the text stays as it was, for an occurrence behind which the search cannot go on, at position 32768 or
+/// beyond.
 void RemplaceDans(std::string& texte, std::string_view cherche, std::string_view remplace);
+void RemplaceDans(std::string& texte, char cherche, char remplace);
+/// The same on a copy.
+[[nodiscard]] std::string Remplace(std::string texte, std::string_view cherche, std::string_view remplace);
+
+/// Writes capitals for the ASCII letters. False when there are other characters besides, which stay.
+bool MajusculesAscii(std::span<char> octets);
 
 /// Exactly longueur characters: the first ones of texte, padded with blanks; all blanks when texte is blank.
 [[nodiscard]] std::string ChaineFixe(std::string_view texte, std::size_t longueur);
