@@ -6,6 +6,7 @@
 #include "ado/Types.h"
 #include "db/DataBase.h"
 #include "db/DbUtil.h"
+#include "db/LignesCatalogue.h"
 #include "db/Patience.h"
 #include "db/kinds/Moteur.h"
 #include "runtime/Conversions.h"

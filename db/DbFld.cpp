@@ -3,7 +3,7 @@
 #include "ado/Types.h"
 #include "db/DataBase.h"
 #include "db/DbTbl.h"
-#include "db/DbUtil.h"
+#include "db/LignesCatalogue.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"

@@ -2,7 +2,7 @@
 
 #include "db/DataBase.h"
 #include "db/DbTbl.h"
-#include "db/DbUtil.h"
+#include "db/LignesCatalogue.h"
 #include "db/Recherche.h"
 #include "db/kinds/Moteur.h"
 #include "runtime/Conversions.h"

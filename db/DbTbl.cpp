@@ -4,6 +4,7 @@
 
 #include "db/DataBase.h"
 #include "db/DbUtil.h"
+#include "db/LignesCatalogue.h"
 #include "db/Environnement.h"
 #include "db/ListeTables.h"
 #include "db/Recherche.h"

@@ -12,7 +12,7 @@
 #include "ado/odbc/OdbcProvider.h"
 #include "bench/copy/RawCatalog.h"
 #include "db/DataBase.h"
-#include "db/DbUtil.h"
+#include "db/LignesCatalogue.h"
 #include "db/Environnement.h"
 #include "runtime/Conversions.h"
 #include "tests/support_lib/MariaDbServer.h"

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "db/DbUtil.h"
+#include "db/LignesCatalogue.h"
 #include "db/catalogue/ConstructionCatalogue.h"
 #include "db/kinds/Moteur.h"
 #include "runtime/Conversions.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string>
 
-#include "db/DbUtil.h"
+#include "db/LignesCatalogue.h"
 #include "db/catalogue/ConstructionCatalogue.h"
 #include "db/catalogue/TablesPresentes.h"
 

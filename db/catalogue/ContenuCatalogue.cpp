@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "db/DbUtil.h"
+#include "db/LignesCatalogue.h"
 #include "runtime/Conversions.h"
 
 namespace tamlo::db::catalogue {

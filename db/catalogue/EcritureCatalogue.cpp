@@ -6,6 +6,7 @@
 
 #include "ado/Connection.h"
 #include "db/DbUtil.h"
+#include "db/LignesCatalogue.h"
 #include "db/catalogue/LotsCatalogue.h"
 #include "db/kinds/Moteur.h"
 

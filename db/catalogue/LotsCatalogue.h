@@ -10,7 +10,7 @@
 
 #include "ado/BulkInsert.h"
 #include "db/DbTbl.h"
-#include "db/DbUtil.h"
+#include "db/LignesCatalogue.h"
 
 namespace tamlo::db::catalogue {
 

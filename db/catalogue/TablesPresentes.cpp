@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "db/DbUtil.h"
+#include "db/LignesCatalogue.h"
 #include "db/Environnement.h"
 #include "db/kinds/Moteur.h"
 #include "runtime/Text.h"

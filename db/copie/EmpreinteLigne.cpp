@@ -86,24 +86,28 @@ const runtime::RegionalSettings& Simples() {
 /// Years 1720 to 2079, in which a date is exact to the microsecond; elsewhere it is to the millisecond.
 constexpr double kJoursFins = 65536;
 
+constexpr const char* kSecondes = "YYYY-MM-DD HH:NN:SS";
+
+/// With four to six digits of a second, rounded half up, carried into the next day where it must be.
+std::string TexteDateFine(runtime::Date date, std::int16_t chiffres) {
+  const double jour = std::trunc(date.serial);
+  constexpr double kParJour = 86400e6;
+  auto pas = static_cast<std::int64_t>(std::nearbyint(std::fabs(date.serial - jour) * kParJour));
+  std::int64_t grain = 1;
+  for (int i = chiffres; i < 6; ++i) grain *= 10;
+  pas = (pas + grain / 2) / grain * grain;
+  const bool suivant = pas >= static_cast<std::int64_t>(kParJour);
+  if (suivant) pas = 0;
+  const double seconde = static_cast<double>(pas / 1000000) / 86400.0;
+  const double entier = suivant ? jour + 1 : jour;
+  const runtime::Date ronde{entier < 0 || (entier == 0 && std::signbit(entier)) ? entier - seconde : entier + seconde};
+  return runtime::FormatDate(ronde, kSecondes, Simples()) + "." + std::to_string(pas % 1000000);
+}
+
 /// A date rounded as a column of so many digits keeps it: days, seconds and microseconds.
 std::string TexteDate(runtime::Date date, std::int16_t chiffres) {
-  constexpr const char* kSecondes = "YYYY-MM-DD HH:NN:SS";
   if (chiffres <= 0) return runtime::FormatDate(date, kSecondes, Simples());
-  if (chiffres > 3 && std::fabs(date.serial) < kJoursFins) {
-    const double jour = std::trunc(date.serial);
-    constexpr double kParJour = 86400e6;
-    auto pas = static_cast<std::int64_t>(std::nearbyint(std::fabs(date.serial - jour) * kParJour));
-    std::int64_t grain = 1;
-    for (int i = chiffres; i < 6; ++i) grain *= 10;
-    pas = (pas + grain / 2) / grain * grain;
-    const bool suivant = pas >= static_cast<std::int64_t>(kParJour);
-    if (suivant) pas = 0;
-    const double seconde = static_cast<double>(pas / 1000000) / 86400.0;
-    const double entier = suivant ? jour + 1 : jour;
-    const runtime::Date ronde{entier < 0 || (entier == 0 && std::signbit(entier)) ? entier - seconde : entier + seconde};
-    return runtime::FormatDate(ronde, kSecondes, Simples()) + "." + std::to_string(pas % 1000000);
-  }
+  if (chiffres > 3 && std::fabs(date.serial) < kJoursFins) return TexteDateFine(date, chiffres);
   runtime::CalendarTime temps = runtime::ToCalendarWithFraction(date);
   if (chiffres < 3) {
     const double pas = chiffres == 1 ? 864000.0 : 8640000.0;

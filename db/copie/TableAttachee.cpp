@@ -3,6 +3,7 @@
 #include "ado/ConnectionKeys.h"
 #include "db/DataBase.h"
 #include "db/DbUtil.h"
+#include "db/LignesCatalogue.h"
 #include "db/copie/Copie.h"
 #include "db/kinds/Moteur.h"
 #include "runtime/Conversions.h"

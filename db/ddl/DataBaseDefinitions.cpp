@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "db/DataBase.h"
-#include "db/DbUtil.h"
+#include "db/LignesCatalogue.h"
 #include "db/ddl/Generateur.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"

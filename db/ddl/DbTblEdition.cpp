@@ -3,7 +3,7 @@
 
 #include "db/DataBase.h"
 #include "db/DbTbl.h"
-#include "db/DbUtil.h"
+#include "db/LignesCatalogue.h"
 #include "db/ddl/Generateur.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"

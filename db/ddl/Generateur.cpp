@@ -7,7 +7,7 @@
 
 #include "ado/Types.h"
 #include "db/DataBase.h"
-#include "db/DbUtil.h"
+#include "db/LignesCatalogue.h"
 #include "db/Environnement.h"
 #include "db/kinds/Moteur.h"
 #include "runtime/Error.h"

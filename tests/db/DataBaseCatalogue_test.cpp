@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "db/LignesCatalogue.h"
 #include "runtime/Conversions.h"
 #include "tests/db/BaseDeTest.h"
 
