@@ -11,7 +11,7 @@
 #include <variant>
 #include <vector>
 
-#include "jet/schema/Specs.h"
+#include "jet/sql/Definitions.h"
 #include "jet/sql/Schema.h"
 
 /// What a translated Access statement asks for. SQLite evaluates the queries; changes and definitions are done by the engine itself.
@@ -63,11 +63,6 @@ struct SelectPlan {
   std::shared_ptr<const std::vector<Value>> parameters;
 };
 
-struct TableTarget {
-  std::string name;
-  std::string file;  ///< path of another database, or empty
-};
-
 struct SelectIntoPlan {
   SelectPlan query;
   TableTarget target;
@@ -94,64 +89,6 @@ struct DeletePlan {
   SelectPlan query;
   std::size_t source = 0;
 };
-
-struct ForeignKeySpec {
-  std::string name;
-  std::vector<std::string> columns;
-  std::string referencedTable;
-  std::vector<std::string> referencedColumns;  ///< empty: the primary key
-  bool cascadeUpdates = false;
-  bool cascadeDeletes = false;
-};
-
-struct CreateTablePlan {
-  TableSpec table;
-  std::vector<ForeignKeySpec> foreignKeys;
-};
-struct AddColumnPlan {
-  std::string table;
-  std::vector<ColumnDef> columns;
-  std::vector<IndexSpec> indexes;
-  std::vector<ForeignKeySpec> foreignKeys;
-};
-struct AlterColumnPlan {
-  enum class Default { kKept, kSet, kDropped };
-  std::string table;
-  ColumnDef column;
-  bool retyped = false;                   ///< the type is given
-  std::optional<bool> required;           ///< NOT NULL or NULL is given
-  Default defaultValue = Default::kKept;  ///< set: to the column's
-  std::vector<IndexSpec> indexes;         ///< to make besides
-  std::vector<ForeignKeySpec> foreignKeys;
-};
-struct DropColumnPlan {
-  std::string table;
-  std::vector<std::string> columns;
-};
-struct DropConstraintPlan {
-  std::string table;
-  std::string name;
-};
-struct CreateIndexPlan {
-  std::string table;
-  IndexSpec index;
-};
-struct DropIndexPlan {
-  std::string table;
-  std::string name;
-};
-struct DropTablePlan {
-  std::string name;
-  bool query = false;  ///< only a stored query is meant
-};
-struct CreateQueryPlan {
-  std::string name;
-  std::string text;
-  bool view = false;                 ///< only a query that gives rows
-  std::vector<std::string> columns;  ///< of a view: the names of its columns; empty: those of the query
-};
-
-enum class TransactionPlan { kBegin, kCommit, kRollback };
 
 using Statement =
     std::variant<SelectPlan, SelectIntoPlan, InsertPlan, UpdatePlan, DeletePlan, CreateTablePlan, AddColumnPlan, AlterColumnPlan,

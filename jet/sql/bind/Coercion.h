@@ -1,9 +1,6 @@
 #pragma once
 
-#include <utility>
-#include <vector>
-
-#include "jet/sql/Session.h"
+#include "jet/sql/Statement.h"
 
 namespace jet::sql {
 
@@ -17,8 +14,5 @@ namespace jet::sql {
 /// The value as the column takes it where the engine's own conversion does not go so far: texts read as dates and numbers under the
 /// settings, dates and numbers written as texts. Error kTypeMismatch for a text that is no date or number.
 [[nodiscard]] Value Coerced(const Value& value, const TypeInfo& column, const TextSettings& settings);
-
-/// The defaults of the table's columns: column and value. Error kUnsupported, naming table and column, for one that cannot be evaluated.
-[[nodiscard]] std::vector<std::pair<std::size_t, Value>> EvaluateDefaults(SessionState& state, const EngineTable& table);
 
 }  // namespace jet::sql

@@ -1,43 +1,51 @@
 // TRANSFORM: one column for each value of an expression.
 #include <algorithm>
 
-#include "jet/sql/bind/Coercion.h"
-#include "jet/sql/emit/Literals.h"
 #include "jet/sql/Names.h"
-#include "jet/sql/bind/Translator.h"
+#include "jet/sql/bind/Binder.h"
+#include "jet/sql/bind/Coercion.h"
+#include "jet/sql/bind/Limits.h"
+#include "jet/sql/parse/Tokenizer.h"
 
 namespace jet::sql {
 
+using bound::Form;
+using bound::NodePointer;
+
 namespace {
 
-constexpr std::size_t kMostColumns = 255;
+NodePointer Real(double number) { return MakeNumber(Form::kReal, number); }
+NodePointer Whole(std::int32_t number) {
+  NodePointer whole = MakeNumber(Form::kWhole, number);
+  return number < 0 ? whole : MakeNode(Form::kParentheses, {std::move(whole)});
+}
 
-std::string Literal(const Value& value) {
+NodePointer Literal(const Value& value) {
   switch (value.Type()) {
     case ValueType::kNull:
-      return "NULL";
+      return MakeNode(Form::kNull, {});
     case ValueType::kBool:
-      return value.AsBool() ? "(-1)" : "0";
+      return MakeNode(value.AsBool() ? Form::kTrue : Form::kFalse, {});
     case ValueType::kByte:
-      return std::to_string(value.AsByte());
+      return MakeNumber(Form::kWhole, value.AsByte());
     case ValueType::kInteger:
-      return "(" + std::to_string(value.AsInteger()) + ")";
+      return Whole(value.AsInteger());
     case ValueType::kLong:
-      return "(" + std::to_string(value.AsLong()) + ")";
+      return Whole(value.AsLong());
     case ValueType::kCurrency:
-      return RealLiteral(static_cast<double>(value.AsCurrency().scaled) / 10000);
+      return Real(static_cast<double>(value.AsCurrency().scaled) / 10000);
     case ValueType::kSingle:
-      return RealLiteral(value.AsSingle());
+      return Real(value.AsSingle());
     case ValueType::kDouble:
-      return RealLiteral(value.AsDouble());
+      return Real(value.AsDouble());
     case ValueType::kDate:
-      return RealLiteral(value.AsDate().serial);
+      return Real(value.AsDate().serial);
     case ValueType::kText:
-      return TextLiteral(value.AsText());
+      return MakeText(std::string(value.AsText()));
     case ValueType::kGuid:
-      return TextLiteral(value.AsGuid().Text());
+      return MakeText(value.AsGuid().Text());
     case ValueType::kNumeric:
-      return RealLiteral(value.AsNumeric().ToDouble());
+      return Real(value.AsNumeric().ToDouble());
     case ValueType::kBytes:
       break;
   }
@@ -45,7 +53,7 @@ std::string Literal(const Value& value) {
 }
 
 // The name that Access gives to the column of a value.
-std::string Heading(const Value& value, const TextSettings& settings) {
+std::string HeadingOf(const Value& value, const TextSettings& settings) {
   if (value.IsNull()) return "<>";
   TypeInfo text;
   text.type = ColumnType::kText;
@@ -56,151 +64,140 @@ std::string Heading(const Value& value, const TextSettings& settings) {
 
 }  // namespace
 
-// Reads PIVOT; the columns are those of the list behind it, or those that the rows have.
-std::vector<Translator::PivotColumn> Translator::ParsePivot(const std::string& from, const std::string& where) {
-  ExpectWord("PIVOT");
-  const Token at = Peek();
-  const std::size_t begin = position_;
-  Expression pivot = ParseConcatenation();
-  if (!AtWord("IN") && Peek().kind != TokenKind::kEnd && !AtSymbol(";") && !AtSymbol(")")) {
-    position_ = begin;
-    pivot = ParseExpression();
-  }
-  if (pivot.aggregate) FailAt(at, "an aggregate cannot stand in PIVOT");
+struct Binder::Pivot {
+  Expression expression;
+  NodePointer value;
+  syntax::Spot at;
   std::vector<PivotColumn> columns;
-  const std::string value = Collated(pivot);
-  const auto add = [&](const Value& heading) {
-    const std::string text = Heading(heading, settings_);
-    columns.push_back({" FILTER (WHERE " + (pivot.source >= 0 ? value : "(" + value + ")") + " IS " + Literal(heading) + ")",
-                       text.empty() ? "Expr" + std::to_string(1000 + columns.size()) : text});
-    if (columns.size() > kMostColumns)
-      throw Error(ErrorCode::kLimit, "the crosstab has more than 255 columns (at character " + std::to_string(at.position) + ")");
-  };
-  if (TakeWord("IN")) {
-    ExpectSymbol("(");
-    for (bool first = true; first || TakeSymbol(","); first = false) {
-      Expression heading = ParseExpression();
-      CheckComparable(pivot, heading, at);
-      if (!parameters_->collecting) add(schema_.Evaluate(Constant("SELECT " + AsValue(heading), heading.type), 1).at(0).at(0));
-    }
-    ExpectSymbol(")");
-  } else if (!parameters_->collecting) {
-    TypeInfo type = pivot.type;
-    if (pivot.condition) type.type = ColumnType::kBoolean;
-    const std::string sql =
-        "SELECT DISTINCT " + value + " AS c0" + (from.empty() ? std::string() : " FROM " + from) + where + " ORDER BY 1";
-    for (const auto& row : schema_.Evaluate(Constant(sql, type), kMostColumns + 1)) add(row.at(0));
-  }
-  return columns;
+};
+
+void Binder::AddHeading(Pivot& pivot, const Value& heading) const {
+  const std::string text = HeadingOf(heading, around_.settings);
+  NodePointer value = pivot.expression.source >= 0 ? pivot.value : MakeNode(Form::kParentheses, {pivot.value});
+  pivot.columns.push_back({MakeNode(Form::kIs, {std::move(value), Literal(heading)}),
+                           text.empty() ? "Expr" + std::to_string(1000 + pivot.columns.size()) : text});
+  if (pivot.columns.size() > kMostColumns) throw TooMany("the crosstab has more than 255 columns", pivot.at.position);
 }
 
-SelectPlan Translator::ParseCrosstab() {
-  const Token at = Peek();
-  ExpectWord("TRANSFORM");
-  const std::size_t valueAt = position_;
-  for (int level = 0; !AtWord("SELECT") || level > 0; Take()) {
-    if (Peek().kind == TokenKind::kEnd) Fail("SELECT expected");
-    if (AtSymbol("(")) ++level;
-    if (AtSymbol(")")) --level;
+// The columns are those of the list behind PIVOT, or those that the rows have.
+std::vector<Binder::PivotColumn> Binder::PivotColumns(const syntax::Crosstab& crosstab, const bound::Select& select) {
+  Pivot pivot{Bind(crosstab.pivot.expression), nullptr, crosstab.pivot.at, {}};
+  const Expression& expression = pivot.expression;
+  if (expression.aggregate) FailAt(pivot.at, "an aggregate cannot stand in PIVOT");
+  pivot.value = Collated(expression);
+  for (const syntax::Expression& heading : crosstab.headings) {
+    const Expression value = Bind(heading);
+    CheckComparable(expression, value, pivot.at);
+    if (!parameters_.collecting) AddHeading(pivot, ValueOf(value));
   }
-  Take();
-  while (TakeWord("ALL") || TakeWord("DISTINCTROW")) {
-  }
+  if (crosstab.listed || parameters_.collecting) return std::move(pivot.columns);
+  TypeInfo type = expression.type;
+  if (expression.condition) type.type = ColumnType::kBoolean;
+  bound::Select values;
+  values.distinct = true;
+  values.items.push_back({pivot.value, "c0"});
+  values.from = select.from;
+  values.where = select.where;
+  values.order.push_back({MakeNumber(Form::kWhole, 1), false, 0});
+  for (const auto& row : around_.evaluate(Constant(std::move(values), type), kMostColumns + 1)) AddHeading(pivot, row.at(0));
+  return std::move(pivot.columns);
+}
 
+BoundRows Binder::Constant(bound::Select select, const TypeInfo& type) const {
+  BoundRows rows;
+  ResultColumn column;
+  column.type = type;
+  rows.plan.columns.push_back(std::move(column));
+  rows.plan.reads = reads_;
+  rows.plan.parameters = std::make_shared<const std::vector<Value>>(parameters_.Values());
+  rows.query = Finished(std::move(select));
+  return rows;
+}
+
+// Of an expression without columns.
+Value Binder::ValueOf(const Expression& expression) const {
+  bound::Select select;
+  select.items.push_back({AsValue(expression), {}});
+  return around_.evaluate(Constant(std::move(select), expression.type), 1).at(0).at(0);
+}
+
+// The value is bound once for each column; its aggregates look at the rows of that column alone.
+Binder::SelectItem Binder::Cell(const syntax::Crosstab& crosstab, const PivotColumn& column, const std::vector<Expression>& groups) {
+  SelectItem cell;
+  filter_ = column.filter;
+  cell.expression = Bind(crosstab.value);
+  Expression& e = cell.expression;
+  if (!e.aggregate) FailAt(crosstab.at, "the value of a crosstab must be an aggregate");
+  CheckGrouping(cell, groups, crosstab.at);
+  cell.name = column.name;
+  NodePointer any = MakeNode(Form::kAboveZero, {AggregateNode("COUNT", {})});
+  e.node = MakeNode(Form::kCase, {std::move(any), AsValue(e)});
+  filter_ = nullptr;
+  if (e.condition) e.type.type = ColumnType::kBoolean;
+  e.condition = false;
+  e.source = -1;
+  RequireShort(e);
+  return cell;
+}
+
+BoundRows Binder::BindCrosstab(const syntax::Crosstab& crosstab) {
   Scope scope;
   scope.parent = scope_;
-  Scope* const before = std::exchange(scope_, &scope);
-  const std::size_t listAt = position_;
-  SkipToFrom();
-  ExpectWord("FROM");
-  const std::string from = ParseFrom(scope);
-  const std::size_t afterFrom = position_;
-  position_ = listAt;
-  std::vector<SelectItem> items = ParseSelectList(scope);
-  if (!AtWord("FROM")) Fail("\",\" or FROM expected");
-  position_ = afterFrom;
+  const ScopeGuard guard(scope_, &scope);
+  bound::Select select;
+  select.from = BindFrom(crosstab.from, scope);
+  std::vector<SelectItem> items = BindList(crosstab.list, scope);
   NameItems(scope, items);
+  const std::vector<Expression> groups = BindHeads(crosstab, scope, items, select);
+  const std::vector<PivotColumn> columns = PivotColumns(crosstab, select);
+  for (const PivotColumn& column : columns) items.push_back(Cell(crosstab, column, groups));
+  // What is wrong with the value, and its parameters, show all the same.
+  if (columns.empty()) (void)Bind(crosstab.value);
+  if (items.size() > kMostColumns) throw TooMany("a query has at most 255 columns", crosstab.at.position);
 
-  std::string where;
-  if (TakeWord("WHERE")) {
-    const Expression condition = ParseCondition();
-    if (condition.aggregate) FailAt(at, "an aggregate cannot stand in WHERE");
-    where = " WHERE " + AsCondition(condition);
-  }
-  std::string tail;
-  std::vector<Expression> groups;
-  if (TakeWord("GROUP")) {
-    ExpectWord("BY");
-    for (bool first = true; first || TakeSymbol(","); first = false) {
-      groups.push_back(ParseExpression());
-      tail += (first ? " GROUP BY " : ", ") + GroupTerm(groups.back());
-    }
-  }
-  if (TakeWord("HAVING")) {
-    const Expression having = ParseCondition();
-    CheckGrouping({SelectItem{having, "HAVING", false}}, groups, at);
-    tail += " HAVING " + AsCondition(having);
-  }
-  CheckGrouping(items, groups, at);
-  if (TakeWord("ORDER")) {
-    ExpectWord("BY");
-    for (const SelectItem& item : items) scope.outputs.emplace_back(FoldName(item.name), item.expression);
-    for (bool first = true; first || TakeSymbol(","); first = false) {
-      const Expression key = ParseExpression();
-      CheckGrouping({SelectItem{key, "", false}}, groups, at);
-      tail += (first ? " ORDER BY " : ", ") + GroupTerm(key);
-      if (TakeWord("DESC"))
-        tail += " DESC";
-      else
-        TakeWord("ASC");
-    }
-  }
-  const std::vector<PivotColumn> columns = ParsePivot(from, where);
-  const std::size_t afterPivot = position_;
-
-  // The value is read once for each column; its aggregates look at the rows of that column alone.
-  for (const PivotColumn& column : columns) {
-    position_ = valueAt;
-    filter_ = column.sql;
-    SelectItem cell;
-    cell.expression = ParseExpression();
-    filter_.clear();
-    if (TakeWord("AS")) TakeName("name of the value");
-    if (!AtWord("SELECT")) Fail("SELECT expected");
-    if (!cell.expression.aggregate) FailAt(at, "the value of a crosstab must be an aggregate");
-    CheckGrouping({cell}, groups, at);
-    cell.name = column.name;
-    cell.expression.sql = "(CASE WHEN COUNT(*)" + column.sql + " > 0 THEN " + AsValue(cell.expression) + " END)";
-    if (cell.expression.condition) cell.expression.type.type = ColumnType::kBoolean;
-    cell.expression.condition = false;
-    cell.expression.source = -1;
-    items.push_back(std::move(cell));
-    RequireShort(items.back().expression.sql);
-  }
-  if (columns.empty()) {  // what is wrong with the value, and its parameters, show all the same
-    position_ = valueAt;
-    (void)ParseExpression();
-  }
-  position_ = afterPivot;
-  if (items.size() > kMostColumns)
-    throw Error(ErrorCode::kLimit, "a query has at most 255 columns (at character " + std::to_string(at.position) + ")");
-
-  SelectPlan plan;
-  std::string list;
-  for (std::size_t i = 0; i < items.size(); ++i) {
-    const Expression& e = items[i].expression;
+  BoundRows rows;
+  for (const SelectItem& item : items) {
+    const Expression& e = item.expression;
     ResultColumn column;
-    column.name = items[i].name;
+    column.name = item.name;
     column.type = e.type;
     column.type.autoNumber = false;
     if (e.condition) column.type.type = ColumnType::kBoolean;
-    list += (i > 0 ? ", " : "") + Collated(e) + " AS c" + std::to_string(i);
-    plan.columns.push_back(std::move(column));
+    select.items.push_back({Collated(e), "c" + std::to_string(rows.plan.columns.size())});
+    rows.plan.columns.push_back(std::move(column));
   }
-  RequireShort(list);
-  plan.sql = "SELECT " + list + " FROM " + from + where + tail;
-  scope_ = before;
-  return plan;
+  rows.query = Finished(std::move(select));
+  if (rows.query->weight > kLongest) throw UnsupportedError("the statement becomes too long", here_);
+  return rows;
+}
+
+// What stands at the head of each row: WHERE, GROUP BY, HAVING and ORDER BY.
+std::vector<Expression> Binder::BindHeads(const syntax::Crosstab& crosstab, Scope& scope, const std::vector<SelectItem>& items,
+                                          bound::Select& select) {
+  if (crosstab.where) {
+    const Expression where = BindCondition(*crosstab.where);
+    if (where.aggregate) FailAt(crosstab.at, "an aggregate cannot stand in WHERE");
+    select.where = where.node;
+  }
+  std::vector<Expression> groups;
+  for (const syntax::Expression& group : crosstab.groups) {
+    groups.push_back(Bind(group));
+    select.groups.push_back(GroupTerm(groups.back()));
+  }
+  if (crosstab.having) {
+    const Expression having = BindCondition(*crosstab.having);
+    CheckGrouping({having, "HAVING", false}, groups, crosstab.at);
+    select.having = having.node;
+  }
+  for (const SelectItem& item : items) CheckGrouping(item, groups, crosstab.at);
+  if (crosstab.order.empty()) return groups;
+  for (const SelectItem& item : items) scope.outputs.emplace_back(FoldName(item.name), item.expression);
+  for (const syntax::OrderKey& order : crosstab.order) {
+    const Expression key = Bind(order.expression);
+    CheckGrouping({key, "", false}, groups, crosstab.at);
+    select.order.push_back({GroupTerm(key), order.descending, 0});
+  }
+  return groups;
 }
 
 }  // namespace jet::sql

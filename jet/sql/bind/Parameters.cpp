@@ -4,7 +4,7 @@
 
 #include "jet/sql/bind/Coercion.h"
 #include "jet/sql/Names.h"
-#include "jet/sql/Session.h"
+#include "jet/sql/Statement.h"
 
 namespace jet::sql {
 

@@ -1,10 +1,10 @@
 // DLookup and its family: a statement of its own inside of a statement, its texts known only when a row is at hand.
 #include "jet/sql/run/Domain.h"
 
-#include <array>
 #include <string>
 #include <utility>
 
+#include "jet/sql/bind/DomainText.h"
 #include "jet/sql/run/SessionState.h"
 
 namespace jet::sql {
@@ -46,40 +46,6 @@ void Domain(sqlite3_context* context, int count, sqlite3_value** values) {
 }
 
 }  // namespace
-
-const char* DomainAggregate(std::string_view foldedName) {
-  static constexpr std::array<std::pair<std::string_view, const char*>, 12> kFamily{{{"DLOOKUP", ""},
-                                                                                     {"DCOUNT", "Count"},
-                                                                                     {"DSUM", "Sum"},
-                                                                                     {"DAVG", "Avg"},
-                                                                                     {"DMIN", "Min"},
-                                                                                     {"DMAX", "Max"},
-                                                                                     {"DFIRST", "First"},
-                                                                                     {"DLAST", "Last"},
-                                                                                     {"DSTDEV", "StDev"},
-                                                                                     {"DSTDEVP", "StDevP"},
-                                                                                     {"DVAR", "Var"},
-                                                                                     {"DVARP", "VarP"}}};
-  for (const auto& [name, aggregate] : kFamily) {
-    if (name == foldedName) return aggregate;
-  }
-  return nullptr;
-}
-
-std::string DomainStatement(std::string_view aggregate, std::string_view expression, std::string_view domain, std::string_view criteria) {
-  const auto trimmed = [](std::string_view text) {
-    while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
-    while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
-    return std::string(text);
-  };
-  std::string from = trimmed(domain);
-  if (from.empty() || from.front() != '[') from = "[" + from + "]";
-  std::string statement = "SELECT ";
-  statement += aggregate.empty() ? trimmed(expression) : std::string(aggregate) + "(" + trimmed(expression) + ")";
-  statement += " FROM " + from;
-  if (const std::string where = trimmed(criteria); !where.empty()) statement += " WHERE " + where;
-  return statement;
-}
 
 void RegisterDomainFunctions(SessionState& state) {
   const auto identity = [](sqlite3_context* context, int, sqlite3_value**) {

@@ -52,7 +52,7 @@ struct SessionState final : SchemaSource {
   std::uint64_t rowsMet = 0;   ///< see Session::RowsMet
   std::uint64_t schemaVersion = 0;
   int nextTable = 0;
-  int domainDepth = 0;  ///< of functions like DLookup that stand inside each other
+  int domainDepth = 0;                                               ///< of functions like DLookup that stand inside each other
   std::map<int, std::shared_ptr<const EngineTable>> declared;        ///< by the number in their SQLite name
   std::map<std::string, std::shared_ptr<const EngineTable>> byName;  ///< folded name, or path, a NUL and the name
   std::vector<int> stale;                                            ///< declared under an older schema
@@ -82,6 +82,9 @@ std::int64_t RunSelectInto(SessionState& state, const SelectIntoPlan& plan);
 std::int64_t RunUpdate(SessionState& state, const UpdatePlan& plan);
 std::int64_t RunDelete(SessionState& state, const DeletePlan& plan);
 void RunDefinition(SessionState& state, const jet::sql::Statement& statement);
+
+/// The defaults of the table's columns: column and value. Error kUnsupported, naming table and column, for one that cannot be evaluated.
+[[nodiscard]] std::vector<std::pair<std::size_t, Value>> EvaluateDefaults(SessionState& state, const EngineTable& table);
 
 /// Opens a translated query on the session.
 [[nodiscard]] std::unique_ptr<Query> OpenPlan(SessionState& state, SelectPlan plan);

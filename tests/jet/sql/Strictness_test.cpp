@@ -176,6 +176,13 @@ TEST_F(JetStrictness, WhatNestsTooDeeplyIsSaidSo) {
   }
 }
 
+TEST_F(JetStrictness, WhatCannotBeReadIsSaidBeforeWhatMeansNothing) {
+  const auto refusal = Refusal("SELECT Inconnu FROM Absente WHERE (1");
+  EXPECT_EQ(refusal.first, ErrorCode::kSyntax);
+  EXPECT_EQ(refusal.second, "\")\" expected, the text ends here (at character 37)");
+  EXPECT_EQ(Refusal("SELECT Inconnu FROM Absente WHERE (1)").second, "no table or query \"Absente\" (at character 21)");
+}
+
 TEST_F(JetStrictness, AShiftOfKeysSucceedsWhereverTheRowsLie) {
   Run("CREATE TABLE K (No LONG CONSTRAINT PK PRIMARY KEY)");
   std::vector<int> keys(3000);
@@ -224,6 +231,16 @@ TEST_F(JetJoins, NestedOnTheRightGiveRowsThatCanBeChanged) {
   EXPECT_EQ(Rows("SELECT T FROM Z ORDER BY K"), "b; Œufx; bx");
   EXPECT_EQ(Run("DELETE Z.* FROM " + from + " WHERE B.Id = 2"), 1);
   EXPECT_EQ(Rows("SELECT K FROM Z ORDER BY K"), "1; 3");
+}
+
+TEST_F(JetJoins, AQueryThatHoldsAJoinStandsWhereATableMayStand) {
+  MakeTables();
+  Run("CREATE VIEW Q AS SELECT A.Id, Z.K FROM A INNER JOIN Z ON A.Id = Z.K");
+  EXPECT_EQ(Rows("SELECT A.Id, Q.K FROM A, Q WHERE A.Id = Q.Id ORDER BY A.Id"), "1|1; 2|2; 3|3");
+  EXPECT_EQ(Rows("SELECT A.Id FROM A LEFT JOIN (Q) ON A.Id = Q.Id WHERE Q.K IS NULL"), "4");
+  EXPECT_EQ(Rows("SELECT Q.K FROM ((Q)) WHERE Q.Id = 2"), "2");
+  EXPECT_EQ(Rows("SELECT A.Id, P.K FROM A, (SELECT Z.K FROM A INNER JOIN Z ON A.Id = Z.K) AS P WHERE A.Id = P.K + 1 ORDER BY A.Id"),
+            "2|1; 3|2; 4|3");
 }
 
 TEST_F(JetJoins, TextsOfDifferentLengthsThatAreTheSameMeet) {
