@@ -24,7 +24,8 @@ BoundStatement Binder::Run(const syntax::Statement& statement) {
   BoundStatement bound = std::visit([&](const auto& what) { return Of(what); }, statement.what);
   SelectPlan* query = QueryOf(bound.plan);
   const auto values = std::make_shared<const std::vector<Value>>(parameters_.Values());
-  if (query != nullptr && !values->empty()) query->parameters = values;
+  // A stored statement that is executed has its own.
+  if (query != nullptr && query->parameters == nullptr && !values->empty()) query->parameters = values;
   return bound;
 }
 

@@ -206,6 +206,7 @@ class Binder {
   Scope* scope_ = nullptr;
   int nextAlias_ = 0;
   int aggregateDepth_ = 0;
+  int domainDepth_ = 0;  ///< of functions like DLookup whose statements stand in each other
   std::vector<TablePointer> reads_;
   std::vector<std::string> openQueries_;  ///< stored queries being bound, to find circles
   std::size_t outerAt_ = 0;               ///< while a stored query is bound: where its name stands in the statement

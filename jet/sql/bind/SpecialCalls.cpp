@@ -180,10 +180,11 @@ Expression Binder::Domain(const syntax::Call& call, Arguments& arguments) {
   Expression made = Made(MakeCall("jet_domain", std::move(parts)), kNoType, {});
   for (const Expression& argument : arguments) Absorb(made, argument);
   if (!arguments[0].literalText || !arguments[1].literalText) return made;
-  constexpr int kDeepest = 20;
-  if (call.depth >= kDeepest) throw UnsupportedError("DLookup and the like use each other too deeply", call.at.position);
+  constexpr int kDeepest = 8;  // as when they are evaluated
+  if (domainDepth_ >= kDeepest) throw UnsupportedError("DLookup and the like use each other too deeply", call.at.position);
   ParameterSet none;
   Binder inner(around_, none, false);
+  inner.domainDepth_ = domainDepth_ + 1;
   BoundStatement statement = inner.Run(Parse(DomainStatement(aggregate, arguments[0].text, arguments[1].text, {})));
   made.type = std::get<SelectPlan>(statement.plan).columns.at(0).type;
   made.type.autoNumber = false;

@@ -358,7 +358,6 @@ Expression Parser::Function() {
   call->name = name.text;
   call->function = function;
   call->at = name.spot;
-  call->depth = depth_;
   call->arguments = Arguments();
   return Made(std::move(call));
 }

@@ -64,7 +64,6 @@ struct Call {
   std::string function;  ///< folded, without a closing $
   Spot at;
   std::vector<Expression> arguments;
-  int depth = 0;  ///< of nesting around it
 };
 struct Aggregate {
   std::string name;

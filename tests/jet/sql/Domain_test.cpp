@@ -1,4 +1,5 @@
 // DLookup, DSum, DCount and their family.
+#include "jet/sql/run/StoredParts.h"
 #include "tests/jet/sql/SessionFixture.h"
 
 using namespace jet;
@@ -71,6 +72,15 @@ TEST_F(JetDomain, WhatIsWrongInTheirTextsIsToldAndTheSessionGoesOn) {
   EXPECT_EQ(Refusal("SELECT DLookup('Nom')").first, ErrorCode::kSyntax);
   EXPECT_EQ(Refusal("SELECT DLookup('DLookup(''Nom'',''Clients'') & Rien','Clients')").first, ErrorCode::kNotFound);
   EXPECT_EQ(Rows("SELECT DLookup('Nom','Clients','Id=3')"), "O'Hara");
+}
+
+TEST_F(JetDomain, QueriesThatAskForEachOtherEndWithAnError) {
+  jet::sql::StoreQuery(*database, "V", jet::sql::DesignOf("SELECT DLookup('a', 'W') AS a"));
+  jet::sql::StoreQuery(*database, "W", jet::sql::DesignOf("SELECT DLookup('a', 'V') AS a"));
+  const auto refusal = Refusal("SELECT a FROM V");
+  EXPECT_EQ(refusal.first, ErrorCode::kUnsupported);
+  EXPECT_NE(refusal.second.find("DLookup and the like use each other too deeply"), std::string::npos) << refusal.second;
+  EXPECT_EQ(Rows("SELECT DLookup('Nom','Clients','Id=1')"), "Dupont");
 }
 
 }  // namespace

@@ -119,6 +119,13 @@ TEST_F(JetParameters, EveryTypeGoesThroughExactly) {
   EXPECT_EQ(Rows("SELECT V FROM U"), "123456/10000; 123456/10000");
 }
 
+TEST_F(JetParameters, OfAStatementThatIsExecutedAreItsArguments) {
+  Run("CREATE PROCEDURE P (a LONG, b LONG) AS SELECT [a] * 10 + [b] AS V FROM T WHERE Id = 1");
+  EXPECT_EQ(With("EXECUTE P 5, 7", {}), "57");
+  EXPECT_EQ(With("EXECUTE P 5, ?", {{"", L(7)}}), "57");
+  EXPECT_EQ(With("EXECUTE P ?, 7", {{"", L(5)}}), "57");
+}
+
 TEST_F(JetParameters, TheIndexIsUsedForThem) {
   {
     Transaction transaction(*database);
