@@ -167,83 +167,122 @@ std::string FormatNumber(double value, std::string_view picture, char decimalPoi
   return text;
 }
 
-std::string FormatDatePicture(double serial, std::string_view pictureText) {
-  std::string picture(pictureText);
-  const std::string name = UpperCase(picture);
-  if (name.empty() || name == "GENERAL DATE") return GeneralDate(serial);
-  if (name == "SHORT DATE") picture = "dd/mm/yyyy";
-  if (name == "MEDIUM DATE") picture = "dd-mmm-yy";
-  if (name == "LONG DATE") picture = "dddd d mmmm yyyy";
-  if (name == "SHORT TIME") picture = "hh:nn";
-  if (name == "MEDIUM TIME") picture = "hh:nn AM/PM";
-  if (name == "LONG TIME") picture = "hh:nn:ss";
+namespace {
 
-  const CalendarFields f = FieldsOf(serial);
-  const bool halfDays = UpperCase(picture).find("AM/PM") != std::string::npos || UpperCase(picture).find("A/P") != std::string::npos;
-  std::string out;
-  char last = '\0';  // unit before, to tell minutes from months
-  for (std::size_t i = 0; i < picture.size();) {
-    const char c = static_cast<char>(picture[i] >= 'A' && picture[i] <= 'Z' ? picture[i] + 32 : picture[i]);
-    if (c == '"') {
-      for (++i; i < picture.size() && picture[i] != '"'; ++i) out += picture[i];
-      ++i;
-      continue;
+// A named picture as what it stands for.
+std::string NamedDatePicture(std::string_view picture) {
+  const std::string name = UpperCase(picture);
+  if (name == "SHORT DATE") return "dd/mm/yyyy";
+  if (name == "MEDIUM DATE") return "dd-mmm-yy";
+  if (name == "LONG DATE") return "dddd d mmmm yyyy";
+  if (name == "SHORT TIME") return "hh:nn";
+  if (name == "MEDIUM TIME") return "hh:nn AM/PM";
+  if (name == "LONG TIME") return "hh:nn:ss";
+  return std::string(picture);
+}
+
+/// A date written under a picture.
+class DatePicture {
+ public:
+  DatePicture(double serial, std::string picture)
+      : picture_(std::move(picture)),
+        serial_(serial),
+        fields_(FieldsOf(serial)),
+        halfDays_(UpperCase(picture_).find("AM/PM") != std::string::npos || UpperCase(picture_).find("A/P") != std::string::npos) {}
+
+  std::string Text() {
+    while (at_ < picture_.size()) {
+      if (!Quoted() && !HalfOfDay("AM/PM") && !HalfOfDay("A/P")) Letter();
     }
-    if (c == '\\' && i + 1 < picture.size()) {
-      out += picture[i + 1];
-      i += 2;
-      continue;
+    return std::move(out_);
+  }
+
+ private:
+  // Texts in quotes, and single characters behind a backslash.
+  bool Quoted() {
+    if (picture_[at_] == '"') {
+      for (++at_; at_ < picture_.size() && picture_[at_] != '"'; ++at_) out_ += picture_[at_];
+      ++at_;
+      return true;
     }
-    if (c == 'a' && UpperCase(picture.substr(i, 5)) == "AM/PM") {
-      out += f.hour < 12 ? "AM" : "PM";
-      i += 5;
-      continue;
-    }
-    if (c == 'a' && UpperCase(picture.substr(i, 3)) == "A/P") {
-      out += f.hour < 12 ? "A" : "P";
-      i += 3;
-      continue;
-    }
+    if (picture_[at_] != '\\' || at_ + 1 >= picture_.size()) return false;
+    out_ += picture_[at_ + 1];
+    at_ += 2;
+    return true;
+  }
+
+  // "AM" or "PM", or only their first letters.
+  bool HalfOfDay(std::string_view word) {
+    if (UpperCase(picture_.substr(at_, word.size())) != word) return false;
+    const std::size_t slash = word.find('/');
+    out_ += fields_.hour < 12 ? word.substr(0, slash) : word.substr(slash + 1);
+    at_ += word.size();
+    return true;
+  }
+
+  void Letter() {
+    const char first = picture_[at_];
+    const char c = static_cast<char>(first >= 'A' && first <= 'Z' ? first + 32 : first);
     if (std::string_view("dmyhnsqw").find(c) == std::string_view::npos) {
-      out += picture[i++];
-      continue;
+      out_ += picture_[at_++];
+      return;
     }
     int run = 0;
-    for (; i < picture.size() && (picture[i] | 0x20) == c; ++i) ++run;
-    char unit = c;
-    if (c == 'm' && last == 'h') unit = 'n';
-    const int hour = halfDays ? (f.hour + 11) % 12 + 1 : f.hour;
+    for (; at_ < picture_.size() && (picture_[at_] | 0x20) == c; ++at_) ++run;
+    const char unit = c == 'm' && last_ == 'h' ? 'n' : c;
+    Unit(unit, run);
+    last_ = unit;
+  }
+
+  void Unit(char unit, int run) {
     switch (unit) {
       case 'd':
-        out += run >= 4   ? kDays[f.weekday - 1]
-               : run == 3 ? FromLetters(Letters(kDays[f.weekday - 1]).substr(0, 3)) + "."
-                          : Padded(f.day, run);
+        out_ += Named(kDays[fields_.weekday - 1], run, 3, ".", fields_.day);
         break;
       case 'm':
-        out += run >= 4 ? kMonths[f.month - 1] : run == 3 ? FromLetters(Letters(kMonths[f.month - 1]).substr(0, 4)) : Padded(f.month, run);
+        out_ += Named(kMonths[fields_.month - 1], run, 4, "", fields_.month);
         break;
       case 'y':
-        out += run >= 3 ? Padded(f.year, 4) : run == 2 ? Padded(f.year % 100, 2) : std::to_string(f.dayOfYear);
+        out_ += run >= 3 ? Padded(fields_.year, 4) : run == 2 ? Padded(fields_.year % 100, 2) : std::to_string(fields_.dayOfYear);
         break;
       case 'h':
-        out += Padded(hour, std::min(run, 2));
+        out_ += Padded(halfDays_ ? (fields_.hour + 11) % 12 + 1 : fields_.hour, std::min(run, 2));
         break;
       case 'n':
-        out += Padded(f.minute, std::min(run, 2));
+        out_ += Padded(fields_.minute, std::min(run, 2));
         break;
       case 's':
-        out += Padded(f.second, std::min(run, 2));
+        out_ += Padded(fields_.second, std::min(run, 2));
         break;
       case 'q':
-        out += std::to_string((f.month - 1) / 3 + 1);
+        out_ += std::to_string((fields_.month - 1) / 3 + 1);
         break;
       default:
-        out += run == 2 ? std::to_string(DatePart("ww", serial, 1, 1).value_or(0)) : std::to_string(f.weekday);
+        out_ += run == 2 ? std::to_string(DatePart("ww", serial_, 1, 1).value_or(0)) : std::to_string(fields_.weekday);
         break;
     }
-    last = unit;
   }
-  return out;
+
+  // The whole name from four letters on, its beginning for three, else the number.
+  static std::string Named(const char* name, int run, std::size_t letters, const char* mark, int number) {
+    if (run >= 4) return name;
+    return run == 3 ? FromLetters(Letters(name).substr(0, letters)) + mark : Padded(number, run);
+  }
+
+  std::string picture_;
+  double serial_;
+  CalendarFields fields_;
+  bool halfDays_;
+  std::string out_;
+  std::size_t at_ = 0;
+  char last_ = '\0';  // unit before, to tell minutes from months
+};
+
+}  // namespace
+
+std::string FormatDatePicture(double serial, std::string_view picture) {
+  if (picture.empty() || UpperCase(picture) == "GENERAL DATE") return GeneralDate(serial);
+  return DatePicture(serial, NamedDatePicture(picture)).Text();
 }
 
 std::string FormatText(std::string_view text, std::string_view picture) {

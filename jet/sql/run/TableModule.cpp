@@ -278,13 +278,72 @@ Bounded NumberBound(double number, double low, double high, double unit, End end
   return Bounded::kValue;
 }
 
+// Beyond 9e15 the amount is not exact as a double: leave a margin, and equalities to the walk over a range.
+Bounded CurrencyBound(double number, End end, Value& out) {
+  double rounded = 0;
+  const Bounded bounded = NumberBound(number, -9.2e18, 9.2e18, 10000, end, rounded);
+  if (bounded == Bounded::kValue && std::fabs(rounded) > 9e15) {
+    if (end == End::kLower) rounded -= 4096;
+    if (end == End::kUpper) rounded += 4096;
+    rounded = std::max(-9.2e18, std::min(9.2e18, rounded));
+  }
+  out = Value(Currency{static_cast<std::int64_t>(rounded)});
+  return bounded;
+}
+
+Bounded SingleBound(double number, End end, Value& out) {
+  auto single = static_cast<float>(number);
+  constexpr float kInfinity = std::numeric_limits<float>::infinity();
+  if (std::isinf(single) && !std::isinf(number)) {
+    const bool open = end != End::kBoth && (end == End::kLower) == (single < 0);
+    return open ? Bounded::kOpen : Bounded::kNothing;
+  }
+  if (end == End::kLower && single > number) single = std::nextafter(single, -kInfinity);
+  if (end == End::kUpper && single < number) single = std::nextafter(single, kInfinity);
+  out = Value(single);
+  return Bounded::kValue;
+}
+
+template <typename Whole>
+Bounded WholeBound(double number, End end, Value& out) {
+  double rounded = 0;
+  const Bounded bounded = NumberBound(number, std::numeric_limits<Whole>::min(), std::numeric_limits<Whole>::max(), 1, end, rounded);
+  out = Value(static_cast<Whole>(rounded));
+  return bounded;
+}
+
+Bounded MeasureBound(double number, ColumnType type, End end, Value& out) {
+  switch (type) {
+    case ColumnType::kBoolean:
+      if (end != End::kBoth) return Bounded::kOpen;
+      if (number != 0 && number != -1) return Bounded::kNothing;
+      out = Value(number != 0);
+      return Bounded::kValue;
+    case ColumnType::kByte:
+      return WholeBound<std::uint8_t>(number, end, out);
+    case ColumnType::kInteger:
+      return WholeBound<std::int16_t>(number, end, out);
+    case ColumnType::kLong:
+      return WholeBound<std::int32_t>(number, end, out);
+    case ColumnType::kCurrency:
+      return CurrencyBound(number, end, out);
+    case ColumnType::kSingle:
+      return SingleBound(number, end, out);
+    case ColumnType::kDouble:
+      out = Value(number);
+      return Bounded::kValue;
+    case ColumnType::kDate:
+      out = Value(Date{number});
+      return Bounded::kValue;
+    default:
+      return end == End::kBoth ? Bounded::kNothing : Bounded::kOpen;
+  }
+}
+
 // "end" is in the order of values here (a descending column's lower end in the index is the upper one of its values).
 Bounded Bound(sqlite3_value* argument, ColumnType type, End end, Value& out) {
   const int kind = sqlite3_value_type(argument);
   if (kind == SQLITE_NULL) return Bounded::kNothing;
-  const bool isNumber = kind == SQLITE_INTEGER || kind == SQLITE_FLOAT;
-  const double number = isNumber ? sqlite3_value_double(argument) : 0;
-  double rounded = 0;
   const auto open = end == End::kBoth ? Bounded::kNothing : Bounded::kOpen;
   switch (type) {
     case ColumnType::kText:
@@ -306,56 +365,8 @@ Bounded Bound(sqlite3_value* argument, ColumnType type, End end, Value& out) {
       return Bounded::kValue;
     }
     default:
-      break;
-  }
-  if (!isNumber) return open;
-  Bounded bounded = Bounded::kValue;
-  switch (type) {
-    case ColumnType::kBoolean:
-      if (end != End::kBoth) return Bounded::kOpen;
-      if (number != 0 && number != -1) return Bounded::kNothing;
-      out = Value(number != 0);
-      return Bounded::kValue;
-    case ColumnType::kByte:
-      bounded = NumberBound(number, 0, 255, 1, end, rounded);
-      out = Value(static_cast<std::uint8_t>(rounded));
-      return bounded;
-    case ColumnType::kInteger:
-      bounded = NumberBound(number, INT16_MIN, INT16_MAX, 1, end, rounded);
-      out = Value(static_cast<std::int16_t>(rounded));
-      return bounded;
-    case ColumnType::kLong:
-      bounded = NumberBound(number, INT32_MIN, INT32_MAX, 1, end, rounded);
-      out = Value(static_cast<std::int32_t>(rounded));
-      return bounded;
-    case ColumnType::kCurrency:
-      // Beyond this the amount is not exact as a double: leave a margin, and equalities to the walk over a range.
-      bounded = NumberBound(number, -9.2e18, 9.2e18, 10000, end, rounded);
-      if (bounded == Bounded::kValue && std::fabs(rounded) > 9e15) {
-        if (end == End::kLower) rounded -= 4096;
-        if (end == End::kUpper) rounded += 4096;
-        rounded = std::max(-9.2e18, std::min(9.2e18, rounded));
-      }
-      out = Value(Currency{static_cast<std::int64_t>(rounded)});
-      return bounded;
-    case ColumnType::kSingle: {
-      auto single = static_cast<float>(number);
-      constexpr float kInfinity = std::numeric_limits<float>::infinity();
-      if (std::isinf(single) && !std::isinf(number))
-        return open == Bounded::kOpen && (end == End::kLower) == (single < 0) ? Bounded::kOpen : Bounded::kNothing;
-      if (end == End::kLower && single > number) single = std::nextafter(single, -kInfinity);
-      if (end == End::kUpper && single < number) single = std::nextafter(single, kInfinity);
-      out = Value(single);
-      return Bounded::kValue;
-    }
-    case ColumnType::kDouble:
-      out = Value(number);
-      return Bounded::kValue;
-    case ColumnType::kDate:
-      out = Value(Date{number});
-      return Bounded::kValue;
-    default:
-      return open;
+      if (kind != SQLITE_INTEGER && kind != SQLITE_FLOAT) return open;
+      return MeasureBound(sqlite3_value_double(argument), type, end, out);
   }
 }
 
