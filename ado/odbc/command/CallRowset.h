@@ -4,7 +4,7 @@
 #include <span>
 
 #include "ado/Provider.h"
-#include "ado/odbc/driver/DriverFacts.h"
+#include "ado/odbc/facts/DriverFacts.h"
 #include "ado/odbc/statement/Session.h"
 
 namespace tamlo::ado::odbc {

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "ado/Command.h"
-#include "ado/odbc/driver/DriverFacts.h"
+#include "ado/odbc/facts/DriverFacts.h"
 
 namespace tamlo::ado::odbc {
 

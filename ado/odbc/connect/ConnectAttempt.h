@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "ado/odbc/driver/DriverFacts.h"
 #include "ado/odbc/driver/Handle.h"
+#include "ado/odbc/facts/DriverFacts.h"
 #include "runtime/Error.h"
 
 namespace tamlo::ado::odbc {

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "ado/odbc/driver/DriverFacts.h"
+#include "ado/odbc/facts/DriverFacts.h"
 #include "ado/odbc/statement/Statement.h"
 #include "ado/odbc/values/ValueDecoder.h"
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "ado/odbc/driver/DriverFacts.h"
 #include "ado/odbc/driver/Handle.h"
+#include "ado/odbc/facts/DriverFacts.h"
 #include "ado/odbc/statement/StatementWatch.h"
 #include "runtime/Error.h"
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "ado/Command.h"
-#include "ado/odbc/driver/DriverFacts.h"
+#include "ado/odbc/facts/DriverFacts.h"
 #include "ado/odbc/statement/Statement.h"
 #include "ado/odbc/values/Parameter.h"
 

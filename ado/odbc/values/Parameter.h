@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "ado/Provider.h"
-#include "ado/odbc/driver/DriverFacts.h"
+#include "ado/odbc/facts/DriverFacts.h"
 #include "ado/odbc/statement/Statement.h"
 
 namespace tamlo::ado::odbc {

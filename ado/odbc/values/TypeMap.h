@@ -4,7 +4,7 @@
 #include <string>
 
 #include "ado/Provider.h"
-#include "ado/odbc/driver/DriverFacts.h"
+#include "ado/odbc/facts/DriverFacts.h"
 #include "ado/odbc/statement/Statement.h"
 
 namespace tamlo::ado::odbc {

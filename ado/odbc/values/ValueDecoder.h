@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "ado/Provider.h"
-#include "ado/odbc/driver/DriverFacts.h"
+#include "ado/odbc/facts/DriverFacts.h"
 
 namespace tamlo::ado::odbc {
 

@@ -1,4 +1,4 @@
-#include "ado/odbc/driver/DriverFacts.h"
+#include "ado/odbc/facts/DriverFacts.h"
 
 #include <array>
 #include <cstdlib>
