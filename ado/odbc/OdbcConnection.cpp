@@ -31,19 +31,18 @@ constexpr std::array<InfoProperty, 6> kProperties{{{"DBMS NAME", SQL_DBMS_NAME},
                                                    {"CURRENT CATALOG", SQL_DATABASE_NAME},
                                                    {"USER NAME", SQL_USER_NAME}}};
 
-/// Whether nothing can be written. What the driver says; SQLite's never says so, but a step that would write, and is undone at once, does.
+/// Whether nothing can be written. What the driver says, or else a step that would write, and is undone at once.
 bool IsReadOnly(const std::shared_ptr<Session>& session) {
   std::array<char16_t, 8> answer{};
   SQLSMALLINT bytes = 0;
   const auto result =
       SQLGetInfoW(session->Connection(), SQL_DATA_SOURCE_READ_ONLY, answer.data(), static_cast<SQLSMALLINT>(sizeof(answer)), &bytes);
   if (SQL_SUCCEEDED(result) && answer[0] == u'Y') return true;
-  if (session->Facts().backend != Backend::kSqlite || session->InTransaction()) return false;
-  const auto execute = [&](const char* sql) {
-    return runtime::IgnoringErrors([&] { Statement(session, 0).ExecuteDirect(sql); });
-  };
+  const std::string_view test = session->Facts().writeTest;
+  if (test.empty() || session->InTransaction()) return false;
+  const auto execute = [&](std::string_view sql) { return runtime::IgnoringErrors([&] { Statement(session, 0).ExecuteDirect(sql); }); };
   if (execute("BEGIN")) return false;
-  const runtime::PendingError refusal = execute("PRAGMA incremental_vacuum(1)");
+  const runtime::PendingError refusal = execute(test);
   (void)execute("ROLLBACK");
   // Another writer is no answer.
   return refusal && refusal.description.find("readonly") != std::string::npos;

@@ -61,10 +61,10 @@ Column ToColumn(Statement& statement, const DriverFacts& facts) {
   return column;
 }
 
-/// PostgreSQL cuts a longer name and says nothing that is an error: what is made would go by another name.
+/// Where a longer name is cut and nothing says an error: what is made would go by another name.
 void RequireKeptName(const Session& session, const std::string& name) {
-  constexpr std::size_t kLongest = 63;  // bytes
-  if (session.Facts().backend != Backend::kPostgres || !session.Facts().castsToText || name.size() <= kLongest) return;
+  const std::size_t longest = session.Facts().longestName;
+  if (longest == 0 || name.size() <= longest) return;
   throw runtime::Error(runtime::kProviderFailure, "Le nom " + name + " est trop long.", "odbc");
 }
 
@@ -169,10 +169,10 @@ std::vector<Index> OdbcCatalog::Indexes(const std::string& table) {
     column.sortOrder = line.descending ? adSortDescending : adSortAscending;
     index.columns.push_back(std::move(column));
   }
-  // On MySQL the index tells by its name; the question is saved.
+  // Where the index tells by its name the question is saved.
   std::string keyName = "PRIMARY";
   std::vector<std::string> key;
-  if (session_->Facts().backend != Backend::kMySql) key = PrimaryKeyColumns(session_, schema, table, &keyName);
+  if (!session_->Facts().namesPrimaryIndex) key = PrimaryKeyColumns(session_, schema, table, &keyName);
   bool found = key.empty();
   for (auto& index : indexes) {
     index.primaryKey = key.empty() ? index.unique && index.name == "PRIMARY" : index.unique && !found && SameColumns(index, key);
@@ -201,7 +201,7 @@ void OdbcCatalog::Run(const std::string& sql) {
 }
 
 void OdbcCatalog::RequireUniqueTargets(Table& table) {
-  if (session_->Facts().backend != Backend::kSqlite) return;
+  if (!session_->Facts().keepsKeysToNothing) return;
   for (const Key& key : table.Keys()) {
     if (key.type != adKeyForeign) continue;
     std::vector<std::string> related;
@@ -269,7 +269,7 @@ std::vector<Key> OdbcCatalog::Keys(const std::string& table) {
 }
 
 std::optional<std::string> OdbcCatalog::LostKey(const std::string& table, const std::vector<Key>& keys) {
-  if (session_->Facts().backend != Backend::kMySql || keys.empty()) return std::nullopt;
+  if (!session_->Facts().losesForeignKeys || keys.empty()) return std::nullopt;
   const std::vector<Key> kept = ReadKeys(session_, {}, table);
   for (const Key& key : keys) {
     const std::string upper = runtime::UpperCase(key.name);
@@ -307,15 +307,14 @@ void OdbcCatalog::AppendView(const std::string& name, const std::string& command
   RequireKeptName(*session_, name);
   auto query = QueryOf(command);
   // Where a backslash takes the meaning from a quote only the server knows what a text ends; it takes one statement alone.
-  if (session_->Facts().backend == Backend::kMySql && command.find('\\') != std::string::npos) {
+  if (session_->Facts().backslashEscapes && command.find('\\') != std::string::npos) {
     query = std::string_view(command).substr(0, command.find_last_not_of("; \t\r\n") + 1);
   }
   if (!query) {
     throw runtime::Error(session_->GeneralNumbers() ? runtime::kProviderFailure : runtime::kStatementRefused,
                          "Le texte de la vue " + name + " n'est pas une requête.", "odbc");
   }
-  // SQLite keeps what does not read.
-  if (session_->Facts().backend == Backend::kSqlite) RequireReadable(session_, name, *query);
+  if (session_->Facts().keepsViewsThatDoNotRead) RequireReadable(session_, name, *query);
   Run("CREATE VIEW " + session_->Quoted(name) + " AS " + std::string(*query));
 }
 

@@ -63,69 +63,47 @@ std::vector<Key> ForeignKeysBy(const std::shared_ptr<Session>& session, const st
   return keys;
 }
 
-/// Of MySQL, whose catalog calls lose the order of a primary key, and foreign keys that refer to another unique one: its driver 3.1.15.
-std::string MySqlForeignQuery(const std::string& table) {
-  // No literal: a backslash may count in it or not.
+std::string HexOf(const std::string& text) {
   std::string hex;
-  for (const char c : table) {
+  for (const char c : text) {
     hex.push_back("0123456789ABCDEF"[static_cast<unsigned char>(c) >> 4U]);
     hex.push_back("0123456789ABCDEF"[static_cast<unsigned char>(c) & 15U]);
   }
-  return "SELECT K.TABLE_NAME, K.CONSTRAINT_NAME, K.COLUMN_NAME, K.REFERENCED_TABLE_NAME, K.REFERENCED_COLUMN_NAME, R.UPDATE_RULE, "
-         "R.DELETE_RULE FROM INFORMATION_SCHEMA.KEY_COLUMN_USAGE K JOIN INFORMATION_SCHEMA.REFERENTIAL_CONSTRAINTS R ON "
-         "R.CONSTRAINT_SCHEMA = K.CONSTRAINT_SCHEMA AND R.CONSTRAINT_NAME = K.CONSTRAINT_NAME AND R.TABLE_NAME = K.TABLE_NAME "
-         "WHERE K.TABLE_SCHEMA = DATABASE() AND K.TABLE_NAME = CONVERT(X'" +
-         hex + "' USING utf8mb4) ORDER BY K.CONSTRAINT_NAME, K.ORDINAL_POSITION";
+  return hex;
 }
 
-/// Where the driver cannot tell, of backends whose constraints have names of their own in a schema.
-std::string StandardForeignQuery(const std::string& schema, const std::string& table) {
-  return "SELECT F.TABLE_NAME, F.CONSTRAINT_NAME, F.COLUMN_NAME, P.TABLE_NAME, P.COLUMN_NAME, R.UPDATE_RULE, R.DELETE_RULE "
-         "FROM INFORMATION_SCHEMA.REFERENTIAL_CONSTRAINTS R JOIN INFORMATION_SCHEMA.KEY_COLUMN_USAGE F ON "
-         "F.CONSTRAINT_SCHEMA = R.CONSTRAINT_SCHEMA AND F.CONSTRAINT_NAME = R.CONSTRAINT_NAME JOIN INFORMATION_SCHEMA.KEY_COLUMN_USAGE P ON "
-         "P.CONSTRAINT_SCHEMA = R.UNIQUE_CONSTRAINT_SCHEMA AND P.CONSTRAINT_NAME = R.UNIQUE_CONSTRAINT_NAME AND "
-         "P.ORDINAL_POSITION = F.POSITION_IN_UNIQUE_CONSTRAINT WHERE F.TABLE_NAME = " +
-         Literal(table) + (schema.empty() ? "" : " AND F.TABLE_SCHEMA = " + Literal(schema)) +
-         " ORDER BY F.CONSTRAINT_NAME, F.ORDINAL_POSITION";
+std::string TextOf(const ConstraintQuery& query, const std::string& schema, const std::string& table) {
+  std::string text(query.beforeTable);
+  text += query.tableAsHex ? HexOf(table) : Literal(table);
+  text += query.afterTable;
+  if (!schema.empty() && !query.beforeSchema.empty()) text += std::string(query.beforeSchema) + Literal(schema);
+  return text + std::string(query.order);
 }
 
-std::vector<Key> MySqlKeys(const std::shared_ptr<Session>& session, const std::string& table) {
+std::vector<Key> KeysByIndexes(const std::shared_ptr<Session>& session, const std::string& table) {
   std::vector<Key> keys;
   for (auto& line : IndexColumns(session, {}, table)) {
     if (!line.unique) continue;
     KeyNamed(keys, line.index == "PRIMARY" ? adKeyPrimary : adKeyUnique, line.index).columns.push_back({std::move(line.column), {}});
   }
   std::stable_sort(keys.begin(), keys.end(), [](const Key& a, const Key& b) { return a.type < b.type; });
-  for (auto& key : ForeignKeysBy(session, MySqlForeignQuery(table), table)) keys.push_back(std::move(key));
+  for (auto& key : ForeignKeysBy(session, TextOf(session->Facts().foreignKeys, {}, table), table)) keys.push_back(std::move(key));
   return keys;
-}
-
-std::string UniqueQuery(Backend backend, const std::string& schema, const std::string& table) {
-  if (backend == Backend::kOracle) {
-    return "SELECT C.CONSTRAINT_NAME, K.COLUMN_NAME FROM ALL_CONSTRAINTS C JOIN ALL_CONS_COLUMNS K ON K.OWNER = C.OWNER AND "
-           "K.CONSTRAINT_NAME = C.CONSTRAINT_NAME WHERE C.CONSTRAINT_TYPE = 'U' AND C.TABLE_NAME = " +
-           Literal(table) + (schema.empty() ? "" : " AND C.OWNER = " + Literal(schema)) + " ORDER BY C.CONSTRAINT_NAME, K.POSITION";
-  }
-  return "SELECT C.CONSTRAINT_NAME, K.COLUMN_NAME FROM INFORMATION_SCHEMA.TABLE_CONSTRAINTS C JOIN INFORMATION_SCHEMA.KEY_COLUMN_USAGE K ON "
-         "K.CONSTRAINT_SCHEMA = C.CONSTRAINT_SCHEMA AND K.CONSTRAINT_NAME = C.CONSTRAINT_NAME AND K.TABLE_NAME = C.TABLE_NAME "
-         "WHERE C.CONSTRAINT_TYPE = 'UNIQUE' AND C.TABLE_NAME = " +
-         Literal(table) + (schema.empty() ? "" : " AND C.TABLE_SCHEMA = " + Literal(schema)) +
-         " ORDER BY C.CONSTRAINT_NAME, K.ORDINAL_POSITION";
 }
 
 std::vector<Key> UniqueKeys(const std::shared_ptr<Session>& session, const std::string& schema, const std::string& table,
                             const std::string& primary) {
-  const Backend backend = session->Facts().backend;
+  const DriverFacts& facts = session->Facts();
   std::vector<Key> keys;
   Statement statement(session);
   const auto asked = [&] {
-    statement.ExecuteDirect(UniqueQuery(backend, schema, table));
+    statement.ExecuteDirect(TextOf(facts.uniqueKeys, schema, table));
     while (statement.FetchCatalogRow()) {
       Key& key = KeyNamed(keys, adKeyUnique, statement.Text(1).value_or(""));
       key.columns.push_back({statement.Text(2).value_or(""), {}});
     }
   };
-  if (backend != Backend::kOther) {
+  if (!facts.catalogsMayFail) {
     asked();
   } else if (runtime::IgnoringErrors(asked)) {
     return UniqueIndexes(session, schema, table, primary);
@@ -142,11 +120,11 @@ std::vector<Key> ForeignKeys(const std::shared_ptr<Session>& session, const std:
   const auto text = [](std::u16string& one) { return one.empty() ? nullptr : reinterpret_cast<SQLWCHAR*>(one.data()); };
   const auto length = [](const std::u16string& one) { return static_cast<SQLSMALLINT>(one.size()); };
   const DriverFacts& facts = session->Facts();
-  // psqlODBC asks in a way that PostgreSQL's own server alone understands.
-  if (facts.backend == Backend::kPostgres && !facts.castsToText) return ForeignKeysBy(session, StandardForeignQuery(schema, table), table);
+  const auto byQuery = [&] { return ForeignKeysBy(session, TextOf(facts.foreignKeys, schema, table), table); };
+  if (!facts.asksDriverForForeignKeys) return byQuery();
   const auto result = SQLForeignKeysW(statement.Native(), nullptr, 0, nullptr, 0, nullptr, 0, text(catalog), length(catalog), text(owner),
                                       length(owner), text(name), length(name));
-  if (!SQL_SUCCEEDED(result) && facts.backend == Backend::kOther) return ForeignKeysBy(session, StandardForeignQuery(schema, table), table);
+  if (!SQL_SUCCEEDED(result) && facts.catalogsMayFail) return byQuery();
   statement.Check(result);
   std::vector<Key> keys;
   std::map<std::string, std::map<std::int64_t, KeyColumn>> columns;
@@ -184,8 +162,8 @@ std::string Literal(const std::string& text) {
 }
 
 std::vector<Key> ReadKeys(const std::shared_ptr<Session>& session, const std::string& schema, const std::string& table) {
-  if (session->Facts().backend == Backend::kSqlite) return ReadSqliteKeys(session, table);
-  if (session->Facts().backend == Backend::kMySql) return MySqlKeys(session, table);
+  if (session->Facts().keySource == KeySource::kPragmas) return ReadSqliteKeys(session, table);
+  if (session->Facts().keySource == KeySource::kIndexes) return KeysByIndexes(session, table);
   std::vector<Key> keys;
   std::string name;
   Key primary;

@@ -10,25 +10,6 @@
 namespace tamlo::ado::odbc {
 namespace {
 
-/// A query of schema, name and text of all views that the backend knows.
-std::string TextsQuery(const DriverFacts& facts) {
-  switch (facts.backend) {
-    case Backend::kSqlite:
-      return "SELECT '', name, sql FROM sqlite_master WHERE type = 'view'";
-    case Backend::kMySql:
-      return "SELECT '', TABLE_NAME, VIEW_DEFINITION FROM INFORMATION_SCHEMA.VIEWS WHERE TABLE_SCHEMA = DATABASE()";
-    case Backend::kOracle:
-      return "SELECT OWNER, VIEW_NAME, TEXT FROM ALL_VIEWS";
-    case Backend::kPostgres:
-      // INFORMATION_SCHEMA shows only the owner the text.
-      if (facts.castsToText)
-        return "SELECT schemaname, viewname, definition FROM pg_catalog.pg_views WHERE schemaname NOT IN ('pg_catalog', 'information_schema')";
-      [[fallthrough]];
-    default:
-      return "SELECT TABLE_SCHEMA, TABLE_NAME, VIEW_DEFINITION FROM INFORMATION_SCHEMA.VIEWS";
-  }
-}
-
 std::string WithoutEnd(std::string_view text) {
   text = runtime::Trim(text);
   while (text.ends_with(';')) text = runtime::Trim(text.substr(0, text.size() - 1));
@@ -37,7 +18,7 @@ std::string WithoutEnd(std::string_view text) {
 
 void Read(const std::shared_ptr<Session>& session, const std::map<std::string, std::string>& schemas, std::vector<View>& views) {
   Statement statement(session);
-  statement.ExecuteDirect(TextsQuery(session->Facts()));
+  statement.ExecuteDirect(session->Facts().viewsQuery);
   while (statement.FetchCatalogRow()) {
     const std::string schema = statement.Text(1).value_or("");
     const std::string name = statement.Text(2).value_or("");
@@ -54,7 +35,7 @@ void Read(const std::shared_ptr<Session>& session, const std::map<std::string, s
 }  // namespace
 
 void ReadViewTexts(const std::shared_ptr<Session>& session, const std::map<std::string, std::string>& schemas, std::vector<View>& views) {
-  if (session->Facts().backend != Backend::kOther) return Read(session, schemas, views);
+  if (!session->Facts().catalogsMayFail) return Read(session, schemas, views);
   // A backend that is not known may have no such table.
   const runtime::PendingError failure = runtime::IgnoringErrors([&] { Read(session, schemas, views); });
   for (View& view : views) view.failure = failure.description;

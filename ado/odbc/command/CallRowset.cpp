@@ -83,8 +83,8 @@ class Call {
   std::unique_ptr<ProviderRowset> Run();
 
  private:
-  void PlanMySql();
-  void PlanPostgres();
+  void PlanCall();
+  void PlanQuery();
   [[nodiscard]] bool IsProcedureOfPostgres() const;
   void Execute();
   [[nodiscard]] std::unique_ptr<ResultSet> Described();
@@ -124,15 +124,15 @@ Call::Call(const std::shared_ptr<Session>& session, const RowsetRequest& request
     bound_.push_back(one);
     if (one.direction == adParamOutput) bound_.back().value = runtime::Null{};
   }
-  session_->Facts().backend == Backend::kPostgres ? PlanPostgres() : PlanMySql();
+  session_->Facts().callOutputs == CallOutputs::kOnlyRow ? PlanQuery() : PlanCall();
 }
 
-void Call::PlanMySql() {
+void Call::PlanCall() {
   isQuery_ = call_.returns;
   sql_ = (call_.returns ? "SELECT " : "CALL ") + call_.name + "(" + call_.arguments + ")";
 }
 
-void Call::PlanPostgres() {
+void Call::PlanQuery() {
   isQuery_ = true;
   if (call_.returns) {
     sql_ = "SELECT " + call_.name + "(" + call_.arguments + ")";
@@ -229,7 +229,7 @@ void Call::WalkResults() {
 
 /// MariaDB's row of output parameters is told from the rows of a query by its "table", the procedure.
 bool Call::IsOutputRow(const ResultSet& result) const {
-  if (isQuery_ || session_->Facts().backend != Backend::kMySql) return true;
+  if (isQuery_ || session_->Facts().callOutputs != CallOutputs::kRowBehind) return true;
   const std::string procedure = runtime::UpperCase(PlainName(call_.name));
   return std::all_of(result.columns.begin(), result.columns.end(),
                      [&](const ColumnDescription& column) { return runtime::UpperCase(column.table) == procedure; });
@@ -257,14 +257,15 @@ Variant As(const Variant& value, const ado::Parameter& parameter, const Session&
 std::vector<Variant> Call::Outputs() {
   auto& given = last_ ? last_ : first_;
   const std::size_t count = given && IsOutputRow(*given) ? given->fields.size() : 0;
-  const bool alone = session_->Facts().backend == Backend::kPostgres && isQuery_ && !call_.returns && count == 1;
+  const bool onlyRow = session_->Facts().callOutputs == CallOutputs::kOnlyRow;
+  const bool alone = onlyRow && isQuery_ && !call_.returns && count == 1;
   // A function of PostgreSQL without output parameters gives its own value, under its own name.
   const bool isValue = alone && runtime::UpperCase(given->fields[0].name) == runtime::UpperCase(PlainName(call_.name));
   if (count != wanted_ || isValue) {
     Fail(call_.name + " rend " + std::to_string(isValue ? 0 : count) + " paramètres, " + std::to_string(wanted_) + " sont attendus.");
   }
   if (given->rows.Count() != 1) Fail(call_.name + " rend plusieurs lignes, ou aucune, à la place de ses paramètres de sortie.");
-  const bool spoilsDays = session_->Facts().backend == Backend::kPostgres && !isQuery_;
+  const bool spoilsDays = onlyRow && !isQuery_;
   std::vector<Variant> outputs(request_.parameters.size());
   std::size_t next = 0;
   for (std::size_t i = 0; i < outputs.size(); ++i) {
@@ -285,7 +286,7 @@ std::unique_ptr<ProviderRowset> Call::Run() {
   if (ChangesSchema(sql_)) session_->SchemaChanged();
   statement_.Prepare(sql_);
   try {
-    if (auto described = isQuery_ && session_->Facts().backend == Backend::kPostgres ? Described() : nullptr) {
+    if (auto described = isQuery_ && session_->Facts().callOutputs == CallOutputs::kOnlyRow ? Described() : nullptr) {
       const ReadPlan plan = PlanReading(sql_, described->fields, described->columns, *session_, ReadMode::kFast);
       if (!plan.sql.empty()) statement_.Prepare(plan.sql);
       Execute();
@@ -306,10 +307,7 @@ std::unique_ptr<ProviderRowset> Call::Run() {
 
 }  // namespace
 
-bool HasCalls(const DriverFacts& facts) {
-  const bool isMariaDbs = facts.backend == Backend::kMySql && facts.driverName.find("maodbc") != std::string::npos;
-  return isMariaDbs || (facts.backend == Backend::kPostgres && facts.castsToText);
-}
+bool HasCalls(const DriverFacts& facts) { return facts.callOutputs != CallOutputs::kNone; }
 
 bool HasOutputs(std::span<const ado::Parameter> parameters) { return std::any_of(parameters.begin(), parameters.end(), ComesOut); }
 

@@ -123,7 +123,7 @@ Variant OfType(const Variant& value, const ado::Parameter& parameter, const Driv
   field.type = parameter.type == adDate ? std::int16_t{adDBTimeStamp} : parameter.type;
   field.numericScale = field.type == adDBTimeStamp || field.type == adDBTime ? 6 : 255;
   ParameterShape shape = ShapeFor(field, 0, facts);
-  shape.keepsNul = shape.hasNan = shape.hasInfinity = true;
+  shape.values.keepsNul = shape.values.hasNan = shape.values.hasInfinity = true;
   if (shape.nativeType == SQL_C_WCHAR) shape.nativeType = SQL_C_CHAR;
   const auto* const text = value.If<std::string>();
   if (shape.form == Form::kText && text != nullptr) return value;

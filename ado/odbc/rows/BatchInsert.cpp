@@ -20,38 +20,34 @@ constexpr std::size_t kBatchBytes = 4 * 1024 * 1024;  // of the slots of all col
 constexpr std::size_t kFirstTextSlot = 64;
 constexpr std::size_t kFirstSlots = 256;
 constexpr std::size_t kFewRows = 16;
-constexpr std::int32_t kNoSavepoint = 1305;  // MariaDB
 
 /// A point inside the caller's transaction to which a failed batch returns.
 class Savepoint {
  public:
-  explicit Savepoint(const std::shared_ptr<Session>& session) : session_(session) {
-    Run(session_->Facts().backend == Backend::kSqlServer ? "SAVE TRANSACTION tamlo_lot" : "SAVEPOINT tamlo_lot");
-  }
+  explicit Savepoint(const std::shared_ptr<Session>& session) : session_(session) { Run(session_->Facts().savepoint); }
   /// Forgets it, where the backend keeps savepoints until they are released.
   void Release() {
-    const Backend backend = session_->Facts().backend;
-    if (backend != Backend::kSqlServer && backend != Backend::kOracle) Run("RELEASE SAVEPOINT tamlo_lot");
+    const std::string_view release = session_->Facts().releaseSavepoint;
+    if (!release.empty()) Run(release);
   }
   void Undo() {
     try {
-      Run(session_->Facts().backend == Backend::kSqlServer ? "ROLLBACK TRANSACTION tamlo_lot" : "ROLLBACK TO SAVEPOINT tamlo_lot");
+      Run(session_->Facts().undoToSavepoint);
     } catch (const runtime::Error& error) {
       // Gone with the whole transaction, which the driver has not told of a single row of an array.
-      if (error.NativeCode() == kNoSavepoint) session_->TransactionWasUndone();
+      const std::int32_t gone = session_->Facts().savepointGone;
+      if (gone != 0 && error.NativeCode() == gone) session_->TransactionWasUndone();
       throw;
     }
   }
 
  private:
-  void Run(const char* sql) {
+  void Run(std::string_view sql) {
     Statement statement(session_);
     statement.ExecuteDirect(sql);
   }
   std::shared_ptr<Session> session_;
 };
-
-bool HasSavepoints(Backend backend) { return backend != Backend::kOther; }
 
 }  // namespace
 
@@ -257,7 +253,7 @@ std::string BatchInsert::InsertText(std::size_t rows) const {
     marks += marks.empty() ? "?" : ",?";
   }
   if (names.empty()) {
-    return "INSERT INTO " + tableText_ + (session_->Facts().backend == Backend::kMySql ? " () VALUES ()" : " DEFAULT VALUES");
+    return "INSERT INTO " + tableText_ + std::string(session_->Facts().emptyRow);
   }
   std::string sql = "INSERT INTO " + tableText_ + " (" + names + ") VALUES (" + marks + ")";
   for (std::size_t i = 1; i < rows; ++i) sql += ",(" + marks + ")";
@@ -321,14 +317,13 @@ bool BatchInsert::ExecuteRows(Statement& statement, std::size_t rows) {
   return affected < 0 || affected == static_cast<std::int64_t>(rows);
 }
 
-/// Asked once for each table of MySQL, before its first batch. A view tells no engine and counts as one that undoes.
+/// Asked once for each table, before its first batch. A view tells no engine and counts as one that undoes.
 bool BatchInsert::KeepsRowsOfFailedBatches() {
   if (keepsRows_) return *keepsRows_;
-  if (session_->Facts().backend != Backend::kMySql) return *(keepsRows_ = false);
+  const std::string_view query = session_->Facts().transactionalTables;
+  if (query.empty()) return *(keepsRows_ = false);
   Statement statement(session_);
-  statement.Prepare(
-      "SELECT e.TRANSACTIONS FROM information_schema.TABLES t JOIN information_schema.ENGINES e ON e.ENGINE = t.ENGINE "
-      "WHERE t.TABLE_SCHEMA = DATABASE() AND t.TABLE_NAME = ?");
+  statement.Prepare(query);
   ParameterSet parameters(statement);
   ParameterShape shape;
   shape.nativeType = SQL_C_WCHAR;
@@ -365,7 +360,7 @@ bool BatchInsert::SendBatch(std::size_t rows) {
 bool BatchInsert::TryBatch(std::size_t rows) {
   waited_ = false;
   const bool outer = session_->InTransaction();
-  if (outer && !HasSavepoints(session_->Facts().backend)) return false;
+  if (outer && session_->Facts().savepoint.empty()) return false;
   std::optional<std::int64_t> before;
   (void)runtime::IgnoringErrors([&] {
     if (KeepsRowsOfFailedBatches()) before = CountRows();
@@ -396,11 +391,11 @@ bool BatchInsert::TryBatch(std::size_t rows) {
   }
   scope.reset();
   batch_.reset();
-  const bool undone = failure && UndoneWhole(*failure, session_->Facts().backend);
+  const bool undone = failure && UndoneWhole(*failure, session_->Facts());
   if (undone && outer) pending_ = 0;
   if (undone && !before) throw runtime::Error(*failure);
   // A commit whose answer was lost may have been heard. Where a batch can be undone, one that was not committed is not there.
-  const bool mayStay = (stored && !outer) || keepsRows_.value_or(true) || session_->Facts().backend == Backend::kOther;
+  const bool mayStay = (stored && !outer) || keepsRows_.value_or(true) || !session_->Facts().undoesBatches;
   if (failure && (IsLost(*failure) || (!outer && session_->InTransaction()))) Lose(*failure, mayStay ? rows : 0);
   if (savepoint) savepoint->Undo();
   if (before) {

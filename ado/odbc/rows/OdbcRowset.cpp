@@ -21,24 +21,22 @@ namespace {
 
 /// A word that is no statement names a table.
 bool IsNameAlone(const RowsetRequest& request) {
-  static constexpr std::array<std::string_view, 14> kStatements{"ABORT",  "ANALYZE", "BEGIN",  "CHECKPOINT", "COMMIT",   "END",     "REINDEX",
-                                                                "RESET",  "ROLLBACK", "START", "VACUUM",     "SHUTDOWN", "DISCARD", "PRAGMA"};
+  static constexpr std::array<std::string_view, 14> kStatements{"ABORT",  "ANALYZE",  "BEGIN",   "CHECKPOINT", "COMMIT",
+                                                                "END",    "REINDEX",  "RESET",   "ROLLBACK",   "START",
+                                                                "VACUUM", "SHUTDOWN", "DISCARD", "PRAGMA"};
   if (request.options != adOptionUnspecified || !request.parameters.empty()) return false;
   const std::string_view source = runtime::Trim(request.source);
   if (source.empty()) return false;
   const char close = source[0] == '[' ? ']' : source[0] == '"' || source[0] == '`' ? source[0] : '\0';
   if (close != '\0') return source.find(close, 1) == source.size() - 1;
-  const auto isNoWord = [](char c) { return (c >= '\0' && c <= '#') || (c >= '%' && c <= '/') || (c >= ':' && c <= '@') || c == '{' || c == '\\'; };
+  const auto isNoWord = [](char c) {
+    return (c >= '\0' && c <= '#') || (c >= '%' && c <= '/') || (c >= ':' && c <= '@') || c == '{' || c == '\\';
+  };
   if (std::any_of(source.begin(), source.end(), isNoWord)) return false;
   return std::find(kStatements.begin(), kStatements.end(), runtime::UpperCase(source)) == kStatements.end();
 }
 
 bool IsTable(const RowsetRequest& request) { return request.options == adCmdTableDirect || request.options == adCmdTable; }
-
-/// A word without quotes is another name there than one between them.
-bool FoldsNames(const Session& session) {
-  return session.Facts().backend == Backend::kPostgres || session.Facts().backend == Backend::kOracle;
-}
 
 bool IsPlainWord(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) {
@@ -61,8 +59,8 @@ OdbcRowset::OdbcRowset(std::shared_ptr<Session> session, const RowsetRequest& re
   std::optional<std::string> table;
   std::string sql;
   if (IsTable(request) || IsNameAlone(request)) {
-    table = !IsTable(request) && FoldsNames(*session_) && IsPlainWord(request.source) ? std::string(runtime::Trim(request.source))
-                                                                                     : TableText(*session_, request.source);
+    table = !IsTable(request) && session_->Facts().foldsNames && IsPlainWord(request.source) ? std::string(runtime::Trim(request.source))
+                                                                                             : TableText(*session_, request.source);
     sql = "SELECT * FROM " + *table;
   } else {
     sql = WithoutComments(request.source);
@@ -94,8 +92,7 @@ OdbcRowset::OdbcRowset(std::shared_ptr<Session> session, const RowsetRequest& re
 
 /// Where the driver tells the tables of columns, a query of expressions alone shows no rows of one.
 bool OdbcRowset::HasColumnsOfATable() const {
-  const Backend backend = session_->Facts().backend;
-  if (backend != Backend::kSqlite && backend != Backend::kMySql) return true;
+  if (!session_->Facts().tellsTables) return true;
   return std::any_of(columns_.begin(), columns_.end(), [](const ColumnDescription& column) { return !column.table.empty(); });
 }
 
@@ -152,7 +149,8 @@ void OdbcRowset::ExecuteQuery() {
 /// Another connection may have changed the table since it was described: values would stand under the names of others.
 void OdbcRowset::CheckColumns() {
   bool same = statement_.ColumnCount() == reader_->ColumnCount();
-  for (std::size_t i = 0; same && i < columns_.size(); ++i) same = columns_[i].name.empty() || statement_.ColumnName(i + 1) == columns_[i].name;
+  for (std::size_t i = 0; same && i < columns_.size(); ++i)
+    same = columns_[i].name.empty() || statement_.ColumnName(i + 1) == columns_[i].name;
   if (same) return;
   statement_.CloseCursor();
   executed_ = fresh_ = false;
@@ -440,9 +438,9 @@ void OdbcRowset::Insert(std::span<const Assignment> values) {
 
 /// Where the fields tell of a counter it is asked for at once: another row inserted on this connection would answer for this one.
 bool OdbcRowset::MayHaveCounter(const Changes& changes) const {
-  const bool anyIntegerCounts = session_->Facts().backend == Backend::kSqlite;
+  const bool anyNumberCounts = session_->Facts().anyNumberCounts;
   for (std::size_t i = 0; i < fields_.size(); ++i) {
-    if (!changes.Touches(i) && IsCountingType(fields_[i].type) && (fields_[i].autoIncrement || anyIntegerCounts)) return true;
+    if (!changes.Touches(i) && IsCountingType(fields_[i].type) && (fields_[i].autoIncrement || anyNumberCounts)) return true;
   }
   return false;
 }

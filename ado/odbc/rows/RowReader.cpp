@@ -20,8 +20,8 @@ namespace {
 // Of all bound columns together: what the processor keeps near itself. Larger blocks of MariaDB's driver were half as slow again.
 constexpr std::size_t kBlockBytes = 32 * 1024;
 constexpr std::size_t kPieceBytes = 32 * 1024;
-constexpr std::size_t kRowBytes = 4 * 1024 * 1024;           // of one row's bound columns together
-constexpr std::size_t kLongestWhole = 512UL * 1024 * 1024;   // bytes of a value that is read at once
+constexpr std::size_t kRowBytes = 4 * 1024 * 1024;          // of one row's bound columns together
+constexpr std::size_t kLongestWhole = 512UL * 1024 * 1024;  // bytes of a value that is read at once
 constexpr std::size_t kFewestBytes = 4096;
 constexpr std::size_t kMostDrained = 1 << 18;
 constexpr std::ptrdiff_t kUntold = -7777;  // a length that no driver gives
@@ -40,7 +40,8 @@ std::size_t BegunBytes(const std::string& piece, std::size_t unit) {
 /// What the driver says of a value of unknown length: null, the bytes that are still to come (SQL_NO_TOTAL for "some"), never anything else.
 void CheckTold(std::ptrdiff_t length, const FieldInfo& field) {
   if (length >= 0 || length == SQL_NULL_DATA || length == SQL_NO_TOTAL) return;
-  throw Unbelievable("une valeur du champ " + field.name + " de " + (length == kUntold ? "longueur non dite" : std::to_string(length) + " octets"));
+  throw Unbelievable("une valeur du champ " + field.name + " de " +
+                     (length == kUntold ? "longueur non dite" : std::to_string(length) + " octets"));
 }
 
 /// Bytes that the driver writes behind a text.
@@ -78,7 +79,8 @@ void RowReader::Restart() {
 
 void RowReader::AskTypes() {
   for (std::size_t i = 0; i < fields_.size(); ++i) {
-    if (descriptions_[i].table.empty()) columns_[i].plan = PlanForExpression(statement_.Describe(i + 1).sqlType, statement_.Owner().Facts());
+    if (descriptions_[i].table.empty())
+      columns_[i].plan = PlanForExpression(statement_.Describe(i + 1).sqlType, statement_.Owner().Facts());
   }
 }
 
@@ -187,14 +189,14 @@ bool RowReader::JudgeBlock(std::int16_t result) {
   const std::size_t count = !untold ? told : SQL_SUCCEEDED(result) && blockRows_ == 1 ? 1 : 0;
   if (count > blockRows_ && !SQL_SUCCEEDED(result)) statement_.Raise();
   if (count > blockRows_ || (count == 0 && SQL_SUCCEEDED(result))) {
-    throw Unbelievable("un bloc de " + (untold ? std::string("lignes non comptées") : std::to_string(count) + " lignes") + " là où il y en a 1 à " +
-                       std::to_string(blockRows_));
+    throw Unbelievable("un bloc de " + (untold ? std::string("lignes non comptées") : std::to_string(count) + " lignes") +
+                       " là où il y en a 1 à " + std::to_string(blockRows_));
   }
   const auto rows = std::span(status_).first(count);
   const auto is = [](std::uint16_t wanted) { return [wanted](std::uint16_t status) { return status == wanted; }; };
   const bool someBad = std::any_of(rows.begin(), rows.end(), is(SQL_ROW_ERROR));
-  const bool someGood = std::any_of(rows.begin(), rows.end(), is(SQL_ROW_SUCCESS)) ||
-                        std::any_of(rows.begin(), rows.end(), is(SQL_ROW_SUCCESS_WITH_INFO));
+  const bool someGood =
+      std::any_of(rows.begin(), rows.end(), is(SQL_ROW_SUCCESS)) || std::any_of(rows.begin(), rows.end(), is(SQL_ROW_SUCCESS_WITH_INFO));
   if (!SQL_SUCCEEDED(result) && !(someBad && someGood)) statement_.Raise();
   if (someBad) spoilt_ = statement_.LastError();
   fetched_ = count;
@@ -243,9 +245,7 @@ Variant RowReader::Unusual(std::size_t field) {
 }
 
 /// As far as it is known without asking the driver.
-bool RowReader::HasNull(std::size_t column) const {
-  return columns_[column].bound && columns_[column].indicators[row_] == SQL_NULL_DATA;
-}
+bool RowReader::HasNull(std::size_t column) const { return columns_[column].bound && columns_[column].indicators[row_] == SQL_NULL_DATA; }
 
 /// What stands beside a column where the driver would spoil its value.
 std::optional<Variant> RowReader::FromCompanion(std::size_t field) {
@@ -290,7 +290,8 @@ std::optional<Variant> RowReader::AtHand(std::size_t field) {
 /// Half a unit of UTF-16 is none.
 void RowReader::CheckUnits(std::size_t field, std::size_t length) const {
   const std::size_t unit = columns_[field].plan.unit;
-  if (unit > 1 && length % unit != 0) throw Unbelievable("un texte du champ " + Info(field).name + " de " + std::to_string(length) + " octets");
+  if (unit > 1 && length % unit != 0)
+    throw Unbelievable("un texte du champ " + Info(field).name + " de " + std::to_string(length) + " octets");
 }
 
 /// A value is read from its beginning once only; before it is read again the driver is made to forget how far it was.
@@ -300,7 +301,7 @@ void RowReader::Rewind(std::size_t field) {
     statement_.Check(SQLSetPos(statement_.Native(), static_cast<SQLSETPOSIROW>(row_ + 1), SQL_POSITION, SQL_LOCK_NO_CHANGE));
   }
   if (std::exchange(column.touched, true)) {
-    if (statement_.Owner().Facts().backend == Backend::kSqlite) {
+    if (statement_.Owner().Facts().drainsToRewind) {
       Drain(field);
     } else {
       VisitOtherColumn(field);

@@ -19,29 +19,14 @@
 namespace tamlo::ado::odbc {
 namespace {
 
-/// The query for the counter value that the backend gave to the row inserted last on this connection; empty when it has none.
-std::string LastCounterQuery(Backend backend) {
-  switch (backend) {
-    case Backend::kSqlite:
-      return "SELECT last_insert_rowid()";
-    case Backend::kMySql:
-      return "SELECT LAST_INSERT_ID()";
-    case Backend::kPostgres:
-      return "SELECT lastval()";
-    case Backend::kSqlServer:
-      return "SELECT @@IDENTITY";
-    default:
-      return {};
-  }
-}
-
 /// Values that come in pieces can be read once only: such a row is not sent a second time.
 bool AreWhole(std::span<const Assignment> values) {
   return std::all_of(values.begin(), values.end(), [](const Assignment& value) { return std::holds_alternative<Variant>(value.value); });
 }
 
 runtime::Error ChangedByAnother(const Session& session) {
-  return {session.GeneralNumbers() ? runtime::kProviderFailure : runtime::kChangedByAnother, runtime::Describe(runtime::kChangedByAnother), "odbc"};
+  return {session.GeneralNumbers() ? runtime::kProviderFailure : runtime::kChangedByAnother, runtime::Describe(runtime::kChangedByAnother),
+          "odbc"};
 }
 
 runtime::Error SeveralRows() {
@@ -67,11 +52,6 @@ bool Resembles(const Variant& written, const Variant& stored, const FieldInfo& f
     }
   });
   return same;
-}
-
-/// What keeps others from changing the rows that a query has read, until the transaction ends.
-std::string_view LockClause(Backend backend) {
-  return backend == Backend::kMySql || backend == Backend::kPostgres || backend == Backend::kOracle ? " FOR UPDATE" : "";
 }
 
 }  // namespace
@@ -127,7 +107,7 @@ bool RowWriter::HasKey(std::span<const std::optional<Variant>> known) {
 void RowWriter::Insert(std::span<const Assignment> values) {
   std::string sql = "INSERT INTO " + table_.text;
   if (values.empty()) {
-    sql += session_->Facts().backend == Backend::kMySql ? " () VALUES ()" : " DEFAULT VALUES";
+    sql += session_->Facts().emptyRow;
   } else {
     std::string names;
     std::string marks;
@@ -185,21 +165,20 @@ void RowWriter::AddParameters(ParameterSet& parameters, const Condition& conditi
   }
 }
 
-/// A transaction of MySQL shows the rows as they were at its first reading, while statements meet them as they are: it is asked with a lock,
+/// Where a transaction shows the rows as they were at its first reading, while statements meet them as they are, it is asked with a lock,
 /// which sees them so too.
 std::int64_t RowWriter::CountRows(const Condition& condition, const RowImage& old) {
-  const bool locks = session_->Facts().backend == Backend::kMySql;
+  const DriverFacts& facts = session_->Facts();
   Statement statement(session_);
-  statement.Prepare("SELECT COUNT(*) FROM " + table_.text + condition.text + (locks ? " FOR UPDATE" : ""));
+  statement.Prepare("SELECT COUNT(*) FROM " + table_.text + condition.text + std::string(facts.showsOldRows ? facts.lockClause : ""));
   ParameterSet parameters(statement);
   AddParameters(parameters, condition, old);
   parameters.Execute();
   return statement.Fetch() ? statement.Integer(1, 0) : 0;
 }
 
-/// SQLite keeps the -1 of a statement as it stands, and the driver gives every truth value but 0 as 1.
 std::string RowWriter::Equals(std::size_t field) const {
-  const bool anyTruth = fields_[field].type == adBoolean && session_->Facts().backend == Backend::kSqlite;
+  const bool anyTruth = fields_[field].type == adBoolean && session_->Facts().keepsAnyTruth;
   return anyTruth ? "(" + Name(field) + " <> 0) = ?" : Name(field) + " = ?";
 }
 
@@ -207,26 +186,18 @@ std::string RowWriter::Equals(std::size_t field) const {
 std::string RowWriter::Comparable(std::size_t field) const {
   const std::string name = Name(field);
   if (!IsTextType(fields_[field].type)) return Equals(field);
-  switch (session_->Facts().backend) {
-    case Backend::kMySql:
-      return "CAST(CONVERT(" + name + " USING utf8mb4) AS BINARY) = ?";
-    case Backend::kPostgres:
-      // Some types have no equality; blanks at the end of a char(n) are lost as a text.
-      return columns_[field].typeName == "bpchar" || columns_[field].typeName == "char" ? name + " = ?" : "CAST(" + name + " AS TEXT) = ?";
-    case Backend::kSqlite:
-      return name + " = ? COLLATE BINARY";
-    default:
-      return name + " = ?";
-  }
+  const DriverFacts& facts = session_->Facts();
+  const std::string& type = columns_[field].typeName;
+  const bool plain = std::any_of(facts.comparedAsTheyAre.begin(), facts.comparedAsTheyAre.end(),
+                                 [&](std::string_view one) { return !one.empty() && one == type; });
+  return !plain ? std::string(facts.beforeExactText) + name + std::string(facts.afterExactText) : name + " = ?";
 }
 
 /// The old value to compare with: none for what the recordset has not read, for expressions, and for long values that are too long or that
 /// the backend cannot compare.
 std::optional<Variant> RowWriter::OldToCompare(std::size_t field, const RowImage& old) const {
   if (IsExpression(field)) return std::nullopt;
-  const Backend backend = session_->Facts().backend;
-  const bool comparesLong = backend == Backend::kSqlite || backend == Backend::kMySql || backend == Backend::kPostgres;
-  if (IsLongType(fields_[field].type) && !comparesLong) return std::nullopt;
+  if (IsLongType(fields_[field].type) && !session_->Facts().comparesLongValues) return std::nullopt;
   auto value = old.atHand(field);
   if (value && LengthOf(*value) > kLongestComparedValue) return std::nullopt;
   return value;
@@ -255,8 +226,7 @@ RowWriter::Condition RowWriter::Unchanged(Condition condition, std::span<const A
 /// Drivers and backends give some values otherwise than they store them, so that no comparison finds them: what the same way of reading gives
 /// now decides.
 bool RowWriter::ReadsAsBefore(const Condition& condition, const std::vector<std::size_t>& compared, const RowImage& old) {
-  const auto now =
-      ReadWhere(condition.text + std::string(LockClause(session_->Facts().backend)), condition.fields, old.value, compared);
+  const auto now = ReadWhere(condition.text + std::string(session_->Facts().lockClause), condition.fields, old.value, compared);
   if (!now) return false;
   for (std::size_t i = 0; i < compared.size(); ++i) {
     const auto before = OldToCompare(compared[i], old);
@@ -295,7 +265,7 @@ void RowWriter::ChangeOnce(const std::string& head, const Condition& found, std:
   if (Send(head, unchanged, values, old) == 0 && (values.empty() || CountRows(unchanged, old) != 1)) {
     if (unchanged.compared.empty()) throw ChangedByAnother(*session_);
     // Nobody comes between the reading and the writing. Elsewhere the end of a transaction might close the cursor.
-    if (!scope && !LockClause(session_->Facts().backend).empty()) scope.emplace(*session_);
+    if (!scope && !session_->Facts().lockClause.empty()) scope.emplace(*session_);
     if (!ReadsAsBefore(found, unchanged.compared, old)) throw ChangedByAnother(*session_);
     if (Send(head, found, values, old) == 0 && CountRows(found, old) != 1) throw ChangedByAnother(*session_);
   }
@@ -336,7 +306,7 @@ std::optional<std::vector<Variant>> RowWriter::ReadWhere(const std::string& cond
 }
 
 std::optional<RowWriter::Counter> RowWriter::LastCounter() {
-  const std::string query = LastCounterQuery(session_->Facts().backend);
+  const std::string_view query = session_->Facts().lastCounter;
   if (query.empty()) return std::nullopt;
   std::optional<std::size_t> field;
   for (std::size_t i = 0; i < fields_.size() && !field; ++i) {
@@ -364,10 +334,12 @@ std::optional<std::vector<Variant>> RowWriter::ReadBack(std::span<const std::opt
     if (!complete) continue;
     std::string condition;
     for (const std::size_t field : key) condition += (condition.empty() ? " WHERE " : " AND ") + Name(field) + " = ?";
-    return ReadWhere(condition, key, [&](std::size_t field) { return *known[field]; }, AllFields());
+    return ReadWhere(
+        condition, key, [&](std::size_t field) { return *known[field]; }, AllFields());
   }
   if (!counter) return std::nullopt;
-  return ReadWhere(" WHERE " + Name(counter->field) + " = ?", {counter->field}, [&](std::size_t) { return counter->value; }, AllFields());
+  return ReadWhere(
+      " WHERE " + Name(counter->field) + " = ?", {counter->field}, [&](std::size_t) { return counter->value; }, AllFields());
 }
 
 }  // namespace tamlo::ado::odbc

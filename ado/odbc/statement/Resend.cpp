@@ -13,8 +13,6 @@ namespace tamlo::ado::odbc {
 namespace {
 
 constexpr int kLongestWait = 100;  // milliseconds
-constexpr std::int32_t kDeadlock = 1213;
-constexpr std::int32_t kNotUndoneWhole = 1196;  // "Some non-transactional changed tables couldn't be rolled back"
 
 /// Between half and the whole of a time that doubles: those who met once are not to meet again.
 void Wait(int times) {
@@ -25,7 +23,8 @@ void Wait(int times) {
 
 /// The numbers of the first column that a query gives, asked past our own statements, whose failures are judged.
 template <typename Each>
-bool EachNumber(void* connection, std::u16string sql, SQLUSMALLINT column, Each&& each) {
+bool EachNumber(void* connection, std::u16string_view query, SQLUSMALLINT column, Each&& each) {
+  std::u16string sql(query);
   const Handle statement(Handle::Kind::kStatement, connection);
   if (!SQL_SUCCEEDED(SQLExecDirectW(statement.Get(), reinterpret_cast<SQLWCHAR*>(sql.data()), static_cast<SQLINTEGER>(sql.size())))) {
     return false;
@@ -40,30 +39,28 @@ bool EachNumber(void* connection, std::u16string sql, SQLUSMALLINT column, Each&
 }
 
 /// False where the connection was told to gather statements in transactions, by its connection string or by a statement.
-bool EachStatementIsAlone(void* connection) {
+bool EachStatementIsAlone(void* connection, const TransactionFacts& facts) {
   bool alone = false;
-  return EachNumber(connection, u"SELECT @@autocommit = 1 AND @@completion_type = 'NO_CHAIN'", 1,
-                    [&](SQLINTEGER value) { alone = value == 1; }) &&
-         alone;
+  return EachNumber(connection, facts.standsAlone, 1, [&](SQLINTEGER value) { alone = value == 1; }) && alone;
 }
 
 }  // namespace
 
-bool KeptSomething(void* connection) {
+bool KeptSomething(void* connection, const TransactionFacts& facts) {
   bool kept = false;
-  return !EachNumber(connection, u"SHOW WARNINGS", 2, [&](SQLINTEGER code) { kept = kept || code == kNotUndoneWhole; }) || kept;
+  return !EachNumber(connection, facts.warnings, 2, [&](SQLINTEGER code) { kept = kept || code == facts.keptInPart; }) || kept;
 }
 
-bool UndoneWhole(const runtime::Error& failure, Backend backend) {
-  return backend == Backend::kMySql && failure.SqlState() == "40001" && failure.NativeCode() == kDeadlock;
+bool UndoneWhole(const runtime::Error& failure, const TransactionFacts& facts) {
+  return facts.deadlock != 0 && failure.SqlState() == "40001" && failure.NativeCode() == facts.deadlock;
 }
 
 Resend::Resend(Session& session, bool allowed)
     : session_(session), allowed_(allowed && !session.InTransaction() && !session.MayHoldTransaction()) {}
 
 void Resend::AfterFailure(const runtime::Error& failure) {
-  if (!allowed_ || times_ == kMost || !UndoneWhole(failure, session_.Facts().backend)) throw;
-  if (session_.UndoneInPart() || !EachStatementIsAlone(session_.Connection())) throw;
+  if (!allowed_ || times_ == kMost || !UndoneWhole(failure, session_.Facts())) throw;
+  if (session_.UndoneInPart() || !EachStatementIsAlone(session_.Connection(), session_.Facts())) throw;
   Wait(++times_);
   session_.CountResent();
 }

@@ -40,10 +40,10 @@ void Resending(Session& session, bool allowed, Send&& send) {
 }
 
 /// True when the failure says that the server has undone the whole transaction of the statement, or the statement where it was alone.
-[[nodiscard]] bool UndoneWhole(const runtime::Error& failure, Backend backend);
+[[nodiscard]] bool UndoneWhole(const runtime::Error& failure, const TransactionFacts& facts);
 
 /// True when the statement that has just failed on the connection changed tables without transactions, which the server could not undo, or
 /// the server does not tell. To be asked before anything else runs there.
-[[nodiscard]] bool KeptSomething(void* connection);
+[[nodiscard]] bool KeptSomething(void* connection, const TransactionFacts& facts);
 
 }  // namespace tamlo::ado::odbc

@@ -59,7 +59,8 @@ StatementWatch& Session::Watch() {
 bool Session::IsDead() const {
   if (!open_) return true;
   SQLUINTEGER dead = SQL_CD_FALSE;
-  return SQL_SUCCEEDED(SQLGetConnectAttrW(connection_.Get(), SQL_ATTR_CONNECTION_DEAD, &dead, SQL_IS_UINTEGER, nullptr)) && dead == SQL_CD_TRUE;
+  return SQL_SUCCEEDED(SQLGetConnectAttrW(connection_.Get(), SQL_ATTR_CONNECTION_DEAD, &dead, SQL_IS_UINTEGER, nullptr)) &&
+         dead == SQL_CD_TRUE;
 }
 
 void Session::SetAutocommit(bool on) {
@@ -78,8 +79,8 @@ void Session::Begin() {
 }
 
 void Session::Judge(runtime::Error& failure) {
-  if (!UndoneWhole(failure, facts_.backend)) return;
-  undoneInPart_ = KeptSomething(Connection());
+  if (!UndoneWhole(failure, facts_)) return;
+  undoneInPart_ = KeptSomething(Connection(), facts_);
   if (!inTransaction_) return;
   transactionUndone_ = true;
   failure.WithRemark("La transaction a été annulée en entier par le serveur ; elle peut être répétée.");
@@ -94,7 +95,7 @@ void Session::RequireTransaction() const {
 }
 
 void Session::NoteText(std::string_view sql) {
-  if (facts_.backend != Backend::kMySql) return;
+  if (!facts_.textsOpenTransactions) return;
   const TransactionEffect effect = EffectOnTransaction(sql);
   if (effect != TransactionEffect::kNone) mayHoldTransaction_ = effect == TransactionEffect::kMayOpen;
 }
@@ -104,9 +105,9 @@ void Session::End(bool commit) {
   if (!inTransaction_) throw runtime::Error(runtime::kNoTransaction);
   if (commit) RequireTransaction();
   const auto result = SQLEndTran(SQL_HANDLE_DBC, Connection(), commit ? SQL_COMMIT : SQL_ROLLBACK);
-  // A commit that the server refused leaves the transaction open: the caller may still roll it back. SQLite has undone it by itself when a
-  // write failed, and then refuses the rollback.
-  const bool undone = !commit && facts_.backend == Backend::kSqlite;
+  // A commit that the server refused leaves the transaction open: the caller may still roll it back. Where a failed write has undone it
+  // already, the rollback is refused.
+  const bool undone = !commit && facts_.undoesByItself;
   if (!SQL_SUCCEEDED(result) && !undone) {
     runtime::Error failure = MakeError(ReadDiagnostics(Handle::Kind::kConnection, Connection()), {});
     Judge(failure);

@@ -64,11 +64,13 @@ runtime::Error Statement::LastError() {
     running_ = false;
     tooLate_ = session_->Watch().End();
   }
-  const bool heeded = limit_ > 0 && std::any_of(records.begin(), records.end(), [](const runtime::Diagnostic& record) {
-    return record.sqlState == "HYT00" || (record.sqlState == "57014" && record.text.find("statement timeout") != std::string::npos);
-  });
+  const bool heeded =
+      limit_ > 0 && std::any_of(records.begin(), records.end(), [](const runtime::Diagnostic& record) {
+        return record.sqlState == "HYT00" || (record.sqlState == "57014" && record.text.find("statement timeout") != std::string::npos);
+      });
   if (tooLate_ || heeded) {
-    records.insert(records.begin(), {"HYT00", 0, "L'instruction a pris plus de " + std::to_string(limit_) + " secondes : elle a été arrêtée."});
+    records.insert(records.begin(),
+                   {"HYT00", 0, "L'instruction a pris plus de " + std::to_string(limit_) + " secondes : elle a été arrêtée."});
     const std::int32_t number = session_->GeneralNumbers() ? runtime::kProviderFailure : runtime::kTimeout;
     return runtime::Error(number, records.front().text, "odbc").WithDiagnostics(std::move(records)).WithSent(sent_);
   }
@@ -175,7 +177,8 @@ bool Statement::Fetch() {
 
 bool Statement::IsScrollable() const {
   SQLULEN cursor = SQL_CURSOR_FORWARD_ONLY;
-  return SQL_SUCCEEDED(SQLGetStmtAttrW(handle_.Get(), SQL_ATTR_CURSOR_TYPE, &cursor, SQL_IS_UINTEGER, nullptr)) && cursor == SQL_CURSOR_STATIC;
+  return SQL_SUCCEEDED(SQLGetStmtAttrW(handle_.Get(), SQL_ATTR_CURSOR_TYPE, &cursor, SQL_IS_UINTEGER, nullptr)) &&
+         cursor == SQL_CURSOR_STATIC;
 }
 
 bool Statement::FetchCatalogRow() {
@@ -226,8 +229,7 @@ std::int64_t Statement::Integer(std::size_t column, std::int64_t fallback) {
 void Statement::CloseCursor() noexcept { SQLFreeStmt(handle_.Get(), SQL_CLOSE); }
 
 void Statement::FinishResults() {
-  // MariaDB's driver looks for a prepared statement where the server did not prepare any, and the program dies. There is nothing to come.
-  if (session_->Facts().backend == Backend::kMySql && MakesProgram(sent_)) return;
+  if (session_->Facts().programsHaveNoResults && MakesProgram(sent_)) return;
   for (int results = 0;; ++results) {
     if (results == kMostResults) throw Unbelievable("une instruction aux résultats sans fin");
     const auto result = SQLMoreResults(handle_.Get());
@@ -245,10 +247,11 @@ void Statement::SetAttribute(std::int32_t attribute, void* pointer) {
 }
 
 void LearnOthersDefinitions(const std::shared_ptr<Session>& session) {
-  if (session->Facts().backend != Backend::kSqlite) return;
+  const std::string_view query = session->Facts().freshDefinitions;
+  if (query.empty()) return;
   (void)runtime::IgnoringErrors([&] {
     Statement statement(session);
-    statement.ExecuteDirect("SELECT 1 FROM sqlite_master LIMIT 1");
+    statement.ExecuteDirect(query);
     (void)statement.Fetch();
   });
 }

@@ -92,15 +92,15 @@ class Statement {
   std::shared_ptr<Session> session_;  // first: the handle goes before its connection
   Handle handle_;
   std::string sent_;
-  std::int32_t limit_ = 0;    // seconds
-  bool watched_ = false;      // the session ends it, not the driver
-  bool running_ = false;      // and is watching now
-  bool tooLate_ = false;      // it was ended
+  std::int32_t limit_ = 0;  // seconds
+  bool watched_ = false;    // the session ends it, not the driver
+  bool running_ = false;    // and is watching now
+  bool tooLate_ = false;    // it was ended
   std::int64_t catalogRows_ = 0;
 };
 
-/// SQLite's driver describes tables as its connection last knew them, so that columns which another program has added would be missing in
-/// silence. A step that reads learns of them. Nothing on other backends; a failure is left to the statement that follows.
+/// Where a driver describes tables as its connection last knew them, columns which another program has added would be missing in silence: a
+/// step that reads learns of them. A failure is left to the statement that follows.
 void LearnOthersDefinitions(const std::shared_ptr<Session>& session);
 
 }  // namespace tamlo::ado::odbc

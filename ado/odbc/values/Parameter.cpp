@@ -39,7 +39,7 @@ void Append(std::vector<std::byte>& out, const T& value) {
 
 /// Drivers make anything of bytes that are no character, and some end a text at a character 0.
 void CheckCharacters(std::string_view text, const ParameterShape& shape) {
-  if (!shape.keepsNul && text.find('\0') != std::string_view::npos) {
+  if (!shape.values.keepsNul && text.find('\0') != std::string_view::npos) {
     Refuse(shape, "contient un caractère nul, que la base ne garderait pas");
   }
   unsigned char all = 0;
@@ -154,9 +154,8 @@ Moment MomentOf(const Variant& value, std::int16_t digits) {
 }
 
 /// Texts that the server itself writes for what no Date holds. It reads them again, and refuses those that mean nothing to it.
-bool IsServersOwn(std::string_view text, Backend backend) {
-  if (backend == Backend::kSqlite) return true;
-  if (backend != Backend::kPostgres) return false;
+bool IsServersOwn(std::string_view text, MomentWords words) {
+  if (words != MomentWords::kInfinite) return words == MomentWords::kAny;
   const std::string upper = runtime::UpperCase(text);
   if (upper == "INFINITY" || upper == "-INFINITY") return true;
   const auto digits = upper.find_first_not_of("0123456789");
@@ -164,10 +163,10 @@ bool IsServersOwn(std::string_view text, Backend backend) {
          upper.find_first_not_of("0123456789-+:. BC") == std::string::npos;
 }
 
-/// MariaDB without its strict mode makes other values of these, with a warning that nobody sees.
 void CheckMomentRange(const Moment& moment, const ParameterShape& shape) {
-  constexpr std::int64_t kMySqlTime = 839LL * 3600 * 1000000;
-  if (shape.backend == Backend::kMySql && !moment.hasDay && moment.microseconds >= kMySqlTime) throw Error(runtime::kOverflow);
+  constexpr std::int64_t kHour = 3600LL * 1000000;
+  const std::int64_t end = shape.values.hoursOfTime * kHour;
+  if (end != 0 && !moment.hasDay && moment.microseconds >= end) throw Error(runtime::kOverflow);
 }
 
 /// What the column keeps of it: a column of days no time, one of times no day.
@@ -182,13 +181,13 @@ void AppendMoment(const Variant& value, const ParameterShape& shape, std::vector
   if (text && !moment) {
     if (const auto date = runtime::ParseDate(*text)) moment = MomentOfDate(*date, shape.digits);
   }
-  if (text && !moment && IsServersOwn(*text, shape.backend)) {
+  if (text && !moment && IsServersOwn(*text, shape.values.momentWords)) {
     CheckCharacters(*text, shape);
     return AppendText(out, *text, shape);
   }
   if (!moment) moment = MomentOfDate(runtime::ToDate(value), shape.adoType == adDBDate ? std::int16_t{0} : shape.digits);
   // A time alone in a column of days and times stands on day 0.
-  if (!moment->hasDay && shape.adoType != adDBTime && shape.backend != Backend::kSqlite) {
+  if (!moment->hasDay && shape.adoType != adDBTime && !shape.values.keepsAnyValue) {
     if (moment->negative || moment->microseconds >= 24LL * 3600 * 1000000) throw Error(runtime::kTypeMismatch);
     moment->hasDay = true;
   }
@@ -236,19 +235,21 @@ void EncodeTimestamp(const Variant& value, const ParameterShape& shape, std::vec
   }
 }
 
-/// SQLite keeps an exact number as an integer of 64 bits or as a double, and turns it into one without a word.
-void CheckSqliteNumber(const std::string& plain, const ParameterShape& shape) {
-  if (shape.backend != Backend::kSqlite) return;
+/// Some keep an exact number as an integer of 64 bits or as a double, and turn it into one without a word.
+void CheckDecimalDigits(const std::string& plain, const ParameterShape& shape) {
+  const std::size_t most = shape.values.decimalDigits;
+  if (most == 0) return;
   std::int64_t whole = 0;
   const auto [end, error] = std::from_chars(plain.data(), plain.data() + plain.size(), whole);
   if (error == std::errc() && end == plain.data() + plain.size()) return;
   const std::string digits = SignificantDigits(plain);
-  if (digits.size() > 15) Refuse(shape, "a " + std::to_string(digits.size()) + " chiffres, et la base n'en garde que 15");
+  if (digits.size() <= most) return;
+  Refuse(shape, "a " + std::to_string(digits.size()) + " chiffres, et la base n'en garde que " + std::to_string(most));
 }
 
-/// A decimal as the backend reads it; PostgreSQL's may be none, or infinite.
+/// A decimal as the backend reads it, which may be none, or infinite.
 std::string NumberTextOf(const Variant& value, const ParameterShape& shape) {
-  if (shape.backend == Backend::kPostgres) {
+  if (shape.values.decimalsMayBeNone) {
     const auto* text = value.If<std::string>();
     const bool real = value.Is<double>() || value.Is<float>();
     const double number = real ? runtime::ToDouble(value) : 0;
@@ -258,14 +259,14 @@ std::string NumberTextOf(const Variant& value, const ParameterShape& shape) {
   }
   std::string plain = DecimalOf(value);
   if (plain.empty()) Refuse(shape, "n'est pas un nombre que la base garde");
-  CheckSqliteNumber(plain, shape);
+  CheckDecimalDigits(plain, shape);
   return plain;
 }
 
 double DoubleOf(const Variant& value, const ParameterShape& shape) {
   const double number = runtime::ToDouble(value);
-  if (std::isnan(number) && !shape.hasNan) Refuse(shape, "n'est pas un nombre, et la base n'en garde rien");
-  if (std::isinf(number) && !shape.hasInfinity) Refuse(shape, "est infinie, et la base n'en garde rien");
+  if (std::isnan(number) && !shape.values.hasNan) Refuse(shape, "n'est pas un nombre, et la base n'en garde rien");
+  if (std::isinf(number) && !shape.values.hasInfinity) Refuse(shape, "est infinie, et la base n'en garde rien");
   if (shape.adoType == adSingle && std::isfinite(number) && std::isinf(static_cast<float>(number))) throw Error(runtime::kOverflow);
   return number;
 }
@@ -302,8 +303,7 @@ ParameterShape AsciiShape(ParameterShape shape, Form form, std::int16_t sqlType)
 
 /// Digits of the fraction of a second that a column keeps.
 std::int16_t MomentDigits(const FieldInfo& field, const DriverFacts& facts) {
-  if (facts.backend == Backend::kSqlite) return 6;
-  if (facts.backend == Backend::kPostgres && field.numericScale == 255 && field.type == adDBTimeStamp) return 6;  // the server rounds
+  if (facts.keepsMomentTexts || (facts.roundsMoments && field.numericScale == 255 && field.type == adDBTimeStamp)) return 6;
   const bool told = field.type == adDBTimeStamp || (field.type == adDBTime && facts.momentsAreTexts);
   return told && field.numericScale != 255 ? field.numericScale : std::int16_t{0};
 }
@@ -311,21 +311,17 @@ std::int16_t MomentDigits(const FieldInfo& field, const DriverFacts& facts) {
 }  // namespace
 
 ParameterShape ShapeFor(const FieldInfo& field, std::int16_t sqlType, const DriverFacts& facts) {
-  const bool sqlite = facts.backend == Backend::kSqlite;
   ParameterShape shape;
   shape.adoType = field.type;
   shape.column = field.name;
-  shape.backend = facts.backend;
-  shape.keepsNul = facts.keepsNul;
-  shape.hasNan = facts.hasNan;
-  shape.hasInfinity = facts.hasInfinity;
+  shape.values = facts;
   switch (field.type) {
     case adTinyInt:
     case adUnsignedTinyInt:
     case adSmallInt:
     case adUnsignedSmallInt:
     case adInteger:
-      if (sqlite) return FixedShape(shape, Form::kBigInteger, SQL_C_SBIGINT, SQL_BIGINT, 8, 19);
+      if (facts.keepsAnyValue) return FixedShape(shape, Form::kBigInteger, SQL_C_SBIGINT, SQL_BIGINT, 8, 19);
       return FixedShape(shape, Form::kInteger, SQL_C_SLONG, SQL_INTEGER, 4, 10);
     case adUnsignedInt:
     case adBigInt:
@@ -482,8 +478,8 @@ Variant Held(const Variant& value, const ParameterShape& shape) {
       return shape.adoType == adBigInt || shape.adoType == adInteger ? Variant(whole) : value;
     }
     case Form::kDouble:
-      // SQLite keeps every number of such a column with double precision.
-      return shape.adoType == adSingle && shape.backend != Backend::kSqlite ? Variant(static_cast<float>(as(0.0))) : Variant(as(0.0));
+      // Where any value is kept, every number of such a column has double precision.
+      return shape.adoType == adSingle && !shape.values.keepsAnyValue ? Variant(static_cast<float>(as(0.0))) : Variant(as(0.0));
     case Form::kBit:
       return as(std::uint8_t{}) != 0;
     case Form::kDecimalText:
@@ -541,7 +537,8 @@ void ParameterSet::Refill(std::size_t position, const Variant& value) {
   bound.data.clear();
   Encoded(bound, value);
   // A driver that knows where the value is, and has room enough for it, reads it there anew.
-  const bool isKnown = bound.data.data() == bound.place && bound.data.size() <= bound.size && bound.shape.form != ParameterShape::Form::kBytes;
+  const bool isKnown =
+      bound.data.data() == bound.place && bound.data.size() <= bound.size && bound.shape.form != ParameterShape::Form::kBytes;
   if (!isKnown) Bind(bound, position);
 }
 

@@ -25,10 +25,7 @@ struct ParameterShape {
   std::int16_t digits = 0;
   std::int64_t limit = 0;  ///< characters or bytes that the column takes; 0 is without a limit
   std::int16_t adoType = 0;
-  Backend backend = Backend::kOther;
-  bool keepsNul = true;  ///< see DriverFacts
-  bool hasNan = true;
-  bool hasInfinity = true;
+  ValueFacts values;   ///< of the database
   std::string column;  ///< for errors
 };
 
@@ -66,8 +63,8 @@ class ParameterSet {
     ParameterShape shape;
     std::vector<std::byte> data;
     std::ptrdiff_t indicator = 0;
-    ChunkSource source;  // empty unless sent in pieces
-    bool sent = false;   // its pieces are gone
+    ChunkSource source;           // empty unless sent in pieces
+    bool sent = false;            // its pieces are gone
     const void* place = nullptr;  // as the driver knows it
     std::size_t size = 0;
   };

@@ -20,8 +20,8 @@ struct DeclaredType {
   std::int16_t type;
 };
 
-/// First words of declared types in SQLite, by their whole text.
-constexpr std::array<DeclaredType, 45> kSqliteTypes{{
+/// First words of declared types, by their whole text.
+constexpr std::array<DeclaredType, 45> kDeclaredTypes{{
     {"INT", adInteger},
     {"INTEGER", adInteger},
     {"MEDIUMINT", adInteger},
@@ -68,22 +68,22 @@ constexpr std::array<DeclaredType, 45> kSqliteTypes{{
     {"CURRENCY", adCurrency},
     {"DATETIME", adDBTimeStamp},
 }};
-constexpr std::array<DeclaredType, 6> kSqliteMoreTypes{{{"TIMESTAMP", adDBTimeStamp},
-                                                        {"DATE", adDBDate},
-                                                        {"TIME", adDBTime},
-                                                        {"GUID", adGUID},
-                                                        {"UUID", adGUID},
-                                                        {"UNIQUEIDENTIFIER", adGUID}}};
+constexpr std::array<DeclaredType, 6> kMoreDeclaredTypes{{{"TIMESTAMP", adDBTimeStamp},
+                                                          {"DATE", adDBDate},
+                                                          {"TIME", adDBTime},
+                                                          {"GUID", adGUID},
+                                                          {"UUID", adGUID},
+                                                          {"UNIQUEIDENTIFIER", adGUID}}};
 
 /// 0 for a name that is not known.
-std::int16_t SqliteType(std::string_view upperName) {
+std::int16_t DeclaredTypeOf(std::string_view upperName) {
   const std::string_view word = upperName.substr(0, upperName.find_first_of(" ("));
   const bool isUnsigned = upperName.find("UNSIGNED") != std::string_view::npos;
   if (word == "TINYINT" && isUnsigned) return adUnsignedTinyInt;
-  for (const auto& entry : kSqliteTypes) {
+  for (const auto& entry : kDeclaredTypes) {
     if (entry.word == word) return entry.type;
   }
-  for (const auto& entry : kSqliteMoreTypes) {
+  for (const auto& entry : kMoreDeclaredTypes) {
     if (entry.word == word) return entry.type;
   }
   return 0;
@@ -101,12 +101,11 @@ void ReadDeclaredSize(std::string_view name, FieldInfo& field, std::size_t& size
 
 std::int16_t TypeOf(const ColumnDescription& column, const DriverFacts& facts) {
   const std::string name = runtime::UpperCase(column.typeName);
-  if (facts.backend == Backend::kSqlite) {
-    if (const auto type = SqliteType(name)) return type;
+  if (facts.declaredTypesDecide) {
+    if (const auto type = DeclaredTypeOf(name)) return type;
   }
   if (name == "MONEY" || name == "SMALLMONEY") return adCurrency;
-  // psqlODBC shows an unlimited text as a varchar of the longest length that its settings allow.
-  if (facts.backend == Backend::kPostgres && (name == "TEXT" || name == "JSON" || name == "JSONB")) return adLongVarWChar;
+  if (facts.longTextsLookShort && (name == "TEXT" || name == "JSON" || name == "JSONB")) return adLongVarWChar;
   return ToAdoType(column.sqlType, column.isUnsigned);
 }
 
@@ -134,6 +133,44 @@ std::int16_t NumberPrecision(std::int16_t type) {
     default:
       return 255;
   }
+}
+
+struct ColumnType {
+  std::int16_t type;
+  std::string_view TypeTexts::*text;
+};
+
+/// Types for new columns; decimals, which have two sizes, apart.
+constexpr std::array<ColumnType, 25> kColumnTypes{{{adBoolean, &TypeTexts::truth},
+                                                   {adTinyInt, &TypeTexts::tiny},
+                                                   {adUnsignedTinyInt, &TypeTexts::tiny},
+                                                   {adSmallInt, &TypeTexts::small},
+                                                   {adInteger, &TypeTexts::whole},
+                                                   {adUnsignedSmallInt, &TypeTexts::whole},
+                                                   {adBigInt, &TypeTexts::big},
+                                                   {adUnsignedInt, &TypeTexts::big},
+                                                   {adSingle, &TypeTexts::single},
+                                                   {adDouble, &TypeTexts::real},
+                                                   {adCurrency, &TypeTexts::currency},
+                                                   {adDate, &TypeTexts::moment},
+                                                   {adDBTimeStamp, &TypeTexts::moment},
+                                                   {adDBDate, &TypeTexts::day},
+                                                   {adDBTime, &TypeTexts::time},
+                                                   {adGUID, &TypeTexts::guid},
+                                                   {adChar, &TypeTexts::fixedText},
+                                                   {adWChar, &TypeTexts::fixedText},
+                                                   {adVarChar, &TypeTexts::text},
+                                                   {adVarWChar, &TypeTexts::text},
+                                                   {adLongVarChar, &TypeTexts::longText},
+                                                   {adLongVarWChar, &TypeTexts::longText},
+                                                   {adBinary, &TypeTexts::bytes},
+                                                   {adVarBinary, &TypeTexts::bytes},
+                                                   {adLongVarBinary, &TypeTexts::longBytes}}};
+
+std::string DecimalText(const Column& column, const TypeTexts& types) {
+  if (column.precision <= 0 || column.precision == 255) return std::string(types.plainDecimal);
+  const auto scale = column.numericScale == 255 ? 0 : column.numericScale;
+  return std::string(types.decimal) + "(" + std::to_string(column.precision) + "," + std::to_string(scale) + ")";
 }
 
 }  // namespace
@@ -235,15 +272,13 @@ FieldInfo ToFieldInfo(const ColumnDescription& column, const DriverFacts& facts)
   std::size_t size = column.size;
   if (field.type == adNumeric) {
     field.numericScale = column.digits;
-    if (facts.backend == Backend::kSqlite) ReadDeclaredSize(column.typeName, field, size);
+    if (facts.declaredTypesDecide) ReadDeclaredSize(column.typeName, field, size);
     field.precision = static_cast<std::int16_t>(std::min<std::size_t>(size, 255));
   } else {
     field.precision = NumberPrecision(field.type);
-    // SQLite keeps the text of a moment: as many digits as were written.
     if (field.type == adDBTimeStamp || field.type == adDBTime) {
-      field.numericScale = facts.backend == Backend::kSqlite ? std::int16_t{6} : column.digits;
-      // Of an engine that speaks PostgreSQL's protocol alone its driver says 6, whatever the column keeps.
-      if (facts.backend == Backend::kPostgres && !facts.castsToText) field.numericScale = 255;
+      field.numericScale = facts.keepsMomentTexts ? std::int16_t{6} : column.digits;
+      if (!facts.tellsMomentDigits) field.numericScale = 255;
     }
   }
   if (const auto fixed = FixedSize(field.type)) {
@@ -256,64 +291,15 @@ FieldInfo ToFieldInfo(const ColumnDescription& column, const DriverFacts& facts)
   return field;
 }
 
-std::string ColumnTypeText(const Column& column, Backend backend) {
-  const bool mySql = backend == Backend::kMySql;
-  const bool sqlServer = backend == Backend::kSqlServer;
-  const bool postgres = backend == Backend::kPostgres;
-  const bool oracle = backend == Backend::kOracle;
-  const std::string size = std::to_string(column.definedSize > 0 ? column.definedSize : 255);
-  switch (column.type) {
-    case adBoolean:
-      return postgres ? "BOOLEAN" : oracle ? "NUMBER(1,0)" : mySql ? "NUMERIC(1)" : "BIT";
-    case adTinyInt:
-    case adUnsignedTinyInt:
-      return mySql ? "TINYINT UNSIGNED" : postgres ? "SMALLINT" : oracle ? "NUMBER(3,0)" : "TINYINT";
-    case adSmallInt:
-      return oracle ? "NUMBER(5,0)" : "SMALLINT";
-    case adInteger:
-    case adUnsignedSmallInt:
-      return oracle ? "NUMBER(10,0)" : "INTEGER";
-    case adBigInt:
-    case adUnsignedInt:
-      return oracle ? "NUMBER(19,0)" : "BIGINT";
-    case adSingle:
-      return mySql ? "FLOAT" : "REAL";
-    case adDouble:
-      return oracle ? "NUMBER" : sqlServer ? "FLOAT" : postgres ? "DOUBLE PRECISION" : "DOUBLE";
-    case adCurrency:
-      return sqlServer ? "MONEY" : oracle ? "NUMBER(19,4)" : backend == Backend::kSqlite ? "CURRENCY" : "DECIMAL(19,4)";
-    case adNumeric:
-    case adVarNumeric: {
-      if (column.precision <= 0 || column.precision == 255) return oracle ? "NUMBER" : "NUMERIC(18,0)";
-      const auto scale = column.numericScale == 255 ? 0 : column.numericScale;
-      return std::string(oracle ? "NUMBER(" : "NUMERIC(") + std::to_string(column.precision) + "," + std::to_string(scale) + ")";
-    }
-    case adDate:
-    case adDBTimeStamp:
-      return postgres || backend == Backend::kOther ? "TIMESTAMP" : oracle ? "DATE" : "DATETIME";
-    case adDBDate:
-      return "DATE";
-    case adDBTime:
-      return oracle ? "DATE" : "TIME";
-    case adGUID:
-      return sqlServer ? "UNIQUEIDENTIFIER" : postgres ? "UUID" : backend == Backend::kSqlite ? "GUID" : "CHAR(38)";
-    case adChar:
-    case adWChar:
-      return (sqlServer ? "NCHAR(" : "CHAR(") + size + ")";
-    case adVarChar:
-    case adVarWChar:
-      return (sqlServer ? "NVARCHAR(" : oracle ? "VARCHAR2(" : "VARCHAR(") + size + ")";
-    case adLongVarChar:
-    case adLongVarWChar:
-      return sqlServer ? "NVARCHAR(MAX)" : oracle ? "CLOB" : mySql ? "LONGTEXT" : backend == Backend::kOther ? "LONG VARCHAR" : "TEXT";
-    case adBinary:
-    case adVarBinary:
-      return postgres ? "BYTEA" : oracle ? "RAW(" + size + ")" : "VARBINARY(" + size + ")";
-    case adLongVarBinary:
-      return sqlServer ? "VARBINARY(MAX)" : postgres ? "BYTEA" : mySql ? "LONGBLOB" : "BLOB";
-    default:
-      throw runtime::Error(runtime::kInvalidArgument, "Type " + std::to_string(column.type) + " non géré");
-  }
+std::string ColumnTypeText(const Column& column, const TypeTexts& types) {
+  if (column.type == adNumeric || column.type == adVarNumeric) return DecimalText(column, types);
+  const auto found = std::find_if(kColumnTypes.begin(), kColumnTypes.end(), [&](const ColumnType& one) { return one.type == column.type; });
+  if (found == kColumnTypes.end()) throw runtime::Error(runtime::kInvalidArgument, "Type " + std::to_string(column.type) + " non géré");
+  const std::string_view text = types.*found->text;
+  const auto size = text.find('#');
+  if (size == std::string_view::npos) return std::string(text);
+  return std::string(text.substr(0, size)) + std::to_string(column.definedSize > 0 ? column.definedSize : 255) +
+         std::string(text.substr(size + 1));
 }
 
 }  // namespace tamlo::ado::odbc

@@ -9,14 +9,14 @@
 
 namespace tamlo::ado::odbc {
 
-/// The ADO description of a column as the driver describes it. On SQLite the declared type name decides, since the driver knows only some.
+/// The ADO description of a column as the driver describes it, or by its declared type name where that decides.
 [[nodiscard]] FieldInfo ToFieldInfo(const ColumnDescription& column, const DriverFacts& facts);
 
 /// The ADO type of an ODBC type.
 [[nodiscard]] std::int16_t ToAdoType(std::int16_t sqlType, bool isUnsigned);
 
 /// The backend's type for a new column, such as "VARCHAR(20)". Error 5 "Type n non géré" for a code that has none.
-[[nodiscard]] std::string ColumnTypeText(const Column& column, Backend backend);
+[[nodiscard]] std::string ColumnTypeText(const Column& column, const TypeTexts& types);
 
 /// Bytes that a value of a fixed-length type takes, as ADO's DefinedSize gives it; 0 for the other types.
 [[nodiscard]] std::int64_t FixedSize(std::int16_t type);

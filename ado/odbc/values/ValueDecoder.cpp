@@ -54,10 +54,10 @@ struct TimeOfDay {
 
 /// MariaDB's zero date and days that no Date holds are texts; what no server has is a driver's invention.
 Variant FromTimestamp(Moment moment, const TimeOfDay& time) {
-  if (moment.month < 0 || moment.month > 12 || moment.day < 0 || moment.day > 31 || time.hour > 24 || time.minute > 59 || time.second > 61 ||
-      time.nanoseconds >= 1'000'000'000) {
-    throw Unbelievable("une date de mois " + std::to_string(moment.month) + ", jour " + std::to_string(moment.day) + ", " + std::to_string(time.hour) +
-                       " h " + std::to_string(time.minute) + " min " + std::to_string(time.second) + " s");
+  if (moment.month < 0 || moment.month > 12 || moment.day < 0 || moment.day > 31 || time.hour > 24 || time.minute > 59 ||
+      time.second > 61 || time.nanoseconds >= 1'000'000'000) {
+    throw Unbelievable("une date de mois " + std::to_string(moment.month) + ", jour " + std::to_string(moment.day) + ", " +
+                       std::to_string(time.hour) + " h " + std::to_string(time.minute) + " min " + std::to_string(time.second) + " s");
   }
   moment.microseconds = ((time.hour * 60LL + time.minute) * 60 + time.second) * 1'000'000 + time.nanoseconds / 1000;
   if (const auto date = DateOfMoment(moment)) return *date;
@@ -307,12 +307,11 @@ Variant FromText(const FetchPlan& plan, const FieldInfo& field, std::string_view
 constexpr std::size_t kMomentBytes = 48;  // "infinity", "294276-12-31 23:59:59.999999", "0044-03-15 00:00:00 BC" and their zones
 
 FetchPlan PlanFor(const FieldInfo& field, const DriverFacts& facts) {
-  const bool anyValue = facts.backend == Backend::kSqlite;
+  const bool anyValue = facts.keepsAnyValue;
   switch (field.type) {
     case adBoolean:
       if (anyValue) return Text(Form::kBooleanText, 16, facts);
-      // MariaDB's driver 3.1.15, fetching single rows as SQL_C_BIT, gives null for ever once it has given one.
-      return Fixed(Form::kBit, facts.backend == Backend::kMySql ? SQL_C_UTINYINT : SQL_C_BIT, 1);
+      return Fixed(Form::kBit, facts.bitsAreNumbers ? SQL_C_UTINYINT : SQL_C_BIT, 1);
     case adUnsignedTinyInt:
     case adTinyInt:
     case adSmallInt:
@@ -423,7 +422,8 @@ Variant Decode(const FetchPlan& plan, const FieldInfo& field, const std::byte* d
       return static_cast<float>(As<double>(data));
     case Form::kTimestamp: {
       const auto stamp = As<SQL_TIMESTAMP_STRUCT>(data);
-      return FromTimestamp({true, true, false, stamp.year, stamp.month, stamp.day, 0}, {stamp.hour, stamp.minute, stamp.second, stamp.fraction});
+      return FromTimestamp({true, true, false, stamp.year, stamp.month, stamp.day, 0},
+                           {stamp.hour, stamp.minute, stamp.second, stamp.fraction});
     }
     case Form::kDate: {
       const auto date = As<SQL_DATE_STRUCT>(data);

@@ -1,0 +1,83 @@
+#include <cstdlib>
+
+#include "ado/odbc/facts/Drivers.h"
+
+namespace tamlo::ado::odbc {
+namespace {
+
+void Reads(DriverFacts& facts) {
+  // An unlimited text is shown as a varchar of the longest length that the driver's settings allow.
+  facts.longTextsLookShort = true;
+  facts.roundsMoments = true;
+}
+
+void Writes(DriverFacts& facts) {
+  facts.lastCounter = "SELECT lastval()";
+  facts.lockClause = " FOR UPDATE";
+  facts.comparesLongValues = true;
+  facts.beforeExactText = "CAST(";
+  facts.afterExactText = " AS TEXT) = ?";
+  // Blanks at the end of a char(n) are lost as a text.
+  facts.comparedAsTheyAre = {"bpchar", "char"};
+  facts.batch = BatchMethod::kMultiRowValues;
+  facts.batchRows = 200;
+  facts.batchParameters = 1600;
+}
+
+void Keeps(DriverFacts& facts) {
+  facts.keepsNul = false;  // a text ends there
+  facts.decimalsMayBeNone = true;
+  facts.momentWords = MomentWords::kInfinite;
+}
+
+void Defines(DriverFacts& facts) {
+  facts.types.truth = "BOOLEAN";
+  facts.types.tiny = "SMALLINT";
+  facts.types.real = "DOUBLE PRECISION";
+  facts.types.guid = "UUID";
+  facts.types.longText = "TEXT";
+  facts.types.bytes = "BYTEA";
+  facts.types.longBytes = "BYTEA";
+  facts.types.counter = "SERIAL";
+  facts.trueText = "TRUE";
+  facts.falseText = "FALSE";
+  facts.foldsNames = true;
+  facts.renamesTables = true;
+  facts.listsAllColumns = true;
+}
+
+/// What PostgreSQL's own server alone does: "value::text" is its text of a value.
+void OwnServer(DriverFacts& facts) {
+  // "infinity", years from 10000 and before Christ are other days in the driver's structures (EveryValue.*).
+  facts.momentsAreTexts = true;
+  facts.serverForms = ServerForms::kCasts;
+  facts.callOutputs = CallOutputs::kOnlyRow;  // OutputParameters.*
+  // A longer name is cut and goes by another one (CatalogKeys.KeepTheirWholeNameOrAreRefused).
+  facts.longestName = 63;
+  // INFORMATION_SCHEMA shows only the owner the text.
+  facts.viewsQuery =
+      "SELECT schemaname, viewname, definition FROM pg_catalog.pg_views WHERE schemaname NOT IN ('pg_catalog', 'information_schema')";
+}
+
+/// What engines that speak its protocol (H2 among them) do otherwise: DialectCatalog.*.
+void OtherServer(DriverFacts& facts) {
+  // The driver says 6, whatever the column keeps.
+  facts.tellsMomentDigits = false;
+  // The driver asks for them in a way that PostgreSQL's own server alone understands.
+  facts.asksDriverForForeignKeys = false;
+}
+
+}  // namespace
+
+// psqlODBC 13.02 against PostgreSQL 15.
+void LearnPostgres(DriverFacts& facts, const DriverAnswers& driver) {
+  Reads(facts);
+  Writes(facts);
+  Keeps(facts);
+  Defines(facts);
+  // The others say that they are of version 8.
+  const bool isOwn = std::atoi(driver.Text(DriverAnswers::Question::kVersion).c_str()) >= 9;
+  isOwn ? OwnServer(facts) : OtherServer(facts);
+}
+
+}  // namespace tamlo::ado::odbc
