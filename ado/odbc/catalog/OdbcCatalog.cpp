@@ -200,29 +200,32 @@ void OdbcCatalog::Run(const std::string& sql) {
   statement.ExecuteDirect(sql);
 }
 
+/// Whether the columns to which a key of the new table refers are a key or a unique index of theirs.
+bool OdbcCatalog::HasUniqueTarget(Table& table, const Key& key) {
+  std::vector<std::string> related;
+  for (const KeyColumn& column : key.columns) related.push_back(column.relatedColumn);
+  const auto isUnique = [&](const Index& index) { return (index.unique || index.primaryKey) && SameColumns(index, related); };
+  if (key.relatedTable != table.Name()) {
+    const std::vector<Index> indexes = Indexes(key.relatedTable);
+    return std::any_of(indexes.begin(), indexes.end(), isUnique);
+  }
+  // A counter is the primary key.
+  if (related.size() == 1 && IsCounter(table.ColumnNamed(related[0]))) return true;
+  const auto& keys = table.Keys();
+  const auto isKey = [&](const Key& own) {
+    Index index;
+    for (const KeyColumn& column : own.columns) index.columns.emplace_back().name = column.name;
+    return own.type != adKeyForeign && SameColumns(index, related);
+  };
+  return std::any_of(table.Indexes().begin(), table.Indexes().end(), isUnique) || std::any_of(keys.begin(), keys.end(), isKey);
+}
+
 void OdbcCatalog::RequireUniqueTargets(Table& table) {
   if (!session_->Facts().keepsKeysToNothing) return;
   for (const Key& key : table.Keys()) {
-    if (key.type != adKeyForeign) continue;
-    std::vector<std::string> related;
-    for (const KeyColumn& column : key.columns) related.push_back(column.relatedColumn);
-    const bool same = key.relatedTable == table.Name();
-    // A counter is the primary key.
-    const PropertyMap* counter = same && related.size() == 1 ? &table.ColumnNamed(related[0]).properties : nullptr;
-    bool unique = counter != nullptr && counter->Has("AutoIncrement") && counter->Item("AutoIncrement") == Variant(true);
-    for (const Index& index : same ? table.Indexes() : Indexes(key.relatedTable)) {
-      unique = unique || ((index.unique || index.primaryKey) && SameColumns(index, related));
-    }
-    for (const Key& own : same ? table.Keys() : std::vector<Key>()) {
-      Index index;
-      for (const KeyColumn& column : own.columns) index.columns.emplace_back().name = column.name;
-      unique = unique || (own.type != adKeyForeign && SameColumns(index, related));
-    }
-    if (!unique) {
-      throw runtime::Error(runtime::kProviderFailure,
-                           "La clé " + key.name + " se rapporte à des champs de " + key.relatedTable + " sans clé ni index unique.",
-                           "odbc");
-    }
+    if (key.type != adKeyForeign || HasUniqueTarget(table, key)) continue;
+    throw runtime::Error(runtime::kProviderFailure,
+                         "La clé " + key.name + " se rapporte à des champs de " + key.relatedTable + " sans clé ni index unique.", "odbc");
   }
 }
 

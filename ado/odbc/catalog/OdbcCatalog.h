@@ -45,9 +45,10 @@ class OdbcCatalog final : public ProviderCatalog {
   [[nodiscard]] std::map<std::string, std::vector<Column>> ReadColumns(const std::string& table);
   [[nodiscard]] std::string SchemaOf(const std::string& table);
   void Run(const std::string& sql);
-  /// Error -2147467259 for a foreign key that refers to what is not unique, where the backend would find out with the first row (SQLite).
+  /// Error -2147467259 for a foreign key that refers to what is not unique, where the backend would find out with the first row.
   void RequireUniqueTargets(Table& table);
-  /// The foreign key among these that the table was given and does not have, or none: MySQL passes over those of tables whose engine has none.
+  [[nodiscard]] bool HasUniqueTarget(Table& table, const Key& key);
+  /// The foreign key among these that the table was given and does not have, or none: some backends pass over those of tables whose engine has none.
   [[nodiscard]] std::optional<std::string> LostKey(const std::string& table, const std::vector<Key>& keys);
 
   std::shared_ptr<Session> session_;

@@ -10,10 +10,6 @@
 namespace tamlo::ado::odbc {
 namespace {
 
-bool IsCounter(const Column& column) {
-  return column.properties.Has("AutoIncrement") && column.properties.Item("AutoIncrement") == Variant(true);
-}
-
 /// A text literal of the backend out of one between quotes of one or the other kind, of which doubled ones stand for themselves; empty for
 /// what is none.
 std::string TextLiteral(std::string_view text, const CatalogFacts& facts) {
@@ -109,6 +105,10 @@ std::string ConstraintText(const Session& session, const Key& key) {
 }
 
 }  // namespace
+
+bool IsCounter(const Column& column) {
+  return column.properties.Has("AutoIncrement") && column.properties.Item("AutoIncrement") == Variant(true);
+}
 
 std::string CreateTableText(const Session& session, Table& table) {
   std::string parts;

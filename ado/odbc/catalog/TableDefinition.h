@@ -7,6 +7,9 @@
 
 namespace tamlo::ado::odbc {
 
+/// Whether a column is marked as a counter.
+[[nodiscard]] bool IsCounter(const Column& column);
+
 /// Statements that define tables in plain SQL of the session's backend. Names stand as they are given, quoted. A column's property "Default"
 /// is carried where it is a number, a text between single or double quotes, a truth value, NULL or Now(); any other one, and that of a counter,
 /// is error -2147467259.

@@ -18,7 +18,7 @@
 #include "ado/odbc/statement/SqlText.h"
 #include "ado/odbc/statement/Statement.h"
 #include "ado/odbc/values/CommandParameters.h"
-#include "ado/odbc/values/Parameter.h"
+#include "ado/odbc/values/ParameterSet.h"
 #include "ado/odbc/values/TypeMap.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"

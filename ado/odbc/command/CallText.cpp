@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "ado/odbc/driver/NativeHeaders.h"
-#include "ado/odbc/values/Parameter.h"
+#include "ado/odbc/values/Encode.h"
 #include "ado/odbc/values/ValueDecoder.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"

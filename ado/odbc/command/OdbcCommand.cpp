@@ -4,7 +4,7 @@
 
 #include "ado/odbc/statement/Resend.h"
 #include "ado/odbc/statement/SqlText.h"
-#include "ado/odbc/values/Parameter.h"
+#include "ado/odbc/values/ParameterSet.h"
 #include "runtime/Error.h"
 
 namespace tamlo::ado::odbc {

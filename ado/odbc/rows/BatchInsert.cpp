@@ -9,6 +9,8 @@
 #include "ado/odbc/driver/WideText.h"
 #include "ado/odbc/statement/Resend.h"
 #include "ado/odbc/statement/SqlText.h"
+#include "ado/odbc/values/Encode.h"
+#include "ado/odbc/values/ParameterSet.h"
 #include "ado/odbc/values/TypeMap.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
@@ -354,17 +356,51 @@ bool BatchInsert::SendBatch(std::size_t rows) {
   return stored;
 }
 
-/// The same once. The server's having undone the whole transaction is raised: pieces would meet the same, or a caller's transaction is gone.
-/// Where a failed batch cannot be undone, the rows that it has stored are let go: they stand before the refused one, and the table knows how
-/// many it holds without counting them.
+/// The rows of the table where a failed batch would leave some of its own.
+std::optional<std::int64_t> BatchInsert::CountWhereKept() {
+  std::optional<std::int64_t> count;
+  (void)runtime::IgnoringErrors([&] {
+    if (KeepsRowsOfFailedBatches()) count = CountRows();
+  });
+  return count;
+}
+
+bool BatchInsert::ExecuteBatch(std::size_t rows) {
+  const std::size_t written = method_ == BatchMethod::kMultiRowValues ? rows : 1;
+  if (!batch_ || preparedRows_ != written) {
+    batch_.emplace(session_);
+    batch_->Prepare(InsertText(written));
+    preparedRows_ = written;
+    bound_ = false;
+  }
+  return method_ == BatchMethod::kArray ? ExecuteArray(*batch_, rows) : ExecuteRows(*batch_, rows);
+}
+
+/// Raises the failure of a batch behind which nothing may be sent in pieces: the server has undone the whole transaction, where pieces would
+/// meet the same or a caller's transaction is gone, or the connection is lost.
+void BatchInsert::RaiseWhatEnds(const runtime::Error& failure, bool outer, bool stored, bool counted, std::size_t rows) {
+  const bool undone = UndoneWhole(failure, session_->Facts());
+  if (undone && outer) pending_ = 0;
+  if (undone && !counted) throw runtime::Error(failure);
+  // A commit whose answer was lost may have been heard. Where a batch can be undone, one that was not committed is not there.
+  const bool mayStay = (stored && !outer) || keepsRows_.value_or(true) || !session_->Facts().undoesBatches;
+  if (IsLost(failure) || (!outer && session_->InTransaction())) Lose(failure, mayStay ? rows : 0);
+}
+
+/// Lets the rows go that a failed batch has stored: they stand before the refused one, and the table knows how many it holds without counting
+/// them.
+void BatchInsert::DropKept(std::int64_t before, std::size_t rows) {
+  std::int64_t kept = 0;
+  (void)runtime::IgnoringErrors([&] { kept = CountRows() - before; });
+  if (kept > 0) DropStored(std::min(static_cast<std::size_t>(kept), rows));
+}
+
+/// The same once.
 bool BatchInsert::TryBatch(std::size_t rows) {
   waited_ = false;
   const bool outer = session_->InTransaction();
   if (outer && session_->Facts().savepoint.empty()) return false;
-  std::optional<std::int64_t> before;
-  (void)runtime::IgnoringErrors([&] {
-    if (KeepsRowsOfFailedBatches()) before = CountRows();
-  });
+  const std::optional<std::int64_t> before = CountWhereKept();
   std::optional<Savepoint> savepoint;
   std::optional<TransactionScope> scope;
   std::optional<runtime::Error> failure;
@@ -372,14 +408,7 @@ bool BatchInsert::TryBatch(std::size_t rows) {
   try {
     if (outer) savepoint.emplace(session_);
     scope.emplace(*session_);
-    const std::size_t written = method_ == BatchMethod::kMultiRowValues ? rows : 1;
-    if (!batch_ || preparedRows_ != written) {
-      batch_.emplace(session_);
-      batch_->Prepare(InsertText(written));
-      preparedRows_ = written;
-      bound_ = false;
-    }
-    stored = method_ == BatchMethod::kArray ? ExecuteArray(*batch_, rows) : ExecuteRows(*batch_, rows);
+    stored = ExecuteBatch(rows);
     if (stored) scope->Commit();
   } catch (const runtime::Error& error) {
     waited_ = IsLockTimeout(error);
@@ -391,18 +420,9 @@ bool BatchInsert::TryBatch(std::size_t rows) {
   }
   scope.reset();
   batch_.reset();
-  const bool undone = failure && UndoneWhole(*failure, session_->Facts());
-  if (undone && outer) pending_ = 0;
-  if (undone && !before) throw runtime::Error(*failure);
-  // A commit whose answer was lost may have been heard. Where a batch can be undone, one that was not committed is not there.
-  const bool mayStay = (stored && !outer) || keepsRows_.value_or(true) || !session_->Facts().undoesBatches;
-  if (failure && (IsLost(*failure) || (!outer && session_->InTransaction()))) Lose(*failure, mayStay ? rows : 0);
+  if (failure) RaiseWhatEnds(*failure, outer, stored, before.has_value(), rows);
   if (savepoint) savepoint->Undo();
-  if (before) {
-    std::int64_t kept = 0;
-    (void)runtime::IgnoringErrors([&] { kept = CountRows() - *before; });
-    if (kept > 0) DropStored(std::min(static_cast<std::size_t>(kept), rows));
-  }
+  if (before) DropKept(*before, rows);
   return false;
 }
 

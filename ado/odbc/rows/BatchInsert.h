@@ -10,7 +10,7 @@
 
 #include "ado/Provider.h"
 #include "ado/odbc/statement/Statement.h"
-#include "ado/odbc/values/Parameter.h"
+#include "ado/odbc/values/ParameterShape.h"
 
 namespace tamlo::ado::odbc {
 
@@ -50,6 +50,10 @@ class BatchInsert final : public ProviderBulkInsert {
   void Grow(Column& column, std::size_t bytes);
   [[nodiscard]] bool SendBatch(std::size_t rows);
   [[nodiscard]] bool TryBatch(std::size_t rows);
+  [[nodiscard]] bool ExecuteBatch(std::size_t rows);
+  void RaiseWhatEnds(const runtime::Error& failure, bool outer, bool stored, bool counted, std::size_t rows);
+  void DropKept(std::int64_t before, std::size_t rows);
+  [[nodiscard]] std::optional<std::int64_t> CountWhereKept();
   [[nodiscard]] bool ExecuteArray(Statement& statement, std::size_t rows);
   [[nodiscard]] bool ExecuteRows(Statement& statement, std::size_t rows);
   void SendRowByRow(std::size_t rows);
@@ -80,12 +84,12 @@ class BatchInsert final : public ProviderBulkInsert {
   std::size_t slots_ = 1;     // rows for which there is room so far
   std::size_t held_ = 0;      // rows held back
   std::size_t heldBytes_ = 0;
-  std::int64_t refused_ = 0;  // row that the last error refused
-  std::int64_t before_ = 0;  // rows that are none of ours, in the numbers of errors
-  std::int64_t done_ = 0;    // rows before the held ones
-  std::int64_t kept_ = 0;    // of them, stored outside of a transaction of the caller's
-  std::int64_t pending_ = 0;  // of them, stored inside one
-  std::size_t inDoubt_ = 0;   // rows that may be there besides
+  std::int64_t refused_ = 0;            // row that the last error refused
+  std::int64_t before_ = 0;             // rows that are none of ours, in the numbers of errors
+  std::int64_t done_ = 0;               // rows before the held ones
+  std::int64_t kept_ = 0;               // of them, stored outside of a transaction of the caller's
+  std::int64_t pending_ = 0;            // of them, stored inside one
+  std::size_t inDoubt_ = 0;             // rows that may be there besides
   std::optional<runtime::Error> lost_;  // with which the connection went
   bool defaultsKnown_ = false;
   std::optional<bool> keepsRows_;   // the table has no transactions: rows of a failed batch stay

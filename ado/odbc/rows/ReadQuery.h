@@ -7,7 +7,7 @@
 
 #include "ado/odbc/facts/DriverFacts.h"
 #include "ado/odbc/statement/Statement.h"
-#include "ado/odbc/values/ValueDecoder.h"
+#include "ado/odbc/values/FetchPlan.h"
 
 namespace tamlo::ado::odbc {
 
@@ -21,11 +21,12 @@ enum class ReadMode {
 struct ReadPlan {
   static constexpr std::size_t kNone = SIZE_MAX;
 
-  std::string sql;                      ///< to be executed in the query's place, in the same order; empty: the query itself
-  std::vector<FetchPlan> forms;         ///< of the result columns: those of the query, then the companions
-  std::vector<std::size_t> companions;  ///< for each column the one that holds its value where the driver would spoil it (else null), or kNone
-  bool singly = false;                  ///< neither in blocks nor into bound buffers
-  bool asksTypes = false;               ///< forms of expressions are known only once the query is executed (SQLite)
+  std::string sql;               ///< to be executed in the query's place, in the same order; empty: the query itself
+  std::vector<FetchPlan> forms;  ///< of the result columns: those of the query, then the companions
+  std::vector<std::size_t>
+      companions;          ///< for each column the one that holds its value where the driver would spoil it (else null), or kNone
+  bool singly = false;     ///< neither in blocks nor into bound buffers
+  bool asksTypes = false;  ///< forms of expressions are known only once the query is executed (SQLite)
 };
 
 /// The plan for a query with these columns.
@@ -33,7 +34,7 @@ struct ReadPlan {
 /// What the drivers spoil, measured with psqlODBC 13.02 and libsqliteodbc 0.9998: PostgreSQL's days before the year 1, from the year 10000 on and
 /// "infinity" (other days, by every C type), amounts in the server's currency format; SQLite's reals (15 digits), texts behind a character 0,
 /// numbers and bytes in columns of another type.
-[[nodiscard]] ReadPlan PlanReading(const std::string& sql, const std::vector<FieldInfo>& fields, const std::vector<ColumnDescription>& columns,
-                                   const Session& session, ReadMode mode);
+[[nodiscard]] ReadPlan PlanReading(const std::string& sql, const std::vector<FieldInfo>& fields,
+                                   const std::vector<ColumnDescription>& columns, const Session& session, ReadMode mode);
 
 }  // namespace tamlo::ado::odbc

@@ -11,6 +11,7 @@
 #include "ado/odbc/rows/RowReader.h"
 #include "ado/odbc/statement/Resend.h"
 #include "ado/odbc/statement/SqlText.h"
+#include "ado/odbc/values/Encode.h"
 #include "ado/odbc/values/TypeMap.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"

@@ -10,7 +10,7 @@
 #include "ado/Provider.h"
 #include "ado/odbc/catalog/BaseTable.h"
 #include "ado/odbc/statement/Statement.h"
-#include "ado/odbc/values/Parameter.h"
+#include "ado/odbc/values/ParameterSet.h"
 
 namespace tamlo::ado::odbc {
 
@@ -20,9 +20,9 @@ class RowWriter {
   using ValueOf = std::function<Variant(std::size_t field)>;
   /// The current row as the recordset knows it.
   struct RowImage {
-    ValueOf value;                                                 ///< by which the row is found
+    ValueOf value;                                                    ///< by which the row is found
     std::function<std::optional<Variant>(std::size_t field)> atHand;  ///< what was read of a field; none when it was not
-    std::function<bool(std::size_t field)> written;                ///< it is a value that was written and may stand there in another form
+    std::function<bool(std::size_t field)> written;  ///< it is a value that was written and may stand there in another form
   };
 
   /// fields and columns must outlive the writer; tableText is the table as statements name it.
@@ -53,9 +53,9 @@ class RowWriter {
 
  private:
   struct Condition {
-    std::string text;                 // " WHERE ..."
-    std::vector<std::size_t> fields;  // whose values are parameters, in order
-    bool identifies = false;          // a key: no two rows can meet it
+    std::string text;                   // " WHERE ..."
+    std::vector<std::size_t> fields;    // whose values are parameters, in order
+    bool identifies = false;            // a key: no two rows can meet it
     std::vector<std::size_t> compared;  // fields that are only compared, because they are to change
   };
 

@@ -7,7 +7,7 @@
 #include "ado/Provider.h"
 #include "ado/odbc/facts/DriverFacts.h"
 #include "ado/odbc/statement/Statement.h"
-#include "ado/odbc/values/ValueDecoder.h"
+#include "ado/odbc/values/FetchPlan.h"
 
 namespace tamlo::ado::odbc {
 

@@ -61,7 +61,8 @@ BoundTexts::BoundTexts(std::string_view text, const DriverFacts& facts) {
   sql_ = facts.keepsWideStatements ? std::string(text) : WithoutWideLiterals(text, literals_, &marksBefore_);
 }
 
-void BoundTexts::AddTo(ParameterSet& set, Statement& statement, std::span<const ado::Parameter> parameters, const DriverFacts& facts) const {
+void BoundTexts::AddTo(ParameterSet& set, Statement& statement, std::span<const ado::Parameter> parameters,
+                       const DriverFacts& facts) const {
   const std::optional<std::size_t> marks = MarksOf(statement);
   const std::size_t wanted = marks.value_or(0) - std::min(marks.value_or(0), literals_.size());
   if (marks && wanted != parameters.size()) {

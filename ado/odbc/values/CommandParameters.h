@@ -10,7 +10,7 @@
 #include "ado/Command.h"
 #include "ado/odbc/facts/DriverFacts.h"
 #include "ado/odbc/statement/Statement.h"
-#include "ado/odbc/values/Parameter.h"
+#include "ado/odbc/values/ParameterSet.h"
 
 namespace tamlo::ado::odbc {
 

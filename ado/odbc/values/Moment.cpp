@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::int64_t kSecond = 1'000'000;
 constexpr std::int64_t kDay = 86'400 * kSecond;
-constexpr double kMicrosecondDays = 65536;  // beyond, the step of a double is more than half a microsecond
+constexpr double kMicrosecondDays = 65536;   // beyond, the step of a double is more than half a microsecond
 constexpr std::int64_t kDayOfEpoch = 25569;  // serial day of 1970-01-01
 
 /// Reads a text from left to right.

@@ -31,15 +31,6 @@ T As(const std::byte* data) {
   return value;
 }
 
-FetchPlan Fixed(Form form, std::int16_t nativeType, std::size_t size) { return {form, nativeType, size, 0}; }
-/// A text of at most so many characters; 0 when it is to be read in pieces. Four bytes for each character, and the terminator.
-FetchPlan Text(Form form, std::int64_t characters, const DriverFacts& facts) {
-  const std::size_t unit = facts.narrowIsUtf8 ? 1 : sizeof(char16_t);
-  const bool bound = characters > 0 && characters <= kLongestBoundText;
-  return {form, facts.narrowIsUtf8 ? std::int16_t{SQL_C_CHAR} : std::int16_t{SQL_C_WCHAR},
-          bound ? static_cast<std::size_t>(characters) * 4 + unit : 0, unit};
-}
-
 std::string TextOf(const FetchPlan& plan, const std::byte* data, std::size_t length) {
   if (plan.unit == 1) return {reinterpret_cast<const char*>(data), length};
   return ToUtf8(reinterpret_cast<const char16_t*>(data), length / sizeof(char16_t));
@@ -127,7 +118,8 @@ Variant CurrencyOf(const std::string& plain) {
   return runtime::Currency{*whole};
 }
 
-Variant FromText(const FetchPlan& plan, const FieldInfo& field, std::string_view text);
+Variant GuidOf(std::string_view text);
+bool TruthOf(std::string_view text);
 
 /// A text that no server writes for a day or a time stays one: it is never guessed at.
 Variant MomentValue(std::string_view text) {
@@ -230,9 +222,9 @@ Variant FromLiteral(const FieldInfo& field, std::string_view literal) {
   std::string text = Unquoted(literal);
   switch (field.type) {
     case adBoolean:
-      return FromText({Form::kBooleanText, 0, 0, 1}, field, text);
+      return TruthOf(text);
     case adGUID:
-      return FromText({Form::kGuidText, 0, 0, 1}, field, text);
+      return GuidOf(text);
     default:
       return text;
   }
@@ -246,153 +238,91 @@ Variant FromHex(std::string_view hex) {
   return std::string(reinterpret_cast<const char*>(bytes->data()), bytes->size());
 }
 
+Variant GuidOf(std::string_view text) {
+  const bool braces = text.starts_with('{');
+  if (text.size() != (braces ? 38U : 36U)) return text;
+  return runtime::Guid{runtime::UpperCase(braces ? std::string(text) : "{" + std::string(text) + "}")};
+}
+
+bool TruthOf(std::string_view text) {
+  if (const auto number = Real(text)) return *number != 0;
+  const std::string upper = runtime::UpperCase(text);
+  return upper == "T" || upper == "TRUE" || upper == "Y" || upper == "YES";
+}
+
+Variant SingleOf(std::string_view text) {
+  float number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error == std::errc() && end == text.data() + text.size()) return number;
+  return text;
+}
+
+Variant DecimalOf(std::string_view text) {
+  std::string plain = PlainDecimal(text);
+  if (plain.empty()) return text;
+  return runtime::Decimal{std::move(plain)};
+}
+
+Variant AmountOf(std::string_view text) {
+  const std::string plain = PlainDecimal(text);
+  return plain.empty() ? Variant(text) : CurrencyOf(plain);
+}
+
+Variant FromScaledLiteral(const FieldInfo& field, std::string_view text) {
+  if (const auto scaled = WholeNumber(text)) return RealOf(FromTenThousandths(*scaled), field.type);
+  return FromLiteral(field, text);
+}
+
+/// In a column of texts a number is one too.
+Variant FromLiteralText(const FieldInfo& field, std::string_view text) {
+  Variant value = FromLiteral(field, text);
+  const bool number = !text.starts_with('\'') && !text.starts_with('X') && !value.IsNull();
+  return number ? Variant(DigitsOf(text)) : value;
+}
+
+Variant IntegerOf(const FieldInfo& field, std::string_view text) {
+  const auto number = WholeNumber(text);
+  return number ? CheckedInteger(*number, IsTextType(field.type) ? std::int16_t{adInteger} : field.type) : Variant(text);
+}
+
+Variant DoubleOf(std::string_view text) {
+  const auto number = Real(text);
+  return number ? Variant(*number) : Variant(text);
+}
+
 Variant FromText(const FetchPlan& plan, const FieldInfo& field, std::string_view text) {
   switch (plan.form) {
-    case Form::kDecimalText: {
-      std::string plain = PlainDecimal(text);
-      if (plain.empty()) return text;
-      return runtime::Decimal{std::move(plain)};
-    }
-    case Form::kCurrencyText: {
-      const std::string plain = PlainDecimal(text);
-      if (plain.empty()) return text;
-      return CurrencyOf(plain);
-    }
-    case Form::kGuidText: {
-      const bool braces = text.starts_with('{');
-      if (text.size() != (braces ? 38U : 36U)) return text;
-      return runtime::Guid{runtime::UpperCase(braces ? std::string(text) : "{" + std::string(text) + "}")};
-    }
-    case Form::kBooleanText: {
-      if (const auto number = Real(text)) return *number != 0;
-      const std::string upper = runtime::UpperCase(text);
-      return upper == "T" || upper == "TRUE" || upper == "Y" || upper == "YES";
-    }
+    case Form::kDecimalText:
+      return DecimalOf(text);
+    case Form::kCurrencyText:
+      return AmountOf(text);
+    case Form::kGuidText:
+      return GuidOf(text);
+    case Form::kBooleanText:
+      return TruthOf(text);
     case Form::kDateText:
     case Form::kMomentText:
       return MomentValue(text);
     case Form::kLiteral:
       return FromLiteral(field, text);
     case Form::kScaledLiteral:
-      if (const auto scaled = WholeNumber(text)) return RealOf(FromTenThousandths(*scaled), field.type);
-      return FromLiteral(field, text);
-    case Form::kLiteralText: {
-      Variant value = FromLiteral(field, text);
-      const bool number = !text.starts_with('\'') && !text.starts_with('X') && !value.IsNull();
-      return number ? Variant(DigitsOf(text)) : value;
-    }
+      return FromScaledLiteral(field, text);
+    case Form::kLiteralText:
+      return FromLiteralText(field, text);
     case Form::kHexText:
       return FromHex(text);
-    case Form::kFloatText: {
-      float number = 0;
-      const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-      if (error == std::errc() && end == text.data() + text.size()) return number;
-      return text;
-    }
+    case Form::kFloatText:
+      return SingleOf(text);
     case Form::kTypedIntegerText:
-      if (const auto number = WholeNumber(text)) {
-        return CheckedInteger(*number, IsTextType(field.type) ? std::int16_t{adInteger} : field.type);
-      }
-      return text;
+      return IntegerOf(field, text);
     case Form::kTypedDoubleText:
-      if (const auto number = Real(text)) return *number;
-      return text;
+      return DoubleOf(text);
     default:
       return text;
   }
 }
 
 }  // namespace
-
-constexpr std::size_t kMomentBytes = 48;  // "infinity", "294276-12-31 23:59:59.999999", "0044-03-15 00:00:00 BC" and their zones
-
-FetchPlan PlanFor(const FieldInfo& field, const DriverFacts& facts) {
-  const bool anyValue = facts.keepsAnyValue;
-  switch (field.type) {
-    case adBoolean:
-      if (anyValue) return Text(Form::kBooleanText, 16, facts);
-      return Fixed(Form::kBit, facts.bitsAreNumbers ? SQL_C_UTINYINT : SQL_C_BIT, 1);
-    case adUnsignedTinyInt:
-    case adTinyInt:
-    case adSmallInt:
-    case adUnsignedSmallInt:
-    case adInteger:
-      if (anyValue) return Fixed(Form::kCheckedInteger, SQL_C_SBIGINT, 8);
-      break;
-    case adDate:
-    case adDBTimeStamp:
-    case adDBDate:
-    case adDBTime:
-      if (anyValue) return Text(Form::kDateText, 40, facts);
-      if (facts.momentsAreTexts) return {Form::kMomentText, SQL_C_CHAR, kMomentBytes, 1};
-      break;
-    default:
-      break;
-  }
-  switch (field.type) {
-    case adUnsignedTinyInt:
-      return Fixed(Form::kUnsignedByte, SQL_C_UTINYINT, 1);
-    case adTinyInt:
-      return Fixed(Form::kSignedByte, SQL_C_STINYINT, 1);
-    case adSmallInt:
-      return Fixed(Form::kShort, SQL_C_SSHORT, 2);
-    case adUnsignedSmallInt:
-      return Fixed(Form::kUnsignedShort, SQL_C_USHORT, 2);
-    case adInteger:
-      return Fixed(Form::kInteger, SQL_C_SLONG, 4);
-    case adUnsignedInt:
-      return Fixed(Form::kUnsignedInteger, SQL_C_ULONG, 4);
-    case adBigInt:
-      return facts.numbersAsText ? Text(Form::kTypedIntegerText, 24, facts) : Fixed(Form::kBigInteger, SQL_C_SBIGINT, 8);
-    case adSingle:
-      // Never SQL_C_FLOAT: MariaDB's driver 3.1.15 and libsqliteodbc 0.9998 write blocks of it eight bytes apart, beyond the buffer's end.
-      return Fixed(Form::kFloat, SQL_C_DOUBLE, 8);
-    case adDouble:
-      return Fixed(Form::kDouble, SQL_C_DOUBLE, 8);
-    case adUnsignedBigInt:
-    case adNumeric:
-    case adVarNumeric:
-      return Text(Form::kDecimalText, 140, facts);
-    case adCurrency:
-      return Text(Form::kCurrencyText, 40, facts);
-    case adGUID:
-      return Text(Form::kGuidText, 40, facts);
-    case adDate:
-    case adDBTimeStamp:
-      return Fixed(Form::kTimestamp, SQL_C_TYPE_TIMESTAMP, sizeof(SQL_TIMESTAMP_STRUCT));
-    case adDBDate:
-      return Fixed(Form::kDate, SQL_C_TYPE_DATE, sizeof(SQL_DATE_STRUCT));
-    case adDBTime:
-      return Fixed(Form::kTime, SQL_C_TYPE_TIME, sizeof(SQL_TIME_STRUCT));
-    case adBinary:
-    case adVarBinary:
-      return {Form::kBytes, SQL_C_BINARY,
-              field.definedSize > 0 && field.definedSize <= kLongestBoundBytes ? static_cast<std::size_t>(field.definedSize) : 0, 0};
-    case adLongVarBinary:
-      return {Form::kBytes, SQL_C_BINARY, 0, 0};
-    case adLongVarChar:
-    case adLongVarWChar:
-      return Text(Form::kText, 0, facts);
-    default:
-      return Text(Form::kText, field.definedSize, facts);
-  }
-}
-
-FetchPlan PlanForExpression(std::int16_t sqlType, const DriverFacts& facts) {
-  switch (sqlType) {
-    case SQL_INTEGER:
-    case SQL_BIGINT:
-    case SQL_SMALLINT:
-    case SQL_TINYINT:
-      return Text(Form::kTypedIntegerText, 255, facts);
-    case SQL_DOUBLE:
-    case SQL_FLOAT:
-    case SQL_REAL:
-      return Text(Form::kTypedDoubleText, 255, facts);
-    default:
-      return Text(Form::kText, 255, facts);
-  }
-}
 
 Variant Decode(const FetchPlan& plan, const FieldInfo& field, const std::byte* data, std::size_t length) {
   switch (plan.form) {
