@@ -50,6 +50,23 @@ std::string ValueOf(const ConnectionKeys& keys, std::initializer_list<std::strin
   return {};
 }
 
+namespace {
+
+/// A key as the driver manager writes it.
+std::string OdbcPair(const std::string& key, const std::string& value) {
+  if (key == "PERSIST SECURITY INFO") return {};
+  if (key == "EXTENDED PROPERTIES") return value + (value.ends_with(';') ? "" : ";");
+  const std::string name = key == "DATA SOURCE" ? "DSN" : key == "INITIAL CATALOG" ? "DATABASE" : key;
+  return name + "=" + BracedIfNeeded(value) + ";";
+}
+
+std::string PlainPair(const std::string& key, const std::string& value) {
+  const bool quoted = value.find_first_of(";\"") != std::string::npos;
+  return key + "=" + (quoted ? '"' + value + '"' : value) + ";";
+}
+
+}  // namespace
+
 void ReadProviderKey(OpenRequest& request) {
   const ConnectionKeys keys = ParseKeys(request.connectionString);
   const std::string provider = ValueOf(keys, {"PROVIDER"});
@@ -58,17 +75,12 @@ void ReadProviderKey(OpenRequest& request) {
   const bool odbc = runtime::UpperCase(provider).starts_with("MSDASQL");
   std::string rest;
   for (const auto& [key, value] : keys) {
-    if (key == "PROVIDER") continue;
     if (key == "USER ID" || key == "UID") {
       request.userId = value;
     } else if (key == "PASSWORD" || key == "PWD") {
       request.password = value;
-    } else if (odbc && (key == "EXTENDED PROPERTIES" || key == "PERSIST SECURITY INFO")) {
-      if (key == "EXTENDED PROPERTIES") rest += value + (value.ends_with(';') ? "" : ";");
-    } else {
-      const std::string name = !odbc ? key : key == "DATA SOURCE" ? "DSN" : key == "INITIAL CATALOG" ? "DATABASE" : key;
-      const bool quoted = !odbc && value.find_first_of(";\"") != std::string::npos;
-      rest += name + "=" + (odbc ? BracedIfNeeded(value) : quoted ? '"' + value + '"' : value) + ";";
+    } else if (key != "PROVIDER") {
+      rest += odbc ? OdbcPair(key, value) : PlainPair(key, value);
     }
   }
   request.connectionString = std::move(rest);

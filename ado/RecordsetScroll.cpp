@@ -3,8 +3,6 @@
 #include <utility>
 
 #include "ado/Errors.h"
-#include "ado/ExactNumber.h"
-#include "ado/FindCriterion.h"
 #include "ado/RecordsetState.h"
 #include "runtime/Text.h"
 
@@ -14,46 +12,7 @@ namespace {
 
 constexpr int kPositionBits = 32;
 
-struct SortField {
-  std::size_t field = 0;
-  bool descending = false;
-};
-
 [[noreturn]] void RefuseArguments() { throw AdoError(runtime::kBadArguments); }
-
-/// The next piece of a list, up to a comma outside of brackets.
-std::string_view TakePiece(std::string_view& text) {
-  bool inName = false;
-  std::size_t end = 0;
-  for (; end < text.size() && (inName || text[end] != ','); ++end) {
-    if (text[end] == '[') inName = true;
-    if (text[end] == ']') inName = false;
-  }
-  const std::string_view piece = text.substr(0, end);
-  text.remove_prefix(std::min(end + 1, text.size()));
-  return runtime::Trim(piece);
-}
-
-std::vector<SortField> ReadSort(std::string_view text, const RecordsetState& state) {
-  std::vector<SortField> order;
-  while (!runtime::Trim(text).empty()) {
-    std::string_view piece = TakePiece(text);
-    std::string_view name;
-    if (piece.starts_with('[')) {
-      const auto end = piece.find(']');
-      if (end == std::string_view::npos) RefuseArguments();
-      name = piece.substr(1, end - 1);
-      piece.remove_prefix(end + 1);
-    } else {
-      name = piece.substr(0, piece.find(' '));
-      piece.remove_prefix(name.size());
-    }
-    const std::string way = runtime::UpperCase(runtime::Trim(piece));
-    if (name.empty() || (!way.empty() && way != "ASC" && way != "DESC")) RefuseArguments();
-    order.push_back({state.FieldNamed(std::string(name)), way == "DESC"});
-  }
-  return order;
-}
 
 }  // namespace
 
@@ -143,16 +102,34 @@ void RecordsetState::MovePrevious() {
   (void)Backward(position == Position::kAtEnd ? Shown() : Ordinal());
 }
 
+void RecordsetState::MoveOn(std::int64_t steps) {
+  if (steps < 0) throw AdoError(runtime::kOperationNotSupported);
+  if (steps == 0) Update();
+  for (; steps > 0; --steps) {
+    MoveNext();
+    if (position == Position::kAtEnd) return;
+  }
+}
+
+bool RecordsetState::Skip(std::size_t& next, std::uint64_t left, bool up) {
+  const std::size_t count = Shown();
+  for (; left > 0 && (up ? next < count : next > 0); up ? ++next : --next) {
+    if (rows->gone.empty()) {
+      const std::uint64_t step = std::min<std::uint64_t>(left, up ? count - next : next);
+      next = up ? next + step - 1 : next - step + 1;
+      left -= step;
+    } else if (!rows->gone.contains(PositionOf(up ? next : next - 1))) {
+      --left;
+    }
+  }
+  return left == 0;
+}
+
 void RecordsetState::Move(std::int64_t steps, const Variant& start) {
   const bool fromHere = start.IsEmpty() || start.IsNull();
   if (!scrolls) {
-    if (!fromHere || steps < 0) throw AdoError(runtime::kOperationNotSupported);
-    if (steps == 0) Update();
-    for (; steps > 0; --steps) {
-      MoveNext();
-      if (position == Position::kAtEnd) return;
-    }
-    return;
+    if (!fromHere) throw AdoError(runtime::kOperationNotSupported);
+    return MoveOn(steps);
   }
   RequireScroll();
   Update();
@@ -163,21 +140,8 @@ void RecordsetState::Move(std::int64_t steps, const Variant& start) {
   const bool up = steps > 0;
   // The places between which it stands: of the ends, those beyond the rows.
   std::size_t next = position == Position::kBefore ? 0 : position == Position::kAtEnd ? Shown() : up ? Ordinal() + 1 : Ordinal();
-  std::uint64_t left = up ? static_cast<std::uint64_t>(steps) : 0 - static_cast<std::uint64_t>(steps);
-  const std::size_t count = Shown();
-  for (--left; left > 0 && (up ? next < count : next > 0); up ? ++next : --next) {
-    if (rows->gone.empty()) {
-      const std::uint64_t step = std::min<std::uint64_t>(left, up ? count - next : next);
-      next = up ? next + step - 1 : next - step + 1;
-      left -= step;
-    } else if (!rows->gone.contains(PositionOf(up ? next : next - 1))) {
-      --left;
-    }
-  }
-  if (left > 0) {
-    StandAt(up ? Position::kAtEnd : Position::kBefore);
-    return;
-  }
+  const std::uint64_t count = up ? static_cast<std::uint64_t>(steps) : 0 - static_cast<std::uint64_t>(steps);
+  if (!Skip(next, count - 1, up)) return StandAt(up ? Position::kAtEnd : Position::kBefore);
   (void)(up ? Forward(next) : Backward(next));
 }
 
@@ -254,76 +218,6 @@ void RecordsetState::Bookmark(const Variant& bookmark) {
   ordinal = place;
   atInserted = false;
   position = Position::kOnRow;
-}
-
-void RecordsetState::Filter(const std::string& criteria, FilterGroup wanted) {
-  RequireScroll();
-  Update();
-  RebuildView(criteria, sort, wanted);
-  filter = criteria;
-  group = wanted;
-  (void)MoveFirst();
-}
-
-void RecordsetState::Sort(const std::string& order) {
-  RequireScroll();
-  Update();
-  RebuildView(filter, order, group);
-  sort = order;
-  (void)MoveFirst();
-}
-
-void RecordsetState::RebuildView(const std::string& criteria, const std::string& order, FilterGroup wantedGroup) {
-  std::optional<FilterCriterion> wanted;
-  std::vector<std::size_t> compared;
-  if (!runtime::Trim(criteria).empty()) {
-    wanted.emplace(criteria);
-    for (const FindCriterion& part : wanted->Parts()) compared.push_back(FieldNamed(part.FieldName()));
-  }
-  const std::vector<SortField> sorted = ReadSort(order, *this);
-  const LocalRowset* const grouped = wantedGroup == adFilterNone ? nullptr : &Local();
-  if (!wanted && sorted.empty() && grouped == nullptr) {
-    view.reset();
-    return;
-  }
-  struct Line {
-    std::size_t row = 0;
-    std::vector<Variant> keys;
-  };
-  std::vector<Line> lines;
-  const bool hadRow = position == Position::kOnRow;
-  const std::size_t before = hadRow ? Ordinal() : 0;
-  rows->user = this;
-  try {
-    for (std::size_t row = 0; row < Rowset().RowCount(); ++row) {
-      if (grouped != nullptr && !grouped->IsIn(wantedGroup, row)) continue;
-      if (rows->gone.contains(row) || !Rowset().MoveTo(row)) {
-        rows->gone.insert(row);
-        continue;
-      }
-      const auto holds = [&](std::size_t part) {
-        return wanted->Parts()[part].Matches(Rowset().Value(compared[part]), infos[compared[part]].type);
-      };
-      if (wanted && !wanted->Shows(holds)) continue;
-      Line line{row, {}};
-      for (const SortField& key : sorted) line.keys.push_back(Rowset().Value(key.field));
-      lines.push_back(std::move(line));
-    }
-  } catch (...) {
-    if (hadRow && !StandOn(before)) position = Position::kDeleted;
-    throw;
-  }
-  std::stable_sort(lines.begin(), lines.end(), [&](const Line& a, const Line& b) {
-    for (std::size_t i = 0; i < sorted.size(); ++i) {
-      const auto way = OrderOf(a.keys[i], b.keys[i]);
-      if (way != 0) return sorted[i].descending ? way > 0 : way < 0;
-    }
-    return false;
-  });
-  std::vector<std::size_t> shown;
-  shown.reserve(lines.size());
-  for (const Line& line : lines) shown.push_back(line.row);
-  view = std::move(shown);
 }
 
 void RecordsetState::LoseRow() {

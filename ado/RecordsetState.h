@@ -108,21 +108,21 @@ struct RecordsetState {
 
   std::shared_ptr<ConnectionState> connection;  // null of rows that belong to none
   RowsetRequest request;
-  std::shared_ptr<OpenRows> rows;          // null when closed
-  std::vector<FieldInfo> infos;            // a copy: fields describe themselves also once the rowset is gone
-  std::deque<Field> fields;                // at least as many; those behind are of an earlier opening
+  std::shared_ptr<OpenRows> rows;                       // null when closed
+  std::vector<FieldInfo> infos;                         // a copy: fields describe themselves also once the rowset is gone
+  std::deque<Field> fields;                             // at least as many; those behind are of an earlier opening
   std::unordered_map<std::string, std::size_t> byName;  // by upper-cased name; the first of equal names
   Position position = Position::kUnread;
   bool empty = false;  // no row was ever found: then the end is the beginning too
-  bool read = false;  // a row was asked for
+  bool read = false;   // a row was asked for
   bool writable = false;
   EditMode edit = adEditNone;
   std::vector<std::optional<Pending>> pending;  // by field
   std::vector<std::size_t> pendingOffset;       // by field: how far a pending long value was read
 
   bool scrolls = false;
-  std::size_t ordinal = 0;               // of the current row, or of the deleted one, of cursors that scroll
-  bool atInserted = false;               // the current row was just added: the last one, whose ordinal is not looked for before it is needed
+  std::size_t ordinal = 0;  // of the current row, or of the deleted one, of cursors that scroll
+  bool atInserted = false;  // the current row was just added: the last one, whose ordinal is not looked for before it is needed
   std::optional<std::vector<std::size_t>> view;  // positions by ordinal
   std::string filter;
   FilterGroup group = adFilterNone;
@@ -141,6 +141,10 @@ struct RecordsetState {
   /// The rowset that writes the waiting changes of rows which are kept here; null where they only become the rows.
   [[nodiscard]] std::unique_ptr<ProviderRowset> OpenTarget() const;
   void Describe();
+  /// Of a cursor that goes forward only.
+  void MoveOn(std::int64_t steps);
+  /// The place behind so many rows that are there, beginning at next; false when there are fewer.
+  [[nodiscard]] bool Skip(std::size_t& next, std::uint64_t left, bool up);
   void RebuildView(const std::string& criteria, const std::string& order, FilterGroup wanted);
   [[nodiscard]] std::size_t Shown() { return view ? view->size() : Rowset().RowCount(); }
   [[nodiscard]] std::size_t PositionOf(std::size_t place) const { return view ? (*view)[place] : place; }

@@ -124,6 +124,22 @@ jet::LinkSpec LinkOf(const std::string& name, const PropertyMap& properties) {
   return link;
 }
 
+Index IndexOf(const jet::IndexDef& definition, jet::Table& table) {
+  Index index;
+  index.name = definition.name;
+  index.primaryKey = definition.kind == jet::IndexKind::kPrimary;
+  index.unique = definition.unique;
+  index.indexNulls = definition.required ? adIndexNullsDisallow : definition.ignoreNulls ? adIndexNullsIgnore : adIndexNullsAllow;
+  for (const jet::IndexColumn& part : definition.columns) {
+    Column column;
+    column.name = table.Columns()[part.column].name;
+    column.type = AdoType(table.Columns()[part.column].type);
+    column.sortOrder = part.descending ? adSortDescending : adSortAscending;
+    index.columns.push_back(std::move(column));
+  }
+  return index;
+}
+
 }  // namespace
 
 std::vector<std::pair<std::string, std::string>> JetCatalog::Tables() {
@@ -186,19 +202,7 @@ std::vector<Index> JetCatalog::Indexes(const std::string& table) {
     for (const jet::IndexDef& definition : found.Indexes()) {
       // The referenced side of a relationship has a hidden name of its own; it is no index of the table's design.
       if (definition.kind == jet::IndexKind::kForeignKey && !definition.referencing) continue;
-      Index index;
-      index.name = definition.name;
-      index.primaryKey = definition.kind == jet::IndexKind::kPrimary;
-      index.unique = definition.unique;
-      index.indexNulls = definition.required ? adIndexNullsDisallow : definition.ignoreNulls ? adIndexNullsIgnore : adIndexNullsAllow;
-      for (const jet::IndexColumn& part : definition.columns) {
-        Column column;
-        column.name = found.Columns()[part.column].name;
-        column.type = AdoType(found.Columns()[part.column].type);
-        column.sortOrder = part.descending ? adSortDescending : adSortAscending;
-        index.columns.push_back(std::move(column));
-      }
-      indexes.push_back(std::move(index));
+      indexes.push_back(IndexOf(definition, found));
     }
     return indexes;
   });
