@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "ado/odbc/driver/ErrorCodes.h"
 #include "ado/odbc/driver/NativeHeaders.h"
 #include "ado/odbc/driver/WideText.h"
 
@@ -29,10 +30,8 @@ std::string StateOf(const SQLWCHAR* state) {
 }
 
 bool IsDuplicateKey(const Diagnostic& record) {
-  // Codes of the backends: MariaDB 1062 (also 1586), SQL Server 2601 and 2627, Oracle 1.
-  static constexpr std::array<std::int32_t, 5> kNatives{1062, 1586, 2601, 2627, 1};
   if (record.sqlState == "23505") return true;
-  if (record.sqlState == "23000" && std::find(kNatives.begin(), kNatives.end(), record.native) != kNatives.end()) return true;
+  if (record.sqlState == "23000" && Means(record.native, CodeMeaning::kDuplicateKey)) return true;
   // libsqliteodbc 0.9998 gives HY000 and 19 for every constraint; the text tells which one it was.
   return record.native == 19 && record.text.find("UNIQUE constraint failed") != std::string::npos;
 }
@@ -44,10 +43,9 @@ bool IsNoSuchTable(const Diagnostic& record) {
   return record.native == 1 && record.text.find("no such table") != std::string::npos;
 }
 
-/// What the backend does not read or cannot make sense of, rights aside (42501, and MariaDB's 1044, 1142 and 1143 that have the state 42000).
+/// What the backend does not read or cannot make sense of, rights aside, some of which have the state 42000.
 bool IsOfTheStatement(const Diagnostic& record) {
-  static constexpr std::array<std::int32_t, 6> kRights{1044, 1142, 1143, 1227, 229, 1031};
-  if (record.sqlState == "42501" || std::find(kRights.begin(), kRights.end(), record.native) != kRights.end()) return false;
+  if (record.sqlState == "42501" || Means(record.native, CodeMeaning::kRights)) return false;
   if (record.sqlState.starts_with("42") || record.sqlState == "37000" || record.sqlState == "07001") return true;
   // SQLITE_ERROR is the class of what its compiler refuses.
   return record.sqlState == "HY000" && record.native == 1 && record.text.starts_with("[SQLite]");
@@ -70,8 +68,8 @@ std::vector<Diagnostic> ReadDiagnostics(Handle::Kind kind, void* handle) {
     SQLINTEGER native = 0;
     SQLSMALLINT length = 0;
     const auto read = [&] {
-      return SQLGetDiagRecW(static_cast<SQLSMALLINT>(kind), handle, number, state.data(), &native,
-                            reinterpret_cast<SQLWCHAR*>(text.data()), static_cast<SQLSMALLINT>(text.size()), &length);
+      return SQLGetDiagRecW(static_cast<SQLSMALLINT>(kind), handle, number, state.data(), &native, reinterpret_cast<SQLWCHAR*>(text.data()),
+                            static_cast<SQLSMALLINT>(text.size()), &length);
     };
     auto result = read();
     if (result == SQL_SUCCESS_WITH_INFO && length >= 0 && static_cast<std::size_t>(length) >= text.size() && length < INT16_MAX) {
@@ -107,40 +105,35 @@ runtime::Error Unbelievable(const std::string& what) {
 }
 
 bool SaysConnectionLost(const runtime::Error& error) {
-  // Codes of MariaDB's driver: the server has gone away, was lost during a query, or closed the connection. PostgreSQL's 57P01 to 57P03 end it too.
-  static constexpr std::array<std::int32_t, 4> kNatives{2006, 2013, 2055, 1927};
+  // PostgreSQL's 57P01 to 57P03 end it too.
   const auto& records = error.Diagnostics();
   return std::any_of(records.begin(), records.end(), [](const Diagnostic& record) {
     if (record.sqlState.starts_with("08") || record.sqlState.starts_with("57P0")) return true;
-    return std::find(kNatives.begin(), kNatives.end(), record.native) != kNatives.end();
+    return Means(record.native, CodeMeaning::kConnectionLost);
   });
 }
 
 bool IsLockTimeout(const runtime::Error& error) {
-  // Codes of the backends: MariaDB 1205, SQL Server 1222; libsqliteodbc gives SQLite's own, 5 and 6.
+  // libsqliteodbc gives SQLite's own codes, 5 and 6.
   const auto& records = error.Diagnostics();
   return std::any_of(records.begin(), records.end(), [](const Diagnostic& record) {
     if (record.sqlState == "55P03" || record.sqlState == "HYT00") return true;
-    return record.native == 1205 || record.native == 1222 ||
+    return Means(record.native, CodeMeaning::kLockTimeout) ||
            ((record.native == 5 || record.native == 6) && record.text.find("locked") != std::string::npos);
   });
 }
 
 bool IsOfTheRow(const runtime::Error& error) {
   // Classes of SQLSTATE: no connection, statements that come too late, transactions undone (deadlocks), no such object, no room, ended by an
-  // operator, timeouts. The codes are those of backends that give such things the state HY000: MariaDB (table full, disk full, storage engine,
-  // deadlock, read-only, connection lost), SQL Server (deadlock, file group or log full), Oracle (no room in the tablespace, no connection);
-  // libsqliteodbc gives SQLite's own (busy to full).
+  // operator, timeouts. Some backends give such things the state HY000 and a code of their own; libsqliteodbc gives SQLite's (busy to full).
   static constexpr std::array<std::string_view, 8> kClasses{"08", "25", "40", "42", "53", "57", "58", "HYT"};
-  static constexpr std::array<std::int32_t, 26> kNatives{1021, 1026, 1030, 1114, 1205, 1213, 1290, 1836, 2006, 2013, 2055, 1105,  9002,
-                                                         1222, 1146, 942,  1536, 1562, 1631, 1653, 1654, 1691, 3113, 3114, 12571, 60};
   if (IsLockTimeout(error)) return false;
   const auto& records = error.Diagnostics();
   return std::none_of(records.begin(), records.end(), [](const Diagnostic& record) {
     const auto is = [&](std::string_view start) { return record.sqlState.starts_with(start); };
     if (std::any_of(kClasses.begin(), kClasses.end(), is)) return true;
     const bool sqlite = record.sqlState == "HY000" && record.native >= 5 && record.native <= 14;
-    return sqlite || std::find(kNatives.begin(), kNatives.end(), record.native) != kNatives.end();
+    return sqlite || Means(record.native, CodeMeaning::kBeyondTheRow);
   });
 }
 
