@@ -48,42 +48,52 @@ std::string CurrencyText(Currency amount, char decimalPoint) {
   return text;
 }
 
-Value FromText(const std::string& text, const TypeInfo& column, const TextSettings& settings) {
-  const auto mismatch = [&](const char* what) { return Error(ErrorCode::kTypeMismatch, "\"" + text + "\" is not " + what); };
-  if (column.type == ColumnType::kDate) {
-    const std::optional<double> serial =
-        settings.parseDate ? settings.parseDate(text) : base::ReadDateText(text, base::DateOrder::kDayFirst);
-    if (!serial) throw mismatch("a date");
-    return Value(Date{*serial});
-  }
-  if (column.type == ColumnType::kNumeric) {
-    std::string plain(Trimmed(text));
-    for (char& c : plain) c = c == settings.decimalPoint ? '.' : c;
-    const std::optional<Numeric> numeric = Numeric::Parse(plain);
-    if (numeric) return Value(*numeric);
-  }
-  if (column.type == ColumnType::kBoolean) {
-    const std::string word = UpperCase(Trimmed(text));
-    if (word == "TRUE" || word == "VRAI" || word == "YES" || word == "OUI") return Value(true);
-    if (word == "FALSE" || word == "FAUX" || word == "NO" || word == "NON") return Value(false);
-    const std::optional<double> number = ReadNumber(text, settings.decimalPoint);
-    if (!number) throw mismatch("a truth value");
-    return Value(*number != 0);
-  }
-  if (column.type == ColumnType::kGuid) {
-    const std::optional<Guid> guid = Guid::Parse(text);
-    if (!guid) throw mismatch("a GUID");
-    return Value(*guid);
-  }
+Error NotA(const char* what, const std::string& text) { return {ErrorCode::kTypeMismatch, "\"" + text + "\" is not " + what}; }
+
+Value TruthFromText(const std::string& text, const TextSettings& settings) {
+  const std::string word = UpperCase(Trimmed(text));
+  if (word == "TRUE" || word == "VRAI" || word == "YES" || word == "OUI") return Value(true);
+  if (word == "FALSE" || word == "FAUX" || word == "NO" || word == "NON") return Value(false);
   const std::optional<double> number = ReadNumber(text, settings.decimalPoint);
-  if (!number) throw mismatch("a number");
-  if (column.type == ColumnType::kCurrency) {
-    // Straight from the digits: the double between would lose some of a large amount.
-    std::string plain(Trimmed(text));
-    for (char& c : plain) c = c == settings.decimalPoint ? '.' : c;
-    if (const std::optional<Numeric> numeric = Numeric::Parse(plain)) return Value(*numeric);
+  if (!number) throw NotA("a truth value", text);
+  return Value(*number != 0);
+}
+
+// Straight from the digits: the double between would lose some of a large amount.
+std::optional<Numeric> DigitsFromText(const std::string& text, const TextSettings& settings) {
+  std::string plain(Trimmed(text));
+  for (char& c : plain) c = c == settings.decimalPoint ? '.' : c;
+  return Numeric::Parse(plain);
+}
+
+Value NumberFromText(const std::string& text, ColumnType type, const TextSettings& settings) {
+  std::optional<Numeric> digits;
+  if (type == ColumnType::kNumeric) digits = DigitsFromText(text, settings);
+  if (digits) return Value(*digits);
+  const std::optional<double> number = ReadNumber(text, settings.decimalPoint);
+  if (!number) throw NotA("a number", text);
+  if (type == ColumnType::kCurrency) digits = DigitsFromText(text, settings);
+  return digits ? Value(*digits) : Value(*number);
+}
+
+Value FromText(const std::string& text, const TypeInfo& column, const TextSettings& settings) {
+  switch (column.type) {
+    case ColumnType::kDate: {
+      const std::optional<double> serial =
+          settings.parseDate ? settings.parseDate(text) : base::ReadDateText(text, base::DateOrder::kDayFirst);
+      if (!serial) throw NotA("a date", text);
+      return Value(Date{*serial});
+    }
+    case ColumnType::kBoolean:
+      return TruthFromText(text, settings);
+    case ColumnType::kGuid: {
+      const std::optional<Guid> guid = Guid::Parse(text);
+      if (!guid) throw NotA("a GUID", text);
+      return Value(*guid);
+    }
+    default:
+      return NumberFromText(text, column.type, settings);
   }
-  return Value(*number);
 }
 
 Value ToText(const Value& value, const TextSettings& settings) {
@@ -133,6 +143,63 @@ bool IsNumber(ColumnType type) {
   }
 }
 
+namespace {
+
+bool IsTextual(ColumnType type) { return type == ColumnType::kText || type == ColumnType::kMemo; }
+
+constexpr int kLongRank = 4;
+constexpr int kFractionRank = 5;
+
+// Numbers of a higher rank hold those of the lower ones; 0: no number.
+int RankOf(ColumnType type) {
+  constexpr int kDoubleRank = 6;
+  constexpr int kDateRank = 7;
+  switch (type) {
+    case ColumnType::kBoolean:
+      return 1;
+    case ColumnType::kByte:
+      return 2;
+    case ColumnType::kInteger:
+      return 3;
+    case ColumnType::kLong:
+      return kLongRank;
+    case ColumnType::kSingle:
+    case ColumnType::kCurrency:
+    case ColumnType::kNumeric:
+      return kFractionRank;
+    case ColumnType::kDouble:
+      return kDoubleRank;
+    case ColumnType::kDate:
+      return kDateRank;
+    default:
+      return 0;
+  }
+}
+
+// common: what the two have in common so far.
+TypeInfo CommonText(const TypeInfo& a, const TypeInfo& b, TypeInfo common) {
+  common.type = a.type == ColumnType::kMemo || b.type == ColumnType::kMemo ? ColumnType::kMemo : ColumnType::kText;
+  if (common.type == ColumnType::kText) common.size = IsTextual(a.type) && IsTextual(b.type) ? common.size : 255;
+  return common;
+}
+
+TypeInfo CommonNumber(const TypeInfo& a, const TypeInfo& b, TypeInfo common) {
+  const int lower = std::min(RankOf(a.type), RankOf(b.type));
+  const int higher = std::max(RankOf(a.type), RankOf(b.type));
+  if (lower == 0) return common;  // no number: what the first one is
+  const TypeInfo& wider = RankOf(a.type) == higher ? a : b;
+  common.type = wider.type;
+  common.precision = wider.type == ColumnType::kNumeric ? 28 : 0;
+  common.scale = wider.scale;
+  if (lower == 1 && higher == 2) common.type = ColumnType::kInteger;  // -1 is no byte
+  // Two kinds of fractions meet in a Double, and a Long has more digits than a Single.
+  if (lower == kFractionRank && higher == kFractionRank) common.type = ColumnType::kDouble;
+  if (lower == kLongRank && wider.type == ColumnType::kSingle) common.type = ColumnType::kDouble;
+  return common;
+}
+
+}  // namespace
+
 TypeInfo CommonType(const TypeInfo& a, const TypeInfo& b) {
   if (a.type == kNoType) return b;
   if (b.type == kNoType) return a;
@@ -146,91 +213,65 @@ TypeInfo CommonType(const TypeInfo& a, const TypeInfo& b) {
     common.precision = static_cast<std::uint8_t>(std::min(whole + common.scale, 28));
     return common;
   }
-  const auto isText = [](ColumnType type) { return type == ColumnType::kText || type == ColumnType::kMemo; };
-  if (isText(a.type) || isText(b.type)) {
-    common.type = a.type == ColumnType::kMemo || b.type == ColumnType::kMemo ? ColumnType::kMemo : ColumnType::kText;
-    if (common.type == ColumnType::kText) common.size = isText(a.type) && isText(b.type) ? common.size : 255;
-    return common;
-  }
-  constexpr int kLong = 4;
-  constexpr int kFraction = 5;
-  constexpr int kDouble = 6;
-  constexpr int kDate = 7;
-  const auto rank = [](ColumnType type) {
-    switch (type) {
-      case ColumnType::kBoolean:
-        return 1;
-      case ColumnType::kByte:
-        return 2;
-      case ColumnType::kInteger:
-        return 3;
-      case ColumnType::kLong:
-        return kLong;
-      case ColumnType::kSingle:
-      case ColumnType::kCurrency:
-      case ColumnType::kNumeric:
-        return kFraction;
-      case ColumnType::kDouble:
-        return kDouble;
-      case ColumnType::kDate:
-        return kDate;
-      default:
-        return 0;  // no number: what the first one is
-    }
-  };
-  const int lower = std::min(rank(a.type), rank(b.type));
-  const int higher = std::max(rank(a.type), rank(b.type));
-  if (lower == 0) return common;
-  const TypeInfo& wider = rank(a.type) == higher ? a : b;
-  common.type = wider.type;
-  common.precision = wider.type == ColumnType::kNumeric ? 28 : 0;
-  common.scale = wider.scale;
-  if (lower == 1 && higher == 2) common.type = ColumnType::kInteger;  // -1 is no byte
-  // Two kinds of fractions meet in a Double, and a Long has more digits than a Single.
-  if (lower == kFraction && higher == kFraction) common.type = ColumnType::kDouble;
-  if (lower == kLong && wider.type == ColumnType::kSingle) common.type = ColumnType::kDouble;
-  return common;
+  return IsTextual(a.type) || IsTextual(b.type) ? CommonText(a, b, common) : CommonNumber(a, b, common);
 }
+
+namespace {
+
+// What is no number stays as it is.
+Value ToTruth(const Value& value) {
+  switch (value.Type()) {
+    case ValueType::kByte:
+      return Value(value.AsByte() != 0);
+    case ValueType::kInteger:
+      return Value(value.AsInteger() != 0);
+    case ValueType::kLong:
+      return Value(value.AsLong() != 0);
+    case ValueType::kDouble:
+      return Value(value.AsDouble() != 0);
+    case ValueType::kSingle:
+      return Value(value.AsSingle() != 0);
+    case ValueType::kCurrency:
+      return Value(value.AsCurrency().scaled != 0);
+    case ValueType::kNumeric:
+      return Value(value.AsNumeric().ToDouble() != 0);
+    default:
+      return value;
+  }
+}
+
+Value ToDate(const Value& value) {
+  switch (value.Type()) {
+    case ValueType::kDouble:
+      return Value(Date{value.AsDouble()});
+    case ValueType::kLong:
+      return Value(Date{static_cast<double>(value.AsLong())});
+    case ValueType::kInteger:
+      return Value(Date{static_cast<double>(value.AsInteger())});
+    default:
+      return value;
+  }
+}
+
+Value ToNumber(const Value& value) {
+  if (value.Type() == ValueType::kDate) return Value(value.AsDate().serial);
+  if (value.Type() == ValueType::kBool) return Value(static_cast<std::int32_t>(value.AsBool() ? -1 : 0));
+  return value;
+}
+
+}  // namespace
 
 Value Coerced(const Value& value, const TypeInfo& column, const TextSettings& settings) {
   if (value.IsNull()) return value;
-  const bool toText = column.type == ColumnType::kText || column.type == ColumnType::kMemo;
-  if (toText) return value.Type() == ValueType::kText ? value : ToText(value, settings);
+  const ColumnType type = column.type;
+  if (IsTextual(type)) return value.Type() == ValueType::kText ? value : ToText(value, settings);
   if (value.Type() == ValueType::kText) {
-    const bool readable = IsNumber(column.type) || column.type == ColumnType::kDate || column.type == ColumnType::kBoolean ||
-                          column.type == ColumnType::kGuid;
+    const bool readable = IsNumber(type) || type == ColumnType::kDate || type == ColumnType::kBoolean || type == ColumnType::kGuid;
     return readable ? FromText(value.AsText(), column, settings) : value;
   }
-  if (column.type == ColumnType::kDate) {
-    if (value.Type() == ValueType::kDouble) return Value(Date{value.AsDouble()});
-    if (value.Type() == ValueType::kLong) return Value(Date{static_cast<double>(value.AsLong())});
-    if (value.Type() == ValueType::kInteger) return Value(Date{static_cast<double>(value.AsInteger())});
-  }
-  if (IsNumber(column.type)) {
-    if (value.Type() == ValueType::kDate) return Value(value.AsDate().serial);
-    if (value.Type() == ValueType::kBool) return Value(static_cast<std::int32_t>(value.AsBool() ? -1 : 0));
-  }
-  if (column.type == ColumnType::kBoolean) {
-    switch (value.Type()) {
-      case ValueType::kByte:
-        return Value(value.AsByte() != 0);
-      case ValueType::kInteger:
-        return Value(value.AsInteger() != 0);
-      case ValueType::kLong:
-        return Value(value.AsLong() != 0);
-      case ValueType::kDouble:
-        return Value(value.AsDouble() != 0);
-      case ValueType::kSingle:
-        return Value(value.AsSingle() != 0);
-      case ValueType::kCurrency:
-        return Value(value.AsCurrency().scaled != 0);
-      case ValueType::kNumeric:
-        return Value(value.AsNumeric().ToDouble() != 0);
-      default:
-        return value;
-    }
-  }
-  return value;
+  if (type == ColumnType::kDate) return ToDate(value);
+  if (type == ColumnType::kBoolean) return ToTruth(value);
+  return IsNumber(type) ? ToNumber(value) : value;
 }
 
 }  // namespace jet::sql

@@ -46,60 +46,76 @@ std::optional<bool> MatchSet(std::u32string_view pattern, std::size_t& at, char3
   return in != negated;
 }
 
+/// A text beside a pattern. On a mismatch it goes back to the last "any" and lets that take one more letter: never more than text times
+/// pattern steps.
+class Matcher {
+ public:
+  Matcher(std::u32string_view text, std::u32string_view pattern, bool percentForm)
+      : text_(text), pattern_(pattern), any_(percentForm ? U'%' : U'*'), one_(percentForm ? U'_' : U'?'), hasDigits_(!percentForm) {}
+
+  bool Run() {
+    while (textAt_ < text_.size()) {
+      SkipEmptySets();
+      if (TakeAny()) continue;
+      std::size_t next = at_ + 1;
+      if (at_ < pattern_.size() && Matches(next)) {
+        ++textAt_;
+        at_ = next;
+      } else if (!GoBack()) {
+        return false;
+      }
+    }
+    for (SkipEmptySets(); at_ < pattern_.size() && pattern_[at_] == any_; SkipEmptySets()) ++at_;
+    return at_ == pattern_.size();
+  }
+
+ private:
+  void SkipEmptySets() {  // [] stands for the empty text
+    while (at_ + 1 < pattern_.size() && pattern_[at_] == U'[' && pattern_[at_ + 1] == U']') at_ += 2;
+  }
+
+  bool TakeAny() {
+    if (at_ == pattern_.size() || pattern_[at_] != any_) return false;
+    starPattern_ = ++at_;
+    starText_ = textAt_;
+    return true;
+  }
+
+  bool GoBack() {
+    if (starPattern_ == std::u32string_view::npos) return false;
+    at_ = starPattern_;
+    textAt_ = ++starText_;
+    return true;
+  }
+
+  // next: the place behind what has matched, where that is more than one letter of the pattern.
+  bool Matches(std::size_t& next) const {
+    const char32_t letter = text_[textAt_];
+    if (pattern_[at_] == one_) return true;
+    if (pattern_[at_] == U'#' && hasDigits_) return letter >= U'0' && letter <= U'9';
+    if (pattern_[at_] != U'[') return SameLetter(letter, pattern_[at_]);
+    std::size_t end = at_;
+    const std::optional<bool> in = MatchSet(pattern_, end, letter);
+    if (!in) return letter == U'[';
+    next = end;
+    return *in;
+  }
+
+  std::u32string_view text_;
+  std::u32string_view pattern_;
+  char32_t any_;
+  char32_t one_;
+  bool hasDigits_;
+  std::size_t textAt_ = 0;
+  std::size_t at_ = 0;
+  std::size_t starPattern_ = std::u32string_view::npos;
+  std::size_t starText_ = 0;
+};
+
 }  // namespace
 
-bool Like(std::string_view textBytes, std::string_view patternBytes, bool percentForm) {
-  const std::u32string text = Letters(textBytes);
-  const std::u32string pattern = Letters(patternBytes);
-  const char32_t any = percentForm ? U'%' : U'*';
-  const char32_t one = percentForm ? U'_' : U'?';
-  // On a mismatch go back to the last "any" and let it take one more letter: never more than text times pattern steps.
-  std::size_t t = 0;
-  std::size_t p = 0;
-  std::size_t starPattern = std::u32string::npos;
-  std::size_t starText = 0;
-  const auto skipEmptySets = [&] {  // [] stands for the empty text
-    while (p + 1 < pattern.size() && pattern[p] == U'[' && pattern[p + 1] == U']') p += 2;
-  };
-  while (t < text.size()) {
-    skipEmptySets();
-    bool matched = false;
-    std::size_t next = p + 1;
-    if (p < pattern.size()) {
-      if (pattern[p] == any) {
-        starPattern = ++p;
-        starText = t;
-        continue;
-      }
-      if (pattern[p] == one) {
-        matched = true;
-      } else if (pattern[p] == U'#' && !percentForm) {
-        matched = text[t] >= U'0' && text[t] <= U'9';
-      } else if (pattern[p] == U'[') {
-        std::size_t end = p;
-        const std::optional<bool> in = MatchSet(pattern, end, text[t]);
-        if (in) {
-          matched = *in;
-          next = end;
-        } else {
-          matched = text[t] == U'[';
-        }
-      } else {
-        matched = SameLetter(text[t], pattern[p]);
-      }
-    }
-    if (matched) {
-      ++t;
-      p = next;
-    } else if (starPattern != std::u32string::npos) {
-      p = starPattern;
-      t = ++starText;
-    } else {
-      return false;
-    }
-  }
-  for (skipEmptySets(); p < pattern.size() && pattern[p] == any; skipEmptySets()) ++p;
-  return p == pattern.size();
+bool Like(std::string_view text, std::string_view pattern, bool percentForm) {
+  return Matcher(Letters(text), Letters(pattern), percentForm).Run();
 }
 
 }  // namespace jet::sql

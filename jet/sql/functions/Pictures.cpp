@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <utility>
 #include <vector>
 
 #include "jet/sql/functions/Calendar.h"
@@ -63,56 +64,62 @@ std::string FixedDigits(double magnitude, int decimals) {
   return buffer;
 }
 
-std::string ApplyNumberPicture(double magnitude, const std::string& picture, char decimalPoint) {
-  int wholeZeros = 0;
+/// What a picture asks of a number.
+struct NumberShape {
+  int wholeZeros = 0;  // digits before the point that are always there
   int decimalZeros = 0;
   int decimals = 0;
   bool inDecimals = false;
   bool grouped = false;
   bool percent = false;
   bool digitsSeen = false;
+
+  void See(char c) {
+    inDecimals = inDecimals || c == '.';
+    grouped = grouped || c == ',';
+    percent = percent || c == '%';
+    if (c != '0' && c != '#') return;
+    digitsSeen = true;
+    if (inDecimals) {
+      ++decimals;
+      if (c == '0') decimalZeros = decimals;
+    } else if (c == '0' || wholeZeros > 0) {
+      ++wholeZeros;
+    }
+  }
+};
+
+NumberShape ShapeOf(const std::string& picture) {
+  NumberShape shape;
   bool quoted = false;
   for (std::size_t i = 0; i < picture.size(); ++i) {
-    const char c = picture[i];
-    if (c == '"') quoted = !quoted;
+    if (picture[i] == '"') quoted = !quoted;
     if (quoted) continue;
-    if (c == '\\') {
+    if (picture[i] == '\\')
       ++i;
-      continue;
-    }
-    if (c == '0' || c == '#') {
-      digitsSeen = true;
-      if (inDecimals) {
-        ++decimals;
-        if (c == '0') decimalZeros = decimals;
-      } else if (c == '0') {
-        ++wholeZeros;
-      } else if (wholeZeros > 0) {
-        ++wholeZeros;
-      }
-    } else if (c == '.') {
-      inDecimals = true;
-    } else if (c == ',') {
-      grouped = true;
-    } else if (c == '%') {
-      percent = true;
-    }
+    else
+      shape.See(picture[i]);
   }
-  std::string number;
-  if (digitsSeen) {
-    const std::string fixed = FixedDigits(percent ? magnitude * 100 : magnitude, std::min(decimals, 15));
-    const std::size_t point = fixed.find('.');
-    std::string whole = fixed.substr(0, point);
-    std::string fraction = point == std::string::npos ? "" : fixed.substr(point + 1);
-    while (static_cast<int>(fraction.size()) > decimalZeros && !fraction.empty() && fraction.back() == '0') fraction.pop_back();
-    if (whole == "0" && wholeZeros == 0) whole.clear();
-    if (static_cast<int>(whole.size()) < wholeZeros) whole.insert(0, static_cast<std::size_t>(wholeZeros) - whole.size(), '0');
-    number = (grouped ? Grouped(whole) : whole) + (inDecimals ? decimalPoint + fraction : "");
-  }
-  // The digits go where the first place stands, everything else as it is written.
+  return shape;
+}
+
+std::string Digits(double magnitude, const NumberShape& shape, char decimalPoint) {
+  const std::string fixed = FixedDigits(shape.percent ? magnitude * 100 : magnitude, std::min(shape.decimals, 15));
+  const std::size_t point = fixed.find('.');
+  std::string whole = fixed.substr(0, point);
+  std::string fraction = point == std::string::npos ? "" : fixed.substr(point + 1);
+  while (static_cast<int>(fraction.size()) > shape.decimalZeros && !fraction.empty() && fraction.back() == '0') fraction.pop_back();
+  if (whole == "0" && shape.wholeZeros == 0) whole.clear();
+  if (static_cast<int>(whole.size()) < shape.wholeZeros) whole.insert(0, static_cast<std::size_t>(shape.wholeZeros) - whole.size(), '0');
+  return (shape.grouped ? Grouped(whole) : whole) + (shape.inDecimals ? decimalPoint + fraction : "");
+}
+
+// The digits go where the first place stands, everything else as it is written.
+std::string ApplyNumberPicture(double magnitude, const std::string& picture, char decimalPoint) {
+  const NumberShape shape = ShapeOf(picture);
+  std::string number = shape.digitsSeen ? Digits(magnitude, shape, decimalPoint) : std::string();
   std::string out;
-  bool written = false;
-  quoted = false;
+  bool quoted = false;
   for (std::size_t i = 0; i < picture.size(); ++i) {
     const char c = picture[i];
     if (c == '"') {
@@ -122,8 +129,7 @@ std::string ApplyNumberPicture(double magnitude, const std::string& picture, cha
     } else if (c == '\\' && i + 1 < picture.size()) {
       out += picture[++i];
     } else if (c == '0' || c == '#' || c == '.' || c == ',') {
-      if (!written && digitsSeen) out += number;
-      written = true;
+      out += std::exchange(number, {});
     } else {
       out += c;
     }

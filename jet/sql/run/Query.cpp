@@ -155,31 +155,34 @@ struct Query::State {
   // is gone by now.
   bool NoteRow(std::size_t& bytes) {
     for (std::size_t source = 0; source < sources.size(); ++source) {
-      if (sources[source] == nullptr) continue;
-      const bool wanted = rowsAreReadAgain ? !keyColumns[source].empty() : HasLate(source);
-      const std::int64_t id = rowIds[blockRows * sources.size() + source];
-      if (!wanted || id < 0 || sources[source]->table == nullptr) {
-        NullLongs(source);
-        continue;
+      if (sources[source] != nullptr && !NoteSource(source, bytes)) return false;
+    }
+    return true;
+  }
+
+  bool NoteSource(std::size_t source, std::size_t& bytes) {
+    const bool wanted = rowsAreReadAgain ? !keyColumns[source].empty() : HasLate(source);
+    const std::int64_t id = rowIds[blockRows * sources.size() + source];
+    if (!wanted || id < 0 || sources[source]->table == nullptr) {
+      NullLongs(source);
+      return true;
+    }
+    Row* current = scans ? &scan->Current() : &row;
+    if (!scans) {
+      // What SQLite sorted or keeps for a join may have been read before the last commit of another process.
+      const bool changed = versions[source] != firstVersions[source];
+      if (!sources[source]->table->Read(RowIdFrom(id), row)) {
+        if (!changed) NullLongs(source);
+        return !changed;
       }
-      Row* current = scans ? &scan->Current() : &row;
-      if (!scans) {
-        // What SQLite sorted or keeps for a join may have been read before the last commit of another process.
-        const bool changed = versions[source] != firstVersions[source];
-        if (!sources[source]->table->Read(RowIdFrom(id), row)) {
-          if (changed) return false;
-          NullLongs(source);
-          continue;
-        }
-        if (changed && !TakeAsItIs(source, row)) return false;
-      }
-      std::uint64_t& print = prints[blockRows * sources.size() + source];
-      if (rowsAreReadAgain) {
-        print = current->Fingerprint(keyColumns[source]);
-      } else {
-        HoldLongs(source, *current, bytes);
-        print = current->Fingerprint();
-      }
+      if (changed && !TakeAsItIs(source, row)) return false;
+    }
+    std::uint64_t& print = prints[blockRows * sources.size() + source];
+    if (rowsAreReadAgain) {
+      print = current->Fingerprint(keyColumns[source]);
+    } else {
+      HoldLongs(source, *current, bytes);
+      print = current->Fingerprint();
     }
     return true;
   }

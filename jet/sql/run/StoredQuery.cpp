@@ -43,11 +43,9 @@ struct Piece {
   bool joined = false;
 };
 
-std::string FromClause(const Parts& parts, std::vector<std::string>& conditions, const std::string& query) {
+std::vector<Piece> PiecesOf(const std::vector<Part>& sources) {
   std::vector<Piece> pieces;
-  const auto sources = parts.find(Attribute::kSource);
-  if (sources == parts.end()) return {};
-  for (const Part& part : sources->second) {
+  for (const Part& part : sources) {
     Piece piece;
     const std::string& alias = part.name2.empty() ? part.name1 : part.name2;
     piece.names.push_back(FoldName(alias));
@@ -55,40 +53,54 @@ std::string FromClause(const Parts& parts, std::vector<std::string>& conditions,
                                    : Bracketed(part.name1) + (part.name2.empty() ? "" : " AS " + Bracketed(part.name2));
     pieces.push_back(std::move(piece));
   }
+  return pieces;
+}
+
+// Several pairs of columns between the same tables are one join.
+std::vector<Part> JoinsOf(const std::vector<Part>& parts) {
   std::vector<Part> joins;
-  if (const auto found = parts.find(Attribute::kJoin); found != parts.end()) {
-    for (const Part& join : found->second) {
-      // Several pairs of columns between the same tables are one join.
-      const auto same = std::find_if(joins.begin(), joins.end(), [&](const Part& other) {
-        return other.flag == join.flag && SameName(other.name1, join.name1) && SameName(other.name2, join.name2);
-      });
-      if (same != joins.end())
-        same->expression = "(" + same->expression + ") AND (" + join.expression + ")";
-      else
-        joins.push_back(join);
-    }
+  for (const Part& join : parts) {
+    const auto same = std::find_if(joins.begin(), joins.end(), [&](const Part& other) {
+      return other.flag == join.flag && SameName(other.name1, join.name1) && SameName(other.name2, join.name2);
+    });
+    if (same != joins.end())
+      same->expression = "(" + same->expression + ") AND (" + join.expression + ")";
+    else
+      joins.push_back(join);
   }
+  return joins;
+}
+
+// Makes one piece of the two that the join names; a condition of what is joined already goes to the conditions.
+void Join(std::vector<Piece>& pieces, const Part& join, std::vector<std::string>& conditions, const std::string& query) {
   const auto pieceOf = [&](const std::string& name) {
     return std::find_if(pieces.begin(), pieces.end(), [&](const Piece& piece) {
       return std::find(piece.names.begin(), piece.names.end(), FoldName(name)) != piece.names.end();
     });
   };
-  for (const Part& join : joins) {
-    const auto left = pieceOf(join.name1);
-    const auto right = pieceOf(join.name2);
-    if (left == pieces.end() || right == pieces.end())
-      throw Error(ErrorCode::kUnsupported, "the query \"" + query + "\" joins a table that it does not name");
-    if (left == right) {
-      if (join.flag != 1) throw Error(ErrorCode::kUnsupported, "the query \"" + query + "\" has outer joins in a circle");
-      conditions.push_back(join.expression);
-      continue;
-    }
-    const char* kind = join.flag == 2 ? " LEFT JOIN " : join.flag == 3 ? " RIGHT JOIN " : " INNER JOIN ";
-    const auto text = [](const Piece& piece) { return piece.joined ? "(" + piece.sql + ")" : piece.sql; };
-    left->sql = text(*left) + kind + text(*right) + " ON (" + join.expression + ")";
-    left->joined = true;
-    left->names.insert(left->names.end(), right->names.begin(), right->names.end());
-    pieces.erase(right);
+  const auto left = pieceOf(join.name1);
+  const auto right = pieceOf(join.name2);
+  if (left == pieces.end() || right == pieces.end())
+    throw Error(ErrorCode::kUnsupported, "the query \"" + query + "\" joins a table that it does not name");
+  if (left == right) {
+    if (join.flag != 1) throw Error(ErrorCode::kUnsupported, "the query \"" + query + "\" has outer joins in a circle");
+    conditions.push_back(join.expression);
+    return;
+  }
+  const char* kind = join.flag == 2 ? " LEFT JOIN " : join.flag == 3 ? " RIGHT JOIN " : " INNER JOIN ";
+  const auto text = [](const Piece& piece) { return piece.joined ? "(" + piece.sql + ")" : piece.sql; };
+  left->sql = text(*left) + kind + text(*right) + " ON (" + join.expression + ")";
+  left->joined = true;
+  left->names.insert(left->names.end(), right->names.begin(), right->names.end());
+  pieces.erase(right);
+}
+
+std::string FromClause(const Parts& parts, std::vector<std::string>& conditions, const std::string& query) {
+  const auto sources = parts.find(Attribute::kSource);
+  if (sources == parts.end()) return {};
+  std::vector<Piece> pieces = PiecesOf(sources->second);
+  if (const auto joins = parts.find(Attribute::kJoin); joins != parts.end()) {
+    for (const Part& join : JoinsOf(joins->second)) Join(pieces, join, conditions, query);
   }
   std::string sql;
   for (const Piece& piece : pieces) sql += (sql.empty() ? " FROM " : ", ") + piece.sql;

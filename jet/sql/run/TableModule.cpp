@@ -147,6 +147,39 @@ bool GivesOrder(const sqlite3_index_info* info, const IndexDef& index, const std
   return true;
 }
 
+// The columns of the index, from the first on, for which an equality is given.
+void FindEqualities(sqlite3_index_info* info, const IndexDef& index, const std::vector<ColumnDef>& columns, Choice& choice) {
+  for (const IndexColumn& part : index.columns) {
+    const ColumnType type = columns[part.column].type;
+    if (!CanSearch(type)) return;
+    int found = 0;
+    while (found < info->nConstraint && !Usable(info, found, part.column, type, kEqual)) ++found;
+    if (found == info->nConstraint) return;
+    choice.equal.push_back(found);
+  }
+}
+
+// What bounds the column behind those.
+void FindBounds(sqlite3_index_info* info, const IndexDef& index, const std::vector<ColumnDef>& columns, Choice& choice) {
+  if (choice.equal.size() == index.columns.size()) return;
+  const IndexColumn& column = index.columns[choice.equal.size()];
+  const ColumnType type = columns[column.column].type;
+  if (!CanOrderBy(index, type)) return;
+  for (int i = 0; i < info->nConstraint; ++i) {
+    if (Usable(info, i, column.column, type, column.descending ? kBelow : kAbove)) choice.lower = i;
+    if (Usable(info, i, column.column, type, column.descending ? kAbove : kBelow)) choice.upper = i;
+  }
+}
+
+double RowsOf(const Choice& choice, double rowCount) {
+  if (choice.single) return 1;
+  double rows = rowCount;
+  for (std::size_t i = 0; i < choice.equal.size(); ++i) rows = std::max(1.0, rows / 50);
+  if (choice.lower >= 0) rows = std::max(1.0, rows / 4);
+  if (choice.upper >= 0) rows = std::max(1.0, rows / 4);
+  return rows;
+}
+
 std::optional<Choice> Consider(sqlite3_index_info* info, const EngineTable& table, std::size_t position, double rowCount) {
   const IndexDef& index = table.table->Indexes()[position];
   const std::vector<ColumnDef>& columns = table.table->Columns();
@@ -154,37 +187,14 @@ std::optional<Choice> Consider(sqlite3_index_info* info, const EngineTable& tabl
   if (!index.writable || !index.findsEqual) return std::nullopt;
   Choice choice;
   choice.index = static_cast<int>(position);
-  std::size_t at = 0;
-  for (; at < index.columns.size(); ++at) {
-    const std::size_t column = index.columns[at].column;
-    if (!CanSearch(columns[column].type)) break;
-    int found = -1;
-    for (int i = 0; i < info->nConstraint && found < 0; ++i) {
-      if (Usable(info, i, column, columns[column].type, kEqual)) found = i;
-    }
-    if (found < 0) break;
-    choice.equal.push_back(found);
-  }
-  if (at < index.columns.size() && CanOrderBy(index, columns[index.columns[at].column].type)) {
-    const IndexColumn& column = index.columns[at];
-    for (int i = 0; i < info->nConstraint; ++i) {
-      if (Usable(info, i, column.column, columns[column.column].type, column.descending ? kBelow : kAbove)) choice.lower = i;
-      if (Usable(info, i, column.column, columns[column.column].type, column.descending ? kAbove : kBelow)) choice.upper = i;
-    }
-  }
+  FindEqualities(info, index, columns, choice);
+  FindBounds(info, index, columns, choice);
   choice.ordered = GivesOrder(info, index, columns, choice.equal.size(), choice.backward);
   const bool searched = !choice.equal.empty() || choice.lower >= 0 || choice.upper >= 0;
   // Rows whose key is null are missing in an index that ignores them: only a search on the key may use it.
   if (!searched && (!choice.ordered || index.ignoreNulls)) return std::nullopt;
   choice.single = choice.equal.size() == index.columns.size() && index.unique;
-  if (choice.single) {
-    choice.rows = 1;
-  } else {
-    choice.rows = rowCount;
-    for (std::size_t i = 0; i < choice.equal.size(); ++i) choice.rows = std::max(1.0, choice.rows / 50);
-    if (choice.lower >= 0) choice.rows = std::max(1.0, choice.rows / 4);
-    if (choice.upper >= 0) choice.rows = std::max(1.0, choice.rows / 4);
-  }
+  choice.rows = RowsOf(choice, rowCount);
   // Reaching a row through the index costs more than meeting it in a walk.
   choice.cost = 10 + choice.rows * 3;
   return choice;
