@@ -1,6 +1,6 @@
 #pragma once
 
-// The driver manager's own headers, for the .cpp files of this folder alone.
+// The driver manager's own headers, for the .cpp files of the ODBC provider alone.
 #ifdef _WIN32
 #ifndef NOMINMAX
 #define NOMINMAX
@@ -14,7 +14,7 @@
 #include <cstddef>
 
 static_assert(sizeof(SQLWCHAR) == sizeof(char16_t), "wide texts are UTF-16 on every platform");
-static_assert(sizeof(SQLLEN) == sizeof(std::ptrdiff_t), "lengths travel as ptrdiff_t in this folder's headers");
+static_assert(sizeof(SQLLEN) == sizeof(std::ptrdiff_t), "lengths travel as ptrdiff_t in the headers");
 
 namespace tamlo::ado::odbc {
 
