@@ -70,8 +70,7 @@ bool DbTbl::ChargeFldTable() {
     rs = db_->OpenRecordSet((moteur.faits.premiereLigne ? "SELECT TOP 1 * FROM [" : "SELECT * FROM [") + nom_ + "]", 0);
   } catch (const runtime::Error& refus) {
     // A table that is not there under its upper-case name stays without fields; one that another program hinders us to read does not.
-    constexpr std::int32_t kSansTable = 1146;
-    if (moteur.faits.construitEnCommun && moteur.DUnAutreProgramme(refus) && refus.NativeCode() != kSansTable) throw;
+    if (moteur.faits.construitEnCommun && moteur.DUnAutreProgramme(refus) && refus.NativeCode() != moteur.faits.sansTable) throw;
     db_->NoteErreur(nom_, {refus.Number(), refus.Description()});
     return false;
   }

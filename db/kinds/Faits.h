@@ -66,6 +66,7 @@ struct Faits {
   bool construitEnCommun = false;
   const char* prendVerrou = nullptr;  ///< asks the server to hold back the others; it answers 1
   const char* rendVerrou = nullptr;
+  std::int32_t sansTable = 0;  ///< the number by which the server tells that there is no such table
 };
 
 }  // namespace tamlo::db::kinds

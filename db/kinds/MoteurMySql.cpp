@@ -47,6 +47,7 @@ constexpr Faits kFaits{
     .construitEnCommun = true,
     .prendVerrou = "SELECT GET_LOCK(CONCAT('tamlo_',MD5(DATABASE())),60)",
     .rendVerrou = "SELECT RELEASE_LOCK(CONCAT('tamlo_',MD5(DATABASE())))",
+    .sansTable = 1146,
 };
 
 bool EstNombre(std::string_view texte, int petit, int grand) {
