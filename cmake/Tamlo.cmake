@@ -1,4 +1,8 @@
 # Helpers shared by all rooms.
+if(CMAKE_LIBRARY_ARCHITECTURE AND EXISTS /etc/debian_version AND (NOT DEFINED CACHE{CMAKE_INSTALL_LIBDIR} OR "$CACHE{CMAKE_INSTALL_LIBDIR}" STREQUAL "lib"))
+  # Where this system's own packages put them, under whatever prefix.
+  set(CMAKE_INSTALL_LIBDIR lib/${CMAKE_LIBRARY_ARCHITECTURE})
+endif()
 include(GNUInstallDirs)
 
 add_library(tamlo_options INTERFACE)
@@ -20,19 +24,32 @@ if(TAMLO_SANITIZE)
   endif()
 endif()
 
-# tamlo_library(name SOURCES a.cpp ... DEPENDS lib ... [PRIVATE_DEPENDS lib ...])
-# A static library whose headers are reached from the repository root.
+# tamlo_library(name [STATIC] SOURCES a.cpp ... DEPENDS lib ... [PRIVATE_DEPENDS lib ...])
+# A library whose headers are reached from the repository root. Static, or shared as BUILD_SHARED_LIBS says: STATIC is for what no other
+# program links to, and Windows programs hold everything themselves.
 function(tamlo_library name)
-  cmake_parse_arguments(arg "" "" "SOURCES;DEPENDS;PRIVATE_DEPENDS" ${ARGN})
-  add_library(${name} STATIC ${arg_SOURCES})
-  target_include_directories(${name} PUBLIC
-    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/tamlo>)
+  cmake_parse_arguments(arg "STATIC" "" "SOURCES;DEPENDS;PRIVATE_DEPENDS" ${ARGN})
+  set(kind STATIC)
+  if(BUILD_SHARED_LIBS AND NOT arg_STATIC AND NOT WIN32)
+    set(kind SHARED)
+  endif()
+  add_library(${name} ${kind} ${arg_SOURCES})
+  # Which number is raised when: CONTRIBUTING.md.
+  set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} DEFINE_SYMBOL "")
+  target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>)
   target_compile_features(${name} PUBLIC cxx_std_20)
   target_link_libraries(${name} PUBLIC ${arg_DEPENDS} PRIVATE $<BUILD_INTERFACE:tamlo_options> ${arg_PRIVATE_DEPENDS})
   if(TARGET tamlo_precompiled)
     target_precompile_headers(${name} REUSE_FROM tamlo_precompiled)
     target_compile_options(${name} PRIVATE $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-fpch-preprocess>)
   endif()
+endfunction()
+
+# tamlo_public_headers(name a.h folder/b.h ...)
+# The headers of a library that are for other programs. They are installed with it, under include/tamlo as they lie in the repository, and
+# each of them is compiled alone there by a test: what it includes has to be public too.
+function(tamlo_public_headers name)
+  target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${ARGN})
 endfunction()
 
 # A faster linker where the machine has one (scripts/setup installs it): the programs with debug information are many and large.

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Makes the package of a built tree and checks what is in it.
-#   packages.sh deb FOLDER       the .deb of this machine
+#   packages.sh deb FOLDER       the .deb packages of this machine, which lintian then judges as a stranger
 #   packages.sh zip FOLDER       the zip of a Windows build
 set -euo pipefail
 kind=$1 build=$2
@@ -9,11 +9,18 @@ trap 'rm -rf "$work"' EXIT
 cpack --config "$build/CPackConfig.cmake" -B "$work" >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
 case "$kind" in
   deb)
+    library=$(ls "$work"/libtamlo-dev_*.deb)
+    list=$(dpkg-deb -c "$library" | awk '{print $6}')
+    for file in /include/tamlo/db/DataBase.h /libtamlo_db.a /cmake/tamlo/tamloConfig.cmake /pkgconfig/tamlo.pc; do
+      grep -qF "$file" <<<"$list" || { echo "$file is missing in $library:" >&2; echo "$list" >&2; exit 1; }
+    done
     package=$(ls "$work"/tamlo_*.deb)
     list=$(dpkg-deb -c "$package" | awk '{print $6}')
-    wanted=(./usr/bin/tamlo ./usr/share/man/man1/tamlo.1 ./usr/share/man/fr/man1/tamlo.1 ./usr/share/applications/tamlo.desktop
+    wanted=(./usr/bin/tamlo ./usr/share/man/man1/tamlo.1.gz ./usr/share/man/fr/man1/tamlo.1.gz ./usr/share/applications/tamlo.desktop
       ./usr/share/icons/hicolor/128x128/apps/tamlo.png ./usr/share/doc/tamlo/copyright)
-    dpkg-deb -f "$package" Depends | grep -q libqt6widgets6 ;;
+    dpkg-deb -f "$package" Depends | grep -q libqt6widgets6
+    # It refuses root unless told.
+    lintian --allow-root --fail-on error,warning "$work"/*.deb >"$work/lintian" 2>&1 || { cat "$work/lintian" >&2; exit 1; } ;;
   zip)
     package=$(ls "$work"/tamlo-*-windows-*.zip)
     list=$(cd "$work" && cmake -E tar tf "$package" | sed 's|^[^/]*/||')

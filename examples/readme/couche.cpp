@@ -1,4 +1,5 @@
 #include <cstdint>
+#include <filesystem>
 #include <iostream>
 
 #include "ado/Command.h"
@@ -9,10 +10,13 @@
 
 int main() {
   tamlo::providers::EnregistreFournisseurs();
-  jet::Database::Create("EXEMPLE.MDB");
+  if (!std::filesystem::exists("EXEMPLE.MDB")) jet::Database::Create("EXEMPLE.MDB");
   tamlo::db::DataBase base;
-  if (!base.Ouvre("EXEMPLE.MDB", tamlo::db::TypJet, true)) return 1;
-  base.ExecuteSQL("create table [UTL] ([IDUTL] long, [NOM] text(30))");
+  if (!base.Ouvre("EXEMPLE.MDB", tamlo::db::TypJet, true)) {
+    std::cerr << base.ListeErr(0).description << "\n";
+    return 1;
+  }
+  if (!base.ExisteTbl("UTL")) base.ExecuteSQL("create table [UTL] ([IDUTL] long, [NOM] text(30))");
   tamlo::ado::Command ajoute;  // values never become part of the statement's text
   ajoute.ActiveConnection(&base.Connexion());
   ajoute.CommandText("insert into [UTL] values (?, ?)");
