@@ -4,6 +4,7 @@
 #include <array>
 
 #include "ado/Secrets.h"
+#include "ado/jet/FrenchReason.h"
 
 namespace tamlo::ado::jetprovider {
 
@@ -52,7 +53,8 @@ runtime::Error Translated(const jet::Error& error, const std::string& sent, bool
   if (opening && error.Code() == jet::ErrorCode::kInUse) found.number = runtime::kFileInUse;
   // The name of a file that does not open may be a connection string.
   const std::string detail = opening ? WithoutSecrets(error.what()) : error.what();
-  runtime::Error translated(found.number, std::string(found.text) + " : " + detail, "Microsoft JET Database Engine");
+  const std::string reason = FrenchReason(detail);
+  runtime::Error translated(found.number, reason.empty() ? found.text : found.text + (" : " + reason), "Microsoft JET Database Engine");
   translated.WithDiagnostics({{"", static_cast<std::int32_t>(error.Code()), detail}});
   if (!sent.empty()) translated.WithSent(sent);
   return translated;

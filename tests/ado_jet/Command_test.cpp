@@ -86,9 +86,9 @@ TEST_F(JetCommand, WhatIsMissingOrTooMuchIsNamed) {
   command.CommandText("UPDATE T SET N = [Nom] WHERE Id = [Numéro]");
   EXPECT_EQ(Refusal().number, 3265);
   command.Parameters().Append({.name = "Nom", .value = "x"});
-  EXPECT_EQ(Refusal().description, "Objet introuvable : no column or parameter value \"Numéro\" (at character 35)");
+  EXPECT_EQ(Refusal().description, "Objet introuvable : aucune colonne et aucune valeur de paramètre \"Numéro\" (caractère 35)");
   command.Parameters().Append({.name = "Numero", .value = "x"});
-  EXPECT_EQ(Refusal().description, "Objet introuvable : the statement has no parameter \"Numero\"");
+  EXPECT_EQ(Refusal().description, "Objet introuvable : l'instruction n'a pas de paramètre \"Numero\"");
   command.Parameters().Delete("Numero");
   command.Parameters().Append({.name = "Numéro", .value = "trois"});
   EXPECT_EQ(Refusal().number, -2147467259);

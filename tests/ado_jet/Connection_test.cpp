@@ -98,10 +98,10 @@ TEST_F(JetConnectionTest, TheDatabaseIsCopiedWholeOrNotAtAll) {
   EXPECT_EQ(Rows(rows), "1");
   auto error = IgnoringErrors([&] { connection.Backup(copy); });
   EXPECT_EQ(error.number, runtime::kProviderFailure);
-  EXPECT_EQ(error.description, "L'objet existe déjà : There is a file \"" + copy + "\" already");
+  EXPECT_EQ(error.description, "L'objet existe déjà : le fichier \"" + copy + "\" existe");
   error = IgnoringErrors([&] { connection.Backup(folder.File("absent/copie.mdb")); });
   EXPECT_EQ(error.number, runtime::kProviderFailure);
-  EXPECT_EQ(error.description, "Fichier introuvable : Opening \"" + folder.File("absent/copie.mdb") + "-new\": No such file or directory");
+  EXPECT_EQ(error.description, "Fichier introuvable : \"" + folder.File("absent/copie.mdb") + "-new\" n'existe pas");
   error = IgnoringErrors([&] { connection.Backup(folder.File("copie.ldb")); });
   EXPECT_EQ(error.number, runtime::kProviderFailure);
   EXPECT_EQ(error.description.rfind("Opération non gérée : ", 0), 0U) << error.description;
@@ -118,7 +118,7 @@ TEST_F(JetConnectionTest, ACopyWaitsForTheWriterAndGivesUp) {
   other.Property("Lock Wait", std::int32_t{50});
   const auto error = IgnoringErrors([&] { other.Backup(folder.File("copie.mdb")); });
   EXPECT_EQ(error.number, 3006);
-  EXPECT_EQ(error.description, "La base de données ou l'objet est verrouillé : The database is being written by another user");
+  EXPECT_EQ(error.description, "La base de données ou l'objet est verrouillé : un autre utilisateur écrit dans la base");
   EXPECT_FALSE(std::filesystem::exists(folder.File("copie.mdb")));
   lockFile->Unlock(0x20000001, 1);
   other.Backup(folder.File("copie.mdb"));

@@ -23,7 +23,7 @@ TEST_F(JetStatementLimits, TheTimeOutOfTheConnectionEndsAStatement) {
   connection.CommandTimeout(1);
   const auto refusal = Refusal(kForEver);
   EXPECT_EQ(refusal.number, -2147467259);
-  EXPECT_NE(refusal.description.find("the statement takes more than 1 seconds"), std::string::npos) << refusal.description;
+  EXPECT_NE(refusal.description.find("l'instruction prend plus de 1 secondes"), std::string::npos) << refusal.description;
   EXPECT_EQ(runtime::IgnoringErrors([&] { connection.Execute(kForEver); }).number, -2147467259);
   EXPECT_EQ(Rows("SELECT Count(*) FROM T"), "500");
 }

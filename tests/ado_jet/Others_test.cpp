@@ -74,7 +74,7 @@ TEST_F(JetBesideOthers, ALockIsWaitedForAsLongAsThePropertySays) {
   const auto refused = IgnoringErrors([&] { connection.Execute("UPDATE Utl SET Nom='y' WHERE IdUtl=1"); });
   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
   EXPECT_EQ(refused.number, 3006);
-  EXPECT_EQ(refused.description, "La base de données ou l'objet est verrouillé : The database is being changed by another user");
+  EXPECT_EQ(refused.description, "La base de données ou l'objet est verrouillé : un autre utilisateur modifie la base");
   other.CommitTrans();
   connection.Execute("UPDATE Utl SET Nom='y' WHERE IdUtl=1");
 }

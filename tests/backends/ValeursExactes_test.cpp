@@ -116,7 +116,8 @@ TEST(ValeursExactes, WhatAnAccessFileHasNoValueForIsRefusedWithTableRowAndColumn
   cible.Table("ID LONG CONSTRAINT PK PRIMARY KEY, D DATETIME");
   const auto erreur = runtime::IgnoringErrors([&] { (void)source->CopieDonnees("T", *cible); });
   EXPECT_EQ(erreur.number, runtime::kProviderFailure);
-  EXPECT_EQ(erreur.description, "copie de la table T : ligne 2 : Type de données incompatible : \"0000-00-00 00:00:00\" is not a date, column \"D\"");
+  EXPECT_EQ(erreur.description,
+            "copie de la table T : ligne 2 : Type de données incompatible : \"0000-00-00 00:00:00\" n'est pas une date, colonne \"D\"");
   // The table itself stays readable, the value with it.
   EXPECT_EQ(source.Dit("SELECT D FROM T ORDER BY ID").find("0000-00-00 00:00:00;") != std::string::npos, true);
 }
@@ -140,7 +141,8 @@ TEST(ValeursExactes, NoDayOfAServerBecomesAnotherOneInAnAccessFile) {
 TEST(ValeursExactes, ATextInAColumnOfDaysStaysOneAndIsNotCopiedAsADay) {
   Base source("Sqlite");
   source.Table("ID INTEGER PRIMARY KEY, D DATE, H TIME");
-  source.Brut("INSERT INTO T VALUES (1, '2026-02-28', '10:11:12'), (2, '1/2', NULL), (3, '31/12/2003', NULL), (4, 'dec 2003', '8:30'), (5, 'abc', NULL)");
+  source.Brut(
+      "INSERT INTO T VALUES (1, '2026-02-28', '10:11:12'), (2, '1/2', NULL), (3, '31/12/2003', NULL), (4, 'dec 2003', '8:30'), (5, 'abc', NULL)");
   EXPECT_EQ(source.Dit("SELECT D FROM T WHERE ID > 1 ORDER BY ID"), "1/2;31/12/2003;dec 2003;abc;");
   EXPECT_EQ(source.Dit("SELECT H FROM T WHERE ID = 4"), "8:30;");
   for (const char* nom : {"MariaDb", "Sqlite", "Jet"}) {

@@ -74,9 +74,8 @@ TEST_F(BadInputOnAccess, TextForANumberAndNumbersOutOfRangeEndWithTheErrorBox) {
 TEST_F(BadInputOnAccess, AFileThatIsNotThereEndsWithTheLayersMessage) {
   const std::string absent = runtime::UpperCase(folder_.File("absente.mdb"));
   const ToolProcess tool(kTool, L"\"" + Wide(absent) + L"\" 0 12 DUPONT 3");
-  EXPECT_EQ(
-      ReadBox(tool, kCannotOpen + Wide(absent) + L">"),
-      L"La base est incorrecte. Erreur -2147467259 (Fichier introuvable : Opening \"" + Wide(absent) + L"\": No such file or directory)");
+  EXPECT_EQ(ReadBox(tool, kCannotOpen + Wide(absent) + L">"),
+            L"La base est incorrecte. Erreur -2147467259 (Fichier introuvable : \"" + Wide(absent) + L"\" n'existe pas)");
 }
 
 TEST_F(BadInputOnAccess, AFileOfAnotherKindEndsWithTheLayersMessage) {
@@ -86,14 +85,14 @@ TEST_F(BadInputOnAccess, AFileOfAnotherKindEndsWithTheLayersMessage) {
   const std::wstring upper = Wide(runtime::UpperCase(file));
   const std::wstring text = ReadBox(tool, kCannotOpen + upper + L">");
   EXPECT_EQ(text.find(L"La base est incorrecte. Erreur -2147467259 (Format de base de données non reconnu : \""), 0U);
-  EXPECT_NE(text.find(L"\" is not an Access file: it does not begin as one)"), std::wstring::npos);
+  EXPECT_NE(text.find(L"\" ne commence pas comme un fichier Access)"), std::wstring::npos);
 }
 
 TEST_F(BadInputOnAccess, ANameWithAQuoteEndsWithTheErrorBoxAndNothingWritten) {
   Start(L"12 L'HERMITE 3 Secret1");
   ASSERT_NE(form_, nullptr);
-  EXPECT_EQ(BoxAfterOk(), std::wstring(kProviderFailure) +
-                              L"Erreur de syntaxe dans l'instruction SQL : text without its closing quote (at character 39)");
+  EXPECT_EQ(BoxAfterOk(),
+            std::wstring(kProviderFailure) + L"Erreur de syntaxe dans l'instruction SQL : texte sans son guillemet fermant (caractère 39)");
   EXPECT_EQ(Rows().find("HERMITE"), std::string::npos);
 }
 

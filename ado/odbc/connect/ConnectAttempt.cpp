@@ -113,7 +113,8 @@ ConnectOutcome TryToConnect(const std::string& connectionText, std::int32_t time
   try {
     std::thread([attempt] { attempt->Run(); }).detach();
   } catch (const std::system_error& error) {
-    throw runtime::Error(runtime::kProviderFailure, std::string("no thread to connect with: ") + error.what(), "odbc");
+    throw runtime::Error(runtime::kProviderFailure, "Aucun fil d'exécution n'a pu être créé pour la connexion.", "odbc")
+        .WithDiagnostics({{"", 0, error.what()}});
   }
   return attempt->Await();
 }

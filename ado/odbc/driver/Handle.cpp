@@ -14,7 +14,7 @@ Handle::Handle(Kind kind, void* parent) : kind_(kind) {
   const auto result = SQLAllocHandle(static_cast<SQLSMALLINT>(kind), parent, &native_);
   if (SQL_SUCCEEDED(result)) return;
   native_ = nullptr;
-  if (parent == nullptr) throw runtime::Error(runtime::kProviderFailure, "no ODBC environment");
+  if (parent == nullptr) throw runtime::Error(runtime::kProviderFailure, "Il n'y a pas d'environnement ODBC.");
   const auto parentKind = kind == Kind::kStatement ? Kind::kConnection : Kind::kEnvironment;
   throw MakeError(ReadDiagnostics(parentKind, parent), {});
 }

@@ -18,7 +18,8 @@ StatementWatch::StatementWatch(void* connection) : idle_(Handle::Kind::kStatemen
   try {
     thread_ = std::thread([this] { Run(); });
   } catch (const std::system_error& error) {
-    throw runtime::Error(runtime::kProviderFailure, std::string("no thread to watch statements with: ") + error.what(), "odbc");
+    throw runtime::Error(runtime::kProviderFailure, "Aucun fil d'exécution n'a pu être créé pour surveiller les instructions.", "odbc")
+        .WithDiagnostics({{"", 0, error.what()}});
   }
 }
 
