@@ -24,7 +24,8 @@ expect_library_alone absent
 configure unwanted -DTAMLO_UI=OFF || { cat "$work/unwanted.log" >&2; exit 1; }
 expect_library_alone unwanted
 configure there || { cat "$work/there.log" >&2; exit 1; }
-ninja -C "$work/there" -t targets all | grep -q '^app/tamlo:' || { echo "there: no tool" >&2; exit 1; }
+targets=$(ninja -C "$work/there" -t targets all)
+grep -q '^app/tamlo:' <<<"$targets" || { echo "there: no tool" >&2; exit 1; }
 if configure demanded -DTAMLO_UI=ON -DQt6_DIR="$work" -DCMAKE_FIND_ROOT_PATH="$work" -DCMAKE_FIND_ROOT_PATH_MODE_PACKAGE=ONLY; then
   echo "demanded: no error" >&2
   exit 1
