@@ -3,6 +3,7 @@
 // The files in FOLDER are the engine's own from the first byte ("made-..."), or changed copies of the samples ("like-N-...", with the
 // number of the sample in the order of the arguments), each with its compacted copy. Everything is the same in every run but for dates.
 
+#include <algorithm>
 #include <exception>
 #include <filesystem>
 #include <fstream>
@@ -13,6 +14,7 @@
 
 #include "jet/Database.h"
 #include "jet/file/MemoryFileSystem.h"
+#include "jet/table/Table.h"
 #include "jet/value/Error.h"
 #include "tests/jet/history/Workload.h"
 #include "tests/jet/storage/JetTestSupport.h"
@@ -91,6 +93,24 @@ void MakeCuts(const fs::path& folder) {
   }
 }
 
+bool HasCounter(Table& table) {
+  const auto& columns = table.Columns();
+  return std::any_of(columns.begin(), columns.end(), [](const ColumnDef& column) { return column.autoNumber; });
+}
+
+/// Drops the first column that may be dropped.
+void DropFirst(Database& database, const std::string& name) {
+  for (std::size_t c = 0; c < database.OpenTable(name).Columns().size(); ++c) {
+    const std::string column = database.OpenTable(name).Columns()[c].name;
+    try {
+      database.DropColumn(name, column);
+      return;
+    } catch (const Error& error) {
+      if (error.Code() != ErrorCode::kUnsupported) throw;
+    }
+  }
+}
+
 /// Everything at once to a copy of a real file.
 void ChangeSample(const OpenOptions& options, unsigned seed) {
   const auto database = Database::Open(kPath, options);
@@ -100,11 +120,7 @@ void ChangeSample(const OpenOptions& options, unsigned seed) {
     if (object.kind != ObjectKind::kTable) continue;
     const std::string& name = object.name;
     Exercise(*database, name, random, 150);
-    const bool hasCounter = [&] {
-      for (const ColumnDef& column : database->OpenTable(name).Columns())
-        if (column.autoNumber) return true;
-      return false;
-    }();
+    const bool hasCounter = HasCounter(database->OpenTable(name));
     database->AddColumn(name, Column("Added words", ColumnType::kText, 50));
     database->AddColumn(name, Column("Added note", ColumnType::kMemo));
     database->AddColumn(name, hasCounter ? Column("Added number", ColumnType::kDouble) : Counter("Added number"));
@@ -112,15 +128,7 @@ void ChangeSample(const OpenOptions& options, unsigned seed) {
     database->CreateIndex(name, IndexOf("A short life", {{"Added number", false}}));
     Exercise(*database, name, random, 150);
     database->DropIndex(name, "A short life");
-    for (std::size_t c = 0; c < database->OpenTable(name).Columns().size(); ++c) {
-      const std::string column = database->OpenTable(name).Columns()[c].name;
-      try {
-        database->DropColumn(name, column);
-        break;
-      } catch (const Error& error) {
-        if (error.Code() != ErrorCode::kUnsupported) throw;
-      }
-    }
+    DropFirst(*database, name);
     Exercise(*database, name, random, 60);
     try {
       Transaction undone(*database);
