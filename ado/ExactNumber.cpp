@@ -1,13 +1,12 @@
 #include "ado/ExactNumber.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <cmath>
 #include <cstddef>
 #include <limits>
 #include <type_traits>
 
+#include "base/Numbers.h"
 #include "runtime/Text.h"
 
 namespace tamlo::ado {
@@ -30,9 +29,7 @@ template <typename Real>
 std::optional<ExactNumber> OfReal(Real value) {
   if (std::isnan(value)) return std::nullopt;
   if (std::isinf(value)) return ExactNumber{value < 0 ? -1 : 1, "1", std::numeric_limits<std::int64_t>::max()};
-  std::array<char, 64> text{};
-  const auto end = std::to_chars(text.data(), text.data() + text.size(), value).ptr;
-  return ExactNumber::Read({text.data(), static_cast<std::size_t>(end - text.data())});
+  return ExactNumber::Read(base::ShortestText(value));
 }
 
 /// Nulls, numbers, texts, everything else.
@@ -74,10 +71,9 @@ std::optional<ExactNumber> ExactNumber::Read(std::string_view text) {
     if (text.front() != 'e' && text.front() != 'E') return std::nullopt;
     text.remove_prefix(1);
     if (!text.empty() && text.front() == '+') text.remove_prefix(1);
-    int exponent = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), exponent);
-    if (text.empty() || error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-    number.point += exponent;
+    const auto exponent = base::ReadWhole<int>(text);
+    if (!exponent) return std::nullopt;
+    number.point += *exponent;
   }
   const std::size_t zeros = std::min(number.digits.find_first_not_of('0'), number.digits.size());
   number.digits.erase(0, zeros);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/Calendar.h"
+#include "base/Case.h"
 
 namespace base {
 
@@ -50,7 +51,7 @@ std::string Folded(std::string_view text) {
     } else if (byte == 0xCC && next >= 0x80) {
       ++i;  // an accent that stands behind its letter
     } else {
-      folded += text[i] >= 'A' && text[i] <= 'Z' ? static_cast<char>(text[i] + 32) : text[i];
+      folded += AsciiLower(text[i]);
     }
   }
   return folded;

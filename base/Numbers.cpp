@@ -1,8 +1,11 @@
 #include "base/Numbers.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
+
+#include "base/Blanks.h"
 
 namespace base {
 
@@ -26,6 +29,15 @@ std::optional<double> ReadReal(std::string_view text) {
   const auto [stopped, problem] = std::from_chars(text.data(), end, value);
   if (problem != std::errc() || stopped != end || !std::isfinite(value)) return std::nullopt;
   return value;
+}
+
+std::optional<double> ReadWrittenReal(std::string_view text, char decimalPoint) {
+  text = Trim(text);
+  if (!text.empty() && text.front() == '+') text.remove_prefix(1);
+  if (decimalPoint == '.' || text.find(decimalPoint) == std::string_view::npos) return ReadReal(text);
+  std::string plain(text);
+  std::replace(plain.begin(), plain.end(), decimalPoint, '.');
+  return ReadReal(plain);
 }
 
 std::string ShortestText(double value) { return Written(value); }

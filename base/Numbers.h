@@ -13,6 +13,8 @@ namespace base {
 /// The number that a whole text is: digits with at most one "." among them, "-" in front, an exponent behind. None for any other text
 /// (blanks, "+", "inf" and "nan" among them) and for what is too large for a double, or too small and not 0.
 [[nodiscard]] std::optional<double> ReadReal(std::string_view text);
+/// The same of a text as somebody writes it: blanks around it, "+" in front, and decimalPoint or "." before the decimals.
+[[nodiscard]] std::optional<double> ReadWrittenReal(std::string_view text, char decimalPoint);
 /// The whole number that a whole text is, "-" in front of it where the type has a sign. None for any other text and beyond the type.
 template <typename Whole>
 [[nodiscard]] std::optional<Whole> ReadWhole(std::string_view text, int radix = 10) {

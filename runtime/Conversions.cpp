@@ -1,6 +1,5 @@
 #include "runtime/Conversions.h"
 
-#include <array>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -8,6 +7,8 @@
 #include <string>
 #include <type_traits>
 
+#include "base/Calendar.h"
+#include "base/Numbers.h"
 #include "runtime/Dates.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
@@ -82,9 +83,7 @@ std::string Normalized(std::string_view text, char decimalPoint) {
 
 /// The value of a text in plain form. Too large is error 6; too small to tell from zero is zero.
 double Value(const std::string& plain) {
-  double value = 0;
-  const auto [stopped, failure] = std::from_chars(plain.data(), plain.data() + plain.size(), value);
-  if (failure != std::errc::result_out_of_range) return value;
+  if (const auto value = base::ReadReal(plain)) return *value;
   const std::size_t exponent = plain.find('e');
   const bool tiny = exponent != std::string::npos ? plain[exponent + 1] == '-' : plain.find_first_of("123456789") > plain.find('.');
   if (tiny) return 0;
@@ -143,9 +142,8 @@ std::string FromScientific(std::string_view scientific, char decimalPoint) {
     scientific.remove_prefix(1);
   }
   const std::size_t mark = scientific.find('e');
-  int exponent = 0;
   const std::size_t sign = scientific[mark + 1] == '+' ? 1 : 0;
-  std::from_chars(scientific.data() + mark + 1 + sign, scientific.data() + scientific.size(), exponent);
+  const int exponent = base::ReadWhole<int>(scientific.substr(mark + 1 + sign)).value_or(0);
   std::string digits(1, scientific.front());
   if (mark > 2) digits += scientific.substr(2, mark - 2);
 
@@ -171,9 +169,7 @@ template <typename Float>
 std::string Shortest(Float value, char decimalPoint) {
   if (!std::isfinite(value)) throw Error(kOverflow);
   if (value == 0) return "0";
-  std::array<char, 40> buffer{};
-  const auto result = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::scientific);
-  return FromScientific({buffer.data(), static_cast<std::size_t>(result.ptr - buffer.data())}, decimalPoint);
+  return FromScientific(base::ScientificText(value), decimalPoint);
 }
 
 std::string CurrencyText(Currency amount, char decimalPoint) {
@@ -236,10 +232,6 @@ struct NumberReader {
   double operator()(Number value) const { return static_cast<double>(value); }
 };
 
-/// First and last moments of the calendar, as serial dates.
-constexpr double kFirstSerial = -657434;
-constexpr double kEndSerial = 2958466;
-
 }  // namespace
 
 std::string ToText(const Variant& value, const RegionalSettings& settings) {
@@ -266,7 +258,7 @@ Date ToDate(const Variant& value, const RegionalSettings& settings) {
     throw Error(kTypeMismatch);
   }
   const double serial = ToDouble(value, settings);
-  if (!(serial > kFirstSerial - 1 && serial < kEndSerial)) throw Error(kOverflow);
+  if (!(serial > base::kFirstDay - 1 && serial < base::kLastDay + 1)) throw Error(kOverflow);
   return {serial};
 }
 

@@ -3,13 +3,16 @@
 #include <cmath>
 
 #include "base/Calendar.h"
+#include "base/Case.h"
 #include "base/DateText.h"
+#include "base/Numbers.h"
 #include "runtime/Error.h"
 
 namespace tamlo::runtime {
 
 namespace {
 
+using base::AppendPadded;
 using base::kFirstDay;
 using base::kLastDay;
 using base::kSecondsADay;
@@ -21,14 +24,11 @@ bool IsTimeOfDay(int hour, int minute, int second) {
 /// Calendar fields of a serial date rounded to a whole number of ticks.
 CalendarTime Split(double serial, std::int64_t ticksASecond) {
   if (!(serial > static_cast<double>(kFirstDay) - 1 && serial < static_cast<double>(kLastDay) + 1)) throw Error(kInvalidArgument);
-  const std::int64_t ticksADay = kSecondsADay * ticksASecond;
-  auto day = static_cast<std::int64_t>(serial);
-  const double fraction = std::fabs(serial - static_cast<double>(day));
-  auto ticks = static_cast<std::int64_t>(std::floor(fraction * static_cast<double>(ticksADay) + 0.5));
-  if (ticks >= ticksADay) {
+  auto [day, ticks] = base::SplitSerial(serial, kSecondsADay * ticksASecond);
+  if (day > kLastDay) {
     // The last instant of the calendar has no next day to round to.
-    ticks = day == kLastDay ? ticksADay - 1 : 0;
-    if (day != kLastDay) ++day;
+    day = kLastDay;
+    ticks = kSecondsADay * ticksASecond - 1;
   }
   const base::CivilDay fields = base::CivilOf(day);
   CalendarTime time;
@@ -41,12 +41,6 @@ CalendarTime Split(double serial, std::int64_t ticksASecond) {
   time.second = static_cast<int>(seconds % 60);
   time.nanosecond = static_cast<int>(ticks % ticksASecond * (1'000'000'000 / ticksASecond));
   return time;
-}
-
-void AppendPadded(std::string& out, int value, int width) {
-  const std::string digits = std::to_string(value);
-  out.append(static_cast<std::size_t>(width) > digits.size() ? static_cast<std::size_t>(width) - digits.size() : 0, '0');
-  out += digits;
 }
 
 /// The date in the operating system's letters. Names of days are left out and names of months written as two digits, so
@@ -96,12 +90,10 @@ std::string GeneralDate(const CalendarTime& time, const RegionalSettings& settin
   return out;
 }
 
-char UpperLetter(char letter) { return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 32) : letter; }
-
 /// The length of a run of the letter of a picture at a position, without regard to case.
 std::size_t RunLength(std::string_view picture, std::size_t position) {
   std::size_t count = 1;
-  while (position + count < picture.size() && UpperLetter(picture[position + count]) == UpperLetter(picture[position])) ++count;
+  while (position + count < picture.size() && base::AsciiUpper(picture[position + count]) == base::AsciiUpper(picture[position])) ++count;
   return count;
 }
 
@@ -136,7 +128,7 @@ std::string FormatDate(Date date, std::string_view picture, const RegionalSettin
   std::string out;
   char previousToken = '\0';
   for (std::size_t i = 0; i < picture.size();) {
-    const char letter = UpperLetter(picture[i]);
+    const char letter = base::AsciiUpper(picture[i]);
     const std::size_t run = RunLength(picture, i);
     if (letter == 'Y' && run >= 4) {
       AppendPadded(out, time.year, 4);

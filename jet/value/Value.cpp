@@ -1,9 +1,10 @@
 #include "jet/value/Value.h"
 
-#include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
+
+#include "base/Calendar.h"
+#include "base/Numbers.h"
 
 namespace jet {
 namespace {
@@ -58,31 +59,16 @@ struct Magnitude {
 
 std::string DescribeDate(double serial) {
   if (!std::isfinite(serial) || std::fabs(serial) > 3000000) return "#" + std::to_string(serial) + "#";
-  double day = std::trunc(serial);
-  auto seconds = std::llround(std::fabs(serial - day) * 86400);
-  if (seconds == 86400) {
-    day += 1;
-    seconds = 0;
-  }
-  // Days since 1970-01-01, then the civil date of a proleptic Gregorian calendar.
-  const long long z = static_cast<long long>(day) - 25569 + 719468;
-  const long long era = (z >= 0 ? z : z - 146096) / 146097;
-  const long long dayOfEra = z - era * 146097;
-  const long long yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
-  const long long dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-  const long long shifted = (5 * dayOfYear + 2) / 153;
-  const int month = static_cast<int>(shifted < 10 ? shifted + 3 : shifted - 9);
-  char text[96];
-  std::snprintf(text, sizeof text, "#%04lld-%02d-%02lld %02d:%02d:%02d#", yearOfEra + era * 400 + (month <= 2 ? 1 : 0), month,
-                dayOfYear - (153 * shifted + 2) / 5 + 1, static_cast<int>(seconds / 3600), static_cast<int>(seconds / 60 % 60),
-                static_cast<int>(seconds % 60));
-  return text;
-}
-
-std::string DescribeReal(double value, int digits) {
-  char text[40];
-  const auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::general, digits).ptr;
-  return {text, end};
+  const auto [day, seconds] = base::SplitSerial(serial, base::kSecondsADay);
+  const base::CivilDay civil = base::CivilOf(day);
+  std::string text = "#";
+  base::AppendPadded(text, civil.year, 4);
+  base::AppendPadded(text += '-', civil.month, 2);
+  base::AppendPadded(text += '-', civil.day, 2);
+  base::AppendPadded(text += ' ', seconds / 3600, 2);
+  base::AppendPadded(text += ':', seconds / 60 % 60, 2);
+  base::AppendPadded(text += ':', seconds % 60, 2);
+  return text + "#";
 }
 
 }  // namespace
@@ -151,12 +137,7 @@ std::string Numeric::Text() const {
   return {reversed.rbegin(), reversed.rend()};
 }
 
-double Numeric::ToDouble() const {
-  const std::string text = Text();
-  double value = 0;
-  std::from_chars(text.data(), text.data() + text.size(), value);
-  return value;
-}
+double Numeric::ToDouble() const { return base::ReadReal(Text()).value_or(0); }
 
 std::optional<Numeric> Numeric::WithScale(std::uint8_t newScale) const {
   Numeric result = *this;
@@ -213,9 +194,9 @@ std::string Value::Describe() const {
       return number.Text();
     }
     case ValueType::kSingle:
-      return DescribeReal(AsSingle(), 9);
+      return base::SignificantText(AsSingle(), 9);
     case ValueType::kDouble:
-      return DescribeReal(AsDouble(), 17);
+      return base::SignificantText(AsDouble(), 17);
     case ValueType::kDate:
       return DescribeDate(AsDate().serial);
     case ValueType::kText:

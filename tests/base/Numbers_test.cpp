@@ -32,6 +32,15 @@ TEST(Numbers, ARealThatNoDoubleHoldsIsNone) {
   EXPECT_EQ(ReadReal("0e400"), 0.0);
 }
 
+TEST(Numbers, ARealAsSomebodyWritesItMayHaveBlanksAPlusAndAComma) {
+  EXPECT_EQ(ReadWrittenReal("  +1,5 ", ','), 1.5);
+  EXPECT_EQ(ReadWrittenReal("1.5", ','), 1.5);
+  EXPECT_EQ(ReadWrittenReal("-1,5e3", ','), -1500.0);
+  EXPECT_EQ(ReadWrittenReal(" 1.5", '.'), 1.5);
+  for (const char* text : {"", " ", "+", "1,5.2", "1 5", "++1", "\t1", "inf"}) EXPECT_EQ(ReadWrittenReal(text, ','), std::nullopt) << text;
+  EXPECT_EQ(ReadWrittenReal("1,5", '.'), std::nullopt);
+}
+
 TEST(Numbers, AWholeNumberIsAWholeText) {
   EXPECT_EQ(ReadWhole<int>("-12"), -12);
   EXPECT_EQ(ReadWhole<std::uint8_t>("255"), std::uint8_t{255});

@@ -11,8 +11,7 @@ TEST(Utf16, EveryCharacterComesBack) {
     std::string text;
     AppendCharacter(text, code);
     const std::u16string units = ToUtf16(text);
-    ASSERT_EQ(units.size(), code < 0x10000 ? 1U : 2U);
-    ASSERT_EQ(FromUtf16(units), text) << static_cast<unsigned>(code);
+    if (units.size() != (code < 0x10000 ? 1U : 2U) || FromUtf16(units) != text) FAIL() << static_cast<unsigned>(code);
   }
 }
 
