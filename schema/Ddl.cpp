@@ -1,0 +1,63 @@
+#include "schema/Ddl.h"
+
+#include "base/Case.h"
+#include "schema/DdlWriter.h"
+
+namespace tamlo::schema {
+namespace {
+
+const Table* FindTable(const Database& database, const std::string& name) {
+  for (const Table& table : database.tables)
+    if (base::SameName(table.name, name)) return &table;
+  return nullptr;
+}
+
+/// False for a relation of a link, of a table of the system, or of what has been dropped since.
+bool BothSidesAreThere(const Database& database, const Relation& relation) {
+  const Table* table = FindTable(database, relation.table);
+  const Table* referenced = FindTable(database, relation.referenced);
+  if (table == nullptr || referenced == nullptr) return false;
+  for (const auto& [from, to] : relation.columns)
+    if (FindColumn(*table, from) == nullptr || FindColumn(*referenced, to) == nullptr) return false;
+  return true;
+}
+
+/// The relations that the engine is to enforce, each with what it may not do there taken away.
+std::vector<Relation> Enforceable(const Database& database, const Dialect& dialect, DdlWriter& writer) {
+  std::vector<Relation> relations;
+  for (const Relation& read : database.relations) {
+    Relation relation = read;
+    if (!BothSidesAreThere(database, relation)) {
+      writer.Lost(relation.table, {}, "the relation " + relation.name + " is left off: not both of its sides are tables of the database");
+      continue;
+    }
+    if (!relation.enforced) {
+      writer.Lost(relation.table, {}, "the relation " + relation.name + " is not enforced in the source and is left off");
+      continue;
+    }
+    const bool itself = base::SameName(relation.table, relation.referenced);
+    if (relation.cascadeUpdates && (!dialect.onUpdate || (itself && !dialect.cascadesOnItself))) {
+      writer.Lost(relation.table, {}, "the relation " + relation.name + " does not cascade updates on " + std::string(dialect.name));
+      relation.cascadeUpdates = false;
+    }
+    relations.push_back(std::move(relation));
+  }
+  return relations;
+}
+
+}  // namespace
+
+Script WriteDdl(const Database& database, const Dialect& dialect) {
+  Script script;
+  DdlWriter writer(database, dialect, script);
+  writer.NameAll();
+  const auto relations = Enforceable(database, dialect, writer);
+  for (const Table& table : database.tables) writer.CreateTable(table, relations);
+  for (const Table& table : database.tables) writer.CreateIndexes(table, relations);
+  if (!dialect.keysInside)
+    for (const Relation& relation : relations) writer.AddRelation(relation);
+  for (const Table& table : database.tables) writer.RestartCounter(table);
+  return script;
+}
+
+}  // namespace tamlo::schema

@@ -1,0 +1,158 @@
+// CREATE TABLE and what belongs to it.
+#include <algorithm>
+
+#include "base/Case.h"
+#include "schema/DdlWriter.h"
+
+namespace tamlo::schema {
+namespace {
+
+std::string Filled(std::string_view pattern, std::string_view mark, const std::string& by) {
+  std::string text(pattern);
+  for (auto at = text.find(mark); at != std::string::npos; at = text.find(mark, at + by.size())) text.replace(at, mark.size(), by);
+  return text;
+}
+
+std::string Joined(const std::vector<std::string>& parts, std::string_view between) {
+  std::string text;
+  for (const std::string& part : parts) text += (text.empty() ? std::string() : std::string(between)) + part;
+  return text;
+}
+
+}  // namespace
+
+const Column* FindColumn(const Table& table, std::string_view name) {
+  const auto found =
+      std::find_if(table.columns.begin(), table.columns.end(), [&](const Column& c) { return base::SameName(c.name, name); });
+  return found == table.columns.end() ? nullptr : &*found;
+}
+
+const Index* PrimaryKey(const Table& table) {
+  const auto found = std::find_if(table.indexes.begin(), table.indexes.end(), [](const Index& index) { return index.primary; });
+  return found == table.indexes.end() ? nullptr : &*found;
+}
+
+const Column* IncrementColumn(const Table& table) {
+  const auto found = std::find_if(table.columns.begin(), table.columns.end(),
+                                  [](const Column& c) { return c.counter && c.counter->kind == Counter::Kind::kIncrement; });
+  return found == table.columns.end() ? nullptr : &*found;
+}
+
+/// An index may refuse nulls for its columns: a primary key does, others may.
+bool InRequiredIndex(const Table& table, const Column& column) {
+  return std::any_of(table.indexes.begin(), table.indexes.end(), [&](const Index& index) {
+    return (index.primary || index.required) && std::any_of(index.parts.begin(), index.parts.end(), [&](const IndexPart& part) {
+             return base::SameName(part.column, column.name);
+           });
+  });
+}
+
+/// SQLite counts in the column that is the whole primary key, and in no other.
+bool DdlWriter::CounterIsKeyItself(const Table& table) const {
+  const Column* counter = IncrementColumn(table);
+  const Index* key = PrimaryKey(table);
+  return counter != nullptr && key != nullptr && key->parts.size() == 1 && base::SameName(key->parts[0].column, counter->name);
+}
+
+Type DdlWriter::TypeThere(const Table& table, const Column& column) const {
+  return Of(table.name).longTexts.contains(base::LowerName(column.name)) ? Type{.kind = Kind::kMemo} : column.type;
+}
+
+std::string DdlWriter::DefaultText(const Table& table, const Column& column) {
+  if (column.initial.kind == Default::Kind::kNone) return {};
+  const auto spelled = Spelled(dialect_, column.initial, column.type);
+  if (spelled) return " DEFAULT " + *spelled;
+  Lost(table.name, column.name,
+       "the default " + column.initial.text + " has no equivalent on " + std::string(dialect_.name) + " and is left off");
+  return {};
+}
+
+std::string DdlWriter::CounterText(const Table& table, const Column& column) {
+  const bool increments = column.counter->kind == Counter::Kind::kIncrement;
+  std::string_view spelled = dialect_.counters[static_cast<std::size_t>(column.counter->kind)];
+  if (increments && dialect_.engine == Engine::kSqlite && !CounterIsKeyItself(table)) spelled = {};
+  if (!increments) Lost(table.name, column.name, "gets its random numbers from a default on " + std::string(dialect_.name));
+  if (!spelled.empty()) return ' ' + std::string(spelled);
+  Lost(table.name, column.name, "is a plain column on " + std::string(dialect_.name) + ", which does not number it");
+  return ' ' + Spelled(dialect_, column.type) + " NOT NULL";
+}
+
+std::string DdlWriter::ColumnText(const Table& table, const Column& column) {
+  std::string text = ColumnName(table.name, column.name);
+  if (column.counter) return text + CounterText(table, column);
+  text += ' ' + Spelled(dialect_, TypeThere(table, column));
+  const bool notNull = column.required || InRequiredIndex(table, column);
+  // Oracle wants the default in front; to all others the order is the same.
+  Column truth = column;
+  if (column.type.kind == Kind::kBoolean && column.initial.kind == Default::Kind::kNone) truth.initial = {Default::Kind::kTruth, "0"};
+  if (dialect_.engine != Engine::kAccess || column.type.kind != Kind::kBoolean) text += DefaultText(table, truth);
+  return notNull && !(dialect_.engine == Engine::kAccess && column.type.kind == Kind::kBoolean) ? text + " NOT NULL" : text;
+}
+
+void DdlWriter::AddChecks(const Table& table, const Column& column, std::vector<std::string>& parts) {
+  const std::string name = ColumnName(table.name, column.name);
+  const auto check = [&](std::string_view condition) {
+    if (condition.empty()) return;
+    parts.push_back("CHECK (" + Filled(Filled(condition, "%c", name), "%n", std::to_string(column.type.length)) + ")");
+  };
+  const bool isText = column.type.kind == Kind::kText || column.type.kind == Kind::kMemo;
+  if (isText && !column.allowEmpty) check(dialect_.noEmpty);
+  if (column.type.kind == Kind::kByte) check(dialect_.byteRange);
+  if (column.type.kind == Kind::kBinary) check(dialect_.bytesLimit);
+  if (isText && column.allowEmpty && dialect_.engine == Engine::kOracle)
+    Lost(table.name, column.name, "Oracle keeps no empty text: it becomes null there");
+}
+
+/// The primary key, and on MariaDB a key for the counter where it stands at the head of none.
+void DdlWriter::AddKeys(const Table& table, std::vector<std::string>& parts) {
+  const Index* key = PrimaryKey(table);
+  if (key != nullptr && !(dialect_.engine == Engine::kSqlite && CounterIsKeyItself(table))) {
+    std::vector<std::string> columns;
+    for (const IndexPart& part : key->parts) {
+      const Column* column = FindColumn(table, part.column);
+      const bool isLong = column != nullptr && (column->type.kind == Kind::kMemo || column->type.kind == Kind::kBlob);
+      columns.push_back(ColumnName(table.name, part.column) + (isLong && dialect_.engine == Engine::kMariaDb ? "(255)" : ""));
+    }
+    parts.push_back("PRIMARY KEY (" + Joined(columns, ", ") + ")");
+  }
+  const Column* counter = IncrementColumn(table);
+  if (counter == nullptr || dialect_.engine != Engine::kMariaDb) return;
+  if (key == nullptr || !base::SameName(key->parts[0].column, counter->name))
+    parts.push_back("KEY (" + ColumnName(table.name, counter->name) + ")");
+}
+
+/// Rules are expressions of the source; they are told, so that a person can write them anew.
+void DdlWriter::NoteRules(const Table& table) {
+  if (!table.rule.empty()) Lost(table.name, {}, "the validation rule " + table.rule + " is left off");
+  for (const Column& column : table.columns) {
+    if (!column.rule.empty()) Lost(table.name, column.name, "the validation rule " + column.rule + " is left off");
+    if (column.hyperlink && dialect_.engine != Engine::kAccess) Lost(table.name, column.name, "is no hyperlink any more but its text");
+  }
+}
+
+void DdlWriter::CreateTable(const Table& table, const std::vector<Relation>& relations) {
+  std::vector<std::string> parts;
+  for (const Column& column : table.columns) parts.push_back(ColumnText(table, column));
+  AddKeys(table, parts);
+  for (const Column& column : table.columns) AddChecks(table, column, parts);
+  if (dialect_.keysInside)
+    for (const Relation& relation : relations)
+      if (base::SameName(relation.table, table.name)) parts.push_back(ForeignKeyText(relation));
+  NoteRules(table);
+  script_.statements.push_back(
+      {Phase::kTables, table.name,
+       "CREATE TABLE " + TableName(table.name) + " (\n  " + Joined(parts, ",\n  ") + "\n)" + std::string(dialect_.tableSuffix)});
+}
+
+void DdlWriter::RestartCounter(const Table& table) {
+  const Column* counter = IncrementColumn(table);
+  if (counter == nullptr || dialect_.restart.empty()) return;
+  if (dialect_.engine == Engine::kSqlite && !CounterIsKeyItself(table)) return;
+  std::string sql = Filled(dialect_.restart, "%t", TableName(table.name));
+  sql = Filled(sql, "%T", Literal(dialect_, Of(table.name).name));
+  sql = Filled(sql, "%c", ColumnName(table.name, counter->name));
+  sql = Filled(sql, "%v", std::to_string(counter->counter->next));
+  script_.statements.push_back({Phase::kCounters, table.name, Filled(sql, "%w", std::to_string(counter->counter->next - 1))});
+}
+
+}  // namespace tamlo::schema

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <map>
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "schema/Ddl.h"
+#include "schema/Names.h"
+
+namespace tamlo::schema {
+
+/// Writes the statements of one script. What it needs to know of a column beyond the column itself (its name there, whether a key holds it)
+/// is found out once, by NameAll.
+class DdlWriter {
+ public:
+  /// All three must outlive it.
+  DdlWriter(const Database& database, const Dialect& dialect, Script& script) : database_(database), dialect_(dialect), script_(script) {}
+
+  /// Gives every table, column and index its name on the engine. First of all.
+  void NameAll();
+  /// With its primary key, checks and defaults; with its foreign keys where the engine takes them nowhere else.
+  void CreateTable(const Table& table, const std::vector<Relation>& relations);
+  /// All but the primary key.
+  void CreateIndexes(const Table& table, const std::vector<Relation>& relations);
+  void AddRelation(const Relation& relation);
+  void RestartCounter(const Table& table);
+  void Lost(const std::string& table, const std::string& column, const std::string& text) {
+    script_.findings.push_back({table, column, text});
+  }
+
+ private:
+  struct Named {
+    std::string name;                            ///< there
+    std::map<std::string, std::string> columns;  ///< folded name in the source -> name there
+    std::vector<std::string> indexes;            ///< names there, in the order of Table::indexes
+    std::set<std::string> longTexts;             ///< folded names of the texts that are written as memos, for rows would be too long
+  };
+
+  void NameTable(const Table& table, Names& globalIndexes);
+  void Note(const std::string& table, const std::string& from, const std::string& to);
+  [[nodiscard]] const Named& Of(const std::string& table) const;
+  [[nodiscard]] std::string TableName(const std::string& table) const { return Quoted(dialect_, Of(table).name); }
+  [[nodiscard]] std::string ColumnName(const std::string& table, const std::string& column) const;
+  void FitRow(const Table& table);
+
+  [[nodiscard]] std::string ColumnText(const Table& table, const Column& column);
+  [[nodiscard]] std::string CounterText(const Table& table, const Column& column);
+  [[nodiscard]] std::string DefaultText(const Table& table, const Column& column);
+  void AddChecks(const Table& table, const Column& column, std::vector<std::string>& parts);
+  void AddKeys(const Table& table, std::vector<std::string>& parts);
+  void NoteRules(const Table& table);
+  [[nodiscard]] Type TypeThere(const Table& table, const Column& column) const;
+  [[nodiscard]] bool CounterIsKeyItself(const Table& table) const;
+  [[nodiscard]] std::string ForeignKeyText(const Relation& relation) const;
+  [[nodiscard]] std::string IndexText(const Table& table, std::size_t place, bool referred);
+  [[nodiscard]] std::string IndexPartText(const Table& table, const Index& index, const IndexPart& part) const;
+  [[nodiscard]] bool FitsKey(const Table& table, const Index& index);
+
+  const Database& database_;
+  const Dialect& dialect_;
+  Script& script_;
+  std::map<std::string, Named> tables_;           ///< by folded name in the source
+  std::map<std::string, std::string> relations_;  ///< name in the source -> name there
+};
+
+/// The column of that name, without regard to case; null when there is none.
+[[nodiscard]] const Column* FindColumn(const Table& table, std::string_view name);
+/// The primary key; null when there is none.
+[[nodiscard]] const Index* PrimaryKey(const Table& table);
+/// Whether an index over the column takes no nulls.
+[[nodiscard]] bool InRequiredIndex(const Table& table, const Column& column);
+/// The column that numbers its rows in steps; null when there is none.
+[[nodiscard]] const Column* IncrementColumn(const Table& table);
+
+}  // namespace tamlo::schema
