@@ -1,0 +1,16 @@
+#pragma once
+
+#include <CLI/App.hpp>
+
+#include "cli/Failure.h"
+
+/// The commands. Each adds itself with its options; what it does is run when the line has been read, and gives the status of the program.
+namespace tamlo::cli {
+
+void AddShow(CLI::App& app, Status& status);    ///< info, tables, queries, relations
+void AddSchema(CLI::App& app, Status& status);  ///< schema
+void AddQuery(CLI::App& app, Status& status);   ///< query, exec
+void AddExport(CLI::App& app, Status& status);  ///< export
+void AddUpkeep(CLI::App& app, Status& status);  ///< check, compact, backup
+
+}  // namespace tamlo::cli

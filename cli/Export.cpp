@@ -1,0 +1,161 @@
+// export: the rows of tables, on standard output or in a file each.
+#include <CLI/Option.hpp>
+#include <algorithm>
+#include <filesystem>
+#include <limits>
+#include <memory>
+
+#include "base/Case.h"
+#include "cli/Commands.h"
+#include "cli/Format.h"
+#include "cli/Messages.h"
+#include "cli/Source.h"
+#include "jet/sql/Session.h"
+#include "jet/table/Table.h"
+
+namespace tamlo::cli {
+namespace {
+
+struct Asked {
+  std::string database;
+  std::vector<std::string> patterns;
+  std::vector<std::string> columns;
+  std::string where;
+  std::string orderBy;
+  std::int64_t limit = std::numeric_limits<std::int64_t>::max();
+  bool all = false;
+  std::string format = "csv";
+  std::string folder;
+  std::string words;
+  Spelling spelling;
+  std::string bytes = "hex";
+};
+
+/// Positions of the columns asked for, all of them for none.
+std::vector<std::size_t> Places(jet::Table& table, const std::vector<std::string>& columns) {
+  std::vector<std::size_t> places;
+  for (const auto& name : columns) {
+    const auto place = table.FindColumn(name);
+    if (!place) throw Failure(Status::kUsage, Say(Said::kNoColumn, {table.Name(), name}));
+    places.push_back(*place);
+  }
+  if (columns.empty())
+    for (std::size_t i = 0; i < table.Columns().size(); ++i) places.push_back(i);
+  return places;
+}
+
+std::string Bracketed(const std::string& name) { return "[" + name + "]"; }
+
+/// The error with the place where it was met.
+[[noreturn]] void Fail(const std::string& table, std::int64_t row, const jet::Error& error) {
+  throw Failure(Status::kFailed, Say(Said::kRowOf, {table, std::to_string(row)}) + ": " + error.what());
+}
+
+void WriteScan(jet::Table& table, const std::vector<std::size_t>& places, std::int64_t limit, RowFormat& format) {
+  std::vector<jet::Value> row(places.size());
+  std::int64_t number = 0;
+  try {
+    auto cursor = table.Scan();
+    while (number < limit && cursor.Next()) {
+      ++number;
+      for (std::size_t i = 0; i < places.size(); ++i) cursor.Current().Get(places[i], row[i]);
+      format.Row(row);
+    }
+  } catch (const jet::Error& error) {
+    Fail(table.Name(), number, error);
+  }
+}
+
+void WriteQuery(jet::Database& file, const std::string& sql, std::int64_t limit, RowFormat& format) {
+  jet::sql::Session session(file);
+  const auto query = session.Open(sql);
+  std::vector<jet::Value> row(query->Columns().size());
+  for (std::int64_t number = 0; number < limit && query->Next(); ++number) {
+    for (std::size_t i = 0; i < row.size(); ++i) row[i] = query->Get(i);
+    format.Row(row);
+  }
+}
+
+void WriteTable(jet::Database& file, const std::string& name, const Asked& asked, Output& output) {
+  jet::Table& table = file.OpenTable(name);
+  const auto places = Places(table, asked.columns);
+  std::vector<std::string> names;
+  for (const std::size_t place : places) names.push_back(table.Columns()[place].name);
+  const auto format = FormatNamed(asked.format, output, asked.spelling);
+  format->Begin(name, names);
+  if (asked.where.empty() && asked.orderBy.empty()) {
+    WriteScan(table, places, asked.limit, *format);
+  } else {
+    std::string list;
+    for (const auto& column : names) list += (list.empty() ? "" : ", ") + Bracketed(column);
+    WriteQuery(file,
+               "SELECT " + list + " FROM " + Bracketed(name) + (asked.where.empty() ? "" : " WHERE " + asked.where) +
+                   (asked.orderBy.empty() ? "" : " ORDER BY " + asked.orderBy),
+               asked.limit, *format);
+  }
+  format->End();
+}
+
+/// A file name of a table: what is no part of one becomes "_".
+std::string FileName(const std::string& table, const std::string& format) {
+  std::string name = table;
+  std::replace_if(
+      name.begin(), name.end(),
+      [](char c) { return std::string_view("/\\:*?\"<>|").find(c) != std::string_view::npos || static_cast<unsigned char>(c) < 0x20; },
+      '_');
+  return name + "." + (format == "table" ? "txt" : format);
+}
+
+void ReadWords(Asked& asked) {
+  asked.spelling.base64 = asked.bytes == "base64";
+  if (asked.words.empty()) return;
+  const auto comma = asked.words.find(',');
+  if (comma == std::string::npos) throw Failure(Status::kUsage, Say(Said::kTwoWords, {asked.words}));
+  asked.spelling.yes = asked.words.substr(0, comma);
+  asked.spelling.no = asked.words.substr(comma + 1);
+}
+
+void Run(Asked& asked) {
+  ReadWords(asked);
+  const auto file = OpenFile(asked.database);
+  const auto tables = TablesNamed(*file, asked.patterns);
+  if (asked.folder.empty()) {
+    const bool joined = asked.format == "json" || asked.format == "jsonl" || asked.format == "sql";
+    if (tables.size() > 1 && !joined) throw Failure(Status::kUsage, Say(Said::kOneTable, {std::to_string(tables.size())}));
+    Output output;
+    for (const auto& name : tables) WriteTable(*file, name, asked, output);
+    return output.Close();
+  }
+  std::filesystem::create_directories(asked.folder);
+  for (const auto& name : tables) {
+    Output output((std::filesystem::path(asked.folder) / FileName(name, asked.format)).string());
+    WriteTable(*file, name, asked, output);
+    output.Close();
+  }
+}
+
+}  // namespace
+
+void AddExport(CLI::App& app, Status&) {
+  const auto asked = std::make_shared<Asked>();
+  CLI::App* command = app.add_subcommand("export", Say(Said::kExport));
+  command->add_option("DB", asked->database, Say(Said::kDatabase))->required();
+  auto* tables = command->add_option("-t,--table", asked->patterns, Say(Said::kTablePattern));
+  auto* all = command->add_flag("--all", asked->all, Say(Said::kAllTables))->excludes(tables);
+  command->add_option("--columns", asked->columns, Say(Said::kColumns))->delimiter(',')->excludes(all);
+  command->add_option("--where", asked->where, Say(Said::kWhere))->excludes(all);
+  command->add_option("--order-by", asked->orderBy, Say(Said::kOrderBy))->excludes(all);
+  command->add_option("--limit", asked->limit, Say(Said::kLimit))->check(CLI::NonNegativeNumber);
+  command->add_option("-F,--format", asked->format, Say(Said::kFormat))
+      ->check(CLI::IsMember({"csv", "tsv", "json", "jsonl", "sql", "table"}));
+  command->add_option("-o,--output", asked->folder, Say(Said::kFolder));
+  command->add_option("--null", asked->spelling.null, Say(Said::kNullText));
+  command->add_option("--bool", asked->words, Say(Said::kTruthTexts));
+  command->add_option("--binary", asked->bytes, Say(Said::kBinaryForm))->check(CLI::IsMember({"hex", "base64"}));
+  command->callback([asked] {
+    if (asked->patterns.empty() && !asked->all) throw Failure(Status::kUsage, Say(Said::kTablePattern) + ": -t, --all");
+    Run(*asked);
+  });
+}
+
+}  // namespace tamlo::cli

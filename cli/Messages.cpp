@@ -1,0 +1,112 @@
+#include "cli/Messages.h"
+
+#include <array>
+#include <cstdlib>
+#include <utility>
+
+namespace tamlo::cli {
+namespace {
+
+struct Text {
+  Said what;
+  std::string_view english;
+  std::string_view french;
+};
+
+constexpr std::array kTexts{
+    Text{Said::kAbout, "Looks after whole databases: what is there, rows out of them, their definitions, their soundness.",
+         "S'occupe de bases entières : ce qu'elles contiennent, leurs lignes, leurs définitions, leur état."},
+    Text{Said::kHelp, "Print this help", "Affiche cette aide"},
+    Text{Said::kVersion, "Print the version", "Affiche la version"},
+    Text{Said::kInfo, "What the file is and how much it holds", "Ce qu'est le fichier et ce qu'il contient"},
+    Text{Said::kTables, "The tables, with the number of their rows", "Les tables, avec leur nombre de lignes"},
+    Text{Said::kSchema, "The statements that make the tables, indexes and relations on an engine",
+         "Les instructions qui créent tables, index et relations sur un moteur"},
+    Text{Said::kQueries, "The stored queries and their texts", "Les requêtes enregistrées et leur texte"},
+    Text{Said::kRelations, "The relations between the tables", "Les relations entre les tables"},
+    Text{Said::kQuery, "The rows of a query", "Les lignes d'une requête"},
+    Text{Said::kExport, "The rows of tables", "Les lignes de tables"},
+    Text{Said::kExec, "Runs statements in one transaction, all or none", "Exécute des instructions en une transaction, toutes ou aucune"},
+    Text{Said::kCheck, "Compares everything in an Access file with everything", "Compare tout avec tout dans un fichier Access"},
+    Text{Said::kCompact, "Writes an Access file anew without unused space", "Réécrit un fichier Access sans place perdue"},
+    Text{Said::kBackup, "Copies an Access file as it is at one moment, while others use it",
+         "Copie un fichier Access tel qu'il est à un instant, pendant que d'autres s'en servent"},
+    Text{Said::kDatabase, "The database: the name of an Access file", "La base : le nom d'un fichier Access"},
+    Text{Said::kTarget, "Engine: mariadb, postgresql, sqlite, sqlserver, oracle or access",
+         "Moteur : mariadb, postgresql, sqlite, sqlserver, oracle ou access"},
+    Text{Said::kStatement, "A statement of Access's SQL", "Une instruction du SQL d'Access"},
+    Text{Said::kStatementFile, "File that holds the statement", "Fichier qui contient l'instruction"},
+    Text{Said::kTablePattern, "Table; * and ? stand for any characters. May be given again",
+         "Table ; * et ? tiennent lieu de caractères. Répétable"},
+    Text{Said::kAllTables, "All tables", "Toutes les tables"},
+    Text{Said::kColumns, "Columns, with commas between them", "Colonnes, séparées par des virgules"},
+    Text{Said::kWhere, "Condition on the rows", "Condition sur les lignes"},
+    Text{Said::kOrderBy, "Order of the rows", "Ordre des lignes"},
+    Text{Said::kLimit, "So many rows at most", "Tant de lignes au plus"},
+    Text{Said::kFormat, "csv, tsv, json, jsonl, sql or table", "csv, tsv, json, jsonl, sql ou table"},
+    Text{Said::kFolder, "Folder for one file a table; else standard output", "Dossier, un fichier par table ; sinon la sortie standard"},
+    Text{Said::kNullText, "What stands for a null value", "Ce qui tient lieu de valeur nulle"},
+    Text{Said::kTruthTexts, "The two words for true and false, such as yes,no", "Les deux mots pour vrai et faux, comme oui,non"},
+    Text{Said::kBinaryForm, "Bytes as hex or base64", "Octets en hex ou base64"},
+    Text{Said::kNewFile, "File to be made; it must not exist", "Fichier à créer ; il ne doit pas exister"},
+    Text{Said::kCannotOpen, "cannot open %1: %2", "impossible d'ouvrir %1 : %2"},
+    Text{Said::kNoFile, "there is no such file", "il n'y a pas de tel fichier"},
+    Text{Said::kUnknownEngine, "%1 is no engine: mariadb, postgresql, sqlite, sqlserver, oracle, access",
+         "%1 n'est pas un moteur : mariadb, postgresql, sqlite, sqlserver, oracle, access"},
+    Text{Said::kNoSuchTable, "there is no table %1", "il n'y a pas de table %1"},
+    Text{Said::kNoTableMatches, "no table is called %1", "aucune table ne s'appelle %1"},
+    Text{Said::kOneTable, "%1 tables on standard output can only be json, jsonl or sql: name a folder with -o",
+         "%1 tables sur la sortie standard ne peuvent être qu'en json, jsonl ou sql : nommez un dossier avec -o"},
+    Text{Said::kNoColumn, "the table %1 has no column %2", "la table %1 n'a pas de colonne %2"},
+    Text{Said::kTwoWords, "--bool wants two words with a comma between them, not %1",
+         "--bool attend deux mots séparés par une virgule, pas %1"},
+    Text{Said::kNoStatement, "no statement is given", "aucune instruction n'est donnée"},
+    Text{Said::kCannotRead, "cannot read %1", "impossible de lire %1"},
+    Text{Said::kCannotWrite, "cannot write %1: %2", "impossible d'écrire %1 : %2"},
+    Text{Said::kExistsAlready, "%1 exists already", "%1 existe déjà"},
+    Text{Said::kSound, "%1 is sound", "%1 est en bon état"},
+    Text{Said::kFindings, "%1: %2 findings", "%1 : %2 anomalies"},
+    Text{Said::kRowsAffected, "%1 rows", "%1 lignes"},
+    Text{Said::kNotYet, "databases other than Access files cannot be opened yet: %1",
+         "les bases autres que les fichiers Access ne s'ouvrent pas encore : %1"},
+    Text{Said::kRowOf, "table %1, row %2", "table %1, ligne %2"},
+    Text{Said::kLabelFile, "File", "Fichier"},
+    Text{Said::kLabelFormat, "Format", "Format"},
+    Text{Said::kLabelTables, "Tables", "Tables"},
+    Text{Said::kLabelQueries, "Queries", "Requêtes"},
+    Text{Said::kLabelRelations, "Relations", "Relations"},
+    Text{Said::kLabelLinks, "Links", "Liens"},
+    Text{Said::kLabelRows, "Rows", "Lignes"},
+    Text{Said::kLabelSize, "Bytes", "Octets"},
+    Text{Said::kCancelled, "cancelled", "interrompu"},
+};
+
+}  // namespace
+
+bool SpeaksFrench() {
+  for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+    const char* value = std::getenv(name);
+    if (value != nullptr && *value != '\0') return std::string_view(value).starts_with("fr");
+  }
+  return false;
+}
+
+std::string Say(Said what, std::initializer_list<std::string_view> arguments) {
+  std::string text;
+  for (const Text& known : kTexts)
+    if (known.what == what) text = SpeaksFrench() ? known.french : known.english;
+  std::size_t from = 0;
+  for (auto at = text.find('%', from); at != std::string::npos && at + 1 < text.size(); at = text.find('%', from)) {
+    const auto place = static_cast<std::size_t>(text[at + 1] - '1');
+    if (place >= arguments.size()) {
+      from = at + 1;
+      continue;
+    }
+    const std::string_view argument = arguments.begin()[place];
+    text.replace(at, 2, argument);
+    from = at + argument.size();
+  }
+  return text;
+}
+
+}  // namespace tamlo::cli

@@ -1,0 +1,81 @@
+// query and exec: statements of Access's SQL.
+#include <CLI/Option.hpp>
+#include <fstream>
+#include <iterator>
+#include <memory>
+
+#include "cli/Commands.h"
+#include "cli/Format.h"
+#include "cli/Messages.h"
+#include "cli/Source.h"
+#include "jet/sql/Session.h"
+
+namespace tamlo::cli {
+namespace {
+
+struct Asked {
+  std::string database;
+  std::string sql;
+  std::string file;
+  std::vector<std::string> statements;
+  std::string format = "table";
+  Spelling spelling;
+};
+
+std::string TextOf(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) throw Failure(Status::kUsage, Say(Said::kCannotRead, {path}));
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void Query(const Asked& asked) {
+  const std::string sql = asked.file.empty() ? asked.sql : TextOf(asked.file);
+  if (sql.empty()) throw Failure(Status::kUsage, Say(Said::kNoStatement));
+  const auto file = OpenFile(asked.database);
+  jet::sql::Session session(*file);
+  const auto query = session.Open(sql);
+  std::vector<std::string> names;
+  for (const auto& column : query->Columns()) names.push_back(column.name);
+  Output output;
+  const auto format = FormatNamed(asked.format, output, asked.spelling);
+  format->Begin("query", names);
+  std::vector<jet::Value> row(names.size());
+  while (query->Next()) {
+    for (std::size_t i = 0; i < row.size(); ++i) row[i] = query->Get(i);
+    format->Row(row);
+  }
+  format->End();
+  output.Close();
+}
+
+void Exec(const Asked& asked) {
+  const auto file = OpenFile(asked.database, true);
+  jet::sql::Session session(*file);
+  jet::Transaction transaction(*file);
+  std::int64_t rows = 0;
+  for (const auto& statement : asked.statements) rows += session.Execute(statement);
+  transaction.Commit();
+  Output output;
+  output.Text() = Say(Said::kRowsAffected, {std::to_string(rows)}) + '\n';
+  output.Close();
+}
+
+}  // namespace
+
+void AddQuery(CLI::App& app, Status&) {
+  const auto asked = std::make_shared<Asked>();
+  CLI::App* query = app.add_subcommand("query", Say(Said::kQuery));
+  query->add_option("DB", asked->database, Say(Said::kDatabase))->required();
+  query->add_option("SQL", asked->sql, Say(Said::kStatement));
+  query->add_option("-f,--file", asked->file, Say(Said::kStatementFile));
+  query->add_option("-F,--format", asked->format, Say(Said::kFormat))
+      ->check(CLI::IsMember({"csv", "tsv", "json", "jsonl", "sql", "table"}));
+  query->add_option("--null", asked->spelling.null, Say(Said::kNullText));
+  query->callback([asked] { Query(*asked); });
+  CLI::App* exec = app.add_subcommand("exec", Say(Said::kExec));
+  exec->add_option("DB", asked->database, Say(Said::kDatabase))->required();
+  exec->add_option("SQL", asked->statements, Say(Said::kStatement))->required();
+  exec->callback([asked] { Exec(*asked); });
+}
+
+}  // namespace tamlo::cli

@@ -1,0 +1,51 @@
+// schema: the statements that make a database anew on an engine.
+#include <memory>
+
+#include "cli/Commands.h"
+#include "cli/Messages.h"
+#include "cli/Output.h"
+#include "cli/Source.h"
+#include "schema/Ddl.h"
+#include "schema/ReadAccess.h"
+
+namespace tamlo::cli {
+namespace {
+
+struct Asked {
+  std::string database;
+  std::string to = "access";
+};
+
+/// One line, so that a finding never ends its comment.
+std::string OneLine(std::string text) {
+  for (char& c : text)
+    if (c == '\n' || c == '\r') c = ' ';
+  return text;
+}
+
+void Run(const Asked& asked) {
+  const schema::Dialect* dialect = schema::FindDialect(asked.to);
+  if (dialect == nullptr) throw Failure(Status::kUsage, Say(Said::kUnknownEngine, {asked.to}));
+  const auto file = OpenFile(asked.database);
+  const auto script = schema::WriteDdl(schema::ReadAccess(*file), *dialect);
+  Output output;
+  std::string& text = output.Text();
+  for (const auto& renaming : script.renamings)
+    text += "-- " + OneLine((renaming.table.empty() ? "" : renaming.table + ": ") + renaming.from + " -> " + renaming.to) + '\n';
+  for (const auto& finding : script.findings)
+    text += "-- " + OneLine(finding.table + (finding.column.empty() ? "" : "." + finding.column) + ": " + finding.text) + '\n';
+  for (const auto& statement : script.statements) text += statement.sql + ";\n";
+  output.Close();
+}
+
+}  // namespace
+
+void AddSchema(CLI::App& app, Status&) {
+  const auto asked = std::make_shared<Asked>();
+  CLI::App* command = app.add_subcommand("schema", Say(Said::kSchema));
+  command->add_option("DB", asked->database, Say(Said::kDatabase))->required();
+  command->add_option("--to", asked->to, Say(Said::kTarget));
+  command->callback([asked] { Run(*asked); });
+}
+
+}  // namespace tamlo::cli

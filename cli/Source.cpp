@@ -1,0 +1,66 @@
+#include "cli/Source.h"
+
+#include <algorithm>
+
+#include "base/Case.h"
+#include "cli/Failure.h"
+#include "cli/Messages.h"
+
+namespace tamlo::cli {
+namespace {
+
+bool MatchesFolded(std::string_view name, std::string_view pattern) {
+  std::size_t at = 0;
+  std::size_t in = 0;
+  std::size_t star = std::string_view::npos;
+  std::size_t again = 0;
+  while (at < name.size()) {
+    if (in < pattern.size() && (pattern[in] == '?' || pattern[in] == name[at]) && pattern[in] != '*') {
+      ++at;
+      ++in;
+    } else if (in < pattern.size() && pattern[in] == '*') {
+      star = in++;
+      again = at;
+    } else if (star != std::string_view::npos) {
+      in = star + 1;
+      at = ++again;
+    } else {
+      return false;
+    }
+  }
+  while (in < pattern.size() && pattern[in] == '*') ++in;
+  return in == pattern.size();
+}
+
+}  // namespace
+
+std::unique_ptr<jet::Database> OpenFile(const std::string& name, bool toWrite) {
+  if (name.starts_with("odbc:") || name.find("://") != std::string::npos)
+    throw Failure(Status::kCannotOpen, Say(Said::kNotYet, {name.substr(0, name.find(':') + 1)}));
+  try {
+    return jet::Database::Open(name, {.mode = toWrite ? jet::OpenMode::kShared : jet::OpenMode::kReadOnly});
+  } catch (const jet::Error& error) {
+    const std::string why = error.Code() == jet::ErrorCode::kNotFound ? Say(Said::kNoFile) : error.what();
+    throw Failure(Status::kCannotOpen, Say(Said::kCannotOpen, {name, why}));
+  }
+}
+
+bool Matches(std::string_view name, std::string_view pattern) { return MatchesFolded(base::LowerName(name), base::LowerName(pattern)); }
+
+std::vector<std::string> TablesNamed(jet::Database& database, const std::vector<std::string>& patterns) {
+  std::vector<std::string> all;
+  for (const auto& object : database.Objects())
+    if (object.kind == jet::ObjectKind::kTable && !object.name.starts_with('~')) all.push_back(object.name);
+  std::sort(all.begin(), all.end(), [](const std::string& a, const std::string& b) { return base::LowerName(a) < base::LowerName(b); });
+  if (patterns.empty()) return all;
+  std::vector<std::string> found;
+  for (const std::string& name : all)
+    if (std::any_of(patterns.begin(), patterns.end(), [&](const std::string& pattern) { return Matches(name, pattern); }))
+      found.push_back(name);
+  for (const std::string& pattern : patterns)
+    if (std::none_of(all.begin(), all.end(), [&](const std::string& name) { return Matches(name, pattern); }))
+      throw Failure(Status::kUsage, Say(Said::kNoTableMatches, {pattern}));
+  return found;
+}
+
+}  // namespace tamlo::cli

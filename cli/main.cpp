@@ -1,0 +1,55 @@
+// tamlo-db: whole databases, from a shell.
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <cstdio>
+#include <exception>
+
+#include "cli/Commands.h"
+#include "cli/Messages.h"
+#include "jet/value/Error.h"
+
+namespace {
+
+using tamlo::cli::Failure;
+using tamlo::cli::Said;
+using tamlo::cli::Say;
+using tamlo::cli::Status;
+
+int End(Status status, const std::string& text) {
+  std::fprintf(stderr, "tamlo-db: %s\n", text.c_str());
+  return static_cast<int>(status);
+}
+
+int Run(int argc, char** argv) {
+  Status status = Status::kDone;
+  CLI::App app(Say(Said::kAbout), "tamlo-db");
+  app.set_help_flag("-h,--help", Say(Said::kHelp));
+  app.set_version_flag("--version", "tamlo-db " TAMLO_VERSION, Say(Said::kVersion));
+  app.require_subcommand(1);
+  tamlo::cli::AddShow(app, status);
+  tamlo::cli::AddSchema(app, status);
+  tamlo::cli::AddQuery(app, status);
+  tamlo::cli::AddExport(app, status);
+  tamlo::cli::AddUpkeep(app, status);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : static_cast<int>(Status::kUsage);
+  }
+  return static_cast<int>(status);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return Run(argc, argv);
+  } catch (const Failure& failure) {
+    return End(failure.With(), failure.what());
+  } catch (const jet::Error& error) {
+    return End(Status::kFailed, error.what());
+  } catch (const std::exception& error) {
+    return End(Status::kFailed, error.what());
+  }
+}

@@ -1,0 +1,50 @@
+#include "tests/cli/Command.h"
+
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+namespace tamlo::tests {
+namespace {
+
+std::string Content(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+}  // namespace
+
+std::string Word(const std::string& text) {
+  std::string word = "'";
+  for (const char c : text) word += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return word + "'";
+}
+
+Ran RunLine(const TemporaryFolder& folder, const std::string& line, const std::string& input) {
+  std::ofstream(folder.File("in"), std::ios::binary) << input;
+  const std::string whole = "cd " + Word(folder.Path().string()) + " && " + line + " <" + Word(folder.File("in")) + " >" +
+                            Word(folder.File("out")) + " 2>" + Word(folder.File("err"));
+  const int status = std::system(whole.c_str());
+  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Content(folder.File("out")), Content(folder.File("err"))};
+}
+
+Ran TamloDb(const TemporaryFolder& folder, const std::vector<std::string>& arguments, const std::string& environment) {
+  std::string line = "env " + environment + " " + Word(TAMLO_DB);
+  for (const auto& argument : arguments) line += ' ' + Word(argument);
+  return RunLine(folder, line);
+}
+
+std::vector<std::filesystem::path> SampleFiles() {
+  std::vector<std::filesystem::path> files;
+  const char* folder = std::getenv("JET_SAMPLES");
+  if (folder == nullptr) return files;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder))
+    if (entry.path().extension() == ".mdb") files.push_back(entry.path());
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+}  // namespace tamlo::tests
