@@ -13,6 +13,7 @@
 
 #include "jet/sql/Definitions.h"
 #include "jet/sql/Schema.h"
+#include "jet/value/Conversion.h"
 
 /// What a translated Access statement asks for. SQLite evaluates the queries; changes and definitions are done by the engine itself.
 namespace jet::sql {
@@ -96,14 +97,7 @@ using Statement =
 
 class ParameterSet;
 
-/// How texts are read and written under the caller's settings.
-struct TextSettings {
-  /// Reads a date text; nothing when it is none. Unset: day first.
-  std::function<std::optional<double>(std::string_view)> parseDate;
-  /// Writes a date in the general form. Unset: dd/mm/yyyy, with hh:nn:ss when there is a time.
-  std::function<std::string(double)> formatDate;
-  char decimalPoint = '.';
-};
+using jet::TextSettings;
 
 /// Turns one Access statement into a plan. Errors: kSyntax and kUnsupported with the position, kNotFound for a name that means nothing,
 /// kTypeMismatch for a comparison that cannot be, kLinkUnreachable.

@@ -2,14 +2,11 @@
 
 #include <charconv>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <optional>
 
-#include "base/DateText.h"
-#include "jet/value/ByteOrder.h"
+#include "jet/value/Conversion.h"
 #include "jet/value/Error.h"
 #include "jet/value/Text.h"
 
@@ -21,6 +18,12 @@ using Column = TableDefinition::Column;
 // The time of day of a negative date counts away from zero: both ends are excluded.
 constexpr double kFirstDate = -657435;  // 0100-01-01 with its hours
 constexpr double kLastDate = 2958466;   // 9999-12-31 with its hours
+
+/// Texts as the engine reads and writes them where no user has settings.
+const TextSettings& EngineTexts() {
+  static const TextSettings settings;
+  return settings;
+}
 
 [[noreturn]] void Mismatch(const Value& value, const Column& column) {
   throw Error(ErrorCode::kTypeMismatch, "The value " + value.Describe() + " does not suit the column \"" + column.name + "\"");
@@ -40,72 +43,6 @@ Numeric FromInteger(std::int64_t value, std::uint8_t scale) {
   return {0, value < 0 ? ~static_cast<std::uint64_t>(value) + 1 : static_cast<std::uint64_t>(value), scale, value < 0};
 }
 
-std::optional<double> ParseDouble(const std::string& text) {
-  // Not strtod: it would follow the locale and take "inf" and "0x1".
-  std::size_t i = text.find_first_not_of(" \t");
-  if (i == std::string::npos) return std::nullopt;
-  const std::size_t end = text.find_last_not_of(" \t") + 1;
-  bool negative = false;
-  if (text[i] == '-' || text[i] == '+') negative = text[i++] == '-';
-  std::string digits;
-  int exponent = 0;
-  bool point = false;
-  for (; i < end && ((text[i] >= '0' && text[i] <= '9') || (text[i] == '.' && !point)); ++i) {
-    if (text[i] == '.') {
-      point = true;
-      continue;
-    }
-    digits += text[i];
-    if (point) --exponent;
-  }
-  if (digits.empty()) return std::nullopt;
-  if (i < end && (text[i] == 'e' || text[i] == 'E')) {
-    ++i;
-    bool down = false;
-    if (i < end && (text[i] == '-' || text[i] == '+')) down = text[i++] == '-';
-    if (i == end) return std::nullopt;
-    int given = 0;
-    for (; i < end && text[i] >= '0' && text[i] <= '9'; ++i) given = std::min(given * 10 + (text[i] - '0'), 100000);
-    exponent += down ? -given : given;
-  }
-  if (i != end) return std::nullopt;
-  digits += "e" + std::to_string(exponent);
-  double value = 0;
-  if (std::from_chars(digits.data(), digits.data() + digits.size(), value).ec != std::errc{}) return std::nullopt;
-  return negative ? -value : value;
-}
-
-}  // namespace
-
-std::optional<double> AsReal(const Value& value) {
-  switch (value.Type()) {
-    case ValueType::kBool:
-      return value.AsBool() ? -1 : 0;
-    case ValueType::kByte:
-      return value.AsByte();
-    case ValueType::kInteger:
-      return value.AsInteger();
-    case ValueType::kLong:
-      return value.AsLong();
-    case ValueType::kCurrency:
-      return static_cast<double>(value.AsCurrency().scaled) / 10000;
-    case ValueType::kSingle:
-      return value.AsSingle();
-    case ValueType::kDouble:
-      return value.AsDouble();
-    case ValueType::kDate:
-      return value.AsDate().serial;
-    case ValueType::kNumeric:
-      return value.AsNumeric().ToDouble();
-    case ValueType::kText:
-      return ParseDouble(value.AsText());
-    default:
-      return std::nullopt;
-  }
-}
-
-namespace {
-
 /// A value as an exact decimal where there is one.
 std::optional<Numeric> AsDecimal(const Value& value) {
   switch (value.Type()) {
@@ -121,9 +58,6 @@ std::optional<Numeric> AsDecimal(const Value& value) {
       return FromInteger(value.AsCurrency().scaled, 4);
     case ValueType::kNumeric:
       return value.AsNumeric();
-    case ValueType::kText:
-      if (auto exact = Numeric::Parse(value.AsText())) return exact;
-      break;
     default:
       break;
   }
@@ -134,76 +68,126 @@ std::optional<Numeric> AsDecimal(const Value& value) {
   return Numeric::Parse(text);
 }
 
-std::int64_t ToInteger(const Value& value, const Column& column, std::int64_t low, std::int64_t high) {
+// ----- a value as one of a type; nothing when it does not suit
+
+std::optional<Value> ToBool(const Value& value) {
   const auto real = AsReal(value);
-  if (!real || !std::isfinite(*real)) Mismatch(value, column);
-  const double rounded = std::nearbyint(*real);
-  if (rounded < static_cast<double>(low) || rounded > static_cast<double>(high)) Mismatch(value, column);
-  return static_cast<std::int64_t>(rounded);
+  if (!real) return std::nullopt;
+  return Value(*real != 0);
 }
 
-std::int64_t ToScaled(const Value& value, const Column& column) {
-  // A binary fraction is rounded to even in the last place, a decimal text as text.
+/// Halves are rounded to even.
+template <typename Integer>
+std::optional<Value> ToInteger(const Value& value) {
+  const auto real = AsReal(value);
+  if (!real || !std::isfinite(*real)) return std::nullopt;
+  const double rounded = std::nearbyint(*real);
+  if (rounded < static_cast<double>(std::numeric_limits<Integer>::min()) ||
+      rounded > static_cast<double>(std::numeric_limits<Integer>::max()))
+    return std::nullopt;
+  return Value(static_cast<Integer>(rounded));
+}
+
+std::optional<Value> ToAmount(const Value& value) {
+  // A binary fraction is rounded to even in the last place, a decimal as a decimal.
   if (value.Type() == ValueType::kSingle || value.Type() == ValueType::kDouble || value.Type() == ValueType::kDate) {
     const double scaled = std::nearbyint(*AsReal(value) * 10000);
-    if (!(std::fabs(scaled) < 9.2e18)) Mismatch(value, column);
-    return static_cast<std::int64_t>(scaled);
+    if (!(std::fabs(scaled) < 9.2e18)) return std::nullopt;
+    return Value(Currency{static_cast<std::int64_t>(scaled)});
   }
   const auto decimal = AsDecimal(value);
   const auto scaled = decimal ? decimal->WithScale(4) : std::nullopt;
   if (!scaled || scaled->high != 0 || scaled->low > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
-    Mismatch(value, column);
-  return scaled->negative ? -static_cast<std::int64_t>(scaled->low) : static_cast<std::int64_t>(scaled->low);
+    return std::nullopt;
+  const auto amount = static_cast<std::int64_t>(scaled->low);
+  return Value(Currency{scaled->negative ? -amount : amount});
 }
 
-Numeric ToNumeric(const Value& value, const Column& column) {
+std::optional<Value> ToSingle(const Value& value) {
+  const auto real = AsReal(value);
+  if (!real || (std::isfinite(*real) && std::fabs(*real) > static_cast<double>(std::numeric_limits<float>::max()))) return std::nullopt;
+  return Value(*real == 0 ? 0.0F : static_cast<float>(*real));
+}
+
+std::optional<Value> ToDouble(const Value& value) {
+  const auto real = AsReal(value);
+  if (!real) return std::nullopt;
+  return Value(*real == 0 ? 0.0 : *real);  // minus zero would not be found by its equal
+}
+
+std::optional<Value> ToDate(const Value& value) {
+  const auto serial = AsReal(value);
+  if (!serial || !(*serial > kFirstDate && *serial < kLastDate)) return std::nullopt;
+  return Value(Date{*serial == 0 ? 0.0 : *serial});
+}
+
+std::optional<Value> ToNumeric(const Value& value, const Column& column) {
   const auto decimal = AsDecimal(value);
   const auto scaled = decimal ? decimal->WithScale(column.sort[1]) : std::nullopt;
-  if (!scaled || (column.sort[0] != 0 && scaled->Digits() > column.sort[0])) Mismatch(value, column);
-  return *scaled;
+  if (!scaled || (column.sort[0] != 0 && scaled->Digits() > column.sort[0])) return std::nullopt;
+  return Value(*scaled);
 }
 
-Date ToDate(const Value& value, const Column& column) {
-  auto serial = AsReal(value);
-  if (value.Type() == ValueType::kText && !serial) serial = base::ReadDateText(value.AsText(), base::DateOrder::kDayFirst);
-  if (!serial || !(*serial > kFirstDate && *serial < kLastDate)) Mismatch(value, column);
-  return {*serial == 0 ? 0.0 : *serial};
+std::optional<Value> ToText(const Value& value) {
+  auto text = WriteAsText(value, EngineTexts());
+  if (!text) return std::nullopt;
+  return Value(std::move(*text));
 }
 
-bool ToBool(const Value& value, const Column& column) {
-  if (value.Type() == ValueType::kText) {
-    if (EqualNames(value.AsText(), "true")) return true;
-    if (EqualNames(value.AsText(), "false")) return false;
-  }
-  const auto real = AsReal(value);
-  if (!real) Mismatch(value, column);
-  return *real != 0;
+std::optional<Value> ToGuid(const Value& value) {
+  if (value.Type() == ValueType::kGuid) return value;
+  if (value.Type() != ValueType::kBytes || value.AsBytes().size() != sizeof(Guid::bytes)) return std::nullopt;
+  Guid guid;
+  std::memcpy(guid.bytes.data(), value.AsBytes().data(), guid.bytes.size());
+  return Value(guid);
 }
 
-std::string ToText(const Value& value, const Column& column) {
-  switch (value.Type()) {
-    case ValueType::kText:
-      return value.AsText();
-    case ValueType::kBool:
-      return value.AsBool() ? "-1" : "0";
-    case ValueType::kCurrency: {
-      std::string text = FromInteger(value.AsCurrency().scaled, 4).Text();
-      text.erase(text.find_last_not_of('0') + 1);
-      if (text.back() == '.') text.pop_back();
-      return text;
-    }
-    case ValueType::kSingle:
-    case ValueType::kDouble:
-      return Print(*AsReal(value), std::chars_format::general, value.Type() == ValueType::kSingle ? 7 : 15);
-    case ValueType::kDate: {
-      const std::string text = value.Describe();
-      return text.substr(1, text.size() - 2);
-    }
-    case ValueType::kBytes:
-      Mismatch(value, column);
+std::optional<Value> ToBytes(const Value& value) {
+  if (value.Type() != ValueType::kGuid) return std::nullopt;
+  const auto bytes = std::as_bytes(std::span(value.AsGuid().bytes));
+  return Value(Bytes(bytes.begin(), bytes.end()));
+}
+
+std::optional<Value> ToTypeOf(const Column& column, const Value& value) {
+  switch (column.type) {
+    case ColumnType::kBoolean:
+      return ToBool(value);
+    case ColumnType::kByte:
+      return ToInteger<std::uint8_t>(value);
+    case ColumnType::kInteger:
+      return ToInteger<std::int16_t>(value);
+    case ColumnType::kLong:
+      return ToInteger<std::int32_t>(value);
+    case ColumnType::kCurrency:
+      return ToAmount(value);
+    case ColumnType::kSingle:
+      return ToSingle(value);
+    case ColumnType::kDouble:
+      return ToDouble(value);
+    case ColumnType::kDate:
+      return ToDate(value);
+    case ColumnType::kNumeric:
+      return ToNumeric(value, column);
+    case ColumnType::kText:
+    case ColumnType::kMemo:
+      return ToText(value);
+    case ColumnType::kGuid:
+      return ToGuid(value);
+    case ColumnType::kBinary:
+    case ColumnType::kOle:
+    case ColumnType::kInternal:
+      return ToBytes(value);
     default:
-      return value.Describe();
+      throw Error(ErrorCode::kUnsupported, "The column \"" + column.name + "\" is of a type that is not known");
   }
+}
+
+Value Converted(const Value& value, const Column& column) {
+  // A text that says nothing else to a date may be its serial: it goes on as it is.
+  const auto read = value.Type() == ValueType::kText ? ReadAs(column.type, value.AsText(), EngineTexts()) : std::nullopt;
+  auto converted = ToTypeOf(column, read ? *read : value);
+  if (!converted) Mismatch(value, column);
+  return std::move(*converted);
 }
 
 /// True when the value can be stored as it is, but for its length.
@@ -253,67 +237,7 @@ const Value& ConvertToColumn(const Value& value, const Column& column, Value& sc
     scratch = Value(std::move(padded));
     return scratch;
   }
-  switch (column.type) {
-    case ColumnType::kBoolean:
-      scratch = Value(ToBool(value, column));
-      break;
-    case ColumnType::kByte:
-      scratch = Value(static_cast<std::uint8_t>(ToInteger(value, column, 0, 255)));
-      break;
-    case ColumnType::kInteger:
-      scratch = Value(static_cast<std::int16_t>(ToInteger(value, column, -32768, 32767)));
-      break;
-    case ColumnType::kLong:
-      scratch = Value(static_cast<std::int32_t>(
-          ToInteger(value, column, std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max())));
-      break;
-    case ColumnType::kCurrency:
-      scratch = Value(Currency{ToScaled(value, column)});
-      break;
-    case ColumnType::kSingle: {
-      const auto real = AsReal(value);
-      if (!real || (std::isfinite(*real) && std::fabs(*real) > static_cast<double>(std::numeric_limits<float>::max())))
-        Mismatch(value, column);
-      scratch = Value(*real == 0 ? 0.0F : static_cast<float>(*real));
-      break;
-    }
-    case ColumnType::kDouble: {
-      const auto real = AsReal(value);
-      if (!real) Mismatch(value, column);
-      scratch = Value(*real == 0 ? 0.0 : *real);  // minus zero would not be found by its equal
-      break;
-    }
-    case ColumnType::kDate:
-      scratch = Value(ToDate(value, column));
-      break;
-    case ColumnType::kNumeric:
-      scratch = Value(ToNumeric(value, column));
-      break;
-    case ColumnType::kText:
-    case ColumnType::kMemo:
-      scratch = Value(ToText(value, column));
-      break;
-    case ColumnType::kGuid: {
-      std::optional<Guid> guid;
-      if (value.Type() == ValueType::kText) guid = Guid::Parse(value.AsText());
-      if (value.Type() == ValueType::kBytes && value.AsBytes().size() == 16) {
-        guid.emplace();
-        std::memcpy(guid->bytes.data(), value.AsBytes().data(), 16);
-      }
-      if (!guid) Mismatch(value, column);
-      scratch = Value(*guid);
-      break;
-    }
-    case ColumnType::kBinary:
-    case ColumnType::kOle:
-    case ColumnType::kInternal: {
-      if (value.Type() != ValueType::kGuid) Mismatch(value, column);
-      scratch.SetBytes(reinterpret_cast<const std::byte*>(value.AsGuid().bytes.data()), 16);
-      break;
-    }
-    default:
-      throw Error(ErrorCode::kUnsupported, "The column \"" + column.name + "\" is of a type that is not known");
-  }
+  scratch = Converted(value, column);
   CheckLength(scratch, column);
   return scratch;
 }
@@ -321,7 +245,7 @@ const Value& ConvertToColumn(const Value& value, const Column& column, Value& sc
 const Value& ConvertForSearch(const Value& value, const Column& column, Value& scratch) {
   if (Suits(value, column)) return value;
   if (column.IsText() && value.Type() != ValueType::kBytes) {
-    scratch = Value(ToText(value, column));
+    scratch = Converted(value, column);
     return scratch;
   }
   const Value& converted = ConvertToColumn(value, column, scratch);
@@ -329,68 +253,6 @@ const Value& ConvertForSearch(const Value& value, const Column& column, Value& s
   const auto after = AsReal(converted);
   if (before && after && column.type != ColumnType::kBoolean && *before != *after) Mismatch(value, column);
   return converted;
-}
-
-void StoreValue(const Value& value, const Column& column, std::string& stored) {
-  const auto fixed = [&](auto number) {
-    stored.resize(sizeof number);
-    StoreLittle(reinterpret_cast<std::byte*>(stored.data()), number);
-  };
-  switch (column.type) {
-    case ColumnType::kByte:
-      fixed(value.AsByte());
-      break;
-    case ColumnType::kInteger:
-      fixed(value.AsInteger());
-      break;
-    case ColumnType::kLong:
-      fixed(value.AsLong());
-      break;
-    case ColumnType::kCurrency:
-      fixed(value.AsCurrency().scaled);
-      break;
-    case ColumnType::kSingle:
-      fixed(value.AsSingle());
-      break;
-    case ColumnType::kDouble:
-      fixed(value.AsDouble());
-      break;
-    case ColumnType::kDate:
-      fixed(value.AsDate().serial);
-      break;
-    case ColumnType::kText:
-      stored = ToStoredText(value.AsText(), (column.extraFlags & 1) != 0 && !column.IsFixed());
-      if (stored.size() > column.length) TooLong(column);
-      if (column.IsFixed())
-        while (stored.size() + 1 < column.length) stored.append("\x20\x00", 2);
-      break;
-    case ColumnType::kBinary:
-    case ColumnType::kInternal:
-      stored.assign(reinterpret_cast<const char*>(value.AsBytes().data()), value.AsBytes().size());
-      if (column.IsFixed()) stored.resize(column.length, '\0');
-      break;
-    case ColumnType::kGuid: {
-      // The three leading fields are little-endian in the file.
-      const auto& bytes = value.AsGuid().bytes;
-      static constexpr int kOrder[16] = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
-      stored.resize(16);
-      for (std::size_t i = 0; i < 16; ++i) stored[i] = static_cast<char>(bytes[static_cast<std::size_t>(kOrder[i])]);
-      break;
-    }
-    case ColumnType::kNumeric: {
-      const auto& number = value.AsNumeric();
-      stored.resize(17);
-      auto* bytes = reinterpret_cast<std::byte*>(stored.data());
-      Store8(bytes, number.negative ? 0x80 : 0);
-      Store32(bytes + 1, static_cast<std::uint32_t>(number.high >> 32));
-      Store32(bytes + 5, static_cast<std::uint32_t>(number.high));
-      Store32(bytes + 9, static_cast<std::uint32_t>(number.low >> 32));
-      Store32(bytes + 13, static_cast<std::uint32_t>(number.low));
-      break;
-    }
-    default:
-      throw Error(ErrorCode::kUnsupported, "The column \"" + column.name + "\" cannot be written");
-  }
 }
 
 }  // namespace jet

@@ -17,10 +17,4 @@ namespace jet {
 /// Errors: kTypeMismatch also when decimals would be lost.
 [[nodiscard]] const Value& ConvertForSearch(const Value& value, const TableDefinition::Column& column, Value& scratch);
 
-/// Any number, date, truth value (-1 or 0) or text that reads as a number as a double; none for null and everything else.
-[[nodiscard]] std::optional<double> AsReal(const Value& value);
-
-/// The bytes under which a row stores a value of the column's own type; not for Yes/No and long columns.
-void StoreValue(const Value& value, const TableDefinition::Column& column, std::string& stored);
-
 }  // namespace jet

@@ -7,6 +7,7 @@
 #include "jet/value/Error.h"
 #include "jet/table/LongValue.h"
 #include "jet/value/Mix.h"
+#include "jet/table/StoredValue.h"
 #include "jet/table/TableCore.h"
 #include "jet/value/Text.h"
 
@@ -14,22 +15,6 @@ namespace jet {
 namespace {
 
 using Column = TableDefinition::Column;
-
-Numeric LoadNumeric(const std::byte* bytes, std::uint8_t scale) {
-  Numeric number;
-  number.high = std::uint64_t{Load32(bytes + 1)} << 32 | Load32(bytes + 5);
-  number.low = std::uint64_t{Load32(bytes + 9)} << 32 | Load32(bytes + 13);
-  number.scale = scale;
-  number.negative = *bytes != std::byte{0} && (number.high | number.low) != 0;
-  return number;
-}
-
-Guid LoadGuid(const std::byte* bytes) {
-  static constexpr std::size_t kOrder[16] = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
-  Guid guid;
-  for (std::size_t i = 0; i < 16; ++i) guid.bytes[i] = Load8(bytes + kOrder[i]);
-  return guid;
-}
 
 std::uint8_t Scale(const Column& column) { return column.sort[1]; }
 

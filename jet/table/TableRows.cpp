@@ -11,6 +11,7 @@
 #include "jet/value/Error.h"
 #include "jet/table/LongValue.h"
 #include "jet/table/References.h"
+#include "jet/table/StoredValue.h"
 #include "jet/table/TableCore.h"
 #include "jet/value/Text.h"
 #include "jet/page/UsageMap.h"

@@ -1,13 +1,10 @@
 #include "jet/sql/bind/Coercion.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cmath>
-#include <cstdio>
 
-#include "base/DateText.h"
 #include "jet/sql/functions/Calendar.h"
 #include "jet/sql/Names.h"
+#include "jet/value/Conversion.h"
 
 namespace jet::sql {
 
@@ -19,111 +16,29 @@ std::string_view Trimmed(std::string_view text) {
   return text;
 }
 
-std::optional<double> ReadNumber(std::string_view text, char decimalPoint) {
-  std::string plain(Trimmed(text));
-  if (!plain.empty() && plain[0] == '+') plain.erase(0, 1);
-  for (char& c : plain) c = c == decimalPoint ? '.' : c;
-  double number = 0;
-  const auto [end, problem] = std::from_chars(plain.data(), plain.data() + plain.size(), number);
-  if (plain.empty() || problem != std::errc() || end != plain.data() + plain.size() || !std::isfinite(number)) return std::nullopt;
-  return number;
-}
-
-std::string ShortText(double number, char decimalPoint, int digits = 15) {
-  char buffer[40];
-  std::snprintf(buffer, sizeof buffer, "%.*g", digits, number);
-  std::string text = buffer;
-  for (char& c : text) c = c == '.' ? decimalPoint : c == 'e' ? 'E' : c;
-  return text;
-}
-
-// All digits: a double would lose the last ones of a large amount.
-std::string CurrencyText(Currency amount, char decimalPoint) {
-  const bool negative = amount.scaled < 0;
-  const auto scaled = static_cast<std::uint64_t>(amount.scaled);
-  std::string text = Numeric{0, negative ? 0 - scaled : scaled, 4, negative}.Text();
-  while (text.back() == '0') text.pop_back();
-  if (text.back() == '.') text.pop_back();
-  for (char& c : text) c = c == '.' ? decimalPoint : c;
-  return text;
-}
-
-Error NotA(const char* what, const std::string& text) { return {ErrorCode::kTypeMismatch, "\"" + text + "\" is not " + what}; }
-
-Value TruthFromText(const std::string& text, const TextSettings& settings) {
-  const std::string word = UpperCase(Trimmed(text));
-  if (word == "TRUE" || word == "VRAI" || word == "YES" || word == "OUI") return Value(true);
-  if (word == "FALSE" || word == "FAUX" || word == "NO" || word == "NON") return Value(false);
-  const std::optional<double> number = ReadNumber(text, settings.decimalPoint);
-  if (!number) throw NotA("a truth value", text);
-  return Value(*number != 0);
-}
-
-// Straight from the digits: the double between would lose some of a large amount.
-std::optional<Numeric> DigitsFromText(const std::string& text, const TextSettings& settings) {
-  std::string plain(Trimmed(text));
-  for (char& c : plain) c = c == settings.decimalPoint ? '.' : c;
-  return Numeric::Parse(plain);
-}
-
-Value NumberFromText(const std::string& text, ColumnType type, const TextSettings& settings) {
-  std::optional<Numeric> digits;
-  if (type == ColumnType::kNumeric) digits = DigitsFromText(text, settings);
-  if (digits) return Value(*digits);
-  const std::optional<double> number = ReadNumber(text, settings.decimalPoint);
-  if (!number) throw NotA("a number", text);
-  if (type == ColumnType::kCurrency) digits = DigitsFromText(text, settings);
-  return digits ? Value(*digits) : Value(*number);
+const char* Expected(ColumnType type) {
+  switch (type) {
+    case ColumnType::kDate:
+      return "a date";
+    case ColumnType::kBoolean:
+      return "a truth value";
+    case ColumnType::kGuid:
+      return "a GUID";
+    default:
+      return "a number";
+  }
 }
 
 Value FromText(const std::string& text, const TypeInfo& column, const TextSettings& settings) {
-  switch (column.type) {
-    case ColumnType::kDate: {
-      const std::optional<double> serial =
-          settings.parseDate ? settings.parseDate(text) : base::ReadDateText(text, base::DateOrder::kDayFirst);
-      if (!serial) throw NotA("a date", text);
-      return Value(Date{*serial});
-    }
-    case ColumnType::kBoolean:
-      return TruthFromText(text, settings);
-    case ColumnType::kGuid: {
-      const std::optional<Guid> guid = Guid::Parse(text);
-      if (!guid) throw NotA("a GUID", text);
-      return Value(*guid);
-    }
-    default:
-      return NumberFromText(text, column.type, settings);
-  }
+  auto read = ReadAs(column.type, text, settings);
+  if (!read) throw Error(ErrorCode::kTypeMismatch, "\"" + text + "\" is not " + Expected(column.type));
+  return std::move(*read);
 }
 
 Value ToText(const Value& value, const TextSettings& settings) {
-  switch (value.Type()) {
-    case ValueType::kBool:
-      return Value(value.AsBool() ? "-1" : "0");
-    case ValueType::kByte:
-      return Value(std::to_string(value.AsByte()));
-    case ValueType::kInteger:
-      return Value(std::to_string(value.AsInteger()));
-    case ValueType::kLong:
-      return Value(std::to_string(value.AsLong()));
-    case ValueType::kSingle:
-      return Value(ShortText(value.AsSingle(), settings.decimalPoint, 7));
-    case ValueType::kDouble:
-      return Value(ShortText(value.AsDouble(), settings.decimalPoint));
-    case ValueType::kCurrency:
-      return Value(CurrencyText(value.AsCurrency(), settings.decimalPoint));
-    case ValueType::kDate:
-      return Value(settings.formatDate ? settings.formatDate(value.AsDate().serial) : GeneralDate(value.AsDate().serial));
-    case ValueType::kGuid:
-      return Value(value.AsGuid().Text());
-    case ValueType::kNumeric: {
-      std::string text = value.AsNumeric().Text();
-      for (char& c : text) c = c == '.' ? settings.decimalPoint : c;
-      return Value(std::move(text));
-    }
-    default:
-      return value;
-  }
+  if (value.Type() == ValueType::kDate && !settings.formatDate) return Value(GeneralDate(value.AsDate().serial));
+  auto text = WriteAsText(value, settings);
+  return text ? Value(std::move(*text)) : value;
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 #include <map>
 #include <set>
 
-#include "jet/table/Convert.h"
+#include "jet/value/Conversion.h"
 #include "jet/value/TextOrder.h"
 #include "jet/sql/bind/Coercion.h"
 #include "jet/sql/run/SessionState.h"

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "jet/table/TableDefinition.h"
+#include "jet/value/Value.h"
+
+namespace jet {
+
+/// The bytes under which a row stores a value of the column's own type; not for Yes/No and long columns. Errors: kValueTooLong, kUnsupported.
+void StoreValue(const Value& value, const TableDefinition::Column& column, std::string& stored);
+
+/// The values of 17 and of 16 stored bytes.
+[[nodiscard]] Numeric LoadNumeric(const std::byte* bytes, std::uint8_t scale);
+[[nodiscard]] Guid LoadGuid(const std::byte* bytes);
+
+}  // namespace jet
