@@ -43,7 +43,7 @@ static bool VariableExtentOfJet3(const std::byte* row, std::size_t size, std::si
 }
 
 Row::Place Row::Locate(std::size_t position) const {
-  const Column& column = table_->stored_[position];
+  const Column& column = table_->layout_.columns[position];
   const auto damaged = [&](const char* text) -> Error { return {ErrorCode::kDamaged, text, dataPage_, dataOffset_}; };
   const bool jet3 = table_->space.header.version == 3;
   std::size_t begin = 0;
@@ -67,7 +67,7 @@ Row::Place Row::Locate(std::size_t position) const {
 }
 
 bool Row::IsNull(std::size_t position) const {
-  const Column& column = table_->stored_[position];
+  const Column& column = table_->layout_.columns[position];
   if (column.type == ColumnType::kBoolean) return false;
   if (column.number >= columnCount_) return true;
   if ((Load8(bytes_ + maskOffset_ + column.number / 8) >> (column.number % 8) & 1) == 0) return true;
@@ -75,12 +75,12 @@ bool Row::IsNull(std::size_t position) const {
 }
 
 bool Row::Bool(std::size_t position) const {
-  const Column& column = table_->stored_[position];
+  const Column& column = table_->layout_.columns[position];
   return column.number < columnCount_ && (Load8(bytes_ + maskOffset_ + column.number / 8) >> (column.number % 8) & 1) != 0;
 }
 
 std::int64_t Row::Integer(std::size_t position) const {
-  const Column& column = table_->stored_[position];
+  const Column& column = table_->layout_.columns[position];
   if (column.type == ColumnType::kBoolean) return Bool(position) ? -1 : 0;
   if (IsNull(position)) return 0;
   const Place place = Locate(position);
@@ -99,7 +99,7 @@ std::int64_t Row::Integer(std::size_t position) const {
 }
 
 double Row::Real(std::size_t position) const {
-  const Column& column = table_->stored_[position];
+  const Column& column = table_->layout_.columns[position];
   switch (column.type) {
     case ColumnType::kBoolean:
     case ColumnType::kByte:
@@ -127,8 +127,8 @@ double Row::Real(std::size_t position) const {
 }
 
 std::string_view Row::Text(std::size_t position) {
-  const Column& column = table_->stored_[position];
-  if (texts_.size() < table_->stored_.size()) texts_.resize(table_->stored_.size());
+  const Column& column = table_->layout_.columns[position];
+  if (texts_.size() < table_->layout_.columns.size()) texts_.resize(table_->layout_.columns.size());
   std::string& text = texts_[position];
   text.clear();
   if (!column.IsText() || IsNull(position)) return text;
@@ -148,11 +148,11 @@ std::string_view Row::Text(std::size_t position) {
 }
 
 std::span<const std::byte> Row::Blob(std::size_t position) {
-  const Column& column = table_->stored_[position];
+  const Column& column = table_->layout_.columns[position];
   if (IsNull(position)) return {};
   const Place place = Locate(position);
   if (!column.IsLong() || place.size == 0) return {place.data, place.size};
-  if (texts_.size() < table_->stored_.size()) texts_.resize(table_->stored_.size());
+  if (texts_.size() < table_->layout_.columns.size()) texts_.resize(table_->layout_.columns.size());
   std::string& bytes = texts_[position];
   bytes.clear();
   AppendLongBytes(*table_->space.pager, LongValueDefinition::Parse({place.data, place.size}, dataPage_, dataOffset_), dataPage_,
@@ -161,7 +161,7 @@ std::span<const std::byte> Row::Blob(std::size_t position) {
 }
 
 void Row::Get(std::size_t position, Value& value) {
-  const Column& column = table_->stored_[position];
+  const Column& column = table_->layout_.columns[position];
   if (IsNull(position)) {
     value.SetNull();
     return;
@@ -215,16 +215,16 @@ Value Row::Get(std::size_t position) {
 }
 
 std::uint64_t Row::StoredLength(std::size_t position) const {
-  if (table_->stored_[position].type == ColumnType::kBoolean || IsNull(position)) return 0;
+  if (table_->layout_.columns[position].type == ColumnType::kBoolean || IsNull(position)) return 0;
   const Place place = Locate(position);
-  if (!table_->stored_[position].IsLong() || place.size == 0) return place.size;
+  if (!table_->layout_.columns[position].IsLong() || place.size == 0) return place.size;
   return LongValueDefinition::Parse({place.data, place.size}, dataPage_, dataOffset_).length;
 }
 
 std::uint64_t Row::Fingerprint(std::span<const std::size_t> columns) const {
   std::uint64_t print = columns.size();
   for (const std::size_t column : columns) {
-    if (table_->stored_[column].type == ColumnType::kBoolean) {
+    if (table_->layout_.columns[column].type == ColumnType::kBoolean) {
       print = print * 31 + (Bool(column) ? 2 : 1);
     } else if (IsNull(column)) {
       print = print * 31 + 3;
@@ -239,7 +239,7 @@ std::uint64_t Row::Fingerprint(std::span<const std::size_t> columns) const {
 std::uint64_t Row::Fingerprint() const { return Mix(size_, {bytes_, size_}); }
 
 std::unique_ptr<LongValueReader> Row::OpenLong(std::size_t position) {
-  const Column& column = table_->stored_[position];
+  const Column& column = table_->layout_.columns[position];
   if (!column.IsLong() || IsNull(position)) return nullptr;
   const Place place = Locate(position);
   LongValueDefinition definition;

@@ -9,20 +9,9 @@
 #include "jet/value/ByteOrder.h"
 #include "jet/page/DataPage.h"
 #include "jet/table/LongValue.h"
-#include "jet/table/Row.h"
+#include "jet/table/RowAccess.h"
 
 namespace jet {
-
-/// Lets the checker and the compactor at the stored bytes of a row's column.
-class RowAccess {
- public:
-  /// Empty for null.
-  static std::span<const std::byte> Stored(const Row& row, std::size_t column) {
-    if (row.IsNull(column)) return {};
-    const auto place = row.Locate(column);
-    return {place.data, place.size};
-  }
-};
 
 /// What the checker knows of one long column of a table.
 struct LongColumn {

@@ -1,13 +1,11 @@
 #include "jet/table/TableCore.h"
 
-#include <algorithm>
 #include <utility>
 
-#include "jet/table/TableSpace.h"
 #include "jet/page/Pager.h"
-#include "jet/value/ByteOrder.h"
-#include "jet/value/Error.h"
 #include "jet/page/UsageMap.h"
+#include "jet/table/TableSpace.h"
+#include "jet/value/ByteOrder.h"
 
 namespace jet {
 namespace {
@@ -23,7 +21,11 @@ class MappedTreePages final : public TreePages {
   UsageMap map_;
 };
 
-ColumnDef Describe(const TableDefinition::Column& column) {
+constexpr std::uint8_t kPrimaryIndex = 1;
+constexpr std::uint8_t kForeignKeyIndex = 2;
+constexpr std::uint8_t kReferencingSide = 2;
+
+ColumnDef DescribeColumn(const TableDefinition::Column& column) {
   ColumnDef def;
   def.name = column.name;
   def.type = column.type;
@@ -45,10 +47,19 @@ ColumnDef Describe(const TableDefinition::Column& column) {
   return def;
 }
 
+IndexKind KindOf(std::uint8_t type) {
+  if (type == kPrimaryIndex) return IndexKind::kPrimary;
+  return type == kForeignKeyIndex ? IndexKind::kForeignKey : IndexKind::kNormal;
+}
+
 }  // namespace
 
 TableCore::TableCore(TableSpace& owner, PageNumber definitionPage, std::string tableName)
-    : space(owner), page(definitionPage), name(std::move(tableName)) {
+    : space(owner),
+      page(definitionPage),
+      name(std::move(tableName)),
+      places_(*owner.pager, definitionPage, name),
+      draft_(*owner.pager, definition_, layout_, name) {
   Reload();
 }
 
@@ -61,28 +72,16 @@ void TableCore::Reload() {
 }
 
 void TableCore::Derive() {
-  stored_ = definition_.columns;
-  std::sort(stored_.begin(), stored_.end(), [](const Column& left, const Column& right) { return left.number < right.number; });
-  positions_.assign(definition_.maxColumns, kNowhere);
+  layout_ = RowLayout(definition_);
+  draft_.Reset();
+  places_.Reset(definition_.ownedMap, definition_.freeMap);
   columns_.clear();
-  const bool jet3 = space.header.version == 3;
-  for (std::size_t i = 0; i < stored_.size(); ++i) {
-    positions_[stored_[i].number] = i;
-    columns_.push_back(Describe(stored_[i]));
-    if (jet3 && stored_[i].type == ColumnType::kText) columns_.back().size = stored_[i].length;
+  for (const Column& column : layout_.columns) {
+    columns_.push_back(DescribeColumn(column));
+    if (space.header.version == 3 && column.type == ColumnType::kText) columns_.back().size = column.length;
   }
-  variableOrder_.assign(definition_.variableColumns, kNowhere);
-  firstVariableNumber_ = 0;
-  for (std::size_t i = 0; i < stored_.size(); ++i) {
-    if (stored_[i].IsFixed() || stored_[i].type == ColumnType::kBoolean) continue;
-    variableOrder_[stored_[i].variableIndex] = i;
-    if (stored_[i].variableIndex == 0) firstVariableNumber_ = stored_[i].number;
-  }
-  fixedSize_ = definition_.FixedSize();
-  cells_.clear();
-  cells_.resize(stored_.size());
-  insertPage_ = 0;
   propertiesRead_ = false;
+  DeriveTrees();
   DeriveIndexes();
 }
 
@@ -92,56 +91,65 @@ TextOrder TableCore::OrderOf(const Column& column) const {
   return column.SortLanguage() == kEnglish && space.CodePage() == kWestern ? TextOrder::kAnsiGeneral : TextOrder::kUnknown;
 }
 
-void TableCore::DeriveIndexes() {
-  indexes_.clear();
+void TableCore::DeriveTrees() {
   trees_.clear();
   for (const auto& stored : definition_.trees) {
-    Tree tree;
+    Tree& tree = trees_.emplace_back();
     tree.pages = std::make_unique<MappedTreePages>(*space.pager, stored.ownedMap);
     tree.tree = std::make_unique<BTree>(*space.pager, stored.root, page, tree.pages.get());
     tree.flags = stored.flags;
-    for (const auto& part : stored.columns) {
-      if (part.number == TableDefinition::kNoColumn) continue;
-      const std::size_t position = positions_[part.number];
-      const Column& column = stored_[position];
-      KeyColumn key;
-      key.type = column.type;
-      key.descending = part.order != 1;
-      key.scale = column.type == ColumnType::kNumeric ? column.sort[1] : std::uint8_t{0};
-      if (column.IsText()) {
-        key.order = OrderOf(column);
-        if (key.order == TextOrder::kUnknown) tree.supported = false;
-        if (!FindsEqualTexts(key.order)) tree.findsEqual = false;
-        if (!OrdersAsCompareText(key.order)) tree.ordersTexts = false;
-      }
-      tree.keyColumns.push_back(key);
-      tree.columns.push_back(position);
-      if (column.type == ColumnType::kOle || column.type > ColumnType::kNumeric) tree.supported = false;
-    }
-    trees_.push_back(std::move(tree));
+    for (const auto& part : stored.columns)
+      if (part.number != TableDefinition::kNoColumn) AddKeyColumn(tree, part);
   }
+}
+
+void TableCore::AddKeyColumn(Tree& tree, const TableDefinition::TreeColumn& part) const {
+  const std::size_t position = layout_.positions[part.number];
+  const Column& column = layout_.columns[position];
+  KeyColumn key;
+  key.type = column.type;
+  key.descending = part.order != 1;
+  key.scale = column.type == ColumnType::kNumeric ? column.sort[1] : std::uint8_t{0};
+  if (column.IsText()) {
+    key.order = OrderOf(column);
+    if (key.order == TextOrder::kUnknown) tree.supported = false;
+    if (!FindsEqualTexts(key.order)) tree.findsEqual = false;
+    if (!OrdersAsCompareText(key.order)) tree.ordersTexts = false;
+  }
+  if (column.type == ColumnType::kOle || column.type > ColumnType::kNumeric) tree.supported = false;
+  tree.keyColumns.push_back(key);
+  tree.columns.push_back(position);
+}
+
+void TableCore::DeriveIndexes() {
+  indexes_.clear();
   for (const auto& stored : definition_.indexes) {
     Tree& tree = trees_[stored.tree];
     // Errors name an index that the user knows rather than the hidden one of a relationship.
     if (tree.name.empty() || tree.name.front() == '.') tree.name = stored.name;
-    IndexDef def;
-    def.name = stored.name;
-    for (std::size_t i = 0; i < tree.columns.size(); ++i) def.columns.push_back({tree.columns[i], tree.keyColumns[i].descending});
-    def.kind = stored.type == 1 ? IndexKind::kPrimary : stored.type == 2 ? IndexKind::kForeignKey : IndexKind::kNormal;
-    def.unique = tree.IsUnique();
-    def.ignoreNulls = tree.IgnoresNulls();
-    def.required = tree.IsRequired();
-    def.writable = tree.supported;
-    def.findsEqual = tree.findsEqual;
-    def.ordersTexts = tree.ordersTexts;
-    def.tree = stored.tree;
-    def.referencing = stored.type == 2 && stored.side == 2;
-    def.partnerIndex = stored.partnerIndex;
-    def.partnerTable = stored.partnerTable;
-    def.cascadeUpdates = stored.type == 2 && stored.cascadeUpdates != 0;
-    def.cascadeDeletes = stored.type == 2 && (stored.cascadeDeletes & 1) != 0;
-    indexes_.push_back(std::move(def));
+    indexes_.push_back(Describe(stored, tree));
   }
+}
+
+IndexDef TableCore::Describe(const TableDefinition::Index& stored, const Tree& tree) const {
+  IndexDef def;
+  def.name = stored.name;
+  for (std::size_t i = 0; i < tree.columns.size(); ++i) def.columns.push_back({tree.columns[i], tree.keyColumns[i].descending});
+  def.kind = KindOf(stored.type);
+  def.unique = tree.IsUnique();
+  def.ignoreNulls = tree.IgnoresNulls();
+  def.required = tree.IsRequired();
+  def.writable = tree.supported;
+  def.findsEqual = tree.findsEqual;
+  def.ordersTexts = tree.ordersTexts;
+  def.tree = stored.tree;
+  def.partnerIndex = stored.partnerIndex;
+  def.partnerTable = stored.partnerTable;
+  if (def.kind != IndexKind::kForeignKey) return def;
+  def.referencing = stored.side == kReferencingSide;
+  def.cascadeUpdates = stored.cascadeUpdates != 0;
+  def.cascadeDeletes = (stored.cascadeDeletes & 1) != 0;
+  return def;
 }
 
 const std::vector<ColumnDef>& TableCore::Columns() {
@@ -162,11 +170,6 @@ void TableCore::ReadProperties() {
   }
 }
 
-std::optional<std::size_t> TableCore::PositionOf(std::uint16_t number) const noexcept {
-  if (number >= positions_.size() || positions_[number] == kNowhere) return std::nullopt;
-  return positions_[number];
-}
-
 std::uint32_t TableCore::RowCount() {
   const PageRef first = space.pager->Read(page);
   return Load32(first.Bytes().data() + (space.header.version == 3 ? 12 : TableDefinition::kRowCountOffset));
@@ -175,43 +178,6 @@ std::uint32_t TableCore::RowCount() {
 std::int32_t TableCore::LastAutoNumber() {
   const PageRef first = space.pager->Read(page);
   return LoadLittle<std::int32_t>(first.Bytes().data() + (space.header.version == 3 ? 16 : TableDefinition::kAutoNumberOffset));
-}
-
-void TableCore::RefuseKey(const Tree& tree, const Error& error) const {
-  if (error.Code() != ErrorCode::kUnsupported) throw error;
-  if (!tree.supported)
-    throw Error(ErrorCode::kUnsupported,
-                "The table \"" + name + "\" cannot be changed: the order of its index \"" + tree.name + "\" is not known");
-  throw Error(ErrorCode::kUnsupported,
-              "The index \"" + tree.name + "\" of the table \"" + name + "\" cannot take the row: " + error.what());
-}
-
-void TableCore::FreeContents() {
-  Pager& pager = *space.pager;
-  FreePages(pager, definition_.ownedMap, page);
-  if (definition_.freeMap != 0) UsageMap(pager, definition_.freeMap).Clear();
-  for (const auto& tree : definition_.trees) FreePages(pager, tree.ownedMap, page);
-  for (const auto& maps : definition_.longMaps) {
-    FreePages(pager, maps.ownedMap, DataPage::kLongValueOwner);
-    if (maps.freeMap != 0) UsageMap(pager, maps.freeMap).Clear();
-  }
-}
-
-void FreePages(Pager& pager, PackedPointer map, std::uint32_t owner) {
-  if (map == 0) return;
-  UsageMap pages(pager, map);
-  for (const PageNumber number : pages.Pages(pager.PageCount())) {
-    {
-      constexpr std::size_t kOwnerOffset = 4;
-      const PageRef ref = pager.Read(number);
-      const auto kind = Load8(ref.Bytes().data());
-      // Pages may have been taken and never written; all that is written says whose it is.
-      if (kind != 0 && Load32(ref.Bytes().data() + kOwnerOffset) != owner)
-        throw Error(ErrorCode::kDamaged, "A usage map lists a page that belongs to another", number, kOwnerOffset);
-    }
-    pager.Free(number);
-  }
-  pages.Clear();
 }
 
 }  // namespace jet

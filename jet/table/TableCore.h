@@ -14,12 +14,14 @@
 #include "jet/value/Error.h"
 #include "jet/index/KeyCodec.h"
 #include "jet/table/Row.h"
+#include "jet/table/RowDraft.h"
+#include "jet/table/RowLayout.h"
+#include "jet/table/RowPlaces.h"
 #include "jet/table/Table.h"
 #include "jet/table/TableDefinition.h"
 
 namespace jet {
 
-class LongValueWriter;
 class Pager;
 struct TableSpace;
 class ChangeScope;
@@ -59,29 +61,35 @@ class TableCore {
   void Reload();
 
   [[nodiscard]] const TableDefinition& Definition() const noexcept { return definition_; }
-  [[nodiscard]] const std::vector<Column>& Stored() const noexcept { return stored_; }
+  /// The columns by position.
+  [[nodiscard]] const std::vector<Column>& Stored() const noexcept { return layout_.columns; }
   [[nodiscard]] const std::vector<ColumnDef>& Columns();
   [[nodiscard]] const std::vector<IndexDef>& Indexes() const noexcept { return indexes_; }
   [[nodiscard]] std::vector<Tree>& Trees() noexcept { return trees_; }
-  [[nodiscard]] std::optional<std::size_t> PositionOf(std::uint16_t number) const noexcept;
 
   [[nodiscard]] std::uint32_t RowCount();
   [[nodiscard]] std::int32_t LastAutoNumber();
 
-  // ----- rows (TableRows.cpp)
+  // ----- rows (TableReading.cpp, TableChanges.cpp)
   RowId InsertRow(std::span<const Assignment> assignments);
   void UpdateRow(RowId id, std::span<const Assignment> assignments, const Table::RowTest& isMeant);
   void DeleteRow(RowId id, const Table::RowTest& isMeant);
   [[nodiscard]] bool ReadRow(RowId id, Row& row);
   /// Makes the row show the bytes of that slot, which is not a pointer. Errors: kDamaged.
   void Bind(Row& row, RowId id, const DataPage& data, const std::byte* pageBytes, PageNumber dataPage, unsigned slot);
+  /// One assignment per column; the memory is kept.
+  [[nodiscard]] std::vector<Assignment>& AllColumns(std::span<const Value> values);
 
+  // ----- keys (TableKeys.cpp)
   /// The key of a row in a tree; false when the row has no entry there. `anyNull` tells whether uniqueness does not count.
   [[nodiscard]] bool KeyOf(const Tree& tree, Row& row, Bytes& key, bool& anyNull) {
     return KeyOf(tree, tree.keyColumns, row, key, anyNull);
   }
+  [[nodiscard]] bool KeyOf(const Tree& tree, const std::vector<KeyColumn>& parts, Row& row, Bytes& key, bool& anyNull);
   /// The key under which another program may have entered the row (TextOrder::kGeneralOnce); nothing when that is no other one.
   [[nodiscard]] std::optional<Bytes> OtherKeyOf(const Tree& tree, Row& row, std::span<const std::byte> key);
+
+  // ----- the whole of them (TableUpkeep.cpp)
   /// Gives every row an offset table, when the definition has just got its first variable column.
   void RewriteRows();
   /// Rows that were written when the table had fewer columns end before the later ones, and mean null by it. Other readers count the
@@ -90,83 +98,84 @@ class TableCore {
   void CompleteRows();
   /// Frees everything but the definition page and the map rows: rows, long values, trees.
   void FreeContents();
-  /// Says why a row has no key in a tree, given what making it raised. Errors: kUnsupported; others as they are.
-  [[nodiscard]] bool KeyOf(const Tree& tree, const std::vector<KeyColumn>& parts, Row& row, Bytes& key, bool& anyNull);
-  /// Takes the row's entry out of the tree. Errors: kDamaged when it has none.
-  void EraseKey(const Tree& tree, Row& row, std::span<const std::byte> key, RowId id);
-  void AppendKeyOf(const Tree& tree, const KeyColumn& part, const Value& value, Bytes& key) const;
-  [[noreturn]] void RefuseKey(const Tree& tree, const Error& error) const;
-
-  /// One assignment per column; the memory is kept.
-  [[nodiscard]] std::vector<Assignment>& AllColumns(std::span<const Value> values);
 
  private:
   friend class Row;
-  [[nodiscard]] std::vector<RowId> Homes();
-  void KeepCells();
-  /// What becomes of one column in a row that is being written.
-  struct Cell {
-    enum class State : std::uint8_t { kNull, kStored, kKept };
-    State state = State::kNull;
-    bool truth = false;               ///< Yes/No
-    const Value* value = nullptr;     ///< own type; null for kept columns and streamed long values
-    std::span<const std::byte> kept;  ///< stored bytes taken over from the old row
-    std::string stored;
-    Value scratch;
-    bool newLong = false;  ///< stored is the definition of a long value written just now
+  /// What a change of a row means for the trees, one bit for each.
+  struct KeyBits {
+    std::uint32_t changed = 0;     ///< the key comes out different (updates)
+    std::uint32_t present = 0;     ///< the new row has an entry
+    std::uint32_t oldPresent = 0;  ///< the old one has
+    std::uint32_t nulls = 0;       ///< the new key has a null: uniqueness does not count
+    [[nodiscard]] static bool Has(std::uint32_t bits, std::size_t tree) noexcept { return (bits >> tree & 1) != 0; }
   };
-
-  static constexpr std::size_t kNowhere = ~std::size_t{0};
+  /// The counter of a new row.
+  struct Counted {
+    std::optional<std::int32_t> highest;    ///< to be stored as the last one
+    std::optional<std::int32_t> handedOut;  ///< made here
+  };
+  /// The stored bytes of a long value of the old row, to be given back.
+  struct OldLong {
+    std::size_t column;
+    std::string stored;
+  };
 
   [[nodiscard]] std::uint64_t CurrentGeneration() const noexcept;
   void Derive();
+  void DeriveTrees();
   void DeriveIndexes();
+  void AddKeyColumn(Tree& tree, const TableDefinition::TreeColumn& part) const;
+  [[nodiscard]] IndexDef Describe(const TableDefinition::Index& stored, const Tree& tree) const;
   [[nodiscard]] TextOrder OrderOf(const Column& column) const;
   void ReadProperties();
-  void PrepareCell(std::size_t position, const Assignment& assignment);
-  void CheckCell(std::size_t position);
-  void AppendLongCell(std::size_t position, const Assignment& assignment, LongValueWriter& writer);
-  void StoreLongCell(std::size_t position, const Assignment& assignment, bool allowInline);
-  void StoreLongCells(std::span<const Assignment> assignments, bool allowInline);
-  void FreeNewLongValues();
-  void FreeLongValue(std::size_t position, std::span<const std::byte> stored);
-  void EncodeRow(Bytes& bytes);
-  void EncodeWithLongValues(std::span<const Assignment> assignments);
-  /// The same; when the row turns out too long, the long values stored for it are taken back first.
-  void EncodeOrUndo(std::span<const Assignment> assignments, ChangeScope& scope);
-  [[nodiscard]] bool KeyOfCells(const Tree& tree, Row* old, Bytes& key, bool& anyNull);
-  [[noreturn]] void Duplicate(const Tree& tree) const;
 
-  [[nodiscard]] RowId Place(std::span<const std::byte> bytes, std::uint16_t flags);
-  [[nodiscard]] std::optional<RowId> TryPlace(PageNumber candidate, std::span<const std::byte> bytes, std::uint16_t flags);
-  void Replace(RowId home, std::span<const std::byte> bytes);
-  void Remove(RowId home);
-  void RemoveSlot(RowId id);
-  void NoteRoom(PageNumber number, unsigned freeBytes, unsigned slots);
-  /// Home slot's page; gives where the row's bytes are. Nothing when there is no live row.
-  [[nodiscard]] std::optional<RowId> Find(RowId home);
-  /// The same for a row that must be there. Errors: kDamaged.
-  [[nodiscard]] RowId FindLive(RowId home);
+  // TableChanges.cpp
+  void Assign(const Assignment& assignment);
+  void RefuseInPieces(std::size_t column) const;
+  void Count(std::size_t column, Counted& counted);
+  [[nodiscard]] Counted FillIn();
+  [[nodiscard]] std::vector<bool> AssignAll(std::span<const Assignment> assignments);
+  [[nodiscard]] std::optional<std::int32_t> HighestNumber(const std::vector<bool>& assigned);
+  void CheckParentsOfChange(const std::vector<bool>& assigned);
+  void ReadForChange(RowId id, const Table::RowTest& isMeant);
+  void KeepLong(std::size_t column, std::vector<OldLong>& values) const;
+  void FreeLongs(const std::vector<OldLong>& values);
+  /// Encodes the draft; when the row turns out too long, the long values stored for it are taken back first.
+  void EncodeOrUndo(std::span<const Assignment> assignments, ChangeScope& scope);
   void CountRows(int delta);
-  void CountKeys(std::size_t tree, std::size_t added);
+  void StoreAutoNumber(std::int32_t number);
+
+  // TableKeys.cpp
+  void AppendKeyOf(const Tree& tree, const KeyColumn& part, const Value& value, Bytes& key) const;
+  /// Says why a row has no key in a tree, given what making it raised. Errors: kUnsupported; others as they are.
+  [[noreturn]] void RefuseKey(const Tree& tree, const Error& error) const;
+  [[noreturn]] void Duplicate(const Tree& tree) const;
+  /// The value that the draft has in a column, and of the old row where it is kept.
+  [[nodiscard]] const Value& DraftedValue(std::size_t column, Value& kept);
+  [[nodiscard]] bool KeyOfDraft(const Tree& tree, Bytes& key, bool& anyNull);
+  [[nodiscard]] KeyBits MakeKeys();
+  /// Only the trees that a changed column takes part in are looked at, and of those only the ones whose key comes out different.
+  [[nodiscard]] KeyBits CompareKeys(const std::vector<bool>& assigned);
+  /// False when a unique tree has that key already; nothing is entered then.
+  [[nodiscard]] bool EnterKey(const KeyBits& bits, std::size_t tree, RowId id);
+  /// Takes the row's entry out of the tree. Errors: kDamaged when it has none.
+  void EraseKey(const Tree& tree, Row& row, std::span<const std::byte> key, RowId id);
+  /// Errors: kDuplicateKey, everything changed back.
+  void EnterKeys(const KeyBits& bits, RowId id, ChangeScope& scope);
+  void ReplaceKeys(const KeyBits& bits, RowId id, ChangeScope& scope);
+  void CountKey(std::size_t tree);
 
   TableDefinition definition_;
-  std::vector<Column> stored_;  ///< by position
+  RowLayout layout_;
   std::vector<ColumnDef> columns_;
   std::vector<IndexDef> indexes_;
   std::vector<Tree> trees_;
-  std::vector<std::size_t> positions_;  ///< by column number
-  std::vector<Cell> cells_;
+  RowPlaces places_;
+  RowDraft draft_;
+  Row oldRow_;  ///< of the change under way
   std::vector<Bytes> keys_;
   std::vector<Bytes> oldKeys_;
-  std::vector<Value> keyValues_;
-  Bytes encoded_;
-  Row oldRow_;
-  std::vector<Assignment> allColumns_;      ///< reused by Table::Insert
-  std::vector<std::size_t> variableOrder_;  ///< position of each variable column; kNowhere for those deleted
-  std::size_t fixedSize_ = 0;
-  std::uint16_t firstVariableNumber_ = 0;  ///< rows with fewer columns were written when there was no variable column
-  PageNumber insertPage_ = 0;
+  std::vector<Assignment> allColumns_;  ///< reused by Table::Insert
   std::uint64_t generation_ = 0;
   bool propertiesRead_ = false;
 };
