@@ -210,7 +210,6 @@ class Checker {
                           std::vector<LongColumn>& longColumns, std::vector<EntrySum>& expected) {
     std::uint64_t rows = 0;
     std::set<PackedPointer> moved, pointedAt;
-    Bytes key;
     Row row;
     for (const PageNumber number : owned) {
       const PageRef ref = pager_.Read(number);
@@ -231,25 +230,31 @@ class Checker {
           if (!table.ReadRow(id, row)) return;
           ++rows;
           CheckColumns(table, row, longColumns);
-          for (std::size_t t = 0; t < table.Trees().size(); ++t) {
-            const auto& tree = table.Trees()[t];
-            bool anyNull = false;
-            try {
-              if (!tree.supported || !table.KeyOf(tree, row, key, anyNull)) continue;
-              // Other programs write some keys otherwise, which is no damage.
-              const auto other = table.OtherKeyOf(tree, row, key);
-              expected[t].Add(other && tree.tree->Contains(*other, id) ? *other : key, id);
-            } catch (const Error& error) {
-              // A text without a known place in the order of the index is no damage: the entries cannot be compared.
-              if (error.Code() != ErrorCode::kUnsupported) throw;
-              expected[t].known = false;
-            }
-          }
+          AddEntries(table, row, expected);
         });
       }
     }
     if (moved != pointedAt) Report(table.page, 0, "The moved rows of " + owner + " and the pointers to them do not agree");
     return rows;
+  }
+
+  /// The entries that the row must have in the trees.
+  void AddEntries(TableCore& table, Row& row, std::vector<EntrySum>& expected) {
+    Bytes key;
+    for (std::size_t t = 0; t < table.Trees().size(); ++t) {
+      const auto& tree = table.Trees()[t];
+      bool anyNull = false;
+      try {
+        if (!tree.supported || !table.KeyOf(tree, row, key, anyNull)) continue;
+        // Other programs write some keys otherwise, which is no damage.
+        const auto other = table.OtherKeyOf(tree, row, key);
+        expected[t].Add(other && tree.tree->Contains(*other, row.Id()) ? *other : key, row.Id());
+      } catch (const Error& error) {
+        // A text without a known place in the order of the index is no damage: the entries cannot be compared.
+        if (error.Code() != ErrorCode::kUnsupported) throw;
+        expected[t].known = false;
+      }
+    }
   }
 
   /// Decodes every column; long values are followed piece by piece.

@@ -45,22 +45,35 @@ void BTreeCursor::Settle() {
   leaf_ = std::move(found);
 }
 
+namespace {
+
+/// The entry of a leaf that is met last on the way; the edge stays as it is when there is none.
+void CopyEdge(const IndexPageView& leaf, bool forward, Bytes& edge) {
+  if (!leaf.Empty()) leaf.CopyEntry(forward ? leaf.BeginBefore(leaf.Used()) : 0, edge);
+}
+
+/// The first entry met lies behind the edge of the leaves before. Errors: kDamaged.
+void RequireBehind(const IndexPageView& leaf, bool forward, const Bytes& edge) {
+  if (!leaf.IsLeaf()) leaf.Refuse("an index node stands among leaves", 0);
+  if (leaf.Empty() || edge.empty()) return;
+  const std::size_t border = forward ? 0 : leaf.BeginBefore(leaf.Used());
+  const int order = leaf.Compare(border, TargetOf(edge));
+  if (forward ? order <= 0 : order >= 0) leaf.Refuse("index leaves are not in order", border);
+}
+
+}  // namespace
+
 bool BTreeCursor::MoveToNeighbour(bool forward) {
   Bytes edge;  // entry next to the border that is passed: the order of entries shows chains that run in circles
   for (PageNumber passed = 0;; ++passed) {
     const IndexPageView from(leaf_);
-    if (!from.Empty()) from.CopyEntry(forward ? from.BeginBefore(from.Used()) : 0, edge);
+    CopyEdge(from, forward, edge);
     const PageNumber number = forward ? from.Next() : from.Previous();
     if (number == 0) return false;
     if (passed > tree_->store_.PageCount()) from.Refuse("the chain of index leaves runs in a circle", 0);
     PageRef page = tree_->store_.Read(number);
     const IndexPageView to(page);
-    if (!to.IsLeaf()) to.Refuse("an index node stands among leaves", 0);
-    const std::size_t border = forward || to.Empty() ? 0 : to.BeginBefore(to.Used());
-    if (!to.Empty() && !edge.empty()) {
-      const int order = to.Compare(border, TargetOf(edge));
-      if (forward ? order <= 0 : order >= 0) to.Refuse("index leaves are not in order", border);
-    }
+    RequireBehind(to, forward, edge);
     leaf_ = std::move(page);
     at_ = forward ? 0 : to.Used();
     if (!to.Empty()) return true;

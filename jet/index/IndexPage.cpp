@@ -353,22 +353,24 @@ void IndexPageEditor::MoveMask(std::size_t from, std::ptrdiff_t distance, std::s
     return (word - 1) * 64 >= from ? words[word] : words[word] & ~BitsBelow(from % 64);
   };
   const std::size_t bits = static_cast<std::size_t>(distance < 0 ? -distance : distance);
+  const std::size_t whole = bits / 64;
+  const std::size_t part = bits % 64;
+  const auto movedUp = [&](std::size_t word) {
+    std::uint64_t value = word > whole ? moving(word - whole) << part : 0;
+    if (part != 0 && word > whole + 1) value |= moving(word - whole - 1) >> (64 - part);
+    return value;
+  };
+  const auto movedDown = [&](std::size_t word) {
+    std::uint64_t value = word + whole <= kMaskWords ? moving(word + whole) >> part : 0;
+    if (part != 0 && word + whole + 1 <= kMaskWords) value |= moving(word + whole + 1) << (64 - part);
+    return value;
+  };
   std::array<std::uint64_t, kMaskWords + 2> moved{};
   const std::size_t last = std::min(kMaskWords, (used + (distance > 0 ? bits : 0)) / 64 + 1);
   const std::size_t keep = distance < 0 ? from - bits : from;  // bits below stay as they are
   for (std::size_t word = keep / 64 + 1; word <= last; ++word) {
-    const std::size_t whole = bits / 64;
-    const std::size_t part = bits % 64;
-    std::uint64_t value = 0;
-    if (distance > 0) {
-      if (word > whole) value = moving(word - whole) << part;
-      if (part != 0 && word > whole + 1) value |= moving(word - whole - 1) >> (64 - part);
-    } else {
-      if (word + whole <= kMaskWords) value = moving(word + whole) >> part;
-      if (part != 0 && word + whole + 1 <= kMaskWords) value |= moving(word + whole + 1) << (64 - part);
-    }
-    if (word == keep / 64 + 1) value |= words[word] & BitsBelow(keep % 64);
-    moved[word] = value;
+    moved[word] = distance > 0 ? movedUp(word) : movedDown(word);
+    if (word == keep / 64 + 1) moved[word] |= words[word] & BitsBelow(keep % 64);
   }
   const std::size_t firstByte = keep / 64 * 8;
   for (std::uint64_t& word : moved) Store64(reinterpret_cast<std::byte*>(&word), word);

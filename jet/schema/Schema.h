@@ -61,6 +61,7 @@ class Schema {
   std::size_t AddTree(TableCore& table, TableDefinition& definition, const std::vector<std::uint16_t>& numbers,
                       const std::vector<bool>& descending, std::uint8_t flags);
   void EnforceRelationship(const Relationship& relationship, TableCore& child, TableCore& parent);
+  void RequireParents(TableCore& child, std::size_t childTree, TableCore& parent, std::size_t parentTree);
   void RemoveForeignKeys(const Relationship& relationship);
 
   Engine& engine_;

@@ -52,16 +52,16 @@ std::string FreeColumnName(const TableDefinition& definition) {
   }
 }
 
-}  // namespace
+bool IsSized(ColumnType type) { return type == ColumnType::kText || type == ColumnType::kBinary; }
 
-// Texts and bytes of another length, and counters made of whole numbers or whole numbers of counters, leave the rows as they are.
-bool Schema::ResizeInPlace(TableCore& table, const ColumnDef& column, const Column& old) {
-  if (column.type != old.type || old.IsLong() || column.type == ColumnType::kNumeric) return false;
-  const bool sized = column.type == ColumnType::kText || column.type == ColumnType::kBinary;
-  if (sized && (old.IsFixed() || column.fixedLength)) return false;
-  const auto length = static_cast<std::uint16_t>(column.type == ColumnType::kText ? 2 * column.size : column.size);
-  Table& rows = engine_.TableAt(table.page, table.name);
+std::uint16_t StoredLength(const ColumnDef& column) {
+  return static_cast<std::uint16_t>(column.type == ColumnType::kText ? 2 * column.size : column.size);
+}
+
+/// Every value must fit in the column as it is to be; gives the highest number of a Long column, 0 for no positive one.
+std::int64_t RequireFit(Table& rows, const ColumnDef& column, const Column& old) {
   const std::size_t position = rows.ColumnAt(old.name);
+  const bool shorter = IsSized(column.type) && StoredLength(column) < old.length;
   std::int64_t highest = 0;
   for (ScanCursor cursor = rows.Scan(); cursor.Next();) {
     const Value value = cursor.Current().Get(position);
@@ -69,17 +69,28 @@ bool Schema::ResizeInPlace(TableCore& table, const ColumnDef& column, const Colu
       throw Error(ErrorCode::kNullNotAllowed, "The column \"" + old.name + "\" has rows without a number");
     if (value.IsNull()) continue;
     if (column.type == ColumnType::kLong) highest = std::max<std::int64_t>(highest, value.AsLong());
-    if (!sized || length >= old.length) continue;
+    if (!shorter) continue;
     const std::size_t size = value.Type() == ValueType::kText ? 2 * CountUtf16(value.AsText()) : value.AsBytes().size();
-    if (size > length) throw Error(ErrorCode::kValueTooLong, "The column \"" + old.name + "\" has values that are longer");
+    if (size > StoredLength(column)) throw Error(ErrorCode::kValueTooLong, "The column \"" + old.name + "\" has values that are longer");
   }
+  return highest;
+}
+
+}  // namespace
+
+// Texts and bytes of another length, and counters made of whole numbers or whole numbers of counters, leave the rows as they are.
+bool Schema::ResizeInPlace(TableCore& table, const ColumnDef& column, const Column& old) {
+  if (column.type != old.type || old.IsLong() || column.type == ColumnType::kNumeric) return false;
+  const bool sized = IsSized(column.type);
+  if (sized && (old.IsFixed() || column.fixedLength)) return false;
+  const std::int64_t highest = RequireFit(engine_.TableAt(table.page, table.name), column, old);
   TableDefinition definition = Fresh(table);
   const bool counted = std::any_of(definition.columns.begin(), definition.columns.end(),
                                    [&](const Column& held) { return held.IsCounter() && !EqualNames(held.name, old.name); });
   if (column.autoNumber && counted) throw Error(ErrorCode::kUnsupported, "A table can have only one counter column");
   Column& stored =
       *std::find_if(definition.columns.begin(), definition.columns.end(), [&](const Column& held) { return held.number == old.number; });
-  if (sized) stored.length = length;
+  if (sized) stored.length = StoredLength(column);
   if (column.type == ColumnType::kLong) {
     stored.flags = static_cast<std::uint8_t>(column.autoNumber ? stored.flags | Column::kAutoLong : stored.flags & ~Column::kAutoLong);
     if (column.autoNumber) definition.autoNumber = static_cast<std::uint32_t>(std::max<std::int64_t>(highest, column.firstNumber - 1));

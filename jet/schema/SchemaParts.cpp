@@ -16,6 +16,53 @@ using Column = TableDefinition::Column;
 
 constexpr std::size_t kLongestName = 64;
 
+[[noreturn]] void Refuse(const ColumnDef& column, const char* why) {
+  throw Error(ErrorCode::kUnsupported, "The column \"" + column.name + "\" " + why);
+}
+
+void SetLength(Column& stored, const ColumnDef& column) {
+  stored.length = FixedLength(column.type);
+  switch (column.type) {
+    case ColumnType::kText: {
+      const std::uint16_t size = column.size == 0 ? std::uint16_t{255} : column.size;
+      if (size > 255) throw Error(ErrorCode::kUnsupported, "The text column \"" + column.name + "\" can hold at most 255 characters");
+      stored.length = static_cast<std::uint16_t>(2 * size);
+      return;
+    }
+    case ColumnType::kBinary:
+      stored.length = column.size == 0 ? std::uint16_t{510} : column.size;
+      if (stored.length > 510) throw Error(ErrorCode::kUnsupported, "The binary column \"" + column.name + "\" can hold at most 510 bytes");
+      return;
+    case ColumnType::kNumeric:
+      if (column.precision < 1 || column.precision > 28 || column.scale > column.precision)
+        Refuse(column, "asks for an impossible precision or scale");
+      stored.sort = {column.precision, column.scale, 0, 0};
+      return;
+    case ColumnType::kInternal:
+      stored.length = column.size;
+      return;
+    default:
+      if (stored.length == 0 && !stored.IsLong()) Refuse(column, "is of a type that cannot be made");
+  }
+}
+
+void SetCounter(Column& stored, const ColumnDef& column) {
+  if (!column.autoNumber) return;
+  if (column.type == ColumnType::kLong)
+    stored.flags |= Column::kAutoLong;
+  else if (column.type == ColumnType::kGuid)
+    stored.flags |= Column::kAutoGuid;
+  else
+    Refuse(column, "is of a type that cannot count");
+}
+
+/// As in the column that this one is a copy of.
+void SetAsStored(Column& stored, const ColumnDef& column) {
+  if (!column.asStored) return;
+  if (column.type != ColumnType::kBoolean && !stored.IsLong())
+    stored.flags = static_cast<std::uint8_t>((stored.flags & ~Column::kFixed) | (column.flags & Column::kFixed));
+}
+
 void SetType(Column& stored, const ColumnDef& column) {
   stored.type = column.type;
   stored.sort = {0x09, 0x04, 0, 0};
@@ -25,42 +72,10 @@ void SetType(Column& stored, const ColumnDef& column) {
   const bool variable = column.type == ColumnType::kText || column.type == ColumnType::kBinary || stored.IsLong();
   stored.flags =
       static_cast<std::uint8_t>(Column::kNullable | (variable && !(column.fixedLength && !stored.IsLong()) ? 0 : Column::kFixed));
-  stored.length = FixedLength(column.type);
-  switch (column.type) {
-    case ColumnType::kText: {
-      const std::uint16_t size = column.size == 0 ? std::uint16_t{255} : column.size;
-      if (size > 255) throw Error(ErrorCode::kUnsupported, "The text column \"" + column.name + "\" can hold at most 255 characters");
-      stored.length = static_cast<std::uint16_t>(2 * size);
-      break;
-    }
-    case ColumnType::kBinary:
-      stored.length = column.size == 0 ? std::uint16_t{510} : column.size;
-      if (stored.length > 510) throw Error(ErrorCode::kUnsupported, "The binary column \"" + column.name + "\" can hold at most 510 bytes");
-      break;
-    case ColumnType::kNumeric:
-      if (column.precision < 1 || column.precision > 28 || column.scale > column.precision)
-        throw Error(ErrorCode::kUnsupported, "The column \"" + column.name + "\" asks for an impossible precision or scale");
-      stored.sort = {column.precision, column.scale, 0, 0};
-      break;
-    case ColumnType::kInternal:
-      stored.length = column.size;
-      break;
-    default:
-      if (stored.length == 0 && !stored.IsLong())
-        throw Error(ErrorCode::kUnsupported, "The column \"" + column.name + "\" is of a type that cannot be made");
-  }
-  if (column.autoNumber) {
-    if (column.type == ColumnType::kLong)
-      stored.flags |= Column::kAutoLong;
-    else if (column.type == ColumnType::kGuid)
-      stored.flags |= Column::kAutoGuid;
-    else
-      throw Error(ErrorCode::kUnsupported, "The column \"" + column.name + "\" is of a type that cannot count");
-  }
+  SetLength(stored, column);
+  SetCounter(stored, column);
   if (column.hyperlink && column.type == ColumnType::kMemo) stored.flags |= Column::kHyperlink;
-  if (column.asStored && column.type != ColumnType::kBoolean && !stored.IsLong()) {
-    stored.flags = static_cast<std::uint8_t>((stored.flags & ~Column::kFixed) | (column.flags & Column::kFixed));
-  }
+  SetAsStored(stored, column);
   if (stored.IsText() && column.compressed && !stored.IsFixed()) stored.extraFlags = 1;
   if (column.asStored) stored.extraFlags = column.extraFlags;
 }

@@ -31,15 +31,32 @@ std::uint32_t BitsOf(const Relationship& relationship) {
   return bits;
 }
 
-std::vector<std::uint16_t> Numbers(const TableCore& table, const std::vector<std::string>& names) {
-  std::vector<std::uint16_t> numbers;
-  for (const auto& name : names) {
-    const auto& columns = table.Stored();
-    const auto found = std::find_if(columns.begin(), columns.end(), [&](const auto& column) { return EqualNames(column.name, name); });
-    if (found == columns.end()) throw Error(ErrorCode::kNotFound, "The table \"" + table.name + "\" has no column \"" + name + "\"");
-    numbers.push_back(found->number);
+std::uint16_t NumberOf(const TableCore& table, const std::string& name) {
+  const auto& columns = table.Stored();
+  const auto found = std::find_if(columns.begin(), columns.end(), [&](const auto& column) { return EqualNames(column.name, name); });
+  if (found == columns.end()) throw Error(ErrorCode::kNotFound, "The table \"" + table.name + "\" has no column \"" + name + "\"");
+  return found->number;
+}
+
+/// The columns of the two sides by their numbers.
+struct Sides {
+  std::vector<std::uint16_t> child;
+  std::vector<std::uint16_t> parent;
+};
+
+Sides SidesOf(const Relationship& relationship, const TableCore& child, const TableCore& parent) {
+  Sides sides;
+  for (const auto& pair : relationship.columns) sides.child.push_back(NumberOf(child, pair.first));
+  for (const auto& pair : relationship.columns) sides.parent.push_back(NumberOf(parent, pair.second));
+  return sides;
+}
+
+void RequireSameTypes(const Relationship& relationship, const Sides& sides, const TableCore& child, const TableCore& parent) {
+  for (std::size_t i = 0; i < sides.child.size(); ++i) {
+    const auto& [own, other] = relationship.columns[i];
+    if (child.Definition().FindByNumber(sides.child[i])->type != parent.Definition().FindByNumber(sides.parent[i])->type)
+      throw Error(ErrorCode::kUnsupported, "The columns \"" + own + "\" and \"" + other + "\" are of different types");
   }
-  return numbers;
 }
 
 /// A tree on exactly these columns in this order, ascending.
@@ -68,6 +85,35 @@ std::string HiddenName(const TableDefinition& definition) {
     const auto& held = definition.indexes;
     if (std::none_of(held.begin(), held.end(), [&](const Index& index) { return EqualNames(index.name, name); })) return name;
   }
+}
+
+/// The index on the referenced side; its partner's number is not known yet.
+Index ParentSide(const Relationship& relationship, const TableDefinition& definition, std::size_t tree, PageNumber child) {
+  Index side;
+  side.name = HiddenName(definition);
+  side.number = NextIndexNumber(definition);
+  side.tree = static_cast<std::uint32_t>(tree);
+  side.side = 1;
+  side.partnerTable = child;
+  side.type = 2;
+  side.cascadeUpdates = relationship.cascadeUpdates ? 1 : 0;
+  side.cascadeDeletes = relationship.cascadeDeletes ? 1 : 0;
+  return side;
+}
+
+/// The index on the referring side; its tree is not known yet. Errors: kAlreadyExists.
+Index ChildSide(const Relationship& relationship, const TableDefinition& definition, const Index& parentSide, const TableCore& child,
+                PageNumber parent) {
+  for (const auto& held : definition.indexes)
+    if (EqualNames(held.name, relationship.name))
+      throw Error(ErrorCode::kAlreadyExists, "The table \"" + child.name + "\" has an index \"" + held.name + "\" already");
+  Index side = parentSide;
+  side.name = relationship.name;
+  side.number = NextIndexNumber(definition);
+  side.side = 2;
+  side.partnerTable = parent;
+  side.partnerIndex = static_cast<std::int32_t>(parentSide.number);
+  return side;
 }
 
 }  // namespace
@@ -127,10 +173,7 @@ void Schema::CreateRelationship(const Relationship& relationship, std::int32_t i
   if (relationship.enforced) {
     EnforceRelationship(relationship, child, parent);
   } else {
-    std::vector<std::string> children, parents;
-    for (const auto& [own, other] : relationship.columns) children.push_back(own), parents.push_back(other);
-    (void)Numbers(child, children);
-    (void)Numbers(parent, parents);
+    (void)SidesOf(relationship, child, parent);
   }
   Table& table = engine_.catalog.RelationshipsTable();
   for (std::size_t i = 0; i < relationship.columns.size(); ++i) {
@@ -157,70 +200,46 @@ void Schema::CreateRelationship(const Relationship& relationship, std::int32_t i
 }
 
 void Schema::EnforceRelationship(const Relationship& relationship, TableCore& child, TableCore& parent) {
-  std::vector<std::string> childNames, parentNames;
-  for (const auto& [own, other] : relationship.columns) childNames.push_back(own), parentNames.push_back(other);
-  const auto childNumbers = Numbers(child, childNames);
-  const auto parentNumbers = Numbers(parent, parentNames);
-  for (std::size_t i = 0; i < childNumbers.size(); ++i)
-    if (child.Definition().FindByNumber(childNumbers[i])->type != parent.Definition().FindByNumber(parentNumbers[i])->type)
-      throw Error(ErrorCode::kUnsupported, "The columns \"" + childNames[i] + "\" and \"" + parentNames[i] + "\" are of different types");
+  const Sides sides = SidesOf(relationship, child, parent);
+  RequireSameTypes(relationship, sides, child, parent);
   TableDefinition parentDefinition = Fresh(parent);
-  const auto parentTree = FindTree(parentDefinition, parentNumbers, true);
+  const auto parentTree = FindTree(parentDefinition, sides.parent, true);
   if (!parentTree)
     throw Error(ErrorCode::kUnsupported, "The table \"" + parent.name + "\" has no unique index on the columns that are referred to");
-
   const bool same = &child == &parent;
-  Index parentSide;
-  parentSide.name = HiddenName(parentDefinition);
-  parentSide.number = NextIndexNumber(parentDefinition);
-  parentSide.tree = static_cast<std::uint32_t>(*parentTree);
-  parentSide.side = 1;
-  parentSide.partnerTable = child.page;
-  parentSide.type = 2;
-  parentSide.cascadeUpdates = relationship.cascadeUpdates ? 1 : 0;
-  parentSide.cascadeDeletes = relationship.cascadeDeletes ? 1 : 0;
-
+  Index parentSide = ParentSide(relationship, parentDefinition, *parentTree, child.page);
   TableDefinition childDefinition = Fresh(child);
-  if (same) {
-    AddLogicalIndex(childDefinition, parentSide);
-  }
-  for (const auto& held : childDefinition.indexes)
-    if (EqualNames(held.name, relationship.name))
-      throw Error(ErrorCode::kAlreadyExists, "The table \"" + child.name + "\" has an index \"" + held.name + "\" already");
-  Index childSide = parentSide;
-  childSide.name = relationship.name;
-  childSide.number = NextIndexNumber(childDefinition);
-  childSide.side = 2;
-  childSide.partnerTable = parent.page;
-  childSide.partnerIndex = static_cast<std::int32_t>(parentSide.number);
+  if (same) AddLogicalIndex(childDefinition, parentSide);
+  Index childSide = ChildSide(relationship, childDefinition, parentSide, child, parent.page);
   parentSide.partnerIndex = static_cast<std::int32_t>(childSide.number);
-  const auto childTree = FindTree(childDefinition, childNumbers, relationship.oneToOne);
-  const bool newTree = !childTree;
+  const auto childTree = FindTree(childDefinition, sides.child, relationship.oneToOne);
   const unsigned flags = TableDefinition::Tree::kAlways | (relationship.oneToOne ? unsigned{TableDefinition::Tree::kUnique} : 0u);
-  childSide.tree =
-      static_cast<std::uint32_t>(newTree ? AddTree(child, childDefinition, childNumbers, std::vector<bool>(childNumbers.size(), false),
-                                                   static_cast<std::uint8_t>(flags))
-                                         : *childTree);
+  const std::size_t tree = childTree ? *childTree
+                                     : AddTree(child, childDefinition, sides.child, std::vector<bool>(sides.child.size(), false),
+                                               static_cast<std::uint8_t>(flags));
+  childSide.tree = static_cast<std::uint32_t>(tree);
   AddLogicalIndex(childDefinition, childSide);
   if (same)
     for (auto& index : childDefinition.indexes)
       if (index.number == parentSide.number) index.partnerIndex = parentSide.partnerIndex;
-  const std::size_t tree = childSide.tree;
   Finish(child, childDefinition);
-  if (newTree) BuildTree(child, tree);
+  if (!childTree) BuildTree(child, tree);
   if (!same) {
     AddLogicalIndex(parentDefinition, parentSide);
     Finish(parent, parentDefinition);
   }
+  RequireParents(child, tree, parent, *parentTree);
+}
 
-  // Every row that refers must have what it refers to.
+/// Every row that refers must have what it refers to.
+void Schema::RequireParents(TableCore& child, std::size_t childTree, TableCore& parent, std::size_t parentTree) {
   parent.Refresh();
   child.Refresh();
-  auto& parentKeys = *parent.Trees()[*parentTree].tree;
+  auto& parentKeys = *parent.Trees()[parentTree].tree;
   Bytes key;
   for (ScanCursor cursor = engine_.TableAt(child.page, child.name).Scan(); cursor.Next();) {
     bool anyNull = false;
-    (void)child.KeyOf(child.Trees()[tree], cursor.Current(), key, anyNull);
+    (void)child.KeyOf(child.Trees()[childTree], cursor.Current(), key, anyNull);
     if (!anyNull && !parentKeys.Find(key))
       throw Error(ErrorCode::kRelationViolated,
                   "The table \"" + child.name + "\" has rows without the row of \"" + parent.name + "\" that they refer to");

@@ -69,31 +69,88 @@ bool AnyForeignKey(const TableCore& table) {
   return std::any_of(indexes.begin(), indexes.end(), [](const Index& index) { return index.type == kForeignKey; });
 }
 
+/// The row itself has that key in the partner's tree, which is of its own table.
+bool HasOwnKey(const Partner& partner, const NewValueOf& valueOf, const Bytes& key) {
+  Bytes own;
+  for (std::size_t i = 0; i < partner.tree->columns.size(); ++i) {
+    const Value* value = valueOf(partner.tree->columns[i]);
+    if (value == nullptr || value->IsNull()) return false;
+    AppendKey(partner.tree->keyColumns[i], *value, own);
+  }
+  return own == key;
+}
+
+/// True also for a row that refers to nothing, having a null in its key. key: memory that is used.
+bool HasParent(const TableCore& table, const TableCore::Tree& tree, const Partner& partner, const NewValueOf& valueOf, Bytes& key) {
+  if (!MakePartnerKey(tree, partner, valueOf, key) || partner.tree->tree->Find(key)) return true;
+  if (Bytes other; MakePartnerKey(tree, partner, valueOf, other, true) && other != key && partner.tree->tree->Find(other)) return true;
+  return partner.table == &table && HasOwnKey(partner, valueOf, key);  // a row may refer to itself
+}
+
+/// A row that others may refer to, about to be deleted or changed.
+struct Parent {
+  const TableCore& table;
+  RowId id;
+  bool deleted;
+  NewValueOf oldValueOf;
+  NewValueOf newValueOf;  ///< of a changed one
+};
+
+enum class Follow : std::uint8_t { kDelete, kSetNull, kTakeNewKey };
+
+/// What the rows that refer to the parent do. Errors: kRelationViolated when nothing cascades to them.
+Follow RuleFor(const Parent& parent, const Index& index, const Partner& partner, bool haveNewKey) {
+  const unsigned deletes = index.cascadeDeletes | partner.index->cascadeDeletes;
+  const unsigned updates = index.cascadeUpdates | partner.index->cascadeUpdates;
+  if (parent.deleted && deletes != 0) return (deletes & kDeletesSetNull) != 0 ? Follow::kSetNull : Follow::kDelete;
+  if (!parent.deleted && updates != 0 && haveNewKey) return Follow::kTakeNewKey;
+  throw Error(ErrorCode::kRelationViolated, "The row cannot be deleted or changed: the table \"" + partner.table->name +
+                                                "\" has rows that refer to it by \"" + partner.index->name + "\"");
+}
+
+std::vector<RowId> ChildrenOf(const Parent& parent, const TableCore::Tree& tree, const Partner& partner, const Bytes& key) {
+  auto children = RowsWithKey(*partner.tree->tree, key);
+  if (Bytes other; MakePartnerKey(tree, partner, parent.oldValueOf, other, true) && other != key) {
+    const auto more = RowsWithKey(*partner.tree->tree, other);
+    children.insert(children.end(), more.begin(), more.end());
+  }
+  if (partner.table == &parent.table && parent.deleted) std::erase(children, parent.id);
+  return children;
+}
+
+ChildWork::Change ChangeOf(RowId child, const Parent& parent, const TableCore::Tree& tree, const Partner& partner, Follow follow) {
+  ChildWork::Change change{partner.table->page, child, follow == Follow::kDelete, {}, {}};
+  if (change.remove) return change;
+  for (std::size_t i = 0; i < tree.columns.size(); ++i) {
+    change.columns.push_back(partner.tree->columns[i]);
+    change.values.push_back(follow == Follow::kSetNull ? Value() : *parent.newValueOf(tree.columns[i]));
+  }
+  return change;
+}
+
+void CollectChildrenBy(const Index& index, const Parent& parent, const TableCore::Tree& tree, const Partner& partner, ChildWork& work) {
+  Bytes oldKey;
+  Bytes newKey;
+  if (partner.tree == nullptr || !MakePartnerKey(tree, partner, parent.oldValueOf, oldKey)) return;
+  const bool haveNewKey = !parent.deleted && MakePartnerKey(tree, partner, parent.newValueOf, newKey);
+  if (haveNewKey && newKey == oldKey) return;
+  const auto children = ChildrenOf(parent, tree, partner, oldKey);
+  if (children.empty()) return;
+  const Follow follow = RuleFor(parent, index, partner, haveNewKey);
+  for (const RowId child : children) work.changes.push_back(ChangeOf(child, parent, tree, partner, follow));
+}
+
 }  // namespace
 
 void CheckParents(TableCore& table, const NewValueOf& valueOf, const std::vector<bool>& assigned) {
   if (!AnyForeignKey(table)) return;
   Bytes key;
-  Bytes ownKey;
   for (const auto& index : table.Definition().indexes) {
     if (index.type != kForeignKey || index.side != kReferencing) continue;
     const auto& tree = table.Trees()[index.tree];
     if (!Concerns(tree, &assigned)) continue;
     const Partner partner = FindPartner(table, index);
-    if (partner.tree == nullptr || !MakePartnerKey(tree, partner, valueOf, key)) continue;
-    if (partner.tree->tree->Find(key)) continue;
-    if (Bytes other; MakePartnerKey(tree, partner, valueOf, other, true) && other != key && partner.tree->tree->Find(other)) continue;
-    // A row may refer to itself.
-    if (partner.table == &table) {
-      ownKey.clear();
-      bool whole = true;
-      for (std::size_t i = 0; i < partner.tree->columns.size() && whole; ++i) {
-        const Value* value = valueOf(partner.tree->columns[i]);
-        whole = value != nullptr && !value->IsNull();
-        if (whole) AppendKey(partner.tree->keyColumns[i], *value, ownKey);
-      }
-      if (whole && ownKey == key) continue;
-    }
+    if (partner.tree == nullptr || HasParent(table, tree, partner, valueOf, key)) continue;
     throw Error(ErrorCode::kRelationViolated, "The table \"" + partner.table->name + "\" must first have the row that \"" + table.name +
                                                   "\" refers to by \"" + index.name + "\"");
   }
@@ -107,47 +164,14 @@ ChildWork CollectChildren(TableCore& table, RowId id, Row& row, const std::vecto
     row.Get(position, held);
     return &held;
   };
-  Bytes oldKey;
-  Bytes newKey;
+  const NewValueOf newValueOf = [&](std::size_t position) -> const Value* {
+    return (*assigned)[position] ? valueOf(position) : oldValueOf(position);
+  };
+  const Parent parent{table, id, assigned == nullptr, oldValueOf, newValueOf};
   for (const auto& index : table.Definition().indexes) {
     if (index.type != kForeignKey || index.side != kReferenced) continue;
     const auto& tree = table.Trees()[index.tree];
-    if (!Concerns(tree, assigned)) continue;
-    const Partner partner = FindPartner(table, index);
-    if (partner.tree == nullptr || !MakePartnerKey(tree, partner, oldValueOf, oldKey)) continue;
-    const bool haveNew =
-        assigned != nullptr &&
-        MakePartnerKey(
-            tree, partner,
-            [&](std::size_t position) -> const Value* { return (*assigned)[position] ? valueOf(position) : oldValueOf(position); }, newKey);
-    if (haveNew && newKey == oldKey) continue;
-    auto children = RowsWithKey(*partner.tree->tree, oldKey);
-    if (Bytes other; MakePartnerKey(tree, partner, oldValueOf, other, true) && other != oldKey) {
-      const auto more = RowsWithKey(*partner.tree->tree, other);
-      children.insert(children.end(), more.begin(), more.end());
-    }
-    if (partner.table == &table && assigned == nullptr) std::erase(children, id);
-    if (children.empty()) continue;
-
-    const std::uint8_t deletes = index.cascadeDeletes | partner.index->cascadeDeletes;
-    const bool setNull = assigned == nullptr && (deletes & kDeletesSetNull) != 0;
-    const bool allowed = assigned == nullptr ? deletes != 0 : (index.cascadeUpdates | partner.index->cascadeUpdates) != 0 && haveNew;
-    if (!allowed)
-      throw Error(ErrorCode::kRelationViolated, "The row cannot be deleted or changed: the table \"" + partner.table->name +
-                                                    "\" has rows that refer to it by \"" + partner.index->name + "\"");
-    for (const RowId child : children) {
-      ChildWork::Change change{partner.table->page, child, assigned == nullptr && !setNull, {}, {}};
-      if (!change.remove) {
-        for (std::size_t i = 0; i < tree.columns.size(); ++i) {
-          change.columns.push_back(partner.tree->columns[i]);
-          if (setNull)
-            change.values.emplace_back();
-          else
-            change.values.push_back((*assigned)[tree.columns[i]] ? *valueOf(tree.columns[i]) : *oldValueOf(tree.columns[i]));
-        }
-      }
-      work.changes.push_back(std::move(change));
-    }
+    if (Concerns(tree, assigned)) CollectChildrenBy(index, parent, tree, FindPartner(table, index), work);
   }
   return work;
 }

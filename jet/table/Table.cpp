@@ -47,6 +47,36 @@ struct ScanCursor::State {
     page = table.space.pager->Read(number);
   }
 
+  /// Pages may have changed behind the walk: it goes on in what is there now.
+  void CatchUp() {
+    const std::uint64_t now = table.space.pager->Generation();
+    if (generation == now) return;
+    table.Refresh();
+    if (number == 0)
+      generation = table.space.pager->Generation();
+    else if (number < table.space.pager->PageCount())
+      Load();
+    else
+      page = {};
+  }
+
+  /// To the next row on the page stood on; false behind the last one.
+  bool NextOnPage() {
+    const DataPage data(page);
+    while (slot < data.SlotCount()) {
+      const unsigned at = slot++;
+      const unsigned flags = data.Slot(at) & DataPage::kDeletedFlags;
+      if ((flags & DataPage::kMovedFlag) != 0) continue;
+      const RowId id{number, static_cast<std::uint8_t>(at)};
+      if (flags == 0) {
+        table.Bind(row, id, data, page.Bytes().data(), number, at);
+        return true;
+      }
+      if (table.ReadRow(id, row)) return true;
+    }
+    return false;
+  }
+
   /// The page may have been freed and used for something else since the last step.
   [[nodiscard]] bool StillOurs() const {
     const auto bytes = page.Bytes();
@@ -63,35 +93,12 @@ bool ScanCursor::Next() {
   State& state = *state_;
   if (state.ended) return false;
   if (!state.lock) state.lock.emplace(*state.table.space.pager);
-  if (state.generation != state.table.space.pager->Generation()) {
-    state.table.Refresh();
-    if (state.number == 0)
-      state.generation = state.table.space.pager->Generation();
-    else if (state.number < state.table.space.pager->PageCount())
-      state.Load();
-    else
-      state.page = {};
-  }
+  state.CatchUp();
   for (;;) {
-    if (!state.page || !state.StillOurs()) {
-      if (!state.page || state.slot > 0) {
-        if (!state.NextPage()) break;
-        continue;
-      }
+    const bool ours = state.page && state.StillOurs();
+    if (!ours && state.page && state.slot == 0)
       throw Error(ErrorCode::kDamaged, "A page listed for the table belongs to another", state.number, 4);
-    }
-    const DataPage data(state.page);
-    while (state.slot < data.SlotCount()) {
-      const unsigned slot = state.slot++;
-      const unsigned flags = data.Slot(slot) & DataPage::kDeletedFlags;
-      if ((flags & DataPage::kMovedFlag) != 0) continue;
-      const RowId id{state.number, static_cast<std::uint8_t>(slot)};
-      if (flags == 0) {
-        state.table.Bind(state.row, id, data, state.page.Bytes().data(), state.number, slot);
-        return true;
-      }
-      if (state.table.ReadRow(id, state.row)) return true;
-    }
+    if (ours && state.NextOnPage()) return true;
     if (!state.NextPage()) break;
   }
   state.ended = true;
