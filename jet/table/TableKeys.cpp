@@ -60,7 +60,6 @@ std::optional<Bytes> TableCore::OtherKeyOf(const Tree& tree, Row& row, std::span
 }
 
 const Value& TableCore::DraftedValue(std::size_t position, Value& kept) {
-  static const Value kNull;
   switch (draft_.StateOf(position)) {
     case RowDraft::State::kStored:
       return *draft_.ValueOf(position);
@@ -70,6 +69,7 @@ const Value& TableCore::DraftedValue(std::size_t position, Value& kept) {
     case RowDraft::State::kNull:
       break;
   }
+  static const Value kNull;
   return kNull;
 }
 
