@@ -139,9 +139,9 @@ void AppendColumn(PageStore& store, TableDefinition& definition, const ColumnDef
   SetType(stored, column);
   stored.number = stored.numberAgain = definition.maxColumns;
   // The place in the design goes behind all others: other programs count places from 1, or leave gaps.
-  for (const auto& column : definition.columns) {
-    if (column.numberAgain >= stored.numberAgain && column.numberAgain < 0xFFFF)
-      stored.numberAgain = static_cast<std::uint16_t>(column.numberAgain + 1);
+  for (const auto& other : definition.columns) {
+    if (other.numberAgain >= stored.numberAgain && other.numberAgain < 0xFFFF)
+      stored.numberAgain = static_cast<std::uint16_t>(other.numberAgain + 1);
   }
   stored.variableIndex = definition.variableColumns;
   if (stored.IsFixed()) {

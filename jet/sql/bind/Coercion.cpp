@@ -10,12 +10,6 @@ namespace jet::sql {
 
 namespace {
 
-std::string_view Trimmed(std::string_view text) {
-  while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
-  while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
-  return text;
-}
-
 const char* Expected(ColumnType type) {
   switch (type) {
     case ColumnType::kDate:
