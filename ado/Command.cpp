@@ -99,7 +99,8 @@ std::string Command::Statement() const {
 }
 
 bool Command::HasOutputs() const noexcept {
-  return std::any_of(parameters_.items_.begin(), parameters_.items_.end(), [](const Parameter& one) { return one.direction != adParamInput; });
+  return std::any_of(parameters_.items_.begin(), parameters_.items_.end(),
+                     [](const Parameter& one) { return one.direction != adParamInput; });
 }
 
 const std::vector<Parameter>& Command::Checked() const {

@@ -18,10 +18,10 @@ struct ConnectionState;
 
 /// A value that goes into a statement beside its text, or comes out of a procedure.
 struct Parameter {
-  std::string name = {};  ///< as the statement writes it, with or without brackets or colon; empty: the next one in order
+  std::string name = {};        ///< as the statement writes it, with or without brackets or colon; empty: the next one in order
   std::int16_t type = adEmpty;  ///< how the value travels; adEmpty: as its own kind tells
   std::int64_t size = 0;        ///< of a text or bytes, in characters or bytes: a longer value is refused; 0 is without limit
-  Variant value = {};           ///< Empty and Null are both a null. After Execute, of one that comes out, what came, of the type given (null: Null)
+  Variant value = {};  ///< Empty and Null are both a null. After Execute, of one that comes out, what came, of the type given (null: Null)
   ParameterDirection direction = adParamInput;
 };
 

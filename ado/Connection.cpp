@@ -55,8 +55,8 @@ void Connection::Open(const std::string& connectionString, const std::string& us
                       std::int32_t /*options*/) {
   if (state_->native) throw AdoError(runtime::kObjectOpen);
   if (!connectionString.empty()) state_->connectionString = connectionString;
-  OpenRequest request{state_->provider, state_->connectionString, {}, {}, state_->registeredOnly, state_->connectionTimeout,
-                      state_->generalNumbers};
+  OpenRequest request{state_->provider,          state_->connectionString, {}, {}, state_->registeredOnly,
+                      state_->connectionTimeout, state_->generalNumbers};
   const runtime::WipedAtEnd wipe(request.password);
   const runtime::WipedAtEnd wipeString(request.connectionString);
   if (!request.registeredOnly) ReadProviderKey(request);

@@ -58,7 +58,8 @@ PlainNumber PlainOf(const ExactNumber& number) {
   const auto count = static_cast<std::int64_t>(number.digits.size());
   std::string whole = number.point > 0 ? number.digits.substr(0, static_cast<std::size_t>(std::min(number.point, count))) : "";
   if (number.point > count) whole.append(static_cast<std::size_t>(number.point - count), '0');
-  std::string fraction = number.point < count ? number.digits.substr(static_cast<std::size_t>(std::max<std::int64_t>(number.point, 0))) : "";
+  std::string fraction =
+      number.point < count ? number.digits.substr(static_cast<std::size_t>(std::max<std::int64_t>(number.point, 0))) : "";
   if (number.point < 0) fraction.insert(0, static_cast<std::size_t>(-number.point), '0');
   plain.decimals = static_cast<std::int64_t>(fraction.size());
   plain.digits = static_cast<std::int64_t>(whole.size()) + plain.decimals;
@@ -99,7 +100,8 @@ Variant GuidOf(const Variant& value) {
 Variant TextOfField(const FieldInfo& field, const Variant& value) {
   if (value.Is<runtime::Bytes>()) throw runtime::Error(runtime::kTypeMismatch);
   std::string text = runtime::ToText(value);
-  if (!IsLongType(field.type) && field.definedSize > 0 && static_cast<std::int64_t>(runtime::Length(text)) > field.definedSize) DoesNotFit();
+  if (!IsLongType(field.type) && field.definedSize > 0 && static_cast<std::int64_t>(runtime::Length(text)) > field.definedSize)
+    DoesNotFit();
   return text;
 }
 

@@ -125,7 +125,8 @@ LocalRowset::Change& LocalRowset::ChangeOf(std::size_t position) {
 void LocalRowset::Take(Change& change, std::span<const Assignment> values) {
   for (const Assignment& value : values) {
     const auto* const source = std::get_if<ChunkSource>(&value.value);
-    change.values[value.field] = source != nullptr ? WholeOf(*source, IsTextType(fields_[value.field].type)) : std::get<Variant>(value.value);
+    change.values[value.field] =
+        source != nullptr ? WholeOf(*source, IsTextType(fields_[value.field].type)) : std::get<Variant>(value.value);
   }
   change.refused = adRecOK;
   change.takenBack = false;
@@ -179,9 +180,7 @@ RecordStatus LocalRowset::Status(std::size_t position) const {
   const auto found = changes_.find(position);
   if (found == changes_.end()) return adRecUnmodified;
   const Change& change = found->second;
-  const std::int32_t what = change.isNew                           ? adRecNew
-                            : change.deleted || change.takenBack ? adRecDeleted
-                                                                   : adRecModified;
+  const std::int32_t what = change.isNew ? adRecNew : change.deleted || change.takenBack ? adRecDeleted : adRecModified;
   return static_cast<RecordStatus>(what | change.refused);
 }
 

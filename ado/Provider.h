@@ -98,7 +98,7 @@ struct RowsetRequest {
   std::vector<Parameter> parameters;  ///< see Command
   /// Where the values of output parameters go while the rowset is opened: one for each parameter, Empty for those that only go in.
   std::shared_ptr<std::vector<Variant>> outputs = {};
-  std::int64_t* affected = nullptr;   ///< where a statement that gives no rows tells how many it affected, if the provider knows
+  std::int64_t* affected = nullptr;  ///< where a statement that gives no rows tells how many it affected, if the provider knows
 };
 
 /// A statement that was prepared once, to be run often; goes before its connection.

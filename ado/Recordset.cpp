@@ -112,7 +112,8 @@ void Recordset::Open() {
   Take(std::make_unique<RecordsetState>(made_));
 }
 
-void Recordset::AppendField(const std::string& name, DataType type, std::int64_t definedSize, std::int16_t precision, std::int16_t numericScale) {
+void Recordset::AppendField(const std::string& name, DataType type, std::int64_t definedSize, std::int16_t precision,
+                            std::int16_t numericScale) {
   if (IsOpen()) throw AdoError(runtime::kIllegalOperation);
   const std::string upper = runtime::UpperCase(name);
   for (const FieldInfo& field : made_) {

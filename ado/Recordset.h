@@ -86,7 +86,8 @@ class Recordset {
   void Open();
   /// Makes a field of a recordset without a connection; precision and scale of adNumeric (0: any). Values are turned into the type when they are
   /// assigned. Error 3367 for a name that is there, 3219 on an open recordset.
-  void AppendField(const std::string& name, DataType type, std::int64_t definedSize = 0, std::int16_t precision = 0, std::int16_t numericScale = 0);
+  void AppendField(const std::string& name, DataType type, std::int64_t definedSize = 0, std::int16_t precision = 0,
+                   std::int16_t numericScale = 0);
   /// Null takes an open recordset off its connection: it keeps its rows, and changes wait for UpdateBatch on the connection that it is given
   /// later. Error 3251 for one that does not scroll; 3219 while an edit is pending, while it has clones, and from one connection to another;
   /// 3709 for a closed connection. Of a closed recordset it is the connection of the next Open that is given none.
@@ -188,8 +189,8 @@ class Recordset {
   /// The next rows, at most so many, each with its values in the order of the fields; the recordset then stands behind them. Below 0: all.
   [[nodiscard]] std::vector<std::vector<Variant>> GetRows(std::int64_t rows = -1);
   /// The same as one text: columns and rows end with their delimiters, the last column with that of the row alone.
-  [[nodiscard]] std::string GetString(std::int64_t rows = -1, const std::string& columnDelimiter = "\t", const std::string& rowDelimiter = "\r",
-                                      const std::string& nullText = {});
+  [[nodiscard]] std::string GetString(std::int64_t rows = -1, const std::string& columnDelimiter = "\t",
+                                      const std::string& rowDelimiter = "\r", const std::string& nullText = {});
 
  private:
   friend class Connection;

@@ -43,7 +43,10 @@ class Row {
   template <typename T, typename Key>
   [[nodiscard]] T Get(const Key& field) const {
     const Variant value = rows_->Fields(AsKey(field)).Value();
-    if constexpr (requires { typename T::value_type; requires std::is_same_v<T, std::optional<typename T::value_type>>; }) {
+    if constexpr (requires {
+                    typename T::value_type;
+                    requires std::is_same_v<T, std::optional<typename T::value_type>>;
+                  }) {
       if (value.IsNull() || value.IsEmpty()) return std::nullopt;
       return ValueAs<typename T::value_type>(value);
     } else {

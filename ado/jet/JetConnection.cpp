@@ -134,7 +134,8 @@ std::unique_ptr<ProviderRowset> JetConnection::OpenRowset(const RowsetRequest& r
   if (direct || (!statement && request.parameters.empty() && upper.find(' ') == std::string::npos)) return OpenTable(request);
   if (MayChangeRows(request.source)) BeforeChange();
   const RollbackWatch watch(*this);
-  auto query = OnStatement([&] { return session_->OpenOrRun(request.source, EngineParameters(request.parameters), request.affected); }, request.source);
+  auto query = OnStatement([&] { return session_->OpenOrRun(request.source, EngineParameters(request.parameters), request.affected); },
+                           request.source);
   if (query == nullptr) return nullptr;
   const jet::sql::SelectPlan& plan = query->Plan();
   if (plan.plainScan && !plan.limit && upper.find('*') != std::string::npos) {
@@ -154,7 +155,8 @@ std::unique_ptr<ProviderRowset> JetConnection::OpenTable(const RowsetRequest& re
     if (auto* odbc = const_cast<OdbcTable*>(OdbcOf(*table))) return odbc->OpenRowset(request);
   }
   const bool direct = request.options > 0 && (request.options & adCmdTableDirect) != 0;
-  if (direct && (table == nullptr || table->table == nullptr)) throw AdoError(generalNumbers_ ? runtime::kItemNotFound : runtime::kNoSuchTable, name);
+  if (direct && (table == nullptr || table->table == nullptr))
+    throw AdoError(generalNumbers_ ? runtime::kItemNotFound : runtime::kNoSuchTable, name);
   // A table's own cursor shows what the table holds now, and can search in its indexes; a copy does neither.
   const bool copies = request.cursor == adOpenStatic || request.location == adUseClient;
   if (!copies && table != nullptr && table->table != nullptr && (direct || request.cursor == adOpenDynamic))
@@ -177,14 +179,12 @@ std::int32_t JetConnection::BeginTransaction() {
 }
 
 void JetConnection::CommitTransaction() {
-  if (database_->TransactionDepth() == 0)
-    throw runtime::Error(runtime::kNoTransaction);
+  if (database_->TransactionDepth() == 0) throw runtime::Error(runtime::kNoTransaction);
   OnEngine([&] { database_->Commit(); });
 }
 
 void JetConnection::RollbackTransaction() {
-  if (database_->TransactionDepth() == 0)
-    throw runtime::Error(runtime::kNoTransaction);
+  if (database_->TransactionDepth() == 0) throw runtime::Error(runtime::kNoTransaction);
   BeforeChange();
   const RollbackWatch watch(*this);
   OnEngine([&] { database_->Rollback(); });

@@ -48,7 +48,9 @@ class QueryRowset final : public ProviderRowset, private UnreadCopy {
   [[nodiscard]] std::size_t RowCount() override;
   bool MoveTo(std::size_t position) override;
   /// The position of the current row of a cursor that scrolls.
-  [[nodiscard]] std::optional<std::size_t> Position() const override { return CanScroll() && next_ > 0 ? std::optional(next_ - 1) : std::nullopt; }
+  [[nodiscard]] std::optional<std::size_t> Position() const override {
+    return CanScroll() && next_ > 0 ? std::optional(next_ - 1) : std::nullopt;
+  }
   [[nodiscard]] std::uint64_t Rollbacks() const noexcept override { return connection_.Rollbacks(); }
   /// A value as the field will hold it. Errors 3421 for one that its type cannot hold, -2147217887 for one that does not fit.
   [[nodiscard]] Variant Converted(std::size_t field, const Variant& value) override;
@@ -132,24 +134,24 @@ class QueryRowset final : public ProviderRowset, private UnreadCopy {
   std::vector<bool> seen_;                // a long value that was read of the current row
   std::vector<std::uint64_t> versions_;   // of each source's pages when the row was read
 
-  std::vector<Variant> keeping_;          // the row that goes into kept_
-  RowStore kept_;       // rows of a static cursor, the rest of a settled one, the expressions of a keyset
-  MemberList members_;  // what they are made of, where that is needed
+  std::vector<Variant> keeping_;  // the row that goes into kept_
+  RowStore kept_;                 // rows of a static cursor, the rest of a settled one, the expressions of a keyset
+  MemberList members_;            // what they are made of, where that is needed
   std::map<std::pair<std::size_t, std::size_t>, runtime::Error> refused_;  // values of kept rows that could not be read, by row and field
-  std::set<std::size_t> touched_;          // kept rows that were written in a transaction
-  std::vector<NewRows> added_;             // to each table of a keyset since it was found
-  std::vector<std::uint64_t> fixedAt_;     // versions of each table's pages then
-  std::vector<std::vector<std::size_t>> keys_;  // columns of each table's key
-  std::size_t next_ = 0;                   // position of the row after the current one, among kept rows or members
-  bool fixed_ = false;                     // the rows of a static cursor or keyset were found
-  bool settled_ = false;                   // of a forward-only cursor: the rest stands in kept_
-  std::exception_ptr unread_;              // why the rest of it could not be kept whole
+  std::set<std::size_t> touched_;                                          // kept rows that were written in a transaction
+  std::vector<NewRows> added_;                                             // to each table of a keyset since it was found
+  std::vector<std::uint64_t> fixedAt_;                                     // versions of each table's pages then
+  std::vector<std::vector<std::size_t>> keys_;                             // columns of each table's key
+  std::size_t next_ = 0;       // position of the row after the current one, among kept rows or members
+  bool fixed_ = false;         // the rows of a static cursor or keyset were found
+  bool settled_ = false;       // of a forward-only cursor: the rest stands in kept_
+  std::exception_ptr unread_;  // why the rest of it could not be kept whole
 
-  VisitedRows visited_;           // of a dynamic cursor
+  VisitedRows visited_;          // of a dynamic cursor
   std::uint64_t walkBegan_ = 0;  // the connection's changes when the walk began
-  bool standing_ = false;  // on a row
-  bool inserted_ = false;  // on a row of its own making, that is none of the query or of kept_
-  bool gone_ = false;      // the row stood on is gone by a rollback
+  bool standing_ = false;        // on a row
+  bool inserted_ = false;        // on a row of its own making, that is none of the query or of kept_
+  bool gone_ = false;            // the row stood on is gone by a rollback
   std::uint64_t rollbacks_ = 0;
   std::vector<std::unique_ptr<RowWriter>> writers_;
   std::vector<std::unique_ptr<jet::LongValueReader>> readers_;

@@ -11,8 +11,8 @@ namespace tamlo::ado::jetprovider {
 
 RowWriter& QueryRowset::Writer(std::size_t source) {
   if (writers_[source] == nullptr) {
-    writers_[source] =
-        std::make_unique<RowWriter>(connection_, std::static_pointer_cast<const jet::sql::EngineTable>(query_->Plan().sources[source].table));
+    writers_[source] = std::make_unique<RowWriter>(
+        connection_, std::static_pointer_cast<const jet::sql::EngineTable>(query_->Plan().sources[source].table));
   }
   return *writers_[source];
 }

@@ -135,8 +135,7 @@ void Read(benchmark::State& state, const Engine& engine, bool careless) {
   double sum = 0;
   Compare(
       state, "read 500000 rows, " + engine.name + (careless ? ", 15 digits by hand" : ""), careless ? 0 : engine.readLimit,
-      [&] { byHandSum = raw.Read(byHandSql, engine.readBlock); },
-      [&] { sum = ReadRecordset(connection, sql, ado::adOpenForwardOnly); });
+      [&] { byHandSum = raw.Read(byHandSql, engine.readBlock); }, [&] { sum = ReadRecordset(connection, sql, ado::adOpenForwardOnly); });
   if (byHandSum != sum) state.SkipWithError("both do not read the same");
 }
 
@@ -170,8 +169,7 @@ void RunPrepared(benchmark::State& state, const Engine& engine, bool inserts) {
   std::string sql;
   Compare(
       state, std::string(inserts ? "prepared INSERT" : "prepared SELECT") + " 100000 times, " + engine.name,
-      inserts ? engine.preparedLimit : engine.preparedLimit - 0.1,
-      [&] { raw.RunPrepared(statement(), kRuns, !inserts); },
+      inserts ? engine.preparedLimit : engine.preparedLimit - 0.1, [&] { raw.RunPrepared(statement(), kRuns, !inserts); },
       [&] {
         ado::Command command;
         command.ActiveConnection(&connection);
@@ -239,7 +237,8 @@ int main(int argc, char** argv) {
   tamlo::tests::MariaDbServer mariaDb;
   tamlo::tests::PostgresServer postgres;
   const std::vector<Engine> engines{
-      {"SQLite", "DRIVER={SQLite3};DATABASE=" + folder.File("bench.db"), "DOUBLE", 1000, false, 200, true, 0.8, 0.6, 0.8, "printf('%!.18e', val)"},
+      {"SQLite", "DRIVER={SQLite3};DATABASE=" + folder.File("bench.db"), "DOUBLE", 1000, false, 200, true, 0.8, 0.6, 0.8,
+       "printf('%!.18e', val)"},
       {"MariaDB", mariaDb.ConnectionString() + ";UID=tamlo;PWD=tamlo", "DOUBLE", 100, true, 4000, true, 0.7, 0.7, 0.8, ""},
       {"PostgreSQL", postgres.ConnectionString() + ";UID=tamlo;PWD=tamlo", "DOUBLE PRECISION", 1000, false, 200, false, 0.6, 0.6, 0.8, ""}};
   for (const Engine& engine : engines) {

@@ -161,9 +161,7 @@ std::size_t Table::ColumnAt(std::string_view name) {
   return *position;
 }
 
-std::optional<std::size_t> Table::FindIndex(std::string_view name) {
-  return PlaceOfName(Indexes(), name);
-}
+std::optional<std::size_t> Table::FindIndex(std::string_view name) { return PlaceOfName(Indexes(), name); }
 
 std::optional<std::size_t> Table::PrimaryKey() {
   const auto& indexes = Indexes();

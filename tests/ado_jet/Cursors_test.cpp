@@ -63,10 +63,13 @@ TEST_F(JetCursors, RowsAddedWhileACopyOrAKeysetIsReadAreNotMet) {
       const std::string what = source + ", type " + std::to_string(cursor);
       connection.BeginTrans();
       auto rows = OpenedAs(source, cursor);
-      const int met = Walk(rows, [&](int n) {
-        const std::string number = std::to_string(100000 + n);
-        Run("INSERT INTO T VALUES (" + number + ", " + number + ", 'x')");
-      }, what);
+      const int met = Walk(
+          rows,
+          [&](int n) {
+            const std::string number = std::to_string(100000 + n);
+            Run("INSERT INTO T VALUES (" + number + ", " + number + ", 'x')");
+          },
+          what);
       EXPECT_EQ(met, kRows) << what;
       rows.Close();
       connection.RollbackTrans();
@@ -91,7 +94,8 @@ TEST_F(JetCursors, ATablesOwnRowsAreMetOnceWhateverIsAddedOrMoved) {
     auto rows = OpenedAs("T", cursor, adCmdTableDirect);
     rows.Index("ByN");
     int met = 0;
-    for (; !rows.Eof() && met < 3 * kRows; rows.MoveNext(), ++met) Run("UPDATE T SET N = N + 10000 WHERE Id = " + std::to_string(IntOf(rows, "Id")));
+    for (; !rows.Eof() && met < 3 * kRows; rows.MoveNext(), ++met)
+      Run("UPDATE T SET N = N + 10000 WHERE Id = " + std::to_string(IntOf(rows, "Id")));
     EXPECT_EQ(met, kRows) << "type " << cursor;
     rows.Close();
     connection.RollbackTrans();
@@ -104,7 +108,8 @@ TEST_F(JetCursors, ARowWhoseOrderIsChangedByAStatementIsNotMetAgain) {
       const std::string what = source + ", type " + std::to_string(cursor);
       connection.BeginTrans();
       auto rows = OpenedAs(source, cursor);
-      const int met = Walk(rows, [&](int) { Run("UPDATE T SET N = N + 10000 WHERE Id = " + std::to_string(IntOf(rows, "Nr"))); }, what);
+      const int met = Walk(
+          rows, [&](int) { Run("UPDATE T SET N = N + 10000 WHERE Id = " + std::to_string(IntOf(rows, "Nr"))); }, what);
       EXPECT_EQ(met, kRows) << what;
       EXPECT_EQ(Rows("SELECT Count(*) FROM T WHERE N = Id + 10000"), std::to_string(kRows)) << what;
       rows.Close();
@@ -119,10 +124,13 @@ TEST_F(JetCursors, ARowWhoseOrderIsChangedThroughTheRecordsetIsNotMetAgain) {
       const std::string what = source + ", type " + std::to_string(cursor);
       connection.BeginTrans();
       auto rows = OpenedAs(source, cursor);
-      const int met = Walk(rows, [&](int) {
-        rows.Fields("N").Value(IntOf(rows, "N") + 10000);
-        rows.Update();
-      }, what);
+      const int met = Walk(
+          rows,
+          [&](int) {
+            rows.Fields("N").Value(IntOf(rows, "N") + 10000);
+            rows.Update();
+          },
+          what);
       EXPECT_EQ(met, kRows) << what;
       rows.Close();
       connection.RollbackTrans();
@@ -174,8 +182,7 @@ TEST_F(JetCursors, AKeysetHasItsMembersAndTheirValuesAsTheyAre) {
     connection.BeginTrans();
     auto rows = OpenedAs(std::string("SELECT Id, N, N * 2 AS Doubled FROM ") + table + " WHERE N > 0", adOpenKeyset);
     Run(std::string("DELETE FROM ") + table + " WHERE Id BETWEEN 3 AND 8");
-    for (int i = 3; i <= 8; ++i)
-      Run(std::string("INSERT INTO ") + table + " (Id, N) VALUES (" + std::to_string(9000 + i) + ", 5)");
+    for (int i = 3; i <= 8; ++i) Run(std::string("INSERT INTO ") + table + " (Id, N) VALUES (" + std::to_string(9000 + i) + ", 5)");
     Run(std::string("UPDATE ") + table + " SET N = -Id, Id = Id + 100000 WHERE Id < " + std::to_string(kRows));
     int met = 0;
     for (; !rows.Eof(); rows.MoveNext()) {

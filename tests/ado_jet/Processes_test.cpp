@@ -31,7 +31,8 @@ constexpr int kIdsOfProgram = 1000000;
 /// What the note of a row says: whose it is and which change of it made it, and as many letters more.
 std::string NoteOf(int id, int version) {
   static constexpr int kLengths[] = {0, 20, 300, 5000, 70000};
-  return std::to_string(id) + ":" + std::to_string(version) + ":" + std::string(static_cast<std::size_t>(kLengths[(id + version) % 5]), 'n');
+  return std::to_string(id) + ":" + std::to_string(version) + ":" +
+         std::string(static_cast<std::size_t>(kLengths[(id + version) % 5]), 'n');
 }
 
 int IntOf(const Variant& value) { return runtime::ToInt32(value); }
@@ -143,7 +144,8 @@ class Program {
       open.rows->Open("Lignes", &connection_, adOpenKeyset, adLockOptimistic, adCmdTableDirect);
       return;
     }
-    static const std::map<int, const char*> kTexts{{0, "SELECT * FROM Lignes"}, {1, "SELECT * FROM Lignes ORDER BY Id"},
+    static const std::map<int, const char*> kTexts{{0, "SELECT * FROM Lignes"},
+                                                   {1, "SELECT * FROM Lignes ORDER BY Id"},
                                                    {2, "SELECT * FROM Lignes WHERE Version > 0 ORDER BY Version, Id"}};
     open.rows->Open(kTexts.at(static_cast<int>(random_() % 3)), &connection_, static_cast<CursorType>(open.kind), adLockOptimistic, -1);
   }
@@ -166,8 +168,8 @@ class Program {
     const std::string text = runtime::ToText(note);
     const int noteVersion = std::stoi(text.substr(text.find(':') + 1));
     Require(text == NoteOf(id, noteVersion), "the note of row " + std::to_string(id) + " is \"" + text.substr(0, 40) + "\"");
-    Require(live ? noteVersion >= version : noteVersion == version, "row " + std::to_string(id) + " of version " + std::to_string(version) +
-                                                                        " has the note of " + std::to_string(noteVersion));
+    Require(live ? noteVersion >= version : noteVersion == version,
+            "row " + std::to_string(id) + " of version " + std::to_string(version) + " has the note of " + std::to_string(noteVersion));
   }
 
   Connection connection_;

@@ -205,10 +205,12 @@ TEST_F(JetReadAhead, TheRowsBeforeADamagedPageComeFirst) {
 }
 
 TEST_F(JetReadAhead, ValuesAreTheSameByEveryWay) {
-  connection.Execute("CREATE TABLE V (ID COUNTER CONSTRAINT PK PRIMARY KEY, A BIT, B BYTE, C SHORT, D LONG, E SINGLE, F DOUBLE, G CURRENCY, H DATETIME,"
-                     " I TEXT(20), J DECIMAL(18,4), K GUID, L BINARY(8))");
-  connection.Execute("INSERT INTO V (A,B,C,D,E,F,G,H,I,J,K) VALUES (True,255,-3,70000,1.5,0.1,98765432.1098,#12/31/1899 23:59:59#,'é€',"
-                     "12345678901234.5678,{guid {12345678-1234-1234-1234-123456789ABC}})");
+  connection.Execute(
+      "CREATE TABLE V (ID COUNTER CONSTRAINT PK PRIMARY KEY, A BIT, B BYTE, C SHORT, D LONG, E SINGLE, F DOUBLE, G CURRENCY, H DATETIME,"
+      " I TEXT(20), J DECIMAL(18,4), K GUID, L BINARY(8))");
+  connection.Execute(
+      "INSERT INTO V (A,B,C,D,E,F,G,H,I,J,K) VALUES (True,255,-3,70000,1.5,0.1,98765432.1098,#12/31/1899 23:59:59#,'é€',"
+      "12345678901234.5678,{guid {12345678-1234-1234-1234-123456789ABC}})");
   connection.Execute("INSERT INTO V (A) VALUES (False)");
   const auto read = [&](CursorType cursor, std::int32_t options, const char* source) {
     Recordset rows;

@@ -22,7 +22,8 @@ class Blocks : public OdbcTest {
   }
   void Fill() {
     Execute("CREATE TABLE b (id INTEGER NOT NULL PRIMARY KEY, x VARCHAR(20), y DOUBLE)");
-    Execute("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 500) INSERT INTO b SELECT i, 'ligne ' || i || ' é', i / 8.0 FROM n");
+    Execute(
+        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 500) INSERT INTO b SELECT i, 'ligne ' || i || ' é', i / 8.0 FROM n");
     for (int row = 1; row <= kRows; ++row) {
       if (IsLong(row)) Execute("UPDATE b SET x = '" + TextOf(row) + "' WHERE id = " + std::to_string(row));
     }
@@ -74,8 +75,9 @@ TEST_P(Blocks, ALongTextComesInPiecesFromInsideABlock) {
 
 TEST_P(Blocks, BytesAmongTextsLongerThanTheirBufferAreReadWhole) {
   Execute("CREATE TABLE b (id INTEGER NOT NULL PRIMARY KEY, x VARCHAR(20))");
-  Execute("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 200) "
-          "INSERT INTO b SELECT i, CASE i WHEN 77 THEN zeroblob(500) WHEN 78 THEN 'a' || char(0) || hex(zeroblob(200)) ELSE 'x' || i END FROM n");
+  Execute(
+      "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 200) "
+      "INSERT INTO b SELECT i, CASE i WHEN 77 THEN zeroblob(500) WHEN 78 THEN 'a' || char(0) || hex(zeroblob(200)) ELSE 'x' || i END FROM n");
   ado::Recordset rs = Open("SELECT id, x FROM b ORDER BY id", ado::adOpenForwardOnly, ado::adLockReadOnly);
   for (int row = 1; !rs.Eof(); rs.MoveNext(), ++row) {
     const Variant expected = row == 77   ? Variant(runtime::Bytes(500))
@@ -89,8 +91,9 @@ TEST_P(Blocks, BytesAmongTextsLongerThanTheirBufferAreReadWhole) {
 TEST_P(Blocks, ARowThatTheDriverCannotGiveIsRefusedAloneAndNothingOfAnotherStandsInItsPlace) {
   Execute("CREATE TABLE b (id INTEGER NOT NULL PRIMARY KEY, x VARBINARY(20))");
   // libsqliteodbc reads a text between X' and ' as the digits of bytes.
-  Execute("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 200) "
-          "INSERT INTO b SELECT i, CASE i WHEN 50 THEN 'X''zz''' ELSE x'0102' END FROM n");
+  Execute(
+      "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 200) "
+      "INSERT INTO b SELECT i, CASE i WHEN 50 THEN 'X''zz''' ELSE x'0102' END FROM n");
   ado::Recordset rs = Open("SELECT id, x FROM b ORDER BY id", ado::adOpenForwardOnly, ado::adLockReadOnly);
   std::vector<int> given;
   std::vector<std::string> errors;
@@ -127,8 +130,7 @@ TEST_P(Blocks, ATextThatLooksLikeANumberStaysATextAmongNumbers) {
     for (; !rs.Eof(); rs.MoveNext()) all.push_back(rs.Fields(0).Value());
     return all;
   };
-  EXPECT_EQ(values("SELECT n FROM b UNION ALL SELECT x FROM b"),
-            (std::vector<Variant>{std::int32_t{5}, std::int32_t{6}, "5", "2.5"}));
+  EXPECT_EQ(values("SELECT n FROM b UNION ALL SELECT x FROM b"), (std::vector<Variant>{std::int32_t{5}, std::int32_t{6}, "5", "2.5"}));
   EXPECT_EQ(values("SELECT y FROM b UNION ALL SELECT x FROM b"), (std::vector<Variant>{2.5, 9007199254740994.0, "5", "2.5"}));
   EXPECT_EQ(values("SELECT y FROM b UNION ALL SELECT n FROM b"), (std::vector<Variant>{2.5, 9007199254740994.0, 5.0, 6.0}));
   EXPECT_EQ(values("SELECT n FROM b UNION ALL SELECT y FROM b"),

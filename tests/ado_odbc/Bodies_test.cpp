@@ -23,7 +23,8 @@ TEST_P(Bodies, ATriggerOfSeveralStatementsIsMadeAndWorks) {
 TEST_P(Bodies, AProcedureAnEventAndABlockOfSeveralStatementsRun) {
   Execute("CREATE PROCEDURE p(n INT) BEGIN INSERT INTO t VALUES (n, 'p'); INSERT INTO t VALUES (n + 1, 'q'); END");
   Execute("CREATE FUNCTION f(n INT) RETURNS INT DETERMINISTIC BEGIN DECLARE m INT; SET m = n * 2; RETURN m; END");
-  Execute("CREATE DEFINER = tamlo@localhost EVENT e ON SCHEDULE EVERY 1 YEAR STARTS '2037-01-01' DO BEGIN DELETE FROM t; DELETE FROM t; END");
+  Execute(
+      "CREATE DEFINER = tamlo@localhost EVENT e ON SCHEDULE EVERY 1 YEAR STARTS '2037-01-01' DO BEGIN DELETE FROM t; DELETE FROM t; END");
   Execute("ALTER EVENT e DO BEGIN DELETE FROM t; DELETE FROM t; END");
   Execute("CALL p(1)");
   Execute("BEGIN NOT ATOMIC INSERT INTO t VALUES (5, 'b'); INSERT INTO t VALUES (6, 'c'); END");
@@ -32,7 +33,8 @@ TEST_P(Bodies, AProcedureAnEventAndABlockOfSeveralStatementsRun) {
 }
 
 TEST_P(Bodies, AFailingStatementInsideIsTold) {
-  EXPECT_EQ(ErrorOf([&] { Execute("CREATE TRIGGER tr BEFORE INSERT ON t FOR EACH ROW BEGIN SET NEW.b = 1; SET NEW.a = 2; END"); }), -2147217900);
+  EXPECT_EQ(ErrorOf([&] { Execute("CREATE TRIGGER tr BEFORE INSERT ON t FOR EACH ROW BEGIN SET NEW.b = 1; SET NEW.a = 2; END"); }),
+            -2147217900);
   EXPECT_EQ(ErrorOf([&] { Execute("BEGIN NOT ATOMIC INSERT INTO t VALUES (5, 'b'); INSERT INTO t VALUES (5, 'c'); END"); }), 3022);
   EXPECT_EQ(Count("t"), 1);
 }

@@ -45,9 +45,15 @@ TEST_P(Conflicts, AnothersChangeOfTheSameColumnIsNotOverwritten) {
     const char* field;
     Variant mine;
     const char* theirs;
-  } cases[] = {{"n", std::int32_t{11}, "12"},           {"nom", "Moi", "'Eux'"},     {"nom", "Moi", "'DUPONT'"}, {"nom", "Moi", "'Dupont '"},
-               {"nom", "Moi", "NULL"},                  {"x", 0.2, "0.3"},           {"d", runtime::Date{100.5}, "'2003-02-01 10:30:01'"},
-               {"p", runtime::Decimal{"2.00"}, "1.51"}, {"f", 0.5, "0.25"}};
+  } cases[] = {{"n", std::int32_t{11}, "12"},
+               {"nom", "Moi", "'Eux'"},
+               {"nom", "Moi", "'DUPONT'"},
+               {"nom", "Moi", "'Dupont '"},
+               {"nom", "Moi", "NULL"},
+               {"x", 0.2, "0.3"},
+               {"d", runtime::Date{100.5}, "'2003-02-01 10:30:01'"},
+               {"p", runtime::Decimal{"2.00"}, "1.51"},
+               {"f", 0.5, "0.25"}};
   for (const auto& one : cases) {
     Execute("UPDATE c SET n = 10, nom = 'Dupont', x = 0.1, d = '2003-02-01 10:30:00', p = 1.50, f = 0.7 WHERE id = 1");
     ado::Recordset rows = Row(1);

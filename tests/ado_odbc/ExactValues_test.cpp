@@ -37,8 +37,7 @@ class ExactValues : public OdbcTest {
   /// The values of column x, in the order of the keys.
   std::vector<Variant> Read(const Way& way) {
     std::vector<Variant> values;
-    ado::Recordset reader =
-        Open(std::string("SELECT ") + way.columns + " FROM v ORDER BY id", ado::adOpenForwardOnly, ado::adLockReadOnly);
+    ado::Recordset reader = Open(std::string("SELECT ") + way.columns + " FROM v ORDER BY id", ado::adOpenForwardOnly, ado::adLockReadOnly);
     for (; !reader.Eof(); reader.MoveNext()) values.push_back(reader.Fields("x").Value());
     return values;
   }
@@ -68,12 +67,11 @@ TEST_P(ExactValues, NumbersOfSinglePrecisionKeepEveryBitInBlocksAndSingly) {
     ASSERT_EQ(values.size(), expected.size());
     for (std::size_t i = 0; i < values.size(); ++i) {
       ASSERT_TRUE(values[i].Is<float>()) << way.name << ", row " << i;
-      ASSERT_TRUE(SameBits(*values[i].If<float>(), expected[i])) << way.name << ", row " << i << ": " << *values[i].If<float>() << " "
-                                                                 << expected[i];
+      ASSERT_TRUE(SameBits(*values[i].If<float>(), expected[i]))
+          << way.name << ", row " << i << ": " << *values[i].If<float>() << " " << expected[i];
     }
   }
 }
-
 
 /// A value as a statement of the server writes it, and as it is read.
 struct Sample {
@@ -129,8 +127,12 @@ std::vector<Column> ColumnsOf(const std::string& engine) {
         {"BIT(64)", {{"0xFFFFFFFFFFFFFFFF", Octets({255, 255, 255, 255, 255, 255, 255, 255})}}},
         {"YEAR", {{"2155", std::int32_t{2155}}, {"0", std::int32_t{0}}}},
         {"DATE",
-         {{"'9999-12-31'", Moment(9999, 12, 31)}, {"'0001-01-01'", "0001-01-01"}, {"'0000-00-00'", "0000-00-00"}, {"'2026-00-00'", "2026-00-00"},
-          {"'2026-02-00'", "2026-02-00"}, {"'0100-01-01'", Moment(100, 1, 1)}}},
+         {{"'9999-12-31'", Moment(9999, 12, 31)},
+          {"'0001-01-01'", "0001-01-01"},
+          {"'0000-00-00'", "0000-00-00"},
+          {"'2026-00-00'", "2026-00-00"},
+          {"'2026-02-00'", "2026-02-00"},
+          {"'0100-01-01'", Moment(100, 1, 1)}}},
         {"DATETIME(6)",
          {{"'2026-02-28 23:59:59.123456'", Moment(2026, 2, 28, 23, 59, 59, 123456)},
           {"'9999-12-31 23:59:59.999999'", "9999-12-31 23:59:59.999999"},
@@ -139,11 +141,16 @@ std::vector<Column> ColumnsOf(const std::string& engine) {
           {"'0001-01-01 00:00:00.000001'", "0001-01-01 00:00:00.000001"}}},
         {"TIMESTAMP(6) NULL", {{"'2026-02-28 23:59:59.654321'", Moment(2026, 2, 28, 23, 59, 59, 654321)}}},
         {"TIME",
-         {{"'12:34:56'", TimeOfDay(12, 34, 56)}, {"'-12:34:56'", "-12:34:56"}, {"'838:59:59'", "838:59:59"}, {"'25:00:00'", "25:00:00"},
+         {{"'12:34:56'", TimeOfDay(12, 34, 56)},
+          {"'-12:34:56'", "-12:34:56"},
+          {"'838:59:59'", "838:59:59"},
+          {"'25:00:00'", "25:00:00"},
           {"'24:00:00'", "24:00:00"}}},
         {"TIME(6)",
-         {{"'12:34:56.123456'", TimeOfDay(12, 34, 56, 123456)}, {"'-00:00:00.000001'", "-00:00:00.000001"},
-          {"'838:59:59.999999'", "838:59:59.999999"}, {"'00:00:00.000001'", TimeOfDay(0, 0, 0, 1)}}},
+         {{"'12:34:56.123456'", TimeOfDay(12, 34, 56, 123456)},
+          {"'-00:00:00.000001'", "-00:00:00.000001"},
+          {"'838:59:59.999999'", "838:59:59.999999"},
+          {"'00:00:00.000001'", TimeOfDay(0, 0, 0, 1)}}},
         {"VARCHAR(50)", {{"CONCAT('a',CHAR(0),'b')", nulText}, {"''", ""}, {"'é  '", "é  "}}},
         {"LONGTEXT", {{"CONCAT('a',CHAR(0),'b')", nulText}}},
         {"VARBINARY(20)", {{"0x0001FF00", Octets({0, 1, 255, 0})}, {"''", Octets({})}}},
@@ -160,41 +167,83 @@ std::vector<Column> ColumnsOf(const std::string& engine) {
         {"NUMERIC(38,0)", {{kDigits38, runtime::Decimal{kDigits38}}}},
         {"NUMERIC", {{kDigits65, runtime::Decimal{kDigits65}}, {"'NaN'", "NaN"}, {"'-Infinity'", "-Infinity"}, {"0.1", Exact("0.1")}}},
         {"REAL", {{"0.1", 0.1F}, {"'Infinity'", std::numeric_limits<float>::infinity()}}},
-        {"DOUBLE PRECISION", {{"0.30000000000000004", 0.1 + 0.2}, {"'-Infinity'", -kInfinite}, {"1.7976931348623157e308", kLargest}, {"5e-324", 5e-324}}},
+        {"DOUBLE PRECISION",
+         {{"0.30000000000000004", 0.1 + 0.2}, {"'-Infinity'", -kInfinite}, {"1.7976931348623157e308", kLargest}, {"5e-324", 5e-324}}},
         {"MONEY", {{"1234567.89", runtime::Currency{12345678900}}, {"-0.01", runtime::Currency{-100}}}},
         {"BOOLEAN", {{"TRUE", true}, {"FALSE", false}}},
         {"DATE",
-         {{"'9999-12-31'", Moment(9999, 12, 31)}, {"'infinity'", "infinity"}, {"'-infinity'", "-infinity"}, {"'10000-01-01'", "10000-01-01"},
-          {"'0044-03-15 BC'", "0044-03-15 BC"}, {"'0001-01-01'", "0001-01-01"}, {"'1582-10-10'", Moment(1582, 10, 10)}}},
+         {{"'9999-12-31'", Moment(9999, 12, 31)},
+          {"'infinity'", "infinity"},
+          {"'-infinity'", "-infinity"},
+          {"'10000-01-01'", "10000-01-01"},
+          {"'0044-03-15 BC'", "0044-03-15 BC"},
+          {"'0001-01-01'", "0001-01-01"},
+          {"'1582-10-10'", Moment(1582, 10, 10)}}},
         {"TIMESTAMP",
-         {{"'2026-02-28 23:59:59.123456'", Moment(2026, 2, 28, 23, 59, 59, 123456)}, {"'infinity'", "infinity"}, {"'-infinity'", "-infinity"},
-          {"'10000-01-01'", "10000-01-01 00:00:00"}, {"'0044-03-15 12:00 BC'", "0044-03-15 12:00:00 BC"},
-          {"'9999-12-31 23:59:59.999999'", "9999-12-31 23:59:59.999999"}, {"'9999-12-31 23:59:59'", Moment(9999, 12, 31, 23, 59, 59)}}},
+         {{"'2026-02-28 23:59:59.123456'", Moment(2026, 2, 28, 23, 59, 59, 123456)},
+          {"'infinity'", "infinity"},
+          {"'-infinity'", "-infinity"},
+          {"'10000-01-01'", "10000-01-01 00:00:00"},
+          {"'0044-03-15 12:00 BC'", "0044-03-15 12:00:00 BC"},
+          {"'9999-12-31 23:59:59.999999'", "9999-12-31 23:59:59.999999"},
+          {"'9999-12-31 23:59:59'", Moment(9999, 12, 31, 23, 59, 59)}}},
         {"TIME", {{"'12:34:56.123456'", TimeOfDay(12, 34, 56, 123456)}, {"'24:00:00'", "24:00:00"}}},
         {"TIMETZ", {{"'12:34:56.123456+02'", "12:34:56.123456+02"}}},
         {"INTERVAL", {{"'1 year 2 mons 3 days 04:05:06'", "1 year 2 mons 3 days 04:05:06"}, {"'-838:59:59.000001'", "-838:59:59.000001"}}},
         {"VARCHAR(50)", {{"''", ""}, {"'é  '", "é  "}}},
-        {"TEXT", {{"repeat('é', 9000)", [] { std::string all; for (int i = 0; i < 9000; ++i) all += "é"; return all; }()}}},
+        {"TEXT",
+         {{"repeat('é', 9000)",
+           [] {
+             std::string all;
+             for (int i = 0; i < 9000; ++i) all += "é";
+             return all;
+           }()}}},
         {"BYTEA", {{"'\\x0001FF00'", Octets({0, 1, 255, 0})}, {"''", Octets({})}}},
         {"UUID", {{"'6ccd780c-baba-1026-9564-5b8c656024db'", runtime::Guid{"{6CCD780C-BABA-1026-9564-5B8C656024DB}"}}}},
         {"INTEGER[]", {{"'{1,NULL}'", "{1,NULL}"}}},
     };
   }
   return {
-      {"INTEGER", {{"-2147483648", std::int32_t{INT32_MIN}}, {"9223372036854775807", std::int64_t{INT64_MAX}}, {"'abc'", "abc", false}, {"1.5", 1.5, false},
-                   {"0.30000000000000004", 0.1 + 0.2, false}, {"x'00FF'", Octets({0, 255}), false}}},
+      {"INTEGER",
+       {{"-2147483648", std::int32_t{INT32_MIN}},
+        {"9223372036854775807", std::int64_t{INT64_MAX}},
+        {"'abc'", "abc", false},
+        {"1.5", 1.5, false},
+        {"0.30000000000000004", 0.1 + 0.2, false},
+        {"x'00FF'", Octets({0, 255}), false}}},
       {"SMALLINT", {{"70000", std::int64_t{70000}, false}, {"-1", std::int16_t{-1}}}},
-      {"DOUBLE", {{"0.30000000000000004", 0.1 + 0.2}, {"1.7976931348623157e308", kLargest}, {"9e999", kInfinite}, {"-9e999", -kInfinite},
-                  {"1.0/3", 1.0 / 3}, {"5e-324", 5e-324}, {"'abc'", "abc", false}, {"7", 7.0}}},
+      {"DOUBLE",
+       {{"0.30000000000000004", 0.1 + 0.2},
+        {"1.7976931348623157e308", kLargest},
+        {"9e999", kInfinite},
+        {"-9e999", -kInfinite},
+        {"1.0/3", 1.0 / 3},
+        {"5e-324", 5e-324},
+        {"'abc'", "abc", false},
+        {"7", 7.0}}},
       {"SINGLE", {{"0.5", 0.5F}, {"0.1", 0.1}}},
       {"DECIMAL(19,4)", {{"1234567.891", Exact("1234567.891")}, {"-0.001", Exact("-0.001")}, {"'abc'", "abc", false}}},
       {"CURRENCY", {{"1234567.891", runtime::Currency{12345678910}}, {"0.12345", Exact("0.12345")}}},
       {"BIT", {{"1", true}, {"0", false}}},
-      {"DATETIME", {{"'2026-02-28 23:59:59.123456'", Moment(2026, 2, 28, 23, 59, 59, 123456)}, {"'9999-12-31 23:59:59.999999'", "9999-12-31 23:59:59.999999"},
-                    {"'0000-00-00'", "0000-00-00"}, {"'2026-02-31'", "2026-02-31"}, {"'infinity'", "infinity"}, {"46000.5", "46000.5", false}}},
-      {"DATE", {{"'0001-01-01'", "0001-01-01"}, {"'2026-02-28'", Moment(2026, 2, 28)}, {"'1/2'", "1/2", false}, {"'31/12/2003'", "31/12/2003", false},
-                {"'12/2003'", "12/2003", false}, {"' 2026-02-28'", " 2026-02-28", false}}},
-      {"TIME", {{"'8:30'", "8:30", false}, {"'12:34:56.123456'", TimeOfDay(12, 34, 56, 123456)}, {"'25:00:00'", "25:00:00"}, {"'-12:00:00'", "-12:00:00"}}},
+      {"DATETIME",
+       {{"'2026-02-28 23:59:59.123456'", Moment(2026, 2, 28, 23, 59, 59, 123456)},
+        {"'9999-12-31 23:59:59.999999'", "9999-12-31 23:59:59.999999"},
+        {"'0000-00-00'", "0000-00-00"},
+        {"'2026-02-31'", "2026-02-31"},
+        {"'infinity'", "infinity"},
+        {"46000.5", "46000.5", false}}},
+      {"DATE",
+       {{"'0001-01-01'", "0001-01-01"},
+        {"'2026-02-28'", Moment(2026, 2, 28)},
+        {"'1/2'", "1/2", false},
+        {"'31/12/2003'", "31/12/2003", false},
+        {"'12/2003'", "12/2003", false},
+        {"' 2026-02-28'", " 2026-02-28", false}}},
+      {"TIME",
+       {{"'8:30'", "8:30", false},
+        {"'12:34:56.123456'", TimeOfDay(12, 34, 56, 123456)},
+        {"'25:00:00'", "25:00:00"},
+        {"'-12:00:00'", "-12:00:00"}}},
       {"VARCHAR(50)", {{"'a'||char(0)||'b'", nulText}, {"''", ""}, {"'é  '", "é  "}, {"x'00FF'", Octets({0, 255}), false}}},
       {"TEXT", {{"'a'||char(0)||'b'", nulText}, {"x'00FF'", Octets({0, 255}), false}, {"5", "5"}}},
       {"BLOB", {{"x'0001FF00'", Octets({0, 1, 255, 0})}, {"x''", Octets({})}}},
@@ -234,10 +283,12 @@ class EveryValue : public ExactValues {
   void Fill(const Column& column) {
     MakeTable(column.type);
     int id = 0;
-    for (const auto& sample : column.samples) Execute("INSERT INTO v (id, x, m) VALUES (" + std::to_string(++id) + ", " + sample.literal + ", 'm')");
+    for (const auto& sample : column.samples)
+      Execute("INSERT INTO v (id, x, m) VALUES (" + std::to_string(++id) + ", " + sample.literal + ", 'm')");
     Execute("INSERT INTO v (id, x, m) VALUES (" + std::to_string(++id) + ", NULL, NULL)");
     // Behind a null, once more.
-    for (const auto& sample : column.samples) Execute("INSERT INTO v (id, x, m) VALUES (" + std::to_string(++id) + ", " + sample.literal + ", 'm')");
+    for (const auto& sample : column.samples)
+      Execute("INSERT INTO v (id, x, m) VALUES (" + std::to_string(++id) + ", " + sample.literal + ", 'm')");
   }
   static std::vector<Variant> Expected(const Column& column) {
     std::vector<Variant> values;
@@ -267,8 +318,8 @@ TEST_P(EveryValue, ComesAsTheServerHasItInBlocksAndSingly) {
       const auto values = Read(way);
       ASSERT_EQ(values.size(), expected.size()) << column.type;
       for (std::size_t i = 0; i < values.size(); ++i) {
-        EXPECT_TRUE(Same(values[i], expected[i])) << column.type << " " << way.name << ", row " << i + 1 << ": " << Shown(values[i])
-                                                  << " instead of " << Shown(expected[i]);
+        EXPECT_TRUE(Same(values[i], expected[i]))
+            << column.type << " " << way.name << ", row " << i + 1 << ": " << Shown(values[i]) << " instead of " << Shown(expected[i]);
       }
     }
   }
@@ -295,7 +346,8 @@ TEST_P(EveryValue, GoesBackAsItCameInBatchesAndSingly) {
             writer.Fields("id").Value(static_cast<std::int32_t>(i));
             writer.Fields("x").Value(values[i]);
             writer.Update();
-            EXPECT_TRUE(Same(writer.Fields("x").Value(), values[i])) << column.type << ", as read back: " << Shown(writer.Fields("x").Value());
+            EXPECT_TRUE(Same(writer.Fields("x").Value(), values[i]))
+                << column.type << ", as read back: " << Shown(writer.Fields("x").Value());
           }
         }
       });
@@ -332,7 +384,8 @@ TEST_P(EveryValue, DoublesOfAllSizesKeepEveryBit) {
   for (const Way& way : kWays) {
     const auto values = Read(way);
     ASSERT_EQ(values.size(), expected.size());
-    for (std::size_t i = 0; i < values.size(); ++i) ASSERT_TRUE(Same(values[i], expected[i])) << way.name << ", row " << i << " " << expected[i];
+    for (std::size_t i = 0; i < values.size(); ++i)
+      ASSERT_TRUE(Same(values[i], expected[i])) << way.name << ", row " << i << " " << expected[i];
   }
 }
 
@@ -346,7 +399,10 @@ TEST_P(EveryValue, WhatTheColumnCannotHoldIsRefusedWithItsRowAndColumn) {
   const std::string nulText("a\0b", 3);
   const std::string notText("caf\xE9 bar", 8);
   std::vector<Refused> refused{{"VARCHAR(50)", notText, "contient des octets qui ne sont pas un caractère"},
-                               {"VARCHAR(50)", "a\xED\xA0\xBD" "b", "contient des octets qui ne sont pas un caractère"}};
+                               {"VARCHAR(50)",
+                                "a\xED\xA0\xBD"
+                                "b",
+                                "contient des octets qui ne sont pas un caractère"}};
   if (Is("PostgreSQL")) refused.push_back({"TEXT", nulText, "contient un caractère nul, que la base ne garderait pas"});
   if (Is("SQLite")) {
     refused.push_back({"DOUBLE", kNone, "n'est pas un nombre, et la base n'en garde rien"});
@@ -368,7 +424,8 @@ TEST_P(EveryValue, WhatTheColumnCannotHoldIsRefusedWithItsRowAndColumn) {
       bulk.Add(std::array<Variant, 2>{std::int32_t{1}, Null{}});
       bulk.Add(std::array<Variant, 2>{std::int32_t{2}, one.value});
       bulk.Flush();
-      FAIL() << one.type << ": no error; the server holds " << Scalar("SELECT " + TextExpression(GetParam(), one.type) + " FROM v WHERE id = 2");
+      FAIL() << one.type << ": no error; the server holds "
+             << Scalar("SELECT " + TextExpression(GetParam(), one.type) + " FROM v WHERE id = 2");
     } catch (const runtime::Error& error) {
       EXPECT_NE(error.Description().find("ligne 2, colonne x : "), std::string::npos) << error.Description();
       EXPECT_NE(error.Description().find(one.why), std::string::npos) << one.type << ": " << error.Description();

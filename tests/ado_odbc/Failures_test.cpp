@@ -110,8 +110,9 @@ TEST_F(Connecting, APasswordThatIsAPieceOfAWordLeavesTheWordWhole) {
 
 TEST_F(Connecting, EverySpellingOfAPasswordIsStruckOut) {
   const std::string driver = std::string("DRIVER={") + DIAGNOSTIC_DRIVER + "}";
-  std::vector<std::string> texts{driver + ";PWD={mot;passe42}", driver + "; pwd = mot passe42 ;UID=moi", "Password=passe42;" + driver,
-                                 driver + ";PASSWORD={mot}}passe42}", driver + ";PWD=\"mot;passe42\"", driver + ";OldPassword=passe42"};
+  std::vector<std::string> texts{driver + ";PWD={mot;passe42}",   driver + "; pwd = mot passe42 ;UID=moi",
+                                 "Password=passe42;" + driver,    driver + ";PASSWORD={mot}}passe42}",
+                                 driver + ";PWD=\"mot;passe42\"", driver + ";OldPassword=passe42"};
 #ifndef __SANITIZE_ADDRESS__
   // unixODBC never frees the DSN of a text that has a DRIVER before it, which the leak check would tell.
   texts.push_back(driver + ";DSN={x;PWD=passe42}");

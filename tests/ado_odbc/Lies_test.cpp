@@ -132,9 +132,11 @@ struct Lie {
 };
 void PrintTo(const Lie& lie, std::ostream* out) { *out << lie.name; }
 
-constexpr const char* kRows = "1|nom 1|01/02/2003 10:30:00|long texte 1|2|nom 2|01/02/2003 10:30:00|long texte 2|3|nom 3|01/02/2003 10:30:00|long texte 3|";
+constexpr const char* kRows =
+    "1|nom 1|01/02/2003 10:30:00|long texte 1|2|nom 2|01/02/2003 10:30:00|long texte 2|3|nom 3|01/02/2003 10:30:00|long texte 3|";
 
-constexpr const char* kRowsAsTexts = "1|nom 1|2003-02-01 10:30:00|long texte 1|2|nom 2|2003-02-01 10:30:00|long texte 2|3|nom 3|2003-02-01 10:30:00|long texte 3|";
+constexpr const char* kRowsAsTexts =
+    "1|nom 1|2003-02-01 10:30:00|long texte 1|2|nom 2|2003-02-01 10:30:00|long texte 2|3|nom 3|2003-02-01 10:30:00|long texte 3|";
 
 class ADriverThatLies : public ::testing::TestWithParam<Lie> {};
 
@@ -154,59 +156,40 @@ TEST_P(ADriverThatLies, GivesAnErrorInBoundedTimeAndMemory) {
   EXPECT_LT(PeakMegabytes(), 2500);
 }
 
-INSTANTIATE_TEST_SUITE_P(Odbc, ADriverThatLies, ::testing::Values(
-    Lie{"nothing", ""},
-    Lie{"negative column count", "read: Le pilote ODBC se contredit"},
-    Lie{"too many columns", "read: "},
-    Lie{"column count grows", "read: Les colonnes de la requête ont changé"},
-    Lie{"column count shrinks", "read: Les colonnes de la requête ont changé"},
-    Lie{"names that change", "read: Les colonnes de la requête ont changé"},
-    Lie{"names without an end", ""},
-    Lie{"names of negative length", ""},
-    Lie{"types that nobody knows", ""},
-    Lie{"sizes beyond everything", ""},
-    Lie{"scales of -30000", ""},
-    Lie{"attributes without an end", ""},
-    Lie{"information without an end", ""},
-    Lie{"number of length -7", "read: Le pilote ODBC se contredit"},
-    Lie{"number without a length", "read: Le pilote ODBC se contredit"},
-    Lie{"month 77", "read: Le pilote ODBC se contredit"},
-    Lie{"second 60000", "read: Le pilote ODBC se contredit"},
-    Lie{"fraction of an eternity", "read: Le pilote ODBC se contredit"},
-    Lie{"text of length -5", "read: Le pilote ODBC se contredit"},
-    Lie{"text of half a unit", "read: Le pilote ODBC se contredit"},
-    Lie{"text longer than its room", ""},
-    Lie{"text without a length", ""},
-    Lie{"memo of length -9", "read: Le pilote ODBC se contredit"},
-    Lie{"memo of 4 exabytes", "read: La valeur du champ MEMO est trop longue"},
-    Lie{"memo without a told length", "read: Le pilote ODBC se contredit"},
-    Lie{"memo of half a unit", "read: Le pilote ODBC se contredit"},
-    Lie{"endless pieces", "read: La valeur du champ MEMO est trop longue"},
-    Lie{"endless empty pieces", "read: La valeur du champ MEMO est trop longue"},
-    Lie{"endless catalog text", "update: Le pilote ODBC se contredit : un texte sans fin"},
-    Lie{"endless empty catalog text", "update: Le pilote ODBC se contredit : un texte sans fin"},
-    Lie{"catalog without an end", "tables: Le pilote ODBC se contredit : un catalogue"},
-    Lie{"more rows than the block", "read: Le pilote ODBC se contredit"},
-    Lie{"all the rows of the world", "read: Le pilote ODBC se contredit"},
-    Lie{"no rows with success", "read: Le pilote ODBC se contredit"},
-    Lie{"fetched rows not told", ""},
-    Lie{"statuses of garbage", ""},
-    Lie{"rows in error", "read: "},
-    Lie{"execution that fails without records", "read: "},
-    Lie{"execution that fails with a flood", "read: "},
-    Lie{"records of negative length", "read: "},
-    Lie{"records without an end", "read: "},
-    Lie{"records of garbage states", "read: "},
-    Lie{"a result code of its own", "read: "},
-    Lie{"results without an end", "execute: Le pilote ODBC se contredit"},
-    Lie{"minus nine rows affected", "update: Le pilote ODBC se contredit"},
-    Lie{"a million rows affected", "update: "},
-    Lie{"wants data that nobody has", "execute: "},
-    Lie{"wants a value that is none of ours", "add: Le pilote ODBC se contredit"},
-    Lie{"wants a value again and again", "add: Le pilote ODBC se contredit"},
-    Lie{"refusal of negative length", "connect: "},
-    Lie{"refusal with a flood", "connect: "},
-    Lie{"connection that wants data", "connect: "}),
+INSTANTIATE_TEST_SUITE_P(
+    Odbc, ADriverThatLies,
+    ::testing::Values(
+        Lie{"nothing", ""}, Lie{"negative column count", "read: Le pilote ODBC se contredit"}, Lie{"too many columns", "read: "},
+        Lie{"column count grows", "read: Les colonnes de la requête ont changé"},
+        Lie{"column count shrinks", "read: Les colonnes de la requête ont changé"},
+        Lie{"names that change", "read: Les colonnes de la requête ont changé"}, Lie{"names without an end", ""},
+        Lie{"names of negative length", ""}, Lie{"types that nobody knows", ""}, Lie{"sizes beyond everything", ""},
+        Lie{"scales of -30000", ""}, Lie{"attributes without an end", ""}, Lie{"information without an end", ""},
+        Lie{"number of length -7", "read: Le pilote ODBC se contredit"},
+        Lie{"number without a length", "read: Le pilote ODBC se contredit"}, Lie{"month 77", "read: Le pilote ODBC se contredit"},
+        Lie{"second 60000", "read: Le pilote ODBC se contredit"}, Lie{"fraction of an eternity", "read: Le pilote ODBC se contredit"},
+        Lie{"text of length -5", "read: Le pilote ODBC se contredit"}, Lie{"text of half a unit", "read: Le pilote ODBC se contredit"},
+        Lie{"text longer than its room", ""}, Lie{"text without a length", ""},
+        Lie{"memo of length -9", "read: Le pilote ODBC se contredit"},
+        Lie{"memo of 4 exabytes", "read: La valeur du champ MEMO est trop longue"},
+        Lie{"memo without a told length", "read: Le pilote ODBC se contredit"},
+        Lie{"memo of half a unit", "read: Le pilote ODBC se contredit"},
+        Lie{"endless pieces", "read: La valeur du champ MEMO est trop longue"},
+        Lie{"endless empty pieces", "read: La valeur du champ MEMO est trop longue"},
+        Lie{"endless catalog text", "update: Le pilote ODBC se contredit : un texte sans fin"},
+        Lie{"endless empty catalog text", "update: Le pilote ODBC se contredit : un texte sans fin"},
+        Lie{"catalog without an end", "tables: Le pilote ODBC se contredit : un catalogue"},
+        Lie{"more rows than the block", "read: Le pilote ODBC se contredit"},
+        Lie{"all the rows of the world", "read: Le pilote ODBC se contredit"},
+        Lie{"no rows with success", "read: Le pilote ODBC se contredit"}, Lie{"fetched rows not told", ""}, Lie{"statuses of garbage", ""},
+        Lie{"rows in error", "read: "}, Lie{"execution that fails without records", "read: "},
+        Lie{"execution that fails with a flood", "read: "}, Lie{"records of negative length", "read: "},
+        Lie{"records without an end", "read: "}, Lie{"records of garbage states", "read: "}, Lie{"a result code of its own", "read: "},
+        Lie{"results without an end", "execute: Le pilote ODBC se contredit"},
+        Lie{"minus nine rows affected", "update: Le pilote ODBC se contredit"}, Lie{"a million rows affected", "update: "},
+        Lie{"wants data that nobody has", "execute: "}, Lie{"wants a value that is none of ours", "add: Le pilote ODBC se contredit"},
+        Lie{"wants a value again and again", "add: Le pilote ODBC se contredit"}, Lie{"refusal of negative length", "connect: "},
+        Lie{"refusal with a flood", "connect: "}, Lie{"connection that wants data", "connect: "}),
     [](const auto& which) {
       std::string name = which.param.name;
       for (char& c : name) c = std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
@@ -230,7 +213,8 @@ TEST_F(Waiting, ForADriverThatStallsEndsAndTheDriverMayWakeUpLater) {
     } catch (const Error& error) {
       EXPECT_EQ(error.Number(), -2147467259);
       EXPECT_EQ(error.SqlState(), "HYT00");
-      EXPECT_TRUE(error.Description().starts_with("Le serveur n'a pas répondu à la demande de connexion en 1 secondes. (source de données <"))
+      EXPECT_TRUE(
+          error.Description().starts_with("Le serveur n'a pas répondu à la demande de connexion en 1 secondes. (source de données <"))
           << error.Description();
     }
     EXPECT_FALSE(connection.IsOpen());

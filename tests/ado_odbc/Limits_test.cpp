@@ -14,7 +14,8 @@ class Limits : public OdbcTest {
  protected:
   /// Minutes of work for the engine.
   [[nodiscard]] std::string LongQuery() const {
-    if (GetParam() == "SQLite") return "WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM c WHERE x < 2000000000) SELECT COUNT(*) FROM c";
+    if (GetParam() == "SQLite")
+      return "WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM c WHERE x < 2000000000) SELECT COUNT(*) FROM c";
     if (GetParam() == "MariaDB") return "SELECT COUNT(*) FROM seq_1_to_1000000 a, seq_1_to_1000000 b WHERE a.seq + b.seq = 1";
     return "SELECT COUNT(*) FROM generate_series(1, 1000000) a, generate_series(1, 1000000) b WHERE a + b = 1";
   }
@@ -84,7 +85,8 @@ class Procedures : public OdbcTest {
     if (GetParam() == "MariaDB") {
       Execute("CREATE PROCEDURE lues(moins INTEGER) SELECT code FROM art WHERE qte >= moins ORDER BY code");
     } else {
-      Execute("CREATE FUNCTION lues(moins INTEGER) RETURNS SETOF VARCHAR AS 'SELECT code FROM art WHERE qte >= $1 ORDER BY code' LANGUAGE SQL");
+      Execute(
+          "CREATE FUNCTION lues(moins INTEGER) RETURNS SETOF VARCHAR AS 'SELECT code FROM art WHERE qte >= $1 ORDER BY code' LANGUAGE SQL");
     }
     command.ActiveConnection(&connection);
     command.CommandType(ado::adCmdStoredProc);

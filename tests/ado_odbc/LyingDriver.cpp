@@ -29,7 +29,8 @@ struct Column {
   SQLSMALLINT type;
   SQLULEN size;
 };
-constexpr std::array<Column, 4> kColumns{{{"ID", SQL_INTEGER, 10}, {"NOM", SQL_WVARCHAR, 20}, {"LE", SQL_TYPE_TIMESTAMP, 19}, {"MEMO", SQL_WLONGVARCHAR, 1000000}}};
+constexpr std::array<Column, 4> kColumns{
+    {{"ID", SQL_INTEGER, 10}, {"NOM", SQL_WVARCHAR, 20}, {"LE", SQL_TYPE_TIMESTAMP, 19}, {"MEMO", SQL_WLONGVARCHAR, 1000000}}};
 
 struct Binding {
   SQLSMALLINT type = 0;
@@ -102,7 +103,11 @@ std::string Cell(const Statement& statement, std::size_t row, SQLUSMALLINT colum
       return column == 3 ? "T" : column == 4 ? "TABLE" : "";
     case Answer::kFields: {
       const Column& one = kColumns.at(row - 1);
-      return column == 3 ? "T" : column == 4 ? one.name : column == 5 ? std::to_string(one.type) : column == 7 ? std::to_string(one.size) : "";
+      return column == 3   ? "T"
+             : column == 4 ? one.name
+             : column == 5 ? std::to_string(one.type)
+             : column == 7 ? std::to_string(one.size)
+                           : "";
     }
     case Answer::kKeys:
       return column == 4 ? "ID" : column == 5 ? "1" : column == 6 ? "PK" : "";
@@ -249,11 +254,14 @@ SQLRETURN SQL_API SQLGetConnectAttrW(SQLHDBC, SQLINTEGER, SQLPOINTER value, SQLI
   return SQL_SUCCESS;
 }
 
-SQLRETURN SQL_API SQLDriverConnectW(SQLHDBC, SQLHWND, SQLWCHAR* text, SQLSMALLINT length, SQLWCHAR*, SQLSMALLINT, SQLSMALLINT*, SQLUSMALLINT) {
+SQLRETURN SQL_API SQLDriverConnectW(SQLHDBC, SQLHWND, SQLWCHAR* text, SQLSMALLINT length, SQLWCHAR*, SQLSMALLINT, SQLSMALLINT*,
+                                    SQLUSMALLINT) {
   const std::u16string given = Given(text, length);
   const auto at = given.find(u"LIE=");
   const auto end = std::min(given.find(u';', at), given.size());
-  TheLie() = at == std::u16string::npos ? "" : std::string(given.begin() + static_cast<std::ptrdiff_t>(at) + 4, given.begin() + static_cast<std::ptrdiff_t>(end));
+  TheLie() = at == std::u16string::npos
+                 ? ""
+                 : std::string(given.begin() + static_cast<std::ptrdiff_t>(at) + 4, given.begin() + static_cast<std::ptrdiff_t>(end));
   if (Lies("a server that stalls")) {
     std::this_thread::sleep_for(std::chrono::seconds(3));
     TheLie() = "woken";
@@ -299,7 +307,9 @@ SQLRETURN SQL_API SQLGetStmtAttrW(SQLHSTMT, SQLINTEGER, SQLPOINTER value, SQLINT
   return SQL_SUCCESS;
 }
 
-SQLRETURN SQL_API SQLPrepareW(SQLHSTMT handle, SQLWCHAR* text, SQLINTEGER length) { return Prepare(*static_cast<Statement*>(handle), text, length); }
+SQLRETURN SQL_API SQLPrepareW(SQLHSTMT handle, SQLWCHAR* text, SQLINTEGER length) {
+  return Prepare(*static_cast<Statement*>(handle), text, length);
+}
 SQLRETURN SQL_API SQLExecute(SQLHSTMT handle) { return Run(*static_cast<Statement*>(handle)); }
 SQLRETURN SQL_API SQLExecDirectW(SQLHSTMT handle, SQLWCHAR* text, SQLINTEGER length) {
   // Its own functions of these names would be the driver manager's.
@@ -312,8 +322,8 @@ SQLRETURN SQL_API SQLNumResultCols(SQLHSTMT handle, SQLSMALLINT* count) {
   return SQL_SUCCESS;
 }
 
-SQLRETURN SQL_API SQLDescribeColW(SQLHSTMT handle, SQLUSMALLINT column, SQLWCHAR* name, SQLSMALLINT size, SQLSMALLINT* length, SQLSMALLINT* type,
-                                  SQLULEN* columnSize, SQLSMALLINT* digits, SQLSMALLINT* nullable) {
+SQLRETURN SQL_API SQLDescribeColW(SQLHSTMT handle, SQLUSMALLINT column, SQLWCHAR* name, SQLSMALLINT size, SQLSMALLINT* length,
+                                  SQLSMALLINT* type, SQLULEN* columnSize, SQLSMALLINT* digits, SQLSMALLINT* nullable) {
   const auto& statement = *static_cast<Statement*>(handle);
   Column one{"C", SQL_WVARCHAR, 100};
   if (statement.answer == Answer::kTable) {
@@ -337,7 +347,8 @@ SQLRETURN SQL_API SQLDescribeColW(SQLHSTMT handle, SQLUSMALLINT column, SQLWCHAR
   return SQL_SUCCESS;
 }
 
-SQLRETURN SQL_API SQLColAttributeW(SQLHSTMT, SQLUSMALLINT, SQLUSMALLINT which, SQLPOINTER text, SQLSMALLINT size, SQLSMALLINT* length, SQLLEN* value) {
+SQLRETURN SQL_API SQLColAttributeW(SQLHSTMT, SQLUSMALLINT, SQLUSMALLINT which, SQLPOINTER text, SQLSMALLINT size, SQLSMALLINT* length,
+                                   SQLLEN* value) {
   if (value) *value = 0;
   if (text && size > 2) {
     if (Lies("attributes without an end")) {
@@ -366,19 +377,24 @@ SQLRETURN SQL_API SQLFetch(SQLHSTMT handle) {
   for (std::size_t i = 0; i < count && statement.answer == Answer::kTable; ++i) {
     for (const auto& [column, bound] : statement.bindings) {
       Binding at = bound;
-      const SQLLEN stride = bound.type == SQL_C_SLONG ? 4 : bound.type == SQL_C_TYPE_TIMESTAMP ? static_cast<SQLLEN>(sizeof(SQL_TIMESTAMP_STRUCT)) : bound.size;
+      const SQLLEN stride = bound.type == SQL_C_SLONG            ? 4
+                            : bound.type == SQL_C_TYPE_TIMESTAMP ? static_cast<SQLLEN>(sizeof(SQL_TIMESTAMP_STRUCT))
+                                                                 : bound.size;
       at.data += static_cast<SQLLEN>(i) * stride;
       at.told += i;
       Give(statement, next + i, column, at, false);
     }
-    if (statement.statuses) statement.statuses[i] = Lies("statuses of garbage") ? static_cast<SQLUSMALLINT>(0xBEEF) : Lies("rows in error") ? SQL_ROW_ERROR : SQL_ROW_SUCCESS;
+    if (statement.statuses)
+      statement.statuses[i] = Lies("statuses of garbage") ? static_cast<SQLUSMALLINT>(0xBEEF)
+                              : Lies("rows in error")     ? SQL_ROW_ERROR
+                                                          : SQL_ROW_SUCCESS;
   }
   if (statement.fetched && !(Lies("fetched rows not told") && statement.answer == Answer::kTable)) {
-    *statement.fetched = statement.answer != Answer::kTable          ? count
-                         : Lies("more rows than the block")           ? 100000
-                         : Lies("all the rows of the world")          ? SQLULEN(-2)
-                         : Lies("no rows with success")               ? 0
-                                                                      : count;
+    *statement.fetched = statement.answer != Answer::kTable  ? count
+                         : Lies("more rows than the block")  ? 100000
+                         : Lies("all the rows of the world") ? SQLULEN(-2)
+                         : Lies("no rows with success")      ? 0
+                                                             : count;
   }
   return SQL_SUCCESS;
 }
@@ -400,8 +416,8 @@ SQLRETURN SQL_API SQLRowCount(SQLHSTMT, SQLLEN* count) {
 SQLRETURN SQL_API SQLEndTran(SQLSMALLINT, SQLHANDLE, SQLSMALLINT) { return SQL_SUCCESS; }
 SQLRETURN SQL_API SQLCancel(SQLHSTMT) { return SQL_SUCCESS; }
 
-SQLRETURN SQL_API SQLGetDiagRecW(SQLSMALLINT, SQLHANDLE, SQLSMALLINT number, SQLWCHAR* state, SQLINTEGER* native, SQLWCHAR* message, SQLSMALLINT size,
-                                 SQLSMALLINT* length) {
+SQLRETURN SQL_API SQLGetDiagRecW(SQLSMALLINT, SQLHANDLE, SQLSMALLINT number, SQLWCHAR* state, SQLINTEGER* native, SQLWCHAR* message,
+                                 SQLSMALLINT size, SQLSMALLINT* length) {
   const bool flood = Lies("execution that fails with a flood") || Lies("refusal with a flood");
   const bool negative = Lies("records of negative length") || Lies("refusal of negative length");
   const int last = flood ? 5000 : negative || Lies("records without an end") || Lies("records of garbage states") ? 2 : 0;
@@ -423,21 +439,24 @@ SQLRETURN SQL_API SQLGetDiagRecW(SQLSMALLINT, SQLHANDLE, SQLSMALLINT number, SQL
   return negative ? SQL_SUCCESS_WITH_INFO : SQL_SUCCESS;
 }
 
-SQLRETURN SQL_API SQLTablesW(SQLHSTMT handle, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLSMALLINT) {
+SQLRETURN SQL_API SQLTablesW(SQLHSTMT handle, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*,
+                             SQLSMALLINT) {
   return Catalog(handle, Answer::kTables);
 }
-SQLRETURN SQL_API SQLColumnsW(SQLHSTMT handle, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLSMALLINT) {
+SQLRETURN SQL_API SQLColumnsW(SQLHSTMT handle, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*,
+                              SQLSMALLINT) {
   return Catalog(handle, Answer::kFields);
 }
 SQLRETURN SQL_API SQLPrimaryKeysW(SQLHSTMT handle, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLSMALLINT) {
   return Catalog(handle, Answer::kKeys);
 }
-SQLRETURN SQL_API SQLStatisticsW(SQLHSTMT handle, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLSMALLINT, SQLUSMALLINT, SQLUSMALLINT) {
+SQLRETURN SQL_API SQLStatisticsW(SQLHSTMT handle, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLSMALLINT, SQLWCHAR*, SQLSMALLINT, SQLUSMALLINT,
+                                 SQLUSMALLINT) {
   return Catalog(handle, Answer::kIndexes);
 }
 
-SQLRETURN SQL_API SQLBindParameter(SQLHSTMT handle, SQLUSMALLINT position, SQLSMALLINT, SQLSMALLINT, SQLSMALLINT, SQLULEN, SQLSMALLINT, SQLPOINTER data,
-                                   SQLLEN, SQLLEN* told) {
+SQLRETURN SQL_API SQLBindParameter(SQLHSTMT handle, SQLUSMALLINT position, SQLSMALLINT, SQLSMALLINT, SQLSMALLINT, SQLULEN, SQLSMALLINT,
+                                   SQLPOINTER data, SQLLEN, SQLLEN* told) {
   static_cast<Statement*>(handle)->parameters[position] = {data, told};
   return SQL_SUCCESS;
 }

@@ -31,7 +31,8 @@ TEST(SqlText, ACallIsReadInItsParts) {
   EXPECT_EQ(returns->Marks(), 2U);
   EXPECT_EQ(ReadCall("{call P}")->Marks(), 0U);
   EXPECT_EQ(ReadCall("call P(?,)")->Marks(), std::nullopt);
-  for (const char* other : {"", "call", "callP(?)", "SELECT F(?)", "{call P(?)", "{? call P(?)}", "call P(?) x", "{call (?)}", "INSERT INTO call VALUES (?)"})
+  for (const char* other :
+       {"", "call", "callP(?)", "SELECT F(?)", "{call P(?)", "{? call P(?)}", "call P(?) x", "{call (?)}", "INSERT INTO call VALUES (?)"})
     EXPECT_FALSE(ReadCall(other)) << other;
 }
 
@@ -101,12 +102,14 @@ TEST(SqlText, WideLiteralsBecomeParameters) {
 }
 
 TEST(SqlText, StatementsThatMakeAProgramAreKnownByTheirBeginning) {
-  for (const char* sql : {"CREATE TRIGGER T BEFORE INSERT ON A FOR EACH ROW BEGIN DO 1; END", "/* x */ create or replace definer = `a`@`%` event E DO DO 1",
-                          "CREATE AGGREGATE FUNCTION F() RETURNS INT RETURN 1", "ALTER EVENT E DO DO 1", "CREATE DEFINER=CURRENT_USER() PROCEDURE P() DO 1",
-                          "create package body P AS END"})
+  for (const char* sql :
+       {"CREATE TRIGGER T BEFORE INSERT ON A FOR EACH ROW BEGIN DO 1; END", "/* x */ create or replace definer = `a`@`%` event E DO DO 1",
+        "CREATE AGGREGATE FUNCTION F() RETURNS INT RETURN 1", "ALTER EVENT E DO DO 1", "CREATE DEFINER=CURRENT_USER() PROCEDURE P() DO 1",
+        "create package body P AS END"})
     EXPECT_TRUE(ado::odbc::MakesProgram(sql)) << sql;
-  for (const char* sql : {"CREATE TABLE EVENT (X INT)", "CREATE TABLE `TRIGGER` (X INT)", "CREATE VIEW PROCEDURE_ AS SELECT 1", "DROP TRIGGER T", "CALL P()",
-                          "CREATE OR", "CREATE", "SELECT 'CREATE TRIGGER'", "CREATE TABLE A (X INT); CREATE TRIGGER"})
+  for (const char* sql :
+       {"CREATE TABLE EVENT (X INT)", "CREATE TABLE `TRIGGER` (X INT)", "CREATE VIEW PROCEDURE_ AS SELECT 1", "DROP TRIGGER T", "CALL P()",
+        "CREATE OR", "CREATE", "SELECT 'CREATE TRIGGER'", "CREATE TABLE A (X INT); CREATE TRIGGER"})
     EXPECT_FALSE(ado::odbc::MakesProgram(sql)) << sql;
 }
 

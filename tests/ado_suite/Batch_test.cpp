@@ -356,7 +356,10 @@ TEST_F(MadeRows, HoldWhatTheirTypesHold) {
       {ado::adInteger, 0, runtime::Null{}, runtime::Null{}},
   };
   for (const Case& one : cases) {
-    SCOPED_TRACE(std::to_string(one.type) + " from " + (one.given.If<runtime::Bytes>() != nullptr ? "bytes" : one.given.IsNull() ? "null" : runtime::ToText(one.given)));
+    SCOPED_TRACE(std::to_string(one.type) + " from " +
+                 (one.given.If<runtime::Bytes>() != nullptr ? "bytes"
+                  : one.given.IsNull()                      ? "null"
+                                                            : runtime::ToText(one.given)));
     ado::Recordset rows;
     rows.AppendField("V", one.type, one.size);
     rows.Open();

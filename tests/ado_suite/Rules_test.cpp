@@ -159,7 +159,8 @@ TEST_P(Rules, ParametersGoByTheirNames) {
   command.Parameters().Append({.name = "code", .value = "B2"});
   command.Parameters().Append({.value = std::int32_t{7}});
   command.Parameters().Append({.name = ":nom", .value = "l'un"});
-  if (source.Name() == "Access") command.CommandText("UPDATE ART SET NOM = :nom, QTE = ? WHERE CODE = :code AND ':nom' = ':nom' AND CODE = :CODE");
+  if (source.Name() == "Access")
+    command.CommandText("UPDATE ART SET NOM = :nom, QTE = ? WHERE CODE = :code AND ':nom' = ':nom' AND CODE = :CODE");
   for (const bool prepared : {false, true}) {
     command.Prepared(prepared);
     command.Parameters().Item(1).value = prepared ? std::int32_t{7} : std::int32_t{8};
@@ -227,7 +228,8 @@ TEST_P(Rules, ANewTableCarriesItsDefaults) {
   catalog.Append(made);
   const std::string q = source.Name() == "PostgreSQL" ? "\"" : "";
   connection.Execute("INSERT INTO " + q + "NEUVE" + q + " (" + q + "ID" + q + ") VALUES (1)");
-  auto rows = Open("SELECT " + q + "QTE" + q + ", " + q + "NOM" + q + ", " + q + "AUTRE" + q + " FROM " + q + "NEUVE" + q, ado::adOpenForwardOnly);
+  auto rows =
+      Open("SELECT " + q + "QTE" + q + ", " + q + "NOM" + q + ", " + q + "AUTRE" + q + " FROM " + q + "NEUVE" + q, ado::adOpenForwardOnly);
   EXPECT_EQ(rows.GetString(-1, "|", ""), "7|l'été|dit \"oui\"");
   if (source.Name() == "Access") return;  // which keeps any expression
   ado::Table refused("REFUSEE");

@@ -63,7 +63,8 @@ class Traces : public SuiteTest {
     std::string seen = std::string(bof ? "B" : "-") + (eof ? "E" : "-") + " n=" + std::to_string(rows.RecordCount()) +
                        " p=" + std::to_string(rows.AbsolutePosition()) + " ";
     const auto failure = runtime::IgnoringErrors([&] {
-      seen += std::to_string(runtime::ToInt32(rows.Fields("ID").Value())) + "/" + std::to_string(runtime::ToInt32(rows.Fields("N").Value()));
+      seen +=
+          std::to_string(runtime::ToInt32(rows.Fields("ID").Value())) + "/" + std::to_string(runtime::ToInt32(rows.Fields("N").Value()));
     });
     return failure ? seen + std::to_string(failure.number) : seen;
   }
@@ -73,7 +74,8 @@ class Traces : public SuiteTest {
     const bool eof = model.at >= model.End() || emptied;
     std::string seen = std::string(bof ? "B" : "-") + (eof ? "E" : "-") + " n=" + std::to_string(model.Count()) + " p=";
     if (model.OnRow()) {
-      return seen + std::to_string(model.Number()) + " " + std::to_string(model.Current().id) + "/" + std::to_string(model.Current().number);
+      return seen + std::to_string(model.Number()) + " " + std::to_string(model.Current().id) + "/" +
+             std::to_string(model.Current().number);
     }
     const int place = emptied || model.deleted ? -1 : model.at < 0 ? -2 : -3;
     return seen + std::to_string(place) + " 3021";

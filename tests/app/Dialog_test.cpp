@@ -109,8 +109,8 @@ class SessionTest : public DialogTest, public testing::WithParamInterface<Backen
   /// The box that tells of a database without writing, where that is known.
   void ReadReadOnlyBox() {
     if (!GetParam().knowsReadOnly) return;
-    EXPECT_EQ(ReadBox("Base en lecture seule"),
-              "La base <" + runtime::UpperCase(volumes->Name()) + "> est en lecture seule : l'utilisateur ne pourra pas y être enregistré.");
+    EXPECT_EQ(ReadBox("Base en lecture seule"), "La base <" + runtime::UpperCase(volumes->Name()) +
+                                                    "> est en lecture seule : l'utilisateur ne pourra pas y être enregistré.");
   }
   Texts Users() { return volumes->Rows("SELECT IDUTL, NOM, MOTPASSE FROM UTL ORDER BY IDUTL"); }
   Texts Links() { return volumes->Rows("SELECT IDUTL, IDVLM, NIVEAU FROM VLMUTL ORDER BY IDUTL, IDVLM"); }
@@ -286,7 +286,9 @@ TEST_P(SessionTest, ANameThatIsBlankTooLongOrHoldsADoubleQuoteIsRefused) {
       {"  ", "Le nom de l'utilisateur à créer (paramètre 4) est vide."},
       {"ABCDEFGHIJKLMNOPQRSTUVWXYZ01234", "Le nom de l'utilisateur à créer (paramètre 4) compte 31 caractères ; il en tient 30 au plus."},
       {"AL\"EX", "Le paramètre 4 contient un guillemet (\"), qu'un paramètre ne peut pas contenir."},
-      {"AL\xFF" "EX", "Le nom de l'utilisateur à créer (paramètre 4) contient des caractères que la fenêtre ne peut pas tenir."},
+      {"AL\xFF"
+       "EX",
+       "Le nom de l'utilisateur à créer (paramètre 4) contient des caractères que la fenêtre ne peut pas tenir."},
   };
   for (const auto& [name, reason] : names) {
     Start(name, {"Secret1"});

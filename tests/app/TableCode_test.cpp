@@ -76,7 +76,8 @@ TEST_F(TableCodeTest, OnlyCharactersFrom32To125Count) {
   for (std::uint8_t code = 32; code <= 125; ++code) all += Character(code);
   EXPECT_TRUE(ToutCompte(all));
   EXPECT_TRUE(ToutCompte(""));
-  for (const char* text : {"é", "a~", "\x7F", "\tb", "€", "\xF0\x9F\x98\x80", "\xE4\xB8\xAD", "\xFF"}) EXPECT_FALSE(ToutCompte(text)) << text;
+  for (const char* text : {"é", "a~", "\x7F", "\tb", "€", "\xF0\x9F\x98\x80", "\xE4\xB8\xAD", "\xFF"})
+    EXPECT_FALSE(ToutCompte(text)) << text;
   EXPECT_FALSE(ToutCompte(std::string(1, '\0')));
 }
 

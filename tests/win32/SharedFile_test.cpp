@@ -130,7 +130,8 @@ int Changes(const TurnsRead& turns) {
   std::map<int, bool> windows;
   for (const std::string& row : turns.log) windows[std::atoi(row.c_str())] = row.find("|Windows") != std::string::npos;
   int changes = 0;
-  for (auto turn = windows.begin(); turn != windows.end(); ++turn) changes += std::next(turn) != windows.end() && turn->second != std::next(turn)->second;
+  for (auto turn = windows.begin(); turn != windows.end(); ++turn)
+    changes += std::next(turn) != windows.end() && turn->second != std::next(turn)->second;
   return changes;
 }
 

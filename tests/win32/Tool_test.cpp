@@ -116,7 +116,8 @@ TEST_F(AccessVolumes, OtherProgramsOfTheUserMayNotReadTheToolsMemory) {
     ASSERT_TRUE(GetAce(list, i, &entry));
     auto* const allowed = static_cast<ACCESS_ALLOWED_ACE*>(entry);
     EXPECT_EQ(allowed->Header.AceType, ACCESS_ALLOWED_ACE_TYPE);
-    const bool privileged = IsWellKnownSid(&allowed->SidStart, WinLocalSystemSid) || IsWellKnownSid(&allowed->SidStart, WinBuiltinAdministratorsSid);
+    const bool privileged =
+        IsWellKnownSid(&allowed->SidStart, WinLocalSystemSid) || IsWellKnownSid(&allowed->SidStart, WinBuiltinAdministratorsSid);
     EXPECT_TRUE(privileged || (allowed->Mask & (PROCESS_VM_READ | PROCESS_DUP_HANDLE | WRITE_DAC)) == 0) << i;
   }
   PostMessageW(form_, WM_CLOSE, 0, 0);

@@ -329,7 +329,9 @@ TEST_F(Win32FormTest, TextsStandWholeAtEverySizeOfTheUsersTexts) {
 
 TEST_F(Win32FormTest, ACharacterOfCode0StandsAsOneThatTheBoxCanHold) {
   secret_->Text(std::string("a\0b", 3));
-  EXPECT_EQ(secret_->Text(), "a\xEF\xBF\xBD" "b");
+  EXPECT_EQ(secret_->Text(),
+            "a\xEF\xBF\xBD"
+            "b");
 }
 
 TEST_F(Win32FormTest, AMessageBoxWithTwoButtonsTellsWhichOneWasPressed) {

@@ -147,7 +147,7 @@ class Wrapped : public Contract, public HasWidget {
   void AccessibleName(const std::string& name) override { widget_.setAccessibleName(FromText(name)); }
 
  protected:
-  Widget& widget_;  // owned by the dialog
+  Widget& widget_;                 // owned by the dialog
   std::function<void()> changed_;  // its text is another one
 };
 
@@ -242,7 +242,8 @@ class QtLabel : public Wrapped<Label, QLabel> {
     changed_();
   }
   bool Fits(const QFontMetrics& metrics, QSize size) const override {
-    const QRect text = metrics.boundingRect(QRect(0, 0, size.width(), kLongestText), Qt::TextWordWrap | Qt::TextShowMnemonic, widget_.text());
+    const QRect text =
+        metrics.boundingRect(QRect(0, 0, size.width(), kLongestText), Qt::TextWordWrap | Qt::TextShowMnemonic, widget_.text());
     return text.width() <= size.width() && text.height() <= size.height();
   }
   void Buddy(Control& control) override { widget_.setBuddy(&WidgetOf(control)); }
@@ -282,7 +283,8 @@ class QtForm : public Form {
   Button& AddButton(const std::string& name, Rectangle place) override {
     auto& widget = Make<PushButton>(name);
     widget.setAutoDefault(true);
-    auto& button = Keep(std::make_unique<QtButton>(widget, place, [this] { Layout(); }, cancelButton_));
+    auto& button = Keep(std::make_unique<QtButton>(
+        widget, place, [this] { Layout(); }, cancelButton_));
     widget.onFocus = [this] { border_.Guard([&] { FocusOn(nullptr); }); };
     QObject::connect(&widget, &QPushButton::clicked, &dialog_, [this, &button] {
       border_.Guard([&] {
@@ -359,7 +361,8 @@ class QtForm : public Form {
     if (std::exchange(layingOut_, true)) return;
     const QFont font = QApplication::font(&dialog_);
     const QSize room = screen_.availableGeometry().size();
-    const double greatest = std::min(room.width() / static_cast<double>(X(clientWidth_)), room.height() / static_cast<double>(Y(clientHeight_)));
+    const double greatest =
+        std::min(room.width() / static_cast<double>(X(clientWidth_)), room.height() / static_cast<double>(Y(clientHeight_)));
     growth_ = FindGrowth(greatest, [&](const Growth& growth) { return TextsFit(Scaled(font, growth.texts), growth.places); });
     dialog_.setFont(growth_.texts < 1 ? Scaled(font, growth_.texts) : QFont());
     dialog_.setFixedSize(ClientSize());

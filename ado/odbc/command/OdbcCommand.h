@@ -42,9 +42,9 @@ class OdbcCommand final : public ProviderCommand {
   bool isSingle_ = false;
   bool changesSchema_ = false;
   std::optional<Statement> statement_;
-  std::optional<ParameterSet> set_;           // of the last execution; its statement outlives it
-  std::vector<std::optional<Kind>> kinds_;    // of its values; none where the shape depends on more
-  std::optional<bool> givesRows_;             // once it has run
+  std::optional<ParameterSet> set_;         // of the last execution; its statement outlives it
+  std::vector<std::optional<Kind>> kinds_;  // of its values; none where the shape depends on more
+  std::optional<bool> givesRows_;           // once it has run
   std::int32_t timeoutSeconds_ = 0;
   std::int64_t schema_ = 0;  // version for which it was prepared
 };

@@ -109,7 +109,7 @@ class OdbcRowset final : public ProviderRowset {
   std::vector<FieldInfo> fields_;
   std::optional<RowReader> reader_;
   std::optional<RowWriter> writer_;
-  bool isSingle_ = false;  // may be sent again when the server has undone it
+  bool isSingle_ = false;     // may be sent again when the server has undone it
   bool moreResults_ = false;  // those behind the rows are still to be walked through
   bool described_ = false;
   bool executed_ = false;
@@ -117,14 +117,14 @@ class OdbcRowset final : public ProviderRowset {
   bool keepsRows_ = false;
   bool static_ = false;
   bool exhausted_ = false;
-  RowStore rows_;                     // kept ones
-  std::optional<std::size_t> hole_;   // one of them that is none of the cursor's: those behind it stand one place later
-  std::map<std::size_t, Mark> marks_; // by position; of few rows
-  std::size_t row_ = 0;               // position of the current kept one
-  Row read_;                          // the row that is being kept
-  bool unkept_ = false;               // the reader stands on a row that is still to be kept
-  bool inserted_ = false;             // the current row is the one that was just inserted
-  std::unique_ptr<Changes> changes_;  // of a current row that is not kept
+  RowStore rows_;                      // kept ones
+  std::optional<std::size_t> hole_;    // one of them that is none of the cursor's: those behind it stand one place later
+  std::map<std::size_t, Mark> marks_;  // by position; of few rows
+  std::size_t row_ = 0;                // position of the current kept one
+  Row read_;                           // the row that is being kept
+  bool unkept_ = false;                // the reader stands on a row that is still to be kept
+  bool inserted_ = false;              // the current row is the one that was just inserted
+  std::unique_ptr<Changes> changes_;   // of a current row that is not kept
   std::size_t chunkField_ = SIZE_MAX;
   std::size_t chunkOffset_ = 0;
   Variant chunkValue_;  // read in pieces

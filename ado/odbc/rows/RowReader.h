@@ -25,7 +25,8 @@ using BlockSeam = std::function<void(std::size_t column, std::span<std::byte> va
 class RowReader {
  public:
   /// statement, fields and columns must outlive the reader; what the plan says is executed. Columns are bound when the first row is fetched.
-  RowReader(Statement& statement, const std::vector<FieldInfo>& fields, const std::vector<ColumnDescription>& columns, const ReadPlan& plan);
+  RowReader(Statement& statement, const std::vector<FieldInfo>& fields, const std::vector<ColumnDescription>& columns,
+            const ReadPlan& plan);
 
   /// What the statement must give: the fields, then their companions.
   [[nodiscard]] std::size_t ColumnCount() const noexcept { return columns_.size(); }
@@ -100,11 +101,11 @@ class RowReader {
   bool asksTypes_ = false;
   bool singly_ = false;
   std::size_t blockRows_ = 1;
-  std::size_t fetched_ = 0;  // rows of the current block
-  std::size_t before_ = 0;   // rows of the blocks before it
-  std::vector<std::uint16_t> status_;            // of each row of the block
-  std::optional<runtime::Error> spoilt_;         // what the driver said of the block's rows that it could not give
-  std::size_t row_ = 0;      // in the block
+  std::size_t fetched_ = 0;               // rows of the current block
+  std::size_t before_ = 0;                // rows of the blocks before it
+  std::vector<std::uint16_t> status_;     // of each row of the block
+  std::optional<runtime::Error> spoilt_;  // what the driver said of the block's rows that it could not give
+  std::size_t row_ = 0;                   // in the block
   bool bound_ = false;
   bool unboundColumns_ = false;
   bool ended_ = false;

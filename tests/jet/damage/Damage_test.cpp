@@ -192,7 +192,8 @@ TEST(Damage, OfRealFilesEndsInErrorsWithAPlace) {
   if (samples == nullptr) GTEST_SKIP() << "JET_SAMPLES does not name the folder of real files";
   unsigned seed = 1;
   std::vector<std::filesystem::path> paths;
-  for (const std::filesystem::path& place : {std::filesystem::path(samples), std::filesystem::absolute(samples).parent_path() / "samples2"}) {
+  for (const std::filesystem::path& place :
+       {std::filesystem::path(samples), std::filesystem::absolute(samples).parent_path() / "samples2"}) {
     if (!std::filesystem::is_directory(place)) continue;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(place)) {
       if (entry.path().extension() == ".mdb") paths.push_back(entry.path());

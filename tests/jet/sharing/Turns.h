@@ -18,8 +18,8 @@ void AddTurns(const std::string& path);
 [[nodiscard]] std::string NoteOf(int turn, int part);
 
 struct Taker {
-  std::string path;    ///< the file
-  std::string who;     ///< written into the log; no two takers have the same
+  std::string path;  ///< the file
+  std::string who;   ///< written into the log; no two takers have the same
   std::uint32_t seed = 0;
   std::string report;  ///< gets a line "turn gone" after the commit of each turn
   std::string stop;    ///< takes turns until a file of this name is there,
