@@ -23,10 +23,10 @@ inline constexpr std::int32_t kLargeurNom = 30;
 inline constexpr std::int32_t kLargeurChamps = 50;
 
 /// The columns of the catalog tables that this layer writes, and their values for one table, field or index. The others
-/// keep the backend's defaults.
-inline constexpr std::array kColonnesTbl{"NOM", "MVT"};
-inline constexpr std::array kColonnesFld{"TABLE", "NO", "NOM"};
-inline constexpr std::array kColonnesIdx{"TABLE", "NOM", "CHAMPS", "PRIMAIRE", "UNIQUE"};
+/// keep the backend's defaults. Not inline: the linker for Windows took two objects with the same ones for two definitions.
+constexpr std::array kColonnesTbl{"NOM", "MVT"};
+constexpr std::array kColonnesFld{"TABLE", "NO", "NOM"};
+constexpr std::array kColonnesIdx{"TABLE", "NOM", "CHAMPS", "PRIMAIRE", "UNIQUE"};
 [[nodiscard]] std::array<runtime::Variant, kColonnesTbl.size()> ValeursTbl(const DbTbl& tbl);
 [[nodiscard]] std::array<runtime::Variant, kColonnesFld.size()> ValeursFld(const DbTbl& tbl, const DbFld& fld, std::int16_t numero);
 [[nodiscard]] std::array<runtime::Variant, kColonnesIdx.size()> ValeursIdx(const DbTbl& tbl, const DbIdx& idx);
