@@ -164,24 +164,12 @@ std::string Filled(std::string_view sentence, const std::vector<std::string_view
   return filled;
 }
 
-/// The names of a sentence that is not known.
-std::string Names(std::string_view english) {
-  std::string names;
-  for (std::size_t open = english.find('"'); open != std::string_view::npos; open = english.find('"')) {
-    const std::size_t close = english.find('"', open + 1);
-    if (close == std::string_view::npos) break;
-    if (!names.empty()) names += ", ";
-    names += english.substr(open, close - open + 1);
-    english.remove_prefix(close + 1);
-  }
-  return names;
-}
-
-std::string French(std::string_view english) {
+/// The sentence in French; nothing when it is not known.
+std::optional<std::string> French(std::string_view english) {
   for (const Sentence& sentence : kSentences) {
     if (const auto captured = Captured(english, sentence.english)) return Filled(sentence.french, *captured);
   }
-  return Names(english);
+  return std::nullopt;
 }
 
 /// What stands behind a sentence.
@@ -196,12 +184,13 @@ std::string FrenchReason(std::string_view english) {
   for (const Sentence& place : kPlaces) {
     auto captured = Captured(english, place.english);
     if (!captured) continue;
-    std::string reason = FrenchReason(captured->front());
+    const std::string_view sentence = captured->front();
+    std::string reason = FrenchReason(sentence);
+    if (reason == sentence) break;
     captured->erase(captured->begin());
-    if (!reason.empty()) reason += ' ';
-    return reason + Filled(place.french, *captured);
+    return reason + ' ' + Filled(place.french, *captured);
   }
-  return French(english);
+  return French(english).value_or(std::string(english));
 }
 
 }  // namespace tamlo::ado::jetprovider

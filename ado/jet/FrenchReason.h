@@ -5,8 +5,8 @@
 
 namespace tamlo::ado::jetprovider {
 
-/// The engine's reason for an error, which is English, for a French message: the sentence in French where it is a known one, else the names
-/// (between double quotes) that it tells; and the place (page, offset, character) in either case. "" when it tells none of these.
+/// The engine's reason for an error, which is English, for a French message: the sentence in French with the place behind it (page, offset,
+/// character) where it is a known one. A sentence that is not known stays whole, as the engine says it: what it tells may be all that helps.
 [[nodiscard]] std::string FrenchReason(std::string_view english);
 
 }  // namespace tamlo::ado::jetprovider
