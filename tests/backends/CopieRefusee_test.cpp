@@ -70,7 +70,8 @@ class CopieRefusee : public testing::TestWithParam<std::string> {
   static bool Nomme(const std::string& description, const std::string& colonne) {
     const std::string texte = runtime::LowerCase(description);
     const auto contient = [&](const std::string& cherche) { return texte.find(cherche) != std::string::npos; };
-    return contient("colonne " + colonne + " : ") || contient("column \"" + colonne + "\"") || contient("column \"" + colonne + " ");
+    return contient("colonne " + colonne + " : ") || contient("colonne \"" + colonne + "\"") || contient("column \"" + colonne + "\"") ||
+           contient("column \"" + colonne + " ");
   }
 
   BaseOuverte source_{BackendNomme(GetParam() == "Sqlite" ? "MariaDb" : "Sqlite")};

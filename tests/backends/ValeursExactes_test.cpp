@@ -133,7 +133,7 @@ TEST(ValeursExactes, NoDayOfAServerBecomesAnotherOneInAnAccessFile) {
     const auto erreur = runtime::IgnoringErrors([&] { (void)source->CopieDonnees("T", *cible); });
     EXPECT_EQ(erreur.number, runtime::kProviderFailure) << jour << ": " << cible.Dit("SELECT D FROM T");
     EXPECT_TRUE(erreur.description.starts_with("copie de la table T : ligne 1 : Type de données incompatible : ")) << erreur.description;
-    EXPECT_TRUE(erreur.description.ends_with(" is not a date, column \"D\"")) << erreur.description;
+    EXPECT_TRUE(erreur.description.ends_with(" n'est pas une date, colonne \"D\"")) << erreur.description;
   }
 }
 
