@@ -2,6 +2,7 @@
 #include <optional>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "runtime/Conversions.h"
@@ -54,6 +55,195 @@ class Model {
   }
 };
 
+/// One operation after another, done to the recordset and to the model alike.
+class Walk {
+ public:
+  /// All three must outlive it.
+  Walk(ado::Recordset& rows, Model& model, std::mt19937& random) : rs_(rows), model_(model), random_(random) {}
+
+  /// Does a random operation. Afterwards Got and Expected are the numbers of its error, 0 for none.
+  void Step();
+  [[nodiscard]] std::int32_t Got() const { return got_; }
+  [[nodiscard]] std::int32_t Expected() const { return expected_; }
+  /// Which operations there were.
+  [[nodiscard]] const std::string& Trace() const { return trace_; }
+
+ private:
+  int Below(int limit) { return static_cast<int>(random_() % static_cast<unsigned>(limit)); }
+  template <typename What>
+  void Call(What&& what) {
+    got_ = runtime::IgnoringErrors(std::forward<What>(what)).number;
+  }
+  /// Beyond the end on that side, or without a row at all.
+  [[nodiscard]] bool AtEnd(int way) const { return model_.Emptied() || Past(way); }
+  [[nodiscard]] bool Past(int way) const { return way > 0 ? model_.at >= model_.End() : model_.at < 0; }
+
+  void MoveToEnd(bool first);
+  void MoveOne(int way);
+  void Move();
+  void AbsolutePosition();
+  void Bookmark();
+  void AddNew();
+  void Change();
+  void Delete();
+  void Find();
+
+  ado::Recordset& rs_;
+  Model& model_;
+  std::mt19937& random_;
+  std::int32_t nextId_ = 100;
+  std::optional<Variant> mark_;
+  std::ptrdiff_t marked_ = 0;
+  std::int32_t got_ = 0;
+  std::int32_t expected_ = 0;
+  std::string trace_;
+};
+
+void Walk::Step() {
+  got_ = expected_ = 0;
+  const int operation = Below(12);
+  trace_ += " " + std::to_string(operation);
+  switch (operation) {
+    case 0:
+    case 1:
+      return MoveToEnd(operation == 0);
+    case 2:
+    case 3:
+      return MoveOne(1);
+    case 4:
+      return MoveOne(-1);
+    case 5:
+      return Move();
+    case 6:
+      return AbsolutePosition();
+    case 7:
+      return Bookmark();
+    case 8:
+      return AddNew();
+    case 9:
+      return Change();
+    case 10:
+      return Delete();
+    default:
+      return Find();
+  }
+}
+
+void Walk::MoveToEnd(bool first) {
+  Call([&] { first ? rs_.MoveFirst() : rs_.MoveLast(); });
+  model_.ToEnd(first ? -1 : 1);
+  model_.Step(first ? 1 : -1);
+  if (model_.OnRow()) return;
+  expected_ = 3021;
+  model_.ToEnd(1);
+}
+
+void Walk::MoveOne(int way) {
+  Call([&] { way > 0 ? rs_.MoveNext() : rs_.MovePrevious(); });
+  if (AtEnd(way)) {
+    expected_ = 3021;
+  } else {
+    model_.Step(way);
+  }
+}
+
+void Walk::Move() {
+  const int count = Below(9) - 4;
+  Call([&] { rs_.Move(count); });
+  if (count == 0) return;
+  const int way = count > 0 ? 1 : -1;
+  if (AtEnd(way)) {
+    expected_ = 3021;
+    return;
+  }
+  for (int i = 0; i < std::abs(count) && !Past(way); ++i) model_.Step(way);
+}
+
+void Walk::AbsolutePosition() {
+  const int number = Below(8);
+  Call([&] { rs_.AbsolutePosition(number); });
+  if (number < 1 || number > model_.Count()) {
+    expected_ = 3001;
+    return;
+  }
+  model_.ToEnd(-1);
+  for (int i = 0; i < number; ++i) model_.Step(1);
+}
+
+/// Taken, or gone back to.
+void Walk::Bookmark() {
+  if (!mark_ || Below(2) != 0) {
+    Call([&] { mark_ = rs_.Bookmark(); });
+    if (model_.OnRow()) {
+      marked_ = model_.at;
+    } else {
+      expected_ = 3021;
+    }
+    return;
+  }
+  Call([&] { rs_.Bookmark(*mark_); });
+  if (model_.rows[static_cast<std::size_t>(marked_)].gone) {
+    expected_ = 3021;
+    return;
+  }
+  model_.at = marked_;
+  model_.deleted = false;
+}
+
+void Walk::AddNew() {
+  const std::int32_t id = nextId_++;
+  Call([&] {
+    rs_.AddNew();
+    rs_.Fields("ID").Value(id);
+    rs_.Fields("N").Value(id % 4);
+    rs_.Update();
+  });
+  model_.rows.push_back({id, id % 4});
+  model_.at = model_.End() - 1;
+  model_.deleted = false;
+}
+
+/// Saved by Update or by the next move.
+void Walk::Change() {
+  const std::int32_t number = Below(100);
+  const bool update = Below(2) == 0;
+  Call([&] {
+    rs_.Fields("N").Value(number);
+    if (update) {
+      rs_.Update();
+    } else {
+      rs_.Move(0);
+    }
+  });
+  if (model_.OnRow()) {
+    model_.Current().number = number;
+  } else {
+    expected_ = 3021;
+  }
+}
+
+void Walk::Delete() {
+  Call([&] { rs_.Delete(); });
+  if (model_.OnRow()) {
+    model_.Current().gone = model_.deleted = true;
+  } else {
+    expected_ = 3021;
+  }
+}
+
+void Walk::Find() {
+  const int number = Below(6);
+  const int way = Below(2) == 0 ? 1 : -1;
+  Call([&] { rs_.Find("N = " + std::to_string(number), 0, way > 0 ? ado::adSearchForward : ado::adSearchBackward); });
+  if (model_.Emptied()) {
+    expected_ = 3021;
+    return;
+  }
+  if (Past(way)) return;
+  if (!model_.OnRow()) model_.Step(way);
+  while (model_.OnRow() && model_.Current().number != number) model_.Step(way);
+}
+
 class Traces : public SuiteTest {
  protected:
   /// What can be seen from outside.
@@ -81,169 +271,22 @@ class Traces : public SuiteTest {
     return seen + std::to_string(place) + " 3021";
   }
 
+  /// Up to eleven rows in the table, and the same ones in the model.
+  [[nodiscard]] Model Filled(std::mt19937& random) {
+    connection.Execute("DELETE FROM T");
+    Model model;
+    const auto rows = static_cast<std::int32_t>(random() % 12);
+    for (std::int32_t i = 0; i < rows; ++i) {
+      connection.Execute("INSERT INTO T VALUES (" + std::to_string(i) + ", " + std::to_string(i % 4) + ")");
+      model.rows.push_back({i, i % 4});
+    }
+    return model;
+  }
+  void ExpectStored(const Model& model);
   void Run(std::uint32_t seed, ado::LockType lock);
 };
 
-void Traces::Run(std::uint32_t seed, ado::LockType lock) {
-  SCOPED_TRACE("seed " + std::to_string(seed));
-  std::mt19937 random(seed);
-  const auto below = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned>(limit)); };
-  connection.Execute("DELETE FROM T");
-  Model model;
-  const int rows = below(12);
-  for (std::int32_t i = 0; i < rows; ++i) {
-    connection.Execute("INSERT INTO T VALUES (" + std::to_string(i) + ", " + std::to_string(i % 4) + ")");
-    model.rows.push_back({i, i % 4});
-  }
-  std::int32_t nextId = 100;
-  const bool waits = lock == ado::adLockBatchOptimistic;
-  auto rs = Open("SELECT * FROM T ORDER BY ID", ado::adOpenStatic, lock);
-  model.at = 0;
-  std::optional<Variant> mark;
-  std::ptrdiff_t marked = 0;
-  std::string trace;
-  for (int step = 0; step < 200; ++step) {
-    std::int32_t expected = 0;
-    std::int32_t got = 0;
-    const auto call = [&](auto&& what) { got = runtime::IgnoringErrors(what).number; };
-    const int op = below(12);
-    trace += " " + std::to_string(op);
-    switch (op) {
-      case 0:
-      case 1: {  // MoveFirst, MoveLast
-        call([&] { op == 0 ? rs.MoveFirst() : rs.MoveLast(); });
-        model.ToEnd(op == 0 ? -1 : 1);
-        model.Step(op == 0 ? 1 : -1);
-        if (!model.OnRow()) {
-          expected = 3021;
-          model.ToEnd(1);
-        }
-        break;
-      }
-      case 2:
-      case 3: {  // MoveNext
-        call([&] { rs.MoveNext(); });
-        if (model.at >= model.End() || model.Emptied()) {
-          expected = 3021;
-        } else {
-          model.Step(1);
-        }
-        break;
-      }
-      case 4: {  // MovePrevious
-        call([&] { rs.MovePrevious(); });
-        if (model.at < 0 || model.Emptied()) {
-          expected = 3021;
-        } else {
-          model.Step(-1);
-        }
-        break;
-      }
-      case 5: {  // Move
-        const int count = below(9) - 4;
-        call([&] { rs.Move(count); });
-        if (count == 0) break;
-        if (model.Emptied() || (count > 0 ? model.at >= model.End() : model.at < 0)) {
-          expected = 3021;
-          break;
-        }
-        for (int i = 0; i < std::abs(count); ++i) {
-          if (count > 0 ? model.at < model.End() : model.at >= 0) model.Step(count > 0 ? 1 : -1);
-        }
-        break;
-      }
-      case 6: {  // AbsolutePosition
-        const int number = below(8);
-        call([&] { rs.AbsolutePosition(number); });
-        if (number < 1 || number > model.Count()) {
-          expected = 3001;
-          break;
-        }
-        model.ToEnd(-1);
-        for (int i = 0; i < number; ++i) model.Step(1);
-        break;
-      }
-      case 7: {  // Bookmark, taken and gone back to
-        if (mark && below(2) == 0) {
-          call([&] { rs.Bookmark(*mark); });
-          if (model.rows[static_cast<std::size_t>(marked)].gone) {
-            expected = 3021;
-          } else {
-            model.at = marked;
-            model.deleted = false;
-          }
-        } else {
-          call([&] { mark = rs.Bookmark(); });
-          if (model.OnRow()) {
-            marked = model.at;
-          } else {
-            expected = 3021;
-          }
-        }
-        break;
-      }
-      case 8: {  // a new row
-        const std::int32_t id = nextId++;
-        call([&] {
-          rs.AddNew();
-          rs.Fields("ID").Value(id);
-          rs.Fields("N").Value(id % 4);
-          rs.Update();
-        });
-        model.rows.push_back({id, id % 4});
-        model.at = model.End() - 1;
-        model.deleted = false;
-        break;
-      }
-      case 9: {  // a change, saved by Update or by the next move
-        const std::int32_t number = below(100);
-        const bool update = below(2) == 0;
-        call([&] {
-          rs.Fields("N").Value(number);
-          if (update) {
-            rs.Update();
-          } else {
-            rs.Move(0);
-          }
-        });
-        if (model.OnRow()) {
-          model.Current().number = number;
-        } else {
-          expected = 3021;
-        }
-        break;
-      }
-      case 10: {  // Delete
-        call([&] { rs.Delete(); });
-        if (model.OnRow()) {
-          model.Current().gone = model.deleted = true;
-        } else {
-          expected = 3021;
-        }
-        break;
-      }
-      default: {  // Find
-        const int number = below(6);
-        const int way = below(2) == 0 ? 1 : -1;
-        call([&] { rs.Find("N = " + std::to_string(number), 0, way > 0 ? ado::adSearchForward : ado::adSearchBackward); });
-        if (model.Emptied()) {
-          expected = 3021;
-          break;
-        }
-        if (way > 0 ? model.at >= model.End() : model.at < 0) break;
-        if (!model.OnRow()) model.Step(way);
-        while (model.OnRow() && model.Current().number != number) model.Step(way);
-        break;
-      }
-    }
-    if (waits && below(20) == 0) rs.UpdateBatch();
-    ASSERT_EQ(got, expected) << "step " << step << " of" << trace;
-    ASSERT_EQ(Seen(rs), Expected(model)) << "step " << step << " of" << trace;
-  }
-  if (waits) {
-    rs.UpdateBatch();
-    ASSERT_EQ(Seen(rs), Expected(model));
-  }
+void Traces::ExpectStored(const Model& model) {
   auto stored = Open("SELECT * FROM T ORDER BY ID", ado::adOpenForwardOnly);
   for (const Row& row : model.rows) {
     if (row.gone) continue;
@@ -253,6 +296,26 @@ void Traces::Run(std::uint32_t seed, ado::LockType lock) {
     stored.MoveNext();
   }
   EXPECT_TRUE(stored.Eof());
+}
+
+void Traces::Run(std::uint32_t seed, ado::LockType lock) {
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  std::mt19937 random(seed);
+  Model model = Filled(random);
+  const bool waits = lock == ado::adLockBatchOptimistic;
+  auto rs = Open("SELECT * FROM T ORDER BY ID", ado::adOpenStatic, lock);
+  Walk walk(rs, model, random);
+  for (int step = 0; step < 200; ++step) {
+    walk.Step();
+    if (waits && random() % 20 == 0) rs.UpdateBatch();
+    ASSERT_EQ(walk.Got(), walk.Expected()) << "step " << step << " of" << walk.Trace();
+    ASSERT_EQ(Seen(rs), Expected(model)) << "step " << step << " of" << walk.Trace();
+  }
+  if (waits) {
+    rs.UpdateBatch();
+    ASSERT_EQ(Seen(rs), Expected(model));
+  }
+  ExpectStored(model);
 }
 
 TEST_P(Traces, AreThoseOfTheModel) {

@@ -81,20 +81,28 @@ class Access final : public Terrain {
     lue.defauts = tests::BackendNomme("Jet").Defauts(base);
     std::istringstream noms(Lance("mdb-tables -1 " + PourShell(base), &lue.defauts));
     for (std::string nom; std::getline(noms, nom);) {
-      if (nom.empty() || EstInterne(nom)) continue;
-      const auto lignes = Exporte(base, nom, lue);
-      auto& colonnes = lue.colonnes[nom];
-      if (!lignes.empty()) {
-        for (const auto& colonne : lignes[0]) colonnes.push_back(runtime::UpperCase(colonne));
-      }
-      const auto modele = attendu.tables.find(nom);
-      if (modele == attendu.tables.end()) continue;
-      // The head of its output has the names without quotes, whatever commas they hold.
-      std::vector<std::string> attendues;
-      for (const Colonne& c : modele->second.colonnes) attendues.push_back(c.nom);
-      if (Joint(colonnes) == Joint(attendues)) colonnes = attendues;
-      for (std::size_t i = 1; i < lignes.size(); ++i) RangeLigne(lue, nom, modele->second, lignes[i]);
+      if (!nom.empty() && !EstInterne(nom)) LitTable(base, nom, attendu, lue);
     }
+    LitCatalogue(base, lue);
+    return lue;
+  }
+
+ private:
+  static void LitTable(const std::string& base, const std::string& nom, const Etat& attendu, Lecture& lue) {
+    const auto lignes = Exporte(base, nom, lue);
+    auto& colonnes = lue.colonnes[nom];
+    if (!lignes.empty()) {
+      for (const auto& colonne : lignes[0]) colonnes.push_back(runtime::UpperCase(colonne));
+    }
+    const auto modele = attendu.tables.find(nom);
+    if (modele == attendu.tables.end()) return;
+    // The head of its output has the names without quotes, whatever commas they hold.
+    std::vector<std::string> attendues;
+    for (const Colonne& c : modele->second.colonnes) attendues.push_back(c.nom);
+    if (Joint(colonnes) == Joint(attendues)) colonnes = attendues;
+    for (std::size_t i = 1; i < lignes.size(); ++i) RangeLigne(lue, nom, modele->second, lignes[i]);
+  }
+  static void LitCatalogue(const std::string& base, Lecture& lue) {
     const auto texte = [](const std::string& champ) { return champ.front() == 'q' ? champ.substr(1) : champ; };
     for (const auto& ligne : Exporte(base, "$FLDKORV$", lue, "-H ")) {
       if (ligne.size() < 3) continue;
@@ -107,10 +115,7 @@ class Access final : public Terrain {
     for (const auto& ligne : Exporte(base, "$TBLKORV$", lue, "-H ")) {
       if (!ligne.empty()) lue.tables.push_back(texte(ligne[0]));
     }
-    return lue;
   }
-
- private:
   static std::vector<std::vector<std::string>> Exporte(const std::string& base, const std::string& table, Lecture& lue,
                                                        const std::string& option = {}) {
     return Csv(Lance("mdb-export " + option + "-b hex -0 '~N~' -T '%Y-%m-%d %H:%M:%S' -D '%Y-%m-%d' " + PourShell(base) + " " +

@@ -221,24 +221,30 @@ void Workload::DropColumn(Database& database) {
   for (auto& [id, row] : table->rows) row.erase(row.begin() + static_cast<std::ptrdiff_t>(column));
 }
 
-void Workload::CreateIndex(Database& database) {
-  std::string name;
-  ModelTable* table = AnyTable(name);
-  if (table == nullptr || table->indexes.size() > 5) return;
+IndexSpec Workload::RandomIndex(const ModelTable& table) {
   IndexSpec index;
   index.name = "I" + std::to_string(++counter_);
   std::set<std::size_t> chosen;
   for (std::size_t i = 1 + Below(3); i != 0; --i) {
-    const std::size_t column = Below(table->columns.size());
-    const ColumnType type = table->columns[column].type;
+    const std::size_t column = Below(table.columns.size());
+    const ColumnType type = table.columns[column].type;
     if (!limits_.textIndexes && (type == ColumnType::kText || type == ColumnType::kMemo)) continue;
     if (type == ColumnType::kOle || !chosen.insert(column).second) continue;
-    index.columns.push_back({table->columns[column].name, Chance(30)});
+    index.columns.push_back({table.columns[column].name, Chance(30)});
   }
-  if (index.columns.empty()) return;
+  if (index.columns.empty()) return index;
   index.unique = Chance(25);
   index.ignoreNulls = Chance(30);
   index.required = !index.ignoreNulls && Chance(10);
+  return index;
+}
+
+void Workload::CreateIndex(Database& database) {
+  std::string name;
+  ModelTable* table = AnyTable(name);
+  if (table == nullptr || table->indexes.size() > 5) return;
+  const IndexSpec index = RandomIndex(*table);
+  if (index.columns.empty()) return;
   ModelTable probe = *table;
   probe.indexes = {index};
   std::optional<ErrorCode> obstacle;
@@ -288,17 +294,21 @@ void Workload::Insert(Database& database) {
   }
 }
 
+std::vector<Value> Workload::Changed(const ModelTable& table, const std::vector<Value>& row) {
+  std::vector<Value> changed = row;
+  for (std::size_t i = 1; i < table.columns.size(); ++i) {
+    if (Chance(40)) changed[i] = RandomValue(table.columns[i]);
+  }
+  return changed;
+}
+
 void Workload::Update(Database& database) {
   std::string name;
   ModelTable* table = AnyTable(name);
   if (table == nullptr || table->rows.empty()) return;
   auto row = std::next(table->rows.begin(), static_cast<std::ptrdiff_t>(Below(table->rows.size())));
-  std::vector<Value> expected = row->second;
+  const std::vector<Value> expected = Changed(*table, row->second);
   std::vector<Assignment> assignments;
-  for (std::size_t i = 1; i < table->columns.size(); ++i) {
-    if (!Chance(40)) continue;
-    expected[i] = RandomValue(table->columns[i]);
-  }
   for (std::size_t i = 1; i < table->columns.size(); ++i) {
     if (expected[i] != row->second[i]) assignments.push_back({i, &expected[i], nullptr});
   }
@@ -447,14 +457,35 @@ Untouched AllTables(Database& database) {
   return tables;
 }
 
-std::string Compare(Database& database, const Model& model, const Untouched& others) {
+namespace {
+
+std::string CompareUntouched(Database& database, const Untouched& others) {
+  if (others.empty()) return {};
   std::string differences;
-  if (!others.empty()) {
-    const Untouched now = AllTables(database);
-    for (const auto& [name, rows] : others) {
-      if (const auto found = now.find(name); found == now.end() || found->second != rows) differences += "table " + name + " was changed\n";
-    }
+  const Untouched now = AllTables(database);
+  for (const auto& [name, rows] : others) {
+    if (const auto found = now.find(name); found == now.end() || found->second != rows) differences += "table " + name + " was changed\n";
   }
+  return differences;
+}
+
+std::string CompareTable(Table& table, const ModelTable& expected) {
+  std::string own;
+  if (table.Columns().size() != expected.columns.size()) own += std::to_string(table.Columns().size()) + " columns\n";
+  for (std::size_t i = 0; i < std::min(table.Columns().size(), expected.columns.size()); ++i) {
+    if (table.Columns()[i].name != expected.columns[i].name)
+      own += "column " + table.Columns()[i].name + " instead of " + expected.columns[i].name + "\n";
+  }
+  if (table.Indexes().size() != expected.indexes.size()) own += std::to_string(table.Indexes().size()) + " indexes\n";
+  if (own.empty()) own += CompareRows(table, expected);
+  for (const IndexSpec& index : expected.indexes) own += CompareIndex(table, expected, index);
+  return own;
+}
+
+}  // namespace
+
+std::string Compare(Database& database, const Model& model, const Untouched& others) {
+  std::string differences = CompareUntouched(database, others);
   std::set<std::string> names;
   for (const CatalogObject& object : database.Objects()) {
     if (object.kind == ObjectKind::kTable) names.insert(object.name);
@@ -467,17 +498,7 @@ std::string Compare(Database& database, const Model& model, const Untouched& oth
       differences += "no table " + name + "\n";
       continue;
     }
-    Table& table = database.OpenTable(name);
-    std::string own;
-    if (table.Columns().size() != expected.columns.size()) own += std::to_string(table.Columns().size()) + " columns\n";
-    for (std::size_t i = 0; i < std::min(table.Columns().size(), expected.columns.size()); ++i) {
-      if (table.Columns()[i].name != expected.columns[i].name)
-        own += "column " + table.Columns()[i].name + " instead of " + expected.columns[i].name + "\n";
-    }
-    if (table.Indexes().size() != expected.indexes.size()) own += std::to_string(table.Indexes().size()) + " indexes\n";
-    if (own.empty()) own += CompareRows(table, expected);
-    for (const IndexSpec& index : expected.indexes) own += CompareIndex(table, expected, index);
-    if (!own.empty()) differences += name + ": " + own;
+    if (const std::string own = CompareTable(database.OpenTable(name), expected); !own.empty()) differences += name + ": " + own;
   }
   for (const Finding& finding : database.Check()) {
     differences +=

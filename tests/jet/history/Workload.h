@@ -53,6 +53,10 @@ class Workload {
   ModelTable* AnyTable(std::string& name);
   Value RandomValue(const ColumnDef& column);
   ColumnDef RandomColumn(std::size_t number);
+  /// Without columns when nothing that can be indexed was met.
+  IndexSpec RandomIndex(const ModelTable& table);
+  /// The row with some of its values, never the first, drawn anew.
+  std::vector<Value> Changed(const ModelTable& table, const std::vector<Value>& row);
   std::string RandomText(std::size_t longest);
   Bytes RandomBytes(std::size_t longest);
 
