@@ -3,6 +3,7 @@
 #include "app/Demarrage.h"
 #include "app/LigneCommande.h"
 #include "app/Processus.h"
+#include "app/Terminal.h"
 #include "providers/Fournisseurs.h"
 #include "runtime/Secret.h"
 #include "ui/Platform.h"
@@ -27,6 +28,7 @@ std::unique_ptr<tamlo::ui::Platform> MakePlatform() {
 /// The one place that knows platform and providers, and plugs them into the tool.
 int main(int argc, char** argv) {
   tamlo::app::ProtegeMemoire();
+  if (const auto reponse = tamlo::app::ReponseTerminal(argc, argv)) return tamlo::app::EcritTerminal(*reponse) ? 0 : 1;
   // Passwords leave the argument list before anything slow happens.
   tamlo::app::LigneLue ligne = tamlo::app::LitLigneCommande(argc, argv);
   tamlo::app::LigneCommande(ligne.texte, ligne.guillemet);
