@@ -1,6 +1,6 @@
 #include "db/DataBase.h"
 #include "db/copie/Copie.h"
-#include "db/copie/PompeLignes.h"
+#include "db/pompe/PompeLignes.h"
 #include "db/kinds/Moteur.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
@@ -25,12 +25,12 @@ std::string NomBase(const DataBase& cible, const std::string& nom) {
   return table == nullptr ? nom : table->Name();
 }
 
-CibleLignes Cible(DataBase& cible, const std::string& nom, const ado::Recordset& source) {
+pompe::CibleLignes Cible(DataBase& cible, const std::string& nom, const ado::Recordset& source) {
   const std::string texte = "SELECT * FROM [" + nom + "]";
-  CibleLignes lignes;
+  pompe::CibleLignes lignes;
   auto description = cible.OpenRecordSet(texte, 0);
   // The sizes of some kinds' drivers are no promise: a column without a length is told with one.
-  lignes.colonnes = ColonnesCible(source, description, cible.Moteur().faits.longueursSures);
+  lignes.colonnes = pompe::ColonnesCible(source, description, cible.Moteur().faits.longueursSures);
   description.Close();
   lignes.connexion = &cible.Connexion();
   lignes.table = NomBase(cible, nom);
@@ -45,7 +45,7 @@ CopieBilan CopieLignes(const DataBase& source, DataBase& cible, const std::strin
   const std::string contexte = "copie de la table " + nom;
   try {
     auto lues = source.OpenRecordSet("SELECT * FROM [" + nom + "]", 0);
-    return PompeLignes(lues, Cible(cible, nom, lues), options, &source.Connexion() != &cible.Connexion());
+    return pompe::PompeLignes(lues, Cible(cible, nom, lues), options, &source.Connexion() != &cible.Connexion());
   } catch (ErreurCopie& erreur) {
     erreur.WithContext(contexte);
     throw;

@@ -1,5 +1,5 @@
 // The pump of rows between two connections, without a DataBase.
-#include "db/copie/PompeLignes.h"
+#include "db/pompe/PompeLignes.h"
 
 #include "ado/Connection.h"
 #include "tests/ddl/BaseEnregistree.h"
@@ -33,14 +33,14 @@ class PompeLignes : public testing::Test {
   }
   db::CopieBilan Pompe(const db::CopieOptions& options = {}) {
     auto source = Ouvre(source_, "DE");
-    db::copie::CibleLignes cible;
+    db::pompe::CibleLignes cible;
     auto description = Ouvre(cible_, "VERS");
-    cible.colonnes = db::copie::ColonnesCible(source, description, true);
+    cible.colonnes = db::pompe::ColonnesCible(source, description, true);
     description.Close();
     cible.connexion = &cible_;
     cible.table = "VERS";
     cible.ouvre = [&] { return Ouvre(cible_, "VERS", ado::adOpenDynamic, ado::adLockOptimistic); };
-    const auto bilan = db::copie::PompeLignes(source, cible, options, true);
+    const auto bilan = db::pompe::PompeLignes(source, cible, options, true);
     EXPECT_FALSE(source.IsOpen());
     return bilan;
   }

@@ -1,4 +1,4 @@
-#include "db/copie/PompeLignes.h"
+#include "db/pompe/PompeLignes.h"
 
 #include <chrono>
 #include <string>
@@ -6,7 +6,7 @@
 
 #include "runtime/Error.h"
 
-namespace tamlo::db::copie {
+namespace tamlo::db::pompe {
 
 namespace {
 
@@ -105,4 +105,4 @@ CopieBilan PompeLignes(ado::Recordset& source, const CibleLignes& cible, const C
   return bilan;
 }
 
-}  // namespace tamlo::db::copie
+}  // namespace tamlo::db::pompe

@@ -6,7 +6,7 @@
 #include "ado/Recordset.h"
 #include "ado/Types.h"
 
-namespace tamlo::db::copie {
+namespace tamlo::db::pompe {
 
 /// A long value on its way from one database to another: in memory while it is short, in a temporary file beyond that. So a row of any
 /// size passes in bounded memory, and the two connections are never needed at the same moment.
@@ -33,4 +33,4 @@ class ValeurLongue {
   std::unique_ptr<std::FILE, Ferme> fichier_;
 };
 
-}  // namespace tamlo::db::copie
+}  // namespace tamlo::db::pompe

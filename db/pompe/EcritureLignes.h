@@ -10,9 +10,9 @@
 #include "ado/BulkInsert.h"
 #include "ado/Connection.h"
 #include "ado/Recordset.h"
-#include "db/copie/LignesSource.h"
+#include "db/pompe/LignesSource.h"
 
-namespace tamlo::db::copie {
+namespace tamlo::db::pompe {
 
 /// A column of the target: its name there, the characters that it holds at most (0: whatever the backend takes), and whether it holds days or
 /// times as the source's does.
@@ -65,4 +65,4 @@ class EcritureLignes {
   std::size_t retenus_ = 0;
 };
 
-}  // namespace tamlo::db::copie
+}  // namespace tamlo::db::pompe

@@ -1,4 +1,4 @@
-#include "db/copie/ValeurLongue.h"
+#include "db/pompe/ValeurLongue.h"
 
 #include <algorithm>
 #include <string>
@@ -7,7 +7,7 @@
 #include "base/Utf8.h"
 #include "runtime/Error.h"
 
-namespace tamlo::db::copie {
+namespace tamlo::db::pompe {
 
 namespace {
 
@@ -66,4 +66,4 @@ ado::ChunkSource ValeurLongue::Source() const {
   };
 }
 
-}  // namespace tamlo::db::copie
+}  // namespace tamlo::db::pompe

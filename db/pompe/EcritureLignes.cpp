@@ -1,4 +1,4 @@
-#include "db/copie/EcritureLignes.h"
+#include "db/pompe/EcritureLignes.h"
 
 #include <algorithm>
 #include <string_view>
@@ -6,7 +6,7 @@
 #include "runtime/Error.h"
 #include "runtime/Text.h"
 
-namespace tamlo::db::copie {
+namespace tamlo::db::pompe {
 
 namespace {
 
@@ -124,4 +124,4 @@ void EcritureLignes::EcritSeule(const LigneSource& ligne) {
   }
 }
 
-}  // namespace tamlo::db::copie
+}  // namespace tamlo::db::pompe

@@ -2,9 +2,9 @@
 
 #include "ado/Recordset.h"
 #include "db/BilanCopie.h"
-#include "db/copie/EcritureLignes.h"
+#include "db/pompe/EcritureLignes.h"
 
-namespace tamlo::db::copie {
+namespace tamlo::db::pompe {
 
 /// The one way in which rows go from one connection to another: reads source, open and before its first row, to its end, closes it, and writes
 /// the rows into cible. enAvance: a thread of its own reads ahead of the writing, by some megabytes; the two connections must then be two.
@@ -15,4 +15,4 @@ namespace tamlo::db::copie {
 /// nothing of a row is ever there in part.
 [[nodiscard]] CopieBilan PompeLignes(ado::Recordset& source, const CibleLignes& cible, const CopieOptions& options, bool enAvance);
 
-}  // namespace tamlo::db::copie
+}  // namespace tamlo::db::pompe

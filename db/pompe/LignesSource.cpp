@@ -1,12 +1,11 @@
-#include "db/copie/LignesSource.h"
+#include "db/pompe/LignesSource.h"
 
 #include <chrono>
 
 #include "runtime/Error.h"
 #include "runtime/Text.h"
-#include "support/Support.h"
 
-namespace tamlo::db::copie {
+namespace tamlo::db::pompe {
 
 namespace {
 
@@ -20,11 +19,11 @@ constexpr auto kDureeParBloc = std::chrono::milliseconds(50);
 bool EstTexteCourt(std::int16_t type) { return type == ado::adChar || type == ado::adWChar || type == ado::adVarWChar; }
 
 ado::Variant TexteACopier(ado::Variant valeur) {
-  if (support::EstVide(valeur)) return {};
-  if (const auto* texte = valeur.If<std::string>(); texte != nullptr && texte->ends_with(' ')) {
-    return std::string(runtime::TrimRight(*texte));
-  }
-  return valeur;
+  if (valeur.IsNull()) return {};
+  const auto* texte = valeur.If<std::string>();
+  if (texte == nullptr) return valeur;
+  if (runtime::Trim(*texte).empty()) return {};
+  return texte->ends_with(' ') ? std::string(runtime::TrimRight(*texte)) : valeur;
 }
 
 std::size_t Octets(const ado::Variant& valeur) {
@@ -142,4 +141,4 @@ BlocLignes LignesSource::Suivant(BlocLignes usage) {
   return bloc;
 }
 
-}  // namespace tamlo::db::copie
+}  // namespace tamlo::db::pompe

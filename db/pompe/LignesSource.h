@@ -12,9 +12,9 @@
 #include <vector>
 
 #include "ado/Recordset.h"
-#include "db/copie/ValeurLongue.h"
+#include "db/pompe/ValeurLongue.h"
 
-namespace tamlo::db::copie {
+namespace tamlo::db::pompe {
 
 /// One row of the source, ready for the target: for each column its value, Empty where nothing is to be written. A long value that lies in
 /// a file stands in fichiers at its column, and Empty here.
@@ -66,4 +66,4 @@ class LignesSource {
   std::optional<std::thread> fil_;
 };
 
-}  // namespace tamlo::db::copie
+}  // namespace tamlo::db::pompe
