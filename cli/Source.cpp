@@ -35,8 +35,8 @@ bool MatchesFolded(std::string_view name, std::string_view pattern) {
 }  // namespace
 
 std::unique_ptr<jet::Database> OpenFile(const std::string& name, bool toWrite) {
-  if (name.starts_with("odbc:") || name.find("://") != std::string::npos)
-    throw Failure(Status::kCannotOpen, Say(Said::kNotYet, {name.substr(0, name.find(':') + 1)}));
+  if (const auto address = AddressOf(name); address.engine != schema::Engine::kAccess)
+    throw Failure(Status::kCannotOpen, Say(Said::kOnlyAccess, {address.shown}));
   try {
     return jet::Database::Open(name, {.mode = toWrite ? jet::OpenMode::kShared : jet::OpenMode::kReadOnly});
   } catch (const jet::Error& error) {
@@ -52,6 +52,10 @@ std::vector<std::string> TablesNamed(jet::Database& database, const std::vector<
   for (const auto& object : database.Objects())
     if (object.kind == jet::ObjectKind::kTable && !object.name.starts_with('~')) all.push_back(object.name);
   std::sort(all.begin(), all.end(), [](const std::string& a, const std::string& b) { return base::LowerName(a) < base::LowerName(b); });
+  return NamesMatching(all, patterns);
+}
+
+std::vector<std::string> NamesMatching(const std::vector<std::string>& all, const std::vector<std::string>& patterns) {
   if (patterns.empty()) return all;
   std::vector<std::string> found;
   for (const std::string& name : all)

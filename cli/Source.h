@@ -1,21 +1,47 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "ado/Connection.h"
+#include "cli/Password.h"
 #include "jet/Database.h"
+#include "schema/Address.h"
 
 namespace tamlo::cli {
 
-/// Opens the Access file of that name, for reading unless it is to be written. Errors: Failure with kCannotOpen, whose text names the file.
+enum class Access { kRead, kWrite };
+
+/// An open database: a file of Access, or a connection to any other.
+struct Opened {
+  schema::Address address;
+  std::optional<schema::Engine> engine;         ///< none for a source whose product is not known here
+  std::string product;                          ///< as the driver names it; empty for Access files
+  std::unique_ptr<jet::Database> file;          ///< Access files
+  std::unique_ptr<ado::Connection> connection;  ///< all others
+};
+
+/// Opens what the name says. For reading alone, the server is told that nothing is to be changed, and moments with a zone come in UTC; rows can
+/// then only be read forward. For writing, an SQLite file that is not there is made; an Access file is not. Statements may take as long as they take.
+/// Where the server wants a password and none is given, a person is asked. Failure with kCannotOpen, in one line without any password, for
+/// whatever cannot be opened.
+[[nodiscard]] Opened Open(const std::string& name, const Login& login = {}, Access access = Access::kRead);
+
+/// Opens an Access file, for reading unless it is to be changed. Failure with kCannotOpen, naming the file and why.
 [[nodiscard]] std::unique_ptr<jet::Database> OpenFile(const std::string& name, bool toWrite = false);
 
-/// The user's tables that have one of the names or patterns ("*", "?"), in the order of their names, each once; all of them for none. Errors:
-/// Failure with kUsage for a pattern that meets nothing.
-[[nodiscard]] std::vector<std::string> TablesNamed(jet::Database& database, const std::vector<std::string>& patterns);
+/// Where a database is, as ReadAddress says. Failure with kCannotOpen for what it refuses.
+[[nodiscard]] schema::Address AddressOf(const std::string& name);
 
-/// Whether a name meets a pattern, without regard to case.
+/// True when the name matches a pattern with "*" and "?", without regard to case.
 [[nodiscard]] bool Matches(std::string_view name, std::string_view pattern);
+/// The tables of the file whose names match one of the patterns, in the order of their names; all for none. A pattern that no table matches is
+/// a Failure with kUsage.
+[[nodiscard]] std::vector<std::string> TablesNamed(jet::Database& database, const std::vector<std::string>& patterns);
+/// The same of a list of names.
+[[nodiscard]] std::vector<std::string> NamesMatching(const std::vector<std::string>& all, const std::vector<std::string>& patterns);
 
 }  // namespace tamlo::cli

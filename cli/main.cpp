@@ -8,6 +8,7 @@
 #include "cli/Commands.h"
 #include "cli/Messages.h"
 #include "jet/value/Error.h"
+#include "providers/Fournisseurs.h"
 
 namespace {
 
@@ -22,6 +23,7 @@ int End(Status status, const std::string& text) {
 }
 
 int Run(int argc, char** argv) {
+  tamlo::providers::EnregistreFournisseurs();
   Status status = Status::kDone;
   CLI::App app(Say(Said::kAbout), "tamlo-db");
   app.set_help_flag("-h,--help", Say(Said::kHelp));

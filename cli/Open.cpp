@@ -1,0 +1,163 @@
+// Opening databases, and what is said of one that cannot be opened.
+#include <filesystem>
+
+#include "ado/Recordset.h"
+#include "ado/Secrets.h"
+#include "cli/Failure.h"
+#include "cli/Messages.h"
+#include "cli/Source.h"
+#include "runtime/Error.h"
+#include "runtime/Secret.h"
+
+namespace tamlo::cli {
+namespace {
+
+[[noreturn]] void CannotOpen(const schema::Address& address, const std::string& why) {
+  throw Failure(Status::kCannotOpen, Say(Said::kCannotOpen, {address.shown, why}));
+}
+
+std::string OneLine(std::string text) {
+  for (char& sign : text)
+    if (sign == '\n' || sign == '\r') sign = ' ';
+  return text;
+}
+
+/// What the driver said, or the provider where no driver did.
+std::string TextOf(const runtime::Error& error) {
+  return OneLine(ado::WithoutSecrets(error.Diagnostics().empty() ? error.Description() : error.Diagnostics().front().text));
+}
+
+bool IsLoginFailure(const runtime::Error& error) {
+  for (const auto& record : error.Diagnostics()) {
+    if (record.sqlState == "28000" || record.sqlState == "28P01" || record.native == 1045 || record.native == 1698) return true;
+    if (record.text.find("no password supplied") != std::string::npos) return true;
+    if (record.text.find("password authentication failed") != std::string::npos) return true;
+  }
+  return false;
+}
+
+bool IsMissingDriver(const runtime::Error& error) {
+  for (const auto& record : error.Diagnostics())
+    if (record.sqlState == "IM002" || record.sqlState == "IM003" || record.text.find("Can't open lib") != std::string::npos) return true;
+  return false;
+}
+
+/// A connection, or the login's refusal; everything else is a Failure.
+struct Attempt {
+  std::unique_ptr<ado::Connection> connection;
+  std::string refusal;
+};
+
+Attempt TryToOpen(const schema::Address& address, Access access, const std::string& password) {
+  auto connection = std::make_unique<ado::Connection>();
+  try {
+    connection->Provider(address.provider);
+    connection->CommandTimeout(0);
+    connection->Open(access == Access::kRead ? schema::StreamingConnection(address) : address.connection, address.user, password);
+  } catch (const runtime::Error& error) {
+    if (IsLoginFailure(error)) return {nullptr, TextOf(error)};
+    CannotOpen(address, IsMissingDriver(error) ? Say(Said::kNoDriver, {TextOf(error)}) : TextOf(error));
+  }
+  return {std::move(connection), {}};
+}
+
+std::unique_ptr<ado::Connection> Connected(const schema::Address& address, const Login& login, Access access) {
+  auto password = GivenPassword(login, address);
+  Attempt attempt = TryToOpen(address, access, password.value_or(std::string()));
+  if (!attempt.connection && !password) {
+    password = AskPassword(address);
+    if (password) attempt = TryToOpen(address, access, *password);
+  }
+  if (password) runtime::Wipe(*password);
+  if (!attempt.connection) CannotOpen(address, Say(Said::kLoginRefused, {attempt.refusal}));
+  return std::move(attempt.connection);
+}
+
+/// The statements that keep a session from changing anything, and have it give moments in UTC.
+std::vector<std::string> ReadingOnly(schema::Engine engine) {
+  switch (engine) {
+    case schema::Engine::kMariaDb:
+      return {"SET SESSION TRANSACTION READ ONLY", "SET time_zone = '+00:00'"};
+    case schema::Engine::kPostgreSql:
+      return {"SET SESSION CHARACTERISTICS AS TRANSACTION READ ONLY", "SET TIME ZONE 'UTC'"};
+    case schema::Engine::kSqlite:
+      return {"PRAGMA query_only = 1"};
+    default:
+      return {};
+  }
+}
+
+std::string ProductOf(const ado::Connection& connection) {
+  const ado::Variant name = connection.Property("DBMS Name");
+  return name.IsText() ? *name.If<std::string>() : std::string();
+}
+
+/// SQLite's driver opens anything: whether it is a database shows with the first statement.
+void LookInside(const schema::Address& address, ado::Connection& connection, std::optional<schema::Engine> engine, Access access) {
+  try {
+    if (engine == schema::Engine::kSqlite) connection.Execute("SELECT count(*) FROM sqlite_master");
+    if (!engine || access == Access::kWrite) return;
+    for (const std::string& statement : ReadingOnly(*engine)) connection.Execute(statement);
+  } catch (const runtime::Error& error) {
+    CannotOpen(address, engine == schema::Engine::kSqlite ? Say(Said::kNotADatabase) : TextOf(error));
+  }
+}
+
+void LookForFile(const schema::Address& address, Access access) {
+  if (address.file.empty()) return;
+  std::error_code ignored;
+  if (std::filesystem::is_directory(address.file, ignored)) CannotOpen(address, Say(Said::kIsAFolder));
+  const bool mayBeMade = access == Access::kWrite && address.engine == schema::Engine::kSqlite;
+  if (!mayBeMade && !std::filesystem::exists(address.file, ignored)) CannotOpen(address, Say(Said::kNoFile));
+}
+
+Said SaidOf(schema::AddressFault fault) {
+  switch (fault) {
+    case schema::AddressFault::kPasswordInside:
+      return Said::kPasswordInside;
+    case schema::AddressFault::kUnknownScheme:
+      return Said::kUnknownScheme;
+    case schema::AddressFault::kUnknownOption:
+      return Said::kUnknownOption;
+    case schema::AddressFault::kBadEscape:
+      return Said::kBadEscape;
+    case schema::AddressFault::kBadPort:
+      return Said::kBadPort;
+    case schema::AddressFault::kNoDatabase:
+      return Said::kNoDatabase;
+    case schema::AddressFault::kBadFile:
+      return Said::kBadFileName;
+    case schema::AddressFault::kEmpty:
+      break;
+  }
+  return Said::kNoName;
+}
+
+}  // namespace
+
+schema::Address AddressOf(const std::string& name) {
+  try {
+    return schema::ReadAddress(name);
+  } catch (const schema::AddressError& error) {
+    const std::string why = Say(SaidOf(error.Fault()), {error.what()});
+    throw Failure(Status::kCannotOpen, Say(Said::kCannotOpen, {schema::ShownName(name), why}));
+  }
+}
+
+Opened Open(const std::string& name, const Login& login, Access access) {
+  Opened opened;
+  opened.address = AddressOf(name);
+  opened.engine = opened.address.engine;
+  LookForFile(opened.address, access);
+  if (opened.engine == schema::Engine::kAccess) {
+    opened.file = OpenFile(name, access == Access::kWrite);
+    return opened;
+  }
+  opened.connection = Connected(opened.address, login, access);
+  opened.product = ProductOf(*opened.connection);
+  if (!opened.engine) opened.engine = schema::EngineNamed(opened.product);
+  LookInside(opened.address, *opened.connection, opened.engine, access);
+  return opened;
+}
+
+}  // namespace tamlo::cli

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <CLI/App.hpp>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "schema/Address.h"
+
+namespace tamlo::cli {
+
+/// Where the password of one database comes from: a file, the environment, a person at the terminal; never the command line, which every
+/// user of the machine can read.
+struct Login {
+  std::string file;                            ///< --password-file; its first line
+  std::string variable = "TAMLO_DB_PASSWORD";  ///< asked when there is no file; behind it the engine's own, MYSQL_PWD or PGPASSWORD
+  [[nodiscard]] bool Given() const noexcept { return !file.empty(); }
+};
+
+/// Gives a command the option --password-file. side is "" for a command with one database, else "from-" or "to-" stands in front of
+/// "password-file", and TAMLO_DB_FROM_PASSWORD or TAMLO_DB_TO_PASSWORD is asked first.
+std::shared_ptr<Login> AddLogin(CLI::App& command, const std::string& side = {});
+
+/// The password from the file or the environment; nothing when there is none. Failure with kUsage for a file that cannot be read.
+[[nodiscard]] std::optional<std::string> GivenPassword(const Login& login, const schema::Address& address);
+/// Asks at the terminal, without showing what is typed; nothing where there is no terminal or nothing was typed.
+[[nodiscard]] std::optional<std::string> AskPassword(const schema::Address& address);
+
+}  // namespace tamlo::cli
