@@ -1,6 +1,7 @@
 #pragma once
 
 #include <CLI/App.hpp>
+#include <CLI/Validators.hpp>
 
 #include "cli/Failure.h"
 
@@ -12,5 +13,11 @@ void AddSchema(CLI::App& app, Status& status);  ///< schema
 void AddQuery(CLI::App& app, Status& status);   ///< query, exec
 void AddExport(CLI::App& app, Status& status);  ///< export
 void AddUpkeep(CLI::App& app, Status& status);  ///< check, compact, backup
+
+/// The whole command line: what the program has, all of the above. The pages and the completions are made of it too (cli/pages).
+void AddCommands(CLI::App& app, Status& status);
+
+/// Takes the name of an engine that definitions can be written for, in any case.
+[[nodiscard]] CLI::Validator EngineName();
 
 }  // namespace tamlo::cli

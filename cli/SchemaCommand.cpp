@@ -1,4 +1,5 @@
 // schema: the statements that make a database anew on an engine.
+#include <CLI/Option.hpp>
 #include <memory>
 
 #include "cli/Commands.h"
@@ -25,7 +26,6 @@ std::string OneLine(std::string text) {
 
 void Run(const Asked& asked) {
   const schema::Dialect* dialect = schema::FindDialect(asked.to);
-  if (dialect == nullptr) throw Failure(Status::kUsage, Say(Said::kUnknownEngine, {asked.to}));
   const auto file = OpenFile(asked.database);
   const auto script = schema::WriteDdl(schema::ReadAccess(*file), *dialect);
   Output output;
@@ -44,7 +44,7 @@ void AddSchema(CLI::App& app, Status&) {
   const auto asked = std::make_shared<Asked>();
   CLI::App* command = app.add_subcommand("schema", Say(Said::kSchema));
   command->add_option("DB", asked->database, Say(Said::kDatabase))->required();
-  command->add_option("--to", asked->to, Say(Said::kTarget));
+  command->add_option("--to", asked->to, Say(Said::kTarget))->check(EngineName());
   command->callback([asked] { Run(*asked); });
 }
 

@@ -1,20 +1,15 @@
 // tamlo-db: whole databases, from a shell.
 #include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <cstdio>
 #include <exception>
 
 #include "cli/Commands.h"
-#include "cli/Messages.h"
 #include "jet/value/Error.h"
 #include "providers/Fournisseurs.h"
 
 namespace {
 
 using tamlo::cli::Failure;
-using tamlo::cli::Said;
-using tamlo::cli::Say;
 using tamlo::cli::Status;
 
 int End(Status status, const std::string& text) {
@@ -25,15 +20,8 @@ int End(Status status, const std::string& text) {
 int Run(int argc, char** argv) {
   tamlo::providers::EnregistreFournisseurs();
   Status status = Status::kDone;
-  CLI::App app(Say(Said::kAbout), "tamlo-db");
-  app.set_help_flag("-h,--help", Say(Said::kHelp));
-  app.set_version_flag("--version", "tamlo-db " TAMLO_VERSION, Say(Said::kVersion));
-  app.require_subcommand(1);
-  tamlo::cli::AddShow(app, status);
-  tamlo::cli::AddSchema(app, status);
-  tamlo::cli::AddQuery(app, status);
-  tamlo::cli::AddExport(app, status);
-  tamlo::cli::AddUpkeep(app, status);
+  CLI::App app("", "tamlo-db");
+  tamlo::cli::AddCommands(app, status);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -47,6 +47,24 @@ Server, Oracle, MySQL ou toute autre source ODBC. Un autre programme le
 lance avec ses paramètres.")
 endif()
 
+if(TARGET tamlo-db)
+  tamlo_deb(command tamlo-db database)
+  set(pages ${PROJECT_BINARY_DIR}/cli)
+  tamlo_install_compressed(${pages}/tamlo-db.1 ${CMAKE_INSTALL_MANDIR}/man1 tamlo-db.1 command)
+  tamlo_install_compressed(${pages}/tamlo-db.fr.1 ${CMAKE_INSTALL_MANDIR}/fr/man1 tamlo-db.1 command)
+  install(FILES ${pages}/tamlo-db.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT command RENAME tamlo-db)
+  install(FILES ${pages}/_tamlo-db DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT command)
+  install(FILES ${pages}/tamlo-db.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT command)
+  set(CPACK_DEBIAN_COMMAND_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_COMMAND_PACKAGE_SUGGESTS "graphviz, libsqliteodbc, odbc-mariadb, odbc-postgresql")
+  set(CPACK_DEBIAN_COMMAND_DESCRIPTION "whole databases moved, read and looked after from a shell
+Says what a database holds, writes its rows and its definitions for other
+engines, draws its tables and relations, and keeps Access files in order:
+checking, compacting, copying while in use. Access files are read and
+written by an engine of its own; no part of Access is needed, no screen
+and no server.")
+endif()
+
 tamlo_deb(dev libtamlo-dev libdevel)
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libsqlite3-dev, unixodbc-dev")
 set(CPACK_DEBIAN_DEV_DESCRIPTION "database layer over five kinds of database - development files

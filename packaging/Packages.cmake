@@ -12,6 +12,10 @@ if(TARGET tamlo)
   list(APPEND CPACK_COMPONENTS_ALL tool)
 endif()
 
+if(TARGET tamlo-db)
+  list(APPEND CPACK_COMPONENTS_ALL command)
+endif()
+
 if(WIN32)
   set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Création d'un utilisateur d'une base des volumes")
   install(FILES LISEZMOI.txt DESTINATION . COMPONENT tool)

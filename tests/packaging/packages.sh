@@ -14,6 +14,15 @@ case "$kind" in
     for file in /include/tamlo/db/DataBase.h /libtamlo_db.a /cmake/tamlo/tamloConfig.cmake /pkgconfig/tamlo.pc; do
       grep -qF "$file" <<<"$list" || { echo "$file is missing in $library:" >&2; echo "$list" >&2; exit 1; }
     done
+    command=$(ls "$work"/tamlo-db_*.deb)
+    list=$(dpkg-deb -c "$command" | awk '{print $6}')
+    for file in ./usr/bin/tamlo-db ./usr/share/man/man1/tamlo-db.1.gz ./usr/share/man/fr/man1/tamlo-db.1.gz \
+      ./usr/share/bash-completion/completions/tamlo-db ./usr/share/zsh/vendor-completions/_tamlo-db \
+      ./usr/share/fish/vendor_completions.d/tamlo-db.fish ./usr/share/doc/tamlo-db/copyright; do
+      grep -qxF "$file" <<<"$list" || { echo "$file is missing in $command:" >&2; echo "$list" >&2; exit 1; }
+    done
+    if dpkg-deb -f "$command" Depends | grep -i qt; then echo "tamlo-db needs Qt" >&2; exit 1; fi
+    dpkg-deb -f "$command" Depends | grep -q libsqlite3
     package=$(ls "$work"/tamlo_*.deb)
     list=$(dpkg-deb -c "$package" | awk '{print $6}')
     wanted=(./usr/bin/tamlo ./usr/share/man/man1/tamlo.1.gz ./usr/share/man/fr/man1/tamlo.1.gz ./usr/share/applications/tamlo.desktop

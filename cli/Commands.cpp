@@ -1,0 +1,30 @@
+#include "cli/Commands.h"
+
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
+#include "cli/Messages.h"
+#include "schema/Dialect.h"
+
+namespace tamlo::cli {
+
+void AddCommands(CLI::App& app, Status& status) {
+  app.description(Say(Said::kAbout));
+  app.set_help_flag("-h,--help", Say(Said::kHelp));
+  app.set_version_flag("--version", "tamlo-db " TAMLO_VERSION, Say(Said::kVersion));
+  app.require_subcommand(1);
+  AddShow(app, status);
+  AddSchema(app, status);
+  AddQuery(app, status);
+  AddExport(app, status);
+  AddUpkeep(app, status);
+}
+
+CLI::Validator EngineName() {
+  std::string names;
+  for (const auto& dialect : schema::Dialects()) names += (names.empty() ? "{" : ",") + std::string(dialect.key);
+  return {[](const std::string& name) { return schema::FindDialect(name) == nullptr ? Say(Said::kUnknownEngine, {name}) : std::string(); },
+          names + "}"};
+}
+
+}  // namespace tamlo::cli
