@@ -239,6 +239,7 @@ void Database::DropColumn(std::string_view table, std::string_view column) { Sch
 void Database::AlterColumn(std::string_view table, const ColumnDef& column, const std::function<Value(const Value&)>& convert) {
   Schema(*engine_).AlterColumn(table, column, convert);
 }
+void Database::SetLastAutoNumber(std::string_view table, std::int32_t last) { Schema(*engine_).SetLastAutoNumber(table, last); }
 void Database::CreateIndex(std::string_view table, const IndexSpec& index) { Schema(*engine_).CreateIndex(table, index); }
 void Database::DropIndex(std::string_view table, std::string_view index) { Schema(*engine_).DropIndex(table, index); }
 

@@ -124,6 +124,9 @@ class Database {
   void AddColumn(std::string_view table, const ColumnDef& column);
   /// Errors: kNotFound; kUnsupported when an index or relationship uses the column.
   void DropColumn(std::string_view table, std::string_view column);
+  /// Sets what Table::LastAutoNumber gives: the next row of a counter gets the number behind it, whatever numbers the rows have. For tables
+  /// whose rows came with their numbers. Errors: kNotFound (also a table without a counter), kReadOnly.
+  void SetLastAutoNumber(std::string_view table, std::int32_t last);
   /// Gives a column another type, size or counter; number, place, properties and indexes stay. convert: see Schema.h; every value must fit,
   /// else nothing is changed. Errors: kNotFound; kUnsupported when a relationship uses the column; kTypeMismatch, kValueTooLong,
   /// kNullNotAllowed (a counter over rows without a number), kDuplicateKey (an index over the new values).

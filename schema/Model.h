@@ -121,7 +121,7 @@ struct Relation {
 struct Query {
   std::string name;
   std::string sql;     ///< empty when its text cannot be had
-  std::string reason;  ///< why it cannot, in words
+  std::string reason;  ///< why it cannot, in words; beside a text: why it is none of the database's own (it goes to a server as it stands)
 };
 
 /// A table that lies elsewhere.

@@ -134,7 +134,8 @@ Column ReadColumn(jet::Database& database, jet::Table& table, const jet::ColumnD
   column.name = stored.name;
   column.type = TypeOf(stored);
   column.required = stored.required || column.type.kind == Kind::kBoolean;
-  column.allowEmpty = stored.allowZeroLength;
+  const bool isText = column.type.kind == Kind::kText || column.type.kind == Kind::kMemo;
+  column.allowEmpty = stored.allowZeroLength || !isText;
   column.hyperlink = stored.hyperlink;
   column.rule = PropertyText(properties, "ValidationRule");
   column.comment = PropertyText(properties, "Description");
@@ -186,7 +187,7 @@ Query ReadQuery(jet::Database& database, const jet::CatalogObject& object) {
     query.sql = jet::sql::StoredStatement(database, object, false);
   } catch (const jet::Error& error) {
     query.sql = database.QueryText(object.name);
-    if (query.sql.empty()) query.reason = error.what();
+    query.reason = error.what();
   }
   return query;
 }

@@ -220,6 +220,18 @@ void Schema::NumberRows(TableCore& table, const ColumnDef& column) {
   }
 }
 
+void Schema::SetLastAutoNumber(std::string_view name, std::int32_t last) {
+  ChangeScope scope(*engine_.pager, true);
+  TableCore& table = LocalTable(name);
+  TableDefinition definition = Fresh(table);
+  if (std::none_of(definition.columns.begin(), definition.columns.end(), [](const Column& column) { return column.IsCounter(); }))
+    throw Error(ErrorCode::kNotFound, "The table \"" + table.name + "\" has no counter");
+  scope.Touching();
+  definition.autoNumber = static_cast<std::uint32_t>(last);
+  Finish(table, definition);
+  scope.Done();
+}
+
 void Schema::RefuseIfRelated(const TableCore& table, const std::string& column) {
   for (const auto& relationship : Relationships())
     for (const auto& [child, parent] : relationship.columns)

@@ -29,6 +29,7 @@ class Schema {
   void AddColumn(std::string_view table, const ColumnDef& column);
   void DropColumn(std::string_view table, std::string_view column);
   void AlterColumn(std::string_view table, const ColumnDef& column, const ValueConversion& convert);
+  void SetLastAutoNumber(std::string_view table, std::int32_t last);
   void CreateIndex(std::string_view table, const IndexSpec& index);
   void DropIndex(std::string_view table, std::string_view index);
   void CreateLink(const LinkSpec& link);

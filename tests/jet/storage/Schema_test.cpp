@@ -189,6 +189,34 @@ TEST(Schema, AddingACounterNumbersTheRows) {
   EXPECT_EQ(Rows(table), (std::vector<std::string>{"\"x\"|1", "\"x\"|2", "\"y\"|3"}));
 }
 
+TEST(Schema, ACounterGoesOnWhereItIsTold) {
+  World world;
+  const auto database = world.Create();
+  Table& table = database->CreateTable(PeopleTable());
+  table.Insert(Person("a"));
+  const auto numberOfNext = [&] {
+    const RowId row = table.Insert(Person("b"));
+    return table.Read(row)->at(0).AsLong();
+  };
+  database->SetLastAutoNumber("PEOPLE", 41);
+  EXPECT_EQ(table.LastAutoNumber(), 41);
+  EXPECT_EQ(numberOfNext(), 42);
+  database->SetLastAutoNumber("People", -8);  // back, and below zero: rows that are there keep their numbers
+  EXPECT_EQ(numberOfNext(), -7);
+  {
+    const Transaction undone(*database);
+    database->SetLastAutoNumber("People", 1000);
+  }
+  EXPECT_EQ(numberOfNext(), -6);
+  TableSpec plain;
+  plain.name = "Plain";
+  plain.columns = {Column("A", ColumnType::kLong)};
+  database->CreateTable(plain);
+  EXPECT_EQ(TextOf([&] { database->SetLastAutoNumber("Plain", 1); }), "The table \"Plain\" has no counter");
+  EXPECT_EQ(CodeOf([&] { database->SetLastAutoNumber("Nothing", 1); }), ErrorCode::kNotFound);
+  EXPECT_EQ(Findings(*database), "");
+}
+
 TEST(Schema, IndexesAreBuiltOverExistingRowsAndRefusedWhenTheyDoNotHold) {
   World world;
   const auto database = world.Create();
