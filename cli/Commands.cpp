@@ -13,6 +13,8 @@ void AddCommands(CLI::App& app, Status& status) {
   app.set_help_flag("-h,--help", Say(Said::kHelp));
   app.set_version_flag("--version", "tamlo-db " TAMLO_VERSION, Say(Said::kVersion));
   app.require_subcommand(1);
+  // A word with "/" in front is a file's name on every system.
+  app.allow_windows_style_options(false);
   AddShow(app, status);
   AddSchema(app, status);
   AddQuery(app, status);

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "base/Case.h"
+#include "base/FilePath.h"
 #include "cli/Commands.h"
 #include "cli/Format.h"
 #include "cli/Messages.h"
@@ -96,13 +97,22 @@ void WriteTable(jet::Database& file, const std::string& name, const Asked& asked
   format->End();
 }
 
-/// A file name of a table: what is no part of one becomes "_".
+/// Names that Windows keeps for devices, whatever stands behind a dot.
+bool IsDevice(const std::string& name) {
+  const std::string start = base::LowerName(name.substr(0, name.find('.')));
+  for (const char* device : {"con", "prn", "aux", "nul"})
+    if (start == device) return true;
+  return start.size() == 4 && (start.starts_with("com") || start.starts_with("lpt")) && start[3] >= '1' && start[3] <= '9';
+}
+
+/// A file name of a table, good on every system: what is no part of one becomes "_".
 std::string FileName(const std::string& table, const std::string& format) {
   std::string name = table;
   std::replace_if(
       name.begin(), name.end(),
       [](char c) { return std::string_view("/\\:*?\"<>|").find(c) != std::string_view::npos || static_cast<unsigned char>(c) < 0x20; },
       '_');
+  if (IsDevice(name)) name.insert(0, "_");
   return name + "." + (format == "table" ? "txt" : format);
 }
 
@@ -126,9 +136,10 @@ void Run(Asked& asked) {
     for (const auto& name : tables) WriteTable(*file, name, asked, output);
     return output.Close();
   }
-  std::filesystem::create_directories(asked.folder);
+  const auto folder = base::FilePath(asked.folder);
+  std::filesystem::create_directories(folder);
   for (const auto& name : tables) {
-    Output output((std::filesystem::path(asked.folder) / FileName(name, asked.format)).string());
+    Output output(base::FileName(folder / base::FilePath(FileName(name, asked.format))));
     WriteTable(*file, name, asked, output);
     output.Close();
   }

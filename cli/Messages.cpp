@@ -1,8 +1,9 @@
 #include "cli/Messages.h"
 
 #include <array>
-#include <cstdlib>
 #include <utility>
+
+#include "cli/System.h"
 
 namespace tamlo::cli {
 namespace {
@@ -101,11 +102,9 @@ constexpr std::array kTexts{
 }  // namespace
 
 bool SpeaksFrench() {
-  for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-    const char* value = std::getenv(name);
-    if (value != nullptr && *value != '\0') return std::string_view(value).starts_with("fr");
-  }
-  return false;
+  for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"})
+    if (const auto value = Variable(name)) return value->starts_with("fr");
+  return SystemSpeaksFrench();
 }
 
 std::string Say(Said what, std::initializer_list<std::string_view> arguments) {

@@ -4,7 +4,8 @@
 #include <string>
 #include <string_view>
 
-/// What the command says, in French or English after LC_ALL, LC_MESSAGES and LANG. All of it stands in one table (Messages.cpp).
+/// What the command says, in French or English after LC_ALL, LC_MESSAGES and LANG, and after the system where it
+/// knows (Windows). All of it stands in one table (Messages.cpp).
 namespace tamlo::cli {
 
 enum class Said {

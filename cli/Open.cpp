@@ -3,6 +3,7 @@
 
 #include "ado/Recordset.h"
 #include "ado/Secrets.h"
+#include "base/FilePath.h"
 #include "cli/Failure.h"
 #include "cli/Messages.h"
 #include "cli/Source.h"
@@ -106,9 +107,9 @@ void LookInside(const schema::Address& address, ado::Connection& connection, std
 void LookForFile(const schema::Address& address, Access access) {
   if (address.file.empty()) return;
   std::error_code ignored;
-  if (std::filesystem::is_directory(address.file, ignored)) CannotOpen(address, Say(Said::kIsAFolder));
+  if (std::filesystem::is_directory(base::FilePath(address.file), ignored)) CannotOpen(address, Say(Said::kIsAFolder));
   const bool mayBeMade = access == Access::kWrite && address.engine == schema::Engine::kSqlite;
-  if (!mayBeMade && !std::filesystem::exists(address.file, ignored)) CannotOpen(address, Say(Said::kNoFile));
+  if (!mayBeMade && !std::filesystem::exists(base::FilePath(address.file), ignored)) CannotOpen(address, Say(Said::kNoFile));
 }
 
 Said SaidOf(schema::AddressFault fault) {

@@ -4,24 +4,26 @@
 #include <cstring>
 #include <filesystem>
 
+#include "base/FilePath.h"
 #include "cli/Failure.h"
 #include "cli/Messages.h"
+#include "cli/System.h"
 
 namespace tamlo::cli {
 
 Output::Output() : file_(stdout) {}
 
 Output::Output(const std::string& path) : path_(path), file_(nullptr) {
-  if (std::filesystem::exists(std::filesystem::path(reinterpret_cast<const char8_t*>(path.c_str()))))
-    throw Failure(Status::kFailed, Say(Said::kExistsAlready, {path}));
-  file_ = std::fopen((path + ".part").c_str(), "wb");
+  if (std::filesystem::exists(base::FilePath(path))) throw Failure(Status::kFailed, Say(Said::kExistsAlready, {path}));
+  file_ = OpenToWrite(path + ".part");
   if (file_ == nullptr) throw Failure(Status::kFailed, Say(Said::kCannotWrite, {path, std::strerror(errno)}));
 }
 
 Output::~Output() {
   if (path_.empty() || file_ == nullptr) return;
   std::fclose(file_);
-  std::remove((path_ + ".part").c_str());
+  std::error_code ignored;
+  std::filesystem::remove(base::FilePath(path_ + ".part"), ignored);
 }
 
 void Output::Write() {
@@ -37,8 +39,9 @@ void Output::Close() {
   if (path_.empty()) return;
   std::fclose(file_);
   file_ = nullptr;
-  if (std::rename((path_ + ".part").c_str(), path_.c_str()) != 0)
-    throw Failure(Status::kFailed, Say(Said::kCannotWrite, {path_, std::strerror(errno)}));
+  std::error_code problem;
+  std::filesystem::rename(base::FilePath(path_ + ".part"), base::FilePath(path_), problem);
+  if (problem) throw Failure(Status::kFailed, Say(Said::kCannotWrite, {path_, problem.message()}));
 }
 
 }  // namespace tamlo::cli

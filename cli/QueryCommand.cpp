@@ -4,6 +4,7 @@
 #include <iterator>
 #include <memory>
 
+#include "base/FilePath.h"
 #include "cli/Commands.h"
 #include "cli/Format.h"
 #include "cli/Messages.h"
@@ -23,7 +24,7 @@ struct Asked {
 };
 
 std::string TextOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
+  std::ifstream file(base::FilePath(path), std::ios::binary);
   if (!file) throw Failure(Status::kUsage, Say(Said::kCannotRead, {path}));
   return {std::istreambuf_iterator<char>(file), {}};
 }

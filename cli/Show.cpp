@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <memory>
 
+#include "base/FilePath.h"
 #include "cli/Commands.h"
 #include "cli/Format.h"
 #include "cli/Messages.h"
@@ -52,14 +53,15 @@ void Info(const Asked& asked) {
     links += object.kind == jet::ObjectKind::kJetLink || object.kind == jet::ObjectKind::kOdbcLink ? 1 : 0;
   }
   const auto format = file->FormatVersion() == 3 ? "Access 97 (Jet 3)" : "Access 2000-2003 (Jet 4)";
-  const std::vector<std::pair<Said, jet::Value>> lines{{Said::kLabelFile, jet::Value(file->Path())},
-                                                       {Said::kLabelFormat, jet::Value(format)},
-                                                       {Said::kLabelSize, Whole(std::filesystem::file_size(asked.database))},
-                                                       {Said::kLabelTables, Whole(tables.size())},
-                                                       {Said::kLabelRows, Whole(rows)},
-                                                       {Said::kLabelQueries, jet::Value(queries)},
-                                                       {Said::kLabelRelations, Whole(file->Relationships().size())},
-                                                       {Said::kLabelLinks, jet::Value(links)}};
+  const std::vector<std::pair<Said, jet::Value>> lines{
+      {Said::kLabelFile, jet::Value(file->Path())},
+      {Said::kLabelFormat, jet::Value(format)},
+      {Said::kLabelSize, Whole(std::filesystem::file_size(base::FilePath(asked.database)))},
+      {Said::kLabelTables, Whole(tables.size())},
+      {Said::kLabelRows, Whole(rows)},
+      {Said::kLabelQueries, jet::Value(queries)},
+      {Said::kLabelRelations, Whole(file->Relationships().size())},
+      {Said::kLabelLinks, jet::Value(links)}};
   Output output;
   for (const auto& [label, value] : lines) {
     const std::string name = Say(label);

@@ -67,16 +67,34 @@ function(tamlo_googletest)
   endif()
 endfunction()
 
-# A program of windows: no console, our icon, version and manifest, and nothing in it that only a debugger needs.
-function(tamlo_windows_program target)
-  enable_language(RC)
+# Makes CLI11::CLI11 of the headers that Debian has for its own programs (package libcli11-dev). They are copied: the rest of the folder that
+# they lie in is not for Windows programs.
+function(tamlo_cli11)
+  find_path(TAMLO_CLI11_HEADERS CLI/App.hpp PATHS /usr/include NO_CMAKE_FIND_ROOT_PATH NO_DEFAULT_PATH)
+  if(NOT TAMLO_CLI11_HEADERS)
+    return()
+  endif()
+  file(COPY ${TAMLO_CLI11_HEADERS}/CLI DESTINATION ${CMAKE_BINARY_DIR}/cli11)
+  add_library(CLI11::CLI11 INTERFACE IMPORTED GLOBAL)
+  target_include_directories(CLI11::CLI11 SYSTEM INTERFACE ${CMAKE_BINARY_DIR}/cli11)
+endfunction()
+
+# tamlo_windows_program(target folder): a program of windows, without a console. tamlo_windows_command: one for a console. Both have an icon,
+# version and manifest of their own, which lie in the folder under the target's name, and nothing in them that only a debugger needs.
+function(tamlo_windows_program target folder)
   set_target_properties(${target} PROPERTIES WIN32_EXECUTABLE TRUE)
-  target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/app/win32/tamlo.rc)
+  tamlo_windows_command(${target} ${folder})
+endfunction()
+
+function(tamlo_windows_command target folder)
+  enable_language(RC)
+  set(resources ${folder}/${target}.rc)
+  target_sources(${target} PRIVATE ${resources})
   string(REPLACE "." "," numbers "${PROJECT_VERSION}.0")
-  set_property(SOURCE ${PROJECT_SOURCE_DIR}/app/win32/tamlo.rc TARGET_DIRECTORY ${target} PROPERTY COMPILE_DEFINITIONS
+  set_property(SOURCE ${resources} TARGET_DIRECTORY ${target} PROPERTY COMPILE_DEFINITIONS
     "TAMLO_VERSION_NUMBERS=${numbers}" "TAMLO_VERSION=${PROJECT_VERSION}")
-  set_property(SOURCE ${PROJECT_SOURCE_DIR}/app/win32/tamlo.rc TARGET_DIRECTORY ${target} PROPERTY OBJECT_DEPENDS
-    ${PROJECT_SOURCE_DIR}/app/win32/tamlo.manifest ${PROJECT_SOURCE_DIR}/app/win32/tamlo.ico)
+  set_property(SOURCE ${resources} TARGET_DIRECTORY ${target} PROPERTY OBJECT_DEPENDS
+    ${folder}/${target}.manifest ${PROJECT_SOURCE_DIR}/app/win32/tamlo.ico)
   # Sections that begin at a page in the file too can be mapped instead of being read.
   target_link_options(${target} PRIVATE -Wl,--file-alignment,4096)
   if(NOT CMAKE_BUILD_TYPE STREQUAL Debug)

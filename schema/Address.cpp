@@ -8,6 +8,7 @@
 #include "ado/ConnectionKeys.h"
 #include "ado/Secrets.h"
 #include "base/Case.h"
+#include "base/FilePath.h"
 #include "base/Numbers.h"
 
 namespace tamlo::schema {
@@ -167,7 +168,7 @@ bool HasSqliteEnding(std::string_view name) {
 
 bool IsSqliteFile(std::string_view name) {
   std::array<char, 16> first{};
-  std::ifstream file{std::string(name), std::ios::binary};
+  std::ifstream file{base::FilePath(name), std::ios::binary};
   file.read(first.data(), first.size());
   const std::string_view read(first.data(), static_cast<std::size_t>(file.gcount()));
   if (read == std::string_view("SQLite format 3\0", 16)) return true;

@@ -4,6 +4,7 @@
 #include <system_error>
 #include <vector>
 
+#include "base/FilePath.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
 
@@ -13,21 +14,17 @@ namespace {
 
 namespace fs = std::filesystem;
 
-fs::path PathOf(const std::string& text) { return fs::path(std::u8string(text.begin(), text.end())); }
-
-std::string TextOf(const fs::path& path) {
-  const std::u8string text = path.u8string();
-  return std::string(text.begin(), text.end());
-}
+using base::FileName;
+using base::FilePath;
 
 // The entries of a folder whose name equals the wanted one without regard to case.
 std::vector<fs::path> Matches(const fs::path& folder, const fs::path& wanted) {
   std::vector<fs::path> found;
-  const std::string upper = runtime::UpperCase(TextOf(wanted));
+  const std::string upper = runtime::UpperCase(FileName(wanted));
   std::error_code problem;
   fs::directory_iterator entries(folder.empty() ? fs::path(".") : folder, problem);
   for (; !problem && entries != fs::directory_iterator(); entries.increment(problem)) {
-    if (runtime::UpperCase(TextOf(entries->path().filename())) == upper) found.push_back(folder / entries->path().filename());
+    if (runtime::UpperCase(FileName(entries->path().filename())) == upper) found.push_back(folder / entries->path().filename());
   }
   return found;
 }
@@ -43,7 +40,7 @@ std::string Unquoted(std::string_view value) {
 
 std::string FindFile(const std::string& name) {
   std::error_code problem;
-  const fs::path wanted = PathOf(name);
+  const fs::path wanted = FilePath(name);
   if (fs::exists(wanted, problem)) return name;
   fs::path known = wanted.root_path();
   for (const fs::path& step : wanted.relative_path()) {
@@ -54,12 +51,12 @@ std::string FindFile(const std::string& name) {
     const std::vector<fs::path> matches = Matches(known, step);
     if (matches.empty()) return name;
     if (matches.size() > 1) {
-      throw runtime::Error(runtime::kProviderFailure,
-                           "Le nom '" + name + "' désigne deux fichiers : '" + TextOf(matches[0]) + "' et '" + TextOf(matches[1]) + "'");
+      throw runtime::Error(runtime::kProviderFailure, "Le nom '" + name + "' désigne deux fichiers : '" + FileName(matches[0]) + "' et '" +
+                                                          FileName(matches[1]) + "'");
     }
     known = matches[0];
   }
-  return TextOf(known);
+  return FileName(known);
 }
 
 ConnectionText ReadConnectionText(std::string_view text) {

@@ -76,9 +76,10 @@ TEST(Export, InsertsThatAnotherEngineTakes) {
 TEST(Export, OneFileATableUnderNamesThatCanBe) {
   const TemporaryFolder folder;
   const std::string path = MakeFile(folder);
-  TamloDb(folder, {"exec", path, "CREATE TABLE [a/b] (N LONG)"});
+  TamloDb(folder, {"exec", path, "CREATE TABLE [a/b] (N LONG)", "CREATE TABLE Aux (N LONG)", "CREATE TABLE Com1 (N LONG)",
+                   "CREATE TABLE Complet (N LONG)"});
   EXPECT_EQ(TamloDb(folder, {"export", path, "--all", "-o", folder.File("out.d")}).status, 0);
-  EXPECT_EQ(RunLine(folder, "ls out.d").out, "T.csv\na_b.csv\n");
+  EXPECT_EQ(RunLine(folder, "ls out.d").out, "Complet.csv\nT.csv\n_Aux.csv\n_Com1.csv\na_b.csv\n");
   const auto again = TamloDb(folder, {"export", path, "--all", "-o", folder.File("out.d")});
   EXPECT_EQ(again.status, 4);
   EXPECT_NE(again.err.find(".csv exists already"), std::string::npos) << again.err;
