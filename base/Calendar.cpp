@@ -49,7 +49,7 @@ bool IsCivilDay(std::int64_t year, std::int64_t month, std::int64_t day) {
 DayAndTicks SplitSerial(double serial, std::int64_t ticksADay, HalfTick half) {
   const double day = std::trunc(serial);
   const double ticks = std::fabs(serial - day) * static_cast<double>(ticksADay);
-  const double rounded = half == HalfTick::kUp ? std::floor(ticks + 0.5) : std::nearbyint(ticks);
+  const double rounded = half == HalfTick::kUp ? std::round(ticks) : std::nearbyint(ticks);
   DayAndTicks split{static_cast<std::int64_t>(day), static_cast<std::int64_t>(rounded)};
   if (split.ticks < ticksADay) return split;
   return {split.day + 1, 0};

@@ -1,7 +1,5 @@
 #include "base/MomentText.h"
 
-#include <cmath>
-
 #include "base/Calendar.h"
 
 namespace base {
@@ -29,13 +27,7 @@ void AppendTime(std::string& out, std::int64_t milliseconds) {
 bool AppendMomentText(std::string& out, double serial) {
   constexpr std::int64_t kDay = kSecondsADay * 1000;
   if (!(serial > static_cast<double>(kFirstDay) - 1 && serial < static_cast<double>(kLastDay) + 1)) return false;
-  const double whole = std::trunc(serial);
-  auto day = static_cast<std::int64_t>(whole);
-  auto time = static_cast<std::int64_t>(std::llround(std::fabs(serial - whole) * static_cast<double>(kDay)));
-  if (time == kDay) {
-    time = 0;
-    ++day;
-  }
+  const auto [day, time] = SplitSerial(serial, kDay);
   if (day < kFirstDay || day > kLastDay) return false;
   const CivilDay civil = CivilOf(day);
   AppendTwo(out, civil.year / 100);

@@ -1,8 +1,8 @@
 #include "jet/schema/Catalog.h"
 
 #include <algorithm>
-#include <chrono>
 
+#include "base/Calendar.h"
 #include "jet/value/Error.h"
 #include "jet/table/TableCore.h"
 #include "jet/value/Text.h"
@@ -52,11 +52,7 @@ std::size_t Column(Table& table, std::string_view name) {
 
 }  // namespace
 
-Date Now() {
-  using namespace std::chrono;
-  const auto seconds = duration_cast<std::chrono::seconds>(system_clock::now().time_since_epoch()).count();
-  return {25569.0 + static_cast<double>(seconds) / 86400.0};
-}
+Date Now() { return {base::UtcNow()}; }
 
 Table& Catalog::ObjectsTable() { return space_.TableAt(kObjectsPage, "MSysObjects"); }
 Table& Catalog::PermissionsTable() { return SystemTable("MSysACEs", kPermissionsPage); }

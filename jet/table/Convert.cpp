@@ -1,11 +1,12 @@
 #include "jet/table/Convert.h"
 
-#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <optional>
 
+#include "base/Calendar.h"
+#include "base/Numbers.h"
 #include "jet/value/Conversion.h"
 #include "jet/value/Error.h"
 #include "jet/value/Text.h"
@@ -15,9 +16,9 @@ namespace {
 
 using Column = TableDefinition::Column;
 
-// The time of day of a negative date counts away from zero: both ends are excluded.
-constexpr double kFirstDate = -657435;  // 0100-01-01 with its hours
-constexpr double kLastDate = 2958466;   // 9999-12-31 with its hours
+// The hours of the first and of the last day belong to them, and those of a negative date count away from zero: both ends are excluded.
+constexpr double kFirstDate = base::kFirstDay - 1;
+constexpr double kLastDate = base::kLastDay + 1;
 
 /// Texts as the engine reads and writes them where no user has settings.
 const TextSettings& EngineTexts() {
@@ -31,12 +32,6 @@ const TextSettings& EngineTexts() {
 
 [[noreturn]] void TooLong(const Column& column) {
   throw Error(ErrorCode::kValueTooLong, "The value is too long for the column \"" + column.name + "\"");
-}
-
-/// A number without regard to the program's locale.
-std::string Print(double value, std::chars_format format, int precision) {
-  char text[400];
-  return {text, std::to_chars(text, text + sizeof text, value, format, precision).ptr};
 }
 
 Numeric FromInteger(std::int64_t value, std::uint8_t scale) {
@@ -63,8 +58,8 @@ std::optional<Numeric> AsDecimal(const Value& value) {
   }
   const auto real = AsReal(value);
   if (!real || !std::isfinite(*real) || std::fabs(*real) >= 1e29) return std::nullopt;
-  std::string text = Print(*real, std::chars_format::general, 15);
-  if (text.find('e') != std::string::npos) text = Print(*real, std::chars_format::fixed, std::fabs(*real) < 1 ? 28 : 0);
+  std::string text = base::SignificantText(*real, 15);
+  if (text.find('e') != std::string::npos) text = base::FixedText(*real, std::fabs(*real) < 1 ? 28 : 0);
   return Numeric::Parse(text);
 }
 

@@ -2,20 +2,16 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
-#include <cmath>
 
+#include "base/Blanks.h"
 #include "base/DateText.h"
+#include "base/Numbers.h"
 #include "jet/value/Text.h"
 
 namespace jet {
 namespace {
 
-std::string_view Trimmed(std::string_view text) {
-  constexpr std::string_view kBlanks = " \t";
-  const std::size_t begin = text.find_first_not_of(kBlanks);
-  return begin == std::string_view::npos ? std::string_view{} : text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
-}
+std::string_view Trimmed(std::string_view text) { return base::TrimOf(text, " \t"); }
 
 /// The digits of a text with "." between them.
 std::string PlainDigits(std::string_view text, char decimalPoint) {
@@ -53,10 +49,8 @@ std::optional<Value> ValueOf(const std::optional<Read>& read) {
   return Value(*read);
 }
 
-/// Without regard to the program's locale.
 std::string RealText(double number, int digits, char decimalPoint) {
-  char buffer[40];
-  std::string text(buffer, std::to_chars(buffer, buffer + sizeof buffer, number, std::chars_format::general, digits).ptr);
+  std::string text = base::SignificantText(number, digits);
   for (char& c : text) c = c == '.' ? decimalPoint : c == 'e' ? 'E' : c;
   return text;
 }
@@ -87,14 +81,9 @@ std::string DateText(const Value& value, const TextSettings& settings) {
 }  // namespace
 
 std::optional<double> ReadNumber(std::string_view text, char decimalPoint) {
-  std::string plain = PlainDigits(text, decimalPoint);
-  if (plain.starts_with("+-")) return std::nullopt;
-  if (plain.starts_with('+')) plain.erase(0, 1);
-  double number = 0;
-  const char* end = plain.data() + plain.size();
-  const auto [stopped, problem] = std::from_chars(plain.data(), end, number);
-  if (problem != std::errc() || stopped != end || !std::isfinite(number)) return std::nullopt;
-  return number;
+  text = Trimmed(text);
+  if (text.starts_with("+-")) return std::nullopt;
+  return base::ReadWrittenReal(text, decimalPoint);
 }
 
 std::optional<Value> ReadAs(ColumnType type, const std::string& text, const TextSettings& settings) {

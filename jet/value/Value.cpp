@@ -58,7 +58,7 @@ struct Magnitude {
 };
 
 std::string DescribeDate(double serial) {
-  if (!std::isfinite(serial) || std::fabs(serial) > 3000000) return "#" + std::to_string(serial) + "#";
+  if (!std::isfinite(serial) || std::fabs(serial) > 3000000) return "#" + base::FixedText(serial, 6) + "#";
   const auto [day, seconds] = base::SplitSerial(serial, base::kSecondsADay);
   const base::CivilDay civil = base::CivilOf(day);
   std::string text = "#";

@@ -77,6 +77,7 @@ TEST(Calendar, ASerialIsSplitIntoItsDayAndItsTicks) {
   EXPECT_EQ(split(0.9999999, kSecondsADay), Parts(1, 0)) << "rounded to the day behind";
   EXPECT_EQ(split(-0.9999999, kSecondsADay), Parts(1, 0)) << "the day behind day 0, as the fraction counts forward";
   EXPECT_EQ(split(static_cast<double>(kLastDay) + 0.9999999, kSecondsADay), Parts(kLastDay + 1, 0));
+  EXPECT_EQ(split(0x1.fffffffffffffp-2, 1), Parts(0, 0)) << "just below the half";
   // 2 to the power of -14 days is exactly 5273437.5 microseconds.
   EXPECT_EQ(split(3.0 / 16384, kSecondsADay * 1000000), Parts(0, 15820313));
   EXPECT_EQ(split(3.0 / 16384, kSecondsADay * 1000000, HalfTick::kToEven), Parts(0, 15820312));

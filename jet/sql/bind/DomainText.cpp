@@ -3,6 +3,8 @@
 #include <array>
 #include <utility>
 
+#include "base/Blanks.h"
+
 namespace jet::sql {
 
 const char* DomainAggregate(std::string_view foldedName) {
@@ -25,11 +27,7 @@ const char* DomainAggregate(std::string_view foldedName) {
 }
 
 std::string DomainStatement(std::string_view aggregate, std::string_view expression, std::string_view domain, std::string_view criteria) {
-  const auto trimmed = [](std::string_view text) {
-    while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
-    while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
-    return std::string(text);
-  };
+  const auto trimmed = [](std::string_view text) { return std::string(base::Trim(text)); };
   std::string from = trimmed(domain);
   if (from.empty() || from.front() != '[') from = "[" + from + "]";
   std::string statement = "SELECT ";

@@ -188,7 +188,10 @@ Expression Binder::Of(const syntax::Minus& minus) {
   ColumnType type = inner.type.type;
   if (type == ColumnType::kBoolean || type == ColumnType::kByte) type = ColumnType::kInteger;
   if (!IsNumber(type) && type != ColumnType::kDate) type = ColumnType::kDouble;
-  return Made(MakeNode(Form::kMinus, {AsNumber(inner)}), type, {&inner});
+  Expression made = Made(MakeNode(Form::kMinus, {AsNumber(inner)}), type, {&inner});
+  made.type.precision = inner.type.precision;
+  made.type.scale = inner.type.scale;
+  return made;
 }
 
 Expression Binder::Concatenated(Expression left, const syntax::Link& link) {

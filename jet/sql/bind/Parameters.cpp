@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/Blanks.h"
 #include "jet/sql/bind/Coercion.h"
 #include "jet/sql/Names.h"
 #include "jet/sql/Statement.h"
@@ -14,9 +15,7 @@ std::string ParameterKey(std::string_view name) {
     if (c == '[' || c == ']') continue;
     plain += c == '.' ? '!' : c;
   }
-  while (!plain.empty() && plain.front() == ' ') plain.erase(0, 1);
-  while (!plain.empty() && plain.back() == ' ') plain.pop_back();
-  return FoldName(plain);
+  return FoldName(base::Trim(plain));
 }
 
 bool IsOfForm(std::string_view key) { return key.rfind("FORMS!", 0) == 0 || key.rfind("REPORTS!", 0) == 0; }

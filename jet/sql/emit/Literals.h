@@ -1,8 +1,9 @@
 #pragma once
 
-#include <charconv>
 #include <string>
 #include <string_view>
+
+#include "base/Numbers.h"
 
 namespace jet::sql {
 
@@ -27,9 +28,7 @@ namespace jet::sql {
 
 /// The shortest text that SQLite reads back as the same floating-point number.
 [[nodiscard]] inline std::string RealLiteral(double value) {
-  char buffer[40];
-  const auto [end, problem] = std::to_chars(buffer, buffer + sizeof buffer, value);
-  std::string text(buffer, end);
+  std::string text = base::ShortestText(value);
   if (text.find_first_of(".e") == std::string::npos) text += ".0";
   return value < 0 ? "(" + text + ")" : text;
 }

@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
+#include "base/Case.h"
+#include "base/Numbers.h"
 namespace jet::sql {
 
 namespace {
@@ -17,25 +18,20 @@ double DayOf(double serial) { return std::trunc(serial); }
 double TimeOf(double serial) { return std::fabs(serial - std::trunc(serial)); }
 
 CalendarFields FieldsOf(double serial) {
-  double day = DayOf(serial);
-  auto seconds = static_cast<std::int64_t>(std::llround(TimeOf(serial) * kSecondsPerDay));
-  if (seconds >= 86400) {
-    seconds = 0;
-    day += 1;
-  }
   // Far outside of what a date can be: a damaged value must not overflow the arithmetic.
-  if (!(std::fabs(day) < 1e8)) day = 0;
-  const auto days = static_cast<std::int64_t>(day);
+  if (!std::isfinite(serial)) serial = 0;
+  if (std::fabs(serial) >= 1e8) serial = TimeOf(serial);
+  const auto [day, seconds] = base::SplitSerial(serial, base::kSecondsADay);
   CalendarFields fields;
-  const base::CivilDay civil = base::CivilOf(days);
+  const base::CivilDay civil = base::CivilOf(day);
   fields.year = civil.year;
   fields.month = civil.month;
   fields.day = civil.day;
   fields.hour = static_cast<int>(seconds / 3600);
   fields.minute = static_cast<int>(seconds / 60 % 60);
   fields.second = static_cast<int>(seconds % 60);
-  fields.weekday = static_cast<int>(((days % 7) + 7 + 6) % 7) + 1;  // day 0 was a Saturday
-  fields.dayOfYear = static_cast<int>(days - base::DayNumber(fields.year, 1, 1)) + 1;
+  fields.weekday = static_cast<int>(((day % 7) + 7 + 6) % 7) + 1;  // day 0 was a Saturday
+  fields.dayOfYear = static_cast<int>(day - base::DayNumber(fields.year, 1, 1)) + 1;
   return fields;
 }
 
@@ -52,13 +48,17 @@ std::optional<double> SerialOf(std::int64_t year, std::int64_t month, std::int64
 std::string GeneralDate(double serial) {
   const CalendarFields f = FieldsOf(serial);
   const bool hasTime = f.hour != 0 || f.minute != 0 || f.second != 0;
-  char date[40];
-  char time[40];
-  std::snprintf(date, sizeof date, "%02d/%02d/%04d", f.day, f.month, static_cast<int>(f.year));
-  std::snprintf(time, sizeof time, "%02d:%02d:%02d", f.hour, f.minute, f.second);
+  const auto joined = [](std::int64_t first, std::int64_t second, std::int64_t third, char between, int lastWidth) {
+    std::string text;
+    base::AppendPadded(text, first, 2);
+    base::AppendPadded(text += between, second, 2);
+    base::AppendPadded(text += between, third, lastWidth);
+    return text;
+  };
+  const std::string date = joined(f.day, f.month, f.year, '/', 4);
   if (!hasTime) return date;
-  if (DayOf(serial) == 0) return time;
-  return std::string(date) + " " + time;
+  const std::string time = joined(f.hour, f.minute, f.second, ':', 2);
+  return DayOf(serial) == 0 ? time : date + " " + time;
 }
 
 namespace {
@@ -82,7 +82,7 @@ std::optional<double> AddMonths(double serial, double months) {
 
 std::string Lower(std::string_view text) {
   std::string out(text);
-  for (char& c : out) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+  for (char& c : out) c = base::AsciiLower(c);
   return out;
 }
 
@@ -110,7 +110,7 @@ std::optional<double> DateAdd(std::string_view interval, double count, double se
     result = AddSeconds(serial, std::round(count) * 60);
   else if (unit == "s")
     result = AddSeconds(serial, count);
-  if (result && (*result <= -657435 || *result >= 2958466)) return std::nullopt;
+  if (result && (*result <= base::kFirstDay - 1 || *result >= base::kLastDay + 1)) return std::nullopt;
   return result;
 }
 

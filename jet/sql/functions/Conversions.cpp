@@ -1,9 +1,8 @@
 // From one type to another, and FORMAT.
 #include <charconv>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 
+#include "base/Numbers.h"
 #include "jet/sql/Names.h"
 #include "jet/sql/functions/Pictures.h"
 #include "jet/sql/functions/Support.h"
@@ -13,9 +12,10 @@ namespace jet::sql::functions {
 namespace {
 
 void SingleToText(Context* context, int, Values v) {
-  char buffer[40];
-  std::snprintf(buffer, sizeof buffer, "%.7g", NumberOf(context, v[0]));
-  ReturnText(context, NumberText(std::strtod(buffer, nullptr), SettingsOf(context).decimalPoint));
+  // Rounded to the digits of its type, then written as any other number: "15000000000", not "1.5E+10".
+  const double number = NumberOf(context, v[0]);
+  const double rounded = base::ReadReal(base::SignificantText(number, 7)).value_or(number);
+  ReturnText(context, NumberText(rounded, SettingsOf(context).decimalPoint));
 }
 void ToText(Context* context, int, Values v) { ReturnText(context, AnyText(context, v[0])); }
 void DateToText(Context* context, int, Values v) { ReturnText(context, DateText(context, DateOf(context, v[0]))); }
@@ -42,7 +42,7 @@ void IsDateFunction(Context* context, int, Values v) {
 void IsNumericFunction(Context* context, int, Values v) {
   const int type = sqlite3_value_type(v[0]);
   const bool numeric = type == SQLITE_INTEGER || type == SQLITE_FLOAT ||
-                       (type == SQLITE_TEXT && NumberFromText(TextOf(v[0]), SettingsOf(context).decimalPoint));
+                       (type == SQLITE_TEXT && base::ReadWrittenReal(TextOf(v[0]), SettingsOf(context).decimalPoint));
   sqlite3_result_int(context, numeric && TextOf(v[1]) != "d" ? 1 : 0);
 }
 
@@ -76,7 +76,7 @@ void Format(Context* context, int, Values v) {
   if (sqlite3_value_type(v[0]) == SQLITE_TEXT) {
     const bool forNumbers = picture.find_first_of("0#") != std::string::npos;
     const bool forDates = picture.find_first_of("dmyhDMYH") != std::string::npos;
-    if (forNumbers && NumberFromText(TextOf(v[0]), point))
+    if (forNumbers && base::ReadWrittenReal(TextOf(v[0]), point))
       return ReturnText(context, FormatNumber(NumberOf(context, v[0]), picture, point));
     if (forDates && !forNumbers) {
       if (const auto serial = DateFromText(context, TextOf(v[0]))) return ReturnText(context, FormatDatePicture(*serial, picture));

@@ -63,7 +63,7 @@ void TimeSerial(Context* context, int, Values v) {
     if (part < INT16_MIN || part > INT16_MAX) Raise("overflow");
     seconds += static_cast<double>(part) * kUnits[i];
   }
-  sqlite3_result_double(context, seconds / 86400);
+  sqlite3_result_double(context, seconds / static_cast<double>(base::kSecondsADay));
 }
 
 void MonthName(Context* context, int, Values v) {
@@ -81,7 +81,7 @@ void WeekdayName(Context* context, int count, Values v) {
   ReturnText(context, FormatDatePicture(serial, abbreviated ? "ddd" : "dddd"));
 }
 
-void Timer(Context* context, int, Values) { sqlite3_result_double(context, static_cast<float>(TimeOf(LocalNow()) * 86400)); }
+void Timer(Context* context, int, Values) { sqlite3_result_double(context, static_cast<float>(TimeOf(LocalNow()) * base::kSecondsADay)); }
 
 constexpr Entry kFunctions[] = {
     {{" datevalue", "jet_datevalue", 1, 1, F, A}, NullIn<DatePartOnly>},

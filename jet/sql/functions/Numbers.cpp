@@ -1,10 +1,10 @@
 // Numbers.
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <cstdlib>
 #include <random>
 
+#include "base/Numbers.h"
 #include "jet/sql/functions/Support.h"
 
 namespace jet::sql::functions {
@@ -53,9 +53,8 @@ void Round(Context* context, int count, Values v) {
   const double scale = std::pow(10.0, static_cast<double>(digits));
   const double product = value * scale;
   if (!std::isfinite(product) || std::fabs(product) > 1e15) return sqlite3_result_double(context, value);
-  char buffer[40];
-  std::snprintf(buffer, sizeof buffer, "%.15g", product);
-  sqlite3_result_double(context, std::nearbyint(std::strtod(buffer, nullptr)) / scale);
+  const double shown = base::ReadReal(base::SignificantText(product, 15)).value_or(product);
+  sqlite3_result_double(context, std::nearbyint(shown) / scale);
 }
 
 void Random(Context* context, int, Values) {

@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <utility>
 #include <vector>
 
+#include "base/Case.h"
+#include "base/Numbers.h"
 #include "jet/sql/functions/Calendar.h"
 #include "jet/sql/Names.h"
 
@@ -18,9 +19,9 @@ constexpr const char* kMonths[] = {"janvier", "février", "mars",      "avril", 
 constexpr const char* kDays[] = {"dimanche", "lundi", "mardi", "mercredi", "jeudi", "vendredi", "samedi"};
 
 std::string Padded(std::int64_t value, int width) {
-  char buffer[32];
-  std::snprintf(buffer, sizeof buffer, "%0*lld", width, static_cast<long long>(value));
-  return buffer;
+  std::string text;
+  base::AppendPadded(text, value, width);
+  return text;
 }
 
 std::vector<std::string> Sections(std::string_view picture) {
@@ -52,16 +53,13 @@ std::string Grouped(const std::string& digits) {
 
 // Rounded halves away from zero, as FORMAT does, with at most 15 decimals.
 std::string FixedDigits(double magnitude, int decimals) {
-  char buffer[400];
   const double scale = std::pow(10.0, decimals);
   const double scaled = magnitude * scale;
   if (std::isfinite(scaled) && scaled < 9e15) {
     const double rounded = std::floor(scaled + 0.5 + 1e-9 * std::min(1.0, scaled));
-    std::snprintf(buffer, sizeof buffer, "%.*f", decimals, rounded / scale);
-  } else {
-    std::snprintf(buffer, sizeof buffer, "%.*f", decimals, magnitude);
+    return base::FixedText(rounded / scale, decimals);
   }
-  return buffer;
+  return base::FixedText(magnitude, decimals);
 }
 
 /// What a picture asks of a number.
@@ -158,9 +156,7 @@ std::string FormatNumber(double value, std::string_view picture, char decimalPoi
   std::string named = NamedNumber(value, name, decimalPoint, known);
   if (known) return named;
   if (name.empty() || name == "GENERAL NUMBER") {
-    char buffer[40];
-    std::snprintf(buffer, sizeof buffer, "%.15g", value);
-    std::string text = buffer;
+    std::string text = base::SignificantText(value, 15);
     std::replace(text.begin(), text.end(), '.', decimalPoint);
     return text;
   }
@@ -228,7 +224,7 @@ class DatePicture {
 
   void Letter() {
     const char first = picture_[at_];
-    const char c = static_cast<char>(first >= 'A' && first <= 'Z' ? first + 32 : first);
+    const char c = base::AsciiLower(first);
     if (std::string_view("dmyhnsqw").find(c) == std::string_view::npos) {
       out_ += picture_[at_++];
       return;

@@ -1,10 +1,9 @@
 #include "jet/sql/functions/Support.h"
 
-#include <charconv>
 #include <cmath>
-#include <cstdio>
 
 #include "base/DateText.h"
+#include "base/Numbers.h"
 #include "jet/sql/functions/Calendar.h"
 
 namespace jet::sql::functions {
@@ -22,21 +21,9 @@ void ReturnText(Context* context, std::string_view text) {
 
 void Raise(const std::string& text) { throw FunctionError{text}; }
 
-std::optional<double> NumberFromText(std::string_view text, char decimalPoint) {
-  while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
-  while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
-  if (!text.empty() && text.front() == '+') text.remove_prefix(1);
-  std::string plain(text);
-  for (char& c : plain) c = c == decimalPoint ? '.' : c;
-  double value = 0;
-  const auto [end, problem] = std::from_chars(plain.data(), plain.data() + plain.size(), value);
-  if (problem != std::errc() || end != plain.data() + plain.size() || plain.empty() || !std::isfinite(value)) return std::nullopt;
-  return value;
-}
-
 double NumberOf(Context* context, sqlite3_value* value) {
   if (sqlite3_value_type(value) == SQLITE_INTEGER || sqlite3_value_type(value) == SQLITE_FLOAT) return sqlite3_value_double(value);
-  const std::optional<double> number = NumberFromText(TextOf(value), SettingsOf(context).decimalPoint);
+  const std::optional<double> number = base::ReadWrittenReal(TextOf(value), SettingsOf(context).decimalPoint);
   if (!number) Raise("type mismatch: \"" + std::string(TextOf(value)) + "\" is not a number");
   return *number;
 }
@@ -61,7 +48,7 @@ double DateOf(Context* context, sqlite3_value* value) {
   } else {
     serial = sqlite3_value_double(value);
   }
-  if (!(serial > -657435 && serial < 2958466)) Raise("date out of range");
+  if (!(serial > base::kFirstDay - 1 && serial < base::kLastDay + 1)) Raise("date out of range");
   return serial;
 }
 
@@ -71,9 +58,7 @@ std::string DateText(Context* context, double serial) {
 }
 
 std::string NumberText(double value, char decimalPoint) {
-  char buffer[40];
-  std::snprintf(buffer, sizeof buffer, "%.15g", value);
-  std::string text = buffer;
+  std::string text = base::SignificantText(value, 15);
   for (char& c : text) c = c == '.' ? decimalPoint : c == 'e' ? 'E' : c;
   return text;
 }

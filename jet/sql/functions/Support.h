@@ -33,7 +33,6 @@ struct FunctionError {
 [[nodiscard]] std::string_view TextOf(sqlite3_value* value);
 /// The same, of any value.
 [[nodiscard]] std::string AnyText(Context* context, sqlite3_value* value);
-[[nodiscard]] std::optional<double> NumberFromText(std::string_view text, char decimalPoint);
 /// Raises for what is no number, or too large; halves go to the even neighbour.
 [[nodiscard]] double NumberOf(Context* context, sqlite3_value* value);
 [[nodiscard]] std::int64_t WholeOf(Context* context, sqlite3_value* value);

@@ -3,6 +3,7 @@
 #include <charconv>
 
 #include "base/Ansi.h"
+#include "base/Blanks.h"
 #include "jet/sql/Names.h"
 #include "jet/sql/functions/Support.h"
 #include "jet/value/TextOrder.h"
@@ -45,8 +46,8 @@ template <bool left, bool right>
 void TrimFunction(Context* context, int, Values v) {
   const std::string text = AnyText(context, v[0]);
   std::string_view rest = text;
-  while (left && !rest.empty() && rest.front() == ' ') rest.remove_prefix(1);
-  while (right && !rest.empty() && rest.back() == ' ') rest.remove_suffix(1);
+  if (left) rest = base::TrimLeft(rest);
+  if (right) rest = base::TrimRight(rest);
   ReturnText(context, rest);
 }
 

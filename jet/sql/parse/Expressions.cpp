@@ -1,10 +1,10 @@
 // Expressions of the Access language: operators with their precedence, predicates, names, calls.
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <set>
 
 #include "base/DateText.h"
+#include "base/Numbers.h"
 #include "jet/sql/parse/Parser.h"
 
 namespace jet::sql::syntax {
@@ -228,18 +228,13 @@ Expression Parser::Power() {
 
 Expression Parser::LiteralNumber() {
   const Token& token = Take();
-  const char* end = token.text.data() + token.text.size();
-  std::int64_t whole = 0;
-  const auto [stop, problem] = std::from_chars(token.text.data(), end, whole);
-  if (problem == std::errc() && stop == end && whole >= INT32_MIN && whole <= INT32_MAX)
-    return Made(Number{static_cast<std::int32_t>(whole), 0, false});
-  double real = 0;
-  const auto [realStop, realProblem] = std::from_chars(token.text.data(), end, real);
-  if (realProblem != std::errc() || realStop != end || !std::isfinite(real)) throw SyntaxError("number out of range", token.position);
+  if (const auto whole = base::ReadWhole<std::int32_t>(token.text)) return Made(Number{*whole, 0, false});
+  const auto real = base::ReadReal(token.text);
+  if (!real) throw SyntaxError("number out of range", token.position);
   const std::size_t point = token.text.find('.');
-  const bool fewDecimals = point != std::string::npos && token.text.size() - point <= 5 && std::fabs(real) < 1e10 &&
+  const bool fewDecimals = point != std::string::npos && token.text.size() - point <= 5 && std::fabs(*real) < 1e10 &&
                            token.text.find_first_not_of("0123456789.") == std::string::npos;
-  return Made(Number{std::nullopt, real, fewDecimals});
+  return Made(Number{std::nullopt, *real, fewDecimals});
 }
 
 Expression Parser::LiteralDate() {

@@ -1,26 +1,17 @@
 // The defaults of columns: expressions of their own.
+#include "base/Blanks.h"
 #include "jet/sql/Names.h"
 #include "jet/sql/bind/Coercion.h"
 #include "jet/sql/run/SessionState.h"
 
 namespace jet::sql {
 
-namespace {
-
-std::string_view Trimmed(std::string_view text) {
-  while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
-  while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
-  return text;
-}
-
-}  // namespace
-
 std::vector<std::pair<std::size_t, Value>> EvaluateDefaults(SessionState& state, const EngineTable& table) {
   std::vector<std::pair<std::size_t, Value>> defaults;
   if (table.table == nullptr) return defaults;
   const std::vector<ColumnDef>& columns = table.table->Columns();
   for (std::size_t i = 0; i < columns.size(); ++i) {
-    std::string text(Trimmed(columns[i].defaultValue));
+    std::string text(base::Trim(columns[i].defaultValue));
     if (!text.empty() && text[0] == '=') text.erase(0, 1);
     if (text.empty() || columns[i].autoNumber) continue;
     const std::string word = UpperCase(text);

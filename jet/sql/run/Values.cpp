@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "base/Numbers.h"
 #include "jet/sql/run/SessionState.h"
 
 namespace jet::sql {
@@ -204,9 +205,7 @@ Value ValueFrom(sqlite3_stmt* statement, int column, const TypeInfo& type) {
     case ColumnType::kDate:
       return Value(Date{number});
     case ColumnType::kNumeric: {
-      char buffer[400];
-      std::snprintf(buffer, sizeof buffer, "%.*f", static_cast<int>(type.scale), number);
-      const std::optional<Numeric> numeric = Numeric::Parse(buffer);
+      const std::optional<Numeric> numeric = Numeric::Parse(base::FixedText(number, type.scale));
       return numeric ? Value(*numeric) : Value(number);
     }
     default:
