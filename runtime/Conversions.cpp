@@ -7,6 +7,7 @@
 #include <string>
 #include <type_traits>
 
+#include "base/Blanks.h"
 #include "base/Calendar.h"
 #include "base/Numbers.h"
 #include "runtime/Dates.h"
@@ -19,12 +20,7 @@ namespace {
 
 bool IsDigit(char letter) { return letter >= '0' && letter <= '9'; }
 
-std::string_view TrimBlanks(std::string_view text) {
-  const auto blank = [](char letter) { return letter == ' ' || letter == '\t'; };
-  while (!text.empty() && blank(text.front())) text.remove_prefix(1);
-  while (!text.empty() && blank(text.back())) text.remove_suffix(1);
-  return text;
-}
+std::string_view TrimBlanks(std::string_view text) { return base::TrimOf(text, " \t"); }
 
 /// A number written in base 16 ("&H1F") or 8 ("&O17"): its bits, whose meaning depends on the size that they go to.
 struct Bits {
@@ -45,40 +41,51 @@ std::optional<Bits> ParseBits(std::string_view text) {
   return bits;
 }
 
+bool IsSign(char letter) { return letter == '-' || letter == '+'; }
+
+/// Moves the digits that a text begins with; how many they are.
+std::size_t TakeDigits(std::string_view& text, std::string& out) {
+  std::size_t count = 0;
+  while (count < text.size() && IsDigit(text[count])) ++count;
+  out += text.substr(0, count);
+  text.remove_prefix(count);
+  return count;
+}
+
+/// The sign in front of a number, else that behind it.
+void TakeSign(std::string_view& text, std::string& out) {
+  if (text.empty()) return;
+  const bool inFront = IsSign(text.front());
+  if (!inFront && !IsSign(text.back())) return;
+  if ((inFront ? text.front() : text.back()) == '-') out.push_back('-');
+  inFront ? text.remove_prefix(1) : text.remove_suffix(1);
+}
+
+/// False for an exponent without digits.
+bool TakeExponent(std::string_view& text, std::string& out) {
+  if (text.empty() || std::string_view("eEdD").find(text.front()) == std::string_view::npos) return true;
+  text.remove_prefix(1);
+  out.push_back('e');
+  if (!text.empty() && IsSign(text.front())) {
+    if (text.front() == '-') out.push_back('-');
+    text.remove_prefix(1);
+  }
+  return TakeDigits(text, out) != 0;
+}
+
 /// The number in plain form, with "." as its separator and "e" before its exponent; empty when the text is no number.
 std::string Normalized(std::string_view text, char decimalPoint) {
   text = TrimBlanks(text);
   std::string out;
-  if (!text.empty() && (text.front() == '-' || text.front() == '+')) {
-    if (text.front() == '-') out.push_back('-');
-    text.remove_prefix(1);
-  } else if (!text.empty() && (text.back() == '-' || text.back() == '+')) {
-    if (text.back() == '-') out.push_back('-');
-    text.remove_suffix(1);
-  }
-  std::size_t digits = 0;
-  std::size_t i = 0;
-  const auto takeDigits = [&] {
-    for (; i < text.size() && IsDigit(text[i]); ++i, ++digits) out.push_back(text[i]);
-  };
-  takeDigits();
-  if (i < text.size() && text[i] == decimalPoint) {
+  TakeSign(text, out);
+  std::size_t digits = TakeDigits(text, out);
+  if (!text.empty() && text.front() == decimalPoint) {
     out.push_back('.');
-    ++i;
-    takeDigits();
+    text.remove_prefix(1);
+    digits += TakeDigits(text, out);
   }
-  if (digits == 0) return {};
-  if (i < text.size() && std::string_view("eEdD").find(text[i]) != std::string_view::npos) {
-    out.push_back('e');
-    if (++i < text.size() && (text[i] == '-' || text[i] == '+')) {
-      if (text[i] == '-') out.push_back('-');
-      ++i;
-    }
-    digits = 0;
-    takeDigits();
-    if (digits == 0) return {};
-  }
-  return i == text.size() ? out : std::string();
+  if (digits == 0 || !TakeExponent(text, out) || !text.empty()) return {};
+  return out;
 }
 
 /// The value of a text in plain form. Too large is error 6; too small to tell from zero is zero.

@@ -1,5 +1,6 @@
 #include "runtime/Dates.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "base/Calendar.h"
@@ -43,30 +44,39 @@ CalendarTime Split(double serial, std::int64_t ticksASecond) {
   return time;
 }
 
-/// The date in the operating system's letters. Names of days are left out and names of months written as two digits, so
-/// that what is written can be read again.
+/// What a run of one of the operating system's letters stands for; other characters stand as they are. Names of days are left out and names of
+/// months written as two digits, so that what is written can be read again.
+void AppendShortDateField(std::string& out, const CalendarTime& time, char letter, std::size_t count) {
+  const int width = count >= 2 ? 2 : 1;
+  switch (letter) {
+    case 'd':
+      if (count <= 2) AppendPadded(out, time.day, width);
+      break;
+    case 'M':
+      AppendPadded(out, time.month, width);
+      break;
+    case 'y':
+      AppendPadded(out, count > 2 ? time.year : time.year % 100, count > 2 ? 4 : 2);
+      break;
+    default:
+      out.append(count, letter);
+  }
+}
+
+/// The date in the operating system's letters; what stands between apostrophes is text.
 void AppendShortDate(std::string& out, const CalendarTime& time, std::string_view letters) {
-  for (std::size_t i = 0; i < letters.size();) {
-    const char letter = letters[i];
+  while (!letters.empty()) {
+    const char letter = letters.front();
     if (letter == '\'') {
-      const std::size_t end = letters.find('\'', i + 1);
-      out += letters.substr(i + 1, end == std::string_view::npos ? end : end - i - 1);
-      i = end == std::string_view::npos ? letters.size() : end + 1;
+      letters.remove_prefix(1);
+      const std::size_t end = std::min(letters.find('\''), letters.size());
+      out += letters.substr(0, end);
+      letters.remove_prefix(std::min(end + 1, letters.size()));
       continue;
     }
-    std::size_t count = 1;
-    while (i + count < letters.size() && letters[i + count] == letter) ++count;
-    i += count;
-    const int width = count >= 2 ? 2 : 1;
-    if (letter == 'd') {
-      if (count <= 2) AppendPadded(out, time.day, width);
-    } else if (letter == 'M') {
-      AppendPadded(out, time.month, width);
-    } else if (letter == 'y') {
-      AppendPadded(out, count > 2 ? time.year : time.year % 100, count > 2 ? 4 : 2);
-    } else {
-      out.append(count, letter);
-    }
+    const std::size_t count = std::min(letters.find_first_not_of(letter), letters.size());
+    AppendShortDateField(out, time, letter, count);
+    letters.remove_prefix(count);
   }
 }
 
@@ -95,6 +105,24 @@ std::size_t RunLength(std::string_view picture, std::size_t position) {
   std::size_t count = 1;
   while (position + count < picture.size() && base::AsciiUpper(picture[position + count]) == base::AsciiUpper(picture[position])) ++count;
   return count;
+}
+
+/// The field that two letters of a picture stand for: "MM" behind an hour are minutes.
+int FieldOf(const CalendarTime& time, char letter, bool behindHour) {
+  switch (letter) {
+    case 'Y':
+      return time.year % 100;
+    case 'M':
+      return behindHour ? time.minute : time.month;
+    case 'D':
+      return time.day;
+    case 'H':
+      return time.hour;
+    case 'N':
+      return time.minute;
+    default:
+      return time.second;
+  }
 }
 
 }  // namespace
@@ -130,23 +158,13 @@ std::string FormatDate(Date date, std::string_view picture, const RegionalSettin
   for (std::size_t i = 0; i < picture.size();) {
     const char letter = base::AsciiUpper(picture[i]);
     const std::size_t run = RunLength(picture, i);
-    if (letter == 'Y' && run >= 4) {
-      AppendPadded(out, time.year, 4);
-      i += 4;
-    } else if (run >= 2 && std::string_view("YMDHNS").find(letter) != std::string_view::npos) {
-      const bool minutes = letter == 'N' || (letter == 'M' && previousToken == 'H');
-      const int value = letter == 'Y'   ? time.year % 100
-                        : minutes       ? time.minute
-                        : letter == 'M' ? time.month
-                        : letter == 'D' ? time.day
-                        : letter == 'H' ? time.hour
-                                        : time.second;
-      AppendPadded(out, value, 2);
-      i += 2;
-    } else {
+    if (run < 2 || std::string_view("YMDHNS").find(letter) == std::string_view::npos) {
       out.push_back(picture[i++]);
       continue;
     }
+    const bool wholeYear = letter == 'Y' && run >= 4;
+    AppendPadded(out, wholeYear ? time.year : FieldOf(time, letter, previousToken == 'H'), wholeYear ? 4 : 2);
+    i += wholeYear ? 4 : 2;
     previousToken = letter;
   }
   return out;

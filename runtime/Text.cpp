@@ -1,15 +1,10 @@
 #include "runtime/Text.h"
 
+#include "base/Blanks.h"
+
 namespace tamlo::runtime {
 
-std::string_view TrimRight(std::string_view text) noexcept {
-  while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
-  return text;
-}
-
-std::string_view Trim(std::string_view text) noexcept {
-  while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
-  return TrimRight(text);
-}
+std::string_view Trim(std::string_view text) noexcept { return base::Trim(text); }
+std::string_view TrimRight(std::string_view text) noexcept { return base::TrimRight(text); }
 
 }  // namespace tamlo::runtime

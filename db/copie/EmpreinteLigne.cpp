@@ -1,11 +1,12 @@
 #include "db/copie/EmpreinteLigne.h"
 
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <utility>
 
+#include "base/Calendar.h"
+#include "base/Numbers.h"
 #include "runtime/Conversions.h"
 #include "runtime/Dates.h"
 #include "runtime/Error.h"
@@ -64,9 +65,7 @@ bool EstDate(std::int16_t type) {
 
 std::string Chiffres(double nombre, int precision) {
   if (nombre == 0) nombre = 0;  // no negative zero
-  std::array<char, 40> tampon{};
-  const auto fin = std::to_chars(tampon.data(), tampon.data() + tampon.size(), nombre, std::chars_format::scientific, precision - 1).ptr;
-  return {tampon.data(), fin};
+  return base::ScientificText(nombre, precision);
 }
 
 /// A number without the zeros that only its scale put there: "12.50" and "12.5" are one.
@@ -90,17 +89,17 @@ constexpr const char* kSecondes = "YYYY-MM-DD HH:NN:SS";
 
 /// With four to six digits of a second, rounded half up, carried into the next day where it must be.
 std::string TexteDateFine(runtime::Date date, std::int16_t chiffres) {
-  const double jour = std::trunc(date.serial);
-  constexpr double kParJour = 86400e6;
-  auto pas = static_cast<std::int64_t>(std::nearbyint(std::fabs(date.serial - jour) * kParJour));
+  constexpr std::int64_t kParJour = base::kSecondsADay * 1000000;
+  auto [jour, pas] = base::SplitSerial(date.serial, kParJour, base::HalfTick::kToEven);
   std::int64_t grain = 1;
   for (int i = chiffres; i < 6; ++i) grain *= 10;
   pas = (pas + grain / 2) / grain * grain;
-  const bool suivant = pas >= static_cast<std::int64_t>(kParJour);
-  if (suivant) pas = 0;
-  const double seconde = static_cast<double>(pas / 1000000) / 86400.0;
-  const double entier = suivant ? jour + 1 : jour;
-  const runtime::Date ronde{entier < 0 || (entier == 0 && std::signbit(entier)) ? entier - seconde : entier + seconde};
+  if (pas >= kParJour) {
+    pas = 0;
+    ++jour;
+  }
+  const double seconde = static_cast<double>(pas / 1000000) / static_cast<double>(base::kSecondsADay);
+  const runtime::Date ronde{base::JoinDayAndTime(static_cast<double>(jour), seconde)};
   return runtime::FormatDate(ronde, kSecondes, Simples()) + "." + std::to_string(pas % 1000000);
 }
 

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <charconv>
 #include <utility>
 
 #include "ado/Types.h"
+#include "base/Numbers.h"
 #include "db/sql/Passes.h"
 #include "db/sql/Textes.h"
 #include "runtime/Dates.h"
@@ -51,9 +51,8 @@ constexpr Faits kFaits{
 };
 
 bool EstNombre(std::string_view texte, int petit, int grand) {
-  int nombre = 0;
-  const auto [fin, erreur] = std::from_chars(texte.data(), texte.data() + texte.size(), nombre);
-  return erreur == std::errc() && fin == texte.data() + texte.size() && nombre >= petit && nombre <= grand;
+  const auto nombre = base::ReadWhole<int>(texte);
+  return nombre && *nombre >= petit && *nombre <= grand;
 }
 
 /// A date of the usual form "01/02/2003", which every month has, for a picture of the probe: its digits only change places. False, and nothing

@@ -1,10 +1,10 @@
 #include "db/kinds/MoteurOracle.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 
 #include "ado/Types.h"
+#include "base/Numbers.h"
 #include "db/kinds/ParamOra.h"
 #include "db/sql/Passes.h"
 #include "db/sql/Qualification.h"
@@ -53,22 +53,18 @@ bool Vide(const std::string& texte) { return support::EstVide(std::string_view(t
 /// The number of a parameter, written with a point or a comma.
 double NombreDe(std::string valeur) {
   std::replace(valeur.begin(), valeur.end(), ',', '.');
-  const std::string_view texte = runtime::Trim(valeur);
-  double nombre = 0;
-  const auto [fin, erreur] = std::from_chars(texte.data(), texte.data() + texte.size(), nombre);
-  if (erreur != std::errc() || fin != texte.data() + texte.size()) {
+  const auto nombre = base::ReadReal(runtime::Trim(valeur));
+  if (!nombre) {
     throw runtime::Error(runtime::kTypeMismatch, "Fichier de paramètres Oracle : NEXT n'est pas un nombre (\"" + valeur + "\")");
   }
-  return nombre;
+  return *nombre;
 }
 
 /// A whole number of megabytes stays; a fraction becomes thousandths, called kilobytes. Fifteen digits hide the binary remainder of 0.57.
 std::string TexteNext(const std::string& valeur) {
   const double mega = NombreDe(valeur);
   if (mega == std::floor(mega)) return " NEXT " + valeur + " M";
-  char tampon[32];
-  const auto fin = std::to_chars(tampon, tampon + sizeof tampon, mega * 1000, std::chars_format::general, 15).ptr;
-  return " NEXT " + std::string(tampon, fin) + " K";
+  return " NEXT " + base::SignificantText(mega * 1000, 15) + " K";
 }
 
 std::string Clause(const char* mot, const std::string& valeur, const char* suite = "") {

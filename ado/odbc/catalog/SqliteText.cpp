@@ -6,6 +6,7 @@
 #include <initializer_list>
 #include <utility>
 
+#include "base/Blanks.h"
 #include "runtime/Text.h"
 
 namespace tamlo::ado::odbc {
@@ -19,7 +20,6 @@ struct Piece {
   std::size_t end = 0;
 };
 
-bool IsBlank(char c) { return std::isspace(static_cast<unsigned char>(c)) != 0; }
 bool IsOfWord(char c) {
   const auto byte = static_cast<unsigned char>(c);
   return byte >= 0x80 || std::isalnum(byte) != 0 || c == '_' || c == '$';
@@ -52,7 +52,7 @@ Piece QuotedAt(std::string_view sql, std::size_t begin) {
 std::vector<Piece> Cut(std::string_view sql) {
   std::vector<Piece> pieces;
   for (std::size_t i = 0; i < sql.size();) {
-    if (const auto end = EndOfComment(sql, i); end != i || IsBlank(sql[i])) {
+    if (const auto end = EndOfComment(sql, i); end != i || base::IsWhite(sql[i])) {
       i = std::max(end, i + 1);
       continue;
     }

@@ -8,6 +8,7 @@
 #include "ado/odbc/driver/NativeHeaders.h"
 #include "ado/odbc/values/Encode.h"
 #include "ado/odbc/values/ValueDecoder.h"
+#include "base/Blanks.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
 #include "runtime/Text.h"
@@ -18,11 +19,7 @@ namespace {
 using Form = ParameterShape::Form;
 
 /// Without white space of any kind around it.
-std::string_view Trimmed(std::string_view text) {
-  constexpr std::string_view kWhite = " \t\r\n";
-  const std::size_t first = text.find_first_not_of(kWhite);
-  return first == std::string_view::npos ? std::string_view() : text.substr(first, text.find_last_not_of(kWhite) - first + 1);
-}
+std::string_view Trimmed(std::string_view text) { return base::TrimOf(text, " \t\r\n"); }
 
 /// Takes the word, written in any case, from the beginning.
 bool TakeCall(std::string_view& text) {

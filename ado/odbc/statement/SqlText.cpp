@@ -4,6 +4,7 @@
 #include <array>
 #include <cctype>
 
+#include "base/Blanks.h"
 #include "runtime/Text.h"
 
 namespace tamlo::ado::odbc {
@@ -37,7 +38,7 @@ std::size_t EndOfQuoted(std::string_view sql, std::size_t begin) {
 
 /// Length of the comment that begins here, 0 for none. "--" counts only before a blank or the end: elsewhere it is two minus signs.
 std::size_t CommentLength(std::string_view rest) {
-  if (rest.starts_with("--") && (rest.size() == 2 || std::isspace(static_cast<unsigned char>(rest[2])) != 0)) {
+  if (rest.starts_with("--") && (rest.size() == 2 || base::IsWhite(rest[2]))) {
     const auto end = rest.find('\n');
     return end == std::string_view::npos ? rest.size() : end;
   }
@@ -50,7 +51,7 @@ std::vector<Piece> Cut(std::string_view sql) {
   std::vector<Piece> pieces;
   std::size_t i = 0;
   while (i < sql.size()) {
-    if (std::isspace(static_cast<unsigned char>(sql[i])) != 0) {
+    if (base::IsWhite(sql[i])) {
       ++i;
       continue;
     }
@@ -207,7 +208,7 @@ TransactionEffect EffectOnTransaction(std::string_view sql) {
   std::size_t begin = 0;
   while (begin < sql.size()) {
     const std::size_t comment = CommentLength(sql.substr(begin));
-    if (comment == 0 && std::isspace(static_cast<unsigned char>(sql[begin])) == 0 && sql[begin] != '(') break;
+    if (comment == 0 && !base::IsWhite(sql[begin]) && sql[begin] != '(') break;
     begin += std::max<std::size_t>(comment, 1);
   }
   std::size_t end = begin;

@@ -22,12 +22,6 @@ using Form = ParameterShape::Form;
 using runtime::Error;
 
 template <typename T>
-void Append(std::vector<std::byte>& out, const T& value) {
-  const auto* bytes = reinterpret_cast<const std::byte*>(&value);
-  out.insert(out.end(), bytes, bytes + sizeof value);
-}
-
-template <typename T>
 std::size_t Put(std::span<std::byte> slot, T value) {
   if (slot.size() < sizeof value) return 0;
   std::memcpy(slot.data(), &value, sizeof value);

@@ -1,18 +1,17 @@
 #include "ado/odbc/values/Moment.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 
+#include "base/Calendar.h"
 #include "runtime/Dates.h"
 
 namespace tamlo::ado::odbc {
 namespace {
 
 constexpr std::int64_t kSecond = 1'000'000;
-constexpr std::int64_t kDay = 86'400 * kSecond;
-constexpr double kMicrosecondDays = 65536;   // beyond, the step of a double is more than half a microsecond
-constexpr std::int64_t kDayOfEpoch = 25569;  // serial day of 1970-01-01
+constexpr std::int64_t kDay = base::kSecondsADay * kSecond;
+constexpr double kMicrosecondDays = 65536;  // beyond, the step of a double is more than half a microsecond
 
 /// Reads a text from left to right.
 class Reader {
@@ -53,22 +52,16 @@ class Reader {
 
 bool IsDay(int year, int month, int day) {
   if (month == 0 || day == 0) return month <= 12 && day <= 31;
-  return std::chrono::year_month_day{std::chrono::year(year), std::chrono::month(static_cast<unsigned>(month)),
-                                     std::chrono::day(static_cast<unsigned>(day))}
-      .ok();
+  return month <= 12 && day <= base::DaysOfMonth(year, month);
 }
 
-std::int64_t DayNumber(const Moment& moment) {
-  const std::chrono::year_month_day day{std::chrono::year(moment.year), std::chrono::month(static_cast<unsigned>(moment.month)),
-                                        std::chrono::day(static_cast<unsigned>(moment.day))};
-  return std::chrono::sys_days(day).time_since_epoch().count() + kDayOfEpoch;
-}
+std::int64_t DayNumber(const Moment& moment) { return base::DayNumber(moment.year, moment.month, moment.day); }
 
 void SetDay(Moment& moment, std::int64_t number) {
-  const std::chrono::year_month_day day{std::chrono::sys_days(std::chrono::days(number - kDayOfEpoch))};
-  moment.year = static_cast<int>(day.year());
-  moment.month = static_cast<int>(static_cast<unsigned>(day.month()));
-  moment.day = static_cast<int>(static_cast<unsigned>(day.day()));
+  const base::CivilDay day = base::CivilOf(number);
+  moment.year = static_cast<int>(day.year);
+  moment.month = day.month;
+  moment.day = day.day;
 }
 
 bool ReadTime(Reader& reader, Moment& moment, std::size_t hourDigits) {
@@ -109,14 +102,11 @@ void RoundTo(Moment& moment, std::int16_t digits) {
 
 /// Whole microseconds of a Date, and its day.
 Moment SplitDate(runtime::Date date) {
-  const double day = std::trunc(date.serial);
-  const double fraction = std::fabs(date.serial - day);
+  const auto [day, microseconds] = base::SplitSerial(date.serial, kDay, base::HalfTick::kToEven);
   Moment moment;
   moment.hasDay = moment.hasTime = true;
-  moment.microseconds = static_cast<std::int64_t>(std::nearbyint(fraction * static_cast<double>(kDay)));
-  const bool next = moment.microseconds >= kDay;
-  if (next) moment.microseconds = 0;
-  SetDay(moment, static_cast<std::int64_t>(day) + (next ? 1 : 0));
+  moment.microseconds = microseconds;
+  SetDay(moment, day);
   return moment;
 }
 
@@ -181,7 +171,7 @@ std::optional<runtime::Date> DateOfMoment(const Moment& moment) {
   if (!moment.hasDay) return runtime::Date{fraction};
   const auto day = static_cast<double>(DayNumber(moment));
   if (std::fabs(day) >= kMicrosecondDays && moment.microseconds % 1000 != 0) return std::nullopt;
-  return runtime::Date{day < 0 ? day - fraction : day + fraction};
+  return runtime::Date{base::JoinDayAndTime(day, fraction)};
 }
 
 Moment MomentOfDate(runtime::Date date, std::int16_t digits) {

@@ -7,6 +7,7 @@
 #include "ado/odbc/driver/NativeHeaders.h"
 #include "ado/odbc/values/Moment.h"
 #include "ado/odbc/values/TextEncoding.h"
+#include "base/Calendar.h"
 #include "runtime/Conversions.h"
 #include "runtime/Dates.h"
 #include "runtime/Error.h"
@@ -17,12 +18,6 @@ namespace {
 
 using Form = ParameterShape::Form;
 using runtime::Error;
-
-template <typename T>
-void Append(std::vector<std::byte>& out, const T& value) {
-  const auto* bytes = reinterpret_cast<const std::byte*>(&value);
-  out.insert(out.end(), bytes, bytes + sizeof value);
-}
 
 /// A day and time out of any value; texts are read as the user writes them.
 Moment MomentOf(const Variant& value, std::int16_t digits) {
@@ -82,7 +77,7 @@ void AppendMoment(const Variant& value, const ParameterShape& shape, std::vector
   if (!moment) moment = MomentOfDate(runtime::ToDate(value), shape.adoType == adDBDate ? std::int16_t{0} : shape.digits);
   // A time alone in a column of days and times stands on day 0.
   if (!moment->hasDay && shape.adoType != adDBTime && !shape.values.keepsAnyValue) {
-    if (moment->negative || moment->microseconds >= 24LL * 3600 * 1000000) throw Error(runtime::kTypeMismatch);
+    if (moment->negative || moment->microseconds >= base::kSecondsADay * 1000000) throw Error(runtime::kTypeMismatch);
     moment->hasDay = true;
   }
   KeepPart(*moment, shape.adoType);
@@ -94,7 +89,7 @@ void AppendMomentStructure(const Variant& value, const ParameterShape& shape, st
   const Moment moment = MomentOf(value, shape.digits);
   const std::int64_t seconds = moment.microseconds / 1000000;
   // What a structure has no room for.
-  if (moment.negative || seconds >= 86400 || moment.month == 0 || moment.day == 0) throw Error(runtime::kTypeMismatch);
+  if (moment.negative || seconds >= base::kSecondsADay || moment.month == 0 || moment.day == 0) throw Error(runtime::kTypeMismatch);
   if (shape.form == Form::kDate) {
     Append(out, SQL_DATE_STRUCT{static_cast<SQLSMALLINT>(moment.year), static_cast<SQLUSMALLINT>(moment.month),
                                 static_cast<SQLUSMALLINT>(moment.day)});

@@ -1,13 +1,14 @@
 #include "ado/odbc/values/NumberEncoding.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
+#include <optional>
 #include <string_view>
 
 #include "ado/odbc/driver/NativeHeaders.h"
 #include "ado/odbc/values/TextEncoding.h"
 #include "ado/odbc/values/ValueDecoder.h"
+#include "base/Numbers.h"
 #include "runtime/Conversions.h"
 #include "runtime/Error.h"
 
@@ -21,10 +22,10 @@ std::int64_t WholeOfDigits(std::string_view text) {
   const std::size_t point = std::min(text.find('.'), text.size());
   std::string_view rest = text.substr(std::min(point + 1, text.size()));
   const bool negative = text.starts_with('-');
-  std::int64_t whole = 0;
   const bool none = point == (negative ? 1U : 0U);
-  const auto [end, error] = std::from_chars(text.data(), text.data() + point, whole);
-  if (!none && (error != std::errc() || end != text.data() + point)) throw Error(runtime::kOverflow);
+  const std::optional<std::int64_t> digits = none ? 0 : base::ReadWhole<std::int64_t>(text.substr(0, point));
+  if (!digits) throw Error(runtime::kOverflow);
+  const std::int64_t whole = *digits;
   const bool half = rest.starts_with('5') && rest.find_first_not_of('0', 1) == std::string_view::npos;
   if (rest.empty() || (half ? whole % 2 == 0 : rest[0] < '5')) return whole;
   if (whole == (negative ? INT64_MIN : INT64_MAX)) throw Error(runtime::kOverflow);
@@ -67,9 +68,7 @@ std::string DecimalOf(const Variant& value) {
 void CheckDecimalDigits(const std::string& plain, const ParameterShape& shape) {
   const std::size_t most = shape.values.decimalDigits;
   if (most == 0) return;
-  std::int64_t whole = 0;
-  const auto [end, error] = std::from_chars(plain.data(), plain.data() + plain.size(), whole);
-  if (error == std::errc() && end == plain.data() + plain.size()) return;
+  if (base::ReadWhole<std::int64_t>(plain)) return;
   const std::string digits = SignificantDigits(plain);
   if (digits.size() <= most) return;
   Refuse(shape, "a " + std::to_string(digits.size()) + " chiffres, et la base n'en garde que " + std::to_string(most));

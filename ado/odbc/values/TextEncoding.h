@@ -15,6 +15,12 @@ namespace tamlo::ado::odbc {
 void CheckCharacters(std::string_view text, const ParameterShape& shape);
 /// Refuses so many characters or bytes where the column takes fewer.
 void CheckLength(std::size_t length, const ParameterShape& shape);
+/// A number or a structure as the driver's own program would hold it.
+template <typename T>
+void Append(std::vector<std::byte>& out, const T& value) {
+  const auto* bytes = reinterpret_cast<const std::byte*>(&value);
+  out.insert(out.end(), bytes, bytes + sizeof value);
+}
 /// In the units of the shape's texts.
 void AppendText(std::vector<std::byte>& out, std::string_view text, const ParameterShape& shape);
 /// Any value as a text. Error 13 for bytes.

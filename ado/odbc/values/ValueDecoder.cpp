@@ -13,6 +13,7 @@
 #include "ado/odbc/driver/WideText.h"
 #include "ado/odbc/values/Moment.h"
 #include "ado/odbc/values/TypeMap.h"
+#include "base/Numbers.h"
 #include "runtime/Conversions.h"
 #include "runtime/Dates.h"
 #include "runtime/Error.h"
@@ -55,12 +56,7 @@ Variant FromTimestamp(Moment moment, const TimeOfDay& time) {
   return std::string(MomentText(moment, 6).Text());
 }
 
-std::optional<long long> WholeNumber(std::string_view text) {
-  long long value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  return value;
-}
+std::optional<long long> WholeNumber(std::string_view text) { return base::ReadWhole<long long>(text); }
 
 std::optional<double> Real(std::string_view text) {
   double value = 0;
@@ -140,10 +136,7 @@ double FromTenThousandths(long long scaled) { return static_cast<double>(scaled)
 /// The fewest digits that give the number again.
 std::string DigitsOf(std::string_view digits) {
   const auto number = WholeNumber(digits) ? std::nullopt : Real(digits);
-  if (!number) return std::string(digits);
-  std::array<char, 400> text{};
-  const auto end = std::to_chars(text.data(), text.data() + text.size(), *number).ptr;
-  return {text.data(), end};
+  return number ? base::ShortestText(*number) : std::string(digits);
 }
 
 /// A number that SQLite holds in a column of any type.
