@@ -233,33 +233,38 @@ int MonthOf(const std::string& word, std::span<const std::string> monthNames) {
   return several ? 0 : month;
 }
 
-std::optional<std::int64_t> ReadNamedMonth(Tokens tokens, std::span<const std::string> monthNames) {
+/// A month's name, first or second, and the one or two numbers around it.
+struct NamedMonth {
   std::array<const Token*, 2> numbers{};
   std::size_t count = 0;
   int month = 0;
-  for (std::size_t i = 0; i < tokens.size(); ++i) {
-    if (i > 0 && (tokens[i].before == ':' || tokens[i].before == 'T')) return std::nullopt;
-    if (tokens[i].digits == 0) {
-      if (month != 0 || i > 1) return std::nullopt;
-      month = MonthOf(tokens[i].word, monthNames);
-      if (month == 0) return std::nullopt;
-    } else if (count < numbers.size()) {
-      numbers[count++] = &tokens[i];
-    } else {
-      return std::nullopt;
+
+  /// False when the token has no place here.
+  bool Take(const Token& token, std::size_t place, std::span<const std::string> monthNames) {
+    if (place > 0 && (token.before == ':' || token.before == 'T')) return false;
+    if (token.digits != 0) {
+      if (count == numbers.size()) return false;
+      numbers[count++] = &token;
+      return true;
     }
+    if (month != 0 || place > 1) return false;
+    month = MonthOf(token.word, monthNames);
+    return month != 0;
   }
-  if (month == 0 || count == 0) return std::nullopt;
-  const Token& first = *numbers[0];
-  if (count == 1) {
-    if (first.digits > 2 || first.number > kLongestMonth) return CheckedDay(FullYear(first), month, 1);
-    return CheckedDay(ThisYear(), month, first.number);
+};
+
+std::optional<std::int64_t> ReadNamedMonth(Tokens tokens, std::span<const std::string> monthNames) {
+  NamedMonth named;
+  for (std::size_t i = 0; i < tokens.size(); ++i) {
+    if (!named.Take(tokens[i], i, monthNames)) return std::nullopt;
   }
-  const Token& second = *numbers[1];
-  if (first.digits > 2 || first.number > kLongestMonth) {
-    return second.digits > 2 ? std::nullopt : CheckedDay(FullYear(first), month, second.number);
-  }
-  return CheckedDay(FullYear(second), month, first.number);
+  if (named.month == 0 || named.count == 0) return std::nullopt;
+  const Token& first = *named.numbers[0];
+  const bool yearFirst = first.digits > 2 || first.number > kLongestMonth;
+  if (named.count == 1) return yearFirst ? CheckedDay(FullYear(first), named.month, 1) : CheckedDay(ThisYear(), named.month, first.number);
+  const Token& second = *named.numbers[1];
+  if (!yearFirst) return CheckedDay(FullYear(second), named.month, first.number);
+  return second.digits > 2 ? std::nullopt : CheckedDay(FullYear(first), named.month, second.number);
 }
 
 std::optional<std::int64_t> ReadDay(Tokens tokens, DateOrder order, std::span<const std::string> monthNames) {
