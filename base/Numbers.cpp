@@ -33,7 +33,8 @@ std::optional<double> ReadReal(std::string_view text) {
 
 std::optional<double> ReadWrittenReal(std::string_view text, char decimalPoint) {
   text = Trim(text);
-  if (!text.empty() && text.front() == '+') text.remove_prefix(1);
+  if (text.starts_with("+-")) return std::nullopt;
+  if (text.starts_with('+')) text.remove_prefix(1);
   if (decimalPoint == '.' || text.find(decimalPoint) == std::string_view::npos) return ReadReal(text);
   std::string plain(text);
   std::replace(plain.begin(), plain.end(), decimalPoint, '.');

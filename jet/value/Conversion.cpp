@@ -81,9 +81,7 @@ std::string DateText(const Value& value, const TextSettings& settings) {
 }  // namespace
 
 std::optional<double> ReadNumber(std::string_view text, char decimalPoint) {
-  text = Trimmed(text);
-  if (text.starts_with("+-")) return std::nullopt;
-  return base::ReadWrittenReal(text, decimalPoint);
+  return base::ReadWrittenReal(Trimmed(text), decimalPoint);
 }
 
 std::optional<Value> ReadAs(ColumnType type, const std::string& text, const TextSettings& settings) {

@@ -37,7 +37,8 @@ TEST(Numbers, ARealAsSomebodyWritesItMayHaveBlanksAPlusAndAComma) {
   EXPECT_EQ(ReadWrittenReal("1.5", ','), 1.5);
   EXPECT_EQ(ReadWrittenReal("-1,5e3", ','), -1500.0);
   EXPECT_EQ(ReadWrittenReal(" 1.5", '.'), 1.5);
-  for (const char* text : {"", " ", "+", "1,5.2", "1 5", "++1", "\t1", "inf"}) EXPECT_EQ(ReadWrittenReal(text, ','), std::nullopt) << text;
+  for (const char* text : {"", " ", "+", "1,5.2", "1 5", "++1", "+-5", "\t1", "inf"})
+    EXPECT_EQ(ReadWrittenReal(text, ','), std::nullopt) << text;
   EXPECT_EQ(ReadWrittenReal("1,5", '.'), std::nullopt);
 }
 
