@@ -36,6 +36,7 @@ void DdlWriter::NameTable(const Table& table, Names& globalIndexes) {
     named.columns.emplace(base::LowerName(column.name), name);
   }
   Names own(dialect_);
+  if (dialect_.engine == Engine::kMariaDb) own.Reserve(kCounterKey);
   for (const Index& index : table.indexes) {
     const bool global = dialect_.indexNamesAreGlobal;
     // A name of the kind that Access gives to every table's index tells more with the table's in front.

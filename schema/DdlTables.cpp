@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "base/Case.h"
+#include "base/Utf8.h"
 #include "schema/DdlWriter.h"
 
 namespace tamlo::schema {
@@ -72,21 +73,49 @@ std::string DdlWriter::CounterText(const Table& table, const Column& column) {
   std::string_view spelled = dialect_.counters[static_cast<std::size_t>(column.counter->kind)];
   if (increments && dialect_.engine == Engine::kSqlite && !CounterIsKeyItself(table)) spelled = {};
   if (!increments) Lost(table.name, column.name, "gets its random numbers from a default on " + std::string(dialect_.name));
-  if (!spelled.empty()) return ' ' + std::string(spelled);
+  if (!spelled.empty()) {
+    // Numbers that count are of their own size, where the engine counts in any.
+    const std::string plain = Spelled(dialect_, Type{.kind = Kind::kLong}) + ' ';
+    const bool other = increments && column.type.kind != Kind::kLong && dialect_.engine != Engine::kSqlite && spelled.starts_with(plain);
+    return ' ' + (other ? Spelled(dialect_, column.type) + ' ' + std::string(spelled.substr(plain.size())) : std::string(spelled));
+  }
   Lost(table.name, column.name, "is a plain column on " + std::string(dialect_.name) + ", which does not number it");
   return ' ' + Spelled(dialect_, column.type) + " NOT NULL";
 }
 
 std::string DdlWriter::ColumnText(const Table& table, const Column& column) {
   std::string text = ColumnName(table.name, column.name);
-  if (column.counter) return text + CounterText(table, column);
+  const std::string comment = CommentInside(table, column.name, column.comment, 1024);
+  if (column.counter) return text + CounterText(table, column) + comment;
   text += ' ' + Spelled(dialect_, TypeThere(table, column));
   const bool notNull = column.required || InRequiredIndex(table, column);
   // Oracle wants the default in front; to all others the order is the same.
   Column truth = column;
-  if (column.type.kind == Kind::kBoolean && column.initial.kind == Default::Kind::kNone) truth.initial = {Default::Kind::kTruth, "0"};
+  if (column.type.kind == Kind::kBoolean && column.required && column.initial.kind == Default::Kind::kNone)
+    truth.initial = {Default::Kind::kTruth, "0"};
   if (dialect_.engine != Engine::kAccess || column.type.kind != Kind::kBoolean) text += DefaultText(table, truth);
-  return notNull && !(dialect_.engine == Engine::kAccess && column.type.kind == Kind::kBoolean) ? text + " NOT NULL" : text;
+  const bool saysSo = notNull && !(dialect_.engine == Engine::kAccess && column.type.kind == Kind::kBoolean);
+  return text + (saysSo ? " NOT NULL" : "") + comment;
+}
+
+/// Behind the definition of a column or table; `most` characters at most.
+std::string DdlWriter::CommentInside(const Table& table, const std::string& column, const std::string& comment, std::size_t most) {
+  if (comment.empty() || dialect_.comments == Comments::kBehind) return {};
+  const std::string_view kept = base::FirstCharacters(comment, most);
+  if (dialect_.comments == Comments::kInside && kept.size() == comment.size()) return " COMMENT " + Literal(dialect_, comment);
+  Lost(table.name, column, "the comment " + comment + " is left off");
+  return {};
+}
+
+void DdlWriter::AddComments(const Table& table) {
+  if (dialect_.comments != Comments::kBehind) return;
+  const auto add = [&](const std::string& what, const std::string& comment) {
+    if (!comment.empty())
+      script_.statements.push_back({Phase::kTables, table.name, "COMMENT ON " + what + " IS " + Literal(dialect_, comment)});
+  };
+  add("TABLE " + TableName(table.name), table.comment);
+  for (const Column& column : table.columns)
+    add("COLUMN " + TableName(table.name) + "." + ColumnName(table.name, column.name), column.comment);
 }
 
 void DdlWriter::AddChecks(const Table& table, const Column& column, std::vector<std::string>& parts) {
@@ -118,7 +147,7 @@ void DdlWriter::AddKeys(const Table& table, std::vector<std::string>& parts) {
   const Column* counter = IncrementColumn(table);
   if (counter == nullptr || dialect_.engine != Engine::kMariaDb) return;
   if (key == nullptr || !base::SameName(key->parts[0].column, counter->name))
-    parts.push_back("KEY (" + ColumnName(table.name, counter->name) + ")");
+    parts.push_back("KEY " + Quoted(dialect_, kCounterKey) + " (" + ColumnName(table.name, counter->name) + ")");
 }
 
 /// Rules are expressions of the source; they are told, so that a person can write them anew.
@@ -139,9 +168,10 @@ void DdlWriter::CreateTable(const Table& table, const std::vector<Relation>& rel
     for (const Relation& relation : relations)
       if (base::SameName(relation.table, table.name)) parts.push_back(ForeignKeyText(relation));
   NoteRules(table);
-  script_.statements.push_back(
-      {Phase::kTables, table.name,
-       "CREATE TABLE " + TableName(table.name) + " (\n  " + Joined(parts, ",\n  ") + "\n)" + std::string(dialect_.tableSuffix)});
+  script_.statements.push_back({Phase::kTables, table.name,
+                                "CREATE TABLE " + TableName(table.name) + " (\n  " + Joined(parts, ",\n  ") + "\n)" +
+                                    std::string(dialect_.tableSuffix) + CommentInside(table, {}, table.comment, 2048)});
+  AddComments(table);
 }
 
 void DdlWriter::RestartCounter(const Table& table) {

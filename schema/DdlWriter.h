@@ -52,6 +52,8 @@ class DdlWriter {
   void AddChecks(const Table& table, const Column& column, std::vector<std::string>& parts);
   void AddKeys(const Table& table, std::vector<std::string>& parts);
   void NoteRules(const Table& table);
+  [[nodiscard]] std::string CommentInside(const Table& table, const std::string& column, const std::string& comment, std::size_t most);
+  void AddComments(const Table& table);
   [[nodiscard]] Type TypeThere(const Table& table, const Column& column) const;
   [[nodiscard]] bool CounterIsKeyItself(const Table& table) const;
   [[nodiscard]] std::string ForeignKeyText(const Relation& relation) const;
@@ -65,6 +67,9 @@ class DdlWriter {
   std::map<std::string, Named> tables_;           ///< by folded name in the source
   std::map<std::string, std::string> relations_;  ///< name in the source -> name there
 };
+
+/// What WriteDdl calls the key that MariaDB wants for a counter which stands at the head of no other.
+inline constexpr std::string_view kCounterKey = "autonumber";
 
 /// The column of that name, without regard to case; null when there is none.
 [[nodiscard]] const Column* FindColumn(const Table& table, std::string_view name);

@@ -13,6 +13,9 @@ namespace tamlo::schema {
 
 enum class Engine : std::uint8_t { kMariaDb, kPostgreSql, kSqlite, kSqlServer, kOracle, kAccess };
 
+/// Where what people wrote about tables and columns goes: nowhere, into the definition, or into statements behind it.
+enum class Comments : std::uint8_t { kNone, kInside, kBehind };
+
 /// How one engine spells a table: facts only. In the texts %n is a length, %p and %s are precision and scale, %c the quoted column.
 struct Dialect {
   Engine engine;
@@ -42,6 +45,7 @@ struct Dialect {
   std::string_view tableSuffix;
   std::string_view
       restart;  ///< sets the next number: %t quoted table, %T the table as a text, %c column, %v number, %w the one before; empty: none
+  Comments comments = Comments::kNone;
 };
 
 /// The six engines, in the order of Engine.

@@ -131,18 +131,19 @@ struct Link {
   std::string table;   ///< its name there
 };
 
-struct Database {
-  std::vector<Table> tables;
-  std::vector<Relation> relations;
-  std::vector<Query> queries;
-  std::vector<Link> links;
-};
-
 /// What a step of a move cannot bring over, in words that name table and column.
 struct Finding {
   std::string table;   ///< empty when it is about the database
   std::string column;  ///< empty when it is about the table
   std::string text;
+};
+
+struct Database {
+  std::vector<Table> tables;
+  std::vector<Relation> relations;
+  std::vector<Query> queries;
+  std::vector<Link> links;
+  std::vector<Finding> findings;  ///< what the source has that this description cannot hold
 };
 
 }  // namespace tamlo::schema
