@@ -3,6 +3,7 @@
 #   wine.sh prepare PREFIX               makes the prefix (about ten seconds) where it is missing
 #   wine.sh run PREFIX PROGRAM [...]     runs a program; its report goes where GTEST_OUTPUT says, under a name that tells Windows
 #   wine.sh become PREFIX PROGRAM [...]  the same, and the program takes this script's process: killing that one kills the program
+#   wine.sh here PREFIX PROGRAM [...]    the same from the current folder; the program may be one of Windows' own
 #   wine.sh tool PREFIX PROGRAM [...]    the same with data sources of its own: SQLite and a private MariaDB server
 #   wine.sh stop PREFIX                  ends what still runs in the prefix
 # Status 77 and a reason where Wine is not installed.
@@ -11,8 +12,8 @@ action=$1 prefix=$2
 shift 2
 command -v wine >/dev/null || { echo "skipped: Wine is not installed (package wine64, see scripts/setup)"; exit 77; }
 unset DISPLAY WAYLAND_DISPLAY
-# Accents of file names and of the command line go through the locale's characters.
-export LC_ALL=C.UTF-8
+# Accents of file names and of the command line go through the locale's characters. TAMLO_WINE_LOCALE names another user's, of UTF-8 too.
+export LC_ALL=${TAMLO_WINE_LOCALE:-C.UTF-8}
 export WINEPREFIX=$prefix WINEDEBUG=-all WINEDLLOVERRIDES="mscoree=;mshtml=;winemenubuilder.exe="
 
 prepare() {
@@ -40,6 +41,7 @@ run() {
 case "$action" in
   prepare) prepare ;;
   run) run "$@" ;;
+  here) wine "$@" ;;
   become)
     program=$(realpath "$1")
     shift

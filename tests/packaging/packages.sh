@@ -32,8 +32,15 @@ case "$kind" in
     lintian --allow-root --fail-on error,warning "$work"/*.deb >"$work/lintian" 2>&1 || { cat "$work/lintian" >&2; exit 1; } ;;
   zip)
     package=$(ls "$work"/tamlo-*-windows-*.zip)
-    list=$(cd "$work" && cmake -E tar tf "$package" | sed 's|^[^/]*/||')
-    wanted=(tamlo.exe LISEZMOI.txt LICENCE.txt) ;;
+    list=$(cd "$work" && cmake -E tar tf "$package")
+    folder=$(basename "$package" .zip)
+    if [ "$(cut -d/ -f1 <<<"$list" | sort -u)" != "$folder" ]; then
+      echo "not everything in $package is in one folder $folder:" >&2
+      echo "$list" >&2
+      exit 1
+    fi
+    list=$(sed 's|^[^/]*/||' <<<"$list")
+    wanted=(tamlo.exe tamlo-db.exe LISEZMOI.txt LICENCE.txt) ;;
 esac
 for file in "${wanted[@]}"; do
   grep -qxF "$file" <<<"$list" || { echo "$file is missing in $package:" >&2; echo "$list" >&2; exit 1; }
