@@ -5,12 +5,13 @@
 #include <limits>
 #include <memory>
 
+#include "ado/Recordset.h"
 #include "base/Case.h"
 #include "base/FilePath.h"
 #include "cli/Commands.h"
 #include "cli/Format.h"
 #include "cli/Messages.h"
-#include "cli/Source.h"
+#include "cli/ServerRows.h"
 #include "jet/sql/Session.h"
 #include "jet/table/Table.h"
 
@@ -30,6 +31,7 @@ struct Asked {
   std::string words;
   Spelling spelling;
   std::string bytes = "hex";
+  std::shared_ptr<Login> login = std::make_shared<Login>();
 };
 
 /// Positions of the columns asked for, all of them for none.
@@ -77,7 +79,7 @@ void WriteQuery(jet::Database& file, const std::string& sql, std::int64_t limit,
   }
 }
 
-void WriteTable(jet::Database& file, const std::string& name, const Asked& asked, Output& output) {
+void WriteFileTable(jet::Database& file, const std::string& name, const Asked& asked, Output& output) {
   jet::Table& table = file.OpenTable(name);
   const auto places = Places(table, asked.columns);
   std::vector<std::string> names;
@@ -95,6 +97,43 @@ void WriteTable(jet::Database& file, const std::string& name, const Asked& asked
                asked.limit, *format);
   }
   format->End();
+}
+
+/// The table's columns that are asked for, by the names that it has for them.
+std::vector<std::string> ServerColumns(ado::Connection& connection, const std::string& from, const std::string& table, const Asked& asked) {
+  ado::Recordset none;
+  none.Open("SELECT * FROM " + from + " WHERE 1 = 0", &connection, ado::adOpenForwardOnly, ado::adLockReadOnly, ado::adCmdText);
+  std::vector<std::string> all;
+  for (std::size_t i = 0; i < none.FieldCount(); ++i) all.push_back(none.Fields(i).Name());
+  if (asked.columns.empty()) return all;
+  std::vector<std::string> found;
+  for (const auto& name : asked.columns) {
+    const auto same = std::find_if(all.begin(), all.end(), [&](const std::string& one) { return base::SameName(one, name); });
+    if (same == all.end()) throw Failure(Status::kUsage, Say(Said::kNoColumn, {table, name}));
+    found.push_back(*same);
+  }
+  return found;
+}
+
+void WriteServerTable(const Opened& opened, const std::string& name, const Asked& asked, Output& output) {
+  const schema::Dialect& dialect = schema::DialectOf(opened.engine.value_or(schema::Engine::kOracle));
+  const std::string from = schema::Quoted(dialect, name);
+  std::string list;
+  for (const auto& column : ServerColumns(*opened.connection, from, name, asked))
+    list += (list.empty() ? "" : ", ") + schema::Quoted(dialect, column);
+  std::string sql = "SELECT " + list + " FROM " + from;
+  if (!asked.where.empty()) sql += " WHERE " + asked.where;
+  if (!asked.orderBy.empty()) sql += " ORDER BY " + asked.orderBy;
+  const bool knowsLimit =
+      opened.engine == schema::Engine::kMariaDb || opened.engine == schema::Engine::kPostgreSql || opened.engine == schema::Engine::kSqlite;
+  if (knowsLimit && asked.limit < std::numeric_limits<std::int64_t>::max()) sql += " LIMIT " + std::to_string(asked.limit);
+  const auto format = FormatNamed(asked.format, output, asked.spelling);
+  WriteServerRows(*opened.connection, sql, name, asked.limit, *format);
+}
+
+void WriteTable(const Opened& opened, const std::string& name, const Asked& asked, Output& output) {
+  if (opened.file) return WriteFileTable(*opened.file, name, asked, output);
+  WriteServerTable(opened, name, asked, output);
 }
 
 /// Names that Windows keeps for devices, whatever stands behind a dot.
@@ -127,20 +166,20 @@ void ReadWords(Asked& asked) {
 
 void Run(Asked& asked) {
   ReadWords(asked);
-  const auto file = OpenFile(asked.database);
-  const auto tables = TablesNamed(*file, asked.patterns);
+  Opened opened = Open(asked.database, *asked.login);
+  const auto tables = TablesOf(opened, asked.patterns);
   if (asked.folder.empty()) {
     const bool joined = asked.format == "json" || asked.format == "jsonl" || asked.format == "sql";
     if (tables.size() > 1 && !joined) throw Failure(Status::kUsage, Say(Said::kOneTable, {std::to_string(tables.size())}));
     Output output;
-    for (const auto& name : tables) WriteTable(*file, name, asked, output);
+    for (const auto& name : tables) WriteTable(opened, name, asked, output);
     return output.Close();
   }
   const auto folder = base::FilePath(asked.folder);
   std::filesystem::create_directories(folder);
   for (const auto& name : tables) {
     Output output(base::FileName(folder / base::FilePath(FileName(name, asked.format))));
-    WriteTable(*file, name, asked, output);
+    WriteTable(opened, name, asked, output);
     output.Close();
   }
 }
@@ -157,6 +196,7 @@ void AddExport(CLI::App& app, Status&) {
   command->add_option("--where", asked->where, Say(Said::kWhere))->excludes(all);
   command->add_option("--order-by", asked->orderBy, Say(Said::kOrderBy))->excludes(all);
   command->add_option("--limit", asked->limit, Say(Said::kLimit))->check(CLI::NonNegativeNumber);
+  AddLogin(*command, asked->login);
   command->add_option("-F,--format", asked->format, Say(Said::kFormat))
       ->check(CLI::IsMember({"csv", "tsv", "json", "jsonl", "sql", "table"}));
   command->add_option("-o,--output", asked->folder, Say(Said::kFolder));

@@ -89,6 +89,7 @@ constexpr std::array kTexts{
     Text{Said::kIsAFolder, "it is a folder", "c'est un dossier"},
     Text{Said::kRowOf, "table %1, row %2", "table %1, ligne %2"},
     Text{Said::kLabelFile, "File", "Fichier"},
+    Text{Said::kLabelDatabase, "Database", "Base"},
     Text{Said::kLabelFormat, "Format", "Format"},
     Text{Said::kLabelTables, "Tables", "Tables"},
     Text{Said::kLabelQueries, "Queries", "Requêtes"},

@@ -71,6 +71,7 @@ enum class Said {
   kIsAFolder,
   kRowOf,
   kLabelFile,
+  kLabelDatabase,
   kLabelFormat,
   kLabelTables,
   kLabelQueries,

@@ -23,11 +23,6 @@ std::string OneLine(std::string text) {
   return text;
 }
 
-/// What the driver said, or the provider where no driver did.
-std::string TextOf(const runtime::Error& error) {
-  return OneLine(ado::WithoutSecrets(error.Diagnostics().empty() ? error.Description() : error.Diagnostics().front().text));
-}
-
 bool IsLoginFailure(const runtime::Error& error) {
   for (const auto& record : error.Diagnostics()) {
     if (record.sqlState == "28000" || record.sqlState == "28P01" || record.native == 1045 || record.native == 1698) return true;
@@ -56,8 +51,8 @@ Attempt TryToOpen(const schema::Address& address, Access access, const std::stri
     connection->CommandTimeout(0);
     connection->Open(access == Access::kRead ? schema::StreamingConnection(address) : address.connection, address.user, password);
   } catch (const runtime::Error& error) {
-    if (IsLoginFailure(error)) return {nullptr, TextOf(error)};
-    CannotOpen(address, IsMissingDriver(error) ? Say(Said::kNoDriver, {TextOf(error)}) : TextOf(error));
+    if (IsLoginFailure(error)) return {nullptr, ServerText(error)};
+    CannotOpen(address, IsMissingDriver(error) ? Say(Said::kNoDriver, {ServerText(error)}) : ServerText(error));
   }
   return {std::move(connection), {}};
 }
@@ -100,7 +95,7 @@ void LookInside(const schema::Address& address, ado::Connection& connection, std
     if (!engine || access == Access::kWrite) return;
     for (const std::string& statement : ReadingOnly(*engine)) connection.Execute(statement);
   } catch (const runtime::Error& error) {
-    CannotOpen(address, engine == schema::Engine::kSqlite ? Say(Said::kNotADatabase) : TextOf(error));
+    CannotOpen(address, engine == schema::Engine::kSqlite ? Say(Said::kNotADatabase) : ServerText(error));
   }
 }
 
@@ -135,6 +130,10 @@ Said SaidOf(schema::AddressFault fault) {
 }
 
 }  // namespace
+
+std::string ServerText(const runtime::Error& error) {
+  return OneLine(ado::WithoutSecrets(error.Diagnostics().empty() ? error.Description() : error.Diagnostics().front().text));
+}
 
 schema::Address AddressOf(const std::string& name) {
   try {

@@ -23,8 +23,12 @@ std::string VariableOf(const schema::Address& address) {
 std::shared_ptr<Login> AddLogin(CLI::App& command, const std::string& side) {
   auto login = std::make_shared<Login>();
   if (!side.empty()) login->variable = "TAMLO_DB_" + base::UpperCase(side.substr(0, side.size() - 1)) + "_PASSWORD";
-  command.add_option("--" + side + "password-file", login->file, Say(Said::kPasswordFile));
+  AddLogin(command, login, side);
   return login;
+}
+
+void AddLogin(CLI::App& command, const std::shared_ptr<Login>& login, const std::string& side) {
+  command.add_option("--" + side + "password-file", login->file, Say(Said::kPasswordFile));
 }
 
 std::optional<std::string> GivenPassword(const Login& login, const schema::Address& address) {

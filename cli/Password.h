@@ -20,6 +20,8 @@ struct Login {
 /// Gives a command the option --password-file. side is "" for a command with one database, else "from-" or "to-" stands in front of
 /// "password-file", and TAMLO_DB_FROM_PASSWORD or TAMLO_DB_TO_PASSWORD is asked first.
 std::shared_ptr<Login> AddLogin(CLI::App& command, const std::string& side = {});
+/// The same with a login that several commands share, of which one is run.
+void AddLogin(CLI::App& command, const std::shared_ptr<Login>& login, const std::string& side = {});
 
 /// The password from the file or the environment; nothing when there is none. Failure with kUsage for a file that cannot be read.
 [[nodiscard]] std::optional<std::string> GivenPassword(const Login& login, const schema::Address& address);

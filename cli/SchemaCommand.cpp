@@ -5,9 +5,8 @@
 #include "cli/Commands.h"
 #include "cli/Messages.h"
 #include "cli/Output.h"
-#include "cli/Source.h"
+#include "cli/ServerRows.h"
 #include "schema/Ddl.h"
-#include "schema/ReadAccess.h"
 
 namespace tamlo::cli {
 namespace {
@@ -15,6 +14,7 @@ namespace {
 struct Asked {
   std::string database;
   std::string to = "access";
+  std::shared_ptr<Login> login;
 };
 
 /// One line, so that a finding never ends its comment.
@@ -26,8 +26,10 @@ std::string OneLine(std::string text) {
 
 void Run(const Asked& asked) {
   const schema::Dialect* dialect = schema::FindDialect(asked.to);
-  const auto file = OpenFile(asked.database);
-  const auto script = schema::WriteDdl(schema::ReadAccess(*file), *dialect);
+  Opened opened = Open(asked.database, *asked.login);
+  const schema::Database read = ReadStructure(opened, {.values = true, .counts = false});
+  auto script = schema::WriteDdl(read, *dialect);
+  script.findings.insert(script.findings.begin(), read.findings.begin(), read.findings.end());
   Output output;
   std::string& text = output.Text();
   for (const auto& renaming : script.renamings)
@@ -44,6 +46,7 @@ void AddSchema(CLI::App& app, Status&) {
   const auto asked = std::make_shared<Asked>();
   CLI::App* command = app.add_subcommand("schema", Say(Said::kSchema));
   command->add_option("DB", asked->database, Say(Said::kDatabase))->required();
+  asked->login = AddLogin(*command);
   command->add_option("--to", asked->to, Say(Said::kTarget))->check(EngineName());
   command->callback([asked] { Run(*asked); });
 }

@@ -7,9 +7,8 @@
 #include "cli/Commands.h"
 #include "cli/Format.h"
 #include "cli/Messages.h"
-#include "cli/Source.h"
+#include "cli/ServerRows.h"
 #include "jet/table/Table.h"
-#include "schema/ReadAccess.h"
 
 namespace tamlo::cli {
 namespace {
@@ -17,7 +16,10 @@ namespace {
 struct Asked {
   std::string database;
   std::string format = "table";
+  std::shared_ptr<Login> login = std::make_shared<Login>();
 };
+
+constexpr schema::ReadOptions kStructureAlone{.values = false, .counts = false};
 
 jet::Value Whole(std::uint64_t number) {
   return number <= 0x7FFFFFFF ? jet::Value(static_cast<std::int32_t>(number)) : jet::Value(static_cast<double>(number));
@@ -27,6 +29,7 @@ jet::Value Whole(std::uint64_t number) {
 CLI::App* AddReading(CLI::App& app, const char* name, Said about, const std::shared_ptr<Asked>& asked) {
   CLI::App* command = app.add_subcommand(name, Say(about));
   command->add_option("DB", asked->database, Say(Said::kDatabase))->required();
+  AddLogin(*command, asked->login);
   command->add_option("-F,--format", asked->format, Say(Said::kFormat))->check(CLI::IsMember({"csv", "tsv", "json", "jsonl", "table"}));
   return command;
 }
@@ -41,8 +44,9 @@ void Write(const Asked& asked, const std::string& what, const std::vector<std::s
   output.Close();
 }
 
-void Info(const Asked& asked) {
-  const auto file = OpenFile(asked.database);
+using Lines = std::vector<std::pair<Said, jet::Value>>;
+
+Lines FileLines(jet::Database* file, const Asked& asked) {
   std::uint64_t rows = 0;
   int queries = 0;
   int links = 0;
@@ -53,15 +57,35 @@ void Info(const Asked& asked) {
     links += object.kind == jet::ObjectKind::kJetLink || object.kind == jet::ObjectKind::kOdbcLink ? 1 : 0;
   }
   const auto format = file->FormatVersion() == 3 ? "Access 97 (Jet 3)" : "Access 2000-2003 (Jet 4)";
-  const std::vector<std::pair<Said, jet::Value>> lines{
-      {Said::kLabelFile, jet::Value(file->Path())},
-      {Said::kLabelFormat, jet::Value(format)},
-      {Said::kLabelSize, Whole(std::filesystem::file_size(base::FilePath(asked.database)))},
-      {Said::kLabelTables, Whole(tables.size())},
-      {Said::kLabelRows, Whole(rows)},
-      {Said::kLabelQueries, jet::Value(queries)},
-      {Said::kLabelRelations, Whole(file->Relationships().size())},
-      {Said::kLabelLinks, jet::Value(links)}};
+  return {{Said::kLabelFile, jet::Value(file->Path())},
+          {Said::kLabelFormat, jet::Value(format)},
+          {Said::kLabelSize, Whole(std::filesystem::file_size(base::FilePath(asked.database)))},
+          {Said::kLabelTables, Whole(tables.size())},
+          {Said::kLabelRows, Whole(rows)},
+          {Said::kLabelQueries, jet::Value(queries)},
+          {Said::kLabelRelations, Whole(file->Relationships().size())},
+          {Said::kLabelLinks, jet::Value(links)}};
+}
+
+Lines ServerLines(Opened& opened) {
+  const ado::Variant version = opened.connection->Property("DBMS Version");
+  const schema::Database read = ReadStructure(opened, {.values = false});
+  std::uint64_t rows = 0;
+  for (const auto& table : read.tables) rows += table.rows;
+  Lines lines{{Said::kLabelDatabase, jet::Value(opened.address.shown)},
+              {Said::kLabelFormat, jet::Value(opened.product + (version.IsText() ? " " + *version.If<std::string>() : ""))}};
+  if (!opened.address.file.empty())
+    lines.emplace_back(Said::kLabelSize, Whole(std::filesystem::file_size(base::FilePath(opened.address.file))));
+  lines.emplace_back(Said::kLabelTables, Whole(read.tables.size()));
+  lines.emplace_back(Said::kLabelRows, Whole(rows));
+  lines.emplace_back(Said::kLabelQueries, Whole(read.queries.size()));
+  lines.emplace_back(Said::kLabelRelations, Whole(read.relations.size()));
+  return lines;
+}
+
+void Info(const Asked& asked) {
+  Opened opened = Open(asked.database, *asked.login);
+  const Lines lines = opened.file ? FileLines(opened.file.get(), asked) : ServerLines(opened);
   Output output;
   for (const auto& [label, value] : lines) {
     const std::string name = Say(label);
@@ -73,16 +97,16 @@ void Info(const Asked& asked) {
 }
 
 void Tables(const Asked& asked) {
-  const auto file = OpenFile(asked.database);
+  Opened opened = Open(asked.database, *asked.login);
   std::vector<std::vector<jet::Value>> rows;
-  for (const auto& name : TablesNamed(*file, {})) rows.push_back({jet::Value(name), Whole(file->OpenTable(name).RowCount())});
+  for (const auto& name : TablesOf(opened)) rows.push_back({jet::Value(name), Whole(RowsOf(opened, name))});
   Write(asked, "tables", {"table", "rows"}, rows);
 }
 
 void Queries(const Asked& asked) {
-  const auto file = OpenFile(asked.database);
+  Opened opened = Open(asked.database, *asked.login);
   std::vector<std::vector<jet::Value>> rows;
-  for (const auto& query : schema::ReadAccess(*file).queries)
+  for (const auto& query : ReadStructure(opened, kStructureAlone).queries)
     rows.push_back({jet::Value(query.name), jet::Value(query.sql.empty() ? "-- " + query.reason : query.sql)});
   Write(asked, "queries", {"query", "sql"}, rows);
 }
@@ -94,9 +118,9 @@ std::string Pairs(const schema::Relation& relation) {
 }
 
 void Relations(const Asked& asked) {
-  const auto file = OpenFile(asked.database);
+  Opened opened = Open(asked.database, *asked.login);
   std::vector<std::vector<jet::Value>> rows;
-  for (const auto& relation : schema::ReadAccess(*file).relations)
+  for (const auto& relation : ReadStructure(opened, kStructureAlone).relations)
     rows.push_back({jet::Value(relation.name), jet::Value(relation.table), jet::Value(relation.referenced), jet::Value(Pairs(relation)),
                     jet::Value(relation.enforced), jet::Value(relation.cascadeUpdates), jet::Value(relation.cascadeDeletes)});
   Write(asked, "relations", {"relation", "table", "referenced", "columns", "enforced", "cascadeUpdates", "cascadeDeletes"}, rows);
@@ -108,6 +132,7 @@ void AddShow(CLI::App& app, Status&) {
   const auto asked = std::make_shared<Asked>();
   CLI::App* info = app.add_subcommand("info", Say(Said::kInfo));
   info->add_option("DB", asked->database, Say(Said::kDatabase))->required();
+  AddLogin(*info, asked->login);
   info->callback([asked] { Info(*asked); });
   AddReading(app, "tables", Said::kTables, asked)->callback([asked] { Tables(*asked); });
   AddReading(app, "queries", Said::kQueries, asked)->callback([asked] { Queries(*asked); });

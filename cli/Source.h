@@ -9,6 +9,7 @@
 #include "ado/Connection.h"
 #include "cli/Password.h"
 #include "jet/Database.h"
+#include "runtime/Error.h"
 #include "schema/Address.h"
 
 namespace tamlo::cli {
@@ -35,6 +36,9 @@ struct Opened {
 
 /// Where a database is, as ReadAddress says. Failure with kCannotOpen for what it refuses.
 [[nodiscard]] schema::Address AddressOf(const std::string& name);
+
+/// What the driver said, in one line without passwords; what the provider says where no driver did.
+[[nodiscard]] std::string ServerText(const runtime::Error& error);
 
 /// True when the name matches a pattern with "*" and "?", without regard to case.
 [[nodiscard]] bool Matches(std::string_view name, std::string_view pattern);

@@ -19,6 +19,7 @@ TEST(Docs, EachLineOfThePageWorks) {
     session.Execute("CREATE TABLE Clients (Id COUNTER CONSTRAINT PK PRIMARY KEY, Nom TEXT(30), Ville TEXT(30))");
     session.Execute("INSERT INTO Clients (Nom, Ville) VALUES ('Le Goff', 'VANNES')");
   }
+  RunLine(folder, "sqlite3 clients.sqlite", "CREATE TABLE Clients (Id INTEGER PRIMARY KEY, Nom VARCHAR(30), Ville VARCHAR(30));\n");
   const std::string command = TAMLO_DB;
   std::ifstream page(TAMLO_DOCS "/tamlo-db.md");
   std::string line;
@@ -30,7 +31,7 @@ TEST(Docs, EachLineOfThePageWorks) {
     EXPECT_EQ(ran.status, 0) << line << "\n" << ran.err;
     EXPECT_EQ(ran.err, "") << line;
   }
-  EXPECT_EQ(tried, 16);
+  EXPECT_EQ(tried, 19);
   EXPECT_EQ(TamloDb(folder, {"query", "neuf.mdb", "SELECT Ville FROM Clients", "-F", "csv"}).out, "Ville\nVannes\n");
 }
 
