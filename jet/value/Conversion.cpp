@@ -80,9 +80,7 @@ std::string DateText(const Value& value, const TextSettings& settings) {
 
 }  // namespace
 
-std::optional<double> ReadNumber(std::string_view text, char decimalPoint) {
-  return base::ReadWrittenReal(Trimmed(text), decimalPoint);
-}
+std::optional<double> ReadNumber(std::string_view text, char decimalPoint) { return base::ReadWrittenReal(Trimmed(text), decimalPoint); }
 
 std::optional<Value> ReadAs(ColumnType type, const std::string& text, const TextSettings& settings) {
   switch (type) {
