@@ -20,6 +20,7 @@ void AddCommands(CLI::App& app, Status& status) {
   AddQuery(app, status);
   AddExport(app, status);
   AddUpkeep(app, status);
+  AddCompare(app, status);
 }
 
 CLI::Validator EngineName() {

@@ -8,11 +8,12 @@
 /// The commands. Each adds itself with its options; what it does is run when the line has been read, and gives the status of the program.
 namespace tamlo::cli {
 
-void AddShow(CLI::App& app, Status& status);    ///< info, tables, queries, relations
-void AddSchema(CLI::App& app, Status& status);  ///< schema
-void AddQuery(CLI::App& app, Status& status);   ///< query, exec
-void AddExport(CLI::App& app, Status& status);  ///< export
-void AddUpkeep(CLI::App& app, Status& status);  ///< check, compact, backup
+void AddShow(CLI::App& app, Status& status);     ///< info, tables, queries, relations
+void AddSchema(CLI::App& app, Status& status);   ///< schema
+void AddQuery(CLI::App& app, Status& status);    ///< query, exec
+void AddExport(CLI::App& app, Status& status);   ///< export
+void AddUpkeep(CLI::App& app, Status& status);   ///< check, compact, backup
+void AddCompare(CLI::App& app, Status& status);  ///< compare
 
 /// The whole command line: what the program has, all of the above. The pages and the completions are made of it too (cli/pages).
 void AddCommands(CLI::App& app, Status& status);

@@ -98,6 +98,15 @@ constexpr std::array kTexts{
     Text{Said::kLabelRows, "Rows", "Lignes"},
     Text{Said::kLabelSize, "Bytes", "Octets"},
     Text{Said::kCancelled, "cancelled", "interrompu"},
+    Text{Said::kCompare, "What differs between two databases, structure and rows, in words",
+         "Ce qui diffère entre deux bases, structure et lignes, en toutes lettres"},
+    Text{Said::kCompareStructure, "Compare tables, columns, keys and relations, and no rows",
+         "Compare les tables, les colonnes, les clés et les relations, sans les lignes"},
+    Text{Said::kCompareRows, "Compare rows alone", "Compare les lignes seules"},
+    Text{Said::kShownRows, "How many differing rows of each table are shown", "Nombre de lignes différentes montrées pour chaque table"},
+    Text{Said::kRowsDiffer, "%1: %2 rows in %3, %4 in %5; %6 of the first and %7 of the second have no equal",
+         "%1 : %2 lignes dans %3, %4 dans %5 ; %6 de la première et %7 de la seconde sont sans égale"},
+    Text{Said::kAreEqual, "%1 and %2 are equal: %3 tables, %4 rows", "%1 et %2 sont égales : %3 tables, %4 lignes"},
 };
 
 }  // namespace

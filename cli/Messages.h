@@ -80,6 +80,12 @@ enum class Said {
   kLabelRows,
   kLabelSize,
   kCancelled,
+  kCompare,
+  kCompareStructure,
+  kCompareRows,
+  kShownRows,
+  kRowsDiffer,
+  kAreEqual,
 };
 
 /// The text, "%1", "%2"... in it replaced by the arguments.
