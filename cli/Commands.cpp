@@ -19,6 +19,9 @@ void AddCommands(CLI::App& app, Status& status) {
   AddSchema(app, status);
   AddQuery(app, status);
   AddExport(app, status);
+  AddImport(app, status);
+  AddAssess(app, status);
+  AddDiagram(app, status);
   AddUpkeep(app, status);
   AddCompare(app, status);
 }

@@ -12,6 +12,9 @@ void AddShow(CLI::App& app, Status& status);     ///< info, tables, queries, rel
 void AddSchema(CLI::App& app, Status& status);   ///< schema
 void AddQuery(CLI::App& app, Status& status);    ///< query, exec
 void AddExport(CLI::App& app, Status& status);   ///< export
+void AddDiagram(CLI::App& app, Status& status);  ///< diagram
+void AddImport(CLI::App& app, Status& status);   ///< import
+void AddAssess(CLI::App& app, Status& status);   ///< assess
 void AddUpkeep(CLI::App& app, Status& status);   ///< check, compact, backup
 void AddCompare(CLI::App& app, Status& status);  ///< compare
 

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "jet/Database.h"
+#include "schema/Ddl.h"
+
+/// What a move to another engine would lose, found before it.
+namespace tamlo::cli {
+
+/// What a value loses there.
+enum class Loss {
+  kFinerThanMilliseconds,
+  kNoDay,         ///< a number that is no day of the years 100 to 9999
+  kNotANumber,    ///< NaN where the engine has none
+  kInfinite,      ///< the same of the infinities
+  kNegativeZero,  ///< becomes 0
+  kNul,           ///< a character 0 inside of a text
+  kEmptyText,     ///< is null there
+  kEqualKeys,     ///< texts of a unique index that are equal there
+  kNoParent,      ///< a text that refers to one that is not equal there
+};
+
+/// Values of one column that lose the same.
+struct Sighting {
+  std::string table;
+  std::string column;  ///< of several, with commas between them
+  Loss loss = Loss::kNul;
+  std::uint64_t rows = 0;
+  std::string example;  ///< the beginning of the first one
+};
+
+struct TableSize {
+  std::string name;
+  std::uint64_t rows = 0;
+  std::uint64_t bytes = 0;  ///< of the values, texts as UTF-8
+};
+
+struct Assessment {
+  std::string source;                       ///< as the user named it
+  const schema::Dialect* engine = nullptr;  ///< the target
+  std::vector<TableSize> tables;
+  std::vector<schema::Renaming> renamings;  ///< nothing is lost by them
+  std::vector<schema::Finding> findings;    ///< of the definitions
+  std::vector<Sighting> sightings;          ///< of the rows
+  [[nodiscard]] bool LosesNothing() const noexcept { return findings.empty() && sightings.empty(); }
+};
+
+/// Reads all definitions and all rows. Errors: those of the engine.
+[[nodiscard]] Assessment Assess(jet::Database& file, const schema::Dialect& engine);
+
+/// What is lost, in the user's words.
+[[nodiscard]] std::string LossText(const Sighting& sighting, const schema::Dialect& engine);
+
+/// For a terminal; a page that needs no other file; for programs.
+[[nodiscard]] std::string AsText(const Assessment& assessment);
+[[nodiscard]] std::string AsHtml(const Assessment& assessment);
+[[nodiscard]] std::string AsJson(const Assessment& assessment);
+
+}  // namespace tamlo::cli

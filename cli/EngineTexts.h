@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "schema/Dialect.h"
+
+namespace tamlo::cli {
+
+/// A form that two texts share when the engine, with the collation that definitions are written with, finds them equal. Where it folds
+/// letters, the folding is that of case, of blanks at the end, and of digits and full-width forms of ASCII: not every equality of the collation.
+[[nodiscard]] std::string EqualForm(schema::Engine engine, std::string_view text);
+
+/// True when texts that the Access engine tells apart may be equal there.
+[[nodiscard]] bool EqualsMore(schema::Engine engine) noexcept;
+
+}  // namespace tamlo::cli
