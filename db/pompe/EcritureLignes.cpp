@@ -26,6 +26,12 @@ bool EcritParUnServeur(std::string_view texte) {
   return texte[chiffres] == '-' ? chiffres >= 4 : texte[chiffres] == ':' && chiffres >= 2;
 }
 
+/// The values of a row were refused: a conversion, a length, a key, a rule.
+bool DitLaLigne(const runtime::Error& erreur) {
+  const std::string etat = erreur.SqlState();
+  return erreur.Number() != runtime::kProviderFailure || etat.starts_with("22") || etat.starts_with("23");
+}
+
 std::vector<std::string> Noms(const std::vector<ColonneCible>& colonnes) {
   std::vector<std::string> noms;
   for (const ColonneCible& colonne : colonnes) noms.push_back(colonne.nom);
@@ -58,6 +64,7 @@ ado::StoredRows EcritureLignes::Presentes() const {
 
 void EcritureLignes::Ecrit(const LigneSource& ligne) {
   ++lignes_;
+  refusee_ = false;
   VerifieLongueurs(ligne);
   VerifieMoments(ligne);
   if (!ligne.fichiers.empty() && lots_) PasseLigneALigne();
@@ -84,6 +91,7 @@ void EcritureLignes::VerifieLongueurs(const LigneSource& ligne) {
     const std::size_t longueur = runtime::Length(*texte);
     if (longueur <= colonnes[i].longueur) continue;
     Termine();
+    refusee_ = true;
     throw runtime::Error(runtime::kProviderFailure, "ligne " + std::to_string(lignes_) + " : colonne " + colonnes[i].nom + " : texte de " +
                                                         std::to_string(longueur) + " caractères pour une colonne de " +
                                                         std::to_string(colonnes[i].longueur));
@@ -97,6 +105,7 @@ void EcritureLignes::VerifieMoments(const LigneSource& ligne) {
     const auto* texte = colonnes[i].moments ? ligne.valeurs[i].If<std::string>() : nullptr;
     if (texte == nullptr || EcritParUnServeur(*texte)) continue;
     Termine();
+    refusee_ = true;
     throw runtime::Error(runtime::kTypeMismatch).WithContext("ligne " + std::to_string(lignes_) + ", colonne " + colonnes[i].nom);
   }
 }
@@ -120,6 +129,8 @@ void EcritureLignes::EcritSeule(const LigneSource& ligne) {
   } catch (runtime::Error& erreur) {
     // A duplicate or a value that is refused is not there; after anything else nobody knows.
     seuleEnDoute_ = erreur.Number() == runtime::kProviderFailure;
+    refusee_ = DitLaLigne(erreur);
+    if (seules_.IsOpen()) seules_.CancelUpdate();
     throw erreur.WithContext("ligne " + std::to_string(lignes_));
   }
 }

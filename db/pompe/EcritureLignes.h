@@ -40,6 +40,8 @@ class EcritureLignes {
  public:
   /// cible must outlive this object. debut: rows of the source that an earlier copy brought.
   EcritureLignes(const CibleLignes& cible, std::int64_t debut);
+  EcritureLignes(const EcritureLignes&) = delete;
+  EcritureLignes& operator=(const EcritureLignes&) = delete;
 
   /// Takes the next row. Errors name it.
   void Ecrit(const LigneSource& ligne);
@@ -47,6 +49,10 @@ class EcritureLignes {
   void Termine();
   /// How many rows of the source, from its first one, are in the target.
   [[nodiscard]] ado::StoredRows Presentes() const;
+  /// After an error of Ecrit or Termine: it is one of what stands in a row, which is not in the target; the rows behind it can be written.
+  [[nodiscard]] bool RefuseUneLigne() const noexcept { return refusee_ || (lots_ && lots_->RefusedRow() > 0); }
+  /// Rows go one by one since a long value came.
+  [[nodiscard]] bool UneParUne() const noexcept { return !lots_; }
 
  private:
   void VerifieLongueurs(const LigneSource& ligne);
@@ -62,6 +68,7 @@ class EcritureLignes {
   std::int64_t enLots_ = 0;         // rows in the target by batches, once there are no more of them
   std::int64_t seulesEcrites_ = 0;  // rows in the target one by one
   bool seuleEnDoute_ = false;
+  bool refusee_ = false;
   std::size_t retenus_ = 0;
 };
 

@@ -34,8 +34,10 @@ std::size_t Octets(const ado::Variant& valeur) {
 
 }  // namespace
 
-LignesSource::LignesSource(ado::Recordset& recordset, bool enParallele) : recordset_(recordset) {
+LignesSource::LignesSource(ado::Recordset& recordset, bool enParallele, Lecture lecture)
+    : recordset_(recordset), lecture_(std::move(lecture)) {
   for (std::size_t i = 0; i < recordset.FieldCount(); ++i) champs_.push_back(&recordset.Fields(i));
+  lecture_.conversions.resize(champs_.size());
   if (enParallele) fil_.emplace([this] { Travaille(); });
 }
 
@@ -49,6 +51,14 @@ LignesSource::~LignesSource() {
   fil_->join();
 }
 
+void LignesSource::LitLongue(std::size_t place, LigneSource& ligne) {
+  ValeurLongue longue = ValeurLongue::Lit(*champs_[place]);
+  ligne.valeurs[place] = longue.Courte();
+  if (!longue.EnFichier()) return;
+  ligne.fichiers.emplace_back(place, std::move(longue));
+  ligne.octets += ValeurLongue::kSeuil;  // each is an open file: few are read ahead
+}
+
 void LignesSource::LitLigne(LigneSource& ligne) {
   ligne.valeurs.resize(champs_.size());
   ligne.fichiers.clear();
@@ -56,18 +66,13 @@ void LignesSource::LitLigne(LigneSource& ligne) {
   for (std::size_t i = 0; i < champs_.size(); ++i) {
     const std::int16_t type = champs_[i]->Type();
     ado::Variant& valeur = ligne.valeurs[i];
-    if (EstTexteCourt(type)) {
-      valeur = TexteACopier(champs_[i]->Value());
-    } else if (ado::IsLongType(type)) {
-      ValeurLongue longue = ValeurLongue::Lit(*champs_[i]);
-      valeur = longue.Courte();
-      if (longue.EnFichier()) {
-        ligne.fichiers.emplace_back(i, std::move(longue));
-        ligne.octets += ValeurLongue::kSeuil;  // each is an open file: few are read ahead
-      }
+    if (ado::IsLongType(type)) {
+      LitLongue(i, ligne);
     } else {
       valeur = champs_[i]->Value();
+      if (!lecture_.textesExacts && EstTexteCourt(type)) valeur = TexteACopier(std::move(valeur));
     }
+    if (lecture_.conversions[i] && !valeur.IsEmpty()) lecture_.conversions[i](valeur);
     ligne.octets += Octets(valeur);
   }
 }

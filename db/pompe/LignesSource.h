@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <deque>
 #include <exception>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <span>
@@ -33,12 +34,21 @@ struct BlocLignes {
   [[nodiscard]] std::span<const LigneSource> Lues() const noexcept { return std::span(lignes).first(nombre); }
 };
 
-/// Reads a recordset to its end, in blocks. Texts (129, 130, 202) follow the copy's rule: a blank one is not written, another one loses its
-/// trailing blanks. With a thread of its own the reading runs ahead of the writing, by some megabytes; the recordset and its connection
-/// belong to that thread as long as this object lives.
+/// How the rows of a source are to be read.
+struct Lecture {
+  /// Every text as it stands. Else those of the types 129, 130 and 202 follow the layer's rule: a blank one is not written, another one loses
+  /// its trailing blanks.
+  bool textesExacts = false;
+  /// For each column what makes the target's value of the source's, in place; an empty one, or none, leaves it. Run by the thread that reads;
+  /// a value that lies in a file is not given to them. What they raise is a failure to read.
+  std::vector<std::function<void(ado::Variant&)>> conversions;
+};
+
+/// Reads a recordset to its end, in blocks. With a thread of its own the reading runs ahead of the writing, by some megabytes; the recordset
+/// and its connection belong to that thread as long as this object lives.
 class LignesSource {
  public:
-  LignesSource(ado::Recordset& recordset, bool enParallele);
+  LignesSource(ado::Recordset& recordset, bool enParallele, Lecture lecture = {});
   ~LignesSource();
   LignesSource(const LignesSource&) = delete;
   LignesSource& operator=(const LignesSource&) = delete;
@@ -50,9 +60,11 @@ class LignesSource {
  private:
   void LitBloc(BlocLignes& bloc);
   void LitLigne(LigneSource& ligne);
+  void LitLongue(std::size_t place, LigneSource& ligne);
   void Travaille();
 
   ado::Recordset& recordset_;
+  Lecture lecture_;
   std::vector<ado::Field*> champs_;
   std::exception_ptr erreur_;
   bool fini_ = false;
