@@ -22,6 +22,7 @@ void AddCommands(CLI::App& app, Status& status) {
   AddImport(app, status);
   AddAssess(app, status);
   AddDiagram(app, status);
+  AddCopy(app, status);
   AddUpkeep(app, status);
   AddCompare(app, status);
 }

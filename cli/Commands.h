@@ -15,6 +15,7 @@ void AddExport(CLI::App& app, Status& status);   ///< export
 void AddDiagram(CLI::App& app, Status& status);  ///< diagram
 void AddImport(CLI::App& app, Status& status);   ///< import
 void AddAssess(CLI::App& app, Status& status);   ///< assess
+void AddCopy(CLI::App& app, Status& status);     ///< copy
 void AddUpkeep(CLI::App& app, Status& status);   ///< check, compact, backup
 void AddCompare(CLI::App& app, Status& status);  ///< compare
 

@@ -20,6 +20,9 @@ namespace tamlo::cli {
 /// Whether the user has told the system itself, and not the environment's LC_ALL and its like, that he reads French.
 [[nodiscard]] bool SystemSpeaksFrench() noexcept;
 
+/// Whether a person reads standard error at a terminal.
+[[nodiscard]] bool ErrorsAreSeen() noexcept;
+
 /// Makes that file, emptied where it exists. Null, and errno says why, where it cannot be.
 [[nodiscard]] std::FILE* OpenToWrite(const std::string& path) noexcept;
 

@@ -57,6 +57,8 @@ std::optional<std::string> AskSilently(const std::string& question) {
   return line.empty() ? std::nullopt : std::optional<std::string>(std::move(line));
 }
 
+bool ErrorsAreSeen() noexcept { return isatty(STDERR_FILENO) != 0; }
+
 bool SystemSpeaksFrench() noexcept { return false; }
 
 std::FILE* OpenToWrite(const std::string& path) noexcept { return std::fopen(path.c_str(), "wb"); }

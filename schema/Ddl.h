@@ -24,8 +24,16 @@ struct Renaming {
   std::string to;
 };
 
+/// What a table and its columns are called on the engine.
+struct TableThere {
+  std::string table;                 ///< in the source
+  std::string name;                  ///< there
+  std::vector<std::string> columns;  ///< there, in the order of the source's
+};
+
 /// What makes a database anew on an engine, without its rows, and what that loses.
 struct Script {
+  std::vector<TableThere> tables;     ///< in the order of the source's
   std::vector<Statement> statements;  ///< in the order in which they are to be run
   std::vector<Renaming> renamings;
   std::vector<Finding> findings;

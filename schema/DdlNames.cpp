@@ -29,12 +29,15 @@ void DdlWriter::NameAll() {
 
 void DdlWriter::NameTable(const Table& table, Names& globalIndexes) {
   Named& named = tables_.at(base::LowerName(table.name));
+  TableThere there{table.name, named.name, {}};
   Names columns(dialect_);
   for (const Column& column : table.columns) {
     const std::string name = columns.Take(column.name);
     Note(table.name, column.name, name);
     named.columns.emplace(base::LowerName(column.name), name);
+    there.columns.push_back(name);
   }
+  script_.tables.push_back(std::move(there));
   Names own(dialect_);
   if (dialect_.engine == Engine::kMariaDb) own.Reserve(kCounterKey);
   for (const Index& index : table.indexes) {

@@ -178,11 +178,16 @@ void DdlWriter::RestartCounter(const Table& table) {
   const Column* counter = IncrementColumn(table);
   if (counter == nullptr || dialect_.restart.empty()) return;
   if (dialect_.engine == Engine::kSqlite && !CounterIsKeyItself(table)) return;
-  std::string sql = Filled(dialect_.restart, "%t", TableName(table.name));
-  sql = Filled(sql, "%T", Literal(dialect_, Of(table.name).name));
-  sql = Filled(sql, "%c", ColumnName(table.name, counter->name));
-  sql = Filled(sql, "%v", std::to_string(counter->counter->next));
-  script_.statements.push_back({Phase::kCounters, table.name, Filled(sql, "%w", std::to_string(counter->counter->next - 1))});
+  for (std::string_view lines = dialect_.restart; !lines.empty();) {
+    const std::size_t end = std::min(lines.find('\n'), lines.size());
+    std::string sql = Filled(lines.substr(0, end), "%t", TableName(table.name));
+    sql = Filled(sql, "%T", Literal(dialect_, Of(table.name).name));
+    sql = Filled(sql, "%c", ColumnName(table.name, counter->name));
+    sql = Filled(sql, "%v", std::to_string(counter->counter->next));
+    sql = Filled(sql, "%w", std::to_string(counter->counter->next - 1));
+    script_.statements.push_back({Phase::kCounters, table.name, std::move(sql)});
+    lines.remove_prefix(std::min(end + 1, lines.size()));
+  }
 }
 
 }  // namespace tamlo::schema

@@ -43,8 +43,8 @@ struct Dialect {
   bool indexNamesAreGlobal;                ///< two tables may not have indexes of one name
   std::string_view nullsFirst, nullsLast;  ///< behind the part of an index, so that nulls stand where Access has them
   std::string_view tableSuffix;
-  std::string_view
-      restart;  ///< sets the next number: %t quoted table, %T the table as a text, %c column, %v number, %w the one before; empty: none
+  /// Sets the next number, a line a statement: %t quoted table, %T the table as a text, %c column, %v number, %w the one before; empty: none.
+  std::string_view restart;
   Comments comments = Comments::kNone;
 };
 

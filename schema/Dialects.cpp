@@ -103,7 +103,8 @@ constexpr std::array<Dialect, 6> kDialects{{
      .nullsFirst = "",
      .nullsLast = "",
      .tableSuffix = "",
-     .restart = "INSERT INTO sqlite_sequence (name, seq) SELECT %T, %w WHERE NOT EXISTS (SELECT 1 FROM sqlite_sequence WHERE name = %T)"},
+     .restart = "UPDATE sqlite_sequence SET seq = max(seq, %w) WHERE name = %T\n"
+                "INSERT INTO sqlite_sequence (name, seq) SELECT %T, %w WHERE NOT EXISTS (SELECT 1 FROM sqlite_sequence WHERE name = %T)"},
     {.engine = Engine::kSqlServer,
      .key = "sqlserver",
      .name = "SQL Server",

@@ -1,0 +1,278 @@
+// copy: a whole database into another one.
+#include <CLI/Option.hpp>
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+
+#include "base/FilePath.h"
+#include "cli/Commands.h"
+#include "cli/CopyProgress.h"
+#include "cli/CopyReport.h"
+#include "cli/Messages.h"
+#include "cli/Source.h"
+#include "cli/System.h"
+#include "move/AccessTarget.h"
+#include "move/Run.h"
+#include "move/Trouble.h"
+#include "runtime/Error.h"
+#include "schema/Read.h"
+#include "schema/ReadAccess.h"
+
+namespace tamlo::cli {
+namespace {
+
+struct Asked {
+  std::string from;
+  std::string to;
+  std::vector<std::string> tables;
+  std::vector<std::string> without;
+  bool schemaOnly = false;
+  bool dataOnly = false;
+  std::string ifExists = "fail";
+  bool dryRun = false;
+  std::string report;
+  std::string reject;
+  bool resume = false;
+  std::string verify = "counts";
+  std::int64_t batch = 20000;
+  std::int64_t rejectLimit = 1000;
+  std::string progress;
+  std::shared_ptr<Login> fromLogin;
+  std::shared_ptr<Login> toLogin;
+};
+
+volatile std::sig_atomic_t interrupted = 0;
+
+/// The first Ctrl-C ends the copy behind its batch, the second one at once.
+extern "C" void Interrupt(int signal) {
+  interrupted = 1;
+  std::signal(signal, SIG_DFL);
+}
+
+bool MatchesOne(const std::string& name, const std::vector<std::string>& patterns) {
+  return std::any_of(patterns.begin(), patterns.end(), [&](const std::string& pattern) { return Matches(name, pattern); });
+}
+
+move::Options OptionsOf(const Asked& asked) {
+  move::Options options;
+  options.wanted = [&asked](const std::string& name) {
+    return (asked.tables.empty() || MatchesOne(name, asked.tables)) && !MatchesOne(name, asked.without);
+  };
+  if (asked.schemaOnly) options.parts = move::Parts::kSchemaOnly;
+  if (asked.dataOnly) options.parts = move::Parts::kDataOnly;
+  if (asked.ifExists == "append") options.ifExists = move::IfExists::kAppend;
+  if (asked.ifExists == "replace") options.ifExists = move::IfExists::kReplace;
+  options.batch = asked.batch;
+  options.rejectFile = asked.reject;
+  options.mostRefused = asked.rejectLimit;
+  options.resume = asked.resume;
+  return options;
+}
+
+schema::Database DescriptionOf(const Opened& source) {
+  return source.file ? schema::ReadAccess(*source.file) : schema::Read(*source.connection, source.engine);
+}
+
+/// A pattern that meets nothing is a mistake of whoever wrote it.
+void LookAtPatterns(const Asked& asked, const schema::Database& source) {
+  std::vector<std::string> names;
+  for (const auto& table : source.tables) names.push_back(table.name);
+  for (const auto* patterns : {&asked.tables, &asked.without})
+    if (!patterns->empty()) (void)NamesMatching(names, *patterns);
+}
+
+/// The rows of a file are read through a connection of its own.
+std::unique_ptr<ado::Connection> RowsOf(Opened& source) {
+  if (!source.file) return std::move(source.connection);
+  auto connection = std::make_unique<ado::Connection>();
+  connection->Provider(source.address.provider);
+  connection->Open(source.address.connection + ";Mode=Read");
+  return connection;
+}
+
+schema::Engine EngineOf(const Opened& opened) {
+  if (!opened.engine) throw Failure(Status::kCannotOpen, Say(Said::kUnknownProduct, {opened.address.shown, opened.product}));
+  return *opened.engine;
+}
+
+std::string Sentence(const move::CopyError& error, const std::string& target) {
+  const auto about = [&](std::size_t place) { return place < error.About().size() ? error.About()[place] : std::string(); };
+  switch (error.Why()) {
+    case move::Trouble::kTableExists:
+      return Say(Said::kTablesAreThere, {target, about(0)});
+    case move::Trouble::kTableMissing:
+      return Say(Said::kTableIsMissing, {target, about(0)});
+    case move::Trouble::kColumnMissing:
+      return Say(Said::kColumnIsMissing, {target, about(0), about(1)});
+    case move::Trouble::kHalfDone:
+      return Say(Said::kHalfDone, {target});
+    case move::Trouble::kNothingToResume:
+      return Say(Said::kNothingToResume, {target});
+    case move::Trouble::kOtherPlan:
+      return Say(Said::kOtherCopy, {target});
+    case move::Trouble::kTooManyRefused:
+      return Say(Said::kTooManyRefused, {about(0)});
+    case move::Trouble::kCannotWrite:
+      break;
+  }
+  return Say(Said::kCannotWrite, {about(0), about(1)});
+}
+
+std::string OneLine(std::string text) {
+  for (char& c : text)
+    if (c == '\n' || c == '\r') c = ' ';
+  return text;
+}
+
+void TellRefusal(const move::Refusal& refusal) {
+  const std::string row = std::to_string(refusal.row);
+  const std::string place = refusal.column.empty() ? Say(Said::kRowOf, {refusal.table, row})
+                                                   : Say(Said::kRowAndColumnOf, {refusal.table, row, refusal.column, refusal.value});
+  std::fprintf(stderr, "tamlo-db: %s: %s\n", OneLine(place).c_str(), OneLine(refusal.reason).c_str());
+}
+
+move::Outcome RunPlan(const Asked& asked, const move::Plan& plan, const move::Source& source, move::Target& target,
+                      const move::Options& options) {
+  CopyProgress progress(asked.progress.empty() ? (ErrorsAreSeen() ? "bar" : "none") : asked.progress);
+  move::Watch watch;
+  watch.progress = [&](const move::Progress& now) { progress.Show(now); };
+  watch.refused = [&](const move::Refusal& refusal) {
+    progress.Clear();
+    TellRefusal(refusal);
+  };
+  watch.cancelled = [] { return interrupted != 0; };
+  std::signal(SIGINT, Interrupt);
+  std::signal(SIGTERM, Interrupt);
+  return move::Run(plan, source, target, options, watch);
+}
+
+/// What has to be told of it, and the status that it deserves.
+Status Conclude(const Asked& asked, const move::Outcome& outcome) {
+  if (outcome.cancelled) throw Failure(Status::kCancelled, Say(Said::kResumable, {asked.to}));
+  for (const auto& finding : outcome.findings)
+    std::fprintf(stderr, "tamlo-db: %s: %s\n", OneLine(finding.table).c_str(), OneLine(finding.text).c_str());
+  for (const auto& table : outcome.tables)
+    if (table.counted >= 0 && !table.wasThere && table.counted != table.copied)
+      std::fprintf(stderr, "tamlo-db: %s\n",
+                   Say(Said::kCountsDiffer, {table.name, std::to_string(table.copied), std::to_string(table.counted)}).c_str());
+  if (outcome.refused > 0) std::fprintf(stderr, "tamlo-db: %s\n", Say(Said::kRowsRefused, {std::to_string(outcome.refused)}).c_str());
+  return outcome.Whole() ? Status::kDone : Status::kDifferences;
+}
+
+/// Where a copy goes, and what it makes there.
+struct Destination {
+  Opened opened;
+  std::unique_ptr<ado::Connection> rows;  // into a file
+  std::unique_ptr<move::Target> target;
+};
+
+/// What is to be made: by the engine of the target, or by the plan for a file.
+struct Making {
+  schema::Engine engine;
+  schema::AccessPlan file;
+  schema::Script script;
+};
+
+schema::Engine TargetEngine(const Asked& asked) {
+  const auto address = AddressOf(asked.to);
+  return address.engine ? *address.engine : EngineOf(Open(asked.to, *asked.toLogin));
+}
+
+Making MakingOf(const Asked& asked, schema::Engine source, const schema::Database& wanted) {
+  Making making{TargetEngine(asked), {}, {}};
+  if (making.engine != schema::Engine::kAccess) {
+    making.script = schema::WriteDdl(wanted, schema::DialectOf(making.engine));
+    return making;
+  }
+  making.file =
+      schema::PlanAccess(wanted, source == schema::Engine::kAccess ? schema::Expressions::kAccess : schema::Expressions::kForeign);
+  for (const auto& refusal : making.file.refusals)
+    throw Failure(Status::kFailed, Say(Said::kCannotBeMade, {asked.to, refusal.table, refusal.text}));
+  making.script = move::ScriptOf(wanted, making.file);
+  return making;
+}
+
+Destination OpenDestination(const Asked& asked, const Making& making, const schema::Database& wanted) {
+  Destination there;
+  const auto address = AddressOf(asked.to);
+  std::error_code ignored;
+  if (making.engine == schema::Engine::kAccess && !std::filesystem::exists(base::FilePath(address.file), ignored))
+    (void)jet::Database::Create(address.file);
+  there.opened = Open(asked.to, *asked.toLogin, Access::kWrite);
+  if (!there.opened.file) {
+    there.target = move::SqlTarget(making.engine, *there.opened.connection);
+    return there;
+  }
+  there.rows = std::make_unique<ado::Connection>();
+  there.rows->Provider(address.provider);
+  there.rows->Open(address.connection);
+  there.target = move::AccessTarget(*there.opened.file, *there.rows, wanted, making.file);
+  return there;
+}
+
+Status CopyInto(const Asked& asked, const move::Plan& plan, const move::Source& source, const Destination& there,
+                const move::Options& options, const std::string& shownSource) {
+  const std::string& shown = there.opened.address.shown;
+  try {
+    const auto outcome = RunPlan(asked, plan, source, *there.target, options);
+    if (!asked.report.empty()) WriteReport(asked.report, shownSource, shown, plan, outcome);
+    return Conclude(asked, outcome);
+  } catch (const move::CopyError& error) {
+    throw Failure(Status::kFailed, Sentence(error, shown));
+  } catch (const runtime::Error& error) {
+    std::string text = OneLine(error.Description());
+    if (move::CanResume(*there.target)) text += ". " + Say(Said::kResumable, {shown});
+    throw Failure(Status::kFailed, text);
+  }
+}
+
+Status Copy(const Asked& asked) {
+  Opened from = Open(asked.from, *asked.fromLogin);
+  const schema::Engine engine = EngineOf(from);
+  const auto description = DescriptionOf(from);
+  LookAtPatterns(asked, description);
+  const auto options = OptionsOf(asked);
+  const auto wanted = move::Wanted(description, options);
+  const Making making = MakingOf(asked, engine, wanted);
+  const auto plan = move::MakePlan(wanted, making.script, options);
+  if (asked.dryRun) {
+    PrintPlan(plan);
+    return Status::kDone;
+  }
+  const Destination there = OpenDestination(asked, making, wanted);
+  const auto rows = RowsOf(from);
+  return CopyInto(asked, plan, {engine, *rows}, there, options, from.address.shown);
+}
+
+void AddOptions(CLI::App& command, Asked& asked) {
+  command.add_option("FROM", asked.from, Say(Said::kDatabase))->required();
+  command.add_option("TO", asked.to, Say(Said::kDatabaseTo))->required();
+  command.add_option("-t,--table", asked.tables, Say(Said::kTablePattern))->allow_extra_args(false);
+  command.add_option("-x,--exclude", asked.without, Say(Said::kExcludePattern))->allow_extra_args(false);
+  auto* schemaOnly = command.add_flag("--schema-only", asked.schemaOnly, Say(Said::kSchemaOnly));
+  command.add_flag("--data-only", asked.dataOnly, Say(Said::kDataOnly))->excludes(schemaOnly);
+  command.add_option("--if-exists", asked.ifExists, Say(Said::kIfExists))->check(CLI::IsMember({"fail", "append", "replace"}));
+  command.add_flag("--dry-run", asked.dryRun, Say(Said::kDryRun));
+  command.add_option("--report", asked.report, Say(Said::kReport));
+  command.add_option("--reject", asked.reject, Say(Said::kReject));
+  command.add_option("--reject-limit", asked.rejectLimit, Say(Said::kRejectLimit))->check(CLI::NonNegativeNumber);
+  command.add_flag("--resume", asked.resume, Say(Said::kResume));
+  command.add_option("--verify", asked.verify, Say(Said::kVerify))->check(CLI::IsMember({"counts"}));
+  command.add_option("--batch", asked.batch, Say(Said::kBatch))->check(CLI::Range(std::int64_t{1}, std::int64_t{1000000}));
+  command.add_option("--progress", asked.progress, Say(Said::kProgress))->check(CLI::IsMember({"bar", "log", "none"}));
+  asked.fromLogin = AddLogin(command, "from-");
+  asked.toLogin = AddLogin(command, "to-");
+}
+
+}  // namespace
+
+void AddCopy(CLI::App& app, Status& status) {
+  const auto asked = std::make_shared<Asked>();
+  CLI::App* command = app.add_subcommand("copy", Say(Said::kCopy));
+  AddOptions(*command, *asked);
+  command->callback([asked, &status] { status = Copy(*asked); });
+}
+
+}  // namespace tamlo::cli

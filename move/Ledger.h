@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "move/Target.h"
+
+namespace tamlo::move {
+
+/// How far a copy is, kept in a small table of the target itself: what it says is committed together with what it says it of.
+class Ledger {
+ public:
+  static constexpr const char* kTable = "tamlo_copy_progress";
+
+  enum class State : std::uint8_t {
+    kNew,       ///< the copy makes the table
+    kKept,      ///< it was there before
+    kComplete,  ///< all rows are there; the copy made the table
+    kFilled,    ///< all rows are there; the table was there before
+  };
+  struct Entry {
+    State state = State::kNew;
+    std::int64_t done = 0;     ///< rows of the source that are in the target, or were refused
+    std::int64_t refused = 0;  ///< of them
+    [[nodiscard]] bool Complete() const noexcept { return state == State::kComplete || state == State::kFilled; }
+    [[nodiscard]] bool WasThere() const noexcept { return state == State::kKept || state == State::kFilled; }
+  };
+
+  explicit Ledger(Target& target) : target_(target) {}
+
+  /// Whether an earlier copy has left one. One that was never filled tells of nothing, and is taken away.
+  [[nodiscard]] bool IsThere();
+  /// Makes it, for a copy that begins. states: one for each table of the plan.
+  void Make(const Plan& plan, const std::vector<State>& states);
+  /// Reads it, for a copy that goes on. Error: CopyError with kOtherPlan.
+  void Load(const Plan& plan);
+  /// The copy is complete.
+  void Drop();
+
+  [[nodiscard]] std::size_t StatementsDone() const noexcept { return statements_; }
+  /// Size of the file of refused rows when the last batch was committed.
+  [[nodiscard]] std::uint64_t RejectBytes() const noexcept { return rejectBytes_; }
+  [[nodiscard]] const Entry& Of(std::size_t table) const { return entries_.at(table); }
+
+  /// Each writes at once, inside of whatever transaction is open.
+  void NoteStatements(std::size_t done);
+  void NoteRows(std::size_t table, const Entry& entry, std::uint64_t rejectBytes);
+
+ private:
+  void Write(std::size_t place, int state, std::int64_t done, std::uint64_t refused);
+  [[nodiscard]] std::string Name() const { return schema::Quoted(target_.Dialect(), kTable); }
+
+  Target& target_;
+  std::vector<Entry> entries_;
+  std::size_t statements_ = 0;
+  std::uint64_t rejectBytes_ = 0;
+};
+
+}  // namespace tamlo::move
