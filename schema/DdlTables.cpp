@@ -118,6 +118,16 @@ void DdlWriter::AddComments(const Table& table) {
     add("COLUMN " + TableName(table.name) + "." + ColumnName(table.name, column.name), column.comment);
 }
 
+/// Whether a relation changes the column by itself, on an engine that takes no check of such a one.
+bool DdlWriter::CascadesInto(const Table& table, const Column& column) const {
+  if (dialect_.cascadesAllowChecks) return false;
+  return std::any_of(database_.relations.begin(), database_.relations.end(), [&](const Relation& relation) {
+    return relation.enforced && relation.cascadeUpdates && base::SameName(relation.table, table.name) &&
+           std::any_of(relation.columns.begin(), relation.columns.end(),
+                       [&](const auto& pair) { return base::SameName(pair.first, column.name); });
+  });
+}
+
 void DdlWriter::AddChecks(const Table& table, const Column& column, std::vector<std::string>& parts) {
   const std::string name = ColumnName(table.name, column.name);
   const auto check = [&](std::string_view condition) {
@@ -125,7 +135,11 @@ void DdlWriter::AddChecks(const Table& table, const Column& column, std::vector<
     parts.push_back("CHECK (" + Filled(Filled(condition, "%c", name), "%n", std::to_string(column.type.length)) + ")");
   };
   const bool isText = column.type.kind == Kind::kText || column.type.kind == Kind::kMemo;
-  if (isText && !column.allowEmpty) check(dialect_.noEmpty);
+  if (isText && !column.allowEmpty && CascadesInto(table, column))
+    Lost(table.name, column.name,
+         "takes the empty text on " + std::string(dialect_.name) + ", which checks no column that updates in cascade");
+  else if (isText && !column.allowEmpty)
+    check(dialect_.noEmpty);
   if (column.type.kind == Kind::kByte) check(dialect_.byteRange);
   if (column.type.kind == Kind::kBinary) check(dialect_.bytesLimit);
   if (isText && column.allowEmpty && dialect_.engine == Engine::kOracle)

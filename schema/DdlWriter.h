@@ -49,6 +49,7 @@ class DdlWriter {
   [[nodiscard]] std::string ColumnText(const Table& table, const Column& column);
   [[nodiscard]] std::string CounterText(const Table& table, const Column& column);
   [[nodiscard]] std::string DefaultText(const Table& table, const Column& column);
+  [[nodiscard]] bool CascadesInto(const Table& table, const Column& column) const;
   void AddChecks(const Table& table, const Column& column, std::vector<std::string>& parts);
   void AddKeys(const Table& table, std::vector<std::string>& parts);
   void NoteRules(const Table& table);

@@ -39,6 +39,7 @@ struct Dialect {
   bool keysInside;                         ///< foreign keys can be written inside of CREATE TABLE alone
   bool onUpdate;                           ///< knows ON UPDATE
   bool cascadesOnItself;                   ///< a table that refers to itself may cascade updates
+  bool cascadesAllowChecks;                ///< a column that updates in cascade may stand in a check
   bool partialIndexes;                     ///< an index may leave rows out
   bool indexNamesAreGlobal;                ///< two tables may not have indexes of one name
   std::string_view nullsFirst, nullsLast;  ///< behind the part of an index, so that nulls stand where Access has them
