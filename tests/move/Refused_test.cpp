@@ -35,6 +35,7 @@ class RefusedBy : public testing::TestWithParam<const char*> {
       session.Execute("INSERT INTO T (Id, Nom) VALUES (" + (i == 500 ? std::string("499") : n) + ", '" + (i == 700 ? "x" : "nom " + n) +
                       "')");
     }
+    transaction.Commit();
   }
 
   std::unique_ptr<TargetEngine> engine_;
@@ -67,7 +68,7 @@ TEST_P(RefusedBy, TooManyRowsEndTheCopy) {
   EXPECT_NE(copied.err.find("more than 1 rows were refused"), std::string::npos) << copied.err;
 }
 
-TEST_P(RefusedBy, AnIndexThatTheRowsForbidIsToldAndTheRowsStay) {
+TEST_P(RefusedBy, ATableThatIsThereIsReplacedOnlyWhenThatIsAsked) {
   {
     const auto database = jet::Database::Create(folder_.File("base.mdb"));
     jet::sql::Session session(*database);
@@ -75,11 +76,14 @@ TEST_P(RefusedBy, AnIndexThatTheRowsForbidIsToldAndTheRowsStay) {
     session.Execute("INSERT INTO T (Id) VALUES (1)");
     session.Execute("CREATE UNIQUE INDEX U ON T (Id)");
   }
-  engine_->Ask("CREATE TABLE " + engine_->Quoted("T") + " (" + engine_->Quoted("Id") + " INTEGER);\n");
+  const std::string table = engine_->Quoted("T");
+  engine_->Ask("CREATE TABLE " + table + " (" + engine_->Quoted("Id") + " INTEGER);\nINSERT INTO " + table + " VALUES (7);\n");
   const auto copied = Copy({});
   EXPECT_EQ(copied.status, 4) << "the table is there";
+  EXPECT_EQ(engine_->Ask("SELECT " + engine_->Quoted("Id") + " FROM " + table + ";\n").out, "7\n") << "and is as it was";
   ASSERT_EQ(Copy({"--if-exists", "replace"}).status, 0);
-  EXPECT_NE(engine_->Ask("INSERT INTO " + engine_->Quoted("T") + " VALUES (1);\n").status, 0);
+  EXPECT_EQ(engine_->Ask("SELECT " + engine_->Quoted("Id") + " FROM " + table + ";\n").out, "1\n");
+  EXPECT_NE(engine_->Ask("INSERT INTO " + table + " VALUES (1);\n").status, 0) << "its index is there";
 }
 
 INSTANTIATE_TEST_SUITE_P(Engines, RefusedBy, testing::Values("sqlite", "mariadb", "postgresql"));
