@@ -6,9 +6,9 @@
 #include "cli/Commands.h"
 #include "cli/Messages.h"
 #include "cli/Output.h"
+#include "cli/ServerRows.h"
 #include "cli/Source.h"
 #include "move/compare/Compare.h"
-#include "schema/ReadAccess.h"
 
 namespace tamlo::cli {
 namespace {
@@ -53,12 +53,10 @@ void Write(const Asked& asked, const move::Comparison& found) {
 Status Run(const Asked& asked) {
   const Opened a = Open(asked.a);
   const Opened b = Open(asked.b);
-  if (!a.file && !b.file) throw Failure(Status::kCannotOpen, Say(Said::kOnlyAccess, {b.address.shown}));
-  // Of a server's tables the file's own description says what their values are.
-  const schema::Database inA = a.file ? schema::ReadAccess(*a.file) : schema::ReadAccess(*b.file);
-  const schema::Database inB = b.file ? schema::ReadAccess(*b.file) : inA;
+  const schema::Database inA = ReadStructure(a);
+  const schema::Database inB = ReadStructure(b);
   move::CompareOptions options;
-  options.structure = !asked.rows && a.file && b.file;
+  options.structure = !asked.rows;
   options.rows = !asked.structure;
   options.shown = asked.shown;
   if (!asked.patterns.empty()) {

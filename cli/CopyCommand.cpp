@@ -10,15 +10,15 @@
 #include "cli/Commands.h"
 #include "cli/CopyProgress.h"
 #include "cli/CopyReport.h"
+#include "cli/CopyVerify.h"
 #include "cli/Messages.h"
+#include "cli/ServerRows.h"
 #include "cli/Source.h"
 #include "cli/System.h"
 #include "move/AccessTarget.h"
 #include "move/Run.h"
 #include "move/Trouble.h"
 #include "runtime/Error.h"
-#include "schema/Read.h"
-#include "schema/ReadAccess.h"
 
 namespace tamlo::cli {
 namespace {
@@ -69,10 +69,6 @@ move::Options OptionsOf(const Asked& asked) {
   options.mostRefused = asked.rejectLimit;
   options.resume = asked.resume;
   return options;
-}
-
-schema::Database DescriptionOf(const Opened& source) {
-  return source.file ? schema::ReadAccess(*source.file) : schema::Read(*source.connection, source.engine);
 }
 
 /// A pattern that meets nothing is a mistake of whoever wrote it.
@@ -212,13 +208,11 @@ Destination OpenDestination(const Asked& asked, const Making& making, const sche
   return there;
 }
 
-Status CopyInto(const Asked& asked, const move::Plan& plan, const move::Source& source, const Destination& there,
-                const move::Options& options, const std::string& shownSource) {
+move::Outcome CopyInto(const Asked& asked, const move::Plan& plan, const move::Source& source, const Destination& there,
+                       const move::Options& options) {
   const std::string& shown = there.opened.address.shown;
   try {
-    const auto outcome = RunPlan(asked, plan, source, *there.target, options);
-    if (!asked.report.empty()) WriteReport(asked.report, shownSource, shown, plan, outcome);
-    return Conclude(asked, outcome);
+    return RunPlan(asked, plan, source, *there.target, options);
   } catch (const move::CopyError& error) {
     throw Failure(Status::kFailed, Sentence(error, shown));
   } catch (const runtime::Error& error) {
@@ -228,10 +222,14 @@ Status CopyInto(const Asked& asked, const move::Plan& plan, const move::Source& 
   }
 }
 
+move::CompareSide SideOf(const Opened& opened, ado::Connection* connection) {
+  return {opened.address.shown, opened.file ? schema::Engine::kAccess : opened.engine, opened.file.get(), connection};
+}
+
 Status Copy(const Asked& asked) {
   Opened from = Open(asked.from, *asked.fromLogin);
   const schema::Engine engine = EngineOf(from);
-  const auto description = DescriptionOf(from);
+  const auto description = ReadStructure(from);
   LookAtPatterns(asked, description);
   const auto options = OptionsOf(asked);
   const auto wanted = move::Wanted(description, options);
@@ -243,7 +241,14 @@ Status Copy(const Asked& asked) {
   }
   const Destination there = OpenDestination(asked, making, wanted);
   const auto rows = RowsOf(from);
-  return CopyInto(asked, plan, {engine, *rows}, there, options, from.address.shown);
+  const auto outcome = CopyInto(asked, plan, {engine, *rows}, there, options);
+  if (!asked.report.empty()) WriteReport(asked.report, from.address.shown, there.opened.address.shown, plan, outcome);
+  const Status status = Conclude(asked, outcome);
+  if (asked.verify != "full" || asked.schemaOnly) return status;
+  const bool agree = ValuesAgree(plan, outcome, SideOf(from, rows.get()), SideOf(there.opened, there.opened.connection.get()),
+                                 [] { return interrupted != 0; });
+  if (interrupted != 0) throw Failure(Status::kCancelled, Say(Said::kCancelled));
+  return agree ? status : Status::kDifferences;
 }
 
 void AddOptions(CLI::App& command, Asked& asked) {
@@ -259,7 +264,7 @@ void AddOptions(CLI::App& command, Asked& asked) {
   command.add_option("--reject", asked.reject, Say(Said::kReject));
   command.add_option("--reject-limit", asked.rejectLimit, Say(Said::kRejectLimit))->check(CLI::NonNegativeNumber);
   command.add_flag("--resume", asked.resume, Say(Said::kResume));
-  command.add_option("--verify", asked.verify, Say(Said::kVerify))->check(CLI::IsMember({"counts"}));
+  command.add_option("--verify", asked.verify, Say(Said::kVerify))->check(CLI::IsMember({"counts", "full"}));
   command.add_option("--batch", asked.batch, Say(Said::kBatch))->check(CLI::Range(std::int64_t{1}, std::int64_t{1000000}));
   command.add_option("--progress", asked.progress, Say(Said::kProgress))->check(CLI::IsMember({"bar", "log", "none"}));
   asked.fromLogin = AddLogin(command, "from-");

@@ -6,8 +6,8 @@
 #include "cli/Diagram.h"
 #include "cli/Messages.h"
 #include "cli/Output.h"
+#include "cli/ServerRows.h"
 #include "cli/Source.h"
-#include "schema/ReadAccess.h"
 
 namespace tamlo::cli {
 namespace {
@@ -15,14 +15,14 @@ namespace {
 struct Asked {
   std::string database;
   std::string picture;
+  std::shared_ptr<Login> login;
 };
 
 void Run(const Asked& asked) {
   const bool svg = asked.picture.ends_with(".svg");
   const bool mermaid = asked.picture.ends_with(".mmd");
   if (!svg && !mermaid && !asked.picture.ends_with(".dot")) throw Failure(Status::kUsage, Say(Said::kUnknownPicture, {asked.picture}));
-  const auto file = OpenFile(asked.database);
-  const schema::Database database = schema::ReadAccess(*file);
+  const schema::Database database = ReadStructure(Open(asked.database, *asked.login), {.values = false, .counts = false});
   Output output(asked.picture);
   output.Text() = mermaid ? MermaidOf(database) : DotOf(database);
   if (svg) output.Text() = SvgOf(output.Text());
@@ -36,6 +36,7 @@ void AddDiagram(CLI::App& app, Status&) {
   CLI::App* command = app.add_subcommand("diagram", Say(Said::kDiagram));
   command->add_option("DB", asked->database, Say(Said::kDatabase))->required();
   command->add_option("-o,--output", asked->picture, Say(Said::kPicture))->required();
+  asked->login = AddLogin(*command);
   command->callback([asked] { Run(*asked); });
 }
 

@@ -117,7 +117,7 @@ void WriteServerRows(ado::Connection& connection, const std::string& sql, const 
   format.End();
 }
 
-schema::Database ReadStructure(Opened& opened, const schema::ReadOptions& options) {
+schema::Database ReadStructure(const Opened& opened, const schema::ReadOptions& options) {
   return opened.file ? schema::ReadAccess(*opened.file) : schema::Read(*opened.connection, opened.engine, options);
 }
 

@@ -20,7 +20,7 @@ namespace tamlo::cli {
 void WriteServerRows(ado::Connection& connection, const std::string& sql, const std::string& name, std::int64_t limit, RowFormat& format);
 
 /// What the database holds, whatever it is.
-[[nodiscard]] schema::Database ReadStructure(Opened& opened, const schema::ReadOptions& options = {});
+[[nodiscard]] schema::Database ReadStructure(const Opened& opened, const schema::ReadOptions& options = {});
 /// The tables whose names match one of the patterns; see TablesNamed.
 [[nodiscard]] std::vector<std::string> TablesOf(Opened& opened, const std::vector<std::string>& patterns = {});
 [[nodiscard]] std::uint64_t RowsOf(Opened& opened, const std::string& table);

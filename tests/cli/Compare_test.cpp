@@ -64,15 +64,24 @@ TEST_F(Compare, WhatCannotBeComparedIsNamed) {
 TEST_F(Compare, WhatAnotherProgramHasMadeOfTheFileIsEqual) {
   const auto made = RunLine(folder_, "{ (mdb-schema a.mdb sqlite; mdb-export -I sqlite a.mdb Clients) | sqlite3 -bail x.sqlite; }");
   ASSERT_EQ(made.status, 0) << made.err;
-  const auto equal = Run("a.mdb x.sqlite");
+  const auto equal = Run("a.mdb x.sqlite --data-only");
   EXPECT_EQ(equal.out, "a.mdb and x.sqlite are equal: 1 tables, 2 rows\n") << equal.err;
   EXPECT_EQ(equal.status, 0);
   ASSERT_EQ(RunLine(folder_, "sqlite3 x.sqlite \"UPDATE Clients SET Nom = Nom || ' ' WHERE Id = 1\"").status, 0);
-  const auto changed = Run("a.mdb x.sqlite");
+  const auto changed = Run("a.mdb x.sqlite --data-only");
   EXPECT_EQ(changed.status, 1);
   EXPECT_EQ(changed.out,
             "Clients: 2 rows in a.mdb, 2 in x.sqlite; 1 of the first and 1 of the second have no equal\n"
             "  row Id=1: Nom is \"Le Goff\" in a.mdb, \"Le Goff \" in x.sqlite\n");
+}
+
+TEST_F(Compare, TheStructureOnAnotherEngineIsComparedToo) {
+  ASSERT_EQ(RunLine(folder_, Word(TAMLO_DB) + " copy a.mdb x.sqlite").status, 0);
+  EXPECT_EQ(Run("a.mdb x.sqlite --data-only").status, 0);
+  ASSERT_EQ(RunLine(folder_, "sqlite3 x.sqlite 'ALTER TABLE Clients ADD COLUMN Ville VARCHAR(20)'").status, 0);
+  const auto ran = Run("a.mdb x.sqlite --schema-only");
+  EXPECT_EQ(ran.status, 1);
+  EXPECT_NE(ran.out.find("Clients.Ville is only in x.sqlite"), std::string::npos) << ran.out;
 }
 
 }  // namespace

@@ -75,6 +75,29 @@ TEST_P(CopyTo, RowsArriveAsTheyAre) {
   EXPECT_EQ(rows[1][1], "");
 }
 
+TEST_P(CopyTo, AllValuesAreComparedByAnotherRoad) {
+  MakeFile(folder_);
+  const auto copied = Copy({"--verify", "full"});
+  EXPECT_EQ(copied.err, "");
+  EXPECT_EQ(copied.status, 0);
+}
+
+TEST(CopyToSqlite, AValueThatBecameAnotherOnItsWayIsTold) {
+  const auto engine = EngineCalled("sqlite");
+  MakeFile(engine->folder);
+  const auto copy = [&](const std::vector<std::string>& options) {
+    std::vector<std::string> line{"copy", "base.mdb", engine->Name()};
+    line.insert(line.end(), options.begin(), options.end());
+    return TamloDb(engine->folder, line, kEnvironment);
+  };
+  ASSERT_EQ(copy({"--schema-only"}).status, 0);
+  engine->Ask("CREATE TRIGGER t AFTER INSERT ON Clients WHEN NEW.Id = 7 BEGIN UPDATE Clients SET Nom = 'x' WHERE Id = 7; END;\n");
+  const auto copied = copy({"--data-only", "--verify", "full"});
+  EXPECT_EQ(copied.status, 1);
+  EXPECT_NE(copied.err.find("1 of the first and 1 of the second have no equal"), std::string::npos) << copied.err;
+  EXPECT_NE(copied.err.find("row Id=7: Nom is \"\" in base.mdb, \"x\" in"), std::string::npos) << copied.err;
+}
+
 TEST_P(CopyTo, CountersGoOnAndRelationsHold) {
   MakeFile(folder_);
   ASSERT_EQ(Copy({}).status, 0);
