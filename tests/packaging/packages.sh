@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Makes the package of a built tree and checks what is in it.
-#   packages.sh deb FOLDER       the .deb packages of this machine, which lintian then judges as a stranger
+#   packages.sh deb FOLDER       the .deb packages of this machine; lintian judges those of programs as a stranger
+#   packages.sh library FOLDER   lintian's judgement of the library's package: minutes, for a debug build's archives hold so many names
 #   packages.sh zip FOLDER       the zip of a Windows build
 set -euo pipefail
 kind=$1 build=$2
@@ -29,7 +30,9 @@ case "$kind" in
       ./usr/share/icons/hicolor/128x128/apps/tamlo.png ./usr/share/doc/tamlo/copyright)
     dpkg-deb -f "$package" Depends | grep -q libqt6widgets6
     # It refuses root unless told.
-    lintian --allow-root --fail-on error,warning "$work"/*.deb >"$work/lintian" 2>&1 || { cat "$work/lintian" >&2; exit 1; } ;;
+    lintian --allow-root --fail-on error,warning "$package" "$command" >"$work/lintian" 2>&1 || { cat "$work/lintian" >&2; exit 1; } ;;
+  library)
+    lintian --allow-root --fail-on error,warning "$work"/libtamlo-dev_*.deb >"$work/lintian" 2>&1 || { cat "$work/lintian" >&2; exit 1; } ;;
   zip)
     package=$(ls "$work"/tamlo-*-windows-*.zip)
     list=$(cd "$work" && cmake -E tar tf "$package")
