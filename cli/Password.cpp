@@ -1,5 +1,6 @@
 #include "cli/Password.h"
 
+#include <CLI/App.hpp>
 #include <CLI/Option.hpp>
 #include <fstream>
 

@@ -1,11 +1,14 @@
 #pragma once
 
-#include <CLI/App.hpp>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "schema/Address.h"
+
+namespace CLI {
+class App;  // whose header takes seconds to compile
+}
 
 namespace tamlo::cli {
 
