@@ -123,9 +123,10 @@ class Catalog {
   explicit Catalog(Connection& connection);
   ~Catalog();
   /// Makes the empty database that a connection string with "Provider=" names, and opens nothing: a Connection opens the same string. Access
-  /// files alone: their "Data Source" is the path of the new file, "Jet OLEDB:Engine Type" is 5 (Jet 4) or left out. Error -2147217897 when there
-  /// is a file of that name, which stays as it is; 3001 without a path; 3251 for another type (4 is Jet 3.x, which is only read), a password,
-  /// encryption, a locale other than 1033, and on ODBC sources, whose databases their own tools make (SQLite makes its file when a Connection
+  /// files alone: their "Data Source" is the path of the new file, "Jet OLEDB:Engine Type" is 5 (Jet 4) or left out, "Jet OLEDB:Database Password"
+  /// becomes its password, and "Jet OLEDB:Encrypt Database" says whether its pages are encoded. Error -2147217897 when there
+  /// is a file of that name, which stays as it is; 3001 without a path; 3251 for another type (4 is Jet 3.x, which is only read), a
+  /// locale other than 1033, and on ODBC sources, whose databases their own tools make (SQLite makes its file when a Connection
   /// opens it); 3706 for a provider that nobody registered; else -2147467259, and no file is left behind.
   static void Create(const std::string& connectionString);
   Catalog(const Catalog&) = delete;

@@ -61,8 +61,9 @@ std::string OdbcPair(const std::string& key, const std::string& value) {
 }
 
 std::string PlainPair(const std::string& key, const std::string& value) {
-  const bool quoted = value.find_first_of(";\"") != std::string::npos;
-  return key + "=" + (quoted ? '"' + value + '"' : value) + ";";
+  const bool blanks = value.starts_with(' ') || value.ends_with(' ');
+  const bool quoted = blanks || value.find_first_of(";\"") != std::string::npos;
+  return key + "=" + (quoted ? Quoted(value) : value) + ";";
 }
 
 }  // namespace
@@ -84,6 +85,15 @@ void ReadProviderKey(OpenRequest& request) {
     }
   }
   request.connectionString = std::move(rest);
+}
+
+std::string Quoted(std::string_view value) {
+  std::string out = "\"";
+  for (const char c : value) {
+    out.push_back(c);
+    if (c == '"') out.push_back(c);
+  }
+  return out + '"';
 }
 
 std::string BracedIfNeeded(std::string_view value) {

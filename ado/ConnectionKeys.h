@@ -21,6 +21,9 @@ using ConnectionKeys = std::vector<std::pair<std::string, std::string>>;
 /// A value as it stands in a connection string: between braces when it needs them.
 [[nodiscard]] std::string BracedIfNeeded(std::string_view value);
 
+/// A value between double quotes, its own doubled: as the providers' own strings take any.
+[[nodiscard]] std::string Quoted(std::string_view value);
+
 /// Where the request's connection string has a key "Provider": takes the provider's name and the login out of it, and leaves what the
 /// provider's own strings hold. See Connection::Open.
 void ReadProviderKey(OpenRequest& request);

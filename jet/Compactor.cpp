@@ -35,7 +35,7 @@ constexpr std::uint16_t kGeneralLanguage = 0x0409;
 
 class Compactor {
  public:
-  Compactor(Database& source, Database& target) : source_(source), target_(target) {}
+  Compactor(Database& source, Database& target, const Protection& protection) : source_(source), target_(target), protection_(protection) {}
 
   void Run() {
     const Database::ReadScope scope(source_);
@@ -234,10 +234,14 @@ class Compactor {
 
   /// The accounts mean what they mean under the creation date and the build of the source.
   void TakeOverHeader() {
-    if (source_.FormatVersion() == 3) return;
     const PageRef from = source_.Internals().pager->Read(0);
     const PageRef to = target_.Internals().pager->Edit(0);
-    FileHeader::CopyIdentity(from.Bytes(), to.Writable());
+    if (source_.FormatVersion() != 3) FileHeader::CopyIdentity(from.Bytes(), to.Writable());
+    if (protection_.password) {
+      FileHeader::SetPassword(to.Writable(), *protection_.password);
+    } else if (source_.FormatVersion() == 3) {
+      FileHeader::SetPassword(to.Writable(), FileHeader::Read(from.Bytes(), source_.Path()).PasswordText());
+    }
   }
 
   /// Containers and documents (forms, reports, macros, modules, what Access keeps of itself): their catalog rows go over as they are.
@@ -340,22 +344,27 @@ class Compactor {
 
   Database& source_;
   Database& target_;
+  const Protection& protection_;
 };
 
 }  // namespace
 
-void CompactInto(Database& source, const std::string& newPath) {
+void CompactInto(Database& source, const std::string& newPath, const Protection& protection) {
   OpenOptions options;
   options.fileSystem = &source.Internals().files;
   options.cacheBytes = source.Internals().cacheBytes;
   const FileHeader& header = source.Internals().header;
   const bool french = header.version != 3 && TextOrderOf(header.sortLanguage, header.sortVersion) == TextOrder::kFrench;
   Sharing::RequireName(newPath);
-  CreateEmptyFile(*options.fileSystem, newPath, french ? header.sortLanguage : kGeneralLanguage);
+  CreateEmptyFile(*options.fileSystem, newPath,
+                  {.sortLanguage = french ? header.sortLanguage : kGeneralLanguage,
+                   .encoded = protection.encoded.value_or(source.Encoded()),
+                   .password = protection.password.value_or(std::string())});
+  options.password = protection.password.value_or(std::string());
   options.mode = OpenMode::kExclusive;
   const auto target = Database::Open(newPath, options);
   try {
-    Compactor(source, *target).Run();
+    Compactor(source, *target, protection).Run();
   } catch (...) {
     options.fileSystem->Remove(newPath);
     throw;

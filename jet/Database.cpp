@@ -83,6 +83,15 @@ void RecoverAtOpening(FileSystem& files, const std::string& path, Opened& opened
   leave();
 }
 
+/// Page 0 once more, under the lock: when it was read first, somebody's transaction may have been half written, a new password in it.
+void UnlockPages(Engine& engine, const std::string& password) {
+  if (engine.pager->PageCount() == 0) return;  // cut short, as will be said
+  engine.header = FileHeader::Read(engine.pager->Read(0).Bytes(), engine.path);
+  engine.pager->SetFreePageMap(engine.header.freePages);
+  engine.pager->SetCodec(Unlock(engine.header, password, engine.path));
+  engine.header.password.clear();  // it has served, and is not to lie about
+}
+
 /// A file that was cut off lacks pages that something in it names. Pages behind the end that the map of free pages merely keeps are no
 /// sign of it: files grow by several pages at a time, and their ends are not always written.
 void CheckLength(Engine& engine, std::uint64_t size) {
@@ -110,12 +119,14 @@ Database::Database(std::unique_ptr<Engine> engine) : engine_(std::move(engine)) 
 
 Database::~Database() { engine_->pager->RollbackAll(); }
 
-std::unique_ptr<Database> Database::Create(const std::string& path, const OpenOptions& options) {
+std::unique_ptr<Database> Database::Create(const std::string& path, const OpenOptions& options, const Protection& protection) {
   Sharing::RequireName(path);
   FileSystem& files = options.fileSystem != nullptr ? *options.fileSystem : FileSystem::Real();
-  CreateEmptyFile(files, path);
+  const NewFile file{.encoded = protection.encoded.value_or(false), .password = protection.password.value_or(std::string())};
+  CreateEmptyFile(files, path, file);
   OpenOptions opening = options;
   opening.mode = OpenMode::kExclusive;
+  opening.password = file.password;
   return Open(path, opening);
 }
 
@@ -136,9 +147,9 @@ std::unique_ptr<Database> Database::Open(const std::string& path, const OpenOpti
   const std::uint64_t size = opened.file->Size();
   engine->pager = std::make_unique<Pager>(files, real, std::move(opened.file), engine->header.pageSize, options.cacheBytes,
                                           *engine->sharing, engine->readOnly);
-  engine->pager->SetFreePageMap(engine->header.freePages);
   engine->pager->SetSurvey([raw = engine.get()] { return SurveyPages(*raw); });
   const ReadLock lock(*engine->pager);
+  UnlockPages(*engine, options.password);
   CheckLength(*engine, engine->sharing->Exclusive()
                            ? size
                            : engine->pager->PageCount() * std::uint64_t{engine->header.pageSize} + size % engine->header.pageSize);
@@ -157,6 +168,18 @@ bool Database::IsAt(const std::string& path) const {
 
 int Database::FormatVersion() const noexcept { return engine_->header.version; }
 bool Database::ReadOnly() const noexcept { return engine_->readOnly; }
+bool Database::Encoded() const noexcept { return engine_->header.encryptionKey != 0; }
+
+bool Database::HasPassword() {
+  const ReadLock lock(*engine_->pager);
+  return !FileHeader::Read(engine_->pager->Read(0).Bytes(), engine_->path).password.empty();
+}
+
+void Database::SetPassword(std::string_view password) {
+  ChangeScope scope(*engine_->pager);
+  FileHeader::SetPassword(engine_->pager->Edit(0).Writable(), password);
+  scope.Done();
+}
 
 void Database::Begin() { engine_->pager->Begin(); }
 
@@ -306,9 +329,9 @@ void Database::RemoveProperty(std::string_view object, std::string_view column, 
   scope.Done();
 }
 
-void Database::Compact(const std::string& newPath) {
+void Database::Compact(const std::string& newPath, const Protection& protection) {
   if (TransactionDepth() > 0) throw Error(ErrorCode::kInUse, "A database cannot be compacted while a transaction is open");
-  CompactInto(*this, newPath);
+  CompactInto(*this, newPath, protection);
 }
 
 void Database::Backup(const std::string& newPath) {
@@ -356,6 +379,8 @@ Database::Counters Database::Count() const noexcept {
   Counters counters;
   counters.pagesRead = counted.pagesRead;
   counters.pagesWritten = counted.pagesWritten;
+  counters.pagesDecoded = counted.pagesDecoded;
+  counters.pagesEncoded = counted.pagesEncoded;
   counters.commits = counted.commits;
   counters.syncs = counted.syncs;
   counters.stretches = counted.stretches;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -35,6 +36,13 @@ struct OpenOptions {
   std::size_t cacheBytes = std::size_t{16} << 20;  ///< budget of the page cache
   int lockWaitMilliseconds = kLockWait;            ///< how long to wait for another process before kInUse
   FileSystem* fileSystem = nullptr;                ///< null: the machine's own. Not owned; must outlive the database
+  std::string password = {};                       ///< of the database, UTF-8; not looked at where the file has none. It is not kept
+};
+
+/// How a file that is written anew is kept from others. What is not said is as the source has it; a new file has neither.
+struct Protection {
+  std::optional<std::string> password = {};  ///< of the database, UTF-8, at most 20 characters (UTF-16 units); empty: none
+  std::optional<bool> encoded = {};  ///< whether its pages are, by RC4 under a key that page 0 tells: against a glance, not a reader
 };
 
 /// One open Access file. Not for use by several threads at a time.
@@ -44,10 +52,11 @@ struct OpenOptions {
 /// the middle of a change rolls the whole open transaction back (TransactionDepth() is then 0).
 class Database {
  public:
-  /// Makes a new empty database and opens it for exclusive use. Errors: kAlreadyExists when there is a file of that name, kReadOnly, kIo.
-  static std::unique_ptr<Database> Create(const std::string& path, const OpenOptions& options = {});
+  /// Makes a new empty database and opens it for exclusive use. The password is the protection's, not the options'.
+  /// Errors: kAlreadyExists when there is a file of that name, kReadOnly, kIo; of a password as SetPassword.
+  static std::unique_ptr<Database> Create(const std::string& path, const OpenOptions& options = {}, const Protection& protection = {});
   /// Opens a file by any path that leads to it. A transaction that a crash left half written is undone first.
-  /// Errors: kNotFound, kNotAnAccessFile, kPasswordProtected, kEncrypted, kInUse, kReadOnly, kDamaged, kIo, kUnsupported (a name that
+  /// Errors: kNotFound, kNotAnAccessFile, kPasswordProtected, kWrongPassword, kInUse, kReadOnly, kDamaged, kIo, kUnsupported (a name that
   /// ends in ".ldb", as its lock file's does; a file with several names).
   /// Jet 3 files open as kReadOnly whatever the mode asks.
   static std::unique_ptr<Database> Open(const std::string& path, const OpenOptions& options = {});
@@ -63,6 +72,14 @@ class Database {
   [[nodiscard]] int FormatVersion() const noexcept;
   /// True when nothing can be written: opened so, or a Jet 3 file.
   [[nodiscard]] bool ReadOnly() const noexcept;
+  /// True when opening the file takes a password now.
+  [[nodiscard]] bool HasPassword();
+  /// True when the pages lie encoded in the file.
+  [[nodiscard]] bool Encoded() const noexcept;
+  /// Gives the file another database password (UTF-8), or takes it away when empty: whoever opens it from then on needs that one. In Jet 4 it
+  /// keeps nobody from reading the file who does not ask for it. Errors: kValueTooLong for more than 20 characters (UTF-16 units), kUnsupported
+  /// for NUL and for bytes that are no UTF-8, kReadOnly, kInUse.
+  void SetPassword(std::string_view password);
 
   // ----- transactions
   /// Begins a transaction, or a nested one. Each Begin needs its Commit or Rollback, innermost first.
@@ -158,8 +175,9 @@ class Database {
   void RemoveProperty(std::string_view object, std::string_view column, std::string_view name);
 
   // ----- the whole file
-  /// Writes everything into a new file without unused space, rows in the order of the primary key. Errors: kAlreadyExists, kInUse inside a transaction.
-  void Compact(const std::string& newPath);
+  /// Writes everything into a new file without unused space, rows in the order of the primary key. Errors: kAlreadyExists, kInUse inside a
+  /// transaction; of a password as SetPassword.
+  void Compact(const std::string& newPath, const Protection& protection = {});
   /// Copies the file as it is at one moment, page by page, while others have it open: those who want to write wait meanwhile. The copy has the
   /// rights of the file, is called as it is to be with "-new" behind and gets its name when it is whole. A copy made otherwise beside a writer
   /// is no database. Errors: kAlreadyExists (either name), kNotFound, kInUse in a transaction, kDiskFull, kUnsupported for a name in ".ldb".
@@ -171,6 +189,8 @@ class Database {
   struct Counters {
     std::uint64_t pagesRead = 0;     ///< pages fetched from the file
     std::uint64_t pagesWritten = 0;  ///< pages written to the file, journal not counted
+    std::uint64_t pagesDecoded = 0;  ///< of an encoded file: one for each page that was fetched
+    std::uint64_t pagesEncoded = 0;  ///< two for each page written: what the journal is to know of it, and the page
     std::uint64_t commits = 0;       ///< outermost commits that had something to write
     std::uint64_t syncs = 0;         ///< Sync and SyncFolder calls
     std::uint64_t stretches = 0;     ///< of reading, each with its own locks

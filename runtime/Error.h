@@ -41,6 +41,7 @@ enum ErrorNumber : std::int32_t {
   kValueRefused = -2147217887,
   kNoSuchTable = -2147217865,
   kChangedByAnother = -2147217864,
+  kPasswordRefused = -2147217843,
 };
 
 /// The runtime's French description of one of its own numbers; empty for a number that it does not know.

@@ -234,8 +234,8 @@ Database ReadAccess(jet::Database& database) {
     if (object.kind == jet::ObjectKind::kQuery) read.queries.push_back(ReadQuery(database, object));
     if (object.kind == jet::ObjectKind::kJetLink || object.kind == jet::ObjectKind::kOdbcLink) {
       const std::string connect = ado::WithoutSecrets(object.connect);
-      read.links.push_back({object.name, object.kind == jet::ObjectKind::kOdbcLink || object.database.empty() ? connect : object.database,
-                            object.foreignName});
+      const bool byConnect = object.kind == jet::ObjectKind::kOdbcLink || object.database.empty();
+      read.links.push_back({object.name, byConnect ? connect : ado::WithoutSecrets(object.database), object.foreignName});
     }
   }
   for (const auto& relation : database.Relationships()) {

@@ -31,9 +31,14 @@ std::vector<fs::path> Matches(const fs::path& folder, const fs::path& wanted) {
 
 std::string Unquoted(std::string_view value) {
   value = runtime::Trim(value);
-  if (value.size() >= 2 && (value.front() == '"' || value.front() == '\'') && value.back() == value.front())
-    value = value.substr(1, value.size() - 2);
-  return std::string(value);
+  if (value.size() < 2 || (value.front() != '"' && value.front() != '\'') || value.back() != value.front()) return std::string(value);
+  const char quote = value.front();
+  std::string inside;
+  for (std::size_t i = 1; i + 1 < value.size(); ++i) {
+    inside += value[i];
+    if (value[i] == quote && i + 2 < value.size() && value[i + 1] == quote) ++i;  // a doubled one stands for itself
+  }
+  return inside;
 }
 
 }  // namespace

@@ -10,11 +10,12 @@ namespace tamlo::ado::jetprovider {
 /// Error -2147467259 for two matches.
 [[nodiscard]] std::string FindFile(const std::string& name);
 
-/// What a connection string of this provider says: a plain file name, or "Data Source=...;Mode=...;...".
+/// What a connection string of this provider says: a plain file name, or "Data Source=...;Mode=...;...". A value may stand in quotes, in which
+/// its own are doubled.
 struct ConnectionText {
   std::string dataSource;
   std::string mode;      ///< upper case, such as "SHARE EXCLUSIVE" or "READ"
-  std::string password;  ///< of the database
+  std::string password;  ///< of the database: "Jet OLEDB:Database Password"
 };
 [[nodiscard]] ConnectionText ReadConnectionText(std::string_view text);
 

@@ -216,7 +216,7 @@ PropertyMap JetCatalog::Properties(const std::string& table) {
     const bool odbc = object->kind == jet::ObjectKind::kOdbcLink;
     const bool link = odbc || object->kind == jet::ObjectKind::kJetLink;
     properties.Set(kCreateLink, link);
-    properties.Set(kLinkDatasource, object->database);
+    properties.Set(kLinkDatasource, WithoutSecrets(object->database));
     properties.Set(kRemoteTableName, object->foreignName);
     // What the file keeps of a password stays there.
     properties.Set(kLinkProviderString, WithoutSecrets(odbc ? "ODBC;" + object->connect : object->connect));

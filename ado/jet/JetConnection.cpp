@@ -12,15 +12,19 @@
 #include "ado/jet/QueryRowset.h"
 #include "ado/jet/TableRowset.h"
 #include "runtime/Conversions.h"
+#include "runtime/Secret.h"
 #include "runtime/Text.h"
 
 namespace tamlo::ado::jetprovider {
 
 namespace {
 
-std::unique_ptr<jet::Database> OpenFile(const ConnectionText& wanted) {
+std::unique_ptr<jet::Database> OpenFile(ConnectionText wanted) {
+  const runtime::WipedAtEnd wipe(wanted.password);
   const std::string path = FindFile(wanted.dataSource);
   jet::OpenOptions options;
+  const runtime::WipedAtEnd wipeOption(options.password);
+  options.password = wanted.password;
   if (wanted.mode == "SHARE EXCLUSIVE") options.mode = jet::OpenMode::kExclusive;
   if (wanted.mode == "READ") options.mode = jet::OpenMode::kReadOnly;
   try {
@@ -63,10 +67,11 @@ JetConnection::JetConnection(const OpenRequest& request)
   options.openForeign = [links = std::make_shared<OdbcLinks>()](const std::string& connect, const std::string& table) {
     return links->Open(connect, table);
   };
-  options.findFile = [](const std::string& name) {
+  options.findFile = [](const std::string& name) -> jet::sql::NamedFile {
     // A source may be named as this connection's own string reads back: a plain file or "Data Source=...".
     try {
-      return FindFile(ReadConnectionText(name).dataSource);
+      const ConnectionText named = ReadConnectionText(name);
+      return {FindFile(named.dataSource), named.password};
     } catch (const runtime::Error& error) {
       throw jet::Error(jet::ErrorCode::kIo, error.Description());
     }
@@ -202,6 +207,7 @@ void JetConnection::Backup(const std::string& path) {
 
 std::optional<Variant> JetConnection::Property(const std::string& upperName) const {
   if (upperName == "JET OLEDB:ENGINE TYPE") return Variant(static_cast<std::int32_t>(database_->FormatVersion() == 3 ? 4 : 5));
+  if (upperName == "JET OLEDB:ENCRYPT DATABASE") return Variant(database_->Encoded());
   if (upperName == "JET OLEDB:MAX LOCKS PER FILE") return Variant(maxLocks_);
   if (upperName == "LOCK WAIT") return Variant(lockWait_);
   if (upperName == "LINKS ALLOWED") return Variant(session_->LinksAllowed());

@@ -21,13 +21,16 @@ namespace {
 void RequirePlainJet4(const ConnectionKeys& keys) {
   for (const auto& [key, value] : keys) {
     if (value.empty()) continue;
-    const std::string upper = runtime::UpperCase(value);
     if (key == "JET OLEDB:ENGINE TYPE" && value == "4") Refuse("les fichiers Jet 3.x ne peuvent être que lus : Jet OLEDB:Engine Type=5");
     if (key == "JET OLEDB:ENGINE TYPE" && value != "5") Refuse("Jet OLEDB:Engine Type=" + value);
-    if (key == "JET OLEDB:DATABASE PASSWORD" || key == "JET OLEDB:NEW DATABASE PASSWORD") Refuse("mot de passe de base de données");
-    if (key == "JET OLEDB:ENCRYPT DATABASE" && upper != "FALSE" && upper != "NO" && upper != "0") Refuse("chiffrement");
+    if (key == "JET OLEDB:NEW DATABASE PASSWORD") Refuse("Jet OLEDB:New Database Password");
     if (key == "LOCALE IDENTIFIER" && value != "1033") Refuse("Locale Identifier=" + value);
   }
+}
+
+bool IsTrue(const std::string& value) {
+  const std::string upper = runtime::UpperCase(value);
+  return !upper.empty() && upper != "FALSE" && upper != "NO" && upper != "0";
 }
 
 }  // namespace
@@ -35,12 +38,15 @@ void RequirePlainJet4(const ConnectionKeys& keys) {
 void CreateDatabase(const OpenRequest& request) {
   ConnectionText text = ReadConnectionText(request.connectionString);
   const runtime::WipedAtEnd wipe(text.password);
-  RequirePlainJet4(ParseKeys(request.connectionString));
+  const ConnectionKeys keys = ParseKeys(request.connectionString);
+  RequirePlainJet4(keys);
   if (runtime::Trim(text.dataSource).empty()) throw AdoError(runtime::kBadArguments, "Data Source");
   // A file of that name in other letters is the one that a connection would open.
   const std::string path = FindFile(text.dataSource);
+  jet::Protection protection{.password = text.password, .encoded = IsTrue(ValueOf(keys, {"JET OLEDB:ENCRYPT DATABASE"}))};
+  const runtime::WipedAtEnd wipeProtection(*protection.password);
   try {
-    (void)jet::Database::Create(path);
+    (void)jet::Database::Create(path, {}, protection);
   } catch (const jet::Error& error) {
     if (error.Code() == jet::ErrorCode::kAlreadyExists) throw AdoError(runtime::kObjectExists, path);
     throw Translated(error, {}, true);

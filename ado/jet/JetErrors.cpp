@@ -5,6 +5,7 @@
 
 #include "ado/Secrets.h"
 #include "ado/jet/FrenchReason.h"
+#include "runtime/Text.h"
 
 namespace tamlo::ado::jetprovider {
 
@@ -18,8 +19,8 @@ struct Wording {
 
 constexpr Wording kWordings[] = {
     {jet::ErrorCode::kNotAnAccessFile, runtime::kProviderFailure, "Format de base de données non reconnu"},
-    {jet::ErrorCode::kPasswordProtected, runtime::kProviderFailure, "La base de données est protégée par un mot de passe"},
-    {jet::ErrorCode::kEncrypted, runtime::kProviderFailure, "La base de données est chiffrée"},
+    {jet::ErrorCode::kPasswordProtected, runtime::kPasswordRefused, "La base de données est protégée par un mot de passe"},
+    {jet::ErrorCode::kWrongPassword, runtime::kPasswordRefused, "Mot de passe incorrect"},
     {jet::ErrorCode::kInUse, runtime::kFileInUseExclusively, "La base de données ou l'objet est verrouillé"},
     {jet::ErrorCode::kReadOnly, runtime::kProviderFailure, "Mise à jour impossible : la base de données ou l'objet est en lecture seule"},
     {jet::ErrorCode::kDamaged, runtime::kProviderFailure, "La base de données est endommagée"},
@@ -42,6 +43,11 @@ constexpr Wording kWordings[] = {
     {jet::ErrorCode::kChangedMeanwhile, runtime::kProviderFailure, "La ligne a été modifiée par un autre utilisateur depuis sa lecture"},
 };
 
+/// A statement may name another database by its connection string.
+std::string Shown(const std::string& statement) {
+  return runtime::UpperCase(statement).find("DATABASE PASSWORD") == std::string::npos ? statement : WithoutSecrets(statement);
+}
+
 }  // namespace
 
 runtime::Error Translated(const jet::Error& error, const std::string& sent, bool opening) {
@@ -51,12 +57,12 @@ runtime::Error Translated(const jet::Error& error, const std::string& sent, bool
   }
   if (opening && error.Code() == jet::ErrorCode::kNotFound) found = {error.Code(), runtime::kProviderFailure, "Fichier introuvable"};
   if (opening && error.Code() == jet::ErrorCode::kInUse) found.number = runtime::kFileInUse;
-  // The name of a file that does not open may be a connection string.
-  const std::string detail = opening ? WithoutSecrets(error.what()) : error.what();
+  // The name of a file may be a connection string.
+  const std::string detail = WithoutSecrets(error.what());
   const std::string reason = FrenchReason(detail);
   runtime::Error translated(found.number, reason.empty() ? found.text : found.text + (" : " + reason), "Microsoft JET Database Engine");
   translated.WithDiagnostics({{"", static_cast<std::int32_t>(error.Code()), detail}});
-  if (!sent.empty()) translated.WithSent(sent);
+  if (!sent.empty()) translated.WithSent(Shown(sent));
   return translated;
 }
 
@@ -65,7 +71,7 @@ runtime::Error TranslatedOfStatement(const jet::Error& error, const std::string&
   const bool noTable = dynamic_cast<const jet::NoSuchTable*>(&error) != nullptr;
   if (!noTable && error.Code() != jet::ErrorCode::kSyntax) return translated;
   runtime::Error numbered(noTable ? runtime::kNoSuchTable : runtime::kStatementRefused, translated.Description(), translated.Source());
-  return numbered.WithDiagnostics(translated.Diagnostics()).WithSent(sent);
+  return numbered.WithDiagnostics(translated.Diagnostics()).WithSent(translated.Sent());
 }
 
 bool IsOfTheRow(const runtime::Error& error) {

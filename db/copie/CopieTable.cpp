@@ -1,5 +1,7 @@
 #include <algorithm>
 
+#include "ado/ConnectionKeys.h"
+#include "ado/Secrets.h"
 #include "db/DataBase.h"
 #include "db/copie/Copie.h"
 #include "db/kinds/Moteur.h"
@@ -44,7 +46,7 @@ void RefuseSoiMeme(const DataBase& source, const DataBase& cible, const std::str
 
 /// Between two Access files the engine copies by itself. Untranslated: the case of the file's name counts where two differ by it alone.
 CopieBilan CopieParLeMoteur(const DataBase& source, const std::string& nom, const DataBase& cible) {
-  const std::string sql = "INSERT INTO [" + nom + "] IN \"" + cible.ConnectionString() + "\" SELECT * FROM [" + nom + "]";
+  const std::string sql = "INSERT INTO [" + nom + "] IN " + ado::Quoted(cible.ConnectionString()) + " SELECT * FROM [" + nom + "]";
   source.Connexion().CommandTimeout(0);
   CopieBilan bilan;
   try {
@@ -60,7 +62,7 @@ CopieBilan CopieParLeMoteur(const DataBase& source, const std::string& nom, cons
 
 CopieBilan CopieDonnees(const DataBase& source, const std::string& nom, DataBase& cible, const CopieOptions& options) {
   RefuseSoiMeme(source, cible, nom);
-  const MessagePassager message("Copie de la table " + nom + " dans la base <" + cible.ConnectionString() + ">");
+  const MessagePassager message("Copie de la table " + nom + " dans la base <" + ado::WithoutSecrets(cible.ConnectionString()) + ">");
   const bool manque = !cible.ExisteTbl(nom);
   if (manque) (void)TblCopie(source, nom, cible, true, false, {});
   if (source.Moteur().faits.estFichier && cible.Moteur().faits.estFichier && options.debut <= 0)

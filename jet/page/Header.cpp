@@ -5,8 +5,10 @@
 #include <cstring>
 #include <string_view>
 
+#include "jet/page/Rc4.h"
 #include "jet/value/ByteOrder.h"
 #include "jet/value/Error.h"
+#include "jet/value/Text.h"
 
 namespace jet {
 namespace {
@@ -16,6 +18,7 @@ constexpr std::size_t kMaskSize = 128;
 constexpr std::size_t kMaskSizeJet3 = 126;
 constexpr std::string_view kJetName("Standard Jet DB\0", 16);
 constexpr std::string_view kAceName("Standard ACE DB\0", 16);
+constexpr std::size_t kKeyOffset = 0x3E;
 constexpr std::size_t kPasswordOffset = 0x42;
 constexpr std::size_t kPasswordSize = 40;
 constexpr std::size_t kPasswordSizeJet3 = 20;
@@ -26,35 +29,63 @@ constexpr std::size_t kOrderOffsetJet3 = 0x3A;
 constexpr std::uint16_t kBuild = 0x261C;
 constexpr std::uint8_t kCreatedBytes[8] = {0x3E, 0x85, 0xD3, 0x3B, 0x3E, 0xAB, 0xE4, 0x40};
 
-/// The first bytes of the RC4 stream under the key C7 DA 39 6B: the same in every file.
-std::array<std::uint8_t, kMaskSize> MaskBytes() {
-  static constexpr std::uint8_t kKey[4] = {0xC7, 0xDA, 0x39, 0x6B};
-  std::array<std::uint8_t, 256> state{};
-  for (unsigned i = 0; i < 256; ++i) state[i] = static_cast<std::uint8_t>(i);
-  for (unsigned i = 0, j = 0; i < 256; ++i) {
-    j = (j + state[i] + kKey[i % 4]) & 255;
-    std::swap(state[i], state[j]);
-  }
-  std::array<std::uint8_t, kMaskSize> mask{};
-  unsigned i = 0;
-  unsigned j = 0;
-  for (auto& byte : mask) {
-    i = (i + 1) & 255;
-    j = (j + state[i]) & 255;
-    std::swap(state[i], state[j]);
-    byte = state[(state[i] + state[j]) & 255];
-  }
-  return mask;
-}
-
+/// The stream is the same in every file.
 void ApplyMask(std::span<std::byte> page, std::size_t size) {
-  const auto mask = MaskBytes();
-  for (std::size_t i = 0; i < size; ++i) page[kMaskBegin + i] ^= static_cast<std::byte>(mask[i]);
+  static constexpr std::array<std::uint8_t, 4> kKey{0xC7, 0xDA, 0x39, 0x6B};
+  Rc4(kKey).Apply(page.subspan(kMaskBegin, size));
 }
 
 std::uint32_t CreationDay(double created) {
   // Anything but a plausible date makes no mask.
   return created > -700000 && created < 3000000 ? static_cast<std::uint32_t>(static_cast<std::int32_t>(created)) : 0;
+}
+
+std::string PasswordBytes(std::span<const std::byte> unmasked, int version) {
+  const std::size_t size = version == 3 ? kPasswordSizeJet3 : kPasswordSize;
+  return {reinterpret_cast<const char*>(unmasked.data()) + kPasswordOffset, size};
+}
+
+/// In Jet 4 the creation day lies over the field, again and again.
+std::string UnderTheDay(std::string field, const FileHeader& header) {
+  if (header.version == 3) return field;
+  const std::uint32_t day = CreationDay(header.created);
+  for (std::size_t i = 0; i < field.size(); ++i) field[i] = static_cast<char>(field[i] ^ static_cast<char>(day >> (8 * (i % 4))));
+  return field;
+}
+
+/// One byte for each letter. Error kUnsupported for a letter that the code page does not have.
+std::string InCodePage(std::string_view text, std::uint16_t codePage) {
+  std::array<std::string, 256> letters;
+  for (unsigned code = 0; code < letters.size(); ++code) {
+    const auto byte = static_cast<std::byte>(code);
+    AppendAnsi(std::span(&byte, 1), codePage, letters[code]);
+  }
+  std::string bytes;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t begin = at;
+    (void)NextCharacter(text, at);
+    const auto found = std::find(letters.begin(), letters.end(), text.substr(begin, at - begin));
+    if (found == letters.end()) throw Error(ErrorCode::kUnsupported, "The password has a letter that the file's code page does not have");
+    bytes += static_cast<char>(found - letters.begin());
+  }
+  return bytes;
+}
+
+/// The whole field for a password, not under the day. Errors: see FileHeader::SetPassword.
+std::string PasswordField(std::string_view text, const FileHeader& header) {
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t begin = at;
+    const char32_t letter = NextCharacter(text, at);
+    if (letter == 0) throw Error(ErrorCode::kUnsupported, "A database password cannot hold the character NUL");
+    if (letter == base::kReplacement && text.substr(begin, at - begin) != "\xEF\xBF\xBD")
+      throw Error(ErrorCode::kUnsupported, "The password is no text in UTF-8");
+  }
+  const bool jet3 = header.version == 3;
+  std::string field = jet3 ? InCodePage(text, header.codePage) : ToUtf16(text);
+  const std::size_t size = jet3 ? kPasswordSizeJet3 : kPasswordSize;
+  if (field.size() > size) throw Error(ErrorCode::kValueTooLong, "A database password has at most 20 characters");
+  field.resize(size);
+  return field;
 }
 
 std::string_view Recognise(std::span<const std::byte> page) {
@@ -95,27 +126,43 @@ FileHeader FileHeader::Read(std::span<const std::byte> source, const std::string
   if (jet3 && header.codePage == 0) header.codePage = 1252;
   header.sortLanguage = Load16(page.data() + (jet3 ? kOrderOffsetJet3 : kOrderOffset));
   if (!jet3) header.sortVersion = Load8(page.data() + kOrderOffset + 3);
-  header.encryptionKey = Load32(page.data() + 0x3E);
+  header.encryptionKey = Load32(page.data() + kKeyOffset);
   if (!jet3) header.created = LoadLittle<double>(page.data() + kCreatedOffset);
-  if (header.encryptionKey != 0)
-    throw Error(ErrorCode::kEncrypted, quoted + "is encrypted: have it decoded by Access before it is used here");
-
-  const std::size_t size = jet3 ? kPasswordSizeJet3 : kPasswordSize;
-  std::byte day[4];
-  Store32(day, CreationDay(header.created));
-  for (std::size_t i = 0; i < size; ++i) {
-    std::byte byte = page[kPasswordOffset + i];
-    if (!jet3) byte ^= day[i % 4];
-    header.password += static_cast<char>(byte);
-  }
+  header.password = UnderTheDay(PasswordBytes(page, header.version), header);
   if (header.password.find_first_not_of('\0') == std::string::npos) header.password.clear();
-  if (!header.password.empty())
-    throw Error(ErrorCode::kPasswordProtected,
-                quoted + "is protected by a database password: have it removed by Access before it is used here");
   return header;
 }
 
-std::vector<std::byte> FileHeader::Create(std::uint16_t sortLanguage) {
+bool FileHeader::HasPassword(std::string_view text) const {
+  try {
+    return !password.empty() && PasswordField(text, *this) == password;
+  } catch (const Error&) {
+    return false;
+  }
+}
+
+std::string FileHeader::PasswordText() const {
+  std::string text;
+  const auto bytes = std::as_bytes(std::span(password));
+  if (version == 3) {
+    AppendAnsi(bytes, codePage, text);
+  } else {
+    AppendUtf16(bytes, text);
+  }
+  text.resize(text.find_last_not_of('\0') + 1);
+  return text;
+}
+
+void FileHeader::SetPassword(std::span<std::byte> page, std::string_view text) {
+  const FileHeader header = Read(page, {});
+  const std::string field = UnderTheDay(PasswordField(text, header), header);
+  const std::size_t maskSize = header.version == 3 ? kMaskSizeJet3 : kMaskSize;
+  ApplyMask(page, maskSize);
+  std::memcpy(page.data() + kPasswordOffset, field.data(), field.size());
+  ApplyMask(page, maskSize);
+}
+
+std::vector<std::byte> FileHeader::Create(std::uint16_t sortLanguage, std::uint32_t encryptionKey) {
   std::vector<std::byte> page(4096);
   std::byte* bytes = page.data();
   Store32(bytes, 0x00000100);
@@ -125,6 +172,7 @@ std::vector<std::byte> FileHeader::Create(std::uint16_t sortLanguage) {
   Store32(bytes + 0x1C, 0x101);
   for (std::uint32_t i = 0; i < 4; ++i) Store32(bytes + 0x20 + 4 * i, 2 + i);
   Store16(bytes + 0x3C, 1252);
+  Store32(bytes + kKeyOffset, encryptionKey);
   Store16(bytes + 0x6A, kBuild);
   Store32(bytes + kOrderOffset, sortLanguage);
   std::memcpy(bytes + kCreatedOffset, kCreatedBytes, sizeof kCreatedBytes);
@@ -138,9 +186,10 @@ std::vector<std::byte> FileHeader::Create(std::uint16_t sortLanguage) {
 }
 
 void FileHeader::CopyIdentity(std::span<const std::byte> from, std::span<std::byte> to) {
-  // The mask is the same everywhere, so that masked bytes can be copied. The text order in between stays that of the new system tables.
-  constexpr std::size_t kBegin = 0x3C, kOrder = kOrderOffset, kSizeOfDate = 8;
-  std::copy(from.begin() + kBegin, from.begin() + kOrder, to.begin() + kBegin);
+  // The mask is the same everywhere, so that masked bytes can be copied. Text order and page key, in between, stay those of the new file.
+  constexpr std::size_t kCodePage = 0x3C, kOrder = kOrderOffset, kSizeOfDate = 8;
+  std::copy(from.begin() + kCodePage, from.begin() + kKeyOffset, to.begin() + kCodePage);
+  std::copy(from.begin() + kPasswordOffset, from.begin() + kOrder, to.begin() + kPasswordOffset);
   std::copy(from.begin() + kCreatedOffset, from.begin() + kCreatedOffset + kSizeOfDate, to.begin() + kCreatedOffset);
 }
 

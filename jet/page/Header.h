@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "jet/page/RowPointer.h"
@@ -30,17 +31,24 @@ struct FileHeader {
   std::uint16_t sortLanguage = 0x0409;  ///< of texts in new columns
   std::uint8_t sortVersion = 0;
   double created = 0;
-  std::string password;  ///< as UTF-16LE or ANSI bytes; empty: none
-  std::uint32_t encryptionKey = 0;
+  std::string password;             ///< its field, UTF-16LE or ANSI, zeros behind it; empty: none
+  std::uint32_t encryptionKey = 0;  ///< of the pages; 0: they are plain
 
-  /// Reads the beginning of a file. Errors: kNotAnAccessFile, whose text says what the file is as far as known; kPasswordProtected;
-  /// kEncrypted.
+  /// Reads the beginning of a file. Error kNotAnAccessFile, whose text says what the file is as far as known.
   static FileHeader Read(std::span<const std::byte> page, const std::string& path);
+  /// True when that (UTF-8) is the password: each letter counts as it is. One that no file of the version can have is not.
+  [[nodiscard]] bool HasPassword(std::string_view text) const;
+  /// The password as UTF-8.
+  [[nodiscard]] std::string PasswordText() const;
   /// Page 0 of a new Jet 4 file whose texts are ordered as that language has it (version 0).
-  static std::vector<std::byte> Create(std::uint16_t sortLanguage = 0x0409);
+  static std::vector<std::byte> Create(std::uint16_t sortLanguage = 0x0409, std::uint32_t encryptionKey = 0);
   /// Gives a page 0 what belongs together in another one: code page, password, build and creation date, and with them the key of the
-  /// accounts. Both pages are Jet 4 as they stand in their files.
+  /// accounts. Both pages are Jet 4 as they stand in their files. How pages are encoded stays.
   static void CopyIdentity(std::span<const std::byte> from, std::span<std::byte> to);
+  /// Puts a password (UTF-8) into a page 0 as it stands in its file; an empty one takes it away. Errors, and nothing is changed then:
+  /// kValueTooLong for more than 20 characters (UTF-16 units in Jet 4), kUnsupported for what the field cannot hold: NUL, bytes that are
+  /// no UTF-8, in Jet 3 a letter outside the code page.
+  static void SetPassword(std::span<std::byte> page, std::string_view text);
   /// Two-byte names under which a new file's permissions are written; they belong to the creation date that Create writes.
   static constexpr std::array<std::uint8_t, 2> kEngineSid{0x65, 0x89};
   static constexpr std::array<std::uint8_t, 2> kAdminSid{0x64, 0x8B};

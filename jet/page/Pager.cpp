@@ -98,6 +98,23 @@ Pager::Frame* Pager::TakeFrame() {
   return frames_.back().get();
 }
 
+void Pager::ReadPlain(PageNumber page, std::span<std::byte> bytes) {
+  const std::size_t got = file_->Read(std::uint64_t{page} * pageSize_, bytes);
+  if (got < pageSize_) throw Error(ErrorCode::kDamaged, "The file is cut short", page, static_cast<std::uint32_t>(got));
+  ++counters_.pagesRead;
+  if (!codec_ || page == 0) return;
+  if (std::all_of(bytes.begin(), bytes.end(), [](std::byte byte) { return byte == std::byte{0}; })) return;  // never written
+  codec_->Decode(page, bytes);
+  ++counters_.pagesDecoded;
+}
+
+void Pager::CopyAsStored(const Frame& frame, std::span<std::byte> to) {
+  std::memcpy(to.data(), frame.bytes.get(), pageSize_);
+  if (!codec_ || frame.page == 0) return;
+  codec_->Encode(frame.page, to);
+  ++counters_.pagesEncoded;
+}
+
 Pager::Frame* Pager::Fetch(PageNumber page, bool load) {
   if (page >= pageCount_) throw Error(ErrorCode::kDamaged, "A page is referred to that the file does not have", page, 0);
   if (Frame* frame = Lookup(page)) {
@@ -105,11 +122,7 @@ Pager::Frame* Pager::Fetch(PageNumber page, bool load) {
     return frame;
   }
   Frame* frame = TakeFrame();
-  if (load) {
-    const std::size_t got = file_->Read(std::uint64_t{page} * pageSize_, {frame->bytes.get(), pageSize_});
-    if (got < pageSize_) throw Error(ErrorCode::kDamaged, "The file is cut short", page, static_cast<std::uint32_t>(got));
-    ++counters_.pagesRead;
-  }
+  if (load) ReadPlain(page, {frame->bytes.get(), pageSize_});
   Entry(page) = frame;
   frame->page = page;
   frame->pins = 0;
@@ -414,7 +427,8 @@ void Pager::JournalOldPages(const std::vector<Frame*>& frames) {
   if (!journal_.Started()) journal_.Start(committedPageCount_, *file_);
   std::vector<std::byte> old(pageSize_);
   for (const Frame* frame : frames) {
-    journal_.AddNew(frame->page, {frame->bytes.get(), pageSize_});
+    CopyAsStored(*frame, old);
+    journal_.AddNew(frame->page, old);
     if (frame->page >= committedPageCount_ || journal_.Has(frame->page)) continue;
     if (file_->Read(std::uint64_t{frame->page} * pageSize_, old) < pageSize_)
       throw Error(ErrorCode::kDamaged, "The file is cut short", frame->page, 0);
@@ -427,13 +441,9 @@ void Pager::WriteFrames(std::vector<Frame*>& frames) {
   for (std::size_t i = 0; i < frames.size();) {
     std::size_t end = i + 1;
     while (end < frames.size() && end - i < kWriteRun && frames[end]->page == frames[end - 1]->page + 1) ++end;
-    if (end == i + 1) {
-      file_->Write(std::uint64_t{frames[i]->page} * pageSize_, {frames[i]->bytes.get(), pageSize_});
-    } else {
-      run.resize((end - i) * pageSize_);
-      for (std::size_t k = i; k < end; ++k) std::memcpy(run.data() + (k - i) * pageSize_, frames[k]->bytes.get(), pageSize_);
-      file_->Write(std::uint64_t{frames[i]->page} * pageSize_, run);
-    }
+    run.resize((end - i) * pageSize_);
+    for (std::size_t k = i; k < end; ++k) CopyAsStored(*frames[k], std::span(run).subspan((k - i) * pageSize_, pageSize_));
+    file_->Write(std::uint64_t{frames[i]->page} * pageSize_, run);
     counters_.pagesWritten += end - i;
     for (; i < end; ++i) {
       frames[i]->dirty = false;

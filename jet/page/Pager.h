@@ -5,12 +5,15 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "jet/file/FileSystem.h"
 #include "jet/page/Journal.h"
+#include "jet/page/PageCodec.h"
 #include "jet/page/PageStore.h"
 #include "jet/page/PagesInUse.h"
 #include "jet/file/Sharing.h"
@@ -31,6 +34,9 @@ class Pager final : public PageStore {
   ~Pager() override;
   Pager(const Pager&) = delete;
   Pager& operator=(const Pager&) = delete;
+
+  /// How pages lie in the file, null for as they are; before any but page 0 is read.
+  void SetCodec(std::unique_ptr<PageCodec> codec) { codec_ = std::move(codec); }
 
   [[nodiscard]] std::size_t PageSize() const noexcept override { return pageSize_; }
   [[nodiscard]] PageNumber PageCount() const noexcept override { return pageCount_; }
@@ -78,6 +84,8 @@ class Pager final : public PageStore {
   struct Counters {
     std::uint64_t pagesRead = 0;
     std::uint64_t pagesWritten = 0;
+    std::uint64_t pagesDecoded = 0;
+    std::uint64_t pagesEncoded = 0;
     std::uint64_t commits = 0;
     std::uint64_t syncs = 0;
     std::uint64_t stretches = 0;  ///< of reading, for which locks were taken
@@ -118,6 +126,8 @@ class Pager final : public PageStore {
   void Discard(Frame* frame) noexcept;
   void DropCache() noexcept;
   bool Spill();
+  void ReadPlain(PageNumber page, std::span<std::byte> bytes);
+  void CopyAsStored(const Frame& frame, std::span<std::byte> to);
   void JournalOldPages(const std::vector<Frame*>& frames);
   void WriteFrames(std::vector<Frame*>& frames);
   [[nodiscard]] std::vector<Frame*> DirtyFrames(bool unpinnedOnly);
@@ -134,6 +144,7 @@ class Pager final : public PageStore {
   FileSystem& files_;
   std::string path_;
   std::unique_ptr<File> file_;
+  std::unique_ptr<PageCodec> codec_;
   std::size_t pageSize_;
   std::size_t capacity_;
   Sharing& sharing_;

@@ -165,7 +165,7 @@ TableDefinition Define(PageNumber page, const SystemTable& table, std::uint16_t 
 
 class Builder {
  public:
-  explicit Builder(Engine& engine) : engine_(engine), pager_(*engine.pager) {}
+  Builder(Engine& engine, const std::string& password) : engine_(engine), pager_(*engine.pager), password_(password) {}
 
   void Build() {
     pager_.Begin();
@@ -184,7 +184,8 @@ class Builder {
 
  private:
   void WriteFixedPages() {
-    const auto header = FileHeader::Create(engine_.header.sortLanguage);
+    auto header = FileHeader::Create(engine_.header.sortLanguage, engine_.header.encryptionKey);
+    if (!password_.empty()) FileHeader::SetPassword(header, password_);
     {
       const PageRef page = pager_.Extend();
       std::memcpy(page.Writable().data(), header.data(), header.size());
@@ -287,22 +288,25 @@ class Builder {
 
   Engine& engine_;
   Pager& pager_;
+  const std::string& password_;
   PackedPointer mapRow_ = 0;
 };
 
 }  // namespace
 
-void CreateEmptyFile(FileSystem& files, const std::string& path, std::uint16_t sortLanguage) {
+void CreateEmptyFile(FileSystem& files, const std::string& path, const NewFile& file) {
   if (files.Exists(path)) throw Error(ErrorCode::kAlreadyExists, "There is a file \"" + path + "\" already");
   const std::string working = path + "-new";
   files.Remove(working);
   try {
     Engine engine(files, working, kCacheBytes);
-    engine.header.sortLanguage = sortLanguage;
+    engine.header.sortLanguage = file.sortLanguage;
+    if (file.encoded) engine.header.encryptionKey = NewPageKey();
     engine.sharing = std::make_unique<Sharing>();
     engine.pager = std::make_unique<Pager>(files, working, files.Open(working, FileMode::kCreateNew), engine.header.pageSize, kCacheBytes,
                                            *engine.sharing, false);
-    Builder(engine).Build();
+    engine.pager->SetCodec(Unlock(engine.header, {}, path));
+    Builder(engine, file.password).Build();
   } catch (...) {
     try {
       files.Remove(working);

@@ -7,8 +7,15 @@
 
 namespace jet {
 
-/// Writes an empty Jet 4 database, its texts ordered as that language has it, under a name beside the path and renames it there when it is whole and synced.
-/// Errors: kAlreadyExists, kReadOnly, kDiskFull, kIo.
-void CreateEmptyFile(FileSystem& files, const std::string& path, std::uint16_t sortLanguage = 0x0409);
+/// What a new file is like.
+struct NewFile {
+  std::uint16_t sortLanguage = 0x0409;  ///< in whose order its texts go
+  bool encoded = false;                 ///< its pages are, under a key of their own
+  std::string password = {};            ///< UTF-8; empty: none
+};
+
+/// Writes an empty Jet 4 database under a name beside the path and renames it there when it is whole and synced.
+/// Errors: kAlreadyExists, kReadOnly, kDiskFull, kIo; those of FileHeader::SetPassword.
+void CreateEmptyFile(FileSystem& files, const std::string& path, const NewFile& file = {});
 
 }  // namespace jet

@@ -42,11 +42,17 @@ class ForeignTable {
 /// Opens the table behind an ODBC link: its connection string (without "ODBC;") and the name of the table there.
 using ForeignOpener = std::function<std::shared_ptr<ForeignTable>(const std::string& connect, const std::string& table)>;
 
+/// Another Access file, as a statement or link names it.
+struct NamedFile {
+  std::string path;
+  std::string password = {};  ///< of its database; empty where none is named
+};
+
 struct SessionOptions {
   TextSettings text;
   ForeignOpener openForeign;  ///< unset: ODBC links are unreachable
-  /// The real path of a database named in a statement or link; unset: the name as it stands.
-  std::function<std::string(const std::string&)> findFile;
+  /// What the name of a database in a statement or link means; unset: a path as it stands.
+  std::function<NamedFile(const std::string&)> findFile;
   bool links = true;  ///< see Session::AllowLinks
   StatementLimits limits;
 };

@@ -10,8 +10,8 @@ namespace jet {
 /// What went wrong, in the engine's own terms; the provider above maps each to the number that callers know.
 enum class ErrorCode {
   kNotAnAccessFile,       ///< the file is not in a format that this engine knows (the text names what it is)
-  kPasswordProtected,     ///< a database password is set
-  kEncrypted,             ///< the pages are encrypted
+  kPasswordProtected,     ///< a database password is set and none was given
+  kWrongPassword,         ///< the database password is another one than was given
   kInUse,                 ///< another process holds the file exclusively, or holds it and exclusive use was asked (3051, 3006)
   kReadOnly,              ///< writing to a file, folder or object that can only be read
   kDamaged,               ///< a structure contradicts the format: page and offset are given

@@ -165,8 +165,8 @@ TEST_P(CatalogViews, DatabasesAreMadeWhereTheProviderMakesThem) {
   EXPECT_NE(jet3.description.find("Jet 3.x"), std::string::npos) << jet3.description;
   EXPECT_EQ(errorOf("Jet OLEDB:Engine Type=6"), 3251);
   EXPECT_EQ(errorOf("Jet OLEDB:Engine Type=cinq"), 3251);
-  EXPECT_EQ(errorOf("Jet OLEDB:Database Password=x"), 3251);
-  EXPECT_EQ(errorOf("Jet OLEDB:Encrypt Database=True"), 3251);
+  EXPECT_EQ(errorOf("Jet OLEDB:New Database Password=x"), 3251);
+  EXPECT_EQ(errorOf("Jet OLEDB:Database Password=123456789012345678901"), -2147467259);
   EXPECT_EQ(errorOf("Locale Identifier=1053"), 3251);
   EXPECT_EQ(ErrorOf([&] { ado::Catalog::Create("Provider=Microsoft.Jet.OLEDB.4.0;"); }), 3001);
   EXPECT_EQ(ErrorOf([&] { ado::Catalog::Create("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + folder.File("absent/a.mdb")); }),

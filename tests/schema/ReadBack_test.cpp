@@ -7,6 +7,7 @@
 #include "schema/ReadAccess.h"
 #include "tests/schema/Difference.h"
 #include "tests/schema/Engine.h"
+#include "tests/support_lib/SamplePassword.h"
 
 namespace tamlo::tests {
 namespace {
@@ -86,7 +87,7 @@ TEST_P(ReadBack, EverySample) {
   for (const auto& sample : SampleFiles()) {
     SCOPED_TRACE(sample.string());
     try {
-      const auto file = jet::Database::Open(sample.string(), {.mode = jet::OpenMode::kReadOnly});
+      const auto file = jet::Database::Open(sample.string(), {.mode = jet::OpenMode::kReadOnly, .password = SamplePassword(sample)});
       Compare(schema::ReadAccess(*file));
     } catch (const jet::Error& error) {
       EXPECT_EQ(error.Code(), jet::ErrorCode::kPasswordProtected) << error.what();

@@ -88,6 +88,12 @@ std::string PathInConnect(const std::string& connect) {
   return key == std::string::npos ? std::string() : connect.substr(key + 9, connect.find(';', key) - key - 9);
 }
 
+// The password there: "...;PWD=password;...".
+std::string PasswordInConnect(const std::string& connect) {
+  const std::size_t key = UpperCase(connect).find(";PWD=");
+  return key == std::string::npos ? std::string() : connect.substr(key + 5, connect.find(';', key + 1) - key - 5);
+}
+
 }  // namespace
 
 SessionState::SessionState(Database& mainDatabase, SessionOptions sessionOptions)
@@ -179,27 +185,30 @@ std::shared_ptr<const EngineTable> SessionState::Declare(std::shared_ptr<EngineT
   return table;
 }
 
-Database& SessionState::OtherDatabase(const std::string& path, const std::string& link) {
-  const std::string where = link.empty() ? std::string() : "the link \"" + link + "\": ";
-  if (link.empty()) RequireLinks("\"" + path + "\"");
+Database& SessionState::OtherDatabase(const std::string& name, const std::string& link, const std::string& password) {
+  if (link.empty()) RequireLinks("\"" + name + "\"");
+  NamedFile file{name};
   try {
-    const std::string real = options.findFile ? options.findFile(path) : path;
+    if (options.findFile) file = options.findFile(name);
     // By another path it may be the file that we are in, or one that is open already: two of them would lock each other out.
-    if (real == database.Path() || database.IsAt(real)) return database;
+    if (file.path == database.Path() || database.IsAt(file.path)) return database;
     for (const auto& [known, other] : others) {
-      if (other != nullptr && (known == real || other->IsAt(real))) return *other;
+      if (other != nullptr && (known == file.path || other->IsAt(file.path))) return *other;
     }
-    std::unique_ptr<Database>& other = others[real];
+    std::unique_ptr<Database>& other = others[file.path];
+    OpenOptions opening;
+    opening.password = file.password.empty() ? password : file.password;
     try {
-      other = Database::Open(real, {});
+      other = Database::Open(file.path, opening);
     } catch (const Error& error) {
       if (error.Code() != ErrorCode::kReadOnly) throw;
-      other = Database::Open(real, {.mode = OpenMode::kReadOnly});
+      opening.mode = OpenMode::kReadOnly;
+      other = Database::Open(file.path, opening);
     }
     return *other;
   } catch (const Error& error) {
     if (link.empty()) throw;
-    throw Error(ErrorCode::kLinkUnreachable, where + "\"" + path + "\" cannot be opened: " + error.what());
+    throw Error(ErrorCode::kLinkUnreachable, "the link \"" + link + "\": \"" + file.path + "\" cannot be opened: " + error.what());
   }
 }
 
@@ -230,7 +239,7 @@ std::shared_ptr<const EngineTable> SessionState::LinkedTable(const CatalogObject
     throw Error(ErrorCode::kLinkUnreachable, "the link \"" + link.name + "\" leads to a source of another kind: " +
                                                  link.connect.substr(0, connect.find(';')) + " \"" + path + "\"");
   }
-  Database& other = OtherDatabase(path, link.name);
+  Database& other = OtherDatabase(path, link.name, PasswordInConnect(link.connect));
   try {
     const Database::ReadScope reading(other);
     auto table = Described(other, other.OpenTable(link.foreignName));
@@ -241,7 +250,7 @@ std::shared_ptr<const EngineTable> SessionState::LinkedTable(const CatalogObject
   } catch (const Error& error) {
     if (error.Code() != ErrorCode::kNotFound) throw;
     throw Error(ErrorCode::kLinkUnreachable,
-                "the link \"" + link.name + "\": there is no table \"" + link.foreignName + "\" in \"" + path + "\"");
+                "the link \"" + link.name + "\": there is no table \"" + link.foreignName + "\" in \"" + other.Path() + "\"");
   }
 }
 

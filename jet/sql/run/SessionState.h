@@ -26,7 +26,8 @@ struct SessionState final : SchemaSource {
   [[nodiscard]] jet::sql::Statement Translated(std::string_view text, std::span<const Parameter> values);
 
   /// The database of that path, opened once and kept. Errors of opening; kLinkUnreachable when link is given.
-  Database& OtherDatabase(const std::string& path, const std::string& link);
+  /// password: of the database, where its name does not tell another.
+  Database& OtherDatabase(const std::string& name, const std::string& link, const std::string& password = {});
   /// Error kLinkUnreachable where links are forbidden; what: who asks.
   void RequireLinks(const std::string& what) const;
   std::shared_ptr<const EngineTable> LinkedTable(const CatalogObject& link);

@@ -9,6 +9,7 @@
 #include "jet/file/MemoryFileSystem.h"
 #include "tests/jet/history/RealFiles.h"
 #include "tests/jet/history/Workload.h"
+#include "tests/support_lib/SamplePassword.h"
 
 namespace jet {
 namespace {
@@ -19,6 +20,7 @@ using tests::Workload;
 using tests::WorkloadLimits;
 
 constexpr char kPath[] = "/cut.mdb";
+constexpr char kPassword[] = "Sésame";
 using Disk = std::map<std::string, std::vector<std::byte>>;
 using Event = MemoryFileSystem::Event;
 
@@ -30,6 +32,7 @@ struct Plan {
   WorkloadLimits limits;
   std::size_t cacheBytes;
   unsigned samplesEach;  ///< random choices of what reached the disk, for each cut
+  bool encoded = false;
 };
 
 /// A workload run once, with every operation on files recorded and the states between its transactions.
@@ -40,6 +43,7 @@ struct Recording {
   std::vector<std::size_t> commitEnds;  ///< events when the i-th transaction was known to be committed
   std::vector<std::size_t> cuts;        ///< numbers of events after which the power goes
   tests::Untouched others;              ///< tables that were in the file before
+  std::string password;                 ///< not looked at where the file has none
 };
 
 Disk DiskOf(const MemoryFileSystem& files) {
@@ -49,16 +53,19 @@ Disk DiskOf(const MemoryFileSystem& files) {
 }
 
 /// file: the one to begin with, a new one when it is empty.
-Recording Record(const Plan& plan, unsigned seed, const std::vector<std::byte>& file = {}) {
+Recording Record(const Plan& plan, unsigned seed, const std::vector<std::byte>& file = {}, const std::string& password = kPassword) {
   Recording recording;
+  recording.password = password;
   MemoryFileSystem files;
   OpenOptions options;
   options.fileSystem = &files;
   options.cacheBytes = plan.cacheBytes;
+  options.password = password;
   Workload workload(seed, plan.limits);
   {
     if (!file.empty()) files.SetContent(kPath, file);
-    auto database = file.empty() ? Database::Create(kPath, options) : Database::Open(kPath, options);
+    auto database = file.empty() ? Database::Create(kPath, options, plan.encoded ? Protection{password, true} : Protection{})
+                                 : Database::Open(kPath, options);
     recording.others = tests::AllTables(*database);
     for (int i = 0; i < plan.stepsBefore; ++i) workload.Step(*database);
   }
@@ -125,6 +132,7 @@ std::string Judge(const Recording& recording, std::size_t cut, const Disk& disk,
   OpenOptions options;
   options.fileSystem = &files;
   options.cacheBytes = cacheBytes;
+  options.password = recording.password;
   try {
     auto database = Database::Open(kPath, options);
     const std::string before = Compare(*database, recording.states[done], recording.others);
@@ -182,9 +190,10 @@ class CutsOfRealFiles : public testing::TestWithParam<std::string> {};
 TEST_P(CutsOfRealFiles, LeaveTheStateBeforeOrAfterTheTransaction) {
   if (GetParam().empty()) GTEST_SKIP() << "JET_SAMPLES is not set: real Access files are not there";
   const std::vector<std::byte> content = tests::ContentOf(GetParam());
-  if (const std::string reason = tests::WhyNotWritten(content); !reason.empty()) GTEST_SKIP() << GetParam() << ": " << reason;
+  const std::string password = tamlo::tests::SamplePassword(GetParam());
+  if (const std::string reason = tests::WhyNotWritten(content, password); !reason.empty()) GTEST_SKIP() << GetParam() << ": " << reason;
   const Plan plan{"real", 10, 2, 8, {2, 20, 9000, true, false, false}, std::size_t{16} << 20, 1};
-  const Recording recording = InSectors(Record(plan, 1, content), 1);
+  const Recording recording = InSectors(Record(plan, 1, content, password), 1);
   ASSERT_FALSE(HasFailure());
   std::cout << recording.cuts.size() << " cuts, " << CutEverywhere(recording, plan, 1).worlds << " worlds\n";
 }
@@ -218,7 +227,8 @@ std::string NameOf(const testing::TestParamInfo<std::tuple<Plan, unsigned>>& tes
 INSTANTIATE_TEST_SUITE_P(
     Long, Cuts,
     testing::Combine(testing::Values(Plan{"rows", 3000, 40, 30, {3, 300, 9000, true, false}, std::size_t{16} << 20, 4},
-                                     Plan{"tight", 1500, 20, 60, {3, 200, 9000, true, false}, std::size_t{64} << 10, 4}),
+                                     Plan{"tight", 1500, 20, 60, {3, 200, 9000, true, false}, std::size_t{64} << 10, 4},
+                                     Plan{"encoded", 1500, 20, 30, {3, 200, 9000, true, false}, std::size_t{64} << 10, 4, true}),
                      testing::Range(1u, 4u)),
     NameOf);
 #else
@@ -227,6 +237,10 @@ INSTANTIATE_TEST_SUITE_P(Short, Cuts,
                                                           Plan{"schema", 60, 30, 5, {2, 10, 4000, true, false}, std::size_t{16} << 20, 3},
                                                           Plan{"tight", 300, 6, 60, {2, 60, 90000, true, false}, std::size_t{64} << 10, 3}),
                                           testing::Range(1u, 3u)),
+                         NameOf);
+INSTANTIATE_TEST_SUITE_P(Encoded, Cuts,
+                         testing::Values(std::tuple(Plan{"encoded", 60, 12, 5, {2, 10, 4000, true, false}, std::size_t{16} << 20, 3, true},
+                                                    3u)),
                          NameOf);
 #endif
 

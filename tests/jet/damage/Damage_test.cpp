@@ -187,6 +187,24 @@ TEST(Damage, AFileOfOurOwnIsUsedWholeWithoutErrors) {
 
 TEST(Damage, OfAFileOfOurOwnEndsInErrorsWithAPlace) { Torture(tests::MakeFile(), "our own file", 1000 * Times(), 1); }
 
+/// Here one changed byte is one of a page, and one of the header may make noise of all pages.
+TEST(Damage, OfAnEncodedFileEndsInErrorsWithAPlace) {
+  const File file = tests::MakeFile({.password = tests::kPassword, .encoded = true});
+  const Outcome whole = UseEverything(file);
+  EXPECT_GE(whole.rows, 700u);
+  EXPECT_EQ(whole.findings, 0u);
+  Torture(file, "an encoded file", 40 * Times(), 2);
+}
+
+TEST(Damage, OfTheHeadOfAnEncodedFileEndsInErrorsWithAPlace) {
+  const File file = tests::MakeFile({.password = tests::kPassword, .encoded = true});
+  for (std::size_t at = 0x14; at<0xA0; at += Times()> 1 ? 1 : 3) {
+    File damaged = file;
+    damaged[at] ^= std::byte{0x10};
+    EXPECT_EQ(UseEverything(damaged).unplaced, "") << at;
+  }
+}
+
 TEST(Damage, OfRealFilesEndsInErrorsWithAPlace) {
   const char* const samples = std::getenv("JET_SAMPLES");
   if (samples == nullptr) GTEST_SKIP() << "JET_SAMPLES does not name the folder of real files";

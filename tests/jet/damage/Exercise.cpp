@@ -222,6 +222,7 @@ Outcome UseEverything(const std::vector<std::byte>& file) {
   files.SetContent(kPath, file);
   OpenOptions options;
   options.fileSystem = &files;
+  options.password = kPassword;
   Attempt(outcome, [&] {
     const auto database = Database::Open(kPath, options);
     Attempt(outcome, [&] { (void)database->Relationships(); });
@@ -259,12 +260,12 @@ Outcome UseEverything(const std::vector<std::byte>& file) {
   return outcome;
 }
 
-std::vector<std::byte> MakeFile() {
+std::vector<std::byte> MakeFile(const Protection& protection) {
   MemoryFileSystem files;
   OpenOptions options;
   options.fileSystem = &files;
   {
-    const auto database = Database::Create(kPath, options);
+    const auto database = Database::Create(kPath, options, protection);
     const auto column = [](const char* name, ColumnType type, std::uint16_t size = 0) {
       ColumnDef def;
       def.name = name;

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "jet/Database.h"
+
 namespace jet::tests {
 
 /// What using a damaged file came to.
@@ -18,7 +20,8 @@ struct Outcome {
 /// structural check, then, where the file lets itself be written, changes rows, columns, indexes and tables. Only jet::Error is caught.
 Outcome UseEverything(const std::vector<std::byte>& file);
 
-/// An Access file with all that the engine can write, for tests without samples.
-std::vector<std::byte> MakeFile();
+/// An Access file with all that the engine can write, for tests without samples. UseEverything knows the password kPassword.
+std::vector<std::byte> MakeFile(const Protection& protection = {});
+inline constexpr char kPassword[] = "Sésame";
 
 }  // namespace jet::tests

@@ -5,6 +5,7 @@
 #include "jet/file/MemoryFileSystem.h"
 #include "tests/jet/history/RealFiles.h"
 #include "tests/jet/history/Workload.h"
+#include "tests/support_lib/SamplePassword.h"
 
 namespace jet {
 namespace {
@@ -21,6 +22,7 @@ struct Plan {
   int compareEvery;
   WorkloadLimits limits;
   std::size_t cacheBytes;
+  bool encoded = false;
 };
 
 std::ostream& operator<<(std::ostream& out, const Plan& plan) { return out << plan.name; }
@@ -35,7 +37,8 @@ TEST_P(History, EqualsTheModelAfterEveryStep) {
   OpenOptions options;
   options.fileSystem = &files;
   options.cacheBytes = plan.cacheBytes;
-  auto database = Database::Create(kPath, options);
+  options.password = "Sésame";  // not looked at where the file has none
+  auto database = Database::Create(kPath, options, plan.encoded ? Protection{options.password, true} : Protection{});
   Workload workload(seed, plan.limits);
   std::mt19937 random(seed + 1000);
   for (int step = 1; step <= plan.steps; ++step) {
@@ -69,6 +72,10 @@ INSTANTIATE_TEST_SUITE_P(Small, History,
                            return std::string(std::get<0>(test.param).name) + "_" + std::to_string(std::get<1>(test.param));
                          });
 
+INSTANTIATE_TEST_SUITE_P(Encoded, History,
+                         testing::Values(std::tuple(Plan{"encoded", 500, 5, {3, 60, 9000, true, true}, kSmallCache, true}, 5u)),
+                         [](const auto& test) { return std::string(std::get<0>(test.param).name); });
+
 INSTANTIATE_TEST_SUITE_P(Large, History,
                          testing::Combine(testing::Values(Plan{"large", 30000, 2500, {3, 3000, 9000, true, true}, kSmallCache}),
                                           testing::Range(1u, 3u)),
@@ -82,12 +89,14 @@ class HistoryOfRealFiles : public testing::TestWithParam<std::string> {};
 TEST_P(HistoryOfRealFiles, LeavesWhatItDoesNotTouch) {
   if (GetParam().empty()) GTEST_SKIP() << "JET_SAMPLES is not set: real Access files are not there";
   const std::vector<std::byte> content = tests::ContentOf(GetParam());
-  if (const std::string reason = tests::WhyNotWritten(content); !reason.empty()) GTEST_SKIP() << GetParam() << ": " << reason;
+  const std::string password = tamlo::tests::SamplePassword(GetParam());
+  if (const std::string reason = tests::WhyNotWritten(content, password); !reason.empty()) GTEST_SKIP() << GetParam() << ": " << reason;
   MemoryFileSystem files;
   files.SetContent(kPath, content);
   OpenOptions options;
   options.fileSystem = &files;
   options.cacheBytes = kSmallCache;
+  options.password = password;
   auto database = Database::Open(kPath, options);
   const tests::Untouched others = tests::AllTables(*database);
   Workload workload(7, {3, 30, 9000, true, true, false});

@@ -43,11 +43,12 @@ std::vector<std::byte> ContentOf(const std::string& path) {
   return {bytes, bytes + content.size()};
 }
 
-std::string WhyNotWritten(const std::vector<std::byte>& content) {
+std::string WhyNotWritten(const std::vector<std::byte>& content, const std::string& password) {
   MemoryFileSystem files;
   files.SetContent("/file.mdb", content);
   OpenOptions options;
   options.fileSystem = &files;
+  options.password = password;
   try {
     const auto database = Database::Open("/file.mdb", options);
     database->Begin();
@@ -59,8 +60,7 @@ std::string WhyNotWritten(const std::vector<std::byte>& content) {
     database->CreateTable(probe);
     database->Rollback();
   } catch (const Error& error) {
-    const ErrorCode code = error.Code();
-    if (code != ErrorCode::kPasswordProtected && code != ErrorCode::kEncrypted && code != ErrorCode::kReadOnly) throw;
+    if (error.Code() != ErrorCode::kReadOnly) throw;
     return error.what();
   }
   return {};

@@ -1,4 +1,4 @@
-// Prints every row of every user table of a file: hexadecimal name of the table, then hexadecimal name of the column = value, all tab separated.
+// Prints every row of every user table of a file (its password may stand behind its name): hexadecimal name of the table, then hexadecimal name of the column = value, all tab separated.
 import { readFileSync } from 'node:fs';
 import { createRequire } from 'node:module';
 import { pathToFileURL } from 'node:url';
@@ -16,7 +16,7 @@ function plain(value) {
   return 'T' + hex(String(value));
 }
 
-const database = new MDBReader(readFileSync(process.argv[2]));
+const database = new MDBReader(readFileSync(process.argv[2]), { password: process.argv[3] ?? '' });
 for (const name of database.getTableNames()) {
   const table = database.getTable(name);
   const columns = table.getColumnNames();

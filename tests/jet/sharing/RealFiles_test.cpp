@@ -73,7 +73,7 @@ bool CanBeWritten(const std::string& path) {
   try {
     return !Database::Open(path)->ReadOnly();
   } catch (const Error& error) {
-    EXPECT_TRUE(error.Code() == ErrorCode::kPasswordProtected || error.Code() == ErrorCode::kEncrypted) << path << ": " << error.what();
+    EXPECT_EQ(error.Code(), ErrorCode::kPasswordProtected) << path << ": " << error.what();
     return false;
   }
 }

@@ -13,6 +13,7 @@
 #include <set>
 
 #include "tests/jet/storage/JetTestSupport.h"
+#include "tests/support_lib/SamplePassword.h"
 #include "tests/support_lib/TemporaryFolder.h"
 
 namespace jet::tests {
@@ -32,19 +33,6 @@ std::vector<std::string> Samples() {
   }
   std::sort(samples.begin(), samples.end());
   return samples;
-}
-
-/// Why the engine does not open the file; empty when it does.
-std::string WhyNotOpened(const std::string& path) {
-  OpenOptions options;
-  options.mode = OpenMode::kReadOnly;
-  try {
-    (void)Database::Open(path, options);
-  } catch (const Error& error) {
-    EXPECT_TRUE(error.Code() == ErrorCode::kPasswordProtected || error.Code() == ErrorCode::kEncrypted) << error.what();
-    return error.what();
-  }
-  return {};
 }
 
 /// Output of a command under a time limit. Names of tables have accents, which some readers take in such a locale only.
@@ -143,10 +131,11 @@ std::vector<std::string> Split(const std::string& text, const std::string& separ
   return parts;
 }
 
-Contents ByOtherReader(const std::string& path) {
+Contents ByOtherReader(const std::string& path, const std::string& password) {
   Contents tables;
   const char* script = std::getenv("TAMLO_READERS");
-  for (const auto& line : Split(Output("node " + Quoted(std::string(script) + "/dump.mjs") + " " + Quoted(path)), "\n")) {
+  for (const auto& line :
+       Split(Output("node " + Quoted(std::string(script) + "/dump.mjs") + " " + Quoted(path) + " " + Quoted(password)), "\n")) {
     const auto parts = Split(line, "\t");
     if (parts.size() < 2) continue;
     if (parts[0] == "table") {
@@ -175,9 +164,9 @@ Contents ByUs(Database& database) {
   return tables;
 }
 
-void ExpectSameAsOtherReader(Database& database, const std::string& path) {
+void ExpectSameAsOtherReader(Database& database, const std::string& path, const std::string& password = {}) {
   const Contents ours = ByUs(database);
-  const Contents theirs = ByOtherReader(path);
+  const Contents theirs = ByOtherReader(path, password);
   for (const auto& [name, rows] : ours) {
     const auto other = theirs.find(name);
     ASSERT_NE(other, theirs.end()) << name;
@@ -274,30 +263,64 @@ class SampleTest : public testing::TestWithParam<std::string> {
     copy_ = folder_.File("sample.mdb");
     fs::copy_file(GetParam(), copy_);
     fs::permissions(copy_, fs::perms::owner_read | fs::perms::owner_write);
-    if (const std::string reason = WhyNotOpened(copy_); !reason.empty()) GTEST_SKIP() << GetParam() << ": " << reason;
+    password_ = tamlo::tests::SamplePassword(GetParam());
     other_ = std::getenv("TAMLO_NODE_MODULES") != nullptr && fs::exists(std::string(std::getenv("TAMLO_NODE_MODULES")) + "/mdb-reader");
+  }
+  OpenOptions With(OpenMode mode = OpenMode::kShared) const {
+    OpenOptions options;
+    options.mode = mode;
+    options.password = password_;
+    return options;
   }
   void CompareWithReaders(Database& database) {
     const bool mdbtools = std::system("command -v mdb-export >/dev/null") == 0;
     if (mdbtools) ExpectSameAsExport(database, copy_);
-    if (other_) ExpectSameAsOtherReader(database, copy_);
+    if (other_) ExpectSameAsOtherReader(database, copy_, password_);
     if (!mdbtools && !other_) GTEST_SKIP() << "neither mdb-export nor mdb-reader is installed";
   }
 
   tamlo::tests::TemporaryFolder folder_;
   std::string copy_;
+  std::string password_;
   bool other_ = false;
 };
 
+TEST_P(SampleTest, OpensWithItsPasswordAlone) {
+  OpenOptions options = With(OpenMode::kReadOnly);
+  EXPECT_EQ(Database::Open(copy_, options)->HasPassword(), !password_.empty());
+  if (password_.empty()) return;
+  options.password.clear();
+  EXPECT_EQ(CodeOf([&] { (void)Database::Open(copy_, options); }), ErrorCode::kPasswordProtected);
+  options.password = "Password";  // each letter counts as it is
+  EXPECT_EQ(CodeOf([&] { (void)Database::Open(copy_, options); }), ErrorCode::kWrongPassword);
+}
+
+/// Compacting makes of a plain file an encoded one behind a password, which the others read too, and the way back makes it plain.
+TEST_P(SampleTest, EncodedAndBehindAPasswordIsReadAlikeToo) {
+  const std::string source = copy_;
+  const auto database = Database::Open(source, With());
+  const std::string plain = folder_.File("plain.mdb");
+  copy_ = folder_.File("encoded.mdb");
+  database->Compact(copy_, {.password = "Sésame é", .encoded = true});
+  password_ = "Sésame é";
+  {
+    const auto encoded = Database::Open(copy_, With());
+    EXPECT_TRUE(encoded->Encoded());
+    EXPECT_EQ(Findings(*encoded), "");
+    encoded->CreateTable(PeopleTable("Des gens")).Insert(Person("Ada", std::string(9000, 'x')));
+    CompareWithReaders(*encoded);
+    encoded->Compact(plain, {.password = "", .encoded = false});
+  }
+  EXPECT_EQ(Findings(*Database::Open(plain)), "");
+}
+
 TEST_P(SampleTest, IsSoundAsItIs) {
-  OpenOptions options;
-  options.mode = OpenMode::kReadOnly;
+  const OpenOptions options = With(OpenMode::kReadOnly);
   EXPECT_EQ(Findings(*Database::Open(copy_, options)), "");
 }
 
 TEST_P(SampleTest, ReadsLikeTheOtherReaders) {
-  OpenOptions options;
-  options.mode = OpenMode::kReadOnly;
+  const OpenOptions options = With(OpenMode::kReadOnly);
   const auto database = Database::Open(copy_, options);
   CompareWithReaders(*database);
 }
@@ -309,7 +332,7 @@ TEST_P(SampleTest, OpeningAndReadingChangesNoByte) {
   };
   const std::string before = read();
   {
-    const auto database = Database::Open(copy_);
+    const auto database = Database::Open(copy_, With());
     (void)ByUs(*database);
     (void)database->Relationships();
   }
@@ -369,8 +392,7 @@ void Work(Database& database, const std::string& name, Done& done) {
 }
 
 TEST_P(SampleTest, WrittenToItIsStillSoundAndReadAlike) {
-  OpenOptions options;
-  options.mode = OpenMode::kExclusive;
+  const OpenOptions options = With(OpenMode::kExclusive);
   auto database = Database::Open(copy_, options);
   if (database->ReadOnly()) {
     EXPECT_EQ(database->FormatVersion(), 3);
@@ -398,10 +420,10 @@ TEST_P(SampleTest, WrittenToItIsStillSoundAndReadAlike) {
 }
 
 TEST_P(SampleTest, CompactsIntoASoundFileWithTheSameRows) {
-  const auto database = Database::Open(copy_);
+  const auto database = Database::Open(copy_, With());
   const std::string target = folder_.File("compact.mdb");
   database->Compact(target);
-  const auto compacted = Database::Open(target);
+  const auto compacted = Database::Open(target, With());
   EXPECT_EQ(Findings(*compacted), "");
   auto ours = ByUs(*database);
   auto theirs = ByUs(*compacted);
@@ -475,8 +497,7 @@ void EditAtRandom(Database& database, const std::string& name, std::mt19937& ran
 }
 
 TEST_P(SampleTest, WhatIsNotEditedStaysAsItWas) {
-  OpenOptions options;
-  options.mode = OpenMode::kExclusive;
+  const OpenOptions options = With(OpenMode::kExclusive);
   auto database = Database::Open(copy_, options);
   if (database->ReadOnly()) GTEST_SKIP() << GetParam() << ": files of Access 97 are only read";
   std::vector<std::string> tables;

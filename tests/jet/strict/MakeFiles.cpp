@@ -20,6 +20,7 @@
 #include "tests/jet/storage/JetTestSupport.h"
 #include "tests/jet/strict/MadeTables.h"
 #include "tests/jet/strict/RandomRows.h"
+#include "tests/support_lib/SamplePassword.h"
 
 namespace jet::tests {
 namespace {
@@ -27,6 +28,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr char kPath[] = "/file.mdb";
+constexpr char kPassword[] = "Sésame \U0001F511 20 units.";
 
 /// Files are made in memory, where nothing waits for a disk.
 void Save(const MemoryFileSystem& files, const std::string& name, const fs::path& target) {
@@ -155,12 +157,14 @@ void Make(const fs::path& folder, const std::string& name, const std::function<v
   MemoryFileSystem files;
   OpenOptions options;
   options.fileSystem = &files;
+  options.password = kPassword;
   work(options);
   SaveBoth(files, options, folder, name);
 }
 
-void MakeNew(const fs::path& folder, const std::string& name, const std::function<void(Database&)>& work) {
-  Make(folder, "made-" + name, [&](const OpenOptions& options) { work(*Database::Create(kPath, options)); });
+void MakeNew(const fs::path& folder, const std::string& name, const std::function<void(Database&)>& work,
+             const Protection& protection = {}) {
+  Make(folder, "made-" + name, [&](const OpenOptions& options) { work(*Database::Create(kPath, options, protection)); });
 }
 
 void MakeAll(const fs::path& folder, const std::vector<std::string>& samples) {
@@ -169,6 +173,8 @@ void MakeAll(const fs::path& folder, const std::vector<std::string>& samples) {
   MakeNew(folder, "long", MakeLongValues);
   MakeNew(folder, "relations", [](Database& database) { MakeRelations(database); });
   MakeNew(folder, "structure", MakeStructure);
+  MakeNew(folder, "encoded", MakeLongValues, {.encoded = true});
+  MakeNew(folder, "locked", [](Database& database) { MakeRelations(database); }, {.password = kPassword, .encoded = true});
   MakeNew(folder, "deep", MakeDeep);
   MakeNew(folder, "large", [](Database& database) { MakeLarge(database, 120000); });
   for (unsigned seed = 1; seed <= 6; ++seed)
@@ -184,6 +190,7 @@ void MakeAll(const fs::path& folder, const std::vector<std::string>& samples) {
         kPath, {reinterpret_cast<const std::byte*>(content.data()), reinterpret_cast<const std::byte*>(content.data()) + content.size()});
     OpenOptions options;
     options.fileSystem = &files;
+    options.password = tamlo::tests::SamplePassword(samples[i]);
     constexpr char kPlain[] = "/plain.mdb";
     Database::Open(kPath, options)->Compact(kPlain);
     Save(files, kPlain, folder / ("like-" + std::to_string(i) + "-plain.mdb"));

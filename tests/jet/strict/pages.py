@@ -3,6 +3,7 @@ import struct
 
 PAGE = 4096
 LVAL = 0x4C41564C  # "LVAL"
+MASK = bytes.fromhex("c7da396b")  # the key over the head of page 0
 BITMAP_PAGES = (PAGE - 4) * 8
 
 
@@ -37,6 +38,11 @@ def keystream(key, count):
         box[i], box[j] = box[j], box[i]
         out.append(box[(box[i] + box[j]) & 255])
     return bytes(out)
+
+
+def under(stream, data):
+    """The data with a stream laid over it, or taken off."""
+    return (int.from_bytes(stream, "little") ^ int.from_bytes(data, "little")).to_bytes(len(data), "little")
 
 
 class Slots:
@@ -78,9 +84,12 @@ class File:
             self.data = stream.read()
         self.path, self.made = path, made
         self.findings, self.notes = [], []
+        self.password = ""
         if len(self.data) % PAGE or not self.data:
             raise Damaged(f"the length {len(self.data)} is no multiple of {PAGE}")
         self.count = len(self.data) // PAGE
+        self.key = u32(under(keystream(MASK, 128), self.data[0x18:0x98]), 0x3E - 0x18)
+        self.decoded = {}
         self.owner = {}
         self.map_rows = {}
         self.map_pages = set()
@@ -96,7 +105,12 @@ class File:
     def page(self, number):
         if not 0 <= number < self.count:
             raise Damaged(f"page {number} lies outside the file of {self.count} pages")
-        return self.data[number * PAGE : (number + 1) * PAGE]
+        page = self.data[number * PAGE : (number + 1) * PAGE]
+        if not self.key or not number or not any(page):  # a page of zeros was never written
+            return page
+        if number not in self.decoded:
+            self.decoded[number] = under(keystream(struct.pack("<I", self.key ^ number), PAGE), page)
+        return self.decoded[number]
 
     def slots(self, number):
         if number not in self.slot_cache:
@@ -256,8 +270,7 @@ class File:
 
     def check_header(self):
         page = self.page(0)
-        stream = keystream(bytes.fromhex("c7da396b"), 128)
-        self.header = page[:0x18] + bytes(a ^ b for a, b in zip(page[0x18:0x98], stream)) + page[0x98:]
+        self.header = page[:0x18] + under(keystream(MASK, 128), page[0x18:0x98]) + page[0x98:]
         header = self.header
 
         def want(at, value, what):
@@ -268,7 +281,6 @@ class File:
         want(0x14, struct.pack("<I", 1), "the version")
         want(0x18, struct.pack("<6I", 0x100, 0x101, 2, 3, 4, 5), "the first row pointers and pages")
         want(0x30, bytes(12), "the gap")
-        want(0x3E, bytes(4), "the page key")
         want(0x6C, bytes(2), "the gap")
         if self.made:
             want(0x6E, b"\x09\x04\0\0", "the text order")
@@ -283,9 +295,8 @@ class File:
         if not 36000 < created < 60000:
             self.report(0, f"the file was made on day {created}")
         else:
-            mask = struct.pack("<i", int(created)) * 10
-            password = bytes(a ^ b for a, b in zip(header[0x42:0x6A], mask))
-            if any(password):
+            self.password = under(struct.pack("<i", int(created)) * 10, header[0x42:0x6A]).decode("utf-16-le").rstrip("\0")
+            if self.password:
                 self.note("there is a password")
         if self.made:
             want(0x3C, struct.pack("<H", 1252), "the code page")

@@ -93,7 +93,7 @@ def compare_dump(file, modules, script):
     """Every row as mdb-reader gives it."""
     environment = dict(os.environ, TAMLO_NODE_MODULES=modules)
     tables, columns = {}, {}
-    for line in output(["node", script, file.path], environment).split("\n"):
+    for line in output(["node", script, file.path, file.password], environment).split("\n"):
         parts = line.split("\t")
         if parts[0] == "table":
             name = bytes.fromhex(parts[1]).decode()

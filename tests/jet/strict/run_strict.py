@@ -33,7 +33,7 @@ def check(job):
     except (Damaged, struct.error, IndexError) as error:
         return path, [str(error)], []
     there = []
-    if not file.findings and os.path.getsize(path) <= LARGEST_FOR_READERS and not any("password" in note for note in file.notes):
+    if not file.findings and os.path.getsize(path) <= LARGEST_FOR_READERS:
         # A limit of mdb-prop in a real file is one in its changed copies too.
         beyond = () if made else readers.beyond_mdb_prop(strict_check.run(original, False, 1 << 30) if original else file)
         there = readers.compare(file, modules, script, beyond)
@@ -69,17 +69,15 @@ def main(maker, modules, script):
         # A second folder beside the first holds files that other programs have left in unusual states.
         folders = [folder, os.path.join(os.path.dirname(os.path.abspath(folder)), "samples2")]
         found = sorted(path for place in folders for path in glob.glob(os.path.join(place, "**", "*.mdb"), recursive=True))
-        found = [path for path in found if "encoded" not in os.path.basename(path)]
         samples = [path for path in found if struct.unpack("<I", open(path, "rb").read(24)[20:])[0] == 1]
     else:
         print("JET_SAMPLES is not set: real Access files are not there")
-    changeable = [path for path in samples if "password" not in os.path.basename(path)]
     with tempfile.TemporaryDirectory() as target:
-        subprocess.run([maker, target, *changeable], check=True)
+        subprocess.run([maker, target, *samples], check=True)
         jobs = [(path, False, None, modules, script) for path in samples]
         for path in sorted(glob.glob(os.path.join(target, "*.mdb")), key=os.path.getsize, reverse=True):
             like = re.match(r"like-(\d+)", os.path.basename(path))
-            jobs.append((path, not like, changeable[int(like[1])] if like else None, modules, script))
+            jobs.append((path, not like, samples[int(like[1])] if like else None, modules, script))
         failed, compared = 0, {}
         with multiprocessing.Pool(min(2, os.cpu_count() or 1)) as pool:
             for path, findings, there in pool.imap_unordered(check, jobs):

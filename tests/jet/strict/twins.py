@@ -68,6 +68,11 @@ def compare(real, copy):
     one, two = permissions(real, lambda id_: ids.get(id_, id_)), permissions(copy, lambda id_: id_)
     if one != two:
         out.append(f"permissions {[e for e in one if e not in two][:5]} became {[e for e in two if e not in one][:5]}")
-    if real.header[0x3C:0x6E] + real.header[0x72:0x7A] != copy.header[0x3C:0x6E] + copy.header[0x72:0x7A]:
+
+    def identity(file):
+        # The page key is each file's own.
+        return file.header[0x3C:0x3E] + bytes([file.key != 0]) + file.header[0x42:0x6E] + file.header[0x72:0x7A]
+
+    if identity(real) != identity(copy):
         out.append("the header is another one")
     return out
