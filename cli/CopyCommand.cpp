@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <span>
 
 #include "base/FilePath.h"
 #include "cli/Commands.h"
@@ -37,6 +38,7 @@ struct Asked {
   bool resume = false;
   std::string verify = "counts";
   std::int64_t batch = 20000;
+  std::size_t jobs = 1;
   std::int64_t rejectLimit = 1000;
   std::string progress;
   std::shared_ptr<Login> fromLogin;
@@ -129,8 +131,7 @@ void TellRefusal(const move::Refusal& refusal) {
   std::fprintf(stderr, "tamlo-db: %s: %s\n", OneLine(place).c_str(), OneLine(refusal.reason).c_str());
 }
 
-move::Outcome RunPlan(const Asked& asked, const move::Plan& plan, const move::Source& source, move::Target& target,
-                      const move::Options& options) {
+move::Outcome RunPlan(const Asked& asked, const move::Plan& plan, std::span<const move::Lane> lanes, const move::Options& options) {
   CopyProgress progress(asked.progress.empty() ? (ErrorsAreSeen() ? "bar" : "none") : asked.progress);
   move::Watch watch;
   watch.progress = [&](const move::Progress& now) { progress.Show(now); };
@@ -141,7 +142,7 @@ move::Outcome RunPlan(const Asked& asked, const move::Plan& plan, const move::So
   watch.cancelled = [] { return interrupted != 0; };
   std::signal(SIGINT, Interrupt);
   std::signal(SIGTERM, Interrupt);
-  return move::Run(plan, source, target, options, watch);
+  return move::Run(plan, lanes, options, watch);
 }
 
 /// What has to be told of it, and the status that it deserves.
@@ -208,11 +209,34 @@ Destination OpenDestination(const Asked& asked, const Making& making, const sche
   return there;
 }
 
-move::Outcome CopyInto(const Asked& asked, const move::Plan& plan, const move::Source& source, const Destination& there,
+/// Further ways for the rows, by connections of their own.
+struct MoreLanes {
+  std::vector<std::unique_ptr<ado::Connection>> from, to;
+  std::vector<std::unique_ptr<move::Target>> targets;
+};
+
+MoreLanes OpenMoreLanes(const Asked& asked, schema::Engine target) {
+  MoreLanes more;
+  for (std::size_t i = 1; i < asked.jobs; ++i) {
+    Opened from = Open(asked.from, *asked.fromLogin);
+    more.from.push_back(RowsOf(from));
+    more.to.push_back(std::move(Open(asked.to, *asked.toLogin, Access::kWrite).connection));
+    more.targets.push_back(move::SqlTarget(target, *more.to.back()));
+  }
+  return more;
+}
+
+/// One file takes rows from one at a time.
+void LookAtJobs(const Asked& asked, schema::Engine target) {
+  if (asked.jobs > 1 && (target == schema::Engine::kAccess || target == schema::Engine::kSqlite))
+    throw Failure(Status::kUsage, Say(Said::kOneJobIntoAFile, {asked.to}));
+}
+
+move::Outcome CopyInto(const Asked& asked, const move::Plan& plan, std::span<const move::Lane> lanes, const Destination& there,
                        const move::Options& options) {
   const std::string& shown = there.opened.address.shown;
   try {
-    return RunPlan(asked, plan, source, *there.target, options);
+    return RunPlan(asked, plan, lanes, options);
   } catch (const move::CopyError& error) {
     throw Failure(Status::kFailed, Sentence(error, shown));
   } catch (const runtime::Error& error) {
@@ -234,6 +258,7 @@ Status Copy(const Asked& asked) {
   const auto options = OptionsOf(asked);
   const auto wanted = move::Wanted(description, options);
   const Making making = MakingOf(asked, engine, wanted);
+  LookAtJobs(asked, making.engine);
   const auto plan = move::MakePlan(wanted, making.script, options);
   if (asked.dryRun) {
     PrintPlan(plan);
@@ -241,7 +266,10 @@ Status Copy(const Asked& asked) {
   }
   const Destination there = OpenDestination(asked, making, wanted);
   const auto rows = RowsOf(from);
-  const auto outcome = CopyInto(asked, plan, {engine, *rows}, there, options);
+  const MoreLanes more = OpenMoreLanes(asked, making.engine);
+  std::vector<move::Lane> lanes{{{engine, *rows}, *there.target}};
+  for (std::size_t i = 0; i < more.targets.size(); ++i) lanes.push_back({{engine, *more.from[i]}, *more.targets[i]});
+  const auto outcome = CopyInto(asked, plan, lanes, there, options);
   if (!asked.report.empty()) WriteReport(asked.report, from.address.shown, there.opened.address.shown, plan, outcome);
   const Status status = Conclude(asked, outcome);
   if (asked.verify != "full" || asked.schemaOnly) return status;
@@ -266,6 +294,7 @@ void AddOptions(CLI::App& command, Asked& asked) {
   command.add_flag("--resume", asked.resume, Say(Said::kResume));
   command.add_option("--verify", asked.verify, Say(Said::kVerify))->check(CLI::IsMember({"counts", "full"}));
   command.add_option("--batch", asked.batch, Say(Said::kBatch))->check(CLI::Range(std::int64_t{1}, std::int64_t{1000000}));
+  command.add_option("--jobs", asked.jobs, Say(Said::kJobs))->check(CLI::Range(1, 64));
   command.add_option("--progress", asked.progress, Say(Said::kProgress))->check(CLI::IsMember({"bar", "log", "none"}));
   asked.fromLogin = AddLogin(command, "from-");
   asked.toLogin = AddLogin(command, "to-");

@@ -22,7 +22,7 @@ std::string TimeLeft(const move::Progress& progress, double perSecond) {
 
 }  // namespace
 
-CopyProgress::CopyProgress(const std::string& form) : bar_(form == "bar"), log_(form == "log"), begun_(Clock::now()) {}
+CopyProgress::CopyProgress(const std::string& form) : bar_(form == "bar"), log_(form == "log") {}
 
 CopyProgress::~CopyProgress() { Clear(); }
 
@@ -33,13 +33,9 @@ void CopyProgress::Clear() {
 
 void CopyProgress::Show(const move::Progress& progress) {
   const auto now = Clock::now();
-  if (progress.place != place_) {
-    place_ = progress.place;
-    before_ = progress.rows;
-    begun_ = now;
-  }
-  const double seconds = std::max(std::chrono::duration<double>(now - begun_).count(), 1e-3);
-  const double perSecond = static_cast<double>(progress.rows - before_) / seconds;
+  const Begun& begun = begun_.try_emplace(progress.place, Begun{progress.rows, now}).first->second;
+  const double seconds = std::max(std::chrono::duration<double>(now - begun.at).count(), 1e-3);
+  const double perSecond = static_cast<double>(progress.rows - begun.rows) / seconds;
   if (bar_ && (now - last_ >= kBetweenLines || progress.complete)) {
     last_ = now;
     ShowLine(progress, perSecond);

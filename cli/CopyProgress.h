@@ -1,7 +1,8 @@
 #pragma once
 
 #include <chrono>
-#include <memory>
+#include <cstdint>
+#include <map>
 #include <string>
 
 #include "move/Progress.h"
@@ -28,10 +29,13 @@ class CopyProgress {
   bool bar_;
   bool log_;
   bool shown_ = false;
-  std::size_t place_ = 0;     // of the table at hand
-  std::int64_t before_ = 0;   // its rows when this run began with it
-  Clock::time_point begun_;   // when
-  Clock::time_point last_{};  // when the line was written
+  /// When this run began with a table, and with how many rows.
+  struct Begun {
+    std::int64_t rows;
+    Clock::time_point at;
+  };
+  std::map<std::size_t, Begun> begun_;  // by their places
+  Clock::time_point last_{};            // when the line was written
 };
 
 }  // namespace tamlo::cli

@@ -160,6 +160,8 @@ enum class Said {
   kResume,
   kVerify,
   kBatch,
+  kJobs,
+  kOneJobIntoAFile,
   kProgress,
   kTableCopied,
   kPerSecond,

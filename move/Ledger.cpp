@@ -53,21 +53,21 @@ void Ledger::Load(const Plan& plan) {
 
 void Ledger::Drop() { target_.Connection().Execute("DROP TABLE " + Name()); }
 
-void Ledger::Write(std::size_t place, int state, std::int64_t done, std::uint64_t refused) {
-  target_.Connection().Execute("UPDATE " + Name() + " SET state = " + std::to_string(state) + ", done = " + std::to_string(done) +
-                               ", refused = " + std::to_string(refused) + " WHERE place = " + std::to_string(place));
+void Ledger::Write(ado::Connection& through, std::size_t place, int state, std::int64_t done, std::uint64_t refused) {
+  through.Execute("UPDATE " + Name() + " SET state = " + std::to_string(state) + ", done = " + std::to_string(done) +
+                  ", refused = " + std::to_string(refused) + " WHERE place = " + std::to_string(place));
 }
 
 void Ledger::NoteStatements(std::size_t done) {
-  Write(0, 0, static_cast<std::int64_t>(done), rejectBytes_);
+  Write(target_.Connection(), 0, 0, static_cast<std::int64_t>(done), rejectBytes_);
   statements_ = done;
 }
 
-void Ledger::NoteRows(std::size_t table, const Entry& entry, std::uint64_t rejectBytes) {
-  Write(table + 1, static_cast<int>(entry.state), entry.done, static_cast<std::uint64_t>(entry.refused));
-  if (rejectBytes != rejectBytes_) {
-    rejectBytes_ = rejectBytes;
-    NoteStatements(statements_);
+void Ledger::NoteRows(ado::Connection& through, std::size_t table, const Entry& entry, std::optional<std::uint64_t> rejectBytes) {
+  Write(through, table + 1, static_cast<int>(entry.state), entry.done, static_cast<std::uint64_t>(entry.refused));
+  if (rejectBytes) {
+    Write(through, 0, 0, static_cast<std::int64_t>(statements_), *rejectBytes);
+    rejectBytes_ = *rejectBytes;
   }
   entries_.at(table) = entry;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -43,12 +44,13 @@ class Ledger {
   [[nodiscard]] std::uint64_t RejectBytes() const noexcept { return rejectBytes_; }
   [[nodiscard]] const Entry& Of(std::size_t table) const { return entries_.at(table); }
 
-  /// Each writes at once, inside of whatever transaction is open.
+  /// Each writes at once, inside of whatever transaction is open. Rows are noted through the connection that writes them, from any thread as
+  /// long as no two note the same table; a size of the file of refused rows only by one at a time.
   void NoteStatements(std::size_t done);
-  void NoteRows(std::size_t table, const Entry& entry, std::uint64_t rejectBytes);
+  void NoteRows(ado::Connection& through, std::size_t table, const Entry& entry, std::optional<std::uint64_t> rejectBytes);
 
  private:
-  void Write(std::size_t place, int state, std::int64_t done, std::uint64_t refused);
+  void Write(ado::Connection& through, std::size_t place, int state, std::int64_t done, std::uint64_t refused);
   [[nodiscard]] std::string Name() const { return schema::Quoted(target_.Dialect(), kTable); }
 
   Target& target_;

@@ -18,7 +18,7 @@ struct Progress {
   bool complete = false;     ///< the table is
 };
 
-/// What a copy tells and asks while it runs, on the thread that runs it.
+/// What a copy tells and asks while it runs: it tells one thing at a time, from any of its threads.
 struct Watch {
   std::function<void(const Progress&)> progress;
   std::function<void(const Refusal&)> refused;

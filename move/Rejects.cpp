@@ -64,37 +64,33 @@ RejectFile::RejectFile(std::string path, std::uint64_t keep) : path_(std::move(p
   if (error) throw CopyError(Trouble::kCannotWrite, {path_, error.message()});
 }
 
-void RejectFile::Add(const PlannedTable& table, const Refusal& refusal, const db::pompe::LigneSource& row) {
-  if (path_.empty()) return;
-  held_ += "{\"table\":";
-  AppendJson(held_, refusal.table);
-  held_ += ",\"row\":" + std::to_string(refusal.row) + ",\"column\":";
-  AppendJson(held_, refusal.column);
-  held_ += ",\"reason\":";
-  AppendJson(held_, refusal.reason);
-  held_ += ",\"values\":{";
+std::string RejectLine(const PlannedTable& table, const Refusal& refusal, const db::pompe::LigneSource& row) {
+  std::string line = "{\"table\":";
+  AppendJson(line, refusal.table);
+  line += ",\"row\":" + std::to_string(refusal.row) + ",\"column\":";
+  AppendJson(line, refusal.column);
+  line += ",\"reason\":";
+  AppendJson(line, refusal.reason);
+  line += ",\"values\":{";
   for (std::size_t i = 0; i < table.columns.size(); ++i) {
     const ado::Variant& value = row.valeurs.at(i);
-    held_ += i == 0 ? "" : ",";
-    AppendJson(held_, table.columns[i].name);
-    held_ += ':';
+    line += i == 0 ? "" : ",";
+    AppendJson(line, table.columns[i].name);
+    line += ':';
     if (value.IsNull() || value.IsEmpty()) {
-      held_ += "null";
+      line += "null";
     } else {
-      AppendJson(held_, PlainText(value));
+      AppendJson(line, PlainText(value));
     }
   }
-  held_ += "}}\n";
+  return line + "}}\n";
 }
 
-std::uint64_t RejectFile::Commit() {
-  if (held_.empty()) return bytes_;
+std::uint64_t RejectFile::Append(std::string_view lines) {
   std::ofstream file(base::FilePath(path_), std::ios::binary | std::ios::app);
-  file << held_ << std::flush;
+  file << lines << std::flush;
   if (!file) throw CopyError(Trouble::kCannotWrite, {path_, std::strerror(errno)});
-  bytes_ += held_.size();
-  held_.clear();
-  return bytes_;
+  return bytes_ += lines.size();
 }
 
 }  // namespace tamlo::move

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "db/pompe/PompeParLots.h"
 #include "move/Plan.h"
@@ -19,22 +20,22 @@ struct Refusal {
 
 [[nodiscard]] Refusal Explain(const PlannedTable& table, const db::pompe::LigneRefusee& refused);
 
-/// The file of refused rows: one JSON object a line with table, row, column, reason and all values as texts. Lines are held back until Commit,
-/// so that it tells what the target holds. Error of all operations: CopyError with kCannotWrite.
+/// A refused row as the file of refused rows has it: a JSON object on one line, with table, row, column, reason and all values as texts.
+[[nodiscard]] std::string RejectLine(const PlannedTable& table, const Refusal& refusal, const db::pompe::LigneSource& row);
+
+/// The file of refused rows. It tells what the target holds: lines are written with the batch that they are of, and go when it did not come.
+/// Error of all operations: CopyError with kCannotWrite.
 class RejectFile {
  public:
   /// Without a name nothing is written. What stands behind keep bytes was written for rows that never came: it goes.
   RejectFile(std::string path, std::uint64_t keep);
 
-  void Add(const PlannedTable& table, const Refusal& refusal, const db::pompe::LigneSource& row);
-  /// Writes what is held back; the size of the file with it.
-  std::uint64_t Commit();
-  /// Forgets what is held back.
-  void Forget() { held_.clear(); }
+  [[nodiscard]] bool IsWanted() const noexcept { return !path_.empty(); }
+  /// Writes the lines; the size of the file with them.
+  std::uint64_t Append(std::string_view lines);
 
  private:
   std::string path_;
-  std::string held_;
   std::uint64_t bytes_;
 };
 

@@ -16,8 +16,8 @@ using State = Ledger::State;
 
 class Runner {
  public:
-  Runner(const Plan& plan, const Source& source, Target& target, const Options& options, const Watch& watch)
-      : plan_(plan), source_(source), target_(target), options_(options), watch_(watch), ledger_(target) {}
+  Runner(const Plan& plan, std::span<const Lane> lanes, const Options& options, const Watch& watch)
+      : plan_(plan), lanes_(lanes), target_(lanes.front().target), options_(options), watch_(watch), ledger_(target_) {}
 
   Outcome Go();
 
@@ -32,11 +32,11 @@ class Runner {
   void Carry(const schema::Statement& statement);
   [[nodiscard]] bool IsOfATableThatWasThere(const schema::Statement& statement) const;
   void Fails(const schema::Statement& statement, const runtime::Error& error);
-  [[nodiscard]] bool BringRows();
+  [[nodiscard]] bool BringAllRows();
   void CountAll();
 
   const Plan& plan_;
-  const Source& source_;
+  std::span<const Lane> lanes_;
   Target& target_;
   const Options& options_;
   const Watch& watch_;
@@ -71,7 +71,7 @@ void Runner::LookForColumns(const PlannedTable& table) {
 
 /// Everything that forbids the copy is found before anything is written.
 void Runner::Begin() {
-  target_.Prepare();
+  for (const Lane& lane : lanes_) lane.target.Prepare();
   resumed_ = ledger_.IsThere();
   if (resumed_ && !options_.resume) throw CopyError(Trouble::kHalfDone, {});
   if (!resumed_ && options_.resume) throw CopyError(Trouble::kNothingToResume, {});
@@ -162,13 +162,11 @@ void Runner::Define(bool tables) {
   }
 }
 
-bool Runner::BringRows() {
+bool Runner::BringAllRows() {
   RejectFile rejects(options_.rejectFile, ledger_.RejectBytes());
-  RowCopy copy{source_, target_, ledger_, rejects, plan_, options_, watch_};
+  RowCopy copy{ledger_, rejects, plan_, options_, watch_, {}, {}, {}, {}};
   for (std::size_t i = 0; i < plan_.tables.size(); ++i) copy.refused += ledger_.Of(i).refused;
-  for (std::size_t i = 0; i < plan_.tables.size(); ++i)
-    if (!ledger_.Of(i).Complete() && !CopyRows(copy, i)) return false;
-  return true;
+  return BringRows(copy, lanes_);
 }
 
 void Runner::CountAll() {
@@ -186,7 +184,7 @@ Outcome Runner::Go() {
   Begin();
   DropReplaced(target_.Tables());
   Define(true);
-  outcome_.cancelled = outcome_.cancelled || (options_.parts != Parts::kSchemaOnly && !BringRows());
+  outcome_.cancelled = outcome_.cancelled || (options_.parts != Parts::kSchemaOnly && !BringAllRows());
   if (!outcome_.cancelled) Define(false);
   if (outcome_.cancelled) return outcome_;
   for (auto& finding : target_.Orphans()) outcome_.findings.push_back(std::move(finding));
@@ -203,8 +201,8 @@ bool Outcome::Whole() const {
          });
 }
 
-Outcome Run(const Plan& plan, const Source& source, Target& target, const Options& options, const Watch& watch) {
-  return Runner(plan, source, target, options, watch).Go();
+Outcome Run(const Plan& plan, std::span<const Lane> lanes, const Options& options, const Watch& watch) {
+  return Runner(plan, lanes, options, watch).Go();
 }
 
 bool CanResume(Target& target) {

@@ -1,11 +1,11 @@
 #pragma once
 
+#include <span>
 #include <string>
 #include <vector>
 
+#include "move/Lanes.h"
 #include "move/Progress.h"
-#include "move/Source.h"
-#include "move/Target.h"
 
 namespace tamlo::move {
 
@@ -27,11 +27,11 @@ struct Outcome {
   [[nodiscard]] bool Whole() const;
 };
 
-/// Carries out a plan. What it has done by the time it ends, however that is, stands in a small table of the target and is committed with it:
+/// Carries out a plan; the rows on all lanes at once, of which the first does everything else. What it has done by the time it ends, however that is, stands in a small table of the target and is committed with it:
 /// with Options::resume it goes on from there, and no row is there twice or missing. A copy that is complete takes the table away.
 /// An index or a relation that the target refuses for the rows it holds is a finding; the rows stay.
 /// Errors: CopyError for what forbids it, with nothing written; runtime::Error, which names the table, for what the engines refuse.
-[[nodiscard]] Outcome Run(const Plan& plan, const Source& source, Target& target, const Options& options, const Watch& watch = {});
+[[nodiscard]] Outcome Run(const Plan& plan, std::span<const Lane> lanes, const Options& options, const Watch& watch = {});
 
 /// After a copy that failed: whether one can go on. True, too, where the target does not answer.
 [[nodiscard]] bool CanResume(Target& target);

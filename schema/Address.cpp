@@ -220,6 +220,8 @@ Address ReadAddress(std::string_view name) {
 
 std::string StreamingConnection(const Address& address) {
   if (address.engine == Engine::kSqlite) return "STEPAPI=1;NOCREAT=1;" + address.connection;
+  // psqlodbc 13.02 then reads by a cursor of the server, some rows at a time; a driver of another source would not know the words.
+  if (address.engine == Engine::kPostgreSql) return address.connection + ";USEDECLAREFETCH=1;FETCH=2000";
   return address.connection;
 }
 

@@ -230,6 +230,32 @@ TEST(Opening, WhatCannotBeOpenedIsSaidInOneLine) {
   EXPECT_FALSE(std::filesystem::exists(folder.File("absent.sqlite")));
 }
 
+/// A shell's words for psql on the engine's server.
+std::string Psql(const Engine& engine) {
+  const std::string url = engine.Url();
+  return "env PGPASSWORD=tamlo psql -qAtX -h " + Word(url.substr(url.find("host=") + 5)) + " -U tamlo tamlo -c ";
+}
+
+TEST(ReadingPostgreSql, RowsComeBeforeTheServerHasMadeThemAll) {
+  const Engine engine("postgresql");
+  const Ran ran = RunLine(engine.Folder(), "(env " + std::string(kPassword) + " timeout 100 " + Word(TAMLO_DB) + " query " +
+                                               Word(engine.Url()) + " 'SELECT generate_series(1, 2000000000) AS i' -F csv | head -n 3)");
+  EXPECT_EQ(ran.out, "i\n1\n2\n");
+}
+
+TEST(ReadingPostgreSql, AConnectionThatGoesIsNotTakenForTheEndOfTheTable) {
+  Engine engine("postgresql");
+  ASSERT_EQ(engine.Client("CREATE TABLE longue AS SELECT generate_series(1, 500000) AS i;").err, "");
+  const std::string end =
+      "SELECT count(pg_terminate_backend(pid)) FROM pg_stat_activity WHERE pid <> pg_backend_pid() AND backend_type = 'client backend'";
+  const Ran ran = RunLine(engine.Folder(), "({ env " + std::string(kPassword) + " " + Word(TAMLO_DB) + " export " + Word(engine.Url()) +
+                                               " -t longue; echo $? >status; } | { head -c 100000 >rows; " + Psql(engine) + Word(end) +
+                                               "; cat >>rows; cat status; })");
+  EXPECT_EQ(ran.out, "1\n4\n") << ran.err;
+  EXPECT_EQ(ran.err.rfind("tamlo-db: table longue, row ", 0), 0U) << ran.err;
+  EXPECT_EQ(ran.err.find('\n'), ran.err.size() - 1) << ran.err;
+}
+
 TEST(Opening, AnyOdbcSourceIsReadAsFarAsItsDriverTells) {
   const TemporaryFolder folder;
   ASSERT_EQ(RunLine(folder, "sqlite3 base.xyz", "CREATE TABLE t (a INTEGER); INSERT INTO t VALUES (7);").err, "");

@@ -1,8 +1,5 @@
 // Copies that end half-way, and go on: no row is there twice, none is missing.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -12,6 +9,7 @@
 #include "jet/Database.h"
 #include "jet/sql/Session.h"
 #include "tests/move/Engines.h"
+#include "tests/move/Running.h"
 
 namespace tamlo::tests {
 namespace {
@@ -37,42 +35,17 @@ void MakeFile(const std::string& path) {
   transaction.Commit();
 }
 
-/// tamlo-db as a process of its own, which can be struck.
-class Running {
- public:
-  Running(const TemporaryFolder& folder, const std::vector<std::string>& arguments) {
-    process_ = ::fork();
-    if (process_ != 0) return;
-    ::setenv("LC_ALL", "C", 1);
-    ::setenv("TAMLO_DB_PASSWORD", "tamlo", 1);
-    if (::chdir(folder.Path().c_str()) != 0) ::_exit(127);
-    if (std::freopen((folder.Path() / "running.err").c_str(), "w", stderr) == nullptr) ::_exit(127);
-    std::vector<char*> words{const_cast<char*>(TAMLO_DB)};
-    for (const auto& argument : arguments) words.push_back(const_cast<char*>(argument.c_str()));
-    words.push_back(nullptr);
-    ::execv(TAMLO_DB, words.data());
-    ::_exit(127);
-  }
-  void Strike(int signal) const { ::kill(process_, signal); }
-  /// Its status; the signal as a negative number.
-  int Wait() {
-    int status = 0;
-    ::waitpid(process_, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-  }
-
- private:
-  pid_t process_ = 0;
-};
-
 class ResumeOn : public testing::TestWithParam<const char*> {
  protected:
-  ResumeOn() : engine_(EngineCalled(GetParam())), folder_(engine_->folder) {
+  ResumeOn() : engine_(EngineCalled(Name())), folder_(engine_->folder) {
     MakeFile(folder_.File("base.mdb"));
     engine_->Empty();
   }
+  /// "mariadb" of "mariadb:3", which is a copy by three jobs.
+  static std::string Name() { return std::string(GetParam()).substr(0, std::string(GetParam()).find(':')); }
   std::vector<std::string> Line(bool resume) {
-    std::vector<std::string> line{"copy", "base.mdb", engine_->Name(), "--batch", "500"};
+    std::vector<std::string> line{"copy", "base.mdb", engine_->Name(), "--batch", batch_};
+    if (Name() != GetParam()) line.insert(line.end(), {"--jobs", "3"});
     if (resume) line.emplace_back("--resume");
     return line;
   }
@@ -94,13 +67,13 @@ class ResumeOn : public testing::TestWithParam<const char*> {
     EXPECT_EQ(compared.different, 0U) << compared.first;
     EXPECT_FALSE(ProgressIsThere());
     const std::string foreignKeys =
-        std::string(GetParam()) == "mariadb"
-            ? "SELECT count(*) FROM information_schema.referential_constraints WHERE constraint_schema = 'tamlo';\n"
-        : std::string(GetParam()) == "postgresql" ? "SELECT count(*) FROM pg_constraint WHERE contype = 'f';\n"
-                                                  : "SELECT count(*) FROM pragma_foreign_key_list('C');\n";
+        Name() == "mariadb"      ? "SELECT count(*) FROM information_schema.referential_constraints WHERE constraint_schema = 'tamlo';\n"
+        : Name() == "postgresql" ? "SELECT count(*) FROM pg_constraint WHERE contype = 'f';\n"
+                                 : "SELECT count(*) FROM pragma_foreign_key_list('C');\n";
     EXPECT_EQ(engine_->Ask(foreignKeys).out, "1\n");
   }
 
+  std::string batch_ = "500";
   std::unique_ptr<TargetEngine> engine_;
   const TemporaryFolder& folder_;
 };
@@ -140,8 +113,9 @@ TEST_P(ResumeOn, GoesOnAfterAnyNumberOfKills) {
 }
 
 TEST_P(ResumeOn, SaysHowToGoOnWhenItIsInterrupted) {
+  batch_ = "50";
   Running copy(folder_, Line(false));
-  for (int i = 0; i < 2000 && engine_->Ask("SELECT 1 FROM tamlo_copy_progress WHERE done > 400;\n").out.empty(); ++i)
+  while (!copy.Ended() && engine_->Ask("SELECT 1 FROM tamlo_copy_progress WHERE done > 40;\n").out.empty())
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   copy.Strike(SIGINT);
   const int status = copy.Wait();
@@ -193,7 +167,7 @@ TEST_P(ResumeOn, NothingIsResumedWhereNothingWasBegun) {
   EXPECT_NE(resumed.err.find("has no copy that ended half-way"), std::string::npos) << resumed.err;
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, ResumeOn, testing::Values("sqlite", "mariadb", "postgresql"));
+INSTANTIATE_TEST_SUITE_P(Engines, ResumeOn, testing::Values("sqlite", "mariadb", "postgresql", "mariadb:3", "postgresql:3"));
 
 }  // namespace
 }  // namespace tamlo::tests

@@ -4,11 +4,13 @@
 
 namespace tamlo::tests {
 
-void CopyAndCompare(TargetEngine& engine, const std::filesystem::path& file, Compared& compared) {
+void CopyAndCompare(TargetEngine& engine, const std::filesystem::path& file, Compared& compared, const std::vector<std::string>& options) {
   SCOPED_TRACE(file.string());
   engine.Empty();
   const auto listed = TamloDb(engine.folder, {"tables", file.string(), "-F", "csv"});
-  const auto copied = TamloDb(engine.folder, {"copy", file.string(), engine.Name()}, "LC_ALL=C TAMLO_DB_PASSWORD=tamlo");
+  std::vector<std::string> line{"copy", file.string(), engine.Name()};
+  line.insert(line.end(), options.begin(), options.end());
+  const auto copied = TamloDb(engine.folder, line, "LC_ALL=C TAMLO_DB_PASSWORD=tamlo");
   if (listed.status == 3) {
     EXPECT_EQ(copied.status, 3);
     EXPECT_NE(copied.err.find(file.filename().string()), std::string::npos) << copied.err;

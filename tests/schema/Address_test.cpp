@@ -37,6 +37,14 @@ TEST(Address, FilesHaveTheConnectionOfTheirProvider) {
   EXPECT_NE(StreamingConnection(sqlite).find("NOCREAT=1"), std::string::npos);
 }
 
+TEST(Address, RowsOfPostgreSqlAreReadByACursorOfTheServer) {
+  const Address postgres = ReadAddress("postgresql://tamlo@/tamlo");
+  EXPECT_EQ(postgres.connection.find("FETCH"), std::string::npos);
+  EXPECT_EQ(StreamingConnection(postgres), postgres.connection + ";USEDECLAREFETCH=1;FETCH=2000");
+  const Address maria = ReadAddress("mariadb://tamlo@/tamlo");
+  EXPECT_EQ(StreamingConnection(maria), maria.connection);
+}
+
 TEST(Address, UrlsOfServers) {
   const Address maria = ReadAddress("mariadb://a%40b@db.example:3307/base%20deux");
   EXPECT_EQ(maria.engine, Engine::kMariaDb);
