@@ -14,9 +14,9 @@ bool HasColumns(const ado::Recordset& rows, const PlannedTable& table) {
 }
 
 std::string QueryOf(const schema::Dialect& dialect, const PlannedTable& table) {
-  std::string columns;
-  for (const PlannedColumn& column : table.columns) columns += (columns.empty() ? "" : ", ") + schema::Quoted(dialect, column.name);
-  std::string query = "SELECT " + columns + " FROM " + schema::Quoted(dialect, table.name);
+  std::vector<std::string> names;
+  for (const PlannedColumn& column : table.columns) names.push_back(column.name);
+  std::string query = "SELECT " + ColumnList(dialect, names) + " FROM " + schema::Quoted(dialect, table.name);
   // A file gives its rows as they lie in it.
   if (dialect.engine == schema::Engine::kAccess) return query;
   for (std::size_t i = 0; i < table.order.size(); ++i) query += (i == 0 ? " ORDER BY " : ", ") + schema::Quoted(dialect, table.order[i]);
@@ -24,6 +24,16 @@ std::string QueryOf(const schema::Dialect& dialect, const PlannedTable& table) {
 }
 
 }  // namespace
+
+std::string ColumnList(const schema::Dialect& dialect, const std::vector<std::string>& names) {
+  std::string list;
+  for (const std::string& name : names) {
+    list += (list.empty() ? "" : ", ") + schema::Quoted(dialect, name);
+    if (dialect.engine == schema::Engine::kSqlite && name.find('.') != std::string::npos)
+      list += " AS tamlo_column_" + std::to_string(&name - names.data());
+  }
+  return list;
+}
 
 ado::Recordset OpenRows(const Source& source, const PlannedTable& table) {
   ado::Recordset rows;

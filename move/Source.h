@@ -13,6 +13,10 @@ struct Source {
   ado::Connection& connection;
 };
 
+/// What stands behind SELECT for columns that are found by their places. SQLite's driver takes what stands before a point in a name for that of a
+/// table: such a column gets another name in the query.
+[[nodiscard]] std::string ColumnList(const schema::Dialect& dialect, const std::vector<std::string>& names);
+
 /// The rows of a table, its columns in the order of the plan, forward only; in the same order each time as long as nobody changes them.
 [[nodiscard]] ado::Recordset OpenRows(const Source& source, const PlannedTable& table);
 

@@ -104,6 +104,7 @@ class Sqlite {
   void Relations();
   void Indexes();
   void Views();
+  [[nodiscard]] bool HoldsNulls(const Table& table, const Index& key) const;
   void AddColumn(Table& table, const Answer& answer);
   void AddIndex(Table& table, const std::string& name, bool unique, bool made, const std::string& sql);
   Type TypeOf(const Table& table, const std::string& column, const Declared& declared);
@@ -293,6 +294,19 @@ void Sqlite::Relations() {
   }
 }
 
+/// Whether rows have no value in a column of the key: SQLite takes them where NOT NULL is not said.
+bool Sqlite::HoldsNulls(const Table& table, const Index& key) const {
+  if (!reading_.LooksAtValues()) return false;
+  std::string condition;
+  for (const IndexPart& part : key.parts) {
+    const Column* column = FindColumn(table, part.column);
+    if (column == nullptr || column->required) continue;
+    condition += (condition.empty() ? "" : " OR ") + Name(part.column) + " IS NULL";
+  }
+  if (condition.empty()) return false;
+  return reading_.Ask("SELECT EXISTS (SELECT 1 FROM " + Name(table.name) + " WHERE " + condition + ")").at(0).Truth(0);
+}
+
 void Sqlite::Indexes() {
   for (Table& table : reading_.Read().tables) {
     auto& key = keys_[table.name];
@@ -300,6 +314,11 @@ void Sqlite::Indexes() {
     if (!key.empty()) {
       Index index{.name = "PrimaryKey", .parts = {}, .primary = true, .unique = true, .ignoreNulls = false, .required = true};
       for (const auto& [place, column] : key) index.parts.push_back({column, false});
+      if (HoldsNulls(table, index)) {
+        index.name = "primary_key";
+        index.primary = index.required = false;
+        reading_.Lost(table.name, {}, "has nulls in its primary key, which SQLite alone takes: becomes a unique index");
+      }
       table.indexes.push_back(std::move(index));
     }
     for (const Answer& answer :
