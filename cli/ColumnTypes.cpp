@@ -15,6 +15,7 @@ namespace tamlo::cli {
 namespace {
 
 constexpr int kMostDigits = 28;
+constexpr int kDigitsOfBig = 18;  // which any number of 64 bits holds
 constexpr std::uint16_t kLongestText = 255;
 
 bool IsPlainMoment(const std::string& text, const Reading& reading) {
@@ -63,8 +64,9 @@ void TypeGuess::SeeDecimal(const std::string& text) {
   decimal_ = digits_ <= kMostDigits;
 }
 
-jet::ColumnDef TypeGuess::Column(const std::string& name) const {
-  jet::ColumnDef column;
+WantedColumn TypeGuess::Column(const std::string& name, bool big) const {
+  WantedColumn wanted;
+  jet::ColumnDef& column = wanted.column;
   column.name = name;
   column.size = kLongestText;
   column.allowZeroLength = true;
@@ -76,6 +78,7 @@ jet::ColumnDef TypeGuess::Column(const std::string& name) const {
     column.type = jet::ColumnType::kNumeric;
     column.precision = static_cast<std::uint8_t>(std::max(18, digits_));
     column.scale = static_cast<std::uint8_t>(scale_);
+    wanted.big = big && scale_ == 0 && digits_ <= kDigitsOfBig;
   } else if (any_ && real_) {
     column.type = jet::ColumnType::kDouble;
   } else if (any_ && moment_) {
@@ -85,10 +88,10 @@ jet::ColumnDef TypeGuess::Column(const std::string& name) const {
   } else if (length_ > kLongestText) {
     column.type = jet::ColumnType::kMemo;
   }
-  return column;
+  return wanted;
 }
 
-std::optional<jet::ColumnDef> TypeNamed(std::string_view text) {
+std::optional<WantedColumn> TypeNamed(std::string_view text, const TypeLimits& limits) {
   const std::string lower = base::LowerName(text);
   const auto open = lower.find('(');
   const std::string word = lower.substr(0, open);
@@ -111,18 +114,31 @@ std::optional<jet::ColumnDef> TypeNamed(std::string_view text) {
     int most;
   };
   using Type = jet::ColumnType;
-  constexpr std::array kWords{
-      Word{"boolean", Type::kBoolean, 0, 0}, Word{"byte", Type::kByte, 0, 0},         Word{"integer", Type::kInteger, 0, 0},
-      Word{"long", Type::kLong, 0, 0},       Word{"counter", Type::kLong, 0, 0},      Word{"single", Type::kSingle, 0, 0},
-      Word{"double", Type::kDouble, 0, 0},   Word{"currency", Type::kCurrency, 0, 0}, Word{"date", Type::kDate, 0, 0},
-      Word{"memo", Type::kMemo, 0, 0},       Word{"ole", Type::kOle, 0, 0},           Word{"guid", Type::kGuid, 0, 0},
-      Word{"text", Type::kText, 1, 255},     Word{"binary", Type::kBinary, 1, 510},   Word{"decimal", Type::kNumeric, 2, 28}};
+  const std::array kWords{Word{"boolean", Type::kBoolean, 0, 0},
+                          Word{"byte", Type::kByte, 0, 0},
+                          Word{"integer", Type::kInteger, 0, 0},
+                          Word{"long", Type::kLong, 0, 0},
+                          Word{"big", Type::kNumeric, 0, 0},
+                          Word{"counter", Type::kLong, 0, 0},
+                          Word{"single", Type::kSingle, 0, 0},
+                          Word{"double", Type::kDouble, 0, 0},
+                          Word{"currency", Type::kCurrency, 0, 0},
+                          Word{"date", Type::kDate, 0, 0},
+                          Word{"memo", Type::kMemo, 0, 0},
+                          Word{"ole", Type::kOle, 0, 0},
+                          Word{"guid", Type::kGuid, 0, 0},
+                          Word{"text", Type::kText, 1, limits.text},
+                          Word{"binary", Type::kBinary, 1, limits.binary},
+                          Word{"decimal", Type::kNumeric, 2, limits.digits}};
   for (const Word& known : kWords) {
     if (word != known.name || sizes.size() != known.sizes) continue;
-    jet::ColumnDef column;
+    WantedColumn wanted;
+    jet::ColumnDef& column = wanted.column;
     column.type = known.type;
     column.allowZeroLength = true;
     column.autoNumber = word == "counter";
+    wanted.big = word == "big";
+    if (wanted.big && !limits.big) return std::nullopt;
     if (known.sizes > 0 && (sizes[0] < 1 || sizes[0] > known.most)) return std::nullopt;
     if (known.sizes == 1) column.size = static_cast<std::uint16_t>(sizes[0]);
     if (known.sizes == 2) {
@@ -130,13 +146,13 @@ std::optional<jet::ColumnDef> TypeNamed(std::string_view text) {
       column.precision = static_cast<std::uint8_t>(sizes[0]);
       column.scale = static_cast<std::uint8_t>(sizes[1]);
     }
-    return column;
+    return wanted;
   }
   return std::nullopt;
 }
 
-std::vector<jet::ColumnDef> ReadTypes(const std::string& text) {
-  std::vector<jet::ColumnDef> columns;
+std::vector<WantedColumn> ReadTypes(const std::string& text, const TypeLimits& limits) {
+  std::vector<WantedColumn> columns;
   for (std::size_t at = 0; at < text.size();) {
     // Commas between parentheses belong to a type.
     std::size_t end = at;
@@ -144,9 +160,9 @@ std::vector<jet::ColumnDef> ReadTypes(const std::string& text) {
       depth += text[end] == '(' ? 1 : text[end] == ')' ? -1 : 0;
     const std::string one = text.substr(at, end - at);
     const auto equals = one.rfind('=');
-    auto column = equals == std::string::npos ? std::nullopt : TypeNamed(std::string_view(one).substr(equals + 1));
+    auto column = equals == std::string::npos ? std::nullopt : TypeNamed(std::string_view(one).substr(equals + 1), limits);
     if (!column) throw Failure(Status::kUsage, Say(Said::kUnknownType, {one}));
-    column->name = one.substr(0, equals);
+    column->column.name = one.substr(0, equals);
     columns.push_back(std::move(*column));
     at = end + 1;
   }

@@ -1,35 +1,24 @@
-// import: the rows of a text file into a table of an Access file, all or none.
+// import: the rows of a text file into a table, all or none.
 #include <CLI/Option.hpp>
 #include <algorithm>
+#include <filesystem>
 #include <map>
 #include <memory>
 
 #include "base/Case.h"
-#include "base/Utf8.h"
-#include "cli/ColumnTypes.h"
+#include "base/FilePath.h"
 #include "cli/Commands.h"
+#include "cli/Import.h"
 #include "cli/Messages.h"
 #include "cli/Output.h"
-#include "cli/Source.h"
-#include "jet/sql/Session.h"
-#include "jet/table/Table.h"
-#include "jet/value/Text.h"
 
 namespace tamlo::cli {
 namespace {
 
-struct Asked {
-  std::string database;
-  std::string table;
-  std::string file;
-  bool create = false;
-  std::string types;
-  std::vector<std::string> renamed;  ///< "Header=Column"
+struct Asked : ImportAsked {
   std::string words;
   std::string delimiter;
   std::string bytes = "hex";
-  RecordOptions records;
-  Reading reading;
 };
 
 /// The two sides of a "=" or ",": where there is none, nothing on the right.
@@ -56,8 +45,34 @@ void ReadOptions(Asked& asked) {
                                                                                              : "csv";
 }
 
-/// The names of the columns that the file's are meant for.
-std::vector<std::string> ColumnNames(const Records& records, const Asked& asked) {
+std::int64_t Import(const ImportAsked& asked) {
+  const auto address = AddressOf(asked.database);
+  if (address.engine == schema::Engine::kAccess) return ImportIntoFile(*OpenFile(asked.database, true), asked);
+  std::error_code ignored;
+  // A file of SQLite that is not there is made for a table that is made, and not left behind when it is not.
+  const bool isNew = !address.file.empty() && !std::filesystem::exists(base::FilePath(address.file), ignored);
+  if (isNew && !asked.create) throw Failure(Status::kCannotOpen, Say(Said::kCannotOpen, {address.shown, Say(Said::kNoFile)}));
+  try {
+    Opened opened = Open(asked.database, *asked.login, Access::kWrite);
+    return ImportIntoServer(opened, asked);
+  } catch (...) {
+    const bool isEmpty = isNew && std::filesystem::file_size(base::FilePath(address.file), ignored) == 0;
+    if (isEmpty) std::filesystem::remove(base::FilePath(address.file), ignored);
+    throw;
+  }
+}
+
+void Run(Asked& asked) {
+  ReadOptions(asked);
+  const std::int64_t rows = Import(asked);
+  Output output;
+  output.Text() = Say(Said::kRowsAffected, {std::to_string(rows)}) + '\n';
+  output.Close();
+}
+
+}  // namespace
+
+std::vector<std::string> ColumnNames(const Records& records, const ImportAsked& asked) {
   std::map<std::string, std::string> renamed;
   for (const auto& pair : asked.renamed) {
     const auto [from, to] = Cut(pair, '=');
@@ -77,129 +92,34 @@ std::vector<std::string> ColumnNames(const Records& records, const Asked& asked)
   return names;
 }
 
-/// A table for all values of the file, its types guessed where none is given.
-jet::TableSpec NewTable(const Asked& asked) {
+std::vector<WantedColumn> NewColumns(const ImportAsked& asked, const TypeLimits& limits) {
   const auto records = OpenRecords(asked.file, asked.records);
   const auto names = ColumnNames(*records, asked);
   std::vector<TypeGuess> guesses(names.size(), TypeGuess(asked.reading));
   for (std::vector<Cell> cells; records->Next(cells);)
     for (std::size_t i = 0; i < cells.size(); ++i) guesses[i].See(cells[i]);
-  jet::TableSpec spec{.name = asked.table, .columns = {}, .indexes = {}, .properties = {}, .flags = 0};
-  for (std::size_t i = 0; i < names.size(); ++i) spec.columns.push_back(guesses[i].Column(names[i]));
-  for (const auto& given : ReadTypes(asked.types)) {
-    const auto place =
-        std::find_if(spec.columns.begin(), spec.columns.end(), [&](const auto& column) { return base::SameName(column.name, given.name); });
-    if (place == spec.columns.end()) throw Failure(Status::kUsage, Say(Said::kNoHeader, {asked.file, given.name}));
-    const std::string name = place->name;
+  std::vector<WantedColumn> columns;
+  for (std::size_t i = 0; i < names.size(); ++i) columns.push_back(guesses[i].Column(names[i], limits.big));
+  for (const auto& given : ReadTypes(asked.types, limits)) {
+    const auto place = std::find_if(columns.begin(), columns.end(),
+                                    [&](const auto& wanted) { return base::SameName(wanted.column.name, given.column.name); });
+    if (place == columns.end()) throw Failure(Status::kUsage, Say(Said::kNoHeader, {asked.file, given.column.name}));
+    const std::string name = place->column.name;
     *place = given;
-    place->name = name;
+    place->column.name = name;
   }
-  return spec;
+  return columns;
 }
 
-/// Writes the rows of one file.
-class Import {
- public:
-  Import(jet::Database& file, const Asked& asked)
-      : asked_(asked), table_(file.OpenTable(asked.table)), records_(OpenRecords(asked.file, asked.records)) {
-    for (const auto& name : ColumnNames(*records_, asked)) {
-      const auto place = table_.FindColumn(name);
-      if (!place) throw Failure(Status::kFailed, Say(Said::kNoColumnForHeader, {table_.Name(), name, asked.file}));
-      places_.push_back(*place);
-    }
-    jet::sql::Session session(file);
-    for (auto& initial : session.Defaults(*session.FindTable(asked.table)))
-      if (std::find(places_.begin(), places_.end(), initial.first) == places_.end()) defaults_.push_back(std::move(initial));
-  }
-
-  std::int64_t Run() {
-    std::int64_t rows = 0;
-    std::vector<jet::Value> values(places_.size());
-    std::vector<jet::Assignment> row;
-    for (std::size_t i = 0; i < values.size(); ++i) row.push_back({.column = places_[i], .value = &values[i], .source = nullptr});
-    for (const auto& [column, value] : defaults_) row.push_back({.column = column, .value = &value, .source = nullptr});
-    for (std::vector<Cell> cells; records_->Next(cells); ++rows) {
-      for (std::size_t i = 0; i < cells.size(); ++i) values[i] = Value(cells[i], places_[i]);
-      try {
-        table_.Insert(row);
-      } catch (const jet::Error& error) {
-        Refuse(error.what());
-      }
-    }
-    return rows;
-  }
-
- private:
-  jet::Value Value(const Cell& cell, std::size_t place) const {
-    const jet::ColumnDef& column = table_.Columns()[place];
-    auto value = ValueOf(cell, column, asked_.reading);
-    if (!value) Refuse(Say(Said::kNoValueOf, {column.name, std::string(base::FirstCharacters(cell.text, 40)), TypeWord(column)}));
-    if (column.type == jet::ColumnType::kText && !value->IsNull() && jet::CountUtf16(cell.text) > column.size)
-      Refuse(Say(Said::kTooLong, {column.name, std::string(base::FirstCharacters(cell.text, 40)), std::to_string(column.size)}));
-    return std::move(*value);
-  }
-  static std::string TypeWord(const jet::ColumnDef& column) {
-    using Type = jet::ColumnType;
-    switch (column.type) {
-      case Type::kBoolean:
-        return "boolean";
-      case Type::kByte:
-        return "byte";
-      case Type::kInteger:
-        return "integer";
-      case Type::kLong:
-        return "long";
-      case Type::kCurrency:
-        return "currency";
-      case Type::kSingle:
-        return "single";
-      case Type::kDouble:
-        return "double";
-      case Type::kDate:
-        return "date";
-      case Type::kGuid:
-        return "guid";
-      case Type::kNumeric:
-        return "decimal(" + std::to_string(column.precision) + "," + std::to_string(column.scale) + ")";
-      default:
-        return "binary";
-    }
-  }
-  [[noreturn]] void Refuse(const std::string& why) const {
-    throw Failure(Status::kFailed, Say(Said::kAtLine, {asked_.file, std::to_string(records_->Line()), why}));
-  }
-
-  const Asked& asked_;
-  jet::Table& table_;
-  std::unique_ptr<Records> records_;
-  std::vector<std::size_t> places_;
-  std::vector<std::pair<std::size_t, jet::Value>> defaults_;
-};
-
-void Run(Asked& asked) {
-  ReadOptions(asked);
-  const auto file = OpenFile(asked.database, true);
-  jet::Transaction transaction(*file);
-  if (asked.create) {
-    if (file->FindObject(asked.table) != nullptr) throw Failure(Status::kFailed, Say(Said::kExistsAlready, {asked.table}));
-    file->CreateTable(NewTable(asked));
-  } else {
-    const auto* object = file->FindObject(asked.table);
-    if (object == nullptr || object->kind != jet::ObjectKind::kTable) throw Failure(Status::kUsage, Say(Said::kNoSuchTable, {asked.table}));
-  }
-  const std::int64_t rows = Import(*file, asked).Run();
-  transaction.Commit();
-  Output output;
-  output.Text() = Say(Said::kRowsAffected, {std::to_string(rows)}) + '\n';
-  output.Close();
+void RefuseRow(const ImportAsked& asked, std::int64_t line, const std::string& why) {
+  throw Failure(Status::kFailed, Say(Said::kAtLine, {asked.file, std::to_string(line), why}));
 }
-
-}  // namespace
 
 void AddImport(CLI::App& app, Status&) {
   const auto asked = std::make_shared<Asked>();
   CLI::App* command = app.add_subcommand("import", Say(Said::kImport));
   command->add_option("DB", asked->database, Say(Said::kDatabase))->required();
+  asked->login = AddLogin(*command);
   command->add_option("TABLE", asked->table, Say(Said::kIntoTable))->required();
   command->add_option("FILE", asked->file, Say(Said::kTextFile))->required();
   command->add_flag("--create", asked->create, Say(Said::kCreate));

@@ -40,10 +40,10 @@ constexpr std::array kTexts{
     Text{Said::kCreate, "Make the table, with types that are found in the file", "Crée la table, avec des types trouvés dans le fichier"},
     Text{
         Said::kTypes,
-        "Types for --create: NAME=TYPE,NAME=TYPE with boolean, byte, integer, long, counter, single, double, currency, "
+        "Types for --create: NAME=TYPE,NAME=TYPE with boolean, byte, integer, long, big (not in Access), counter, single, double, currency, "
         "decimal(p,s), date, text(n), memo, binary(n), ole, guid",
-        "Types pour --create : NOM=TYPE,NOM=TYPE avec boolean, byte, integer, long, counter, single, double, currency, decimal(p,s), date, "
-        "text(n), memo, binary(n), ole, guid"},
+        "Types pour --create : NOM=TYPE,NOM=TYPE avec boolean, byte, integer, long, big (sauf Access), counter, single, double, currency, decimal(p,s), "
+        "date, text(n), memo, binary(n), ole, guid"},
     Text{Said::kMap, "Other names for the file's columns: HEADER=COLUMN,HEADER=COLUMN",
          "Autres noms des colonnes du fichier : ENTETE=COLONNE,ENTETE=COLONNE"},
     Text{Said::kImportFormat, "csv, tsv or jsonl; else by the end of the file's name",
@@ -233,6 +233,21 @@ constexpr std::array kTexts{
          "Ce qui est dans %1 est validé ; la même ligne avec --resume continue"},
     Text{Said::kCountsDiffer, "table %1: %2 rows were copied, %3 are there", "table %1 : %2 lignes copiées, %3 présentes"},
     Text{Said::kRowsRefused, "%1 rows were refused", "%1 lignes refusées"},
+    Text{Said::kKeepsRows, "the table %1 is of the engine %2, which keeps no transactions: all rows or none cannot be had",
+         "la table %1 est du moteur %2, sans transactions : toutes les lignes ou aucune n'est pas possible"},
+    Text{Said::kTableDropped, "the table %1, which was made for them, is dropped again", "la table %1, créée pour elles, est supprimée"},
+    Text{Said::kTableStays, "the table %1, which was made for them, is still there: %2",
+         "la table %1, créée pour elles, est toujours là : %2"},
+    Text{Said::kLossTooLong, "texts longer than their column on %1, which refuses their rows",
+         "des textes plus longs que leur colonne sur %1, qui refuse leurs lignes"},
+    Text{Said::kLossRange, "numbers beyond those of their column on %1, which refuses their rows",
+         "des nombres hors de ceux de leur colonne sur %1, qui refuse leurs lignes"},
+    Text{Said::kLossOtherType, "values that are none of the column's type; their rows are refused",
+         "des valeurs qui ne sont pas du type de la colonne ; leurs lignes sont refusées"},
+    Text{Said::kLossRowSize, "rows of more bytes than %1 holds beside long texts, which it refuses",
+         "des lignes de plus d'octets que %1 n'en tient hors des textes longs, et qu'il refuse"},
+    Text{Said::kFileTooLarge, "about %1 bytes of values, and no Access file holds more than 2 GB",
+         "environ %1 octets de valeurs, et aucun fichier Access n'en tient plus de 2 Go"},
 };
 
 }  // namespace

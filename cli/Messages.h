@@ -179,6 +179,14 @@ enum class Said {
   kResumable,
   kCountsDiffer,
   kRowsRefused,
+  kKeepsRows,
+  kTableDropped,
+  kTableStays,
+  kLossTooLong,
+  kLossRange,
+  kLossOtherType,
+  kLossRowSize,
+  kFileTooLarge,
 };
 
 /// The text, "%1", "%2"... in it replaced by the arguments.

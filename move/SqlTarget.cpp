@@ -45,24 +45,12 @@ class ByStatements final : public Target {
   ado::Connection& connection_;
 };
 
-/// Values are taken as they are or refused, moments are those of the source, and relations are looked at when all rows are there.
-std::vector<std::string> SettingsOf(Engine engine) {
-  switch (engine) {
-    case Engine::kMariaDb:
-      return {"SET SESSION sql_mode = 'STRICT_ALL_TABLES,NO_AUTO_VALUE_ON_ZERO,NO_ENGINE_SUBSTITUTION,ERROR_FOR_DIVISION_BY_ZERO'",
-              "SET SESSION time_zone = '+00:00'"};
-    case Engine::kPostgreSql:
-      // A commit that a failing machine takes back takes the count of its rows with it.
-      return {"SET TIME ZONE 'UTC'", "SET synchronous_commit = off", "SET client_min_messages = warning"};
-    case Engine::kSqlite:
-      return {"PRAGMA foreign_keys = OFF"};
-    default:
-      return {};
-  }
-}
-
 void ByStatements::Prepare() {
-  for (const std::string& setting : SettingsOf(dialect_.engine)) connection_.Execute(setting);
+  for (const std::string& setting : ExactSettings(dialect_.engine)) connection_.Execute(setting);
+  // A commit that a failing machine takes back takes the count of its rows with it.
+  if (dialect_.engine == Engine::kPostgreSql) connection_.Execute("SET synchronous_commit = off");
+  // Relations are looked at when all rows are there.
+  if (dialect_.engine == Engine::kSqlite) connection_.Execute("PRAGMA foreign_keys = OFF");
 }
 
 std::vector<std::string> ByStatements::Tables() {
@@ -118,6 +106,18 @@ std::vector<schema::Finding> ByStatements::Orphans() {
 
 bool Target::SameName(const std::string& left, const std::string& right) const {
   return Dialect().engine == Engine::kPostgreSql ? left == right : base::SameName(left, right);
+}
+
+std::vector<std::string> ExactSettings(Engine engine) {
+  switch (engine) {
+    case Engine::kMariaDb:
+      return {"SET SESSION sql_mode = 'STRICT_ALL_TABLES,NO_AUTO_VALUE_ON_ZERO,NO_ENGINE_SUBSTITUTION,ERROR_FOR_DIVISION_BY_ZERO'",
+              "SET SESSION time_zone = '+00:00'"};
+    case Engine::kPostgreSql:
+      return {"SET TIME ZONE 'UTC'", "SET client_min_messages = warning"};
+    default:
+      return {};
+  }
 }
 
 std::unique_ptr<Target> SqlTarget(Engine engine, ado::Connection& connection) { return std::make_unique<ByStatements>(engine, connection); }

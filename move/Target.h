@@ -41,6 +41,9 @@ class Target {
   [[nodiscard]] bool SameName(const std::string& left, const std::string& right) const;
 };
 
+/// The statements that make a session take values as they are or refuse them, and moments in UTC.
+[[nodiscard]] std::vector<std::string> ExactSettings(schema::Engine engine);
+
 /// A target that statements make. The connection must outlive it.
 [[nodiscard]] std::unique_ptr<Target> SqlTarget(schema::Engine engine, ado::Connection& connection);
 

@@ -50,16 +50,6 @@ Kind KindOf(jet::ColumnType type) {
   throw jet::Error(jet::ErrorCode::kUnsupported, "a column type that is not known: " + std::to_string(static_cast<int>(type)));
 }
 
-Type TypeOf(const jet::ColumnDef& column) {
-  Type type{.kind = KindOf(column.type)};
-  if (type.kind == Kind::kText || type.kind == Kind::kBinary) type.length = column.size;
-  if (type.kind == Kind::kDecimal) {
-    type.precision = column.precision;
-    type.scale = column.scale;
-  }
-  return type;
-}
-
 /// The text of a property of that name; empty when there is none.
 std::string PropertyText(const std::vector<jet::Property>& properties, std::string_view name) {
   for (const auto& property : properties)
@@ -210,6 +200,16 @@ void SortByName(std::vector<Named>& named) {
 }
 
 }  // namespace
+
+Type TypeOf(const jet::ColumnDef& column) {
+  Type type{.kind = KindOf(column.type)};
+  if (type.kind == Kind::kText || type.kind == Kind::kBinary) type.length = column.size;
+  if (type.kind == Kind::kDecimal) {
+    type.precision = column.precision;
+    type.scale = column.scale;
+  }
+  return type;
+}
 
 Default ReadDefault(const std::string& expression, Kind kind) {
   std::string text = Trimmed(expression);

@@ -3,8 +3,8 @@
 #include <array>
 
 #include "base/Case.h"
-#include "base/Numbers.h"
 #include "schema/DdlWriter.h"
+#include "schema/DeclaredType.h"
 #include "schema/Reading.h"
 #include "schema/SqlDefault.h"
 
@@ -44,25 +44,6 @@ constexpr std::array<PlainType, 22> kPlainTypes{
      {"timestamptz", Kind::kMoment, "is a moment of the world: becomes one of UTC"},
      {"time", Kind::kMoment, "is a time without a day: becomes a moment of the first day, or a text"}}};
 
-/// "character varying(50)" as its name and what stands between the parentheses.
-struct Declared {
-  std::string full;
-  std::string name;
-  int first = 0, second = 0;
-  bool sized = false;
-  explicit Declared(const std::string& text) : full(text), name(text) {
-    const auto open = text.find('(');
-    if (open == std::string::npos) return;
-    const auto close = text.find(')', open);
-    const std::string inside = text.substr(open + 1, close - open - 1);
-    const auto comma = inside.find(',');
-    first = base::ReadWhole<int>(std::string_view(inside).substr(0, comma)).value_or(0);
-    if (comma != std::string::npos) second = base::ReadWhole<int>(std::string_view(inside).substr(comma + 1)).value_or(0);
-    sized = true;
-    name = text.substr(0, open) + text.substr(close + 1);
-  }
-};
-
 class PostgreSql {
  public:
   PostgreSql(ado::Connection& connection, const ReadOptions& options) : reading_(connection, Engine::kPostgreSql, options) {}
@@ -90,7 +71,7 @@ class PostgreSql {
   void Others();
   void AddColumn(Table& table, const Answer& answer);
   Type TypeOf(const Table& table, Column& column, const Answer& answer);
-  Type MomentType(const Table& table, const std::string& column, const Declared& declared, const PlainType& plain);
+  Type MomentType(const Table& table, const std::string& column, const DeclaredType& declared, const PlainType& plain);
   Type FreeNumber(const Table& table, const std::string& column);
   void ReadCounter(Column& column, const Answer& answer);
   void AddIndex(const Answer& answer);
@@ -148,7 +129,7 @@ void PostgreSql::AddColumn(Table& table, const Answer& answer) {
 }
 
 Type PostgreSql::TypeOf(const Table& table, Column& column, const Answer& answer) {
-  const Declared declared(answer[2]);
+  const DeclaredType declared(answer[2]);
   const auto lost = [&](std::string_view text) { reading_.Lost(table.name, column.name, std::string(text)); };
   if (declared.sized && (declared.name == "character varying" || declared.name == "character"))
     return {.kind = Kind::kText, .length = declared.first};
@@ -185,7 +166,7 @@ Type PostgreSql::TypeOf(const Table& table, Column& column, const Answer& answer
   return {.kind = Kind::kMemo};
 }
 
-Type PostgreSql::MomentType(const Table& table, const std::string& column, const Declared& declared, const PlainType& plain) {
+Type PostgreSql::MomentType(const Table& table, const std::string& column, const DeclaredType& declared, const PlainType& plain) {
   const std::string name = Name(column);
   const Type asText{.kind = Kind::kText, .length = 40};
   if (!plain.finding.empty()) reading_.Lost(table.name, column, std::string(plain.finding));
