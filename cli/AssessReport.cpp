@@ -78,15 +78,19 @@ struct LossName {
   Said said;
 };
 
-constexpr std::array<LossName, 9> kLosses{{{Loss::kFinerThanMilliseconds, "finer-than-milliseconds", Said::kLossFiner},
-                                           {Loss::kNoDay, "no-day", Said::kLossNoDay},
-                                           {Loss::kNotANumber, "nan", Said::kLossNaN},
-                                           {Loss::kInfinite, "infinity", Said::kLossInfinity},
-                                           {Loss::kNegativeZero, "negative-zero", Said::kLossZero},
-                                           {Loss::kNul, "nul", Said::kLossNul},
-                                           {Loss::kEmptyText, "empty-text", Said::kLossEmpty},
-                                           {Loss::kEqualKeys, "equal-keys", Said::kLossEqual},
-                                           {Loss::kNoParent, "no-parent", Said::kLossParent}}};
+constexpr std::array<LossName, 13> kLosses{{{Loss::kFinerThanMilliseconds, "finer-than-milliseconds", Said::kLossFiner},
+                                            {Loss::kNoDay, "no-day", Said::kLossNoDay},
+                                            {Loss::kNotANumber, "nan", Said::kLossNaN},
+                                            {Loss::kInfinite, "infinity", Said::kLossInfinity},
+                                            {Loss::kNegativeZero, "negative-zero", Said::kLossZero},
+                                            {Loss::kNul, "nul", Said::kLossNul},
+                                            {Loss::kEmptyText, "empty-text", Said::kLossEmpty},
+                                            {Loss::kEqualKeys, "equal-keys", Said::kLossEqual},
+                                            {Loss::kNoParent, "no-parent", Said::kLossParent},
+                                            {Loss::kTooLong, "too-long", Said::kLossTooLong},
+                                            {Loss::kOutOfRange, "out-of-range", Said::kLossRange},
+                                            {Loss::kOtherType, "other-type", Said::kLossOtherType},
+                                            {Loss::kRowSize, "row-size", Said::kLossRowSize}}};
 
 }  // namespace
 

@@ -1,25 +1,23 @@
 #include "cli/Assessment.h"
 
 #include <algorithm>
-#include <cmath>
 #include <map>
 #include <optional>
 #include <unordered_set>
 
 #include "base/Case.h"
-#include "base/MomentText.h"
 #include "base/Utf8.h"
+#include "cli/AssessRows.h"
 #include "cli/EngineTexts.h"
 #include "cli/Format.h"
 #include "cli/Messages.h"
-#include "jet/table/Table.h"
-#include "schema/ReadAccess.h"
+#include "cli/ServerRows.h"
+#include "schema/AccessPlan.h"
 
 namespace tamlo::cli {
 namespace {
 
 using schema::Engine;
-using Row = std::vector<jet::Value>;
 
 std::string Beginning(const jet::Value& value) {
   std::string text;
@@ -52,43 +50,6 @@ std::uint64_t SizeOf(const jet::Value& value) {
   }
 }
 
-std::optional<Loss> LossOfMoment(double serial) {
-  std::string text;
-  if (!base::AppendMomentText(text, serial)) return Loss::kNoDay;
-  constexpr double kMillisecondsADay = 86400000.0;
-  return std::round(serial * kMillisecondsADay) / kMillisecondsADay == serial ? std::nullopt : std::optional(Loss::kFinerThanMilliseconds);
-}
-
-std::optional<Loss> LossOfNumber(double number, Engine engine) {
-  const bool noInfinities = engine == Engine::kMariaDb || engine == Engine::kSqlServer;
-  if (std::isnan(number)) return noInfinities || engine == Engine::kSqlite ? std::optional(Loss::kNotANumber) : std::nullopt;
-  if (std::isinf(number)) return noInfinities ? std::optional(Loss::kInfinite) : std::nullopt;
-  const bool plainZero = engine == Engine::kMariaDb || engine == Engine::kSqlite;
-  return plainZero && number == 0 && std::signbit(number) ? std::optional(Loss::kNegativeZero) : std::nullopt;
-}
-
-std::optional<Loss> LossOfText(const std::string& text, Engine engine) {
-  if (text.empty()) return engine == Engine::kOracle ? std::optional(Loss::kEmptyText) : std::nullopt;
-  // SQLite's driver ends a text there when it reads it back.
-  const bool endsThere = engine == Engine::kPostgreSql || engine == Engine::kSqlite;
-  return endsThere && text.find('\0') != std::string::npos ? std::optional(Loss::kNul) : std::nullopt;
-}
-
-std::optional<Loss> LossOf(const jet::Value& value, Engine engine) {
-  switch (value.Type()) {
-    case jet::ValueType::kDate:
-      return engine == Engine::kAccess ? std::nullopt : LossOfMoment(value.AsDate().serial);
-    case jet::ValueType::kSingle:
-      return LossOfNumber(static_cast<double>(value.AsSingle()), engine);
-    case jet::ValueType::kDouble:
-      return LossOfNumber(value.AsDouble(), engine);
-    case jet::ValueType::kText:
-      return LossOfText(value.AsText(), engine);
-    default:
-      return std::nullopt;
-  }
-}
-
 /// What is seen, by where and what.
 class Sightings {
  public:
@@ -110,23 +71,23 @@ class Sightings {
 class Key {
  public:
   /// Of columns that the table does not have nothing is made.
-  Key(jet::Table& table, const std::vector<std::string>& columns, Engine engine) : engine_(engine) {
-    for (const auto& column : columns) {
-      const auto place = table.FindColumn(column);
-      if (!place) continue;
-      const auto type = table.Columns()[*place].type;
-      hasText_ = hasText_ || type == jet::ColumnType::kText || type == jet::ColumnType::kMemo;
-      places_.push_back(*place);
-      names_ += (names_.empty() ? "" : ", ") + column;
+  Key(const schema::Table& table, const std::vector<std::string>& columns, Engine engine) : engine_(engine) {
+    for (const auto& name : columns) {
+      const auto column = std::find_if(table.columns.begin(), table.columns.end(),
+                                       [&, &wanted = name](const schema::Column& one) { return base::SameName(one.name, wanted); });
+      if (column == table.columns.end()) continue;
+      hasText_ = hasText_ || column->type.kind == schema::Kind::kText || column->type.kind == schema::Kind::kMemo;
+      places_.push_back(static_cast<std::size_t>(column - table.columns.begin()));
+      names_ += (names_.empty() ? "" : ", ") + name;
     }
     whole_ = places_.size() == columns.size() && !places_.empty();
   }
   /// True when one of them is a text: other values are equal everywhere alike.
   [[nodiscard]] bool HasText() const noexcept { return whole_ && hasText_; }
   [[nodiscard]] const std::string& Names() const noexcept { return names_; }
-  [[nodiscard]] const std::vector<std::size_t>& Places() const noexcept { return places_; }
+  [[nodiscard]] const jet::Value& FirstIn(const AssessedRow& row) const { return row[places_[0]]; }
   /// Nothing when one of the values is null: such keys are equal to none.
-  [[nodiscard]] std::optional<std::string> Of(const Row& row) const {
+  [[nodiscard]] std::optional<std::string> Of(const AssessedRow& row) const {
     std::string key;
     for (const std::size_t place : places_) {
       if (row[place].IsNull()) return std::nullopt;
@@ -151,72 +112,113 @@ struct UniqueKey {
   std::unordered_set<std::string> met;
 };
 
-std::vector<UniqueKey> UniqueKeys(jet::Table& file, const schema::Table& table, Engine engine) {
+/// Looks at every row of a database on its way to an engine.
+class Assessor {
+ public:
+  Assessor(Opened& opened, const schema::Dialect& engine, const schema::Database& database, const schema::Database& there)
+      : opened_(opened), engine_(engine.engine), database_(database), there_(there) {}
+
+  TableSize LookAt(std::size_t place);
+  void LookAt(const schema::Relation& relation);
+  [[nodiscard]] std::vector<Sighting> All() const { return sightings_.All(); }
+
+ private:
+  /// An Access file's own values fit any column that is made for them, and its own keys are equal in another as they are.
+  [[nodiscard]] bool FromAccess() const noexcept { return opened_.file != nullptr; }
+  [[nodiscard]] bool KeepsKeys() const noexcept { return !EqualsMore(engine_) || (FromAccess() && engine_ == Engine::kAccess); }
+  [[nodiscard]] std::vector<UniqueKey> UniqueKeys(const schema::Table& table) const;
+  void LookAtValue(const schema::Table& table, std::size_t column, const schema::Type& type, const jet::Value& value);
+  void LookAtSize(const schema::Table& table, const schema::Table& there, const AssessedRow& row);
+  [[nodiscard]] const schema::Table* TableOf(const std::string& name) const;
+
+  Opened& opened_;
+  Engine engine_;
+  const schema::Database& database_;
+  const schema::Database& there_;  // as it is to be made, table by table
+  Sightings sightings_;
+};
+
+const schema::Table* Assessor::TableOf(const std::string& name) const {
+  const auto found = std::find_if(database_.tables.begin(), database_.tables.end(),
+                                  [&](const schema::Table& table) { return base::SameName(table.name, name); });
+  return found == database_.tables.end() ? nullptr : &*found;
+}
+
+std::vector<UniqueKey> Assessor::UniqueKeys(const schema::Table& table) const {
   std::vector<UniqueKey> keys;
-  if (!EqualsMore(engine)) return keys;
+  if (KeepsKeys()) return keys;
   for (const auto& index : table.indexes) {
     if (!index.unique && !index.primary) continue;
     std::vector<std::string> columns;
     for (const auto& part : index.parts) columns.push_back(part.column);
-    Key key(file, columns, engine);
+    Key key(table, columns, engine_);
     if (key.HasText()) keys.push_back({std::move(key), {}});
   }
   return keys;
 }
 
-TableSize LookAtRows(jet::Database& file, const schema::Table& table, Engine engine, Sightings& sightings) {
-  jet::Table& read = file.OpenTable(table.name);
-  auto keys = UniqueKeys(read, table, engine);
+void Assessor::LookAtValue(const schema::Table& table, std::size_t column, const schema::Type& type, const jet::Value& value) {
+  const auto loss = FromAccess() ? LossOf(value, engine_) : LossInColumn(value, type, engine_);
+  if (loss) sightings_.See(table.name, table.columns[column].name, *loss, value);
+}
+
+/// What lies in the row itself of an Access file: texts of Latin letters take a byte each.
+void Assessor::LookAtSize(const schema::Table& table, const schema::Table& there, const AssessedRow& row) {
+  if (engine_ != Engine::kAccess || FromAccess()) return;
+  constexpr std::uint64_t kMostBytes = 4000;
+  std::uint64_t bytes = 0;
+  std::size_t longest = 0;
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    const auto kind = there.columns[i].type.kind;
+    if (kind == schema::Kind::kMemo || kind == schema::Kind::kBlob) continue;
+    const std::uint64_t size = row[i].Type() == jet::ValueType::kText ? base::CountCharacters(row[i].AsText()) : SizeOf(row[i]);
+    if (size > SizeOf(row[longest])) longest = i;
+    bytes += size;
+  }
+  if (bytes > kMostBytes) sightings_.See(table.name, {}, Loss::kRowSize, row[longest]);
+}
+
+TableSize Assessor::LookAt(std::size_t place) {
+  const schema::Table& table = database_.tables[place];
+  const schema::Table& there = there_.tables[place];
+  auto keys = UniqueKeys(table);
   TableSize size{table.name, 0, 0};
-  Row row(read.Columns().size());
-  for (auto cursor = read.Scan(); cursor.Next();) {
+  EachRow(opened_, table, [&](const AssessedRow& row) {
     ++size.rows;
     for (std::size_t i = 0; i < row.size(); ++i) {
-      cursor.Current().Get(i, row[i]);
       size.bytes += SizeOf(row[i]);
-      if (const auto loss = LossOf(row[i], engine)) sightings.See(table.name, read.Columns()[i].name, *loss, row[i]);
+      LookAtValue(table, i, there.columns[i].type, row[i]);
     }
+    LookAtSize(table, there, row);
     for (auto& unique : keys) {
       const auto key = unique.key.Of(row);
-      if (key && !unique.met.insert(*key).second)
-        sightings.See(table.name, unique.key.Names(), Loss::kEqualKeys, row[unique.key.Places()[0]]);
+      if (key && !unique.met.insert(*key).second) sightings_.See(table.name, unique.key.Names(), Loss::kEqualKeys, unique.key.FirstIn(row));
     }
-  }
+  });
   return size;
 }
 
-/// Texts that refer to a text that is equal in Access and is not there: a foreign key would refuse the row.
-void LookAtRelation(jet::Database& file, const schema::Relation& relation, Engine engine, Sightings& sightings) {
-  const jet::CatalogObject* from = file.FindObject(relation.table);
-  const jet::CatalogObject* to = file.FindObject(relation.referenced);
-  if (!relation.enforced || from == nullptr || to == nullptr || from->kind != jet::ObjectKind::kTable ||
-      to->kind != jet::ObjectKind::kTable)
-    return;
+/// Texts that refer to a text that is equal in the source and not there: a foreign key would refuse the row.
+void Assessor::LookAt(const schema::Relation& relation) {
+  const schema::Table* children = TableOf(relation.table);
+  const schema::Table* parents = TableOf(relation.referenced);
+  if (!relation.enforced || children == nullptr || parents == nullptr || (FromAccess() && engine_ == Engine::kAccess)) return;
   std::vector<std::string> referring;
   std::vector<std::string> referred;
   for (const auto& [child, parent] : relation.columns) {
     referring.push_back(child);
     referred.push_back(parent);
   }
-  jet::Table& parents = file.OpenTable(relation.referenced);
-  jet::Table& children = file.OpenTable(relation.table);
-  const Key parentKey(parents, referred, engine);
-  const Key childKey(children, referring, engine);
+  const Key parentKey(*parents, referred, engine_);
+  const Key childKey(*children, referring, engine_);
   if (!parentKey.HasText() || !childKey.HasText()) return;
-  const auto read = [](jet::Table& table, const Key& key, const auto& use) {
-    Row row(table.Columns().size());
-    for (auto cursor = table.Scan(); cursor.Next();) {
-      for (const std::size_t place : key.Places()) cursor.Current().Get(place, row[place]);
-      use(row);
-    }
-  };
-  std::unordered_set<std::string> there;
-  read(parents, parentKey, [&](const Row& row) {
-    if (auto key = parentKey.Of(row)) there.insert(std::move(*key));
+  std::unordered_set<std::string> met;
+  EachRow(opened_, *parents, [&](const AssessedRow& row) {
+    if (auto key = parentKey.Of(row)) met.insert(std::move(*key));
   });
-  read(children, childKey, [&](const Row& row) {
+  EachRow(opened_, *children, [&](const AssessedRow& row) {
     const auto key = childKey.Of(row);
-    if (key && there.count(*key) == 0) sightings.See(relation.table, childKey.Names(), Loss::kNoParent, row[childKey.Places()[0]]);
+    if (key && met.count(*key) == 0) sightings_.See(relation.table, childKey.Names(), Loss::kNoParent, childKey.FirstIn(row));
   });
 }
 
@@ -225,21 +227,47 @@ void AddWhatIsNoTable(const schema::Database& database, Assessment& assessment) 
   for (const auto& link : database.links) assessment.findings.push_back({{}, {}, Say(Said::kLinkStays, {link.name, link.target})});
 }
 
+/// What is made there of the definitions: the tables as they become, and what that loses. A copy takes tables and relations alone.
+schema::Database MadeOf(const Opened& opened, const schema::Database& database, const schema::Dialect& engine, Assessment& assessment) {
+  schema::Database wanted;
+  wanted.tables = database.tables;
+  wanted.relations = database.relations;
+  const auto add = [&](std::vector<schema::Finding> findings) {
+    for (auto& finding : findings) assessment.findings.push_back(std::move(finding));
+  };
+  if (engine.engine != Engine::kAccess) {
+    auto script = schema::WriteDdl(wanted, engine);
+    assessment.renamings = std::move(script.renamings);
+    add(std::move(script.findings));
+    return wanted;
+  }
+  auto plan = schema::PlanAccess(wanted, opened.file ? schema::Expressions::kAccess : schema::Expressions::kForeign);
+  assessment.renamings = std::move(plan.renamings);
+  add(std::move(plan.refusals));
+  add(std::move(plan.findings));
+  return std::move(plan.there);
+}
+
 }  // namespace
 
-Assessment Assess(jet::Database& file, const schema::Dialect& engine) {
-  const schema::Database database = schema::ReadAccess(file);
-  auto script = schema::WriteDdl(database, engine);
+Assessment Assess(Opened& opened, const schema::Dialect& engine) {
+  const schema::Database database = ReadStructure(opened, {.values = true, .counts = true});
   Assessment assessment;
   assessment.engine = &engine;
-  assessment.renamings = std::move(script.renamings);
-  assessment.findings = std::move(script.findings);
+  assessment.findings = database.findings;
+  const schema::Database there = MadeOf(opened, database, engine, assessment);
   AddWhatIsNoTable(database, assessment);
-  Sightings sightings;
-  for (const auto& table : database.tables) assessment.tables.push_back(LookAtRows(file, table, engine.engine, sightings));
-  if (engine.engine != Engine::kAccess)
-    for (const auto& relation : database.relations) LookAtRelation(file, relation, engine.engine, sightings);
-  assessment.sightings = sightings.All();
+  Assessor assessor(opened, engine, database, there);
+  std::uint64_t bytes = 0;
+  for (std::size_t place = 0; place < database.tables.size(); ++place) {
+    assessment.tables.push_back(assessor.LookAt(place));
+    bytes += assessment.tables.back().bytes;
+  }
+  for (const auto& relation : database.relations) assessor.LookAt(relation);
+  assessment.sightings = assessor.All();
+  constexpr std::uint64_t kMostBytesOfFile = 1ULL << 31U;
+  if (engine.engine == Engine::kAccess && bytes > kMostBytesOfFile)
+    assessment.findings.push_back({{}, {}, Say(Said::kFileTooLarge, {std::to_string(bytes)})});
   return assessment;
 }
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "jet/Database.h"
+#include "cli/Source.h"
 #include "schema/Ddl.h"
 
 /// What a move to another engine would lose, found before it.
@@ -21,6 +21,10 @@ enum class Loss {
   kEmptyText,     ///< is null there
   kEqualKeys,     ///< texts of a unique index that are equal there
   kNoParent,      ///< a text that refers to one that is not equal there
+  kTooLong,       ///< a text or bytes longer than the column there
+  kOutOfRange,    ///< a number beyond the column there
+  kOtherType,     ///< none of the column's type, as SQLite lets stand
+  kRowSize,       ///< a row that is too long there
 };
 
 /// Values of one column that lose the same.
@@ -48,8 +52,8 @@ struct Assessment {
   [[nodiscard]] bool LosesNothing() const noexcept { return findings.empty() && sightings.empty(); }
 };
 
-/// Reads all definitions and all rows. Errors: those of the engine.
-[[nodiscard]] Assessment Assess(jet::Database& file, const schema::Dialect& engine);
+/// Reads all definitions and all rows, of a file or a server. Errors: those of the engine; Failure that names table and row.
+[[nodiscard]] Assessment Assess(Opened& opened, const schema::Dialect& engine);
 
 /// What is lost, in the user's words.
 [[nodiscard]] std::string LossText(const Sighting& sighting, const schema::Dialect& engine);

@@ -2,6 +2,7 @@
 
 #include "base/Case.h"
 #include "base/Utf8.h"
+#include "jet/value/TextOrder.h"
 
 namespace tamlo::cli {
 namespace {
@@ -22,10 +23,17 @@ std::string PlainForm(char32_t c) {
 
 }  // namespace
 
-bool EqualsMore(schema::Engine engine) noexcept { return engine == schema::Engine::kMariaDb || engine == schema::Engine::kSqlServer; }
+bool EqualsMore(schema::Engine engine) noexcept {
+  return engine == schema::Engine::kMariaDb || engine == schema::Engine::kSqlServer || engine == schema::Engine::kAccess;
+}
 
 std::string EqualForm(schema::Engine engine, std::string_view text) {
   if (!EqualsMore(engine)) return std::string(text);
+  if (engine == schema::Engine::kAccess) {
+    jet::Bytes key;
+    jet::AppendTextKey(text, false, key);
+    return {reinterpret_cast<const char*>(key.data()), key.size()};
+  }
   std::string form;
   while (!text.empty()) form += PlainForm(base::TakeCharacter(text, base::Halves::kKept));
   form.erase(form.find_last_not_of(' ') + 1);

@@ -7,11 +7,11 @@
 
 namespace tamlo::cli {
 
-/// A form that two texts share when the engine, with the collation that definitions are written with, finds them equal. Where it folds
-/// letters, the folding is that of case, of blanks at the end, and of digits and full-width forms of ASCII: not every equality of the collation.
+/// A form that two texts share when the engine, with the collation that definitions are written with, finds them equal: in Access the key of an
+/// index. Where it folds letters elsewhere, the folding is that of case, of blanks at the end, and of digits and full-width forms of ASCII: not every equality of the collation.
 [[nodiscard]] std::string EqualForm(schema::Engine engine, std::string_view text);
 
-/// True when texts that the Access engine tells apart may be equal there.
+/// True when texts that differ may be equal there.
 [[nodiscard]] bool EqualsMore(schema::Engine engine) noexcept;
 
 }  // namespace tamlo::cli
