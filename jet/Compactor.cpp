@@ -14,23 +14,13 @@
 #include "jet/schema/Schema.h"
 #include "jet/table/Table.h"
 #include "jet/table/TableCore.h"
+#include "jet/TableCopy.h"
 #include "jet/value/Text.h"
 #include "jet/value/TextOrder.h"
 
 namespace jet {
 namespace {
 
-/// Hands a long value of one file to another without holding it.
-class Pipe final : public ChunkSource {
- public:
-  explicit Pipe(std::unique_ptr<LongValueReader> reader) : reader_(std::move(reader)) {}
-  std::size_t Read(std::span<std::byte> buffer) override { return reader_->Read(buffer); }
-
- private:
-  std::unique_ptr<LongValueReader> reader_;
-};
-
-constexpr std::uint64_t kHeldWhole = 64 << 10;
 constexpr std::uint16_t kGeneralLanguage = 0x0409;
 
 class Compactor {
@@ -64,34 +54,10 @@ class Compactor {
     Table& from = source_.OpenTable(object.name);
     TableSpec spec;
     spec.name = object.name;
-    spec.columns = from.Columns();
-    // Rules are left off while copying: what the file holds is copied, whether it obeys them or not.
-    for (auto& column : spec.columns) {
-      column.required = false;
-      column.allowZeroLength = true;
-      column.asStored = source_.FormatVersion() != 3;
-      // Orders of which every text has its place are kept, the others become General.
-      if (column.asStored && TextOrderOf(column.sortLanguage, column.sortVersion) != TextOrder::kFrench) {
-        column.sortLanguage = kGeneralLanguage;
-        column.sortVersion = 0;
-      }
-    }
-    const auto indexes = from.Indexes();
-    std::vector<IndexSpec> later;
-    for (const auto& index : indexes) {
-      if (index.kind == IndexKind::kForeignKey) continue;
-      IndexSpec made;
-      made.name = index.name;
-      made.primary = index.kind == IndexKind::kPrimary;
-      made.unique = index.unique;
-      made.ignoreNulls = index.ignoreNulls;
-      made.required = index.required;
-      for (const auto& part : index.columns) made.columns.push_back({spec.columns[part.column].name, part.descending});
-      later.push_back(std::move(made));
-    }
+    spec.columns = ColumnsToMake(from.Columns(), source_.FormatVersion());
     Table& to = target_.CreateTable(spec);
     CopyRows(from, to);
-    for (const auto& index : later) target_.CreateIndex(object.name, index);
+    for (const auto& index : IndexesToMake(from.Columns(), from.Indexes())) target_.CreateIndex(object.name, index);
     to.Core().Refresh();
     Engine& engine = target_.Internals();
     if (const std::int32_t last = from.LastAutoNumber(); last > to.LastAutoNumber()) {
@@ -101,34 +67,17 @@ class Compactor {
   }
 
   void CopyRows(Table& from, Table& to) {
-    const auto columns = from.Columns();
-    std::vector<Value> values(columns.size());
-    std::vector<Assignment> assignments(columns.size());
-    std::vector<std::unique_ptr<Pipe>> pipes;
-    const auto copy = [&](Row& row) {
-      pipes.clear();
-      for (std::size_t i = 0; i < columns.size(); ++i) {
-        assignments[i] = {i, &values[i], nullptr};
-        const bool isLong = columns[i].type == ColumnType::kMemo || columns[i].type == ColumnType::kOle;
-        if (isLong && row.StoredLength(i) > kHeldWhole) {
-          pipes.push_back(std::make_unique<Pipe>(row.OpenLong(i)));
-          assignments[i] = {i, nullptr, pipes.back().get()};
-        } else {
-          row.Get(i, values[i]);
-        }
-      }
-      to.Insert(assignments);
-    };
+    RowCopy copy(from.Columns(), to);
     const auto key = from.PrimaryKey();
     if (key && from.Indexes()[*key].writable) {
       Row row;
       IndexCursor cursor(from, *key);
       cursor.SetRange(std::nullopt, std::nullopt);
       while (cursor.Next())
-        if (from.Read(cursor.Id(), row)) copy(row);
+        if (from.Read(cursor.Id(), row)) copy.Insert(row);
       return;
     }
-    for (ScanCursor cursor = from.Scan(); cursor.Next();) copy(cursor.Current());
+    for (ScanCursor cursor = from.Scan(); cursor.Next();) copy.Insert(cursor.Current());
   }
 
   /// The number that an object of the source has in the target; 0 when it was not copied.
@@ -189,14 +138,14 @@ class Compactor {
   void TakeOverRow(Row& row, Table& from, Table& to, RowId target, const std::unordered_map<std::int32_t, std::int32_t>& ids) {
     const auto columns = from.Columns();
     std::vector<Value> values(columns.size());
-    std::vector<std::unique_ptr<Pipe>> pipes;
+    std::vector<std::unique_ptr<LongValuePipe>> pipes;
     std::vector<Assignment> assignments;
     for (std::size_t i = 0; i < columns.size(); ++i) {
       const std::string& name = columns[i].name;
       const auto where = to.FindColumn(name);
       if (!where || name == "Id" || (name == "LvProp" && source_.FormatVersion() == 3)) continue;
       if (columns[i].type == ColumnType::kOle && row.StoredLength(i) > kHeldWhole) {
-        pipes.push_back(std::make_unique<Pipe>(row.OpenLong(i)));
+        pipes.push_back(std::make_unique<LongValuePipe>(row.OpenLong(i)));
         assignments.push_back({*where, nullptr, pipes.back().get()});
         continue;
       }
@@ -349,9 +298,9 @@ class Compactor {
 
 }  // namespace
 
-void CompactInto(Database& source, const std::string& newPath, const Protection& protection) {
+void CompactInto(Database& source, const std::string& newPath, const Protection& protection, FileSystem& files) {
   OpenOptions options;
-  options.fileSystem = &source.Internals().files;
+  options.fileSystem = &files;
   options.cacheBytes = source.Internals().cacheBytes;
   const FileHeader& header = source.Internals().header;
   const bool french = header.version != 3 && TextOrderOf(header.sortLanguage, header.sortVersion) == TextOrder::kFrench;

@@ -331,7 +331,7 @@ void Database::RemoveProperty(std::string_view object, std::string_view column, 
 
 void Database::Compact(const std::string& newPath, const Protection& protection) {
   if (TransactionDepth() > 0) throw Error(ErrorCode::kInUse, "A database cannot be compacted while a transaction is open");
-  CompactInto(*this, newPath, protection);
+  CompactInto(*this, newPath, protection, engine_->files);
 }
 
 void Database::Backup(const std::string& newPath) {

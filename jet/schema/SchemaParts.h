@@ -1,11 +1,17 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <string>
+#include <utility>
 #include <vector>
 
+#include "jet/schema/Objects.h"
 #include "jet/schema/Specs.h"
 #include "jet/table/PropertyMap.h"
 #include "jet/page/RowPointer.h"
+#include "jet/table/Row.h"
 #include "jet/table/TableDefinition.h"
 
 namespace jet {
@@ -30,5 +36,25 @@ void AddLogicalIndex(TableDefinition& definition, TableDefinition::Index index);
 [[nodiscard]] std::uint32_t NextIndexNumber(const TableDefinition& definition);
 /// What the property map says of a new column.
 void SetColumnProperties(PropertyMap& properties, const ColumnDef& column);
+
+/// Puts relationships together from the rows of their system table, of which each has one pair of columns.
+class RelationshipRows {
+ public:
+  /// column: gives the place of a column of that table, and raises what is to be raised where there is none.
+  explicit RelationshipRows(const std::function<std::size_t(const char*)>& column);
+  /// Errors: kDamaged.
+  void Add(Row& row);
+  /// All of them, in the order of their first rows. Given a list, those that lack some of their pairs go there by name instead.
+  [[nodiscard]] std::vector<Relationship> Take(std::vector<std::string>* incomplete = nullptr);
+
+ private:
+  struct Found {
+    Relationship relationship;
+    std::int64_t count = 0;  ///< of pairs, as the rows say
+    std::vector<std::pair<std::int64_t, std::pair<std::string, std::string>>> columns;
+  };
+  std::size_t name_, bits_, count_, position_, object_, field_, referenced_, referencedField_;
+  std::vector<Found> found_;
+};
 
 }  // namespace jet

@@ -118,45 +118,59 @@ Index ChildSide(const Relationship& relationship, const TableDefinition& definit
 
 }  // namespace
 
-std::vector<Relationship> Schema::Relationships() {
-  Table& table = engine_.catalog.RelationshipsTable();
-  const auto column = [&](const char* name) { return table.ColumnAt(name); };
-  const std::size_t name = column("szRelationship"), bits = column("grbit"), position = column("icolumn"), object = column("szObject"),
-                    field = column("szColumn"), referenced = column("szReferencedObject"), referencedField = column("szReferencedColumn");
-  struct Found {
-    Relationship relationship;
-    std::vector<std::pair<std::int64_t, std::pair<std::string, std::string>>> columns;
-  };
-  std::vector<Found> found;
-  for (ScanCursor cursor = table.Scan(); cursor.Next();) {
-    Row& row = cursor.Current();
-    const std::string title(row.Text(name));
-    auto entry = std::find_if(found.begin(), found.end(), [&](const Found& held) { return EqualNames(held.relationship.name, title); });
-    if (entry == found.end()) {
-      entry = found.emplace(found.end());
-      auto& made = entry->relationship;
-      const auto flags = static_cast<std::uint32_t>(row.Integer(bits));
-      made.name = title;
-      made.table = row.Text(object);
-      made.referencedTable = row.Text(referenced);
-      made.oneToOne = (flags & kOneToOne) != 0;
-      made.enforced = (flags & kNotEnforced) == 0;
-      made.cascadeUpdates = (flags & kCascadeUpdates) != 0;
-      made.cascadeDeletes = (flags & kCascadeDeletes) != 0;
-      made.leftJoin = (flags & kLeftJoin) != 0;
-      made.rightJoin = (flags & kRightJoin) != 0;
-    }
-    std::string child(row.Text(field));
-    std::string parent(row.Text(referencedField));
-    entry->columns.emplace_back(row.Integer(position), std::pair(std::move(child), std::move(parent)));
+RelationshipRows::RelationshipRows(const std::function<std::size_t(const char*)>& column)
+    : name_(column("szRelationship")),
+      bits_(column("grbit")),
+      count_(column("ccolumn")),
+      position_(column("icolumn")),
+      object_(column("szObject")),
+      field_(column("szColumn")),
+      referenced_(column("szReferencedObject")),
+      referencedField_(column("szReferencedColumn")) {}
+
+void RelationshipRows::Add(Row& row) {
+  const std::string title(row.Text(name_));
+  auto entry = std::find_if(found_.begin(), found_.end(), [&](const Found& held) { return EqualNames(held.relationship.name, title); });
+  if (entry == found_.end()) {
+    entry = found_.emplace(found_.end());
+    auto& made = entry->relationship;
+    const auto flags = static_cast<std::uint32_t>(row.Integer(bits_));
+    entry->count = row.Integer(count_);
+    made.name = title;
+    made.table = row.Text(object_);
+    made.referencedTable = row.Text(referenced_);
+    made.oneToOne = (flags & kOneToOne) != 0;
+    made.enforced = (flags & kNotEnforced) == 0;
+    made.cascadeUpdates = (flags & kCascadeUpdates) != 0;
+    made.cascadeDeletes = (flags & kCascadeDeletes) != 0;
+    made.leftJoin = (flags & kLeftJoin) != 0;
+    made.rightJoin = (flags & kRightJoin) != 0;
   }
+  std::string child(row.Text(field_));
+  std::string parent(row.Text(referencedField_));
+  entry->columns.emplace_back(row.Integer(position_), std::pair(std::move(child), std::move(parent)));
+}
+
+std::vector<Relationship> RelationshipRows::Take(std::vector<std::string>* incomplete) {
   std::vector<Relationship> relationships;
-  for (auto& entry : found) {
+  for (auto& entry : found_) {
+    if (incomplete != nullptr && entry.count != static_cast<std::int64_t>(entry.columns.size())) {
+      incomplete->push_back(entry.relationship.name);
+      continue;
+    }
     std::sort(entry.columns.begin(), entry.columns.end());
     for (auto& [place, pair] : entry.columns) entry.relationship.columns.push_back(std::move(pair));
     relationships.push_back(std::move(entry.relationship));
   }
+  found_.clear();
   return relationships;
+}
+
+std::vector<Relationship> Schema::Relationships() {
+  Table& table = engine_.catalog.RelationshipsTable();
+  RelationshipRows rows([&](const char* name) { return table.ColumnAt(name); });
+  for (ScanCursor cursor = table.Scan(); cursor.Next();) rows.Add(cursor.Current());
+  return rows.Take();
 }
 
 void Schema::CreateRelationship(const Relationship& relationship, std::int32_t id) {
