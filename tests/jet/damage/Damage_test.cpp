@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <new>
 #include <random>
@@ -129,13 +128,6 @@ void Mutate(File& file, std::mt19937& random) {
   }
 }
 
-File Load(const std::filesystem::path& path) {
-  std::ifstream stream(path, std::ios::binary);
-  const std::string bytes((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
-  const auto* const data = reinterpret_cast<const std::byte*>(bytes.data());
-  return {data, data + bytes.size()};
-}
-
 /// How many times as many rounds: what the environment variable TAMLO_TOURS says, as the long run does.
 int Times() {
   const char* const given = std::getenv("TAMLO_TOURS");
@@ -206,23 +198,14 @@ TEST(Damage, OfTheHeadOfAnEncodedFileEndsInErrorsWithAPlace) {
 }
 
 TEST(Damage, OfRealFilesEndsInErrorsWithAPlace) {
-  const char* const samples = std::getenv("JET_SAMPLES");
-  if (samples == nullptr) GTEST_SKIP() << "JET_SAMPLES does not name the folder of real files";
+  if (std::getenv("JET_SAMPLES") == nullptr) GTEST_SKIP() << "JET_SAMPLES does not name the folder of real files";
   unsigned seed = 1;
-  std::vector<std::filesystem::path> paths;
-  for (const std::filesystem::path& place :
-       {std::filesystem::path(samples), std::filesystem::absolute(samples).parent_path() / "samples2"}) {
-    if (!std::filesystem::is_directory(place)) continue;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(place)) {
-      if (entry.path().extension() == ".mdb") paths.push_back(entry.path());
-    }
-  }
-  std::sort(paths.begin(), paths.end());
+  const std::vector<std::filesystem::path> paths = tests::RealFiles();
   ASSERT_FALSE(paths.empty());
   for (const auto& path : paths) {
     // Some of those beside the samples are ten times as large: using one of them whole takes most of a second, damaged or not.
     const bool large = path.parent_path().filename() == "samples2";
-    Torture(Load(path), path.filename().string(), (large ? 10 : 75) * Times(), ++seed, large ? 3 * kSlowest : kSlowest);
+    Torture(tests::Load(path), path.filename().string(), (large ? 10 : 75) * Times(), ++seed, large ? 3 * kSlowest : kSlowest);
     if (HasFatalFailure()) return;
   }
 }

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
 
 #include "jet/Database.h"
 #include "jet/value/Error.h"
@@ -315,6 +318,27 @@ std::vector<std::byte> MakeFile(const Protection& protection) {
     database->Commit();
   }
   return files.Content(kPath);
+}
+
+std::vector<std::filesystem::path> RealFiles() {
+  std::vector<std::filesystem::path> paths;
+  const char* const samples = std::getenv("JET_SAMPLES");
+  if (samples == nullptr) return paths;
+  for (const std::filesystem::path& place :
+       {std::filesystem::path(samples), std::filesystem::absolute(samples).parent_path() / "samples2"}) {
+    if (!std::filesystem::is_directory(place)) continue;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(place))
+      if (entry.path().extension() == ".mdb") paths.push_back(entry.path());
+  }
+  std::sort(paths.begin(), paths.end());
+  return paths;
+}
+
+std::vector<std::byte> Load(const std::filesystem::path& path) {
+  std::ifstream stream(path, std::ios::binary);
+  const std::string bytes((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
+  const auto* const data = reinterpret_cast<const std::byte*>(bytes.data());
+  return {data, data + bytes.size()};
 }
 
 }  // namespace jet::tests

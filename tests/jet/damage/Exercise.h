@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -23,5 +24,9 @@ Outcome UseEverything(const std::vector<std::byte>& file);
 /// An Access file with all that the engine can write, for tests without samples. UseEverything knows the password kPassword.
 std::vector<std::byte> MakeFile(const Protection& protection = {});
 inline constexpr char kPassword[] = "Sésame";
+
+/// All Access files under the folder that JET_SAMPLES names, and beside it in "samples2"; none where it is not set.
+std::vector<std::filesystem::path> RealFiles();
+std::vector<std::byte> Load(const std::filesystem::path& path);
 
 }  // namespace jet::tests
