@@ -24,6 +24,7 @@ void AddCommands(CLI::App& app, Status& status) {
   AddDiagram(app, status);
   AddCopy(app, status);
   AddUpkeep(app, status);
+  AddRecover(app, status);
   AddCompare(app, status);
 }
 

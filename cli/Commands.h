@@ -17,6 +17,7 @@ void AddImport(CLI::App& app, Status& status);   ///< import
 void AddAssess(CLI::App& app, Status& status);   ///< assess
 void AddCopy(CLI::App& app, Status& status);     ///< copy
 void AddUpkeep(CLI::App& app, Status& status);   ///< check, compact, backup
+void AddRecover(CLI::App& app, Status& status);  ///< recover
 void AddCompare(CLI::App& app, Status& status);  ///< compare
 
 /// The whole command line: what the program has, all of the above. The pages and the completions are made of it too (cli/pages).

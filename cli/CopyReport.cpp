@@ -1,11 +1,6 @@
 #include "cli/CopyReport.h"
 
-#include <cerrno>
-#include <cstring>
-#include <fstream>
-
-#include "base/FilePath.h"
-#include "cli/Failure.h"
+#include "cli/JsonText.h"
 #include "cli/Messages.h"
 #include "cli/Output.h"
 #include "move/Json.h"
@@ -20,28 +15,8 @@ std::string OneLine(std::string text) {
   return text;
 }
 
-/// An object of texts: "name", value, "name", value...
-std::string Object(std::initializer_list<std::string_view> parts) {
-  std::string text = "{";
-  bool name = true;
-  for (const std::string_view part : parts) {
-    if (name && text.size() > 1) text += ", ";
-    move::AppendJson(text, part);
-    if (name) text += ": ";
-    name = !name;
-  }
-  return text + "}";
-}
-
-void AppendList(std::string& text, std::string_view name, const std::vector<std::string>& objects) {
-  move::AppendJson(text, name);
-  text += ": [";
-  for (std::size_t i = 0; i < objects.size(); ++i) text += (i == 0 ? "\n    " : ",\n    ") + objects[i];
-  text += objects.empty() ? "]" : "\n  ]";
-}
-
 std::string TableObject(const move::TableOutcome& table) {
-  std::string object = Object({"name", table.name, "there", table.there});
+  std::string object = JsonObject({"name", table.name, "there", table.there});
   object.pop_back();
   object += ", \"copied\": " + std::to_string(table.copied) + ", \"refused\": " + std::to_string(table.refused);
   if (table.counted >= 0) object += ", \"counted\": " + std::to_string(table.counted);
@@ -54,18 +29,19 @@ std::string ReportText(const std::string& from, const std::string& to, const mov
   std::vector<std::string> findings;
   for (const auto& table : outcome.tables) tables.push_back(TableObject(table));
   for (const auto& renaming : plan.renamings)
-    renamings.push_back(Object({"table", renaming.table, "from", renaming.from, "to", renaming.to}));
+    renamings.push_back(JsonObject({"table", renaming.table, "from", renaming.from, "to", renaming.to}));
   for (const auto* list : {&plan.findings, &outcome.findings})
-    for (const auto& finding : *list) findings.push_back(Object({"table", finding.table, "column", finding.column, "text", finding.text}));
+    for (const auto& finding : *list)
+      findings.push_back(JsonObject({"table", finding.table, "column", finding.column, "text", finding.text}));
   std::string text = "{\n  \"from\": ";
   move::AppendJson(text, from);
   text += ",\n  \"to\": ";
   move::AppendJson(text, to);
   text += std::string(",\n  \"cancelled\": ") + (outcome.cancelled ? "true" : "false");
   text += ",\n  \"refused\": " + std::to_string(outcome.refused) + ",\n  ";
-  AppendList(text, "tables", tables);
-  AppendList(text += ",\n  ", "renamings", renamings);
-  AppendList(text += ",\n  ", "findings", findings);
+  AppendJsonList(text, "tables", tables);
+  AppendJsonList(text += ",\n  ", "renamings", renamings);
+  AppendJsonList(text += ",\n  ", "findings", findings);
   return text + "\n}\n";
 }
 
@@ -88,9 +64,7 @@ void PrintPlan(const move::Plan& plan) {
 
 void WriteReport(const std::string& path, const std::string& from, const std::string& to, const move::Plan& plan,
                  const move::Outcome& outcome) {
-  std::ofstream file(base::FilePath(path), std::ios::binary | std::ios::trunc);
-  file << ReportText(from, to, plan, outcome) << std::flush;
-  if (!file) throw Failure(Status::kFailed, Say(Said::kCannotWrite, {path, std::strerror(errno)}));
+  WriteReportFile(path, ReportText(from, to, plan, outcome));
 }
 
 }  // namespace tamlo::cli

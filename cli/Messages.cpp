@@ -248,6 +248,18 @@ constexpr std::array kTexts{
          "des lignes de plus d'octets que %1 n'en tient hors des textes longs, et qu'il refuse"},
     Text{Said::kFileTooLarge, "about %1 bytes of values, and no Access file holds more than 2 GB",
          "environ %1 octets de valeurs, et aucun fichier Access n'en tient plus de 2 Go"},
+    Text{Said::kRecover, "Writes what can be read of a damaged Access file into a new one",
+         "Écrit dans un nouveau fichier ce qui se lit encore d'un fichier Access endommagé"},
+    Text{Said::kDamagedFile, "Access file; it is only read", "Fichier Access ; il n'est que lu"},
+    Text{Said::kTableSaved, "%1: %2 rows saved", "%1 : %2 lignes sauvées"},
+    Text{Said::kTableSavedInPart, "%1: %2 rows saved, %3 rows and %4 long values lost",
+         "%1 : %2 lignes sauvées, %3 lignes et %4 valeurs longues perdues"},
+    Text{Said::kTableLost, "%1: lost", "%1 : perdue"},
+    Text{Said::kPageOf, "page %1", "page %1"},
+    Text{Said::kRowOnPage, "row %1", "ligne %1"},
+    Text{Said::kMoreLosses, "and %1 more, which --report FILE tells", "et %1 autres, que dit --report FICHIER"},
+    Text{Said::kNothingLost, "%1: nothing is lost", "%1 : rien n'est perdu"},
+    Text{Said::kLost, "%1: %2 losses", "%1 : %2 pertes"},
 };
 
 }  // namespace

@@ -187,6 +187,16 @@ enum class Said {
   kLossOtherType,
   kLossRowSize,
   kFileTooLarge,
+  kRecover,
+  kDamagedFile,
+  kTableSaved,
+  kTableSavedInPart,
+  kTableLost,
+  kPageOf,
+  kRowOnPage,
+  kMoreLosses,
+  kNothingLost,
+  kLost,
 };
 
 /// The text, "%1", "%2"... in it replaced by the arguments.

@@ -31,7 +31,7 @@ TEST(Docs, EachLineOfThePageWorks) {
     EXPECT_EQ(ran.status, 0) << line << "\n" << ran.err;
     EXPECT_EQ(ran.err, "") << line;
   }
-  EXPECT_EQ(tried, 31);
+  EXPECT_EQ(tried, 33);
   EXPECT_EQ(TamloDb(folder, {"query", "neuf.mdb", "SELECT Ville FROM Clients", "-F", "csv"}).out, "Ville\nVannes\n");
 }
 
