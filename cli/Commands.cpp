@@ -25,6 +25,7 @@ void AddCommands(CLI::App& app, Status& status) {
   AddCopy(app, status);
   AddUpkeep(app, status);
   AddRecover(app, status);
+  AddPassword(app, status);
   AddCompare(app, status);
 }
 

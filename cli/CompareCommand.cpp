@@ -20,6 +20,8 @@ struct Asked {
   bool structure = false;
   bool rows = false;
   std::size_t shown = 10;
+  std::shared_ptr<Login> loginA;
+  std::shared_ptr<Login> loginB;
 };
 
 move::CompareSide SideOf(const Opened& opened) {
@@ -51,8 +53,8 @@ void Write(const Asked& asked, const move::Comparison& found) {
 }
 
 Status Run(const Asked& asked) {
-  const Opened a = Open(asked.a);
-  const Opened b = Open(asked.b);
+  const Opened a = Open(asked.a, *asked.loginA);
+  const Opened b = Open(asked.b, *asked.loginB);
   const schema::Database inA = ReadStructure(a);
   const schema::Database inB = ReadStructure(b);
   move::CompareOptions options;
@@ -79,6 +81,8 @@ void AddCompare(CLI::App& app, Status& status) {
   auto* structure = command->add_flag("--schema-only", asked->structure, Say(Said::kCompareStructure));
   command->add_flag("--data-only", asked->rows, Say(Said::kCompareRows))->excludes(structure);
   command->add_option("--shown", asked->shown, Say(Said::kShownRows));
+  asked->loginA = AddLogin(*command, "a-");
+  asked->loginB = AddLogin(*command, "b-");
   command->callback([asked, &status] { status = Run(*asked); });
 }
 

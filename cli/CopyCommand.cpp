@@ -7,6 +7,7 @@
 #include <memory>
 #include <span>
 
+#include "ado/ConnectionKeys.h"
 #include "base/FilePath.h"
 #include "cli/Commands.h"
 #include "cli/CopyProgress.h"
@@ -81,13 +82,21 @@ void LookAtPatterns(const Asked& asked, const schema::Database& source) {
     if (!patterns->empty()) (void)NamesMatching(names, *patterns);
 }
 
+/// A file's connection once more, its password included.
+std::unique_ptr<ado::Connection> Again(const Opened& opened, const std::string& mode) {
+  std::string text = opened.address.connection + mode;
+  const runtime::WipedAtEnd wipe(text);
+  if (!opened.password.text.empty()) text += ";Jet OLEDB:Database Password=" + ado::Quoted(opened.password.text);
+  auto connection = std::make_unique<ado::Connection>();
+  connection->Provider(opened.address.provider);
+  connection->Open(text);
+  return connection;
+}
+
 /// The rows of a file are read through a connection of its own.
 std::unique_ptr<ado::Connection> RowsOf(Opened& source) {
   if (!source.file) return std::move(source.connection);
-  auto connection = std::make_unique<ado::Connection>();
-  connection->Provider(source.address.provider);
-  connection->Open(source.address.connection + ";Mode=Read");
-  return connection;
+  return Again(source, ";Mode=Read");
 }
 
 schema::Engine EngineOf(const Opened& opened) {
@@ -196,15 +205,13 @@ Destination OpenDestination(const Asked& asked, const Making& making, const sche
   const auto address = AddressOf(asked.to);
   std::error_code ignored;
   if (making.engine == schema::Engine::kAccess && !std::filesystem::exists(base::FilePath(address.file), ignored))
-    (void)jet::Database::Create(address.file);
+    (void)jet::Database::Create(address.file, {}, {.password = OwnPassword(*asked.toLogin)});
   there.opened = Open(asked.to, *asked.toLogin, Access::kWrite);
   if (!there.opened.file) {
     there.target = move::SqlTarget(making.engine, *there.opened.connection);
     return there;
   }
-  there.rows = std::make_unique<ado::Connection>();
-  there.rows->Provider(address.provider);
-  there.rows->Open(address.connection);
+  there.rows = Again(there.opened, {});
   there.target = move::AccessTarget(*there.opened.file, *there.rows, wanted, making.file);
   return there;
 }

@@ -47,7 +47,7 @@ void ReadOptions(Asked& asked) {
 
 std::int64_t Import(const ImportAsked& asked) {
   const auto address = AddressOf(asked.database);
-  if (address.engine == schema::Engine::kAccess) return ImportIntoFile(*OpenFile(asked.database, true), asked);
+  if (address.engine == schema::Engine::kAccess) return ImportIntoFile(*OpenFile(asked.database, true, *asked.login), asked);
   std::error_code ignored;
   // A file of SQLite that is not there is made for a table that is made, and not left behind when it is not.
   const bool isNew = !address.file.empty() && !std::filesystem::exists(base::FilePath(address.file), ignored);

@@ -150,7 +150,7 @@ Opened Open(const std::string& name, const Login& login, Access access) {
   opened.engine = opened.address.engine;
   LookForFile(opened.address, access);
   if (opened.engine == schema::Engine::kAccess) {
-    opened.file = OpenFile(name, access == Access::kWrite);
+    opened.file = OpenFile(name, access == Access::kWrite, login, &opened.password);
     return opened;
   }
   opened.connection = Connected(opened.address, login, access);

@@ -13,6 +13,8 @@
 namespace tamlo::cli {
 namespace {
 
+constexpr const char* kForAll = "TAMLO_DB_PASSWORD";
+
 /// The variable that the engine's own clients read.
 std::string VariableOf(const schema::Address& address) {
   if (address.engine == schema::Engine::kMariaDb) return "MYSQL_PWD";
@@ -32,16 +34,23 @@ void AddLogin(CLI::App& command, const std::shared_ptr<Login>& login, const std:
   command.add_option("--" + side + "password-file", login->file, Say(Said::kPasswordFile));
 }
 
+std::string FirstLine(const std::string& path) {
+  std::ifstream file(base::FilePath(path), std::ios::binary);
+  std::string line;
+  if (!file) throw Failure(Status::kUsage, Say(Said::kCannotRead, {path}));
+  std::getline(file, line);
+  if (line.ends_with('\r')) line.pop_back();
+  return line;
+}
+
+std::optional<std::string> OwnPassword(const Login& login) {
+  if (login.Given()) return FirstLine(login.file);
+  return login.variable == kForAll ? std::nullopt : Variable(login.variable);
+}
+
 std::optional<std::string> GivenPassword(const Login& login, const schema::Address& address) {
-  if (login.Given()) {
-    std::ifstream file(base::FilePath(login.file), std::ios::binary);
-    std::string line;
-    if (!file) throw Failure(Status::kUsage, Say(Said::kCannotRead, {login.file}));
-    std::getline(file, line);
-    if (line.ends_with('\r')) line.pop_back();
-    return line;
-  }
-  for (const std::string& variable : {login.variable, std::string("TAMLO_DB_PASSWORD"), VariableOf(address)})
+  if (login.Given()) return FirstLine(login.file);
+  for (const std::string& variable : {login.variable, std::string(kForAll), VariableOf(address)})
     if (auto value = Variable(variable)) return value;
   return std::nullopt;
 }

@@ -3,7 +3,9 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
+#include "runtime/Secret.h"
 #include "schema/Address.h"
 
 namespace CLI {
@@ -26,8 +28,27 @@ std::shared_ptr<Login> AddLogin(CLI::App& command, const std::string& side = {})
 /// The same with a login that several commands share, of which one is run.
 void AddLogin(CLI::App& command, const std::shared_ptr<Login>& login, const std::string& side = {});
 
+/// A password, wiped when it goes.
+struct Secret {
+  Secret() = default;
+  explicit Secret(std::string given) noexcept : text(std::move(given)) {}
+  Secret(Secret&& other) noexcept : text(other.text) { runtime::Wipe(other.text); }
+  Secret& operator=(Secret&& other) noexcept {
+    text.swap(other.text);
+    return *this;
+  }
+  ~Secret() { runtime::Wipe(text); }
+
+  std::string text;
+};
+
+/// The first line of a file that holds a password. Failure with kUsage for one that cannot be read.
+[[nodiscard]] std::string FirstLine(const std::string& path);
+
 /// The password from the file or the environment; nothing when there is none. Failure with kUsage for a file that cannot be read.
 [[nodiscard]] std::optional<std::string> GivenPassword(const Login& login, const schema::Address& address);
+/// The same, of what is meant for this side alone and for no other database of the line.
+[[nodiscard]] std::optional<std::string> OwnPassword(const Login& login);
 /// Asks at the terminal, without showing what is typed; nothing where there is no terminal or nothing was typed.
 [[nodiscard]] std::optional<std::string> AskPassword(const schema::Address& address);
 

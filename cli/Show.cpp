@@ -57,14 +57,17 @@ Lines FileLines(jet::Database* file, const Asked& asked) {
     links += object.kind == jet::ObjectKind::kJetLink || object.kind == jet::ObjectKind::kOdbcLink ? 1 : 0;
   }
   const auto format = file->FormatVersion() == 3 ? "Access 97 (Jet 3)" : "Access 2000-2003 (Jet 4)";
-  return {{Said::kLabelFile, jet::Value(file->Path())},
-          {Said::kLabelFormat, jet::Value(format)},
-          {Said::kLabelSize, Whole(std::filesystem::file_size(base::FilePath(asked.database)))},
-          {Said::kLabelTables, Whole(tables.size())},
-          {Said::kLabelRows, Whole(rows)},
-          {Said::kLabelQueries, jet::Value(queries)},
-          {Said::kLabelRelations, Whole(file->Relationships().size())},
-          {Said::kLabelLinks, jet::Value(links)}};
+  Lines lines{{Said::kLabelFile, jet::Value(file->Path())},
+              {Said::kLabelFormat, jet::Value(format)},
+              {Said::kLabelSize, Whole(std::filesystem::file_size(base::FilePath(asked.database)))},
+              {Said::kLabelTables, Whole(tables.size())},
+              {Said::kLabelRows, Whole(rows)},
+              {Said::kLabelQueries, jet::Value(queries)},
+              {Said::kLabelRelations, Whole(file->Relationships().size())},
+              {Said::kLabelLinks, jet::Value(links)}};
+  if (file->HasPassword()) lines.emplace_back(Said::kLabelProtection, jet::Value(Say(Said::kHasPassword)));
+  if (file->Encoded()) lines.emplace_back(Said::kLabelProtection, jet::Value(Say(Said::kPagesEncoded)));
+  return lines;
 }
 
 Lines ServerLines(Opened& opened) {

@@ -32,17 +32,38 @@ bool MatchesFolded(std::string_view name, std::string_view pattern) {
   return in == pattern.size();
 }
 
-}  // namespace
-
-std::unique_ptr<jet::Database> OpenFile(const std::string& name, bool toWrite) {
-  if (const auto address = AddressOf(name); address.engine != schema::Engine::kAccess)
-    throw Failure(Status::kCannotOpen, Say(Said::kOnlyAccess, {address.shown}));
+/// Null for a file that wants a password when none is given.
+std::unique_ptr<jet::Database> TryToOpen(const std::string& name, const jet::OpenOptions& options) {
   try {
-    return jet::Database::Open(name, {.mode = toWrite ? jet::OpenMode::kShared : jet::OpenMode::kReadOnly});
+    return jet::Database::Open(name, options);
   } catch (const jet::Error& error) {
-    const std::string why = error.Code() == jet::ErrorCode::kNotFound ? Say(Said::kNoFile) : error.what();
+    if (error.Code() == jet::ErrorCode::kPasswordProtected) return nullptr;
+    std::string why = error.what();
+    if (error.Code() == jet::ErrorCode::kNotFound) why = Say(Said::kNoFile);
+    if (error.Code() == jet::ErrorCode::kWrongPassword) why = Say(Said::kWrongPassword);
     throw Failure(Status::kCannotOpen, Say(Said::kCannotOpen, {name, why}));
   }
+}
+
+}  // namespace
+
+std::unique_ptr<jet::Database> OpenFile(const std::string& name, bool toWrite, const Login& login, Secret* used) {
+  const auto address = AddressOf(name);
+  if (address.engine != schema::Engine::kAccess) throw Failure(Status::kCannotOpen, Say(Said::kOnlyAccess, {address.shown}));
+  jet::OpenOptions options;
+  options.mode = toWrite ? jet::OpenMode::kShared : jet::OpenMode::kReadOnly;
+  const runtime::WipedAtEnd wipe(options.password);
+  auto given = GivenPassword(login, address);
+  if (given) options.password.swap(*given);
+  auto file = TryToOpen(name, options);
+  if (!file && !given) {
+    given = AskPassword(address);
+    if (given) options.password.swap(*given);
+    if (given) file = TryToOpen(name, options);
+  }
+  if (!file) throw Failure(Status::kCannotOpen, Say(Said::kCannotOpen, {name, Say(Said::kWantsPassword)}));
+  if (used != nullptr) used->text = options.password;
+  return file;
 }
 
 bool Matches(std::string_view name, std::string_view pattern) { return MatchesFolded(base::LowerName(name), base::LowerName(pattern)); }

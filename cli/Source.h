@@ -23,6 +23,7 @@ struct Opened {
   std::string product;                          ///< as the driver names it; empty for Access files
   std::unique_ptr<jet::Database> file;          ///< Access files
   std::unique_ptr<ado::Connection> connection;  ///< all others
+  Secret password;                              ///< of an Access file, for opening it once more
 };
 
 /// Opens what the name says. For reading alone, the server is told that nothing is to be changed, and moments with a zone come in UTC; rows can
@@ -31,8 +32,10 @@ struct Opened {
 /// whatever cannot be opened.
 [[nodiscard]] Opened Open(const std::string& name, const Login& login = {}, Access access = Access::kRead);
 
-/// Opens an Access file, for reading unless it is to be changed. Failure with kCannotOpen, naming the file and why.
-[[nodiscard]] std::unique_ptr<jet::Database> OpenFile(const std::string& name, bool toWrite = false);
+/// Opens an Access file, for reading unless it is to be changed. Where it wants a password and none is given, a person is asked. used: becomes
+/// the password. Failure with kCannotOpen, naming the file and why.
+[[nodiscard]] std::unique_ptr<jet::Database> OpenFile(const std::string& name, bool toWrite = false, const Login& login = {},
+                                                      Secret* used = nullptr);
 
 /// Where a database is, as ReadAddress says. Failure with kCannotOpen for what it refuses.
 [[nodiscard]] schema::Address AddressOf(const std::string& name);

@@ -4,6 +4,7 @@
 #include "cli/Commands.h"
 #include "cli/Messages.h"
 #include "cli/Output.h"
+#include "cli/Protection.h"
 #include "cli/Source.h"
 
 namespace tamlo::cli {
@@ -12,10 +13,12 @@ namespace {
 struct Asked {
   std::string database;
   std::string target;
+  std::shared_ptr<Login> login = std::make_shared<Login>();
+  NewProtection protection;
 };
 
 Status Check(const Asked& asked) {
-  const auto file = OpenFile(asked.database);
+  const auto file = OpenFile(asked.database, false, *asked.login);
   const auto findings = file->Check();
   Output output;
   for (const auto& finding : findings)
@@ -27,10 +30,19 @@ Status Check(const Asked& asked) {
   return findings.empty() ? Status::kDone : Status::kDifferences;
 }
 
+void Compact(const Asked& asked) {
+  const auto file = OpenFile(asked.database, false, *asked.login);
+  jet::Protection protection = asked.protection.Get(AddressOf(asked.database));
+  if (!protection.password) return file->Compact(asked.target, protection);
+  const runtime::WipedAtEnd wipe(*protection.password);
+  file->Compact(asked.target, protection);
+}
+
 CLI::App* AddTwoFiles(CLI::App& app, const char* name, Said about, const std::shared_ptr<Asked>& asked) {
   CLI::App* command = app.add_subcommand(name, Say(about));
   command->add_option("DB", asked->database, Say(Said::kDatabase))->required();
   command->add_option("NEW", asked->target, Say(Said::kNewFile))->required();
+  AddLogin(*command, asked->login);
   return command;
 }
 
@@ -40,9 +52,14 @@ void AddUpkeep(CLI::App& app, Status& status) {
   const auto asked = std::make_shared<Asked>();
   CLI::App* check = app.add_subcommand("check", Say(Said::kCheck));
   check->add_option("DB", asked->database, Say(Said::kDatabase))->required();
+  AddLogin(*check, asked->login);
   check->callback([asked, &status] { status = Check(*asked); });
-  AddTwoFiles(app, "compact", Said::kCompact, asked)->callback([asked] { OpenFile(asked->database)->Compact(asked->target); });
-  AddTwoFiles(app, "backup", Said::kBackup, asked)->callback([asked] { OpenFile(asked->database)->Backup(asked->target); });
+  CLI::App* compact = AddTwoFiles(app, "compact", Said::kCompact, asked);
+  asked->protection.AddTo(*compact);
+  compact->callback([asked] { Compact(*asked); });
+  AddTwoFiles(app, "backup", Said::kBackup, asked)->callback([asked] {
+    OpenFile(asked->database, false, *asked->login)->Backup(asked->target);
+  });
 }
 
 }  // namespace tamlo::cli

@@ -32,7 +32,8 @@ Ran RunLine(const TemporaryFolder& folder, const std::string& line, const std::s
 }
 
 Ran TamloDb(const TemporaryFolder& folder, const std::vector<std::string>& arguments, const std::string& environment) {
-  std::string line = "env " + environment + " " + Word(TAMLO_DB);
+  // Without a terminal: what it would ask there is not for whoever runs the tests.
+  std::string line = "setsid -w env " + environment + " " + Word(TAMLO_DB);
   for (const auto& argument : arguments) line += ' ' + Word(argument);
   return RunLine(folder, line);
 }
