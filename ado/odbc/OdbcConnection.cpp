@@ -121,7 +121,18 @@ std::optional<Variant> OdbcConnection::Property(const std::string& upperName) co
   return std::nullopt;
 }
 
-bool OdbcConnection::SetProperty(const std::string& /*upperName*/, const Variant& /*value*/) { return false; }
+bool OdbcConnection::SetProperty(const std::string& upperName, const Variant& /*value*/) {
+  if (upperName == "CANCEL") {
+    session_->Cancel();
+    return true;
+  }
+  if (upperName != "CANCELLABLE") return false;
+  // A statement with a limit finds out what the driver does with limits, and so through what it can be cancelled.
+  constexpr std::int32_t kLong = 86400;
+  if (!session_->HeedsLimit()) const Statement tried(session_, kLong);
+  session_->AllowCancel();
+  return true;
+}
 
 std::unique_ptr<ProviderCatalog> OdbcConnection::OpenCatalog() { return std::make_unique<OdbcCatalog>(session_); }
 

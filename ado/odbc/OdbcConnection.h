@@ -12,7 +12,8 @@ namespace tamlo::ado::odbc {
 
 /// A connection through the driver manager. Transactions have one level; its properties are "DBMS Name", "DBMS Version", "Driver Name",
 /// "Data Source Name", "Current Catalog" and "User Name", and "Statements Resent", how often something was sent again because the server had
-/// undone it whole; all read-only.
+/// undone it whole; all read-only. "Cancellable", set before, lets "Cancel" end the statement that runs, and is the only one that another thread
+/// may set; their values are not looked at.
 class OdbcConnection final : public ProviderConnection {
  public:
   explicit OdbcConnection(std::shared_ptr<Session> session);

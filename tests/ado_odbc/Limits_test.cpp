@@ -1,4 +1,5 @@
 #include <chrono>
+#include <thread>
 
 #include "ado/Command.h"
 #include "tests/ado_odbc/Engine.h"
@@ -34,6 +35,31 @@ class Limits : public OdbcTest {
     EXPECT_EQ(Scalar("SELECT 1"), "1") << "the connection goes on";
   }
 };
+
+TEST_P(Limits, AnotherThreadEndsWhatRuns) {
+  connection.CommandTimeout(0);
+  connection.Property("Cancel", true);  // means nothing yet, and nothing runs
+  connection.Property("Cancellable", true);
+  for (int i = 0; i < 2; ++i) {
+    const auto start = Clock::now();
+    std::thread other([&] {
+      std::this_thread::sleep_for(std::chrono::milliseconds(700));
+      connection.Property("Cancel", true);
+    });
+    try {
+      // Where the rows are found while they are fetched, they are.
+      ado::Recordset rows;
+      rows.Open(LongQuery(), &connection, ado::adOpenForwardOnly, ado::adLockReadOnly, ado::adCmdText);
+      if (!rows.Eof()) rows.MoveNext();
+      ADD_FAILURE() << "no error";
+    } catch (const runtime::Error& error) {
+      EXPECT_NE(error.Number(), -2147217871) << "no time is over: " << error.Description();
+    }
+    other.join();
+    EXPECT_LT(Clock::now() - start, std::chrono::seconds(20));
+    EXPECT_EQ(Scalar("SELECT 1"), "1") << "the connection goes on";
+  }
+}
 
 TEST_P(Limits, AStatementIsEndedAfterItsTime) {
   connection.CommandTimeout(1);

@@ -142,7 +142,7 @@ bool RowReader::Next() {
 
 bool RowReader::FetchBlock() {
   ForgetBlock(fetched_);
-  const auto result = SQLFetch(statement_.Native());
+  const auto result = statement_.FetchBlock();
   const bool failed = !SQL_SUCCEEDED(result) && result != SQL_NO_DATA;
   if (!failed || blockRows_ == 1 || !statement_.Owner().Facts().leavesBlocks) return TakeBlock(result);
   LeaveBlock();

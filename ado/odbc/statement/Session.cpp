@@ -56,6 +56,14 @@ StatementWatch& Session::Watch() {
   return *watch_;
 }
 
+void Session::AllowCancel() { Watch().AllowCancel(); }
+
+bool Session::CancelAllowed() const noexcept { return watch_ && watch_->CancelAllowed(); }
+
+void Session::Cancel() noexcept {
+  if (watch_) watch_->Cancel();
+}
+
 bool Session::IsDead() const {
   if (!open_) return true;
   SQLUINTEGER dead = SQL_CD_FALSE;

@@ -71,6 +71,11 @@ class Session {
   [[nodiscard]] std::optional<bool> HeedsLimit() const noexcept { return heedsLimit_; }
   /// For drivers that do not; made at first use.
   [[nodiscard]] StatementWatch& Watch();
+  /// From now on Cancel ends what runs. It costs each statement a lock.
+  void AllowCancel();
+  [[nodiscard]] bool CancelAllowed() const noexcept;
+  /// Ends the statement that is being executed: from any thread, while the session is open. Nothing before AllowCancel.
+  void Cancel() noexcept;
 
   /// Grows with each statement that may have changed the definition of a table.
   [[nodiscard]] std::int64_t SchemaVersion() const noexcept { return schemaVersion_; }

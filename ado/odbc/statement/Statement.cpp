@@ -49,8 +49,10 @@ Statement::Statement(std::shared_ptr<Session> session, std::int32_t timeoutSecon
 
 Statement::TimeLimit::TimeLimit(Statement& statement) : statement_(statement) {
   statement_.tooLate_ = false;
-  if (!statement_.watched_) return;
-  statement_.session_->Watch().Begin(statement_.limit_);
+  Session& session = *statement_.session_;
+  if (!statement_.watched_ && !session.CancelAllowed()) return;
+  void* const cancelled = session.HeedsLimit().value_or(false) ? statement_.Native() : nullptr;
+  session.Watch().Begin(statement_.watched_ ? statement_.limit_ : 0, cancelled);
   statement_.running_ = true;
 }
 
@@ -169,8 +171,17 @@ ColumnDescription Statement::Describe(std::size_t column) {
   return out;
 }
 
-bool Statement::Fetch() {
+std::int16_t Statement::FetchBlock() {
+  // SQLite finds the rows while they are fetched. A time limit ends with the execution.
+  const bool cancellable = session_->CancelAllowed();
+  if (cancellable) session_->Watch().Begin(0, session_->HeedsLimit().value_or(false) ? Native() : nullptr);
   const auto result = SQLFetch(handle_.Get());
+  if (cancellable) (void)session_->Watch().End();
+  return result;
+}
+
+bool Statement::Fetch() {
+  const auto result = FetchBlock();
   Check(result);
   return result != SQL_NO_DATA;
 }

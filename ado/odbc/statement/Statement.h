@@ -58,7 +58,9 @@ class Statement {
   [[nodiscard]] ColumnDescription Describe(std::size_t column);
   /// The name alone.
   [[nodiscard]] std::string ColumnName(std::size_t column);
-  /// The next row (block); false at the end.
+  /// The next row or block of rows; the driver's own answer.
+  [[nodiscard]] std::int16_t FetchBlock();
+  /// The same; false at the end.
   bool Fetch();
   /// True when any row of the executed statement can be fetched again. False when the driver does not tell.
   [[nodiscard]] bool IsScrollable() const;

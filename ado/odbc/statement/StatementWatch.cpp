@@ -11,6 +11,8 @@ namespace {
 
 /// A statement that had not quite begun is not cancelled by the first attempt.
 constexpr auto kAgain = std::chrono::milliseconds(500);
+/// No limit, as far as a clock can be asked to wait.
+constexpr auto kForever = std::chrono::hours(24 * 365);
 
 }  // namespace
 
@@ -32,11 +34,12 @@ StatementWatch::~StatementWatch() {
   thread_.join();
 }
 
-void StatementWatch::Begin(std::int32_t seconds) {
+void StatementWatch::Begin(std::int32_t seconds, void* running) {
   bool earlier = false;
   {
     const std::lock_guard guard(lock_);
-    deadline_ = Clock::now() + std::chrono::seconds(seconds);
+    deadline_ = Clock::now() + (seconds > 0 ? std::chrono::seconds(seconds) : kForever);
+    running_ = running;
     watching_ = true;
     cancelled_ = false;
     earlier = deadline_ < wakes_;
@@ -49,6 +52,11 @@ bool StatementWatch::End() noexcept {
   const std::lock_guard guard(lock_);
   watching_ = false;
   return cancelled_;
+}
+
+void StatementWatch::Cancel() noexcept {
+  const std::lock_guard guard(lock_);
+  if (watching_) SQLCancel(running_ != nullptr ? running_ : idle_.Get());
 }
 
 void StatementWatch::Run() {
