@@ -71,13 +71,16 @@ std::string BashCompletion(const std::vector<CommandFacts>& commands) {
          "  esac\n}\ncomplete -o default -F _tamlo_db tamlo-db\n";
 }
 
-std::string ZshCompletion(const std::vector<CommandFacts>& commands) {
-  std::string text = "#compdef tamlo-db\n_tamlo_db() {\n  local -a commands flags\n  commands=(\n";
+namespace {
+
+/// A function of zsh with the texts of one language.
+std::string ZshFunction(const std::string& name, const std::vector<CommandFacts>& commands) {
+  std::string text = name + "() {\n  local -a commands flags\n  commands=(\n";
   for (std::size_t i = 1; i < commands.size(); ++i)
     text += "    " + Quoted(commands[i].name + ":" + Escaped(commands[i].description, "\\:")) + '\n';
   text += "  )\n  flags=(\n";
   for (const auto& option : commands.front().options)
-    for (const auto& name : option.names) text += "    " + Quoted(name + ":" + Escaped(option.description, "\\:")) + '\n';
+    for (const auto& one : option.names) text += "    " + Quoted(one + ":" + Escaped(option.description, "\\:")) + '\n';
   text +=
       "  )\n  if (( CURRENT == 2 )); then\n    _describe -t commands command commands\n    _describe -o option flags\n    return\n  fi\n"
       "  local command=$words[2]\n  shift words\n  (( CURRENT-- ))\n  case $command in\n";
@@ -87,25 +90,38 @@ std::string ZshCompletion(const std::vector<CommandFacts>& commands) {
       if (!option.names.empty()) text += " \\\n        " + ZshArgument(option);
     text += " \\\n        '*:file:_files'\n      ;;\n";
   }
-  return text + "  esac\n}\n_tamlo_db \"$@\"\n";
+  return text + "  esac\n}\n";
 }
 
-std::string FishCompletion(const std::vector<CommandFacts>& commands) {
-  std::string text = "# fish completion for tamlo-db\n";
+std::string FishLines(const std::vector<CommandFacts>& commands) {
+  std::string text;
   for (std::size_t i = 0; i < commands.size(); ++i) {
     const std::string condition = i == 0 ? "__fish_use_subcommand" : "'__fish_seen_subcommand_from " + commands[i].name + "'";
     if (i > 0)
-      text += "complete -c tamlo-db -f -n __fish_use_subcommand -a " + commands[i].name + " -d '" +
+      text += "  complete -c tamlo-db -f -n __fish_use_subcommand -a " + commands[i].name + " -d '" +
               Escaped(commands[i].description, "\\'") + "'\n";
     for (const auto& option : commands[i].options) {
       if (option.names.empty()) continue;
-      text += "complete -c tamlo-db -n " + condition;
+      text += "  complete -c tamlo-db -n " + condition;
       for (const auto& name : option.names) text += name.starts_with("--") ? " -l " + name.substr(2) : " -s " + name.substr(1);
       if (option.takesValue) text += option.choices.empty() ? " -r" : " -x -a '" + Joined(option.choices, " ") + "'";
       text += " -d '" + Escaped(option.description, "\\'") + "'\n";
     }
   }
   return text;
+}
+
+}  // namespace
+
+std::string ZshCompletion(const std::vector<CommandFacts>& english, const std::vector<CommandFacts>& french) {
+  return "#compdef tamlo-db\n" + ZshFunction("_tamlo_db_english", english) + ZshFunction("_tamlo_db_french", french) +
+         "case ${LC_ALL:-${LC_MESSAGES:-$LANG}} in\n  fr*) _tamlo_db_french \"$@\" ;;\n  *) _tamlo_db_english \"$@\" ;;\nesac\n";
+}
+
+std::string FishCompletion(const std::vector<CommandFacts>& english, const std::vector<CommandFacts>& french) {
+  return "# fish completion for tamlo-db\nset -l language (string match -v '' -- $LC_ALL $LC_MESSAGES $LANG)\n"
+         "if string match -q 'fr*' -- \"$language[1]\"\n" +
+         FishLines(french) + "else\n" + FishLines(english) + "end\n";
 }
 
 }  // namespace tamlo::cli::pages

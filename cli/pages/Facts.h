@@ -28,8 +28,10 @@ struct CommandFacts {
 
 /// The texts of whole files.
 [[nodiscard]] std::string ManPage(const std::vector<CommandFacts>& commands);  ///< in the user's language
+/// What bash completes has no texts.
 [[nodiscard]] std::string BashCompletion(const std::vector<CommandFacts>& commands);
-[[nodiscard]] std::string ZshCompletion(const std::vector<CommandFacts>& commands);
-[[nodiscard]] std::string FishCompletion(const std::vector<CommandFacts>& commands);
+/// These show texts in the language that the shell's user reads, chosen as tamlo-db chooses it.
+[[nodiscard]] std::string ZshCompletion(const std::vector<CommandFacts>& english, const std::vector<CommandFacts>& french);
+[[nodiscard]] std::string FishCompletion(const std::vector<CommandFacts>& english, const std::vector<CommandFacts>& french);
 
 }  // namespace tamlo::cli::pages

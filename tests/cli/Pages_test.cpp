@@ -98,5 +98,25 @@ TEST(Pages, CompletionsGiveWhatStandsThere) {
   EXPECT_EQ(fish.out.substr(0, 4), "json") << fish.err;
 }
 
+TEST(Pages, CompletionsSpeakTheLanguageOfTheirUser) {
+  const TemporaryFolder folder;
+  const auto fish = [&](const std::string& variables) {
+    return RunLine(folder, "env -u LC_ALL -u LC_MESSAGES " + variables + " HOME=" + Word(folder.Path().string()) + " fish --no-config -c " +
+                               Word("source " + std::string(TAMLO_PAGES) + "/tamlo-db.fish; complete -C 'tamlo-db tabl'"))
+        .out;
+  };
+  EXPECT_EQ(fish("LANG=C"), "tables\tThe tables, with the number of their rows\n");
+  EXPECT_EQ(fish("LANG=fr_FR.UTF-8"), "tables\tLes tables, avec leur nombre de lignes\n");
+  EXPECT_EQ(fish("LANG=fr_FR.UTF-8 LC_ALL=C"), "tables\tThe tables, with the number of their rows\n");
+  // What zsh would be given to show.
+  const auto zsh = [&](const std::string& variables) {
+    const std::string script = "_describe() { print -l -- ${(P)4} }; _tamlo() { . " + std::string(TAMLO_PAGES) +
+                               "/_tamlo-db }; words=(tamlo-db ''); CURRENT=2; _tamlo";
+    return RunLine(folder, "env -u LC_ALL -u LC_MESSAGES " + variables + " zsh -f -c " + Word(script)).out;
+  };
+  EXPECT_NE(zsh("LANG=C").find("\ntables:The tables, with the number of their rows\n"), std::string::npos) << zsh("LANG=C");
+  EXPECT_NE(zsh("LANG=fr_FR.UTF-8").find("\ntables:Les tables, avec leur nombre de lignes\n"), std::string::npos);
+}
+
 }  // namespace
 }  // namespace tamlo::tests
