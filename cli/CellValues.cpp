@@ -1,12 +1,18 @@
 #include "cli/CellValues.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <limits>
+#include <span>
 
 #include "base/Calendar.h"
 #include "base/Case.h"
+#include "base/FilePath.h"
 #include "base/Numbers.h"
 
 namespace tamlo::cli {
@@ -93,6 +99,21 @@ std::optional<jet::Value> FromBase64(std::string_view text) {
     group = 0;
   }
   return jet::Value(std::move(bytes));
+}
+
+/// The bytes of a file in a folder. A name that leads out of the folder is none: a text file from elsewhere must not read others.
+std::optional<jet::Value> FromFile(const std::string& folder, const std::string& name) {
+  const auto relative = base::FilePath(name);
+  if (name.empty() || relative.is_absolute() || relative.has_root_path()) return std::nullopt;
+  if (std::find(relative.begin(), relative.end(), "..") != relative.end()) return std::nullopt;
+  const auto path = base::FilePath(folder) / relative;
+  std::error_code ignored;
+  std::ifstream file(path, std::ios::binary);
+  if (!file || !std::filesystem::is_regular_file(path, ignored)) return std::nullopt;
+  const std::string read{std::istreambuf_iterator<char>(file), {}};
+  if (file.bad()) return std::nullopt;
+  const auto bytes = std::as_bytes(std::span(read));
+  return jet::Value(jet::Bytes(bytes.begin(), bytes.end()));
 }
 
 /// The parts of a moment while it is read.
@@ -228,6 +249,7 @@ std::optional<jet::Value> ValueOf(const Cell& cell, const jet::ColumnDef& column
     case jet::ColumnType::kBinary:
     case jet::ColumnType::kOle:
     case jet::ColumnType::kInternal:
+      if (reading.bytesFrom) return FromFile(*reading.bytesFrom, cell.text);
       return reading.base64 ? FromBase64(cell.text) : FromHex(cell.text);
     case jet::ColumnType::kGuid:
       return AsValue(jet::Guid::Parse(cell.text));

@@ -12,7 +12,8 @@ namespace tamlo::cli {
 struct Reading {
   std::string yes = "1";
   std::string no = "0";
-  bool base64 = false;  ///< bytes; else hexadecimal digits
+  bool base64 = false;                   ///< bytes; else hexadecimal digits
+  std::optional<std::string> bytesFrom;  ///< bytes are files: the folder in which their names are looked for
   std::string
       dateFormat;  ///< %Y %y %m %d %H %M %S %f (milliseconds) %%; empty: YYYY-MM-DD HH:MM:SS.mmm, the time and its parts as far as given
 };

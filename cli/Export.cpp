@@ -4,10 +4,12 @@
 #include <filesystem>
 #include <limits>
 #include <memory>
+#include <optional>
 
 #include "ado/Recordset.h"
 #include "base/Case.h"
 #include "base/FilePath.h"
+#include "cli/CarefulRows.h"
 #include "cli/Commands.h"
 #include "cli/Format.h"
 #include "cli/Messages.h"
@@ -31,6 +33,7 @@ struct Asked {
   std::string words;
   Spelling spelling;
   std::string bytes = "hex";
+  Care care;
   std::shared_ptr<Login> login = std::make_shared<Login>();
 };
 
@@ -84,7 +87,7 @@ void WriteFileTable(jet::Database& file, const std::string& name, const Asked& a
   const auto places = Places(table, asked.columns);
   std::vector<std::string> names;
   for (const std::size_t place : places) names.push_back(table.Columns()[place].name);
-  const auto format = FormatNamed(asked.format, output, asked.spelling);
+  const auto format = Careful(FormatNamed(asked.format, output, asked.spelling), asked.care);
   format->Begin(name, names);
   if (asked.where.empty() && asked.orderBy.empty()) {
     WriteScan(table, places, asked.limit, *format);
@@ -127,7 +130,7 @@ void WriteServerTable(const Opened& opened, const std::string& name, const Asked
   const bool knowsLimit =
       opened.engine == schema::Engine::kMariaDb || opened.engine == schema::Engine::kPostgreSql || opened.engine == schema::Engine::kSqlite;
   if (knowsLimit && asked.limit < std::numeric_limits<std::int64_t>::max()) sql += " LIMIT " + std::to_string(asked.limit);
-  const auto format = FormatNamed(asked.format, output, asked.spelling);
+  const auto format = Careful(FormatNamed(asked.format, output, asked.spelling), asked.care);
   WriteServerRows(*opened.connection, sql, name, asked.limit, *format);
 }
 
@@ -136,27 +139,15 @@ void WriteTable(const Opened& opened, const std::string& name, const Asked& aske
   WriteServerTable(opened, name, asked, output);
 }
 
-/// Names that Windows keeps for devices, whatever stands behind a dot.
-bool IsDevice(const std::string& name) {
-  const std::string start = base::LowerName(name.substr(0, name.find('.')));
-  for (const char* device : {"con", "prn", "aux", "nul"})
-    if (start == device) return true;
-  return start.size() == 4 && (start.starts_with("com") || start.starts_with("lpt")) && start[3] >= '1' && start[3] <= '9';
-}
-
-/// A file name of a table, good on every system: what is no part of one becomes "_".
-std::string FileName(const std::string& table, const std::string& format) {
-  std::string name = table;
-  std::replace_if(
-      name.begin(), name.end(),
-      [](char c) { return std::string_view("/\\:*?\"<>|").find(c) != std::string_view::npos || static_cast<unsigned char>(c) < 0x20; },
-      '_');
-  if (IsDevice(name)) name.insert(0, "_");
-  return name + "." + (format == "table" ? "txt" : format);
-}
-
 void ReadWords(Asked& asked) {
   asked.spelling.base64 = asked.bytes == "base64";
+  if (asked.bytes == "files" && (asked.folder.empty() || asked.format == "sql"))
+    throw Failure(Status::kUsage, Say(asked.folder.empty() ? Said::kFilesNeedFolder : Said::kFilesNoSql));
+  if (!asked.care.encoding.empty()) {
+    const auto encoding = EncodingNamed(asked.care.encoding);
+    if (!encoding) throw Failure(Status::kUsage, Say(Said::kUnknownEncoding, {asked.care.encoding}));
+    if (encoding->form != Form::kUtf8) asked.care.encoder = std::make_shared<Encoder>(*encoding);
+  }
   if (asked.words.empty()) return;
   const auto comma = asked.words.find(',');
   if (comma == std::string::npos) throw Failure(Status::kUsage, Say(Said::kTwoWords, {asked.words}));
@@ -164,24 +155,43 @@ void ReadWords(Asked& asked) {
   asked.spelling.no = asked.words.substr(comma + 1);
 }
 
+/// What is written beside the values themselves has to be in the encoding too.
+void RequireWords(const Asked& asked, const std::vector<std::string>& tables) {
+  if (!asked.care.encoder) return;
+  std::vector<std::string> words{asked.spelling.null, asked.spelling.yes, asked.spelling.no};
+  if (asked.format == "sql") words.insert(words.end(), tables.begin(), tables.end());
+  for (const auto& word : words)
+    if (asked.care.encoder->Lacks(word)) throw Failure(Status::kFailed, Say(Said::kWordNotInEncoding, {word, asked.care.encoding}));
+}
+
+void WriteFiles(const Opened& opened, const std::vector<std::string>& tables, Asked& asked) {
+  const auto folder = base::FilePath(asked.folder);
+  std::filesystem::create_directories(folder);
+  for (const auto& name : tables) {
+    const std::string good = GoodFileName(name);
+    Output output(base::FileName(folder / base::FilePath(good + "." + (asked.format == "table" ? "txt" : asked.format))));
+    if (asked.care.encoder) output.Encode(asked.care.encoder);
+    std::optional<BytesFolder> bytes;
+    if (asked.bytes == "files") bytes.emplace(base::FileName(folder / base::FilePath(good + ".files")), good + ".files");
+    asked.care.files = bytes ? &*bytes : nullptr;
+    WriteTable(opened, name, asked, output);
+    if (bytes) bytes->Close();
+    output.Close();
+  }
+}
+
 void Run(Asked& asked) {
   ReadWords(asked);
   Opened opened = Open(asked.database, *asked.login);
   const auto tables = TablesOf(opened, asked.patterns);
-  if (asked.folder.empty()) {
-    const bool joined = asked.format == "json" || asked.format == "jsonl" || asked.format == "sql";
-    if (tables.size() > 1 && !joined) throw Failure(Status::kUsage, Say(Said::kOneTable, {std::to_string(tables.size())}));
-    Output output;
-    for (const auto& name : tables) WriteTable(opened, name, asked, output);
-    return output.Close();
-  }
-  const auto folder = base::FilePath(asked.folder);
-  std::filesystem::create_directories(folder);
-  for (const auto& name : tables) {
-    Output output(base::FileName(folder / base::FilePath(FileName(name, asked.format))));
-    WriteTable(opened, name, asked, output);
-    output.Close();
-  }
+  RequireWords(asked, tables);
+  if (!asked.folder.empty()) return WriteFiles(opened, tables, asked);
+  const bool joined = asked.format == "json" || asked.format == "jsonl" || asked.format == "sql";
+  if (tables.size() > 1 && !joined) throw Failure(Status::kUsage, Say(Said::kOneTable, {std::to_string(tables.size())}));
+  Output output;
+  if (asked.care.encoder) output.Encode(asked.care.encoder);
+  for (const auto& name : tables) WriteTable(opened, name, asked, output);
+  output.Close();
 }
 
 }  // namespace
@@ -202,7 +212,9 @@ void AddExport(CLI::App& app, Status&) {
   command->add_option("-o,--output", asked->folder, Say(Said::kFolder));
   command->add_option("--null", asked->spelling.null, Say(Said::kNullText));
   command->add_option("--bool", asked->words, Say(Said::kTruthTexts));
-  command->add_option("--binary", asked->bytes, Say(Said::kBinaryForm))->check(CLI::IsMember({"hex", "base64"}));
+  command->add_option("--date-format", asked->care.dateFormat, Say(Said::kDateFormat));
+  command->add_option("--encoding", asked->care.encoding, Say(Said::kEncoding));
+  command->add_option("--binary", asked->bytes, Say(Said::kBinaryForm))->check(CLI::IsMember({"hex", "base64", "files"}));
   command->callback([asked] {
     if (asked->patterns.empty() && !asked->all) throw Failure(Status::kUsage, Say(Said::kTablePattern) + ": -t, --all");
     Run(*asked);

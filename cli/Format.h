@@ -26,6 +26,8 @@ class RowFormat {
   virtual void Row(const std::vector<jet::Value>& values) = 0;
   /// After the last row of the table.
   virtual void End() = 0;
+  /// Whether days without a time are to come as moments, not as texts.
+  [[nodiscard]] virtual bool WantsMoments() const { return false; }
 };
 
 /// "csv", "tsv", "json", "jsonl", "sql" or "table". Null for any other.

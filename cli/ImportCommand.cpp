@@ -30,6 +30,7 @@ std::pair<std::string, std::string> Cut(const std::string& text, char sign) {
 
 void ReadOptions(Asked& asked) {
   asked.reading.base64 = asked.bytes == "base64";
+  if (asked.bytes == "files") asked.reading.bytesFrom = base::FileName(base::FilePath(asked.file).parent_path());
   if (!asked.words.empty()) {
     if (asked.words.find(',') == std::string::npos) throw Failure(Status::kUsage, Say(Said::kTwoWords, {asked.words}));
     std::tie(asked.reading.yes, asked.reading.no) = Cut(asked.words, ',');
@@ -131,7 +132,7 @@ void AddImport(CLI::App& app, Status&) {
   command->add_option("--null", asked->records.null, Say(Said::kNullText));
   command->add_option("--bool", asked->words, Say(Said::kTruthTexts));
   command->add_option("--date-format", asked->reading.dateFormat, Say(Said::kDateFormat));
-  command->add_option("--binary", asked->bytes, Say(Said::kBinaryForm))->check(CLI::IsMember({"hex", "base64"}));
+  command->add_option("--binary", asked->bytes, Say(Said::kBinaryForm))->check(CLI::IsMember({"hex", "base64", "files"}));
   command->callback([asked] { Run(*asked); });
 }
 

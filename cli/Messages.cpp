@@ -25,7 +25,8 @@ constexpr std::array kTexts{
          "Les instructions qui créent tables, index et relations sur un moteur"},
     Text{Said::kQueries, "The stored queries and their texts", "Les requêtes enregistrées et leur texte"},
     Text{Said::kRelations, "The relations between the tables", "Les relations entre les tables"},
-    Text{Said::kQuery, "The rows of a query", "Les lignes d'une requête"},
+    Text{Said::kQuery, "The rows of a query; without one a shell, or the statements of standard input",
+         "Les lignes d'une requête ; sans elle un interpréteur, ou les instructions de l'entrée standard"},
     Text{Said::kExport, "The rows of tables", "Les lignes de tables"},
     Text{Said::kExec, "Runs statements in one transaction, all or none", "Exécute des instructions en une transaction, toutes ou aucune"},
     Text{Said::kCheck, "Compares everything in an Access file with everything", "Compare tout avec tout dans un fichier Access"},
@@ -118,7 +119,7 @@ constexpr std::array kTexts{
     Text{Said::kTarget, "Engine: mariadb, postgresql, sqlite, sqlserver, oracle or access",
          "Moteur : mariadb, postgresql, sqlite, sqlserver, oracle ou access"},
     Text{Said::kStatement, "A statement in the database's own SQL", "Une instruction dans le SQL de la base"},
-    Text{Said::kStatementFile, "File that holds the statement", "Fichier qui contient l'instruction"},
+    Text{Said::kStatementFile, "File of statements, each ended by ;", "Fichier d'instructions, chacune terminée par ;"},
     Text{Said::kTablePattern, "Table; * and ? stand for any characters. May be given again",
          "Table ; * et ? tiennent lieu de caractères. Répétable"},
     Text{Said::kAllTables, "All tables", "Toutes les tables"},
@@ -130,7 +131,8 @@ constexpr std::array kTexts{
     Text{Said::kFolder, "Folder for one file a table; else standard output", "Dossier, un fichier par table ; sinon la sortie standard"},
     Text{Said::kNullText, "What stands for a null value", "Ce qui tient lieu de valeur nulle"},
     Text{Said::kTruthTexts, "The two words for true and false, such as yes,no", "Les deux mots pour vrai et faux, comme oui,non"},
-    Text{Said::kBinaryForm, "Bytes as hex or base64", "Octets en hex ou base64"},
+    Text{Said::kBinaryForm, "Bytes as hex or base64, or as files of their own beside the text's",
+         "Octets en hex ou base64, ou en fichiers à côté de celui du texte"},
     Text{Said::kNewFile, "File to be made; it must not exist", "Fichier à créer ; il ne doit pas exister"},
     Text{Said::kCannotOpen, "cannot open %1: %2", "impossible d'ouvrir %1 : %2"},
     Text{Said::kNoFile, "there is no such file", "il n'y a pas de tel fichier"},
@@ -278,6 +280,40 @@ constexpr std::array kTexts{
     Text{Said::kMoreLosses, "and %1 more, which --report FILE tells", "et %1 autres, que dit --report FICHIER"},
     Text{Said::kNothingLost, "%1: nothing is lost", "%1 : rien n'est perdu"},
     Text{Said::kLost, "%1: %2 losses", "%1 : %2 pertes"},
+    Text{Said::kWrite, "Let statements change the database", "Permet aux instructions de modifier la base"},
+    Text{Said::kShellReads, "%1, %2, for reading alone (--write lets statements change it). .help tells more, .quit ends",
+         "%1, %2, en lecture seule (--write permet de modifier). .help en dit plus, .quit termine"},
+    Text{Said::kShellWrites, "%1, %2, statements may change it. .help tells more, .quit ends",
+         "%1, %2, les instructions peuvent la modifier. .help en dit plus, .quit termine"},
+    Text{Said::kShellHelp,
+         "Statements in the database's own SQL, on one line or several, each ended by \";\".\n"
+         ".tables [PATTERN]  the tables; * and ? stand for any characters\n"
+         ".columns TABLE     its columns\n"
+         ".format FORM       how rows are written: table, csv, tsv, json, jsonl, sql\n"
+         ".quit              end (or Ctrl-D)\n"
+         "Tab completes names and words. Ctrl-C drops the line that is being typed, or ends the statement that runs.\n"
+         "Lines are kept for the arrow keys, unless they begin with a blank or speak of a password.",
+         "Des instructions dans le SQL de la base, sur une ligne ou plusieurs, chacune terminée par « ; ».\n"
+         ".tables [MOTIF]    les tables ; * et ? tiennent lieu de caractères\n"
+         ".columns TABLE     ses colonnes\n"
+         ".format FORME      comment les lignes sont écrites : table, csv, tsv, json, jsonl, sql\n"
+         ".quit              termine (ou Ctrl-D)\n"
+         "Tab complète les noms et les mots. Ctrl-C abandonne la ligne en cours de frappe, ou l'instruction en cours.\n"
+         "Les lignes sont gardées pour les flèches, sauf celles qui commencent par un blanc ou parlent d'un mot de passe."},
+    Text{Said::kNoSuchCommand, "%1 is no command here; .help tells which there are",
+         "%1 n'est pas une commande ; .help dit lesquelles il y a"},
+    Text{Said::kStandardInput, "standard input", "entrée standard"},
+    Text{Said::kStatementDone, "done", "fait"},
+    Text{Said::kNotCommitted, "the transaction was not committed: what it changed is undone",
+         "la transaction n'a pas été validée : ce qu'elle a modifié est annulé"},
+    Text{Said::kCellOf, "table %1, row %2, column %3", "table %1, ligne %2, colonne %3"},
+    Text{Said::kNotInFormat, "%1 cannot be written as %2 and be read back the same", "%1 ne peut s'écrire en %2 et être relu tel quel"},
+    Text{Said::kNotInEncoding, "the character %1 (%2) is not in %3", "le caractère %1 (%2) n'existe pas en %3"},
+    Text{Said::kWordNotInEncoding, "%1 cannot be written in %2", "%1 ne peut s'écrire en %2"},
+    Text{Said::kFilesNeedFolder, "--binary files wants a folder: -o", "--binary files demande un dossier : -o"},
+    Text{Said::kFilesNoSql, "--binary files is not for -F sql, which holds the bytes itself",
+         "--binary files ne va pas avec -F sql, qui contient les octets"},
+    Text{Said::kHistoryNotKept, "%1: %2; what is typed is not kept", "%1 : %2 ; ce qui est tapé n'est pas gardé"},
 };
 
 }  // namespace

@@ -211,6 +211,21 @@ enum class Said {
   kMoreLosses,
   kNothingLost,
   kLost,
+  kWrite,
+  kShellReads,
+  kShellWrites,
+  kShellHelp,
+  kNoSuchCommand,
+  kStandardInput,
+  kStatementDone,
+  kNotCommitted,
+  kHistoryNotKept,
+  kCellOf,
+  kNotInFormat,
+  kNotInEncoding,
+  kWordNotInEncoding,
+  kFilesNeedFolder,
+  kFilesNoSql,
 };
 
 /// The text, "%1", "%2"... in it replaced by the arguments.

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <utility>
 
 #include "base/FilePath.h"
 #include "cli/Failure.h"
@@ -26,7 +27,17 @@ Output::~Output() {
   std::filesystem::remove(base::FilePath(path_ + ".part"), ignored);
 }
 
+void Output::Encode(std::shared_ptr<const Encoder> encoder) {
+  encoder_ = std::move(encoder);
+  bytes_ = encoder_->Mark();
+}
+
 void Output::Write() {
+  if (encoder_) {
+    encoder_->Append(text_, bytes_);
+    text_.swap(bytes_);
+    bytes_.clear();
+  }
   const bool whole = text_.empty() || std::fwrite(text_.data(), 1, text_.size(), file_) == text_.size();
   if (!whole) throw Failure(Status::kFailed, Say(Said::kCannotWrite, {path_.empty() ? "stdout" : path_, std::strerror(errno)}));
   text_.clear();

@@ -1,8 +1,11 @@
 #pragma once
 
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <string_view>
+
+#include "cli/Encoding.h"
 
 namespace tamlo::cli {
 
@@ -26,6 +29,8 @@ class Output {
     if (text_.size() >= kPiece) Write();
   }
   void Close();
+  /// From now on the text goes out in that encoding, which has all of its characters. Before anything is written.
+  void Encode(std::shared_ptr<const Encoder> encoder);
 
  private:
   static constexpr std::size_t kPiece = 1U << 16U;
@@ -33,6 +38,8 @@ class Output {
 
   std::string path_;
   std::string text_;
+  std::string bytes_;  ///< in the encoding
+  std::shared_ptr<const Encoder> encoder_;
   std::FILE* file_;
 };
 

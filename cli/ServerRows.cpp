@@ -44,9 +44,9 @@ std::string DayText(std::int64_t number) {
 }
 
 /// A moment goes as such unless it has more digits than those of milliseconds, or is a day or a time alone.
-jet::Value MomentOf(double serial, std::int16_t type) {
+jet::Value MomentOf(double serial, std::int16_t type, bool asMoments) {
   const base::DayAndTicks moment = base::SplitSerial(serial, kMicrosecondsADay);
-  if (type == ado::adDBDate) return jet::Value(DayText(moment.day));
+  if (type == ado::adDBDate && !asMoments) return jet::Value(DayText(moment.day));
   if (type == ado::adDBTime && moment.day == 0) return jet::Value(TimeText(moment.ticks));
   // A double has microseconds in these years alone; beyond them they are the noise of milliseconds.
   const bool hasMicroseconds = serial > -65536 && serial < 65536 && moment.ticks % 1000 != 0;
@@ -73,7 +73,7 @@ jet::Value GuidOf(const std::string& text) {
 
 }  // namespace
 
-jet::Value ValueOf(const ado::Variant& value, std::int16_t type) {
+jet::Value ValueOf(const ado::Variant& value, std::int16_t type, bool asMoments) {
   if (const auto* truth = value.If<bool>()) return jet::Value(*truth);
   if (const auto* number = value.If<std::uint8_t>()) return jet::Value(static_cast<std::int32_t>(*number));
   if (const auto* number = value.If<std::int16_t>()) return jet::Value(*number);
@@ -82,7 +82,7 @@ jet::Value ValueOf(const ado::Variant& value, std::int16_t type) {
   if (const auto* number = value.If<float>()) return jet::Value(*number);
   if (const auto* number = value.If<double>()) return jet::Value(*number);
   if (const auto* amount = value.If<runtime::Currency>()) return jet::Value(jet::Currency{amount->tenThousandths});
-  if (const auto* moment = value.If<runtime::Date>()) return MomentOf(moment->serial, type);
+  if (const auto* moment = value.If<runtime::Date>()) return MomentOf(moment->serial, type, asMoments);
   if (const auto* decimal = value.If<runtime::Decimal>()) return DecimalOf(decimal->text);
   if (const auto* guid = value.If<runtime::Guid>()) return GuidOf(guid->text);
   if (const auto* text = value.If<std::string>()) return jet::Value(*text);
@@ -90,11 +90,9 @@ jet::Value ValueOf(const ado::Variant& value, std::int16_t type) {
   return {};
 }
 
-void WriteServerRows(ado::Connection& connection, const std::string& sql, const std::string& name, std::int64_t limit, RowFormat& format) {
+void WriteRows(ado::Recordset& rows, const std::string& name, std::int64_t limit, RowFormat& format) {
   std::int64_t number = 0;
   try {
-    ado::Recordset rows;
-    rows.Open(sql, &connection, ado::adOpenForwardOnly, ado::adLockReadOnly, ado::adCmdText);
     std::vector<std::string> names;
     std::vector<const ado::Field*> fields;
     if (rows.IsOpen())
@@ -104,9 +102,16 @@ void WriteServerRows(ado::Connection& connection, const std::string& sql, const 
       }
     format.Begin(name, names);
     std::vector<jet::Value> row(fields.size());
+    const bool moments = format.WantsMoments();
     while (rows.IsOpen() && number < limit && !rows.Eof()) {
       ++number;
-      for (std::size_t i = 0; i < fields.size(); ++i) row[i] = ValueOf(fields[i]->Value(), fields[i]->Type());
+      for (std::size_t i = 0; i < fields.size(); ++i) {
+        row[i] = ValueOf(fields[i]->Value(), fields[i]->Type(), moments);
+        // Microseconds are no part of a format, nor of what is read back.
+        if (moments && fields[i]->Type() == ado::adDBTimeStamp && row[i].Type() == jet::ValueType::kText)
+          throw Failure(Status::kFailed, Say(Said::kCellOf, {name, std::to_string(number), names[i]}) + ": " +
+                                             Say(Said::kNotInFormat, {row[i].AsText(), "--date-format"}));
+      }
       format.Row(row);
       rows.MoveNext();
     }
@@ -115,6 +120,16 @@ void WriteServerRows(ado::Connection& connection, const std::string& sql, const 
     throw Failure(Status::kFailed, place + ": " + ServerText(error));
   }
   format.End();
+}
+
+void WriteServerRows(ado::Connection& connection, const std::string& sql, const std::string& name, std::int64_t limit, RowFormat& format) {
+  ado::Recordset rows;
+  try {
+    rows.Open(sql, &connection, ado::adOpenForwardOnly, ado::adLockReadOnly, ado::adCmdText);
+  } catch (const runtime::Error& error) {
+    throw Failure(Status::kFailed, name + ": " + ServerText(error));
+  }
+  WriteRows(rows, name, limit, format);
 }
 
 schema::Database ReadStructure(const Opened& opened, const schema::ReadOptions& options) {

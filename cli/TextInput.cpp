@@ -2,48 +2,25 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <span>
 
-#include "base/Case.h"
-#include "base/Numbers.h"
 #include "base/Utf16.h"
 #include "base/Utf8.h"
 #include "cli/Failure.h"
 #include "cli/Messages.h"
-#include "jet/value/Text.h"
 
 namespace tamlo::cli {
 namespace {
 
 constexpr std::size_t kPiece = 65536;
 
-/// Small letters and digits alone.
-std::string PlainName(const std::string& encoding) {
-  std::string name;
-  for (const char c : encoding)
-    if (c != '-' && c != '_' && c != ' ') name += base::AsciiLower(c);
-  return name;
-}
-
 }  // namespace
 
 TextInput::TextInput(const std::string& path, const std::string& encoding)
     : path_(path), encoding_(encoding), file_(std::filesystem::path(reinterpret_cast<const char8_t*>(path.c_str())), std::ios::binary) {
-  const std::string name = PlainName(encoding);
-  const std::string digits = name.starts_with("windows") ? name.substr(7) : name.starts_with("cp") ? name.substr(2) : "";
-  const auto page = base::ReadWhole<std::uint16_t>(digits);
-  if (page && *page >= 1250 && *page <= 1258) {
-    form_ = Form::kAnsi;
-    codePage_ = *page;
-  } else if (name == "latin1" || name == "iso88591") {
-    form_ = Form::kLatin1;
-  } else if (name == "utf16" || name == "utf16le") {
-    form_ = Form::kUtf16Little;
-  } else if (name == "utf16be") {
-    form_ = Form::kUtf16Big;
-  } else if (name != "utf8") {
-    throw Failure(Status::kUsage, Say(Said::kUnknownEncoding, {encoding}));
-  }
+  const auto known = EncodingNamed(encoding);
+  if (!known) throw Failure(Status::kUsage, Say(Said::kUnknownEncoding, {encoding}));
+  form_ = known->form;
+  codePage_ = known->codePage;
   std::string first(1, '\0');
   if (!file_ || (!file_.read(first.data(), 1) && !file_.eof())) throw Failure(Status::kUsage, Say(Said::kCannotRead, {path}));
   if (file_.gcount() == 1) raw_ = first;
@@ -69,13 +46,21 @@ void TextInput::Fill() {
 
 void TextInput::Decode(bool atEnd) {
   if (form_ == Form::kUtf8) return DecodeUtf8(atEnd);
-  if (form_ == Form::kUtf16Little || form_ == Form::kUtf16Big) return DecodeUtf16(atEnd);
+  if (form_ == Form::kUtf16 || form_ == Form::kUtf16Little || form_ == Form::kUtf16Big) return DecodeUtf16(atEnd);
   if (form_ == Form::kLatin1) {
     for (const char c : raw_) base::AppendCharacter(text_, static_cast<unsigned char>(c));
   } else {
-    jet::AppendAnsi(std::as_bytes(std::span(raw_)), codePage_, text_);
+    DecodeAnsi();
   }
   raw_.clear();
+}
+
+void TextInput::DecodeAnsi() {
+  for (const char c : raw_) {
+    const auto character = CharacterOf(codePage_, static_cast<std::uint8_t>(c));
+    if (!character) Refuse();
+    base::AppendCharacter(text_, *character);
+  }
 }
 
 void TextInput::DecodeUtf8(bool atEnd) {
@@ -97,7 +82,7 @@ void TextInput::DecodeUtf16(bool atEnd) {
   // The mark tells which end comes first, once.
   if (first_ && raw_.size() >= 2 && raw_[0] == '\xFE' && raw_[1] == '\xFF') form_ = Form::kUtf16Big;
   first_ = raw_.size() < 2 && first_;
-  const std::size_t low = form_ == Form::kUtf16Little ? 0 : 1;
+  const std::size_t low = form_ == Form::kUtf16Big ? 1 : 0;
   const auto unit = [&](std::size_t i) {
     return static_cast<char32_t>(static_cast<unsigned char>(raw_[2 * i + low]) | static_cast<unsigned char>(raw_[2 * i + 1 - low]) << 8U);
   };

@@ -4,6 +4,8 @@
 #include <fstream>
 #include <string>
 
+#include "cli/Encoding.h"
+
 namespace tamlo::cli {
 
 /// Reads a text file byte by byte as UTF-8, whatever it is written in. Memory does not grow with the file.
@@ -29,9 +31,9 @@ class TextInput {
   [[nodiscard]] const std::string& Path() const noexcept { return path_; }
 
  private:
-  enum class Form { kUtf8, kUtf16Little, kUtf16Big, kLatin1, kAnsi };
   void Fill();
   void Decode(bool atEnd);
+  void DecodeAnsi();
   void DecodeUtf8(bool atEnd);
   void DecodeUtf16(bool atEnd);
   [[noreturn]] void Refuse() const;
@@ -40,7 +42,7 @@ class TextInput {
   std::string encoding_;
   std::ifstream file_;
   Form form_ = Form::kUtf8;
-  std::uint16_t codePage_ = 1252;
+  std::uint16_t codePage_ = 0;
   std::string raw_;   ///< read and not decoded: the beginning of a character
   std::string text_;  ///< decoded
   std::size_t at_ = 0;
