@@ -281,10 +281,10 @@ constexpr std::array kTexts{
     Text{Said::kNothingLost, "%1: nothing is lost", "%1 : rien n'est perdu"},
     Text{Said::kLost, "%1: %2 losses", "%1 : %2 pertes"},
     Text{Said::kWrite, "Let statements change the database", "Permet aux instructions de modifier la base"},
-    Text{Said::kShellReads, "%1, %2, for reading alone (--write lets statements change it). .help tells more, .quit ends",
-         "%1, %2, en lecture seule (--write permet de modifier). .help en dit plus, .quit termine"},
-    Text{Said::kShellWrites, "%1, %2, statements may change it. .help tells more, .quit ends",
-         "%1, %2, les instructions peuvent la modifier. .help en dit plus, .quit termine"},
+    Text{Said::kShellReads, "%1, %2, for reading alone (--write lets statements change it).\n.help tells more, .quit ends",
+         "%1, %2, en lecture seule (--write permet de modifier).\n.help en dit plus, .quit termine"},
+    Text{Said::kShellWrites, "%1, %2, statements may change it.\n.help tells more, .quit ends",
+         "%1, %2, les instructions peuvent la modifier.\n.help en dit plus, .quit termine"},
     Text{Said::kShellHelp,
          "Statements in the database's own SQL, on one line or several, each ended by \";\".\n"
          ".tables [PATTERN]  the tables; * and ? stand for any characters\n"

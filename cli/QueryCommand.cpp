@@ -1,18 +1,20 @@
-// query and exec: statements of Access's SQL.
+// query and exec: statements in the database's own SQL.
 #include <CLI/Option.hpp>
 #include <algorithm>
 #include <fstream>
-#include <iterator>
-#include <limits>
+#include <iostream>
 #include <memory>
 
 #include "base/FilePath.h"
 #include "base/Utf8.h"
 #include "cli/Commands.h"
-#include "cli/Format.h"
 #include "cli/Messages.h"
-#include "cli/ServerRows.h"
+#include "cli/RunStatement.h"
+#include "cli/Shell.h"
+#include "cli/Source.h"
+#include "cli/System.h"
 #include "jet/sql/Session.h"
+#include "runtime/Error.h"
 
 namespace tamlo::cli {
 namespace {
@@ -22,41 +24,37 @@ struct Asked {
   std::string sql;
   std::string file;
   std::vector<std::string> statements;
-  std::string format = "table";
-  Spelling spelling;
+  ShellOptions shell;
+  bool write = false;
+  CLI::Option* given = nullptr;  ///< SQL on the line
   std::shared_ptr<Login> login = std::make_shared<Login>();
 };
 
-std::string TextOf(const std::string& path) {
-  std::ifstream file(base::FilePath(path), std::ios::binary);
-  if (!file) throw Failure(Status::kUsage, Say(Said::kCannotRead, {path}));
-  return {std::istreambuf_iterator<char>(file), {}};
+/// One statement.
+void RunStatement(Opened& opened, const std::string& sql, const ShellOptions& options) {
+  if (sql.find_first_not_of(" \t\r\n") == std::string::npos) throw Failure(Status::kUsage, Say(Said::kNoStatement));
+  Output output;
+  const auto format = FormatNamed(options.format, output, options.spelling);
+  const auto result = Statements(opened, options.access, false).Run(sql, "query", *format);
+  if (!result.gaveRows && result.rows >= 0) output.Text() += Say(Said::kRowsAffected, {std::to_string(result.rows)}) + '\n';
+  output.Close();
 }
 
-void Query(const Asked& asked) {
-  const std::string sql = asked.file.empty() ? asked.sql : TextOf(asked.file);
-  if (sql.empty()) throw Failure(Status::kUsage, Say(Said::kNoStatement));
-  Opened opened = Open(asked.database, *asked.login);
-  if (opened.connection) {
-    Output output;
-    const auto format = FormatNamed(asked.format, output, asked.spelling);
-    WriteServerRows(*opened.connection, sql, "query", std::numeric_limits<std::int64_t>::max(), *format);
-    return output.Close();
+Status Query(Asked& asked) {
+  asked.shell.access = asked.write ? Access::kWrite : Access::kRead;
+  std::ifstream file;
+  if (!asked.file.empty()) {
+    file.open(base::FilePath(asked.file), std::ios::binary);
+    if (!file) throw Failure(Status::kUsage, Say(Said::kCannotRead, {asked.file}));
   }
-  jet::sql::Session session(*opened.file);
-  const auto query = session.Open(sql);
-  std::vector<std::string> names;
-  for (const auto& column : query->Columns()) names.push_back(column.name);
-  Output output;
-  const auto format = FormatNamed(asked.format, output, asked.spelling);
-  format->Begin("query", names);
-  std::vector<jet::Value> row(names.size());
-  while (query->Next()) {
-    for (std::size_t i = 0; i < row.size(); ++i) row[i] = query->Get(i);
-    format->Row(row);
+  Opened opened = Open(asked.database, *asked.login, asked.shell.access);
+  if (file.is_open()) return RunScript(opened, asked.shell, file, asked.file);
+  if (!asked.given->empty()) {
+    RunStatement(opened, asked.sql, asked.shell);
+    return Status::kDone;
   }
-  format->End();
-  output.Close();
+  if (InputIsTyped()) return RunShell(opened, asked.shell);
+  return RunScript(opened, asked.shell, std::cin, Say(Said::kStandardInput));
 }
 
 std::int64_t ExecInFile(jet::Database& file, const std::vector<std::string>& statements) {
@@ -96,17 +94,18 @@ void Exec(const Asked& asked) {
 
 }  // namespace
 
-void AddQuery(CLI::App& app, Status&) {
+void AddQuery(CLI::App& app, Status& status) {
   const auto asked = std::make_shared<Asked>();
   CLI::App* query = app.add_subcommand("query", Say(Said::kQuery));
   query->add_option("DB", asked->database, Say(Said::kDatabase))->required();
-  query->add_option("SQL", asked->sql, Say(Said::kStatement));
-  query->add_option("-f,--file", asked->file, Say(Said::kStatementFile));
-  query->add_option("-F,--format", asked->format, Say(Said::kFormat))
+  asked->given = query->add_option("SQL", asked->sql, Say(Said::kStatement));
+  query->add_option("-f,--file", asked->file, Say(Said::kStatementFile))->excludes(asked->given);
+  query->add_flag("--write", asked->write, Say(Said::kWrite));
+  query->add_option("-F,--format", asked->shell.format, Say(Said::kFormat))
       ->check(CLI::IsMember({"csv", "tsv", "json", "jsonl", "sql", "table"}));
-  query->add_option("--null", asked->spelling.null, Say(Said::kNullText));
+  query->add_option("--null", asked->shell.spelling.null, Say(Said::kNullText));
   AddLogin(*query, asked->login);
-  query->callback([asked] { Query(*asked); });
+  query->callback([asked, &status] { status = Query(*asked); });
   CLI::App* exec = app.add_subcommand("exec", Say(Said::kExec));
   exec->add_option("DB", asked->database, Say(Said::kDatabase))->required();
   exec->add_option("SQL", asked->statements, Say(Said::kStatement))->required();

@@ -20,6 +20,9 @@ namespace tamlo::cli {
 /// Whether the user has told the system itself, and not the environment's LC_ALL and its like, that he reads French.
 [[nodiscard]] bool SystemSpeaksFrench() noexcept;
 
+/// Whether standard input comes from a person at a terminal.
+[[nodiscard]] bool InputIsTyped() noexcept;
+
 /// Whether a person reads standard error at a terminal.
 [[nodiscard]] bool ErrorsAreSeen() noexcept;
 

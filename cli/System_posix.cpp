@@ -57,6 +57,8 @@ std::optional<std::string> AskSilently(const std::string& question) {
   return line.empty() ? std::nullopt : std::optional<std::string>(std::move(line));
 }
 
+bool InputIsTyped() noexcept { return isatty(STDIN_FILENO) != 0; }
+
 bool ErrorsAreSeen() noexcept { return isatty(STDERR_FILENO) != 0; }
 
 bool SystemSpeaksFrench() noexcept { return false; }

@@ -94,6 +94,8 @@ std::optional<std::string> AskSilently(const std::string& question) {
   return line.empty() ? std::nullopt : std::optional<std::string>(std::move(line));
 }
 
+bool InputIsTyped() noexcept { return IsTerminal(STD_INPUT_HANDLE); }
+
 bool ErrorsAreSeen() noexcept { return IsTerminal(STD_ERROR_HANDLE); }
 
 bool SystemSpeaksFrench() noexcept { return PRIMARYLANGID(GetUserDefaultUILanguage()) == LANG_FRENCH; }
