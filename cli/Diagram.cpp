@@ -161,7 +161,7 @@ Cardinality CardinalityOf(const schema::Database& database, const schema::Relati
 
 std::string DotOf(const schema::Database& database) {
   std::string dot =
-      "digraph tables {\n  graph [rankdir=LR, charset=\"UTF-8\", nodesep=0.4, ranksep=1.2];\n"
+      "digraph tables {\n  graph [rankdir=LR, charset=\"UTF-8\", nodesep=0.4, ranksep=1.2, pack=20, packmode=\"array_t3\"];\n"
       "  node [shape=plain, fontname=\"Helvetica\", fontsize=10];\n"
       "  edge [color=\"#5a6b7b\", fontname=\"Helvetica\", fontsize=9, labeldistance=2];\n";
   for (std::size_t i = 0; i < database.tables.size(); ++i) AppendDotTable(dot, database, i);
