@@ -102,11 +102,15 @@ schema::Database Wanted(const schema::Database& source, const Options& options) 
                         (TableOf(source, relation.referenced) != nullptr && TableOf(wanted, relation.referenced) == nullptr);
     if (!behind) wanted.relations.push_back(relation);
   }
+  for (const schema::Finding& finding : source.findings)
+    if (finding.table.empty() || TableOf(source, finding.table) == nullptr || TableOf(wanted, finding.table) != nullptr)
+      wanted.findings.push_back(finding);
   return wanted;
 }
 
 Plan MakePlan(const schema::Database& wanted, const schema::Script& script, const Options& options) {
-  Plan plan{.tables = {}, .statements = {}, .renamings = script.renamings, .findings = script.findings, .fingerprint = {}};
+  Plan plan{.tables = {}, .statements = {}, .renamings = script.renamings, .findings = wanted.findings, .fingerprint = {}};
+  plan.findings.insert(plan.findings.end(), script.findings.begin(), script.findings.end());
   for (const std::size_t i : ParentsFirst(wanted)) plan.tables.push_back(PlanTable(wanted.tables[i], script.tables[i]));
   for (const schema::Statement& statement : script.statements)
     if (Belongs(statement, options.parts)) plan.statements.push_back(statement);

@@ -22,6 +22,19 @@ bool BothSidesAreThere(const Database& database, const Relation& relation) {
   return true;
 }
 
+/// MariaDB: a relation stands on an index over whole values.
+bool IsTooWide(const Database& database, const Dialect& dialect, const Relation& relation) {
+  if (dialect.engine != Engine::kMariaDb) return false;
+  int bytes = 0;
+  for (const auto& [from, to] : relation.columns)
+    for (const auto& [name, column] : {std::pair(&relation.table, &from), std::pair(&relation.referenced, &to)}) {
+      const Type type = FindColumn(*FindTable(database, *name), *column)->type;
+      if (type.kind == Kind::kMemo || type.kind == Kind::kBlob) return true;
+      if (column == &from) bytes += KeyBytes(type);
+    }
+  return bytes > kMostKeyBytes;
+}
+
 /// The relations that the engine is to enforce, each with what it may not do there taken away.
 std::vector<Relation> Enforceable(const Database& database, const Dialect& dialect, DdlWriter& writer) {
   std::vector<Relation> relations;
@@ -33,6 +46,11 @@ std::vector<Relation> Enforceable(const Database& database, const Dialect& diale
     }
     if (!relation.enforced) {
       writer.Lost(relation.table, {}, "the relation " + relation.name + " is not enforced in the source and is left off");
+      continue;
+    }
+    if (IsTooWide(database, dialect, relation)) {
+      writer.Lost(relation.table, {},
+                  "the relation " + relation.name + " is left off: its columns are too wide for a key of " + std::string(dialect.name));
       continue;
     }
     const bool itself = base::SameName(relation.table, relation.referenced);

@@ -9,29 +9,32 @@ namespace {
 
 constexpr int kPrefix = 191;  // characters of a text in a MariaDB index whose whole texts would be too many bytes
 
-/// Bytes that a column may have in a key of MariaDB.
+bool IsLong(const Type& type) { return type.kind == Kind::kMemo || type.kind == Kind::kBlob; }
+
+/// Characters of each text of an index that MariaDB would find too wide.
+int PrefixIn(const Index& index) { return std::min(kPrefix, (kMostKeyBytes / static_cast<int>(index.parts.size()) - 8) / 4); }
+
+}  // namespace
+
 int KeyBytes(const Type& type) {
   if (type.kind == Kind::kText) return type.length * 4;
   if (type.kind == Kind::kBinary) return type.length;
   return type.kind == Kind::kMemo || type.kind == Kind::kBlob ? 255 * 4 : 8;
 }
 
-bool IsLong(const Type& type) { return type.kind == Kind::kMemo || type.kind == Kind::kBlob; }
-
-}  // namespace
-
 /// MariaDB: a key of up to 3,072 bytes. A unique one cannot be shortened, for it would refuse what differs behind.
-bool DdlWriter::FitsKey(const Table& table, const Index& index) {
+bool DdlWriter::FitsKey(const Table& table, const Index& index) const {
   if (dialect_.engine != Engine::kMariaDb) return true;
   int bytes = 0;
   for (const IndexPart& part : index.parts) bytes += KeyBytes(FindColumn(table, part.column)->type);
-  return bytes <= 3072;
+  return bytes <= kMostKeyBytes;
 }
 
 std::string DdlWriter::IndexPartText(const Table& table, const Index& index, const IndexPart& part) const {
   const Type type = FindColumn(table, part.column)->type;
   std::string text = ColumnName(table.name, part.column);
-  if (dialect_.engine == Engine::kMariaDb && IsLong(type) && !index.unique) text += "(255)";
+  const int most = FitsKey(table, index) ? 255 : PrefixIn(index);
+  if (dialect_.engine == Engine::kMariaDb && IsLong(type) && !index.unique) text += "(" + std::to_string(most) + ")";
   if (part.descending) text += " DESC";
   return text + std::string(part.descending ? dialect_.nullsLast : dialect_.nullsFirst);
 }
@@ -43,8 +46,8 @@ std::string DdlWriter::IndexText(const Table& table, std::size_t place, bool ref
   for (const IndexPart& part : index.parts) {
     columns += (columns.empty() ? "" : ", ") + IndexPartText(table, index, part);
     const Type type = FindColumn(table, part.column)->type;
-    if (!fits && !index.unique && type.kind == Kind::kText && type.length > kPrefix)
-      columns.insert(columns.find_last_of('`') + 1, "(" + std::to_string(kPrefix) + ")");
+    if (!fits && !index.unique && type.kind == Kind::kText && type.length > PrefixIn(index))
+      columns.insert(columns.find_last_of('`') + 1, "(" + std::to_string(PrefixIn(index)) + ")");
   }
   std::string text = std::string("CREATE ") + (index.unique ? "UNIQUE " : "") + "INDEX " + Quoted(dialect_, Of(table.name).indexes[place]) +
                      " ON " + TableName(table.name) + " (" + columns + ")";

@@ -60,7 +60,7 @@ class DdlWriter {
   [[nodiscard]] std::string ForeignKeyText(const Relation& relation) const;
   [[nodiscard]] std::string IndexText(const Table& table, std::size_t place, bool referred);
   [[nodiscard]] std::string IndexPartText(const Table& table, const Index& index, const IndexPart& part) const;
-  [[nodiscard]] bool FitsKey(const Table& table, const Index& index);
+  [[nodiscard]] bool FitsKey(const Table& table, const Index& index) const;
 
   const Database& database_;
   const Dialect& dialect_;
@@ -71,6 +71,10 @@ class DdlWriter {
 
 /// What WriteDdl calls the key that MariaDB wants for a counter which stands at the head of no other.
 inline constexpr std::string_view kCounterKey = "autonumber";
+
+/// Bytes that a column may have in a key of MariaDB, of which a key has kMostKeyBytes; those of a text or bytes without a length are more.
+[[nodiscard]] int KeyBytes(const Type& type);
+inline constexpr int kMostKeyBytes = 3072;
 
 /// The column of that name, without regard to case; null when there is none.
 [[nodiscard]] const Column* FindColumn(const Table& table, std::string_view name);

@@ -119,11 +119,28 @@ void Reading::AlignRelations() {
         const Column* other = Named(*referenced, to);
         if (own == nullptr || other == nullptr || own->type == other->type) continue;
         const bool free = other->counter || own->type.kind == Kind::kDecimal || other->type.kind == Kind::kDecimal;
-        if (!free || !IsWhole(own->type.kind) || !IsWhole(other->type.kind)) continue;
-        own->type = other->type;
-        Lost(table->name, own->name, "gets the type of " + relation.referenced + "." + other->name + ", to which it refers");
+        if (free && IsWhole(own->type.kind) && IsWhole(other->type.kind)) {
+          own->type = other->type;
+          Lost(table->name, own->name, "gets the type of " + relation.referenced + "." + other->name + ", to which it refers");
+        } else {
+          AlignTexts(relation, *own, *Named(*referenced, to));
+        }
       }
     }
+}
+
+/// In SQLite one column of a pair may hold numbers and the other one texts: then both are texts.
+void Reading::AlignTexts(const Relation& relation, Column& own, Column& other) {
+  const auto isText = [](const Column& column) { return column.type.kind == Kind::kText || column.type.kind == Kind::kMemo; };
+  if (IsWhole(own.type.kind) && isText(other)) {
+    own.type = other.type;
+    Lost(relation.table, own.name,
+         "holds numbers and refers to the texts of " + relation.referenced + "." + other.name + ": becomes a text");
+  } else if (isText(own) && IsWhole(other.type.kind) && !other.counter) {
+    other.type = own.type;
+    Lost(relation.referenced, other.name,
+         "holds numbers, to which the texts of " + relation.table + "." + own.name + " refer: becomes a text");
+  }
 }
 
 /// A relation is one to one when its columns are those of a unique index.

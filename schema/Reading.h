@@ -52,6 +52,7 @@ class Reading {
  private:
   void AskRows(Table& table);
   void AlignRelations();
+  void AlignTexts(const Relation& relation, Column& own, Column& other);
   void FindOneToOne();
 
   ado::Connection& connection_;
