@@ -76,7 +76,7 @@ TEST_P(KnownDatabase, ArrivesWithEveryCellAndWhatDoesNotWasTold) {
   EXPECT_EQ(told > 0, std::string(GetParam()) == "mariadb");
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, KnownDatabase, testing::Values("sqlite", "mariadb", "postgresql", "access"));
+INSTANTIATE_TEST_SUITE_P(Engines, KnownDatabase, testing::Values("sqlite", "mariadb", "postgresql"));
 
 }  // namespace
 }  // namespace tamlo::tests
