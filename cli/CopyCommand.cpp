@@ -7,7 +7,6 @@
 #include <memory>
 #include <span>
 
-#include "ado/ConnectionKeys.h"
 #include "base/FilePath.h"
 #include "cli/Commands.h"
 #include "cli/CopyProgress.h"
@@ -82,21 +81,9 @@ void LookAtPatterns(const Asked& asked, const schema::Database& source) {
     if (!patterns->empty()) (void)NamesMatching(names, *patterns);
 }
 
-/// A file's connection once more, its password included.
-std::unique_ptr<ado::Connection> Again(const Opened& opened, const std::string& mode) {
-  std::string text = opened.address.connection + mode;
-  const runtime::WipedAtEnd wipe(text);
-  if (!opened.password.text.empty()) text += ";Jet OLEDB:Database Password=" + ado::Quoted(opened.password.text);
-  auto connection = std::make_unique<ado::Connection>();
-  connection->Provider(opened.address.provider);
-  connection->Open(text);
-  return connection;
-}
-
 /// The rows of a file are read through a connection of its own.
 std::unique_ptr<ado::Connection> RowsOf(Opened& source) {
-  if (!source.file) return std::move(source.connection);
-  return Again(source, ";Mode=Read");
+  return source.file ? OpenAgain(source, Access::kRead) : std::move(source.connection);
 }
 
 schema::Engine EngineOf(const Opened& opened) {
@@ -211,7 +198,7 @@ Destination OpenDestination(const Asked& asked, const Making& making, const sche
     there.target = move::SqlTarget(making.engine, *there.opened.connection);
     return there;
   }
-  there.rows = Again(there.opened, {});
+  there.rows = OpenAgain(there.opened, Access::kWrite);
   there.target = move::AccessTarget(*there.opened.file, *there.rows, wanted, making.file);
   return there;
 }
@@ -222,12 +209,11 @@ struct MoreLanes {
   std::vector<std::unique_ptr<move::Target>> targets;
 };
 
-MoreLanes OpenMoreLanes(const Asked& asked, schema::Engine target) {
+MoreLanes OpenMoreLanes(std::size_t jobs, const Opened& from, const Opened& to, schema::Engine target) {
   MoreLanes more;
-  for (std::size_t i = 1; i < asked.jobs; ++i) {
-    Opened from = Open(asked.from, *asked.fromLogin);
-    more.from.push_back(RowsOf(from));
-    more.to.push_back(std::move(Open(asked.to, *asked.toLogin, Access::kWrite).connection));
+  for (std::size_t i = 1; i < jobs; ++i) {
+    more.from.push_back(OpenAgain(from, Access::kRead));
+    more.to.push_back(OpenAgain(to, Access::kWrite));
     more.targets.push_back(move::SqlTarget(target, *more.to.back()));
   }
   return more;
@@ -273,7 +259,7 @@ Status Copy(const Asked& asked) {
   }
   const Destination there = OpenDestination(asked, making, wanted);
   const auto rows = RowsOf(from);
-  const MoreLanes more = OpenMoreLanes(asked, making.engine);
+  const MoreLanes more = OpenMoreLanes(asked.jobs, from, there.opened, making.engine);
   std::vector<move::Lane> lanes{{{engine, *rows}, *there.target}};
   for (std::size_t i = 0; i < more.targets.size(); ++i) lanes.push_back({{engine, *more.from[i]}, *more.targets[i]});
   const auto outcome = CopyInto(asked, plan, lanes, there, options);

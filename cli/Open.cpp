@@ -1,6 +1,7 @@
 // Opening databases, and what is said of one that cannot be opened.
 #include <filesystem>
 
+#include "ado/ConnectionKeys.h"
 #include "ado/Recordset.h"
 #include "ado/Secrets.h"
 #include "base/FilePath.h"
@@ -57,14 +58,17 @@ Attempt TryToOpen(const schema::Address& address, Access access, const std::stri
   return {std::move(connection), {}};
 }
 
-std::unique_ptr<ado::Connection> Connected(const schema::Address& address, const Login& login, Access access) {
+std::unique_ptr<ado::Connection> Connected(const schema::Address& address, const Login& login, Access access, Secret& used) {
   auto password = GivenPassword(login, address);
   Attempt attempt = TryToOpen(address, access, password.value_or(std::string()));
   if (!attempt.connection && !password) {
     password = AskPassword(address);
     if (password) attempt = TryToOpen(address, access, *password);
   }
-  if (password) runtime::Wipe(*password);
+  if (password) {
+    used.text = *password;
+    runtime::Wipe(*password);
+  }
   if (!attempt.connection) CannotOpen(address, Say(Said::kLoginRefused, {attempt.refusal}));
   return std::move(attempt.connection);
 }
@@ -144,6 +148,22 @@ schema::Address AddressOf(const std::string& name) {
   }
 }
 
+std::unique_ptr<ado::Connection> OpenAgain(const Opened& opened, Access access) {
+  if (!opened.file) {
+    Attempt attempt = TryToOpen(opened.address, access, opened.password.text);
+    if (!attempt.connection) CannotOpen(opened.address, Say(Said::kLoginRefused, {attempt.refusal}));
+    LookInside(opened.address, *attempt.connection, opened.engine, access);
+    return std::move(attempt.connection);
+  }
+  std::string text = opened.address.connection + (access == Access::kRead ? ";Mode=Read" : "");
+  const runtime::WipedAtEnd wipe(text);
+  if (!opened.password.text.empty()) text += ";Jet OLEDB:Database Password=" + ado::Quoted(opened.password.text);
+  auto connection = std::make_unique<ado::Connection>();
+  connection->Provider(opened.address.provider);
+  connection->Open(text);
+  return connection;
+}
+
 Opened Open(const std::string& name, const Login& login, Access access) {
   Opened opened;
   opened.address = AddressOf(name);
@@ -153,7 +173,7 @@ Opened Open(const std::string& name, const Login& login, Access access) {
     opened.file = OpenFile(name, access == Access::kWrite, login, &opened.password);
     return opened;
   }
-  opened.connection = Connected(opened.address, login, access);
+  opened.connection = Connected(opened.address, login, access, opened.password);
   opened.product = ProductOf(*opened.connection);
   if (!opened.engine) opened.engine = schema::EngineNamed(opened.product);
   LookInside(opened.address, *opened.connection, opened.engine, access);

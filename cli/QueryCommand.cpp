@@ -35,7 +35,10 @@ void RunStatement(Opened& opened, const std::string& sql, const ShellOptions& op
   if (sql.find_first_not_of(" \t\r\n") == std::string::npos) throw Failure(Status::kUsage, Say(Said::kNoStatement));
   Output output;
   const auto format = FormatNamed(options.format, output, options.spelling);
-  const auto result = Statements(opened, options.access, false).Run(sql, "query", *format);
+  Statements statements(opened, options.access, false);
+  Given given(options.parameters);
+  statements.Parameters(given, true);
+  const auto result = statements.Run(sql, "query", *format);
   if (!result.gaveRows && result.rows >= 0) output.Text() += Say(Said::kRowsAffected, {std::to_string(result.rows)}) + '\n';
   output.Close();
 }
@@ -103,6 +106,7 @@ void AddQuery(CLI::App& app, Status& status) {
   query->add_flag("--write", asked->write, Say(Said::kWrite));
   query->add_option("-F,--format", asked->shell.format, Say(Said::kFormat))
       ->check(CLI::IsMember({"csv", "tsv", "json", "jsonl", "sql", "table"}));
+  query->add_option("--param", asked->shell.parameters, Say(Said::kParam))->allow_extra_args(false);
   query->add_option("--null", asked->shell.spelling.null, Say(Said::kNullText));
   AddLogin(*query, asked->login);
   query->callback([asked, &status] { status = Query(*asked); });

@@ -131,10 +131,22 @@ StatementResult Statements::Run(const std::string& sql, const std::string& name,
   }
 }
 
+std::unique_ptr<jet::sql::Query> Statements::OpenInFile(const std::string& sql, std::int64_t& affected, bool asNumbers) {
+  const auto parameters = given_->For(*session_, sql, asNumbers);
+  if (all_) given_->LookForUnused();
+  try {
+    return access_ == Access::kWrite ? session_->OpenOrRun(sql, parameters, &affected) : session_->Open(sql, parameters);
+  } catch (const jet::Error& error) {
+    // Nothing was done. A text stands where a number is wanted: it may be one.
+    if (error.Code() != jet::ErrorCode::kTypeMismatch || parameters.empty() || asNumbers) throw;
+    return OpenInFile(sql, affected, true);
+  }
+}
+
 StatementResult Statements::RunInFile(const std::string& sql, const std::string& name, RowFormat& format) {
   try {
     std::int64_t affected = 0;
-    const auto query = access_ == Access::kWrite ? session_->OpenOrRun(sql, {}, &affected) : session_->Open(sql);
+    const auto query = OpenInFile(sql, affected, false);
     if (!query) return {.rows = affected};
     std::vector<std::string> names;
     for (const auto& column : query->Columns()) names.push_back(column.name);
@@ -152,12 +164,23 @@ StatementResult Statements::RunInFile(const std::string& sql, const std::string&
   }
 }
 
+ado::Recordset Statements::OpenOnServer(const std::string& sql, std::int64_t& affected) {
+  if (given_->Empty()) return opened_.connection->Execute(sql, affected);
+  ado::Command command;
+  command.ActiveConnection(opened_.connection.get());
+  command.CommandText(sql);
+  command.CommandTimeout(0);
+  given_->Into(command);
+  if (all_) given_->LookForUnused();
+  return command.Execute(affected);
+}
+
 StatementResult Statements::RunOnServer(const std::string& sql, const std::string& name, RowFormat& format) {
   ado::Recordset given;
   std::int64_t affected = -1;
   try {
     if (opened_.engine == schema::Engine::kPostgreSql && IsTransaction(*opened_.connection, sql)) return {};
-    given = opened_.connection->Execute(sql, affected);
+    given = OpenOnServer(sql, affected);
   } catch (const runtime::Error& error) {
     throw Failure(Status::kFailed, ServerText(error));
   }

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "cli/Format.h"
+#include "cli/Given.h"
 #include "cli/Source.h"
 #include "jet/sql/Session.h"
 
@@ -26,16 +27,26 @@ class Statements {
   Statements(const Statements&) = delete;
   Statements& operator=(const Statements&) = delete;
 
+  /// Values for the parameters of the statements to come; must outlive this. all: each statement has to have all of them.
+  void Parameters(Given& given, bool all) noexcept {
+    given_ = &given;
+    all_ = all;
+  }
   /// Writes the rows of a statement in a form that calls them name. Failure with kFailed, in one line, for what is refused.
   StatementResult Run(const std::string& sql, const std::string& name, RowFormat& format);
 
  private:
   StatementResult RunInFile(const std::string& sql, const std::string& name, RowFormat& format);
+  [[nodiscard]] std::unique_ptr<jet::sql::Query> OpenInFile(const std::string& sql, std::int64_t& affected, bool asNumbers);
+  [[nodiscard]] ado::Recordset OpenOnServer(const std::string& sql, std::int64_t& affected);
   StatementResult RunOnServer(const std::string& sql, const std::string& name, RowFormat& format);
 
   Opened& opened_;
   Access access_;
   bool interruptible_;
+  Given none_;
+  bool all_ = false;
+  Given* given_ = &none_;
   std::unique_ptr<jet::sql::Session> session_;  // Access files
 };
 

@@ -56,9 +56,12 @@ class Shell {
       : opened_(opened),
         options_(options),
         interactive_(interactive),
+        given_(options.parameters),
         statements_(opened, options.access, interactive),
         text_(LexisOf(opened.engine)),
-        completion_(opened) {}
+        completion_(opened) {
+    statements_.Parameters(given_, false);
+  }
 
   Status FromTerminal();
   Status FromInput(std::istream& input, const std::string& name);
@@ -79,6 +82,7 @@ class Shell {
   Opened& opened_;
   ShellOptions options_;
   bool interactive_;
+  Given given_;
   Statements statements_;
   StatementText text_;
   Completion completion_;
@@ -204,6 +208,7 @@ Status Shell::FromInput(std::istream& input, const std::string& name) {
   if (!any) throw Failure(Status::kUsage, Say(Said::kNoStatement));
   if (!ended_ && !text_.Empty()) attempt(begun, [&] { RunOne(text_.Rest()); });
   if (inTransaction_) throw Failure(Status::kFailed, Say(Said::kNotCommitted));
+  if (!ended_) given_.LookForUnused();
   return Status::kDone;
 }
 

@@ -2,6 +2,7 @@
 
 #include <iosfwd>
 #include <string>
+#include <vector>
 
 #include "cli/Failure.h"
 #include "cli/Format.h"
@@ -12,7 +13,8 @@ namespace tamlo::cli {
 struct ShellOptions {
   std::string format = "table";
   Spelling spelling;
-  Access access = Access::kRead;  ///< what the database was opened for
+  Access access = Access::kRead;        ///< what the database was opened for
+  std::vector<std::string> parameters;  ///< NAME=VALUE, for each statement that has a parameter of that name
 };
 
 /// Statements, each ended by ";", and a few commands that begin with ".", from a person at the terminal of standard input: with a prompt, an editor

@@ -23,7 +23,7 @@ struct Opened {
   std::string product;                          ///< as the driver names it; empty for Access files
   std::unique_ptr<jet::Database> file;          ///< Access files
   std::unique_ptr<ado::Connection> connection;  ///< all others
-  Secret password;                              ///< of an Access file, for opening it once more
+  Secret password;                              ///< for opening it once more
 };
 
 /// Opens what the name says. For reading alone, the server is told that nothing is to be changed, and moments with a zone come in UTC; rows can
@@ -31,6 +31,9 @@ struct Opened {
 /// Where the server wants a password and none is given, a person is asked. Failure with kCannotOpen, in one line without any password, for
 /// whatever cannot be opened.
 [[nodiscard]] Opened Open(const std::string& name, const Login& login = {}, Access access = Access::kRead);
+
+/// The same database by one more connection, an Access file too; nobody is asked for a password again. Failure as Open.
+[[nodiscard]] std::unique_ptr<ado::Connection> OpenAgain(const Opened& opened, Access access);
 
 /// Opens an Access file, for reading unless it is to be changed. Where it wants a password and none is given, a person is asked. used: becomes
 /// the password. Failure with kCannotOpen, naming the file and why.

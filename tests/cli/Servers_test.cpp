@@ -51,6 +51,16 @@ TEST_P(OnEngine, SaysWhatIsThere) {
       << schema.out;
 }
 
+TEST_P(OnEngine, TakesValuesOfParameters) {
+  const std::string sql = "SELECT nom FROM clients WHERE id = :id AND nom LIKE :nom";
+  EXPECT_EQ(Run({"query", sql, "--param", "id=1", "--param", "NOM=Le%", "-F", "csv"}).out, "nom\nLe Goff\n");
+  EXPECT_EQ(Run({"query", "SELECT id FROM clients WHERE nom = :nom", "--param", "nom=L'Hermite, \xC3\x89lodie", "-F", "csv"}).out,
+            "id\n2\n");
+  const Ran unused = Run({"query", "SELECT id FROM clients", "--param", "x=1"});
+  EXPECT_EQ(unused.status, 2);
+  EXPECT_EQ(unused.err, "tamlo-db: --param: no statement has a parameter x\n");
+}
+
 TEST_P(OnEngine, AsksInTheServersOwnWords) {
   EXPECT_EQ(Run({"query", "SELECT nom, id * 2 AS deux FROM clients ORDER BY id DESC LIMIT 1", "-F", "csv"}).out,
             "nom,deux\n\"L'Hermite, \xC3\x89lodie\",4\n");
