@@ -9,6 +9,7 @@
 
 #include "base/FilePath.h"
 #include "cli/Commands.h"
+#include "cli/CopyMap.h"
 #include "cli/CopyProgress.h"
 #include "cli/CopyReport.h"
 #include "cli/CopyVerify.h"
@@ -32,6 +33,7 @@ struct Asked {
   bool schemaOnly = false;
   bool dataOnly = false;
   std::string ifExists = "fail";
+  std::string map;
   bool dryRun = false;
   std::string report;
   std::string reject;
@@ -57,10 +59,10 @@ bool MatchesOne(const std::string& name, const std::vector<std::string>& pattern
   return std::any_of(patterns.begin(), patterns.end(), [&](const std::string& pattern) { return Matches(name, pattern); });
 }
 
-move::Options OptionsOf(const Asked& asked) {
+move::Options OptionsOf(const Asked& asked, const std::optional<move::Map>& map) {
   move::Options options;
-  options.wanted = [&asked](const std::string& name) {
-    return (asked.tables.empty() || MatchesOne(name, asked.tables)) && !MatchesOne(name, asked.without);
+  options.wanted = [&](const std::string& name) {
+    return (!map || map->Keeps(name)) && (asked.tables.empty() || MatchesOne(name, asked.tables)) && !MatchesOne(name, asked.without);
   };
   if (asked.schemaOnly) options.parts = move::Parts::kSchemaOnly;
   if (asked.dataOnly) options.parts = move::Parts::kDataOnly;
@@ -243,16 +245,46 @@ move::CompareSide SideOf(const Opened& opened, ado::Connection* connection) {
   return {opened.address.shown, opened.file ? schema::Engine::kAccess : opened.engine, opened.file.get(), connection};
 }
 
+/// What of the source is copied, and how.
+struct Planned {
+  schema::Database wanted;
+  Making making;
+  move::Plan plan;
+};
+
+Planned PlanOf(const Asked& asked, schema::Engine engine, const schema::Database& source, const std::optional<move::Map>& map,
+               const move::Options& options) {
+  Planned planned{move::Wanted(source, options), {}, {}};
+  if (!map) {
+    planned.making = MakingOf(asked, engine, planned.wanted);
+    planned.plan = move::MakePlan(planned.wanted, planned.making.script, options);
+    return planned;
+  }
+  try {
+    map->Check(source);
+    std::vector<schema::Finding> findings;
+    const auto mapped = map->Apply(planned.wanted, findings);
+    planned.making = MakingOf(asked, engine, mapped);
+    planned.plan = move::MakePlan(mapped, planned.making.script, options);
+    map->Restore(planned.plan, planned.wanted);
+    planned.plan.findings.insert(planned.plan.findings.begin(), findings.begin(), findings.end());
+  } catch (const move::MapError& error) {
+    throw MapFailure(asked.map, error);
+  }
+  return planned;
+}
+
 Status Copy(const Asked& asked) {
+  std::optional<move::Map> map;
+  if (!asked.map.empty()) map.emplace(ReadMap(asked.map));
   Opened from = Open(asked.from, *asked.fromLogin);
   const schema::Engine engine = EngineOf(from);
   const auto description = ReadStructure(from);
   LookAtPatterns(asked, description);
-  const auto options = OptionsOf(asked);
-  const auto wanted = move::Wanted(description, options);
-  const Making making = MakingOf(asked, engine, wanted);
+  const auto options = OptionsOf(asked, map);
+  const Planned planned = PlanOf(asked, engine, description, map, options);
+  const auto& [wanted, making, plan] = planned;
   LookAtJobs(asked, making.engine);
-  const auto plan = move::MakePlan(wanted, making.script, options);
   if (asked.dryRun) {
     PrintPlan(plan);
     return Status::kDone;
@@ -280,6 +312,7 @@ void AddOptions(CLI::App& command, Asked& asked) {
   auto* schemaOnly = command.add_flag("--schema-only", asked.schemaOnly, Say(Said::kSchemaOnly));
   command.add_flag("--data-only", asked.dataOnly, Say(Said::kDataOnly))->excludes(schemaOnly);
   command.add_option("--if-exists", asked.ifExists, Say(Said::kIfExists))->check(CLI::IsMember({"fail", "append", "replace"}));
+  command.add_option("--map", asked.map, Say(Said::kCopyMap));
   command.add_flag("--dry-run", asked.dryRun, Say(Said::kDryRun));
   command.add_option("--report", asked.report, Say(Said::kReport));
   command.add_option("--reject", asked.reject, Say(Said::kReject));

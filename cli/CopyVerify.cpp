@@ -14,7 +14,7 @@ move::TablePair PairOf(const move::PlannedTable& table) {
   for (const move::PlannedColumn& column : table.columns) {
     const bool key =
         std::any_of(table.order.begin(), table.order.end(), [&](const std::string& name) { return base::SameName(name, column.name); });
-    pair.columns.push_back({column.name, column.there, column.type, column.type, key});
+    pair.columns.push_back({column.name, column.there, column.type, column.typeThere, key});
   }
   return pair;
 }

@@ -317,6 +317,16 @@ constexpr std::array kTexts{
     Text{Said::kFilesNoSql, "--binary files is not for -F sql, which holds the bytes itself",
          "--binary files ne va pas avec -F sql, qui contient les octets"},
     Text{Said::kHistoryNotKept, "%1: %2; what is typed is not kept", "%1 : %2 ; ce qui est tapé n'est pas gardé"},
+    Text{Said::kCopyMap, "File that says which tables and columns have other names and types in the target, or stay behind",
+         "Fichier qui dit quelles tables et colonnes ont d'autres noms et types dans la cible, ou n'y vont pas"},
+    Text{Said::kMapNotUnderstood, "TABLE -> NAME, TABLE.COLUMN -> NAME [TYPE] or - is wanted, not %1",
+         "attendu TABLE -> NOM, TABLE.COLONNE -> NOM [TYPE] ou -, pas %1"},
+    Text{Said::kMapNoTable, "the source has no table %1", "la source n'a pas de table %1"},
+    Text{Said::kMapNoColumn, "the source has no column %1", "la source n'a pas de colonne %1"},
+    Text{Said::kMapTwice, "%1 has been named already", "%1 est déjà nommé"},
+    Text{Said::kMapTaken, "two would be called %1", "deux s'appelleraient %1"},
+    Text{Said::kMapUnknownType, "%1 is no type that is known here", "%1 n'est pas un type connu ici"},
+    Text{Said::kMapNotExact, "that type does not take every value of %1", "ce type ne prend pas toute valeur de %1"},
 };
 
 }  // namespace

@@ -229,6 +229,14 @@ enum class Said {
   kWordNotInEncoding,
   kFilesNeedFolder,
   kFilesNoSql,
+  kCopyMap,
+  kMapNotUnderstood,
+  kMapNoTable,
+  kMapNoColumn,
+  kMapTwice,
+  kMapTaken,
+  kMapUnknownType,
+  kMapNotExact,
 };
 
 /// The text, "%1", "%2"... in it replaced by the arguments.

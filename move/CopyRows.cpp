@@ -103,7 +103,7 @@ db::pompe::CibleLignes TargetOf(Target& there, const PlannedTable& table) {
   target.table = table.there;
   std::string columns;
   for (const PlannedColumn& column : table.columns) {
-    target.colonnes.push_back({column.there, LimitOf(column.type), column.type.kind == schema::Kind::kMoment});
+    target.colonnes.push_back({column.there, LimitOf(column.typeThere), column.typeThere.kind == schema::Kind::kMoment});
     columns += (columns.empty() ? "" : ", ") + schema::Quoted(there.Dialect(), column.there);
   }
   const std::string query = "SELECT " + columns + " FROM " + schema::Quoted(there.Dialect(), table.there) + " WHERE 1 = 0";
@@ -117,7 +117,7 @@ db::pompe::CibleLignes TargetOf(Target& there, const PlannedTable& table) {
 
 db::pompe::Lecture ReadingOf(const schema::Dialect& there, const PlannedTable& table) {
   db::pompe::Lecture reading{.textesExacts = true, .conversions = {}};
-  for (const PlannedColumn& column : table.columns) reading.conversions.push_back(ConversionFor(column.type, there.engine));
+  for (const PlannedColumn& column : table.columns) reading.conversions.push_back(ConversionFor(column.typeThere, there.engine));
   return reading;
 }
 

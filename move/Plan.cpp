@@ -44,7 +44,7 @@ std::vector<std::string> OrderOf(const schema::Table& table) {
 PlannedTable PlanTable(const schema::Table& table, const schema::TableThere& there) {
   PlannedTable planned{.name = table.name, .there = there.name, .columns = {}, .order = OrderOf(table), .rows = table.rows};
   for (std::size_t i = 0; i < table.columns.size(); ++i)
-    planned.columns.push_back({table.columns[i].name, there.columns[i], table.columns[i].type});
+    planned.columns.push_back({table.columns[i].name, there.columns[i], table.columns[i].type, table.columns[i].type});
   return planned;
 }
 

@@ -12,7 +12,8 @@ namespace tamlo::move {
 struct PlannedColumn {
   std::string name;   ///< in the source
   std::string there;  ///< in the target
-  schema::Type type;
+  schema::Type type;  ///< in the source
+  schema::Type typeThere;
 };
 
 struct PlannedTable {

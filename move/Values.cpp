@@ -62,6 +62,12 @@ void ToPlainGuid(Variant& value) {
 /// Engines without exact numbers keep their text, with as many digits behind the point as the column has.
 void ToDecimalText(Variant& value, int scale) {
   if (const auto* amount = value.If<runtime::Currency>()) value = Variant(AmountText(amount->tenThousandths));
+  std::visit(
+      [&](const auto& stored) {
+        using Stored = std::remove_cvref_t<decltype(stored)>;
+        if constexpr (std::is_integral_v<Stored> && !std::is_same_v<Stored, bool>) value = Variant(runtime::Decimal{Shortest(stored)});
+      },
+      Variant(value).Stored());
   const auto* decimal = value.If<runtime::Decimal>();
   if (decimal == nullptr) return;
   std::string text = decimal->text;
