@@ -13,7 +13,7 @@
 namespace tamlo::ado::odbc {
 
 /// How many rows at once are written.
-enum class BatchMethod { kArray, kMultiRowValues, kRowByRow };
+enum class BatchMethod { kArray, kMultiRowValues, kColumnArrays, kRowByRow };
 
 /// How the server is asked for values that its driver would spoil, by a query around the query: not at all, as SQLite's literals, by
 /// PostgreSQL's casts, or by MySQL's functions, which is done for the most careful reading alone.
@@ -77,10 +77,12 @@ struct WriteFacts {
   std::array<std::string_view, 2> comparedAsTheyAre{};  ///< types of columns for which that is not done
 
   BatchMethod batch = BatchMethod::kRowByRow;
-  std::size_t batchRows = 1;             ///< rows of one batch at most
-  std::size_t batchParameters = 0;       ///< parameters of one statement at most; 0 is without limit
-  bool testArrays = false;               ///< array binding is tried out once before it is trusted
-  bool undoesBatches = true;             ///< a batch that failed left nothing behind, unless transactionalTables says so
+  std::size_t batchRows = 1;        ///< rows of one batch at most
+  std::size_t batchParameters = 0;  ///< parameters of one statement at most; 0 is without limit
+  std::size_t arrayRows = 0;        ///< rows of one batch that goes as an array for each column
+  std::string_view elementTypes;    ///< a query of a table's columns whose values can stand in arrays, and of the types that they are there
+  bool testArrays = false;          ///< array binding is tried out once before it is trusted
+  bool undoesBatches = true;        ///< a batch that failed left nothing behind, unless transactionalTables says so
   std::string_view transactionalTables;  ///< a query whether tables of a name undo what failed; empty where all do
 };
 

@@ -86,8 +86,10 @@ void BatchInsert::ChooseMethod() {
   const auto& facts = session_->Facts();
   method_ = facts.batch;
   if (method_ == BatchMethod::kArray && facts.testArrays && !ArraysWork()) method_ = BatchMethod::kRowByRow;
-  capacity_ = method_ == BatchMethod::kRowByRow ? 1 : facts.batchRows;
-  if (facts.batchParameters > 0) capacity_ = std::min(capacity_, facts.batchParameters / std::max<std::size_t>(columns_.size(), 1));
+  if (method_ == BatchMethod::kColumnArrays && !LearnElementTypes()) method_ = BatchMethod::kMultiRowValues;
+  capacity_ = method_ == BatchMethod::kRowByRow ? 1 : method_ == BatchMethod::kColumnArrays ? facts.arrayRows : facts.batchRows;
+  if (facts.batchParameters > 0 && method_ != BatchMethod::kColumnArrays)
+    capacity_ = std::min(capacity_, facts.batchParameters / std::max<std::size_t>(columns_.size(), 1));
   std::size_t rowBytes = 0;
   for (const auto& column : columns_) rowBytes += column.stride;
   capacity_ = std::clamp<std::size_t>(kBatchBytes / std::max<std::size_t>(rowBytes, 1), 1, std::max<std::size_t>(capacity_, 1));
@@ -101,6 +103,25 @@ void BatchInsert::MakeSlots(std::size_t slots) {
     column.indicators.resize(slots_);
   }
   bound_ = false;
+}
+
+/// False where a column's values cannot stand in an array.
+bool BatchInsert::LearnElementTypes() {
+  Statement statement(session_);
+  statement.Prepare(session_->Facts().elementTypes);
+  ParameterSet parameters(statement);
+  ParameterShape shape;
+  shape.nativeType = SQL_C_WCHAR;
+  shape.sqlType = SQL_WVARCHAR;
+  parameters.Add(Variant(tableText_), shape);
+  parameters.Execute();
+  while (statement.Fetch()) {
+    const auto name = statement.Text(1);
+    for (Column& column : columns_)
+      if (column.name == name) column.elementType = statement.Text(2).value_or("");
+  }
+  return std::all_of(columns_.begin(), columns_.end(),
+                     [](const Column& column) { return !column.elementType.empty() && StandsInArrays(column.shape); });
 }
 
 /// Some drivers take an array and store its first row again and again: three different rows are written and read back, once for each session.
@@ -262,6 +283,18 @@ std::string BatchInsert::InsertText(std::size_t rows) const {
   return sql;
 }
 
+std::string BatchInsert::InsertArraysText() const {
+  std::string names;
+  std::string arrays;
+  for (const auto& column : columns_) {
+    if (column.left) continue;
+    names += (names.empty() ? "" : ", ") + session_->Quoted(column.name);
+    arrays += (arrays.empty() ? "CAST(? AS " : ", CAST(? AS ") + column.elementType + "[])";
+  }
+  if (names.empty()) return InsertText(1);
+  return "INSERT INTO " + tableText_ + " (" + names + ") SELECT * FROM unnest(" + arrays + ")";
+}
+
 void BatchInsert::BindRow(Statement& statement, std::size_t row, std::size_t firstParameter, bool bytesOnly) {
   std::size_t parameter = firstParameter;
   for (auto& column : columns_) {
@@ -319,6 +352,17 @@ bool BatchInsert::ExecuteRows(Statement& statement, std::size_t rows) {
   return affected < 0 || affected == static_cast<std::int64_t>(rows);
 }
 
+bool BatchInsert::ExecuteColumnArrays(Statement& statement, std::size_t rows) {
+  std::size_t parameter = 1;
+  for (Column& column : columns_) {
+    if (column.left) continue;
+    column.array.Fill(column.shape, column.data, column.stride, column.indicators, rows);
+    column.array.Bind(statement, parameter++);
+  }
+  statement.Execute();
+  return statement.RowsAffected() == static_cast<std::int64_t>(rows);
+}
+
 /// Asked once for each table, before its first batch. A view tells no engine and counts as one that undoes.
 bool BatchInsert::KeepsRowsOfFailedBatches() {
   if (keepsRows_) return *keepsRows_;
@@ -369,11 +413,18 @@ bool BatchInsert::ExecuteBatch(std::size_t rows) {
   const std::size_t written = method_ == BatchMethod::kMultiRowValues ? rows : 1;
   if (!batch_ || preparedRows_ != written) {
     batch_.emplace(session_);
-    batch_->Prepare(InsertText(written));
+    batch_->Prepare(method_ == BatchMethod::kColumnArrays ? InsertArraysText() : InsertText(written));
     preparedRows_ = written;
     bound_ = false;
   }
-  return method_ == BatchMethod::kArray ? ExecuteArray(*batch_, rows) : ExecuteRows(*batch_, rows);
+  switch (method_) {
+    case BatchMethod::kArray:
+      return ExecuteArray(*batch_, rows);
+    case BatchMethod::kColumnArrays:
+      return ExecuteColumnArrays(*batch_, rows);
+    default:
+      return ExecuteRows(*batch_, rows);
+  }
 }
 
 /// Raises the failure of a batch behind which nothing may be sent in pieces: the server has undone the whole transaction, where pieces would

@@ -9,12 +9,14 @@
 #include <vector>
 
 #include "ado/Provider.h"
+#include "ado/odbc/rows/ColumnArray.h"
 #include "ado/odbc/statement/Statement.h"
 #include "ado/odbc/values/ParameterShape.h"
 
 namespace tamlo::ado::odbc {
 
-/// Writes rows in the batches that the driver does best (see DriverFacts): arrays of parameters, one statement with many rows, or row by row.
+/// Writes rows in the batches that the driver does best (see DriverFacts): arrays of parameters, one statement with
+/// many rows, an array of values for each column, or row by row.
 /// A batch is one transaction (a savepoint inside the caller's). When it fails, or the driver's account of it is in doubt, it is undone and its
 /// rows are sent in halves, at last one by one; the error then names the row and the rows behind it stay held back for the next Flush.
 /// One that the server undid for another connection's sake is sent again as it is (see Resend).
@@ -38,6 +40,8 @@ class BatchInsert final : public ProviderBulkInsert {
     std::size_t stride = 0;       // bytes of one slot
     std::vector<std::byte> data;  // one slot for each row of a batch
     std::vector<std::ptrdiff_t> indicators;
+    std::string elementType;  // of an array of its values
+    ColumnArray array;
   };
 
   void Describe();
@@ -45,6 +49,7 @@ class BatchInsert final : public ProviderBulkInsert {
   void ChooseMethod();
   void MakeSlots(std::size_t slots);
   [[nodiscard]] bool ArraysWork();
+  [[nodiscard]] bool LearnElementTypes();
   void ChooseLeftColumns(std::span<const Variant> row);
   void Hold(std::span<const Variant> row);
   void Grow(Column& column, std::size_t bytes);
@@ -56,6 +61,7 @@ class BatchInsert final : public ProviderBulkInsert {
   [[nodiscard]] std::optional<std::int64_t> CountWhereKept();
   [[nodiscard]] bool ExecuteArray(Statement& statement, std::size_t rows);
   [[nodiscard]] bool ExecuteRows(Statement& statement, std::size_t rows);
+  [[nodiscard]] bool ExecuteColumnArrays(Statement& statement, std::size_t rows);
   void SendRowByRow(std::size_t rows);
   /// bytesOnly binds the columns of bytes alone, at the same parameters.
   void BindRow(Statement& statement, std::size_t row, std::size_t firstParameter, bool bytesOnly = false);
@@ -71,6 +77,7 @@ class BatchInsert final : public ProviderBulkInsert {
   [[noreturn]] void Lose(runtime::Error error, std::size_t inDoubt);
   [[nodiscard]] bool IsLost(const runtime::Error& error) const;
   [[nodiscard]] std::string InsertText(std::size_t rows) const;
+  [[nodiscard]] std::string InsertArraysText() const;
   [[nodiscard]] std::string ColumnToldBy(const std::string& description) const;
 
   std::shared_ptr<Session> session_;
