@@ -5,9 +5,11 @@
 #include "cli/JsonText.h"
 #include "cli/Messages.h"
 #include "cli/Output.h"
+#include "cli/Password.h"
 #include "cli/Source.h"
 #include "jet/Recoverer.h"
 #include "move/Json.h"
+#include "runtime/Secret.h"
 
 namespace tamlo::cli {
 namespace {
@@ -112,13 +114,30 @@ bool IsOfSource(const jet::Error& error) {
   }
 }
 
-Status Run(const Asked& asked) {
+/// A file behind a password is asked for it where none is given and somebody sits at the terminal.
+jet::Recovery Recovered(const Asked& asked) {
   schema::Address address;
+  address.shown = asked.file;
   address.engine = schema::Engine::kAccess;
+  auto password = GivenPassword(*asked.login, address);
   jet::RecoveryOptions options;
-  options.password = GivenPassword(*asked.login, address).value_or(std::string());
+  options.password = password.value_or(std::string());
+  const runtime::WipedAtEnd wipe(options.password);
   try {
-    const auto recovery = jet::Recover(asked.file, asked.target, options);
+    return jet::Recover(asked.file, asked.target, options);
+  } catch (const jet::Error& error) {
+    if (error.Code() != jet::ErrorCode::kPasswordProtected || password) throw;
+    password = AskPassword(address);
+    if (!password) throw;
+  }
+  options.password = *password;
+  runtime::Wipe(*password);
+  return jet::Recover(asked.file, asked.target, options);
+}
+
+Status Run(const Asked& asked) {
+  try {
+    const auto recovery = Recovered(asked);
     if (!asked.report.empty()) WriteReportFile(asked.report, ReportText(asked, recovery));
     Tell(asked, recovery);
     return recovery.losses.empty() ? Status::kDone : Status::kDifferences;

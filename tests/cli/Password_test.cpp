@@ -1,6 +1,7 @@
 // Access files behind a database password, and encoded ones, as a person runs the command on them.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 
 #include "jet/Database.h"
@@ -62,6 +63,16 @@ TEST_F(Password, IsAskedForAtATerminalAndNotShown) {
   const auto wrong = Typed("secret", "tables c.mdb");
   EXPECT_EQ(wrong.status, 3);
   EXPECT_EQ(wrong.out, "Password for c.mdb: \ntamlo-db: cannot open c.mdb: the password is wrong\n");
+}
+
+TEST_F(Password, RecoverAsksForItToo) {
+  const auto typed = Typed(Word(kPassword), "recover c.mdb saved.mdb");
+  EXPECT_EQ(typed.status, 0);
+  EXPECT_EQ(typed.out.find("Password for c.mdb: \n"), 0U) << typed.out;
+  EXPECT_TRUE(Opens("saved.mdb", kPassword));
+  EXPECT_EQ(Run("recover c.mdb none.mdb").status, 3);
+  EXPECT_EQ(Typed("secret", "recover c.mdb none.mdb").status, 3);
+  EXPECT_FALSE(std::filesystem::exists(folder_.File("none.mdb")));
 }
 
 TEST_F(Password, EveryCommandForFilesTakesIt) {
