@@ -207,7 +207,7 @@ void Map::CheckNames(const schema::Database& wanted) const {
         const auto name = [&](std::size_t place) { return table.empty() ? NameOf(columns[place], {}) : NameOf(table, columns[place]); };
         if (name(i).empty() || !base::SameName(name(i), name(j))) continue;
         const auto entry = [&](std::size_t place) { return table.empty() ? Find(columns[place], {}) : Find(table, columns[place]); };
-        if (const Entry* says = entry(i) != nullptr ? entry(i) : entry(j)) throw MapError(Why::kTaken, says->line, name(i));
+        if (const Entry* says = entry(i) != nullptr ? entry(i) : entry(j)) throw MapError(Why::kTaken, says->line, says->name);
       }
   };
   std::vector<std::string> tables;

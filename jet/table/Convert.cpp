@@ -87,15 +87,16 @@ std::optional<Value> ToAmount(const Value& value) {
   // A binary fraction is rounded to even in the last place, a decimal as a decimal.
   if (value.Type() == ValueType::kSingle || value.Type() == ValueType::kDouble || value.Type() == ValueType::kDate) {
     const double scaled = std::nearbyint(*AsReal(value) * 10000);
-    if (!(std::fabs(scaled) < 9.2e18)) return std::nullopt;
+    constexpr double kEnd = 9223372036854775808.0;
+    if (!(scaled >= -kEnd && scaled < kEnd)) return std::nullopt;
     return Value(Currency{static_cast<std::int64_t>(scaled)});
   }
   const auto decimal = AsDecimal(value);
   const auto scaled = decimal ? decimal->WithScale(4) : std::nullopt;
-  if (!scaled || scaled->high != 0 || scaled->low > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
-    return std::nullopt;
-  const auto amount = static_cast<std::int64_t>(scaled->low);
-  return Value(Currency{scaled->negative ? -amount : amount});
+  if (!scaled || scaled->high != 0) return std::nullopt;
+  const std::uint64_t most = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()) + (scaled->negative ? 1 : 0);
+  if (scaled->low > most) return std::nullopt;
+  return Value(Currency{static_cast<std::int64_t>(scaled->negative ? 0 - scaled->low : scaled->low)});
 }
 
 std::optional<Value> ToSingle(const Value& value) {

@@ -31,7 +31,7 @@ TEST_F(Param, IsATextOrTheNumberThatIsMeant) {
   EXPECT_EQ(Query("SELECT Nom FROM T WHERE Id = [n]", {"--param", "n=7"}).out, "Nom\n7\n");
   EXPECT_EQ(Query("SELECT Id FROM T WHERE Prix = [p]", {"--param", "p=12.5"}).out, "Id\n7\n");
   EXPECT_EQ(Query("SELECT Id FROM T WHERE Nom = [n]", {"--param", "n=O'Brien; --"}).out, "Id\n8\n");
-  EXPECT_EQ(Query("SELECT Id FROM T WHERE Nom = [Quel nom ?] AND Id = :i", {"--param", "quel nom ?=7", "--param", "I=7"}).out, "Id\n7\n");
+  EXPECT_EQ(Query("SELECT Id FROM T WHERE Nom = [Quel nom ?] AND Id = [i]", {"--param", "quel nom ?=7", "--param", "I=7"}).out, "Id\n7\n");
   EXPECT_EQ(Query("PARAMETERS d DateTime; SELECT Id FROM T WHERE Jour = d", {"--param", "d=2003-02-02"}).out, "Id\n8\n");
 }
 

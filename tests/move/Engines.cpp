@@ -38,11 +38,11 @@ class PostgresTarget final : public TargetEngine {
                    statements);
   }
   Rows RowsOf(const std::string& table, const std::string& order) override {
-    const auto columns =
-        Ask("SELECT string_agg(CASE data_type WHEN 'bytea' THEN 'encode(\"' || column_name || '\", ''hex'')' WHEN 'boolean' THEN "
-            "'\"' || column_name || '\"::int' ELSE '\"' || column_name || '\"' END, ', ' ORDER BY ordinal_position) "
-            "FROM information_schema.columns WHERE table_schema = 'public' AND table_name = $$" +
-            table + "$$;\n");
+    const auto columns = Ask(
+        "SELECT string_agg(CASE data_type WHEN 'bytea' THEN 'encode(\"' || column_name || '\", ''hex'')' WHEN 'boolean' THEN "
+        "'\"' || replace(column_name, '\"', '\"\"') || '\"::int' ELSE '\"' || replace(column_name, '\"', '\"\"') || '\"' END, ', ' ORDER BY ordinal_position) "
+        "FROM information_schema.columns WHERE table_schema = 'public' AND table_name = $$" +
+        table + "$$;\n");
     return ReadCsv(Ask("SET extra_float_digits = 1; COPY (SELECT " + columns.out.substr(0, columns.out.size() - 1) + " FROM " +
                        Quoted(table) + order + ") TO STDOUT WITH (FORMAT csv);\n")
                        .out);

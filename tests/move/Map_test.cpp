@@ -64,8 +64,10 @@ TEST_P(MapTo, NamesAndTypesAreThoseOfTheMap) {
   const auto copied = Copy({"--verify", "full"});
   EXPECT_EQ(copied.err, "");
   EXPECT_EQ(copied.status, 0);
+  // SQLite keeps an amount's text as it came; a server gives it the column's decimals.
+  const std::string zero = std::string(GetParam()) == "sqlite" ? "" : "0";
   EXPECT_EQ(engine_->RowsOf("customers", " ORDER BY " + engine_->Quoted("Id")),
-            (Rows{{"1", "Ada", "12.50000", "200"}, {"4", "Émile", "-0.00010", {}}}));
+            (Rows{{"1", "Ada", "12.5000" + zero, "200"}, {"4", "Émile", "-0.0001" + zero, {}}}));
   EXPECT_EQ(engine_->RowsOf("purchases"), (Rows{{"4", "a", "7"}}));
   const auto tables = TamloDb(folder_, {"tables", engine_->Name(), "-F", "csv"}, kEnvironment).out;
   EXPECT_EQ(tables, "table,rows\ncustomers,2\npurchases,1\n");

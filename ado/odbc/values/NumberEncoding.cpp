@@ -100,7 +100,8 @@ void CheckRange(std::int64_t value, const ParameterShape& shape) {
     case adUnsignedTinyInt:
       return within(0, UINT8_MAX);
     case adTinyInt:
-      return within(INT8_MIN, INT8_MAX);
+      // Where any value is kept nobody says whether the type has a sign.
+      return within(INT8_MIN, shape.values.keepsAnyValue ? UINT8_MAX : INT8_MAX);
     case adSmallInt:
       return within(INT16_MIN, INT16_MAX);
     case adUnsignedSmallInt:
