@@ -2,16 +2,13 @@
 #include <array>
 
 #include "cli/Assessment.h"
+#include "cli/FindingLine.h"
 #include "cli/Format.h"
 #include "cli/Markup.h"
 #include "cli/Messages.h"
 
 namespace tamlo::cli {
 namespace {
-
-std::string Place(const std::string& table, const std::string& column) {
-  return table + (table.empty() || column.empty() ? "" : ".") + column;
-}
 
 std::string Total(const Assessment& assessment) {
   std::uint64_t rows = 0;
@@ -100,14 +97,14 @@ std::string LossText(const Sighting& sighting, const schema::Dialect& engine) {
 
 std::string AsText(const Assessment& assessment) {
   std::string text = Title(assessment) + "\n" + Total(assessment) + "\n";
-  for (const auto& renaming : assessment.renamings) text += Say(Said::kRenamed, {Place(renaming.table, renaming.from), renaming.to}) + "\n";
-  for (const auto& finding : assessment.findings) {
-    const std::string place = Place(finding.table, finding.column);
-    text += (place.empty() ? "" : place + ": ") + finding.text + "\n";
-  }
+  for (const auto& renaming : assessment.renamings)
+    text += Say(Said::kRenamed, {PlaceOf(renaming.table, renaming.from), renaming.to}) + "\n";
+  for (const auto& finding : assessment.findings) text += FindingLine(finding) + "\n";
   for (const auto& sighting : assessment.sightings)
-    text += Place(sighting.table, sighting.column) + ": " +
-            Say(Said::kSighting, {LossText(sighting, *assessment.engine), std::to_string(sighting.rows), sighting.example}) + "\n";
+    text += Say(Said::kPlaced,
+                {PlaceOf(sighting.table, sighting.column),
+                 Say(Said::kSighting, {LossText(sighting, *assessment.engine), std::to_string(sighting.rows), sighting.example})}) +
+            "\n";
   // Names and values hold what they like; on a terminal they end no line and send no orders.
   for (char& c : text)
     if (static_cast<unsigned char>(c) < 0x20 && c != '\n') c = ' ';
@@ -120,11 +117,11 @@ std::string AsHtml(const Assessment& assessment) {
   std::vector<Line> findings;
   std::vector<Line> sightings;
   for (const auto& table : assessment.tables) tables.push_back({table.name, std::to_string(table.rows), std::to_string(table.bytes)});
-  for (const auto& renaming : assessment.renamings) renamings.push_back({Place(renaming.table, renaming.from), renaming.to});
-  for (const auto& finding : assessment.findings) findings.push_back({Place(finding.table, finding.column), finding.text});
+  for (const auto& renaming : assessment.renamings) renamings.push_back({PlaceOf(renaming.table, renaming.from), renaming.to});
+  for (const auto& finding : assessment.findings) findings.push_back({PlaceOf(finding.table, finding.column), FindingText(finding)});
   for (const auto& sighting : assessment.sightings)
-    sightings.push_back(
-        {Place(sighting.table, sighting.column), LossText(sighting, *assessment.engine), std::to_string(sighting.rows), sighting.example});
+    sightings.push_back({PlaceOf(sighting.table, sighting.column), LossText(sighting, *assessment.engine), std::to_string(sighting.rows),
+                         sighting.example});
   return std::string("<!DOCTYPE html>\n<html lang=\"") + (SpeaksFrench() ? "fr" : "en") +
          "\">\n<head>\n<meta charset=\"utf-8\">\n<meta name=\"viewport\" content=\"width=device-width\">\n<title>" +
          Markup(Title(assessment)) + "</title>\n<style>" + std::string(kStyle) + "</style>\n</head>\n<body>\n<h1>" +
@@ -152,11 +149,12 @@ std::string AsJson(const Assessment& assessment) {
                return JsonObject({{"table", JsonText(renaming.table)}, {"from", JsonText(renaming.from)}, {"to", JsonText(renaming.to)}});
              }) +
          ",\n  \"findings\": " +
-         JsonList(assessment.findings,
-                  [](const schema::Finding& finding) {
-                    return JsonObject(
-                        {{"table", JsonText(finding.table)}, {"column", JsonText(finding.column)}, {"text", JsonText(finding.text)}});
-                  }) +
+         JsonList(
+             assessment.findings,
+             [](const schema::Finding& finding) {
+               return JsonObject(
+                   {{"table", JsonText(finding.table)}, {"column", JsonText(finding.column)}, {"text", JsonText(FindingText(finding))}});
+             }) +
          ",\n  \"values\": " +
          JsonList(assessment.sightings,
                   [&](const Sighting& sighting) {

@@ -10,7 +10,6 @@
 #include "cli/AssessRows.h"
 #include "cli/EngineTexts.h"
 #include "cli/Format.h"
-#include "cli/Messages.h"
 #include "cli/ServerRows.h"
 #include "schema/AccessPlan.h"
 
@@ -18,6 +17,7 @@ namespace tamlo::cli {
 namespace {
 
 using schema::Engine;
+using schema::What;
 
 std::string Beginning(const jet::Value& value) {
   std::string text;
@@ -223,8 +223,8 @@ void Assessor::LookAt(const schema::Relation& relation) {
 }
 
 void AddWhatIsNoTable(const schema::Database& database, Assessment& assessment) {
-  for (const auto& query : database.queries) assessment.findings.push_back({{}, {}, Say(Said::kQueryStays, {query.name})});
-  for (const auto& link : database.links) assessment.findings.push_back({{}, {}, Say(Said::kLinkStays, {link.name, link.target})});
+  for (const auto& query : database.queries) assessment.findings.push_back({{}, {}, What::kQueryStays, {query.name}});
+  for (const auto& link : database.links) assessment.findings.push_back({{}, {}, What::kLinkStays, {link.name, link.target}});
 }
 
 /// What is made there of the definitions: the tables as they become, and what that loses. A copy takes tables and relations alone.
@@ -267,7 +267,7 @@ Assessment Assess(Opened& opened, const schema::Dialect& engine) {
   assessment.sightings = assessor.All();
   constexpr std::uint64_t kMostBytesOfFile = 1ULL << 31U;
   if (engine.engine == Engine::kAccess && bytes > kMostBytesOfFile)
-    assessment.findings.push_back({{}, {}, Say(Said::kFileTooLarge, {std::to_string(bytes)})});
+    assessment.findings.push_back({{}, {}, What::kFileTooLarge, {std::to_string(bytes)}});
   return assessment;
 }
 

@@ -13,6 +13,7 @@
 #include "cli/CopyProgress.h"
 #include "cli/CopyReport.h"
 #include "cli/CopyVerify.h"
+#include "cli/FindingLine.h"
 #include "cli/Messages.h"
 #include "cli/ServerRows.h"
 #include "cli/Source.h"
@@ -116,12 +117,6 @@ std::string Sentence(const move::CopyError& error, const std::string& target) {
   return Say(Said::kCannotWrite, {about(0), about(1)});
 }
 
-std::string OneLine(std::string text) {
-  for (char& c : text)
-    if (c == '\n' || c == '\r') c = ' ';
-  return text;
-}
-
 void TellRefusal(const move::Refusal& refusal) {
   const std::string row = std::to_string(refusal.row);
   const std::string place = refusal.column.empty() ? Say(Said::kRowOf, {refusal.table, row})
@@ -146,8 +141,7 @@ move::Outcome RunPlan(const Asked& asked, const move::Plan& plan, std::span<cons
 /// What has to be told of it, and the status that it deserves.
 Status Conclude(const Asked& asked, const move::Outcome& outcome) {
   if (outcome.cancelled) throw Failure(Status::kCancelled, Say(Said::kResumable, {asked.to}));
-  for (const auto& finding : outcome.findings)
-    std::fprintf(stderr, "tamlo-db: %s: %s\n", OneLine(finding.table).c_str(), OneLine(finding.text).c_str());
+  for (const auto& finding : outcome.findings) std::fprintf(stderr, "tamlo-db: %s\n", FindingLine(finding).c_str());
   for (const auto& table : outcome.tables)
     if (table.counted >= 0 && !table.wasThere && table.counted != table.copied)
       std::fprintf(stderr, "tamlo-db: %s\n",
@@ -184,7 +178,7 @@ Making MakingOf(const Asked& asked, schema::Engine source, const schema::Databas
   making.file =
       schema::PlanAccess(wanted, source == schema::Engine::kAccess ? schema::Expressions::kAccess : schema::Expressions::kForeign);
   for (const auto& refusal : making.file.refusals)
-    throw Failure(Status::kFailed, Say(Said::kCannotBeMade, {asked.to, refusal.table, refusal.text}));
+    throw Failure(Status::kFailed, Say(Said::kCannotBeMade, {asked.to, refusal.table, FindingText(refusal)}));
   making.script = move::ScriptOf(wanted, making.file);
   return making;
 }

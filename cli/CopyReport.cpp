@@ -1,5 +1,9 @@
 #include "cli/CopyReport.h"
 
+#include <algorithm>
+#include <array>
+
+#include "cli/FindingLine.h"
 #include "cli/JsonText.h"
 #include "cli/Messages.h"
 #include "cli/Output.h"
@@ -7,13 +11,6 @@
 
 namespace tamlo::cli {
 namespace {
-
-/// One line, so that nothing ever ends its comment.
-std::string OneLine(std::string text) {
-  for (char& c : text)
-    if (c == '\n' || c == '\r') c = ' ';
-  return text;
-}
 
 std::string TableObject(const move::TableOutcome& table) {
   std::string object = JsonObject({"name", table.name, "there", table.there});
@@ -32,7 +29,7 @@ std::string ReportText(const std::string& from, const std::string& to, const mov
     renamings.push_back(JsonObject({"table", renaming.table, "from", renaming.from, "to", renaming.to}));
   for (const auto* list : {&plan.findings, &outcome.findings})
     for (const auto& finding : *list)
-      findings.push_back(JsonObject({"table", finding.table, "column", finding.column, "text", finding.text}));
+      findings.push_back(JsonObject({"table", finding.table, "column", finding.column, "text", FindingText(finding)}));
   std::string text = "{\n  \"from\": ";
   move::AppendJson(text, from);
   text += ",\n  \"to\": ";
@@ -45,6 +42,14 @@ std::string ReportText(const std::string& from, const std::string& to, const mov
   return text + "\n}\n";
 }
 
+/// A statement; of what is made in a file there is none but a remark, whose words are the user's.
+std::string StepText(const schema::Statement& statement) {
+  constexpr std::array<Said, 4> kSteps{Said::kStepTable, Said::kStepIndexes, Said::kStepRelations, Said::kStepCounter};
+  if (!statement.sql.starts_with("-- ")) return statement.sql;
+  const std::size_t name = std::min(statement.sql.find('['), statement.sql.size());
+  return "-- " + Say(kSteps[static_cast<std::size_t>(statement.phase)], {std::string_view(statement.sql).substr(name)});
+}
+
 }  // namespace
 
 void PrintPlan(const move::Plan& plan) {
@@ -52,13 +57,12 @@ void PrintPlan(const move::Plan& plan) {
   std::string& text = output.Text();
   for (const auto& renaming : plan.renamings)
     text += "-- " + OneLine((renaming.table.empty() ? "" : renaming.table + ": ") + renaming.from + " -> " + renaming.to) + '\n';
-  for (const auto& finding : plan.findings)
-    text += "-- " + OneLine(finding.table + (finding.column.empty() ? "" : "." + finding.column) + ": " + finding.text) + '\n';
+  for (const auto& finding : plan.findings) text += "-- " + FindingLine(finding) + '\n';
   std::size_t place = 0;
   for (; place < plan.statements.size() && plan.statements[place].phase == schema::Phase::kTables; ++place)
-    text += plan.statements[place].sql + ";\n";
+    text += StepText(plan.statements[place]) + ";\n";
   for (const auto& table : plan.tables) text += "-- " + OneLine(Say(Said::kRowsOfTable, {std::to_string(table.rows), table.name})) + '\n';
-  for (; place < plan.statements.size(); ++place) text += plan.statements[place].sql + ";\n";
+  for (; place < plan.statements.size(); ++place) text += StepText(plan.statements[place]) + ";\n";
   output.Close();
 }
 

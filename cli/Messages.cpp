@@ -3,6 +3,7 @@
 #include <array>
 #include <utility>
 
+#include "base/Sentence.h"
 #include "cli/System.h"
 
 namespace tamlo::cli {
@@ -58,7 +59,7 @@ constexpr std::array kTexts{
     Text{Said::kNotOfEncoding, "%1, line %2: bytes that are no %3; --encoding names another",
          "%1, ligne %2 : des octets qui ne sont pas du %3 ; --encoding en nomme un autre"},
     Text{Said::kEmptyFile, "%1 holds nothing", "%1 ne contient rien"},
-    Text{Said::kRagged, "%1 values where the header has %2", "%1 valeurs où l'en-tête en a %2"},
+    Text{Said::kRagged, "%1 {value|values} where the header has %2", "%1 {valeur|valeurs} où l'en-tête en a %2"},
     Text{Said::kBehindQuote, "something stands behind the quote that ends value %1",
          "quelque chose suit le guillemet qui finit la valeur %1"},
     Text{Said::kOpenQuote, "a quote that does not end", "un guillemet qui ne finit pas"},
@@ -76,7 +77,7 @@ constexpr std::array kTexts{
     Text{Said::kNoColumnForHeader, "the table %1 has no column %2, which %3 has: --map HEADER=COLUMN names another",
          "la table %1 n'a pas de colonne %2, que %3 a : --map ENTETE=COLONNE en nomme une autre"},
     Text{Said::kNoValueOf, "column %1: %2 is no value of the type %3", "colonne %1 : %2 n'est pas une valeur du type %3"},
-    Text{Said::kTooLong, "column %1: %2 is longer than %3 characters", "colonne %1 : %2 a plus de %3 caractères"},
+    Text{Said::kTooLong, "column %1: %2 is longer than %3 {character|characters}", "colonne %1 : %2 a plus de %3 {caractère|caractères}"},
     Text{Said::kUnknownType, "%1 names no type", "%1 ne nomme pas de type"},
     Text{Said::kDiagram, "The tables and relations as a picture", "Les tables et relations en image"},
     Text{Said::kPicture, "File to be made: NAME.svg (needs Graphviz), NAME.dot or NAME.mmd (Mermaid)",
@@ -90,14 +91,18 @@ constexpr std::array kTexts{
          "Le même en page NOM.html à lire et envoyer, ou NOM.json pour des programmes"},
     Text{Said::kUnknownReport, "%1 ends neither in .html nor in .json", "%1 ne finit ni par .html, ni par .json"},
     Text{Said::kAssessTitle, "%1 to %2", "%1 vers %2"},
-    Text{Said::kAssessTotal, "%1 tables, %2 rows, %3 bytes of values", "%1 tables, %2 lignes, %3 octets de valeurs"},
+    Text{Said::kAssessTotal, "%1 {table|tables}, %2 {row|rows}, %3 {byte|bytes} of values",
+         "%1 {table|tables}, %2 {ligne|lignes}, %3 {octet|octets} de valeurs"},
     Text{Said::kLosesNothing, "Nothing would be lost.", "Rien ne serait perdu."},
-    Text{Said::kLoses, "Would be lost: %1 points of the definitions, %2 kinds of values.",
-         "Seraient perdus : %1 points des définitions, %2 sortes de valeurs."},
+    Text{Said::kLoses, "Would be lost: %1 {point|points} of the definitions, %2 {kind|kinds} of values.",
+         "Seraient perdus : %1 {point|points} des définitions, %2 {sorte|sortes} de valeurs."},
     Text{Said::kRenamed, "%1 would be called %2", "%1 s'appellerait %2"},
     Text{Said::kSighting, "%1; rows: %2, first: %3", "%1 ; lignes : %2, la première : %3"},
-    Text{Said::kQueryStays, "the stored query %1 stays behind", "la requête enregistrée %1 n'est pas reprise"},
-    Text{Said::kLinkStays, "the link %1 to %2 stays behind", "le lien %1 vers %2 n'est pas repris"},
+    Text{Said::kPlaced, "%1: %2", "%1 : %2"},
+    Text{Said::kStepTable, "table %1", "table %1"},
+    Text{Said::kStepIndexes, "indexes and rules of %1", "index et règles de %1"},
+    Text{Said::kStepRelations, "relations, queries and links", "relations, requêtes et liens"},
+    Text{Said::kStepCounter, "counter of %1", "compteur de %1"},
     Text{Said::kHeadFindings, "Definitions", "Définitions"},
     Text{Said::kHeadValues, "Values", "Valeurs"},
     Text{Said::kHeadRenamed, "Other names", "Autres noms"},
@@ -153,8 +158,9 @@ constexpr std::array kTexts{
     Text{Said::kCannotWrite, "cannot write %1: %2", "impossible d'écrire %1 : %2"},
     Text{Said::kExistsAlready, "%1 exists already", "%1 existe déjà"},
     Text{Said::kSound, "%1 is sound", "%1 est en bon état"},
-    Text{Said::kFindings, "%1: %2 findings", "%1 : %2 anomalies"},
-    Text{Said::kRowsAffected, "%1 rows", "%1 lignes"},
+    Text{Said::kFindings, "%1: %2 {finding|findings}", "%1 : %2 {anomalie|anomalies}"},
+    Text{Said::kQueryNotShown, "the server does not show it to this user", "le serveur ne la montre pas à cet utilisateur"},
+    Text{Said::kRowsAffected, "%1 {row|rows}", "%1 {ligne|lignes}"},
     Text{Said::kOnlyAccess, "%1 is no Access file, which this command is for",
          "%1 n'est pas un fichier Access, seul objet de cette commande"},
     Text{Said::kPasswordFile, "File whose first line is the password", "Fichier dont la première ligne est le mot de passe"},
@@ -208,9 +214,10 @@ constexpr std::array kTexts{
          "Compare les tables, les colonnes, les clés et les relations, sans les lignes"},
     Text{Said::kCompareRows, "Compare rows alone", "Compare les lignes seules"},
     Text{Said::kShownRows, "How many differing rows of each table are shown", "Nombre de lignes différentes montrées pour chaque table"},
-    Text{Said::kRowsDiffer, "%1: %2 rows in %3, %4 in %5; %6 of the first and %7 of the second have no equal",
-         "%1 : %2 lignes dans %3, %4 dans %5 ; %6 de la première et %7 de la seconde sont sans égale"},
-    Text{Said::kAreEqual, "%1 and %2 are equal: %3 tables, %4 rows", "%1 et %2 sont égales : %3 tables, %4 lignes"},
+    Text{Said::kRowsDiffer, "%1: %2 {row|rows} in %3, %4 in %5; %6 of the first and %7 of the second have no equal",
+         "%1 : %2 {ligne|lignes} dans %3, %4 dans %5 ; %6 de la première et %7 de la seconde sont sans égale"},
+    Text{Said::kAreEqual, "%1 and %2 are equal: %3 {table|tables}, %4 {row|rows}",
+         "%1 et %2 sont égales : %3 {table|tables}, %4 {ligne|lignes}"},
     Text{Said::kCopy, "A whole database into another one", "Une base entière dans une autre"},
     Text{Said::kDatabaseTo, "The database into which it goes", "La base qui la reçoit"},
     Text{Said::kExcludePattern, "Table that is left out; * and ? stand for any characters. May be given again",
@@ -234,9 +241,9 @@ constexpr std::array kTexts{
     Text{Said::kOneJobIntoAFile, "--jobs: %1 is a file, which takes rows from one at a time",
          "--jobs : %1 est un fichier, qui ne reçoit des lignes que d'un seul à la fois"},
     Text{Said::kProgress, "How far it is: bar, log or none", "L'avancement : bar, log ou none"},
-    Text{Said::kTableCopied, "%1: %2 rows, %3 rows/s", "%1 : %2 lignes, %3 lignes/s"},
-    Text{Said::kPerSecond, "%1 rows/s", "%1 lignes/s"},
-    Text{Said::kRowsOfTable, "%1 rows of %2", "%1 lignes de %2"},
+    Text{Said::kTableCopied, "%1: %2 {row|rows}, %3 {row|rows}/s", "%1 : %2 {ligne|lignes}, %3 {ligne|lignes}/s"},
+    Text{Said::kPerSecond, "%1 {row|rows}/s", "%1 {ligne|lignes}/s"},
+    Text{Said::kRowsOfTable, "%1 {row|rows} of %2", "%1 {ligne|lignes} de %2"},
     Text{Said::kUnknownProduct, "%1: %2 is no engine that a copy knows", "%1 : %2 n'est pas un moteur que la copie connaît"},
     Text{Said::kCannotBeMade, "%1 cannot be made: %2: %3", "%1 ne peut pas être créée : %2 : %3"},
     Text{Said::kTablesAreThere, "%1 has the tables already: %2 (--if-exists append or replace)",
@@ -249,13 +256,14 @@ constexpr std::array kTexts{
     Text{Said::kNothingToResume, "%1 has no copy that ended half-way", "%1 n'a pas de copie arrêtée en chemin"},
     Text{Said::kOtherCopy, "the copy that ended half-way in %1 was another one: resume with the source and the options of that time",
          "la copie arrêtée en chemin dans %1 était une autre : reprenez avec la source et les options d'alors"},
-    Text{Said::kTooManyRefused, "more than %1 rows were refused: the copy gives up; --resume goes on",
-         "plus de %1 lignes ont été refusées : la copie abandonne ; --resume la reprend"},
+    Text{Said::kTooManyRefused, "more than %1 {row was|rows were} refused: the copy gives up; --resume goes on",
+         "plus de %1 {ligne a été refusée|lignes ont été refusées} : la copie abandonne ; --resume la reprend"},
     Text{Said::kRowAndColumnOf, "table %1, row %2, column %3 (%4)", "table %1, ligne %2, colonne %3 (%4)"},
     Text{Said::kResumable, "What is in %1 is committed; the same line with --resume goes on",
          "Ce qui est dans %1 est validé ; la même ligne avec --resume continue"},
-    Text{Said::kCountsDiffer, "table %1: %2 rows were copied, %3 are there", "table %1 : %2 lignes copiées, %3 présentes"},
-    Text{Said::kRowsRefused, "%1 rows were refused", "%1 lignes refusées"},
+    Text{Said::kCountsDiffer, "table %1: %2 {row was|rows were} copied, %3 {is|are} there",
+         "table %1 : %2 {ligne copiée|lignes copiées}, %3 {présente|présentes}"},
+    Text{Said::kRowsRefused, "%1 {row was|rows were} refused", "%1 {ligne refusée|lignes refusées}"},
     Text{Said::kKeepsRows, "the table %1 is of the engine %2, which keeps no transactions: all rows or none cannot be had",
          "la table %1 est du moteur %2, sans transactions : toutes les lignes ou aucune n'est pas possible"},
     Text{Said::kTableDropped, "the table %1, which was made for them, is dropped again", "la table %1, créée pour elles, est supprimée"},
@@ -269,20 +277,18 @@ constexpr std::array kTexts{
          "des valeurs qui ne sont pas du type de la colonne ; leurs lignes sont refusées"},
     Text{Said::kLossRowSize, "rows of more bytes than %1 holds beside long texts, which it refuses",
          "des lignes de plus d'octets que %1 n'en tient hors des textes longs, et qu'il refuse"},
-    Text{Said::kFileTooLarge, "about %1 bytes of values, and no Access file holds more than 2 GB",
-         "environ %1 octets de valeurs, et aucun fichier Access n'en tient plus de 2 Go"},
     Text{Said::kRecover, "Writes what can be read of a damaged Access file into a new one",
          "Écrit dans un nouveau fichier ce qui se lit encore d'un fichier Access endommagé"},
     Text{Said::kDamagedFile, "Access file; it is only read", "Fichier Access ; il n'est que lu"},
-    Text{Said::kTableSaved, "%1: %2 rows saved", "%1 : %2 lignes sauvées"},
-    Text{Said::kTableSavedInPart, "%1: %2 rows saved, %3 rows and %4 long values lost",
-         "%1 : %2 lignes sauvées, %3 lignes et %4 valeurs longues perdues"},
+    Text{Said::kTableSaved, "%1: %2 {row|rows} saved", "%1 : %2 {ligne sauvée|lignes sauvées}"},
+    Text{Said::kTableSavedInPart, "%1: %2 {row|rows} saved, %3 {row|rows} and %4 long {value|values} lost",
+         "%1 : %2 {ligne sauvée|lignes sauvées}, %3 {ligne|lignes} et %4 {valeur longue perdue|valeurs longues perdues}"},
     Text{Said::kTableLost, "%1: lost", "%1 : perdue"},
     Text{Said::kPageOf, "page %1", "page %1"},
     Text{Said::kRowOnPage, "row %1", "ligne %1"},
-    Text{Said::kMoreLosses, "and %1 more, which --report FILE tells", "et %1 autres, que dit --report FICHIER"},
+    Text{Said::kMoreLosses, "and %1 more, which --report FILE tells", "et %1 {autre|autres}, que dit --report FICHIER"},
     Text{Said::kNothingLost, "%1: nothing is lost", "%1 : rien n'est perdu"},
-    Text{Said::kLost, "%1: %2 losses", "%1 : %2 pertes"},
+    Text{Said::kLost, "%1: %2 {loss|losses}", "%1 : %2 {perte|pertes}"},
     Text{Said::kWrite, "Let statements change the database", "Permet aux instructions de modifier la base"},
     Text{Said::kShellReads, "%1, %2, for reading alone (--write lets statements change it).\n.help tells more, .quit ends",
          "%1, %2, en lecture seule (--write permet de modifier).\n.help en dit plus, .quit termine"},
@@ -338,21 +344,11 @@ bool SpeaksFrench() {
 }
 
 std::string Say(Said what, std::initializer_list<std::string_view> arguments) {
-  std::string text;
+  const bool french = SpeaksFrench();
+  std::string_view pattern;
   for (const Text& known : kTexts)
-    if (known.what == what) text = SpeaksFrench() ? known.french : known.english;
-  std::size_t from = 0;
-  for (auto at = text.find('%', from); at != std::string::npos && at + 1 < text.size(); at = text.find('%', from)) {
-    const auto place = static_cast<std::size_t>(text[at + 1] - '1');
-    if (place >= arguments.size()) {
-      from = at + 1;
-      continue;
-    }
-    const std::string_view argument = arguments.begin()[place];
-    text.replace(at, 2, argument);
-    from = at + argument.size();
-  }
-  return text;
+    if (known.what == what) pattern = french ? known.french : known.english;
+  return base::Sentence(pattern, arguments, french ? base::Language::kFrench : base::Language::kEnglish);
 }
 
 }  // namespace tamlo::cli

@@ -68,8 +68,11 @@ enum class Said {
   kLoses,
   kRenamed,
   kSighting,
-  kQueryStays,
-  kLinkStays,
+  kPlaced,
+  kStepTable,
+  kStepIndexes,
+  kStepRelations,
+  kStepCounter,
   kHeadFindings,
   kHeadValues,
   kHeadRenamed,
@@ -117,6 +120,7 @@ enum class Said {
   kExistsAlready,
   kSound,
   kFindings,
+  kQueryNotShown,
   kRowsAffected,
   kOnlyAccess,
   kPasswordFile,
@@ -203,7 +207,6 @@ enum class Said {
   kLossRange,
   kLossOtherType,
   kLossRowSize,
-  kFileTooLarge,
   kRecover,
   kDamagedFile,
   kTableSaved,
@@ -239,7 +242,7 @@ enum class Said {
   kMapNotExact,
 };
 
-/// The text, "%1", "%2"... in it replaced by the arguments.
+/// The text, "%1", "%2"... in it replaced by the arguments, of each "{row|rows}" the one that the number before it wants.
 [[nodiscard]] std::string Say(Said what, std::initializer_list<std::string_view> arguments = {});
 /// True when the user reads French.
 [[nodiscard]] bool SpeaksFrench();

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "cli/Commands.h"
+#include "cli/FindingLine.h"
 #include "cli/JsonText.h"
 #include "cli/Messages.h"
 #include "cli/Output.h"
@@ -22,12 +23,6 @@ struct Asked {
 };
 
 constexpr std::size_t kMostShown = 100;
-
-std::string OneLine(std::string text) {
-  for (char& c : text)
-    if (c == '\n' || c == '\r') c = ' ';
-  return text;
-}
 
 /// Where something was lost: "Clients, page 12, row 3".
 std::string PlaceOf(const jet::RecoveryLoss& loss, const std::string& file) {

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "cli/Commands.h"
+#include "cli/FindingLine.h"
 #include "cli/Messages.h"
 #include "cli/Output.h"
 #include "cli/ServerRows.h"
@@ -17,13 +18,6 @@ struct Asked {
   std::shared_ptr<Login> login;
 };
 
-/// One line, so that a finding never ends its comment.
-std::string OneLine(std::string text) {
-  for (char& c : text)
-    if (c == '\n' || c == '\r') c = ' ';
-  return text;
-}
-
 void Run(const Asked& asked) {
   const schema::Dialect* dialect = schema::FindDialect(asked.to);
   Opened opened = Open(asked.database, *asked.login);
@@ -34,8 +28,7 @@ void Run(const Asked& asked) {
   std::string& text = output.Text();
   for (const auto& renaming : script.renamings)
     text += "-- " + OneLine((renaming.table.empty() ? "" : renaming.table + ": ") + renaming.from + " -> " + renaming.to) + '\n';
-  for (const auto& finding : script.findings)
-    text += "-- " + OneLine(finding.table + (finding.column.empty() ? "" : "." + finding.column) + ": " + finding.text) + '\n';
+  for (const auto& finding : script.findings) text += "-- " + FindingLine(finding) + '\n';
   for (const auto& statement : script.statements) text += statement.sql + ";\n";
   output.Close();
 }

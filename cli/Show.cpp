@@ -110,7 +110,8 @@ void Queries(const Asked& asked) {
   Opened opened = Open(asked.database, *asked.login);
   std::vector<std::vector<jet::Value>> rows;
   for (const auto& query : ReadStructure(opened, kStructureAlone).queries)
-    rows.push_back({jet::Value(query.name), jet::Value(query.sql.empty() ? "-- " + query.reason : query.sql)});
+    rows.push_back({jet::Value(query.name),
+                    jet::Value(query.sql.empty() ? "-- " + (query.reason.empty() ? Say(Said::kQueryNotShown) : query.reason) : query.sql)});
   Write(asked, "queries", {"query", "sql"}, rows);
 }
 

@@ -238,7 +238,7 @@ schema::Table Map::Apply(const schema::Table& source, std::vector<schema::Findin
   ApplyIndexes(source, table, findings);
   sameColumns = sameColumns && table.columns.size() == source.columns.size();
   if (!table.rule.empty() && !sameColumns) {
-    findings.push_back({source.name, {}, "the validation rule " + table.rule + " is left off: columns have other names"});
+    findings.push_back({source.name, {}, schema::What::kRuleOfOtherNames, {table.rule}});
     table.rule.clear();
   }
   return table;
@@ -248,7 +248,7 @@ void Map::ApplyIndexes(const schema::Table& source, schema::Table& table, std::v
   std::erase_if(table.indexes, [&](const schema::Index& index) {
     const bool whole =
         std::all_of(index.parts.begin(), index.parts.end(), [&](const schema::IndexPart& part) { return Keeps(source.name, part.column); });
-    if (!whole) findings.push_back({source.name, {}, "the index " + index.name + " is left off: a column of it stays behind"});
+    if (!whole) findings.push_back({source.name, {}, schema::What::kIndexLosesColumn, {index.name}});
     return !whole;
   });
   for (schema::Index& index : table.indexes)
@@ -265,7 +265,7 @@ schema::Database Map::Apply(const schema::Database& wanted, std::vector<schema::
       return Keeps(source.table, pair.first) && Keeps(source.referenced, pair.second);
     });
     if (!whole) {
-      findings.push_back({source.table, {}, "the relation " + source.name + " is left off: a column of it stays behind"});
+      findings.push_back({source.table, {}, schema::What::kRelationLosesColumn, {source.name}});
       continue;
     }
     relation.table = NameOf(source.table, {});

@@ -120,7 +120,7 @@ bool IsOfTheMoment(const runtime::Error& error) {
 /// A table has to be made; what the rows do not allow is told, and the rows stay.
 void Runner::Fails(const schema::Statement& statement, const runtime::Error& error) {
   if (IsOfTheMoment(error) || statement.phase == Phase::kTables) throw runtime::Error(error).WithContext("table " + statement.table);
-  outcome_.findings.push_back({statement.table, {}, error.Description() + " (" + statement.sql + ")"});
+  outcome_.findings.push_back({statement.table, {}, schema::What::kStatementRefused, {error.Description(), statement.sql}});
 }
 
 void Runner::Carry(const schema::Statement& statement) {

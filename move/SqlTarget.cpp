@@ -98,7 +98,7 @@ std::vector<schema::Finding> ByStatements::Orphans() {
   std::vector<schema::Finding> findings;
   if (dialect_.engine != Engine::kSqlite) return findings;
   for (const auto& row : Ask(connection_, "SELECT \"table\", parent, count(*) FROM pragma_foreign_key_check GROUP BY 1, 2 ORDER BY 1, 2"))
-    findings.push_back({row[0], {}, row[2] + " rows refer to rows of " + row[1] + " that are not there"});
+    findings.push_back({row[0], {}, schema::What::kOrphans, {row[2], row[1]}});
   return findings;
 }
 

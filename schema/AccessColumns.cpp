@@ -98,15 +98,15 @@ void AccessPlanner::PlanType(std::size_t place, Column& column) {
   Type& type = column.type;
   if (wanted.kind == Kind::kBoolean && !column.required) {
     type = {.kind = Kind::kShort};
-    LostOf(place, column, "may be null, which Yes/No cannot: becomes an Integer");
+    LostOf(place, column, What::kNullableTruth);
   } else if (wanted.kind == Kind::kBig || wanted.kind == Kind::kDecimal) {
     PlanNumber(place, column);
   } else if (wanted.kind == Kind::kText && (wanted.length < 1 || wanted.length > kLongestText)) {
     type = {.kind = Kind::kMemo};
-    LostOf(place, column, "is longer than 255 characters: becomes a Memo");
+    LostOf(place, column, What::kLongText);
   } else if (wanted.kind == Kind::kBinary && (wanted.length < 1 || wanted.length > kLongestBinary)) {
     type = {.kind = Kind::kBlob};
-    LostOf(place, column, "is longer than 510 bytes: becomes an OLE object");
+    LostOf(place, column, What::kLongBytes);
   } else {
     type = {.kind = wanted.kind, .length = wanted.kind == Kind::kText || wanted.kind == Kind::kBinary ? wanted.length : 0};
   }
@@ -117,12 +117,12 @@ void AccessPlanner::PlanNumber(std::size_t place, Column& column) {
   Type& type = column.type;
   if (type.kind == Kind::kBig) {
     type = {.kind = Kind::kDecimal, .precision = 19};
-    LostOf(place, column, "has 64 bits: becomes a Decimal of 19 digits");
+    LostOf(place, column, What::kBig);
   } else if (type.precision < 1 || type.scale < 0 || type.scale > kMostDigits || type.scale > type.precision) {
     type = {.kind = Kind::kText, .length = kLongestText};
-    LostOf(place, column, "has no digits of a Decimal: its numbers become texts");
+    LostOf(place, column, What::kNoDecimal);
   } else if (type.precision > kMostDigits) {
-    LostOf(place, column, "has " + std::to_string(type.precision) + " digits: becomes a Decimal of 28, and longer numbers are refused");
+    LostOf(place, column, What::kManyDigits, {std::to_string(type.precision)});
     type.precision = kMostDigits;
   }
 }
@@ -132,7 +132,7 @@ void AccessPlanner::PlanCounter(std::size_t place, Column& column, bool& counted
   if (!column.counter) return;
   if (column.counter->kind == Counter::Kind::kGuid) {
     if (column.type.kind == Kind::kGuid) return;
-    LostOf(place, column, "makes no GUIDs in Access, for it is none");
+    LostOf(place, column, What::kNoGuids);
     column.counter.reset();
     return;
   }
@@ -142,12 +142,11 @@ void AccessPlanner::PlanCounter(std::size_t place, Column& column, bool& counted
   constexpr std::int64_t kLast = std::numeric_limits<std::int32_t>::max();
   const bool within = column.counter->next - 1 <= kLast && column.counter->next - 1 >= -kLast - 1;
   if (counted || !whole || !within) {
-    LostOf(place, column,
-           counted ? "is a plain number in Access, which counts in one column" : "goes on beyond a Long: becomes a plain number");
+    LostOf(place, column, counted ? What::kSecondCounter : What::kBeyondLong);
     column.counter.reset();
     return;
   }
-  if (kind != Kind::kLong) LostOf(place, column, "counts, which only a Long does: becomes one");
+  if (kind != Kind::kLong) LostOf(place, column, What::kOnlyLongCounts);
   column.type = {.kind = Kind::kLong};
   counted = true;
 }
@@ -155,33 +154,32 @@ void AccessPlanner::PlanCounter(std::size_t place, Column& column, bool& counted
 void AccessPlanner::PlanDefault(std::size_t place, Column& column) {
   Default& initial = column.initial;
   if (column.counter && initial.kind != Default::Kind::kNone) {
-    LostOf(place, column, "counts: its default " + AccessExpression(initial) + " is left off");
+    LostOf(place, column, What::kCounterDefault, {AccessExpression(initial)});
     initial = {};
   }
   if (initial.kind == Default::Kind::kTruth && column.type.kind != Kind::kBoolean)
     initial = {Default::Kind::kNumber, initial.text == "1" ? "-1" : "0"};
   if (initial.kind == Default::Kind::kUnknown && expressions_ == Expressions::kAccess) return;
   if (ReadDefault(AccessExpression(initial), column.type.kind) == initial && initial.kind != Default::Kind::kUnknown) return;
-  LostOf(place, column, "the default " + initial.text + " has no equivalent in Access and is left off");
+  LostOf(place, column, What::kDefaultInAccess, {initial.text});
   initial = {};
 }
 
 void AccessPlanner::PlanRules(std::size_t place) {
   if (expressions_ == Expressions::kAccess) return;
   Table& table = plan_.there.tables[place];
-  if (!table.rule.empty()) Lost(NameOf(place), {}, "the rule " + table.rule + " is left off");
+  if (!table.rule.empty()) Lost(NameOf(place), {}, What::kRule, {table.rule});
   table.rule.clear();
   for (Column& column : table.columns) {
-    if (!column.rule.empty()) LostOf(place, column, "the rule " + column.rule + " is left off");
+    if (!column.rule.empty()) LostOf(place, column, What::kRule, {column.rule});
     column.rule.clear();
   }
 }
 
 void AccessPlanner::CheckRow(std::size_t place) {
   const Table& table = plan_.there.tables[place];
-  if (table.columns.empty()) return Refuse(place, "has no columns, which no table in Access is without");
-  if (table.columns.size() > kMostColumns)
-    return Refuse(place, "has " + std::to_string(table.columns.size()) + " columns; a table in Access has at most 255");
+  if (table.columns.empty()) return Refuse(place, What::kNoColumns);
+  if (table.columns.size() > kMostColumns) return Refuse(place, What::kManyColumns, {std::to_string(table.columns.size())});
   std::uint64_t fixed = 0;
   std::uint64_t variable = 0;
   for (const Column& column : table.columns) {
@@ -190,12 +188,9 @@ void AccessPlanner::CheckRow(std::size_t place) {
     if (column.type.kind == Kind::kBinary) variable += static_cast<std::uint64_t>(column.type.length);
     if (column.type.kind == Kind::kMemo || column.type.kind == Kind::kBlob) variable += 12;
   }
-  if (fixed > kMostBytesOfRow)
-    return Refuse(place, "has numbers and dates of " + std::to_string(fixed) + " bytes in a row, of which Access holds 4000");
-  if (fixed + variable > kMostBytesOfRow && expressions_ == Expressions::kForeign)
-    Lost(NameOf(place), {}, "rows of more than 4000 bytes beside their long texts are refused");
-  if (table.rows > kMostBytesOfFile / (fixed + 4))
-    Refuse(place, "has " + std::to_string(table.rows) + " rows, which are more than 2 GB: no Access file holds them");
+  if (fixed > kMostBytesOfRow) return Refuse(place, What::kFixedBytes, {std::to_string(fixed)});
+  if (fixed + variable > kMostBytesOfRow && expressions_ == Expressions::kForeign) Lost(NameOf(place), {}, What::kLongRows);
+  if (table.rows > kMostBytesOfFile / (fixed + 4)) Refuse(place, What::kManyRows, {std::to_string(table.rows)});
 }
 
 }  // namespace tamlo::schema

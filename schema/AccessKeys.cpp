@@ -48,18 +48,20 @@ bool FollowIndex(Relation& relation, const Table& referenced) {
 
 }  // namespace
 
-/// Why Access has no such index; empty when it has.
-std::string AccessPlanner::WhyNot(const Table& table, const Index& index) const {
+/// Why Access has no such index; nothing when it has.
+std::optional<Finding> AccessPlanner::WhyNot(std::size_t place, const Index& index) const {
+  const Table& table = plan_.there.tables[place];
+  const auto why = [&](What what, std::vector<std::string> parts) { return Finding{NameOf(place), {}, what, std::move(parts)}; };
   if (index.parts.empty() || index.parts.size() > kMostParts)
-    return "has " + std::to_string(index.parts.size()) + " columns; Access takes 1 to 10";
+    return why(What::kIndexParts, {index.name, std::to_string(index.parts.size())});
   for (std::size_t i = 0; i < index.parts.size(); ++i) {
     const Column* column = Find(table, index.parts[i].column);
-    if (column == nullptr) return "is on something else than columns of the table";
-    if (column->type.kind == Kind::kBlob) return "is on \"" + column->name + "\", an OLE object, which Access does not index";
+    if (column == nullptr) return why(What::kIndexNoColumns, {index.name});
+    if (column->type.kind == Kind::kBlob) return why(What::kIndexOverOle, {index.name, column->name});
     for (std::size_t k = 0; k < i; ++k)
-      if (base::SameName(index.parts[k].column, column->name)) return "has the column \"" + column->name + "\" twice";
+      if (base::SameName(index.parts[k].column, column->name)) return why(What::kIndexTwice, {index.name, column->name});
   }
-  return {};
+  return std::nullopt;
 }
 
 void AccessPlanner::PlanIndexes(std::size_t place) {
@@ -67,12 +69,11 @@ void AccessPlanner::PlanIndexes(std::size_t place) {
   bool primary = false;
   std::vector<Index> kept;
   for (Index& index : table.indexes) {
-    if (const std::string why = WhyNot(table, index); !why.empty()) {
-      Lost(NameOf(place), {}, "the index " + index.name + " " + why + ", and is left off");
+    if (auto why = WhyNot(place, index)) {
+      plan_.findings.push_back(std::move(*why));
       continue;
     }
-    if (index.primary && primary)
-      Lost(NameOf(place), {}, "the index " + index.name + " is the second primary key, and becomes a unique index");
+    if (index.primary && primary) Lost(NameOf(place), {}, What::kSecondPrimary, {index.name});
     if (index.primary) index.unique = index.required = true;
     index.primary = index.primary && !primary;
     primary = primary || index.primary;
@@ -103,8 +104,7 @@ void AccessPlanner::PlanRelations() {
   for (const Relation& source : source_.relations) {
     Relation relation = source;
     if (!Translate(relation)) {
-      Lost(source.table, {},
-           "the relation " + source.name + " to " + source.referenced + " is left off: not both are tables with its columns");
+      Lost(source.table, {}, What::kRelationNoTables, {source.name, source.referenced});
       continue;
     }
     if (relation.enforced) PlanEnforcement(relation);
@@ -118,17 +118,16 @@ void AccessPlanner::PlanEnforcement(Relation& relation) {
   const Table& table = *There(relation.table);
   const Table& referenced = *There(relation.referenced);
   const std::string& told = NameOf(static_cast<std::size_t>(&table - plan_.there.tables.data()));
-  const auto loosen = [&](const std::string& why) {
-    Lost(told, {}, "the relation " + relation.name + " is kept but not enforced: " + why);
+  const auto loosen = [&](What why, std::vector<std::string> parts) {
+    Lost(told, {}, why, std::move(parts));
     relation.enforced = false;
   };
   for (const auto& [own, other] : relation.columns)
     if (Find(table, own)->type.kind != Find(referenced, other)->type.kind)
-      return loosen("\"" + own + "\" and \"" + other + "\" are of different types in Access");
+      return loosen(What::kRelationOfTypes, {relation.name, own, other});
   const auto before = relation.columns;
-  if (!FollowIndex(relation, referenced)) return loosen("\"" + relation.referenced + "\" has no unique index on exactly what it refers to");
-  if (relation.columns != before)
-    Lost(told, {}, "the relation " + relation.name + " has its columns in the order of the index that it refers to");
+  if (!FollowIndex(relation, referenced)) return loosen(What::kRelationNoIndex, {relation.name, relation.referenced});
+  if (relation.columns != before) Lost(told, {}, What::kRelationOrder, {relation.name});
 }
 
 /// An index that some engines make for a relation, under its name, is made by the relation here.
@@ -139,7 +138,7 @@ void AccessPlanner::LeaveToRelations(std::size_t place) {
       return relation.enforced && !index.unique && base::SameName(relation.table, table.name) &&
              base::SameName(relation.name, index.name) && OnReferring(index, relation);
     });
-    if (own) Lost(NameOf(place), {}, "the index " + index.name + " is the one that its relation makes by itself");
+    if (own) Lost(NameOf(place), {}, What::kIndexOfRelation, {index.name});
     return own;
   });
 }
@@ -157,11 +156,11 @@ void AccessPlanner::CountTrees(std::size_t place) {
   }
   for (std::size_t i = table.indexes.size(); i-- > 0 && trees > kMostTrees;) {
     if (table.indexes[i].unique) continue;
-    Lost(NameOf(place), {}, "the index " + table.indexes[i].name + " is left off: a table in Access has 32 with those of its relations");
+    Lost(NameOf(place), {}, What::kManyIndexes, {table.indexes[i].name});
     table.indexes.erase(table.indexes.begin() + static_cast<std::ptrdiff_t>(i));
     --trees;
   }
-  if (trees > kMostTrees) Refuse(place, "needs " + std::to_string(trees) + " indexes with those of its relations; Access has 32");
+  if (trees > kMostTrees) Refuse(place, What::kNeedsIndexes, {std::to_string(trees)});
 }
 
 }  // namespace tamlo::schema

@@ -16,16 +16,17 @@ bool IsAccessFile(const std::string& target) {
   return std::any_of(kEnds.begin(), kEnds.end(), [&](std::string_view end) { return lower.ends_with(end); });
 }
 
-/// Why a file cannot hold it as it is; empty when it can.
-std::string WhyNoQuery(const Query& query, Expressions expressions) {
-  if (expressions == Expressions::kForeign) return "is no statement of Access";
-  if (!query.reason.empty()) return query.reason;
+/// Why a file cannot hold it as it is; nothing when it can.
+std::optional<Finding> WhyNoQuery(const Query& query, Expressions expressions) {
+  if (expressions == Expressions::kForeign) return Finding{{}, {}, What::kQueryOfAnother, {query.name}};
+  if (!query.reason.empty()) return Finding{{}, {}, What::kQueryRefused, {query.name, query.reason}};
   try {
-    if (jet::sql::StatementOf(jet::sql::DesignOf(query.sql).parts, query.name, false) != query.sql) return "would read otherwise";
+    if (jet::sql::StatementOf(jet::sql::DesignOf(query.sql).parts, query.name, false) != query.sql)
+      return Finding{{}, {}, What::kQueryReadsOtherwise, {query.name}};
   } catch (const jet::Error& error) {
-    return error.what();
+    return Finding{{}, {}, What::kQueryRefused, {query.name, error.what()}};
   }
-  return {};
+  return std::nullopt;
 }
 
 }  // namespace
@@ -34,16 +35,16 @@ std::string WhyNoQuery(const Query& query, Expressions expressions) {
 void AccessPlanner::PlanLinks() {
   std::erase_if(plan_.there.links, [&](const Link& link) {
     if (IsAccessFile(link.target)) return false;
-    Lost({}, {}, "the link " + link.name + " to " + link.table + " of " + link.target + " is left off");
+    Lost({}, {}, What::kLink, {link.name, link.table, link.target});
     return true;
   });
 }
 
 void AccessPlanner::PlanQueries() {
   std::erase_if(plan_.there.queries, [&](const Query& query) {
-    const std::string why = WhyNoQuery(query, expressions_);
-    if (!why.empty()) Lost({}, {}, "the query " + query.name + " is left off: " + why);
-    return !why.empty();
+    const auto why = WhyNoQuery(query, expressions_);
+    if (why) plan_.findings.push_back(*why);
+    return why.has_value();
   });
 }
 

@@ -35,7 +35,7 @@ class AccessPlanner {
   void CheckRow(std::size_t place);
   // ----- AccessKeys.cpp
   void PlanIndexes(std::size_t place);
-  [[nodiscard]] std::string WhyNot(const Table& table, const Index& index) const;
+  [[nodiscard]] std::optional<Finding> WhyNot(std::size_t place, const Index& index) const;
   void PlanRelations();
   [[nodiscard]] bool Translate(Relation& relation) const;
   void PlanEnforcement(Relation& relation);
@@ -45,14 +45,17 @@ class AccessPlanner {
   void PlanLinks();
   void PlanQueries();
 
-  void Lost(const std::string& table, const std::string& column, const std::string& text) {
-    plan_.findings.push_back({table, column, text});
+  void Lost(const std::string& table, const std::string& column, What what, std::vector<std::string> parts = {}) {
+    plan_.findings.push_back({table, column, what, std::move(parts)});
   }
-  void LostOf(std::size_t place, const Column& column, const std::string& text) {
+  void LostOf(std::size_t place, const Column& column, What what, std::vector<std::string> parts = {}) {
     const Table& table = plan_.there.tables[place];
-    Lost(NameOf(place), source_.tables[place].columns[static_cast<std::size_t>(&column - table.columns.data())].name, text);
+    Lost(NameOf(place), source_.tables[place].columns[static_cast<std::size_t>(&column - table.columns.data())].name, what,
+         std::move(parts));
   }
-  void Refuse(std::size_t place, const std::string& text) { plan_.refusals.push_back({NameOf(place), {}, text}); }
+  void Refuse(std::size_t place, What what, std::vector<std::string> parts = {}) {
+    plan_.refusals.push_back({NameOf(place), {}, what, std::move(parts)});
+  }
   [[nodiscard]] const std::string& NameOf(std::size_t place) const { return source_.tables[place].name; }
   [[nodiscard]] const Table* There(std::string_view name) const;
 

@@ -41,21 +41,20 @@ std::vector<Relation> Enforceable(const Database& database, const Dialect& diale
   for (const Relation& read : database.relations) {
     Relation relation = read;
     if (!BothSidesAreThere(database, relation)) {
-      writer.Lost(relation.table, {}, "the relation " + relation.name + " is left off: not both of its sides are tables of the database");
+      writer.Lost(relation.table, {}, What::kRelationNoSides, {relation.name});
       continue;
     }
     if (!relation.enforced) {
-      writer.Lost(relation.table, {}, "the relation " + relation.name + " is not enforced in the source and is left off");
+      writer.Lost(relation.table, {}, What::kRelationLoose, {relation.name});
       continue;
     }
     if (IsTooWide(database, dialect, relation)) {
-      writer.Lost(relation.table, {},
-                  "the relation " + relation.name + " is left off: its columns are too wide for a key of " + std::string(dialect.name));
+      writer.Lost(relation.table, {}, What::kRelationTooWide, {relation.name, writer.EngineName()});
       continue;
     }
     const bool itself = base::SameName(relation.table, relation.referenced);
     if (relation.cascadeUpdates && (!dialect.onUpdate || (itself && !dialect.cascadesOnItself))) {
-      writer.Lost(relation.table, {}, "the relation " + relation.name + " does not cascade updates on " + std::string(dialect.name));
+      writer.Lost(relation.table, {}, What::kNoCascade, {relation.name, writer.EngineName()});
       relation.cascadeUpdates = false;
     }
     relations.push_back(std::move(relation));

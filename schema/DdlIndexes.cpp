@@ -55,7 +55,7 @@ std::string DdlWriter::IndexText(const Table& table, std::size_t place, bool ref
     return text + (index.required ? " WITH DISALLOW NULL" : " WITH IGNORE NULL");
   if (!index.ignoreNulls) return text;
   if (!dialect_.partialIndexes || referred) {
-    if (dialect_.engine != Engine::kOracle) Lost(table.name, {}, "the index " + index.name + " holds rows without a key too");
+    if (dialect_.engine != Engine::kOracle) Lost(table.name, {}, What::kHoldsKeyless, {index.name});
     return text;
   }
   std::string condition;
@@ -76,7 +76,7 @@ void DdlWriter::CreateIndexes(const Table& table, const std::vector<Relation>& r
              });
     });
     if (index.unique && !FitsKey(table, index)) {
-      Lost(table.name, {}, "the unique index " + index.name + " is too wide for " + std::string(dialect_.name) + " and is left off");
+      Lost(table.name, {}, What::kUniqueTooWide, {index.name, EngineName()});
       continue;
     }
     script_.statements.push_back({Phase::kIndexes, table.name, IndexText(table, place, referred)});

@@ -79,8 +79,7 @@ void DdlWriter::FitRow(const Table& table) {
     if (widest == nullptr) return;
     bytes -= width(*widest) - 12;
     named.longTexts.insert(base::LowerName(widest->name));
-    Lost(table.name, widest->name,
-         "becomes a text of any length, for a row of the table would be too long for " + std::string(dialect_.name));
+    Lost(table.name, widest->name, What::kRowTooLong, {EngineName()});
   }
 }
 

@@ -63,8 +63,7 @@ std::string DdlWriter::DefaultText(const Table& table, const Column& column) {
   if (column.initial.kind == Default::Kind::kNone) return {};
   const auto spelled = Spelled(dialect_, column.initial, column.type);
   if (spelled) return " DEFAULT " + *spelled;
-  Lost(table.name, column.name,
-       "the default " + column.initial.text + " has no equivalent on " + std::string(dialect_.name) + " and is left off");
+  Lost(table.name, column.name, What::kDefault, {column.initial.text, EngineName()});
   return {};
 }
 
@@ -72,14 +71,14 @@ std::string DdlWriter::CounterText(const Table& table, const Column& column) {
   const bool increments = column.counter->kind == Counter::Kind::kIncrement;
   std::string_view spelled = dialect_.counters[static_cast<std::size_t>(column.counter->kind)];
   if (increments && dialect_.engine == Engine::kSqlite && !CounterIsKeyItself(table)) spelled = {};
-  if (!increments) Lost(table.name, column.name, "gets its random numbers from a default on " + std::string(dialect_.name));
+  if (!increments) Lost(table.name, column.name, What::kRandomDefault, {EngineName()});
   if (!spelled.empty()) {
     // Numbers that count are of their own size, where the engine counts in any.
     const std::string plain = Spelled(dialect_, Type{.kind = Kind::kLong}) + ' ';
     const bool other = increments && column.type.kind != Kind::kLong && dialect_.engine != Engine::kSqlite && spelled.starts_with(plain);
     return ' ' + (other ? Spelled(dialect_, column.type) + ' ' + std::string(spelled.substr(plain.size())) : std::string(spelled));
   }
-  Lost(table.name, column.name, "is a plain column on " + std::string(dialect_.name) + ", which does not number it");
+  Lost(table.name, column.name, What::kNotNumbered, {EngineName()});
   return ' ' + Spelled(dialect_, column.type) + " NOT NULL";
 }
 
@@ -103,7 +102,7 @@ std::string DdlWriter::CommentInside(const Table& table, const std::string& colu
   if (comment.empty() || dialect_.comments == Comments::kBehind) return {};
   const std::string_view kept = base::FirstCharacters(comment, most);
   if (dialect_.comments == Comments::kInside && kept.size() == comment.size()) return " COMMENT " + Literal(dialect_, comment);
-  Lost(table.name, column, "the comment " + comment + " is left off");
+  Lost(table.name, column, What::kComment, {comment});
   return {};
 }
 
@@ -136,14 +135,21 @@ void DdlWriter::AddChecks(const Table& table, const Column& column, std::vector<
   };
   const bool isText = column.type.kind == Kind::kText || column.type.kind == Kind::kMemo;
   if (isText && !column.allowEmpty && CascadesInto(table, column))
-    Lost(table.name, column.name,
-         "takes the empty text on " + std::string(dialect_.name) + ", which checks no column that updates in cascade");
+    Lost(table.name, column.name, What::kTakesEmpty, {EngineName()});
   else if (isText && !column.allowEmpty)
     check(dialect_.noEmpty);
   if (column.type.kind == Kind::kByte) check(dialect_.byteRange);
   if (column.type.kind == Kind::kBinary) check(dialect_.bytesLimit);
-  if (isText && column.allowEmpty && dialect_.engine == Engine::kOracle)
-    Lost(table.name, column.name, "Oracle keeps no empty text: it becomes null there");
+  if (isText && column.allowEmpty && dialect_.engine == Engine::kOracle) Lost(table.name, column.name, What::kEmptyIsNull);
+}
+
+/// MariaDB: a primary key holds the beginning of a text or bytes without a length, and refuses what differs behind.
+std::string DdlWriter::KeyPrefix(const Table& table, const Column& column) {
+  const bool isText = column.type.kind == Kind::kMemo;
+  if (dialect_.engine != Engine::kMariaDb || (!isText && column.type.kind != Kind::kBlob)) return {};
+  constexpr std::string_view kHeld = "255";
+  Lost(table.name, column.name, isText ? What::kKeyOfCharacters : What::kKeyOfBytes, {std::string(kHeld), EngineName()});
+  return "(" + std::string(kHeld) + ")";
 }
 
 /// The primary key, and on MariaDB a key for the counter where it stands at the head of none.
@@ -153,8 +159,7 @@ void DdlWriter::AddKeys(const Table& table, std::vector<std::string>& parts) {
     std::vector<std::string> columns;
     for (const IndexPart& part : key->parts) {
       const Column* column = FindColumn(table, part.column);
-      const bool isLong = column != nullptr && (column->type.kind == Kind::kMemo || column->type.kind == Kind::kBlob);
-      columns.push_back(ColumnName(table.name, part.column) + (isLong && dialect_.engine == Engine::kMariaDb ? "(255)" : ""));
+      columns.push_back(ColumnName(table.name, part.column) + (column == nullptr ? "" : KeyPrefix(table, *column)));
     }
     parts.push_back("PRIMARY KEY (" + Joined(columns, ", ") + ")");
   }
@@ -166,10 +171,10 @@ void DdlWriter::AddKeys(const Table& table, std::vector<std::string>& parts) {
 
 /// Rules are expressions of the source; they are told, so that a person can write them anew.
 void DdlWriter::NoteRules(const Table& table) {
-  if (!table.rule.empty()) Lost(table.name, {}, "the validation rule " + table.rule + " is left off");
+  if (!table.rule.empty()) Lost(table.name, {}, What::kValidationRule, {table.rule});
   for (const Column& column : table.columns) {
-    if (!column.rule.empty()) Lost(table.name, column.name, "the validation rule " + column.rule + " is left off");
-    if (column.hyperlink && dialect_.engine != Engine::kAccess) Lost(table.name, column.name, "is no hyperlink any more but its text");
+    if (!column.rule.empty()) Lost(table.name, column.name, What::kValidationRule, {column.rule});
+    if (column.hyperlink && dialect_.engine != Engine::kAccess) Lost(table.name, column.name, What::kHyperlink);
   }
 }
 

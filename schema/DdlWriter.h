@@ -27,9 +27,11 @@ class DdlWriter {
   void CreateIndexes(const Table& table, const std::vector<Relation>& relations);
   void AddRelation(const Relation& relation);
   void RestartCounter(const Table& table);
-  void Lost(const std::string& table, const std::string& column, const std::string& text) {
-    script_.findings.push_back({table, column, text});
+  void Lost(const std::string& table, const std::string& column, What what, std::vector<std::string> parts = {}) {
+    script_.findings.push_back({table, column, what, std::move(parts)});
   }
+  /// The engine by its name, as findings have it.
+  [[nodiscard]] std::string EngineName() const { return std::string(dialect_.name); }
 
  private:
   struct Named {
@@ -51,6 +53,7 @@ class DdlWriter {
   [[nodiscard]] std::string DefaultText(const Table& table, const Column& column);
   [[nodiscard]] bool CascadesInto(const Table& table, const Column& column) const;
   void AddChecks(const Table& table, const Column& column, std::vector<std::string>& parts);
+  [[nodiscard]] std::string KeyPrefix(const Table& table, const Column& column);
   void AddKeys(const Table& table, std::vector<std::string>& parts);
   void NoteRules(const Table& table);
   [[nodiscard]] std::string CommentInside(const Table& table, const std::string& column, const std::string& comment, std::size_t most);

@@ -7,6 +7,7 @@
 #include "jet/sql/run/StoredParts.h"
 #include "jet/table/Table.h"
 #include "schema/AccessPlanner.h"
+#include "schema/FindingTexts.h"
 
 namespace tamlo::schema {
 namespace {
@@ -102,7 +103,7 @@ bool IsOfTheRows(const jet::Error& error) {
 AccessTarget::AccessTarget(jet::Database& file, const AccessPlan& plan) : file_(file), plan_(plan) {
   if (plan.refusals.empty()) return;
   std::string text;
-  for (const Finding& refusal : plan.refusals) text += (text.empty() ? "" : "; ") + refusal.table + " " + refusal.text;
+  for (const Finding& refusal : plan.refusals) text += (text.empty() ? "" : "; ") + refusal.table + " " + English(refusal);
   throw base::Error(text);
 }
 
@@ -151,7 +152,7 @@ std::vector<Finding> AccessTarget::MakeIndexes(std::size_t place) {
       file_.CreateIndex(table.name, Definition(index));
     } catch (const jet::Error& error) {
       if (!IsOfTheRows(error)) throw;
-      findings.push_back({table.name, {}, "the index " + index.name + " is left off: " + error.what()});
+      findings.push_back({table.name, {}, What::kIndexRefused, {index.name, error.what()}});
     }
   }
   return findings;
@@ -189,7 +190,7 @@ std::vector<Finding> AccessTarget::MakeRelations() {
     } catch (const jet::Error& error) {
       // An index that the rows did not allow is missing here.
       if (!IsOfTheRows(error) && error.Code() != jet::ErrorCode::kUnsupported) throw;
-      findings.push_back({relation.table, {}, "the relation " + relation.name + " is kept but not enforced: " + error.what()});
+      findings.push_back({relation.table, {}, What::kRelationRefused, {relation.name, error.what()}});
       made.enforced = made.cascadeUpdates = made.cascadeDeletes = false;
       file_.CreateRelationship(made);
     }
@@ -201,7 +202,7 @@ std::vector<Finding> AccessTarget::MakeOthers() {
   std::vector<Finding> findings;
   const auto taken = [&](const std::string& name) {
     const bool there = file_.FindObject(name) != nullptr;
-    if (there) findings.push_back({{}, {}, "the file has an object " + name + " already"});
+    if (there) findings.push_back({{}, {}, What::kNameTaken, {name}});
     return there;
   };
   for (const Link& link : plan_.there.links)

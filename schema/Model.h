@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "schema/Finding.h"
+
 /// A database described as plain values, whatever engine it lies in: what a faithful copy has to bring over. Nothing here reaches a database;
 /// ReadAccess fills it, WriteDdl makes statements of it.
 namespace tamlo::schema {
@@ -120,8 +122,9 @@ struct Relation {
 /// A query that is stored under a name.
 struct Query {
   std::string name;
-  std::string sql;     ///< empty when its text cannot be had
-  std::string reason;  ///< why it cannot, in words; beside a text: why it is none of the database's own (it goes to a server as it stands)
+  std::string sql;  ///< empty when its text cannot be had
+  std::string
+      reason;  ///< why it cannot, in the engine's words, empty where it says nothing; beside a text: why it is none of the database's own (it goes to a server as it stands)
 };
 
 /// A table that lies elsewhere.
@@ -129,13 +132,6 @@ struct Link {
   std::string name;
   std::string target;  ///< file or connection without its passwords
   std::string table;   ///< its name there
-};
-
-/// What a step of a move cannot bring over, in words that name table and column.
-struct Finding {
-  std::string table;   ///< empty when it is about the database
-  std::string column;  ///< empty when it is about the table
-  std::string text;
 };
 
 struct Database {

@@ -91,10 +91,10 @@ void MariaDb::Tables() {
        reading_.Ask("SELECT TABLE_NAME, TABLE_TYPE, AUTO_INCREMENT, TABLE_COMMENT FROM information_schema.TABLES WHERE TABLE_SCHEMA" +
                     std::string(kHere) + "AND TABLE_TYPE <> 'VIEW'")) {
     if (answer[1] == "SEQUENCE") {
-      reading_.Lost({}, {}, "the sequence " + answer[0] + " is left off");
+      reading_.Lost({}, {}, What::kSequence, {answer[0]});
       continue;
     }
-    if (answer[1] != "BASE TABLE") reading_.Lost(answer[0], {}, "keeps its old rows (" + answer[1] + "), which are left off");
+    if (answer[1] != "BASE TABLE") reading_.Lost(answer[0], {}, What::kKeepsOldRows, {answer[1]});
     Table table;
     table.name = answer[0];
     table.comment = answer[3];
@@ -128,41 +128,38 @@ void MariaDb::AddColumn(Table& table, const Answer& answer) {
   column.comment = answer[12];
   const std::string extra = base::LowerCase(answer[10]);
   if (!answer[11].empty()) {
-    reading_.Lost(table.name, column.name, "is computed as " + answer[11] + "; it becomes a plain column");
+    reading_.Lost(table.name, column.name, What::kComputed, {answer[11]});
   } else {
     ReadDefault(column, answer);
     ReadCounter(table, column, answer);
-    if (extra.find("on update") != std::string::npos)
-      reading_.Lost(table.name, column.name, "is set anew by each change of its row, which is left off");
+    if (extra.find("on update") != std::string::npos) reading_.Lost(table.name, column.name, What::kSetByChange);
   }
   table.columns.push_back(std::move(column));
 }
 
 Type MariaDb::TypeOf(const Table& table, const std::string& column, const Declared& declared) {
-  const auto lost = [&](const std::string& text) { reading_.Lost(table.name, column, text); };
+  const auto lost = [&](What what, std::vector<std::string> parts = {}) { reading_.Lost(table.name, column, what, std::move(parts)); };
   if (declared.full.starts_with("tinyint(1)") && !declared.IsUnsigned()) {
-    reading_.Ponder({table.name, column, Name(column) + " NOT IN (0, 1, -1)", Type{.kind = Kind::kShort},
-                     "is declared as a truth value but holds other numbers: becomes a number of 16 bits"});
+    reading_.Ponder({table.name, column, Name(column) + " NOT IN (0, 1, -1)", Type{.kind = Kind::kShort}, What::kHoldsOtherTruths});
     return {.kind = Kind::kBoolean};
   }
   if (declared.type == "decimal") {
-    if (declared.IsUnsigned()) lost("is unsigned, which is not kept");
+    if (declared.IsUnsigned()) lost(What::kUnsigned);
     if (declared.precision != 19 || declared.scale != 4)
       return {.kind = Kind::kDecimal, .precision = declared.precision, .scale = declared.scale};
     reading_.Ponder({table.name, column, Name(column) + " NOT BETWEEN -922337203685477.5808 AND 922337203685477.5807",
-                     Type{.kind = Kind::kDecimal, .precision = 19, .scale = 4},
-                     "has numbers beyond those of an amount: becomes a decimal"});
+                     Type{.kind = Kind::kDecimal, .precision = 19, .scale = 4}, What::kBeyondAmount});
     return {.kind = Kind::kCurrency};
   }
   if (declared.type == "char" || declared.type == "varchar") return {.kind = Kind::kText, .length = declared.length};
   if (declared.type == "binary" || declared.type == "varbinary") return {.kind = Kind::kBinary, .length = declared.length};
   if (declared.type == "bit") {
     if (declared.precision <= 1) return {.kind = Kind::kBoolean};
-    lost("is " + declared.full + ": its bits become bytes");
+    lost(What::kBits, {declared.full});
     return {.kind = Kind::kBinary, .length = (declared.precision + 7) / 8};
   }
   if (declared.type == "inet6" || declared.type == "inet4") {
-    lost("is " + declared.full + ": becomes its text");
+    lost(What::kBecomesItsText, {declared.full});
     return {.kind = Kind::kText, .length = 39};
   }
   for (const PlainType& plain : kPlainTypes) {
@@ -178,23 +175,21 @@ Type MariaDb::MomentType(const Table& table, const std::string& column, const De
   const std::string name = Name(column);
   const Type asText{.kind = Kind::kText, .length = 29};
   if (declared.type == "time") {
-    reading_.Lost(table.name, column, "is a time without a day: becomes a moment of the first day, or a text");
+    reading_.Lost(table.name, column, What::kTimeToMoment);
     reading_.Ponder({table.name, column, name + " < 0 OR " + name + " >= '24:00:00' OR MICROSECOND(" + name + ") % 1000 <> 0", asText,
-                     "has times that no moment is: becomes a text"});
+                     What::kTimesNoMoment});
     return {.kind = Kind::kMoment};
   }
   if (declared.type == "date" || declared.type == "datetime" || declared.type == "timestamp") {
-    if (declared.type == "date") reading_.Lost(table.name, column, "is a day without a time: becomes a moment");
-    if (declared.type == "timestamp") reading_.Lost(table.name, column, "is a moment of the world: becomes one of UTC");
-    if (declared.digits > 3)
-      reading_.Ponder(
-          {table.name, column, "MICROSECOND(" + name + ") % 1000 <> 0", asText, "has digits below the millisecond: becomes a text"});
+    if (declared.type == "date") reading_.Lost(table.name, column, What::kDayToMoment);
+    if (declared.type == "timestamp") reading_.Lost(table.name, column, What::kWorldMoment);
+    if (declared.digits > 3) reading_.Ponder({table.name, column, "MICROSECOND(" + name + ") % 1000 <> 0", asText, What::kFinerMoments});
     // A day of zeros is compared as a number: every comparison with a text is an error in some modes of the server.
     reading_.Ponder({table.name, column, "MONTH(" + name + ") = 0 OR DAYOFMONTH(" + name + ") = 0 OR YEAR(" + name + ") < 100",
-                     std::nullopt, "has days that are none, of month or day 0 or before the year 100: their rows are refused"});
+                     std::nullopt, What::kNoDays});
     return {.kind = Kind::kMoment};
   }
-  reading_.Lost(table.name, column, "is " + declared.full + ", which is not known: becomes bytes");
+  reading_.Lost(table.name, column, What::kBecomesBytes, {declared.full});
   return {.kind = Kind::kBlob};
 }
 
@@ -211,7 +206,7 @@ Type MariaDb::ListType(const Table& table, Column& column, const std::string& fu
   }
   const bool isSet = base::LowerCase(full).starts_with("set");
   if (!isSet) column.rule = Name(column.name) + " IN " + full.substr(full.find('('));
-  reading_.Lost(table.name, column.name, "is " + full + ": becomes a text");
+  reading_.Lost(table.name, column.name, What::kBecomesText, {full});
   return {.kind = Kind::kText, .length = static_cast<int>(isSet ? std::max<std::size_t>(whole, 2) - 1 : longest)};
 }
 
@@ -255,7 +250,7 @@ void MariaDb::Checks() {
     const auto json = std::find_if(table->columns.begin(), table->columns.end(),
                                    [&](const Column& column) { return condensed == "json_valid" + Name(column.name); });
     if (json != table->columns.end()) {
-      reading_.Lost(table->name, json->name, "is JSON: becomes a text");
+      reading_.Lost(table->name, json->name, What::kJson);
     } else {
       reading_.AddCheck(*table, answer[1]);
     }
@@ -272,7 +267,7 @@ void MariaDb::Relations() {
   auto& relations = reading_.Read().relations;
   for (const Answer& answer : answers) {
     if (!answer.Truth(7)) {
-      reading_.Lost(answer[1], answer[3], "refers to " + answer[2] + " of another database, which is left off");
+      reading_.Lost(answer[1], answer[3], What::kOtherDatabase, {answer[2]});
       continue;
     }
     if (relations.empty() || relations.back().name != answer[0] || relations.back().table != answer[1]) {
@@ -299,7 +294,7 @@ bool MariaDb::IsMadeByServer(const Table& table, const Index& index) const {
 }
 
 void MariaDb::Indexes() {
-  std::map<std::pair<std::string, std::string>, std::pair<Index, std::string>> found;  // with why it is left off
+  std::map<std::pair<std::string, std::string>, std::pair<Index, std::optional<Finding>>> found;  // with why it is left off
   for (const Answer& answer : reading_.Ask(
            "SELECT TABLE_NAME, INDEX_NAME, NON_UNIQUE, COLUMN_NAME, COLLATION, SUB_PART, INDEX_TYPE FROM information_schema.STATISTICS "
            "WHERE TABLE_SCHEMA" +
@@ -310,16 +305,16 @@ void MariaDb::Indexes() {
     index.unique = answer.Number(2) == 0;
     index.required = index.primary;
     index.parts.push_back({answer[3], answer[4] == "D"});
-    if (answer.IsNull(3)) why = "is over an expression";
-    if (answer[6] != "BTREE" && answer[6] != "HASH") why = "is " + answer[6];
-    if (index.unique && !index.primary && !answer.IsNull(5)) why = "is unique in the beginning of its texts";
+    if (answer.IsNull(3)) why = {answer[0], {}, What::kIndexOverExpression, {answer[1]}};
+    if (answer[6] != "BTREE" && answer[6] != "HASH") why = {answer[0], {}, What::kIndexIs, {answer[1], answer[6]}};
+    if (index.unique && !index.primary && !answer.IsNull(5)) why = {answer[0], {}, What::kIndexOverBeginning, {answer[1]}};
   }
   for (auto& [key, made] : found) {
     Table* table = reading_.Find(key.first);
     auto& [index, why] = made;
     if (table == nullptr || IsMadeByServer(*table, index)) continue;
-    if (!why.empty()) {
-      reading_.Lost(table->name, {}, "the index " + index.name + " " + why + " and is left off");
+    if (why) {
+      reading_.Lost(table->name, {}, why->what, why->parts);
       continue;
     }
     reading_.NameIndex(*table, index);
@@ -330,16 +325,23 @@ void MariaDb::Indexes() {
 void MariaDb::Views() {
   for (const Answer& answer :
        reading_.Ask("SELECT TABLE_NAME, VIEW_DEFINITION FROM information_schema.VIEWS WHERE TABLE_SCHEMA" + std::string(kHere)))
-    reading_.Read().queries.push_back(
-        {.name = answer[0], .sql = answer[1], .reason = answer[1].empty() ? "the server does not show it to this user" : ""});
+    reading_.Read().queries.push_back({.name = answer[0], .sql = answer[1], .reason = {}});
+}
+
+What RoutineOf(const std::string& type) {
+  if (type == "trigger") return What::kTrigger;
+  if (type == "function") return What::kFunction;
+  return type == "procedure" ? What::kProcedure : What::kRoutine;
 }
 
 void MariaDb::Others() {
-  for (const Answer& answer : reading_.Ask(
-           "SELECT EVENT_OBJECT_TABLE, CONCAT('the trigger ', TRIGGER_NAME, ' is left off') FROM information_schema.TRIGGERS WHERE "
-           "TRIGGER_SCHEMA = DATABASE() UNION ALL SELECT '', CONCAT('the ', LOWER(ROUTINE_TYPE), ' ', ROUTINE_NAME, ' is left off') FROM "
-           "information_schema.ROUTINES WHERE ROUTINE_SCHEMA = DATABASE()"))
-    reading_.Lost(answer[0], {}, answer[1]);
+  for (
+      const Answer& answer : reading_.Ask(
+          "SELECT EVENT_OBJECT_TABLE, 'trigger', TRIGGER_NAME FROM information_schema.TRIGGERS WHERE TRIGGER_SCHEMA = DATABASE() UNION ALL "
+          "SELECT '', LOWER(ROUTINE_TYPE), ROUTINE_NAME FROM information_schema.ROUTINES WHERE ROUTINE_SCHEMA = DATABASE()")) {
+    const What what = RoutineOf(answer[1]);
+    reading_.Lost(answer[0], {}, what, what == What::kRoutine ? std::vector{answer[1], answer[2]} : std::vector{answer[2]});
+  }
 }
 
 }  // namespace

@@ -101,8 +101,8 @@ Database ReadOther(ado::Connection& connection, const ReadOptions& options) {
     for (const ado::Column& column : from.Columns()) table.columns.push_back(ColumnOf(column));
     for (const ado::Index& index : from.Indexes()) table.indexes.push_back(IndexOf(index));
     const auto refused = runtime::IgnoringErrors([&] { AddRelations(reading, from); });
-    if (refused) reading.Lost(table.name, {}, "its relations are not told by the driver: " + refused.description);
-    reading.Lost(table.name, {}, "is described as far as its driver tells: defaults, rules and where a counter stands are not known");
+    if (refused) reading.Lost(table.name, {}, What::kRelationsUntold, {refused.description});
+    reading.Lost(table.name, {}, What::kAsDriverTells);
     reading.Read().tables.push_back(std::move(table));
   }
   return reading.Finish();

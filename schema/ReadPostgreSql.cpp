@@ -18,31 +18,30 @@ constexpr std::string_view kTables =
 struct PlainType {
   std::string_view name;
   Kind kind;
-  std::string_view finding;  ///< empty when nothing is lost
+  std::optional<What> finding = {};  ///< when something is lost
 };
-constexpr std::array<PlainType, 22> kPlainTypes{
-    {{"boolean", Kind::kBoolean, ""},
-     {"smallint", Kind::kShort, ""},
-     {"integer", Kind::kLong, ""},
-     {"bigint", Kind::kBig, ""},
-     {"real", Kind::kSingle, ""},
-     {"double precision", Kind::kDouble, ""},
-     {"text", Kind::kMemo, ""},
-     {"bytea", Kind::kBlob, ""},
-     {"uuid", Kind::kGuid, ""},
-     {"oid", Kind::kBig, ""},
-     {"name", Kind::kText, "is a name of the server: becomes a text"},
-     {"character varying", Kind::kMemo, ""},
-     {"bpchar", Kind::kMemo, ""},
-     {"citext", Kind::kMemo, "does not tell letters from capitals in comparisons: becomes a plain text"},
-     {"money", Kind::kCurrency, ""},
-     {"json", Kind::kMemo, "is JSON: becomes a text"},
-     {"jsonb", Kind::kMemo, "is JSON: becomes a text"},
-     {"xml", Kind::kMemo, "is XML: becomes a text"},
-     {"date", Kind::kMoment, "is a day without a time: becomes a moment"},
-     {"timestamp", Kind::kMoment, ""},
-     {"timestamptz", Kind::kMoment, "is a moment of the world: becomes one of UTC"},
-     {"time", Kind::kMoment, "is a time without a day: becomes a moment of the first day, or a text"}}};
+constexpr std::array<PlainType, 22> kPlainTypes{{{"boolean", Kind::kBoolean},
+                                                 {"smallint", Kind::kShort},
+                                                 {"integer", Kind::kLong},
+                                                 {"bigint", Kind::kBig},
+                                                 {"real", Kind::kSingle},
+                                                 {"double precision", Kind::kDouble},
+                                                 {"text", Kind::kMemo},
+                                                 {"bytea", Kind::kBlob},
+                                                 {"uuid", Kind::kGuid},
+                                                 {"oid", Kind::kBig},
+                                                 {"name", Kind::kText, What::kServersName},
+                                                 {"character varying", Kind::kMemo},
+                                                 {"bpchar", Kind::kMemo},
+                                                 {"citext", Kind::kMemo, What::kNoCase},
+                                                 {"money", Kind::kCurrency},
+                                                 {"json", Kind::kMemo, What::kJson},
+                                                 {"jsonb", Kind::kMemo, What::kJson},
+                                                 {"xml", Kind::kMemo, What::kXml},
+                                                 {"date", Kind::kMoment, What::kDayToMoment},
+                                                 {"timestamp", Kind::kMoment},
+                                                 {"timestamptz", Kind::kMoment, What::kWorldMoment},
+                                                 {"time", Kind::kMoment, What::kTimeToMoment}}};
 
 class PostgreSql {
  public:
@@ -118,9 +117,9 @@ void PostgreSql::AddColumn(Table& table, const Answer& answer) {
   column.comment = answer[7];
   column.required = answer.Truth(3);
   column.type = TypeOf(table, column, answer);
-  if (!answer[9].empty()) reading_.Lost(table.name, column.name, "is of the domain " + answer[9] + ", whose conditions are left off");
+  if (!answer[9].empty()) reading_.Lost(table.name, column.name, What::kDomain, {answer[9]});
   if (!answer[5].empty()) {
-    reading_.Lost(table.name, column.name, "is computed as " + answer[6] + "; it becomes a plain column");
+    reading_.Lost(table.name, column.name, What::kComputed, {answer[6]});
   } else {
     if (!answer.IsNull(6)) column.initial = SqlDefault(answer[6], column.type.kind);
     ReadCounter(column, answer);
@@ -130,7 +129,7 @@ void PostgreSql::AddColumn(Table& table, const Answer& answer) {
 
 Type PostgreSql::TypeOf(const Table& table, Column& column, const Answer& answer) {
   const DeclaredType declared(answer[2]);
-  const auto lost = [&](std::string_view text) { reading_.Lost(table.name, column.name, std::string(text)); };
+  const auto lost = [&](What what, std::vector<std::string> parts = {}) { reading_.Lost(table.name, column.name, what, std::move(parts)); };
   if (declared.sized && (declared.name == "character varying" || declared.name == "character"))
     return {.kind = Kind::kText, .length = declared.first};
   if (declared.name == "numeric") {
@@ -138,8 +137,7 @@ Type PostgreSql::TypeOf(const Table& table, Column& column, const Answer& answer
     if (declared.first != 19 || declared.second != 4)
       return {.kind = Kind::kDecimal, .precision = declared.first, .scale = declared.second};
     reading_.Ponder({table.name, column.name, Name(column.name) + " NOT BETWEEN -922337203685477.5808 AND 922337203685477.5807",
-                     Type{.kind = Kind::kDecimal, .precision = 19, .scale = 4},
-                     "has numbers beyond those of an amount: becomes a decimal"});
+                     Type{.kind = Kind::kDecimal, .precision = 19, .scale = 4}, What::kBeyondAmount});
     return {.kind = Kind::kCurrency};
   }
   std::string name = declared.name;
@@ -149,7 +147,7 @@ Type PostgreSql::TypeOf(const Table& table, Column& column, const Answer& answer
   for (const PlainType& plain : kPlainTypes) {
     if (plain.name != name) continue;
     if (plain.kind == Kind::kMoment) return MomentType(table, column.name, declared, plain);
-    if (!plain.finding.empty()) lost(plain.finding);
+    if (plain.finding) lost(*plain.finding);
     return {.kind = plain.kind, .length = plain.kind == Kind::kText ? 63 : 0};
   }
   if (const auto labels = labels_.find(declared.full); labels != labels_.end()) {
@@ -159,35 +157,35 @@ Type PostgreSql::TypeOf(const Table& table, Column& column, const Answer& answer
       column.rule += (column.rule.empty() ? Name(column.name) + " IN (" : ", ") + Literal(reading_.In(), label);
     }
     column.rule += ")";
-    lost("is of the type " + declared.full + " with labels: becomes a text");
+    lost(What::kLabels, {declared.full});
     return {.kind = Kind::kText, .length = static_cast<int>(longest)};
   }
-  lost("is " + declared.full + ": becomes the text that the server writes for it");
+  lost(What::kBecomesServersText, {declared.full});
   return {.kind = Kind::kMemo};
 }
 
 Type PostgreSql::MomentType(const Table& table, const std::string& column, const DeclaredType& declared, const PlainType& plain) {
   const std::string name = Name(column);
   const Type asText{.kind = Kind::kText, .length = 40};
-  if (!plain.finding.empty()) reading_.Lost(table.name, column, std::string(plain.finding));
+  if (plain.finding) reading_.Lost(table.name, column, *plain.finding);
   if (plain.name == "time") {
     reading_.Ponder({table.name, column,
                      name + " = '24:00' OR date_trunc('milliseconds', " + name + "::interval) <> " + name + "::interval", asText,
-                     "has times that no moment is: becomes a text"});
+                     What::kTimesNoMoment});
     return {.kind = Kind::kMoment};
   }
   if (plain.name != "date" && (!declared.sized || declared.first > 3))
     reading_.Ponder({table.name, column, "isfinite(" + name + ") AND date_trunc('milliseconds', " + name + ") <> " + name, asText,
-                     "has digits below the millisecond: becomes a text"});
+                     What::kFinerMoments});
   reading_.Ponder({table.name, column, "NOT isfinite(" + name + ") OR " + name + " < '0100-01-01' OR " + name + " >= '10000-01-01'",
-                   std::nullopt, "has days before the year 100 or behind 9999, or infinite ones: their rows are refused"});
+                   std::nullopt, What::kFarDays});
   return {.kind = Kind::kMoment};
 }
 
 /// A number without a declared size has that of the largest ones that are there.
 Type PostgreSql::FreeNumber(const Table& table, const std::string& column) {
   if (!reading_.LooksAtValues()) {
-    reading_.Lost(table.name, column, "is a number of any size: becomes a text");
+    reading_.Lost(table.name, column, What::kAnySizeToText);
     return {.kind = Kind::kMemo};
   }
   const std::string name = Name(column);
@@ -197,12 +195,10 @@ Type PostgreSql::FreeNumber(const Table& table, const std::string& column) {
   const int scale = static_cast<int>(answer.at(0).Number(0));
   const int precision = scale + static_cast<int>(answer.at(0).Number(1));
   if (precision > 38 || answer.at(0).Number(2) > 0) {
-    reading_.Lost(table.name, column, "has numbers of more than 38 digits, or none at all: becomes a text");
+    reading_.Lost(table.name, column, What::kTooManyDigits);
     return {.kind = Kind::kMemo};
   }
-  reading_.Lost(table.name, column,
-                "is a number of any size: becomes a decimal of " + std::to_string(std::max(precision, 18)) +
-                    " digits, which the numbers that are there need at most");
+  reading_.Lost(table.name, column, What::kAnySizeToDecimal, {std::to_string(std::max(precision, 18))});
   return {.kind = Kind::kDecimal, .precision = std::max(precision, 18), .scale = scale};
 }
 
@@ -212,7 +208,7 @@ void PostgreSql::ReadCounter(Column& column, const Answer& answer) {
     const auto state = reading_.Ask("SELECT s.last_value, s.is_called, q.seqincrement FROM " + answer[8] +
                                     " s, pg_sequence q WHERE q.seqrelid = " + Literal(reading_.In(), answer[8]) + "::regclass");
     const std::int64_t step = state.at(0).Number(2);
-    if (step != 1) reading_.Lost(answer[0], column.name, "counts in steps of " + std::to_string(step) + "; from now on in steps of 1");
+    if (step != 1) reading_.Lost(answer[0], column.name, What::kSteps, {std::to_string(step)});
     column.counter = Counter{Counter::Kind::kIncrement, state.at(0).Number(0) + (state.at(0).Truth(1) ? step : 0)};
     column.initial = {};
   } else if (column.required && column.type.kind == Kind::kLong && IsRandomNumber(answer[6])) {
@@ -233,7 +229,7 @@ void PostgreSql::Checks() {
     Table* table = reading_.Find(answer[0]);
     if (table == nullptr) continue;
     if (answer[2] == "x") {
-      reading_.Lost(table->name, {}, "the exclusion " + answer[1] + " is left off");
+      reading_.Lost(table->name, {}, What::kExclusion, {answer[1]});
     } else {
       reading_.AddCheck(*table, answer[3]);
     }
@@ -257,7 +253,7 @@ void PostgreSql::Relations() {
   auto& relations = reading_.Read().relations;
   for (const Answer& answer : answers) {
     if (!answer.Truth(7)) {
-      reading_.Lost(answer[1], answer[3], "refers to " + answer[2] + " of another schema, which is left off");
+      reading_.Lost(answer[1], answer[3], What::kOtherSchema, {answer[2]});
       continue;
     }
     if (relations.empty() || relations.back().name != answer[0] || relations.back().table != answer[1]) {
@@ -300,15 +296,15 @@ void PostgreSql::AddIndex(const Answer& answer) {
       allFilled += (allFilled.empty() ? "" : "or") + Condensed(Name(token.text)) + "isnotnull";
     }
   }
-  std::string why;
-  if (answer.Truth(7)) why = "is over an expression";
-  if (answer[4] != "btree" && answer[4] != "hash") why = "is of the kind " + answer[4];
+  std::optional<Finding> why;
+  if (answer.Truth(7)) why = {table->name, {}, What::kIndexOverExpression, {index.name}};
+  if (answer[4] != "btree" && answer[4] != "hash") why = {table->name, {}, What::kIndexOfKind, {index.name, answer[4]}};
   if (!answer[5].empty()) {
     // Quotes are left off where they can be.
     index.ignoreNulls = WithoutQuotes(Condensed(answer[5])) == WithoutQuotes(allFilled);
-    if (!index.ignoreNulls) why = "is over the rows with " + answer[5];
+    if (!index.ignoreNulls) why = {table->name, {}, What::kIndexOverRows, {index.name, answer[5]}};
   }
-  if (!why.empty()) return reading_.Lost(table->name, {}, "the index " + index.name + " " + why + " and is left off");
+  if (why) return reading_.Lost(table->name, {}, why->what, why->parts);
   reading_.NameIndex(*table, index);
   table->indexes.push_back(std::move(index));
 }
@@ -318,20 +314,21 @@ void PostgreSql::Views() {
       const Answer& answer : reading_.Ask(
           "SELECT c.relname, pg_get_viewdef(c.oid), c.relkind::text FROM pg_class c WHERE c.relnamespace = quote_ident(current_schema())::regnamespace AND "
           "c.relkind IN ('v', 'm')")) {
-    if (answer[2] == "m") reading_.Lost({}, {}, "the view " + answer[0] + " keeps its rows; it becomes a plain one");
+    if (answer[2] == "m") reading_.Lost({}, {}, What::kKeptView, {answer[0]});
     reading_.Read().queries.push_back({.name = answer[0], .sql = answer[1], .reason = {}});
   }
 }
 
 void PostgreSql::Others() {
-  for (
-      const Answer& answer : reading_.Ask(
-          "SELECT c.relname, 'the trigger ' || t.tgname || ' is left off' FROM pg_trigger t JOIN pg_class c ON c.oid = t.tgrelid WHERE" +
-          std::string(kTables) +
-          "AND NOT t.tgisinternal UNION ALL SELECT '', 'the tables of the schema ' || n.nspname || ' (' || count(*) || ') are left off' FROM "
-          "pg_class c JOIN pg_namespace n ON n.oid = c.relnamespace WHERE c.relkind IN ('r', 'p') AND n.oid <> "
-          "quote_ident(current_schema())::regnamespace AND n.nspname !~ '^(pg_|information_schema$)' GROUP BY n.nspname"))
-    reading_.Lost(answer[0], {}, answer[1]);
+  for (const Answer& answer :
+       reading_.Ask("SELECT c.relname, t.tgname, '' FROM pg_trigger t JOIN pg_class c ON c.oid = t.tgrelid WHERE" + std::string(kTables) +
+                    "AND NOT t.tgisinternal UNION ALL SELECT '', n.nspname, count(*)::text FROM "
+                    "pg_class c JOIN pg_namespace n ON n.oid = c.relnamespace WHERE c.relkind IN ('r', 'p') AND n.oid <> "
+                    "quote_ident(current_schema())::regnamespace AND n.nspname !~ '^(pg_|information_schema$)' GROUP BY n.nspname"))
+    if (answer[2].empty())
+      reading_.Lost(answer[0], {}, What::kTrigger, {answer[1]});
+    else
+      reading_.Lost({}, {}, What::kTablesOfSchema, {answer[1], answer[2]});
 }
 
 }  // namespace

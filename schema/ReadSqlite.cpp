@@ -17,50 +17,50 @@ namespace {
 struct PlainType {
   std::string_view name;
   Kind kind;
-  std::string_view finding;
+  std::optional<What> finding = {};  ///< when something is lost
 };
-constexpr std::array<PlainType, 42> kPlainTypes{{{"BOOLEAN", Kind::kBoolean, ""},
-                                                 {"BOOL", Kind::kBoolean, ""},
-                                                 {"BIT", Kind::kBoolean, ""},
-                                                 {"TINYINT", Kind::kShort, ""},
-                                                 {"SMALLINT", Kind::kShort, ""},
-                                                 {"INT2", Kind::kShort, ""},
-                                                 {"INTEGER", Kind::kLong, ""},
-                                                 {"INT", Kind::kLong, ""},
-                                                 {"MEDIUMINT", Kind::kLong, ""},
-                                                 {"LONG", Kind::kLong, ""},
-                                                 {"BIGINT", Kind::kBig, ""},
-                                                 {"INT8", Kind::kBig, ""},
-                                                 {"UNSIGNED BIG INT", Kind::kBig, ""},
-                                                 {"FLOAT", Kind::kDouble, ""},
-                                                 {"REAL", Kind::kDouble, ""},
-                                                 {"DOUBLE", Kind::kDouble, ""},
-                                                 {"DOUBLE PRECISION", Kind::kDouble, ""},
-                                                 {"MONEY", Kind::kCurrency, ""},
-                                                 {"CURRENCY", Kind::kCurrency, ""},
-                                                 {"DATETIME", Kind::kMoment, ""},
-                                                 {"TIMESTAMP", Kind::kMoment, ""},
-                                                 {"DATE", Kind::kMoment, "is a day without a time: becomes a moment"},
-                                                 {"TIME", Kind::kMemo, "is a time without a day: becomes a text"},
-                                                 {"YEAR", Kind::kShort, ""},
-                                                 {"TEXT", Kind::kMemo, ""},
-                                                 {"NTEXT", Kind::kMemo, ""},
-                                                 {"CLOB", Kind::kMemo, ""},
-                                                 {"VARCHAR", Kind::kMemo, ""},
-                                                 {"NVARCHAR", Kind::kMemo, ""},
-                                                 {"CHAR", Kind::kMemo, ""},
-                                                 {"STRING", Kind::kMemo, ""},
-                                                 {"JSON", Kind::kMemo, "is JSON: becomes a text"},
-                                                 {"BLOB", Kind::kBlob, ""},
-                                                 {"IMAGE", Kind::kBlob, ""},
-                                                 {"VARBINARY", Kind::kBlob, ""},
-                                                 {"BINARY", Kind::kBlob, ""},
-                                                 {"UUID_TEXT", Kind::kGuid, ""},
-                                                 {"UUID", Kind::kGuid, ""},
-                                                 {"GUID", Kind::kGuid, ""},
-                                                 {"UNIQUEIDENTIFIER", Kind::kGuid, ""},
-                                                 {"", Kind::kMemo, "has no type: becomes a text"},
-                                                 {"ANY", Kind::kMemo, "may be of any type: becomes a text"}}};
+constexpr std::array<PlainType, 42> kPlainTypes{{{"BOOLEAN", Kind::kBoolean},
+                                                 {"BOOL", Kind::kBoolean},
+                                                 {"BIT", Kind::kBoolean},
+                                                 {"TINYINT", Kind::kShort},
+                                                 {"SMALLINT", Kind::kShort},
+                                                 {"INT2", Kind::kShort},
+                                                 {"INTEGER", Kind::kLong},
+                                                 {"INT", Kind::kLong},
+                                                 {"MEDIUMINT", Kind::kLong},
+                                                 {"LONG", Kind::kLong},
+                                                 {"BIGINT", Kind::kBig},
+                                                 {"INT8", Kind::kBig},
+                                                 {"UNSIGNED BIG INT", Kind::kBig},
+                                                 {"FLOAT", Kind::kDouble},
+                                                 {"REAL", Kind::kDouble},
+                                                 {"DOUBLE", Kind::kDouble},
+                                                 {"DOUBLE PRECISION", Kind::kDouble},
+                                                 {"MONEY", Kind::kCurrency},
+                                                 {"CURRENCY", Kind::kCurrency},
+                                                 {"DATETIME", Kind::kMoment},
+                                                 {"TIMESTAMP", Kind::kMoment},
+                                                 {"DATE", Kind::kMoment, What::kDayToMoment},
+                                                 {"TIME", Kind::kMemo, What::kTimeToText},
+                                                 {"YEAR", Kind::kShort},
+                                                 {"TEXT", Kind::kMemo},
+                                                 {"NTEXT", Kind::kMemo},
+                                                 {"CLOB", Kind::kMemo},
+                                                 {"VARCHAR", Kind::kMemo},
+                                                 {"NVARCHAR", Kind::kMemo},
+                                                 {"CHAR", Kind::kMemo},
+                                                 {"STRING", Kind::kMemo},
+                                                 {"JSON", Kind::kMemo, What::kJson},
+                                                 {"BLOB", Kind::kBlob},
+                                                 {"IMAGE", Kind::kBlob},
+                                                 {"VARBINARY", Kind::kBlob},
+                                                 {"BINARY", Kind::kBlob},
+                                                 {"UUID_TEXT", Kind::kGuid},
+                                                 {"UUID", Kind::kGuid},
+                                                 {"GUID", Kind::kGuid},
+                                                 {"UNIQUEIDENTIFIER", Kind::kGuid},
+                                                 {"", Kind::kMemo, What::kNoType},
+                                                 {"ANY", Kind::kMemo, What::kAnyType}}};
 
 struct Declared {
   std::string name;
@@ -123,7 +123,7 @@ void Sqlite::Tables() {
        reading_.Ask("SELECT name, sql FROM sqlite_master WHERE type = 'table' AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\'")) {
     const auto tokens = Tokens(answer[1]);
     if (tokens.size() > 1 && tokens[1].Is("VIRTUAL")) {
-      reading_.Lost({}, {}, "the virtual table " + answer[0] + " is left off");
+      reading_.Lost({}, {}, What::kVirtualTable, {answer[0]});
       continue;
     }
     Table table;
@@ -149,8 +149,7 @@ void Sqlite::AddColumn(Table& table, const Answer& answer) {
   if (answer.Number(5) > 1) {
     const auto computed =
         std::find_if(text.computed.begin(), text.computed.end(), [&](const auto& one) { return one.column == column.name; });
-    reading_.Lost(table.name, column.name,
-                  "is computed as " + (computed == text.computed.end() ? "?" : computed->expression) + "; it becomes a plain column");
+    reading_.Lost(table.name, column.name, What::kComputed, {computed == text.computed.end() ? "?" : computed->expression});
   } else if (!answer.IsNull(3)) {
     column.initial = SqlDefault(answer[3], column.type.kind);
     const bool random = column.type.kind == Kind::kLong && IsRandomNumber(answer[3]);
@@ -175,7 +174,7 @@ Type Sqlite::TypeOf(const Table& table, const std::string& column, const Declare
   if (declared.name == "FLOAT" && declared.first == 24) return {.kind = Kind::kSingle};
   for (const PlainType& plain : kPlainTypes) {
     if (plain.name != declared.name) continue;
-    if (!plain.finding.empty()) reading_.Lost(table.name, column, std::string(plain.finding));
+    if (plain.finding) reading_.Lost(table.name, column, *plain.finding);
     if (declared.sized && plain.kind == Kind::kMemo) return {.kind = Kind::kText, .length = declared.first};
     if (declared.sized && plain.kind == Kind::kBlob) return {.kind = Kind::kBinary, .length = declared.first};
     PonderNumbers(table, column, plain.kind);
@@ -189,7 +188,7 @@ Type Sqlite::TypeOf(const Table& table, const std::string& column, const Declare
   else if (!holds("CHAR") && !holds("CLOB") && !holds("TEXT") && (holds("REAL") || holds("FLOA") || holds("DOUB")))
     kind = Kind::kDouble;
   if (declared.sized && holds("CHAR")) return {.kind = Kind::kText, .length = declared.first};
-  reading_.Lost(table.name, column, "is " + declared.name + ", which is not known: taken as its values are kept");
+  reading_.Lost(table.name, column, What::kTakenAsKept, {declared.name});
   return {.kind = kind};
 }
 
@@ -198,7 +197,7 @@ void Sqlite::PonderNumbers(const Table& table, const std::string& column, Kind k
   const std::string name = Name(column);
   const auto beyond = [&](const std::string& first, const std::string& last, Kind becomes) {
     reading_.Ponder({table.name, column, "typeof(" + name + ") = 'integer' AND " + name + " NOT BETWEEN " + first + " AND " + last,
-                     Type{.kind = becomes}, "has numbers that are too large for what it is declared: becomes a wider one"});
+                     Type{.kind = becomes}, What::kTooLargeNumbers});
   };
   if (kind == Kind::kBoolean) beyond("-1", "1", Kind::kLong);
   if (kind == Kind::kShort) beyond("-32768", "32767", Kind::kLong);
@@ -231,8 +230,8 @@ void Sqlite::PonderForms(const Table& table, const Column& column) {
     default:
       forms += ", 'text'";
   }
-  reading_.Ponder({table.name, column.name, "typeof(" + Name(column.name) + ") NOT IN (" + forms + ")", Type{.kind = Kind::kMemo},
-                   "has values of another form than its type has: becomes a text"});
+  reading_.Ponder(
+      {table.name, column.name, "typeof(" + Name(column.name) + ") NOT IN (" + forms + ")", Type{.kind = Kind::kMemo}, What::kOtherForm});
 }
 
 void Sqlite::Counters() {
@@ -317,7 +316,7 @@ void Sqlite::Indexes() {
       if (HoldsNulls(table, index)) {
         index.name = "primary_key";
         index.primary = index.required = false;
-        reading_.Lost(table.name, {}, "has nulls in its primary key, which SQLite alone takes: becomes a unique index");
+        reading_.Lost(table.name, {}, What::kNullsInKey);
       }
       table.indexes.push_back(std::move(index));
     }
@@ -332,10 +331,10 @@ void Sqlite::AddIndex(Table& table, const std::string& name, bool unique, bool m
   Index index{.name = name, .parts = {}, .primary = false, .unique = unique};
   std::string allFilled;
   std::string columns;
-  std::string why;
+  std::optional<Finding> why;
   for (const Answer& answer :
        reading_.Ask("SELECT name, \"desc\", cid FROM pragma_index_xinfo(" + Text(name) + ") WHERE key = 1 ORDER BY seqno")) {
-    if (answer.Number(2) < 0) why = "is over an expression";
+    if (answer.Number(2) < 0) why = {table.name, {}, What::kIndexOverExpression, {name}};
     index.parts.push_back({answer[0], answer.Truth(1)});
     allFilled += (allFilled.empty() ? "" : "or") + Name(answer[0]) + "isnotnull";
     columns += (columns.empty() ? "" : "_") + answer[0];
@@ -345,9 +344,9 @@ void Sqlite::AddIndex(Table& table, const std::string& name, bool unique, bool m
   const std::string condition = SqliteIndexCondition(sql);
   if (!condition.empty()) {
     index.ignoreNulls = Condensed(condition) == allFilled;
-    if (!index.ignoreNulls) why = "is over the rows with" + condition;
+    if (!index.ignoreNulls) why = {table.name, {}, What::kIndexOverRows, {name, condition.substr(condition.starts_with(' ') ? 1 : 0)}};
   }
-  if (!why.empty()) return reading_.Lost(table.name, {}, "the index " + name + " " + why + " and is left off");
+  if (why) return reading_.Lost(table.name, {}, why->what, why->parts);
   reading_.NameIndex(table, index);
   table.indexes.push_back(std::move(index));
 }
@@ -355,7 +354,7 @@ void Sqlite::AddIndex(Table& table, const std::string& name, bool unique, bool m
 void Sqlite::Views() {
   for (const Answer& answer : reading_.Ask("SELECT type, name, tbl_name, sql FROM sqlite_master WHERE type IN ('view', 'trigger')")) {
     if (answer[0] == "trigger") {
-      reading_.Lost(answer[2], {}, "the trigger " + answer[1] + " is left off");
+      reading_.Lost(answer[2], {}, What::kTrigger, {answer[1]});
       continue;
     }
     std::string sql = answer[3];

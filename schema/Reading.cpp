@@ -84,8 +84,7 @@ void Reading::SetRules(Relation& relation, const std::string& onUpdate, const st
   relation.cascadeUpdates = base::UpperCase(onUpdate) == "CASCADE";
   relation.cascadeDeletes = base::UpperCase(onDelete) == "CASCADE";
   for (const std::string& rule : {onUpdate, onDelete})
-    if (base::UpperCase(rule).starts_with("SET"))
-      Lost(relation.table, {}, "the relation " + relation.name + " does " + rule + " in the source; without it the change is refused");
+    if (base::UpperCase(rule).starts_with("SET")) Lost(relation.table, {}, What::kRelationDoes, {relation.name, rule});
 }
 
 void Reading::AskRows(Table& table) {
@@ -121,7 +120,7 @@ void Reading::AlignRelations() {
         const bool free = other->counter || own->type.kind == Kind::kDecimal || other->type.kind == Kind::kDecimal;
         if (free && IsWhole(own->type.kind) && IsWhole(other->type.kind)) {
           own->type = other->type;
-          Lost(table->name, own->name, "gets the type of " + relation.referenced + "." + other->name + ", to which it refers");
+          Lost(table->name, own->name, What::kTypeOfReferred, {relation.referenced, other->name});
         } else {
           AlignTexts(relation, *own, *Named(*referenced, to));
         }
@@ -134,12 +133,10 @@ void Reading::AlignTexts(const Relation& relation, Column& own, Column& other) {
   const auto isText = [](const Column& column) { return column.type.kind == Kind::kText || column.type.kind == Kind::kMemo; };
   if (IsWhole(own.type.kind) && isText(other)) {
     own.type = other.type;
-    Lost(relation.table, own.name,
-         "holds numbers and refers to the texts of " + relation.referenced + "." + other.name + ": becomes a text");
+    Lost(relation.table, own.name, What::kRefersToTexts, {relation.referenced, other.name});
   } else if (isText(own) && IsWhole(other.type.kind) && !other.counter) {
     other.type = own.type;
-    Lost(relation.referenced, other.name,
-         "holds numbers, to which the texts of " + relation.table + "." + own.name + " refer: becomes a text");
+    Lost(relation.referenced, other.name, What::kTextsReferTo, {relation.table, own.name});
   }
 }
 

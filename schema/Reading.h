@@ -16,7 +16,7 @@ struct Question {
   std::string column;
   std::string condition;        ///< in the engine's SQL
   std::optional<Type> becomes;  ///< the column's type if it does
-  std::string finding;          ///< what is then told
+  What finding = {};            ///< what is then told; it has no parts
 };
 
 /// A database while it is being read, and what the readers of all engines share.
@@ -33,8 +33,8 @@ class Reading {
   [[nodiscard]] Database& Read() noexcept { return database_; }
   /// The table of exactly that name, else one whose name differs in case alone; null when there is none.
   [[nodiscard]] Table* Find(const std::string& table);
-  void Lost(const std::string& table, const std::string& column, const std::string& text) {
-    database_.findings.push_back({table, column, text});
+  void Lost(const std::string& table, const std::string& column, What what, std::vector<std::string> parts = {}) {
+    database_.findings.push_back({table, column, what, std::move(parts)});
   }
   void Ponder(Question question) { questions_.push_back(std::move(question)); }
 

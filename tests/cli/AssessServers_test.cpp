@@ -39,7 +39,7 @@ TEST_P(AssessOn, NothingIsLostOfWhatTheOthersHoldToo) {
     const Ran ran = Run({"assess", engine_.Url(), "--to", to});
     EXPECT_EQ(ran.err, "");
     EXPECT_EQ(ran.status, 0) << ran.out;
-    EXPECT_NE(ran.out.find("\n1 tables, 2 rows, "), std::string::npos) << ran.out;
+    EXPECT_NE(ran.out.find("\n1 table, 2 rows, "), std::string::npos) << ran.out;
     EXPECT_TRUE(ran.out.ends_with("\nNothing would be lost.\n")) << ran.out;
   }
   EXPECT_EQ(Run({"assess", engine_.Url(), "--to", "dbase"}).status, 2);

@@ -106,13 +106,13 @@ TEST(Assess, TellsItInTheUsersWordsAndByTheStatus) {
   const TemporaryFolder folder;
   Make(folder, {"CREATE TABLE T (N LONG)", "INSERT INTO T VALUES (1)"});
   const auto sound = TamloDb(folder, {"assess", "base.mdb", "--to", "PostgreSQL"});
-  EXPECT_EQ(sound.out, "base.mdb to PostgreSQL\n1 tables, 1 rows, 4 bytes of values\nNothing would be lost.\n");
+  EXPECT_EQ(sound.out, "base.mdb to PostgreSQL\n1 table, 1 row, 4 bytes of values\nNothing would be lost.\n");
   EXPECT_EQ(sound.status, 0);
   TamloDb(folder, {"exec", "base.mdb", "CREATE VIEW Q AS SELECT N FROM T"});
   const auto french = TamloDb(folder, {"assess", "base.mdb", "--to", "mariadb"}, "LC_ALL=fr_FR.UTF-8");
   EXPECT_EQ(french.status, 1);
   EXPECT_NE(french.out.find("la requête enregistrée Q n'est pas reprise\n"), std::string::npos) << french.out;
-  EXPECT_NE(french.out.find("Seraient perdus : 1 points des définitions, 0 sortes de valeurs.\n"), std::string::npos) << french.out;
+  EXPECT_NE(french.out.find("Seraient perdus : 1 point des définitions, 0 sorte de valeurs.\n"), std::string::npos) << french.out;
   EXPECT_EQ(TamloDb(folder, {"assess", "base.mdb"}).status, 2);
   EXPECT_EQ(TamloDb(folder, {"assess", "base.mdb", "--to", "mariadb", "--report", "r.pdf"}).status, 2);
 }

@@ -32,8 +32,8 @@ class Compare : public testing::Test {
 TEST_F(Compare, EqualFilesAreSaidToBe) {
   const auto ran = Run("a.mdb b.mdb");
   EXPECT_EQ(ran.status, 0) << ran.err;
-  EXPECT_EQ(ran.out, "a.mdb and b.mdb are equal: 1 tables, 2 rows\n");
-  EXPECT_EQ(Run("a.mdb b.mdb", "LC_ALL=fr_FR.UTF-8").out, "a.mdb et b.mdb sont égales : 1 tables, 2 lignes\n");
+  EXPECT_EQ(ran.out, "a.mdb and b.mdb are equal: 1 table, 2 rows\n");
+  EXPECT_EQ(Run("a.mdb b.mdb", "LC_ALL=fr_FR.UTF-8").out, "a.mdb et b.mdb sont égales : 1 table, 2 lignes\n");
 }
 
 TEST_F(Compare, DifferencesAreToldWithStatusOne) {
@@ -65,7 +65,7 @@ TEST_F(Compare, WhatAnotherProgramHasMadeOfTheFileIsEqual) {
   const auto made = RunLine(folder_, "{ (mdb-schema a.mdb sqlite; mdb-export -I sqlite a.mdb Clients) | sqlite3 -bail x.sqlite; }");
   ASSERT_EQ(made.status, 0) << made.err;
   const auto equal = Run("a.mdb x.sqlite --data-only");
-  EXPECT_EQ(equal.out, "a.mdb and x.sqlite are equal: 1 tables, 2 rows\n") << equal.err;
+  EXPECT_EQ(equal.out, "a.mdb and x.sqlite are equal: 1 table, 2 rows\n") << equal.err;
   EXPECT_EQ(equal.status, 0);
   ASSERT_EQ(RunLine(folder_, "sqlite3 x.sqlite \"UPDATE Clients SET Nom = Nom || ' ' WHERE Id = 1\"").status, 0);
   const auto changed = Run("a.mdb x.sqlite --data-only");

@@ -135,7 +135,7 @@ TEST_P(ImportOn, WhatAColumnCannotHoldIsNamedByItsLineAndNothingIsWritten) {
       "CREATE TABLE t (n INT PRIMARY KEY, x VARCHAR(3), d DECIMAL(4,1), b TINYINT UNSIGNED, m DATETIME(0), j DATE, c CHAR(3), e ENUM('a','b'));",
       "CREATE TABLE t (n INT PRIMARY KEY, x VARCHAR(3), d NUMERIC(4,1), b SMALLINT, m TIMESTAMP(0), j DATE, c CHAR(3), e NUMERIC(4,1)[]);",
       "CREATE TABLE t (n INTEGER PRIMARY KEY, x VARCHAR(3), d DECIMAL(4,1), b SMALLINT, m DATETIME, j DATE, c CHAR(3), e STRING);");
-  std::vector<Wrong> cases{{"n,x\n1,a\n2\n", "line 3: 1 values where the header has 2"},
+  std::vector<Wrong> cases{{"n,x\n1,a\n2\n", "line 3: 1 value where the header has 2"},
                            {"n,x\n1,\"a\nb\n3,c\n", "line 2: a quote that does not end"},
                            {"n\n1\n12.5\n", "line 3: column n: 12.5 is no value of the type "},
                            {"n\n9223372036854775808\n", "line 2: column n: 9223372036854775808 is no value of the type "},

@@ -95,7 +95,7 @@ TEST(Import, WhatIsWrongIsNamedByItsLineAndNothingIsWritten) {
   const TemporaryFolder folder;
   MakeFile(folder, "CREATE TABLE T (N LONG CONSTRAINT PK PRIMARY KEY, X TEXT(3), D DECIMAL(4,1), B BYTE)");
   const std::vector<std::pair<std::string, std::string>> cases{
-      {"N,X\n1,a\n2\n", "line 3: 1 values where the header has 2"},
+      {"N,X\n1,a\n2\n", "line 3: 1 value where the header has 2"},
       {"N,X\n1,a\n2,b,c\n", "line 3: 3 values where the header has 2"},
       {"N,X\n1,\"a\"b\n", "line 2: something stands behind the quote that ends value 2"},
       {"N,X\n1,a\"b\n", "line 2: a quote in the middle of a value: a"},

@@ -81,7 +81,7 @@ TEST_F(Password, EveryCommandForFilesTakesIt) {
   EXPECT_EQ(Run("backup c.mdb backup.mdb --password-file pw").err, "");
   EXPECT_TRUE(Opens("backup.mdb", kPassword));
   EXPECT_EQ(Run("compare c.mdb backup.mdb --a-password-file pw --b-password-file pw").out,
-            "c.mdb and backup.mdb are equal: 1 tables, 1 rows\n");
+            "c.mdb and backup.mdb are equal: 1 table, 1 row\n");
   EXPECT_EQ(Run("compare c.mdb backup.mdb --a-password-file pw --b-password-file wrong").status, 3);
   EXPECT_EQ(Run("import c.mdb Clients plus.csv --password-file pw").err, "");
   EXPECT_EQ(Run("exec c.mdb 'DELETE FROM Clients WHERE Id = 2' --password-file pw").err, "");

@@ -69,7 +69,7 @@ TEST_F(ShellTest, AStatementOfSeveralLinesEndsWithItsSemicolon) {
   const std::string rows = shell->Await("             '> ");
   EXPECT_NE(rows.find("Nom\r\n-------\r\nLe Goff\r\n\xC3\x89lodie\r\n2 rows\r\n"), std::string::npos) << rows;
   shell->Type("b' AS t;\n");
-  EXPECT_NE(shell->Await("1 rows").find("a b"), std::string::npos);
+  EXPECT_NE(shell->Await("1 row\r\n").find("a b"), std::string::npos);
   End(*shell);
 }
 
@@ -84,7 +84,7 @@ TEST_F(ShellTest, AnErrorIsOneLineAndTheShellGoesOn) {
   shell->Type("INSERT INTO Clients VALUES (3, 'non', NULL);\n");
   EXPECT_NE(shell->Await("clients.sqlite> ").find("readonly"), std::string::npos);
   shell->Type("SELECT count(*) AS Nombre FROM Clients;\n");
-  EXPECT_NE(shell->Await("1 rows").find("     2\r\n"), std::string::npos);
+  EXPECT_NE(shell->Await("1 row\r\n").find("     2\r\n"), std::string::npos);
   shell->Type(".quit\n");
   EXPECT_EQ(shell->Wait(), 0);
 }
@@ -93,7 +93,7 @@ TEST_F(ShellTest, WritesWhereItMayAndTellsWhatIsUndone) {
   const auto shell = Start({"clients.sqlite", "--write"});
   EXPECT_NE(shell->Await("clients.sqlite> ").find("statements may change it"), std::string::npos);
   shell->Type("UPDATE Clients SET Ville = 'Brest' WHERE Id = 2;\n");
-  shell->Await("1 rows\r\n");
+  shell->Await("1 row\r\n");
   shell->Type("BEGIN;\nDELETE FROM Clients;\n");
   shell->Await("2 rows\r\n");
   shell->Await("> ");
@@ -114,7 +114,7 @@ TEST_F(ShellTest, CtrlCDropsTheLineThatIsBeingTyped) {
   shell->Await("^C\r\n");
   shell->Await("clients.sqlite> ");
   shell->Type("SELECT 6 * 7 AS n;\n");
-  const std::string after = shell->Await("1 rows");
+  const std::string after = shell->Await("1 row\r\n");
   EXPECT_NE(after.find("42\r\n"), std::string::npos) << after;
   EXPECT_EQ(after.find("perdu"), std::string::npos) << after;
   End(*shell);
@@ -132,7 +132,7 @@ TEST_F(ShellTest, CtrlCEndsTheStatementThatRuns) {
   shell->Await("cancelled\r\n");
   EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
   shell->Type("SELECT 6 * 7 AS n;\n");
-  EXPECT_NE(shell->Await("1 rows").find("42\r\n"), std::string::npos);
+  EXPECT_NE(shell->Await("1 row\r\n").find("42\r\n"), std::string::npos);
   End(*shell);
 }
 
@@ -152,7 +152,7 @@ TEST_F(ShellTest, TabCompletesNamesAndWords) {
   shell->Type("SELECT count(*) FROM Lig");
   shell->Await("Lig");
   shell->Type("\t;\n");
-  EXPECT_NE(shell->Await("1 rows").find("     0\r\n"), std::string::npos);
+  EXPECT_NE(shell->Await("1 row\r\n").find("     0\r\n"), std::string::npos);
   shell->Await("> ");
   shell->Type("SELECT Nom FROM Clients AS c WHERE c.");
   shell->Await("WHERE c.");
@@ -161,7 +161,7 @@ TEST_F(ShellTest, TabCompletesNamesAndWords) {
   shell->Type("vi");
   shell->Await("c.vi");
   shell->Type("\tIS NULL;\n");
-  EXPECT_NE(shell->Await("1 rows").find("\xC3\x89lodie\r\n"), std::string::npos);
+  EXPECT_NE(shell->Await("1 row\r\n").find("\xC3\x89lodie\r\n"), std::string::npos);
   End(*shell);
 }
 
@@ -170,7 +170,7 @@ TEST_F(ShellTest, AHistoryIsKeptForTheOwnerAloneAndWithoutPasswords) {
     const auto shell = Start();
     shell->Await("> ");
     shell->Type("SELECT\n1 AS un;\n");
-    shell->Await("1 rows");
+    shell->Await("1 row\r\n");
     shell->Type("CREATE USER moi IDENTIFIED BY 'tres secret';\nSELECT 'x' AS password;\n SELECT 2;\n.tables Cli*\nSELEC;\n");
     shell->Await("tamlo-db: ");
     shell->Await("tamlo-db: ");
@@ -185,7 +185,7 @@ TEST_F(ShellTest, AHistoryIsKeptForTheOwnerAloneAndWithoutPasswords) {
   const auto shell = Start();
   shell->Await("> ");
   shell->Type(std::string(kUp) + kUp + kUp + "\n");
-  EXPECT_NE(shell->Await("1 rows").find("un\r\n--\r\n 1\r\n"), std::string::npos);
+  EXPECT_NE(shell->Await("1 row\r\n").find("un\r\n--\r\n 1\r\n"), std::string::npos);
   End(*shell);
 }
 
@@ -210,7 +210,7 @@ TEST_F(ShellTest, SpeaksFrenchAndTakesAccentsInAnyLocale) {
   const auto shell = Start({"clients.sqlite"}, "LC_ALL=fr_FR");
   EXPECT_NE(shell->Await("> ").find("en lecture seule"), std::string::npos);
   shell->Type("SELECT Id FROM Clients WHERE Nom = '\xC3\x89lodie';\n");
-  EXPECT_NE(shell->Await("1 lignes").find(" 2\r\n"), std::string::npos);
+  EXPECT_NE(shell->Await("1 ligne\r\n").find(" 2\r\n"), std::string::npos);
   End(*shell);
 }
 
@@ -250,7 +250,7 @@ TEST_F(ShellTest, WorksOnAccessFilesThatOthersMade) {
   const auto shell = Start({"sample.mdb"});
   shell->Await("sample.mdb> ");
   shell->Type("SELECT Count(*) AS n FROM Table1;\n");
-  EXPECT_NE(shell->Await("1 rows").find("512\r\n"), std::string::npos);
+  EXPECT_NE(shell->Await("1 row\r\n").find("512\r\n"), std::string::npos);
   shell->Type(
       "SELECT Count(*) FROM Table1 AS a, Table1 AS b, Table1 AS c, Table1 AS d\nWHERE a.CD_AGENTE + b.CD_AGENTE > c.CD_AGENTE + d.CD_AGENTE;\n");
   shell->Await("d.CD_AGENTE;\r\n");
@@ -263,7 +263,7 @@ TEST_F(ShellTest, WorksOnAccessFilesThatOthersMade) {
   shell->Type("SELECT Count(*) AS n FROM Tab");
   shell->Await("FROM Tab");
   shell->Type("\t;\n");
-  EXPECT_NE(shell->Await("1 rows").find("512\r\n"), std::string::npos);
+  EXPECT_NE(shell->Await("1 row\r\n").find("512\r\n"), std::string::npos);
   End(*shell);
 }
 

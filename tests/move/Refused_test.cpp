@@ -65,7 +65,7 @@ TEST_P(RefusedBy, TooManyRowsEndTheCopy) {
   MakeSides();
   const auto copied = Copy({"--if-exists", "append", "--reject-limit", "1", "--batch", "1000"});
   EXPECT_EQ(copied.status, 4);
-  EXPECT_NE(copied.err.find("more than 1 rows were refused"), std::string::npos) << copied.err;
+  EXPECT_NE(copied.err.find("more than 1 row was refused"), std::string::npos) << copied.err;
 }
 
 TEST_P(RefusedBy, ATableThatIsThereIsReplacedOnlyWhenThatIsAsked) {
@@ -87,6 +87,31 @@ TEST_P(RefusedBy, ATableThatIsThereIsReplacedOnlyWhenThatIsAsked) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Engines, RefusedBy, testing::Values("sqlite", "mariadb", "postgresql"));
+
+/// A primary key of a text without a length holds its beginning there, a unique index the whole text.
+TEST(RefusedByMariaDb, KeysThatDifferBehindWhatThePrimaryKeyHoldsWereTold) {
+  const auto engine = EngineCalled("mariadb");
+  engine->Empty();
+  const std::string head(255, 'x');
+  const std::string two = "('" + head + "a'), ('" + head + "b');";
+  ASSERT_EQ(RunLine(engine->folder, "sqlite3 base.sqlite",
+                    "CREATE TABLE p (k TEXT PRIMARY KEY); INSERT INTO p VALUES " + two +
+                        "CREATE TABLE u (k TEXT UNIQUE); INSERT INTO u VALUES " + two + "CREATE TABLE b (k BLOB PRIMARY KEY);")
+                .err,
+            "");
+  const auto plan = TamloDb(engine->folder, {"copy", "base.sqlite", engine->Name(), "--dry-run"}, kEnvironment);
+  EXPECT_NE(plan.out.find("-- p.k: the primary key holds its first 255 characters alone on MariaDB: rows that differ behind them alone are "
+                          "refused\n"),
+            std::string::npos)
+      << plan.out;
+  EXPECT_NE(plan.out.find("-- b.k: the primary key holds its first 255 bytes alone on MariaDB"), std::string::npos) << plan.out;
+  EXPECT_EQ(plan.out.find("-- u"), std::string::npos) << plan.out;
+  const auto copied = TamloDb(engine->folder, {"copy", "base.sqlite", engine->Name()}, kEnvironment);
+  EXPECT_EQ(copied.status, 1) << copied.err;
+  EXPECT_NE(copied.err.find("1 row was refused\n"), std::string::npos) << copied.err;
+  EXPECT_EQ(engine->Ask("SELECT count(*) FROM p; SELECT count(*) FROM u;\n").out, "1\n2\n");
+  EXPECT_NE(engine->Ask("INSERT INTO u VALUES ('" + head + "a');\n").status, 0) << "the unique index is there";
+}
 
 std::string BigFile(const TemporaryFolder& folder) {
   const std::string path = folder.File("base.mdb");

@@ -5,6 +5,7 @@
 
 #include "base/Case.h"
 #include "schema/DdlWriter.h"
+#include "schema/FindingTexts.h"
 
 namespace tamlo::tests {
 namespace {
@@ -152,7 +153,7 @@ class Comparison {
   void Add(const std::string& table, const std::string& column, const std::string& item, const std::string& text) {
     const bool told = std::any_of(script_.findings.begin(), script_.findings.end(), [&](const Finding& finding) {
       if (!base::SameName(finding.table, table) || !base::SameName(finding.column, column)) return false;
-      return item.empty() || finding.text.find(item) != std::string::npos;
+      return item.empty() || English(finding).find(item) != std::string::npos;
     });
     if (!told) differences.push_back({table, column, item, text});
   }

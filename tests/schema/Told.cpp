@@ -1,9 +1,13 @@
 #include "tests/schema/Told.h"
 
+#include "schema/FindingTexts.h"
+
 namespace tamlo::tests {
 namespace {
 
 std::string Flag(bool value, const char* name) { return value ? std::string(" ") + name : std::string(); }
+
+std::string PlaceOf(const schema::Finding& finding) { return finding.table + (finding.column.empty() ? "" : "." + finding.column); }
 
 std::string TypeOf(const schema::Type& type) {
   return std::to_string(static_cast<int>(type.kind)) + "(" + std::to_string(type.length) + "," + std::to_string(type.precision) + "," +
@@ -43,8 +47,13 @@ std::vector<std::string> Told(const schema::Database& database) {
 
 std::vector<std::string> Told(const std::vector<schema::Finding>& findings) {
   std::vector<std::string> lines;
-  for (const auto& finding : findings)
-    lines.push_back(finding.table + (finding.column.empty() ? "" : "." + finding.column) + ": " + finding.text);
+  for (const auto& finding : findings) lines.push_back(PlaceOf(finding) + ": " + schema::English(finding));
+  return lines;
+}
+
+std::vector<std::string> ToldInFrench(const std::vector<schema::Finding>& findings) {
+  std::vector<std::string> lines;
+  for (const auto& finding : findings) lines.push_back(PlaceOf(finding) + " : " + schema::French(finding));
   return lines;
 }
 

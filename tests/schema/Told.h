@@ -11,5 +11,6 @@ namespace tamlo::tests {
 std::vector<std::string> Told(const schema::Database& database);
 /// "table.column: text" of each.
 std::vector<std::string> Told(const std::vector<schema::Finding>& findings);
+std::vector<std::string> ToldInFrench(const std::vector<schema::Finding>& findings);
 
 }  // namespace tamlo::tests

@@ -1,0 +1,147 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tamlo::schema {
+
+/// What is lost, or other than in the source. The sentences stand in FindingTexts.cpp in the same order, with what their parts are.
+enum class What : std::uint8_t {
+  // ----- Read: columns
+  kComputed,
+  kSetByChange,
+  kHoldsOtherTruths,
+  kUnsigned,
+  kBeyondAmount,
+  kBits,
+  kBecomesItsText,
+  kBecomesText,
+  kBecomesServersText,
+  kBecomesBytes,
+  kTakenAsKept,
+  kLabels,
+  kDomain,
+  kServersName,
+  kNoCase,
+  kJson,
+  kXml,
+  kNoType,
+  kAnyType,
+  kTimeToMoment,
+  kTimeToText,
+  kTimesNoMoment,
+  kDayToMoment,
+  kWorldMoment,
+  kFinerMoments,
+  kNoDays,
+  kFarDays,
+  kAnySizeToText,
+  kAnySizeToDecimal,
+  kTooManyDigits,
+  kTooLargeNumbers,
+  kOtherForm,
+  kSteps,
+  kTypeOfReferred,
+  kRefersToTexts,
+  kTextsReferTo,
+  // ----- Read: keys, relations and what is no table
+  kIndexOverExpression,
+  kIndexOverRows,
+  kIndexOverBeginning,
+  kIndexIs,
+  kIndexOfKind,
+  kNullsInKey,
+  kRelationDoes,
+  kOtherDatabase,
+  kOtherSchema,
+  kRelationsUntold,
+  kAsDriverTells,
+  kExclusion,
+  kKeepsOldRows,
+  kSequence,
+  kVirtualTable,
+  kTablesOfSchema,
+  kKeptView,
+  kTrigger,
+  kFunction,
+  kProcedure,
+  kRoutine,
+  // ----- Written for an engine
+  kDefault,
+  kRandomDefault,
+  kNotNumbered,
+  kComment,
+  kTakesEmpty,
+  kEmptyIsNull,
+  kValidationRule,
+  kHyperlink,
+  kRowTooLong,
+  kKeyOfCharacters,
+  kKeyOfBytes,
+  kHoldsKeyless,
+  kUniqueTooWide,
+  kRelationNoSides,
+  kRelationLoose,
+  kRelationTooWide,
+  kNoCascade,
+  // ----- Planned for an Access file
+  kNullableTruth,
+  kLongText,
+  kLongBytes,
+  kBig,
+  kNoDecimal,
+  kManyDigits,
+  kNoGuids,
+  kSecondCounter,
+  kBeyondLong,
+  kOnlyLongCounts,
+  kCounterDefault,
+  kDefaultInAccess,
+  kRule,
+  kNoColumns,
+  kManyColumns,
+  kFixedBytes,
+  kLongRows,
+  kManyRows,
+  kIndexParts,
+  kIndexNoColumns,
+  kIndexOverOle,
+  kIndexTwice,
+  kSecondPrimary,
+  kIndexOfRelation,
+  kManyIndexes,
+  kNeedsIndexes,
+  kRelationNoTables,
+  kRelationOfTypes,
+  kRelationNoIndex,
+  kRelationOrder,
+  kLink,
+  kQueryOfAnother,
+  kQueryReadsOtherwise,
+  kQueryRefused,
+  // ----- Refused while it was made, for what the rows or the file hold
+  kIndexRefused,
+  kRelationRefused,
+  kNameTaken,
+  kStatementRefused,
+  kOrphans,
+  // ----- Of a copy: what its map or its nature leaves behind
+  kRuleOfOtherNames,
+  kIndexLosesColumn,
+  kRelationLosesColumn,
+  kQueryStays,
+  kLinkStays,
+  kFileTooLarge,
+};
+inline constexpr std::size_t kWhats = 119;
+
+/// What a step of a move cannot bring over: where, what, and the parts of its sentence.
+struct Finding {
+  std::string table;   ///< empty when it is about the database
+  std::string column;  ///< empty when it is about the table
+  What what = {};
+  std::vector<std::string> parts = {};  ///< names, numbers, and what a driver or an engine said, which is in its own words
+};
+
+}  // namespace tamlo::schema
