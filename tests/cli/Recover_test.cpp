@@ -144,7 +144,7 @@ TEST(Recover, OthersReadWhatIsSaved) {
         ASSERT_EQ(original.count(table), 1u) << table;
         rows += lines.size();
         // Where a long value is lost its row stands without it: those are told, and compared where the values themselves are.
-        if (ran.out.find(" and 0 long values lost") == std::string::npos && ran.out.find("long values lost") != std::string::npos) continue;
+        if (ran.out.find(" and 0 long values lost") == std::string::npos && ran.out.find(" long value") != std::string::npos) continue;
         EXPECT_TRUE(std::includes(original.at(table).begin(), original.at(table).end(), lines.begin(), lines.end())) << table;
       }
       ++files;
