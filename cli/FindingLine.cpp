@@ -17,10 +17,4 @@ std::string PlaceOf(const std::string& table, const std::string& column) {
   return table + (table.empty() || column.empty() ? "" : ".") + column;
 }
 
-std::string OneLine(std::string text) {
-  for (char& c : text)
-    if (c == '\n' || c == '\r') c = ' ';
-  return text;
-}
-
 }  // namespace tamlo::cli

@@ -13,7 +13,5 @@ namespace tamlo::cli {
 
 /// "table.column", or what there is of it.
 [[nodiscard]] std::string PlaceOf(const std::string& table, const std::string& column);
-/// Line ends as blanks.
-[[nodiscard]] std::string OneLine(std::string text);
 
 }  // namespace tamlo::cli

@@ -1,5 +1,6 @@
 #include "cli/Messages.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -349,6 +350,12 @@ std::string Say(Said what, std::initializer_list<std::string_view> arguments) {
   for (const Text& known : kTexts)
     if (known.what == what) pattern = french ? known.french : known.english;
   return base::Sentence(pattern, arguments, french ? base::Language::kFrench : base::Language::kEnglish);
+}
+
+std::string OneLine(std::string text) {
+  std::replace_if(
+      text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+  return text;
 }
 
 }  // namespace tamlo::cli

@@ -244,6 +244,8 @@ enum class Said {
 
 /// The text, "%1", "%2"... in it replaced by the arguments, of each "{row|rows}" the one that the number before it wants.
 [[nodiscard]] std::string Say(Said what, std::initializer_list<std::string_view> arguments = {});
+/// A text as it stands in a message of one line: line ends are blanks.
+[[nodiscard]] std::string OneLine(std::string text);
 /// True when the user reads French.
 [[nodiscard]] bool SpeaksFrench();
 

@@ -18,12 +18,6 @@ namespace {
   throw Failure(Status::kCannotOpen, Say(Said::kCannotOpen, {address.shown, why}));
 }
 
-std::string OneLine(std::string text) {
-  for (char& sign : text)
-    if (sign == '\n' || sign == '\r') sign = ' ';
-  return text;
-}
-
 bool IsLoginFailure(const runtime::Error& error) {
   for (const auto& record : error.Diagnostics()) {
     if (record.sqlState == "28000" || record.sqlState == "28P01" || record.native == 1045 || record.native == 1698) return true;

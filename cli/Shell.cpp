@@ -29,12 +29,6 @@ std::string Trimmed(std::string_view text) {
   return std::string(text.substr(first, text.find_last_not_of(" \t\r") + 1 - first));
 }
 
-std::string OneLine(std::string text) {
-  std::replace_if(
-      text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
-  return text;
-}
-
 /// What the prompt calls the database: its file, or its name on the server.
 std::string ShortName(const schema::Address& address) {
   std::string name = address.file.empty() ? address.shown.substr(0, address.shown.find('?')) : address.file;

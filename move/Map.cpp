@@ -280,21 +280,21 @@ schema::Database Map::Apply(const schema::Database& wanted, std::vector<schema::
 }
 
 void Map::Restore(Plan& plan, const schema::Database& wanted) const {
+  // A server may have names that differ in case alone.
   const auto sourceOf = [&](const std::string& name) -> const schema::Table* {
     const auto found = std::find_if(wanted.tables.begin(), wanted.tables.end(),
-                                    [&](const schema::Table& table) { return base::SameName(NameOf(table.name, {}), name); });
+                                    [&](const schema::Table& table) { return NameOf(table.name, {}) == name; });
     return found == wanted.tables.end() ? nullptr : &*found;
   };
   for (schema::Statement& statement : plan.statements)
     if (const schema::Table* source = sourceOf(statement.table)) statement.table = source->name;
+  std::vector<std::string> names;
   for (PlannedTable& table : plan.tables) {
     const schema::Table& source = *sourceOf(table.name);
+    names.push_back(source.name);
     if (source.name != table.name) plan.renamings.push_back({{}, source.name, table.name});
     table.name = source.name;
-    for (std::string& ordered : table.order) {
-      const auto is = [&](const schema::Column& column) { return base::SameName(NameOf(source.name, column.name), ordered); };
-      ordered = std::find_if(source.columns.begin(), source.columns.end(), is)->name;
-    }
+    for (std::string& ordered : table.order) ordered = SourceColumn(source, ordered);
     std::size_t place = 0;
     for (const schema::Column& column : source.columns) {
       if (!Keeps(source.name, column.name)) continue;
@@ -302,8 +302,19 @@ void Map::Restore(Plan& plan, const schema::Database& wanted) const {
       if (column.name != planned.name) plan.renamings.push_back({source.name, column.name, planned.name});
       planned.name = column.name;
       planned.type = column.type;
+      names.push_back(column.name);
     }
   }
+  AddToFingerprint(plan, names);
+}
+
+const std::string& Map::SourceColumn(const schema::Table& source, const std::string& mapped) const {
+  const auto find = [&](auto&& is) {
+    return std::find_if(source.columns.begin(), source.columns.end(),
+                        [&](const schema::Column& column) { return is(NameOf(source.name, column.name)); });
+  };
+  const auto exact = find([&](const std::string& name) { return name == mapped; });
+  return exact != source.columns.end() ? exact->name : find([&](const std::string& name) { return base::SameName(name, mapped); })->name;
 }
 
 }  // namespace tamlo::move

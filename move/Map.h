@@ -63,7 +63,8 @@ class Map {
   /// The same tables in the same order as they are to be in the target. What hangs on a column that stays behind does too, and is told.
   /// Errors: MapError (two things of one name).
   [[nodiscard]] schema::Database Apply(const schema::Database& wanted, std::vector<schema::Finding>& findings) const;
-  /// Makes a plan for what Apply gave one of the source: what is read there goes by the source's names. Adds what is renamed.
+  /// Makes a plan for what Apply gave one of the source: what is read there goes by the source's names. Adds what is renamed. The
+  /// plan's fingerprint tells maps apart that give different tables the same name.
   void Restore(Plan& plan, const schema::Database& wanted) const;
 
  private:
@@ -77,6 +78,8 @@ class Map {
   [[nodiscard]] const Entry* Find(const std::string& table, const std::string& column) const;
   [[nodiscard]] std::string NameOf(const std::string& table, const std::string& column) const;
   [[nodiscard]] bool Keeps(const std::string& table, const std::string& column) const;
+  /// The column of the source that has that name in the target.
+  [[nodiscard]] const std::string& SourceColumn(const schema::Table& source, const std::string& mapped) const;
   void CheckColumn(const schema::Table& table, const Entry& entry) const;
   void CheckNames(const schema::Database& wanted) const;
   [[nodiscard]] schema::Table Apply(const schema::Table& table, std::vector<schema::Finding>& findings) const;

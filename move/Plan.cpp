@@ -118,4 +118,11 @@ Plan MakePlan(const schema::Database& wanted, const schema::Script& script, cons
   return plan;
 }
 
+void AddToFingerprint(Plan& plan, const std::vector<std::string>& texts) {
+  Fingerprint print;
+  print.Add(plan.fingerprint);
+  for (const std::string& text : texts) print.Add(text);
+  plan.fingerprint = print.Text();
+}
+
 }  // namespace tamlo::move

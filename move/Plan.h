@@ -40,4 +40,7 @@ struct Plan {
 /// tables without columns to copy: `rows` says which.
 [[nodiscard]] Plan MakePlan(const schema::Database& wanted, const schema::Script& script, const Options& options);
 
+/// Makes the fingerprint say these texts too.
+void AddToFingerprint(Plan& plan, const std::vector<std::string>& texts);
+
 }  // namespace tamlo::move

@@ -91,8 +91,38 @@ TEST_P(MapTo, ACopyThatGaveUpGoesOnByTheSameMapAlone) {
   EXPECT_EQ(RunLine(folder_, "grep -c Émile refus.jsonl").out, "1\n");
 }
 
+TEST_P(MapTo, AnotherTableOfTheSameNameAndFormIsAnotherCopy) {
+  {
+    const auto database = jet::Database::Open(folder_.File("base.mdb"));
+    jet::sql::Session session(*database);
+    for (const char* name : {"Un", "Deux"}) {
+      session.Execute(std::string("CREATE TABLE ") + name + " (V TEXT(5))");
+      session.Execute(std::string("INSERT INTO ") + name + " VALUES ('" + name + "')");
+    }
+  }
+  WriteMap(folder_, "Un -> x\nUn.V -> v text(1)\n");
+  EXPECT_EQ(Copy({"-t", "Un", "--reject-limit", "0"}).status, 4);
+  WriteMap(folder_, "Deux -> x\nDeux.V -> v text(1)\n");
+  EXPECT_EQ(Copy({"-t", "Deux", "--resume"}).status, 4);
+  EXPECT_EQ(engine_->RowsOf("x"), Rows{});
+}
+
 INSTANTIATE_TEST_SUITE_P(Engines, MapTo, testing::Values("sqlite", "mariadb", "postgresql"),
                          [](const auto& engine) { return std::string(engine.param); });
+
+TEST(Map, NamesThatDifferInCaseAloneStayApart) {
+  const auto engine = EngineCalled("postgresql");
+  engine->Empty();
+  engine->Ask(
+      "CREATE TABLE \"T\" (n int PRIMARY KEY); INSERT INTO \"T\" VALUES (1); CREATE TABLE t (n int PRIMARY KEY); INSERT INTO t VALUES (2);"
+      "CREATE TABLE x (\"N\" int, n int PRIMARY KEY); INSERT INTO x VALUES (3, 4);\n");
+  WriteMap(engine->folder, "x -> y\n");
+  const auto copied = TamloDb(engine->folder, {"copy", engine->Name(), "t.sqlite", "--map", "noms.txt", "--verify", "full"}, kEnvironment);
+  EXPECT_EQ(copied.err, "");
+  EXPECT_EQ(copied.status, 0);
+  const auto dump = RunLine(engine->folder, "sqlite3 t.sqlite .dump").out;
+  for (const char* row : {" VALUES(1);", " VALUES(2);", " VALUES(3,4);"}) EXPECT_NE(dump.find(row), std::string::npos) << row << dump;
+}
 
 TEST(Map, IntoAFile) {
   const TemporaryFolder folder;

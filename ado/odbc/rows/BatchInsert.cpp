@@ -51,6 +51,20 @@ class Savepoint {
   std::shared_ptr<Session> session_;
 };
 
+/// Runs a query with one text for its parameter; each is called on every row of the answer.
+template <typename Each>
+void AskOf(const std::shared_ptr<Session>& session, std::string_view query, const std::string& text, Each each) {
+  Statement statement(session);
+  statement.Prepare(query);
+  ParameterSet parameters(statement);
+  ParameterShape shape;
+  shape.nativeType = SQL_C_WCHAR;
+  shape.sqlType = SQL_WVARCHAR;
+  parameters.Add(Variant(text), shape);
+  parameters.Execute();
+  while (statement.Fetch()) each(statement);
+}
+
 }  // namespace
 
 BatchInsert::BatchInsert(std::shared_ptr<Session> session, const std::string& table, std::vector<std::string> columns,
@@ -107,19 +121,11 @@ void BatchInsert::MakeSlots(std::size_t slots) {
 
 /// False where a column's values cannot stand in an array.
 bool BatchInsert::LearnElementTypes() {
-  Statement statement(session_);
-  statement.Prepare(session_->Facts().elementTypes);
-  ParameterSet parameters(statement);
-  ParameterShape shape;
-  shape.nativeType = SQL_C_WCHAR;
-  shape.sqlType = SQL_WVARCHAR;
-  parameters.Add(Variant(tableText_), shape);
-  parameters.Execute();
-  while (statement.Fetch()) {
-    const auto name = statement.Text(1);
+  AskOf(session_, session_->Facts().elementTypes, tableText_, [this](Statement& answer) {
+    const auto name = answer.Text(1);
     for (Column& column : columns_)
-      if (column.name == name) column.elementType = statement.Text(2).value_or("");
-  }
+      if (column.name == name) column.elementType = answer.Text(2).value_or("");
+  });
   return std::all_of(columns_.begin(), columns_.end(),
                      [](const Column& column) { return !column.elementType.empty() && StandsInArrays(column.shape); });
 }
@@ -368,17 +374,9 @@ bool BatchInsert::KeepsRowsOfFailedBatches() {
   if (keepsRows_) return *keepsRows_;
   const std::string_view query = session_->Facts().transactionalTables;
   if (query.empty()) return *(keepsRows_ = false);
-  Statement statement(session_);
-  statement.Prepare(query);
-  ParameterSet parameters(statement);
-  ParameterShape shape;
-  shape.nativeType = SQL_C_WCHAR;
-  shape.sqlType = SQL_WVARCHAR;
-  parameters.Add(Variant(tableName_), shape);
-  parameters.Execute();
   // Names that differ by case or accents alone are all found: to take one of them for a table that keeps rows costs time only.
   bool keeps = false;
-  while (statement.Fetch()) keeps = keeps || statement.Text(1).value_or("NO") != "YES";
+  AskOf(session_, query, tableName_, [&](Statement& answer) { keeps = keeps || answer.Text(1).value_or("NO") != "YES"; });
   return *(keepsRows_ = keeps);
 }
 
