@@ -5,13 +5,13 @@
 #include <optional>
 #include <unordered_set>
 
-#include "base/Case.h"
 #include "base/Utf8.h"
 #include "cli/AssessRows.h"
 #include "cli/EngineTexts.h"
 #include "cli/Format.h"
 #include "cli/ServerRows.h"
 #include "schema/AccessPlan.h"
+#include "schema/Find.h"
 
 namespace tamlo::cli {
 namespace {
@@ -73,11 +73,10 @@ class Key {
   /// Of columns that the table does not have nothing is made.
   Key(const schema::Table& table, const std::vector<std::string>& columns, Engine engine) : engine_(engine) {
     for (const auto& name : columns) {
-      const auto column = std::find_if(table.columns.begin(), table.columns.end(),
-                                       [&, &wanted = name](const schema::Column& one) { return base::SameName(one.name, wanted); });
-      if (column == table.columns.end()) continue;
+      const schema::Column* column = schema::Find(table.columns, name);
+      if (column == nullptr) continue;
       hasText_ = hasText_ || column->type.kind == schema::Kind::kText || column->type.kind == schema::Kind::kMemo;
-      places_.push_back(static_cast<std::size_t>(column - table.columns.begin()));
+      places_.push_back(static_cast<std::size_t>(column - table.columns.data()));
       names_ += (names_.empty() ? "" : ", ") + name;
     }
     whole_ = places_.size() == columns.size() && !places_.empty();
@@ -129,7 +128,6 @@ class Assessor {
   [[nodiscard]] std::vector<UniqueKey> UniqueKeys(const schema::Table& table) const;
   void LookAtValue(const schema::Table& table, std::size_t column, const schema::Type& type, const jet::Value& value);
   void LookAtSize(const schema::Table& table, const schema::Table& there, const AssessedRow& row);
-  [[nodiscard]] const schema::Table* TableOf(const std::string& name) const;
 
   Opened& opened_;
   Engine engine_;
@@ -137,12 +135,6 @@ class Assessor {
   const schema::Database& there_;  // as it is to be made, table by table
   Sightings sightings_;
 };
-
-const schema::Table* Assessor::TableOf(const std::string& name) const {
-  const auto found = std::find_if(database_.tables.begin(), database_.tables.end(),
-                                  [&](const schema::Table& table) { return base::SameName(table.name, name); });
-  return found == database_.tables.end() ? nullptr : &*found;
-}
 
 std::vector<UniqueKey> Assessor::UniqueKeys(const schema::Table& table) const {
   std::vector<UniqueKey> keys;
@@ -200,8 +192,8 @@ TableSize Assessor::LookAt(std::size_t place) {
 
 /// Texts that refer to a text that is equal in the source and not there: a foreign key would refuse the row.
 void Assessor::LookAt(const schema::Relation& relation) {
-  const schema::Table* children = TableOf(relation.table);
-  const schema::Table* parents = TableOf(relation.referenced);
+  const schema::Table* children = schema::Find(database_.tables, relation.table);
+  const schema::Table* parents = schema::Find(database_.tables, relation.referenced);
   if (!relation.enforced || children == nullptr || parents == nullptr || (FromAccess() && engine_ == Engine::kAccess)) return;
   std::vector<std::string> referring;
   std::vector<std::string> referred;

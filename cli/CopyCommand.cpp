@@ -255,7 +255,6 @@ Planned PlanOf(const Asked& asked, schema::Engine engine, const schema::Database
     return planned;
   }
   try {
-    map->Check(source);
     std::vector<schema::Finding> findings;
     const auto mapped = map->Apply(planned.wanted, findings);
     planned.making = MakingOf(asked, engine, mapped);
@@ -269,12 +268,11 @@ Planned PlanOf(const Asked& asked, schema::Engine engine, const schema::Database
 }
 
 Status Copy(const Asked& asked) {
-  std::optional<move::Map> map;
-  if (!asked.map.empty()) map.emplace(ReadMap(asked.map));
   Opened from = Open(asked.from, *asked.fromLogin);
   const schema::Engine engine = EngineOf(from);
   const auto description = ReadStructure(from);
   LookAtPatterns(asked, description);
+  const auto map = asked.map.empty() ? std::nullopt : std::optional(ReadMap(asked.map, description));
   const auto options = OptionsOf(asked, map);
   const Planned planned = PlanOf(asked, engine, description, map, options);
   const auto& [wanted, making, plan] = planned;

@@ -42,12 +42,12 @@ Said SaidOf(move::MapError::Why why) {
 
 }  // namespace
 
-move::Map ReadMap(const std::string& path) {
+move::Map ReadMap(const std::string& path, const schema::Database& source) {
   std::ifstream file(base::FilePath(path), std::ios::binary);
   const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
   if (!file) throw Failure(Status::kUsage, Say(Said::kCannotRead, {path}));
   try {
-    return {text, MappedTypeNamed};
+    return {text, source, MappedTypeNamed};
   } catch (const move::MapError& error) {
     throw MapFailure(path, error);
   }

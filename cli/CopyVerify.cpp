@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "base/Case.h"
 #include "cli/Messages.h"
 
 namespace tamlo::cli {
@@ -12,8 +11,7 @@ namespace {
 move::TablePair PairOf(const move::PlannedTable& table) {
   move::TablePair pair{table.name, table.there, {}};
   for (const move::PlannedColumn& column : table.columns) {
-    const bool key =
-        std::any_of(table.order.begin(), table.order.end(), [&](const std::string& name) { return base::SameName(name, column.name); });
+    const bool key = std::find(table.order.begin(), table.order.end(), column.name) != table.order.end();
     pair.columns.push_back({column.name, column.there, column.type, column.typeThere, key});
   }
   return pair;

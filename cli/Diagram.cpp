@@ -1,7 +1,6 @@
 #include "cli/Diagram.h"
 
 #include <algorithm>
-#include <map>
 #include <optional>
 #include <set>
 
@@ -9,42 +8,26 @@
 #include "base/Utf8.h"
 #include "cli/Markup.h"
 #include "schema/Dialect.h"
+#include "schema/Find.h"
 
 namespace tamlo::cli {
 namespace {
 
-using Places = std::map<std::string, std::size_t>;  ///< position by folded name
-
-Places PlacesOfTables(const schema::Database& database) {
-  Places places;
-  for (std::size_t i = 0; i < database.tables.size(); ++i) places.emplace(base::LowerName(database.tables[i].name), i);
-  return places;
-}
-
-std::optional<std::size_t> PlaceIn(const Places& places, const std::string& name) {
-  const auto found = places.find(base::LowerName(name));
-  return found == places.end() ? std::nullopt : std::optional(found->second);
-}
-
-std::optional<std::size_t> ColumnPlace(const schema::Table& table, const std::string& name) {
-  for (std::size_t i = 0; i < table.columns.size(); ++i)
-    if (base::SameName(table.columns[i].name, name)) return i;
-  return std::nullopt;
-}
+using schema::PlaceOf;
 
 bool InPrimaryKey(const schema::Table& table, const schema::Column& column) {
   for (const auto& index : table.indexes)
     if (index.primary)
       for (const auto& part : index.parts)
-        if (base::SameName(part.column, column.name)) return true;
+        if (part.column == column.name) return true;
   return false;
 }
 
 bool Refers(const schema::Database& database, const schema::Table& table, const schema::Column& column) {
   for (const auto& relation : database.relations)
-    if (base::SameName(relation.table, table.name))
+    if (relation.table == table.name)
       for (const auto& [from, to] : relation.columns)
-        if (base::SameName(from, column.name)) return true;
+        if (from == column.name) return true;
   return false;
 }
 
@@ -86,13 +69,13 @@ void AppendDotTable(std::string& dot, const schema::Database& database, std::siz
   dot += "  </TABLE>>];\n";
 }
 
-void AppendDotRelation(std::string& dot, const schema::Database& database, const Places& places, const schema::Relation& relation) {
-  const auto from = PlaceIn(places, relation.table);
-  const auto to = PlaceIn(places, relation.referenced);
+void AppendDotRelation(std::string& dot, const schema::Database& database, const schema::Relation& relation) {
+  const auto from = PlaceOf(database.tables, relation.table);
+  const auto to = PlaceOf(database.tables, relation.referenced);
   if (!from || !to) return;
   // A row's right side refers to another row's left side.
   const auto port = [&](std::size_t table, const std::string* column, const char* letter, const char* side) {
-    const auto at = column == nullptr ? std::nullopt : ColumnPlace(database.tables[table], *column);
+    const auto at = column == nullptr ? std::nullopt : PlaceOf(database.tables[table].columns, *column);
     return "t" + std::to_string(table) + (at ? ":" + (letter + std::to_string(*at)) + side : "");
   };
   const bool named = !relation.columns.empty();
@@ -143,12 +126,11 @@ std::string MermaidType(const schema::Column& column) {
 
 Cardinality CardinalityOf(const schema::Database& database, const schema::Relation& relation) {
   Cardinality cardinality{.oneReferring = relation.oneToOne, .alwaysReferred = !relation.columns.empty()};
-  const auto place = PlaceIn(PlacesOfTables(database), relation.table);
+  const auto place = PlaceOf(database.tables, relation.table);
   if (!place) return cardinality;
   const schema::Table& table = database.tables[*place];
   const auto refers = [&](const std::string& column) {
-    return std::any_of(relation.columns.begin(), relation.columns.end(),
-                       [&](const auto& pair) { return base::SameName(pair.first, column); });
+    return std::any_of(relation.columns.begin(), relation.columns.end(), [&](const auto& pair) { return pair.first == column; });
   };
   for (const auto& index : table.indexes)
     if ((index.unique || index.primary) &&
@@ -165,8 +147,7 @@ std::string DotOf(const schema::Database& database) {
       "  node [shape=plain, fontname=\"Helvetica\", fontsize=10];\n"
       "  edge [color=\"#5a6b7b\", fontname=\"Helvetica\", fontsize=9, labeldistance=2];\n";
   for (std::size_t i = 0; i < database.tables.size(); ++i) AppendDotTable(dot, database, i);
-  const Places places = PlacesOfTables(database);
-  for (const auto& relation : database.relations) AppendDotRelation(dot, database, places, relation);
+  for (const auto& relation : database.relations) AppendDotRelation(dot, database, relation);
   return dot + "}\n";
 }
 
@@ -184,10 +165,9 @@ std::string MermaidOf(const schema::Database& database) {
     }
     text += "  }\n";
   }
-  const Places places = PlacesOfTables(database);
   for (const auto& relation : database.relations) {
-    const auto from = PlaceIn(places, relation.table);
-    const auto to = PlaceIn(places, relation.referenced);
+    const auto from = PlaceOf(database.tables, relation.table);
+    const auto to = PlaceOf(database.tables, relation.referenced);
     if (!from || !to) continue;
     const Cardinality many = CardinalityOf(database, relation);
     text += "  t" + std::to_string(*to) + (many.alwaysReferred ? " ||" : " |o") + (relation.enforced ? "--" : "..") +

@@ -4,8 +4,8 @@
 
 #include "ado/Catalog.h"
 #include "ado/Recordset.h"
-#include "base/Case.h"
 #include "move/Ask.h"
+#include "schema/Find.h"
 #include "schema/MakeAccess.h"
 
 namespace tamlo::move {
@@ -70,8 +70,7 @@ std::vector<std::string> IntoFile::Columns(const std::string& table) {
 }
 
 std::size_t IntoFile::PlaceOf(const schema::Database& database, const std::string& table) {
-  for (std::size_t i = 0; i < database.tables.size(); ++i)
-    if (base::SameName(database.tables[i].name, table)) return i;
+  if (const auto place = schema::PlaceOf(database.tables, table)) return *place;
   throw runtime::Error(runtime::kItemNotFound);
 }
 

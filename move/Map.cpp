@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/Case.h"
+#include "schema/Find.h"
 
 namespace tamlo::move {
 namespace {
@@ -80,12 +81,6 @@ class Line {
   std::size_t number_;
 };
 
-const schema::Table* TableOf(const schema::Database& database, const std::string& name) {
-  const auto found = std::find_if(database.tables.begin(), database.tables.end(),
-                                  [&](const schema::Table& table) { return base::SameName(table.name, name); });
-  return found == database.tables.end() ? nullptr : &*found;
-}
-
 /// The digits in front of the point that a number of the kind may have; 0 for what is no whole number.
 int WholeDigits(Kind kind) {
   switch (kind) {
@@ -135,7 +130,8 @@ bool TakesExactly(const schema::Type& from, const schema::Type& to) {
   }
 }
 
-Map::Map(std::string_view text, const std::function<std::optional<MappedType>(std::string_view)>& typeNamed) {
+Map::Map(std::string_view text, const schema::Database& source,
+         const std::function<std::optional<MappedType>(std::string_view)>& typeNamed) {
   if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
   for (std::size_t number = 1; !text.empty(); ++number) {
     const std::size_t end = std::min(text.find('\n'), text.size());
@@ -158,16 +154,14 @@ Map::Map(std::string_view text, const std::function<std::optional<MappedType>(st
       }
     }
     if (!line.AtEnd()) line.Fail();
-    const std::string said = entry.column.empty() ? entry.table : entry.table + "." + entry.column;
-    if (Find(entry.table, entry.column) != nullptr) throw MapError(Why::kTwice, number, said);
     entries_.push_back(std::move(entry));
   }
+  Settle(source);
 }
 
 const Map::Entry* Map::Find(const std::string& table, const std::string& column) const {
-  const auto found = std::find_if(entries_.begin(), entries_.end(), [&](const Entry& entry) {
-    return base::SameName(entry.table, table) && base::SameName(entry.column, column);
-  });
+  const auto found =
+      std::find_if(entries_.begin(), entries_.end(), [&](const Entry& entry) { return entry.table == table && entry.column == column; });
   return found == entries_.end() ? nullptr : &*found;
 }
 
@@ -181,21 +175,25 @@ bool Map::Keeps(const std::string& table) const { return !NameOf(table, {}).empt
 
 bool Map::Keeps(const std::string& table, const std::string& column) const { return !NameOf(table, column).empty(); }
 
-void Map::CheckColumn(const schema::Table& table, const Entry& entry) const {
-  const auto column = std::find_if(table.columns.begin(), table.columns.end(),
-                                   [&](const schema::Column& one) { return base::SameName(one.name, entry.column); });
-  if (column == table.columns.end()) throw MapError(Why::kNoColumn, entry.line, table.name + "." + entry.column);
+void Map::SettleColumn(const schema::Table& table, Entry& entry) {
+  const schema::Column* column = schema::Find(table.columns, entry.column);
+  if (column == nullptr) throw MapError(Why::kNoColumn, entry.line, table.name + "." + entry.column);
+  entry.column = column->name;
   if (!entry.type) return;
   const bool counts = column->counter && column->counter->kind == schema::Counter::Kind::kIncrement;
   if (!TakesExactly(column->type, entry.type->type) || (entry.type->counter && !counts))
     throw MapError(Why::kNotExact, entry.line, table.name + "." + column->name);
 }
 
-void Map::Check(const schema::Database& source) const {
-  for (const Entry& entry : entries_) {
-    const schema::Table* table = TableOf(source, entry.table);
-    if (table == nullptr) throw MapError(Why::kNoTable, entry.line, entry.table);
-    if (!entry.column.empty()) CheckColumn(*table, entry);
+void Map::Settle(const schema::Database& source) {
+  for (auto entry = entries_.begin(); entry != entries_.end(); ++entry) {
+    const std::string said = entry->column.empty() ? entry->table : entry->table + "." + entry->column;
+    const schema::Table* table = schema::Find(source.tables, entry->table);
+    if (table == nullptr) throw MapError(Why::kNoTable, entry->line, entry->table);
+    entry->table = table->name;
+    if (!entry->column.empty()) SettleColumn(*table, *entry);
+    const auto same = [&](const Entry& before) { return before.table == entry->table && before.column == entry->column; };
+    if (std::any_of(entries_.begin(), entry, same)) throw MapError(Why::kTwice, entry->line, said);
   }
 }
 
@@ -258,6 +256,7 @@ void Map::ApplyIndexes(const schema::Table& source, schema::Table& table, std::v
 schema::Database Map::Apply(const schema::Database& wanted, std::vector<schema::Finding>& findings) const {
   CheckNames(wanted);
   schema::Database mapped;
+  mapped.findings = wanted.findings;
   for (const schema::Table& table : wanted.tables) mapped.tables.push_back(Apply(table, findings));
   for (const schema::Relation& source : wanted.relations) {
     schema::Relation relation = source;
@@ -309,12 +308,9 @@ void Map::Restore(Plan& plan, const schema::Database& wanted) const {
 }
 
 const std::string& Map::SourceColumn(const schema::Table& source, const std::string& mapped) const {
-  const auto find = [&](auto&& is) {
-    return std::find_if(source.columns.begin(), source.columns.end(),
-                        [&](const schema::Column& column) { return is(NameOf(source.name, column.name)); });
-  };
-  const auto exact = find([&](const std::string& name) { return name == mapped; });
-  return exact != source.columns.end() ? exact->name : find([&](const std::string& name) { return base::SameName(name, mapped); })->name;
+  return std::find_if(source.columns.begin(), source.columns.end(),
+                      [&](const schema::Column& column) { return NameOf(source.name, column.name) == mapped; })
+      ->name;
 }
 
 }  // namespace tamlo::move

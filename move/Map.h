@@ -53,13 +53,11 @@ struct MappedType {
 ///   # a remark
 class Map {
  public:
-  /// typeNamed reads a type's name. Error: MapError.
-  Map(std::string_view text, const std::function<std::optional<MappedType>(std::string_view)>& typeNamed);
+  /// typeNamed reads a type's name. Each name must be one of the source, or differ in case alone from one. Error: MapError.
+  Map(std::string_view text, const schema::Database& source, const std::function<std::optional<MappedType>(std::string_view)>& typeNamed);
 
   /// Whether a table of the source is copied at all.
   [[nodiscard]] bool Keeps(const std::string& table) const;
-  /// Every name must be one of the source. Errors: MapError.
-  void Check(const schema::Database& source) const;
   /// The same tables in the same order as they are to be in the target. What hangs on a column that stays behind does too, and is told.
   /// Errors: MapError (two things of one name).
   [[nodiscard]] schema::Database Apply(const schema::Database& wanted, std::vector<schema::Finding>& findings) const;
@@ -80,7 +78,9 @@ class Map {
   [[nodiscard]] bool Keeps(const std::string& table, const std::string& column) const;
   /// The column of the source that has that name in the target.
   [[nodiscard]] const std::string& SourceColumn(const schema::Table& source, const std::string& mapped) const;
-  void CheckColumn(const schema::Table& table, const Entry& entry) const;
+  /// Calls tables and columns by the names that the source has for them.
+  void Settle(const schema::Database& source);
+  static void SettleColumn(const schema::Table& table, Entry& entry);
   void CheckNames(const schema::Database& wanted) const;
   [[nodiscard]] schema::Table Apply(const schema::Table& table, std::vector<schema::Finding>& findings) const;
   void ApplyIndexes(const schema::Table& source, schema::Table& table, std::vector<schema::Finding>& findings) const;

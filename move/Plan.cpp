@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <array>
 
-#include "base/Case.h"
-
 namespace tamlo::move {
 namespace {
 
@@ -27,10 +25,8 @@ class Fingerprint {
   std::uint64_t sum_ = 14695981039346656037ULL;
 };
 
-const schema::Table* TableOf(const schema::Database& database, const std::string& name) {
-  const auto found = std::find_if(database.tables.begin(), database.tables.end(),
-                                  [&](const schema::Table& table) { return base::SameName(table.name, name); });
-  return found == database.tables.end() ? nullptr : &*found;
+bool Has(const schema::Database& database, const std::string& name) {
+  return std::any_of(database.tables.begin(), database.tables.end(), [&](const schema::Table& table) { return table.name == name; });
 }
 
 std::vector<std::string> OrderOf(const schema::Table& table) {
@@ -50,7 +46,7 @@ PlannedTable PlanTable(const schema::Table& table, const schema::TableThere& the
 
 bool Refers(const schema::Database& database, const std::string& table, const std::string& referenced) {
   return std::any_of(database.relations.begin(), database.relations.end(), [&](const schema::Relation& relation) {
-    return relation.enforced && base::SameName(relation.table, table) && base::SameName(relation.referenced, referenced);
+    return relation.enforced && relation.table == table && relation.referenced == referenced;
   });
 }
 
@@ -96,15 +92,12 @@ schema::Database Wanted(const schema::Database& source, const Options& options) 
   schema::Database wanted;
   for (const schema::Table& table : source.tables)
     if (!options.wanted || options.wanted(table.name)) wanted.tables.push_back(table);
-  for (const schema::Relation& relation : source.relations) {
-    // What hangs on a table that stays behind is no loss of the copy; what hangs on one that the source has not is told by the script.
-    const bool behind = (TableOf(source, relation.table) != nullptr && TableOf(wanted, relation.table) == nullptr) ||
-                        (TableOf(source, relation.referenced) != nullptr && TableOf(wanted, relation.referenced) == nullptr);
-    if (!behind) wanted.relations.push_back(relation);
-  }
+  // What hangs on a table that stays behind is no loss of the copy; what hangs on one that the source has not is told by the script.
+  const auto behind = [&](const std::string& name) { return Has(source, name) && !Has(wanted, name); };
+  for (const schema::Relation& relation : source.relations)
+    if (!behind(relation.table) && !behind(relation.referenced)) wanted.relations.push_back(relation);
   for (const schema::Finding& finding : source.findings)
-    if (finding.table.empty() || TableOf(source, finding.table) == nullptr || TableOf(wanted, finding.table) != nullptr)
-      wanted.findings.push_back(finding);
+    if (!behind(finding.table)) wanted.findings.push_back(finding);
   return wanted;
 }
 

@@ -100,7 +100,7 @@ void Runner::DropReplaced(const std::vector<std::string>& there) {
 bool Runner::IsOfATableThatWasThere(const schema::Statement& statement) const {
   if (statement.phase == Phase::kCounters) return false;
   for (std::size_t i = 0; i < plan_.tables.size(); ++i)
-    if (base::SameName(plan_.tables[i].name, statement.table)) return ledger_.Of(i).WasThere();
+    if (plan_.tables[i].name == statement.table) return ledger_.Of(i).WasThere();
   return false;
 }
 

@@ -10,12 +10,6 @@ namespace {
 constexpr std::size_t kMostParts = 10;
 constexpr std::size_t kMostTrees = 32;
 
-const Column* Find(const Table& table, std::string_view name) {
-  const auto& columns = table.columns;
-  const auto found = std::find_if(columns.begin(), columns.end(), [&](const Column& column) { return base::SameName(column.name, name); });
-  return found == columns.end() ? nullptr : &*found;
-}
-
 /// Whether the index stands on exactly these columns, upwards, in this order.
 template <typename NameAt>
 bool StandsOn(const Index& index, std::size_t count, const NameAt& nameAt) {
@@ -55,7 +49,7 @@ std::optional<Finding> AccessPlanner::WhyNot(std::size_t place, const Index& ind
   if (index.parts.empty() || index.parts.size() > kMostParts)
     return why(What::kIndexParts, {index.name, std::to_string(index.parts.size())});
   for (std::size_t i = 0; i < index.parts.size(); ++i) {
-    const Column* column = Find(table, index.parts[i].column);
+    const Column* column = Find(table.columns, index.parts[i].column);
     if (column == nullptr) return why(What::kIndexNoColumns, {index.name});
     if (column->type.kind == Kind::kBlob) return why(What::kIndexOverOle, {index.name, column->name});
     for (std::size_t k = 0; k < i; ++k)
@@ -123,7 +117,7 @@ void AccessPlanner::PlanEnforcement(Relation& relation) {
     relation.enforced = false;
   };
   for (const auto& [own, other] : relation.columns)
-    if (Find(table, own)->type.kind != Find(referenced, other)->type.kind)
+    if (Find(table.columns, own)->type.kind != Find(referenced.columns, other)->type.kind)
       return loosen(What::kRelationOfTypes, {relation.name, own, other});
   const auto before = relation.columns;
   if (!FollowIndex(relation, referenced)) return loosen(What::kRelationNoIndex, {relation.name, relation.referenced});

@@ -27,11 +27,7 @@ void AccessPlanner::Run() {
   PlanQueries();
 }
 
-const Table* AccessPlanner::There(std::string_view name) const {
-  const auto& tables = plan_.there.tables;
-  const auto found = std::find_if(tables.begin(), tables.end(), [&](const Table& table) { return base::SameName(table.name, name); });
-  return found == tables.end() ? nullptr : &*found;
-}
+const Table* AccessPlanner::There(std::string_view name) const { return Find(plan_.there.tables, name); }
 
 AccessPlan PlanAccess(const Database& database, Expressions expressions) {
   AccessPlan plan;

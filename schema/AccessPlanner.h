@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
-#include "base/Case.h"
 #include "schema/AccessPlan.h"
+#include "schema/Find.h"
 #include "schema/Names.h"
 
 namespace tamlo::schema {
@@ -63,17 +63,6 @@ class AccessPlanner {
   Expressions expressions_;
   AccessPlan& plan_;
 };
-
-/// The place of that name among others: of itself, else of one that differs in case alone; nothing when there is none.
-template <typename Named>
-std::optional<std::size_t> PlaceOf(const std::vector<Named>& named, std::string_view name) {
-  std::optional<std::size_t> place;
-  for (std::size_t i = 0; i < named.size(); ++i) {
-    if (named[i].name == name) return i;
-    if (!place && base::SameName(named[i].name, name)) place = i;
-  }
-  return place;
-}
 
 /// The expression under which Access keeps a default; empty when there is none.
 [[nodiscard]] std::string AccessExpression(const Default& initial);

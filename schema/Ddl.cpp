@@ -1,24 +1,18 @@
 #include "schema/Ddl.h"
 
-#include "base/Case.h"
 #include "schema/DdlWriter.h"
+#include "schema/Find.h"
 
 namespace tamlo::schema {
 namespace {
 
-const Table* FindTable(const Database& database, const std::string& name) {
-  for (const Table& table : database.tables)
-    if (base::SameName(table.name, name)) return &table;
-  return nullptr;
-}
-
 /// False for a relation of a link, of a table of the system, or of what has been dropped since.
 bool BothSidesAreThere(const Database& database, const Relation& relation) {
-  const Table* table = FindTable(database, relation.table);
-  const Table* referenced = FindTable(database, relation.referenced);
+  const Table* table = Find(database.tables, relation.table);
+  const Table* referenced = Find(database.tables, relation.referenced);
   if (table == nullptr || referenced == nullptr) return false;
   for (const auto& [from, to] : relation.columns)
-    if (FindColumn(*table, from) == nullptr || FindColumn(*referenced, to) == nullptr) return false;
+    if (Find(table->columns, from) == nullptr || Find(referenced->columns, to) == nullptr) return false;
   return true;
 }
 
@@ -28,7 +22,7 @@ bool IsTooWide(const Database& database, const Dialect& dialect, const Relation&
   int bytes = 0;
   for (const auto& [from, to] : relation.columns)
     for (const auto& [name, column] : {std::pair(&relation.table, &from), std::pair(&relation.referenced, &to)}) {
-      const Type type = FindColumn(*FindTable(database, *name), *column)->type;
+      const Type type = Find(Find(database.tables, *name)->columns, *column)->type;
       if (type.kind == Kind::kMemo || type.kind == Kind::kBlob) return true;
       if (column == &from) bytes += KeyBytes(type);
     }
@@ -52,7 +46,7 @@ std::vector<Relation> Enforceable(const Database& database, const Dialect& diale
       writer.Lost(relation.table, {}, What::kRelationTooWide, {relation.name, writer.EngineName()});
       continue;
     }
-    const bool itself = base::SameName(relation.table, relation.referenced);
+    const bool itself = relation.table == relation.referenced;
     if (relation.cascadeUpdates && (!dialect.onUpdate || (itself && !dialect.cascadesOnItself))) {
       writer.Lost(relation.table, {}, What::kNoCascade, {relation.name, writer.EngineName()});
       relation.cascadeUpdates = false;

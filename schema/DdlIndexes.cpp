@@ -1,8 +1,8 @@
 // Indexes and relations.
 #include <algorithm>
 
-#include "base/Case.h"
 #include "schema/DdlWriter.h"
+#include "schema/Find.h"
 
 namespace tamlo::schema {
 namespace {
@@ -26,12 +26,12 @@ int KeyBytes(const Type& type) {
 bool DdlWriter::FitsKey(const Table& table, const Index& index) const {
   if (dialect_.engine != Engine::kMariaDb) return true;
   int bytes = 0;
-  for (const IndexPart& part : index.parts) bytes += KeyBytes(FindColumn(table, part.column)->type);
+  for (const IndexPart& part : index.parts) bytes += KeyBytes(Find(table.columns, part.column)->type);
   return bytes <= kMostKeyBytes;
 }
 
 std::string DdlWriter::IndexPartText(const Table& table, const Index& index, const IndexPart& part) const {
-  const Type type = FindColumn(table, part.column)->type;
+  const Type type = Find(table.columns, part.column)->type;
   std::string text = ColumnName(table.name, part.column);
   const int most = FitsKey(table, index) ? 255 : PrefixIn(index);
   if (dialect_.engine == Engine::kMariaDb && IsLong(type) && !index.unique) text += "(" + std::to_string(most) + ")";
@@ -45,7 +45,7 @@ std::string DdlWriter::IndexText(const Table& table, std::size_t place, bool ref
   const bool fits = FitsKey(table, index);
   for (const IndexPart& part : index.parts) {
     columns += (columns.empty() ? "" : ", ") + IndexPartText(table, index, part);
-    const Type type = FindColumn(table, part.column)->type;
+    const Type type = Find(table.columns, part.column)->type;
     if (!fits && !index.unique && type.kind == Kind::kText && type.length > PrefixIn(index))
       columns.insert(columns.find_last_of('`') + 1, "(" + std::to_string(PrefixIn(index)) + ")");
   }
@@ -69,10 +69,10 @@ void DdlWriter::CreateIndexes(const Table& table, const std::vector<Relation>& r
     const Index& index = table.indexes[place];
     if (index.primary) continue;
     const bool referred = std::any_of(relations.begin(), relations.end(), [&](const Relation& relation) {
-      return base::SameName(relation.referenced, table.name) && relation.columns.size() == index.parts.size() &&
+      return relation.referenced == table.name && relation.columns.size() == index.parts.size() &&
              std::all_of(relation.columns.begin(), relation.columns.end(), [&](const auto& pair) {
                return std::any_of(index.parts.begin(), index.parts.end(),
-                                  [&](const IndexPart& part) { return base::SameName(part.column, pair.second); });
+                                  [&](const IndexPart& part) { return part.column == pair.second; });
              });
     });
     if (index.unique && !FitsKey(table, index)) {

@@ -1,5 +1,4 @@
 // The names of a script: what each table, column, index and relation is called on the engine.
-#include "base/Case.h"
 #include "schema/DdlWriter.h"
 
 namespace tamlo::schema {
@@ -17,7 +16,7 @@ void DdlWriter::NameAll() {
     named.name = tables.Take(table.name);
     Note({}, table.name, named.name);
     indexes.Reserve(named.name);  // PostgreSQL and SQLite: tables and indexes share one space
-    tables_.emplace(base::LowerName(table.name), std::move(named));
+    tables_.emplace(table.name, std::move(named));
   }
   for (const Table& table : database_.tables) NameTable(table, indexes);
   for (const Relation& relation : database_.relations) {
@@ -28,13 +27,13 @@ void DdlWriter::NameAll() {
 }
 
 void DdlWriter::NameTable(const Table& table, Names& globalIndexes) {
-  Named& named = tables_.at(base::LowerName(table.name));
+  Named& named = tables_.at(table.name);
   TableThere there{table.name, named.name, {}};
   Names columns(dialect_);
   for (const Column& column : table.columns) {
     const std::string name = columns.Take(column.name);
     Note(table.name, column.name, name);
-    named.columns.emplace(base::LowerName(column.name), name);
+    named.columns.emplace(column.name, name);
     there.columns.push_back(name);
   }
   script_.tables.push_back(std::move(there));
@@ -62,31 +61,31 @@ void DdlWriter::FitRow(const Table& table) {
   for (const Column& column : table.columns) bytes += width(column);
   std::set<std::string> keyed;
   for (const Index& index : table.indexes)
-    for (const IndexPart& part : index.parts) keyed.insert(base::LowerName(part.column));
+    for (const IndexPart& part : index.parts) keyed.insert(part.column);
   for (const Relation& relation : database_.relations)
     for (const auto& [from, to] : relation.columns) {
-      if (base::SameName(relation.table, table.name)) keyed.insert(base::LowerName(from));
-      if (base::SameName(relation.referenced, table.name)) keyed.insert(base::LowerName(to));
+      if (relation.table == table.name) keyed.insert(from);
+      if (relation.referenced == table.name) keyed.insert(to);
     }
-  Named& named = tables_.at(base::LowerName(table.name));
+  Named& named = tables_.at(table.name);
   while (bytes > kMostBytes) {
     const Column* widest = nullptr;
     for (const Column& column : table.columns) {
-      const std::string name = base::LowerName(column.name);
+      const std::string& name = column.name;
       if (column.type.kind != Kind::kText || keyed.contains(name) || named.longTexts.contains(name)) continue;
       if (widest == nullptr || column.type.length > widest->type.length) widest = &column;
     }
     if (widest == nullptr) return;
     bytes -= width(*widest) - 12;
-    named.longTexts.insert(base::LowerName(widest->name));
+    named.longTexts.insert(widest->name);
     Lost(table.name, widest->name, What::kRowTooLong, {EngineName()});
   }
 }
 
-const DdlWriter::Named& DdlWriter::Of(const std::string& table) const { return tables_.at(base::LowerName(table)); }
+const DdlWriter::Named& DdlWriter::Of(const std::string& table) const { return tables_.at(table); }
 
 std::string DdlWriter::ColumnName(const std::string& table, const std::string& column) const {
-  return Quoted(dialect_, Of(table).columns.at(base::LowerName(column)));
+  return Quoted(dialect_, Of(table).columns.at(column));
 }
 
 }  // namespace tamlo::schema

@@ -1,9 +1,9 @@
 // CREATE TABLE and what belongs to it.
 #include <algorithm>
 
-#include "base/Case.h"
 #include "base/Utf8.h"
 #include "schema/DdlWriter.h"
+#include "schema/Find.h"
 
 namespace tamlo::schema {
 namespace {
@@ -22,12 +22,6 @@ std::string Joined(const std::vector<std::string>& parts, std::string_view betwe
 
 }  // namespace
 
-const Column* FindColumn(const Table& table, std::string_view name) {
-  const auto found =
-      std::find_if(table.columns.begin(), table.columns.end(), [&](const Column& c) { return base::SameName(c.name, name); });
-  return found == table.columns.end() ? nullptr : &*found;
-}
-
 const Index* PrimaryKey(const Table& table) {
   const auto found = std::find_if(table.indexes.begin(), table.indexes.end(), [](const Index& index) { return index.primary; });
   return found == table.indexes.end() ? nullptr : &*found;
@@ -42,9 +36,8 @@ const Column* IncrementColumn(const Table& table) {
 /// An index may refuse nulls for its columns: a primary key does, others may.
 bool InRequiredIndex(const Table& table, const Column& column) {
   return std::any_of(table.indexes.begin(), table.indexes.end(), [&](const Index& index) {
-    return (index.primary || index.required) && std::any_of(index.parts.begin(), index.parts.end(), [&](const IndexPart& part) {
-             return base::SameName(part.column, column.name);
-           });
+    return (index.primary || index.required) &&
+           std::any_of(index.parts.begin(), index.parts.end(), [&](const IndexPart& part) { return part.column == column.name; });
   });
 }
 
@@ -52,11 +45,11 @@ bool InRequiredIndex(const Table& table, const Column& column) {
 bool DdlWriter::CounterIsKeyItself(const Table& table) const {
   const Column* counter = IncrementColumn(table);
   const Index* key = PrimaryKey(table);
-  return counter != nullptr && key != nullptr && key->parts.size() == 1 && base::SameName(key->parts[0].column, counter->name);
+  return counter != nullptr && key != nullptr && key->parts.size() == 1 && key->parts[0].column == counter->name;
 }
 
 Type DdlWriter::TypeThere(const Table& table, const Column& column) const {
-  return Of(table.name).longTexts.contains(base::LowerName(column.name)) ? Type{.kind = Kind::kMemo} : column.type;
+  return Of(table.name).longTexts.contains(column.name) ? Type{.kind = Kind::kMemo} : column.type;
 }
 
 std::string DdlWriter::DefaultText(const Table& table, const Column& column) {
@@ -121,9 +114,8 @@ void DdlWriter::AddComments(const Table& table) {
 bool DdlWriter::CascadesInto(const Table& table, const Column& column) const {
   if (dialect_.cascadesAllowChecks) return false;
   return std::any_of(database_.relations.begin(), database_.relations.end(), [&](const Relation& relation) {
-    return relation.enforced && relation.cascadeUpdates && base::SameName(relation.table, table.name) &&
-           std::any_of(relation.columns.begin(), relation.columns.end(),
-                       [&](const auto& pair) { return base::SameName(pair.first, column.name); });
+    return relation.enforced && relation.cascadeUpdates && relation.table == table.name &&
+           std::any_of(relation.columns.begin(), relation.columns.end(), [&](const auto& pair) { return pair.first == column.name; });
   });
 }
 
@@ -158,14 +150,14 @@ void DdlWriter::AddKeys(const Table& table, std::vector<std::string>& parts) {
   if (key != nullptr && !(dialect_.engine == Engine::kSqlite && CounterIsKeyItself(table))) {
     std::vector<std::string> columns;
     for (const IndexPart& part : key->parts) {
-      const Column* column = FindColumn(table, part.column);
+      const Column* column = Find(table.columns, part.column);
       columns.push_back(ColumnName(table.name, part.column) + (column == nullptr ? "" : KeyPrefix(table, *column)));
     }
     parts.push_back("PRIMARY KEY (" + Joined(columns, ", ") + ")");
   }
   const Column* counter = IncrementColumn(table);
   if (counter == nullptr || dialect_.engine != Engine::kMariaDb) return;
-  if (key == nullptr || !base::SameName(key->parts[0].column, counter->name))
+  if (key == nullptr || key->parts[0].column != counter->name)
     parts.push_back("KEY " + Quoted(dialect_, kCounterKey) + " (" + ColumnName(table.name, counter->name) + ")");
 }
 
@@ -185,7 +177,7 @@ void DdlWriter::CreateTable(const Table& table, const std::vector<Relation>& rel
   for (const Column& column : table.columns) AddChecks(table, column, parts);
   if (dialect_.keysInside)
     for (const Relation& relation : relations)
-      if (base::SameName(relation.table, table.name)) parts.push_back(ForeignKeyText(relation));
+      if (relation.table == table.name) parts.push_back(ForeignKeyText(relation));
   NoteRules(table);
   script_.statements.push_back({Phase::kTables, table.name,
                                 "CREATE TABLE " + TableName(table.name) + " (\n  " + Joined(parts, ",\n  ") + "\n)" +

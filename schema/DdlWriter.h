@@ -36,9 +36,9 @@ class DdlWriter {
  private:
   struct Named {
     std::string name;                            ///< there
-    std::map<std::string, std::string> columns;  ///< folded name in the source -> name there
+    std::map<std::string, std::string> columns;  ///< name in the source -> name there
     std::vector<std::string> indexes;            ///< names there, in the order of Table::indexes
-    std::set<std::string> longTexts;             ///< folded names of the texts that are written as memos, for rows would be too long
+    std::set<std::string> longTexts;             ///< the texts that are written as memos, for rows would be too long
   };
 
   void NameTable(const Table& table, Names& globalIndexes);
@@ -68,7 +68,7 @@ class DdlWriter {
   const Database& database_;
   const Dialect& dialect_;
   Script& script_;
-  std::map<std::string, Named> tables_;           ///< by folded name in the source
+  std::map<std::string, Named> tables_;           ///< by name in the source
   std::map<std::string, std::string> relations_;  ///< name in the source -> name there
 };
 
@@ -79,8 +79,6 @@ inline constexpr std::string_view kCounterKey = "autonumber";
 [[nodiscard]] int KeyBytes(const Type& type);
 inline constexpr int kMostKeyBytes = 3072;
 
-/// The column of that name, without regard to case; null when there is none.
-[[nodiscard]] const Column* FindColumn(const Table& table, std::string_view name);
 /// The primary key; null when there is none.
 [[nodiscard]] const Index* PrimaryKey(const Table& table);
 /// Whether an index over the column takes no nulls.

@@ -81,7 +81,7 @@ struct Column {
 };
 
 struct IndexPart {
-  std::string column;
+  std::string column;  ///< as the column itself spells it
   bool descending = false;
   friend bool operator==(const IndexPart&, const IndexPart&) = default;
 };
@@ -106,7 +106,7 @@ struct Table {
   friend bool operator==(const Table&, const Table&) = default;
 };
 
-/// Rows of `table` refer to rows of `referenced`.
+/// Rows of `table` refer to rows of `referenced`. Tables and columns that are described are called by their very names.
 struct Relation {
   std::string name;
   std::string table;

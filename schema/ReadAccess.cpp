@@ -11,6 +11,7 @@
 #include "base/MomentText.h"
 #include "jet/sql/run/StoredParts.h"
 #include "jet/table/Table.h"
+#include "schema/Find.h"
 
 namespace tamlo::schema {
 namespace {
@@ -242,6 +243,7 @@ Database ReadAccess(jet::Database& database) {
     const jet::CatalogObject* table = database.FindObject(relation.table);
     if (table == nullptr || table->kind != jet::ObjectKind::kSystemTable) read.relations.push_back(ReadRelation(relation));
   }
+  SpellReferences(read);
   SortByName(read.tables);
   SortByName(read.relations);
   SortByName(read.queries);

@@ -6,6 +6,7 @@
 #include "base/Case.h"
 #include "base/Numbers.h"
 #include "schema/DdlWriter.h"
+#include "schema/Find.h"
 #include "schema/Reading.h"
 #include "schema/SqlDefault.h"
 #include "schema/SqliteText.h"
@@ -298,7 +299,7 @@ bool Sqlite::HoldsNulls(const Table& table, const Index& key) const {
   if (!reading_.LooksAtValues()) return false;
   std::string condition;
   for (const IndexPart& part : key.parts) {
-    const Column* column = FindColumn(table, part.column);
+    const Column* column = schema::Find(table.columns, part.column);
     if (column == nullptr || column->required) continue;
     condition += (condition.empty() ? "" : " OR ") + Name(part.column) + " IS NULL";
   }

@@ -4,6 +4,7 @@
 
 #include "base/Case.h"
 #include "schema/DdlWriter.h"
+#include "schema/Find.h"
 
 namespace tamlo::schema {
 namespace {
@@ -46,18 +47,9 @@ bool Apply(const KnownCheck& check, Column& column) {
   return false;
 }
 
-Column* Named(Table& table, const std::string& name) { return const_cast<Column*>(FindColumn(table, name)); }
-
 }  // namespace
 
-Table* Reading::Find(const std::string& table) {
-  Table* alike = nullptr;
-  for (Table& one : database_.tables) {
-    if (one.name == table) return &one;
-    if (base::SameName(one.name, table)) alike = &one;
-  }
-  return alike;
-}
+Table* Reading::Find(const std::string& table) { return schema::Find(database_.tables, table); }
 
 void Reading::AddCheck(Table& table, const std::string& condition) {
   std::vector<Column*> mentioned;
@@ -100,7 +92,7 @@ void Reading::AskRows(Table& table) {
   if (options_.counts) table.rows = static_cast<std::uint64_t>(answers.at(0).Number(0));
   for (std::size_t i = 0; i < asked.size(); ++i) {
     if (answers.at(0).Number(i + 1) == 0) continue;
-    Column* column = Named(table, asked[i]->column);
+    Column* column = schema::Find(table.columns, asked[i]->column);
     if (column != nullptr && asked[i]->becomes) column->type = *asked[i]->becomes;
     Lost(table.name, asked[i]->column, asked[i]->finding);
   }
@@ -114,15 +106,15 @@ void Reading::AlignRelations() {
       Table* referenced = Find(relation.referenced);
       if (table == nullptr || referenced == nullptr) continue;
       for (const auto& [from, to] : relation.columns) {
-        Column* own = Named(*table, from);
-        const Column* other = Named(*referenced, to);
+        Column* own = schema::Find(table->columns, from);
+        const Column* other = schema::Find(referenced->columns, to);
         if (own == nullptr || other == nullptr || own->type == other->type) continue;
         const bool free = other->counter || own->type.kind == Kind::kDecimal || other->type.kind == Kind::kDecimal;
         if (free && IsWhole(own->type.kind) && IsWhole(other->type.kind)) {
           own->type = other->type;
           Lost(table->name, own->name, What::kTypeOfReferred, {relation.referenced, other->name});
         } else {
-          AlignTexts(relation, *own, *Named(*referenced, to));
+          AlignTexts(relation, *own, *schema::Find(referenced->columns, to));
         }
       }
     }
@@ -146,8 +138,7 @@ void Reading::FindOneToOne() {
     const Table* table = Find(relation.table);
     if (table == nullptr) continue;
     const auto holds = [&](const Index& index, const std::string& column) {
-      return std::any_of(index.parts.begin(), index.parts.end(),
-                         [&](const IndexPart& part) { return base::SameName(part.column, column); });
+      return std::any_of(index.parts.begin(), index.parts.end(), [&](const IndexPart& part) { return part.column == column; });
     };
     relation.oneToOne = std::any_of(table->indexes.begin(), table->indexes.end(), [&](const Index& index) {
       return index.unique && index.parts.size() == relation.columns.size() &&
@@ -157,6 +148,7 @@ void Reading::FindOneToOne() {
 }
 
 Database Reading::Finish() {
+  SpellReferences(database_);
   for (Table& table : database_.tables) AskRows(table);
   AlignRelations();
   FindOneToOne();

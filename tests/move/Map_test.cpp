@@ -110,20 +110,6 @@ TEST_P(MapTo, AnotherTableOfTheSameNameAndFormIsAnotherCopy) {
 INSTANTIATE_TEST_SUITE_P(Engines, MapTo, testing::Values("sqlite", "mariadb", "postgresql"),
                          [](const auto& engine) { return std::string(engine.param); });
 
-TEST(Map, NamesThatDifferInCaseAloneStayApart) {
-  const auto engine = EngineCalled("postgresql");
-  engine->Empty();
-  engine->Ask(
-      "CREATE TABLE \"T\" (n int PRIMARY KEY); INSERT INTO \"T\" VALUES (1); CREATE TABLE t (n int PRIMARY KEY); INSERT INTO t VALUES (2);"
-      "CREATE TABLE x (\"N\" int, n int PRIMARY KEY); INSERT INTO x VALUES (3, 4);\n");
-  WriteMap(engine->folder, "x -> y\n");
-  const auto copied = TamloDb(engine->folder, {"copy", engine->Name(), "t.sqlite", "--map", "noms.txt", "--verify", "full"}, kEnvironment);
-  EXPECT_EQ(copied.err, "");
-  EXPECT_EQ(copied.status, 0);
-  const auto dump = RunLine(engine->folder, "sqlite3 t.sqlite .dump").out;
-  for (const char* row : {" VALUES(1);", " VALUES(2);", " VALUES(3,4);"}) EXPECT_NE(dump.find(row), std::string::npos) << row << dump;
-}
-
 TEST(Map, IntoAFile) {
   const TemporaryFolder folder;
   MakeFile(folder);
