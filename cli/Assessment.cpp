@@ -214,16 +214,10 @@ void Assessor::LookAt(const schema::Relation& relation) {
   });
 }
 
-void AddWhatIsNoTable(const schema::Database& database, Assessment& assessment) {
-  for (const auto& query : database.queries) assessment.findings.push_back({{}, {}, What::kQueryStays, {query.name}});
-  for (const auto& link : database.links) assessment.findings.push_back({{}, {}, What::kLinkStays, {link.name, link.target}});
-}
-
-/// What is made there of the definitions: the tables as they become, and what that loses. A copy takes tables and relations alone.
+/// What is made there of the definitions: the tables as they become, and what that loses.
 schema::Database MadeOf(const Opened& opened, const schema::Database& database, const schema::Dialect& engine, Assessment& assessment) {
-  schema::Database wanted;
-  wanted.tables = database.tables;
-  wanted.relations = database.relations;
+  schema::Database wanted = database;
+  wanted.findings.clear();
   const auto add = [&](std::vector<schema::Finding> findings) {
     for (auto& finding : findings) assessment.findings.push_back(std::move(finding));
   };
@@ -248,7 +242,6 @@ Assessment Assess(Opened& opened, const schema::Dialect& engine) {
   assessment.engine = &engine;
   assessment.findings = database.findings;
   const schema::Database there = MadeOf(opened, database, engine, assessment);
-  AddWhatIsNoTable(database, assessment);
   Assessor assessor(opened, engine, database, there);
   std::uint64_t bytes = 0;
   for (std::size_t place = 0; place < database.tables.size(); ++place) {

@@ -65,6 +65,7 @@ move::Options OptionsOf(const Asked& asked, const std::optional<move::Map>& map)
   options.wanted = [&](const std::string& name) {
     return (!map || map->Keeps(name)) && (asked.tables.empty() || MatchesOne(name, asked.tables)) && !MatchesOne(name, asked.without);
   };
+  options.others = asked.tables.empty() && !asked.dataOnly;
   if (asked.schemaOnly) options.parts = move::Parts::kSchemaOnly;
   if (asked.dataOnly) options.parts = move::Parts::kDataOnly;
   if (asked.ifExists == "append") options.ifExists = move::IfExists::kAppend;
@@ -124,8 +125,13 @@ void TellRefusal(const move::Refusal& refusal) {
   std::fprintf(stderr, "tamlo-db: %s: %s\n", OneLine(place).c_str(), OneLine(refusal.reason).c_str());
 }
 
+std::string ProgressOf(const Asked& asked) {
+  if (!asked.progress.empty()) return asked.progress;
+  return ErrorsAreSeen() ? "bar" : "none";
+}
+
 move::Outcome RunPlan(const Asked& asked, const move::Plan& plan, std::span<const move::Lane> lanes, const move::Options& options) {
-  CopyProgress progress(asked.progress.empty() ? (ErrorsAreSeen() ? "bar" : "none") : asked.progress);
+  CopyProgress progress(ProgressOf(asked));
   move::Watch watch;
   watch.progress = [&](const move::Progress& now) { progress.Show(now); };
   watch.refused = [&](const move::Refusal& refusal) {
@@ -139,8 +145,10 @@ move::Outcome RunPlan(const Asked& asked, const move::Plan& plan, std::span<cons
 }
 
 /// What has to be told of it, and the status that it deserves.
-Status Conclude(const Asked& asked, const move::Outcome& outcome) {
+Status Conclude(const Asked& asked, const move::Plan& plan, const move::Outcome& outcome) {
   if (outcome.cancelled) throw Failure(Status::kCancelled, Say(Said::kResumable, {asked.to}));
+  if (!plan.findings.empty() && ProgressOf(asked) != "none")
+    std::fprintf(stderr, "tamlo-db: %s\n", Say(Said::kNotTakenOver, {std::to_string(plan.findings.size())}).c_str());
   for (const auto& finding : outcome.findings) std::fprintf(stderr, "tamlo-db: %s\n", FindingLine(finding).c_str());
   for (const auto& table : outcome.tables)
     if (table.counted >= 0 && !table.wasThere && table.counted != table.copied)
@@ -288,7 +296,7 @@ Status Copy(const Asked& asked) {
   for (std::size_t i = 0; i < more.targets.size(); ++i) lanes.push_back({{engine, *more.from[i]}, *more.targets[i]});
   const auto outcome = CopyInto(asked, plan, lanes, there, options);
   if (!asked.report.empty()) WriteReport(asked.report, from.address.shown, there.opened.address.shown, plan, outcome);
-  const Status status = Conclude(asked, outcome);
+  const Status status = Conclude(asked, plan, outcome);
   if (asked.verify != "full" || asked.schemaOnly) return status;
   const bool agree = ValuesAgree(plan, outcome, SideOf(from, rows.get()), SideOf(there.opened, there.opened.connection.get()),
                                  [] { return interrupted != 0; });

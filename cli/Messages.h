@@ -200,6 +200,7 @@ enum class Said {
   kResumable,
   kCountsDiffer,
   kRowsRefused,
+  kNotTakenOver,
   kKeepsRows,
   kTableDropped,
   kTableStays,

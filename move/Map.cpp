@@ -257,6 +257,9 @@ schema::Database Map::Apply(const schema::Database& wanted, std::vector<schema::
   CheckNames(wanted);
   schema::Database mapped;
   mapped.findings = wanted.findings;
+  mapped.links = wanted.links;
+  // They would ask for names that are no longer there.
+  for (const schema::Query& query : wanted.queries) findings.push_back({{}, {}, schema::What::kQueryStays, {query.name}});
   for (const schema::Table& table : wanted.tables) mapped.tables.push_back(Apply(table, findings));
   for (const schema::Relation& source : wanted.relations) {
     schema::Relation relation = source;

@@ -17,6 +17,7 @@ enum class Parts : std::uint8_t { kAll, kSchemaOnly, kDataOnly };
 
 struct Options {
   std::function<bool(const std::string&)> wanted;  ///< whether a table of that name is to be copied; empty: all of them
+  bool others = true;                              ///< stored queries and links are copied too, where the target takes them
   Parts parts = Parts::kAll;
   IfExists ifExists = IfExists::kFail;
   std::int64_t batch = 20000;       ///< rows that are written and committed together

@@ -98,6 +98,10 @@ schema::Database Wanted(const schema::Database& source, const Options& options) 
     if (!behind(relation.table) && !behind(relation.referenced)) wanted.relations.push_back(relation);
   for (const schema::Finding& finding : source.findings)
     if (!behind(finding.table)) wanted.findings.push_back(finding);
+  if (options.others) {
+    wanted.queries = source.queries;
+    wanted.links = source.links;
+  }
   return wanted;
 }
 

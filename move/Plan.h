@@ -33,7 +33,7 @@ struct Plan {
   std::string fingerprint;  ///< two plans with the same do the same
 };
 
-/// The tables of the source that are wanted, with the relations between them and what was found when they were read.
+/// The tables of the source that are wanted, with the relations between them, what was found when they were read, and the others.
 [[nodiscard]] schema::Database Wanted(const schema::Database& source, const Options& options);
 
 /// script is what makes `wanted` on the target. A copy of rows alone has no statements but those of the counters; one of definitions alone has

@@ -68,6 +68,8 @@ Script WriteDdl(const Database& database, const Dialect& dialect) {
   if (!dialect.keysInside)
     for (const Relation& relation : relations) writer.AddRelation(relation);
   for (const Table& table : database.tables) writer.RestartCounter(table);
+  for (const Query& query : database.queries) writer.Lost({}, {}, What::kQueryStays, {query.name});
+  for (const Link& link : database.links) writer.Lost({}, {}, What::kLinkStays, {link.name, link.target});
   return script;
 }
 

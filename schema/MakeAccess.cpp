@@ -98,6 +98,20 @@ bool IsOfTheRows(const jet::Error& error) {
          error.Code() == jet::ErrorCode::kRelationViolated || error.Code() == jet::ErrorCode::kLimit;
 }
 
+/// Its rows where it has them, which say more than a statement does.
+jet::sql::QueryDesign DesignOf(const Query& query) {
+  if (query.rows.empty()) return jet::sql::DesignOf(query.sql);
+  using Attribute = jet::sql::QueryAttribute;
+  jet::sql::QueryDesign design;
+  for (const QueryRow& row : query.rows) {
+    const auto attribute = static_cast<Attribute>(row.attribute);
+    if (attribute == Attribute::kBegin || attribute == Attribute::kEnd) continue;
+    if (attribute == Attribute::kType) design.type = static_cast<jet::sql::QueryType>(row.flag);
+    design.parts[attribute].push_back({row.name1, row.name2, row.expression, row.flag});
+  }
+  return design;
+}
+
 }  // namespace
 
 AccessTarget::AccessTarget(jet::Database& file, const AccessPlan& plan) : file_(file), plan_(plan) {
@@ -209,7 +223,7 @@ std::vector<Finding> AccessTarget::MakeOthers() {
     if (!taken(link.name))
       file_.CreateLink({.name = link.name, .odbc = false, .database = link.target, .connect = {}, .foreignName = link.table});
   for (const Query& query : plan_.there.queries)
-    if (!taken(query.name)) jet::sql::StoreQuery(file_, query.name, jet::sql::DesignOf(query.sql));
+    if (!taken(query.name)) jet::sql::StoreQuery(file_, query.name, DesignOf(query));
   return findings;
 }
 

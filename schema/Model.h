@@ -119,12 +119,22 @@ struct Relation {
   friend bool operator==(const Relation&, const Relation&) = default;
 };
 
+/// A row of a query as an Access file keeps it.
+struct QueryRow {
+  int attribute = 0;
+  std::string name1;
+  std::string name2;
+  std::string expression;
+  int flag = 0;
+};
+
 /// A query that is stored under a name.
 struct Query {
   std::string name;
   std::string sql;  ///< empty when its text cannot be had
   std::string
       reason;  ///< why it cannot, in the engine's words, empty where it says nothing; beside a text: why it is none of the database's own (it goes to a server as it stands)
+  std::vector<QueryRow> rows;  ///< in an Access file, those of a query of its own, by attribute and order
 };
 
 /// A table that lies elsewhere.

@@ -173,9 +173,12 @@ Table ReadTable(jet::Database& database, const std::string& name) {
 }
 
 Query ReadQuery(jet::Database& database, const jet::CatalogObject& object) {
-  Query query{.name = object.name, .sql = {}, .reason = {}};
+  Query query{.name = object.name, .sql = {}, .reason = {}, .rows = {}};
   try {
-    query.sql = jet::sql::StoredStatement(database, object, false);
+    const auto parts = jet::sql::ReadQueryParts(database, object.id);
+    query.sql = jet::sql::StatementOf(parts, object.name, false);
+    for (const auto& [attribute, list] : parts)
+      for (const auto& part : list) query.rows.push_back({static_cast<int>(attribute), part.name1, part.name2, part.expression, part.flag});
   } catch (const jet::Error& error) {
     query.sql = database.QueryText(object.name);
     query.reason = error.what();

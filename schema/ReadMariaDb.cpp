@@ -325,7 +325,7 @@ void MariaDb::Indexes() {
 void MariaDb::Views() {
   for (const Answer& answer :
        reading_.Ask("SELECT TABLE_NAME, VIEW_DEFINITION FROM information_schema.VIEWS WHERE TABLE_SCHEMA" + std::string(kHere)))
-    reading_.Read().queries.push_back({.name = answer[0], .sql = answer[1], .reason = {}});
+    reading_.Read().queries.push_back({.name = answer[0], .sql = answer[1], .reason = {}, .rows = {}});
 }
 
 What RoutineOf(const std::string& type) {

@@ -315,7 +315,7 @@ void PostgreSql::Views() {
           "SELECT c.relname, pg_get_viewdef(c.oid), c.relkind::text FROM pg_class c WHERE c.relnamespace = quote_ident(current_schema())::regnamespace AND "
           "c.relkind IN ('v', 'm')")) {
     if (answer[2] == "m") reading_.Lost({}, {}, What::kKeptView, {answer[0]});
-    reading_.Read().queries.push_back({.name = answer[0], .sql = answer[1], .reason = {}});
+    reading_.Read().queries.push_back({.name = answer[0], .sql = answer[1], .reason = {}, .rows = {}});
   }
 }
 

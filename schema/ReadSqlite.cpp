@@ -365,7 +365,7 @@ void Sqlite::Views() {
         break;
       }
     sql.erase(0, sql.find_first_not_of(" \t\r\n"));
-    reading_.Read().queries.push_back({.name = answer[1], .sql = sql, .reason = {}});
+    reading_.Read().queries.push_back({.name = answer[1], .sql = sql, .reason = {}, .rows = {}});
   }
 }
 

@@ -82,7 +82,7 @@ TEST(FrenchFindings, OfDefinitions) {
             kFound +
                 "-- Achats : la relation Achats_Clients n'est pas reprise : ses colonnes sont trop larges pour une clé de MariaDB\n"
                 "-- Clients.Code : la clé primaire n'en tient que les 255 premiers caractères sur MariaDB ; les lignes qui ne diffèrent "
-                "qu'au-delà sont refusées\n");
+                "qu'au-delà sont refusées\n-- la requête enregistrée V n'est pas reprise\n");
   ExpectNoEnglish(Remarks(ran.out));
 }
 

@@ -150,6 +150,39 @@ TEST_P(CopyTo, APlanIsPrintedAndNothingDone) {
   EXPECT_NE(engine_->Ask("SELECT 1 FROM " + engine_->Quoted("Clients") + ";\n").status, 0);
 }
 
+TEST(CopyToAFile, QueriesAndLinksComeToo) {
+  const TemporaryFolder folder;
+  MakeFile(folder);
+  {
+    const auto database = jet::Database::Open(folder.File("base.mdb"));
+    jet::sql::Session session(*database);
+    session.Execute("CREATE VIEW Chefs AS SELECT Nom FROM Clients WHERE Chef = 0");
+    database->CreateLink({.name = "Ailleurs", .odbc = false, .database = folder.File("autre.mdb"), .connect = {}, .foreignName = "T"});
+  }
+  ASSERT_EQ(TamloDb(folder, {"copy", "base.mdb", "neuf.mdb"}, kEnvironment).status, 0);
+  EXPECT_EQ(RunLine(folder, "mdb-queries -1 neuf.mdb").out, "Chefs\n");
+  EXPECT_EQ(TamloDb(folder, {"query", "neuf.mdb", "SELECT Count(*) AS n FROM Chefs", "-F", "csv"}, kEnvironment).out, "n\n2\n");
+  EXPECT_EQ(RunLine(folder, "(mdb-export neuf.mdb MSysObjects | grep -c autre.mdb)").out, "1\n");
+  ASSERT_EQ(TamloDb(folder, {"copy", "base.mdb", "choix.mdb", "-t", "Clients"}, kEnvironment).status, 0);
+  EXPECT_EQ(RunLine(folder, "mdb-queries -1 choix.mdb").out, "");
+}
+
+TEST(CopyToSqlite, HowMuchOfTheDefinitionsIsNotTakenIsSaid) {
+  const TemporaryFolder folder;
+  MakeFile(folder);
+  {
+    const auto database = jet::Database::Open(folder.File("base.mdb"));
+    jet::sql::Session(*database).Execute("CREATE VIEW Chefs AS SELECT Nom FROM Clients WHERE Chef = 0");
+  }
+  EXPECT_NE(
+      TamloDb(folder, {"copy", "base.mdb", "x.sqlite", "--dry-run"}, kEnvironment).out.find("-- the stored query Chefs stays behind\n"),
+      std::string::npos);
+  EXPECT_EQ(TamloDb(folder, {"copy", "base.mdb", "x.sqlite"}, kEnvironment).err, "");
+  const auto told = TamloDb(folder, {"copy", "base.mdb", "y.sqlite", "--progress", "log"}, kEnvironment).err;
+  EXPECT_NE(told.find("tamlo-db: 1 point of the definitions is not taken over as it stands: --dry-run lists it\n"), std::string::npos)
+      << told;
+}
+
 TEST_P(CopyTo, TheReportIsForPrograms) {
   MakeFile(folder_);
   ASSERT_EQ(Copy({"--report", "r.json", "--progress", "log"}).status, 0);

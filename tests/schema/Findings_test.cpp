@@ -166,7 +166,7 @@ TEST(Findings, WhatIsWrittenForSqlServerAndOracle) {
 
 TEST(Findings, WhatIsPlannedForAnAccessFile) {
   Database database = Hard();
-  database.queries = {{"Q", "SELECT 1", {}}};
+  database.queries = {{"Q", "SELECT 1", {}, {}}};
   database.links = {{"L", "Driver=x", "Loin"}};
   schema::Table wide;
   wide.name = "Vide";
