@@ -22,6 +22,17 @@ int KeyBytes(const Type& type) {
   return type.kind == Kind::kMemo || type.kind == Kind::kBlob ? 255 * 4 : 8;
 }
 
+int MostBytesOfAPart(const Table& table, const Index& key) {
+  const auto bytes = [&](int most) {
+    int sum = 0;
+    for (const IndexPart& part : key.parts) sum += std::min(most, KeyBytes(Find(table.columns, part.column)->type));
+    return sum;
+  };
+  int most = kMostKeyBytes;
+  while (bytes(most) > kMostKeyBytes) most -= 4;
+  return most;
+}
+
 /// MariaDB: a key of up to 3,072 bytes. A unique one cannot be shortened, for it would refuse what differs behind.
 bool DdlWriter::FitsKey(const Table& table, const Index& index) const {
   if (dialect_.engine != Engine::kMariaDb) return true;

@@ -135,13 +135,19 @@ void DdlWriter::AddChecks(const Table& table, const Column& column, std::vector<
   if (isText && column.allowEmpty && dialect_.engine == Engine::kOracle) Lost(table.name, column.name, What::kEmptyIsNull);
 }
 
-/// MariaDB: a primary key holds the beginning of a text or bytes without a length, and refuses what differs behind.
-std::string DdlWriter::KeyPrefix(const Table& table, const Column& column) {
-  const bool isText = column.type.kind == Kind::kMemo;
-  if (dialect_.engine != Engine::kMariaDb || (!isText && column.type.kind != Kind::kBlob)) return {};
-  constexpr std::string_view kHeld = "255";
-  Lost(table.name, column.name, isText ? What::kKeyOfCharacters : What::kKeyOfBytes, {std::string(kHeld), EngineName()});
-  return "(" + std::string(kHeld) + ")";
+/// MariaDB: a primary key holds the beginning of a text or bytes without a length, or of what is too wide for it, and refuses what differs
+/// behind.
+std::string DdlWriter::KeyPrefix(const Table& table, const Index& key, const Column& column) {
+  if (dialect_.engine != Engine::kMariaDb) return {};
+  const bool isLong = column.type.kind == Kind::kMemo || column.type.kind == Kind::kBlob;
+  const int most = MostBytesOfAPart(table, key);
+  if (!isLong && KeyBytes(column.type) <= most) return {};
+  constexpr int kHeldOfLong = 255;
+  const bool isText = column.type.kind == Kind::kMemo || column.type.kind == Kind::kText;
+  const int fitting = most / (isText ? 4 : 1);
+  const std::string held = std::to_string(isLong ? std::min(kHeldOfLong, fitting) : fitting);
+  Lost(table.name, column.name, isText ? What::kKeyOfCharacters : What::kKeyOfBytes, {held, EngineName()});
+  return "(" + held + ")";
 }
 
 /// The primary key, and on MariaDB a key for the counter where it stands at the head of none.
@@ -151,7 +157,7 @@ void DdlWriter::AddKeys(const Table& table, std::vector<std::string>& parts) {
     std::vector<std::string> columns;
     for (const IndexPart& part : key->parts) {
       const Column* column = Find(table.columns, part.column);
-      columns.push_back(ColumnName(table.name, part.column) + (column == nullptr ? "" : KeyPrefix(table, *column)));
+      columns.push_back(ColumnName(table.name, part.column) + (column == nullptr ? "" : KeyPrefix(table, *key, *column)));
     }
     parts.push_back("PRIMARY KEY (" + Joined(columns, ", ") + ")");
   }

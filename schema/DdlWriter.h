@@ -53,7 +53,7 @@ class DdlWriter {
   [[nodiscard]] std::string DefaultText(const Table& table, const Column& column);
   [[nodiscard]] bool CascadesInto(const Table& table, const Column& column) const;
   void AddChecks(const Table& table, const Column& column, std::vector<std::string>& parts);
-  [[nodiscard]] std::string KeyPrefix(const Table& table, const Column& column);
+  [[nodiscard]] std::string KeyPrefix(const Table& table, const Index& key, const Column& column);
   void AddKeys(const Table& table, std::vector<std::string>& parts);
   void NoteRules(const Table& table);
   [[nodiscard]] std::string CommentInside(const Table& table, const std::string& column, const std::string& comment, std::size_t most);
@@ -78,6 +78,8 @@ inline constexpr std::string_view kCounterKey = "autonumber";
 /// Bytes that a column may have in a key of MariaDB, of which a key has kMostKeyBytes; those of a text or bytes without a length are more.
 [[nodiscard]] int KeyBytes(const Type& type);
 inline constexpr int kMostKeyBytes = 3072;
+/// Bytes that each part of the key may have there, so that all fit.
+[[nodiscard]] int MostBytesOfAPart(const Table& table, const Index& key);
 
 /// The primary key; null when there is none.
 [[nodiscard]] const Index* PrimaryKey(const Table& table);

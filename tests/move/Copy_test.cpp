@@ -183,6 +183,32 @@ TEST(CopyToSqlite, HowMuchOfTheDefinitionsIsNotTakenIsSaid) {
       << told;
 }
 
+TEST(CopyToMariaDb, AKeyThatIsTooWideHoldsWhatFits) {
+  const auto source = EngineCalled("postgresql");
+  source->Empty();
+  source->Ask(
+      "CREATE TABLE w (a varchar(600), n int, b varchar(300), PRIMARY KEY (a, n, b)); INSERT INTO w VALUES ('x', 1, 'y'), ('x', 1, 'z');"
+      "CREATE TABLE v (a varchar(768) PRIMARY KEY);\n");
+  const auto target = EngineCalled("mariadb");
+  target->Empty();
+  std::vector<std::string> line{"copy", source->Name(), target->Name(), "--verify", "full"};
+  const auto copied = TamloDb(source->folder, line, kEnvironment);
+  EXPECT_EQ(copied.err, "");
+  EXPECT_EQ(copied.status, 0);
+  EXPECT_EQ(target
+                ->Ask("SELECT column_name, sub_part FROM information_schema.statistics WHERE table_schema = database() ORDER BY "
+                      "table_name, seq_in_index;\n")
+                .out,
+            "a\tNULL\na\t466\nn\tNULL\nb\tNULL\n");
+  target->Empty();
+  line.back() = "--dry-run";
+  line.erase(line.end() - 2);
+  EXPECT_NE(TamloDb(source->folder, line, kEnvironment)
+                .out.find("-- w.a: the primary key holds its first 466 characters alone on MariaDB: rows that differ behind them alone are "
+                          "refused\n"),
+            std::string::npos);
+}
+
 TEST_P(CopyTo, TheReportIsForPrograms) {
   MakeFile(folder_);
   ASSERT_EQ(Copy({"--report", "r.json", "--progress", "log"}).status, 0);
