@@ -112,7 +112,7 @@ TEST_F(MakeAccess, EverythingThatTheDescriptionSaysComesBack) {
       {"itself", "Other", "Other", {{"Id", "Id"}}, true, false, true, true},
       {"loose", "Other", "Other", {{"Id", "Id"}}, false, false, false, false},
   };
-  database.queries = {{"Q", jet::sql::StatementOf(jet::sql::DesignOf("SELECT Id FROM Other").parts, "Q", false), {}}};
+  database.queries = {{"Q", jet::sql::StatementOf(jet::sql::DesignOf("SELECT Id FROM Other").parts, "Q", false), {}, {}}};
   database.links = {{"L", "/tmp/other.MDB", "T"}};
   std::swap(database.relations[0], database.relations[1]);  // by their names without regard to case, as they are read
   std::swap(database.relations[1], database.relations[2]);
@@ -216,7 +216,7 @@ TEST(AccessPlan, WhatIsWrittenInAnotherLanguageIsLeftOffAndTold) {
   database.tables[0].rule = "a <> b";
   database.tables[0].columns[0].rule = "c::int > 0";
   database.tables[0].columns[0].initial = {schema::Default::Kind::kUnknown, "nextval('x')"};
-  database.queries = {{"Q", "SELECT 1", {}}};
+  database.queries = {{"Q", "SELECT 1", {}, {}}};
   const auto plan = PlanAccess(database, schema::Expressions::kForeign);
   EXPECT_THAT(Told(plan.findings),
               ElementsAre("T.C: the default nextval('x') has no equivalent in Access and is left off", "T: the rule a <> b is left off",
