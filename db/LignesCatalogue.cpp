@@ -94,6 +94,15 @@ std::int16_t NumerosChamps::Suivant(std::int16_t sans) const {
   return runtime::Add16(plusHaut->second, 1);
 }
 
+std::int16_t NumerosChamps::PremierLibre() const {
+  std::int16_t libre = 0;
+  const auto estLibre = [&] {
+    return std::none_of(champs.begin(), champs.end(), [&](const auto& champ) { return champ.second == libre; });
+  };
+  while (!estLibre()) ++libre;
+  return libre;
+}
+
 NumerosChamps LitNumerosChamps(DataBase& db, const std::string& table) {
   NumerosChamps numeros;
   if (!db.ExisteTbl(kFldKorv)) return numeros;

@@ -50,6 +50,8 @@ struct NumerosChamps {
   [[nodiscard]] std::optional<std::int16_t> De(const std::string& champ) const;
   /// The number behind the highest one; sans where there is no row.
   [[nodiscard]] std::int16_t Suivant(std::int16_t sans) const;
+  /// The lowest number, from 0, that no row has.
+  [[nodiscard]] std::int16_t PremierLibre() const;
 };
 /// Without rows where the database has no catalog or does not answer: what is written then fails by itself.
 [[nodiscard]] NumerosChamps LitNumerosChamps(DataBase& db, const std::string& table);

@@ -104,7 +104,15 @@ void DbTbl::OublieFld(const std::string& champ, std::int16_t position) {
   if (!numero) numero = LitNumerosChamps(*db_, nom_).De(champ);
   if (!numero) return;
   SupprimeLignes(*db_, kFldKorv, {{"TABLE", nom_}, {"NOM", champ}});
-  RenumeroteChamps(*db_, nom_, *numero);
+  try {
+    RenumeroteChamps(*db_, nom_, *numero);
+    return;
+  } catch (const runtime::Error& erreur) {
+    if (erreur.Number() != runtime::kDuplicateKey) throw;
+  }
+  // Another object has dropped a field since the table was loaded.
+  numerosTroues_ = true;
+  RenumeroteChamps(*db_, nom_, LitNumerosChamps(*db_, nom_).PremierLibre());
 }
 
 std::vector<DbTbl::IndexTouche> DbTbl::IndexSur(const std::string& champ) {

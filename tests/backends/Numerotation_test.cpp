@@ -42,5 +42,20 @@ TEST_P(Numerotation, OfANewTableIsDenseBehindAFieldThatItsDefinitionLost) {
   EXPECT_EQ(base->ListeTbl("UTL").ListeFld("D").No(), 2);
 }
 
+TEST_P(Numerotation, OfAFieldDroppedByAnObjectThatHasNotSeenAnotherOneDropped) {
+  BaseOuverte base(BackendNomme(GetParam()));
+  base.Cree(Table(
+      "UTL",
+      {{"A", ado::adInteger, 4}, {"B", ado::adInteger, 4}, {"C", ado::adInteger, 4}, {"D", ado::adInteger, 4}, {"E", ado::adInteger, 4}}));
+  db::DataBase autre;
+  ASSERT_TRUE(autre.Ouvre(base.Nom(), base.Sur().Kind(), true));
+  base->ListeTbl("UTL").SupFld("B");
+  EXPECT_EQ(runtime::IgnoringErrors([&] { autre.ListeTbl("UTL").SupFld("C"); }).description, "");
+  autre.Ferme();
+  base.Rouvre();
+  EXPECT_EQ(Desaccord(base, "UTL"), "");
+  EXPECT_EQ(base->ListeTbl("UTL").ListeFld("E").No(), 2);
+}
+
 }  // namespace
 }  // namespace tamlo::tests
