@@ -278,6 +278,36 @@ TEST_P(NonTransactional, TablesHoldEachRowBeforeARefusedOneOnce) {
   }
 }
 
+/// Tables whose definition says what is to be done with a row that meets another one.
+class ConflictWords : public OdbcTest {};
+
+TEST_P(ConflictWords, OfATableLoseNoRow) {
+  for (const std::string word : {"IGNORE", "REPLACE", "ROLLBACK"}) {
+    SCOPED_TRACE(word);
+    Execute("CREATE TABLE k (id INTEGER NOT NULL UNIQUE ON CONFLICT " + word + ", nom VARCHAR(20))");
+    Execute("INSERT INTO k VALUES (2, 'avant')");
+    connection.BeginTrans();
+    ado::BulkInsert bulk(connection, "k", {"id", "nom"});
+    for (const std::int32_t id : {1, 2, 3}) bulk.Add(std::array<Variant, 2>{id, "nouveau"});
+    EXPECT_EQ(ErrorOf([&] { bulk.Flush(); }), runtime::kDuplicateKey);
+    EXPECT_EQ(bulk.RefusedRow(), 2);
+    bulk.Flush();
+    connection.CommitTrans();
+    auto rows = Open("SELECT id, nom FROM k");
+    EXPECT_EQ(ErrorOf([&] {
+                rows.AddNew();
+                rows.Fields("id").Value(std::int32_t{2});
+                rows.Update();
+              }),
+              runtime::kDuplicateKey);
+    rows.CancelUpdate();
+    rows.Close();
+    EXPECT_EQ(Scalar("SELECT group_concat(id || nom) FROM (SELECT * FROM k ORDER BY id)"), "1nouveau,2avant,3nouveau");
+    Execute("DROP TABLE k");
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Odbc, ConflictWords, ::testing::Values("SQLite"), [](const auto& which) { return which.param; });
 INSTANTIATE_TEST_SUITE_P(Odbc, NonTransactional, ::testing::Values("MariaDB"), [](const auto& which) { return which.param; });
 INSTANTIATE_TEST_SUITE_P(Odbc, OtherCharacterSet, ::testing::Values("MariaDB"), [](const auto& which) { return which.param; });
 

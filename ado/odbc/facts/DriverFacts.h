@@ -64,7 +64,8 @@ struct WriteFacts {
   bool momentsAreTexts = false;     ///< days and times go as texts: the driver's structures hold less than the backend's values
   bool keepsByteLengths = false;    ///< bytes keep the length of their parameter's first execution: they are bound anew for each
 
-  std::string_view emptyRow = " DEFAULT VALUES";  ///< behind INSERT INTO and the table
+  std::string_view insertWords = "INSERT INTO ";  ///< before the table
+  std::string_view emptyRow = " DEFAULT VALUES";  ///< behind it
   std::string_view lastCounter;                   ///< a query of the counter given last on this connection; empty where there is none
   bool anyNumberCounts = false;                   ///< any column of whole numbers may be a counter
 

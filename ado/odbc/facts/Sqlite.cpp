@@ -40,6 +40,8 @@ void Writes(DriverFacts& facts, const DriverAnswers& driver) {
   facts.keepsAnyTruth = true;
   facts.comparesLongValues = true;
   facts.afterExactText = " = ? COLLATE BINARY";
+  // What a table wants done at a conflict (IGNORE, REPLACE, ROLLBACK) would lose rows without a word.
+  facts.insertWords = "INSERT OR ABORT INTO ";
   facts.batch = BatchMethod::kMultiRowValues;
   facts.batchRows = 200;
   facts.batchParameters = 900;

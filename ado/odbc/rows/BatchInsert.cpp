@@ -274,6 +274,7 @@ void BatchInsert::Hold(std::span<const Variant> row) {
 }
 
 std::string BatchInsert::InsertText(std::size_t rows) const {
+  const std::string insert = std::string(session_->Facts().insertWords) + tableText_;
   std::string names;
   std::string marks;
   for (const auto& column : columns_) {
@@ -282,9 +283,9 @@ std::string BatchInsert::InsertText(std::size_t rows) const {
     marks += marks.empty() ? "?" : ",?";
   }
   if (names.empty()) {
-    return "INSERT INTO " + tableText_ + std::string(session_->Facts().emptyRow);
+    return insert + std::string(session_->Facts().emptyRow);
   }
-  std::string sql = "INSERT INTO " + tableText_ + " (" + names + ") VALUES (" + marks + ")";
+  std::string sql = insert + " (" + names + ") VALUES (" + marks + ")";
   for (std::size_t i = 1; i < rows; ++i) sql += ",(" + marks + ")";
   return sql;
 }

@@ -106,7 +106,7 @@ bool RowWriter::HasKey(std::span<const std::optional<Variant>> known) {
 }
 
 void RowWriter::Insert(std::span<const Assignment> values) {
-  std::string sql = "INSERT INTO " + table_.text;
+  std::string sql = std::string(session_->Facts().insertWords) + table_.text;
   if (values.empty()) {
     sql += session_->Facts().emptyRow;
   } else {
