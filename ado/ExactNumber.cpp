@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "base/Numbers.h"
+#include "runtime/Error.h"
 #include "runtime/Text.h"
 
 namespace tamlo::ado {
@@ -95,6 +96,18 @@ std::optional<ExactNumber> ExactNumber::Of(const Variant& value) {
     return number;
   }
   return std::nullopt;
+}
+
+std::string ExactNumber::Text() const {
+  constexpr std::int64_t kMostPlaces = 400;
+  if (sign == 0) return "0";
+  const auto count = static_cast<std::int64_t>(digits.size());
+  if (point > kMostPlaces || count - point > kMostPlaces) throw runtime::Error(runtime::kOverflow);
+  std::string text = sign < 0 ? "-" : "";
+  if (point <= 0) return text + "0." + std::string(static_cast<std::size_t>(-point), '0') + digits;
+  if (point >= count) return text + digits + std::string(static_cast<std::size_t>(point - count), '0');
+  const auto whole = static_cast<std::size_t>(point);
+  return text + digits.substr(0, whole) + "." + digits.substr(whole);
 }
 
 std::strong_ordering operator<=>(const ExactNumber& a, const ExactNumber& b) {

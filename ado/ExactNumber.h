@@ -22,6 +22,10 @@ struct ExactNumber {
   /// The number that a value is; a boolean is -1 or 0, a date its days. None for other values, texts among them, and for what is no number.
   [[nodiscard]] static std::optional<ExactNumber> Of(const runtime::Variant& value);
 
+  /// All its digits, with "." before the decimals and "-" in front, without an exponent: "0" for zero. Error 6 beyond 400 places on either side
+  /// of the point.
+  [[nodiscard]] std::string Text() const;
+
   friend std::strong_ordering operator<=>(const ExactNumber& a, const ExactNumber& b);
   friend bool operator==(const ExactNumber& a, const ExactNumber& b) = default;
 };

@@ -161,7 +161,7 @@ Status Conclude(const Asked& asked, const move::Plan& plan, const move::Outcome&
 /// Where a copy goes, and what it makes there.
 struct Destination {
   Opened opened;
-  std::unique_ptr<ado::Connection> rows;  // into a file
+  std::unique_ptr<ado::Connection> rows;  // into a file; null where they go through opened
   std::unique_ptr<move::Target> target;
 };
 
@@ -198,11 +198,11 @@ Destination OpenDestination(const Asked& asked, const Making& making, const sche
   if (making.engine == schema::Engine::kAccess && !std::filesystem::exists(base::FilePath(address.file), ignored))
     (void)jet::Database::Create(address.file, {}, {.password = OwnPassword(*asked.toLogin)});
   there.opened = Open(asked.to, *asked.toLogin, Access::kWrite);
+  there.rows = OpenForRows(there.opened);
   if (!there.opened.file) {
-    there.target = move::SqlTarget(making.engine, *there.opened.connection);
+    there.target = move::SqlTarget(making.engine, there.rows ? *there.rows : *there.opened.connection);
     return there;
   }
-  there.rows = OpenAgain(there.opened, Access::kWrite);
   there.target = move::AccessTarget(*there.opened.file, *there.rows, wanted, making.file);
   return there;
 }

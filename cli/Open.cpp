@@ -158,6 +158,21 @@ std::unique_ptr<ado::Connection> OpenAgain(const Opened& opened, Access access) 
   return connection;
 }
 
+std::unique_ptr<ado::Connection> OpenForRows(const Opened& opened) {
+  if (opened.file) return OpenAgain(opened, Access::kWrite);
+  if (opened.engine != schema::Engine::kSqlite || opened.address.file.empty()) return nullptr;
+  auto connection = std::make_unique<ado::Connection>();
+  try {
+    connection->Provider("SQLITE");
+    connection->CommandTimeout(0);
+    connection->Open("Data Source=" + ado::Quoted(opened.address.file));
+  } catch (const runtime::Error& error) {
+    if (error.Number() == runtime::kProviderNotFound) return nullptr;
+    CannotOpen(opened.address, ServerText(error));
+  }
+  return connection;
+}
+
 Opened Open(const std::string& name, const Login& login, Access access) {
   Opened opened;
   opened.address = AddressOf(name);

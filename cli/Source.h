@@ -35,6 +35,10 @@ struct Opened {
 /// The same database by one more connection, an Access file too; nobody is asked for a password again. Failure as Open.
 [[nodiscard]] std::unique_ptr<ado::Connection> OpenAgain(const Opened& opened, Access access);
 
+/// A connection of its own for writing many rows, of files: Access ones by our engine, SQLite's by SQLite's own interface where this build has it. Null
+/// for all else: the rows then go through the one that there is. Failure as Open.
+[[nodiscard]] std::unique_ptr<ado::Connection> OpenForRows(const Opened& opened);
+
 /// Opens an Access file, for reading unless it is to be changed. Where it wants a password and none is given, a person is asked. used: becomes
 /// the password. Failure with kCannotOpen, naming the file and why.
 [[nodiscard]] std::unique_ptr<jet::Database> OpenFile(const std::string& name, bool toWrite = false, const Login& login = {},

@@ -4,7 +4,7 @@ include(CMakePackageConfigHelpers)
 
 # In the order in which the linker wants static ones.
 set(TAMLO_LIBRARIES)
-foreach(library tamlo_fournisseurs tamlo_ado_jet jet_sql jet tamlo_ado_odbc tamlo_db tamlo_pompe tamlo_support tamlo_ui tamlo_ado tamlo_runtime tamlo_base)
+foreach(library tamlo_fournisseurs tamlo_ado_jet tamlo_ado_sqlite jet_sql jet tamlo_ado_odbc tamlo_db tamlo_pompe tamlo_support tamlo_ui tamlo_ado tamlo_runtime tamlo_base)
   if(TARGET ${library})
     list(APPEND TAMLO_LIBRARIES ${library})
   endif()

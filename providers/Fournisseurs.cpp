@@ -4,6 +4,9 @@
 #ifdef TAMLO_JET
 #include "ado/jet/JetProvider.h"
 #endif
+#ifdef TAMLO_SQLITE
+#include "ado/sqlite/SqliteProvider.h"
+#endif
 
 namespace tamlo::providers {
 
@@ -11,6 +14,9 @@ void EnregistreFournisseurs() {
   ado::odbc::RegisterOdbcProviders();
 #ifdef TAMLO_JET
   ado::jetprovider::RegisterJetProvider();
+#endif
+#ifdef TAMLO_SQLITE
+  ado::sqlite::RegisterSqliteProvider();
 #endif
 }
 

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <sqlite3.h>
+
+#include <string>
+
+#include "ado/Types.h"
+#include "ado/sqlite/Affinity.h"
+
+namespace tamlo::ado::sqlite {
+
+/// A column into which values go.
+struct TargetColumn {
+  std::string name;
+  Affinity affinity = Affinity::kNone;
+  bool truth = false;
+
+  TargetColumn(std::string columnName, std::string_view declaredType)
+      : name(std::move(columnName)), affinity(AffinityOf(declaredType)), truth(IsTruth(declaredType)) {}
+};
+
+/// Gives a statement its parameter number `place` (from 1) as the column keeps it: a null for Empty and Null, days as
+/// YYYY-MM-DD HH:MM:SS[.mmm], exact numbers in digits. The value must outlive the statement's run. Error kProviderFailure, naming the column,
+/// for what would stand there as another one: exact numbers of more than 15 digits among numbers, what is no number, days that are not to be
+/// written, bytes that are no characters.
+void Bind(sqlite3_stmt* statement, int place, const TargetColumn& column, const Variant& value);
+
+}  // namespace tamlo::ado::sqlite
