@@ -16,6 +16,7 @@ namespace tamlo::ado::jetprovider {
 namespace {
 
 constexpr std::size_t kLongestAhead = 128;
+constexpr std::uint64_t kLongestHeld = 4096;  // bytes of a long value that is read ahead
 
 bool IsLong(const jet::sql::ColumnInfo& column) {
   return column.type.type == jet::ColumnType::kMemo || column.type.type == jet::ColumnType::kOle;
@@ -34,6 +35,7 @@ TableRowset::TableRowset(JetConnection& connection, std::shared_ptr<const jet::s
     fields_.push_back(Described(column.name, column.type));
   }
   values_.resize(fields_.size());
+  asked_.resize(fields_.size());
   seen_.resize(fields_.size());
   readers_.resize(fields_.size());
   chunkAt_.resize(fields_.size());
@@ -159,13 +161,34 @@ void TableRowset::KeepAhead(jet::RowId id) {
   if (walk_) row.key.assign(walk_->Key().begin(), walk_->Key().end());
   row.values.resize(fields_.size());
   ReadShort(row.values);
+  HoldLong(row.values);
   ahead_.rows.push_back(std::move(row));
 }
 
 void TableRowset::ReadShort(std::vector<Variant>& values) {
   for (std::size_t i = 0; i < fields_.size(); ++i) {
-    if (!IsLong(table_->columns[i])) ReadColumn(row_, i, table_->columns[i].type.type, values[i]);
+    if (IsLong(table_->columns[i])) {
+      values[i] = Variant();
+    } else {
+      ReadColumn(row_, i, table_->columns[i].type.type, values[i]);
+    }
   }
+}
+
+void TableRowset::HoldLong(std::vector<Variant>& values) {
+  for (std::size_t i = 0; i < fields_.size(); ++i) {
+    if (!asked_[i] || row_.StoredLength(i) > kLongestHeld) continue;
+    try {
+      ReadColumn(row_, i, table_->columns[i].type.type, values[i]);
+    } catch (const jet::Error&) {
+      values[i] = Variant();  // told to who asks for it
+    }
+  }
+}
+
+bool TableRowset::IsHeld(std::size_t field) {
+  if (!id_ || values_[field].IsEmpty() || version_ != ahead_.version) return false;
+  return connection_.Changes() == ahead_.changes && table_->database->NothingSince(version_);
 }
 
 bool TableRowset::Take(jet::RowId id) {
@@ -195,9 +218,14 @@ bool TableRowset::Refresh() {
 Variant TableRowset::Value(std::size_t field) {
   SeeRollbacks();
   if (!IsLong(table_->columns[field])) return values_[field];
+  asked_[field] = true;
   return OnEngine([&] {
     Variant value = runtime::Null{};
     if (!id_) return value;
+    if (IsHeld(field)) {
+      seen_[field] = true;
+      return values_[field];
+    }
     const jet::Database::ReadScope scope(*table_->database);
     jet::sql::RequireCurrent(*table_);
     const jet::Table::RowTest isStillRead = IsStillRead();
@@ -212,7 +240,10 @@ Variant TableRowset::Value(std::size_t field) {
 std::size_t TableRowset::ReadChunk(std::size_t field, std::byte* buffer, std::size_t capacity) {
   SeeRollbacks();
   if (!IsLong(table_->columns[field]) || capacity < 8) return PieceOf(Value(field), chunkAt_[field], buffer, capacity);
+  asked_[field] = true;
   return OnEngine([&]() -> std::size_t {
+    if (readers_[field] == nullptr && (chunkAt_[field] > 0 || IsHeld(field)))
+      return PieceOf(values_[field], chunkAt_[field], buffer, capacity);
     if (readers_[field] == nullptr && id_) {
       jet::sql::RequireCurrent(*table_);
       bool found = false;

@@ -44,7 +44,8 @@ class TableRowset final : public ProviderRowset {
     ~AtRest();
   };
 
-  /// A row that was read before it is reached: its place in the walk and its short values.
+  /// A row that was read before it is reached: its place in the walk, its short values, and of the long ones that are not very long those in
+  /// columns that were asked for before; the others are Empty.
   struct AheadRow {
     jet::RowId id;
     std::vector<std::byte> key;  // of the index' entry
@@ -76,6 +77,10 @@ class TableRowset final : public ProviderRowset {
   void KeepAhead(jet::RowId id);
   /// The values of row_ but the long ones.
   void ReadShort(std::vector<Variant>& values);
+  /// Its long values that are to be read ahead.
+  void HoldLong(std::vector<Variant>& values);
+  /// Whether a long value of the current row stands in values_ as it is in the file.
+  [[nodiscard]] bool IsHeld(std::size_t field);
   /// Forgets where the walk is and what it has given; others begin behind it.
   void BeginWalk();
   /// Reads the current row again when something was rolled back since the last look; error 3021 when it is gone by that.
@@ -106,7 +111,8 @@ class TableRowset final : public ProviderRowset {
   std::optional<jet::IndexCursor> walk_;
   std::optional<jet::RowId> id_;
   std::vector<Variant> values_;
-  std::vector<bool> seen_;  // a long value that was read of the current row and stands in values_
+  std::vector<bool> asked_;  // long values of any row that were read by who uses this
+  std::vector<bool> seen_;   // a long value that was read of the current row and stands in values_
   std::vector<std::unique_ptr<jet::LongValueReader>> readers_;
   std::vector<std::size_t> chunkAt_;
   jet::Row row_;

@@ -172,6 +172,103 @@ TEST_F(JetReadAhead, WhatIsAddedBehindTheLastRowIsMet) {
   }
 }
 
+/// Long values that are not very long come with their rows, once they are asked for.
+class JetLongReadAhead : public JetReadAhead {
+ protected:
+  void SetUp() override {
+    JetReadAhead::SetUp();
+    connection.Execute("CREATE TABLE L (ID LONG CONSTRAINT PK PRIMARY KEY, M MEMO, O LONGBINARY, S MEMO)");
+    Recordset rows;
+    rows.Open("L", &connection, adOpenKeyset, adLockOptimistic, adCmdTableDirect);
+    connection.BeginTrans();
+    for (std::int32_t i = 1; i <= 600; ++i) {
+      rows.AddNew();
+      rows.Fields("ID").Value(i);
+      if (i % 3 != 0) rows.Fields("M").Value(Memo(i));
+      rows.Fields("S").Value("jamais");
+      rows.Update();
+    }
+    connection.CommitTrans();
+  }
+  static std::string Memo(int i) { return i % 100 == 0 ? std::string(90000, 'M') : "é" + std::string(static_cast<std::size_t>(i), 'm'); }
+  static std::string InPieces(const Field& field) {
+    std::string all;
+    std::byte piece[100];
+    while (const std::size_t read = field.ReadChunk(piece, sizeof piece)) all.append(reinterpret_cast<const char*>(piece), read);
+    return all;
+  }
+};
+
+TEST_F(JetLongReadAhead, WalksTakeFewLocks) {
+  OpenRequest request;
+  request.connectionString = path;
+  jetprovider::JetConnection native(request);
+  RowsetRequest asked;
+  asked.source = "L";
+  asked.options = adCmdTableDirect;
+  for (const bool inPieces : {false, true}) {
+    const auto rows = native.OpenRowset(asked);
+    const std::uint64_t before = native.Database().Count().stretches;
+    int i = 0;
+    for (bool on = rows->MoveFirst(); on; on = rows->MoveNext()) {
+      ++i;
+      std::byte piece[64];
+      const bool isNull = i % 3 == 0;
+      if (inPieces) {
+        ASSERT_EQ(rows->ReadChunk(1, piece, sizeof piece) > 0, !isNull);
+      } else {
+        ASSERT_EQ(rows->Value(1), isNull ? Variant(runtime::Null{}) : Variant(Memo(i)));
+      }
+    }
+    EXPECT_EQ(i, 600);
+    EXPECT_LT(native.Database().Count().stretches - before, 60U);
+  }
+}
+
+TEST_F(JetLongReadAhead, ArriveWholeInPiecesAndAtOnce) {
+  Recordset rows;
+  rows.Open("L", &connection, adOpenForwardOnly, adLockReadOnly, adCmdTableDirect);
+  for (int i = 1; !rows.Eof(); rows.MoveNext(), ++i) {
+    const std::string memo = i % 3 == 0 ? "" : Memo(i);
+    ASSERT_EQ(InPieces(rows.Fields("M")), memo);
+    ASSERT_EQ(InPieces(rows.Fields("M")), memo) << "from the beginning again";
+    ASSERT_EQ(rows.Fields("M").Value(), i % 3 == 0 ? Variant(runtime::Null{}) : Variant(memo));
+    ASSERT_EQ(rows.Fields("O").Value(), Variant(runtime::Null{}));
+  }
+}
+
+TEST_F(JetLongReadAhead, WhatAnybodyChangesIsSeen) {
+  Recordset rows;
+  rows.Open("L", &connection, adOpenKeyset, adLockOptimistic, adCmdTableDirect);
+  for (int i = 1; i < 200; ++i, rows.MoveNext()) ASSERT_EQ(InPieces(rows.Fields("M")), i % 3 == 0 ? "" : Memo(i));
+  rows.MoveNext();
+  ASSERT_EQ(Text(rows, "ID"), "201");
+  EXPECT_TRUE(rows.Fields("M").Value().IsNull());
+  other.Execute("UPDATE L SET M='neu' WHERE ID IN (201, 202)");
+  EXPECT_EQ(Text(rows, "M"), "neu") << "of the row stood on, when it is asked for";
+  rows.MoveNext();
+  EXPECT_EQ(InPieces(rows.Fields("M")), "neu");
+  for (int i = 202; i < 300; ++i, rows.MoveNext()) (void)rows.Fields("M").Value();
+  connection.Execute("UPDATE L SET M='ici' WHERE ID BETWEEN 300 AND 301");
+  EXPECT_EQ(Text(rows, "M"), "ici");
+  connection.BeginTrans();
+  connection.Execute("UPDATE L SET M='fort' WHERE ID = 301");
+  rows.MoveNext();
+  EXPECT_EQ(Text(rows, "M"), "fort");
+  connection.RollbackTrans();
+  EXPECT_EQ(Text(rows, "M"), "ici");
+  // A value that was read is compared when the row is written, one that only came along is not.
+  other.Execute("UPDATE L SET S='autre' WHERE ID = 301");
+  rows.Fields("S").Value("ma valeur");
+  rows.Update();
+  EXPECT_EQ(Text(rows, "S"), "ma valeur");
+  EXPECT_EQ(Text(rows, "M"), "ici");
+  other.Execute("UPDATE L SET M='autre' WHERE ID = 301");
+  rows.Fields("M").Value("la mienne");
+  EXPECT_EQ(runtime::IgnoringErrors([&] { rows.Update(); }).number, runtime::kChangedByAnother);
+  rows.CancelUpdate();
+}
+
 TEST_F(JetReadAhead, TheRowsBeforeADamagedPageComeFirst) {
   std::streamoff at = 0;
   int first = 600;  // row of the damaged page
