@@ -38,6 +38,12 @@ std::int16_t FieldTypeOf(std::string_view declaredType) {
   return type.empty() ? adVarWChar : adLongVarBinary;
 }
 
+bool SaysNumber(std::string_view declaredType) {
+  const std::string type = base::UpperCase(declaredType);
+  return IsTruth(type) || HasOneOf(type, {"INT", "REAL", "FLOA", "DOUB", "DEC", "NUM", "MONEY", "CURRENCY", "BYTE", "LONG", "SHORT",
+                                          "SINGLE", "DATE", "TIME", "YEAR", "COUNTER", "SERIAL"});
+}
+
 bool IsTruth(std::string_view declaredType) {
   const std::string type = base::UpperCase(declaredType);
   return type.starts_with("BOOL") || type.starts_with("BIT");

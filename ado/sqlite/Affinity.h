@@ -18,6 +18,8 @@ enum class Affinity : std::uint8_t {
 [[nodiscard]] Affinity AffinityOf(std::string_view declaredType);
 /// The type of a field with which such a column is shown.
 [[nodiscard]] std::int16_t FieldTypeOf(std::string_view declaredType);
+/// Whether the words mean numbers, truth values or days; SQLite makes numbers of texts in columns of other types too ("STRING").
+[[nodiscard]] bool SaysNumber(std::string_view declaredType);
 /// Whether truth values stand in the column as 1 and 0; else as the numbers -1 and 0.
 [[nodiscard]] bool IsTruth(std::string_view declaredType);
 

@@ -27,8 +27,6 @@ Session::Session(const std::string& path) {
     throw runtime::Error(error);
   }
   sqlite3_busy_timeout(database_, kWaitsMilliseconds);
-  // What stands between double quotes is a name, and never a text.
-  sqlite3_db_config(database_, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
   sqlite3_db_config(database_, SQLITE_DBCONFIG_ENABLE_FKEY, 1, nullptr);
 }
 
@@ -58,7 +56,8 @@ Statement Session::Prepare(std::string_view sql) const {
   return statement;
 }
 
-bool Session::Step(const Statement& statement) const {
+bool Session::Step(const Statement& statement, std::int32_t timeoutSeconds) {
+  const Limit limit(*this, timeoutSeconds);
   const int code = sqlite3_step(statement.get());
   if (code == SQLITE_ROW) return true;
   if (code == SQLITE_DONE) return false;
@@ -67,33 +66,43 @@ bool Session::Step(const Statement& statement) const {
   throw error;
 }
 
-void Session::Limit(std::int32_t seconds) {
-  if (seconds <= 0) {
-    sqlite3_progress_handler(database_, 0, nullptr, nullptr);
-    return;
-  }
+Session::Limit::Limit(Session& session, std::int32_t seconds) : session_(session), isSet_(seconds > 0) {
+  if (!isSet_) return;
   deadline_ = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
-  const auto isLate = [](void* session) { return std::chrono::steady_clock::now() > static_cast<Session*>(session)->deadline_ ? 1 : 0; };
-  sqlite3_progress_handler(database_, kStepsBetweenLooks, isLate, this);
+  const auto isLate = [](void* limit) { return std::chrono::steady_clock::now() > static_cast<Limit*>(limit)->deadline_ ? 1 : 0; };
+  sqlite3_progress_handler(session_.database_, kStepsBetweenLooks, isLate, this);
+}
+
+Session::Limit::~Limit() {
+  if (isSet_) sqlite3_progress_handler(session_.database_, 0, nullptr, nullptr);
 }
 
 std::int64_t Session::Run(std::string_view sql, std::int32_t timeoutSeconds) {
   const Statement statement = Prepare(sql);
-  const std::int64_t before = sqlite3_total_changes64(database_);
-  Limit(timeoutSeconds);
+  const std::int64_t before = TotalChanges();
+  const Limit limit(*this, timeoutSeconds);
   while (Step(statement)) {
   }
-  return sqlite3_total_changes64(database_) == before ? 0 : Changes();
+  return TotalChanges() == before ? 0 : sqlite3_changes64(database_);
 }
 
 std::string Session::DeclaredType(const std::string& table, const std::string& column) const {
   const char* type = nullptr;
   const int code =
       sqlite3_table_column_metadata(database_, nullptr, table.c_str(), column.c_str(), &type, nullptr, nullptr, nullptr, nullptr);
-  if (code == SQLITE_ERROR) throw AdoError(runtime::kItemNotFound, table + "." + column);
-  if (code != SQLITE_OK) throw Failure(code, false);
-  return type == nullptr ? std::string() : std::string(type);
+  if (code == SQLITE_OK) return Plain(type);
+  if (code != SQLITE_ERROR) throw Failure(code, false);
+  // Views are no tables here. Between brackets a name is never taken for a text.
+  if (column.find(']') != std::string::npos) throw AdoError(runtime::kItemNotFound, table + "." + column);
+  try {
+    const Statement shown = Prepare("SELECT [" + column + "] FROM " + Quoted(table));
+    return Plain(sqlite3_column_decltype(shown.get(), 0));
+  } catch (const runtime::Error&) {
+    throw AdoError(runtime::kItemNotFound, table + "." + column);
+  }
 }
+
+std::string Plain(const char* text) { return text == nullptr ? std::string() : std::string(text); }
 
 std::string Quoted(std::string_view name) {
   std::string quoted = "\"";

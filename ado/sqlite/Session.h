@@ -29,26 +29,40 @@ class Session {
 
   /// Error kStatementRefused or kNoSuchTable; kBadArguments for a text of no statement, or of several.
   [[nodiscard]] Statement Prepare(std::string_view sql) const;
-  /// Goes on to the next row; false at the end. Behind an error the statement stands before its first row again.
-  bool Step(const Statement& statement) const;
+  /// Goes on to the next row, in so many seconds at most (0: in any time), or else error kTimeout; false at the end. Behind an error the statement
+  /// stands before its first row again.
+  bool Step(const Statement& statement, std::int32_t timeoutSeconds = 0);
   /// Runs a statement to its end, throwing away the rows that it gives. Rows affected.
   std::int64_t Run(std::string_view sql, std::int32_t timeoutSeconds = 0);
-  /// Ends what runs, from so many seconds from now on, by error kTimeout; 0: never.
-  void Limit(std::int32_t seconds);
 
   /// Whether a transaction is open: SQLite ends one by itself when there is no room, or as a table or trigger wants it.
   [[nodiscard]] bool InTransaction() const noexcept { return sqlite3_get_autocommit(database_) == 0; }
-  /// Rows that the last INSERT, UPDATE or DELETE changed itself.
-  [[nodiscard]] std::int64_t Changes() const noexcept { return sqlite3_changes64(database_); }
-  /// The type with which a column was declared, blank where there is none. Error 3265 for no such table or column.
+  /// Rows that all statements have changed so far, those of triggers too.
+  [[nodiscard]] std::int64_t TotalChanges() const noexcept { return sqlite3_total_changes64(database_); }
+  /// The type with which a column of a table or view was declared, blank where there is none. Error 3265 for no such one.
   [[nodiscard]] std::string DeclaredType(const std::string& table, const std::string& column) const;
 
  private:
+  /// As long as it lives nothing runs for longer than so many seconds; 0: any time.
+  class Limit {
+   public:
+    Limit(Session& session, std::int32_t seconds);
+    ~Limit();
+    Limit(const Limit&) = delete;
+    Limit& operator=(const Limit&) = delete;
+
+   private:
+    Session& session_;
+    bool isSet_;
+    std::chrono::steady_clock::time_point deadline_;
+  };
   [[nodiscard]] runtime::Error Failure(int code, bool whenPrepared) const;
 
   sqlite3* database_ = nullptr;
-  std::chrono::steady_clock::time_point deadline_;
 };
+
+/// What SQLite gives as a text; blank for none.
+[[nodiscard]] std::string Plain(const char* text);
 
 /// A name as it stands in a statement.
 [[nodiscard]] std::string Quoted(std::string_view name);

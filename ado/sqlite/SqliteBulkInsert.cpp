@@ -32,9 +32,10 @@ std::string InsertText(const std::string& table, const std::vector<std::string>&
 }
 
 void AddRow(Session& session, const Statement& insert) {
+  const std::int64_t before = session.TotalChanges();
   (void)session.Step(insert);
   sqlite3_reset(insert.get());
-  if (session.Changes() == 1) return;
+  if (session.TotalChanges() != before) return;
   const std::string text = "the table has not taken the row";
   runtime::Error error(runtime::kProviderFailure, text, "sqlite");
   throw error.WithDiagnostics({{"23000", SQLITE_CONSTRAINT, text}});

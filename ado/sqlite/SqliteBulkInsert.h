@@ -44,7 +44,7 @@ class SqliteBulkInsert final : public ProviderBulkInsert {
 /// The statement that adds a row of these columns to a table, with a parameter for each.
 [[nodiscard]] std::string InsertText(const std::string& table, const std::vector<std::string>& columns);
 /// Runs the statement, whose parameters are bound, and takes them off again. Error kProviderFailure, as of a constraint, when a trigger has left
-/// the row out.
+/// the row out and nothing was written.
 void AddRow(Session& session, const Statement& insert);
 
 }  // namespace tamlo::ado::sqlite

@@ -14,8 +14,6 @@
 namespace tamlo::ado::sqlite {
 namespace {
 
-std::string Plain(const char* text) { return text == nullptr ? std::string() : std::string(text); }
-
 std::string StatementOf(const RowsetRequest& request) {
   const bool isTable = request.options == adCmdTable || request.options == adCmdTableDirect;
   return isTable ? "SELECT * FROM " + Quoted(request.source) : request.source;
@@ -62,9 +60,9 @@ void SqliteRowset::Describe() {
 }
 
 void SqliteRowset::RunWhole(std::int64_t* affected) {
-  session_->Limit(timeoutSeconds_);
-  (void)session_->Step(statement_);
-  if (affected != nullptr) *affected = session_->Changes();
+  const std::int64_t before = session_->TotalChanges();
+  (void)session_->Step(statement_, timeoutSeconds_);
+  if (affected != nullptr) *affected = session_->TotalChanges() - before;
 }
 
 bool SqliteRowset::MoveFirst() {
@@ -76,8 +74,7 @@ bool SqliteRowset::MoveFirst() {
 bool SqliteRowset::MoveNext() {
   onRow_ = false;
   if (atEnd_) return false;
-  session_->Limit(timeoutSeconds_);
-  onRow_ = session_->Step(statement_);
+  onRow_ = session_->Step(statement_, timeoutSeconds_);
   atEnd_ = !onRow_;
   chunkOffset_ = 0;
   return onRow_;

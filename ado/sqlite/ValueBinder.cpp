@@ -42,9 +42,11 @@ void CheckDigits(const TargetColumn& column, std::string_view text) {
   if (text.find_first_not_of("0123456789+-.eE ") != std::string_view::npos) return;
   const auto number = ExactNumber::Read(text);
   if (!number) return;
+  const auto whole = base::ReadWhole<std::int64_t>(text);
+  if (!column.number && (!whole || std::to_string(*whole) != text)) Refuse(column, "est un texte dont la base ferait un nombre");
   if (number->point > kLargestPower) Refuse(column, "est trop grande pour un nombre");
   if (number->digits.size() <= kDigitsOfDouble) return;
-  if (column.affinity == Affinity::kNumeric && base::ReadWhole<std::int64_t>(text)) return;
+  if (column.affinity == Affinity::kNumeric && whole) return;
   Refuse(column, "a " + std::to_string(number->digits.size()) + " chiffres, et la base n'en garde que " + std::to_string(kDigitsOfDouble));
 }
 

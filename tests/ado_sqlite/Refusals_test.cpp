@@ -25,7 +25,8 @@ TEST_F(SqliteRefusals, WhatWouldBecomeAnotherValue) {
   const std::string digits = "ligne 1 : La valeur du champ v a 20 chiffres, et la base n'en garde que 15.";
   EXPECT_EQ(Said("DECIMAL(30,10)", runtime::Decimal{"1234567890.1234567891"}), digits);
   EXPECT_EQ(Said("NUMERIC", "12345678901234567891"), digits);
-  EXPECT_EQ(Said("STRING", "12345678901234567891"), digits);
+  const std::string text = "ligne 1 : La valeur du champ v est un texte dont la base ferait un nombre.";
+  for (const char* one : {"12345678901234567891", "007", "1.50", " 7", "1e3", "-0"}) EXPECT_EQ(Said("STRING", one), text) << one;
   EXPECT_EQ(Said("DOUBLE", std::int64_t{9007199254740993}), "ligne 1 : La valeur du champ v a 16 chiffres, et la base n'en garde que 15.");
   EXPECT_EQ(Said("NUMERIC", "1e400"), "ligne 1 : La valeur du champ v est trop grande pour un nombre.");
   EXPECT_EQ(Said("TEXT", "a\xFFz"), "ligne 1 : La valeur du champ v contient des octets qui ne sont pas un caractère.");
