@@ -13,6 +13,14 @@
 namespace tamlo::cli {
 namespace {
 
+const char* FormatOf(const jet::Database& file) {
+  if (file.Release() >= 6) return "Access 2019 (.accdb)";
+  if (file.Release() == 5) return "Access 2016 (.accdb)";
+  if (file.Release() >= 3) return "Access 2010 (.accdb)";
+  if (file.Release() != 0) return "Access 2007 (.accdb)";
+  return file.FormatVersion() == 3 ? "Access 97 (Jet 3)" : "Access 2000-2003 (Jet 4)";
+}
+
 struct Asked {
   std::string database;
   std::string format = "table";
@@ -56,7 +64,7 @@ Lines FileLines(jet::Database* file, const Asked& asked) {
     queries += object.kind == jet::ObjectKind::kQuery && !object.name.starts_with('~') ? 1 : 0;
     links += object.kind == jet::ObjectKind::kJetLink || object.kind == jet::ObjectKind::kOdbcLink ? 1 : 0;
   }
-  const auto format = file->FormatVersion() == 3 ? "Access 97 (Jet 3)" : "Access 2000-2003 (Jet 4)";
+  const auto format = FormatOf(*file);
   Lines lines{{Said::kLabelFile, jet::Value(file->Path())},
               {Said::kLabelFormat, jet::Value(format)},
               {Said::kLabelSize, Whole(std::filesystem::file_size(base::FilePath(asked.database)))},

@@ -303,6 +303,9 @@ void CompactInto(Database& source, const std::string& newPath, const Protection&
   options.fileSystem = &files;
   options.cacheBytes = source.Internals().cacheBytes;
   const FileHeader& header = source.Internals().header;
+  if (header.release != 0)
+    throw Error(ErrorCode::kUnsupported,
+                "\"" + source.Path() + "\" is a database of Access 2007 or later (.accdb): it cannot be compacted");
   const bool french = header.version != 3 && TextOrderOf(header.sortLanguage, header.sortVersion) == TextOrder::kFrench;
   Sharing::RequireName(newPath);
   CreateEmptyFile(*options.fileSystem, newPath,

@@ -137,7 +137,7 @@ std::unique_ptr<Database> Database::Open(const std::string& path, const OpenOpti
   std::vector<std::byte> start(FileHeader::kSize);
   start.resize(opened.file->Read(0, start));
   engine->header = FileHeader::Read(start, path);  // before anything is written beside a file that is not ours
-  if (engine->header.version == 3) opened.readOnly = true;
+  if (engine->header.version == 3 || engine->header.release != 0) opened.readOnly = true;
   const std::string& real = engine->realPath = files.RealPath(path);
   Sharing::RequireName(real);
   RequireOneName(*opened.file, path);
@@ -167,6 +167,7 @@ bool Database::IsAt(const std::string& path) const {
 }
 
 int Database::FormatVersion() const noexcept { return engine_->header.version; }
+int Database::Release() const noexcept { return engine_->header.release; }
 bool Database::ReadOnly() const noexcept { return engine_->readOnly; }
 bool Database::Encoded() const noexcept { return engine_->header.encryptionKey != 0; }
 

@@ -70,7 +70,10 @@ class Database {
   [[nodiscard]] bool IsAt(const std::string& path) const;
   /// 3 for Access 97 files, 4 for Access 2000 to 2003.
   [[nodiscard]] int FormatVersion() const noexcept;
-  /// True when nothing can be written: opened so, or a Jet 3 file.
+  /// Of an .accdb, whose format is else 4, the lowest release that knows all that is in it: 2 for Access 2007, 3 for 2010, 5 for 2016, 6 for 2019. 0 for
+  /// an .mdb.
+  [[nodiscard]] int Release() const noexcept;
+  /// True when nothing can be written: opened so, a Jet 3 file, or an .accdb.
   [[nodiscard]] bool ReadOnly() const noexcept;
   /// True when opening the file takes a password now.
   [[nodiscard]] bool HasPassword();

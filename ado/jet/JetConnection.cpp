@@ -206,7 +206,8 @@ void JetConnection::Backup(const std::string& path) {
 }
 
 std::optional<Variant> JetConnection::Property(const std::string& upperName) const {
-  if (upperName == "JET OLEDB:ENGINE TYPE") return Variant(static_cast<std::int32_t>(database_->FormatVersion() == 3 ? 4 : 5));
+  if (upperName == "JET OLEDB:ENGINE TYPE")
+    return Variant(static_cast<std::int32_t>(database_->Release() != 0 ? 6 : database_->FormatVersion() == 3 ? 4 : 5));
   if (upperName == "JET OLEDB:ENCRYPT DATABASE") return Variant(database_->Encoded());
   if (upperName == "JET OLEDB:MAX LOCKS PER FILE") return Variant(maxLocks_);
   if (upperName == "LOCK WAIT") return Variant(lockWait_);

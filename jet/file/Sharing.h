@@ -8,7 +8,7 @@
 
 namespace jet {
 
-/// Keeps the processes that have one database open out of each other's way, by the lock file beside it (".ldb").
+/// Keeps the processes that have one database open out of each other's way, by the lock file beside it (".ldb", of an .accdb ".laccdb").
 ///
 ///   entry k (64 bytes at 64 * k): 32 bytes computer name, of which we use the last eight for a count of the user's commits, 32 bytes user
 ///   byte 0x10000001 + k: locked by the user of entry k as long as it has the database open; exclusive use locks them all
@@ -60,7 +60,7 @@ class Sharing {
   /// Counts one commit of ours.
   void CountCommit();
 
-  /// The lock file's path for a database: its extension replaced by ".ldb".
+  /// The lock file's path for a database: its extension replaced by ".ldb", that of an .accdb by ".laccdb".
   static std::string LockPath(const std::string& databasePath);
   /// Error kUnsupported for a database that would be its own lock file.
   static void RequireName(const std::string& databasePath);

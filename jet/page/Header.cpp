@@ -18,6 +18,9 @@ constexpr std::size_t kMaskSize = 128;
 constexpr std::size_t kMaskSizeJet3 = 126;
 constexpr std::string_view kJetName("Standard Jet DB\0", 16);
 constexpr std::string_view kAceName("Standard ACE DB\0", 16);
+constexpr int kFirstAce = 2;  // 2007
+constexpr int kLastAce = 6;   // 2019
+constexpr std::size_t kEncryptionOffset = 0x299;
 constexpr std::size_t kKeyOffset = 0x3E;
 constexpr std::size_t kPasswordOffset = 0x42;
 constexpr std::size_t kPasswordSize = 40;
@@ -109,15 +112,20 @@ FileHeader FileHeader::Read(std::span<const std::byte> source, const std::string
   }
   const std::string_view name(reinterpret_cast<const char*>(source.data()) + 4, 16);
   const std::uint32_t stored = source.size() >= 0x18 ? Load32(source.data() + 0x14) : 0;
-  if (name == kAceName)
-    throw Error(ErrorCode::kNotAnAccessFile, quoted + "is a database of Access 2007 or later (.accdb), which is not supported");
-  if (name != kJetName) throw Error(ErrorCode::kNotAnAccessFile, quoted + "is not an Access file: " + std::string(Recognise(source)));
-  if (stored > 1) throw Error(ErrorCode::kNotAnAccessFile, quoted + "is a database of Access 2007 or later, which is not supported");
+  const bool ace = name == kAceName;
+  const int release = ace && source.size() > 0x14 ? Load8(source.data() + 0x14) : 0;
+  if (!ace && name != kJetName)
+    throw Error(ErrorCode::kNotAnAccessFile, quoted + "is not an Access file: " + std::string(Recognise(source)));
+  if (ace && (release < kFirstAce || release > kLastAce))
+    throw Error(ErrorCode::kNotAnAccessFile, quoted + "is a database of a later Access than 2019, which is not supported");
+  if (!ace && stored > 1)
+    throw Error(ErrorCode::kNotAnAccessFile, quoted + "is a database of Access 2007 or later, which is not supported");
   if (source.size() < kSize) throw Error(ErrorCode::kDamaged, quoted + "is cut short", 0, static_cast<std::uint32_t>(source.size()));
 
   std::vector<std::byte> page(source.begin(), source.begin() + kSize);
   FileHeader header;
   header.version = stored == 0 ? 3 : 4;
+  header.release = release;
   header.pageSize = stored == 0 ? 2048 : 4096;
   const bool jet3 = header.version == 3;
   ApplyMask(page, jet3 ? kMaskSizeJet3 : kMaskSize);
@@ -127,6 +135,8 @@ FileHeader FileHeader::Read(std::span<const std::byte> source, const std::string
   header.sortLanguage = Load16(page.data() + (jet3 ? kOrderOffsetJet3 : kOrderOffset));
   if (!jet3) header.sortVersion = Load8(page.data() + kOrderOffset + 3);
   header.encryptionKey = Load32(page.data() + kKeyOffset);
+  if (ace && (header.encryptionKey != 0 || Load16(page.data() + kEncryptionOffset) != 0))
+    throw Error(ErrorCode::kUnsupported, quoted + "is an encrypted database of Access 2007 or later (.accdb), which is not supported");
   if (!jet3) header.created = LoadLittle<double>(page.data() + kCreatedOffset);
   header.password = UnderTheDay(PasswordBytes(page, header.version), header);
   if (header.password.find_first_not_of('\0') == std::string::npos) header.password.clear();

@@ -14,17 +14,20 @@ namespace jet {
 
 /// Page 0 of a file.
 ///
-///   0x00  00 01 00 00, "Standard Jet DB" 00, u32 version (0 = Jet 3, 1 = Jet 4)
+///   0x00  00 01 00 00, "Standard Jet DB" 00, u32 version (0 = Jet 3, 1 = Jet 4); of an .accdb "Standard ACE DB" 00 and the lowest release that
+///         knows all that is in it (2 = 2007, 3 = 2010, 5 = 2016, 6 = 2019), the rest as in Jet 4
 ///   0x18  128 bytes (Jet 3: 126) under a constant mask, from here on by offset in the page:
 ///   0x18  u32 row pointer of the map of free pages, u32 of a second map
 ///   0x20  u32 definition pages of MSysObjects, MSysACEs, MSysQueries, MSysRelationships
 ///   0x3A  u16 sort order (Jet 3), 0x3C  u16 code page, 0x3E  u32 key of the page encryption, 0 = none
 ///   0x42  password: 20 bytes of ANSI (Jet 3), 40 bytes of UTF-16 under the creation day (Jet 4)
 ///   0x6A  u16 build, 0x6E  u32 sort order, 0x72  f64 creation date (Jet 4)
+///   0x299 u16 length of what tells how an .accdb is encrypted, 0 = it is not (not under the mask)
 struct FileHeader {
   static constexpr std::size_t kSize = 2048;  ///< bytes needed to read one
 
-  int version = 4;  ///< 3 or 4
+  int version = 4;  ///< 3 or 4: how pages are laid out
+  int release = 0;  ///< of an .accdb its version byte; 0: an .mdb
   std::size_t pageSize = 4096;
   PackedPointer freePages = 0x100;
   std::uint16_t codePage = 1252;

@@ -1,6 +1,7 @@
 #include "jet/table/Row.h"
 
 #include <cstring>
+#include <optional>
 
 #include "jet/table/TableSpace.h"
 #include "jet/value/ByteOrder.h"
@@ -8,6 +9,7 @@
 #include "jet/table/LongValue.h"
 #include "jet/value/Mix.h"
 #include "jet/table/StoredValue.h"
+#include "jet/table/SteadyLong.h"
 #include "jet/table/TableCore.h"
 #include "jet/value/Text.h"
 
@@ -16,7 +18,27 @@ namespace {
 
 using Column = TableDefinition::Column;
 
-std::uint8_t Scale(const Column& column) { return column.sort[1]; }
+using Shape = TableDefinition::Shape;
+
+/// Around the value of a calculated column.
+constexpr std::size_t kCalculatedHead = 20;
+constexpr std::size_t kCalculatedTail = 3;
+constexpr std::size_t kCalculatedLength = 16;
+
+bool IsWrapped(const Column& column) { return column.shape == Shape::kCalculated || column.shape == Shape::kCalculatedNumber; }
+
+/// The value of a calculated column; none where its bytes cannot be one.
+std::optional<std::span<const std::byte>> Unwrapped(std::span<const std::byte> stored) {
+  if (stored.size() < kCalculatedHead + kCalculatedTail) return std::nullopt;
+  const std::size_t length = Load32(stored.data() + kCalculatedLength);
+  if (length > stored.size() - kCalculatedHead - kCalculatedTail) return std::nullopt;
+  return stored.subspan(kCalculatedHead, length);
+}
+
+std::size_t FixedSize(const Column& column) {
+  if (column.shape == Shape::kPlain) return FixedLength(column.type);
+  return column.shape == Shape::kBigInteger ? sizeof(std::int64_t) : column.shape == Shape::kExtendedDate ? kExtendedDateSize : 0;
+}
 
 }  // namespace
 
@@ -62,13 +84,34 @@ Row::Place Row::Locate(std::size_t position) const {
     end = Load16(entry - 2);
     if (begin > end || end > tableOffset_ || begin < 2) throw damaged("A row's columns overlap");
   }
-  if (end - begin < FixedLength(column.type)) throw damaged("A value is too short for its type");
-  return {bytes_ + begin, end - begin};
+  if (end - begin < FixedSize(column)) throw damaged("A value is too short for its type");
+  if (!IsWrapped(column) || column.IsLong()) return {bytes_ + begin, end - begin};
+  const auto value = Unwrapped({bytes_ + begin, end - begin});
+  const std::size_t least = column.shape == Shape::kCalculatedNumber ? kCalculatedNumericSize : FixedLength(column.type);
+  if (!value || (!value->empty() && value->size() < least)) throw damaged("A calculated value is too short");
+  return {value->data(), value->size()};
+}
+
+std::string Row::CalculatedLong(std::size_t position) const {
+  const Place place = Locate(position);
+  std::string bytes;
+  if (place.size == 0) return bytes;
+  AppendLongBytes(*table_->space.pager, LongValueDefinition::Parse({place.data, place.size}, dataPage_, dataOffset_), dataPage_,
+                  dataOffset_, bytes);
+  const auto value = Unwrapped(std::as_bytes(std::span(bytes)));
+  if (!value) throw Error(ErrorCode::kDamaged, "A calculated value is too short", dataPage_, dataOffset_);
+  return {reinterpret_cast<const char*>(value->data()), value->size()};
 }
 
 bool Row::IsNull(std::size_t position) const {
   const Column& column = table_->layout_.columns[position];
   if (column.type == ColumnType::kBoolean) return false;
+  if (IsAbsent(position)) return true;
+  return IsWrapped(column) && (column.IsLong() ? CalculatedLong(position).empty() : Locate(position).size == 0);
+}
+
+bool Row::IsAbsent(std::size_t position) const {
+  const Column& column = table_->layout_.columns[position];
   if (column.number >= columnCount_) return true;
   if ((Load8(bytes_ + maskOffset_ + column.number / 8) >> (column.number % 8) & 1) == 0) return true;
   return !column.IsFixed() && column.variableIndex >= variableCount_;
@@ -76,6 +119,11 @@ bool Row::IsNull(std::size_t position) const {
 
 bool Row::Bool(std::size_t position) const {
   const Column& column = table_->layout_.columns[position];
+  if (column.shape == Shape::kCalculated) {
+    if (IsAbsent(position)) return false;
+    const Place place = Locate(position);
+    return place.size != 0 && Load8(place.data) != 0;
+  }
   return column.number < columnCount_ && (Load8(bytes_ + maskOffset_ + column.number / 8) >> (column.number % 8) & 1) != 0;
 }
 
@@ -120,7 +168,7 @@ double Row::Real(std::size_t position) const {
     case ColumnType::kDate:
       return LoadLittle<double>(place.data);
     case ColumnType::kNumeric:
-      return LoadNumeric(place.data, Scale(column)).ToDouble();
+      return NumericIn(column, place.data).ToDouble();
     default:
       return 0;
   }
@@ -135,6 +183,19 @@ std::string_view Row::Text(std::size_t position) {
   const Place place = Locate(position);
   const std::span<const std::byte> stored(place.data, place.size);
   const std::uint16_t codePage = table_->space.CodePage();
+  if (column.shape == Shape::kExtendedDate) {
+    if (!AppendExtendedDate(stored, text)) throw Error(ErrorCode::kDamaged, "An extended date is none", dataPage_, dataOffset_);
+    return text;
+  }
+  if (column.shape == Shape::kCalculatedNumber) {
+    text = NumericIn(column, place.data).Text();
+    return text;
+  }
+  if (column.shape == Shape::kCalculated && column.IsLong()) {
+    const std::string wrapped = CalculatedLong(position);
+    AppendStoredText(std::as_bytes(std::span(wrapped)), text);
+    return text;
+  }
   if (column.type == ColumnType::kText) {
     if (codePage != 0)
       AppendAnsi(stored, codePage, text);
@@ -199,7 +260,7 @@ void Row::Get(std::size_t position, Value& value) {
       value = Value(LoadGuid(Locate(position).data));
       return;
     case ColumnType::kNumeric:
-      value = Value(LoadNumeric(Locate(position).data, Scale(column)));
+      value = Value(NumericIn(column, Locate(position).data));
       return;
     default:
       break;
@@ -241,6 +302,7 @@ std::uint64_t Row::Fingerprint() const { return Mix(size_, {bytes_, size_}); }
 std::unique_ptr<LongValueReader> Row::OpenLong(std::size_t position) {
   const Column& column = table_->layout_.columns[position];
   if (!column.IsLong() || IsNull(position)) return nullptr;
+  if (column.shape == Shape::kCalculated) return OpenHeldLong(Get(position));
   const Place place = Locate(position);
   LongValueDefinition definition;
   if (place.size > 0) definition = LongValueDefinition::Parse({place.data, place.size}, dataPage_, dataOffset_);

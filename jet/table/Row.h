@@ -63,7 +63,11 @@ class Row {
     const std::byte* data;
     std::size_t size;
   };
-  /// The stored bytes of a column that is not null.
+  /// Whether the row has no bytes for the column.
+  [[nodiscard]] bool IsAbsent(std::size_t column) const;
+  /// The value of a calculated memo, which is wrapped inside of its long value.
+  [[nodiscard]] std::string CalculatedLong(std::size_t column) const;
+  /// The stored bytes of a column that is not null, of a calculated one those of its value.
   [[nodiscard]] Place Locate(std::size_t column) const;
 
   TableCore* table_ = nullptr;

@@ -21,4 +21,39 @@ RowLayout::RowLayout(const TableDefinition& definition)
   }
 }
 
+void RowLayout::Reshape(TableDefinition::Column& column, ColumnType resultType) {
+  using Shape = TableDefinition::Shape;
+  constexpr auto kComplex = static_cast<ColumnType>(18);
+  constexpr auto kBigInteger = static_cast<ColumnType>(19);
+  constexpr auto kExtendedDate = static_cast<ColumnType>(20);
+  constexpr std::uint16_t kBytesOfText = 510;
+  constexpr std::uint16_t kBytesOfNumber = 2 * 40;
+  constexpr std::uint8_t kDigitsOf64Bits = 19;
+  constexpr std::uint16_t kLettersOfDate = 27;
+  if (column.IsCalculated()) {
+    column.shape = Shape::kCalculated;
+    column.type = resultType;
+    if (column.type == ColumnType::kText) column.length = kBytesOfText;
+    if (column.type == ColumnType::kNumeric) {
+      column.shape = Shape::kCalculatedNumber;
+      column.type = ColumnType::kText;
+      column.length = kBytesOfNumber;
+    }
+  } else if (column.type == kComplex) {
+    // The number under which its values stand in a table of their own.
+    column.type = ColumnType::kLong;
+    column.flags = static_cast<std::uint8_t>(column.flags & ~TableDefinition::Column::kAutoLong);
+  } else if (column.type == kBigInteger) {
+    column.shape = Shape::kBigInteger;
+    column.type = ColumnType::kNumeric;
+    column.sort = {kDigitsOf64Bits, 0, 0, 0};
+  } else if (column.type == kExtendedDate) {
+    column.shape = Shape::kExtendedDate;
+    column.type = ColumnType::kText;
+    column.length = 2 * kLettersOfDate;
+  } else if (column.type > ColumnType::kInternal) {
+    column.type = ColumnType::kInternal;
+  }
+}
+
 }  // namespace jet

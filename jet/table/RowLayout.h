@@ -26,6 +26,9 @@ struct RowLayout {
 
   RowLayout() = default;
   explicit RowLayout(const TableDefinition& definition);
+
+  /// Gives a column of an .accdb the type that its values are given as; resultType is that of a calculated one.
+  static void Reshape(TableDefinition::Column& column, ColumnType resultType);
 };
 
 }  // namespace jet

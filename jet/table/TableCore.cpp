@@ -71,8 +71,22 @@ void TableCore::Reload() {
   generation_ = CurrentGeneration();
 }
 
+void TableCore::ReshapeColumns() {
+  std::optional<PropertyMap> properties;
+  for (Column& column : layout_.columns) {
+    ColumnType result = column.type;
+    if (column.IsCalculated()) {
+      if (!properties) properties = space.directory->PropertiesOf(page);
+      const Property* told = properties->Find(column.name, "ResultType");
+      if (told != nullptr && told->value.Type() == ValueType::kByte) result = static_cast<ColumnType>(told->value.AsByte());
+    }
+    RowLayout::Reshape(column, result);
+  }
+}
+
 void TableCore::Derive() {
   layout_ = RowLayout(definition_);
+  if (space.header.release != 0) ReshapeColumns();
   draft_.Reset();
   places_.Reset(definition_.ownedMap, definition_.freeMap);
   columns_.clear();
@@ -117,6 +131,7 @@ void TableCore::AddKeyColumn(Tree& tree, const TableDefinition::TreeColumn& part
     if (!OrdersAsCompareText(key.order)) tree.ordersTexts = false;
   }
   if (column.type == ColumnType::kOle || column.type > ColumnType::kNumeric) tree.supported = false;
+  if (column.shape != TableDefinition::Shape::kPlain) tree.supported = false;
   tree.keyColumns.push_back(key);
   tree.columns.push_back(position);
 }

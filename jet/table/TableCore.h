@@ -121,6 +121,8 @@ class TableCore {
   };
 
   [[nodiscard]] std::uint64_t CurrentGeneration() const noexcept;
+  /// Of an .accdb: the types as which columns are given that Jet 4 has not.
+  void ReshapeColumns();
   void Derive();
   void DeriveTrees();
   void DeriveIndexes();

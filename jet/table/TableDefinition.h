@@ -60,8 +60,17 @@ struct TableDefinition {
   static constexpr std::size_t kMaxColumns = 255;
   static constexpr std::size_t kMaxTrees = 32;
 
+  /// How a row of an .accdb holds a value that `type` does not tell.
+  enum class Shape : std::uint8_t {
+    kPlain,
+    kBigInteger,        ///< a number of 64 bits, given as a numeric
+    kExtendedDate,      ///< 42 letters, given as the text YYYY-MM-DD HH:MM:SS.fffffff
+    kCalculated,        ///< 16 bytes, u32 length, the value, 3 bytes; of a memo all this is the long value
+    kCalculatedNumber,  ///< the same of a decimal number, given as its text: each row has decimals of its own
+  };
   struct Column {
     enum Flag : std::uint8_t { kFixed = 0x01, kNullable = 0x02, kAutoLong = 0x04, kSystem = 0x10, kAutoGuid = 0x40, kHyperlink = 0x80 };
+    static constexpr std::uint8_t kCalculatedFlags = 0xC0;  ///< of extraFlags
     std::string name;
     ColumnType type = ColumnType::kText;
     std::uint32_t magic = kMagic;
@@ -74,6 +83,7 @@ struct TableDefinition {
     std::array<std::uint8_t, 4> unknown{};
     std::uint16_t fixedOffset = 0;
     std::uint16_t length = 0;
+    Shape shape = Shape::kPlain;  ///< not in the file: see RowLayout::Reshape
 
     [[nodiscard]] bool IsFixed() const noexcept { return (flags & kFixed) != 0; }
     [[nodiscard]] bool IsLong() const noexcept { return type == ColumnType::kMemo || type == ColumnType::kOle; }
@@ -83,6 +93,7 @@ struct TableDefinition {
     [[nodiscard]] bool IsText() const noexcept { return type == ColumnType::kMemo || type == ColumnType::kText; }
     [[nodiscard]] std::uint16_t SortLanguage() const noexcept { return static_cast<std::uint16_t>(sort[0] | sort[1] << 8); }
     [[nodiscard]] std::uint8_t SortVersion() const noexcept { return sort[3]; }
+    [[nodiscard]] bool IsCalculated() const noexcept { return (extraFlags & kCalculatedFlags) == kCalculatedFlags; }
   };
   struct TreeColumn {
     std::uint16_t number = kNoColumn;

@@ -35,9 +35,9 @@ TEST(Database, SaysWhatAFileIsThatItCannotOpen) {
   EXPECT_EQ(refusal({}).second, "\"x.mdb\" is not an Access file: it is empty");
   EXPECT_EQ(refusal(BytesOf("SQLite format 3\0 and so on ......")).second, "\"x.mdb\" is not an Access file: it is a SQLite database");
   EXPECT_EQ(refusal(BytesOf("hello")).first, ErrorCode::kNotAnAccessFile);
-  std::string ace("\0\1\0\0Standard ACE DB\0\2\0\0\0", 24);
+  std::string ace("\0\1\0\0Standard ACE DB\0\7\0\0\0", 24);
   ace.resize(4096);
-  EXPECT_EQ(refusal(BytesOf(ace)).second, "\"x.mdb\" is a database of Access 2007 or later (.accdb), which is not supported");
+  EXPECT_EQ(refusal(BytesOf(ace)).second, "\"x.mdb\" is a database of a later Access than 2019, which is not supported");
   EXPECT_FALSE(world.files.Exists("x.ldb"));
   EXPECT_EQ(CodeOf([&] { world.Open("missing.mdb"); }), ErrorCode::kNotFound);
 }

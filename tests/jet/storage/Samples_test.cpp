@@ -526,5 +526,68 @@ TEST_P(SampleTest, WhatIsNotEditedStaysAsItWas) {
 
 INSTANTIATE_TEST_SUITE_P(Files, SampleTest, testing::ValuesIn(Samples()));
 
+/// The .accdb files of the samples by their names; none without them.
+std::map<std::string, std::string> AccdbSamples() {
+  std::map<std::string, std::string> samples;
+  const char* folder = std::getenv("JET_SAMPLES");
+  if (folder == nullptr) return samples;
+  for (const fs::path& place : {fs::path(folder), fs::absolute(folder).parent_path() / "samples2"}) {
+    if (!fs::is_directory(place)) continue;
+    for (const auto& entry : fs::recursive_directory_iterator(place))
+      if (entry.path().extension() == ".accdb") samples[entry.path().stem().string()] = entry.path().string();
+  }
+  return samples;
+}
+
+TEST(AccdbSamples, AreSoundOrRefusedByName) {
+  const auto samples = AccdbSamples();
+  if (samples.empty()) GTEST_SKIP() << "JET_SAMPLES names no folder with .accdb files";
+  // As their programs left them.
+  const std::map<std::string, std::size_t> known{{"calcFieldTestV2010", 1}, {"odbcLinkerTestV2007", 7}};
+  OpenOptions reading;
+  reading.mode = OpenMode::kReadOnly;
+  for (const auto& [name, path] : samples) {
+    SCOPED_TRACE(name);
+    if (name.starts_with("enc-")) {
+      EXPECT_EQ(CodeOf([&] { (void)Database::Open(path, reading); }), ErrorCode::kUnsupported);
+      continue;
+    }
+    const auto database = Database::Open(path, reading);
+    const auto found = known.find(name);
+    EXPECT_EQ(database->Check().size(), found == known.end() ? 0U : found->second) << Findings(*database);
+    for (const CatalogObject& object : database->Objects())
+      if (object.kind == ObjectKind::kTable)
+        EXPECT_EQ(Rows(database->OpenTable(object.name)).empty(), database->OpenTable(object.name).RowCount() == 0);
+  }
+}
+
+/// The first row's value of a column.
+Value FirstValue(const std::string& path, const std::string& tableName, const std::string& column) {
+  OpenOptions reading;
+  reading.mode = OpenMode::kReadOnly;
+  const auto database = Database::Open(path, reading);
+  Table& table = database->OpenTable(tableName);
+  auto scan = table.Scan();
+  Row row;
+  if (!scan.Next() || !table.Read(scan.Id(), row)) return {};
+  for (std::size_t i = 0; i < table.Columns().size(); ++i)
+    if (table.Columns()[i].name == column) return row.Get(i);
+  return {};
+}
+
+TEST(AccdbSamples, TypesThatJet4HasNotAreGivenExactly) {
+  auto samples = AccdbSamples();
+  if (samples.empty()) GTEST_SKIP() << "JET_SAMPLES names no folder with .accdb files";
+  EXPECT_EQ(FirstValue(samples["bigint2016"], "Table", "Numeric").AsNumeric().Text(), "42");
+  EXPECT_EQ(FirstValue(samples["extDateTestV2019"], "Table1", "DateExt").AsText(), "2020-06-17 00:00:00.0000000");
+  const std::string& calculated = samples["calcFieldTestV2010"];
+  EXPECT_EQ(FirstValue(calculated, "Table1", "LastFirst").AsText(), "Wayne, Bruce");
+  EXPECT_EQ(FirstValue(calculated, "Table1", "LastFirstLen").AsLong(), 12);
+  EXPECT_EQ(FirstValue(calculated, "Table1", "MonthlySalary").AsCurrency().scaled, 833333333);
+  EXPECT_EQ(FirstValue(calculated, "Table1", "IsRich").AsBool(), true);
+  EXPECT_EQ(FirstValue(calculated, "Table1", "AllNames").AsText(), "Wayne, Bruce=Wayne, Bruce");
+  EXPECT_EQ(FirstValue(calculated, "Table1", "WeeklySalary").AsText(), "19230.7692307692");
+}
+
 }  // namespace
 }  // namespace jet::tests

@@ -1,0 +1,208 @@
+// Files of Access 2007 and later, made of Jet 4 ones: the two differ in the header and in types that the latter have not.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "jet/value/ByteOrder.h"
+#include "tests/jet/storage/JetTestSupport.h"
+
+namespace jet::tests {
+namespace {
+
+using namespace std::string_view_literals;
+
+constexpr std::size_t kPage = 4096;
+
+class Ace : public testing::Test {
+ protected:
+  /// The file test.mdb as an .accdb of that release.
+  void MakeAce(std::uint8_t release = 2) {
+    auto bytes = world.files.Content("test.mdb");
+    std::memcpy(bytes.data() + 4, "Standard ACE DB", 16);
+    bytes[0x14] = std::byte{release};
+    world.files.SetContent("test.accdb", std::move(bytes));
+  }
+  void Patch(std::size_t offset, std::uint8_t value) {
+    auto bytes = world.files.Content("test.accdb");
+    bytes[offset] ^= std::byte{value};
+    world.files.SetContent("test.accdb", std::move(bytes));
+  }
+  std::string Refusal() {
+    return TextOf([&] { (void)world.Open("test.accdb"); });
+  }
+
+  World world;
+};
+
+TEST_F(Ace, IsReadAndNotWritten) {
+  std::vector<std::string> rows;
+  {
+    const auto database = world.Create();
+    Table& table = database->CreateTable(PeopleTable("Été"));
+    for (int i = 0; i < 300; ++i) table.Insert(Person("n" + std::to_string(i), std::string(static_cast<std::size_t>(i) * 20, 'm')));
+    rows = Rows(table);
+  }
+  for (const int release : {2, 3, 5, 6}) {
+    MakeAce(static_cast<std::uint8_t>(release));
+    const auto database = world.Open("test.accdb");
+    EXPECT_EQ(database->Release(), release);
+    EXPECT_EQ(database->FormatVersion(), 4);
+    EXPECT_TRUE(database->ReadOnly());
+    Table& table = database->OpenTable("Été");
+    EXPECT_EQ(Rows(table), rows);
+    EXPECT_EQ(Findings(*database), "");
+    EXPECT_EQ(CodeOf([&] { table.Insert(Person("x")); }), ErrorCode::kReadOnly);
+    EXPECT_EQ(CodeOf([&] { database->CreateTable(PeopleTable("Neu")); }), ErrorCode::kReadOnly);
+    EXPECT_EQ(CodeOf([&] { database->SetPassword("x"); }), ErrorCode::kReadOnly);
+  }
+}
+
+TEST_F(Ace, HasALockFileOfItsOwnKind) {
+  world.Create().reset();
+  MakeAce();
+  const auto database = world.Open("test.accdb", OpenMode::kShared);
+  EXPECT_TRUE(world.files.Exists("test.laccdb"));
+  EXPECT_FALSE(world.files.Exists("test.ldb"));
+  EXPECT_EQ(CodeOf([&] { (void)world.Open("test.laccdb"); }).has_value(), true);
+}
+
+TEST_F(Ace, WhatIsNotReadIsRefusedByName) {
+  world.Create().reset();
+  for (const std::uint8_t release : {0, 1, 7, 255}) {
+    MakeAce(release);
+    EXPECT_EQ(Refusal(), "\"test.accdb\" is a database of a later Access than 2019, which is not supported") << int{release};
+  }
+  const std::string encrypted = "\"test.accdb\" is an encrypted database of Access 2007 or later (.accdb), which is not supported";
+  MakeAce();
+  Patch(0x3E, 1);  // the key of the pages
+  EXPECT_EQ(Refusal(), encrypted);
+  MakeAce();
+  Patch(0x299, 1);  // what tells how
+  EXPECT_EQ(Refusal(), encrypted);
+}
+
+TEST_F(Ace, IsNotCompacted) {
+  world.Create().reset();
+  MakeAce();
+  const auto database = world.Open("test.accdb");
+  EXPECT_EQ(CodeOf([&] { database->Compact("neu.accdb"); }), ErrorCode::kUnsupported);
+  EXPECT_FALSE(world.files.Exists("neu.accdb"));
+}
+
+/// The bytes of a calculated column around a value.
+Bytes Wrapped(std::string_view value) {
+  Bytes bytes(16 + 4 + value.size() + 3);
+  Store32(bytes.data() + 16, static_cast<std::uint32_t>(value.size()));
+  std::memcpy(bytes.data() + 20, value.data(), value.size());
+  return bytes;
+}
+
+Bytes Letters(std::string_view text) {
+  Bytes bytes(42);
+  std::memcpy(bytes.data(), text.data(), text.size());
+  return bytes;
+}
+
+class AceTypes : public Ace {
+ protected:
+  /// A table with columns whose types are changed afterwards: Big, Ext, CalcLong, CalcText, CalcYes, CalcNumber, Many, Odd.
+  void SetUp() override {
+    const auto database = world.Create();
+    TableSpec spec;
+    spec.name = "T";
+    spec.columns = {Column("Id", ColumnType::kInteger), Column("Big", ColumnType::kCurrency), Column("Ext", ColumnType::kBinary, 42)};
+    spec.columns.back().fixedLength = true;
+    for (const char* name : {"CalcLong", "CalcText", "CalcYes", "CalcNumber"})
+      spec.columns.push_back(Column(name, ColumnType::kBinary, 100));
+    spec.columns.push_back(Column("Many", ColumnType::kLong));
+    spec.columns.push_back(Column("Odd", ColumnType::kGuid));
+    Table& table = database->CreateTable(spec);
+    const std::string number("\x0E\x00\x02\x80\x00\x00\x00\x00\x7D\x00\x00\x00\x00\x00\x00\x00", 16);
+    table.Insert(std::vector<Value>{Value(std::int16_t{1}), Value(Currency{INT64_MIN + 1}),
+                                    Value(Letters("0000000000000737592:0000000432001234567:7")), Value(Wrapped("\x2A\0\0\0"sv)),
+                                    Value(Wrapped("\xFF\xFE"
+                                                  "Wayne")),
+                                    Value(Wrapped("\xFF")), Value(Wrapped(number)), Value(std::int32_t{3}), Value(Guid{})});
+    table.Insert(std::vector<Value>{Value(std::int16_t{2}), Value(Currency{INT64_MAX}),
+                                    Value(Letters("0000000000000000000:0000000000000000000:7")), Value(Wrapped("")), Value(Wrapped("")),
+                                    Value(Wrapped("\0"sv)), Value(Wrapped("")), Value(std::int32_t{4}), Value()});
+    table.Insert(std::vector<Value>{Value(std::int16_t{3}), Value(), Value(), Value(), Value(), Value(), Value(), Value(), Value()});
+    table.Insert(std::vector<Value>{Value(std::int16_t{4}), Value(), Value(Letters("no date")), Value(Bytes(5)),
+                                    Value(Bytes(30, std::byte{0xFF})), Value(), Value(), Value(), Value()});
+  }
+  /// Gives the columns their types, and opens the file.
+  std::unique_ptr<Database> OpenAce() {
+    MakeAce(6);
+    auto bytes = world.files.Content("test.accdb");
+    std::byte* block = ColumnBlocks(bytes);
+    const auto retype = [&](std::size_t column, std::uint8_t type, bool calculated) {
+      block[column * 25] = std::byte{type};
+      if (calculated) block[column * 25 + 16] = std::byte{0xC0};
+    };
+    retype(1, 19, false);
+    retype(2, 20, false);
+    retype(3, 4, true);
+    retype(4, 10, true);
+    retype(5, 1, true);
+    retype(6, 16, true);
+    retype(7, 18, false);
+    retype(8, 71, false);
+    world.files.SetContent("test.accdb", std::move(bytes));
+    return world.Open("test.accdb");
+  }
+
+ private:
+  /// The first column's block of the definition of T, which has no index.
+  static std::byte* ColumnBlocks(std::vector<std::byte>& bytes) {
+    for (std::size_t page = bytes.size() / kPage - 1; page > 0; --page) {
+      std::byte* const at = bytes.data() + page * kPage;
+      if (Load16(at) == 0x0102 && Load16(at + 45) == 9) return at + 63;
+    }
+    throw std::runtime_error("no definition");
+  }
+};
+
+TEST_F(AceTypes, AreGivenAsWhatHoldsThemExactly) {
+  const auto database = OpenAce();
+  Table& table = database->OpenTable("T");
+  std::vector<std::string> types;
+  for (const ColumnDef& column : table.Columns()) types.push_back(std::to_string(static_cast<int>(column.type)));
+  EXPECT_EQ(types, (std::vector<std::string>{"3", "16", "10", "4", "10", "1", "10", "4", "17"}));
+  EXPECT_FALSE(table.Columns()[7].autoNumber);
+  auto scan = table.Scan();
+  Row row;
+  ASSERT_TRUE(scan.Next());
+  ASSERT_TRUE(table.Read(scan.Id(), row));
+  EXPECT_EQ(row.Get(1).AsNumeric().Text(), "-9223372036854775807");
+  EXPECT_EQ(row.Get(2).AsText(), "2020-06-17 12:00:00.1234567");
+  EXPECT_EQ(row.Get(3).AsLong(), 42);
+  EXPECT_EQ(row.Get(4).AsText(), "Wayne");
+  EXPECT_EQ(row.Get(5).AsBool(), true);
+  EXPECT_EQ(row.Get(6).AsText(), "-1.25");
+  EXPECT_EQ(row.Get(7).AsLong(), 3);
+  EXPECT_EQ(row.Get(8).AsBytes().size(), 16U);
+  ASSERT_TRUE(scan.Next());
+  ASSERT_TRUE(table.Read(scan.Id(), row));
+  EXPECT_EQ(row.Get(1).AsNumeric().Text(), "9223372036854775807");
+  EXPECT_EQ(row.Get(2).AsText(), "0001-01-01 00:00:00.0000000");
+  for (const std::size_t calculated : {3, 4, 6}) EXPECT_TRUE(row.Get(calculated).IsNull()) << calculated;
+  EXPECT_EQ(row.Get(5).AsBool(), false);
+  ASSERT_TRUE(scan.Next());
+  ASSERT_TRUE(table.Read(scan.Id(), row));
+  for (const std::size_t column : {1, 2, 3, 4, 6, 7, 8}) EXPECT_TRUE(row.Get(column).IsNull()) << column;
+  EXPECT_EQ(row.Get(5).AsBool(), false);
+}
+
+TEST_F(AceTypes, ValuesThatAreNoneAreDamage) {
+  const auto database = OpenAce();
+  Table& table = database->OpenTable("T");
+  auto scan = table.Scan();
+  for (int i = 0; i < 4; ++i) ASSERT_TRUE(scan.Next());
+  Row row;
+  ASSERT_TRUE(table.Read(scan.Id(), row));
+  for (const std::size_t column : {2, 3, 4}) EXPECT_EQ(CodeOf([&] { (void)row.Get(column); }), ErrorCode::kDamaged) << column;
+  EXPECT_EQ(row.Get(0).AsInteger(), 4);
+}
+
+}  // namespace
+}  // namespace jet::tests
