@@ -32,7 +32,7 @@ void AddLogin(CLI::App& command, const std::shared_ptr<Login>& login, const std:
 struct Secret {
   Secret() = default;
   explicit Secret(std::string given) noexcept : text(std::move(given)) {}
-  Secret(Secret&& other) noexcept : text(other.text) { runtime::Wipe(other.text); }
+  Secret(Secret&& other) noexcept : text(other.text) { runtime::Wipe(other.text); }  // NOLINT(performance-move-constructor-init)
   Secret& operator=(Secret&& other) noexcept {
     text.swap(other.text);
     return *this;

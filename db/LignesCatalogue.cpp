@@ -72,7 +72,10 @@ void PoseDrapeau(DataBase& db, const std::string& catalogue, const char* colonne
 void SupprimeLignes(DataBase& db, const std::string& catalogue, const NomsDeLigne& noms) {
   if (TiennentDansUnLitteral(db, noms)) {
     std::string sql = "DELETE * FROM [" + catalogue + "] WHERE ";
-    for (const auto& [colonne, nom] : noms) sql += (&nom == &noms.front().second ? "[" : " AND [") + colonne + "]='" + nom + "'";
+    for (const auto& [colonne, nom] : noms) {
+      if (&nom != &noms.front().second) sql += " AND ";
+      sql.append("[").append(colonne).append("]='").append(nom).append("'");
+    }
     db.ExecuteSQL(sql);
     return;
   }

@@ -10,7 +10,7 @@ std::string ColumnToldBy(const std::string& text, const std::string& table, cons
   const std::string mark = "constraint failed: " + table + ".";
   const auto place = text.find(mark);
   if (place == std::string::npos) return {};
-  const std::string name = text.substr(place + mark.size());
+  std::string name = text.substr(place + mark.size());
   for (const TargetColumn& column : columns)
     if (column.name == name) return name;
   return {};
