@@ -134,7 +134,7 @@ std::unique_ptr<Database> Database::Open(const std::string& path, const OpenOpti
   FileSystem& files = options.fileSystem != nullptr ? *options.fileSystem : FileSystem::Real();
   auto engine = std::make_unique<Engine>(files, path, options.cacheBytes);
   Opened opened = OpenFile(files, path, options.mode);
-  std::vector<std::byte> start(FileHeader::kSize);
+  std::vector<std::byte> start(FileHeader::kWhole);
   start.resize(opened.file->Read(0, start));
   engine->header = FileHeader::Read(start, path);  // before anything is written beside a file that is not ours
   if (engine->header.version == 3 || engine->header.release != 0) opened.readOnly = true;
@@ -173,7 +173,8 @@ bool Database::Encoded() const noexcept { return engine_->header.encryptionKey !
 
 bool Database::HasPassword() {
   const ReadLock lock(*engine_->pager);
-  return !FileHeader::Read(engine_->pager->Read(0).Bytes(), engine_->path).password.empty();
+  const FileHeader header = FileHeader::Read(engine_->pager->Read(0).Bytes(), engine_->path);
+  return !header.password.empty() || !header.encryption.empty();
 }
 
 void Database::SetPassword(std::string_view password) {

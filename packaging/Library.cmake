@@ -18,6 +18,11 @@ install(TARGETS ${TAMLO_LIBRARIES} EXPORT tamloTargets
   FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tamlo COMPONENT dev)
 install(EXPORT tamloTargets NAMESPACE tamlo:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/tamlo COMPONENT dev)
 
+if(TARGET OpenSSL::Crypto)
+  set(TAMLO_OPENSSL ON)
+else()
+  set(TAMLO_OPENSSL OFF)
+endif()
 configure_package_config_file(tamloConfig.cmake.in ${CMAKE_CURRENT_BINARY_DIR}/tamloConfig.cmake
   INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/tamlo)
 write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/tamloConfigVersion.cmake COMPATIBILITY SameMajorVersion)

@@ -102,6 +102,16 @@ std::string_view Recognise(std::span<const std::byte> page) {
   return "it does not begin as one";
 }
 
+/// What page 0 of an .accdb says of its encryption; empty where it is none.
+std::string EncryptionRecord(std::span<const std::byte> page, std::uint32_t key, const std::string& quoted) {
+  const std::size_t size = Load16(page.data() + kEncryptionOffset);
+  if (size == 0 && key == 0) return {};
+  if (size == 0) throw Error(ErrorCode::kUnsupported, quoted + "is encrypted, and page 0 does not say how");
+  const std::size_t begin = kEncryptionOffset + 2;
+  if (begin + size > page.size()) throw Error(ErrorCode::kDamaged, quoted + "is cut short", 0, static_cast<std::uint32_t>(page.size()));
+  return {reinterpret_cast<const char*>(page.data()) + begin, size};
+}
+
 }  // namespace
 
 FileHeader FileHeader::Read(std::span<const std::byte> source, const std::string& path) {
@@ -135,11 +145,10 @@ FileHeader FileHeader::Read(std::span<const std::byte> source, const std::string
   header.sortLanguage = Load16(page.data() + (jet3 ? kOrderOffsetJet3 : kOrderOffset));
   if (!jet3) header.sortVersion = Load8(page.data() + kOrderOffset + 3);
   header.encryptionKey = Load32(page.data() + kKeyOffset);
-  if (ace && (header.encryptionKey != 0 || Load16(page.data() + kEncryptionOffset) != 0))
-    throw Error(ErrorCode::kUnsupported, quoted + "is an encrypted database of Access 2007 or later (.accdb), which is not supported");
+  if (ace) header.encryption = EncryptionRecord(source, header.encryptionKey, quoted);
   if (!jet3) header.created = LoadLittle<double>(page.data() + kCreatedOffset);
   header.password = UnderTheDay(PasswordBytes(page, header.version), header);
-  if (header.password.find_first_not_of('\0') == std::string::npos) header.password.clear();
+  if (ace || header.password.find_first_not_of('\0') == std::string::npos) header.password.clear();
   return header;
 }
 

@@ -24,7 +24,8 @@ namespace jet {
 ///   0x6A  u16 build, 0x6E  u32 sort order, 0x72  f64 creation date (Jet 4)
 ///   0x299 u16 length of what tells how an .accdb is encrypted, 0 = it is not (not under the mask)
 struct FileHeader {
-  static constexpr std::size_t kSize = 2048;  ///< bytes needed to read one
+  static constexpr std::size_t kSize = 2048;   ///< bytes needed to read one
+  static constexpr std::size_t kWhole = 4096;  ///< bytes of which the rest is looked at in an encrypted .accdb
 
   int version = 4;  ///< 3 or 4: how pages are laid out
   int release = 0;  ///< of an .accdb its version byte; 0: an .mdb
@@ -36,6 +37,7 @@ struct FileHeader {
   double created = 0;
   std::string password;             ///< its field, UTF-16LE or ANSI, zeros behind it; empty: none
   std::uint32_t encryptionKey = 0;  ///< of the pages; 0: they are plain
+  std::string encryption;           ///< of an .accdb, what says how it is encrypted; empty: it is not
 
   /// Reads the beginning of a file. Error kNotAnAccessFile, whose text says what the file is as far as known.
   static FileHeader Read(std::span<const std::byte> page, const std::string& path);

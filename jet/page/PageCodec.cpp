@@ -3,6 +3,7 @@
 #include <array>
 #include <random>
 
+#include "jet/page/AceEncryption.h"
 #include "jet/page/Rc4.h"
 #include "jet/value/ByteOrder.h"
 #include "jet/value/Error.h"
@@ -32,6 +33,7 @@ class Rc4Pages final : public PageCodec {
 }  // namespace
 
 std::unique_ptr<PageCodec> Unlock(const FileHeader& header, std::string_view password, const std::string& path) {
+  if (!header.encryption.empty()) return UnlockAce(header, password, path);
   if (!header.password.empty()) {
     if (password.empty())
       throw Error(ErrorCode::kPasswordProtected, "\"" + path + "\" is protected by a database password, and none was given");

@@ -3,12 +3,14 @@
 
 #include <cstring>
 
+#include "jet/page/crypto/Crypto.h"
 #include "jet/value/ByteOrder.h"
 #include "tests/jet/storage/JetTestSupport.h"
 
 namespace jet::tests {
 namespace {
 
+using namespace std::string_literals;
 using namespace std::string_view_literals;
 
 constexpr std::size_t kPage = 4096;
@@ -72,13 +74,43 @@ TEST_F(Ace, WhatIsNotReadIsRefusedByName) {
     MakeAce(release);
     EXPECT_EQ(Refusal(), "\"test.accdb\" is a database of a later Access than 2019, which is not supported") << int{release};
   }
-  const std::string encrypted = "\"test.accdb\" is an encrypted database of Access 2007 or later (.accdb), which is not supported";
   MakeAce();
   Patch(0x3E, 1);  // the key of the pages
-  EXPECT_EQ(Refusal(), encrypted);
-  MakeAce();
-  Patch(0x299, 1);  // what tells how
-  EXPECT_EQ(Refusal(), encrypted);
+  EXPECT_EQ(Refusal(), "\"test.accdb\" is encrypted, and page 0 does not say how");
+}
+
+TEST_F(Ace, WhatDoesNotReadAsAnEncryptionIsDamage) {
+  world.Create().reset();
+  if (!HasCrypto()) GTEST_SKIP() << "this build has no cryptography";
+  world.options.password = "geheim";
+  const auto refusal = [&](std::string_view record) {
+    MakeAce(3);
+    auto bytes = world.files.Content("test.accdb");
+    Store16(bytes.data() + 0x299, static_cast<std::uint16_t>(record.size()));
+    std::memcpy(bytes.data() + 0x29B, record.data(), record.size());
+    world.files.SetContent("test.accdb", std::move(bytes));
+    return CodeOf([&] { (void)world.Open("test.accdb"); });
+  };
+  EXPECT_EQ(refusal("\1"sv), ErrorCode::kDamaged);
+  EXPECT_EQ(refusal("\1\0\1\0"sv), ErrorCode::kUnsupported);
+  EXPECT_EQ(refusal("\4\0\3\0xxxxxxxx"sv), ErrorCode::kUnsupported);
+  EXPECT_EQ(refusal("\4\0\2\0\4\0\0\0\xFF\xFF\xFF\xFF"sv), ErrorCode::kDamaged);
+  const std::string part =
+      R"( cipherAlgorithm="AES" cipherChaining="ChainingModeCBC" keyBits="256" hashAlgorithm="SHA512" saltValue="AAAAAAAAAAAAAAAAAAAAAA==")";
+  const auto agile = [&](const std::string& xml) { return refusal("\4\0\4\0\x40\0\0\0"s + xml); };
+  EXPECT_EQ(agile(""), ErrorCode::kDamaged);
+  EXPECT_EQ(agile("<p:encryptedKey " + part + ">"), ErrorCode::kDamaged);
+  EXPECT_EQ(agile("<p:encryptedKey spinCount=\"99999999999\"" + part + ">"), ErrorCode::kDamaged);
+  EXPECT_EQ(agile("<p:encryptedKey spinCount=\"4000000000\"" + part + ">"), ErrorCode::kDamaged) << "nobody waits for an hour";
+  EXPECT_EQ(agile("<p:encryptedKey spinCount=\"1\" encryptedVerifierHashInput=\"AAAA\"" + part + ">"), ErrorCode::kDamaged);
+  EXPECT_EQ(agile("<p:encryptedKey spinCount=\"1\" encryptedVerifierHashInput=\"?\"" + part + ">"), ErrorCode::kDamaged);
+  std::string other = part;
+  other.replace(other.find("AES"), 3, "RC2");
+  EXPECT_EQ(agile("<p:encryptedKey spinCount=\"1\"" + other + ">"), ErrorCode::kUnsupported);
+  const std::string zeros = "AAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAAA==";  // 64 bytes
+  EXPECT_EQ(agile("<p:encryptedKey spinCount=\"1\" encryptedVerifierHashInput=\"AAAAAAAAAAAAAAAAAAAAAA==\" encryptedVerifierHashValue=\"" +
+                  zeros + "\"" + part + ">"),
+            ErrorCode::kWrongPassword);
 }
 
 TEST_F(Ace, IsNotCompacted) {
