@@ -66,7 +66,7 @@ and no server.")
 endif()
 
 tamlo_deb(dev libtamlo-dev libdevel)
-set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libsqlite3-dev, unixodbc-dev")
+set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libsqlite3-dev, libssl-dev, unixodbc-dev")
 set(CPACK_DEBIAN_DEV_DESCRIPTION "database layer over five kinds of database - development files
 One way of working over Access files, SQL Server, Oracle, MySQL and any
 other ODBC source: statements are written once and translated, table
