@@ -56,7 +56,7 @@ run() {
 
 wait_for() {
   local folder="$1" i
-  for ((i = 0; i < 600; i++)); do
+  for ((i = 0; i < 1800; i++)); do
     if mariadb --no-defaults --socket="$folder/s" -u tamlo -ptamlo -e "SELECT 1" tamlo >/dev/null 2>&1; then return; fi
     sleep 0.1
   done

@@ -61,7 +61,7 @@ run() {
 wait_for() {
   local folder i
   folder=$(realpath "$1")
-  for ((i = 0; i < 600; i++)); do
+  for ((i = 0; i < 1800; i++)); do
     if PGPASSWORD=tamlo "$bin/psql" -h "$folder" -U tamlo -d postgres -qAtc "SELECT 1" >/dev/null 2>&1; then
       PGPASSWORD=tamlo "$bin/psql" -h "$folder" -U tamlo -d postgres -qAtc "SELECT 1 FROM pg_database WHERE datname='tamlo'" | grep -q 1 ||
         PGPASSWORD=tamlo "$bin/psql" -h "$folder" -U tamlo -d postgres -qAtc "CREATE DATABASE tamlo"
