@@ -130,13 +130,13 @@ class Amas final : public MariaDb {
     const std::string base = "h" + std::to_string(++bases_);
     (void)amas_->Client(1, "CREATE DATABASE " + base);
     // The other nodes have it a moment later: whoever waits for what was committed has it then.
-    for (int noeud : {2, 3}) (void)amas_->Client(noeud, "SET SESSION wsrep_sync_wait = 7; SELECT 1");
+    for (int noeud : {2, 3}) (void)amas_->Client(noeud, "SET SESSION wsrep_sync_wait = 15; SELECT 1");
     return base;
   }
   [[nodiscard]] std::string Acces(const std::string& base) const override {
     std::string chaine = amas_->ConnectionString(++noeud_ % 3 + 1);
     chaine.replace(chaine.find("DATABASE=tamlo"), 14, "DATABASE=" + base);
-    return chaine + ";INITSTMT={SET SESSION wsrep_sync_wait=7}";
+    return chaine + ";INITSTMT={SET SESSION wsrep_sync_wait=15}";
   }
   void Tue() override {}
   void Releve() override {}
@@ -144,7 +144,7 @@ class Amas final : public MariaDb {
  private:
   [[nodiscard]] std::string Commande(const std::string& base) const override {
     return "mariadb --no-defaults -N -B -r --force --default-character-set=utf8mb4 -h 127.0.0.1 -P " + amas_->Port(3) +
-           " -u tamlo -ptamlo --init-command='SET SESSION wsrep_sync_wait=7' " + base;
+           " -u tamlo -ptamlo --init-command='SET SESSION wsrep_sync_wait=15' " + base;
   }
   std::unique_ptr<tests::GaleraCluster> amas_;
   int bases_ = 0;
