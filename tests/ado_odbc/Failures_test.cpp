@@ -1,4 +1,5 @@
 #include "ado/odbc/OdbcProvider.h"
+#include "runtime/Conversions.h"
 #include "tests/ado_odbc/Engine.h"
 
 namespace tamlo::tests {
@@ -39,6 +40,33 @@ TEST_P(Failures, ARecordsetOnAStatementWithoutRowsRunsItAndComesBackClosed) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Odbc, Failures, ::testing::Values("SQLite", "MariaDB", "PostgreSQL"),
+                         [](const auto& which) { return which.param; });
+
+/// A server that ends the connection in the middle of a transaction.
+class LostInTransaction : public OdbcTest {};
+
+TEST_P(LostInTransaction, NothingSaysThatItIsCommitted) {
+  const bool maria = GetParam() == "MariaDB";
+  Execute("CREATE TABLE perdue (n INTEGER)");
+  for (const int statements : {0, 1, 2}) {
+    SCOPED_TRACE(statements);
+    ado::Connection own;
+    Connect(own);
+    ado::Recordset number;
+    number.Open(maria ? "SELECT CONNECTION_ID()" : "SELECT pg_backend_pid()", &own, ado::adOpenForwardOnly, ado::adLockReadOnly, -1);
+    const std::string id = runtime::ToText(number.Fields(0).Value());
+    number.Close();
+    own.BeginTrans();
+    own.Execute("INSERT INTO perdue VALUES (1)");
+    Execute(maria ? "KILL " + id : "SELECT pg_terminate_backend(" + id + ")");
+    for (int i = 0; i < statements; ++i) EXPECT_NE(ErrorOf([&] { own.Execute("INSERT INTO perdue VALUES (2)"); }), 0);
+    EXPECT_NE(ErrorOf([&] { own.CommitTrans(); }), 0);
+    EXPECT_EQ(Count("perdue"), 0);
+    (void)runtime::IgnoringErrors([&] { own.RollbackTrans(); });
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Odbc, LostInTransaction, ::testing::Values("MariaDB", "PostgreSQL"),
                          [](const auto& which) { return which.param; });
 
 class Connecting : public ::testing::Test {

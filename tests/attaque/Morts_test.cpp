@@ -249,8 +249,8 @@ TEST_P(ServeurTue, KeepsWhatWasCommittedAndTellsTheRest) {
           // The step that failed by the death is the last one that counts.
           if (histoire.Refus().size() > refus) {
             const std::string& dernier = histoire.Refus().back();
-            for (const char* signe : {"gone away", "Lost connection", "server closed", "no connection", "terminating", "Can't connect",
-                                      "2013", "2006", "08S01", "57P", "was not dropped"}) {
+            for (const char* signe : {"gone away", "Lost connection", "connection lost", "server closed", "no connection", "terminating",
+                                      "Can't connect", "2013", "2006", "08S01", "57P", "was not dropped"}) {
               if (dernier.find(signe) != std::string::npos) figee = true;
             }
             if (mourante) figee = true;

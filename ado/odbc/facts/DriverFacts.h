@@ -100,6 +100,7 @@ struct TransactionFacts {
   std::u16string_view standsAlone;     ///< a query that gives 1 where a statement is a transaction of its own
   bool textsOpenTransactions = false;  ///< those that only the server knows of are taken note of
   bool undoesByItself = false;         ///< refuses to roll back what it has undone after a failed write
+  bool commitsWhenLost = false;        ///< says that it has committed when the connection is gone; knows by then that it is
   bool programsHaveNoResults = false;  ///< a driver that dies when asked for more results behind CREATE PROCEDURE and its like
   std::string_view writeTest;          ///< a step that fails where nothing can be written; empty where the driver tells
 };

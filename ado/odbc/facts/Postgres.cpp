@@ -25,6 +25,8 @@ void Writes(DriverFacts& facts) {
 }
 
 void Keeps(DriverFacts& facts) {
+  // psqlODBC 13.02: SQLEndTran on a lost connection is a success (ServeurTue.*).
+  facts.commitsWhenLost = true;
   facts.keepsNul = false;  // a text ends there
   facts.decimalsMayBeNone = true;
   facts.momentWords = MomentWords::kInfinite;

@@ -108,10 +108,20 @@ void Session::NoteText(std::string_view sql) {
   if (effect != TransactionEffect::kNone) mayHoldTransaction_ = effect == TransactionEffect::kMayOpen;
 }
 
+void Session::RequireLife() {
+  if (!facts_.commitsWhenLost || !IsDead()) return;
+  const std::string text = "La connexion au serveur est perdue : la transaction n'est pas validée, ou nul ne le sait.";
+  runtime::Error lost(runtime::kProviderFailure, text, "odbc");
+  throw lost.WithDiagnostics({{"08S01", 0, text}});
+}
+
 void Session::End(bool commit) {
   (void)Connection();
   if (!inTransaction_) throw runtime::Error(runtime::kNoTransaction);
-  if (commit) RequireTransaction();
+  if (commit) {
+    RequireTransaction();
+    RequireLife();
+  }
   const auto result = SQLEndTran(SQL_HANDLE_DBC, Connection(), commit ? SQL_COMMIT : SQL_ROLLBACK);
   // A commit that the server refused leaves the transaction open: the caller may still roll it back. Where a failed write has undone it
   // already, the rollback is refused.
@@ -121,6 +131,7 @@ void Session::End(bool commit) {
     Judge(failure);
     throw failure;
   }
+  if (commit) RequireLife();
   inTransaction_ = false;
   transactionUndone_ = false;
   mayHoldTransaction_ = false;

@@ -46,6 +46,8 @@ class Session {
   void TransactionWasUndone() noexcept { transactionUndone_ = inTransaction_; }
   /// Error -2147467259 while the transaction is one that the server has undone.
   void RequireTransaction() const;
+  /// Error (08S01) when the connection is known to be lost, where the driver would commit nothing and say that it did.
+  void RequireLife();
   [[nodiscard]] bool TransactionUndone() const noexcept { return transactionUndone_; }
 
   /// True when the last thing that the server undid has left something in tables without transactions.
