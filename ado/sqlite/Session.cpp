@@ -1,5 +1,6 @@
 #include "ado/sqlite/Session.h"
 
+#include "ado/ConnectionKeys.h"
 #include "ado/Errors.h"
 
 namespace tamlo::ado::sqlite {
@@ -104,14 +105,7 @@ std::string Session::DeclaredType(const std::string& table, const std::string& c
 
 std::string Plain(const char* text) { return text == nullptr ? std::string() : std::string(text); }
 
-std::string Quoted(std::string_view name) {
-  std::string quoted = "\"";
-  for (const char c : name) {
-    quoted += c;
-    if (c == '"') quoted += c;
-  }
-  return quoted + '"';
-}
+std::string AllRowsOf(const std::string& table) { return "SELECT * FROM " + Quoted(table); }
 
 bool IsOfTheRow(const runtime::Error& error) {
   if (error.Diagnostics().empty()) return true;  // refused before SQLite saw it

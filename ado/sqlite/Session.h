@@ -64,8 +64,8 @@ class Session {
 /// What SQLite gives as a text; blank for none.
 [[nodiscard]] std::string Plain(const char* text);
 
-/// A name as it stands in a statement.
-[[nodiscard]] std::string Quoted(std::string_view name);
+/// The query of all rows of a table.
+[[nodiscard]] std::string AllRowsOf(const std::string& table);
 
 /// Whether the error is one of what stands in a row; else the next row would meet the same.
 [[nodiscard]] bool IsOfTheRow(const runtime::Error& error);

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "ado/ConnectionKeys.h"
+
 namespace tamlo::ado::sqlite {
 namespace {
 

@@ -39,10 +39,8 @@ std::int32_t SqliteConnection::BeginTransaction() {
 }
 
 void SqliteConnection::CommitTransaction() {
-  if (!begun_ || !session_->InTransaction()) {
-    begun_ = false;
-    throw AdoError(runtime::kNoTransaction);
-  }
+  if (!session_->InTransaction()) begun_ = false;
+  if (!begun_) throw AdoError(runtime::kNoTransaction);
   (void)session_->Run("COMMIT");
   begun_ = false;
 }

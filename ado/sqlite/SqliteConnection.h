@@ -16,7 +16,7 @@ class SqliteConnection final : public ProviderConnection {
   ~SqliteConnection() override;
 
   std::int64_t Execute(const std::string& text, std::int32_t timeoutSeconds) override { return session_->Run(text, timeoutSeconds); }
-  [[nodiscard]] std::string TableStatement(const std::string& table) override { return "SELECT * FROM " + Quoted(table); }
+  [[nodiscard]] std::string TableStatement(const std::string& table) override { return AllRowsOf(table); }
   [[nodiscard]] std::unique_ptr<ProviderRowset> OpenRowset(const RowsetRequest& request) override;
   /// A file that another one writes for longer than five seconds is an error here, and not in the middle of the transaction.
   std::int32_t BeginTransaction() override;

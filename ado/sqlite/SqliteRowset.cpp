@@ -16,7 +16,7 @@ namespace {
 
 std::string StatementOf(const RowsetRequest& request) {
   const bool isTable = request.options == adCmdTable || request.options == adCmdTableDirect;
-  return isTable ? "SELECT * FROM " + Quoted(request.source) : request.source;
+  return isTable ? AllRowsOf(request.source) : request.source;
 }
 
 /// SQLite takes a value whole.

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/Case.h"
 #include "jet/value/ByteOrder.h"
 #include "jet/value/Error.h"
 
@@ -55,25 +56,19 @@ bool Patiently(int milliseconds, Attempt attempt) {
   return Patiently(Clock::now() + std::chrono::milliseconds(milliseconds), attempt);
 }
 
-std::string Lowered(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-  return text;
-}
-
 }  // namespace
 
 std::string Sharing::LockPath(const std::string& databasePath) {
   const auto slash = databasePath.find_last_of("/\\");
   const auto dot = databasePath.rfind('.');
   if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return databasePath + ".ldb";
-  const std::string end = Lowered(databasePath.substr(dot));
+  const std::string end = base::LowerCase(databasePath.substr(dot));
   return databasePath.substr(0, dot) + (end == ".accdb" || end == ".accde" ? ".laccdb" : ".ldb");
 }
 
 void Sharing::RequireName(const std::string& databasePath) {
   // Also where the system tells upper from lower case: the file may be carried to one that does not.
-  const std::string name = Lowered(databasePath);
+  const std::string name = base::LowerCase(databasePath);
   if (name.ends_with(".ldb") || name.ends_with(".laccdb"))
     throw Error(ErrorCode::kUnsupported, "A database cannot be called \"" + databasePath + "\": that is the name of its own lock file");
 }

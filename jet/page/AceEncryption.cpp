@@ -7,6 +7,7 @@
 #include <span>
 #include <vector>
 
+#include "base/Base64.h"
 #include "base/Numbers.h"
 #include "jet/page/Rc4.h"
 #include "jet/page/crypto/Crypto.h"
@@ -31,6 +32,10 @@ std::array<std::byte, 4> Little(std::uint32_t number) {
 
 Span BytesOf(std::string_view text) { return std::as_bytes(std::span(text)); }
 
+Error Damaged(const std::string& how) {
+  return {ErrorCode::kDamaged, "What page 0 says of the encryption " + how, 0, FileHeader::kEncryptionOffset};
+}
+
 [[noreturn]] void NotWritten() { throw Error(ErrorCode::kReadOnly, "An encrypted .accdb file is not written"); }
 
 /// What page 0 says of the encryption, read from its front.
@@ -40,7 +45,7 @@ class Record {
   std::uint16_t U16() { return Load16(Take(2).data()); }
   std::uint32_t U32() { return Load32(Take(4).data()); }
   Span Take(std::size_t size) {
-    if (size > bytes_.size()) throw Error(ErrorCode::kDamaged, "What page 0 says of the encryption ends too early", 0, 0x299);
+    if (size > bytes_.size()) throw Damaged("ends too early");
     const Span taken = bytes_.first(size);
     bytes_ = bytes_.subspan(size);
     return taken;
@@ -83,7 +88,7 @@ Rc4 StreamOf(const CryptoBytes& key) { return Rc4(std::span(reinterpret_cast<con
 
 class ProviderPages final : public PageCodec {
  public:
-  ProviderPages(std::shared_ptr<ProviderKeys> keys, bool aes, std::uint32_t fileKey)
+  ProviderPages(std::unique_ptr<ProviderKeys> keys, bool aes, std::uint32_t fileKey)
       : keys_(std::move(keys)), aes_(aes), fileKey_(fileKey) {}
   void Decode(PageNumber page, std::span<std::byte> bytes) override {
     if (aes_) return DecryptAes(AesMode::kEcb, keys_->AesKey(fileKey_ ^ page), {}, bytes);
@@ -92,7 +97,7 @@ class ProviderPages final : public PageCodec {
   void Encode(PageNumber /*page*/, std::span<std::byte> /*bytes*/) override { NotWritten(); }
 
  private:
-  std::shared_ptr<ProviderKeys> keys_;
+  std::unique_ptr<ProviderKeys> keys_;
   bool aes_;
   std::uint32_t fileKey_;
 };
@@ -122,15 +127,15 @@ std::unique_ptr<PageCodec> UnlockProvider(Record record, const std::string& pass
   const bool aes = algorithm >= kAes128 && algorithm <= kAes256;
   if (algorithm != kRc4 && !aes)
     throw Error(ErrorCode::kUnsupported, "\"" + path + "\" is encrypted by a method that is not known (" + std::to_string(algorithm) + ")");
-  auto keys = std::make_shared<ProviderKeys>();
+  auto keys = std::make_unique<ProviderKeys>();
   keys->bytes = (bits == 0 ? kDefaultBits : bits) / 8;
   const bool fits = aes ? keys->bytes == 16 || keys->bytes == 24 || keys->bytes == 32 : keys->bytes >= 5 && keys->bytes <= 16;
-  if (!fits) throw Error(ErrorCode::kDamaged, "What page 0 says of the encryption names no size of a key", 0, 0x299);
+  if (!fits) throw Damaged("names no size of a key");
   const Span salt = record.Take(record.U32() == kBlock ? kBlock : SIZE_MAX);
   const Span verifier = record.Take(kBlock);
   const std::uint32_t hashSize = record.U32();
   const Span hash = record.Take(aes ? 2 * kBlock : hashSize);
-  if (hashSize != 20) throw Error(ErrorCode::kDamaged, "What page 0 says of the encryption has an impossible hash", 0, 0x299);
+  if (hashSize != 20) throw Damaged("has an impossible hash");
 
   CryptoBytes check(verifier.begin(), verifier.end());
   check.insert(check.end(), hash.begin(), hash.end());
@@ -147,10 +152,7 @@ std::unique_ptr<PageCodec> UnlockProvider(Record record, const std::string& pass
 
 /// The value of an attribute of the first element of that name.
 std::string_view Attribute(std::string_view xml, std::string_view element, std::string_view name) {
-  const auto damaged = [&] {
-    return Error(ErrorCode::kDamaged, "What page 0 says of the encryption lacks " + std::string(element) + " " + std::string(name), 0,
-                 0x299);
-  };
+  const auto damaged = [&] { return Damaged("lacks " + std::string(element) + " " + std::string(name)); };
   const auto begin = xml.find("<" + std::string(element) + " ");
   if (begin == std::string_view::npos) throw damaged();
   const std::string_view inside = xml.substr(begin, xml.find('>', begin) - begin);
@@ -162,20 +164,9 @@ std::string_view Attribute(std::string_view xml, std::string_view element, std::
 }
 
 CryptoBytes FromBase64(std::string_view text) {
-  constexpr std::string_view kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  CryptoBytes bytes;
-  std::uint32_t held = 0;
-  int bits = 0;
-  for (const char letter : text.substr(0, text.find('='))) {
-    const auto value = kLetters.find(letter);
-    if (value == std::string_view::npos) throw Error(ErrorCode::kDamaged, "What page 0 says of the encryption is no base64", 0, 0x299);
-    held = held << 6U | static_cast<std::uint32_t>(value);
-    bits += 6;
-    if (bits < 8) continue;
-    bits -= 8;
-    bytes.push_back(static_cast<std::byte>(held >> static_cast<unsigned>(bits)));
-  }
-  return bytes;
+  auto bytes = base::ReadBase64(text);
+  if (!bytes) throw Damaged("is no base64");
+  return *std::move(bytes);
 }
 
 /// What both elements of an agile record say alike.
@@ -195,8 +186,7 @@ struct AgilePart {
       throw Error(ErrorCode::kUnsupported, "\"" + path + "\" is encrypted by a method that is not known (" + std::string(name) + ")");
     hash = found->second;
     keyBytes = base::ReadWhole<std::uint32_t>(Attribute(xml, element, "keyBits")).value_or(0) / 8;
-    if ((keyBytes != 16 && keyBytes != 24 && keyBytes != 32) || salt.size() != kBlock)
-      throw Error(ErrorCode::kDamaged, "What page 0 says of the encryption names no size of a key", 0, 0x299);
+    if ((keyBytes != 16 && keyBytes != 24 && keyBytes != 32) || salt.size() != kBlock) throw Damaged("names no size of a key");
   }
 };
 
@@ -224,8 +214,7 @@ CryptoBytes AgileValue(std::string_view xml, std::string_view name, const AgileP
   CryptoBytes key = hasher.Of({spun, std::as_bytes(purpose)});
   key.resize(part.keyBytes, std::byte{0x36});
   CryptoBytes value = FromBase64(Attribute(xml, "p:encryptedKey", name));
-  if (value.empty() || value.size() % kBlock != 0)
-    throw Error(ErrorCode::kDamaged, "What page 0 says of the encryption is cut short", 0, 0x299);
+  if (value.empty() || value.size() % kBlock != 0) throw Damaged("is cut short");
   DecryptAes(AesMode::kCbc, key, part.salt, value);
   return value;
 }
@@ -239,8 +228,7 @@ std::unique_ptr<PageCodec> UnlockAgile(Record record, const std::string& passwor
   const std::string_view xml = record.Rest();
   const AgilePart part(xml, "p:encryptedKey", path);
   const auto spins = base::ReadWhole<std::uint32_t>(Attribute(xml, "p:encryptedKey", "spinCount"));
-  if (!spins || *spins > kMostSpins)
-    throw Error(ErrorCode::kDamaged, "What page 0 says of the encryption has an impossible count", 0, 0x299);
+  if (!spins || *spins > kMostSpins) throw Damaged("has an impossible count");
   Hasher hasher(part.hash);
   CryptoBytes spun = hasher.Of({part.salt, BytesOf(password)});
   for (std::uint32_t i = 0; i < *spins; ++i) spun = hasher.Of({Little(i), spun});
@@ -250,7 +238,7 @@ std::unique_ptr<PageCodec> UnlockAgile(Record record, const std::string& passwor
   if (hash.size() > value.size() || !std::equal(hash.begin(), hash.end(), value.begin())) return nullptr;
   CryptoBytes key = AgileValue(xml, "encryptedKeyValue", part, hasher, spun, kKey);
   AgilePart pages(xml, "keyData", path);
-  if (key.size() < pages.keyBytes) throw Error(ErrorCode::kDamaged, "What page 0 says of the encryption is cut short", 0, 0x299);
+  if (key.size() < pages.keyBytes) throw Damaged("is cut short");
   key.resize(pages.keyBytes);
   return std::make_unique<AgilePages>(std::move(pages), std::move(key), fileKey);
 }

@@ -20,7 +20,6 @@ constexpr std::string_view kJetName("Standard Jet DB\0", 16);
 constexpr std::string_view kAceName("Standard ACE DB\0", 16);
 constexpr int kFirstAce = 2;  // 2007
 constexpr int kLastAce = 6;   // 2019
-constexpr std::size_t kEncryptionOffset = 0x299;
 constexpr std::size_t kKeyOffset = 0x3E;
 constexpr std::size_t kPasswordOffset = 0x42;
 constexpr std::size_t kPasswordSize = 40;
@@ -104,10 +103,10 @@ std::string_view Recognise(std::span<const std::byte> page) {
 
 /// What page 0 of an .accdb says of its encryption; empty where it is none.
 std::string EncryptionRecord(std::span<const std::byte> page, std::uint32_t key, const std::string& quoted) {
-  const std::size_t size = Load16(page.data() + kEncryptionOffset);
+  const std::size_t size = Load16(page.data() + FileHeader::kEncryptionOffset);
   if (size == 0 && key == 0) return {};
   if (size == 0) throw Error(ErrorCode::kUnsupported, quoted + "is encrypted, and page 0 does not say how");
-  const std::size_t begin = kEncryptionOffset + 2;
+  const std::size_t begin = FileHeader::kEncryptionOffset + 2;
   if (begin + size > page.size()) throw Error(ErrorCode::kDamaged, quoted + "is cut short", 0, static_cast<std::uint32_t>(page.size()));
   return {reinterpret_cast<const char*>(page.data()) + begin, size};
 }

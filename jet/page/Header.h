@@ -24,7 +24,8 @@ namespace jet {
 ///   0x6A  u16 build, 0x6E  u32 sort order, 0x72  f64 creation date (Jet 4)
 ///   0x299 u16 length of what tells how an .accdb is encrypted, 0 = it is not (not under the mask)
 struct FileHeader {
-  static constexpr std::size_t kSize = 2048;   ///< bytes needed to read one
+  static constexpr std::size_t kSize = 2048;  ///< bytes needed to read one
+  static constexpr std::uint32_t kEncryptionOffset = 0x299;
   static constexpr std::size_t kWhole = 4096;  ///< bytes of which the rest is looked at in an encrypted .accdb
 
   int version = 4;  ///< 3 or 4: how pages are laid out
