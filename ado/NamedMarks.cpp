@@ -28,6 +28,16 @@ std::size_t EndOfPassage(std::string_view text, std::size_t begin) {
   return end == std::string_view::npos ? text.size() : begin + end + close.size();
 }
 
+/// The end of the mark ":name" that begins here; begin where none does.
+std::size_t EndOfMark(std::string_view text, std::size_t begin) {
+  const std::size_t name = begin + 1;
+  if (text[begin] != ':' || name >= text.size() || !IsOfWord(text[name]) || IsDigit(text[name])) return begin;
+  if (begin > 0 && (text[begin - 1] == ':' || IsOfWord(text[begin - 1]))) return begin;
+  std::size_t end = name;
+  while (end < text.size() && IsOfWord(text[end])) ++end;
+  return end;
+}
+
 std::string_view Bare(std::string_view name) { return name.starts_with(':') ? name.substr(1) : name; }
 
 /// Reads over a text and notes which parameter each mark means.
@@ -40,8 +50,8 @@ class MarkReader {
       const std::size_t end = EndOfPassage(text_, at_);
       if (end > at_) {
         Copy(end);
-      } else if (text_[at_] == ':' && IsMark()) {
-        TakeNamed();
+      } else if (const std::size_t behind = EndOfMark(text_, at_); behind > at_) {
+        TakeNamed(behind);
       } else {
         if (text_[at_] == '?') TakeNext();
         Copy(at_ + 1);
@@ -63,13 +73,7 @@ class MarkReader {
     made_.text.append(text_.substr(at_, end - at_));
     at_ = end;
   }
-  [[nodiscard]] bool IsMark() const {
-    if (at_ + 1 >= text_.size() || !IsOfWord(text_[at_ + 1]) || IsDigit(text_[at_ + 1])) return false;
-    return at_ == 0 || (text_[at_ - 1] != ':' && !IsOfWord(text_[at_ - 1]));
-  }
-  void TakeNamed() {
-    std::size_t end = at_ + 1;
-    while (end < text_.size() && IsOfWord(text_[end])) ++end;
+  void TakeNamed(std::size_t end) {
     const std::string name(text_.substr(at_ + 1, end - at_ - 1));
     const std::string upper = runtime::UpperCase(name);
     const auto found = std::find_if(parameters_.begin(), parameters_.end(),
@@ -103,6 +107,17 @@ std::optional<PositionedStatement> Positioned(std::string_view text, const std::
   const bool anyName = std::any_of(parameters.begin(), parameters.end(), [](const Parameter& one) { return !one.name.empty(); });
   if (!anyName || text.find(':') == std::string_view::npos) return std::nullopt;
   return MarkReader(text, parameters).Read();
+}
+
+bool IsMarked(std::string_view text, std::string_view name) {
+  const std::string upper = runtime::UpperCase(std::string(name));
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t end = EndOfPassage(text, at);
+    const std::size_t mark = end > at ? at : EndOfMark(text, at);
+    if (mark > at && runtime::UpperCase(std::string(text.substr(at + 1, mark - at - 1))) == upper) return true;
+    at = std::max({end, mark, at + 1});
+  }
+  return false;
 }
 
 }  // namespace tamlo::ado

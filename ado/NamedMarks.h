@@ -21,4 +21,7 @@ struct PositionedStatement {
 /// for another mark ":name", and for a name that is not marked.
 [[nodiscard]] std::optional<PositionedStatement> Positioned(std::string_view text, const std::vector<Parameter>& parameters);
 
+/// Whether the text has a mark ":name" of that name, by the same rules.
+[[nodiscard]] bool IsMarked(std::string_view text, std::string_view name);
+
 }  // namespace tamlo::ado

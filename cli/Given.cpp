@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "ado/NamedMarks.h"
 #include "base/Case.h"
 #include "base/Numbers.h"
 #include "cli/Failure.h"
@@ -16,17 +17,6 @@ std::string Plain(std::string_view name) {
   for (const char c : name)
     if (c != '[' && c != ']') plain += c;
   return plain;
-}
-
-bool IsOfName(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || (c & 0x80) != 0; }
-
-/// Whether ":name" stands in the statement.
-bool HasMark(const std::string& sql, const std::string& name) {
-  const std::string lower = base::LowerCase(sql);
-  const std::string mark = ":" + base::LowerCase(name);
-  for (auto at = lower.find(mark); at != std::string::npos; at = lower.find(mark, at + 1))
-    if (at + mark.size() == lower.size() || !IsOfName(lower[at + mark.size()])) return true;
-  return false;
 }
 
 jet::Value NumberOf(const std::string& text) {
@@ -63,7 +53,7 @@ std::vector<jet::sql::Parameter> Given::For(jet::sql::Session& session, const st
 
 void Given::Into(ado::Command& command) {
   for (One& one : values_) {
-    if (!HasMark(command.CommandText(), one.name)) continue;
+    if (!ado::IsMarked(command.CommandText(), one.name)) continue;
     one.used = true;
     command.Parameters().Append({.name = one.name, .value = ado::Variant(one.value)});
   }

@@ -51,6 +51,21 @@ TEST_F(Param, WhatFindsNothingIsNamedAndNothingIsDone) {
   EXPECT_EQ(Query("SELECT Count(*) AS C FROM T", {}).out, "C\n2\n");
 }
 
+/// On a server, or as here in a SQLite file, a mark is one outside of texts, names and comments alone.
+TEST_F(Param, IsNoneInTextsNamesAndComments) {
+  ASSERT_EQ(
+      RunLine(folder_, "sqlite3 base.sqlite", "CREATE TABLE T (Id INTEGER, \":n\" INTEGER); INSERT INTO T VALUES (7, 1), (8, 2);").err, "");
+  const auto query = [&](const std::string& sql) { return TamloDb(folder_, {"query", "base.sqlite", sql, "-F", "csv", "--param", "n=7"}); };
+  const Ran meant = query("SELECT 'it''s :n' AS a, \":n\" AS [b:n] /* :n ' */ FROM T -- :n\nWHERE Id = :N");
+  EXPECT_EQ(meant.err, "");
+  EXPECT_EQ(meant.out, "a,b:n\nit's :n,1\n");
+  for (const char* place : {"':n'", "'a''b :n'", "\":n\"", "[:n]", "`:n`", "1 /* :n */", "1 -- :n", "1::n", "a:n", "':n", "1 /* :n"}) {
+    const Ran none = query(std::string("SELECT ") + place);
+    EXPECT_EQ(none.status, 2) << place;
+    EXPECT_EQ(none.err, "tamlo-db: --param: no statement has a parameter n\n") << place;
+  }
+}
+
 TEST_F(Param, EachStatementOfAFileTakesItsOwn) {
   const std::string line = "env LC_ALL=C " + Word(TAMLO_DB) + " query base.mdb -F csv --param a=7 --param b=8";
   const std::string both = "SELECT Nom FROM T WHERE Id = [a];\nSELECT Id FROM T WHERE Id = [b];\n";
