@@ -75,21 +75,23 @@ struct LossName {
   Said said;
 };
 
-constexpr std::array<LossName, 13> kLosses{{{Loss::kFinerThanMilliseconds, "finer-than-milliseconds", Said::kLossFiner},
-                                            {Loss::kNoDay, "no-day", Said::kLossNoDay},
-                                            {Loss::kNotANumber, "nan", Said::kLossNaN},
-                                            {Loss::kInfinite, "infinity", Said::kLossInfinity},
-                                            {Loss::kNegativeZero, "negative-zero", Said::kLossZero},
-                                            {Loss::kNul, "nul", Said::kLossNul},
-                                            {Loss::kEmptyText, "empty-text", Said::kLossEmpty},
-                                            {Loss::kEqualKeys, "equal-keys", Said::kLossEqual},
-                                            {Loss::kNoParent, "no-parent", Said::kLossParent},
-                                            {Loss::kTooLong, "too-long", Said::kLossTooLong},
-                                            {Loss::kOutOfRange, "out-of-range", Said::kLossRange},
-                                            {Loss::kOtherType, "other-type", Said::kLossOtherType},
-                                            {Loss::kRowSize, "row-size", Said::kLossRowSize}}};
+constexpr std::array<LossName, kKindsOfLoss> kLosses{{{Loss::kFinerThanMilliseconds, "finer-than-milliseconds", Said::kLossFiner},
+                                                      {Loss::kNoDay, "no-day", Said::kLossNoDay},
+                                                      {Loss::kNotANumber, "nan", Said::kLossNaN},
+                                                      {Loss::kInfinite, "infinity", Said::kLossInfinity},
+                                                      {Loss::kNegativeZero, "negative-zero", Said::kLossZero},
+                                                      {Loss::kNul, "nul", Said::kLossNul},
+                                                      {Loss::kEmptyText, "empty-text", Said::kLossEmpty},
+                                                      {Loss::kEqualKeys, "equal-keys", Said::kLossEqual},
+                                                      {Loss::kNoParent, "no-parent", Said::kLossParent},
+                                                      {Loss::kTooLong, "too-long", Said::kLossTooLong},
+                                                      {Loss::kOutOfRange, "out-of-range", Said::kLossRange},
+                                                      {Loss::kOtherType, "other-type", Said::kLossOtherType},
+                                                      {Loss::kRowSize, "row-size", Said::kLossRowSize}}};
 
 }  // namespace
+
+std::string_view KeyOf(Loss loss) { return kLosses[static_cast<std::size_t>(loss)].key; }
 
 std::string LossText(const Sighting& sighting, const schema::Dialect& engine) {
   return Say(kLosses[static_cast<std::size_t>(sighting.loss)].said, {engine.name});
@@ -148,19 +150,12 @@ std::string AsJson(const Assessment& assessment) {
              [](const schema::Renaming& renaming) {
                return JsonObject({{"table", JsonText(renaming.table)}, {"from", JsonText(renaming.from)}, {"to", JsonText(renaming.to)}});
              }) +
-         ",\n  \"findings\": " +
-         JsonList(
-             assessment.findings,
-             [](const schema::Finding& finding) {
-               return JsonObject(
-                   {{"table", JsonText(finding.table)}, {"column", JsonText(finding.column)}, {"text", JsonText(FindingText(finding))}});
-             }) +
-         ",\n  \"values\": " +
+         ",\n  \"findings\": " + JsonList(assessment.findings, FindingObject) + ",\n  \"values\": " +
          JsonList(assessment.sightings,
                   [&](const Sighting& sighting) {
                     return JsonObject({{"table", JsonText(sighting.table)},
                                        {"column", JsonText(sighting.column)},
-                                       {"loss", JsonText(kLosses[static_cast<std::size_t>(sighting.loss)].key)},
+                                       {"loss", JsonText(KeyOf(sighting.loss))},
                                        {"rows", number(sighting.rows)},
                                        {"example", JsonText(sighting.example)}});
                   }) +

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cli/Source.h"
@@ -26,6 +28,11 @@ enum class Loss {
   kOtherType,     ///< none of the column's type, as SQLite lets stand
   kRowSize,       ///< a row that is too long there
 };
+
+inline constexpr std::size_t kKindsOfLoss = 13;
+
+/// For programs: a short name that stays as it is.
+[[nodiscard]] std::string_view KeyOf(Loss loss);
 
 /// Values of one column that lose the same.
 struct Sighting {

@@ -28,8 +28,7 @@ std::string ReportText(const std::string& from, const std::string& to, const mov
   for (const auto& renaming : plan.renamings)
     renamings.push_back(JsonObject({"table", renaming.table, "from", renaming.from, "to", renaming.to}));
   for (const auto* list : {&plan.findings, &outcome.findings})
-    for (const auto& finding : *list)
-      findings.push_back(JsonObject({"table", finding.table, "column", finding.column, "text", FindingText(finding)}));
+    for (const auto& finding : *list) findings.push_back(FindingObject(finding));
   std::string text = "{\n  \"from\": ";
   move::AppendJson(text, from);
   text += ",\n  \"to\": ";

@@ -290,6 +290,8 @@ constexpr std::array kTexts{
     Text{Said::kTableLost, "%1: lost", "%1 : perdue"},
     Text{Said::kPageOf, "page %1", "page %1"},
     Text{Said::kRowOnPage, "row %1", "ligne %1"},
+    Text{Said::kPageAndOffset, "page %1, offset %2", "page %1, octet %2"},
+    Text{Said::kCheckReport, "File for what was found, in JSON", "Fichier pour ce qui a été trouvé, en JSON"},
     Text{Said::kMoreLosses, "and %1 more, which --report FILE tells", "et %1 {autre|autres}, que dit --report FICHIER"},
     Text{Said::kNothingLost, "%1: nothing is lost", "%1 : rien n'est perdu"},
     Text{Said::kLost, "%1: %2 {loss|losses}", "%1 : %2 {perte|pertes}"},

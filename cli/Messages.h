@@ -215,6 +215,8 @@ enum class Said {
   kTableLost,
   kPageOf,
   kRowOnPage,
+  kPageAndOffset,
+  kCheckReport,
   kMoreLosses,
   kNothingLost,
   kLost,

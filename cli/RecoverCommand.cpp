@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "cli/Commands.h"
+#include "cli/Damage.h"
 #include "cli/FindingLine.h"
 #include "cli/JsonText.h"
 #include "cli/Messages.h"
@@ -50,7 +51,7 @@ void Tell(const Asked& asked, const jet::Recovery& recovery) {
       break;
     }
     ++shown;
-    text += OneLine(PlaceOf(loss, asked.file) + ": " + loss.text) + '\n';
+    text += OneLine(Say(Said::kPlaced, {PlaceOf(loss, asked.file), DamageText(loss.text)})) + '\n';
   }
   text += recovery.losses.empty() ? Say(Said::kNothingLost, {asked.file})
                                   : Say(Said::kLost, {asked.file, std::to_string(recovery.losses.size())});
@@ -70,7 +71,7 @@ std::string TableObject(const jet::RecoveredTable& table) {
 }
 
 std::string LossObject(const jet::RecoveryLoss& loss) {
-  std::string object = JsonObject({"table", loss.table, "text", loss.text});
+  std::string object = JsonObject({"table", loss.table, "key", DamageKey(loss.text), "text", DamageText(loss.text)});
   object.pop_back();
   if (loss.page != 0) object += ", \"page\": " + std::to_string(loss.page);
   if (loss.row >= 0) object += ", \"row\": " + std::to_string(loss.row + 1);

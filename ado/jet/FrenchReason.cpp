@@ -5,9 +5,13 @@
 #include <optional>
 #include <vector>
 
+#include "base/Captured.h"
+
 namespace tamlo::ado::jetprovider {
 
 namespace {
+
+using base::Captured;
 
 /// "*" stands for any text, which goes to the "*" of the same place in the French sentence.
 struct Sentence {
@@ -140,24 +144,6 @@ constexpr bool StarsAgree() {
   return true;
 }
 static_assert(StarsAgree());
-
-/// What the "*" of a pattern stand for in a text; nothing when it does not fit.
-std::optional<std::vector<std::string_view>> Captured(std::string_view text, std::string_view pattern) {
-  std::vector<std::string_view> captured;
-  for (std::size_t star = pattern.find('*'); star != std::string_view::npos; star = pattern.find('*')) {
-    if (text.substr(0, star) != pattern.substr(0, star)) return std::nullopt;
-    text.remove_prefix(star);
-    pattern.remove_prefix(star + 1);
-    const std::string_view behind = pattern.substr(0, pattern.find('*'));
-    const bool last = behind.size() == pattern.size();
-    if (last && !text.ends_with(behind)) return std::nullopt;
-    const std::size_t end = last ? text.size() - behind.size() : text.find(behind);
-    if (end == std::string_view::npos) return std::nullopt;
-    captured.push_back(text.substr(0, end));
-    text.remove_prefix(end);
-  }
-  return text == pattern ? std::optional(captured) : std::nullopt;
-}
 
 std::string Filled(std::string_view sentence, const std::vector<std::string_view>& captured) {
   std::string filled;

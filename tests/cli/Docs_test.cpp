@@ -33,7 +33,7 @@ TEST(Docs, EachLineOfThePageWorks) {
     EXPECT_EQ(ran.status, 0) << line << "\n" << ran.err;
     EXPECT_EQ(ran.err, "") << line;
   }
-  EXPECT_EQ(tried, 40);
+  EXPECT_EQ(tried, 41);
   EXPECT_EQ(TamloDb(folder, {"query", "neuf.mdb", "SELECT Ville FROM Clients", "-F", "csv"}).out, "Ville\nVannes\n");
 }
 
