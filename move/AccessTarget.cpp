@@ -4,6 +4,7 @@
 
 #include "ado/Catalog.h"
 #include "ado/Recordset.h"
+#include "jet/value/Error.h"
 #include "move/Ask.h"
 #include "schema/Find.h"
 #include "schema/MakeAccess.h"
@@ -30,6 +31,9 @@ class IntoFile final : public Target {
   // Each step leaves what is there as it is, and may be done again.
   [[nodiscard]] bool DefinesInTransactions() const override { return false; }
   [[nodiscard]] bool StandsAlready(const runtime::Error&) const override { return false; }
+  [[nodiscard]] bool LacksParent(const runtime::Error& error) const override {
+    return error.NativeCode() == static_cast<std::int32_t>(jet::ErrorCode::kRelationViolated);
+  }
   [[nodiscard]] std::int64_t CountRows(const std::string& table) override {
     return AskNumber(connection_, "SELECT count(*) FROM " + schema::Quoted(Dialect(), table));
   }

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <mutex>
 
+#include "db/pompe/EcritureLignes.h"
 #include "move/Lanes.h"
 #include "move/Ledger.h"
 #include "move/Progress.h"
@@ -25,5 +26,9 @@ struct RowCopy {
 /// Brings the rows of one table that are not there yet. False when it was cancelled, or a lane failed; what is there is committed and noted.
 /// Errors: runtime::Error that names the table; CopyError with kTooManyRefused.
 [[nodiscard]] bool CopyRows(RowCopy& copy, const Lane& lane, std::size_t table);
+
+/// Where the rows of a table go, and how they are read for it.
+[[nodiscard]] db::pompe::CibleLignes TargetOf(Target& there, const PlannedTable& table);
+[[nodiscard]] db::pompe::Lecture ReadingOf(const schema::Dialect& there, const PlannedTable& table);
 
 }  // namespace tamlo::move

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "move/CopyRows.h"
+#include "move/Waiting.h"
 
 namespace tamlo::move {
 namespace {
@@ -20,7 +21,8 @@ Places Incomplete(const RowCopy& copy) {
 }
 
 bool OneAfterAnother(RowCopy& copy, const Lane& lane, const Places& places) {
-  return std::all_of(places.begin(), places.end(), [&](std::size_t place) { return CopyRows(copy, lane, place); });
+  return std::all_of(places.begin(), places.end(),
+                     [&](std::size_t place) { return CopyRows(copy, lane, place) && BringWaitingOf(copy, lane, place); });
 }
 
 /// The tables that wait for a lane, and how the lanes ended.
@@ -69,10 +71,11 @@ bool SideBySide(RowCopy& copy, std::span<const Lane> lanes, Places places) {
 
 bool BringRows(RowCopy& copy, std::span<const Lane> lanes) {
   Places places = Incomplete(copy);
-  if (lanes.size() == 1) return OneAfterAnother(copy, lanes[0], places);
-  const auto made =
-      std::stable_partition(places.begin(), places.end(), [&](std::size_t place) { return copy.ledger.Of(place).WasThere(); });
-  return OneAfterAnother(copy, lanes[0], {places.begin(), made}) && SideBySide(copy, lanes, {made, places.end()});
+  const auto made = lanes.size() == 1 ? places.end() : std::stable_partition(places.begin(), places.end(), [&](std::size_t place) {
+    return copy.ledger.Of(place).WasThere();
+  });
+  return OneAfterAnother(copy, lanes[0], {places.begin(), made}) && BringWaiting(copy, lanes[0]) &&
+         SideBySide(copy, lanes, {made, places.end()});
 }
 
 }  // namespace tamlo::move

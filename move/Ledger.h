@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,8 @@ namespace tamlo::move {
 class Ledger {
  public:
   static constexpr const char* kTable = "tamlo_copy_progress";
+  /// Beside it where tables were there before: their rows that wait for others.
+  static constexpr const char* kWaiting = "tamlo_copy_waiting";
 
   enum class State : std::uint8_t {
     kNew,       ///< the copy makes the table
@@ -44,17 +47,27 @@ class Ledger {
   [[nodiscard]] std::uint64_t RejectBytes() const noexcept { return rejectBytes_; }
   [[nodiscard]] const Entry& Of(std::size_t table) const { return entries_.at(table); }
 
+  /// The rows of a table, by their numbers in the source, that refer to rows which were not there yet. They count as done.
+  [[nodiscard]] const std::set<std::int64_t>& Waiting(std::size_t table) const { return waiting_.at(table); }
+
   /// Each writes at once, inside of whatever transaction is open. Rows are noted through the connection that writes them, from any thread as
   /// long as no two note the same table; a size of the file of refused rows only by one at a time.
   void NoteStatements(std::size_t done);
   void NoteRows(ado::Connection& through, std::size_t table, const Entry& entry, std::optional<std::uint64_t> rejectBytes);
+  void NoteWaiting(ado::Connection& through, std::size_t table, const std::vector<std::int64_t>& came,
+                   const std::vector<std::int64_t>& gone);
 
  private:
+  [[nodiscard]] bool Has(const char* table);
+  void MakeWaiting();
+  void DropWaiting();
   void Write(ado::Connection& through, std::size_t place, int state, std::int64_t done, std::uint64_t refused);
   [[nodiscard]] std::string Name() const { return schema::Quoted(target_.Dialect(), kTable); }
+  [[nodiscard]] std::string WaitingName() const { return schema::Quoted(target_.Dialect(), kWaiting); }
 
   Target& target_;
   std::vector<Entry> entries_;
+  std::vector<std::set<std::int64_t>> waiting_;
   std::size_t statements_ = 0;
   std::uint64_t rejectBytes_ = 0;
 };

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "schema/Find.h"
+
 namespace tamlo::move {
 namespace {
 
@@ -37,8 +39,29 @@ std::vector<std::string> OrderOf(const schema::Table& table) {
   return order;
 }
 
-PlannedTable PlanTable(const schema::Table& table, const schema::TableThere& there) {
-  PlannedTable planned{.name = table.name, .there = there.name, .columns = {}, .order = OrderOf(table), .rows = table.rows};
+std::vector<SelfLink> SelfLinksOf(const schema::Database& database, const schema::Table& table) {
+  std::vector<SelfLink> links;
+  for (const schema::Relation& relation : database.relations) {
+    if (relation.table != table.name || relation.referenced != table.name) continue;
+    SelfLink link;
+    for (const auto& [column, referenced] : relation.columns) {
+      const auto from = schema::PlaceOf(table.columns, column), to = schema::PlaceOf(table.columns, referenced);
+      if (!from || !to) continue;
+      link.columns.push_back(*from);
+      link.referenced.push_back(*to);
+    }
+    if (link.columns.size() == relation.columns.size()) links.push_back(std::move(link));
+  }
+  return links;
+}
+
+PlannedTable PlanTable(const schema::Database& database, const schema::Table& table, const schema::TableThere& there) {
+  PlannedTable planned{.name = table.name,
+                       .there = there.name,
+                       .columns = {},
+                       .order = OrderOf(table),
+                       .links = SelfLinksOf(database, table),
+                       .rows = table.rows};
   for (std::size_t i = 0; i < table.columns.size(); ++i)
     planned.columns.push_back({table.columns[i].name, there.columns[i], table.columns[i].type, table.columns[i].type});
   return planned;
@@ -108,7 +131,7 @@ schema::Database Wanted(const schema::Database& source, const Options& options) 
 Plan MakePlan(const schema::Database& wanted, const schema::Script& script, const Options& options) {
   Plan plan{.tables = {}, .statements = {}, .renamings = script.renamings, .findings = wanted.findings, .fingerprint = {}};
   plan.findings.insert(plan.findings.end(), script.findings.begin(), script.findings.end());
-  for (const std::size_t i : ParentsFirst(wanted)) plan.tables.push_back(PlanTable(wanted.tables[i], script.tables[i]));
+  for (const std::size_t i : ParentsFirst(wanted)) plan.tables.push_back(PlanTable(wanted, wanted.tables[i], script.tables[i]));
   for (const schema::Statement& statement : script.statements)
     if (Belongs(statement, options.parts)) plan.statements.push_back(statement);
   plan.fingerprint = FingerprintOf(plan, options);

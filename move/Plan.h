@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -16,11 +17,18 @@ struct PlannedColumn {
   schema::Type typeThere;
 };
 
+/// A relation of a table with itself: places of columns of the plan, and of those that they refer to.
+struct SelfLink {
+  std::vector<std::size_t> columns;
+  std::vector<std::size_t> referenced;
+};
+
 struct PlannedTable {
   std::string name;
   std::string there;
   std::vector<PlannedColumn> columns;
   std::vector<std::string> order;  ///< columns whose values no two rows share, by which a server gives the rows in the same order each time
+  std::vector<SelfLink> links;     ///< by which rows that have to wait for each other are ordered
   std::uint64_t rows = 0;          ///< as the source counted them when it was read
 };
 

@@ -35,6 +35,7 @@ class ByStatements final : public Target {
     return dialect_.engine != Engine::kMariaDb && dialect_.engine != Engine::kOracle;
   }
   [[nodiscard]] bool StandsAlready(const runtime::Error& error) const override;
+  [[nodiscard]] bool LacksParent(const runtime::Error& error) const override;
   [[nodiscard]] std::int64_t CountRows(const std::string& table) override {
     return AskNumber(connection_, "SELECT count(*) FROM " + schema::Quoted(dialect_, table));
   }
@@ -92,6 +93,21 @@ bool ByStatements::StandsAlready(const runtime::Error& error) const {
   const bool known = std::find(kMariaDb.begin(), kMariaDb.end(), error.NativeCode()) != kMariaDb.end();
   if (dialect_.engine != Engine::kMariaDb || !known) return false;
   return error.NativeCode() != 1005 || error.Description().find("errno: 121") != std::string::npos;
+}
+
+bool ByStatements::LacksParent(const runtime::Error& error) const {
+  switch (dialect_.engine) {
+    case Engine::kMariaDb:
+      return error.NativeCode() == 1452 || error.NativeCode() == 1216;
+    case Engine::kPostgreSql:
+      return error.SqlState() == "23503";
+    case Engine::kSqlServer:
+      return error.NativeCode() == 547;  // that of a rule too, which more rows do not help: it is told at the end
+    case Engine::kOracle:
+      return error.NativeCode() == 2291;
+    default:
+      return false;
+  }
 }
 
 std::vector<schema::Finding> ByStatements::Orphans() {

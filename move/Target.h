@@ -33,6 +33,8 @@ class Target {
   [[nodiscard]] virtual bool DefinesInTransactions() const = 0;
   /// Whether a definition was refused because what it makes is there.
   [[nodiscard]] virtual bool StandsAlready(const runtime::Error& error) const = 0;
+  /// Whether a row was refused because one that it refers to is not there.
+  [[nodiscard]] virtual bool LacksParent(const runtime::Error& error) const = 0;
   [[nodiscard]] virtual std::int64_t CountRows(const std::string& table) = 0;
   /// Rows that refer to none, where the engine was not asked to look while they came. Each is a finding.
   [[nodiscard]] virtual std::vector<schema::Finding> Orphans() = 0;
