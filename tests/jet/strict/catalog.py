@@ -101,7 +101,9 @@ class Catalog:
             self.report(f"{what} has the parent {row['ParentId']}")
         elif row["ParentId"] != ROOT and self.objects[row["ParentId"]]["Type"] != 3:
             self.report(f"the parent of {what} is no container")
-        if row["Owner"] is None or len(row["Owner"]) < 2:
+        if row["Owner"] is None and self.file.ace and row["Flags"] < 0:
+            pass  # tables that every .accdb has
+        elif row["Owner"] is None or len(row["Owner"]) < 2:
             self.report(f"{what} has the owner {row['Owner']}")
         for when in ("DateCreate", "DateUpdate"):
             if row[when] is None or not 30000 < row[when] < 60000:

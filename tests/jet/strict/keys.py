@@ -171,7 +171,7 @@ def column_key(kind, value, descending, column=None, once=False):
     flag = b"\x80" if descending else b"\x7f"
     if kind in (10, 12):
         return text_key(value, descending, order_of(column) if column else GENERAL, once)
-    if kind == 9:
+    if kind in (9, 20):
         return flag + binary_groups(value, descending)
     if kind == 15:
         ordered = value[3::-1] + value[5:3:-1] + value[7:5:-1] + value[8:]
@@ -182,12 +182,12 @@ def column_key(kind, value, descending, column=None, once=False):
         return flag + (b"\0" if negative else b"\xff") + (complement(body) if negative != descending else body)
     if kind == 2:
         plain = bytes([value])
-    elif kind in (3, 4, 5):
-        size = {3: 2, 4: 4, 5: 8}[kind]
+    elif kind in (3, 4, 5, 18, 19):
+        size = {3: 2, 4: 4, 5: 8, 18: 4, 19: 8}[kind]
         plain = (value + (1 << 8 * size - 1)).to_bytes(size, "big")
     elif kind in (6, 7, 8):
         plain = struct.pack(">f" if kind == 6 else ">d", value)
         plain = complement(plain) if plain[0] & 0x80 else bytes([plain[0] | 0x80]) + plain[1:]
     else:
-        raise ValueError(f"a column of type {kind} has no keys")
+        raise UnknownOrder(f"a column of type {kind} has no keys that are known")
     return flag + (complement(plain) if descending else plain)

@@ -83,6 +83,7 @@ class File:
         with open(path, "rb") as stream:
             self.data = stream.read()
         self.path, self.made = path, made
+        self.ace = self.data[4:20] == b"Standard ACE DB\0"
         self.findings, self.notes = [], []
         self.password = ""
         if len(self.data) % PAGE or not self.data:
@@ -277,8 +278,12 @@ class File:
             if header[at : at + len(value)] != value:
                 self.report(0, f"{what} at {at:#x} is {header[at:at + len(value)].hex()} instead of {value.hex()}")
 
-        want(0, b"\0\x01\0\0Standard Jet DB\0", "the name of the engine")
-        want(0x14, struct.pack("<I", 1), "the version")
+        if self.ace:
+            if header[0x14] not in (2, 3, 5, 6) or header[0x15] > 1 or any(header[0x16:0x18]):
+                self.report(0, f"the version at 0x14 is {header[0x14:0x18].hex()}")
+        else:
+            want(0, b"\0\x01\0\0Standard Jet DB\0", "the name of the engine")
+            want(0x14, struct.pack("<I", 1), "the version")
         want(0x18, struct.pack("<6I", 0x100, 0x101, 2, 3, 4, 5), "the first row pointers and pages")
         want(0x30, bytes(12), "the gap")
         want(0x6C, bytes(2), "the gap")

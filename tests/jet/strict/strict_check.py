@@ -4,8 +4,8 @@
 Usage: strict_check.py [--made] [--like ORIGINAL] [--notes] file.mdb ...
 
 Shares no code with the engine. --made: the file was written by the engine alone, so that what real files are lenient about (stale counts,
-pages that belong to nobody, room that is not listed) is a finding too. --like: the file is a changed copy of that original; pages that
-belonged to nobody there may do so here. Exit code 1 when there is a finding.
+pages that belong to nobody, room that is not listed) is a finding too. --like: the file is a changed copy of that original; what is
+found there too is none of the change's doing, and pages that belonged to nobody there may do so here. Exit code 1 when there is a finding.
 """
 import struct
 import sys
@@ -23,7 +23,7 @@ def check_table(table):
     decoder = Decoder(table)
     table.values = {}
     highest = 0
-    counter = next((c.number for c in table.columns if c.flags & 4), None)
+    counter = next((c.number for c in table.columns if c.counts), None)
     for pointer, (row, page) in table.rows.items():
         _, stored = table.decode(row, page)
         decoded = {number: decoder.value(table.by_number[number], value, page) for number, value in stored.items()}
@@ -46,10 +46,10 @@ def named_rows(table):
     return [{column.name: row[column.number] for column in table.columns} for row in table.values.values()]
 
 
-def unclaimed(path):
-    """How many pages in use belong to nobody in an original."""
+def as_it_was(path):
+    """How many pages in use belong to nobody in an original, and the findings in it."""
     file = run(path, False, 1 << 30)
-    return sum(int(note.split()[0]) for note in file.notes if "belong to nobody" in note)
+    return sum(int(note.split()[0]) for note in file.notes if "belong to nobody" in note), set(file.findings)
 
 
 def run(path, made, allowed=0):
@@ -79,7 +79,7 @@ def run(path, made, allowed=0):
 
 def main(arguments):
     made = notes = False
-    allowed, failed = 0, 0
+    allowed, failed, before = 0, 0, set()
     paths = []
     arguments = list(arguments)
     while arguments:
@@ -89,13 +89,13 @@ def main(arguments):
         elif argument == "--notes":
             notes = True
         elif argument == "--like":
-            allowed = unclaimed(arguments.pop(0))
+            allowed, before = as_it_was(arguments.pop(0))
         else:
             paths.append(argument)
     for path in paths:
         try:
             file = run(path, made, allowed)
-            findings, remarks = file.findings, file.notes
+            findings, remarks = [finding for finding in file.findings if finding not in before], file.notes
         except (Damaged, struct.error, IndexError) as error:
             findings, remarks = [str(error)], []
         for finding in findings[:40]:

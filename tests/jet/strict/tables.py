@@ -5,6 +5,9 @@ from pages import LVAL, PAGE, Damaged, i32, u16, u32
 
 LENGTHS = {1: 1, 2: 1, 3: 2, 4: 4, 5: 8, 6: 4, 7: 8, 8: 8, 15: 16, 16: 17}
 KINDS = set(LENGTHS) | {9, 10, 11, 12, 17}
+COMPLEX, BIG_INTEGER, EXTENDED_DATE = 18, 19, 20  # of .accdb files
+LENGTHS |= {COMPLEX: 4, BIG_INTEGER: 8, EXTENDED_DATE: 42}
+CALCULATED, HISTORY = 0xC0, 0x20
 SYSTEM_STREAMS = {2: 1050, 3: 335, 4: 525, 5: 813}
 
 
@@ -16,6 +19,8 @@ class Column:
         self.rest, self.offset, self.length = struct.unpack_from("<IHH", block, 17)
         self.fixed = bool(self.flags & 1)
         self.long = self.kind in (11, 12)
+        self.calculated = self.extra & CALCULATED == CALCULATED
+        self.counts = self.flags & 4 and self.kind != COMPLEX
 
 
 class Tree:
@@ -135,6 +140,9 @@ class Table:
         if at + 2 != len(s):
             self.report(f"the definition ends at {at + 2} and says {len(s)}")
         self.by_number = {column.number: column for column in self.columns}
+        for column in self.columns:
+            if column.calculated:  # a memo's type in the block is that of a text
+                column.long = column.number in self.long_maps
         self.check_columns()
         self.check_indexes()
 
@@ -143,8 +151,8 @@ class Table:
         names, variables, spans = set(), {}, []
         for c in self.columns:
             what = f'column "{c.name}"'
-            if c.kind not in KINDS:
-                self.report(f"{what} is of type {c.kind}")
+            if c.kind not in KINDS and not self.file.ace or c.calculated and (c.fixed or not self.file.ace):
+                self.report(f"{what} is of type {c.kind}, flags {c.flags:#x}, {c.extra:#x}")
             if c.magic != 1625:
                 self.report(f"{what} has the magic {c.magic}")
             if c.name.casefold() in names or len(c.name) > 64:
@@ -158,19 +166,19 @@ class Table:
                 self.report(f"{what} has the flags {c.flags:#x}")
             if system != bool(c.flags & 0x10) and (system or self.file.made):
                 self.report(f"{what} has the flags {c.flags:#x} in a table of type {self.kind}")
-            if c.flags & 4 and c.kind != 4 or c.flags & 0x40 and c.kind != 15 or c.flags & 0x80 and c.kind != 12:
+            if c.flags & 4 and c.kind not in (4, COMPLEX) or c.flags & 0x40 and c.kind != 15 or c.flags & 0x80 and c.kind != 12:
                 self.report(f"{what} of type {c.kind} has the flags {c.flags:#x}")
             if c.kind in LENGTHS and c.length != LENGTHS[c.kind] and (c.fixed or self.file.made):
                 self.report(f"{what} of type {c.kind} has the length {c.length}")
-            if c.kind == 10 and (not 0 < c.length <= 510 or c.length % 2) or c.kind == 9 and not 0 < c.length <= 510:
+            if c.kind == 10 and not c.calculated and (not 0 < c.length <= 510 or c.length % 2) or c.kind == 9 and not 0 < c.length <= 510:
                 self.report(f"{what} of type {c.kind} has the length {c.length}")
-            if c.long and (c.length or c.fixed):
+            if c.long and not c.calculated and (c.length or c.fixed):
                 self.report(f"{what} is long and has the length {c.length}, flags {c.flags:#x}")
             if c.rest:
                 self.report(f"{what}: bytes 17 to 20 are {c.rest:#x}")
             if c.kind in (10, 12) and c.sort[2:3] != b"\0":
                 self.report(f"{what} has the order {c.sort.hex()}")
-            if c.kind == 16 and not (1 <= c.sort[0] <= 28 and c.sort[1] <= c.sort[0] and not any(c.sort[2:])):
+            if c.kind == 16 and not c.calculated and not (1 <= c.sort[0] <= 28 and c.sort[1] <= c.sort[0] and (self.file.ace or not any(c.sort[2:]))):
                 self.report(f"{what} has the precision {c.sort.hex()}")
             if self.file.made and (c.extra & ~1 or c.extra and c.kind not in (10, 12)):
                 self.report(f"{what} has the second flags {c.extra:#x}")
@@ -194,7 +202,7 @@ class Table:
             self.report(f"long value maps of column {number}, which is not there")
         # The second number is the place in the design: distinct, or 0 everywhere in tables of Access' own. Access counts it from 0 or
         # from 1, and leaves gaps where columns have been moved or dropped.
-        places = [c.again for c in self.columns]
+        places = [c.again for c in self.columns if not c.extra & HISTORY]
         if any(places) and (len(set(places)) != len(places) or self.file.made and max(places) >= self.max_columns) or system and any(places):
             self.report(f"the second numbers are {places} of {self.max_columns}")
         order = [variables[place] for place in sorted(variables)]
@@ -211,7 +219,7 @@ class Table:
         by_name = [c.name.lower() for c in self.columns]
         if numbers != sorted(numbers) and by_name != sorted(by_name):
             self.report("columns stand neither by number nor by name") if self.file.made else self.file.note(f"{self.name}: order of columns")
-        if sum(1 for c in self.columns if c.flags & 4) > 1:
+        if sum(1 for c in self.columns if c.counts) > 1:
             self.report("has two counters")
 
     def check_indexes(self):
@@ -231,7 +239,8 @@ class Table:
                     self.report(f"tree {i} is over column {number}")
             if not tree.flags & 0x80 and self.kind == "N" or tree.flags & ~0x8B:
                 self.report(f"tree {i} has the flags {tree.flags:#x}")
-            if any(tree.tail):
+            complex_ = self.file.ace and any(number in self.by_number and self.by_number[number].kind == COMPLEX for number, _ in tree.columns)
+            if any(tree.tail[complex_:]) or complex_ and tree.tail[0] not in (0, 2):
                 self.report(f"tree {i} ends with {tree.tail.hex()}")
             if self.file.made and (tree.unknown or tree.counts[0] or tree.counts[2]):
                 self.report(f"tree {i} has unknown bytes {tree.unknown:#x}, counts {tree.counts}")
@@ -336,7 +345,8 @@ class Table:
 
         for number in range(count, 8 * len(mask)):
             if mask[number // 8] >> number % 8 & 1:
-                self.report(f"the mask of a row has bit {number} of {count} columns", page)
+                text = f"the mask of a row has bit {number} of {count} columns"
+                self.file.note(f"{self.name}: {text}") if self.file.ace and not self.file.made else self.report(text, page)
         variable, offsets, end_of_fixed = 0, [], mask_at
         if self.variable_columns:
             variable = u16(row, mask_at - 2)

@@ -3,9 +3,13 @@
 Texts become tuples of UTF-16 units, numerics (negative, magnitude), GUIDs their stored bytes; the others what Python has.
 """
 import math
+import re
 import struct
 
 from pages import LVAL, Damaged, u32
+from tables import EXTENDED_DATE
+
+EXTENDED = re.compile(rb"[0-9]{19}:[0-9]{19}:7\0")
 
 
 def units_of(raw):
@@ -140,8 +144,18 @@ class Decoder:
             return stored
         report = lambda text: self.table.report(f'"{column.name}": {text}', where)
         kind = column.kind
+        raw = self.long[column.number].read(stored, where) if column.long else stored
+        if column.calculated:
+            if len(raw) < 23 or any(raw[:16]) or struct.unpack_from("<I", raw, 16)[0] != len(raw) - 23 or any(raw[-3:]):
+                report(f"a calculated value of {len(raw)} bytes: {raw[:24].hex()}")
+            return raw
+        if kind == EXTENDED_DATE:
+            if not EXTENDED.fullmatch(stored):
+                report(f"an extended date {stored}")
+            return stored
+        if kind > EXTENDED_DATE:
+            return stored  # nobody knows the type
         if column.long:
-            raw = self.long[column.number].read(stored, where)
             if kind == 11:
                 return raw
             units, odd = decompress(raw)
@@ -164,7 +178,7 @@ class Decoder:
             if len(stored) > column.length:
                 report(f"{len(stored)} bytes in a column of {column.length}")
             return stored
-        if len(stored) != {1: 0, 2: 1, 3: 2, 4: 4, 5: 8, 6: 4, 7: 8, 8: 8, 15: 16, 16: 17}[kind]:
+        if len(stored) != {1: 0, 2: 1, 3: 2, 4: 4, 5: 8, 6: 4, 7: 8, 8: 8, 15: 16, 16: 17, 18: 4, 19: 8}[kind]:
             raise Damaged(f'{self.table.name}: "{column.name}" has {len(stored)} bytes')
         if kind == 15:
             return stored
@@ -177,7 +191,7 @@ class Decoder:
             if magnitude >= 10 ** column.sort[0]:
                 report(f"{magnitude} has more than {column.sort[0]} digits")
             return bool(stored[0]), magnitude
-        value = struct.unpack({2: "<B", 3: "<h", 4: "<i", 5: "<q", 6: "<f", 7: "<d", 8: "<d"}[kind], stored)[0]
+        value = struct.unpack({2: "<B", 3: "<h", 4: "<i", 5: "<q", 6: "<f", 7: "<d", 8: "<d", 18: "<i", 19: "<q"}[kind], stored)[0]
         if kind in (6, 7, 8) and not math.isfinite(value):
             report(f"the number {value}")
         if kind in (6, 7, 8) and self.table.file.made and value == 0 and math.copysign(1, value) < 0:
