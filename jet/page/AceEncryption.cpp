@@ -36,7 +36,14 @@ Error Damaged(const std::string& how) {
   return {ErrorCode::kDamaged, "What page 0 says of the encryption " + how, 0, FileHeader::kEncryptionOffset};
 }
 
-[[noreturn]] void NotWritten() { throw Error(ErrorCode::kReadOnly, "An encrypted .accdb file is not written"); }
+/// Leaves nothing of a text behind that is not to lie about in memory.
+struct WipedAtEnd {
+  std::string& text;
+  ~WipedAtEnd() {
+    volatile char* const letters = text.data();
+    for (std::size_t i = 0; i < text.size(); ++i) letters[i] = '\0';
+  }
+};
 
 /// What page 0 says of the encryption, read from its front.
 class Record {
@@ -94,7 +101,10 @@ class ProviderPages final : public PageCodec {
     if (aes_) return DecryptAes(AesMode::kEcb, keys_->AesKey(fileKey_ ^ page), {}, bytes);
     StreamOf(keys_->Rc4Key(fileKey_ ^ page)).Apply(bytes);
   }
-  void Encode(PageNumber /*page*/, std::span<std::byte> /*bytes*/) override { NotWritten(); }
+  void Encode(PageNumber page, std::span<std::byte> bytes) override {
+    if (aes_) return EncryptAes(AesMode::kEcb, keys_->AesKey(fileKey_ ^ page), {}, bytes);
+    Decode(page, bytes);
+  }
 
  private:
   std::unique_ptr<ProviderKeys> keys_;
@@ -194,14 +204,16 @@ class AgilePages final : public PageCodec {
  public:
   AgilePages(AgilePart part, CryptoBytes key, std::uint32_t fileKey)
       : part_(std::move(part)), key_(std::move(key)), fileKey_(fileKey), hasher_(part_.hash) {}
-  void Decode(PageNumber page, std::span<std::byte> bytes) override {
-    CryptoBytes start = hasher_.Of({part_.salt, Little(fileKey_ ^ page)});
-    start.resize(kBlock);
-    DecryptAes(AesMode::kCbc, key_, start, bytes);
-  }
-  void Encode(PageNumber /*page*/, std::span<std::byte> /*bytes*/) override { NotWritten(); }
+  void Decode(PageNumber page, std::span<std::byte> bytes) override { DecryptAes(AesMode::kCbc, key_, StartOf(page), bytes); }
+  void Encode(PageNumber page, std::span<std::byte> bytes) override { EncryptAes(AesMode::kCbc, key_, StartOf(page), bytes); }
 
  private:
+  [[nodiscard]] CryptoBytes StartOf(PageNumber page) {
+    CryptoBytes start = hasher_.Of({part_.salt, Little(fileKey_ ^ page)});
+    start.resize(kBlock);
+    return start;
+  }
+
   AgilePart part_;
   CryptoBytes key_;
   std::uint32_t fileKey_;
@@ -254,7 +266,8 @@ std::unique_ptr<PageCodec> UnlockAce(const FileHeader& header, std::string_view 
   Record record(std::as_bytes(std::span(header.encryption)));
   const std::uint16_t major = record.U16();
   const std::uint16_t minor = record.U16();
-  const std::string inUnits = ToUtf16(password);
+  std::string inUnits = ToUtf16(password);
+  const WipedAtEnd wiped{inUnits};
   std::unique_ptr<PageCodec> codec;
   if (major == 4 && minor == 4) {
     codec = UnlockAgile(record, inUnits, header.encryptionKey, path);

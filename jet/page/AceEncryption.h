@@ -9,7 +9,7 @@
 
 namespace jet {
 
-/// How the pages of an encrypted .accdb are read; they are not written. The password (UTF-8) is tried against what page 0 says of it. Errors, naming
+/// How the pages of an encrypted .accdb lie in it. The password (UTF-8) is tried against what page 0 says of it. Errors, naming
 /// the path: kPasswordProtected for none, kWrongPassword, kUnsupported for a scheme that is not known or a build without cryptography, kDamaged for a
 /// record that does not read.
 [[nodiscard]] std::unique_ptr<PageCodec> UnlockAce(const FileHeader& header, std::string_view password, const std::string& path);

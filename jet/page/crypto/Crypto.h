@@ -14,7 +14,7 @@ using CryptoBytes = std::vector<std::byte>;
 enum class HashKind : std::uint8_t { kSha1, kSha256, kSha384, kSha512 };
 enum class AesMode : std::uint8_t { kEcb, kCbc };
 
-/// Whether this build holds the library that the two below call. Without it they are kUnsupported.
+/// Whether this build holds the library that what follows calls. Without it they are kUnsupported.
 [[nodiscard]] bool HasCrypto() noexcept;
 
 /// A hash that is asked for often.
@@ -34,5 +34,7 @@ class Hasher {
 
 /// Decrypts whole blocks of 16 bytes in place; the key has 16, 24 or 32 bytes, the start of a chain 16 (none for kEcb).
 void DecryptAes(AesMode mode, std::span<const std::byte> key, std::span<const std::byte> start, std::span<std::byte> bytes);
+/// The way back.
+void EncryptAes(AesMode mode, std::span<const std::byte> key, std::span<const std::byte> start, std::span<std::byte> bytes);
 
 }  // namespace jet

@@ -19,5 +19,9 @@ void DecryptAes(AesMode /*mode*/, std::span<const std::byte> /*key*/, std::span<
                 std::span<std::byte> /*bytes*/) {
   Refuse();
 }
+void EncryptAes(AesMode /*mode*/, std::span<const std::byte> /*key*/, std::span<const std::byte> /*start*/,
+                std::span<std::byte> /*bytes*/) {
+  Refuse();
+}
 
 }  // namespace jet

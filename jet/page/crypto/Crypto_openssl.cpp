@@ -33,6 +33,18 @@ const EVP_CIPHER* CipherOf(AesMode mode, std::size_t keySize) {
   return ecb ? EVP_aes_256_ecb() : EVP_aes_256_cbc();
 }
 
+void ApplyAes(bool encrypt, AesMode mode, std::span<const std::byte> key, std::span<const std::byte> start, std::span<std::byte> bytes) {
+  const std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)> context(EVP_CIPHER_CTX_new(), &EVP_CIPHER_CTX_free);
+  const unsigned char* const chain = mode == AesMode::kEcb ? nullptr : In(start);
+  Must(EVP_CipherInit_ex(context.get(), CipherOf(mode, key.size()), nullptr, In(key), chain, encrypt ? 1 : 0));
+  Must(EVP_CIPHER_CTX_set_padding(context.get(), 0));
+  auto* const out = reinterpret_cast<unsigned char*>(bytes.data());
+  int done = 0;
+  Must(EVP_CipherUpdate(context.get(), out, &done, In(bytes), static_cast<int>(bytes.size())));
+  int rest = 0;
+  Must(EVP_CipherFinal_ex(context.get(), out + done, &rest));
+}
+
 }  // namespace
 
 struct Hasher::State {
@@ -57,13 +69,11 @@ CryptoBytes Hasher::Of(std::initializer_list<std::span<const std::byte>> parts) 
 }
 
 void DecryptAes(AesMode mode, std::span<const std::byte> key, std::span<const std::byte> start, std::span<std::byte> bytes) {
-  const std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)> context(EVP_CIPHER_CTX_new(), &EVP_CIPHER_CTX_free);
-  Must(EVP_DecryptInit_ex(context.get(), CipherOf(mode, key.size()), nullptr, In(key), mode == AesMode::kEcb ? nullptr : In(start)));
-  Must(EVP_CIPHER_CTX_set_padding(context.get(), 0));
-  int done = 0;
-  Must(EVP_DecryptUpdate(context.get(), reinterpret_cast<unsigned char*>(bytes.data()), &done, In(bytes), static_cast<int>(bytes.size())));
-  int rest = 0;
-  Must(EVP_DecryptFinal_ex(context.get(), reinterpret_cast<unsigned char*>(bytes.data()) + done, &rest));
+  ApplyAes(false, mode, key, start, bytes);
+}
+
+void EncryptAes(AesMode mode, std::span<const std::byte> key, std::span<const std::byte> start, std::span<std::byte> bytes) {
+  ApplyAes(true, mode, key, start, bytes);
 }
 
 }  // namespace jet
