@@ -137,7 +137,7 @@ std::unique_ptr<Database> Database::Open(const std::string& path, const OpenOpti
   std::vector<std::byte> start(FileHeader::kWhole);
   start.resize(opened.file->Read(0, start));
   engine->header = FileHeader::Read(start, path);  // before anything is written beside a file that is not ours
-  if (engine->header.version == 3 || engine->header.release != 0) opened.readOnly = true;
+  if (engine->header.version == 3) opened.readOnly = true;
   const std::string& real = engine->realPath = files.RealPath(path);
   Sharing::RequireName(real);
   RequireOneName(*opened.file, path);
@@ -178,6 +178,9 @@ bool Database::HasPassword() {
 }
 
 void Database::SetPassword(std::string_view password) {
+  if (engine_->header.release != 0)
+    throw Error(ErrorCode::kUnsupported,
+                "\"" + engine_->path + "\" is a database of Access 2007 or later (.accdb): its password cannot be changed");
   ChangeScope scope(*engine_->pager);
   FileHeader::SetPassword(engine_->pager->Edit(0).Writable(), password);
   scope.Done();

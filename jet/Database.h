@@ -73,7 +73,7 @@ class Database {
   /// Of an .accdb, whose format is else 4, the lowest release that knows all that is in it: 2 for Access 2007, 3 for 2010, 5 for 2016, 6 for 2019. 0 for
   /// an .mdb.
   [[nodiscard]] int Release() const noexcept;
-  /// True when nothing can be written: opened so, a Jet 3 file, or an .accdb.
+  /// True when nothing can be written: opened so, or a Jet 3 file.
   [[nodiscard]] bool ReadOnly() const noexcept;
   /// True when opening the file takes a password now.
   [[nodiscard]] bool HasPassword();
@@ -81,7 +81,7 @@ class Database {
   [[nodiscard]] bool Encoded() const noexcept;
   /// Gives the file another database password (UTF-8), or takes it away when empty: whoever opens it from then on needs that one. In Jet 4 it
   /// keeps nobody from reading the file who does not ask for it. Errors: kValueTooLong for more than 20 characters (UTF-16 units), kUnsupported
-  /// for NUL and for bytes that are no UTF-8, kReadOnly, kInUse.
+  /// for NUL, for bytes that are no UTF-8 and for an .accdb, kReadOnly, kInUse.
   void SetPassword(std::string_view password);
 
   // ----- transactions

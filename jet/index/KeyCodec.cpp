@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 
+#include "jet/value/AceTypes.h"
 #include "jet/value/Error.h"
 #include "jet/index/IndexPage.h"
 #include "jet/value/TextOrder.h"
@@ -59,6 +60,17 @@ void AppendNumeric(const KeyColumn& column, const Value& value, Bytes& key) {
     number = *rescaled;
   }
   AppendNumericKey(number.negative, number.high, number.low, column.descending, key);
+}
+
+/// The types that .accdb files have and Jet 4 has not.
+void AppendFormed(const KeyColumn& column, const Value& value, Bytes& key) {
+  if (value.IsNull()) return AppendNullKey(column.descending, key);
+  if (column.form == KeyForm::kWholeNumber && value.Type() == ValueType::kNumeric) {
+    if (const auto whole = WholeNumber(value.AsNumeric())) return AppendCurrencyKey(*whole, column.descending, key);
+  } else if (column.form == KeyForm::kExtendedDate && value.Type() == ValueType::kText) {
+    if (const auto date = ExtendedDate::Parse(value.AsText())) return AppendBinaryKey(date->Stored(), column.descending, key);
+  }
+  RefuseValue(value);
 }
 
 /// The type of value that belongs to the column's type; kNull for types without index.
@@ -144,6 +156,7 @@ void AppendNumericKey(bool negative, std::uint64_t high, std::uint64_t low, bool
 }
 
 void AppendKey(const KeyColumn& column, const Value& value, Bytes& key) {
+  if (column.form != KeyForm::kOfType) return AppendFormed(column, value, key);
   const ValueType expected = ValueTypeOf(column.type);
   if (expected == ValueType::kNull) {
     throw Error(ErrorCode::kUnsupported, "a column of this type cannot be part of an index");

@@ -10,12 +10,20 @@
 
 namespace jet {
 
+/// How a value becomes bytes of a key, where the type of its column does not say it (.accdb).
+enum class KeyForm : std::uint8_t {
+  kOfType,
+  kWholeNumber,   ///< a numeric of 64 bits as a whole number
+  kExtendedDate,  ///< the text of an extended date as its bytes in the file
+};
+
 /// How one column takes part in the keys of an index.
 struct KeyColumn {
   ColumnType type = ColumnType::kLong;
   bool descending = false;
   std::uint8_t scale = 0;                 ///< numeric only: digits after the point of the column
   TextOrder order = TextOrder::kGeneral;  ///< text and memo only
+  KeyForm form = KeyForm::kOfType;
 };
 
 /// Which columns of a key were null: decides about "ignore nulls" and uniqueness.

@@ -47,6 +47,7 @@ class Catalog final : public TableDirectory {
   // ----- what tables ask
   [[nodiscard]] std::string NameOf(PageNumber definitionPage) override;
   [[nodiscard]] PropertyMap PropertiesOf(PageNumber definitionPage) override;
+  [[nodiscard]] std::vector<ComplexColumn> ComplexColumnsOf(PageNumber definitionPage) override;
 
   [[nodiscard]] Table& ObjectsTable();
   [[nodiscard]] Table& PermissionsTable();

@@ -4,6 +4,7 @@
 
 #include "jet/page/ChangeScope.h"
 #include "jet/page/DataPage.h"
+#include "jet/schema/AceSchema.h"
 #include "jet/schema/Engine.h"
 #include "jet/value/Error.h"
 #include "jet/index/IndexBuilder.h"
@@ -110,7 +111,10 @@ void Schema::DropObject(std::string_view name) {
       throw Error(ErrorCode::kRelationViolated,
                   "The table \"" + object.name + "\" takes part in the relationship \"" + relationship.name + "\"");
   scope.Touching();
-  if (object.kind == ObjectKind::kTable) DropLocalTable(object);
+  if (object.kind == ObjectKind::kTable) {
+    DropComplexValues(static_cast<PageNumber>(object.id));
+    DropLocalTable(object);
+  }
   engine_.catalog.Remove(object.id);
   engine_.pager->ChangeGeneration();
   scope.Done();
@@ -167,6 +171,7 @@ void Schema::AddColumn(std::string_view name, const ColumnDef& column) {
   for (const auto& held : definition.columns)
     if (EqualNames(held.name, column.name))
       throw Error(ErrorCode::kAlreadyExists, "The table \"" + table.name + "\" has a column \"" + held.name + "\" already");
+  RequireNoneCalculated(definition, table.name);
   if (definition.maxColumns >= TableDefinition::kMaxColumns)
     throw Error(ErrorCode::kLimit, "The table \"" + table.name + "\" has had 255 columns; compacting the database makes room");
   scope.Touching();
@@ -248,6 +253,8 @@ void Schema::DropColumn(std::string_view name, std::string_view columnName) {
                                   [&](const Column& held) { return EqualNames(held.name, columnName); });
   if (found == definition.columns.end())
     throw Error(ErrorCode::kNotFound, "The table \"" + table.name + "\" has no column \"" + std::string(columnName) + "\"");
+  RequireNoneCalculated(definition, table.name);
+  RequireDroppable(definition, *found);
   if (definition.columns.size() == 1)
     throw Error(ErrorCode::kUnsupported, "The only column of the table \"" + table.name + "\" cannot be dropped");
   for (const auto& index : definition.indexes)
@@ -356,6 +363,7 @@ void Schema::DropIndex(std::string_view name, std::string_view indexName) {
     throw Error(ErrorCode::kNotFound, "The table \"" + table.name + "\" has no index \"" + std::string(indexName) + "\"");
   if (found->type == 2)
     throw Error(ErrorCode::kUnsupported, "The index \"" + found->name + "\" belongs to a relationship and goes with it");
+  RequireNoComplexColumn(definition, *found);
   const std::size_t tree = found->tree;
   // A unique tree that a relationship refers to would lose what makes it unique.
   for (const auto& other : definition.indexes)

@@ -51,6 +51,9 @@ class Schema {
   void BuildTree(TableCore& table, std::size_t tree);
   void RemoveTree(TableDefinition& definition, std::size_t tree);
   void DropLocalTable(const CatalogObject& object);
+  /// Of an .accdb: the tables that hold values of a table's columns (AceSchema.cpp).
+  void DropComplexValues(PageNumber owner);
+  void DropModel(std::int32_t id);
   [[nodiscard]] static ColumnDef InOrderOfFile(const Engine& engine, ColumnDef column);
   void NumberRows(TableCore& table, const ColumnDef& column);
   void AddColumnTo(TableCore& table, const ColumnDef& column, const TableDefinition::Column* inPlaceOf);

@@ -3,6 +3,7 @@
 
 #include "jet/page/ChangeScope.h"
 #include "jet/table/Convert.h"
+#include "jet/schema/AceSchema.h"
 #include "jet/schema/Engine.h"
 #include "jet/value/Error.h"
 #include "jet/schema/Schema.h"
@@ -149,6 +150,8 @@ void Schema::AlterColumn(std::string_view name, const ColumnDef& wanted, const V
   if (found == definition.columns.end())
     throw Error(ErrorCode::kNotFound, "The table \"" + table.name + "\" has no column \"" + wanted.name + "\"");
   const Column old = *found;
+  RequireNoneCalculated(definition, table.name);
+  RequireAlterable(definition, old);
   RefuseIfRelated(table, old.name);
   if (wanted.autoNumber && wanted.type != old.type && table.RowCount() > 0)
     throw Error(ErrorCode::kUnsupported, "The column \"" + old.name + "\" has rows: only a Long column can become a counter then");

@@ -5,6 +5,7 @@
 #include "jet/index/BTree.h"
 #include "jet/page/DataPage.h"
 #include "jet/value/Error.h"
+#include "jet/schema/AceSchema.h"
 #include "jet/schema/Schema.h"
 #include "jet/value/Text.h"
 #include "jet/page/UsageMap.h"
@@ -174,6 +175,7 @@ IndexParts ResolveIndex(const TableDefinition& definition, const IndexSpec& inde
                                     [&](const Column& held) { return EqualNames(held.name, part.column); });
     if (found == definition.columns.end())
       throw Error(ErrorCode::kNotFound, "The index \"" + index.name + "\" names a column that is not there: \"" + part.column + "\"");
+    RequireNotComplex(*found);
     if (found->type == ColumnType::kOle)
       throw Error(ErrorCode::kUnsupported, "The column \"" + found->name + "\" is of a type that cannot be indexed");
     if (std::find(parts.numbers.begin(), parts.numbers.end(), found->number) != parts.numbers.end())

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "jet/page/ChangeScope.h"
+#include "jet/schema/AceSchema.h"
 #include "jet/schema/Engine.h"
 #include "jet/value/Error.h"
 #include "jet/schema/Schema.h"
@@ -54,6 +55,7 @@ Sides SidesOf(const Relationship& relationship, const TableCore& child, const Ta
 void RequireSameTypes(const Relationship& relationship, const Sides& sides, const TableCore& child, const TableCore& parent) {
   for (std::size_t i = 0; i < sides.child.size(); ++i) {
     const auto& [own, other] = relationship.columns[i];
+    RequireNotComplex(*child.Definition().FindByNumber(sides.child[i]));
     if (child.Definition().FindByNumber(sides.child[i])->type != parent.Definition().FindByNumber(sides.parent[i])->type)
       throw Error(ErrorCode::kUnsupported, "The columns \"" + own + "\" and \"" + other + "\" are of different types");
   }

@@ -7,6 +7,7 @@
 
 #include "base/Calendar.h"
 #include "base/Numbers.h"
+#include "jet/table/AceValue.h"
 #include "jet/value/Conversion.h"
 #include "jet/value/Error.h"
 #include "jet/value/Text.h"
@@ -225,6 +226,7 @@ void CheckLength(const Value& value, const Column& column) {
 }  // namespace
 
 const Value& ConvertToColumn(const Value& value, const Column& column, Value& scratch) {
+  if (IsAceValue(column)) return ConvertToAce(value, column, scratch);
   if (Suits(value, column)) {
     CheckLength(value, column);
     if (!column.IsFixed() || value.Type() != ValueType::kBytes || value.AsBytes().size() == column.length) return value;
@@ -239,6 +241,7 @@ const Value& ConvertToColumn(const Value& value, const Column& column, Value& sc
 }
 
 const Value& ConvertForSearch(const Value& value, const Column& column, Value& scratch) {
+  if (IsAceValue(column)) return ConvertToAce(value, column, scratch);
   if (Suits(value, column)) return value;
   if (column.IsText() && value.Type() != ValueType::kBytes) {
     scratch = Converted(value, column);

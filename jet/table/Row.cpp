@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "jet/table/TableSpace.h"
+#include "jet/value/AceTypes.h"
 #include "jet/value/ByteOrder.h"
 #include "jet/value/Error.h"
 #include "jet/table/LongValue.h"
@@ -36,8 +37,8 @@ std::optional<std::span<const std::byte>> Unwrapped(std::span<const std::byte> s
 }
 
 std::size_t FixedSize(const Column& column) {
-  if (column.shape == Shape::kPlain) return FixedLength(column.type);
-  return column.shape == Shape::kBigInteger ? sizeof(std::int64_t) : column.shape == Shape::kExtendedDate ? kExtendedDateSize : 0;
+  if (column.shape == Shape::kPlain || column.shape == Shape::kComplex) return FixedLength(column.type);
+  return column.shape == Shape::kBigInteger ? sizeof(std::int64_t) : column.shape == Shape::kExtendedDate ? ExtendedDate::kSize : 0;
 }
 
 }  // namespace
@@ -64,7 +65,7 @@ static bool VariableExtentOfJet3(const std::byte* row, std::size_t size, std::si
   return begin <= end && end <= lastOffset - variableCount;
 }
 
-Row::Place Row::Locate(std::size_t position) const {
+Row::Place Row::LocateStored(std::size_t position) const {
   const Column& column = table_->layout_.columns[position];
   const auto damaged = [&](const char* text) -> Error { return {ErrorCode::kDamaged, text, dataPage_, dataOffset_}; };
   const bool jet3 = table_->space.header.version == 3;
@@ -85,10 +86,17 @@ Row::Place Row::Locate(std::size_t position) const {
     if (begin > end || end > tableOffset_ || begin < 2) throw damaged("A row's columns overlap");
   }
   if (end - begin < FixedSize(column)) throw damaged("A value is too short for its type");
-  if (!IsWrapped(column) || column.IsLong()) return {bytes_ + begin, end - begin};
-  const auto value = Unwrapped({bytes_ + begin, end - begin});
+  return {bytes_ + begin, end - begin};
+}
+
+Row::Place Row::Locate(std::size_t position) const {
+  const Column& column = table_->layout_.columns[position];
+  const Place place = LocateStored(position);
+  if (!IsWrapped(column) || column.IsLong()) return place;
+  const auto value = Unwrapped({place.data, place.size});
   const std::size_t least = column.shape == Shape::kCalculatedNumber ? kCalculatedNumericSize : FixedLength(column.type);
-  if (!value || (!value->empty() && value->size() < least)) throw damaged("A calculated value is too short");
+  if (!value || (!value->empty() && value->size() < least))
+    throw Error(ErrorCode::kDamaged, "A calculated value is too short", dataPage_, dataOffset_);
   return {value->data(), value->size()};
 }
 
@@ -184,7 +192,9 @@ std::string_view Row::Text(std::size_t position) {
   const std::span<const std::byte> stored(place.data, place.size);
   const std::uint16_t codePage = table_->space.CodePage();
   if (column.shape == Shape::kExtendedDate) {
-    if (!AppendExtendedDate(stored, text)) throw Error(ErrorCode::kDamaged, "An extended date is none", dataPage_, dataOffset_);
+    const auto date = ExtendedDate::Load(stored);
+    if (!date) throw Error(ErrorCode::kDamaged, "An extended date is none", dataPage_, dataOffset_);
+    text = date->Text();
     return text;
   }
   if (column.shape == Shape::kCalculatedNumber) {

@@ -67,7 +67,9 @@ class Row {
   [[nodiscard]] bool IsAbsent(std::size_t column) const;
   /// The value of a calculated memo, which is wrapped inside of its long value.
   [[nodiscard]] std::string CalculatedLong(std::size_t column) const;
-  /// The stored bytes of a column that is not null, of a calculated one those of its value.
+  /// The stored bytes of a column that is not absent.
+  [[nodiscard]] Place LocateStored(std::size_t column) const;
+  /// The same, of a calculated column those of its value.
   [[nodiscard]] Place Locate(std::size_t column) const;
 
   TableCore* table_ = nullptr;

@@ -26,10 +26,10 @@ class RowAccess {
   static PageNumber PageOf(const Row& row) { return row.dataPage_; }
   static std::uint32_t OffsetOf(const Row& row) { return row.dataOffset_; }
 
-  /// Empty, and of no address, for null.
+  /// Empty, and of no address, for null. What a calculated column stores is there also where its value is null.
   static std::span<const std::byte> Stored(const Row& row, std::size_t column) {
-    if (row.IsNull(column)) return {};
-    const auto place = row.Locate(column);
+    if (row.IsAbsent(column)) return {};
+    const auto place = row.LocateStored(column);
     return {place.data, place.size};
   }
 };

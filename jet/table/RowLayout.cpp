@@ -23,13 +23,9 @@ RowLayout::RowLayout(const TableDefinition& definition)
 
 void RowLayout::Reshape(TableDefinition::Column& column, ColumnType resultType) {
   using Shape = TableDefinition::Shape;
-  constexpr auto kComplex = static_cast<ColumnType>(18);
-  constexpr auto kBigInteger = static_cast<ColumnType>(19);
-  constexpr auto kExtendedDate = static_cast<ColumnType>(20);
   constexpr std::uint16_t kBytesOfText = 510;
   constexpr std::uint16_t kBytesOfNumber = 2 * 40;
   constexpr std::uint8_t kDigitsOf64Bits = 19;
-  constexpr std::uint16_t kLettersOfDate = 27;
   if (column.IsCalculated()) {
     column.shape = Shape::kCalculated;
     column.type = resultType;
@@ -39,19 +35,19 @@ void RowLayout::Reshape(TableDefinition::Column& column, ColumnType resultType) 
       column.type = ColumnType::kText;
       column.length = kBytesOfNumber;
     }
-  } else if (column.type == kComplex) {
-    // The number under which its values stand in a table of their own.
+  } else if (column.type == TableDefinition::kComplexType) {
+    column.shape = Shape::kComplex;
     column.type = ColumnType::kLong;
     column.flags = static_cast<std::uint8_t>(column.flags & ~TableDefinition::Column::kAutoLong);
-  } else if (column.type == kBigInteger) {
+  } else if (column.type == TableDefinition::kBigIntegerType) {
     column.shape = Shape::kBigInteger;
     column.type = ColumnType::kNumeric;
     column.sort = {kDigitsOf64Bits, 0, 0, 0};
-  } else if (column.type == kExtendedDate) {
+  } else if (column.type == TableDefinition::kExtendedDateType) {
     column.shape = Shape::kExtendedDate;
     column.type = ColumnType::kText;
-    column.length = 2 * kLettersOfDate;
   } else if (column.type > ColumnType::kInternal) {
+    column.shape = Shape::kUnknown;
     column.type = ColumnType::kInternal;
   }
 }

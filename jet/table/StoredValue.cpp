@@ -2,8 +2,8 @@
 
 #include <array>
 
-#include "base/Calendar.h"
-#include "base/Numbers.h"
+#include "jet/table/AceValue.h"
+#include "jet/value/AceTypes.h"
 #include "jet/value/ByteOrder.h"
 #include "jet/value/Error.h"
 #include "jet/value/Text.h"
@@ -14,7 +14,6 @@ namespace {
 using Column = TableDefinition::Column;
 
 constexpr std::size_t kNumericSize = 17;
-constexpr std::int64_t kMostDays = 3652058;  // 9999-12-31 from 0001-01-01
 /// Where each byte of a GUID stands in the file: its three leading fields are little-endian.
 constexpr std::array<std::size_t, 16> kGuidOrder = {3, 2, 1, 0, 5, 4, 7, 6, 8, 9, 10, 11, 12, 13, 14, 15};
 
@@ -54,6 +53,7 @@ void StoreNumeric(const Numeric& number, std::string& stored) {
 }  // namespace
 
 void StoreValue(const Value& value, const Column& column, std::string& stored) {
+  if (IsAceValue(column)) return StoreAceValue(value, column, stored);
   switch (column.type) {
     case ColumnType::kByte:
       return StoreNumber(value.AsByte(), stored);
@@ -95,43 +95,14 @@ Numeric LoadNumeric(const std::byte* bytes, std::uint8_t scale) {
 Numeric NumericIn(const Column& column, const std::byte* bytes) {
   using Shape = TableDefinition::Shape;
   if (column.shape == Shape::kPlain) return LoadNumeric(bytes, column.sort[1]);
+  if (column.shape == Shape::kBigInteger) return NumericOf(LoadLittle<std::int64_t>(bytes));
   Numeric number;
-  if (column.shape == Shape::kBigInteger) {
-    const auto whole = LoadLittle<std::int64_t>(bytes);
-    number.negative = whole < 0;
-    number.low = whole < 0 ? 0 - static_cast<std::uint64_t>(whole) : static_cast<std::uint64_t>(whole);
-    return number;
-  }
   // u16, u8 scale, u8 sign, u32 high, u64 low
   number.scale = Load8(bytes + 2);
   number.high = Load32(bytes + 4);
   number.low = LoadLittle<std::uint64_t>(bytes + 8);
   number.negative = Load8(bytes + 3) != 0 && (number.high | number.low) != 0;
   return number;
-}
-
-bool AppendExtendedDate(std::span<const std::byte> stored, std::string& text) {
-  constexpr std::size_t kDigits = 19;
-  constexpr std::int64_t kTicksASecond = 10000000;
-  if (stored.size() < 2 * kDigits + 1) return false;
-  const std::string_view letters(reinterpret_cast<const char*>(stored.data()), stored.size());
-  const auto days = base::ReadWhole<std::int64_t>(letters.substr(0, kDigits));
-  const auto ticks = base::ReadWhole<std::int64_t>(letters.substr(kDigits + 1, kDigits));
-  if (!days || !ticks || *days < 0 || *days > kMostDays || *ticks < 0 || *ticks >= base::kSecondsADay * kTicksASecond) return false;
-  const base::CivilDay day = base::CivilOf(*days + base::DayNumber(1, 1, 1));
-  const std::int64_t seconds = *ticks / kTicksASecond;
-  const auto part = [&](char mark, std::int64_t value, int width) {
-    if (mark != 0) text += mark;
-    base::AppendPadded(text, value, width);
-  };
-  part(0, day.year, 4);
-  part('-', day.month, 2);
-  part('-', day.day, 2);
-  part(' ', seconds / 3600, 2);
-  part(':', seconds / 60 % 60, 2);
-  part(':', seconds % 60, 2);
-  part('.', *ticks % kTicksASecond, 7);
-  return true;
 }
 
 Guid LoadGuid(const std::byte* bytes) {

@@ -138,8 +138,9 @@ void TableCore::ReadForChange(RowId id, const Table::RowTest& isMeant) {
 }
 
 void TableCore::KeepLong(std::size_t position, std::vector<OldLong>& values) const {
-  if (!layout_.columns[position].IsLong() || oldRow_.IsNull(position)) return;
+  if (!layout_.columns[position].IsLong()) return;
   const auto stored = RowAccess::Stored(oldRow_, position);
+  if (stored.data() == nullptr) return;
   values.push_back({position, std::string(reinterpret_cast<const char*>(stored.data()), stored.size())});
 }
 
@@ -153,8 +154,10 @@ RowId TableCore::InsertRow(std::span<const Assignment> assignments) {
   ChangeScope scope(*space.pager);
   Refresh();
   (void)Columns();
+  ace_.RequireInsertable(assignments);
   draft_.Clear();
   for (const auto& assignment : assignments) Assign(assignment);
+  const auto complexNumber = ace_.Number(draft_);
   const Counted counted = FillIn();
   const KeyBits keys = MakeKeys();
   CheckParents(*this, [&](std::size_t position) { return draft_.ValueOf(position); }, {});
@@ -165,6 +168,7 @@ RowId TableCore::InsertRow(std::span<const Assignment> assignments) {
   EnterKeys(keys, id, scope);
   CountRows(1);
   if (counted.highest) StoreAutoNumber(*counted.highest);
+  if (complexNumber) ace_.StoreNumber(*complexNumber);
   scope.Done();
   if (counted.handedOut) space.lastIdentity = *counted.handedOut;
   return id;
@@ -175,6 +179,7 @@ void TableCore::UpdateRow(RowId id, std::span<const Assignment> assignments, con
   Refresh();
   (void)Columns();
   ReadForChange(id, isMeant);
+  ace_.RequireUpdatable(assignments, oldRow_);
   draft_.Keep(oldRow_);
   const std::vector<bool> assigned = AssignAll(assignments);
   const KeyBits keys = CompareKeys(assigned);
@@ -202,19 +207,25 @@ void TableCore::DeleteRow(RowId id, const Table::RowTest& isMeant) {
   Refresh();
   ReadForChange(id, isMeant);
   const ChildWork children = CollectChildren(*this, id, oldRow_, nullptr, {});
-  if (!children.changes.empty()) scope.BeginNested();
-  scope.Touching();
+  const auto values = ace_.ValuesOf(oldRow_);
+  // An index whose keys cannot be made refuses the row before anything has changed.
+  std::vector<bool> present(trees_.size());
   keys_.resize(trees_.size());
   for (std::size_t t = 0; t < trees_.size(); ++t) {
     bool anyNull = false;
-    if (KeyOf(trees_[t], oldRow_, keys_[t], anyNull)) EraseKey(trees_[t], oldRow_, keys_[t], id);
+    present[t] = KeyOf(trees_[t], oldRow_, keys_[t], anyNull);
   }
+  if (!children.changes.empty() || !values.empty()) scope.BeginNested();
+  scope.Touching();
+  for (std::size_t t = 0; t < trees_.size(); ++t)
+    if (present[t]) EraseKey(trees_[t], oldRow_, keys_[t], id);
   std::vector<OldLong> oldLong;
   for (std::size_t i = 0; i < layout_.columns.size(); ++i) KeepLong(i, oldLong);
   oldRow_.page_ = {};
   places_.Remove(id);
   FreeLongs(oldLong);
   CountRows(-1);
+  ace_.Delete(values);
   FollowChildren(space, children);
   scope.Done();
 }

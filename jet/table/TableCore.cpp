@@ -5,6 +5,7 @@
 #include "jet/page/Pager.h"
 #include "jet/page/UsageMap.h"
 #include "jet/table/TableSpace.h"
+#include "jet/value/AceTypes.h"
 #include "jet/value/ByteOrder.h"
 
 namespace jet {
@@ -25,11 +26,14 @@ constexpr std::uint8_t kPrimaryIndex = 1;
 constexpr std::uint8_t kForeignKeyIndex = 2;
 constexpr std::uint8_t kReferencingSide = 2;
 
+using Shape = TableDefinition::Shape;
+
 ColumnDef DescribeColumn(const TableDefinition::Column& column) {
   ColumnDef def;
   def.name = column.name;
   def.type = column.type;
   def.size = column.type == ColumnType::kText ? static_cast<std::uint16_t>(column.length / 2) : column.length;
+  if (column.shape == Shape::kExtendedDate) def.size = ExtendedDate::kLetters;
   if (column.type == ColumnType::kNumeric) {
     def.precision = column.sort[0];
     def.scale = column.sort[1];
@@ -59,7 +63,8 @@ TableCore::TableCore(TableSpace& owner, PageNumber definitionPage, std::string t
       page(definitionPage),
       name(std::move(tableName)),
       places_(*owner.pager, definitionPage, name),
-      draft_(*owner.pager, definition_, layout_, name) {
+      draft_(*owner.pager, definition_, layout_, name),
+      ace_(*this) {
   Reload();
 }
 
@@ -88,6 +93,7 @@ void TableCore::Derive() {
   layout_ = RowLayout(definition_);
   if (space.header.release != 0) ReshapeColumns();
   draft_.Reset();
+  ace_.Reset();
   places_.Reset(definition_.ownedMap, definition_.freeMap);
   columns_.clear();
   for (const Column& column : layout_.columns) {
@@ -124,14 +130,23 @@ void TableCore::AddKeyColumn(Tree& tree, const TableDefinition::TreeColumn& part
   key.type = column.type;
   key.descending = part.order != 1;
   key.scale = column.type == ColumnType::kNumeric ? column.sort[1] : std::uint8_t{0};
-  if (column.IsText()) {
+  if (column.shape == Shape::kBigInteger) {
+    key.form = KeyForm::kWholeNumber;
+  } else if (column.shape == Shape::kExtendedDate) {
+    // Texts that say one moment in several ways have one key.
+    key.form = KeyForm::kExtendedDate;
+    tree.findsEqual = tree.ordersTexts = false;
+  } else if (column.IsText()) {
     key.order = OrderOf(column);
     if (key.order == TextOrder::kUnknown) tree.supported = false;
     if (!FindsEqualTexts(key.order)) tree.findsEqual = false;
     if (!OrdersAsCompareText(key.order)) tree.ordersTexts = false;
   }
   if (column.type == ColumnType::kOle || column.type > ColumnType::kNumeric) tree.supported = false;
-  if (column.shape != TableDefinition::Shape::kPlain) tree.supported = false;
+  if (column.shape == Shape::kCalculated || column.shape == Shape::kCalculatedNumber) {
+    tree.supported = false;
+    key.type = ColumnType::kOle;  // which has no keys
+  }
   tree.keyColumns.push_back(key);
   tree.columns.push_back(position);
 }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "jet/index/BTree.h"
+#include "jet/table/AceRows.h"
 #include "jet/page/DataPage.h"
 #include "jet/table/Definitions.h"
 #include "jet/value/Error.h"
@@ -174,6 +175,7 @@ class TableCore {
   std::vector<Tree> trees_;
   RowPlaces places_;
   RowDraft draft_;
+  AceRows ace_;
   Row oldRow_;  ///< of the change under way
   std::vector<Bytes> keys_;
   std::vector<Bytes> oldKeys_;

@@ -54,23 +54,33 @@ constexpr std::uint16_t FixedLength(ColumnType type) noexcept {
 struct TableDefinition {
   static constexpr std::size_t kRowCountOffset = 16;
   static constexpr std::size_t kAutoNumberOffset = 20;
-  static constexpr std::size_t kTreeCountsOffset = 63;  ///< the key count of tree i is at + 12 * i + 4
+  static constexpr std::size_t kComplexNumberOffset = 28;  ///< of an .accdb: the last number given to a row's complex columns
+  static constexpr std::size_t kTreeCountsOffset = 63;     ///< the key count of tree i is at + 12 * i + 4
   static constexpr std::uint32_t kMagic = 1625;
   static constexpr std::uint16_t kNoColumn = 0xFFFF;
   static constexpr std::size_t kMaxColumns = 255;
   static constexpr std::size_t kMaxTrees = 32;
 
+  /// Types of .accdb files that ColumnType has not: RowLayout::Reshape says as what their values are given.
+  static constexpr ColumnType kComplexType{18};
+  static constexpr ColumnType kBigIntegerType{19};
+  static constexpr ColumnType kExtendedDateType{20};
   /// How a row of an .accdb holds a value that `type` does not tell.
   enum class Shape : std::uint8_t {
     kPlain,
     kBigInteger,        ///< a number of 64 bits, given as a numeric
     kExtendedDate,      ///< 42 letters, given as the text YYYY-MM-DD HH:MM:SS.fffffff
+    kComplex,           ///< a number, given as such, under which the values stand in a table of their own
+    kUnknown,           ///< bytes, of a type that nobody knows
     kCalculated,        ///< 16 bytes, u32 length, the value, 3 bytes; of a memo all this is the long value
     kCalculatedNumber,  ///< the same of a decimal number, given as its text: each row has decimals of its own
   };
   struct Column {
     enum Flag : std::uint8_t { kFixed = 0x01, kNullable = 0x02, kAutoLong = 0x04, kSystem = 0x10, kAutoGuid = 0x40, kHyperlink = 0x80 };
-    static constexpr std::uint8_t kCalculatedFlags = 0xC0;  ///< of extraFlags
+    // Of extraFlags, in an .accdb:
+    static constexpr std::uint8_t kCalculatedFlags = 0xC0;
+    static constexpr std::uint8_t kOwnerFlag = 0x08;    ///< the number in the row that the values belong to
+    static constexpr std::uint8_t kHistoryFlag = 0x20;  ///< a complex column under which the former values of a memo stand
     std::string name;
     ColumnType type = ColumnType::kText;
     std::uint32_t magic = kMagic;
@@ -93,6 +103,10 @@ struct TableDefinition {
     [[nodiscard]] bool IsText() const noexcept { return type == ColumnType::kMemo || type == ColumnType::kText; }
     [[nodiscard]] std::uint16_t SortLanguage() const noexcept { return static_cast<std::uint16_t>(sort[0] | sort[1] << 8); }
     [[nodiscard]] std::uint8_t SortVersion() const noexcept { return sort[3]; }
+    /// Of a complex column its number in MSysComplexColumns.
+    [[nodiscard]] std::uint32_t ComplexId() const noexcept {
+      return static_cast<std::uint32_t>(sort[0] | sort[1] << 8 | sort[2] << 16) | static_cast<std::uint32_t>(sort[3]) << 24;
+    }
     [[nodiscard]] bool IsCalculated() const noexcept { return (extraFlags & kCalculatedFlags) == kCalculatedFlags; }
   };
   struct TreeColumn {

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 #include "jet/file/Sharing.h"
 #include "jet/page/Header.h"
@@ -12,6 +13,14 @@
 #include "jet/table/Table.h"
 
 namespace jet {
+
+/// A column whose values stand in a table of their own, as MSysComplexColumns has it.
+struct ComplexColumn {
+  std::uint32_t id = 0;     ///< as the column's definition names it
+  PageNumber values = 0;    ///< the definition of the table of its values
+  std::int32_t typeId = 0;  ///< the object that the table was modelled on
+  RowId row;                ///< there
+};
 
 /// What tables ask of the catalog, which lies above them: once for a definition that was read, never for a row.
 class TableDirectory {
@@ -23,6 +32,8 @@ class TableDirectory {
   [[nodiscard]] virtual std::string NameOf(PageNumber definitionPage) = 0;
   /// What is said of that table and its columns; an empty map when nobody knows it. Errors: kDamaged.
   [[nodiscard]] virtual PropertyMap PropertiesOf(PageNumber definitionPage) = 0;
+  /// The complex columns of that table; none outside of .accdb files. Errors: kDamaged.
+  [[nodiscard]] virtual std::vector<ComplexColumn> ComplexColumnsOf(PageNumber /*definitionPage*/) { return {}; }
 
  protected:
   ~TableDirectory() = default;

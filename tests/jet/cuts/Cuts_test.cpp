@@ -198,7 +198,14 @@ TEST_P(CutsOfRealFiles, LeaveTheStateBeforeOrAfterTheTransaction) {
   std::cout << recording.cuts.size() << " cuts, " << CutEverywhere(recording, plan, 1).worlds << " worlds\n";
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, CutsOfRealFiles, testing::ValuesIn(tests::RealFiles()),
+/// Each world is opened twice: files whose password is hashed a hundred thousand times each time are left to the others.
+std::vector<std::string> QuickToOpen() {
+  auto files = tests::RealFiles();
+  std::erase_if(files, [](const std::string& path) { return path.find("enc-agile") != std::string::npos; });
+  return files;
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, CutsOfRealFiles, testing::ValuesIn(QuickToOpen()),
                          [](const auto& test) { return tests::RealFileName(test.param); });
 
 /// The proof that the test above would notice: the same workload as it would be recorded if the engine never synced a file.

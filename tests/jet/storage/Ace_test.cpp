@@ -5,7 +5,7 @@
 
 #include "jet/page/crypto/Crypto.h"
 #include "jet/value/ByteOrder.h"
-#include "tests/jet/storage/JetTestSupport.h"
+#include "tests/jet/storage/AceSupport.h"
 
 namespace jet::tests {
 namespace {
@@ -13,17 +13,9 @@ namespace {
 using namespace std::string_literals;
 using namespace std::string_view_literals;
 
-constexpr std::size_t kPage = 4096;
-
 class Ace : public testing::Test {
  protected:
-  /// The file test.mdb as an .accdb of that release.
-  void MakeAce(std::uint8_t release = 2) {
-    auto bytes = world.files.Content("test.mdb");
-    std::memcpy(bytes.data() + 4, "Standard ACE DB", 16);
-    bytes[0x14] = std::byte{release};
-    world.files.SetContent("test.accdb", std::move(bytes));
-  }
+  void MakeAce(std::uint8_t release = 2) { tests::MakeAce(world, release); }
   void Patch(std::size_t offset, std::uint8_t value) {
     auto bytes = world.files.Content("test.accdb");
     bytes[offset] ^= std::byte{value};
@@ -36,7 +28,7 @@ class Ace : public testing::Test {
   World world;
 };
 
-TEST_F(Ace, IsReadAndNotWritten) {
+TEST_F(Ace, IsReadAndWritten) {
   std::vector<std::string> rows;
   {
     const auto database = world.Create();
@@ -49,14 +41,27 @@ TEST_F(Ace, IsReadAndNotWritten) {
     const auto database = world.Open("test.accdb");
     EXPECT_EQ(database->Release(), release);
     EXPECT_EQ(database->FormatVersion(), 4);
-    EXPECT_TRUE(database->ReadOnly());
-    Table& table = database->OpenTable("Été");
-    EXPECT_EQ(Rows(table), rows);
+    EXPECT_FALSE(database->ReadOnly());
+    EXPECT_EQ(Rows(database->OpenTable("Été")), rows);
     EXPECT_EQ(Findings(*database), "");
-    EXPECT_EQ(CodeOf([&] { table.Insert(Person("x")); }), ErrorCode::kReadOnly);
-    EXPECT_EQ(CodeOf([&] { database->CreateTable(PeopleTable("Neu")); }), ErrorCode::kReadOnly);
-    EXPECT_EQ(CodeOf([&] { database->SetPassword("x"); }), ErrorCode::kReadOnly);
+    database->OpenTable("Été").Insert(Person("x"));
+    database->CreateTable(PeopleTable("Neu")).Insert(Person("y", std::string(9000, 'y')));
+    EXPECT_EQ(Findings(*database), "");
+    EXPECT_EQ(database->OpenTable("Été").RowCount(), 301U);
+    const auto header = world.files.Content("test.accdb");
+    EXPECT_EQ(std::memcmp(header.data() + 4, "Standard ACE DB", 16), 0);
+    EXPECT_EQ(header[0x14], static_cast<std::byte>(release)) << "nothing new asks for a later release";
   }
+}
+
+TEST_F(Ace, KeepsItsPasswordOrNone) {
+  world.Create().reset();
+  MakeAce();
+  const auto before = world.files.Content("test.accdb");
+  EXPECT_EQ(TextOf([&] { world.Open("test.accdb")->SetPassword("x"); }),
+            "\"test.accdb\" is a database of Access 2007 or later (.accdb): its password cannot be changed");
+  EXPECT_EQ(CodeOf([&] { world.Open("test.accdb")->SetPassword(""); }), ErrorCode::kUnsupported);
+  EXPECT_EQ(world.files.Content("test.accdb"), before);
 }
 
 TEST_F(Ace, HasALockFileOfItsOwnKind) {
@@ -121,20 +126,6 @@ TEST_F(Ace, IsNotCompacted) {
   EXPECT_FALSE(world.files.Exists("neu.accdb"));
 }
 
-/// The bytes of a calculated column around a value.
-Bytes Wrapped(std::string_view value) {
-  Bytes bytes(16 + 4 + value.size() + 3);
-  Store32(bytes.data() + 16, static_cast<std::uint32_t>(value.size()));
-  std::memcpy(bytes.data() + 20, value.data(), value.size());
-  return bytes;
-}
-
-Bytes Letters(std::string_view text) {
-  Bytes bytes(42);
-  std::memcpy(bytes.data(), text.data(), text.size());
-  return bytes;
-}
-
 class AceTypes : public Ace {
  protected:
   /// A table with columns whose types are changed afterwards: Big, Ext, CalcLong, CalcText, CalcYes, CalcNumber, Many, Odd.
@@ -149,6 +140,7 @@ class AceTypes : public Ace {
     spec.columns.push_back(Column("Many", ColumnType::kLong));
     spec.columns.push_back(Column("Odd", ColumnType::kGuid));
     Table& table = database->CreateTable(spec);
+    page_ = table.DefinitionPage();
     const std::string number("\x0E\x00\x02\x80\x00\x00\x00\x00\x7D\x00\x00\x00\x00\x00\x00\x00", 16);
     table.Insert(std::vector<Value>{Value(std::int16_t{1}), Value(Currency{INT64_MIN + 1}),
                                     Value(Letters("0000000000000737592:0000000432001234567:7")), Value(Wrapped("\x2A\0\0\0"sv)),
@@ -165,33 +157,12 @@ class AceTypes : public Ace {
   /// Gives the columns their types, and opens the file.
   std::unique_ptr<Database> OpenAce() {
     MakeAce(6);
-    auto bytes = world.files.Content("test.accdb");
-    std::byte* block = ColumnBlocks(bytes);
-    const auto retype = [&](std::size_t column, std::uint8_t type, bool calculated) {
-      block[column * 25] = std::byte{type};
-      if (calculated) block[column * 25 + 16] = std::byte{0xC0};
-    };
-    retype(1, 19, false);
-    retype(2, 20, false);
-    retype(3, 4, true);
-    retype(4, 10, true);
-    retype(5, 1, true);
-    retype(6, 16, true);
-    retype(7, 18, false);
-    retype(8, 71, false);
-    world.files.SetContent("test.accdb", std::move(bytes));
+    Retype(world, page_, {{1, 19}, {2, 20}, {3, 4, 0xC0}, {4, 10, 0xC0}, {5, 1, 0xC0}, {6, 16, 0xC0}, {7, 18}, {8, 71}});
     return world.Open("test.accdb");
   }
 
  private:
-  /// The first column's block of the definition of T, which has no index.
-  static std::byte* ColumnBlocks(std::vector<std::byte>& bytes) {
-    for (std::size_t page = bytes.size() / kPage - 1; page > 0; --page) {
-      std::byte* const at = bytes.data() + page * kPage;
-      if (Load16(at) == 0x0102 && Load16(at + 45) == 9) return at + 63;
-    }
-    throw std::runtime_error("no definition");
-  }
+  PageNumber page_ = 0;
 };
 
 TEST_F(AceTypes, AreGivenAsWhatHoldsThemExactly) {
