@@ -34,14 +34,18 @@ void CopyProgress::Clear() {
 void CopyProgress::Show(const move::Progress& progress) {
   const auto now = Clock::now();
   const Begun& begun = begun_.try_emplace(progress.place, Begun{progress.rows, now}).first->second;
-  const double seconds = std::max(std::chrono::duration<double>(now - begun.at).count(), 1e-3);
-  const double perSecond = static_cast<double>(progress.rows - begun.rows) / seconds;
+  const double seconds = std::chrono::duration<double>(now - begun.at).count();
+  // Of rows that were there when the table was first heard of nobody knows how long they took.
+  const double perSecond = seconds < 1e-3 ? 0 : static_cast<double>(progress.rows - begun.rows) / seconds;
   if (bar_ && (now - last_ >= kBetweenLines || progress.complete)) {
     last_ = now;
     ShowLine(progress, perSecond);
   }
   if (!log_ || !progress.complete) return;
-  std::fprintf(stderr, "%s\n", Say(Said::kTableCopied, {progress.table, std::to_string(progress.rows), Whole(perSecond)}).c_str());
+  const std::string rows = std::to_string(progress.rows);
+  const std::string said = perSecond < 1 ? Say(Said::kTableCopiedAtOnce, {progress.table, rows})
+                                         : Say(Said::kTableCopied, {progress.table, rows, Whole(perSecond)});
+  std::fprintf(stderr, "%s\n", said.c_str());
 }
 
 void CopyProgress::ShowLine(const move::Progress& progress, double perSecond) {

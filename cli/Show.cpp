@@ -9,6 +9,7 @@
 #include "cli/Messages.h"
 #include "cli/ServerRows.h"
 #include "jet/table/Table.h"
+#include "schema/ReadAccess.h"
 
 namespace tamlo::cli {
 namespace {
@@ -71,10 +72,11 @@ Lines FileLines(jet::Database* file, const Asked& asked) {
               {Said::kLabelTables, Whole(tables.size())},
               {Said::kLabelRows, Whole(rows)},
               {Said::kLabelQueries, jet::Value(queries)},
-              {Said::kLabelRelations, Whole(file->Relationships().size())},
+              {Said::kLabelRelations, Whole(schema::RelationsOf(*file).size())},
               {Said::kLabelLinks, jet::Value(links)}};
   if (file->HasPassword()) lines.emplace_back(Said::kLabelProtection, jet::Value(Say(Said::kHasPassword)));
-  if (file->Encoded()) lines.emplace_back(Said::kLabelProtection, jet::Value(Say(Said::kPagesEncoded)));
+  if (file->Encoded())
+    lines.emplace_back(Said::kLabelProtection, jet::Value(Say(file->Release() != 0 ? Said::kPagesEncrypted : Said::kPagesEncoded)));
   return lines;
 }
 

@@ -49,7 +49,9 @@ bool IsOfAnotherKind(std::span<const std::byte> start) {
 }
 
 /// What the format itself does not forbid, but no table has. A definition that was hit shows by it in most cases.
-void RequirePlausible(const TableDefinition& definition, PageNumber page, int version) {
+void RequirePlausible(const TableDefinition& definition, PageNumber page, const FileHeader& header) {
+  const int version = header.version;
+  const unsigned last = header.release != 0 ? 20 : 17;  // of the types of an .accdb: several values, 64 bits, extended date
   using Column = TableDefinition::Column;
   if (definition.columns.empty()) Contradicts(page, "no columns");
   if (definition.tableType != 'N' && definition.tableType != 'S') Contradicts(page, "it is of no known kind");
@@ -57,7 +59,7 @@ void RequirePlausible(const TableDefinition& definition, PageNumber page, int ve
   std::vector<std::pair<unsigned, unsigned>> places;
   for (const Column& column : definition.columns) {
     const auto type = static_cast<unsigned>(column.type);
-    const bool known = (type >= 1 && type <= 12) || (type >= 15 && type <= 17);
+    const bool known = (type >= 1 && type <= 12) || (type >= 15 && type <= last);
     if (!known) Contradicts(page, "a column is of no known type");
     if (version != 3 && column.magic != TableDefinition::kMagic) Contradicts(page, "a constant has another value");
     if (column.name.empty()) Contradicts(page, "a column has no name");
@@ -212,7 +214,7 @@ bool DamagedFile::IsCut(PageNumber page, std::size_t end) const noexcept {
 
 TableDefinition DamagedFile::Definition(PageNumber page) {
   TableDefinition definition = TableDefinition::Read(Pages(), page, space_.CodePage());
-  RequirePlausible(definition, page, space_.header.version);
+  RequirePlausible(definition, page, space_.header);
   const PageNumber last = definition.pages.back();
   const bool known = definition.pages.size() == 1 && space_.header.version != 3;
   if (IsCut(last, known ? std::min(definition.Encode().size(), space_.header.pageSize) : space_.header.pageSize))

@@ -96,7 +96,9 @@ class Recoverer {
   /// Makes the table, under a name that the format can hold and that is not taken. Gives the columns as the new one calls them.
   std::vector<ColumnDef> Make(DamagedTable& from, const DamagedCatalog::Table& found, RecoveredTable& result) {
     TableSpec spec;
-    spec.columns = ColumnsToMake(from.Core().Columns(), source_.Space().header.version);
+    const FileHeader& header = source_.Space().header;
+    // How a column of an .accdb is stored is nothing for the .mdb.
+    spec.columns = ColumnsToMake(from.Core().Columns(), header.release != 0 ? 3 : header.version);
     for (auto& column : spec.columns) {
       if (IsName(column.name)) continue;
       Lose(found.name, found.page, "The name of a column is lost: \"" + column.name + "\"");

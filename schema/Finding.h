@@ -10,6 +10,7 @@ namespace tamlo::schema {
 enum class What : std::uint8_t {
   // ----- Read: columns
   kComputed,
+  kSeveralValues,
   kSetByChange,
   kHoldsOtherTruths,
   kUnsigned,
@@ -134,7 +135,7 @@ enum class What : std::uint8_t {
   kLinkStays,
   kFileTooLarge,
 };
-inline constexpr std::size_t kWhats = 119;
+inline constexpr std::size_t kWhats = 120;
 
 /// What a step of a move cannot bring over: where, what, and the parts of its sentence.
 struct Finding {

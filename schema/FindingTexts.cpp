@@ -19,6 +19,9 @@ constexpr std::array kTexts{
     // ----- Read: columns
     Text{What::kComputed, "computed-column", "is computed as %1; it becomes a plain column",
          "est calculée comme %1 ; devient une colonne ordinaire"},
+    Text{What::kSeveralValues, "several-values",
+         "holds attachments or several values, which Access keeps in a table of its own: only their number is taken over",
+         "tient des pièces jointes ou plusieurs valeurs, qu'Access garde dans une table à part ; seul leur numéro est repris"},
     Text{What::kSetByChange, "set-by-change", "is set anew by each change of its row, which is left off",
          "est remise à jour à chaque modification de sa ligne, ce qui n'est pas repris"},
     Text{What::kHoldsOtherTruths, "other-truth-values", "is declared as a truth value but holds other numbers: becomes a number of 16 bits",

@@ -11,6 +11,7 @@
 #include "base/MomentText.h"
 #include "jet/sql/run/StoredParts.h"
 #include "jet/table/Table.h"
+#include "jet/table/TableCore.h"
 #include "schema/Find.h"
 
 namespace tamlo::schema {
@@ -119,8 +120,22 @@ std::optional<Default> WordIn(const std::string& lower, Kind kind) {
   return made;
 }
 
-Column ReadColumn(jet::Database& database, jet::Table& table, const jet::ColumnDef& stored) {
+/// What an .accdb has that no other database does.
+void TellOfAccdb(jet::Table& table, const jet::ColumnDef& stored, const std::vector<jet::Property>& properties,
+                 std::vector<Finding>& findings) {
+  using Definition = jet::TableDefinition;
+  for (const Definition::Column& column : table.Core().Stored()) {
+    if (column.number != stored.number) continue;
+    if (column.IsCalculated()) findings.push_back({table.Name(), stored.name, What::kComputed, {PropertyText(properties, "Expression")}});
+    if (column.shape == Definition::Shape::kExtendedDate)
+      findings.push_back({table.Name(), stored.name, What::kBecomesItsText, {"Date/Time Extended"}});
+    if (column.shape == Definition::Shape::kComplex) findings.push_back({table.Name(), stored.name, What::kSeveralValues, {}});
+  }
+}
+
+Column ReadColumn(jet::Database& database, jet::Table& table, const jet::ColumnDef& stored, std::vector<Finding>& findings) {
   const auto properties = database.Properties(table.Name(), stored.name);
+  if (database.Release() != 0) TellOfAccdb(table, stored, properties, findings);
   Column column;
   column.name = stored.name;
   column.type = TypeOf(stored);
@@ -159,7 +174,7 @@ std::vector<Index> ReadIndexes(jet::Table& table) {
   return indexes;
 }
 
-Table ReadTable(jet::Database& database, const std::string& name) {
+Table ReadTable(jet::Database& database, const std::string& name, std::vector<Finding>& findings) {
   jet::Table& stored = database.OpenTable(name);
   const auto properties = database.Properties(name);
   Table table;
@@ -167,7 +182,8 @@ Table ReadTable(jet::Database& database, const std::string& name) {
   table.rows = stored.RowCount();
   table.rule = PropertyText(properties, "ValidationRule");
   table.comment = PropertyText(properties, "Description");
-  for (const auto& column : std::vector<jet::ColumnDef>(stored.Columns())) table.columns.push_back(ReadColumn(database, stored, column));
+  for (const auto& column : std::vector<jet::ColumnDef>(stored.Columns()))
+    table.columns.push_back(ReadColumn(database, stored, column, findings));
   table.indexes = ReadIndexes(stored);
   return table;
 }
@@ -229,12 +245,21 @@ Default ReadDefault(const std::string& expression, Kind kind) {
   return {Default::Kind::kUnknown, text};
 }
 
+std::vector<Relation> RelationsOf(jet::Database& database) {
+  std::vector<Relation> relations;
+  for (const auto& relation : database.Relationships()) {
+    const jet::CatalogObject* table = database.FindObject(relation.table);
+    if (table == nullptr || table->kind != jet::ObjectKind::kSystemTable) relations.push_back(ReadRelation(relation));
+  }
+  return relations;
+}
+
 Database ReadAccess(jet::Database& database) {
   const jet::Database::ReadScope still(database);
   Database read;
   for (const auto& object : std::vector<jet::CatalogObject>(database.Objects())) {
     if (object.name.starts_with('~')) continue;  // what Access keeps for itself: record sources of forms, tables being deleted
-    if (object.kind == jet::ObjectKind::kTable) read.tables.push_back(ReadTable(database, object.name));
+    if (object.kind == jet::ObjectKind::kTable) read.tables.push_back(ReadTable(database, object.name, read.findings));
     if (object.kind == jet::ObjectKind::kQuery) read.queries.push_back(ReadQuery(database, object));
     if (object.kind == jet::ObjectKind::kJetLink || object.kind == jet::ObjectKind::kOdbcLink) {
       const std::string connect = ado::WithoutSecrets(object.connect);
@@ -242,10 +267,7 @@ Database ReadAccess(jet::Database& database) {
       read.links.push_back({object.name, byConnect ? connect : ado::WithoutSecrets(object.database), object.foreignName});
     }
   }
-  for (const auto& relation : database.Relationships()) {
-    const jet::CatalogObject* table = database.FindObject(relation.table);
-    if (table == nullptr || table->kind != jet::ObjectKind::kSystemTable) read.relations.push_back(ReadRelation(relation));
-  }
+  read.relations = RelationsOf(database);
   SpellReferences(read);
   SortByName(read.tables);
   SortByName(read.relations);

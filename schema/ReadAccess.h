@@ -9,6 +9,9 @@ namespace tamlo::schema {
 /// Tables of the system are left out. Errors: those of the engine (jet::Error), when a definition is damaged.
 [[nodiscard]] Database ReadAccess(jet::Database& database);
 
+/// Its relations, but those of Access's own tables.
+[[nodiscard]] std::vector<Relation> RelationsOf(jet::Database& database);
+
 /// What the values of a column of an Access file are.
 [[nodiscard]] Type TypeOf(const jet::ColumnDef& column);
 
