@@ -256,6 +256,7 @@ void Map::ApplyIndexes(const schema::Table& source, schema::Table& table, std::v
 schema::Database Map::Apply(const schema::Database& wanted, std::vector<schema::Finding>& findings) const {
   CheckNames(wanted);
   schema::Database mapped;
+  mapped.rulesOfAccess = wanted.rulesOfAccess;
   mapped.findings = wanted.findings;
   mapped.links = wanted.links;
   // They would ask for names that are no longer there.

@@ -113,6 +113,7 @@ std::string FingerprintOf(const Plan& plan, const Options& options) {
 
 schema::Database Wanted(const schema::Database& source, const Options& options) {
   schema::Database wanted;
+  wanted.rulesOfAccess = source.rulesOfAccess;
   for (const schema::Table& table : source.tables)
     if (!options.wanted || options.wanted(table.name)) wanted.tables.push_back(table);
   // What hangs on a table that stays behind is no loss of the copy; what hangs on one that the source has not is told by the script.

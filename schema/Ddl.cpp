@@ -65,6 +65,7 @@ Script WriteDdl(const Database& database, const Dialect& dialect) {
   const auto relations = Enforceable(database, dialect, writer);
   for (const Table& table : database.tables) writer.CreateTable(table, relations);
   for (const Table& table : database.tables) writer.CreateIndexes(table, relations);
+  for (const Table& table : database.tables) writer.AddRules(table);
   if (!dialect.keysInside)
     for (const Relation& relation : relations) writer.AddRelation(relation);
   for (const Table& table : database.tables) writer.RestartCounter(table);

@@ -167,13 +167,9 @@ void DdlWriter::AddKeys(const Table& table, std::vector<std::string>& parts) {
     parts.push_back("KEY " + Quoted(dialect_, kCounterKey) + " (" + ColumnName(table.name, counter->name) + ")");
 }
 
-/// Rules are expressions of the source; they are told, so that a person can write them anew.
-void DdlWriter::NoteRules(const Table& table) {
-  if (!table.rule.empty()) Lost(table.name, {}, What::kValidationRule, {table.rule});
-  for (const Column& column : table.columns) {
-    if (!column.rule.empty()) Lost(table.name, column.name, What::kValidationRule, {column.rule});
+void DdlWriter::NoteHyperlinks(const Table& table) {
+  for (const Column& column : table.columns)
     if (column.hyperlink && dialect_.engine != Engine::kAccess) Lost(table.name, column.name, What::kHyperlink);
-  }
 }
 
 void DdlWriter::CreateTable(const Table& table, const std::vector<Relation>& relations) {
@@ -184,7 +180,13 @@ void DdlWriter::CreateTable(const Table& table, const std::vector<Relation>& rel
   if (dialect_.keysInside)
     for (const Relation& relation : relations)
       if (relation.table == table.name) parts.push_back(ForeignKeyText(relation));
-  NoteRules(table);
+  auto rules = RuleConditions(table);
+  if (dialect_.engine == Engine::kSqlite) {
+    for (const std::string& rule : rules) parts.push_back("CHECK (" + rule + ")");
+  } else if (!rules.empty()) {
+    checks_[table.name] = std::move(rules);
+  }
+  NoteHyperlinks(table);
   script_.statements.push_back({Phase::kTables, table.name,
                                 "CREATE TABLE " + TableName(table.name) + " (\n  " + Joined(parts, ",\n  ") + "\n)" +
                                     std::string(dialect_.tableSuffix) + CommentInside(table, {}, table.comment, 2048)});

@@ -25,6 +25,8 @@ class DdlWriter {
   void CreateTable(const Table& table, const std::vector<Relation>& relations);
   /// All but the primary key.
   void CreateIndexes(const Table& table, const std::vector<Relation>& relations);
+  /// Validation rules as checks, as far as they can be such and do not stand in the table's own definition.
+  void AddRules(const Table& table);
   void AddRelation(const Relation& relation);
   void RestartCounter(const Table& table);
   void Lost(const std::string& table, const std::string& column, What what, std::vector<std::string> parts = {}) {
@@ -55,7 +57,9 @@ class DdlWriter {
   void AddChecks(const Table& table, const Column& column, std::vector<std::string>& parts);
   [[nodiscard]] std::string KeyPrefix(const Table& table, const Index& key, const Column& column);
   void AddKeys(const Table& table, std::vector<std::string>& parts);
-  void NoteRules(const Table& table);
+  [[nodiscard]] std::string RuleCondition(const Table& table, const Column* column, const std::string& rule);
+  [[nodiscard]] std::vector<std::string> RuleConditions(const Table& table);
+  void NoteHyperlinks(const Table& table);
   [[nodiscard]] std::string CommentInside(const Table& table, const std::string& column, const std::string& comment, std::size_t most);
   void AddComments(const Table& table);
   [[nodiscard]] Type TypeThere(const Table& table, const Column& column) const;
@@ -68,8 +72,9 @@ class DdlWriter {
   const Database& database_;
   const Dialect& dialect_;
   Script& script_;
-  std::map<std::string, Named> tables_;           ///< by name in the source
-  std::map<std::string, std::string> relations_;  ///< name in the source -> name there
+  std::map<std::string, Named> tables_;                     ///< by name in the source
+  std::map<std::string, std::vector<std::string>> checks_;  ///< conditions of its rules by table
+  std::map<std::string, std::string> relations_;            ///< name in the source -> name there
 };
 
 /// What WriteDdl calls the key that MariaDB wants for a counter which stands at the head of no other.

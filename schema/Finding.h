@@ -76,6 +76,10 @@ enum class What : std::uint8_t {
   kTakesEmpty,
   kEmptyIsNull,
   kValidationRule,
+  kRuleOfNulls,
+  kRuleOfTexts,
+  kRuleUnchecked,
+  kRuleBeforeRows,
   kHyperlink,
   kRowTooLong,
   kKeyOfCharacters,
@@ -135,7 +139,7 @@ enum class What : std::uint8_t {
   kLinkStays,
   kFileTooLarge,
 };
-inline constexpr std::size_t kWhats = 120;
+inline constexpr std::size_t kWhats = 124;
 
 /// What a step of a move cannot bring over: where, what, and the parts of its sentence.
 struct Finding {

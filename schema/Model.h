@@ -149,6 +149,7 @@ struct Database {
   std::vector<Relation> relations;
   std::vector<Query> queries;
   std::vector<Link> links;
+  bool rulesOfAccess = false;     ///< rules are expressions of Access, not of an engine of their own
   std::vector<Finding> findings;  ///< what the source has that this description cannot hold
 };
 

@@ -257,6 +257,7 @@ std::vector<Relation> RelationsOf(jet::Database& database) {
 Database ReadAccess(jet::Database& database) {
   const jet::Database::ReadScope still(database);
   Database read;
+  read.rulesOfAccess = true;
   for (const auto& object : std::vector<jet::CatalogObject>(database.Objects())) {
     if (object.name.starts_with('~')) continue;  // what Access keeps for itself: record sources of forms, tables being deleted
     if (object.kind == jet::ObjectKind::kTable) read.tables.push_back(ReadTable(database, object.name, read.findings));
