@@ -122,7 +122,12 @@ Database::~Database() { engine_->pager->RollbackAll(); }
 std::unique_ptr<Database> Database::Create(const std::string& path, const OpenOptions& options, const Protection& protection) {
   Sharing::RequireName(path);
   FileSystem& files = options.fileSystem != nullptr ? *options.fileSystem : FileSystem::Real();
-  const NewFile file{.encoded = protection.encoded.value_or(false), .password = protection.password.value_or(std::string())};
+  const NewFile file{.ace = Sharing::IsAceName(path),
+                     .encoded = protection.encoded.value_or(false),
+                     .password = protection.password.value_or(std::string())};
+  if (file.ace && (file.encoded || !file.password.empty()))
+    throw Error(ErrorCode::kUnsupported,
+                "\"" + path + "\" would be a database of Access 2007 or later (.accdb): a new one has no password and no encoded pages");
   CreateEmptyFile(files, path, file);
   OpenOptions opening = options;
   opening.mode = OpenMode::kExclusive;

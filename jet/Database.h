@@ -52,7 +52,8 @@ struct Protection {
 /// the middle of a change rolls the whole open transaction back (TransactionDepth() is then 0).
 class Database {
  public:
-  /// Makes a new empty database and opens it for exclusive use. The password is the protection's, not the options'.
+  /// Makes a new empty database and opens it for exclusive use: of Access 2007 where the name ends in ".accdb", which has no protection
+  /// (kUnsupported), else of Access 2000. The password is the protection's, not the options'.
   /// Errors: kAlreadyExists when there is a file of that name, kReadOnly, kIo; of a password as SetPassword.
   static std::unique_ptr<Database> Create(const std::string& path, const OpenOptions& options = {}, const Protection& protection = {});
   /// Opens a file by any path that leads to it. A transaction that a crash left half written is undone first.

@@ -43,6 +43,8 @@ constexpr Sentence kSentences[] = {
      "\"*\" est une base d'un Access plus récent que 2019, qui n'est pas gérée"},
     {"\"*\" is a database of Access 2007 or later (.accdb): it cannot be compacted",
      "\"*\" est une base d'Access 2007 ou plus récent (.accdb) : elle ne peut pas être compactée"},
+    {"\"*\" would be a database of Access 2007 or later (.accdb): a new one has no password and no encoded pages",
+     "\"*\" serait une base d'Access 2007 ou plus récent (.accdb) : une nouvelle n'a ni mot de passe ni pages codées"},
     {"\"*\" is a database of Access 2007 or later (.accdb): its password cannot be changed",
      "\"*\" est une base d'Access 2007 ou plus récent (.accdb) : son mot de passe ne peut pas être changé"},
     {"\"*\" is a database of Access 2007 or later, which is not supported",

@@ -18,11 +18,11 @@ namespace {
 }
 
 /// What is asked of the new file and would not be so must not be passed over.
-void RequirePlainJet4(const ConnectionKeys& keys) {
+void RequirePlain(const ConnectionKeys& keys, bool ace) {
   for (const auto& [key, value] : keys) {
     if (value.empty()) continue;
     if (key == "JET OLEDB:ENGINE TYPE" && value == "4") Refuse("les fichiers Jet 3.x ne peuvent être que lus : Jet OLEDB:Engine Type=5");
-    if (key == "JET OLEDB:ENGINE TYPE" && value != "5") Refuse("Jet OLEDB:Engine Type=" + value);
+    if (key == "JET OLEDB:ENGINE TYPE" && value != (ace ? "6" : "5")) Refuse("Jet OLEDB:Engine Type=" + value);
     if (key == "JET OLEDB:NEW DATABASE PASSWORD") Refuse("Jet OLEDB:New Database Password");
     if (key == "LOCALE IDENTIFIER" && value != "1033") Refuse("Locale Identifier=" + value);
   }
@@ -33,16 +33,22 @@ bool IsTrue(const std::string& value) {
   return !upper.empty() && upper != "FALSE" && upper != "NO" && upper != "0";
 }
 
+/// Such a file is one of Access 2007, any other one of Access 2000.
+bool IsAceName(const std::string& path) {
+  const std::string upper = runtime::UpperCase(path);
+  return upper.ends_with(".ACCDB") || upper.ends_with(".ACCDE");
+}
+
 }  // namespace
 
 void CreateDatabase(const OpenRequest& request) {
   ConnectionText text = ReadConnectionText(request.connectionString);
   const runtime::WipedAtEnd wipe(text.password);
   const ConnectionKeys keys = ParseKeys(request.connectionString);
-  RequirePlainJet4(keys);
   if (runtime::Trim(text.dataSource).empty()) throw AdoError(runtime::kBadArguments, "Data Source");
   // A file of that name in other letters is the one that a connection would open.
   const std::string path = FindFile(text.dataSource);
+  RequirePlain(keys, IsAceName(path));
   jet::Protection protection{.password = text.password, .encoded = IsTrue(ValueOf(keys, {"JET OLEDB:ENCRYPT DATABASE"}))};
   const runtime::WipedAtEnd wipeProtection(*protection.password);
   try {

@@ -62,8 +62,12 @@ std::string Sharing::LockPath(const std::string& databasePath) {
   const auto slash = databasePath.find_last_of("/\\");
   const auto dot = databasePath.rfind('.');
   if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return databasePath + ".ldb";
-  const std::string end = base::LowerCase(databasePath.substr(dot));
-  return databasePath.substr(0, dot) + (end == ".accdb" || end == ".accde" ? ".laccdb" : ".ldb");
+  return databasePath.substr(0, dot) + (IsAceName(databasePath) ? ".laccdb" : ".ldb");
+}
+
+bool Sharing::IsAceName(const std::string& databasePath) {
+  const std::string name = base::LowerCase(databasePath);
+  return name.ends_with(".accdb") || name.ends_with(".accde");
 }
 
 void Sharing::RequireName(const std::string& databasePath) {

@@ -62,6 +62,8 @@ class Sharing {
 
   /// The lock file's path for a database: its extension replaced by ".ldb", that of an .accdb by ".laccdb".
   static std::string LockPath(const std::string& databasePath);
+  /// Whether a database of that name is an .accdb (or .accde), whose lock file is called otherwise.
+  static bool IsAceName(const std::string& databasePath);
   /// Error kUnsupported for a database that would be its own lock file.
   static void RequireName(const std::string& databasePath);
 

@@ -18,8 +18,8 @@ constexpr std::size_t kMaskSize = 128;
 constexpr std::size_t kMaskSizeJet3 = 126;
 constexpr std::string_view kJetName("Standard Jet DB\0", 16);
 constexpr std::string_view kAceName("Standard ACE DB\0", 16);
-constexpr int kFirstAce = 2;  // 2007
-constexpr int kLastAce = 6;   // 2019
+constexpr int kFirstAce = FileHeader::kAccess2007;
+constexpr int kLastAce = 6;  // 2019
 constexpr std::size_t kKeyOffset = 0x3E;
 constexpr std::size_t kPasswordOffset = 0x42;
 constexpr std::size_t kPasswordSize = 40;
@@ -201,6 +201,20 @@ std::vector<std::byte> FileHeader::Create(std::uint16_t sortLanguage, std::uint3
   std::memcpy(bytes + 0x9C, "4.0", 4);
   for (std::size_t i = 0; i < 512; i += 2) Store16(bytes + 0xE00 + i, 0x0100);
   return page;
+}
+
+void FileHeader::MakeAce(std::span<std::byte> page) {
+  // Build and date of a file that Access 2007 made.
+  constexpr std::uint16_t kAceBuild = 4518;
+  constexpr std::uint8_t kAceCreated[8] = {0xE6, 0xCE, 0x87, 0x81, 0x53, 0xA6, 0xE3, 0x40};
+  std::memcpy(page.data() + 4, kAceName.data(), kAceName.size());
+  Store32(page.data() + 0x14, kAccess2007);
+  ApplyMask(page, kMaskSize);
+  Store16(page.data() + 0x6A, kAceBuild);
+  std::memcpy(page.data() + kCreatedOffset, kAceCreated, sizeof kAceCreated);
+  const std::uint32_t day = CreationDay(LoadLittle<double>(page.data() + kCreatedOffset));
+  for (std::size_t i = 0; i < kPasswordSize; i += 4) Store32(page.data() + kPasswordOffset + i, day);
+  ApplyMask(page, kMaskSize);
 }
 
 void FileHeader::CopyIdentity(std::span<const std::byte> from, std::span<std::byte> to) {

@@ -26,6 +26,7 @@ namespace jet {
 struct FileHeader {
   static constexpr std::size_t kSize = 2048;  ///< bytes needed to read one
   static constexpr std::uint32_t kEncryptionOffset = 0x299;
+  static constexpr int kAccess2007 = 2;        ///< the first release of .accdb files
   static constexpr std::size_t kWhole = 4096;  ///< bytes of which the rest is looked at in an encrypted .accdb
 
   int version = 4;  ///< 3 or 4: how pages are laid out
@@ -60,6 +61,13 @@ struct FileHeader {
   static constexpr std::array<std::uint8_t, 2> kAdminSid{0x64, 0x8B};
   static constexpr std::array<std::uint8_t, 2> kCreatorSid{0x65, 0x8E};
   static constexpr std::array<std::uint8_t, 2> kUsersSid{0x65, 0x8B};
+  /// Makes page 0 of a new Jet 4 file, as Create gives it, that of an .accdb of Access 2007.
+  static void MakeAce(std::span<std::byte> page);
+  /// The names that belong to the creation date of that one.
+  static constexpr std::array<std::uint8_t, 2> kAceEngineSid{0x52, 0xA6};
+  static constexpr std::array<std::uint8_t, 2> kAceAdminSid{0x53, 0xA4};
+  static constexpr std::array<std::uint8_t, 2> kAceCreatorSid{0x52, 0xA1};
+  static constexpr std::array<std::uint8_t, 2> kAceUsersSid{0x52, 0xA4};
 };
 
 }  // namespace jet

@@ -6,6 +6,7 @@
 
 #include "jet/value/ByteOrder.h"
 #include "jet/page/DataPage.h"
+#include "jet/schema/AceSystemTables.h"
 #include "jet/schema/Engine.h"
 #include "jet/value/Error.h"
 #include "jet/schema/Schema.h"
@@ -179,12 +180,16 @@ class Builder {
     engine_.pager->ChangeGeneration();
     FillObjects();
     FillPermissions();
+    if (IsAce()) AddAceSystemTables(engine_);
     pager_.Commit();
   }
 
  private:
+  [[nodiscard]] bool IsAce() const noexcept { return engine_.header.release != 0; }
+
   void WriteFixedPages() {
     auto header = FileHeader::Create(engine_.header.sortLanguage, engine_.header.encryptionKey);
+    if (IsAce()) FileHeader::MakeAce(header);
     if (!password_.empty()) FileHeader::SetPassword(header, password_);
     {
       const PageRef page = pager_.Extend();
@@ -242,14 +247,16 @@ class Builder {
   }
 
   void FillObjects() {
-    AddObject(0x0F000001, 0x0F000000, "Tables", 3, FileHeader::kEngineSid);
-    AddObject(0x0F000002, 0x0F000000, "Databases", 3, FileHeader::kEngineSid);
-    AddObject(0x0F000003, 0x0F000000, "Relationships", 3, FileHeader::kEngineSid);
-    AddObject(0x10000000, 0x0F000002, "MSysDb", 2, FileHeader::kAdminSid);
-    AddObject(2, 0x0F000001, "MSysObjects", 1, FileHeader::kEngineSid);
-    AddObject(3, 0x0F000001, "MSysACEs", 1, FileHeader::kEngineSid);
-    AddObject(4, 0x0F000001, "MSysQueries", 1, FileHeader::kEngineSid);
-    AddObject(5, 0x0F000001, "MSysRelationships", 1, FileHeader::kEngineSid);
+    const auto& engine = IsAce() ? FileHeader::kAceEngineSid : FileHeader::kEngineSid;
+    const auto& admin = IsAce() ? FileHeader::kAceAdminSid : FileHeader::kAdminSid;
+    AddObject(0x0F000001, 0x0F000000, "Tables", 3, engine);
+    AddObject(0x0F000002, 0x0F000000, "Databases", 3, engine);
+    AddObject(0x0F000003, 0x0F000000, "Relationships", 3, engine);
+    AddObject(0x10000000, 0x0F000002, "MSysDb", 2, admin);
+    AddObject(2, 0x0F000001, "MSysObjects", 1, engine);
+    AddObject(3, 0x0F000001, "MSysACEs", 1, engine);
+    AddObject(4, 0x0F000001, "MSysQueries", 1, engine);
+    AddObject(5, 0x0F000001, "MSysRelationships", 1, engine);
   }
 
   void FillPermissions() {
@@ -259,9 +266,9 @@ class Builder {
       std::int32_t access;
       bool inherited = false;
     };
-    const auto& admin = FileHeader::kAdminSid;
-    const auto& creator = FileHeader::kCreatorSid;
-    const auto& users = FileHeader::kUsersSid;
+    const auto& admin = IsAce() ? FileHeader::kAceAdminSid : FileHeader::kAdminSid;
+    const auto& creator = IsAce() ? FileHeader::kAceCreatorSid : FileHeader::kCreatorSid;
+    const auto& users = IsAce() ? FileHeader::kAceUsersSid : FileHeader::kUsersSid;
     const Entry entries[] = {{2, admin, 393216},
                              {3, admin, 393216},
                              {4, admin, 393216},
@@ -301,6 +308,7 @@ void CreateEmptyFile(FileSystem& files, const std::string& path, const NewFile& 
   try {
     Engine engine(files, working, kCacheBytes);
     engine.header.sortLanguage = file.sortLanguage;
+    if (file.ace) engine.header.release = FileHeader::kAccess2007;
     if (file.encoded) engine.header.encryptionKey = NewPageKey();
     engine.sharing = std::make_unique<Sharing>();
     engine.pager = std::make_unique<Pager>(files, working, files.Open(working, FileMode::kCreateNew), engine.header.pageSize, kCacheBytes,

@@ -1,6 +1,6 @@
 // Files of Access 2007 and later through the provider.
 
-#include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -98,6 +98,17 @@ TEST_F(JetAccdb, TablesAreMadeAndDropped) {
   EXPECT_EQ(Rows("SELECT * FROM Neu"), "1|a|b|NULL");
   connection.Execute("DROP TABLE Neu");
   EXPECT_EQ(TextOf(connection.Property("JET OLEDB:ENGINE TYPE")), "6");
+}
+
+TEST_F(JetAccdb, AreMadeWhereTheNameAsksForIt) {
+  const std::string name = folder.File("Neu.accdb");
+  Catalog::Create("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + name + ";Jet OLEDB:Engine Type=6");
+  EXPECT_EQ(::jet::Database::Open(name)->Release(), 2);
+  for (const char* key : {";Jet OLEDB:Engine Type=5", ";Jet OLEDB:Database Password=x", ";Jet OLEDB:Encrypt Database=True"}) {
+    const std::string other = folder.File("Autre.accdb");
+    EXPECT_NE(IgnoringErrors([&] { Catalog::Create("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + other + key); }).number, 0) << key;
+    EXPECT_FALSE(std::filesystem::exists(other)) << key;
+  }
 }
 
 }  // namespace

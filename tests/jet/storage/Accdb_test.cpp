@@ -423,5 +423,80 @@ TEST_F(AccdbTypes, ATableWithCalculatedColumnsIsOnlyDeletedFrom) {
   ExpectAsSound(*database);
 }
 
+/// What the definition says but for where things lie.
+std::string Described(const TableDefinition& definition) {
+  std::string text = std::string(1, static_cast<char>(definition.tableType)) + " " + std::to_string(definition.maxColumns) + " " +
+                     std::to_string(definition.variableColumns) + " " + std::to_string(definition.Encode().size());
+  const auto number = [&](auto value) { text += " " + std::to_string(static_cast<unsigned>(value)); };
+  for (const auto& column : definition.columns) {
+    text += "\n  " + column.name;
+    for (const unsigned value : {static_cast<unsigned>(column.type), unsigned{column.number}, unsigned{column.variableIndex},
+                                 unsigned{column.numberAgain}, unsigned{column.flags}, unsigned{column.extraFlags},
+                                 unsigned{column.IsFixed() ? column.fixedOffset : 0U}, unsigned{column.length}})
+      number(value);
+    for (const auto byte : column.sort) number(byte);
+  }
+  for (const auto& tree : definition.trees) {
+    text += "\n  tree";
+    number(tree.flags);
+    for (const auto& part : tree.columns) number(part.number);
+  }
+  for (const auto& index : definition.indexes) {
+    text += "\n  index " + index.name;
+    for (const unsigned value :
+         {index.number, index.tree, unsigned{index.type}, unsigned{index.cascadeUpdates}, unsigned{index.cascadeDeletes}})
+      number(value);
+  }
+  for (const auto& maps : definition.longMaps) number(maps.column);
+  return text;
+}
+
+/// The tables that every .accdb has, by name.
+std::map<std::string, std::string> AceTables(Database& database) {
+  std::map<std::string, std::string> tables;
+  for (const auto& object : std::vector<CatalogObject>(database.Objects()))
+    if (object.name.starts_with("MSysComplex"))
+      tables[object.name] = std::to_string(object.flags) + " " + Described(database.OpenTable(object.name).Core().Definition());
+  return tables;
+}
+
+TEST(OurAccdb, HasTheTablesOfOneThatAccessMade) {
+  const auto samples = AccdbSamples();
+  if (samples.count("empty2007") == 0) GTEST_SKIP() << "JET_SAMPLES names no folder with .accdb files";
+  const tamlo::tests::TemporaryFolder folder;
+  const auto ours = Database::Create(folder.File("neu.accdb"));
+  OpenOptions reading;
+  reading.mode = OpenMode::kReadOnly;
+  const auto theirs = Database::Open(samples.at("empty2007"), reading);
+  EXPECT_EQ(AceTables(*ours).size(), 10U);
+  EXPECT_EQ(AceTables(*ours), AceTables(*theirs));
+  const auto head = [](const std::string& path) {
+    auto page = BytesOf(path);
+    page.resize(0xA0);  // the commit bytes lie behind
+    return page;
+  };
+  EXPECT_EQ(head(folder.File("neu.accdb")), head(samples.at("empty2007")));
+}
+
+TEST(OurAccdb, IsReadByOthers) {
+  const tamlo::tests::TemporaryFolder folder;
+  const std::string path = folder.File("neu.accdb");
+  {
+    const auto database = Database::Create(path);
+    Table& people = database->CreateTable(PeopleTable("Des gens"));
+    for (int i = 0; i < 300; ++i)
+      people.Insert(Person("n" + std::to_string(i), std::string(static_cast<std::size_t>(i * 20 + 1), 'x'), i % 2 == 0, i));
+    database->CreateTable(PeopleTable("Leer"));
+  }
+  const auto database = Database::Open(path);
+  EXPECT_EQ(Findings(*database), "");
+  EXPECT_EQ(std::system(("python3 -B " JET_STRICT_CHECK " '" + path + "'").c_str()), 0);
+  const char* modules = std::getenv("TAMLO_NODE_MODULES");
+  if (modules != nullptr && fs::exists(std::string(modules) + "/mdb-reader")) ExpectSameAsOtherReader(*database, path);
+  if (std::system("command -v mdb-export >/dev/null") != 0) GTEST_SKIP() << "mdb-export is not installed";
+  ExpectSameAsExport(*database, path);
+  EXPECT_EQ(std::system(("mdb-ver '" + path + "' | grep -q ACE12").c_str()), 0);
+}
+
 }  // namespace
 }  // namespace jet::tests

@@ -64,6 +64,36 @@ TEST_F(Ace, KeepsItsPasswordOrNone) {
   EXPECT_EQ(world.files.Content("test.accdb"), before);
 }
 
+TEST_F(Ace, IsMadeWhereTheNameAsksForIt) {
+  for (const char* name : {"neu.accdb", "NEU2.ACCDB"}) {
+    {
+      const auto database = world.Create(name);
+      EXPECT_EQ(database->Release(), 2);
+      EXPECT_EQ(database->FormatVersion(), 4);
+      EXPECT_EQ(Findings(*database), "");
+      database->CreateTable(PeopleTable()).Insert(Person("Ada", std::string(9000, 'x')));
+    }
+    const auto bytes = world.files.Content(name);
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(bytes.data()), 0x18), std::string("\0\1\0\0Standard ACE DB\0\2\0\0\0", 0x18));
+    const auto database = world.Open(name);
+    EXPECT_EQ(Findings(*database), "");
+    EXPECT_FALSE(database->HasPassword());
+    EXPECT_EQ(database->Objects().size(), 19U);
+    EXPECT_EQ(database->FindObject("MSysComplexColumns")->kind, ObjectKind::kSystemTable);
+    EXPECT_EQ(database->OpenTable("People").RowCount(), 1U);
+  }
+  EXPECT_TRUE(world.files.Exists("neu.laccdb") || !world.files.Exists("neu.ldb"));
+}
+
+TEST_F(Ace, IsMadeWithoutProtectionOrNotAtAll) {
+  for (const Protection& protection : {Protection{.password = "x"}, Protection{.encoded = true}}) {
+    EXPECT_EQ(TextOf([&] { (void)Database::Create("neu.accdb", world.options, protection); }),
+              "\"neu.accdb\" would be a database of Access 2007 or later (.accdb): a new one has no password and no encoded pages");
+    EXPECT_FALSE(world.files.Exists("neu.accdb"));
+  }
+  EXPECT_EQ(Database::Create("neu.accdb", world.options, {.password = "", .encoded = false})->Release(), 2);
+}
+
 TEST_F(Ace, HasALockFileOfItsOwnKind) {
   world.Create().reset();
   MakeAce();
