@@ -4,6 +4,7 @@
 
 #include "jet/page/Pager.h"
 #include "jet/table/Convert.h"
+#include "jet/table/IndexCursor.h"
 #include "jet/table/RowDraft.h"
 #include "jet/table/TableCore.h"
 #include "jet/table/TableSpace.h"
@@ -36,9 +37,19 @@ std::size_t OwnerColumn(const TableCore& values) {
   return static_cast<std::size_t>(found - columns.begin());
 }
 
+/// By the index that each such table has; all of the table where another program has made none.
 std::vector<RowId> RowsOf(TableCore& values, std::size_t column, std::int32_t number) {
   std::vector<RowId> rows;
   Table& table = values.space.TableAt(values.page, {});
+  const auto& indexes = table.Indexes();
+  for (std::size_t i = 0; i < indexes.size(); ++i) {
+    if (indexes[i].columns.size() != 1 || indexes[i].columns[0].column != column || !indexes[i].writable) continue;
+    IndexCursor cursor(table, i);
+    const KeyBound bound{{Value(number)}, true};
+    cursor.SetRange(bound, bound);
+    while (cursor.Next()) rows.push_back(cursor.Id());
+    return rows;
+  }
   for (ScanCursor cursor = table.Scan(); cursor.Next();)
     if (!cursor.Current().IsNull(column) && cursor.Current().Integer(column) == number) rows.push_back(cursor.Id());
   return rows;

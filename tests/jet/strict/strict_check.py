@@ -11,8 +11,8 @@ import struct
 import sys
 
 from catalog import Catalog, text
-from pages import Damaged, File
-from tables import Table
+from pages import Damaged, File, u32
+from tables import COMPLEX, OWNER, Table
 from trees import Walk
 from values import Decoder
 
@@ -40,6 +40,28 @@ def check_table(table):
         table.file.note(f"{table.name}: no counter, last number {table.last_number}")
     for position in range(len(table.trees)):
         Walk(table, position).check(table.values)
+
+
+def check_complex(file):
+    """Of an .accdb: numbers of complex columns and the rows of the hidden tables that hold their values."""
+    lists = [table for table in file.tables.values() if table.name == "MSysComplexColumns"]
+    known = {row["ComplexID"]: row for table in lists for row in named_rows(table)}
+    for table in file.tables.values():
+        for column in table.columns:
+            if column.kind != COMPLEX:
+                continue
+            numbers = {row[column.number] for row in table.values.values()} - {None}
+            if numbers and max(numbers) > u32(table.stream, 28):
+                table.report(f'"{column.name}" has the number {max(numbers)}, the last one is {u32(table.stream, 28)}')
+            row = known.get(u32(column.sort, 0))
+            values = row and file.tables.get(row["FlatTableID"])
+            if values is None or row["ConceptualTableID"] != table.page:
+                table.report(f'"{column.name}" has no table of values: {row}')
+                continue
+            owner = [held.number for held in values.columns if held.extra & OWNER]
+            orphans = {held[owner[0]] for held in values.values.values()} - numbers if len(owner) == 1 else owner
+            if len(owner) != 1 or orphans:
+                values.report(f"rows for {sorted(orphans, key=str)[:5]}, which {table.name} has not")
 
 
 def named_rows(table):
@@ -73,6 +95,7 @@ def run(path, made, allowed=0):
                 file.report(row["Id"], f'table "{text(row["Name"])}": {error}')
     if not file.findings:
         Catalog(file, file.tables, rows).check()
+        check_complex(file)
         file.check_free_map(allowed)
     return file
 
