@@ -173,14 +173,14 @@ class Checker {
     const std::uint64_t rows = CheckRows(table, owned, owner, longColumns, expected);
     if (definition.tableType != 'S' && rows != table.RowCount() && engine_.catalog.FindById(static_cast<std::int32_t>(page)) != nullptr &&
         engine_.catalog.FindById(static_cast<std::int32_t>(page))->kind == ObjectKind::kTable)
-      Report(page, TableDefinition::kRowCountOffset,
+      Report(page, static_cast<std::uint32_t>(engine_.Layout().rowCount),
              "The definition of " + owner + " counts " + std::to_string(table.RowCount()) + " rows and there are " + std::to_string(rows));
     for (const auto& column : longColumns) CheckLongPages(column);
     for (std::size_t t = 0; t < table.Trees().size(); ++t) CheckIndex(table, t, owner, expected[t]);
   }
 
   void CheckDefinitionPages(const TableDefinition& definition) {
-    if (engine_.header.version == 3) return;
+    if (definition.IsJet3()) return;  // which does not count them
     std::size_t left = definition.Encode().size();
     for (std::size_t i = 0; i < definition.pages.size(); ++i) {
       const PageRef ref = pager_.Read(definition.pages[i]);

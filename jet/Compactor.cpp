@@ -25,7 +25,10 @@ constexpr std::uint16_t kGeneralLanguage = 0x0409;
 
 class Compactor {
  public:
-  Compactor(Database& source, Database& target, const Protection& protection) : source_(source), target_(target), protection_(protection) {}
+  Compactor(Database& source, Database& target, const Protection& protection)
+      : source_(source), target_(target), protection_(protection), converts_(source.FormatVersion() != target.FormatVersion()) {
+    if (converts_) sourceEngine_ = EngineAccount(source_);
+  }
 
   void Run() {
     const Database::ReadScope scope(source_);
@@ -54,7 +57,7 @@ class Compactor {
     Table& from = source_.OpenTable(object.name);
     TableSpec spec;
     spec.name = object.name;
-    spec.columns = ColumnsToMake(from.Columns(), source_.FormatVersion());
+    spec.columns = ColumnsToMake(from.Columns(), source_.FormatVersion(), target_.FormatVersion());
     Table& to = target_.CreateTable(spec);
     CopyRows(from, to);
     for (const auto& index : IndexesToMake(from.Columns(), from.Indexes())) target_.CreateIndex(object.name, index);
@@ -62,7 +65,7 @@ class Compactor {
     Engine& engine = target_.Internals();
     if (const std::int32_t last = from.LastAutoNumber(); last > to.LastAutoNumber()) {
       const PageRef page = engine.pager->Edit(to.DefinitionPage());
-      Store32(page.Writable().data() + TableDefinition::kAutoNumberOffset, static_cast<std::uint32_t>(last));
+      Store32(page.Writable().data() + engine.Layout().lastCounter, static_cast<std::uint32_t>(last));
     }
   }
 
@@ -93,14 +96,26 @@ class Compactor {
     return held == nullptr ? 0 : held->id;
   }
 
+  /// The account under which the engine keeps its own objects; none where the file does not say it in two bytes.
+  static std::optional<FileHeader::Sid> EngineAccount(Database& database) {
+    Table& table = database.Internals().catalog.ObjectsTable();
+    const std::size_t id = table.ColumnAt("Id"), owner = table.ColumnAt("Owner");
+    for (ScanCursor cursor = table.Scan(); cursor.Next();) {
+      if (cursor.Current().Integer(id) != Catalog::kTablesId) continue;
+      const auto bytes = cursor.Current().Blob(owner);
+      if (bytes.size() == 2) return FileHeader::Sid{Load8(bytes.data()), Load8(bytes.data() + 1)};
+    }
+    return std::nullopt;
+  }
+
   /// An account as the target writes it. Accounts go by a key that belongs to the creation date of a Jet 4 file, which is taken over with
-  /// them; in Jet 3 they are not encoded. Null for those that cannot be encoded.
+  /// them; in Jet 3 they lie as they are. Null for those that cannot be given in the other version.
   Value AccountInTarget(Value account) const {
-    if (source_.FormatVersion() != 3 || account.Type() != ValueType::kBytes) return account;
+    if (!converts_ || account.Type() != ValueType::kBytes) return account;
     Bytes bytes = account.AsBytes();
-    if (bytes.size() != 2) return Value();
-    bytes[0] ^= static_cast<std::byte>(FileHeader::kEngineSid[0] ^ 0x02);
-    bytes[1] ^= static_cast<std::byte>(FileHeader::kEngineSid[1] ^ 0x03);
+    if (bytes.size() != 2 || !sourceEngine_) return Value();
+    const FileHeader::Sid& engine = target_.Internals().header.AccountsOfNewFile().engine;
+    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] ^= static_cast<std::byte>((*sourceEngine_)[i] ^ engine[i]);
     return Value(std::move(bytes));
   }
 
@@ -117,7 +132,7 @@ class Compactor {
     for (ScanCursor cursor = to.Scan(); cursor.Next();)
       rows.emplace(static_cast<std::int32_t>(cursor.Current().Integer(idThere)), cursor.Id());
     std::erase_if(ids, [&](const auto& id) { return rows.count(id.second) == 0; });
-    if (source_.FormatVersion() == 3) {
+    if (converts_) {
       Catalog& catalog = target_.Internals().catalog;
       for (const auto& [old, id] : ids)
         if (const PropertyMap properties = source_.Internals().catalog.ReadProperties(old); !properties.Groups().empty())
@@ -143,7 +158,7 @@ class Compactor {
     for (std::size_t i = 0; i < columns.size(); ++i) {
       const std::string& name = columns[i].name;
       const auto where = to.FindColumn(name);
-      if (!where || name == "Id" || (name == "LvProp" && source_.FormatVersion() == 3)) continue;
+      if (!where || name == "Id" || (name == "LvProp" && converts_)) continue;
       if (columns[i].type == ColumnType::kOle && row.StoredLength(i) > kHeldWhole) {
         pipes.push_back(std::make_unique<LongValuePipe>(row.OpenLong(i)));
         assignments.push_back({*where, nullptr, pipes.back().get()});
@@ -185,10 +200,10 @@ class Compactor {
   void TakeOverHeader() {
     const PageRef from = source_.Internals().pager->Read(0);
     const PageRef to = target_.Internals().pager->Edit(0);
-    if (source_.FormatVersion() != 3) FileHeader::CopyIdentity(from.Bytes(), to.Writable());
+    if (!converts_) FileHeader::CopyIdentity(from.Bytes(), to.Writable());
     if (protection_.password) {
       FileHeader::SetPassword(to.Writable(), *protection_.password);
-    } else if (source_.FormatVersion() == 3) {
+    } else if (converts_) {
       FileHeader::SetPassword(to.Writable(), FileHeader::Read(from.Bytes(), source_.Path()).PasswordText());
     }
   }
@@ -294,11 +309,34 @@ class Compactor {
   Database& source_;
   Database& target_;
   const Protection& protection_;
+  const bool converts_;  ///< to another version
+  std::optional<FileHeader::Sid> sourceEngine_;
 };
 
 }  // namespace
 
-void CompactInto(Database& source, const std::string& newPath, const Protection& protection, FileSystem& files) {
+namespace {
+
+/// What the new file is like. Texts that are converted, and those whose order is not known whole, are ordered as General.
+NewFile FileFor(Database& source, const Protection& protection, int version) {
+  const FileHeader& header = source.Internals().header;
+  NewFile file{.version = version,
+               .sortLanguage = kGeneralLanguage,
+               .encoded = protection.encoded.value_or(source.Encoded()),
+               .password = protection.password.value_or(std::string())};
+  if (header.version != version) return file;
+  if (version == 3) {
+    file.sortLanguage = header.sortLanguage;
+    file.codePage = header.codePage;
+  } else if (TextOrderOf(header.sortLanguage, header.sortVersion) == TextOrder::kFrench) {
+    file.sortLanguage = header.sortLanguage;
+  }
+  return file;
+}
+
+}  // namespace
+
+void CompactInto(Database& source, const std::string& newPath, const Protection& protection, int version, FileSystem& files) {
   OpenOptions options;
   options.fileSystem = &files;
   options.cacheBytes = source.Internals().cacheBytes;
@@ -306,12 +344,8 @@ void CompactInto(Database& source, const std::string& newPath, const Protection&
   if (header.release != 0)
     throw Error(ErrorCode::kUnsupported,
                 "\"" + source.Path() + "\" is a database of Access 2007 or later (.accdb): it cannot be compacted");
-  const bool french = header.version != 3 && TextOrderOf(header.sortLanguage, header.sortVersion) == TextOrder::kFrench;
   Sharing::RequireName(newPath);
-  CreateEmptyFile(*options.fileSystem, newPath,
-                  {.sortLanguage = french ? header.sortLanguage : kGeneralLanguage,
-                   .encoded = protection.encoded.value_or(source.Encoded()),
-                   .password = protection.password.value_or(std::string())});
+  CreateEmptyFile(*options.fileSystem, newPath, FileFor(source, protection, version));
   options.password = protection.password.value_or(std::string());
   options.mode = OpenMode::kExclusive;
   const auto target = Database::Open(newPath, options);

@@ -8,8 +8,9 @@ class Database;
 class FileSystem;
 struct Protection;
 
-/// Writes all that the database holds into a new file without unused space, protected as asked, else as the source is; it is made on that
-/// file system. Errors: kAlreadyExists, those of a password, and those of reading and writing.
-void CompactInto(Database& source, const std::string& newPath, const Protection& protection, FileSystem& files);
+/// Writes all that the database holds into a new file of that version (3 or 4) without unused space, protected as asked, else as the source
+/// is; it is made on that file system. Errors: kAlreadyExists, those of a password, those of reading and writing, and kUnsupported, naming
+/// it, for what the version cannot hold.
+void CompactInto(Database& source, const std::string& newPath, const Protection& protection, int version, FileSystem& files);
 
 }  // namespace jet

@@ -17,6 +17,9 @@
 namespace jet {
 namespace {
 
+/// Files of which not all is known that a writer must know.
+bool IsOnlyRead(const FileHeader& header) { return header.release != 0 || !header.HasKnownTexts(); }
+
 /// Names of other programs' or users' files must not be followed blindly, so everything is decided on one opened file.
 struct Opened {
   std::unique_ptr<File> file;
@@ -119,15 +122,18 @@ Database::Database(std::unique_ptr<Engine> engine) : engine_(std::move(engine)) 
 
 Database::~Database() { engine_->pager->RollbackAll(); }
 
-std::unique_ptr<Database> Database::Create(const std::string& path, const OpenOptions& options, const Protection& protection) {
+std::unique_ptr<Database> Database::Create(const std::string& path, const OpenOptions& options, const Protection& protection, int version) {
   Sharing::RequireName(path);
   FileSystem& files = options.fileSystem != nullptr ? *options.fileSystem : FileSystem::Real();
-  const NewFile file{.ace = Sharing::IsAceName(path),
+  const NewFile file{.version = version,
+                     .ace = Sharing::IsAceName(path),
                      .encoded = protection.encoded.value_or(false),
                      .password = protection.password.value_or(std::string())};
   if (file.ace && (file.encoded || !file.password.empty()))
     throw Error(ErrorCode::kUnsupported,
                 "\"" + path + "\" would be a database of Access 2007 or later (.accdb): a new one has no password and no encoded pages");
+  if (file.ace && version == 3)
+    throw Error(ErrorCode::kUnsupported, "\"" + path + "\" would be a database of Access 2007 or later (.accdb), and one of Access 97 is asked for");
   CreateEmptyFile(files, path, file);
   OpenOptions opening = options;
   opening.mode = OpenMode::kExclusive;
@@ -142,7 +148,7 @@ std::unique_ptr<Database> Database::Open(const std::string& path, const OpenOpti
   std::vector<std::byte> start(FileHeader::kWhole);
   start.resize(opened.file->Read(0, start));
   engine->header = FileHeader::Read(start, path);  // before anything is written beside a file that is not ours
-  if (engine->header.version == 3) opened.readOnly = true;
+  if (IsOnlyRead(engine->header)) opened.readOnly = true;
   const std::string& real = engine->realPath = files.RealPath(path);
   Sharing::RequireName(real);
   RequireOneName(*opened.file, path);
@@ -339,9 +345,9 @@ void Database::RemoveProperty(std::string_view object, std::string_view column, 
   scope.Done();
 }
 
-void Database::Compact(const std::string& newPath, const Protection& protection) {
+void Database::Compact(const std::string& newPath, const Protection& protection, std::optional<int> version) {
   if (TransactionDepth() > 0) throw Error(ErrorCode::kInUse, "A database cannot be compacted while a transaction is open");
-  CompactInto(*this, newPath, protection, engine_->files);
+  CompactInto(*this, newPath, protection, version.value_or(engine_->header.VersionOfCopy()), engine_->files);
 }
 
 void Database::Backup(const std::string& newPath) {

@@ -55,11 +55,13 @@ class Database {
   /// Makes a new empty database and opens it for exclusive use: of Access 2007 where the name ends in ".accdb", which has no protection
   /// (kUnsupported), else of Access 2000. The password is the protection's, not the options'.
   /// Errors: kAlreadyExists when there is a file of that name, kReadOnly, kIo; of a password as SetPassword.
-  static std::unique_ptr<Database> Create(const std::string& path, const OpenOptions& options = {}, const Protection& protection = {});
+  /// version: 3 for Access 97, 4 for Access 2000 to 2003.
+  static std::unique_ptr<Database> Create(const std::string& path, const OpenOptions& options = {}, const Protection& protection = {},
+                                          int version = 4);
   /// Opens a file by any path that leads to it. A transaction that a crash left half written is undone first.
   /// Errors: kNotFound, kNotAnAccessFile, kPasswordProtected, kWrongPassword, kInUse, kReadOnly, kDamaged, kIo, kUnsupported (a name that
   /// ends in ".ldb", as its lock file's does; a file with several names).
-  /// Jet 3 files open as kReadOnly whatever the mode asks.
+  /// An .accdb opens as kReadOnly whatever the mode asks, and so does a Jet 3 file in a code page other than 1250, 1251, 1252 and 1254.
   static std::unique_ptr<Database> Open(const std::string& path, const OpenOptions& options = {});
   /// Rolls back what is open and closes.
   ~Database();
@@ -74,7 +76,7 @@ class Database {
   /// Of an .accdb, whose format is else 4, the lowest release that knows all that is in it: 2 for Access 2007, 3 for 2010, 5 for 2016, 6 for 2019. 0 for
   /// an .mdb.
   [[nodiscard]] int Release() const noexcept;
-  /// True when nothing can be written: opened so, or a Jet 3 file.
+  /// True when nothing can be written: opened so, or a file that always is (see Open).
   [[nodiscard]] bool ReadOnly() const noexcept;
   /// True when opening the file takes a password now.
   [[nodiscard]] bool HasPassword();
@@ -179,9 +181,10 @@ class Database {
   void RemoveProperty(std::string_view object, std::string_view column, std::string_view name);
 
   // ----- the whole file
-  /// Writes everything into a new file without unused space, rows in the order of the primary key. Errors: kAlreadyExists, kInUse inside a
-  /// transaction; of a password as SetPassword.
-  void Compact(const std::string& newPath, const Protection& protection = {});
+  /// Writes everything into a new file without unused space, rows in the order of the primary key. version: 3 for Access 97, 4 for Access
+  /// 2000 to 2003; without one that of the file, or 4 for a Jet 3 file that cannot be written. Errors: kAlreadyExists, kInUse inside a
+  /// transaction; kUnsupported, naming it, for what the version cannot hold; of a password as SetPassword. After an error there is no new file.
+  void Compact(const std::string& newPath, const Protection& protection = {}, std::optional<int> version = {});
   /// Copies the file as it is at one moment, page by page, while others have it open: those who want to write wait meanwhile. The copy has the
   /// rights of the file, is called as it is to be with "-new" behind and gets its name when it is whole. A copy made otherwise beside a writer
   /// is no database. Errors: kAlreadyExists (either name), kNotFound, kInUse in a transaction, kDiskFull, kUnsupported for a name in ".ldb".

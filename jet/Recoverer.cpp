@@ -98,7 +98,8 @@ class Recoverer {
     TableSpec spec;
     const FileHeader& header = source_.Space().header;
     // How a column of an .accdb is stored is nothing for the .mdb.
-    spec.columns = ColumnsToMake(from.Core().Columns(), header.release != 0 ? 3 : header.version);
+    constexpr int kOfNoMdb = 0;
+    spec.columns = ColumnsToMake(from.Core().Columns(), header.release != 0 ? kOfNoMdb : header.version, target_.FormatVersion());
     for (auto& column : spec.columns) {
       if (IsName(column.name)) continue;
       Lose(found.name, found.page, "The name of a column is lost: \"" + column.name + "\"");
@@ -244,7 +245,7 @@ std::optional<Recovery> CompactSound(FileSystem& files, const std::string& path,
   try {
     const auto database = Database::Open(path, options);
     if (!database->Check().empty()) return std::nullopt;
-    CompactInto(*database, working, {}, files);
+    CompactInto(*database, working, {}, database->Internals().header.VersionOfCopy(), files);
     Recovery recovery;
     recovery.sound = true;
     recovery.relationships = database->Relationships().size();
@@ -268,7 +269,10 @@ Recovery RecoverDamaged(DamagedFile& source, FileSystem& files, const std::strin
   const FileHeader& header = source.Space().header;
   constexpr std::uint16_t kGeneralLanguage = 0x0409;
   const bool french = header.version != 3 && TextOrderOf(header.sortLanguage, header.sortVersion) == TextOrder::kFrench;
-  const NewFile file{.sortLanguage = french ? header.sortLanguage : kGeneralLanguage,
+  const int version = header.VersionOfCopy();
+  const NewFile file{.version = version,
+                     .sortLanguage = french || version == 3 ? header.sortLanguage : kGeneralLanguage,
+                     .codePage = header.codePage,
                      .encoded = header.encryptionKey != 0,
                      .password = source.HasPassword() ? password : std::string()};
   CreateEmptyFile(files, working, file);

@@ -9,13 +9,13 @@ constexpr std::uint16_t kGeneralLanguage = 0x0409;
 
 }  // namespace
 
-std::vector<ColumnDef> ColumnsToMake(std::vector<ColumnDef> columns, int version) {
+std::vector<ColumnDef> ColumnsToMake(std::vector<ColumnDef> columns, int from, int to) {
   for (auto& column : columns) {
     column.required = false;
     column.allowZeroLength = true;
-    column.asStored = version != 3;
-    // Orders of which every text has its place are kept, the others become General.
-    if (column.asStored && TextOrderOf(column.sortLanguage, column.sortVersion) != TextOrder::kFrench) {
+    column.asStored = from == to;
+    // Orders of which every text has its place are kept, the others become General; in Jet 3 the code page goes with them.
+    if (column.asStored && to != 3 && TextOrderOf(column.sortLanguage, column.sortVersion) != TextOrder::kFrench) {
       column.sortLanguage = kGeneralLanguage;
       column.sortVersion = 0;
     }

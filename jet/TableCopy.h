@@ -13,9 +13,9 @@
 
 namespace jet {
 
-/// What makes the columns of a table anew in a Jet 4 file. Rules are left off: what rows hold is to be taken whether it obeys them or not.
-/// version: of the file that they were read from.
-[[nodiscard]] std::vector<ColumnDef> ColumnsToMake(std::vector<ColumnDef> columns, int version);
+/// What makes the columns of a table anew in another file. Rules are left off: what rows hold is to be taken whether it obeys them or not.
+/// from, to: the versions of the files.
+[[nodiscard]] std::vector<ColumnDef> ColumnsToMake(std::vector<ColumnDef> columns, int from, int to);
 /// The same for its indexes, without those of relationships.
 [[nodiscard]] std::vector<IndexSpec> IndexesToMake(const std::vector<ColumnDef>& columns, const std::vector<IndexDef>& indexes);
 

@@ -84,9 +84,9 @@ bool BTree::Contains(std::span<const std::byte> key, RowId row) {
 // ----- Changes
 
 std::optional<RowId> BTree::Insert(std::span<const std::byte> key, RowId row, bool unique) {
-  if (key.size() > kMaxKeyBytes) {
+  if (key.size() > MostKeyBytes()) {
     throw Error(ErrorCode::kLimit,
-                "an index key has " + std::to_string(key.size()) + " bytes, at most " + std::to_string(kMaxKeyBytes) + " can be stored");
+                "an index key has " + std::to_string(key.size()) + " bytes, at most " + std::to_string(MostKeyBytes()) + " can be stored");
   }
   entry_.assign(key.begin(), key.end());
   AppendRowPointer(row, entry_);

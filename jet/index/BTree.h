@@ -39,11 +39,13 @@ class BTree {
   /// Makes an empty tree and gives its root, which the caller enters into the usage map itself.
   [[nodiscard]] static PageNumber Create(PageStore& store, PageNumber table);
 
+  /// Longest key that it takes.
+  [[nodiscard]] std::size_t MostKeyBytes() const noexcept { return Layout().MostKeyBytes(); }
   [[nodiscard]] PageNumber Root() const noexcept { return root_; }
 
   /// Puts an entry in. When `unique` is set and there is an entry with the same key, nothing changes and that entry's row is given.
   /// (Rows with a null in the key are never duplicates: the caller asks for no uniqueness then.)
-  /// Errors: kLimit for a key longer than kMaxKeyBytes; kDamaged when this very entry is there.
+  /// Errors: kLimit for a key longer than MostKeyBytes(); kDamaged when this very entry is there.
   std::optional<RowId> Insert(std::span<const std::byte> key, RowId row, bool unique);
   /// Takes the entry out; false when it is not there.
   bool Erase(std::span<const std::byte> key, RowId row);
@@ -64,6 +66,8 @@ class BTree {
 
  private:
   friend class BTreeCursor;
+
+  [[nodiscard]] const IndexLayout& Layout() const noexcept { return IndexLayout::Of(store_.PageSize()); }
 
   /// One node on the way from the root to a leaf, and which of its children the way takes.
   struct Step {

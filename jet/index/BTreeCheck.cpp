@@ -90,7 +90,7 @@ class Walk {
     if (!before.empty()) {
       const IndexTarget target = TargetOf(before);
       if (view.Compare(begin, target) <= 0) {
-        Report(view.Number(), kIndexEntriesOffset + begin, "index entries are not in order");
+        Report(view.Number(), view.EntriesOffset() + begin, "index entries are not in order");
       }
     }
     before.assign(keyAndRow.begin(), keyAndRow.end());
@@ -105,7 +105,7 @@ class Walk {
       view.CopyEntry(begin, entry);
       CheckEntry(view, begin, entry, lastEntry_);
       if (begin == 0 && !border_.empty() && view.Compare(begin, TargetOf(border_)) <= 0)
-        Report(view.Number(), kIndexEntriesOffset, "an index leaf begins before what its parent says");
+        Report(view.Number(), view.EntriesOffset(), "an index leaf begins before what its parent says");
       ++facts_.entries;
       const IndexTarget target = TargetOf(entry);
       if (visit_) visit_(target.key, Unpack(target.row));
@@ -115,7 +115,7 @@ class Walk {
 
   Bytes VisitNode(const IndexPageView& view, std::size_t depth) {
     if (depth >= kMaxDepth) view.Refuse("the index has too many levels", 0);
-    if (view.Empty()) Report(view.Number(), kIndexEntriesOffset, "an index node has no entries");
+    if (view.Empty()) Report(view.Number(), view.EntriesOffset(), "an index node has no entries");
     std::vector<Links> children;
     const auto visitChild = [&](PageNumber child) {
       const Bytes last = Visit(child, depth + 1);
@@ -131,7 +131,7 @@ class Walk {
       last = visitChild(view.ChildOf(begin));
       // Access leaves the copy as it was when the child loses its last entry: it must only lie between this child and the next.
       if (!last.empty() && view.Compare(begin, TargetOf(last)) < 0)
-        Report(view.Number(), kIndexEntriesOffset + begin, "an index node's copy lies before the last entry of the child");
+        Report(view.Number(), view.EntriesOffset() + begin, "an index node's copy lies before the last entry of the child");
       if (!last.empty()) border_ = before;
     }
     if (view.Tail() != 0) last = visitChild(view.Tail());

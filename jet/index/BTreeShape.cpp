@@ -30,13 +30,14 @@ Bytes NodeEntry(std::span<const std::byte> keyAndRow, PageNumber child) {
 
 /// Where to cut the entries of a page that is too full: the left page gets those before the cut, the right page those from the cut on,
 /// in a node without the first of them, whose child becomes the left page's tail.
-std::size_t FindCut(const IndexEntries& entries, bool leaf, bool atBegin, bool atEnd) {
+std::size_t FindCut(const IndexEntries& entries, const IndexLayout& layout, bool leaf, bool atBegin, bool atEnd) {
   const std::size_t dropped = leaf ? 0 : 1;
   const std::size_t lowest = 1;
   if (entries.Count() < 2 + dropped) throw Error(ErrorCode::kLimit, "the keys of an index page are too long to split it");
   const std::size_t highest = entries.Count() - 1 - dropped;
   const auto fits = [&](std::size_t cut) {
-    return entries.Slice(0, cut).FittingPrefix(leaf) && entries.Slice(cut + dropped, entries.Count() - cut - dropped).FittingPrefix(leaf);
+    return entries.Slice(0, cut).FittingPrefix(leaf, layout) &&
+           entries.Slice(cut + dropped, entries.Count() - cut - dropped).FittingPrefix(leaf, layout);
   };
   std::size_t wanted = atEnd ? highest : lowest;
   if (!atEnd && !atBegin) {
@@ -58,7 +59,7 @@ std::size_t FindCut(const IndexEntries& entries, bool leaf, bool atBegin, bool a
 // ----- Leaves
 
 void BTree::StoreLeaf(PageNumber page, const IndexEntries& entries, Growth growth, bool lastChanged) {
-  const std::optional<std::size_t> prefix = entries.FittingPrefix(true);
+  const std::optional<std::size_t> prefix = entries.FittingPrefix(true, Layout());
   if (!prefix) return SplitLeaf(page, entries, growth, lastChanged);
   IndexPageEditor(EditMine(page).Writable()).Write(entries, *prefix);
   if (!lastChanged) return;
@@ -67,12 +68,12 @@ void BTree::StoreLeaf(PageNumber page, const IndexEntries& entries, Growth growt
 }
 
 void BTree::SplitLeaf(PageNumber page, const IndexEntries& entries, Growth growth, bool lastChanged) {
-  const std::size_t cut = FindCut(entries, true, growth == Growth::kAtBegin, growth == Growth::kAtEnd);
+  const std::size_t cut = FindCut(entries, Layout(), true, growth == Growth::kAtBegin, growth == Growth::kAtEnd);
   const IndexEntries left = entries.Slice(0, cut);
   const IndexEntries right = entries.Slice(cut, entries.Count() - cut);
   const Halves halves = MakeHalves(page, true, 0, growth);
-  IndexPageEditor(halves.left.Writable()).Write(left, left.FittingPrefix(true).value());
-  IndexPageEditor(halves.right.Writable()).Write(right, right.FittingPrefix(true).value());
+  IndexPageEditor(halves.left.Writable()).Write(left, left.FittingPrefix(true, Layout()).value());
+  IndexPageEditor(halves.right.Writable()).Write(right, right.FittingPrefix(true, Layout()).value());
   if (lastLeaf_ == page) lastLeaf_ = halves.right.Number();
   const std::span<const std::byte> lastOfLeft = left[left.Count() - 1];
   const std::span<const std::byte> lastOfRight = right[right.Count() - 1];
@@ -106,7 +107,7 @@ BTree::Node BTree::ReadNode(PageNumber page) {
 void BTree::WriteNode(PageNumber page, const Node& node) {
   const PageRef edited = EditMine(page);
   IndexPageEditor editor(edited.Writable());
-  editor.Write(node.entries, node.entries.FittingPrefix(false).value());
+  editor.Write(node.entries, node.entries.FittingPrefix(false, Layout()).value());
   editor.SetTail(node.tail);
 }
 
@@ -158,13 +159,13 @@ void BTree::StoreNode(std::size_t depth, Node node, const Bytes& last, Growth gr
     return ReplaceChild(depth - 1, {});
   }
   if (node.entries.Empty()) return depth == 0 ? PullUpIntoRoot(node.tail) : GiveAwayLastChild(depth, node.tail, last);
-  if (!node.entries.FittingPrefix(false)) return SplitNode(depth, node, last, growth);
+  if (!node.entries.FittingPrefix(false, Layout())) return SplitNode(depth, node, last, growth);
   WriteNode(page, node);
   if (!last.empty() && depth != 0) ReplaceChild(depth - 1, {{last, page}});
 }
 
 void BTree::SplitNode(std::size_t depth, const Node& node, const Bytes& last, Growth growth) {
-  const std::size_t cut = FindCut(node.entries, false, growth == Growth::kAtBegin, growth == Growth::kAtEnd);
+  const std::size_t cut = FindCut(node.entries, Layout(), false, growth == Growth::kAtBegin, growth == Growth::kAtEnd);
   const std::span<const std::byte> middle = node.entries[cut];
   const Node left{node.entries.Slice(0, cut), ChildIn(middle), node.level};
   const Node right{node.entries.Slice(cut + 1, node.entries.Count() - cut - 1), node.tail, node.level};
@@ -242,7 +243,7 @@ void BTree::JoinLeft(std::size_t depth, Node parent, std::size_t slot, PageNumbe
   Node left = ReadNode(neighbour);
   left.entries.Append(NodeEntry(lastOfNeighbour, left.tail));
   const Bytes lastOfChild = !last.empty() || isTail ? last : CopyKeyAndRow(parent.entries[slot]);
-  if (left.entries.FittingPrefix(false)) {
+  if (left.entries.FittingPrefix(false, Layout())) {
     LinkNodes(depth, left.tail, child);
     left.tail = child;
     WriteNode(neighbour, left);
@@ -288,7 +289,7 @@ void BTree::JoinRight(std::size_t depth, Node parent, PageNumber child, const By
   right.entries.Insert(0, NodeEntry(lastOfChild, child));
   parent.entries.Erase(0);
   LinkNodes(depth, child, ChildIn(first));
-  if (right.entries.FittingPrefix(false)) {
+  if (right.entries.FittingPrefix(false, Layout())) {
     WriteNode(neighbour, right);
     Unlink(page);
     ReleasePage(page);

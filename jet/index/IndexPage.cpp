@@ -14,18 +14,12 @@ namespace {
 
 constexpr std::size_t kFreeOffset = 2;
 constexpr std::size_t kTableOffset = 4;
-constexpr std::size_t kPreviousOffset = 12;
-constexpr std::size_t kNextOffset = 16;
-constexpr std::size_t kTailOffset = 20;
-constexpr std::size_t kPrefixOffset = 24;
-constexpr std::size_t kLevelOffset = 26;
-constexpr std::size_t kMaskOffset = 27;
-constexpr std::size_t kMaskBytes = kIndexEntriesOffset - kMaskOffset;
-constexpr std::size_t kMaskWords = (kMaskBytes + 7) / 8;
 constexpr std::size_t kJet3PageSize = 2048;
-constexpr IndexLayout kJet4{kPreviousOffset, kNextOffset, kTailOffset, kPrefixOffset,       2,
-                            kLevelOffset,    kMaskOffset, kMaskBytes,  kIndexEntriesOffset, kIndexEntriesSize};
+constexpr std::size_t kJet4PageSize = 4096;
+constexpr IndexLayout kJet4{12, 16, 20, 24, 2, 26, 27, 453, 480, kJet4PageSize - 480};
 constexpr IndexLayout kJet3{8, 12, 16, 20, 1, 21, 22, 226, 248, kJet3PageSize - 248};
+constexpr std::size_t WordsOf(std::size_t maskBytes) { return (maskBytes + 7) / 8; }
+constexpr std::size_t kMostMaskWords = WordsOf(kJet4.maskBytes);
 constexpr std::byte kNodeType{3};
 constexpr std::byte kLeafType{4};
 
@@ -33,6 +27,8 @@ constexpr std::byte kLeafType{4};
 std::uint64_t BitsBelow(std::size_t n) noexcept { return (std::uint64_t{1} << n) - 1; }
 
 }  // namespace
+
+const IndexLayout& IndexLayout::Of(std::size_t pageSize) noexcept { return pageSize == kJet3PageSize ? kJet3 : kJet4; }
 
 IndexTarget TargetOf(std::span<const std::byte> leafEntry) noexcept {
   PackedPointer row = 0;
@@ -87,22 +83,22 @@ std::size_t IndexEntries::CommonPrefix(bool leaf) const noexcept {
   return common;
 }
 
-std::optional<std::size_t> IndexEntries::FittingPrefix(bool leaf) const noexcept {
-  if (Size() <= kIndexEntriesSize) return 0;
-  const std::size_t prefix = CommonPrefix(leaf);
-  if (EncodedSize(prefix) <= kIndexEntriesSize) return prefix;
+std::optional<std::size_t> IndexEntries::FittingPrefix(bool leaf, const IndexLayout& layout) const noexcept {
+  if (Size() <= layout.entriesSize) return 0;
+  const std::size_t prefix = std::min(CommonPrefix(leaf), layout.LongestPrefix());
+  if (EncodedSize(prefix) <= layout.entriesSize) return prefix;
   return std::nullopt;
 }
 
 // ----- IndexPageView
 
 IndexPageView::IndexPageView(std::span<const std::byte> bytes, PageNumber number)
-    : layout_(bytes.size() == kJet3PageSize ? &kJet3 : &kJet4),
+    : layout_(&IndexLayout::Of(bytes.size())),
       bytes_(bytes.data()),
       number_(number),
       pointerSize_(kRowPointerSize + (bytes[0] == kLeafType ? 0 : kChildSize)),
       leaf_(bytes[0] == kLeafType) {
-  if (bytes.size() != kIndexPageSize && bytes.size() != kJet3PageSize)
+  if (bytes.size() != kJet4PageSize && bytes.size() != kJet3PageSize)
     throw Error(ErrorCode::kUnsupported, "indexes of this file format cannot be used");
   if (!leaf_ && bytes[0] != kNodeType) throw Error(ErrorCode::kDamaged, "this is no index page", number, 0);
   prefix_ = layout_->prefixSize == 1 ? Load8(bytes_ + layout_->prefix) : Load16(bytes_ + layout_->prefix);
@@ -272,32 +268,39 @@ IndexEntries IndexPageView::Decode() const {
 // ----- IndexPageEditor
 
 void IndexPageEditor::Format(bool leaf, PageNumber table, std::uint8_t level) noexcept {
-  std::memset(bytes_, 0, kIndexPageSize);
+  std::memset(bytes_, 0, std::size_t{layout_->entries} + layout_->entriesSize);
   bytes_[0] = leaf ? kLeafType : kNodeType;
   bytes_[1] = std::byte{1};
   Store32(bytes_ + kTableOffset, table);
-  bytes_[kLevelOffset] = static_cast<std::byte>(level);
+  bytes_[layout_->level] = static_cast<std::byte>(level);
   SetUsed(0);
 }
 
-void IndexPageEditor::SetPrevious(PageNumber page) noexcept { Store32(bytes_ + kPreviousOffset, page); }
-void IndexPageEditor::SetNext(PageNumber page) noexcept { Store32(bytes_ + kNextOffset, page); }
-void IndexPageEditor::SetTail(PageNumber page) noexcept { Store32(bytes_ + kTailOffset, page); }
+void IndexPageEditor::SetPrevious(PageNumber page) noexcept { Store32(bytes_ + layout_->previous, page); }
+void IndexPageEditor::SetNext(PageNumber page) noexcept { Store32(bytes_ + layout_->next, page); }
+void IndexPageEditor::SetTail(PageNumber page) noexcept { Store32(bytes_ + layout_->tail, page); }
 void IndexPageEditor::SetUsed(std::size_t used) noexcept {
-  Store16(bytes_ + kFreeOffset, static_cast<std::uint16_t>(kIndexEntriesSize - used));
+  Store16(bytes_ + kFreeOffset, static_cast<std::uint16_t>(layout_->entriesSize - used));
 }
 
 void IndexPageEditor::SetEnd(std::size_t offset) noexcept {
-  bytes_[kMaskOffset + offset / 8] |= static_cast<std::byte>(1u << (offset % 8));
+  bytes_[layout_->mask + offset / 8] |= static_cast<std::byte>(1u << (offset % 8));
+}
+
+void IndexPageEditor::SetPrefix(std::size_t prefix) noexcept {
+  if (layout_->prefixSize == 1)
+    Store8(bytes_ + layout_->prefix, static_cast<std::uint8_t>(prefix));
+  else
+    Store16(bytes_ + layout_->prefix, static_cast<std::uint16_t>(prefix));
 }
 
 void IndexPageEditor::Write(const IndexEntries& entries, std::size_t prefix) noexcept {
-  std::memset(bytes_ + kMaskOffset, 0, kIndexPageSize - kMaskOffset);
-  Store16(bytes_ + kPrefixOffset, static_cast<std::uint16_t>(prefix));
+  std::memset(bytes_ + layout_->mask, 0, std::size_t{layout_->maskBytes} + layout_->entriesSize);
+  SetPrefix(prefix);
   std::size_t used = 0;
   for (std::size_t i = 0; i < entries.Count(); ++i) {
     const std::span<const std::byte> kept = entries[i].subspan(i == 0 ? 0 : prefix);
-    std::memcpy(bytes_ + kIndexEntriesOffset + used, kept.data(), kept.size());
+    std::memcpy(bytes_ + layout_->entries + used, kept.data(), kept.size());
     used += kept.size();
     SetEnd(used);
   }
@@ -307,16 +310,16 @@ void IndexPageEditor::Write(const IndexEntries& entries, std::size_t prefix) noe
 bool IndexPageEditor::Insert(const IndexPageView& view, std::size_t begin, std::span<const std::byte> entry) noexcept {
   const std::size_t used = view.Used();
   const std::size_t prefix = used == 0 ? 0 : view.Prefix();
-  std::byte* const area = bytes_ + kIndexEntriesOffset;
+  std::byte* const area = bytes_ + layout_->entries;
   if (used == 0) {
-    Store16(bytes_ + kPrefixOffset, 0);
+    SetPrefix(0);
   } else if (prefix != 0) {
     const std::size_t kept = view.IsLeaf() ? 1 : 1 + kChildSize;
     if (entry.size() < prefix + kept || std::memcmp(entry.data(), area, prefix) != 0) return false;
   }
   // The first entry is whole. Where another one takes its place, it is the one that was first whose prefix goes.
   const std::size_t grown = entry.size() - prefix;
-  if (used + grown > kIndexEntriesSize) return false;
+  if (used + grown > layout_->entriesSize) return false;
   const std::size_t placed = begin == 0 ? entry.size() : grown;
   if (begin != used) {
     const std::size_t from = begin == 0 ? prefix : begin;
@@ -332,21 +335,23 @@ bool IndexPageEditor::Insert(const IndexPageView& view, std::size_t begin, std::
 void IndexPageEditor::Remove(const IndexPageView& view, std::size_t begin) {
   const std::size_t used = view.Used();
   const std::size_t end = view.EndOf(begin);
-  std::byte* const area = bytes_ + kIndexEntriesOffset;
+  std::byte* const area = bytes_ + layout_->entries;
   // When the first entry goes, the next one becomes whole: the prefix stays where it is.
   const std::size_t from = begin == 0 && end != used ? view.Prefix() : begin;
   const std::size_t size = end - from;
   std::memmove(area + from, area + end, used - end);
   std::memset(area + used - size, 0, size);
-  bytes_[kMaskOffset + end / 8] &= ~static_cast<std::byte>(1u << (end % 8));
+  bytes_[layout_->mask + end / 8] &= ~static_cast<std::byte>(1u << (end % 8));
   if (end != used) MoveMask(end + 1, -static_cast<std::ptrdiff_t>(size), used);
   SetUsed(used - size);
 }
 
 void IndexPageEditor::MoveMask(std::size_t from, std::ptrdiff_t distance, std::size_t used) noexcept {
   // One word of room on each side, so that neighbours can be looked at without asking whether they are there.
-  std::array<std::uint64_t, kMaskWords + 2> words{};
-  std::memcpy(&words[1], bytes_ + kMaskOffset, kMaskBytes);
+  const std::size_t maskBytes = layout_->maskBytes;
+  const std::size_t maskWords = WordsOf(maskBytes);
+  std::array<std::uint64_t, kMostMaskWords + 2> words{};
+  std::memcpy(&words[1], bytes_ + layout_->mask, maskBytes);
   for (std::uint64_t& word : words) word = Load64(reinterpret_cast<const std::byte*>(&word));
   const auto moving = [&](std::size_t word) {  // word counts from 1
     if (word * 64 <= from) return std::uint64_t{0};
@@ -361,12 +366,12 @@ void IndexPageEditor::MoveMask(std::size_t from, std::ptrdiff_t distance, std::s
     return value;
   };
   const auto movedDown = [&](std::size_t word) {
-    std::uint64_t value = word + whole <= kMaskWords ? moving(word + whole) >> part : 0;
-    if (part != 0 && word + whole + 1 <= kMaskWords) value |= moving(word + whole + 1) << (64 - part);
+    std::uint64_t value = word + whole <= maskWords ? moving(word + whole) >> part : 0;
+    if (part != 0 && word + whole + 1 <= maskWords) value |= moving(word + whole + 1) << (64 - part);
     return value;
   };
-  std::array<std::uint64_t, kMaskWords + 2> moved{};
-  const std::size_t last = std::min(kMaskWords, (used + (distance > 0 ? bits : 0)) / 64 + 1);
+  std::array<std::uint64_t, kMostMaskWords + 2> moved{};
+  const std::size_t last = std::min(maskWords, (used + (distance > 0 ? bits : 0)) / 64 + 1);
   const std::size_t keep = distance < 0 ? from - bits : from;  // bits below stay as they are
   for (std::size_t word = keep / 64 + 1; word <= last; ++word) {
     moved[word] = distance > 0 ? movedUp(word) : movedDown(word);
@@ -374,8 +379,8 @@ void IndexPageEditor::MoveMask(std::size_t from, std::ptrdiff_t distance, std::s
   }
   const std::size_t firstByte = keep / 64 * 8;
   for (std::uint64_t& word : moved) Store64(reinterpret_cast<std::byte*>(&word), word);
-  std::memcpy(bytes_ + kMaskOffset + firstByte, reinterpret_cast<const std::byte*>(&moved[1]) + firstByte,
-              std::min(kMaskBytes, last * 8) - firstByte);
+  std::memcpy(bytes_ + layout_->mask + firstByte, reinterpret_cast<const std::byte*>(&moved[1]) + firstByte,
+              std::min(maskBytes, last * 8) - firstByte);
 }
 
 }  // namespace jet

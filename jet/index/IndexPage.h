@@ -22,20 +22,22 @@ namespace jet {
 // Bit p of the mask is set when an entry ends at 480 + p. The first entry is whole; the others lack the first `prefix` bytes, which
 // are those of the first. Leaf entry: key, u24 page, u8 slot of the row. Node entry: the last leaf entry below the child, u32 child.
 //
-// Jet 3 (only read here): previous at 8, next at 12, tail at 16, u8 prefix at 20, level at 21, 226 bytes of mask at 22, entries at 248.
+// Jet 3: previous at 8, next at 12, tail at 16, u8 prefix at 20, level at 21, 226 bytes of mask at 22, entries at 248.
+
+inline constexpr std::size_t kRowPointerSize = 4;
+inline constexpr std::size_t kChildSize = 4;
 
 /// Where the fields of an index page stand in one of the two formats.
 struct IndexLayout {
   std::uint16_t previous, next, tail, prefix, prefixSize, level, mask, maskBytes, entries, entriesSize;
-};
 
-inline constexpr std::size_t kIndexPageSize = 4096;
-inline constexpr std::size_t kIndexEntriesOffset = 480;
-inline constexpr std::size_t kIndexEntriesSize = kIndexPageSize - kIndexEntriesOffset;
-inline constexpr std::size_t kRowPointerSize = 4;
-inline constexpr std::size_t kChildSize = 4;
-/// Longest key that is written. Any two entries fit a page then, so that a page that is too full can always be split.
-inline constexpr std::size_t kMaxKeyBytes = kIndexEntriesSize / 2 - kRowPointerSize - kChildSize;
+  /// That of pages of so many bytes.
+  [[nodiscard]] static const IndexLayout& Of(std::size_t pageSize) noexcept;
+  /// Longest key that is written. Any two entries fit a page then, so that a page that is too full can always be split.
+  [[nodiscard]] constexpr std::size_t MostKeyBytes() const noexcept { return entriesSize / 2u - kRowPointerSize - kChildSize; }
+  /// The longest prefix that its field can tell.
+  [[nodiscard]] constexpr std::size_t LongestPrefix() const noexcept { return prefixSize == 1 ? 0xFF : 0xFFFF; }
+};
 
 /// A place in the order of entries.
 struct IndexTarget {
@@ -74,7 +76,7 @@ class IndexEntries {
   /// The longest prefix that a page of these entries may have.
   [[nodiscard]] std::size_t CommonPrefix(bool leaf) const noexcept;
   /// The prefix to write them with: none when they fit without, else the longest; nothing when they do not fit a page.
-  [[nodiscard]] std::optional<std::size_t> FittingPrefix(bool leaf) const noexcept;
+  [[nodiscard]] std::optional<std::size_t> FittingPrefix(bool leaf, const IndexLayout& layout) const noexcept;
   /// Bytes that a page with that prefix needs for them.
   [[nodiscard]] std::size_t EncodedSize(std::size_t prefix) const noexcept { return Empty() ? 0 : Size() - prefix * (Count() - 1); }
 
@@ -104,6 +106,9 @@ class IndexPageView {
   [[nodiscard]] std::uint8_t Level() const noexcept;
   /// Bytes that a page of this format has for entries.
   [[nodiscard]] std::size_t Room() const noexcept { return layout_->entriesSize; }
+
+  /// Where the entries begin in the page.
+  [[nodiscard]] std::uint32_t EntriesOffset() const noexcept { return layout_->entries; }
 
   [[nodiscard]] std::size_t Used() const noexcept { return used_; }
   [[nodiscard]] bool Empty() const noexcept { return used_ == 0; }
@@ -166,7 +171,7 @@ class IndexPageView {
 /// Changes one index page in place.
 class IndexPageEditor {
  public:
-  explicit IndexPageEditor(std::span<std::byte> bytes) noexcept : bytes_(bytes.data()) {}
+  explicit IndexPageEditor(std::span<std::byte> bytes) noexcept : layout_(&IndexLayout::Of(bytes.size())), bytes_(bytes.data()) {}
 
   /// Makes the page an empty leaf or node without neighbours.
   void Format(bool leaf, PageNumber table, std::uint8_t level) noexcept;
@@ -185,7 +190,9 @@ class IndexPageEditor {
   /// Moves the mask's bits from `from` on by a distance, up (positive) or down; bits that are passed over become 0.
   void MoveMask(std::size_t from, std::ptrdiff_t distance, std::size_t used) noexcept;
   void SetEnd(std::size_t offset) noexcept;
+  void SetPrefix(std::size_t prefix) noexcept;
 
+  const IndexLayout* layout_;
   std::byte* bytes_;
 };
 

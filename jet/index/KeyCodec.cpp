@@ -205,9 +205,10 @@ KeyNulls MakeKey(std::span<const KeyColumn> columns, std::span<const Value> valu
       nulls.all = false;
     }
   }
-  if (key.size() > kMaxKeyBytes) {
+  constexpr std::size_t kJet4PageSize = 4096;
+  if (const std::size_t most = IndexLayout::Of(kJet4PageSize).MostKeyBytes(); key.size() > most) {
     throw Error(ErrorCode::kLimit,
-                "the key of a row has " + std::to_string(key.size()) + " bytes, an index can hold " + std::to_string(kMaxKeyBytes));
+                "the key of a row has " + std::to_string(key.size()) + " bytes, an index can hold " + std::to_string(most));
   }
   return nulls;
 }

@@ -41,7 +41,7 @@ struct KeyNulls {
 void AppendKey(const KeyColumn& column, const Value& value, Bytes& key);
 
 /// Makes the key of a whole row, or of a leading part of the columns when fewer values than columns are given.
-/// The key's memory is reused. Errors: as AppendKey; kLimit when the key is longer than an index page can hold.
+/// The key's memory is reused. Errors: as AppendKey; kLimit when the key is longer than an index page of Jet 4 can hold.
 KeyNulls MakeKey(std::span<const KeyColumn> columns, std::span<const Value> values, Bytes& key);
 
 /// Parts of AppendKey over plain types, each with the flag byte.

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "jet/page/Format.h"
 #include "jet/value/ByteOrder.h"
 #include "jet/value/Error.h"
 
@@ -10,12 +11,11 @@ namespace {
 
 constexpr std::size_t kFreeOffset = 2;
 constexpr std::size_t kOwnerOffset = 4;
-constexpr std::size_t kJet3PageSize = 2048;
 
 }  // namespace
 
 DataPage::DataPage(PageNumber number, std::span<const std::byte> bytes) : number_(number), bytes_(bytes) {
-  slotsAt_ = bytes.size() == kJet3PageSize ? 10 : 14;
+  slotsAt_ = Format::Of(bytes.size()).slots;
   if (Load8(bytes.data()) != 1) throw Error(ErrorCode::kDamaged, "A data page is expected here", number, 0);
   slotCount_ = Load16(bytes.data() + slotsAt_ - 2);
   if (slotCount_ * 2 > bytes.size() - slotsAt_)

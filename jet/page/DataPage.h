@@ -55,7 +55,7 @@ class DataPage {
   std::size_t slotsAt_ = 14;
 };
 
-/// The same for changing (Jet 4 only).
+/// The same for changing.
 class DataPageEditor : public DataPage {
  public:
   explicit DataPageEditor(const PageRef& page);

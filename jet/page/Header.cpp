@@ -29,6 +29,9 @@ constexpr std::size_t kOrderOffset = 0x6E;
 constexpr std::size_t kOrderOffsetJet3 = 0x3A;
 /// 2000-era build and date under which the two-byte account names of a new file are known.
 constexpr std::uint16_t kBuild = 0x261C;
+constexpr std::size_t kBuildOffset = 0x6A;
+constexpr std::size_t kBuildOffsetJet3 = 0x56;
+constexpr std::uint16_t kBuildJet3 = 9502;
 constexpr std::uint8_t kCreatedBytes[8] = {0x3E, 0x85, 0xD3, 0x3B, 0x3E, 0xAB, 0xE4, 0x40};
 
 /// The stream is the same in every file.
@@ -57,20 +60,9 @@ std::string UnderTheDay(std::string field, const FileHeader& header) {
 
 /// One byte for each letter. Error kUnsupported for a letter that the code page does not have.
 std::string InCodePage(std::string_view text, std::uint16_t codePage) {
-  std::array<std::string, 256> letters;
-  for (unsigned code = 0; code < letters.size(); ++code) {
-    const auto byte = static_cast<std::byte>(code);
-    AppendAnsi(std::span(&byte, 1), codePage, letters[code]);
-  }
-  std::string bytes;
-  for (std::size_t at = 0; at < text.size();) {
-    const std::size_t begin = at;
-    (void)NextCharacter(text, at);
-    const auto found = std::find(letters.begin(), letters.end(), text.substr(begin, at - begin));
-    if (found == letters.end()) throw Error(ErrorCode::kUnsupported, "The password has a letter that the file's code page does not have");
-    bytes += static_cast<char>(found - letters.begin());
-  }
-  return bytes;
+  auto bytes = ToAnsi(text, codePage);
+  if (!bytes) throw Error(ErrorCode::kUnsupported, "The password has a letter that the file's code page does not have");
+  return std::move(*bytes);
 }
 
 /// The whole field for a password, not under the day. Errors: see FileHeader::SetPassword.
@@ -111,6 +103,38 @@ std::string EncryptionRecord(std::span<const std::byte> page, std::uint32_t key,
   return {reinterpret_cast<const char*>(page.data()) + begin, size};
 }
 
+/// The code page in which a language is written where Jet 3 does not say it.
+std::uint16_t CodePageOf(std::uint16_t language) {
+  switch (language) {
+    case 0x0405:  // Czech
+    case 0x040E:  // Hungarian
+    case 0x0415:  // Polish
+    case 0x0418:  // Romanian
+    case 0x041A:  // Croatian
+    case 0x041B:  // Slovak
+    case 0x041C:  // Albanian
+    case 0x0424:  // Slovenian
+      return 1250;
+    case 0x0402:  // Bulgarian
+    case 0x0419:  // Russian
+    case 0x0422:  // Ukrainian
+    case 0x0423:  // Belarusian
+      return 1251;
+    case 0x041F:  // Turkish
+      return 1254;
+    default:
+      return 1252;
+  }
+}
+
+/// What Jet 3 does not have, before it is masked.
+void StoreJet4Fields(std::byte* bytes, std::uint16_t sortLanguage) {
+  Store32(bytes + kOrderOffset, sortLanguage);
+  std::memcpy(bytes + kCreatedOffset, kCreatedBytes, sizeof kCreatedBytes);
+  const std::uint32_t day = CreationDay(LoadLittle<double>(bytes + kCreatedOffset));
+  for (std::size_t i = 0; i < kPasswordSize; i += 4) Store32(bytes + kPasswordOffset + i, day);
+}
+
 }  // namespace
 
 FileHeader FileHeader::Read(std::span<const std::byte> source, const std::string& path) {
@@ -140,8 +164,8 @@ FileHeader FileHeader::Read(std::span<const std::byte> source, const std::string
   ApplyMask(page, jet3 ? kMaskSizeJet3 : kMaskSize);
   header.freePages = Load32(page.data() + kMaskBegin);
   header.codePage = Load16(page.data() + 0x3C);
-  if (jet3 && header.codePage == 0) header.codePage = 1252;
   header.sortLanguage = Load16(page.data() + (jet3 ? kOrderOffsetJet3 : kOrderOffset));
+  if (jet3 && header.codePage == 0) header.codePage = CodePageOf(header.sortLanguage);
   if (!jet3) header.sortVersion = Load8(page.data() + kOrderOffset + 3);
   header.encryptionKey = Load32(page.data() + kKeyOffset);
   if (ace) header.encryption = EncryptionRecord(source, header.encryptionKey, quoted);
@@ -150,6 +174,8 @@ FileHeader FileHeader::Read(std::span<const std::byte> source, const std::string
   if (ace || header.password.find_first_not_of('\0') == std::string::npos) header.password.clear();
   return header;
 }
+
+bool FileHeader::HasKnownTexts() const noexcept { return version != 3 || IsKnownCodePage(codePage); }
 
 bool FileHeader::HasPassword(std::string_view text) const {
   try {
@@ -180,26 +206,39 @@ void FileHeader::SetPassword(std::span<std::byte> page, std::string_view text) {
   ApplyMask(page, maskSize);
 }
 
-std::vector<std::byte> FileHeader::Create(std::uint16_t sortLanguage, std::uint32_t encryptionKey) {
-  std::vector<std::byte> page(4096);
+FileHeader FileHeader::ForNewFile(int version, std::uint16_t sortLanguage, std::uint32_t encryptionKey) {
+  FileHeader header;
+  header.version = version;
+  header.pageSize = version == 3 ? 2048 : 4096;
+  header.sortLanguage = sortLanguage;
+  header.encryptionKey = encryptionKey;
+  if (version == 3) header.codePage = CodePageOf(sortLanguage);
+  return header;
+}
+
+std::vector<std::byte> FileHeader::Create() const {
+  const bool jet3 = version == 3;
+  std::vector<std::byte> page(pageSize);
   std::byte* bytes = page.data();
   Store32(bytes, 0x00000100);
   std::memcpy(bytes + 4, kJetName.data(), kJetName.size());
-  Store32(bytes + 0x14, 1);
+  Store32(bytes + 0x14, jet3 ? 0 : 1);
   Store32(bytes + 0x18, 0x100);
   Store32(bytes + 0x1C, 0x101);
   for (std::uint32_t i = 0; i < 4; ++i) Store32(bytes + 0x20 + 4 * i, 2 + i);
-  Store16(bytes + 0x3C, 1252);
+  Store16(bytes + 0x3C, codePage);
   Store32(bytes + kKeyOffset, encryptionKey);
-  Store16(bytes + 0x6A, kBuild);
-  Store32(bytes + kOrderOffset, sortLanguage);
-  std::memcpy(bytes + kCreatedOffset, kCreatedBytes, sizeof kCreatedBytes);
-  const std::uint32_t day = CreationDay(LoadLittle<double>(bytes + kCreatedOffset));
-  for (std::size_t i = 0; i < kPasswordSize; i += 4) Store32(bytes + kPasswordOffset + i, day);
-  ApplyMask(page, kMaskSize);
-  Store32(bytes + 0x98, 1620);
-  std::memcpy(bytes + 0x9C, "4.0", 4);
-  for (std::size_t i = 0; i < 512; i += 2) Store16(bytes + 0xE00 + i, 0x0100);
+  Store16(bytes + (jet3 ? kBuildOffsetJet3 : kBuildOffset), jet3 ? kBuildJet3 : kBuild);
+  if (jet3)
+    Store16(bytes + kOrderOffsetJet3, sortLanguage);
+  else
+    StoreJet4Fields(bytes, sortLanguage);
+  ApplyMask(page, jet3 ? kMaskSizeJet3 : kMaskSize);
+  if (!jet3) {
+    Store32(bytes + 0x98, 1620);
+    std::memcpy(bytes + 0x9C, "4.0", 4);
+  }
+  for (std::size_t i = 0; i < 512; i += 2) Store16(bytes + (jet3 ? 0x600 : 0xE00) + i, 0x0100);
   return page;
 }
 
@@ -221,6 +260,10 @@ void FileHeader::CopyIdentity(std::span<const std::byte> from, std::span<std::by
   // The mask is the same everywhere, so that masked bytes can be copied. Text order and page key, in between, stay those of the new file.
   constexpr std::size_t kCodePage = 0x3C, kOrder = kOrderOffset, kSizeOfDate = 8;
   std::copy(from.begin() + kCodePage, from.begin() + kKeyOffset, to.begin() + kCodePage);
+  if (Load32(from.data() + 0x14) == 0) {
+    std::copy(from.begin() + kPasswordOffset, from.begin() + kBuildOffsetJet3 + 2, to.begin() + kPasswordOffset);
+    return;
+  }
   std::copy(from.begin() + kPasswordOffset, from.begin() + kOrder, to.begin() + kPasswordOffset);
   std::copy(from.begin() + kCreatedOffset, from.begin() + kCreatedOffset + kSizeOfDate, to.begin() + kCreatedOffset);
 }

@@ -43,31 +43,40 @@ struct FileHeader {
 
   /// Reads the beginning of a file. Error kNotAnAccessFile, whose text says what the file is as far as known.
   static FileHeader Read(std::span<const std::byte> page, const std::string& path);
+  /// False for Jet 3 in a code page whose characters are not all known: texts cannot be written in it.
+  [[nodiscard]] bool HasKnownTexts() const noexcept;
+  /// The version in which a copy is made of it when none is asked for: its own, but where that cannot be written.
+  [[nodiscard]] int VersionOfCopy() const noexcept { return HasKnownTexts() ? version : 4; }
   /// True when that (UTF-8) is the password: each letter counts as it is. One that no file of the version can have is not.
   [[nodiscard]] bool HasPassword(std::string_view text) const;
   /// The password as UTF-8.
   [[nodiscard]] std::string PasswordText() const;
-  /// Page 0 of a new Jet 4 file whose texts are ordered as that language has it (version 0).
-  static std::vector<std::byte> Create(std::uint16_t sortLanguage = 0x0409, std::uint32_t encryptionKey = 0);
+  /// The header of a new file of that version (3 or 4) whose texts are ordered as that language has it (version 0).
+  static FileHeader ForNewFile(int version, std::uint16_t sortLanguage, std::uint32_t encryptionKey);
+  /// Page 0 of a new file with this header, without a password.
+  [[nodiscard]] std::vector<std::byte> Create() const;
   /// Gives a page 0 what belongs together in another one: code page, password, build and creation date, and with them the key of the
-  /// accounts. Both pages are Jet 4 as they stand in their files. How pages are encoded stays.
+  /// accounts. Both pages are of one version, as they stand in their files. How pages are encoded stays.
   static void CopyIdentity(std::span<const std::byte> from, std::span<std::byte> to);
   /// Puts a password (UTF-8) into a page 0 as it stands in its file; an empty one takes it away. Errors, and nothing is changed then:
   /// kValueTooLong for more than 20 characters (UTF-16 units in Jet 4), kUnsupported for what the field cannot hold: NUL, bytes that are
   /// no UTF-8, in Jet 3 a letter outside the code page.
   static void SetPassword(std::span<std::byte> page, std::string_view text);
-  /// Two-byte names under which a new file's permissions are written; they belong to the creation date that Create writes.
-  static constexpr std::array<std::uint8_t, 2> kEngineSid{0x65, 0x89};
-  static constexpr std::array<std::uint8_t, 2> kAdminSid{0x64, 0x8B};
-  static constexpr std::array<std::uint8_t, 2> kCreatorSid{0x65, 0x8E};
-  static constexpr std::array<std::uint8_t, 2> kUsersSid{0x65, 0x8B};
   /// Makes page 0 of a new Jet 4 file, as Create gives it, that of an .accdb of Access 2007.
   static void MakeAce(std::span<std::byte> page);
-  /// The names that belong to the creation date of that one.
-  static constexpr std::array<std::uint8_t, 2> kAceEngineSid{0x52, 0xA6};
-  static constexpr std::array<std::uint8_t, 2> kAceAdminSid{0x53, 0xA4};
-  static constexpr std::array<std::uint8_t, 2> kAceCreatorSid{0x52, 0xA1};
-  static constexpr std::array<std::uint8_t, 2> kAceUsersSid{0x52, 0xA4};
+  /// A two-byte name of an account.
+  using Sid = std::array<std::uint8_t, 2>;
+  struct Accounts {
+    Sid engine, admin, creator, users;
+  };
+  /// Under which a new file's permissions are written. In Jet 4 they lie under a key that belongs to the creation date that Create writes, in
+  /// an .accdb under that of MakeAce.
+  static constexpr Accounts kAccounts{{0x65, 0x89}, {0x64, 0x8B}, {0x65, 0x8E}, {0x65, 0x8B}};
+  static constexpr Accounts kAceAccounts{{0x52, 0xA6}, {0x53, 0xA4}, {0x52, 0xA1}, {0x52, 0xA4}};
+  static constexpr Accounts kPlainAccounts{{0x02, 0x03}, {0x03, 0x01}, {0x02, 0x04}, {0x02, 0x01}};
+  [[nodiscard]] const Accounts& AccountsOfNewFile() const noexcept {
+    return version == 3 ? kPlainAccounts : release != 0 ? kAceAccounts : kAccounts;
+  }
 };
 
 }  // namespace jet

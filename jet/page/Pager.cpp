@@ -4,12 +4,12 @@
 #include <cstring>
 #include <utility>
 
+#include "jet/page/Format.h"
 #include "jet/value/Error.h"
 
 namespace jet {
 namespace {
 
-constexpr std::uint64_t kMaxFileSize = std::uint64_t{2} << 30;
 constexpr std::size_t kSmallestCache = 64;    // pages: enough for what one operation pins, with room to spare
 constexpr std::size_t kWriteRun = 64;         // pages written in one call at most
 constexpr PageNumber kFirstOrdinaryPage = 2;  // header and global maps never move
@@ -173,8 +173,9 @@ UsageMap Pager::FreeMap() {
 
 PageRef Pager::Extend() {
   BeginWrite();
-  if ((std::uint64_t{pageCount_} + 1) * pageSize_ > kMaxFileSize)
-    throw Error(ErrorCode::kLimit, "The file would pass the limit of 2 gigabytes");
+  if (const Format& format = Format::Of(pageSize_); pageCount_ >= format.mostPages)
+    throw Error(ErrorCode::kLimit,
+                format.IsJet3() ? "The file would pass the limit of 1 gigabyte" : "The file would pass the limit of 2 gigabytes");
   ++pageCount_;
   Frame* frame = nullptr;
   try {

@@ -44,7 +44,7 @@ class Pager final : public PageStore {
   [[nodiscard]] PageRef Edit(PageNumber page) override;
   [[nodiscard]] PageRef Allocate() override;
   void Free(PageNumber page) override;
-  /// A new page of zeros at the end of the file, whatever the map of free pages says. Errors: kLimit at 2 GiB.
+  /// A new page of zeros at the end of the file, whatever the map of free pages says. Errors: kLimit at 2 GiB, in Jet 3 at 1 GiB.
   [[nodiscard]] PageRef Extend();
   void SetFreePageMap(PackedPointer where) noexcept { freePages_ = where; }
   [[nodiscard]] PackedPointer FreePageMap() const noexcept { return freePages_; }

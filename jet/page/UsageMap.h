@@ -45,9 +45,6 @@ class UsageMap {
   /// The free-page map cannot take its own bitmap pages from itself: this gives it new ones at the end of the file.
   void SetBitmapSource(std::function<PageRef()> source) { source_ = std::move(source); }
 
-  /// Size of a new map row.
-  static constexpr std::size_t kRowSize = 69;
-
  private:
   struct Bits;
   void Set(PageNumber page, bool on);

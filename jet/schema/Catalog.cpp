@@ -178,7 +178,7 @@ std::int32_t Catalog::Add(CatalogObject object, const PropertyMap& properties) {
   if (!object.database.empty()) set("Database", Value(object.database));
   if (!object.connect.empty()) set("Connect", Value(object.connect));
   if (!object.foreignName.empty()) set("ForeignName", Value(object.foreignName));
-  if (Bytes bytes = properties.Encode(); !bytes.empty()) set("LvProp", Value(std::move(bytes)));
+  if (Bytes bytes = properties.Encode(space_.CodePage()); !bytes.empty()) set("LvProp", Value(std::move(bytes)));
   try {
     table.Insert(values);
   } catch (const Error& error) {
@@ -277,7 +277,7 @@ PropertyMap Catalog::ReadProperties(std::int32_t id) {
 
 void Catalog::WriteProperties(std::int32_t id, const PropertyMap& properties) {
   Table& table = ObjectsTable();
-  Bytes bytes = properties.Encode();
+  Bytes bytes = properties.Encode(space_.CodePage());
   const Value value = bytes.empty() ? Value() : Value(std::move(bytes));
   const Value now(Now());
   const Assignment assignments[] = {{Column(table, "LvProp"), &value, nullptr}, {Column(table, "DateUpdate"), &now, nullptr}};

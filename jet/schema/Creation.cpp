@@ -90,6 +90,16 @@ const SystemTable& Queries() {
   return table;
 }
 
+/// Access 97 has no LvExtra.
+const SystemTable& QueriesOfJet3() {
+  static const SystemTable table = [] {
+    SystemTable made = Queries();
+    made.columns.pop_back();
+    return made;
+  }();
+  return table;
+}
+
 const SystemTable& Relationships() {
   static const SystemTable table{{{"szRelationship", ColumnType::kText},
                                   {"grbit", ColumnType::kLong},
@@ -104,7 +114,7 @@ const SystemTable& Relationships() {
   return table;
 }
 
-std::uint16_t LengthOf(ColumnType type) {
+std::uint16_t LengthOf(ColumnType type, bool jet3) {
   switch (type) {
     case ColumnType::kLong:
       return 4;
@@ -117,26 +127,36 @@ std::uint16_t LengthOf(ColumnType type) {
       return 1;
     case ColumnType::kText:
     case ColumnType::kBinary:
-      return 510;
+      return jet3 ? 255 : 510;
     default:
       return 0;
   }
 }
 
 /// What every column of a system table has in common: no compression, no second number.
-TableDefinition Define(PageNumber page, const SystemTable& table, std::uint16_t sortLanguage) {
+Column DefineColumn(const SystemColumn& source, const FileHeader& header, std::uint16_t codePage) {
+  const auto low = [](std::uint16_t number) { return static_cast<std::uint8_t>(number); };
+  const auto high = [](std::uint16_t number) { return static_cast<std::uint8_t>(number >> 8); };
+  Column column;
+  column.name = source.name;
+  column.type = source.type;
+  column.codePage = codePage;
+  column.length = LengthOf(source.type, codePage != 0);
+  column.flags = static_cast<std::uint8_t>(kSystemFlag | Column::kNullable | (source.sid ? kSidFlag : 0));
+  column.sort = {low(header.sortLanguage), high(header.sortLanguage), 0, 0};
+  if (codePage != 0) column.unknown = {1, 0, low(codePage), high(codePage)};
+  return column;
+}
+
+TableDefinition Define(PageNumber page, const SystemTable& table, const TableSpace& space) {
   TableDefinition definition;
   definition.pages = {page};
+  definition.codePage = space.CodePage();
   definition.tableType = 'S';
   for (const auto& source : table.columns) {
-    Column column;
-    column.name = source.name;
-    column.type = source.type;
+    Column column = DefineColumn(source, space.header, definition.codePage);
     column.number = definition.maxColumns++;
     column.variableIndex = definition.variableColumns;
-    column.length = LengthOf(source.type);
-    column.flags = static_cast<std::uint8_t>(kSystemFlag | Column::kNullable | (source.sid ? kSidFlag : 0));
-    column.sort = {static_cast<std::uint8_t>(sortLanguage), static_cast<std::uint8_t>(sortLanguage >> 8), 0, 0};
     const bool variable = column.IsLong() || column.type == ColumnType::kText || column.type == ColumnType::kBinary;
     if (variable) {
       ++definition.variableColumns;
@@ -149,7 +169,7 @@ TableDefinition Define(PageNumber page, const SystemTable& table, std::uint16_t 
   for (const auto& source : table.trees) {
     TableDefinition::Tree tree;
     for (std::size_t i = 0; i < source.columns.size(); ++i) tree.columns[i].number = source.columns[i];
-    tree.flags = source.flags;
+    tree.flags = definition.IsJet3() ? static_cast<std::uint8_t>(source.flags & ~TableDefinition::Tree::kAlways) : source.flags;
     definition.trees.push_back(tree);
   }
   for (const auto& source : table.indexes) {
@@ -166,14 +186,15 @@ TableDefinition Define(PageNumber page, const SystemTable& table, std::uint16_t 
 
 class Builder {
  public:
-  Builder(Engine& engine, const std::string& password) : engine_(engine), pager_(*engine.pager), password_(password) {}
+  Builder(Engine& engine, const std::string& password)
+      : engine_(engine), pager_(*engine.pager), accounts_(engine.header.AccountsOfNewFile()), password_(password) {}
 
   void Build() {
     pager_.Begin();
     WriteFixedPages();
-    const SystemTable* tables[] = {&Objects(), &Permissions(), &Queries(), &Relationships()};
+    const SystemTable* tables[] = {&Objects(), &Permissions(), IsJet3() ? &QueriesOfJet3() : &Queries(), &Relationships()};
     TableDefinition definitions[4];
-    for (PageNumber i = 0; i < 4; ++i) definitions[i] = Define(2 + i, *tables[i], engine_.header.sortLanguage);
+    for (PageNumber i = 0; i < 4; ++i) definitions[i] = Define(2 + i, *tables[i], engine_);
     for (auto& definition : definitions) AddMaps(definition);
     for (auto& definition : definitions) AddRoots(definition);
     for (auto& definition : definitions) Write(definition);
@@ -186,9 +207,10 @@ class Builder {
 
  private:
   [[nodiscard]] bool IsAce() const noexcept { return engine_.header.release != 0; }
+  [[nodiscard]] bool IsJet3() const noexcept { return engine_.header.version == 3; }
 
   void WriteFixedPages() {
-    auto header = FileHeader::Create(engine_.header.sortLanguage, engine_.header.encryptionKey);
+    auto header = engine_.header.Create();
     if (IsAce()) FileHeader::MakeAce(header);
     if (!password_.empty()) FileHeader::SetPassword(header, password_);
     {
@@ -197,8 +219,8 @@ class Builder {
     }
     const PageRef page = pager_.Extend();
     DataPageEditor maps = DataPageEditor::Format(page, 1);
-    maps.AddZeros(UsageMap::kRowSize);
-    maps.AddZeros(UsageMap::kRowSize);
+    maps.AddZeros(engine_.Layout().mapRow);
+    maps.AddZeros(engine_.Layout().mapRow);
     // Everything is free, what lies behind the end of the file too; pages 0 and 1 are in use.
     auto bits = maps.Writable(0).subspan(5);
     std::fill(bits.begin(), bits.end(), std::byte{0xFF});
@@ -226,14 +248,15 @@ class Builder {
     }
   }
 
-  /// The column blocks of system tables stand in the order of their names.
+  /// The column blocks of system tables stand in the order of their names, in Jet 3 in that of their numbers.
   void Write(TableDefinition& definition) {
-    std::sort(definition.columns.begin(), definition.columns.end(),
-              [](const Column& left, const Column& right) { return left.name < right.name; });
+    if (!IsJet3())
+      std::sort(definition.columns.begin(), definition.columns.end(),
+                [](const Column& left, const Column& right) { return left.name < right.name; });
     definition.Write(pager_);
   }
 
-  void AddObject(std::int32_t id, std::int32_t parent, const char* name, std::int16_t type, const std::array<std::uint8_t, 2>& owner) {
+  void AddObject(std::int32_t id, std::int32_t parent, const char* name, std::int16_t type, const FileHeader::Sid& owner) {
     Table& table = engine_.catalog.ObjectsTable();
     std::vector<Value> values(table.Columns().size());
     values[0] = Value(id);
@@ -247,28 +270,24 @@ class Builder {
   }
 
   void FillObjects() {
-    const auto& engine = IsAce() ? FileHeader::kAceEngineSid : FileHeader::kEngineSid;
-    const auto& admin = IsAce() ? FileHeader::kAceAdminSid : FileHeader::kAdminSid;
-    AddObject(0x0F000001, 0x0F000000, "Tables", 3, engine);
-    AddObject(0x0F000002, 0x0F000000, "Databases", 3, engine);
-    AddObject(0x0F000003, 0x0F000000, "Relationships", 3, engine);
-    AddObject(0x10000000, 0x0F000002, "MSysDb", 2, admin);
-    AddObject(2, 0x0F000001, "MSysObjects", 1, engine);
-    AddObject(3, 0x0F000001, "MSysACEs", 1, engine);
-    AddObject(4, 0x0F000001, "MSysQueries", 1, engine);
-    AddObject(5, 0x0F000001, "MSysRelationships", 1, engine);
+    AddObject(0x0F000001, 0x0F000000, "Tables", 3, accounts_.engine);
+    AddObject(0x0F000002, 0x0F000000, "Databases", 3, accounts_.engine);
+    AddObject(0x0F000003, 0x0F000000, "Relationships", 3, accounts_.engine);
+    AddObject(0x10000000, 0x0F000002, "MSysDb", 2, accounts_.admin);
+    AddObject(2, 0x0F000001, "MSysObjects", 1, accounts_.engine);
+    AddObject(3, 0x0F000001, "MSysACEs", 1, accounts_.engine);
+    AddObject(4, 0x0F000001, "MSysQueries", 1, accounts_.engine);
+    AddObject(5, 0x0F000001, "MSysRelationships", 1, accounts_.engine);
   }
 
   void FillPermissions() {
     struct Entry {
       std::int32_t id;
-      const std::array<std::uint8_t, 2>& user;
+      const FileHeader::Sid& user;
       std::int32_t access;
       bool inherited = false;
     };
-    const auto& admin = IsAce() ? FileHeader::kAceAdminSid : FileHeader::kAdminSid;
-    const auto& creator = IsAce() ? FileHeader::kAceCreatorSid : FileHeader::kCreatorSid;
-    const auto& users = IsAce() ? FileHeader::kAceUsersSid : FileHeader::kUsersSid;
+    const auto& [engine, admin, creator, users] = accounts_;
     const Entry entries[] = {{2, admin, 393216},
                              {3, admin, 393216},
                              {4, admin, 393216},
@@ -295,6 +314,7 @@ class Builder {
 
   Engine& engine_;
   Pager& pager_;
+  const FileHeader::Accounts& accounts_;
   const std::string& password_;
   PackedPointer mapRow_ = 0;
 };
@@ -307,9 +327,9 @@ void CreateEmptyFile(FileSystem& files, const std::string& path, const NewFile& 
   files.Remove(working);
   try {
     Engine engine(files, working, kCacheBytes);
-    engine.header.sortLanguage = file.sortLanguage;
+    engine.header = FileHeader::ForNewFile(file.version, file.sortLanguage, file.encoded ? NewPageKey() : 0);
+    if (file.version == 3 && file.codePage != 0) engine.header.codePage = file.codePage;
     if (file.ace) engine.header.release = FileHeader::kAccess2007;
-    if (file.encoded) engine.header.encryptionKey = NewPageKey();
     engine.sharing = std::make_unique<Sharing>();
     engine.pager = std::make_unique<Pager>(files, working, files.Open(working, FileMode::kCreateNew), engine.header.pageSize, kCacheBytes,
                                            *engine.sharing, false);

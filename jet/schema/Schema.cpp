@@ -30,7 +30,9 @@ TableCore& Schema::LocalTable(std::string_view name) {
   return table;
 }
 
-TableDefinition Schema::Fresh(const TableCore& table) const { return TableDefinition::Read(*engine_.pager, table.page, 0); }
+TableDefinition Schema::Fresh(const TableCore& table) const {
+  return TableDefinition::Read(*engine_.pager, table.page, engine_.CodePage());
+}
 
 void Schema::Finish(TableCore& table, TableDefinition& definition) {
   definition.Write(*engine_.pager);
@@ -60,6 +62,7 @@ TableDefinition Schema::BuildTable(Engine& engine, PageNumber page, const TableS
   if (spec.columns.size() > TableDefinition::kMaxColumns) throw Error(ErrorCode::kLimit, "A table has at most 255 columns");
   if (spec.indexes.size() > TableDefinition::kMaxTrees) throw Error(ErrorCode::kLimit, "A table has at most 32 indexes");
   TableDefinition definition;
+  definition.codePage = engine.CodePage();
   definition.pages = {page};
   definition.ownedMap = NewMapRow(pager, 0);
   definition.freeMap = NewMapRow(pager, definition.ownedMap);
@@ -79,7 +82,7 @@ TableDefinition Schema::BuildTable(Engine& engine, PageNumber page, const TableS
 
 void Schema::CreateTable(const TableSpec& spec) {
   ChangeScope scope(*engine_.pager, true);
-  CheckName(spec.name);
+  CheckName(spec.name, engine_.CodePage());
   if (engine_.catalog.Find(spec.name) != nullptr)
     throw Error(ErrorCode::kAlreadyExists, "There is an object of the name \"" + spec.name + "\" already");
   scope.Touching();
@@ -142,7 +145,7 @@ void Schema::RenameTable(std::string_view name, std::string_view newName) {
   const CatalogObject* found = engine_.catalog.Find(name);
   if (found == nullptr) throw NoSuchTable("There is no table \"" + std::string(name) + "\"");
   if (found->kind == ObjectKind::kSystemTable) throw Error(ErrorCode::kReadOnly, "A system table cannot be renamed");
-  CheckName(std::string(newName));
+  CheckName(std::string(newName), engine_.CodePage());
   const CatalogObject object = *found;
   const CatalogObject* other = engine_.catalog.Find(newName);
   if (other != nullptr && other->id != object.id)
@@ -318,7 +321,7 @@ void Schema::BuildTree(TableCore& table, std::size_t position) {
     if (anyNull && tree.IsRequired())
       throw Error(ErrorCode::kNullNotAllowed, "The table \"" + table.name + "\" has rows without a value that the index asks for");
     if (!present) continue;
-    if (key.size() > kMaxKeyBytes) throw Error(ErrorCode::kLimit, "A row's values are too long for an index");
+    if (key.size() > tree.tree->MostKeyBytes()) throw Error(ErrorCode::kLimit, "A row's values are too long for an index");
     if (builder.Add(key, cursor.Id(), tree.IsUnique() && !anyNull)) duplicate();
     ++count;
   }
@@ -379,7 +382,7 @@ void Schema::DropIndex(std::string_view name, std::string_view indexName) {
 
 void Schema::CreateLink(const LinkSpec& link) {
   ChangeScope scope(*engine_.pager, true);
-  CheckName(link.name);
+  CheckName(link.name, engine_.CodePage());
   if (engine_.catalog.Find(link.name) != nullptr)
     throw Error(ErrorCode::kAlreadyExists, "There is an object of the name \"" + link.name + "\" already");
   CatalogObject object;
@@ -397,7 +400,7 @@ void Schema::CreateLink(const LinkSpec& link) {
 
 void Schema::CreateQuery(const QuerySpec& query) {
   ChangeScope scope(*engine_.pager, true);
-  CheckName(query.name);
+  CheckName(query.name, engine_.CodePage());
   if (engine_.catalog.Find(query.name) != nullptr)
     throw Error(ErrorCode::kAlreadyExists, "There is an object of the name \"" + query.name + "\" already");
   CatalogObject object;

@@ -76,6 +76,6 @@ class Schema {
 /// Gives the row of an emptied map back.
 void FreeMapRow(PageStore& store, PackedPointer map);
 /// Checks a name for what the format can hold. Errors: kUnsupported.
-void CheckName(const std::string& name);
+void CheckName(const std::string& name, std::uint16_t codePage = 0);
 
 }  // namespace jet

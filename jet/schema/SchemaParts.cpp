@@ -1,9 +1,11 @@
 #include "jet/schema/SchemaParts.h"
 
 #include <algorithm>
+#include <array>
 
 #include "jet/index/BTree.h"
 #include "jet/page/DataPage.h"
+#include "jet/page/Format.h"
 #include "jet/value/Error.h"
 #include "jet/schema/AceSchema.h"
 #include "jet/schema/Schema.h"
@@ -22,19 +24,25 @@ constexpr std::size_t kLongestName = 64;
 }
 
 void SetLength(Column& stored, const ColumnDef& column) {
+  const bool jet3 = stored.codePage != 0;
   stored.length = FixedLength(column.type);
   switch (column.type) {
     case ColumnType::kText: {
       const std::uint16_t size = column.size == 0 ? std::uint16_t{255} : column.size;
       if (size > 255) throw Error(ErrorCode::kUnsupported, "The text column \"" + column.name + "\" can hold at most 255 characters");
-      stored.length = static_cast<std::uint16_t>(2 * size);
+      stored.length = jet3 ? size : static_cast<std::uint16_t>(2 * size);
       return;
     }
-    case ColumnType::kBinary:
-      stored.length = column.size == 0 ? std::uint16_t{510} : column.size;
-      if (stored.length > 510) throw Error(ErrorCode::kUnsupported, "The binary column \"" + column.name + "\" can hold at most 510 bytes");
+    case ColumnType::kBinary: {
+      const std::uint16_t most = jet3 ? 255 : 510;
+      stored.length = column.size == 0 ? most : column.size;
+      if (stored.length > most)
+        throw Error(ErrorCode::kUnsupported,
+                    "The binary column \"" + column.name + "\" can hold at most " + std::to_string(most) + " bytes");
       return;
+    }
     case ColumnType::kNumeric:
+      if (jet3) Refuse(column, "is a decimal number, which a database of Access 97 cannot hold");
       if (column.precision < 1 || column.precision > 28 || column.scale > column.precision)
         Refuse(column, "asks for an impossible precision or scale");
       stored.sort = {column.precision, column.scale, 0, 0};
@@ -51,7 +59,7 @@ void SetCounter(Column& stored, const ColumnDef& column) {
   if (!column.autoNumber) return;
   if (column.type == ColumnType::kLong)
     stored.flags |= Column::kAutoLong;
-  else if (column.type == ColumnType::kGuid)
+  else if (column.type == ColumnType::kGuid && stored.codePage == 0)
     stored.flags |= Column::kAutoGuid;
   else
     Refuse(column, "is of a type that cannot count");
@@ -64,12 +72,18 @@ void SetAsStored(Column& stored, const ColumnDef& column) {
     stored.flags = static_cast<std::uint8_t>((stored.flags & ~Column::kFixed) | (column.flags & Column::kFixed));
 }
 
-void SetType(Column& stored, const ColumnDef& column) {
+std::array<std::uint8_t, 2> BytesOf(std::uint16_t number) {
+  return {static_cast<std::uint8_t>(number), static_cast<std::uint8_t>(number >> 8)};
+}
+
+void SetType(Column& stored, const ColumnDef& column, std::uint16_t codePage) {
   stored.type = column.type;
+  stored.codePage = codePage;
   stored.sort = {0x09, 0x04, 0, 0};
+  if (codePage != 0) stored.unknown = {0, 0, BytesOf(codePage)[0], BytesOf(codePage)[1]};
   if (stored.IsText())
-    stored.sort = {static_cast<std::uint8_t>(column.sortLanguage), static_cast<std::uint8_t>(column.sortLanguage >> 8), 0,
-                   column.sortVersion};
+    stored.sort = {BytesOf(column.sortLanguage)[0], BytesOf(column.sortLanguage)[1], 0,
+                   codePage != 0 ? std::uint8_t{0} : column.sortVersion};
   const bool variable = column.type == ColumnType::kText || column.type == ColumnType::kBinary || stored.IsLong();
   stored.flags =
       static_cast<std::uint8_t>(Column::kNullable | (variable && !(column.fixedLength && !stored.IsLong()) ? 0 : Column::kFixed));
@@ -77,6 +91,7 @@ void SetType(Column& stored, const ColumnDef& column) {
   SetCounter(stored, column);
   if (column.hyperlink && column.type == ColumnType::kMemo) stored.flags |= Column::kHyperlink;
   SetAsStored(stored, column);
+  if (codePage != 0) return;
   if (stored.IsText() && column.compressed && !stored.IsFixed()) stored.extraFlags = 1;
   if (column.asStored) stored.extraFlags = column.extraFlags;
 }
@@ -91,7 +106,7 @@ PackedPointer LatestMap(const TableDefinition& definition) {
 
 }  // namespace
 
-void CheckName(const std::string& name) {
+void CheckName(const std::string& name, std::uint16_t codePage) {
   const std::string shown = "The name \"" + name + "\" ";
   if (name.empty()) throw Error(ErrorCode::kUnsupported, "A name cannot be empty");
   if (CountUtf16(name) > kLongestName) throw Error(ErrorCode::kUnsupported, shown + "is longer than 64 characters");
@@ -99,19 +114,21 @@ void CheckName(const std::string& name) {
   for (const char c : name)
     if (static_cast<unsigned char>(c) < 0x20 || c == '.' || c == '!' || c == '[' || c == ']' || c == '`')
       throw Error(ErrorCode::kUnsupported, shown + "holds a character that names cannot have");
+  if (codePage != 0) (void)NameInCodePage(name, codePage);
 }
 
 PackedPointer NewMapRow(PageStore& store, PackedPointer near) {
+  const std::size_t size = Format::Of(store.PageSize()).mapRow;
   PageRef page;
   if (near != 0) {
     page = store.Edit(Unpack(near).page);
-    if (!DataPageEditor(page).Fits(UsageMap::kRowSize)) page = {};
+    if (!DataPageEditor(page).Fits(size)) page = {};
   }
   if (!page) {
     page = store.Allocate();
     DataPageEditor::Format(page, 0);
   }
-  const unsigned slot = DataPageEditor(page).AddZeros(UsageMap::kRowSize);
+  const unsigned slot = DataPageEditor(page).AddZeros(size);
   return Pack({page.Number(), static_cast<std::uint8_t>(slot)});
 }
 
@@ -127,7 +144,7 @@ void FreeMapRow(PageStore& store, PackedPointer map) {
 }
 
 void AppendColumn(PageStore& store, TableDefinition& definition, const ColumnDef& column) {
-  CheckName(column.name);
+  CheckName(column.name, definition.codePage);
   for (const auto& held : definition.columns) {
     if (EqualNames(held.name, column.name))
       throw Error(ErrorCode::kAlreadyExists, "There are two columns of the name \"" + column.name + "\"");
@@ -137,7 +154,7 @@ void AppendColumn(PageStore& store, TableDefinition& definition, const ColumnDef
   if (definition.maxColumns >= TableDefinition::kMaxColumns) throw Error(ErrorCode::kLimit, "A table has at most 255 columns");
   Column stored;
   stored.name = column.name;
-  SetType(stored, column);
+  SetType(stored, column, definition.codePage);
   stored.number = stored.numberAgain = definition.maxColumns;
   // The place in the design goes behind all others: other programs count places from 1, or leave gaps.
   for (const auto& other : definition.columns) {
@@ -147,8 +164,7 @@ void AppendColumn(PageStore& store, TableDefinition& definition, const ColumnDef
   stored.variableIndex = definition.variableColumns;
   if (stored.IsFixed()) {
     stored.fixedOffset = static_cast<std::uint16_t>(definition.FixedSize());
-    constexpr std::size_t kMostFixed = 4000;
-    if (stored.fixedOffset + stored.length > kMostFixed)
+    if (std::size_t{stored.fixedOffset} + stored.length > Format::Of(store.PageSize()).mostFixed)
       throw Error(ErrorCode::kLimit, "The columns of fixed length are too long for a row");
   } else {
     ++definition.variableColumns;
@@ -162,7 +178,7 @@ void AppendColumn(PageStore& store, TableDefinition& definition, const ColumnDef
 }
 
 IndexParts ResolveIndex(const TableDefinition& definition, const IndexSpec& index) {
-  CheckName(index.name);
+  CheckName(index.name, definition.codePage);
   for (const auto& held : definition.indexes) {
     if (EqualNames(held.name, index.name)) throw Error(ErrorCode::kAlreadyExists, "There is an index \"" + index.name + "\" already");
     if (index.primary && held.type == 1) throw Error(ErrorCode::kAlreadyExists, "There is a primary key already: \"" + held.name + "\"");
@@ -200,7 +216,7 @@ TableDefinition::Tree MakeTree(PageStore& store, PageNumber table, const TableDe
   TableDefinition::Tree tree;
   for (std::size_t i = 0; i < parts.numbers.size(); ++i)
     tree.columns[i] = {parts.numbers[i], static_cast<std::uint8_t>(parts.descending[i] ? 0 : 1)};
-  tree.flags = flags;
+  tree.flags = definition.IsJet3() ? static_cast<std::uint8_t>(flags & ~TableDefinition::Tree::kAlways) : flags;
   tree.ownedMap = NewMapRow(store, LatestMap(definition));
   tree.root = BTree::Create(store, table);
   UsageMap(store, tree.ownedMap).Add(tree.root);

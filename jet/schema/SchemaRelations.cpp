@@ -177,7 +177,7 @@ std::vector<Relationship> Schema::Relationships() {
 
 void Schema::CreateRelationship(const Relationship& relationship, std::int32_t id) {
   ChangeScope scope(*engine_.pager, true);
-  CheckName(relationship.name);
+  CheckName(relationship.name, engine_.CodePage());
   if (relationship.columns.empty() || relationship.columns.size() > 10)
     throw Error(ErrorCode::kLimit, "A relationship has 1 to 10 pairs of columns");
   for (const auto& held : Relationships())

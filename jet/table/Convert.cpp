@@ -217,7 +217,7 @@ bool Suits(const Value& value, const Column& column) {
 void CheckLength(const Value& value, const Column& column) {
   if (column.type == ColumnType::kText) {
     const auto& text = value.AsText();
-    if (text.size() * 2 > column.length && CountUtf16(text) * 2 > column.length) TooLong(column);
+    if (text.size() > column.Letters() && CountUtf16(text) > column.Letters()) TooLong(column);
   } else if (column.type == ColumnType::kBinary || column.type == ColumnType::kInternal) {
     if (value.AsBytes().size() > column.length) TooLong(column);
   }

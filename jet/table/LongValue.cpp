@@ -261,14 +261,16 @@ PackedPointer LongValuePages::Store(std::span<const std::byte> row) {
 }
 
 void LongValueWriter::Append(std::span<const std::byte> bytes) {
+  const std::size_t longest = pages_.Layout().longOnePage;
+  const std::size_t piece = pages_.Layout().longPiece;
   length_ += bytes.size();
   while (!bytes.empty()) {
-    const std::size_t part = std::min(bytes.size(), LongValuePages::kSinglePageLimit + 1 - buffer_.size());
+    const std::size_t part = std::min(bytes.size(), longest + 1 - buffer_.size());
     buffer_.insert(buffer_.end(), bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(part));
     bytes = bytes.subspan(part);
-    if (buffer_.size() <= LongValuePages::kSinglePageLimit) return;
-    StorePiece(std::span<const std::byte>(buffer_).first(LongValuePages::kPieceData));
-    buffer_.erase(buffer_.begin(), buffer_.begin() + LongValuePages::kPieceData);
+    if (buffer_.size() <= longest) return;
+    StorePiece(std::span<const std::byte>(buffer_).first(piece));
+    buffer_.erase(buffer_.begin(), buffer_.begin() + static_cast<std::ptrdiff_t>(piece));
   }
 }
 
@@ -300,12 +302,13 @@ std::string LongValueWriter::Finish() {
   if (first_ == 0 && length_ <= LongValuePages::kInlineLimit && (allowInline_ || length_ == 0)) {
     kind = LongValueDefinition::Kind::kInline;
     stored.append(reinterpret_cast<const char*>(buffer_.data()), buffer_.size());
-  } else if (first_ == 0 && pages_.freeMap_ != 0 && length_ <= LongValuePages::kSinglePageLimit) {
+  } else if (first_ == 0 && pages_.freeMap_ != 0 && length_ <= pages_.Layout().longOnePage) {
     kind = LongValueDefinition::Kind::kSinglePage;
     first_ = pages_.Store(buffer_);
   } else {
-    for (std::size_t at = 0; at < buffer_.size(); at += LongValuePages::kPieceData)
-      StorePiece(std::span<const std::byte>(buffer_).subspan(at).first(std::min(LongValuePages::kPieceData, buffer_.size() - at)));
+    const std::size_t piece = pages_.Layout().longPiece;
+    for (std::size_t at = 0; at < buffer_.size(); at += piece)
+      StorePiece(std::span<const std::byte>(buffer_).subspan(at).first(std::min(piece, buffer_.size() - at)));
   }
   auto* head = reinterpret_cast<std::byte*>(stored.data());
   Store32(head, static_cast<std::uint32_t>(length_) | static_cast<std::uint32_t>(kind) << 30);

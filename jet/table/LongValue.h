@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 
+#include "jet/page/Format.h"
 #include "jet/page/PageStore.h"
 #include "jet/page/RowPointer.h"
 #include "jet/table/Row.h"
@@ -57,7 +58,7 @@ void AppendLongBytes(PageStore& store, const LongValueDefinition& definition, Pa
 [[nodiscard]] std::unique_ptr<LongValueReader> OpenLongValue(PageStore& store, const LongValueDefinition& definition, bool text,
                                                              std::uint16_t codePage, PageNumber page, std::uint32_t offset);
 
-/// The pages on which one column keeps its long values (Jet 4).
+/// The pages on which one column keeps its long values.
 class LongValuePages {
  public:
   /// freeMap may be 0: then values share no pages.
@@ -67,13 +68,13 @@ class LongValuePages {
   void Free(const LongValueDefinition& definition);
 
   static constexpr std::size_t kInlineLimit = 64;
-  static constexpr std::size_t kSinglePageLimit = 4076;
-  static constexpr std::size_t kPieceData = 4072;
 
  private:
   friend class LongValueWriter;
   [[nodiscard]] PackedPointer Store(std::span<const std::byte> row);
   [[nodiscard]] PackedPointer StoreOnNewPage(std::span<const std::byte> row);
+
+  [[nodiscard]] const Format& Layout() const noexcept { return Format::Of(store_.PageSize()); }
 
   PageStore& store_;
   PackedPointer ownedMap_;

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <unordered_map>
+#include <utility>
 
 #include "jet/value/ByteOrder.h"
 #include "jet/value/Error.h"
@@ -99,7 +100,16 @@ class Writer {
   Bytes bytes;
 };
 
-void EncodeValue(Writer& writer, const Value& value) {
+std::string EncodeText(const std::string& text, std::uint16_t codePage) {
+  if (codePage == 0) return ToUtf16(text);
+  auto bytes = ToAnsi(text, codePage);
+  if (!bytes)
+    throw Error(ErrorCode::kUnsupported,
+                "A property has a character that code page " + std::to_string(codePage) + " of the file does not have");
+  return std::move(*bytes);
+}
+
+void EncodeValue(Writer& writer, const Value& value, std::uint16_t codePage) {
   std::byte raw[8];
   const auto number = [&](auto given) {
     StoreLittle(raw, given);
@@ -131,7 +141,7 @@ void EncodeValue(Writer& writer, const Value& value) {
       number(value.AsDate().serial);
       break;
     case ValueType::kText:
-      writer.Text(ToUtf16(value.AsText()));
+      writer.Text(EncodeText(value.AsText(), codePage));
       break;
     case ValueType::kBytes:
       writer.Raw(value.AsBytes());
@@ -176,6 +186,7 @@ ColumnType TypeFor(const Property& property) {
 
 PropertyMap PropertyMap::Decode(std::span<const std::byte> bytes, std::uint16_t codePage) {
   PropertyMap map;
+  map.codePage_ = codePage;
   if (bytes.empty()) return map;
   Reader all(bytes, 0);
   const auto magic = all.Take(4);
@@ -206,15 +217,14 @@ PropertyMap PropertyMap::Decode(std::span<const std::byte> bytes, std::uint16_t 
       const auto value = entry.Take(size);
       property.value = DecodeValue(property.type, value, codePage);
       group.properties.push_back(std::move(property));
-      // Texts of Jet 3 are of another form.
-      group.stored.push_back(codePage == 0 ? Bytes(value.begin(), value.end()) : Bytes());
+      group.stored.emplace_back(value.begin(), value.end());
     }
     map.groups_.push_back(std::move(group));
   }
   return map;
 }
 
-Bytes PropertyMap::Encode() const {
+Bytes PropertyMap::Encode(std::uint16_t codePage) const {
   std::vector<std::string> names = names_;
   std::unordered_map<std::string, std::size_t> positions;
   for (std::size_t i = 0; i < names.size(); ++i) positions.emplace(FoldCase(names[i]), i);
@@ -224,29 +234,29 @@ Bytes PropertyMap::Encode() const {
   if (names.empty() && groups_.empty()) return {};
   Writer nameList;
   for (const auto& name : names) {
-    const std::string units = ToUtf16(name);
+    const std::string units = EncodeText(name, codePage);
     nameList.U16(units.size());
     nameList.Text(units);
   }
   Writer writer;
-  writer.Text(std::string("MR2\0", 4));
+  writer.Text(std::string(codePage == 0 ? "MR2\0" : "KKD\0", 4));
   writer.U32(nameList.bytes.size() + 6);
   writer.U16(kNames);
   writer.Raw(nameList.bytes);
   for (const auto& group : groups_) {
-    const std::string units = ToUtf16(group.column);
+    const std::string units = EncodeText(group.column, codePage);
     Writer block;
     block.U32(6 + units.size());
     block.U16(units.size());
     block.Text(units);
     for (std::size_t i = 0; i < group.properties.size(); ++i) {
       const auto& property = group.properties[i];
-      const bool asRead = !group.stored[i].empty();
+      const bool asRead = codePage == codePage_ && !group.stored[i].empty();  // texts of the other format are of another form
       Writer value;
       if (asRead)
         value.Raw(group.stored[i]);
       else
-        EncodeValue(value, property.value);
+        EncodeValue(value, property.value, codePage);
       block.U16(8 + value.bytes.size());
       block.U8(property.ddl ? 1 : 0);
       block.U8(static_cast<std::uint8_t>(asRead ? property.type : TypeFor(property)));

@@ -27,8 +27,9 @@ class PropertyMap {
 
   /// Reads a map; an empty one for no bytes. What is not changed is encoded again byte for byte. codePage 0: Jet 4. Errors: kDamaged.
   static PropertyMap Decode(std::span<const std::byte> bytes, std::uint16_t codePage);
-  /// The bytes for a Jet 4 file; none when there are no properties.
-  [[nodiscard]] Bytes Encode() const;
+  /// The bytes; none when there are no properties. codePage: of the file that they are for, 0 for Jet 4. Errors: kUnsupported for a text
+  /// that it cannot write.
+  [[nodiscard]] Bytes Encode(std::uint16_t codePage = 0) const;
 
   [[nodiscard]] const Property* Find(std::string_view column, std::string_view name) const;
   [[nodiscard]] std::vector<Property> Of(std::string_view column) const;
@@ -42,6 +43,7 @@ class PropertyMap {
   [[nodiscard]] Group* GroupOf(std::string_view column);
   [[nodiscard]] const Group* GroupOf(std::string_view column) const;
 
+  std::uint16_t codePage_ = 0;  ///< of what was read
   std::vector<Group> groups_;
   std::vector<std::string> names_;  ///< as read, with names that nothing uses: they keep their places
 };

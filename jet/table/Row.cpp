@@ -68,11 +68,11 @@ static bool VariableExtentOfJet3(const std::byte* row, std::size_t size, std::si
 Row::Place Row::LocateStored(std::size_t position) const {
   const Column& column = table_->layout_.columns[position];
   const auto damaged = [&](const char* text) -> Error { return {ErrorCode::kDamaged, text, dataPage_, dataOffset_}; };
-  const bool jet3 = table_->space.header.version == 3;
+  const bool jet3 = table_->layout_.jet3;
   std::size_t begin = 0;
   std::size_t end = 0;
   if (column.IsFixed()) {
-    begin = (jet3 ? 1u : 2u) + column.fixedOffset;
+    begin = table_->layout_.CountSize() + column.fixedOffset;
     end = begin + column.length;
     if (end > tableOffset_) throw damaged("A row is too short for its columns");
   } else if (jet3) {

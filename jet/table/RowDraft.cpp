@@ -4,12 +4,13 @@
 #include <cstring>
 #include <utility>
 
+#include "jet/page/Format.h"
 #include "jet/page/Pager.h"
 #include "jet/table/Convert.h"
 #include "jet/table/LongValue.h"
 #include "jet/table/RowAccess.h"
 #include "jet/table/StoredValue.h"
-#include "jet/table/Utf16Source.h"
+#include "jet/table/TextSource.h"
 #include "jet/value/ByteOrder.h"
 #include "jet/value/Error.h"
 #include "jet/value/Text.h"
@@ -103,7 +104,7 @@ void RowDraft::AppendLong(std::size_t position, const Assignment& assignment, Lo
   const auto& column = layout_.columns[position];
   if (cell.value == nullptr && assignment.source != nullptr) {
     if (column.type == ColumnType::kMemo) {
-      Utf16Source source(*assignment.source);
+      TextSource source(*assignment.source, column);
       while (!source.Ended()) writer.Append(AsBytes(source.Read()));
     } else {
       std::byte buffer[8192];
@@ -113,7 +114,7 @@ void RowDraft::AppendLong(std::size_t position, const Assignment& assignment, Lo
   } else if (column.type == ColumnType::kMemo) {
     constexpr std::size_t kLongestCompressed = 1024;
     const auto& text = cell.value->AsText();
-    writer.Append(AsBytes(ToStoredText(text, (column.extraFlags & 1) != 0 && text.size() <= kLongestCompressed)));
+    writer.Append(AsBytes(StoredText(text, column, (column.extraFlags & 1) != 0 && text.size() <= kLongestCompressed)));
   } else {
     writer.Append(cell.value->AsBytes());
   }
@@ -162,42 +163,44 @@ void RowDraft::EncodeFixed(std::byte* row, std::byte* mask) const {
     if (set) mask[column.number / 8] |= static_cast<std::byte>(1u << (column.number % 8));
     if (column.type == ColumnType::kBoolean || !column.IsFixed() || !set) continue;
     const auto value = BytesOf(cell);
-    std::memcpy(row + 2 + column.fixedOffset, value.data(), std::min<std::size_t>(value.size(), column.length));
+    std::memcpy(row + layout_.CountSize() + column.fixedOffset, value.data(), std::min<std::size_t>(value.size(), column.length));
   }
 }
 
-void RowDraft::EncodeVariable(std::byte* row, std::byte* mask) const {
-  std::size_t at = 2 + layout_.fixedSize;
-  std::byte* entry = mask - 4;
-  Store16(mask - 2, layout_.variableCount);
-  for (std::size_t i = 0; i < layout_.variableCount; ++i, entry -= 2) {
-    Store16(entry, static_cast<std::uint16_t>(at));
-    const std::size_t position = layout_.variableOrder[i];
+void RowDraft::EncodeVariable(std::byte* row, std::byte* mask) {
+  std::size_t at = layout_.CountSize() + layout_.fixedSize;
+  offsets_.clear();
+  for (const std::size_t position : layout_.variableOrder) {
+    offsets_.push_back(at);
     if (position == RowLayout::kNowhere || cells_[position].state == State::kNull) continue;
     const auto value = BytesOf(cells_[position]);
     if (!value.empty()) std::memcpy(row + at, value.data(), value.size());
     at += value.size();
   }
-  Store16(entry, static_cast<std::uint16_t>(at));
+  offsets_.push_back(at);
+  layout_.StoreTrailer(mask, layout_.JumpsOf(encoded_.size()), offsets_);
 }
 
 void RowDraft::EncodeCells() {
   std::size_t dataSize = 0;
   for (const std::size_t position : layout_.variableOrder)
     if (position != RowLayout::kNowhere && cells_[position].state != State::kNull) dataSize += BytesOf(cells_[position]).size();
-  const std::size_t trailer = layout_.variableCount > 0 ? 2 * (layout_.variableCount + std::size_t{2}) : 0;
+  const std::size_t count = layout_.CountSize();
   const std::size_t maskSize = (layout_.columnCount + std::size_t{7}) / 8;
-  encoded_.assign(std::max(2 + layout_.fixedSize + dataSize + trailer + maskSize, RowLayout::kMinRowSize), std::byte{0});
+  const std::size_t rowSize = layout_.RowSize(count + layout_.fixedSize + dataSize, maskSize);
+  encoded_.assign(rowSize, std::byte{0});
   std::byte* row = encoded_.data();
   std::byte* mask = row + encoded_.size() - maskSize;
-  Store16(row, layout_.columnCount);
+  layout_.StoreCount(row, layout_.columnCount);
   EncodeFixed(row, mask);
   if (layout_.variableCount > 0) EncodeVariable(row, mask);
 }
 
+std::size_t RowDraft::LongestRow() const noexcept { return Format::Of(pager_.PageSize()).longestRow; }
+
 bool RowDraft::EncodeKept() {
   EncodeCells();
-  return encoded_.size() <= RowLayout::kMaxRowSize;
+  return encoded_.size() <= LongestRow();
 }
 
 void RowDraft::Encode(std::span<const Assignment> assignments) {
@@ -207,7 +210,7 @@ void RowDraft::Encode(std::span<const Assignment> assignments) {
     if (!cell.newLong) StoreLong(assignment.column, assignment, true);
   }
   EncodeCells();
-  if (encoded_.size() <= RowLayout::kMaxRowSize) return;
+  if (encoded_.size() <= LongestRow()) return;
   // Long values that stand in the row go to pages of their own; streamed ones are too long to stand there when that matters.
   for (const auto& assignment : assignments) {
     const Cell& cell = cells_[assignment.column];
@@ -215,9 +218,9 @@ void RowDraft::Encode(std::span<const Assignment> assignments) {
     StoreLong(assignment.column, assignment, false);
   }
   EncodeCells();
-  if (encoded_.size() > RowLayout::kMaxRowSize)
+  if (encoded_.size() > LongestRow())
     throw Error(ErrorCode::kLimit, "The row is too long for the table \"" + name_ + "\": " + std::to_string(encoded_.size()) +
-                                       " bytes of " + std::to_string(RowLayout::kMaxRowSize));
+                                       " bytes of " + std::to_string(LongestRow()));
 }
 
 }  // namespace jet

@@ -81,7 +81,8 @@ class RowDraft {
   void StoreLong(std::size_t column, const Assignment& assignment, bool allowInline);
   void EncodeCells();
   void EncodeFixed(std::byte* row, std::byte* mask) const;
-  void EncodeVariable(std::byte* row, std::byte* mask) const;
+  void EncodeVariable(std::byte* row, std::byte* mask);
+  [[nodiscard]] std::size_t LongestRow() const noexcept;
 
   Pager& pager_;
   const TableDefinition& definition_;
@@ -89,6 +90,7 @@ class RowDraft {
   const std::string& name_;
   std::vector<Cell> cells_;  ///< by position
   Bytes encoded_;
+  std::vector<std::size_t> offsets_;  ///< where its variable columns begin, and where the last one ends
 };
 
 }  // namespace jet

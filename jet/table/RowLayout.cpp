@@ -1,11 +1,15 @@
 #include "jet/table/RowLayout.h"
 
 #include <algorithm>
+#include <cstring>
+
+#include "jet/value/ByteOrder.h"
 
 namespace jet {
 
 RowLayout::RowLayout(const TableDefinition& definition)
-    : columns(definition.columns),
+    : jet3(definition.IsJet3()),
+      columns(definition.columns),
       positions(definition.maxColumns, kNowhere),
       variableOrder(definition.variableColumns, kNowhere),
       fixedSize(definition.FixedSize()),
@@ -18,6 +22,37 @@ RowLayout::RowLayout(const TableDefinition& definition)
     if (column.IsFixed() || column.type == ColumnType::kBoolean) continue;
     variableOrder[column.variableIndex] = i;
     if (column.variableIndex == 0) firstVariableNumber = column.number;
+  }
+}
+
+std::size_t RowLayout::LoadCount(const std::byte* from) const noexcept { return jet3 ? Load8(from) : Load16(from); }
+
+void RowLayout::StoreCount(std::byte* to, std::size_t count) const noexcept {
+  if (jet3)
+    Store8(to, static_cast<std::uint8_t>(count));
+  else
+    Store16(to, static_cast<std::uint16_t>(count));
+}
+
+std::size_t RowLayout::JumpsOf(std::size_t rowSize) const noexcept { return jet3 && variableCount > 0 ? (rowSize - 1) / 256 : 0; }
+
+std::size_t RowLayout::RowSize(std::size_t data, std::size_t mask) const noexcept {
+  const std::size_t trailer = variableCount > 0 ? CountSize() * (variableCount + std::size_t{2}) : 0;
+  const std::size_t plain = std::max(data + trailer + mask, kMinRowSize);
+  std::size_t size = plain;
+  while (size != plain + JumpsOf(size)) size = plain + JumpsOf(size);  // the jumps make it longer, which may take one more
+  return size;
+}
+
+void RowLayout::StoreTrailer(std::byte* mask, std::size_t jumps, std::span<const std::size_t> offsets) const noexcept {
+  const std::size_t size = CountSize();
+  std::byte* entry = mask - 2 * size - jumps;
+  std::size_t jump = 0;
+  StoreCount(mask - size, variableCount);
+  std::memset(mask - size - jumps, 0xFF, jumps);
+  for (std::size_t i = 0; i < offsets.size(); ++i, entry -= size) {
+    StoreCount(entry, offsets[i]);
+    for (; jump < jumps && offsets[i] >= 256 * (jump + 1); ++jump) StoreCount(mask - size - 1 - jump, i);
   }
 }
 

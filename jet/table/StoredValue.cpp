@@ -1,6 +1,7 @@
 #include "jet/table/StoredValue.h"
 
 #include <array>
+#include <utility>
 
 #include "jet/table/AceValue.h"
 #include "jet/value/AceTypes.h"
@@ -24,9 +25,10 @@ void StoreNumber(Number number, std::string& stored) {
 }
 
 void StoreText(const std::string& text, const Column& column, std::string& stored) {
-  stored = ToStoredText(text, (column.extraFlags & 1) != 0 && !column.IsFixed());
+  stored = StoredText(text, column, (column.extraFlags & 1) != 0 && !column.IsFixed());
   if (stored.size() > column.length) throw Error(ErrorCode::kValueTooLong, "The value is too long for the column \"" + column.name + "\"");
   if (!column.IsFixed()) return;
+  if (column.codePage != 0) stored.resize(column.length, ' ');
   while (stored.size() + 1 < column.length) stored.append("\x20\x00", 2);
 }
 
@@ -51,6 +53,15 @@ void StoreNumeric(const Numeric& number, std::string& stored) {
 }
 
 }  // namespace
+
+std::string StoredText(const std::string& text, const Column& column, bool compress) {
+  if (column.codePage == 0) return ToStoredText(text, compress);
+  auto bytes = ToAnsi(text, column.codePage);
+  if (!bytes)
+    throw Error(ErrorCode::kUnsupported, "The value for the column \"" + column.name + "\" has a character that code page " +
+                                             std::to_string(column.codePage) + " of the file does not have");
+  return std::move(*bytes);
+}
 
 void StoreValue(const Value& value, const Column& column, std::string& stored) {
   if (IsAceValue(column)) return StoreAceValue(value, column, stored);

@@ -10,6 +10,9 @@
 
 namespace jet {
 
+/// The bytes under which a row or a long value stores a text of the column. Errors: those of ToStoredText; kUnsupported, naming the column,
+/// for a character that the code page of a Jet 3 file does not have.
+[[nodiscard]] std::string StoredText(const std::string& text, const TableDefinition::Column& column, bool compress);
 /// The bytes under which a row stores a value of the column's own type; not for Yes/No and long columns. Errors: kValueTooLong, kUnsupported.
 void StoreValue(const Value& value, const TableDefinition::Column& column, std::string& stored);
 

@@ -120,7 +120,7 @@ void TableCore::EncodeOrUndo(std::span<const Assignment> assignments, ChangeScop
 
 void TableCore::CountRows(int delta) {
   const PageRef first = space.pager->Edit(page);
-  std::byte* field = first.Writable().data() + TableDefinition::kRowCountOffset;
+  std::byte* field = first.Writable().data() + space.Layout().rowCount;
   const std::uint32_t rows = Load32(field);
   if (delta < 0 && rows == 0) return;  // system tables may carry a stale count
   Store32(field, rows + static_cast<std::uint32_t>(delta));
@@ -128,7 +128,7 @@ void TableCore::CountRows(int delta) {
 
 void TableCore::StoreAutoNumber(std::int32_t number) {
   const PageRef first = space.pager->Edit(page);
-  Store32(first.Writable().data() + TableDefinition::kAutoNumberOffset, static_cast<std::uint32_t>(number));
+  Store32(first.Writable().data() + space.Layout().lastCounter, static_cast<std::uint32_t>(number));
 }
 
 // ----- the old row

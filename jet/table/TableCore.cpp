@@ -32,7 +32,7 @@ ColumnDef DescribeColumn(const TableDefinition::Column& column) {
   ColumnDef def;
   def.name = column.name;
   def.type = column.type;
-  def.size = column.type == ColumnType::kText ? static_cast<std::uint16_t>(column.length / 2) : column.length;
+  def.size = column.type == ColumnType::kText ? column.Letters() : column.length;
   if (column.shape == Shape::kExtendedDate) def.size = ExtendedDate::kLetters;
   if (column.type == ColumnType::kNumeric) {
     def.precision = column.sort[0];
@@ -96,10 +96,7 @@ void TableCore::Derive() {
   ace_.Reset();
   places_.Reset(definition_.ownedMap, definition_.freeMap);
   columns_.clear();
-  for (const Column& column : layout_.columns) {
-    columns_.push_back(DescribeColumn(column));
-    if (space.header.version == 3 && column.type == ColumnType::kText) columns_.back().size = column.length;
-  }
+  for (const Column& column : layout_.columns) columns_.push_back(DescribeColumn(column));
   propertiesRead_ = false;
   DeriveTrees();
   DeriveIndexes();
@@ -202,12 +199,12 @@ void TableCore::ReadProperties() {
 
 std::uint32_t TableCore::RowCount() {
   const PageRef first = space.pager->Read(page);
-  return Load32(first.Bytes().data() + (space.header.version == 3 ? 12 : TableDefinition::kRowCountOffset));
+  return Load32(first.Bytes().data() + space.Layout().rowCount);
 }
 
 std::int32_t TableCore::LastAutoNumber() {
   const PageRef first = space.pager->Read(page);
-  return LoadLittle<std::int32_t>(first.Bytes().data() + (space.header.version == 3 ? 16 : TableDefinition::kAutoNumberOffset));
+  return LoadLittle<std::int32_t>(first.Bytes().data() + space.Layout().lastCounter);
 }
 
 }  // namespace jet

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 #include <unordered_set>
 
+#include "jet/page/Format.h"
 #include "jet/value/ByteOrder.h"
 #include "jet/value/Error.h"
 #include "jet/value/Text.h"
@@ -12,7 +14,8 @@ namespace jet {
 namespace {
 
 constexpr std::size_t kPageHeader = 8;
-constexpr std::size_t kJet3PageSize = 2048;
+/// Where Jet 4 counts free bytes on a page of a definition, Jet 3 has "VC".
+constexpr std::uint16_t kJet3Mark = 0x4356;
 constexpr std::size_t kLongestStream = std::size_t{1} << 20;  // 255 columns and 32 indexes need a tenth of it
 
 /// Reads fields off the stream; running over its end is damage.
@@ -77,11 +80,12 @@ class Parser {
   Parser(PageStore& store, PageNumber page, std::uint16_t codePage)
       : page_(page),
         codePage_(codePage),
-        jet3_(store.PageSize() == kJet3PageSize),
+        jet3_(Format::Of(store.PageSize()).IsJet3()),
         stream_(ReadStream(store, page, result_.pages)),
         reader_(page, stream_) {}
 
   TableDefinition Parse() {
+    if (jet3_) result_.codePage = codePage_;
     ReadHeader();
     ReadTreeCounts();
     ReadColumns();
@@ -134,6 +138,18 @@ class Parser {
     }
   }
 
+  void ReadJet3Words(TableDefinition::Column& column) {
+    column.codePage = codePage_;
+    if (column.type == ColumnType::kNumeric) {
+      reader_.Copy(column.sort);
+      column.unknown[0] = reader_.U8();
+      column.unknown[1] = reader_.U8();
+      return;
+    }
+    for (auto& byte : {&column.unknown[0], &column.unknown[1], &column.sort[0], &column.sort[1], &column.unknown[2], &column.unknown[3]})
+      *byte = reader_.U8();
+  }
+
   void ReadColumns() {
     for (auto& column : result_.columns) {
       column.type = static_cast<ColumnType>(reader_.U8());
@@ -141,15 +157,10 @@ class Parser {
       column.number = reader_.U16();
       column.variableIndex = reader_.U16();
       column.numberAgain = reader_.U16();
-      if (jet3_ && column.type != ColumnType::kNumeric) {  // a word in front, then language and code page
-        reader_.Take(2);
-        column.sort[0] = reader_.U8();
-        column.sort[1] = reader_.U8();
-        reader_.Take(2);
-      } else {
+      if (jet3_)
+        ReadJet3Words(column);
+      else
         reader_.Copy(column.sort);
-        if (jet3_) reader_.Take(2);
-      }
       column.flags = reader_.U8();
       if (!jet3_) {
         column.extraFlags = reader_.U8();
@@ -244,10 +255,13 @@ class Writer {
   void Copy(const std::array<std::uint8_t, kSize>& source) {
     std::memcpy(Grow(kSize), source.data(), kSize);
   }
-  void Name(const std::string& name) {
-    const std::string units = ToUtf16(name);
-    U16(static_cast<std::uint16_t>(units.size()));
-    std::memcpy(Grow(units.size()), units.data(), units.size());
+  void Name(const std::string& name, std::uint16_t codePage) {
+    const std::string stored = codePage != 0 ? NameInCodePage(name, codePage) : ToUtf16(name);
+    if (codePage != 0)
+      U8(static_cast<std::uint8_t>(stored.size()));
+    else
+      U16(static_cast<std::uint16_t>(stored.size()));
+    std::memcpy(Grow(stored.size()), stored.data(), stored.size());
   }
   std::byte* Grow(std::size_t size) {
     bytes_.resize(bytes_.size() + size);
@@ -273,21 +287,38 @@ void WriteColumn(Writer& writer, const TableDefinition::Column& column) {
   writer.U16(column.length);
 }
 
-void WriteTree(Writer& writer, const TableDefinition::Tree& tree) {
-  writer.U32(tree.magic);
+void WriteJet3Column(Writer& writer, const TableDefinition::Column& column) {
+  writer.U8(static_cast<std::uint8_t>(column.type));
+  writer.U16(column.number);
+  writer.U16(column.variableIndex);
+  writer.U16(column.numberAgain);
+  const auto& [word, wordHigh, page, pageHigh] = column.unknown;
+  const bool numeric = column.type == ColumnType::kNumeric;
+  if (numeric) writer.Copy(column.sort);
+  writer.U8(word);
+  writer.U8(wordHigh);
+  if (!numeric)
+    for (const std::uint8_t byte : {column.sort[0], column.sort[1], page, pageHigh}) writer.U8(byte);
+  writer.U8(column.flags);
+  writer.U16(column.fixedOffset);
+  writer.U16(column.length);
+}
+
+void WriteTree(Writer& writer, const TableDefinition::Tree& tree, bool jet3) {
+  if (!jet3) writer.U32(tree.magic);
   for (const auto& column : tree.columns) {
     writer.U16(column.number);
     writer.U8(column.order);
   }
   writer.U32(tree.ownedMap);
   writer.U32(tree.root);
-  writer.U32(tree.unknown);
+  if (!jet3) writer.U32(tree.unknown);
   writer.U8(tree.flags);
-  writer.Copy(tree.tail);
+  if (!jet3) writer.Copy(tree.tail);
 }
 
-void WriteIndex(Writer& writer, const TableDefinition::Index& index) {
-  writer.U32(index.magic);
+void WriteIndex(Writer& writer, const TableDefinition::Index& index, bool jet3) {
+  if (!jet3) writer.U32(index.magic);
   writer.U32(index.number);
   writer.U32(index.tree);
   writer.U8(index.side);
@@ -296,7 +327,13 @@ void WriteIndex(Writer& writer, const TableDefinition::Index& index) {
   writer.U8(index.cascadeUpdates);
   writer.U8(index.cascadeDeletes);
   writer.U8(index.type);
-  writer.U32(index.unknown);
+  if (!jet3) writer.U32(index.unknown);
+}
+
+/// What Jet 4 says of a page that has so many bytes of the stream behind its header.
+std::uint16_t FreeBytes(std::size_t pageSize, std::size_t part) {
+  const std::size_t used = 2 * kPageHeader + part;
+  return static_cast<std::uint16_t>(used < pageSize ? pageSize - used : 0);
 }
 
 }  // namespace
@@ -306,15 +343,18 @@ TableDefinition TableDefinition::Read(PageStore& store, PageNumber page, std::ui
 }
 
 std::vector<std::byte> TableDefinition::Encode() const {
+  const bool jet3 = IsJet3();
   Writer writer;
   writer.U32(0x00000102);
   writer.U32(0);
   writer.U32(0);
-  writer.U32(magic);
+  if (!jet3) writer.U32(magic);
   writer.U32(rowCount);
   writer.U32(autoNumber);
-  writer.U8(autoNumberFlag);
-  writer.Copy(unknown);
+  if (!jet3) {
+    writer.U8(autoNumberFlag);
+    writer.Copy(unknown);
+  }
   writer.U8(tableType);
   writer.U16(maxColumns);
   writer.U16(variableColumns);
@@ -324,12 +364,12 @@ std::vector<std::byte> TableDefinition::Encode() const {
   writer.U32(ownedMap);
   writer.U32(freeMap);
   for (const auto& tree : trees)
-    for (const auto count : tree.counts) writer.U32(count);
-  for (const auto& column : columns) WriteColumn(writer, column);
-  for (const auto& column : columns) writer.Name(column.name);
-  for (const auto& tree : trees) WriteTree(writer, tree);
-  for (const auto& index : indexes) WriteIndex(writer, index);
-  for (const auto& index : indexes) writer.Name(index.name);
+    for (const auto count : std::span(tree.counts).first(jet3 ? 2 : 3)) writer.U32(count);
+  for (const auto& column : columns) jet3 ? WriteJet3Column(writer, column) : WriteColumn(writer, column);
+  for (const auto& column : columns) writer.Name(column.name, codePage);
+  for (const auto& tree : trees) WriteTree(writer, tree, jet3);
+  for (const auto& index : indexes) WriteIndex(writer, index, jet3);
+  for (const auto& index : indexes) writer.Name(index.name, codePage);
   for (const auto& maps : longMaps) {
     writer.U16(maps.column);
     writer.U32(maps.ownedMap);
@@ -360,9 +400,8 @@ void TableDefinition::Write(PageStore& store) {
     std::memcpy(bytes.data() + header, stream.data() + at, part);
     std::memset(bytes.data() + header + part, 0, pageSize - header - part);
     at += part;
-    const std::size_t used = 2 * kPageHeader + (i == 0 ? part - kPageHeader : part);
     Store16(bytes.data(), 0x0102);
-    Store16(bytes.data() + 2, static_cast<std::uint16_t>(used < pageSize ? pageSize - used : 0));
+    Store16(bytes.data() + 2, IsJet3() ? kJet3Mark : FreeBytes(pageSize, i == 0 ? part - kPageHeader : part));
     Store32(bytes.data() + 4, i + 1 < pages.size() ? pages[i + 1] : 0);
   }
 }

@@ -52,10 +52,7 @@ constexpr std::uint16_t FixedLength(ColumnType type) noexcept {
 ///   47 (27) u32 indexes, u32 trees
 ///   55 (35) u32 map of owned pages, u32 map of pages with room
 struct TableDefinition {
-  static constexpr std::size_t kRowCountOffset = 16;
-  static constexpr std::size_t kAutoNumberOffset = 20;
   static constexpr std::size_t kComplexNumberOffset = 28;  ///< of an .accdb: the last number given to a row's complex columns
-  static constexpr std::size_t kTreeCountsOffset = 63;     ///< the key count of tree i is at + 12 * i + 4
   static constexpr std::uint32_t kMagic = 1625;
   static constexpr std::uint16_t kNoColumn = 0xFFFF;
   static constexpr std::size_t kMaxColumns = 255;
@@ -90,16 +87,20 @@ struct TableDefinition {
     std::array<std::uint8_t, 4> sort{};  ///< text, memo: u16 language, u8, u8 version; numeric: precision, scale
     std::uint8_t flags = 0;
     std::uint8_t extraFlags = 0;
-    std::array<std::uint8_t, 4> unknown{};
+    std::array<std::uint8_t, 4> unknown{};  ///< Jet 3: a word that is 1 in system tables, the code page
     std::uint16_t fixedOffset = 0;
     std::uint16_t length = 0;
     Shape shape = Shape::kPlain;  ///< not in the file: see RowLayout::Reshape
+    std::uint16_t codePage = 0;   ///< not in the file: of its texts in Jet 3; 0 in Jet 4, where they are Unicode
 
     [[nodiscard]] bool IsFixed() const noexcept { return (flags & kFixed) != 0; }
     [[nodiscard]] bool IsLong() const noexcept { return type == ColumnType::kMemo || type == ColumnType::kOle; }
     /// The flags alone do not say it: damage may have put them on any column.
     [[nodiscard]] bool IsCounter() const noexcept { return (flags & kAutoLong) != 0 && type == ColumnType::kLong; }
-    [[nodiscard]] bool MakesGuids() const noexcept { return (flags & kAutoGuid) != 0 && type == ColumnType::kGuid; }
+    /// In Jet 3 that flag stands on columns of any kind.
+    [[nodiscard]] bool MakesGuids() const noexcept { return (flags & kAutoGuid) != 0 && type == ColumnType::kGuid && codePage == 0; }
+    /// Most characters (UTF-16 units) of a text.
+    [[nodiscard]] std::uint16_t Letters() const noexcept { return codePage != 0 ? length : static_cast<std::uint16_t>(length / 2); }
     [[nodiscard]] bool IsText() const noexcept { return type == ColumnType::kMemo || type == ColumnType::kText; }
     [[nodiscard]] std::uint16_t SortLanguage() const noexcept { return static_cast<std::uint16_t>(sort[0] | sort[1] << 8); }
     [[nodiscard]] std::uint8_t SortVersion() const noexcept { return sort[3]; }
@@ -147,6 +148,7 @@ struct TableDefinition {
   };
 
   std::vector<PageNumber> pages;  ///< of the definition, in order
+  std::uint16_t codePage = 0;     ///< of the names, in Jet 3; 0: the definition is one of Jet 4
   std::uint32_t magic = kMagic;
   std::uint32_t rowCount = 0;
   std::uint32_t autoNumber = 0;
@@ -162,13 +164,15 @@ struct TableDefinition {
   std::vector<Index> indexes;
   std::vector<LongMaps> longMaps;
 
-  /// Reads the definition that begins on the page. Errors: kDamaged.
+  /// Reads the definition that begins on the page. codePage: of the file's names, 0 in Jet 4. Errors: kDamaged.
   static TableDefinition Read(PageStore& store, PageNumber page, std::uint16_t codePage);
-  /// The stream as Jet 4 has it, the first page's header included with zeros for free bytes and next page.
+  /// The stream, the first page's header included with zeros for free bytes and next page. Errors: kUnsupported for a name that the code
+  /// page cannot write.
   [[nodiscard]] std::vector<std::byte> Encode() const;
   /// Writes the definition over its pages, taking or freeing continuation pages as needed. pages[0] must be there.
   void Write(PageStore& store);
 
+  [[nodiscard]] bool IsJet3() const noexcept { return codePage != 0; }
   [[nodiscard]] const Column* FindByNumber(std::uint16_t number) const noexcept;
   [[nodiscard]] const LongMaps* FindLongMaps(std::uint16_t number) const noexcept;
   /// Size of the fixed part of a row.

@@ -90,7 +90,7 @@ bool TableCore::KeyOfDraft(const Tree& tree, Bytes& key, bool& anyNull) {
                   "The column \"" + layout_.columns[position].name + "\" must have a value: the index \"" + tree.name + "\" asks for it");
     AppendKeyOf(tree, tree.keyColumns[i], value, key);
   }
-  if (key.size() > kMaxKeyBytes) throw Error(ErrorCode::kLimit, "The values are too long for the index \"" + tree.name + "\"");
+  if (key.size() > tree.tree->MostKeyBytes()) throw Error(ErrorCode::kLimit, "The values are too long for the index \"" + tree.name + "\"");
   return !(allNull && tree.IgnoresNulls());
 }
 
@@ -173,7 +173,8 @@ void TableCore::ReplaceKeys(const KeyBits& bits, RowId id, ChangeScope& scope) {
 }
 
 void TableCore::CountKey(std::size_t tree) {
-  const std::size_t offset = TableDefinition::kTreeCountsOffset + 12 * tree + 4;
+  const Format& format = space.Layout();
+  const std::size_t offset = format.treeCounts + format.treeCountSize * tree + 4;
   const PageRef first = space.pager->Edit(page);
   if (offset + 4 > first.Bytes().size()) return;
   std::byte* field = first.Writable().data() + offset;

@@ -13,8 +13,8 @@ void TableCore::Bind(Row& row, RowId id, const DataPage& data, const std::byte* 
   const auto extent = data.Row(slot);
   const std::byte* bytes = pageBytes + extent.offset;
   const auto damaged = [&](const char* text) -> Error { return {ErrorCode::kDamaged, text, dataPage, extent.offset}; };
-  const bool jet3 = space.header.version == 3;
-  const std::size_t head = jet3 ? 1 : 2;
+  const bool jet3 = layout_.jet3;
+  const std::size_t head = layout_.CountSize();
   if (extent.size < head) throw damaged("A row is too short");
   const unsigned columns = jet3 ? Load8(bytes) : Load16(bytes);
   const std::size_t mask = (columns + 7) / 8;
@@ -25,7 +25,7 @@ void TableCore::Bind(Row& row, RowId id, const DataPage& data, const std::byte* 
   row.variableCount_ = 0;
   if (layout_.variableCount > 0 && columns > layout_.firstVariableNumber) {
     // Jet 3 has one byte for each offset and jumps between them and the count.
-    const std::size_t countSize = jet3 ? 1 : 2;
+    const std::size_t countSize = layout_.CountSize();
     if (extent.size < head + mask + 2 * countSize) throw damaged("A row is too short");
     const unsigned variable = jet3 ? Load8(bytes + row.maskOffset_ - 1) : Load16(bytes + row.maskOffset_ - 2);
     const std::size_t jumps = jet3 ? (extent.size - 1u) / 256u : 0;

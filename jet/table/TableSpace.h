@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "jet/file/Sharing.h"
+#include "jet/page/Format.h"
 #include "jet/page/Header.h"
 #include "jet/page/Pager.h"
 #include "jet/table/PropertyMap.h"
@@ -48,6 +49,8 @@ struct TableSpace {
   std::int32_t lastIdentity = 0;                                  ///< the last number that a counter gave to a new row; 0 before the first
   TableDirectory* directory = nullptr;                            ///< not owned; there before the first table is asked for
 
+  /// How its pages are laid out.
+  [[nodiscard]] const Format& Layout() const noexcept { return Format::Of(header.pageSize); }
   /// Code page of texts: 0 in Jet 4, where texts are Unicode.
   [[nodiscard]] std::uint16_t CodePage() const noexcept { return header.version == 3 ? header.codePage : std::uint16_t{0}; }
   /// The table whose definition begins there; without a name, under the one that the directory knows. Errors: kDamaged.

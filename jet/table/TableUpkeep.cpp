@@ -1,6 +1,7 @@
 // Work on all rows of a table, when its definition changes.
 #include <algorithm>
 #include <cstring>
+#include <vector>
 
 #include "jet/page/Pager.h"
 #include "jet/page/UsageMap.h"
@@ -31,28 +32,28 @@ void TableCore::CompleteRows() {
 }
 
 void TableCore::RewriteRows() {
-  // Rows written when the table had no variable column end with the mask right behind the fixed part; they get an offset table.
+  // Rows written when the table had no variable column end with the mask right behind the fixed part; they get a trailer.
   Pager& pager = *space.pager;
+  const std::size_t head = layout_.CountSize();
   Bytes row;
   for (const RowId home : places_.Homes()) {
     const RowId place = places_.FindLive(home);
     {
       const PageRef ref = pager.Read(place.page);
       const auto old = DataPage(ref).RowBytes(place.slot);
-      const std::size_t oldColumns = old.size() < 2 ? 0 : Load16(old.data());
+      const std::size_t oldColumns = old.size() < head ? 0 : layout_.LoadCount(old.data());
       const std::size_t oldMask = (oldColumns + 7) / 8;
-      if (old.size() < 2 + oldMask || oldColumns > layout_.columnCount)
+      if (old.size() < head + oldMask || oldColumns > layout_.columnCount)
         throw Error(ErrorCode::kDamaged, "A row is too short", place.page, 0);
-      const std::size_t fixed = old.size() - 2 - oldMask;
+      const std::size_t fixed = old.size() - head - oldMask;
       const std::size_t mask = (layout_.columnCount + 7u) / 8u;
-      const std::size_t variable = layout_.variableCount;
-      const std::size_t data = 2 + std::max(fixed, layout_.fixedSize);
-      row.assign(data + 2 * (variable + 2) + mask, std::byte{0});
-      Store16(row.data(), layout_.columnCount);
-      std::memcpy(row.data() + 2, old.data() + 2, fixed);
-      for (std::size_t i = 0; i <= variable; ++i) Store16(row.data() + data + 2 * i, static_cast<std::uint16_t>(data));
-      Store16(row.data() + data + 2 * (variable + 1), static_cast<std::uint16_t>(variable));
-      std::memcpy(row.data() + row.size() - mask, old.data() + old.size() - oldMask, oldMask);
+      const std::size_t data = head + std::max(fixed, layout_.fixedSize);
+      row.assign(layout_.RowSize(data, mask), std::byte{0});
+      layout_.StoreCount(row.data(), layout_.columnCount);
+      std::memcpy(row.data() + head, old.data() + head, fixed);
+      std::byte* const newMask = row.data() + row.size() - mask;
+      layout_.StoreTrailer(newMask, layout_.JumpsOf(row.size()), std::vector<std::size_t>(layout_.variableCount + std::size_t{1}, data));
+      std::memcpy(newMask, old.data() + old.size() - oldMask, oldMask);
     }
     places_.Replace(home, row);
   }

@@ -1,5 +1,7 @@
 #include "jet/value/Text.h"
 
+#include <algorithm>
+#include <array>
 #include <utility>
 
 #include "base/Ansi.h"
@@ -93,6 +95,60 @@ void AppendStoredText(std::span<const std::byte> stored, std::string& text) {
 
 void AppendAnsi(std::span<const std::byte> stored, std::uint16_t codePage, std::string& text) {
   for (const auto byte : stored) AppendCharacter(FromAnsi(static_cast<std::uint8_t>(byte), codePage), text);
+}
+
+namespace {
+
+/// The characters of the codes 0x80 to 0xFF of a code page and their codes, by character.
+using CodeTable = std::array<std::pair<char32_t, char>, 128>;
+
+CodeTable MakeCodeTable(std::uint16_t codePage) {
+  CodeTable table;
+  for (unsigned i = 0; i < table.size(); ++i) {
+    const auto code = static_cast<std::uint8_t>(0x80 + i);
+    table[i] = {FromAnsi(code, codePage), static_cast<char>(code)};
+  }
+  std::sort(table.begin(), table.end());
+  return table;
+}
+
+const CodeTable& CodesOf(std::uint16_t codePage) {
+  static const CodeTable western = MakeCodeTable(1252), central = MakeCodeTable(1250), cyrillic = MakeCodeTable(1251),
+                         turkish = MakeCodeTable(1254);
+  return codePage == 1250 ? central : codePage == 1251 ? cyrillic : codePage == 1254 ? turkish : western;
+}
+
+}  // namespace
+
+std::optional<std::string> ToAnsi(std::string_view utf8, std::uint16_t codePage) {
+  const CodeTable& codes = CodesOf(codePage);
+  std::string bytes;
+  bytes.reserve(utf8.size());
+  for (std::size_t i = 0; i < utf8.size();) {
+    const char letter = utf8[i];
+    if (static_cast<unsigned char>(letter) < 0x80) {
+      bytes += letter;
+      ++i;
+      continue;
+    }
+    const char32_t character = NextCharacter(utf8, i);
+    const auto found = std::lower_bound(codes.begin(), codes.end(), character, [](const auto& code, char32_t c) { return code.first < c; });
+    if (found == codes.end() || found->first != character) return std::nullopt;
+    bytes += found->second;
+  }
+  return bytes;
+}
+
+bool IsKnownCodePage(std::uint16_t codePage) noexcept {
+  return codePage == 1250 || codePage == 1251 || codePage == 1252 || codePage == 1254;
+}
+
+std::string NameInCodePage(std::string_view name, std::uint16_t codePage) {
+  auto bytes = ToAnsi(name, codePage);
+  if (!bytes)
+    throw Error(ErrorCode::kUnsupported, "The name \"" + std::string(name) + "\" has a character that code page " +
+                                             std::to_string(codePage) + " of the file does not have");
+  return std::move(*bytes);
 }
 
 std::string ToUtf16(std::string_view utf8) {

@@ -23,6 +23,13 @@ void AppendUtf16(std::span<const std::byte> units, std::string& text);
 /// Appends the UTF-8 form of text in an ANSI code page (1250 to 1258 of the Latin kind are known, others read as 1252).
 void AppendAnsi(std::span<const std::byte> stored, std::uint16_t codePage, std::string& text);
 
+/// The bytes of a UTF-8 text in an ANSI code page; none where a character is not in it.
+[[nodiscard]] std::optional<std::string> ToAnsi(std::string_view utf8, std::uint16_t codePage);
+/// True for the code pages whose characters AppendAnsi knows, so that texts can be written in them.
+[[nodiscard]] bool IsKnownCodePage(std::uint16_t codePage) noexcept;
+/// The bytes of a name in a code page. Error kUnsupported, naming it, when it has a character that is not in it.
+[[nodiscard]] std::string NameInCodePage(std::string_view name, std::uint16_t codePage);
+
 /// The UTF-16LE bytes of a UTF-8 text. Half surrogate pairs go back as they came; other bytes that are no UTF-8 become U+FFFD.
 [[nodiscard]] std::string ToUtf16(std::string_view utf8);
 

@@ -14,6 +14,7 @@
 namespace jet {
 namespace {
 
+using tests::As97;
 using tests::Compare;
 using tests::Model;
 using tests::Workload;
@@ -64,8 +65,9 @@ Recording Record(const Plan& plan, unsigned seed, const std::vector<std::byte>& 
   Workload workload(seed, plan.limits);
   {
     if (!file.empty()) files.SetContent(kPath, file);
-    auto database = file.empty() ? Database::Create(kPath, options, plan.encoded ? Protection{password, true} : Protection{})
-                                 : Database::Open(kPath, options);
+    auto database = file.empty()
+                        ? Database::Create(kPath, options, plan.encoded ? Protection{password, true} : Protection{}, plan.limits.version)
+                        : Database::Open(kPath, options);
     recording.others = tests::AllTables(*database);
     for (int i = 0; i < plan.stepsBefore; ++i) workload.Step(*database);
   }
@@ -192,7 +194,8 @@ TEST_P(CutsOfRealFiles, LeaveTheStateBeforeOrAfterTheTransaction) {
   const std::vector<std::byte> content = tests::ContentOf(GetParam());
   const std::string password = tamlo::tests::SamplePassword(GetParam());
   if (const std::string reason = tests::WhyNotWritten(content, password); !reason.empty()) GTEST_SKIP() << GetParam() << ": " << reason;
-  const Plan plan{"real", 10, 2, 8, {2, 20, 9000, true, false, false}, std::size_t{16} << 20, 1};
+  const int version = tests::VersionOf(content, password);
+  const Plan plan{"real", 10, 2, 8, {2, 20, 9000, true, false, false, version}, std::size_t{16} << 20, 1};
   const Recording recording = InSectors(Record(plan, 1, content, password), 1);
   ASSERT_FALSE(HasFailure());
   std::cout << recording.cuts.size() << " cuts, " << CutEverywhere(recording, plan, 1).worlds << " worlds\n";
@@ -235,7 +238,8 @@ INSTANTIATE_TEST_SUITE_P(
     Long, Cuts,
     testing::Combine(testing::Values(Plan{"rows", 3000, 40, 30, {3, 300, 9000, true, false}, std::size_t{16} << 20, 4},
                                      Plan{"tight", 1500, 20, 60, {3, 200, 9000, true, false}, std::size_t{64} << 10, 4},
-                                     Plan{"encoded", 1500, 20, 30, {3, 200, 9000, true, false}, std::size_t{64} << 10, 4, true}),
+                                     Plan{"encoded", 1500, 20, 30, {3, 200, 9000, true, false}, std::size_t{64} << 10, 4, true},
+                                     Plan{"access97", 1500, 30, 30, As97({3, 200, 9000, true, false}), std::size_t{64} << 10, 4}),
                      testing::Range(1u, 4u)),
     NameOf);
 #else
@@ -249,6 +253,12 @@ INSTANTIATE_TEST_SUITE_P(Encoded, Cuts,
                          testing::Values(std::tuple(Plan{"encoded", 60, 12, 5, {2, 10, 4000, true, false}, std::size_t{16} << 20, 3, true},
                                                     3u)),
                          NameOf);
+INSTANTIATE_TEST_SUITE_P(
+    Access97, Cuts,
+    testing::Combine(testing::Values(Plan{"rows97", 100, 30, 6, As97({2, 20, 4000, false, false}), std::size_t{16} << 20, 3},
+                                     Plan{"schema97", 60, 30, 5, As97({2, 10, 4000, true, false}), std::size_t{64} << 10, 3}),
+                     testing::Values(1u)),
+    NameOf);
 #endif
 
 /// Every write, sync, creation and removal of a transaction fails once: the database object stays usable, holds the state before, and so

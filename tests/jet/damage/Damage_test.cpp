@@ -179,6 +179,14 @@ TEST(Damage, AFileOfOurOwnIsUsedWholeWithoutErrors) {
 
 TEST(Damage, OfAFileOfOurOwnEndsInErrorsWithAPlace) { Torture(tests::MakeFile(), "our own file", 1000 * Times(), 1); }
 
+TEST(Damage, OfAFileOfAccess97EndsInErrorsWithAPlace) {
+  const File file = tests::MakeFile({}, 3);
+  const Outcome whole = UseEverything(file);
+  EXPECT_GE(whole.rows, 700u);
+  EXPECT_EQ(whole.findings, 0u);
+  Torture(file, "a file of Access 97", 150 * Times(), 3);
+}
+
 /// Here one changed byte is one of a page, and one of the header may make noise of all pages.
 TEST(Damage, OfAnEncodedFileEndsInErrorsWithAPlace) {
   const File file = tests::MakeFile({.password = tests::kPassword, .encoded = true});

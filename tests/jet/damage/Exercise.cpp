@@ -263,12 +263,12 @@ Outcome UseEverything(const std::vector<std::byte>& file) {
   return outcome;
 }
 
-std::vector<std::byte> MakeFile(const Protection& protection) {
+std::vector<std::byte> MakeFile(const Protection& protection, int version) {
   MemoryFileSystem files;
   OpenOptions options;
   options.fileSystem = &files;
   {
-    const auto database = Database::Create(kPath, options, protection);
+    const auto database = Database::Create(kPath, options, protection, version);
     const auto column = [](const char* name, ColumnType type, std::uint16_t size = 0) {
       ColumnDef def;
       def.name = name;
@@ -279,10 +279,11 @@ std::vector<std::byte> MakeFile(const Protection& protection) {
     };
     TableSpec spec;
     spec.name = "Everything";
-    spec.columns = {column("Id", ColumnType::kLong),       column("Name", ColumnType::kText, 50),   column("Note", ColumnType::kMemo),
-                    column("Picture", ColumnType::kOle),   column("Amount", ColumnType::kCurrency), column("Day", ColumnType::kDate),
-                    column("Key", ColumnType::kGuid),      column("Exact", ColumnType::kNumeric),   column("Yes", ColumnType::kBoolean),
-                    column("Raw", ColumnType::kBinary, 30)};
+    spec.columns = {column("Id", ColumnType::kLong),         column("Name", ColumnType::kText, 50),
+                    column("Note", ColumnType::kMemo),       column("Picture", ColumnType::kOle),
+                    column("Amount", ColumnType::kCurrency), column("Day", ColumnType::kDate),
+                    column("Key", ColumnType::kGuid),        column("Exact", version == 3 ? ColumnType::kDouble : ColumnType::kNumeric),
+                    column("Yes", ColumnType::kBoolean),     column("Raw", ColumnType::kBinary, 30)};
     spec.columns[0].autoNumber = true;
     IndexSpec primary;
     primary.name = "PrimaryKey";

@@ -22,7 +22,7 @@ struct Outcome {
 Outcome UseEverything(const std::vector<std::byte>& file);
 
 /// An Access file with all that the engine can write, for tests without samples. UseEverything knows the password kPassword.
-std::vector<std::byte> MakeFile(const Protection& protection = {});
+std::vector<std::byte> MakeFile(const Protection& protection = {}, int version = 4);
 inline constexpr char kPassword[] = "Sésame";
 
 /// All Access files under the folder that JET_SAMPLES names, and beside it in "samples2"; none where it is not set.

@@ -18,7 +18,7 @@ namespace {
 using File = std::vector<std::byte>;
 
 std::vector<File> LoadFiles() {
-  std::vector<File> files{jet::tests::MakeFile()};
+  std::vector<File> files{jet::tests::MakeFile(), jet::tests::MakeFile({}, 3)};
   const char* const samples = std::getenv("JET_SAMPLES");
   if (samples == nullptr) return files;
   std::vector<std::filesystem::path> paths;

@@ -10,6 +10,7 @@
 namespace jet {
 namespace {
 
+using tests::As97;
 using tests::Compare;
 using tests::Workload;
 using tests::WorkloadLimits;
@@ -38,7 +39,7 @@ TEST_P(History, EqualsTheModelAfterEveryStep) {
   options.fileSystem = &files;
   options.cacheBytes = plan.cacheBytes;
   options.password = "Sésame";  // not looked at where the file has none
-  auto database = Database::Create(kPath, options, plan.encoded ? Protection{options.password, true} : Protection{});
+  auto database = Database::Create(kPath, options, plan.encoded ? Protection{options.password, true} : Protection{}, plan.limits.version);
   Workload workload(seed, plan.limits);
   std::mt19937 random(seed + 1000);
   for (int step = 1; step <= plan.steps; ++step) {
@@ -83,6 +84,17 @@ INSTANTIATE_TEST_SUITE_P(Large, History,
                            return std::string(std::get<0>(test.param).name) + "_" + std::to_string(std::get<1>(test.param));
                          });
 
+INSTANTIATE_TEST_SUITE_P(Access97, History,
+                         testing::Combine(testing::Values(Plan{"rows", 1500, 1, As97({2, 60, 9000, false, true}), kUsualCache},
+                                                          Plan{"schema", 1500, 1, As97({3, 20, 4000, true, true}), kUsualCache},
+                                                          Plan{"tight", 1000, 1, As97({2, 60, 90000, true, true}), kSmallCache},
+                                                          Plan{"encoded", 500, 5, As97({3, 60, 9000, true, true}), kSmallCache, true},
+                                                          Plan{"large", 8000, 2000, As97({3, 3000, 9000, true, true}), kSmallCache}),
+                                          testing::Range(1u, 3u)),
+                         [](const auto& test) {
+                           return std::string(std::get<0>(test.param).name) + "_" + std::to_string(std::get<1>(test.param));
+                         });
+
 class HistoryOfRealFiles : public testing::TestWithParam<std::string> {};
 
 /// The same beside the tables of a file that Access or another program has made: they stay as they are.
@@ -99,7 +111,7 @@ TEST_P(HistoryOfRealFiles, LeavesWhatItDoesNotTouch) {
   options.password = password;
   auto database = Database::Open(kPath, options);
   const tests::Untouched others = tests::AllTables(*database);
-  Workload workload(7, {3, 30, 9000, true, true, false});
+  Workload workload(7, {3, 30, 9000, true, true, false, database->FormatVersion()});
   for (int step = 1; step <= 400; ++step) {
     workload.Step(*database);
     if (HasFatalFailure()) FAIL() << "step " << step << ": " << workload.LastStep();

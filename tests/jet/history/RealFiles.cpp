@@ -43,6 +43,15 @@ std::vector<std::byte> ContentOf(const std::string& path) {
   return {bytes, bytes + content.size()};
 }
 
+int VersionOf(const std::vector<std::byte>& content, const std::string& password) {
+  MemoryFileSystem files;
+  files.SetContent("/file.mdb", content);
+  OpenOptions options;
+  options.fileSystem = &files;
+  options.password = password;
+  return Database::Open("/file.mdb", options)->FormatVersion();
+}
+
 std::string WhyNotWritten(const std::vector<std::byte>& content, const std::string& password) {
   MemoryFileSystem files;
   files.SetContent("/file.mdb", content);

@@ -11,7 +11,9 @@ std::vector<std::string> RealFiles();
 /// A name for a test's parameter.
 std::string RealFileName(const std::string& path);
 std::vector<std::byte> ContentOf(const std::string& path);
-/// Why the file is none that is written to (it is of Access 97, or its texts go in an order that is not known); empty when it is one.
+/// Its format version, 3 or 4.
+int VersionOf(const std::vector<std::byte>& content, const std::string& password);
+/// Why the file is none that is written to (its texts go in an order or a code page that is not known); empty when it is one.
 std::string WhyNotWritten(const std::vector<std::byte>& content, const std::string& password);
 
 }  // namespace jet::tests

@@ -27,7 +27,7 @@ std::optional<Bytes> KeyOf(const ModelTable& table, const IndexSpec& index, cons
   std::vector<Value> values;
   for (const IndexSpec::Part& part : index.columns) {
     const std::size_t column = ColumnOf(table, part.column).value();
-    columns.push_back({table.columns[column].type, part.descending, table.columns[column].scale});
+    columns.push_back({table.columns[column].type, part.descending, table.columns[column].scale, table.order});
     values.push_back(row[column]);
   }
   Bytes key;
@@ -66,13 +66,14 @@ std::string Join(const std::vector<Value>& row) {
 }  // namespace
 
 std::string Workload::RandomText(std::size_t longest) {
-  static const char* const kPieces[] = {"a", "b", "é", "Z", " ", "-", "1", "ß", "Straße ", "O'Brien", "œuvre", "日本", "abc", "X"};
+  static const char* const kPieces[] = {"a", "b", "é", "Z", " ", "-", "1", "ß", "Straße ", "O'Brien", "œuvre", "abc", "X", "日本"};
   std::string text;
   std::size_t characters = Below(longest + 1);
   if (Chance(60)) characters = std::min<std::size_t>(characters, 12);
   const bool wide = Chance(30);
   while (characters-- != 0) {
-    const std::string piece = kPieces[Below(std::size(kPieces) - (wide ? 0 : 3))];
+    const std::size_t unwritable = limits_.version == 3 ? 1 : 0;
+    const std::string piece = kPieces[Below(std::size(kPieces) - (wide ? unwritable : 3))];
     text += piece;
     const auto length = static_cast<std::size_t>(std::count_if(piece.begin(), piece.end(), [](char c) { return (c & 0xC0) != 0x80; }));
     if (length > 1) characters -= std::min(characters, length - 1);
@@ -101,7 +102,7 @@ ColumnDef Workload::RandomColumn(std::size_t number) {
                                           ColumnType::kOle,      ColumnType::kGuid,   ColumnType::kNumeric};
   ColumnDef column;
   column.name = "C" + std::to_string(number);
-  column.type = kTypes[Below(std::size(kTypes))];
+  column.type = kTypes[Below(std::size(kTypes) - (limits_.version == 3 ? 1 : 0))];
   column.allowZeroLength = true;
   if (column.type == ColumnType::kText) column.size = static_cast<std::uint16_t>(1 + Below(60));
   if (column.type == ColumnType::kBinary) column.size = static_cast<std::uint16_t>(1 + Below(40));
@@ -177,7 +178,7 @@ void Workload::CreateTable(Database& database) {
   spec.indexes.push_back(primary);
   database.CreateTable(spec);
   lastStep_ = "created " + spec.name;
-  model_[spec.name] = {spec.columns, spec.indexes, {}, 0};
+  model_[spec.name] = {spec.columns, spec.indexes, {}, 0, limits_.version == 3 ? TextOrder::kAnsiGeneral : TextOrder::kGeneral};
 }
 
 void Workload::DropTable(Database& database) {

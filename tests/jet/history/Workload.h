@@ -8,6 +8,7 @@
 
 #include "jet/Database.h"
 #include "jet/table/Table.h"
+#include "jet/value/TextOrder.h"
 
 namespace jet::tests {
 
@@ -17,6 +18,7 @@ struct ModelTable {
   std::vector<IndexSpec> indexes;
   std::map<RowId, std::vector<Value>> rows;
   std::int32_t lastNumber = 0;
+  TextOrder order = TextOrder::kGeneral;
 };
 
 /// A database as it must be: user tables by name.
@@ -30,7 +32,14 @@ struct WorkloadLimits {
   bool schema = true;            ///< tables, columns and indexes are made and dropped
   bool transactions = true;      ///< several steps in one transaction, nested ones, rollbacks
   bool textIndexes = true;       ///< off for files whose texts go in another order than the model's
+  int version = 4;               ///< of the file: 3 has no decimals, and texts of Windows-1252 alone
 };
+
+/// The same for a file of Access 97.
+[[nodiscard]] constexpr WorkloadLimits As97(WorkloadLimits limits) {
+  limits.version = 3;
+  return limits;
+}
 
 /// Does random things to a database and, independently, to a model of it. Each difference is a test failure with the step in its text.
 class Workload {

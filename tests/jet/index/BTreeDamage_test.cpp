@@ -14,6 +14,8 @@
 namespace jet {
 namespace {
 
+constexpr std::uint32_t kIndexEntriesOffset = 480;
+
 using tests::MemoryPages;
 
 constexpr PageNumber kTable = 77;

@@ -282,11 +282,11 @@ TEST_F(BTreeTest, AKeyThatDoesNotShareThePrefixSplitsThePage) {
 }
 
 TEST_F(BTreeTest, AKeyThatIsTooLongIsRefusedByItsLength) {
-  Insert(Bytes(kMaxKeyBytes, std::byte{1}), {1, 1});
-  Insert(Bytes(kMaxKeyBytes, std::byte{2}), {1, 2});
-  Insert(Bytes(kMaxKeyBytes, std::byte{3}), {1, 3});
+  Insert(Bytes(IndexLayout::Of(4096).MostKeyBytes(), std::byte{1}), {1, 1});
+  Insert(Bytes(IndexLayout::Of(4096).MostKeyBytes(), std::byte{2}), {1, 2});
+  Insert(Bytes(IndexLayout::Of(4096).MostKeyBytes(), std::byte{3}), {1, 3});
   try {
-    tree.Insert(Bytes(kMaxKeyBytes + 1, std::byte{1}), {2, 2}, false);
+    tree.Insert(Bytes(IndexLayout::Of(4096).MostKeyBytes() + 1, std::byte{1}), {2, 2}, false);
     FAIL() << "no error";
   } catch (const Error& error) {
     EXPECT_EQ(error.Code(), ErrorCode::kLimit);

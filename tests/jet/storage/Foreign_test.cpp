@@ -217,7 +217,7 @@ TEST_F(ForeignFile, AMapPointerThatLeadsToARowLeavesTheRowAlone) {
   database->Begin();
   const PageRef page = pager.Allocate();
   auto rows = DataPageEditor::Format(page, definition_);
-  UsageMap map(pager, Pack({page.Number(), static_cast<std::uint8_t>(rows.AddZeros(UsageMap::kRowSize))}));
+  UsageMap map(pager, Pack({page.Number(), static_cast<std::uint8_t>(rows.AddZeros(69))}));
   const std::string expected = "A usage map lies among rows of another kind (page " + std::to_string(page.Number()) + ", offset 4)";
   EXPECT_EQ(TextOf([&] { map.Add(3); }), expected);
   EXPECT_EQ(TextOf([&] { map.Clear(); }), expected);

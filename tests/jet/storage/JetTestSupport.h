@@ -23,7 +23,9 @@ struct World {
     options.fileSystem = &files;
     options.lockWaitMilliseconds = 20;
   }
-  std::unique_ptr<Database> Create(const std::string& path = "test.mdb") { return Database::Create(path, options); }
+  std::unique_ptr<Database> Create(const std::string& path = "test.mdb", int version = 4) {
+    return Database::Create(path, options, {}, version);
+  }
   std::unique_ptr<Database> Open(const std::string& path = "test.mdb", OpenMode mode = OpenMode::kExclusive) {
     OpenOptions opening = options;
     opening.mode = mode;

@@ -20,10 +20,10 @@ struct Recording {
   States states;
 };
 
-Recording Record(std::size_t cacheBytes) {
+Recording Record(std::size_t cacheBytes, int version) {
   World world;
   world.options.cacheBytes = cacheBytes;
-  world.Create()->CreateTable(PeopleTable());
+  world.Create("test.mdb", version)->CreateTable(PeopleTable());
   Recording recording;
   recording.start["test.mdb"] = world.files.Content("test.mdb");
   const auto database = world.Open();
@@ -71,10 +71,11 @@ void ExpectBeforeOrAfter(const Recording& recording, std::size_t cut, const std:
   EXPECT_EQ(Findings(*database), "") << how << " cut at " << cut;
 }
 
-class TableCuts : public testing::TestWithParam<std::size_t> {};
+class TableCuts : public testing::TestWithParam<std::tuple<std::size_t, int>> {};
 
 TEST_P(TableCuts, AtEveryOperationLeavesBeforeOrAfter) {
-  const Recording recording = Record(GetParam());
+  const auto& [cacheBytes, version] = GetParam();
+  const Recording recording = Record(cacheBytes, version);
   ASSERT_GT(recording.record.size(), 50u);
   for (std::size_t cut = 0; cut <= recording.record.size(); ++cut) {
     ExpectBeforeOrAfter(recording, cut, ReplayWithPowerCut(recording.start, recording.record, cut, [](std::size_t) { return true; }),
@@ -90,7 +91,8 @@ TEST_P(TableCuts, AtEveryOperationLeavesBeforeOrAfter) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Caches, TableCuts, testing::Values(std::size_t{16} << 20, std::size_t{64} * 4096));
+INSTANTIATE_TEST_SUITE_P(Caches, TableCuts,
+                         testing::Combine(testing::Values(std::size_t{16} << 20, std::size_t{64} * 4096), testing::Values(3, 4)));
 
 }  // namespace
 }  // namespace jet::tests

@@ -17,7 +17,7 @@ class UsageMapTest : public testing::Test {
   UsageMapTest() : database_(world_.Create()), pager_(*database_->Internals().pager) {
     database_->Begin();
     const PageRef page = pager_.Allocate();
-    where_ = Pack({page.Number(), static_cast<std::uint8_t>(DataPageEditor::Format(page, 0).AddZeros(UsageMap::kRowSize))});
+    where_ = Pack({page.Number(), static_cast<std::uint8_t>(DataPageEditor::Format(page, 0).AddZeros(69))});
   }
   ~UsageMapTest() override { database_->Rollback(); }
   void Grow(PageNumber pages) {
