@@ -1,5 +1,10 @@
 // check, compact, backup: what keeps Access files in order.
+#include <CLI/App.hpp>
+#include <CLI/Option.hpp>
+#include <CLI/Validators.hpp>
+#include <cstdio>
 #include <memory>
+#include <optional>
 
 #include "cli/Commands.h"
 #include "cli/Damage.h"
@@ -9,6 +14,7 @@
 #include "cli/Protection.h"
 #include "cli/Source.h"
 #include "move/Json.h"
+#include "jet/VersionLoss.h"
 
 namespace tamlo::cli {
 namespace {
@@ -17,6 +23,8 @@ struct Asked {
   std::string database;
   std::string target;
   std::string report;
+  std::string version;  ///< of the file that compact makes: 97, 2000 or 2003; empty: that of its source
+  bool dryRun = false;
   std::shared_ptr<Login> login = std::make_shared<Login>();
   NewProtection protection;
 };
@@ -53,12 +61,47 @@ Status Check(const Asked& asked) {
   return findings.empty() ? Status::kDone : Status::kDifferences;
 }
 
-void Compact(const Asked& asked) {
+Said HowLost(jet::VersionLoss::Kind kind) {
+  using Kind = jet::VersionLoss::Kind;
+  switch (kind) {
+    case Kind::kObject:
+      return Said::kLostObject;
+    case Kind::kDecimal:
+      return Said::kLostDecimal;
+    case Kind::kGuidCounter:
+      return Said::kLostGuidCounter;
+    case Kind::kLongBinary:
+      return Said::kLostLongBinary;
+    case Kind::kName:
+      return Said::kLostName;
+    case Kind::kText:
+      break;
+  }
+  return Said::kLostText;
+}
+
+/// Says what the version cannot hold, before anything is written; true when there is something.
+bool TellLosses(jet::Database& file, int version) {
+  const auto losses = jet::LossesIn(file, version);
+  for (const auto& loss : losses) {
+    const std::string what = loss.column.empty() ? loss.object : loss.object + '.' + loss.column;
+    std::fprintf(stderr, "tamlo-db: %s\n", OneLine(Say(HowLost(loss.kind), {what, std::to_string(loss.values)})).c_str());
+  }
+  return !losses.empty();
+}
+
+Status Compact(const Asked& asked) {
   const auto file = OpenFile(asked.database, false, *asked.login);
+  std::optional<int> version;
+  if (!asked.version.empty()) version = asked.version == "97" ? 3 : 4;
+  const bool losses = version && TellLosses(*file, *version);
+  const Status status = losses ? Status::kDifferences : Status::kDone;
+  if (asked.dryRun) return status;
   jet::Protection protection = asked.protection.Get(AddressOf(asked.database));
-  if (!protection.password) return file->Compact(asked.target, protection);
-  const runtime::WipedAtEnd wipe(*protection.password);
-  file->Compact(asked.target, protection);
+  std::string none;
+  const runtime::WipedAtEnd wipe(protection.password ? *protection.password : none);
+  file->Compact(asked.target, protection, version);
+  return status;
 }
 
 CLI::App* AddTwoFiles(CLI::App& app, const char* name, Said about, const std::shared_ptr<Asked>& asked) {
@@ -80,7 +123,9 @@ void AddUpkeep(CLI::App& app, Status& status) {
   check->callback([asked, &status] { status = Check(*asked); });
   CLI::App* compact = AddTwoFiles(app, "compact", Said::kCompact, asked);
   asked->protection.AddTo(*compact);
-  compact->callback([asked] { Compact(*asked); });
+  compact->add_option("--to", asked->version, Say(Said::kToVersion))->check(CLI::IsMember({"97", "2000", "2003"}));
+  compact->add_flag("--dry-run", asked->dryRun, Say(Said::kCompactDryRun))->needs("--to");
+  compact->callback([asked, &status] { status = Compact(*asked); });
   AddTwoFiles(app, "backup", Said::kBackup, asked)->callback([asked] {
     OpenFile(asked->database, false, *asked->login)->Backup(asked->target);
   });

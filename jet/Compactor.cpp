@@ -15,6 +15,7 @@
 #include "jet/table/Table.h"
 #include "jet/table/TableCore.h"
 #include "jet/TableCopy.h"
+#include "jet/VersionLoss.h"
 #include "jet/value/Text.h"
 #include "jet/value/TextOrder.h"
 
@@ -34,9 +35,11 @@ class Compactor {
     const Database::ReadScope scope(source_);
     target_.Begin();
     std::vector<CatalogObject> objects = source_.Objects();
+    if (converts_ && target_.FormatVersion() == 3)
+      std::erase_if(objects, [](const auto& held) { return !IsBootstrap(held) && IsOfAccess2000(held); });
     CopyOthers(objects);
     for (const auto& object : objects)
-      if (object.type == 1 && !IsBootstrap(object)) CopyTable(object);
+      if (object.type == 1 && !IsBootstrap(object)) CopyTableByName(object);
     CopyLinks(objects);
     CopyQueries(objects);
     CopyRelationships(objects);
@@ -51,6 +54,17 @@ class Compactor {
     static constexpr std::string_view kNames[] = {"MSysObjects", "MSysACEs", "MSysQueries", "MSysRelationships"};
     return object.kind == ObjectKind::kSystemTable &&
            std::any_of(std::begin(kNames), std::end(kNames), [&](std::string_view name) { return EqualNames(object.name, name); });
+  }
+
+  /// What the new file cannot hold is told with the table that holds it.
+  void CopyTableByName(const CatalogObject& object) {
+    try {
+      CopyTable(object);
+    } catch (const Error& error) {
+      const bool told = !converts_ || (error.Code() != ErrorCode::kUnsupported && error.Code() != ErrorCode::kLimit);
+      if (told) throw;
+      throw Error(error.Code(), "The table \"" + object.name + "\": " + error.what());
+    }
   }
 
   void CopyTable(const CatalogObject& object) {

@@ -21,8 +21,7 @@ namespace {
 void RequirePlain(const ConnectionKeys& keys, bool ace) {
   for (const auto& [key, value] : keys) {
     if (value.empty()) continue;
-    if (key == "JET OLEDB:ENGINE TYPE" && value == "4") Refuse("les fichiers Jet 3.x ne peuvent être que lus : Jet OLEDB:Engine Type=5");
-    if (key == "JET OLEDB:ENGINE TYPE" && value != (ace ? "6" : "5")) Refuse("Jet OLEDB:Engine Type=" + value);
+    if (key == "JET OLEDB:ENGINE TYPE" && (ace ? value != "6" : value != "4" && value != "5")) Refuse("Jet OLEDB:Engine Type=" + value);
     if (key == "JET OLEDB:NEW DATABASE PASSWORD") Refuse("Jet OLEDB:New Database Password");
     if (key == "LOCALE IDENTIFIER" && value != "1033") Refuse("Locale Identifier=" + value);
   }
@@ -45,6 +44,7 @@ void CreateDatabase(const OpenRequest& request) {
   ConnectionText text = ReadConnectionText(request.connectionString);
   const runtime::WipedAtEnd wipe(text.password);
   const ConnectionKeys keys = ParseKeys(request.connectionString);
+  const int version = ValueOf(keys, {"JET OLEDB:ENGINE TYPE"}) == "4" ? 3 : 4;
   if (runtime::Trim(text.dataSource).empty()) throw AdoError(runtime::kBadArguments, "Data Source");
   // A file of that name in other letters is the one that a connection would open.
   const std::string path = FindFile(text.dataSource);
@@ -52,7 +52,7 @@ void CreateDatabase(const OpenRequest& request) {
   jet::Protection protection{.password = text.password, .encoded = IsTrue(ValueOf(keys, {"JET OLEDB:ENCRYPT DATABASE"}))};
   const runtime::WipedAtEnd wipeProtection(*protection.password);
   try {
-    (void)jet::Database::Create(path, {}, protection);
+    (void)jet::Database::Create(path, {}, protection, version);
   } catch (const jet::Error& error) {
     if (error.Code() == jet::ErrorCode::kAlreadyExists) throw AdoError(runtime::kObjectExists, path);
     throw Translated(error, {}, true);

@@ -26,6 +26,7 @@ using jet::bench::Clock;
 using jet::bench::Goals;
 using jet::bench::MakePeopleFile;
 using jet::bench::NameOf;
+using jet::bench::ScanWithEngine;
 using jet::bench::ScanWithExport;
 using jet::bench::Seconds;
 using jet::bench::TownOf;
@@ -53,22 +54,6 @@ double InsertWithSqlite(const std::string& path, int rows) {
   sqlite3_exec(database, "COMMIT", nullptr, nullptr, nullptr);
   sqlite3_close(database);
   return Seconds(start);
-}
-
-double ScanWithEngine(const std::string& path, int rows) {
-  const auto start = Clock::now();
-  const auto database = jet::Database::Open(path);
-  jet::Table& table = database->OpenTable("People");
-  std::uint64_t sum = 0;
-  int seen = 0;
-  for (jet::ScanCursor scan = table.Scan(); scan.Next(); ++seen) {
-    jet::Row& row = scan.Current();
-    sum += static_cast<std::uint64_t>(row.Integer(0)) + row.Text(1).size() + row.Text(2).size() +
-           static_cast<std::uint64_t>(row.Integer(3)) + static_cast<std::uint64_t>(row.Real(4));
-  }
-  const double seconds = Seconds(start);
-  if (seen != rows || sum == 0) std::printf("the scan saw %d rows instead of %d\n", seen, rows);
-  return seconds;
 }
 
 void Lookup(const std::string& path, int rows, Goals& goals) {

@@ -1,5 +1,6 @@
 #include "bench/jet/PeopleFile.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <vector>
 
@@ -36,9 +37,9 @@ TableSpec People() {
 
 }  // namespace
 
-double MakePeopleFile(const std::string& path, int rows) {
+double MakePeopleFile(const std::string& path, int rows, int version, bool encoded) {
   const auto start = Clock::now();
-  const auto database = Database::Create(path);
+  const auto database = Database::Create(path, {}, {.encoded = encoded}, version);
   Table& table = database->CreateTable(People());
   std::vector<Value> row(5);
   database->Begin();
@@ -52,6 +53,22 @@ double MakePeopleFile(const std::string& path, int rows) {
   }
   database->Commit();
   return Seconds(start);
+}
+
+double ScanWithEngine(const std::string& path, int rows) {
+  const auto start = Clock::now();
+  const auto database = Database::Open(path);
+  Table& table = database->OpenTable("People");
+  std::uint64_t sum = 0;
+  int seen = 0;
+  for (ScanCursor scan = table.Scan(); scan.Next(); ++seen) {
+    Row& row = scan.Current();
+    sum += static_cast<std::uint64_t>(row.Integer(0)) + row.Text(1).size() + row.Text(2).size() +
+           static_cast<std::uint64_t>(row.Integer(3)) + static_cast<std::uint64_t>(row.Real(4));
+  }
+  const double seconds = Seconds(start);
+  if (seen != rows || sum == 0) std::printf("the scan saw %d rows instead of %d\n", seen, rows);
+  return seconds;
 }
 
 double ScanWithExport(const std::string& path) {

@@ -162,7 +162,7 @@ void AddPermissions(Engine& engine, PageNumber page) {
     std::int32_t access;
   };
   Table& permissions = engine.catalog.PermissionsTable();
-  for (const Entry& entry : {Entry{FileHeader::kAceAdminSid, 393216}, Entry{FileHeader::kAceUsersSid, 20}}) {
+  for (const Entry& entry : {Entry{FileHeader::kAceAccounts.admin, 393216}, Entry{FileHeader::kAceAccounts.users, 20}}) {
     std::vector<Value> values(permissions.Columns().size());
     values[permissions.ColumnAt("ObjectId")] = Value(static_cast<std::int32_t>(page));
     values[permissions.ColumnAt("SID")] = Value(Bytes{std::byte{entry.user[0]}, std::byte{entry.user[1]}});

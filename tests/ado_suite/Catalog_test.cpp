@@ -159,10 +159,6 @@ TEST_P(CatalogViews, DatabasesAreMadeWhereTheProviderMakesThem) {
   const auto errorOf = [&](const std::string& rest) {
     return ErrorOf([&] { ado::Catalog::Create("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=\"" + file + "\";" + rest); });
   };
-  const auto jet3 = runtime::IgnoringErrors(
-      [&] { ado::Catalog::Create("Provider=Microsoft.Jet.OLEDB.4.0;Jet OLEDB:Engine Type=4;Data Source=" + file); });
-  EXPECT_EQ(jet3.number, 3251);
-  EXPECT_NE(jet3.description.find("Jet 3.x"), std::string::npos) << jet3.description;
   EXPECT_EQ(errorOf("Jet OLEDB:Engine Type=6"), 3251);
   EXPECT_EQ(errorOf("Jet OLEDB:Engine Type=cinq"), 3251);
   EXPECT_EQ(errorOf("Jet OLEDB:New Database Password=x"), 3251);

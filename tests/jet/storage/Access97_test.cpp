@@ -138,7 +138,7 @@ TEST_F(Access97, ATextThatTheOlderVersionCannotHoldStopsTheConversion) {
   newer->CreateTable(PeopleTable());
   newer->OpenTable("People").Insert(Person("Dvořák"));
   EXPECT_EQ(TextOf([&] { newer->Compact("older.mdb", {}, 3); }),
-            "The value for the column \"Name\" has a character that code page 1252 of the file does not have");
+            "The table \"People\": The value for the column \"Name\" has a character that code page 1252 of the file does not have");
   EXPECT_FALSE(world_.files.Exists("older.mdb"));
 }
 
