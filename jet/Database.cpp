@@ -18,7 +18,7 @@ namespace jet {
 namespace {
 
 /// Files of which not all is known that a writer must know.
-bool IsOnlyRead(const FileHeader& header) { return header.release != 0 || !header.HasKnownTexts(); }
+bool IsOnlyRead(const FileHeader& header) { return !header.HasKnownTexts(); }
 
 /// Names of other programs' or users' files must not be followed blindly, so everything is decided on one opened file.
 struct Opened {

@@ -17,7 +17,7 @@ class Rc4 {
   void Apply(std::span<std::byte> bytes) noexcept;
 
  private:
-  std::array<std::uint8_t, 256> state_;
+  std::array<std::uint32_t, 256> state_;  ///< bytes; whole words are faster to work with
   std::uint8_t i_ = 0;
   std::uint8_t j_ = 0;
 };

@@ -94,7 +94,14 @@ void AppendStoredText(std::span<const std::byte> stored, std::string& text) {
 }
 
 void AppendAnsi(std::span<const std::byte> stored, std::uint16_t codePage, std::string& text) {
-  for (const auto byte : stored) AppendCharacter(FromAnsi(static_cast<std::uint8_t>(byte), codePage), text);
+  for (std::size_t i = 0; i < stored.size();) {
+    // Runs of ASCII, which is most of all text, go over as they are.
+    std::size_t run = i;
+    while (run < stored.size() && Load8(stored.data() + run) < 0x80) ++run;
+    text.append(reinterpret_cast<const char*>(stored.data()) + i, run - i);
+    i = run;
+    if (i < stored.size()) AppendCharacter(FromAnsi(Load8(stored.data() + i++), codePage), text);
+  }
 }
 
 namespace {
