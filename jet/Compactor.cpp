@@ -342,6 +342,7 @@ NewFile FileFor(Database& source, const Protection& protection, int version) {
   if (version == 3) {
     file.sortLanguage = header.sortLanguage;
     file.codePage = header.codePage;
+    file.orderMark = header.orderMark;
   } else if (TextOrderOf(header.sortLanguage, header.sortVersion) == TextOrder::kFrench) {
     file.sortLanguage = header.sortLanguage;
   }

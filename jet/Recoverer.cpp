@@ -273,6 +273,7 @@ Recovery RecoverDamaged(DamagedFile& source, FileSystem& files, const std::strin
   const NewFile file{.version = version,
                      .sortLanguage = french || version == 3 ? header.sortLanguage : kGeneralLanguage,
                      .codePage = header.codePage,
+                     .orderMark = header.orderMark,
                      .encoded = header.encryptionKey != 0,
                      .password = source.HasPassword() ? password : std::string()};
   CreateEmptyFile(files, working, file);

@@ -26,6 +26,7 @@ constexpr std::size_t kPasswordSize = 40;
 constexpr std::size_t kPasswordSizeJet3 = 20;
 constexpr std::size_t kCreatedOffset = 0x72;
 constexpr std::size_t kOrderOffset = 0x6E;
+constexpr std::size_t kOrderMarkOffsetJet3 = 0x38;
 constexpr std::size_t kOrderOffsetJet3 = 0x3A;
 /// 2000-era build and date under which the two-byte account names of a new file are known.
 constexpr std::uint16_t kBuild = 0x261C;
@@ -165,6 +166,7 @@ FileHeader FileHeader::Read(std::span<const std::byte> source, const std::string
   header.freePages = Load32(page.data() + kMaskBegin);
   header.codePage = Load16(page.data() + 0x3C);
   header.sortLanguage = Load16(page.data() + (jet3 ? kOrderOffsetJet3 : kOrderOffset));
+  if (jet3) header.orderMark = Load16(page.data() + kOrderMarkOffsetJet3);
   if (jet3 && header.codePage == 0) header.codePage = CodePageOf(header.sortLanguage);
   if (!jet3) header.sortVersion = Load8(page.data() + kOrderOffset + 3);
   header.encryptionKey = Load32(page.data() + kKeyOffset);
@@ -229,10 +231,12 @@ std::vector<std::byte> FileHeader::Create() const {
   Store16(bytes + 0x3C, codePage);
   Store32(bytes + kKeyOffset, encryptionKey);
   Store16(bytes + (jet3 ? kBuildOffsetJet3 : kBuildOffset), jet3 ? kBuildJet3 : kBuild);
-  if (jet3)
+  if (jet3) {
+    Store16(bytes + kOrderMarkOffsetJet3, orderMark);
     Store16(bytes + kOrderOffsetJet3, sortLanguage);
-  else
+  } else {
     StoreJet4Fields(bytes, sortLanguage);
+  }
   ApplyMask(page, jet3 ? kMaskSizeJet3 : kMaskSize);
   if (!jet3) {
     Store32(bytes + 0x98, 1620);

@@ -19,7 +19,7 @@ namespace jet {
 ///   0x18  128 bytes (Jet 3: 126) under a constant mask, from here on by offset in the page:
 ///   0x18  u32 row pointer of the map of free pages, u32 of a second map
 ///   0x20  u32 definition pages of MSysObjects, MSysACEs, MSysQueries, MSysRelationships
-///   0x3A  u16 sort order (Jet 3), 0x3C  u16 code page, 0x3E  u32 key of the page encryption, 0 = none
+///   0x38  u16 mark of the order, 0x3A  u16 sort order (Jet 3), 0x3C  u16 code page, 0x3E  u32 key of the page encryption, 0 = none
 ///   0x42  password: 20 bytes of ANSI (Jet 3), 40 bytes of UTF-16 under the creation day (Jet 4)
 ///   0x6A  u16 build, 0x6E  u32 sort order, 0x72  f64 creation date (Jet 4)
 ///   0x299 u16 length of what tells how an .accdb is encrypted, 0 = it is not (not under the mask)
@@ -36,6 +36,7 @@ struct FileHeader {
   std::uint16_t codePage = 1252;
   std::uint16_t sortLanguage = 0x0409;  ///< of texts in new columns
   std::uint8_t sortVersion = 0;
+  std::uint16_t orderMark = 1;  ///< Jet 3: what stands before the language in every column too; 0 in files of early releases
   double created = 0;
   std::string password;             ///< its field, UTF-16LE or ANSI, zeros behind it; empty: none
   std::uint32_t encryptionKey = 0;  ///< of the pages; 0: they are plain

@@ -144,7 +144,7 @@ Column DefineColumn(const SystemColumn& source, const FileHeader& header, std::u
   column.length = LengthOf(source.type, codePage != 0);
   column.flags = static_cast<std::uint8_t>(kSystemFlag | Column::kNullable | (source.sid ? kSidFlag : 0));
   column.sort = {low(header.sortLanguage), high(header.sortLanguage), 0, 0};
-  if (codePage != 0) column.unknown = {1, 0, low(codePage), high(codePage)};
+  if (codePage != 0) column.unknown = {low(header.orderMark), high(header.orderMark), low(codePage), high(codePage)};
   return column;
 }
 
@@ -330,6 +330,7 @@ void CreateEmptyFile(FileSystem& files, const std::string& path, const NewFile& 
     engine.header = FileHeader::ForNewFile(file.version, file.sortLanguage, file.encoded ? NewPageKey() : 0);
     if (file.version == 3 && file.codePage != 0) engine.header.codePage = file.codePage;
     if (file.ace) engine.header.release = FileHeader::kAccess2007;
+    engine.header.orderMark = file.orderMark;
     engine.sharing = std::make_unique<Sharing>();
     engine.pager = std::make_unique<Pager>(files, working, files.Open(working, FileMode::kCreateNew), engine.header.pageSize, kCacheBytes,
                                            *engine.sharing, false);

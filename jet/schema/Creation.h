@@ -13,6 +13,7 @@ struct NewFile {
   std::uint16_t sortLanguage = 0x0409;  ///< in whose order its texts go
   bool ace = false;                     ///< an .accdb of Access 2007; its pages lie as they are, and it has no password
   std::uint16_t codePage = 0;           ///< of its texts, in Access 97; 0: the one in which the language is written
+  std::uint16_t orderMark = 1;          ///< see FileHeader
   bool encoded = false;                 ///< its pages are, under a key of their own
   std::string password = {};            ///< UTF-8; empty: none
 };

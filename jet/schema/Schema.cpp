@@ -63,6 +63,7 @@ TableDefinition Schema::BuildTable(Engine& engine, PageNumber page, const TableS
   if (spec.indexes.size() > TableDefinition::kMaxTrees) throw Error(ErrorCode::kLimit, "A table has at most 32 indexes");
   TableDefinition definition;
   definition.codePage = engine.CodePage();
+  definition.orderMark = engine.header.orderMark;
   definition.pages = {page};
   definition.ownedMap = NewMapRow(pager, 0);
   definition.freeMap = NewMapRow(pager, definition.ownedMap);

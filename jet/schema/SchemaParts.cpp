@@ -76,11 +76,12 @@ std::array<std::uint8_t, 2> BytesOf(std::uint16_t number) {
   return {static_cast<std::uint8_t>(number), static_cast<std::uint8_t>(number >> 8)};
 }
 
-void SetType(Column& stored, const ColumnDef& column, std::uint16_t codePage) {
+void SetType(Column& stored, const ColumnDef& column, const TableDefinition& definition) {
+  const std::uint16_t codePage = definition.codePage, mark = definition.orderMark;
   stored.type = column.type;
   stored.codePage = codePage;
   stored.sort = {0x09, 0x04, 0, 0};
-  if (codePage != 0) stored.unknown = {0, 0, BytesOf(codePage)[0], BytesOf(codePage)[1]};
+  if (codePage != 0) stored.unknown = {BytesOf(mark)[0], BytesOf(mark)[1], BytesOf(codePage)[0], BytesOf(codePage)[1]};
   if (stored.IsText())
     stored.sort = {BytesOf(column.sortLanguage)[0], BytesOf(column.sortLanguage)[1], 0,
                    codePage != 0 ? std::uint8_t{0} : column.sortVersion};
@@ -154,7 +155,7 @@ void AppendColumn(PageStore& store, TableDefinition& definition, const ColumnDef
   if (definition.maxColumns >= TableDefinition::kMaxColumns) throw Error(ErrorCode::kLimit, "A table has at most 255 columns");
   Column stored;
   stored.name = column.name;
-  SetType(stored, column, definition.codePage);
+  SetType(stored, column, definition);
   stored.number = stored.numberAgain = definition.maxColumns;
   // The place in the design goes behind all others: other programs count places from 1, or leave gaps.
   for (const auto& other : definition.columns) {

@@ -170,6 +170,7 @@ class Parser {
       column.length = reader_.U16();
     }
     for (auto& column : result_.columns) column.name = Name();
+    if (jet3_ && !result_.columns.empty()) result_.orderMark = Load16(std::as_bytes(std::span(result_.columns[0].unknown)).data());
   }
 
   void ReadTrees() {

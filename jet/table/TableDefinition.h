@@ -87,7 +87,7 @@ struct TableDefinition {
     std::array<std::uint8_t, 4> sort{};  ///< text, memo: u16 language, u8, u8 version; numeric: precision, scale
     std::uint8_t flags = 0;
     std::uint8_t extraFlags = 0;
-    std::array<std::uint8_t, 4> unknown{};  ///< Jet 3: a word that is 1 in system tables, the code page
+    std::array<std::uint8_t, 4> unknown{};  ///< Jet 3: the mark of the order, the code page
     std::uint16_t fixedOffset = 0;
     std::uint16_t length = 0;
     Shape shape = Shape::kPlain;  ///< not in the file: see RowLayout::Reshape
@@ -149,6 +149,7 @@ struct TableDefinition {
 
   std::vector<PageNumber> pages;  ///< of the definition, in order
   std::uint16_t codePage = 0;     ///< of the names, in Jet 3; 0: the definition is one of Jet 4
+  std::uint16_t orderMark = 0;    ///< Jet 3: that of its columns, the header's
   std::uint32_t magic = kMagic;
   std::uint32_t rowCount = 0;
   std::uint32_t autoNumber = 0;

@@ -52,6 +52,26 @@ TEST_F(Access97, TheSystemTablesAreThoseOfRealFiles) {
   }
 }
 
+/// In real files one word stands before the language of the header and of every column: 1, or 0 in all places.
+TEST_F(Access97, TheMarkOfTheOrderIsOneForTheWholeFile) {
+  Texts({Column("A", ColumnType::kText, 20), Column("B", ColumnType::kLong)});
+  const auto marks = [&](Database& database) {
+    const TableDefinition system = TableDefinition::Read(*database.Internals().pager, 2, 1252);
+    std::vector<int> found{database.Internals().header.orderMark};
+    for (const auto& column : system.columns) found.push_back(column.unknown[0] | column.unknown[1] << 8);
+    for (const auto& column : database.OpenTable("Texts").Core().Definition().columns)
+      found.push_back(column.unknown[0] | column.unknown[1] << 8);
+    std::sort(found.begin(), found.end());
+    found.erase(std::unique(found.begin(), found.end()), found.end());
+    return found;
+  };
+  EXPECT_EQ(marks(*database_), std::vector<int>{1});
+  database_->AddColumn("Texts", Column("C", ColumnType::kMemo));
+  EXPECT_EQ(marks(*database_), std::vector<int>{1});
+  database_->Compact("compact.mdb");
+  EXPECT_EQ(marks(*world_.Open("compact.mdb")), std::vector<int>{1});
+}
+
 /// Offsets of one byte and the jumps where the 256s are passed: every length around them.
 TEST_F(Access97, RowsOfEveryLengthReadBack) {
   Table& table = Texts({Column("A", ColumnType::kText, 255), Column("B", ColumnType::kText, 255), Column("C", ColumnType::kText, 255)});
