@@ -70,6 +70,8 @@ void SetAsStored(Column& stored, const ColumnDef& column) {
   if (!column.asStored) return;
   if (column.type != ColumnType::kBoolean && !stored.IsLong())
     stored.flags = static_cast<std::uint8_t>((stored.flags & ~Column::kFixed) | (column.flags & Column::kFixed));
+  // In Jet 3 that flag stands on columns of any kind and is no counter's.
+  if (stored.codePage != 0) stored.flags |= static_cast<std::uint8_t>(column.flags & Column::kAutoGuid);
 }
 
 std::array<std::uint8_t, 2> BytesOf(std::uint16_t number) {

@@ -21,7 +21,7 @@ namespace {
 void Redefine(Database& database, const std::string& table, const std::function<void(TableDefinition&)>& change) {
   Transaction transaction(database);
   Pager& pager = *database.Internals().pager;
-  TableDefinition definition = TableDefinition::Read(pager, database.OpenTable(table).DefinitionPage(), 0);
+  TableDefinition definition = TableDefinition::Read(pager, database.OpenTable(table).DefinitionPage(), database.Internals().CodePage());
   change(definition);
   definition.Write(pager);
   pager.ChangeGeneration();
@@ -156,6 +156,35 @@ TEST(Traps, IndexesStandInTheOrderOfTheirNames) {
     EXPECT_EQ(index.cascadeDeletes, 4);
   }
   EXPECT_EQ(names, (std::vector<std::string>{"Alpha", "beta", "NAME", "PrimaryKey", "zed"}));
+}
+
+// In files of Access 97 the flag of counting GUIDs stands on ordinary columns of several types.
+TEST(Traps, AFlagOfAccess97WhoseMeaningIsNotKnownIsKept) {
+  World world;
+  const auto database = world.Create("test.mdb", 3);
+  TableSpec spec = PeopleTable();
+  spec.columns.push_back(Column("Key", ColumnType::kGuid));
+  database->CreateTable(spec);
+  Redefine(*database, "People", [](TableDefinition& definition) {
+    for (auto& column : definition.columns) column.flags |= 0x40;
+  });
+  const auto flagged = [](Database& file) {
+    std::string names;
+    Table& table = file.OpenTable("People");
+    auto row = Person("n");
+    row.emplace_back();
+    EXPECT_TRUE(table.Read(table.Insert(std::span<const Value>(row))).value()[5].IsNull());
+    for (const auto& column : table.Columns()) EXPECT_EQ(column.autoNumber, column.name == "Id") << column.name;
+    for (const auto& column : table.Core().Definition().columns) names += (column.flags & 0x40) != 0 ? column.name + " " : "";
+    return names;
+  };
+  const std::string all = flagged(*database);
+  database->AddColumn("People", Column("New", ColumnType::kLong));
+  EXPECT_EQ(all.find("New"), std::string::npos);
+  database->DropColumn("People", "New");
+  database->Compact("compact.mdb");
+  EXPECT_EQ(flagged(*world.Open("compact.mdb")), all);
+  EXPECT_EQ(all, "Id Name Note Flag Amount Key ");
 }
 
 TEST(Traps, ThePasswordIsMaskedByTheDayOfCreation) {
