@@ -133,7 +133,8 @@ std::unique_ptr<Database> Database::Create(const std::string& path, const OpenOp
     throw Error(ErrorCode::kUnsupported,
                 "\"" + path + "\" would be a database of Access 2007 or later (.accdb): a new one has no password and no encoded pages");
   if (file.ace && version == 3)
-    throw Error(ErrorCode::kUnsupported, "\"" + path + "\" would be a database of Access 2007 or later (.accdb), and one of Access 97 is asked for");
+    throw Error(ErrorCode::kUnsupported,
+                "\"" + path + "\" would be a database of Access 2007 or later (.accdb), and one of Access 97 is asked for");
   CreateEmptyFile(files, path, file);
   OpenOptions opening = options;
   opening.mode = OpenMode::kExclusive;

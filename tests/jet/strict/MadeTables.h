@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "jet/Database.h"
@@ -19,5 +20,12 @@ void MakeStructure(Database& database);
 void MakeLarge(Database& database, int count);
 /// Keys of 500 and more bytes: few to a page, so that trees are deep.
 void MakeDeep(Database& database);
+
+/// Rows of every length that a page takes, whose values end about each multiple of 256.
+void MakeJumps(Database& database);
+/// A little of every structure: long rows, long values in all forms, an index with prefixes, properties.
+void MakeMixed(Database& database);
+/// A long value of so many bytes and smaller ones: maps of pages by reference.
+void MakeHuge(Database& database, std::size_t bytes);
 
 }  // namespace jet::tests

@@ -29,6 +29,9 @@ namespace fs = std::filesystem;
 
 constexpr char kPath[] = "/file.mdb";
 constexpr char kPassword[] = "Sésame \U0001F511 20 units.";
+constexpr char kPassword97[] = "Sésame à 20 lettres.";
+
+const char* PasswordOf(int version) { return version == 3 ? kPassword97 : kPassword; }
 
 /// Files are made in memory, where nothing waits for a disk.
 void Save(const MemoryFileSystem& files, const std::string& name, const fs::path& target) {
@@ -47,7 +50,7 @@ void SaveBoth(MemoryFileSystem& files, const OpenOptions& options, const fs::pat
 }
 
 void MakeHistory(const OpenOptions& options, unsigned seed, int steps, const WorkloadLimits& limits) {
-  auto database = Database::Create(kPath, options);
+  auto database = Database::Create(kPath, options, {}, limits.version);
   Workload workload(seed, limits);
   for (int step = 0; step < steps; ++step) {
     workload.Step(*database);
@@ -60,14 +63,14 @@ void MakeHistory(const OpenOptions& options, unsigned seed, int steps, const Wor
 }
 
 /// The power goes in the middle of a transaction; what the next opening makes of it is kept.
-void MakeCuts(const fs::path& folder) {
+void MakeCuts(const fs::path& folder, const std::string& prefix, const WorkloadLimits& limits) {
   using Disk = std::map<std::string, std::vector<std::byte>>;
   MemoryFileSystem files;
   OpenOptions options;
   options.fileSystem = &files;
-  Workload workload(11, {3, 60, 20000, true, false});
+  Workload workload(11, limits);
   {
-    auto database = Database::Create(kPath, options);
+    auto database = Database::Create(kPath, options, {}, limits.version);
     for (int i = 0; i < 300; ++i) workload.Step(*database);
   }
   Disk start;
@@ -91,7 +94,7 @@ void MakeCuts(const fs::path& folder) {
     for (const auto& [name, bytes] : disk) after.SetContent(name, bytes);
     options.fileSystem = &after;
     Database::Open(kPath, options).reset();
-    Save(after, kPath, folder / ("made-cut-" + std::to_string(cut) + ".mdb"));
+    Save(after, kPath, folder / (prefix + std::to_string(cut) + ".mdb"));
   }
 }
 
@@ -143,7 +146,7 @@ void ChangeSample(const OpenOptions& options, unsigned seed) {
   MakeRelations(*database, "Added ");
   TableSpec spec;
   spec.name = "Added table";
-  spec.columns = AllTypes();
+  spec.columns = AllTypes(database->FormatVersion());
   spec.indexes = {PrimaryKey("Id"), IndexOf("Words", {{"Words", false}})};
   database->CreateTable(spec);
   Exercise(*database, spec.name, random, 300);
@@ -153,35 +156,66 @@ void ChangeSample(const OpenOptions& options, unsigned seed) {
   database->DropTable(spec.name);
 }
 
-void Make(const fs::path& folder, const std::string& name, const std::function<void(const OpenOptions&)>& work) {
+void Make(const fs::path& folder, const std::string& name, const std::function<void(const OpenOptions&)>& work, int version = 4) {
   MemoryFileSystem files;
   OpenOptions options;
   options.fileSystem = &files;
-  options.password = kPassword;
+  options.password = PasswordOf(version);
   work(options);
   SaveBoth(files, options, folder, name);
 }
 
-void MakeNew(const fs::path& folder, const std::string& name, const std::function<void(Database&)>& work,
-             const Protection& protection = {}) {
-  Make(folder, "made-" + name, [&](const OpenOptions& options) { work(*Database::Create(kPath, options, protection)); });
+void MakeNew(const fs::path& folder, const std::string& name, const std::function<void(Database&)>& work, const Protection& protection = {},
+             int version = 4) {
+  const auto create = [&](const OpenOptions& options) { work(*Database::Create(kPath, options, protection, version)); };
+  Make(folder, (version == 3 ? "made-97-" : "made-") + name, create, version);
 }
 
-void MakeAll(const fs::path& folder, const std::vector<std::string>& samples) {
-  MakeNew(folder, "empty", [](Database&) {});
-  MakeNew(folder, "types", MakeAllTypes);
-  MakeNew(folder, "long", MakeLongValues);
-  MakeNew(folder, "relations", [](Database& database) { MakeRelations(database); });
-  MakeNew(folder, "structure", MakeStructure);
-  MakeNew(folder, "encoded", MakeLongValues, {.encoded = true});
-  MakeNew(folder, "locked", [](Database& database) { MakeRelations(database); }, {.password = kPassword, .encoded = true});
-  MakeNew(folder, "deep", MakeDeep);
-  MakeNew(folder, "large", [](Database& database) { MakeLarge(database, 120000); });
-  for (unsigned seed = 1; seed <= 6; ++seed)
-    Make(folder, "made-history-" + std::to_string(seed), [&](const OpenOptions& options) {
-      MakeHistory(options, seed, 5000, {4, seed * 100, 20000, true, seed % 2 == 0});
-    });
-  MakeCuts(folder);
+/// What both formats are made for.
+void MakeOf(const fs::path& folder, int version) {
+  const auto make = [&](const std::string& name, const std::function<void(Database&)>& work, const Protection& protection = {}) {
+    MakeNew(folder, name, work, protection, version);
+  };
+  const auto relations = [](Database& database) { MakeRelations(database); };
+  make("empty", [](Database&) {});
+  make("types", MakeAllTypes);
+  make("long", MakeLongValues);
+  make("relations", relations);
+  make("structure", MakeStructure);
+  make("mixed", MakeMixed);
+  make("jumps", MakeJumps);
+  make("encoded", MakeLongValues, {.encoded = true});
+  make("locked", relations, {.password = PasswordOf(version), .encoded = true});
+  make("password", relations, {.password = PasswordOf(version)});
+  make("deep", MakeDeep);
+}
+
+/// Files whose content was made in the other format.
+void MakeConverted(const fs::path& folder) {
+  constexpr char kOther[] = "/other.mdb";
+  for (const int version : {3, 4}) {
+    MemoryFileSystem files;
+    OpenOptions options;
+    options.fileSystem = &files;
+    const auto database = Database::Create(kPath, options, {}, version == 3 ? 4 : 3);
+    MakeRelations(*database);
+    MakeJumps(*database);
+    database->Compact(kOther, {}, version);
+    Save(files, kOther, folder / (std::string("made-converted-to-") + (version == 3 ? "97" : "2000") + ".mdb"));
+  }
+}
+
+void MakeHistories(const fs::path& folder, const std::string& prefix, unsigned first, unsigned last, int steps, int version) {
+  for (unsigned seed = first; seed <= last; ++seed) {
+    WorkloadLimits limits{4, seed * 100, 20000, true, seed % 2 == 0};
+    limits.version = version;
+    const auto make = [&](const OpenOptions& options) { MakeHistory(options, seed, steps, limits); };
+    Make(folder, prefix + std::to_string(seed), make, version);
+  }
+}
+
+/// Copies of real files: one compacted at once, one changed and that one compacted.
+void MakeLike(const fs::path& folder, const std::vector<std::string>& samples) {
   for (std::size_t i = 0; i < samples.size(); ++i) {
     std::ifstream stream(samples[i], std::ios::binary);
     const std::string content(std::istreambuf_iterator<char>(stream), {});
@@ -197,6 +231,24 @@ void MakeAll(const fs::path& folder, const std::vector<std::string>& samples) {
     ChangeSample(options, static_cast<unsigned>(100 + i));
     SaveBoth(files, options, folder, "like-" + std::to_string(i));
   }
+}
+
+void MakeAll(const fs::path& folder, const std::vector<std::string>& samples) {
+  const auto large = [](int count) { return [count](Database& database) { MakeLarge(database, count); }; };
+  MakeOf(folder, 4);
+  MakeNew(folder, "large", large(120000));
+  MakeHistories(folder, "made-history-", 1, 6, 5000, 4);
+  const WorkloadLimits limits{3, 60, 20000, true, false};
+  MakeCuts(folder, "made-cut-", limits);
+  MakeOf(folder, 3);
+  MakeNew(folder, "large", large(40000), {}, 3);
+  // More pages than one page of bits tells of.
+  const auto huge = [](Database& database) { MakeHuge(database, 40'000'000); };
+  MakeNew(folder, "huge", huge, {}, 3);
+  MakeHistories(folder, "made-97-history-", 7, 9, 3000, 3);
+  MakeCuts(folder, "made-97-cut-", As97(limits));
+  MakeConverted(folder);
+  MakeLike(folder, samples);
 }
 
 }  // namespace

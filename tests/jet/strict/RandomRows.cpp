@@ -19,12 +19,15 @@ IndexSpec IndexOf(std::string name, std::vector<IndexSpec::Part> parts) {
   return index;
 }
 
-std::string RandomText(Random& random, std::size_t longest, bool wide) {
+std::string RandomText(Random& random, std::size_t longest, bool wide, int version) {
   static const char* const kPieces[] = {"a", "B", "é", "È", " ", "-", "'", "1", "ß", "Æ", "ü", "z", "_", "\xC2\xAD", "ç", "\t", "/", "ñ"};
   static const char* const kWide[] = {"日", "あ", "ァ", "e\xCC\x81", "œ", "ﬁ", "€", "Ж", "ش", "𝄞", "\xE2\x80\x93", "ｱ"};
+  static const char* const kAnsi[] = {"œ", "Œ", "€", "Š", "ž", "Ÿ", "…", "’", "\xE2\x80\x93", "ø", "Þ", "¼"};
+  static_assert(std::size(kWide) == std::size(kAnsi));
+  const auto& rare = version == 3 ? kAnsi : kWide;
   std::string text;
   for (std::size_t i = Below(random, longest + 1); i != 0; --i)
-    text += wide && Below(random, 3) == 0 ? kWide[Below(random, std::size(kWide))] : kPieces[Below(random, std::size(kPieces))];
+    text += wide && Below(random, 3) == 0 ? rare[Below(random, std::size(rare))] : kPieces[Below(random, std::size(kPieces))];
   return text;
 }
 
@@ -39,7 +42,7 @@ std::string Cut(const std::string& text, std::size_t units) {
   return text;
 }
 
-std::vector<ColumnDef> AllTypes() {
+std::vector<ColumnDef> AllTypes(int version) {
   std::vector<ColumnDef> columns = {
       Counter("Id"),
       Column("Yes", ColumnType::kBoolean),
@@ -64,12 +67,13 @@ std::vector<ColumnDef> AllTypes() {
   columns[15].precision = 28;
   columns[15].scale = 3;
   columns[16].fixedLength = columns[17].fixedLength = true;
+  if (version == 3) columns.erase(columns.begin() + 15);
   return columns;
 }
 
 namespace {
 
-Value RandomValue(Random& random, const ColumnDef& column) {
+Value RandomValue(Random& random, const ColumnDef& column, int version) {
   if (column.type != ColumnType::kBoolean && Below(random, 8) == 0) return Value();
   const auto number = static_cast<std::int32_t>(random());
   switch (column.type) {
@@ -100,9 +104,9 @@ Value RandomValue(Random& random, const ColumnDef& column) {
       return Value(std::move(bytes));
     }
     case ColumnType::kText:
-      return Value(Cut(RandomText(random, column.size, Below(random, 4) == 0), column.size));
+      return Value(Cut(RandomText(random, column.size, Below(random, 4) == 0, version), column.size));
     case ColumnType::kMemo:
-      return Value(RandomText(random, Below(random, 4) == 0 ? 9000 : 60, Below(random, 3) == 0));
+      return Value(RandomText(random, Below(random, 4) == 0 ? 9000 : 60, Below(random, 3) == 0, version));
     case ColumnType::kGuid: {
       Guid guid;
       for (auto& byte : guid.bytes) byte = static_cast<std::uint8_t>(random() % 4);
@@ -135,18 +139,18 @@ bool IsOfARule(ErrorCode code) {
   }
 }
 
-void InsertOne(Table& table, Random& random, std::vector<RowId>& rows, std::vector<Value>& values) {
+void InsertOne(Table& table, Random& random, int version, std::vector<RowId>& rows, std::vector<Value>& values) {
   values.clear();
-  for (const ColumnDef& column : table.Columns()) values.push_back(column.autoNumber ? Value() : RandomValue(random, column));
+  for (const ColumnDef& column : table.Columns()) values.push_back(column.autoNumber ? Value() : RandomValue(random, column, version));
   rows.push_back(table.Insert(std::span<const Value>(values)));
 }
 
-void UpdateOne(Table& table, Random& random, const std::vector<RowId>& rows, std::vector<Value>& values) {
+void UpdateOne(Table& table, Random& random, int version, const std::vector<RowId>& rows, std::vector<Value>& values) {
   std::vector<Assignment> assignments;
   values.resize(table.Columns().size());
   for (std::size_t i = 0; i < values.size(); ++i) {
     if (table.Columns()[i].autoNumber || Below(random, 2) == 0) continue;
-    values[i] = RandomValue(random, table.Columns()[i]);
+    values[i] = RandomValue(random, table.Columns()[i], version);
     assignments.push_back({i, &values[i], nullptr});
   }
   table.Update(rows[Below(random, rows.size())], std::span<const Assignment>(assignments));
@@ -169,9 +173,9 @@ void Exercise(Database& database, const std::string& name, Random& random, std::
     const std::size_t choice = Below(random, 10);
     try {
       if (choice < 6 || rows.empty()) {
-        InsertOne(table, random, rows, values);
+        InsertOne(table, random, database.FormatVersion(), rows, values);
       } else if (choice < 9) {
-        UpdateOne(table, random, rows, values);
+        UpdateOne(table, random, database.FormatVersion(), rows, values);
       } else {
         DeleteOne(table, random, rows);
       }

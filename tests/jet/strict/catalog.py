@@ -1,9 +1,11 @@
 """System tables and property blobs against each other and against the tables."""
 import struct
 
-from pages import Damaged, u16, u32
+from formats import Damaged, u16, u32
+from keys import UnknownOrder, column_key
 
 TABLES, DATABASES, RELATIONSHIPS, MSYSDB, ROOT = 0x0F000001, 0x0F000002, 0x0F000003, 0x10000000, 0x0F000000
+SYSTEM_TABLES = ("MSysObjects", "MSysACEs", "MSysQueries", "MSysRelationships")
 FIXED = {
     TABLES: (ROOT, "Tables", 3), DATABASES: (ROOT, "Databases", 3), RELATIONSHIPS: (ROOT, "Relationships", 3),
     MSYSDB: (DATABASES, "MSysDb", 2), 2: (TABLES, "MSysObjects", 1), 3: (TABLES, "MSysACEs", 1), 4: (TABLES, "MSysQueries", 1),
@@ -17,9 +19,10 @@ def text(units):
     return None if units is None else struct.pack(f"<{len(units)}H", *units).decode("utf-16-le", "surrogatepass")
 
 
-def parse_properties(blob):
+def parse_properties(blob, file):
     """{column name (empty: the object): {property: (type, ddl, value)}}"""
-    if blob[:4] != b"MR2\0":
+    decoded = lambda raw: file.format.property_text(raw, file)
+    if blob[:4] != file.format.properties:
         raise Damaged(f"a property map begins with {blob[:4].hex()}")
     names, out, at = [], {}, 4
     blocks = 0
@@ -33,11 +36,11 @@ def parse_properties(blob):
                 raise Damaged("the names of a property map do not come first")
             while at < end:
                 size = u16(blob, at)
-                names.append(blob[at + 2 : at + 2 + size].decode("utf-16-le"))
+                names.append(decoded(blob[at + 2 : at + 2 + size]))
                 at += 2 + size
         elif kind in (0, 1):
             head, size = u32(blob, at), u16(blob, at + 4)
-            name = blob[at + 6 : at + 6 + size].decode("utf-16-le")
+            name = decoded(blob[at + 6 : at + 6 + size])
             if head != 6 + size or (kind == 0) != (name == ""):
                 raise Damaged(f"the head of a property block has {head} bytes, the name {size}, kind {kind}")
             if name in out:
@@ -84,6 +87,9 @@ class Catalog:
     def check(self):
         for id_, (parent, name, kind) in FIXED.items():
             row = self.objects.get(id_)
+            if row and name in SYSTEM_TABLES[1:] and not self.file.made and text(row["Name"]) in SYSTEM_TABLES[1:] and text(row["Name"]) != name:
+                self.file.note(f"page {id_} is the definition of {text(row['Name'])}")
+                name = text(row["Name"])
             if row is None or (row["ParentId"], text(row["Name"]), row["Type"]) != (parent, name, kind) or row["Flags"] != SYSTEM:
                 self.report(f"the object {id_:#x} is not as it must be: {row}")
         for id_, row in self.objects.items():
@@ -128,7 +134,7 @@ class Catalog:
             self.report(f"{what} has the flags {row['Flags']:#x}")
         if row["LvProp"] is not None:
             try:
-                blocks, unused = parse_properties(row["LvProp"])
+                blocks, unused = parse_properties(row["LvProp"], self.file)
             except (Damaged, struct.error, UnicodeDecodeError) as error:
                 self.report(f"{what}: {error}")
                 return
@@ -145,7 +151,7 @@ class Catalog:
             for title, (kind, ddl, value) in entries.items():
                 if kind in SIZES and len(value) not in SIZES[kind]:
                     self.report(f"{what}: {name}.{title} of type {kind} has {len(value)} bytes")
-                if kind in (10, 12) and len(value) % 2:
+                if kind in (10, 12) and len(value) % 2 and not self.file.format.odd_property_text:
                     self.report(f"{what}: {name}.{title} is a text of {len(value)} bytes")
                 if kind == 1 and value[:1] not in (b"\0", b"\1", b"\xff"):
                     self.report(f"{what}: {name}.{title} is {value.hex()}")
@@ -176,6 +182,8 @@ class Catalog:
         engine, admin = self.objects[TABLES]["Owner"], self.objects[MSYSDB]["Owner"]
         if len(engine) == 2 and len(admin) == 2 and bytes(a ^ b for a, b in zip(engine, admin)) != b"\x01\x02":
             self.report(f"the accounts {engine.hex()} and {admin.hex()} have no common key")
+        if self.file.format.clear_accounts and (engine, admin) != (b"\2\3", b"\3\1"):
+            self.softly(f"the accounts are {engine.hex()} and {admin.hex()}")
         if self.file.made:
             self.check_inherited(admin)
             accounts = {bytes(a ^ b for a, b in zip(admin, x)) for x in (b"\0\0", b"\1\2", b"\1\5", b"\1\0")}
@@ -282,12 +290,16 @@ class Catalog:
                     self.report(f'"{index.name}" of {table.name} belongs to no relationship')
 
     def check_references(self, what, child, child_columns, parent, parent_columns):
-        from keys import column_key
+        plain = False
 
         def key(table, columns, row):
-            return tuple(column_key(table.by_number[n].kind, row[n], False) for n in columns)
+            return tuple(column_key(table.by_number[n].kind, row[n], False, None if plain else table.by_number[n]) for n in columns)
 
-        there = {key(parent, parent_columns, row) for row in parent.values.values()}
+        try:
+            there = {key(parent, parent_columns, row) for row in parent.values.values()}
+        except UnknownOrder:
+            plain = True
+            there = {key(parent, parent_columns, row) for row in parent.values.values()}
         for pointer, row in child.values.items():
             if any(row[n] is None for n in child_columns):
                 continue

@@ -1,9 +1,12 @@
-"""Keys of index entries, composed from values; the codes of texts come from the published table of the "General" order."""
+"""Keys of index entries, composed from values; the codes of texts come from the published tables of the "General" orders."""
 import lzma
 import os
 import struct
 
+from formats import Jet3, code_page, u16
+
 _codes = None
+_codes_97 = None
 
 
 def codes():
@@ -18,6 +21,18 @@ def codes():
                 _, kind, inline, extra, flag, code = (line.rstrip("\n").split("\t") + [""] * 6)[:6]
                 _codes.append((kind, bytes.fromhex(inline), bytes.fromhex(extra), int(flag or 0), bytes.fromhex(code)))
     return _codes
+
+
+def codes_97():
+    """For each byte of Access 97 texts: (codes, how many of them are counted, weight)."""
+    global _codes_97
+    if _codes_97 is None:
+        path = os.path.join(os.path.dirname(os.path.abspath(__file__)), "access_97_order.tsv")
+        with open(path, encoding="ascii") as lines:
+            next(lines)
+            fields = [line.rstrip("\n").split("\t") for line in lines]
+        _codes_97 = [(bytes.fromhex(codes_), int(counted), int(weight or "0", 16)) for _, codes_, counted, weight in fields]
+    return _codes_97
 
 
 class UnknownOrder(Exception):
@@ -139,6 +154,31 @@ def text_key(units, descending, order=GENERAL, once=False):
     return _text_keys[key]
 
 
+def text_body_97(raw):
+    """The key of an Access 97 text without its flag: codes of its bytes, then 00 or a row of half bytes, the first and the last of them 0."""
+    codes_, halves, pending = bytearray(), [0], 0
+    for byte in raw[:255].rstrip(b" "):
+        inline, counted, weight = codes_97()[byte]
+        codes_ += inline
+        if weight:
+            halves += [2] * pending + [weight]
+            pending = 0
+        else:
+            pending += counted
+    if len(halves) == 1:
+        return bytes(codes_) + b"\0"
+    halves += [0] * (1 + (len(halves) + 1) % 2)
+    return bytes(codes_) + bytes(high << 4 | low for high, low in zip(halves[::2], halves[1::2]))
+
+
+def text_key_97(units, descending, column):
+    language, page = u16(column.sort, 0), u16(column.sort, 2)
+    if language != GENERAL or page != 1252:
+        raise UnknownOrder(f"the order {language:04X} of Access 97, code page {page}")
+    body = text_body_97(bytes(code_page(page)[1][unit] for unit in units))
+    return b"\x80" + complement(body) if descending else b"\x7f" + body
+
+
 def binary_groups(data, descending):
     out = bytearray()
     for at in range(0, len(data), 8):
@@ -162,13 +202,15 @@ def order_of(column):
 
 
 def column_key(kind, value, descending, column=None, once=False):
-    """Flag and bytes of one column. The value: None, or as rows.py decodes it."""
+    """Flag and bytes of one column. The value: None, or as values.py decodes it; without a column texts go in the General order."""
     if kind == 1:
         plain = b"\0" if value else b"\xff"
         return b"\x80" + complement(plain) if descending else b"\x7f" + plain
     if value is None:
         return b"\xff" if descending else b"\0"
     flag = b"\x80" if descending else b"\x7f"
+    if kind in (10, 12) and column and column.format is Jet3:
+        return text_key_97(value, descending, column)
     if kind in (10, 12):
         return text_key(value, descending, order_of(column) if column else GENERAL, once)
     if kind in (9, 20):

@@ -1,26 +1,10 @@
-"""Pages, row slots and usage maps of a Jet 4 file, read without any help of the engine."""
+"""Pages, row slots and usage maps of a file, read without any help of the engine."""
 import struct
 
-PAGE = 4096
+from formats import CODE_PAGES, Damaged, Jet3, format_of, u16, u32
+
 LVAL = 0x4C41564C  # "LVAL"
 MASK = bytes.fromhex("c7da396b")  # the key over the head of page 0
-BITMAP_PAGES = (PAGE - 4) * 8
-
-
-class Damaged(Exception):
-    """Something that makes reading on impossible."""
-
-
-def u16(data, at):
-    return struct.unpack_from("<H", data, at)[0]
-
-
-def u32(data, at):
-    return struct.unpack_from("<I", data, at)[0]
-
-
-def i32(data, at):
-    return struct.unpack_from("<i", data, at)[0]
 
 
 def keystream(key, count):
@@ -53,21 +37,21 @@ class Slots:
         if page[0] != 1:
             raise Damaged(f"page {number} should be a data page and is of type {page[0]}")
         self.number, self.page = number, page
-        self.free, self.owner, self.token, count = struct.unpack_from("<HIIH", page, 2)
-        if 14 + 2 * count > PAGE or count > 255:
+        first, above = file.format.slots, file.format.page
+        self.free, self.owner, self.token, count = file.format.data_head(page)
+        if first + 2 * count > above or count > 255:
             raise Damaged(f"page {number} has {count} slots")
         self.rows = []
-        above = PAGE
         for i in range(count):
-            value = u16(page, 14 + 2 * i)
+            value = u16(page, first + 2 * i)
             offset, flags = value & 0x1FFF, value & 0xE000
             if flags & 0x2000:
                 file.report(number, f"slot {i} has the unknown flag 0x2000")
-            if offset > above or offset < 14 + 2 * count:
+            if offset > above or offset < first + 2 * count:
                 raise Damaged(f"page {number}: slot {i} lies at {offset}, the one before at {above}")
             self.rows.append((flags, offset, above - offset))
             above = offset
-        self.lowest = above
+        self.lowest, self.begin = above, first + 2 * count
 
     def bytes(self, slot):
         if slot >= len(self.rows):
@@ -86,10 +70,17 @@ class File:
         self.ace = self.data[4:20] == b"Standard ACE DB\0"
         self.findings, self.notes = [], []
         self.password = ""
-        if len(self.data) % PAGE or not self.data:
-            raise Damaged(f"the length {len(self.data)} is no multiple of {PAGE}")
-        self.count = len(self.data) // PAGE
-        self.key = u32(under(keystream(MASK, 128), self.data[0x18:0x98]), 0x3E - 0x18)
+        self.format = format_of(self.data)
+        size = self.format.page
+        if len(self.data) % size or not self.data:
+            raise Damaged(f"the length {len(self.data)} is no multiple of {size}")
+        self.count, self.bitmap_pages = len(self.data) // size, (size - 4) * 8
+        masked = slice(0x18, 0x18 + self.format.mask)
+        self.header = self.data[:0x18] + under(keystream(MASK, self.format.mask), self.data[masked]) + self.data[masked.stop : size]
+        self.key = u32(self.header, 0x3E)
+        self.code_page = u16(self.header, 0x3C)
+        if not self.code_page and self.format is Jet3:
+            self.code_page = CODE_PAGES.get(u16(self.header, 0x3A), 1252)
         self.decoded = {}
         self.owner = {}
         self.map_rows = {}
@@ -106,11 +97,11 @@ class File:
     def page(self, number):
         if not 0 <= number < self.count:
             raise Damaged(f"page {number} lies outside the file of {self.count} pages")
-        page = self.data[number * PAGE : (number + 1) * PAGE]
+        page = self.data[number * self.format.page : (number + 1) * self.format.page]
         if not self.key or not number or not any(page):  # a page of zeros was never written
             return page
         if number not in self.decoded:
-            self.decoded[number] = under(keystream(struct.pack("<I", self.key ^ number), PAGE), page)
+            self.decoded[number] = under(keystream(struct.pack("<I", self.key ^ number), self.format.page), page)
         return self.decoded[number]
 
     def slots(self, number):
@@ -135,12 +126,12 @@ class File:
             self.report(number, f"the second byte is {slots.page[1]}")
         if slots.owner != owner:
             self.report(number, f"the owner field is {slots.owner:#x} instead of {owner:#x}")
-        expected = slots.lowest - 14 - 2 * len(slots.rows)
+        expected = slots.lowest - slots.begin
         if slots.free != expected:
             self.report(number, f"the free bytes are {slots.free} instead of {expected}")
         if owner != LVAL and slots.token:
             self.report(number, f"bytes 8 to 11 are {slots.token:#x}")
-        if self.made and any(slots.page[14 + 2 * len(slots.rows) : slots.lowest]):
+        if self.made and any(slots.page[slots.begin : slots.lowest]):
             self.report(number, "old bytes in the free space")
         return slots
 
@@ -159,7 +150,7 @@ class File:
             if page != 1:
                 self.claim(page, "usage maps")
                 self.check_data_page(page, 0)
-        if self.made and len(row) != 69:
+        if self.made and len(row) != self.format.map_row:
             self.report(page, f"the map row {slot} of {owner} has {len(row)} bytes")
         return row
 
@@ -188,13 +179,13 @@ class File:
                     if reference and self.made:
                         self.report(where, f"the map of {owner} names the bitmap page {reference}")
                     if unset:
-                        self.untold |= set(range(k * BITMAP_PAGES, min((k + 1) * BITMAP_PAGES, self.count)))
+                        self.untold |= set(range(k * self.bitmap_pages, min((k + 1) * self.bitmap_pages, self.count)))
                     continue
                 self.claim(reference, f"the bitmap of {owner}")
                 bitmap = self.page(reference)
                 if bitmap[:4] != b"\x05\x01\0\0":
                     self.report(reference, f"the bitmap page begins with {bitmap[:4].hex()}")
-                collect(bitmap[4:], k * BITMAP_PAGES, pages)
+                collect(bitmap[4:], k * self.bitmap_pages, pages)
         if not unset:
             beyond = sorted(page for page in pages if page >= self.count)
             if beyond:
@@ -259,19 +250,17 @@ class File:
                 reference = u32(row, 1 + 4 * k)
                 if not 0 < reference < self.count:
                     continue
-                first = max(0, self.count - k * BITMAP_PAGES)
+                first = max(0, self.count - k * self.bitmap_pages)
                 bits = self.page(reference)[4:]
-                for i in range(first, BITMAP_PAGES):
+                for i in range(first, self.bitmap_pages):
                     if not bits[i // 8] >> i % 8 & 1:
-                        text = f"page {k * BITMAP_PAGES + i} beyond the end of the file is not free"
+                        text = f"page {k * self.bitmap_pages + i} beyond the end of the file is not free"
                         (self.report if self.made else lambda p, t: self.note(t))(reference, text)
                         break
         if self.made and self.count > 1 and self.count - 1 in free:
             self.note("the last page of the file is free")
 
     def check_header(self):
-        page = self.page(0)
-        self.header = page[:0x18] + under(keystream(MASK, 128), page[0x18:0x98]) + page[0x98:]
         header = self.header
 
         def want(at, value, what):
@@ -283,29 +272,16 @@ class File:
                 self.report(0, f"the version at 0x14 is {header[0x14:0x18].hex()}")
         else:
             want(0, b"\0\x01\0\0Standard Jet DB\0", "the name of the engine")
-            want(0x14, struct.pack("<I", 1), "the version")
+            want(0x14, struct.pack("<I", self.format.version), "the version")
         want(0x18, struct.pack("<6I", 0x100, 0x101, 2, 3, 4, 5), "the first row pointers and pages")
-        want(0x30, bytes(12), "the gap")
-        want(0x6C, bytes(2), "the gap")
-        if self.made:
-            want(0x6E, b"\x09\x04\0\0", "the text order")
-        want(0x7A, bytes(30), "the gap")
-        want(0x98, struct.pack("<I", 1620), "the constant")
-        want(0x9C, b"4.0\0", "the version's text")
-        want(0xA0, bytes(0xE00 - 0xA0), "the empty part")
-        code_page = u16(header, 0x3C)
-        if not 1250 <= code_page <= 1258:
-            self.report(0, f"the code page is {code_page}")
-        created = struct.unpack_from("<d", header, 0x72)[0]
-        if not 36000 < created < 60000:
-            self.report(0, f"the file was made on day {created}")
-        else:
-            self.password = under(struct.pack("<i", int(created)) * 10, header[0x42:0x6A]).decode("utf-16-le").rstrip("\0")
-            if self.password:
-                self.note("there is a password")
+        if not 1250 <= self.code_page <= 1258:
+            self.report(0, f"the code page is {self.code_page}")
+        self.password = self.format.check_header(self, want)
+        if self.password:
+            self.note("there is a password")
         if self.made:
             want(0x3C, struct.pack("<H", 1252), "the code page")
-            want(0xE00, b"\0\x01" * 256, "the commit bytes")
+            want(self.format.page - 512, b"\0\x01" * 256, "the commit bytes")
         one = self.check_data_page(1, 1)
         if len(one.rows) != 2 or any(flags for flags, _, _ in one.rows):
             self.report(1, f"has {len(one.rows)} rows")

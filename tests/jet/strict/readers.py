@@ -134,7 +134,7 @@ def properties_unseen(file, table, name):
     if not blob:
         return []
     shown = output(["mdb-prop", file.path, name])
-    return [f"{column}.{title}" for column, entries in parse_properties(blob)[0].items() for title in entries if title not in shown]
+    return [f"{column}.{title}" for column, entries in parse_properties(blob, file)[0].items() for title in entries if title not in shown]
 
 
 def beyond_mdb_prop(file):
@@ -149,7 +149,7 @@ def beyond_mdb_prop(file):
 
 def compare_mdbtools(file, beyond):
     """Names, counts, definitions, properties and those values that mdb-export prints whole."""
-    if output(["mdb-ver", file.path]).strip() != "JET4":
+    if output(["mdb-ver", file.path]).strip() != file.format.name:
         file.report(0, "mdb-ver sees another version")
     mine = {table.name: table for table in user_tables(file)}
     listed = [name for name in output(["mdb-tables", "-1", file.path]).split("\n") if name]

@@ -16,10 +16,11 @@ import subprocess
 import sys
 import tempfile
 
+import damages
 import readers
 import strict_check
 import twins
-from pages import PAGE, Damaged
+from formats import Damaged
 
 LARGEST_FOR_READERS = 20 << 20
 
@@ -44,12 +45,13 @@ def blind_spots(path, tries=100):
     """How many single changed bits of pages in use the checker does not see: it must not be silent for want of looking."""
     with open(path, "rb") as stream:
         content = stream.read()
-    used = sorted(strict_check.run(path, True).owner)
+    sound = strict_check.run(path, True)
+    used, size = sorted(sound.owner), sound.format.page
     chance = random.Random(1)
     missed = 0
     with tempfile.NamedTemporaryFile(suffix=".mdb") as changed:
         for _ in range(tries):
-            at = PAGE * chance.choice(used) + chance.randrange(PAGE)
+            at = size * chance.choice(used) + chance.randrange(size)
             damaged = bytearray(content)
             damaged[at] ^= 1 << chance.randrange(8)
             changed.seek(0)
@@ -62,6 +64,24 @@ def blind_spots(path, tries=100):
     return missed
 
 
+def traps(target):
+    """Whether a byte of any kind of structure can change unseen: 1 when it can, or when fewer kinds are there than the files were made with."""
+    seen, missed = set(), []
+    for name, wanted in (("made-mixed", None), ("made-97-mixed", None), ("made-97-huge", "page of bits"), ("made-97-huge", "reference")):
+        passed, kinds = damages.unseen(os.path.join(target, name + ".mdb"), wanted)
+        missed += [f"{name}: {what}" for what in passed]
+        seen |= {(name, kind) for kind in kinds}
+    for what in missed:
+        print(f"damage that passes unnoticed: {what}")
+    for kind in ("an entry of a jump table", "a jump that nothing reaches", "the prefix of a leaf with a prefix", "the child of an entry",
+                 "the pointer of a piece", "the mark of a property map"):
+        if ("made-97-mixed", kind) not in seen:
+            missed.append(kind)
+            print(f"made-97-mixed has no {kind}")
+    print(f"{len(seen)} kinds of damage tried")
+    return int(bool(missed))
+
+
 def main(maker, modules, script):
     samples = []
     folder = os.environ.get("JET_SAMPLES")
@@ -69,7 +89,7 @@ def main(maker, modules, script):
         # A second folder beside the first holds files that other programs have left in unusual states.
         folders = [folder, os.path.join(os.path.dirname(os.path.abspath(folder)), "samples2")]
         found = sorted(path for place in folders for path in glob.glob(os.path.join(place, "**", "*.mdb"), recursive=True))
-        samples = [path for path in found if struct.unpack("<I", open(path, "rb").read(24)[20:])[0] == 1]
+        samples = [path for path in found if struct.unpack("<I", open(path, "rb").read(24)[20:])[0] in (0, 1)]
     else:
         print("JET_SAMPLES is not set: real Access files are not there")
     with tempfile.TemporaryDirectory() as target:
@@ -87,9 +107,11 @@ def main(maker, modules, script):
                 for finding in findings[:20]:
                     print(f"{os.path.basename(path)}: {finding}")
         # Some bits carry only what any value may be: an amount, a date, a count of keys.
-        missed = blind_spots(os.path.join(target, "made-relations.mdb"))
-        print(f"{missed} of 100 changed bits pass unnoticed")
-        failed += missed > 5
+        for name in ("made-relations.mdb", "made-97-relations.mdb"):
+            missed = blind_spots(os.path.join(target, name))
+            print(f"{name}: {missed} of 100 changed bits pass unnoticed")
+            failed += missed > 5
+        failed += traps(target)
         print(f"{len(jobs)} files ({len(samples)} real ones), {failed} with findings; read alike by {compared or 'no other reader'}")
     return 1 if failed or len(jobs) < 20 else 0
 

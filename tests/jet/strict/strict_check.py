@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""A second opinion on Access files: every page, row, key and catalog entry of a Jet 4 file is read and compared again.
+"""A second opinion on Access files: every page, row, key and catalog entry of a Jet 4 or Jet 3 file is read and
+compared again.
 
 Usage: strict_check.py [--made] [--like ORIGINAL] [--notes] file.mdb ...
 
@@ -10,8 +11,10 @@ found there too is none of the change's doing, and pages that belonged to nobody
 import struct
 import sys
 
-from catalog import Catalog, text
-from pages import Damaged, File, u32
+import system
+from catalog import SYSTEM_TABLES, Catalog, text
+from formats import Damaged, u32
+from pages import File
 from tables import COMPLEX, OWNER, Table
 from trees import Walk
 from values import Decoder
@@ -80,11 +83,15 @@ def run(path, made, allowed=0):
     file.tables = {}
     file.check_header()
     rows = {}
-    for page, name in ((2, "MSysObjects"), (3, "MSysACEs"), (4, "MSysQueries"), (5, "MSysRelationships")):
-        table = Table(file, page, name)
-        file.tables[page] = table
+    places = {name: 2 + i for i, name in enumerate(SYSTEM_TABLES)}
+    for name in SYSTEM_TABLES:
+        table = Table(file, places[name], name)
+        file.tables[table.page] = table
+        system.check(table)
         check_table(table)
         rows[name] = named_rows(table)
+        # Where the others begin is what the catalog says, not the header.
+        places.update({text(row["Name"]): row["Id"] for row in rows["MSysObjects"] if row["Type"] == 1 and text(row["Name"]) in places})
     for row in rows["MSysObjects"]:
         if row["Type"] == 1 and row["Id"] not in file.tables:
             try:

@@ -1,54 +1,46 @@
-"""Table definitions, rows and long values of a Jet 4 file."""
+"""Table definitions and rows."""
 import struct
 
-from pages import LVAL, PAGE, Damaged, i32, u16, u32
+from formats import CODE_PAGES, Damaged, u16, u32
 
 LENGTHS = {1: 1, 2: 1, 3: 2, 4: 4, 5: 8, 6: 4, 7: 8, 8: 8, 15: 16, 16: 17}
-KINDS = set(LENGTHS) | {9, 10, 11, 12, 17}
 COMPLEX, BIG_INTEGER, EXTENDED_DATE = 18, 19, 20  # of .accdb files
 LENGTHS |= {COMPLEX: 4, BIG_INTEGER: 8, EXTENDED_DATE: 42}
 CALCULATED, HISTORY, OWNER = 0xC0, 0x20, 0x08
-SYSTEM_STREAMS = {2: 1050, 3: 335, 4: 525, 5: 813}
 
 
 class Column:
-    def __init__(self, block, name):
-        self.block, self.name = block, name
-        self.kind, self.magic, self.number, self.variable, self.again = struct.unpack_from("<BIHHH", block, 0)
-        self.sort, self.flags, self.extra = block[11:15], block[15], block[16]
-        self.rest, self.offset, self.length = struct.unpack_from("<IHH", block, 17)
+    """kind, number, variable, again, sort, flags, extra, offset, length, characters as the format has them; code_page: of a text."""
+
+    def __init__(self, file, block, name):
+        fields, self.wrong = file.format.column(block, file)
+        self.__dict__.update(vars(fields))
+        self.block, self.name, self.format = block, name, file.format
         self.fixed = bool(self.flags & 1)
         self.long = self.kind in (11, 12)
         self.calculated = self.extra & CALCULATED == CALCULATED
         self.counts = self.flags & 4 and self.kind != COMPLEX
+        self.code_page = u16(self.sort, 2) or CODE_PAGES.get(u16(self.sort, 0), file.code_page)
 
 
 class Tree:
-    def __init__(self, block, counts):
+    def __init__(self, file, block, counts):
+        fields, self.wrong = file.format.tree(block)
+        self.__dict__.update(vars(fields))
         self.block, self.counts = block, counts
         self.columns = []
         for i in range(10):
-            number, order = struct.unpack_from("<HB", block, 4 + 3 * i)
+            number, order = struct.unpack_from("<HB", block, self.at + 3 * i)
             if number != 0xFFFF:
                 self.columns.append((number, order))
-        self.map, self.root, self.unknown = struct.unpack_from("<III", block, 34)
-        self.flags, self.tail = block[46], block[47:52]
         self.unique, self.ignore, self.required = self.flags & 1, self.flags & 2, self.flags & 8
 
 
 class Index:
-    def __init__(self, block, name):
+    def __init__(self, file, block, name):
         self.block, self.name = block, name
-        (self.magic, self.number, self.tree, self.side, self.partner, self.partner_page, self.updates, self.deletes, self.kind,
-         self.rest) = struct.unpack("<IIIBiIBBBI", block)
-
-
-def name_at(stream, at):
-    size = u16(stream, at)
-    raw = stream[at + 2 : at + 2 + size]
-    if size % 2 or len(raw) != size or not size:
-        raise Damaged("a name of a definition is broken")
-    return raw.decode("utf-16-le"), at + 2 + size
+        fields, self.wrong = file.format.index(block)
+        self.number, self.tree, self.side, self.partner, self.partner_page, self.updates, self.deletes, self.kind = fields
 
 
 class Table:
@@ -76,11 +68,10 @@ class Table:
             self.pages.append(number)
             file.claim(number, f'the definition of "{self.name}"')
             header = 0 if len(self.pages) == 1 else 8
-            part = min(left, PAGE - header)
+            part = min(left, file.format.page - header)
             stream += page[header : header + part]
             left -= part
-            free = max(0, PAGE - 8 - length) if len(self.pages) == 1 else PAGE - 16 - part
-            free = max(0, free)
+            free = file.format.definition_free(length, part, len(self.pages) == 1)
             if u16(page, 2) != free:
                 self.report(f"the free bytes of a definition page are {u16(page, 2)} instead of {free}", number)
             if file.made and any(page[header + part :]):
@@ -97,39 +88,39 @@ class Table:
 
     def parse(self):
         s = self.stream
-        if u32(s, 12) != 1625:
-            self.report(f"the magic is {u32(s, 12)}")
-        self.row_count, self.last_number = u32(s, 16), i32(s, 20)
-        if s[24] != 1:
-            self.report(f"the counter flag is {s[24]}")
-        self.kind = chr(s[40])
-        if self.kind not in "NS" or (self.kind == "S") != (self.page in SYSTEM_STREAMS):
+        form = self.file.format
+        head, wrong = form.definition(s)
+        for text in wrong:
+            self.report(text)
+        self.row_count, self.last_number, self.kind = head.rows, head.last, head.kind
+        if self.kind not in "NS" or (self.kind == "S") != (self.name in form.system_streams):
             self.report(f"the type is {self.kind!r}")
-        if self.page in SYSTEM_STREAMS and len(s) != SYSTEM_STREAMS[self.page]:
+        if len(s) != form.system_streams.get(self.name, len(s)):
             self.report(f"the definition has {len(s)} bytes")
-        if self.file.made and any(s[25:40]):
-            self.report(f"bytes 25 to 39 are {s[25:40].hex()}")
-        self.max_columns, self.variable_columns, live, logical, real = struct.unpack_from("<HHHII", s, 41)
-        self.owned_map, self.free_map = u32(s, 55), u32(s, 59)
+        if self.file.made and any(head.unknown):
+            self.report(f"bytes 25 to 39 are {head.unknown.hex()}")
+        self.max_columns, self.variable_columns, live, logical, real = head.counts
+        self.owned_map, self.free_map = head.owned, head.free
         if live > 255 or logical > 64 or real > 32 or self.max_columns > 255:
             raise Damaged(f"the definition of {self.name} has impossible counts")
-        at = 63
-        counts = [struct.unpack_from("<III", s, at + 12 * i) for i in range(real)]
-        at += 12 * real
-        blocks = [s[at + 25 * i : at + 25 * i + 25] for i in range(live)]
-        at += 25 * live
+        at = form.definition_head
+        count_size, column_size, tree_size, index_size = form.blocks
+        counts = [form.tree_counts(s, at + count_size * i) for i in range(real)]
+        at += count_size * real
+        blocks = [s[at + column_size * i : at + column_size * (i + 1)] for i in range(live)]
+        at += column_size * live
         self.columns = []
         for block in blocks:
-            name, at = name_at(s, at)
-            self.columns.append(Column(block, name))
-        self.trees = [Tree(s[at + 52 * i : at + 52 * i + 52], counts[i]) for i in range(real)]
-        at += 52 * real
-        blocks = [s[at + 28 * i : at + 28 * i + 28] for i in range(logical)]
-        at += 28 * logical
+            name, at = form.name_at(s, at, self.file)
+            self.columns.append(Column(self.file, block, name))
+        self.trees = [Tree(self.file, s[at + tree_size * i : at + tree_size * (i + 1)], counts[i]) for i in range(real)]
+        at += tree_size * real
+        blocks = [s[at + index_size * i : at + index_size * (i + 1)] for i in range(logical)]
+        at += index_size * logical
         self.indexes = []
         for block in blocks:
-            name, at = name_at(s, at)
-            self.indexes.append(Index(block, name))
+            name, at = form.name_at(s, at, self.file)
+            self.indexes.append(Index(self.file, block, name))
         self.long_maps = {}
         while u16(s, at) != 0xFFFF:
             number, owned, free = struct.unpack_from("<HII", s, at)
@@ -149,12 +140,14 @@ class Table:
     def check_columns(self):
         system = self.kind == "S"
         names, variables, spans = set(), {}, []
+        form = self.file.format
+        longest_text, longest_binary = form.longest_text, form.longest_binary
         for c in self.columns:
             what = f'column "{c.name}"'
-            if c.kind not in KINDS and not self.file.ace or c.calculated and (c.fixed or not self.file.ace):
+            if c.kind not in form.kinds or c.calculated and (c.fixed or not self.file.ace):
                 self.report(f"{what} is of type {c.kind}, flags {c.flags:#x}, {c.extra:#x}")
-            if c.magic != 1625:
-                self.report(f"{what} has the magic {c.magic}")
+            for wrong in c.wrong:
+                self.report(f"{what} has {wrong}")
             if c.name.casefold() in names or len(c.name) > 64:
                 self.report(f"{what}: the name is there twice or too long")
             names.add(c.name.casefold())
@@ -166,18 +159,15 @@ class Table:
                 self.report(f"{what} has the flags {c.flags:#x}")
             if system != bool(c.flags & 0x10) and (system or self.file.made):
                 self.report(f"{what} has the flags {c.flags:#x} in a table of type {self.kind}")
-            if c.flags & 4 and c.kind not in (4, COMPLEX) or c.flags & 0x40 and c.kind != 15 or c.flags & 0x80 and c.kind != 12:
+            if not form.column_flags(c.kind, c.flags, self.file.made):
                 self.report(f"{what} of type {c.kind} has the flags {c.flags:#x}")
             if c.kind in LENGTHS and c.length != LENGTHS[c.kind] and (c.fixed or self.file.made):
                 self.report(f"{what} of type {c.kind} has the length {c.length}")
-            if c.kind == 10 and not c.calculated and (not 0 < c.length <= 510 or c.length % 2) or c.kind == 9 and not 0 < c.length <= 510:
+            longest = None if c.calculated else {9: longest_binary, 10: longest_text}.get(c.kind)
+            if longest and (not 0 < c.length <= longest or c.kind == 10 and c.length != c.characters * form.letter):
                 self.report(f"{what} of type {c.kind} has the length {c.length}")
             if c.long and not c.calculated and (c.length or c.fixed):
                 self.report(f"{what} is long and has the length {c.length}, flags {c.flags:#x}")
-            if c.rest:
-                self.report(f"{what}: bytes 17 to 20 are {c.rest:#x}")
-            if c.kind in (10, 12) and c.sort[2:3] != b"\0":
-                self.report(f"{what} has the order {c.sort.hex()}")
             if c.kind == 16 and not c.calculated and not (1 <= c.sort[0] <= 28 and c.sort[1] <= c.sort[0] and (self.file.ace or not any(c.sort[2:]))):
                 self.report(f"{what} has the precision {c.sort.hex()}")
             if self.file.made and (c.extra & ~1 or c.extra and c.kind not in (10, 12)):
@@ -213,7 +203,7 @@ class Table:
             if two[0] < one[1]:
                 self.report(f"{one[2]} and {two[2]} overlap")
         self.fixed_size = max([end for _, end, _ in spans], default=0)
-        if self.fixed_size > 4060:
+        if self.fixed_size > self.file.format.longest_row:
             self.report(f"the fixed part has {self.fixed_size} bytes")
         numbers = [c.number for c in self.columns]
         by_name = [c.name.lower() for c in self.columns]
@@ -224,24 +214,26 @@ class Table:
 
     def check_indexes(self):
         for i, tree in enumerate(self.trees):
-            if u32(tree.block, 0) != 1923:
-                self.report(f"tree {i} has the magic {u32(tree.block, 0)}")
+            for wrong in tree.wrong:
+                self.report(f"tree {i} {wrong}")
             if not tree.columns or len({number for number, _ in tree.columns}) != len(tree.columns):
                 self.report(f"tree {i} has the columns {tree.columns}")
             gap = False
             for k in range(10):
-                number, order = struct.unpack_from("<HB", tree.block, 4 + 3 * k)
+                number, order = struct.unpack_from("<HB", tree.block, tree.at + 3 * k)
                 if number == 0xFFFF:
                     gap = True
                 elif gap or order > 1:
                     self.report(f"tree {i}: column {k} is {number}, order {order}")
                 elif number not in self.by_number or self.by_number[number].kind in (11, 17):
                     self.report(f"tree {i} is over column {number}")
-            if not tree.flags & 0x80 and self.kind == "N" or tree.flags & ~0x8B:
+            always = self.file.format.tree_flags_always
+            if tree.flags & always != always and self.kind == "N" or tree.flags & ~(0x0B | always):
                 self.report(f"tree {i} has the flags {tree.flags:#x}")
-            complex_ = self.file.ace and any(number in self.by_number and self.by_number[number].kind == COMPLEX for number, _ in tree.columns)
-            if any(tree.tail[complex_:]) or complex_ and tree.tail[0] not in (0, 2):
-                self.report(f"tree {i} ends with {tree.tail.hex()}")
+            if self.file.ace:
+                complex_ = any(number in self.by_number and self.by_number[number].kind == COMPLEX for number, _ in tree.columns)
+                if any(tree.tail[complex_:]) or complex_ and tree.tail[0] not in (0, 2):
+                    self.report(f"tree {i} ends with {tree.tail.hex()}")
             if self.file.made and (tree.unknown or tree.counts[0] or tree.counts[2]):
                 self.report(f"tree {i} has unknown bytes {tree.unknown:#x}, counts {tree.counts}")
             if tree.counts[2]:
@@ -262,8 +254,8 @@ class Table:
             self.report("has two primary keys")
         for index in self.indexes:
             what = f'index "{index.name}"'
-            if index.magic != 1625 or index.rest:
-                self.report(f"{what} has the magic {index.magic}, rest {index.rest}")
+            for wrong in index.wrong:
+                self.report(f"{what} {wrong}")
             if index.tree >= len(self.trees):
                 raise Damaged(f"{self.name}: {what} names tree {index.tree}")
             if index.kind > 2 or index.kind == 1 and not self.trees[index.tree].unique:
@@ -334,9 +326,10 @@ class Table:
         """Number of columns in the row, and for each column number the stored bytes (None: null; Yes/No: the bit)."""
         if len(row) < 2:
             raise Damaged(f"page {page}: a row of {len(row)} bytes")
-        count = u16(row, 0)
+        form = self.file.format
+        count = form.columns_in(row)
         mask_at = len(row) - (count + 7) // 8
-        if not 0 < count <= self.max_columns or mask_at < 2:
+        if not 0 < count <= self.max_columns or mask_at < form.row_head:
             raise Damaged(f"page {page}: a row of {count} columns")
         mask = row[mask_at:]
 
@@ -349,20 +342,21 @@ class Table:
                 self.file.note(f"{self.name}: {text}") if self.file.ace and not self.file.made else self.report(text, page)
         variable, offsets, end_of_fixed = 0, [], mask_at
         if self.variable_columns:
-            variable = u16(row, mask_at - 2)
-            table = mask_at - 4 - 2 * variable
-            if variable > self.variable_columns or table < 2:
+            variable, table = form.trailer(row, mask_at)
+            if variable > self.variable_columns or table < form.row_head:
                 raise Damaged(f"page {page}: a row of {variable} variable columns")
-            offsets = [u16(row, mask_at - 4 - 2 * k) for k in range(variable + 1)]
+            offsets, wrong = form.offsets(row, mask_at, variable)
             if offsets != sorted(offsets) or offsets[-1] > table:
                 raise Damaged(f"page {page}: the offsets of a row are {offsets}, table at {table}")
+            if wrong:
+                self.report(f"a row of {len(row)} bytes: {wrong}", page)
             if offsets[-1] != table and self.file.made:
                 self.report(f"a row has a gap of {table - offsets[-1]} bytes behind its values", page)
             end_of_fixed = offsets[0]
         fixed = max([c.offset + c.length for c in self.columns if c.fixed and c.kind != 1 and c.number < count], default=0)
-        if end_of_fixed < 2 + fixed:
-            self.report(f"the fixed part of a row ends at {end_of_fixed} of {2 + fixed}", page)
-        if self.file.made and len(row) > 4060:
+        if end_of_fixed < form.row_head + fixed:
+            self.report(f"the fixed part of a row ends at {end_of_fixed} of {form.row_head + fixed}", page)
+        if self.file.made and len(row) > form.longest_row:
             self.report(f"a row of {len(row)} bytes", page)
         values = {}
         used = set()
@@ -373,8 +367,8 @@ class Table:
             stored = None
             if c.fixed:
                 if bit(c.number):
-                    stored = row[2 + c.offset : 2 + c.offset + c.length]
-                elif self.file.made and c.number < count and any(row[2 + c.offset : 2 + c.offset + c.length]):
+                    stored = row[form.row_head + c.offset : form.row_head + c.offset + c.length]
+                elif self.file.made and c.number < count and any(row[form.row_head + c.offset : form.row_head + c.offset + c.length]):
                     self.report(f'"{c.name}" is null and its place is not empty', page)
             elif c.variable < variable:
                 used.add(c.variable)

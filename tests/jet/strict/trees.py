@@ -2,10 +2,7 @@
 import struct
 
 from keys import UnknownOrder, column_key
-from pages import PAGE, Damaged, u16, u32
-
-ENTRIES = 480
-ROOM = PAGE - ENTRIES
+from formats import Damaged
 
 
 class Node:
@@ -13,30 +10,29 @@ class Node:
         page = walk.file.page(number)
         self.number, self.leaf = number, page[0] == 4
         report = lambda text: walk.report(text, number)
+        begin, room = walk.file.format.entries, walk.room
         if page[0] not in (3, 4) or page[1] != 1:
             raise Damaged(f"page {number} is no index page: {page[:2].hex()}")
-        self.free, self.owner, self.zero, self.previous, self.next, self.tail, self.prefix, self.level = struct.unpack_from(
-            "<HIIIIIHB", page, 2
-        )
+        self.free, self.owner, self.zero, self.previous, self.next, self.tail, self.prefix, self.level = walk.file.format.index_head(page)
         if self.owner != walk.table.page or self.zero:
             report(f"owner {self.owner}, bytes 8 to 11 {self.zero:#x}")
-        mask = int.from_bytes(page[27:ENTRIES], "little")
+        mask = int.from_bytes(page[walk.file.format.index_bits : begin], "little")
         ends = []
         while mask:
             low = mask & -mask
             ends.append(low.bit_length() - 1)
             mask ^= low
         used = ends[-1] if ends else 0
-        if ends and (ends[0] == 0 or used > ROOM):
+        if ends and (ends[0] == 0 or used > room):
             raise Damaged(f"page {number}: entries end at {ends[:1]} and {used}")
-        if self.free != ROOM - used:
-            report(f"the free bytes are {self.free} instead of {ROOM - used}")
-        if walk.file.made and any(page[ENTRIES + used :]):
+        if self.free != room - used:
+            report(f"the free bytes are {self.free} instead of {room - used}")
+        if walk.file.made and any(page[begin + used :]):
             report("old bytes behind the entries")
-        start, self.entries, first = ENTRIES, [], None
+        start, self.entries, first = begin, [], None
         trailer = 4 if self.leaf else 8
         for end in ends:
-            raw = page[start : ENTRIES + end]
+            raw = page[start : begin + end]
             if first is None:
                 first = raw
                 if self.prefix > max(0, len(raw) - trailer + 3):
@@ -46,7 +42,7 @@ class Node:
             if len(raw) <= trailer:
                 raise Damaged(f"page {number}: an entry of {len(raw)} bytes")
             self.entries.append(raw)
-            start = ENTRIES + end
+            start = begin + end
         if self.leaf and (self.tail or self.level):
             report(f"a leaf with the tail {self.tail}, level {self.level}")
         if not ends and self.prefix:
@@ -59,6 +55,7 @@ class Walk:
     def __init__(self, table, position):
         self.table, self.file, self.position = table, table.file, position
         self.tree = table.trees[position]
+        self.room = self.file.format.page - self.file.format.entries
         self.names = [index.name for index in table.indexes if index.tree == position]
 
     def report(self, text, page):
@@ -194,5 +191,5 @@ class Walk:
                         self.report(f"the key {raw[:-4].hex()} is there twice", self.tree.root)
                     seen.add(raw[:-4])
         for raw, _ in expected:
-            if len(raw) > ROOM - 4:
+            if len(raw) > self.room - 4:
                 self.report(f"an entry of {len(raw)} bytes", self.tree.root)

@@ -71,7 +71,7 @@ def compare(real, copy):
 
     def identity(file):
         # The page key is each file's own.
-        return file.header[0x3C:0x3E] + bytes([file.key != 0]) + file.header[0x42:0x6E] + file.header[0x72:0x7A]
+        return file.format.identity(file.header) + bytes([file.key != 0])
 
     if identity(real) != identity(copy):
         out.append("the header is another one")

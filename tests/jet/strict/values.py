@@ -6,37 +6,11 @@ import math
 import re
 import struct
 
-from pages import LVAL, Damaged, u32
+from formats import Damaged, u32
+from pages import LVAL
 from tables import EXTENDED_DATE
 
 EXTENDED = re.compile(rb"[0-9]{19}:[0-9]{19}:7\0")
-
-
-def units_of(raw):
-    return struct.unpack(f"<{len(raw) // 2}H", raw)
-
-
-def decompress(raw):
-    """The units of a stored text, and what is odd about it."""
-    if raw[:2] != b"\xff\xfe":
-        return units_of(raw[: len(raw) & ~1]), "an odd length" if len(raw) % 2 else None
-    units, at, narrow, odd = [], 2, True, None
-    while at < len(raw):
-        if raw[at] == 0:
-            narrow = not narrow
-            at += 1
-        elif narrow:
-            units.append(raw[at])
-            at += 1
-        else:
-            if at + 1 >= len(raw):
-                odd = "half a unit at the end"
-                break
-            units.append(raw[at] | raw[at + 1] << 8)
-            at += 2
-    if len(raw) == 2:
-        odd = "nothing behind the mark"
-    return tuple(units), odd
 
 
 class LongPages:
@@ -85,7 +59,7 @@ class LongPages:
             report(f"a definition of {len(stored)} bytes")
         if kind == 1:
             data = self.piece(first, where)
-            if len(data) != length or token or length > 4076 or not length:
+            if len(data) != length or token or length > self.file.format.piece or not length:
                 report(f"one piece of {len(data)} bytes for {length}, token {token:#x}")
             return data
         if kind == 3:
@@ -96,14 +70,14 @@ class LongPages:
             slots = self.file.slots(pointer >> 8)
             if pieces == 0:
                 self.tokens[pointer >> 8] = token
-                if slots.token != token:
+                if token != slots.token:
                     report(f"the token {token:#x} is {slots.token:#x} on page {pointer >> 8}")
             elif slots.token and (pointer >> 8) not in self.tokens:
                 report(f"page {pointer >> 8} of a chain has the token {slots.token:#x}")
-            if len(data) < 5 or len(data) > 4076:
+            if len(data) < 5 or len(data) > self.file.format.piece:
                 raise Damaged(f"{self.what}: a piece of {len(data)} bytes")
             pointer = u32(data, 0)
-            if pointer and len(data) != 4076:
+            if pointer and len(data) != self.file.format.piece:
                 report(f"a piece of {len(data)} bytes in the middle")
             out += data[4:]
             pieces += 1
@@ -136,7 +110,7 @@ class Decoder:
     """Values of the rows of one table."""
 
     def __init__(self, table):
-        self.table = table
+        self.table, self.format = table, table.file.format
         self.long = {c.number: LongPages(table, c) for c in table.columns if c.long}
 
     def value(self, column, stored, where):
@@ -158,21 +132,20 @@ class Decoder:
         if column.long:
             if kind == 11:
                 return raw
-            units, odd = decompress(raw)
+            units, odd = self.format.text(raw, column)
             if odd:
                 report(odd)
             return units
         if kind == 10:
-            units, odd = decompress(stored)
+            units, odd = self.format.text(stored, column)
             if odd:
                 report(odd)
-            if 2 * len(units) > column.length and not column.fixed:
-                report(f"a text of {len(units)} characters in a column of {column.length // 2}")
+            if len(units) > column.characters and not column.fixed:
+                report(f"a text of {len(units)} characters in a column of {column.characters}")
             if self.table.file.made:
-                packed = stored[:2] == b"\xff\xfe"
-                wide = any(unit == 0 or unit > 255 for unit in units)
-                if packed != (bool(column.extra & 1) and len(units) >= 3 and not wide) and not (units and units[0] == 0xFEFF):
-                    report(f"{'packed' if packed else 'plain'}: {len(units)} characters, flag {column.extra}")
+                odd = self.format.packing(stored, units, column)
+                if odd:
+                    report(odd)
             return units
         if kind in (9, 17):
             if len(stored) > column.length:
