@@ -164,7 +164,7 @@ ModelTable* Workload::AnyTable(std::string& name) {
 void Workload::CreateTable(Database& database) {
   if (model_.size() >= limits_.tables) return;
   TableSpec spec;
-  spec.name = "Table " + std::to_string(++counter_) + (Chance(30) ? " é" : "");
+  spec.name = "Table " + std::to_string(++counter_) + (limits_.textIndexes && Chance(30) ? " é" : "");
   ColumnDef id;
   id.name = "Id";
   id.type = ColumnType::kLong;

@@ -31,7 +31,7 @@ struct WorkloadLimits {
   std::size_t longBytes = 9000;  ///< of memo and long binary values
   bool schema = true;            ///< tables, columns and indexes are made and dropped
   bool transactions = true;      ///< several steps in one transaction, nested ones, rollbacks
-  bool textIndexes = true;       ///< off for files whose texts go in another order than the model's
+  bool textIndexes = true;       ///< off for files whose texts, names too, go in another order than the model's
   int version = 4;               ///< of the file: 3 has no decimals, and texts of Windows-1252 alone
 };
 
