@@ -22,8 +22,6 @@
 namespace jet {
 namespace {
 
-constexpr std::uint16_t kGeneralLanguage = 0x0409;
-
 class Compactor {
  public:
   Compactor(Database& source, Database& target, const Protection& protection)
@@ -329,28 +327,6 @@ class Compactor {
 
 }  // namespace
 
-namespace {
-
-/// What the new file is like. Texts that are converted, and those whose order is not known whole, are ordered as General.
-NewFile FileFor(Database& source, const Protection& protection, int version) {
-  const FileHeader& header = source.Internals().header;
-  NewFile file{.version = version,
-               .sortLanguage = kGeneralLanguage,
-               .encoded = protection.encoded.value_or(source.Encoded()),
-               .password = protection.password.value_or(std::string())};
-  if (header.version != version) return file;
-  if (version == 3) {
-    file.sortLanguage = header.sortLanguage;
-    file.codePage = header.codePage;
-    file.orderMark = header.orderMark;
-  } else if (TextOrderOf(header.sortLanguage, header.sortVersion) == TextOrder::kFrench) {
-    file.sortLanguage = header.sortLanguage;
-  }
-  return file;
-}
-
-}  // namespace
-
 void CompactInto(Database& source, const std::string& newPath, const Protection& protection, int version, FileSystem& files) {
   OpenOptions options;
   options.fileSystem = &files;
@@ -359,9 +335,14 @@ void CompactInto(Database& source, const std::string& newPath, const Protection&
   if (header.release != 0)
     throw Error(ErrorCode::kUnsupported,
                 "\"" + source.Path() + "\" is a database of Access 2007 or later (.accdb): it cannot be compacted");
+  if (Sharing::IsAceName(newPath))
+    throw Error(ErrorCode::kUnsupported,
+                "\"" + newPath + "\" would be a database of Access 2007 or later (.accdb): none is compacted into one");
   Sharing::RequireName(newPath);
-  CreateEmptyFile(*options.fileSystem, newPath, FileFor(source, protection, version));
-  options.password = protection.password.value_or(std::string());
+  NewFile file = FileForCopy(header, version);
+  file.encoded = protection.encoded.value_or(source.Encoded());
+  file.password = options.password = protection.password.value_or(std::string());
+  CreateEmptyFile(files, newPath, file);
   options.mode = OpenMode::kExclusive;
   const auto target = Database::Open(newPath, options);
   try {

@@ -120,7 +120,7 @@ bool DamagedFile::GuessHeader() {
   for (const int version : {4, 3}) {
     space_.header = FileHeader();
     space_.header.version = version;
-    space_.header.pageSize = version == 3 ? 2048 : 4096;
+    space_.header.pageSize = Format::OfVersion(version).pageSize;
     space_.header.freePages = kUsualFreePages;
     MakePager(space_.header.pageSize);
     if (const std::size_t count = CountDefinitions(); count > most) {

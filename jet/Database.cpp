@@ -17,9 +17,6 @@
 namespace jet {
 namespace {
 
-/// Files of which not all is known that a writer must know.
-bool IsOnlyRead(const FileHeader& header) { return !header.HasKnownTexts(); }
-
 /// Names of other programs' or users' files must not be followed blindly, so everything is decided on one opened file.
 struct Opened {
   std::unique_ptr<File> file;
@@ -149,7 +146,7 @@ std::unique_ptr<Database> Database::Open(const std::string& path, const OpenOpti
   std::vector<std::byte> start(FileHeader::kWhole);
   start.resize(opened.file->Read(0, start));
   engine->header = FileHeader::Read(start, path);  // before anything is written beside a file that is not ours
-  if (IsOnlyRead(engine->header)) opened.readOnly = true;
+  if (!engine->header.HasKnownTexts()) opened.readOnly = true;
   const std::string& real = engine->realPath = files.RealPath(path);
   Sharing::RequireName(real);
   RequireOneName(*opened.file, path);

@@ -267,15 +267,9 @@ std::optional<Recovery> CompactSound(FileSystem& files, const std::string& path,
 
 Recovery RecoverDamaged(DamagedFile& source, FileSystem& files, const std::string& working, const std::string& password) {
   const FileHeader& header = source.Space().header;
-  constexpr std::uint16_t kGeneralLanguage = 0x0409;
-  const bool french = header.version != 3 && TextOrderOf(header.sortLanguage, header.sortVersion) == TextOrder::kFrench;
-  const int version = header.VersionOfCopy();
-  const NewFile file{.version = version,
-                     .sortLanguage = french || version == 3 ? header.sortLanguage : kGeneralLanguage,
-                     .codePage = header.codePage,
-                     .orderMark = header.orderMark,
-                     .encoded = header.encryptionKey != 0,
-                     .password = source.HasPassword() ? password : std::string()};
+  NewFile file = FileForCopy(header, header.VersionOfCopy());
+  file.encoded = header.encryptionKey != 0;
+  if (source.HasPassword()) file.password = password;
   CreateEmptyFile(files, working, file);
   OpenOptions options;
   options.mode = OpenMode::kExclusive;

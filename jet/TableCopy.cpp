@@ -14,8 +14,9 @@ std::vector<ColumnDef> ColumnsToMake(std::vector<ColumnDef> columns, int from, i
     column.required = false;
     column.allowZeroLength = true;
     column.asStored = from == to;
-    // Orders of which every text has its place are kept, the others become General; in Jet 3 the code page goes with them.
-    if (column.asStored && to != 3 && TextOrderOf(column.sortLanguage, column.sortVersion) != TextOrder::kFrench) {
+    // Orders of which every text has its place are kept, the others become General: see FileForCopy.
+    const bool kept = to != 3 && TextOrderOf(column.sortLanguage, column.sortVersion) == TextOrder::kFrench;
+    if (column.asStored && !kept) {
       column.sortLanguage = kGeneralLanguage;
       column.sortVersion = 0;
     }

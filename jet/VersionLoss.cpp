@@ -1,8 +1,8 @@
 #include "jet/VersionLoss.h"
 
+#include <utility>
+
 #include "jet/Database.h"
-#include "jet/page/ReadLock.h"
-#include "jet/schema/Engine.h"
 #include "jet/schema/Objects.h"
 #include "jet/table/Table.h"
 #include "jet/value/Text.h"
@@ -29,14 +29,14 @@ void FindInColumns(const std::string& table, const std::vector<ColumnDef>& colum
 }
 
 void FindInValues(Table& table, std::vector<VersionLoss>& losses) {
-  std::vector<VersionLoss> found;
-  for (const ColumnDef& column : table.Columns()) found.push_back({Kind::kText, table.Name(), column.name});
+  std::vector<std::pair<std::size_t, VersionLoss>> texts;
+  const auto& columns = table.Columns();
+  for (std::size_t i = 0; i < columns.size(); ++i)
+    if (columns[i].type == ColumnType::kText || columns[i].type == ColumnType::kMemo)
+      texts.push_back({i, {Kind::kText, table.Name(), columns[i].name}});
   for (ScanCursor scan = table.Scan(); scan.Next();)
-    for (std::size_t i = 0; i < found.size(); ++i) {
-      const ColumnType type = table.Columns()[i].type;
-      if ((type == ColumnType::kText || type == ColumnType::kMemo) && !Writes(scan.Current().Text(i))) ++found[i].values;
-    }
-  for (VersionLoss& loss : found)
+    for (auto& [column, loss] : texts) loss.values += Writes(scan.Current().Text(column)) ? 0 : 1;
+  for (auto& [column, loss] : texts)
     if (loss.values != 0) losses.push_back(std::move(loss));
 }
 

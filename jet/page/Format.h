@@ -20,9 +20,11 @@ struct Format {
   std::size_t treeCountSize;  ///< bytes of that for one tree, the second number is that of its keys
 
   /// True for Jet 3: texts are bytes of a code page, counts in rows have one byte.
-  [[nodiscard]] bool IsJet3() const noexcept { return pageSize == 2048; }
+  [[nodiscard]] bool IsJet3() const noexcept;
   /// That of pages of so many bytes: 2048 for Jet 3.
   [[nodiscard]] static const Format& Of(std::size_t pageSize) noexcept;
+  /// That of version 3 or 4.
+  [[nodiscard]] static const Format& OfVersion(int version) noexcept;
 };
 
 namespace detail {
@@ -33,5 +35,7 @@ inline constexpr Format kJet3{2048, 10, 133, 2012, 2000, 2036, 2032, std::size_t
 inline const Format& Format::Of(std::size_t pageSize) noexcept {
   return pageSize == detail::kJet3.pageSize ? detail::kJet3 : detail::kJet4;
 }
+inline const Format& Format::OfVersion(int version) noexcept { return version == 3 ? detail::kJet3 : detail::kJet4; }
+inline bool Format::IsJet3() const noexcept { return pageSize == detail::kJet3.pageSize; }
 
 }  // namespace jet

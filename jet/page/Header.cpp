@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "jet/page/Format.h"
 #include "jet/page/Rc4.h"
 #include "jet/value/ByteOrder.h"
 #include "jet/value/Error.h"
@@ -160,7 +161,7 @@ FileHeader FileHeader::Read(std::span<const std::byte> source, const std::string
   FileHeader header;
   header.version = stored == 0 ? 3 : 4;
   header.release = release;
-  header.pageSize = stored == 0 ? 2048 : 4096;
+  header.pageSize = Format::OfVersion(header.version).pageSize;
   const bool jet3 = header.version == 3;
   ApplyMask(page, jet3 ? kMaskSizeJet3 : kMaskSize);
   header.freePages = Load32(page.data() + kMaskBegin);
@@ -211,7 +212,7 @@ void FileHeader::SetPassword(std::span<std::byte> page, std::string_view text) {
 FileHeader FileHeader::ForNewFile(int version, std::uint16_t sortLanguage, std::uint32_t encryptionKey) {
   FileHeader header;
   header.version = version;
-  header.pageSize = version == 3 ? 2048 : 4096;
+  header.pageSize = Format::OfVersion(version).pageSize;
   header.sortLanguage = sortLanguage;
   header.encryptionKey = encryptionKey;
   if (version == 3) header.codePage = CodePageOf(sortLanguage);

@@ -46,8 +46,8 @@ struct FileHeader {
   static FileHeader Read(std::span<const std::byte> page, const std::string& path);
   /// False for Jet 3 in a code page whose characters are not all known: texts cannot be written in it.
   [[nodiscard]] bool HasKnownTexts() const noexcept;
-  /// The version in which a copy is made of it when none is asked for: its own, but where that cannot be written.
-  [[nodiscard]] int VersionOfCopy() const noexcept { return HasKnownTexts() ? version : 4; }
+  /// The version in which a copy is made of it when none is asked for: its own, but Jet 4 for Jet 3 in another code page than the copy has.
+  [[nodiscard]] int VersionOfCopy() const noexcept { return codePage == 1252 ? version : 4; }
   /// True when that (UTF-8) is the password: each letter counts as it is. One that no file of the version can have is not.
   [[nodiscard]] bool HasPassword(std::string_view text) const;
   /// The password as UTF-8.

@@ -94,7 +94,7 @@ Column Define(const AceColumn& source, std::uint16_t language) {
   column.type = source.type;
   column.number = source.number;
   column.variableIndex = source.variableIndex;
-  column.sort = {static_cast<std::uint8_t>(language), static_cast<std::uint8_t>(language >> 8), 0, 0};
+  column.SetOrder(language, 0);
   if (source.type == ColumnType::kNumeric) column.sort = {18, 0, 0, 0};
   column.flags = source.flags;
   column.extraFlags = source.extraFlags;

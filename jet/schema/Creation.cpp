@@ -11,6 +11,7 @@
 #include "jet/value/Error.h"
 #include "jet/schema/Schema.h"
 #include "jet/table/TableCore.h"
+#include "jet/value/TextOrder.h"
 
 namespace jet {
 namespace {
@@ -135,16 +136,13 @@ std::uint16_t LengthOf(ColumnType type, bool jet3) {
 
 /// What every column of a system table has in common: no compression, no second number.
 Column DefineColumn(const SystemColumn& source, const FileHeader& header, std::uint16_t codePage) {
-  const auto low = [](std::uint16_t number) { return static_cast<std::uint8_t>(number); };
-  const auto high = [](std::uint16_t number) { return static_cast<std::uint8_t>(number >> 8); };
   Column column;
   column.name = source.name;
   column.type = source.type;
-  column.codePage = codePage;
   column.length = LengthOf(source.type, codePage != 0);
   column.flags = static_cast<std::uint8_t>(kSystemFlag | Column::kNullable | (source.sid ? kSidFlag : 0));
-  column.sort = {low(header.sortLanguage), high(header.sortLanguage), 0, 0};
-  if (codePage != 0) column.unknown = {low(header.orderMark), high(header.orderMark), low(codePage), high(codePage)};
+  column.SetOrder(header.sortLanguage, 0);
+  if (codePage != 0) column.SetCodePage(codePage, header.orderMark);
   return column;
 }
 
@@ -321,6 +319,14 @@ class Builder {
 
 }  // namespace
 
+NewFile FileForCopy(const FileHeader& of, int version) {
+  NewFile file{.version = version};
+  if (of.version != version) return file;
+  if (version != 3 && TextOrderOf(of.sortLanguage, of.sortVersion) == TextOrder::kFrench) file.sortLanguage = of.sortLanguage;
+  file.orderMark = of.orderMark;
+  return file;
+}
+
 void CreateEmptyFile(FileSystem& files, const std::string& path, const NewFile& file) {
   if (files.Exists(path)) throw Error(ErrorCode::kAlreadyExists, "There is a file \"" + path + "\" already");
   const std::string working = path + "-new";
@@ -328,7 +334,6 @@ void CreateEmptyFile(FileSystem& files, const std::string& path, const NewFile& 
   try {
     Engine engine(files, working, kCacheBytes);
     engine.header = FileHeader::ForNewFile(file.version, file.sortLanguage, file.encoded ? NewPageKey() : 0);
-    if (file.version == 3 && file.codePage != 0) engine.header.codePage = file.codePage;
     if (file.ace) engine.header.release = FileHeader::kAccess2007;
     engine.header.orderMark = file.orderMark;
     engine.sharing = std::make_unique<Sharing>();

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "jet/file/FileSystem.h"
+#include "jet/page/Header.h"
 
 namespace jet {
 
@@ -12,11 +13,14 @@ struct NewFile {
   int version = 4;                      ///< 3: Access 97, 4: Access 2000 to 2003
   std::uint16_t sortLanguage = 0x0409;  ///< in whose order its texts go
   bool ace = false;                     ///< an .accdb of Access 2007; its pages lie as they are, and it has no password
-  std::uint16_t codePage = 0;           ///< of its texts, in Access 97; 0: the one in which the language is written
   std::uint16_t orderMark = 1;          ///< see FileHeader
   bool encoded = false;                 ///< its pages are, under a key of their own
   std::string password = {};            ///< UTF-8; empty: none
 };
+
+/// A file of that version for what the other one holds, plain and without a password: in its order where every text has its place there,
+/// else in General.
+[[nodiscard]] NewFile FileForCopy(const FileHeader& of, int version);
 
 /// Writes an empty database under a name beside the path and renames it there when it is whole and synced.
 /// Errors: kAlreadyExists, kReadOnly, kDiskFull, kIo; those of FileHeader::SetPassword.

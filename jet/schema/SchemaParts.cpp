@@ -1,7 +1,6 @@
 #include "jet/schema/SchemaParts.h"
 
 #include <algorithm>
-#include <array>
 
 #include "jet/index/BTree.h"
 #include "jet/page/DataPage.h"
@@ -74,19 +73,14 @@ void SetAsStored(Column& stored, const ColumnDef& column) {
   if (stored.codePage != 0) stored.flags |= static_cast<std::uint8_t>(column.flags & Column::kAutoGuid);
 }
 
-std::array<std::uint8_t, 2> BytesOf(std::uint16_t number) {
-  return {static_cast<std::uint8_t>(number), static_cast<std::uint8_t>(number >> 8)};
-}
-
 void SetType(Column& stored, const ColumnDef& column, const TableDefinition& definition) {
-  const std::uint16_t codePage = definition.codePage, mark = definition.orderMark;
   stored.type = column.type;
-  stored.codePage = codePage;
-  stored.sort = {0x09, 0x04, 0, 0};
-  if (codePage != 0) stored.unknown = {BytesOf(mark)[0], BytesOf(mark)[1], BytesOf(codePage)[0], BytesOf(codePage)[1]};
+  constexpr std::uint16_t kEnglish = 0x0409;
+  if (definition.IsJet3()) stored.SetCodePage(definition.codePage, definition.orderMark);
   if (stored.IsText())
-    stored.sort = {BytesOf(column.sortLanguage)[0], BytesOf(column.sortLanguage)[1], 0,
-                   codePage != 0 ? std::uint8_t{0} : column.sortVersion};
+    stored.SetOrder(column.sortLanguage, definition.IsJet3() ? std::uint8_t{0} : column.sortVersion);
+  else
+    stored.SetOrder(kEnglish, 0);
   const bool variable = column.type == ColumnType::kText || column.type == ColumnType::kBinary || stored.IsLong();
   stored.flags =
       static_cast<std::uint8_t>(Column::kNullable | (variable && !(column.fixedLength && !stored.IsLong()) ? 0 : Column::kFixed));
@@ -94,7 +88,7 @@ void SetType(Column& stored, const ColumnDef& column, const TableDefinition& def
   SetCounter(stored, column);
   if (column.hyperlink && column.type == ColumnType::kMemo) stored.flags |= Column::kHyperlink;
   SetAsStored(stored, column);
-  if (codePage != 0) return;
+  if (definition.IsJet3()) return;
   if (stored.IsText() && column.compressed && !stored.IsFixed()) stored.extraFlags = 1;
   if (column.asStored) stored.extraFlags = column.extraFlags;
 }

@@ -25,8 +25,6 @@ RowLayout::RowLayout(const TableDefinition& definition)
   }
 }
 
-std::size_t RowLayout::LoadCount(const std::byte* from) const noexcept { return jet3 ? Load8(from) : Load16(from); }
-
 void RowLayout::StoreCount(std::byte* to, std::size_t count) const noexcept {
   if (jet3)
     Store8(to, static_cast<std::uint8_t>(count));

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "jet/table/TableDefinition.h"
+#include "jet/value/ByteOrder.h"
 
 namespace jet {
 
@@ -30,7 +31,7 @@ struct RowLayout {
 
   // ----- the bytes of a row: count of columns, fixed part, variable data, and where there are variable columns the trailer: their offsets
   // backwards, jumps, their count; then the mask
-  [[nodiscard]] std::size_t LoadCount(const std::byte* from) const noexcept;
+  [[nodiscard]] std::size_t LoadCount(const std::byte* from) const noexcept { return jet3 ? Load8(from) : Load16(from); }
   void StoreCount(std::byte* to, std::size_t count) const noexcept;
   /// Bytes of a row whose data, the count of columns included, and mask have so many.
   [[nodiscard]] std::size_t RowSize(std::size_t data, std::size_t mask) const noexcept;

@@ -104,6 +104,15 @@ struct TableDefinition {
     [[nodiscard]] bool IsText() const noexcept { return type == ColumnType::kMemo || type == ColumnType::kText; }
     [[nodiscard]] std::uint16_t SortLanguage() const noexcept { return static_cast<std::uint16_t>(sort[0] | sort[1] << 8); }
     [[nodiscard]] std::uint8_t SortVersion() const noexcept { return sort[3]; }
+    void SetOrder(std::uint16_t language, std::uint8_t version) noexcept {
+      sort = {static_cast<std::uint8_t>(language), static_cast<std::uint8_t>(language >> 8), 0, version};
+    }
+    /// Makes it one of Jet 3. mark: that of the order in the header.
+    void SetCodePage(std::uint16_t page, std::uint16_t mark) noexcept {
+      codePage = page;
+      unknown = {static_cast<std::uint8_t>(mark), static_cast<std::uint8_t>(mark >> 8), static_cast<std::uint8_t>(page),
+                 static_cast<std::uint8_t>(page >> 8)};
+    }
     /// Of a complex column its number in MSysComplexColumns.
     [[nodiscard]] std::uint32_t ComplexId() const noexcept {
       return static_cast<std::uint32_t>(sort[0] | sort[1] << 8 | sort[2] << 16) | static_cast<std::uint32_t>(sort[3]) << 24;

@@ -13,10 +13,9 @@ void TableCore::Bind(Row& row, RowId id, const DataPage& data, const std::byte* 
   const auto extent = data.Row(slot);
   const std::byte* bytes = pageBytes + extent.offset;
   const auto damaged = [&](const char* text) -> Error { return {ErrorCode::kDamaged, text, dataPage, extent.offset}; };
-  const bool jet3 = layout_.jet3;
   const std::size_t head = layout_.CountSize();
   if (extent.size < head) throw damaged("A row is too short");
-  const unsigned columns = jet3 ? Load8(bytes) : Load16(bytes);
+  const std::size_t columns = layout_.LoadCount(bytes);
   const std::size_t mask = (columns + 7) / 8;
   if (columns > layout_.columnCount) throw damaged("A row has more columns than its table");
   if (extent.size < head + mask) throw damaged("A row is too short");
@@ -27,8 +26,8 @@ void TableCore::Bind(Row& row, RowId id, const DataPage& data, const std::byte* 
     // Jet 3 has one byte for each offset and jumps between them and the count.
     const std::size_t countSize = layout_.CountSize();
     if (extent.size < head + mask + 2 * countSize) throw damaged("A row is too short");
-    const unsigned variable = jet3 ? Load8(bytes + row.maskOffset_ - 1) : Load16(bytes + row.maskOffset_ - 2);
-    const std::size_t jumps = jet3 ? (extent.size - 1u) / 256u : 0;
+    const std::size_t variable = layout_.LoadCount(bytes + row.maskOffset_ - countSize);
+    const std::size_t jumps = layout_.JumpsOf(extent.size);
     const std::size_t trailer = countSize * (variable + 2) + jumps;
     if (variable > layout_.variableCount || trailer + head > row.maskOffset_) throw damaged("A row has impossible variable columns");
     row.variableCount_ = static_cast<std::uint16_t>(variable);

@@ -9,6 +9,7 @@
 
 #include "tests/cli/Command.h"
 #include "tests/cli/Csv.h"
+#include "tests/support_lib/SampleFiles.h"
 
 namespace tamlo::tests {
 namespace {
@@ -50,17 +51,11 @@ const Known kKnown[] = {
     {"unsupportedFieldsTestV2007", "Test", "UnknownFix", 3},
 };
 
-/// The .accdb files beside each other that ask for no password.
+/// The .accdb files that ask for no password, by their names.
 std::map<std::string, std::string> Samples() {
   std::map<std::string, std::string> samples;
-  const char* folder = std::getenv("JET_SAMPLES");
-  if (folder == nullptr) return samples;
-  for (const fs::path& place : {fs::path(folder), fs::absolute(folder).parent_path() / "samples2"}) {
-    if (!fs::is_directory(place)) continue;
-    for (const auto& entry : fs::recursive_directory_iterator(place))
-      if (entry.path().extension() == ".accdb" && !entry.path().stem().string().starts_with("enc-"))
-        samples[entry.path().stem().string()] = entry.path().string();
-  }
+  for (const auto& file : AllSampleFiles({".accdb"}))
+    if (!file.stem().string().starts_with("enc-")) samples[file.stem().string()] = file.string();
   return samples;
 }
 

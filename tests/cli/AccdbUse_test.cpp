@@ -2,10 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <fstream>
 
 #include "tests/cli/Command.h"
+#include "tests/support_lib/SampleFiles.h"
 #include "tests/support_lib/SamplePassword.h"
 
 namespace tamlo::tests {
@@ -14,9 +14,7 @@ namespace {
 namespace fs = std::filesystem;
 
 std::string Sample(const std::string& name) {
-  const char* folder = std::getenv("JET_SAMPLES");
-  if (folder == nullptr) return {};
-  const fs::path path = fs::absolute(folder).parent_path() / "samples2" / (name + ".accdb");
+  const fs::path path = SecondSampleFolder() / (name + ".accdb");
   return fs::exists(path) ? path.string() : std::string();
 }
 

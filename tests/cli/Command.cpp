@@ -2,7 +2,6 @@
 
 #include <sys/wait.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -36,16 +35,6 @@ Ran TamloDb(const TemporaryFolder& folder, const std::vector<std::string>& argum
   std::string line = "setsid -w env " + environment + " " + Word(TAMLO_DB);
   for (const auto& argument : arguments) line += ' ' + Word(argument);
   return RunLine(folder, line);
-}
-
-std::vector<std::filesystem::path> SampleFiles() {
-  std::vector<std::filesystem::path> files;
-  const char* folder = std::getenv("JET_SAMPLES");
-  if (folder == nullptr) return files;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder))
-    if (entry.path().extension() == ".mdb") files.push_back(entry.path());
-  std::sort(files.begin(), files.end());
-  return files;
 }
 
 }  // namespace tamlo::tests

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support_lib/SampleFiles.h"
 #include "tests/support_lib/TemporaryFolder.h"
 
 namespace tamlo::tests {
@@ -20,7 +21,5 @@ Ran RunLine(const TemporaryFolder& folder, const std::string& line, const std::s
 Ran TamloDb(const TemporaryFolder& folder, const std::vector<std::string>& arguments, const std::string& environment = "LC_ALL=C");
 /// The text as one word of a shell's line.
 std::string Word(const std::string& text);
-/// All Access files under the folder that JET_SAMPLES names; none where it is not set.
-std::vector<std::filesystem::path> SampleFiles();
 
 }  // namespace tamlo::tests

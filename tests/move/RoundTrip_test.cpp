@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <iterator>
 #include <map>
 #include <sstream>
@@ -14,17 +13,6 @@ namespace tamlo::tests {
 namespace {
 
 const std::string kEnvironment = "LC_ALL=C TAMLO_DB_PASSWORD=tamlo";
-
-/// Those in "samples2" beside the folder of the samples too.
-std::vector<std::filesystem::path> AllFiles() {
-  auto files = SampleFiles();
-  if (files.empty()) return files;
-  const auto beside = std::filesystem::absolute(std::getenv("JET_SAMPLES")).parent_path() / "samples2";
-  if (!std::filesystem::is_directory(beside)) return files;
-  for (const auto& entry : std::filesystem::directory_iterator(beside))
-    if (entry.path().extension() == ".mdb") files.push_back(entry.path());
-  return files;
-}
 
 /// What of a structure may differ after the way there and back: each is told by the copy before it is lost, or says the same in other words.
 bool IsKnown(std::string_view difference) {
@@ -95,7 +83,7 @@ class ThereAndBack : public testing::TestWithParam<const char*> {
 
 TEST_P(ThereAndBack, GivesTheFileAgain) {
   if (SampleFiles().empty()) GTEST_SKIP() << "JET_SAMPLES names no folder with Access files";
-  for (const auto& sample : AllFiles()) Bring(sample.string());
+  for (const auto& sample : AllSampleFiles()) Bring(sample.string());
   EXPECT_GT(brought_, 20U);
 }
 

@@ -12,24 +12,13 @@
 #include "schema/MakeAccess.h"
 #include "schema/ReadAccess.h"
 #include "tests/schema/Told.h"
+#include "tests/support_lib/SampleFiles.h"
 #include "tests/support_lib/TemporaryFolder.h"
 
 namespace tamlo::tests {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::vector<fs::path> Samples() {
-  std::vector<fs::path> files;
-  const char* folder = std::getenv("JET_SAMPLES");
-  if (folder == nullptr) return files;
-  for (const fs::path& place : {fs::path(folder), fs::path(folder).parent_path() / "samples2"})
-    if (fs::exists(place))
-      for (const auto& entry : fs::recursive_directory_iterator(place))
-        if (entry.path().extension() == ".mdb") files.push_back(entry.path());
-  std::sort(files.begin(), files.end());
-  return files;
-}
 
 jet::OpenOptions ReadOnly() {
   jet::OpenOptions options;
@@ -113,7 +102,7 @@ TEST_P(AccessSample, ComesBackEqual) {
   EXPECT_FALSE(names.empty() ? false : Printed("mdb-schema --no-comments '" + path + "'").empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, AccessSample, testing::ValuesIn(Samples()), [](const auto& file) {
+INSTANTIATE_TEST_SUITE_P(Files, AccessSample, testing::ValuesIn(tamlo::tests::AllSampleFiles()), [](const auto& file) {
   std::string name = std::to_string(file.index) + "_" + file.param.stem().string();
   std::replace_if(
       name.begin(), name.end(), [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); }, '_');
@@ -123,7 +112,7 @@ GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(AccessSample);
 
 TEST(AccessSamples, AreThere) {
   if (std::getenv("JET_SAMPLES") == nullptr) GTEST_SKIP() << "JET_SAMPLES names no folder with Access files";
-  EXPECT_GE(Samples().size(), 20u);
+  EXPECT_GE(tamlo::tests::AllSampleFiles().size(), 20u);
 }
 
 }  // namespace

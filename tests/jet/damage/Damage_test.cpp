@@ -11,6 +11,7 @@
 #include <random>
 
 #include "tests/jet/damage/Exercise.h"
+#include "tests/support_lib/SampleFiles.h"
 
 namespace {
 
@@ -208,7 +209,7 @@ TEST(Damage, OfTheHeadOfAnEncodedFileEndsInErrorsWithAPlace) {
 TEST(Damage, OfRealFilesEndsInErrorsWithAPlace) {
   if (std::getenv("JET_SAMPLES") == nullptr) GTEST_SKIP() << "JET_SAMPLES does not name the folder of real files";
   unsigned seed = 1;
-  const std::vector<std::filesystem::path> paths = tests::RealFiles();
+  const std::vector<std::filesystem::path> paths = tamlo::tests::AllSampleFiles();
   ASSERT_FALSE(paths.empty());
   for (const auto& path : paths) {
     // Some of those beside the samples are ten times as large: using one of them whole takes most of a second, damaged or not.

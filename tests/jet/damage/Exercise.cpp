@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 
@@ -319,20 +318,6 @@ std::vector<std::byte> MakeFile(const Protection& protection, int version) {
     database->Commit();
   }
   return files.Content(kPath);
-}
-
-std::vector<std::filesystem::path> RealFiles() {
-  std::vector<std::filesystem::path> paths;
-  const char* const samples = std::getenv("JET_SAMPLES");
-  if (samples == nullptr) return paths;
-  for (const std::filesystem::path& place :
-       {std::filesystem::path(samples), std::filesystem::absolute(samples).parent_path() / "samples2"}) {
-    if (!std::filesystem::is_directory(place)) continue;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(place))
-      if (entry.path().extension() == ".mdb") paths.push_back(entry.path());
-  }
-  std::sort(paths.begin(), paths.end());
-  return paths;
 }
 
 std::vector<std::byte> Load(const std::filesystem::path& path) {

@@ -25,8 +25,6 @@ Outcome UseEverything(const std::vector<std::byte>& file);
 std::vector<std::byte> MakeFile(const Protection& protection = {}, int version = 4);
 inline constexpr char kPassword[] = "Sésame";
 
-/// All Access files under the folder that JET_SAMPLES names, and beside it in "samples2"; none where it is not set.
-std::vector<std::filesystem::path> RealFiles();
 std::vector<std::byte> Load(const std::filesystem::path& path);
 
 }  // namespace jet::tests

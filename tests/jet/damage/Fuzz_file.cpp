@@ -6,12 +6,12 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <vector>
 
 #include "tests/jet/damage/Exercise.h"
+#include "tests/support_lib/SampleFiles.h"
 
 namespace {
 
@@ -19,14 +19,7 @@ using File = std::vector<std::byte>;
 
 std::vector<File> LoadFiles() {
   std::vector<File> files{jet::tests::MakeFile(), jet::tests::MakeFile({}, 3)};
-  const char* const samples = std::getenv("JET_SAMPLES");
-  if (samples == nullptr) return files;
-  std::vector<std::filesystem::path> paths;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(samples)) {
-    if (entry.path().extension() == ".mdb") paths.push_back(entry.path());
-  }
-  std::sort(paths.begin(), paths.end());
-  for (const auto& path : paths) {
+  for (const auto& path : tamlo::tests::SampleFiles()) {
     std::ifstream stream(path, std::ios::binary);
     const std::string bytes((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
     const auto* const data = reinterpret_cast<const std::byte*>(bytes.data());

@@ -11,6 +11,7 @@
 #include "jet/value/Error.h"
 #include "tests/jet/damage/Contents.h"
 #include "tests/jet/damage/Exercise.h"
+#include "tests/support_lib/SampleFiles.h"
 #include "tests/support_lib/Seed.h"
 
 namespace jet::tests {
@@ -29,7 +30,7 @@ struct Original {
 /// All of them; large ones only once, as rounds over them take long.
 std::vector<Original> Originals() {
   std::vector<Original> originals;
-  for (const auto& path : RealFiles()) {
+  for (const auto& path : tamlo::tests::AllSampleFiles()) {
     Original original;
     original.name = path.filename().string();
     original.file = Load(path);

@@ -1,7 +1,6 @@
 #include "tests/jet/history/RealFiles.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -9,24 +8,13 @@
 #include "jet/Database.h"
 #include "jet/value/Error.h"
 #include "jet/file/MemoryFileSystem.h"
+#include "tests/support_lib/SampleFiles.h"
 
 namespace jet::tests {
 
 namespace fs = std::filesystem;
 
-std::vector<std::string> RealFiles() {
-  const char* folder = std::getenv("JET_SAMPLES");
-  if (folder == nullptr) return {""};
-  std::vector<std::string> paths;
-  for (const fs::path& place : {fs::path(folder), fs::absolute(folder).parent_path() / "samples2"}) {
-    if (!fs::is_directory(place)) continue;
-    for (const auto& entry : fs::recursive_directory_iterator(place)) {
-      if (entry.path().extension() == ".mdb" || entry.path().extension() == ".accdb") paths.push_back(entry.path().string());
-    }
-  }
-  std::sort(paths.begin(), paths.end());
-  return paths;
-}
+std::vector<std::string> RealFiles() { return tamlo::tests::OrOneEmpty(tamlo::tests::AllSampleFiles({".mdb", ".accdb"})); }
 
 std::string RealFileName(const std::string& path) {
   if (path.empty()) return "none";

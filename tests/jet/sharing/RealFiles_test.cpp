@@ -5,7 +5,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -15,6 +14,7 @@
 #include "jet/table/Table.h"
 #include "tests/jet/sharing/Turns.h"
 #include "tests/jet/sharing/TurnsCheck.h"
+#include "tests/support_lib/SampleFiles.h"
 #include "tests/support_lib/TemporaryFolder.h"
 
 namespace jet::tests {
@@ -22,21 +22,6 @@ namespace {
 
 namespace fs = std::filesystem;
 constexpr int kTurnsEach = 12;
-
-/// The files in the folder that JET_SAMPLES names and in "samples2" beside it.
-std::vector<fs::path> Samples() {
-  std::vector<fs::path> files;
-  const char* folder = std::getenv("JET_SAMPLES");
-  if (folder == nullptr) return files;
-  for (const fs::path& place : {fs::path(folder), fs::absolute(folder).parent_path() / "samples2"}) {
-    if (!fs::is_directory(place)) continue;
-    for (const auto& entry : fs::recursive_directory_iterator(place)) {
-      if (entry.path().extension() == ".mdb") files.push_back(entry.path());
-    }
-  }
-  std::sort(files.begin(), files.end());
-  return files;
-}
 
 pid_t Start(const Taker& taker) {
   const pid_t child = fork();
@@ -105,9 +90,9 @@ void ShareAndKill(const std::string& path, const tamlo::tests::TemporaryFolder& 
 }
 
 TEST(SharingOfRealFiles, LosesNothingAndChangesNothingElse) {
-  if (Samples().empty()) GTEST_SKIP() << "JET_SAMPLES names no folder with Access files";
+  if (tamlo::tests::AllSampleFiles().empty()) GTEST_SKIP() << "JET_SAMPLES names no folder with Access files";
   int shared = 0;
-  for (const fs::path& sample : Samples()) {
+  for (const fs::path& sample : tamlo::tests::AllSampleFiles()) {
     SCOPED_TRACE(sample.string());
     tamlo::tests::TemporaryFolder folder;
     const std::string path = folder.File("copy.mdb");
@@ -126,7 +111,7 @@ TEST(SharingOfRealFiles, LosesNothingAndChangesNothingElse) {
     EXPECT_FALSE(fs::exists(folder.File("copy.ldb")));
     EXPECT_FALSE(fs::exists(path + "-journal"));
   }
-  std::cout << shared << " of " << Samples().size() << " files shared\n";
+  std::cout << shared << " of " << tamlo::tests::AllSampleFiles().size() << " files shared\n";
   EXPECT_GE(shared, 20);
 }
 

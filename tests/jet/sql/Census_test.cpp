@@ -1,12 +1,12 @@
 // Every stored query of the real files: it opens, or it says what it needs that is not there.
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <memory>
 
 #include "jet/Database.h"
 #include "tests/jet/sql/SessionFixture.h"
+#include "tests/support_lib/SampleFiles.h"
 
 using namespace jet;
 using jet::sql::Parameter;
@@ -15,20 +15,6 @@ using jet::sql::Session;
 namespace {
 
 namespace fs = std::filesystem;
-
-std::vector<fs::path> Files() {
-  std::vector<fs::path> files;
-  const char* folder = std::getenv("JET_SAMPLES");
-  if (folder == nullptr) return files;
-  for (const fs::path& place : {fs::path(folder), fs::absolute(folder).parent_path() / "samples2"}) {
-    if (!fs::is_directory(place)) continue;
-    for (const auto& entry : fs::recursive_directory_iterator(place)) {
-      if (entry.path().extension() == ".mdb") files.push_back(entry.path());  // of the others docs/formats/accdb.md tells
-    }
-  }
-  std::sort(files.begin(), files.end());
-  return files;
-}
 
 // A value that a column or comparison of any type takes.
 Value SomeValue(ColumnType type) {
@@ -76,11 +62,11 @@ std::string Reason(const std::string& refusal) {
 }
 
 TEST(JetStoredQueryCensus, WhatNeedsNoFormModuleOrAbsentSourceOpens) {
-  if (Files().empty()) GTEST_SKIP() << "JET_SAMPLES names no folder with Access files";
+  if (tamlo::tests::AllSampleFiles().empty()) GTEST_SKIP() << "JET_SAMPLES names no folder with Access files";
   int all = 0;
   int opened = 0;
   std::map<std::string, int> reasons;
-  for (const fs::path& file : Files()) {
+  for (const fs::path& file : tamlo::tests::AllSampleFiles()) {
     std::unique_ptr<Database> database;
     try {
       database = Database::Open(file.string(), {.mode = OpenMode::kReadOnly});

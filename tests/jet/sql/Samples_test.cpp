@@ -1,9 +1,9 @@
-#include <cstdlib>
 #include <filesystem>
 #include <map>
 
 #include "jet/table/Table.h"
 #include "tests/jet/sql/SessionFixture.h"
+#include "tests/support_lib/SampleFiles.h"
 
 using namespace jet;
 using jet::sql::Session;
@@ -12,19 +12,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// The files in the folder that JET_SAMPLES names and in "samples2" beside it, but those that ask for a password or are encoded.
+/// The .mdb files but those that ask for a password or are encoded.
 std::vector<fs::path> Samples() {
-  std::vector<fs::path> files;
-  const char* folder = std::getenv("JET_SAMPLES");
-  if (folder == nullptr) return files;
-  for (const fs::path& place : {fs::path(folder), fs::absolute(folder).parent_path() / "samples2"}) {
-    if (!fs::is_directory(place)) continue;
-    for (const auto& entry : fs::recursive_directory_iterator(place)) {
-      const std::string name = entry.path().filename().string();
-      const bool closed = name.find("password") != std::string::npos || name.find("encoded") != std::string::npos;
-      if (entry.path().extension() == ".mdb" && !closed) files.push_back(entry.path());
-    }
-  }
+  std::vector<fs::path> files = tamlo::tests::AllSampleFiles();
+  std::erase_if(files, [](const fs::path& file) {
+    const std::string name = file.filename().string();
+    return name.find("password") != std::string::npos || name.find("encoded") != std::string::npos;
+  });
   return files;
 }
 

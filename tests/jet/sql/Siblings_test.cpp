@@ -1,12 +1,12 @@
 // The stored queries of a file of Access 97 beside the same queries on Jet 4: they must find their rows by the indexes of either.
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <memory>
 
 #include "tests/jet/sql/SessionFixture.h"
+#include "tests/support_lib/SampleFiles.h"
 
 using namespace jet;
 using jet::sql::Parameter;
@@ -19,11 +19,6 @@ namespace fs = std::filesystem;
 /// Times as much work as the sibling's query, at most; below kNothing both are as good as nothing.
 constexpr std::uint64_t kMost = 5;
 constexpr std::uint64_t kNothing = 20;
-
-fs::path Beside(const char* name) {
-  const char* folder = std::getenv("JET_SAMPLES");
-  return folder == nullptr ? fs::path() : fs::absolute(folder).parent_path() / "samples2" / name;
-}
 
 struct Work {
   std::uint64_t rowsMet = 0;
@@ -101,14 +96,14 @@ int Compare(const std::string& older, const std::string& newer, bool sameRows) {
 }
 
 TEST(JetSiblings, StoredQueriesOfAccess97WorkLikeThoseOfTheJet4File) {
-  const fs::path older = Beside("d9-Nwind97.mdb");
-  const fs::path newer = Beside("d2-Nwind2000.mdb");
+  const fs::path older = tamlo::tests::SecondSampleFolder() / "d9-Nwind97.mdb";
+  const fs::path newer = tamlo::tests::SecondSampleFolder() / "d2-Nwind2000.mdb";
   if (!fs::exists(older) || !fs::exists(newer)) GTEST_SKIP() << "JET_SAMPLES names no folder with the two files beside it";
   EXPECT_GE(Compare(older.string(), newer.string(), false), 4);
 }
 
 TEST(JetSiblings, StoredQueriesOfAccess97WorkLikeThoseOfItsOwnRowsOnJet4) {
-  const fs::path older = Beside("d9-Nwind97.mdb");
+  const fs::path older = tamlo::tests::SecondSampleFolder() / "d9-Nwind97.mdb";
   if (!fs::exists(older)) GTEST_SKIP() << "JET_SAMPLES names no folder with the file beside it";
   tamlo::tests::TemporaryFolder folder;
   const std::string newer = folder.File("same.mdb");

@@ -1,12 +1,12 @@
 // CREATE VIEW and CREATE PROCEDURE: statements stored in a file as Access stores them.
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <set>
 
 #include "jet/sql/run/StoredParts.h"
 #include "tests/jet/sql/SessionFixture.h"
+#include "tests/support_lib/SampleFiles.h"
 
 using namespace jet;
 using jet::sql::DesignOf;
@@ -141,18 +141,6 @@ TEST_F(JetStoredWriter, AnotherReaderPrintsTheStatement) {
 }
 #endif
 
-std::vector<fs::path> SampleFiles() {
-  std::vector<fs::path> files;
-  const char* folder = std::getenv("JET_SAMPLES");
-  if (folder == nullptr) return files;
-  for (const fs::path& place : {fs::path(folder), fs::absolute(folder).parent_path() / "samples2"}) {
-    if (!fs::is_directory(place)) continue;
-    for (const auto& entry : fs::recursive_directory_iterator(place))
-      if (entry.path().extension() == ".mdb") files.push_back(entry.path());  // of the others docs/formats/accdb.md tells
-  }
-  return files;
-}
-
 /// Null for a file that is encrypted or has a password.
 std::unique_ptr<Database> Opened(const fs::path& file) {
   OpenOptions options;
@@ -180,9 +168,9 @@ std::set<std::string> Joins(const QueryParts& parts) {
 
 /// Taken apart, the queries that others stored have the very parts under which they stored them.
 TEST(JetStoredWriterOnSamples, TheQueriesOfRealFilesComeApartAsTheyWereStored) {
-  if (SampleFiles().empty()) GTEST_SKIP() << "JET_SAMPLES names no folder with Access files";
+  if (tamlo::tests::AllSampleFiles().empty()) GTEST_SKIP() << "JET_SAMPLES names no folder with Access files";
   int all = 0;
-  for (const fs::path& file : SampleFiles()) {
+  for (const fs::path& file : tamlo::tests::AllSampleFiles()) {
     const std::unique_ptr<Database> database = Opened(file);
     if (database == nullptr) continue;
     for (const CatalogObject& object : database->Objects()) {

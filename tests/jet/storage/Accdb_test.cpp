@@ -15,6 +15,7 @@
 #include "jet/value/ByteOrder.h"
 #include "tests/jet/storage/JetTestSupport.h"
 #include "tests/jet/storage/SampleSupport.h"
+#include "tests/support_lib/SampleFiles.h"
 #include "tests/support_lib/SamplePassword.h"
 #include "tests/support_lib/TemporaryFolder.h"
 
@@ -26,13 +27,7 @@ namespace fs = std::filesystem;
 /// The .accdb files of the samples by their names; none without them.
 std::map<std::string, std::string> AccdbSamples() {
   std::map<std::string, std::string> samples;
-  const char* folder = std::getenv("JET_SAMPLES");
-  if (folder == nullptr) return samples;
-  for (const fs::path& place : {fs::path(folder), fs::absolute(folder).parent_path() / "samples2"}) {
-    if (!fs::is_directory(place)) continue;
-    for (const auto& entry : fs::recursive_directory_iterator(place))
-      if (entry.path().extension() == ".accdb") samples[entry.path().stem().string()] = entry.path().string();
-  }
+  for (const auto& file : tamlo::tests::AllSampleFiles({".accdb"})) samples[file.stem().string()] = file.string();
   return samples;
 }
 

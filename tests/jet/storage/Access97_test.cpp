@@ -160,6 +160,8 @@ TEST_F(Access97, ATextThatTheOlderVersionCannotHoldStopsTheConversion) {
   EXPECT_EQ(TextOf([&] { newer->Compact("older.mdb", {}, 3); }),
             "The table \"People\": The value for the column \"Name\" has a character that code page 1252 of the file does not have");
   EXPECT_FALSE(world_.files.Exists("older.mdb"));
+  EXPECT_EQ(CodeOf([&] { newer->Compact("newer.accdb"); }), ErrorCode::kUnsupported);
+  EXPECT_FALSE(world_.files.Exists("newer.accdb"));
 }
 
 TEST_F(Access97, RelationshipsQueriesAndLinksAreWritten) {

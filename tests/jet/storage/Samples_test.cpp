@@ -11,6 +11,7 @@
 
 #include "tests/jet/storage/JetTestSupport.h"
 #include "tests/jet/storage/SampleSupport.h"
+#include "tests/support_lib/SampleFiles.h"
 #include "tests/support_lib/SamplePassword.h"
 #include "tests/support_lib/TemporaryFolder.h"
 
@@ -18,20 +19,6 @@ namespace jet::tests {
 namespace {
 
 namespace fs = std::filesystem;
-
-/// The files in the folder that JET_SAMPLES names and in "samples2" beside it, which holds what other programs leave in unusual states.
-std::vector<std::string> Samples() {
-  std::vector<std::string> samples;
-  const char* folder = std::getenv("JET_SAMPLES");
-  if (folder == nullptr) return {""};
-  for (const fs::path& place : {fs::path(folder), fs::absolute(folder).parent_path() / "samples2"}) {
-    if (!fs::is_directory(place)) continue;
-    for (const auto& entry : fs::recursive_directory_iterator(place))
-      if (entry.path().extension() == ".mdb") samples.push_back(entry.path().string());
-  }
-  std::sort(samples.begin(), samples.end());
-  return samples;
-}
 
 TEST(OurFiles, TruthValuesBehindADroppedColumnAreReadByOthers) {
   if (std::system("command -v mdb-export >/dev/null") != 0) GTEST_SKIP() << "mdb-export is not installed";
@@ -206,7 +193,7 @@ TEST_P(SampleTest, WhatIsNotEditedStaysAsItWas) {
               done.deleted, done.refused);
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, SampleTest, testing::ValuesIn(Samples()));
+INSTANTIATE_TEST_SUITE_P(Files, SampleTest, testing::ValuesIn(tamlo::tests::OrOneEmpty(tamlo::tests::AllSampleFiles())));
 
 }  // namespace
 }  // namespace jet::tests
