@@ -5,9 +5,10 @@ add_compile_definitions(_WIN32_WINNT=0x0A00 UNICODE _UNICODE NOMINMAX WIN32_LEAN
 add_link_options(-static)
 # As deep a nesting of parentheses in a statement as elsewhere.
 add_link_options(-Wl,--stack,8388608)
-# The program is read from a disk before it does anything: what -O3 unrolls and copies costs more there than it gives.
-set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
-set(CMAKE_C_FLAGS_RELEASE "-O2 -DNDEBUG")
+# The program is read from a disk before it does anything: what -O3 unrolls and copies, and the empty room before each place that is only
+# jumped to (a thirtieth of the code), cost more there than they give.
+set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG -falign-jumps=1")
+set(CMAKE_C_FLAGS_RELEASE "-O2 -DNDEBUG -falign-jumps=1")
 # What no one calls is left out of the programs.
 add_compile_options(-ffunction-sections -fdata-sections)
 add_link_options(-Wl,--gc-sections)
