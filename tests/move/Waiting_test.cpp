@@ -76,7 +76,7 @@ class WaitingIn : public testing::TestWithParam<const char*> {
     if (IsFile()) return !ExportedByMdb(folder_, Target(), "tamlo_copy_progress").empty();
     return engine_->Ask("SELECT count(*) FROM tamlo_copy_progress;\n").out != "0\n";
   }
-  int StruckUntilThrough(std::mt19937& chance);
+  int StruckUntilThrough(std::mt19937& chance, unsigned most);
   void ExpectNothingLeftBehind() {
     EXPECT_FALSE(IsLeftBehind("tamlo_copy_progress"));
     EXPECT_FALSE(IsLeftBehind("tamlo_copy_waiting"));
@@ -183,8 +183,8 @@ TEST_P(WaitingIn, WhatNothingHelpsIsRefusedRowByRow) {
   ExpectNothingLeftBehind();
 }
 
-/// One copy, struck at moments of chance until it is through; how often it was struck.
-int WaitingIn::StruckUntilThrough(std::mt19937& chance) {
+/// One copy, struck at moments of chance before that many milliseconds, until it is through; how often it was struck.
+int WaitingIn::StruckUntilThrough(std::mt19937& chance, unsigned most) {
   int struck = 0;
   bool begun = false;
   for (int run = 0; run < 40; ++run) {
@@ -192,7 +192,7 @@ int WaitingIn::StruckUntilThrough(std::mt19937& chance) {
     if (begun) line.emplace_back("--resume");
     Running copy(folder_, line);
     if (run < 12) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(10 + chance() % 250));
+      std::this_thread::sleep_for(std::chrono::milliseconds(chance() % most));
       copy.Strike(SIGKILL);
     }
     const int status = copy.Wait();
@@ -212,12 +212,16 @@ TEST_P(WaitingIn, GoesOnAfterKills) {
   const auto rows = Tree(900, chance);
   MakeFile(rows);
   int struck = 0;
-  for (int round = 0; round < 10 && struck < 3 && !HasFailure(); ++round) {
+  unsigned most = 250;  // then as long as the quickest of the rounds took: a quick engine must be struck too
+  for (int round = 0; round < 30 && struck < 3 && !HasFailure(); ++round) {
     std::filesystem::remove(folder_.File("vide.mdb"));
     if (IsFile()) std::filesystem::remove(Target());
     if (!IsFile()) engine_->Empty();
     MakeThere();
-    struck += StruckUntilThrough(chance);
+    const auto begin = std::chrono::steady_clock::now();
+    struck += StruckUntilThrough(chance, most);
+    const auto taken = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin).count();
+    most = std::clamp(static_cast<unsigned>(taken), 10U, most);
     EXPECT_EQ(There(), Expected(rows));
     ExpectNothingLeftBehind();
   }
