@@ -183,6 +183,10 @@ constexpr std::array kTexts{
          "La version d'Access du nouveau fichier ; sans cette option, celle de l'ancien"},
     Text{Said::kCompactDryRun, "Say what that version cannot hold, and write nothing",
          "Dire ce que cette version ne peut pas tenir, sans rien écrire"},
+    Text{
+        Said::kBecomesAccess2000,
+        "the new file is one of Access 2000: in one of Access 97, texts have indexes in Windows-1252 alone (--to 97 makes one)",
+        "le nouveau fichier est d'Access 2000 : dans un fichier d'Access 97, seul Windows-1252 a des index sur les textes (--to 97 en fait un)"},
     Text{Said::kLostObject, "%1 is of a later Access and stays behind", "%1 est d'un Access plus récent et reste en arrière"},
     Text{Said::kLostDecimal, "%1 is a decimal number, which Access 97 does not have",
          "%1 est un nombre décimal, qu'Access 97 ne connaît pas"},

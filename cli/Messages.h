@@ -136,6 +136,7 @@ enum class Said {
   kWrongPassword,
   kToVersion,
   kCompactDryRun,
+  kBecomesAccess2000,
   kLostObject,
   kLostDecimal,
   kLostGuidCounter,

@@ -94,6 +94,8 @@ Status Compact(const Asked& asked) {
   const auto file = OpenFile(asked.database, false, *asked.login);
   std::optional<int> version;
   if (!asked.version.empty()) version = asked.version == "97" ? 3 : 4;
+  if (!version && file->VersionOfCopy() != file->FormatVersion())
+    std::fprintf(stderr, "tamlo-db: %s\n", Say(Said::kBecomesAccess2000).c_str());
   const bool losses = version && TellLosses(*file, *version);
   const Status status = losses ? Status::kDifferences : Status::kDone;
   if (asked.dryRun) return status;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "jet/value/ByteOrder.h"
@@ -25,7 +26,7 @@ namespace {
 class Compactor {
  public:
   Compactor(Database& source, Database& target, const Protection& protection)
-      : source_(source), target_(target), protection_(protection), converts_(source.FormatVersion() != target.FormatVersion()) {
+      : source_(source), target_(target), protection_(protection), converts_(FormOf(source) != FormOf(target)) {
     if (converts_) sourceEngine_ = EngineAccount(source_);
   }
 
@@ -33,7 +34,7 @@ class Compactor {
     const Database::ReadScope scope(source_);
     target_.Begin();
     std::vector<CatalogObject> objects = source_.Objects();
-    if (converts_ && target_.FormatVersion() == 3)
+    if (target_.FormatVersion() < source_.FormatVersion())
       std::erase_if(objects, [](const auto& held) { return !IsBootstrap(held) && IsOfAccess2000(held); });
     CopyOthers(objects);
     for (const auto& object : objects)
@@ -47,6 +48,9 @@ class Compactor {
   }
 
  private:
+  /// What must be equal for bytes to mean the same in two files: version, and code page of texts.
+  static std::pair<int, std::uint16_t> FormOf(Database& database) { return {database.FormatVersion(), database.Internals().CodePage()}; }
+
   /// By name: files may have them on other pages than the usual ones.
   static bool IsBootstrap(const CatalogObject& object) {
     static constexpr std::string_view kNames[] = {"MSysObjects", "MSysACEs", "MSysQueries", "MSysRelationships"};
@@ -321,7 +325,7 @@ class Compactor {
   Database& source_;
   Database& target_;
   const Protection& protection_;
-  const bool converts_;  ///< to another version
+  const bool converts_;  ///< to another version or code page
   std::optional<FileHeader::Sid> sourceEngine_;
 };
 

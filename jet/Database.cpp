@@ -176,6 +176,7 @@ bool Database::IsAt(const std::string& path) const {
 }
 
 int Database::FormatVersion() const noexcept { return engine_->header.version; }
+int Database::VersionOfCopy() const noexcept { return engine_->header.VersionOfCopy(); }
 int Database::Release() const noexcept { return engine_->header.release; }
 bool Database::ReadOnly() const noexcept { return engine_->readOnly; }
 bool Database::Encoded() const noexcept { return engine_->header.encryptionKey != 0; }
@@ -345,7 +346,7 @@ void Database::RemoveProperty(std::string_view object, std::string_view column, 
 
 void Database::Compact(const std::string& newPath, const Protection& protection, std::optional<int> version) {
   if (TransactionDepth() > 0) throw Error(ErrorCode::kInUse, "A database cannot be compacted while a transaction is open");
-  CompactInto(*this, newPath, protection, version.value_or(engine_->header.VersionOfCopy()), engine_->files);
+  CompactInto(*this, newPath, protection, version.value_or(VersionOfCopy()), engine_->files);
 }
 
 void Database::Backup(const std::string& newPath) {

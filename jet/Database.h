@@ -73,6 +73,9 @@ class Database {
   [[nodiscard]] bool IsAt(const std::string& path) const;
   /// 3 for Access 97 files, 4 for Access 2000 to 2003.
   [[nodiscard]] int FormatVersion() const noexcept;
+  /// The one that Compact gives the copy when it is not told: that of the file, but 4 for a Jet 3 file in another code page than 1252, the only one
+  /// in which texts of a copy have their order.
+  [[nodiscard]] int VersionOfCopy() const noexcept;
   /// Of an .accdb, whose format is else 4, the lowest release that knows all that is in it: 2 for Access 2007, 3 for 2010, 5 for 2016, 6 for 2019. 0 for
   /// an .mdb.
   [[nodiscard]] int Release() const noexcept;
@@ -182,7 +185,7 @@ class Database {
 
   // ----- the whole file
   /// Writes everything into a new file without unused space, rows in the order of the primary key. version: 3 for Access 97, 4 for Access
-  /// 2000 to 2003; without one that of the file, or 4 for a Jet 3 file that cannot be written. Errors: kAlreadyExists, kInUse inside a
+  /// 2000 to 2003; without one VersionOfCopy. Errors: kAlreadyExists, kInUse inside a
   /// transaction; kUnsupported, naming it, for what the version cannot hold; of a password as SetPassword. After an error there is no new file.
   void Compact(const std::string& newPath, const Protection& protection = {}, std::optional<int> version = {});
   /// Copies the file as it is at one moment, page by page, while others have it open: those who want to write wait meanwhile. The copy has the

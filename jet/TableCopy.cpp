@@ -1,6 +1,6 @@
 #include "jet/TableCopy.h"
 
-#include "jet/value/TextOrder.h"
+#include "jet/schema/Creation.h"
 
 namespace jet {
 namespace {
@@ -14,9 +14,7 @@ std::vector<ColumnDef> ColumnsToMake(std::vector<ColumnDef> columns, int from, i
     column.required = false;
     column.allowZeroLength = true;
     column.asStored = from == to;
-    // Orders of which every text has its place are kept, the others become General: see FileForCopy.
-    const bool kept = to != 3 && TextOrderOf(column.sortLanguage, column.sortVersion) == TextOrder::kFrench;
-    if (column.asStored && !kept) {
+    if (column.asStored && !KeepsOrder(column.sortLanguage, column.sortVersion, to)) {
       column.sortLanguage = kGeneralLanguage;
       column.sortVersion = 0;
     }

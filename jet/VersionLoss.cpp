@@ -48,10 +48,11 @@ bool IsOfAccess2000(const CatalogObject& object) {
 
 std::vector<VersionLoss> LossesIn(Database& database, int version) {
   std::vector<VersionLoss> losses;
-  if (version >= database.FormatVersion()) return losses;
+  if (version == 4 || database.VersionOfCopy() == version) return losses;
+  const bool converts = version != database.FormatVersion();
   const Database::ReadScope scope(database);
   for (const CatalogObject& object : std::vector<CatalogObject>(database.Objects())) {
-    if (object.kind == ObjectKind::kDocument && IsOfAccess2000(object)) losses.push_back({Kind::kObject, object.name, {}});
+    if (converts && object.kind == ObjectKind::kDocument && IsOfAccess2000(object)) losses.push_back({Kind::kObject, object.name, {}});
     if (object.kind != ObjectKind::kTable) continue;
     Table& table = database.OpenTable(object.name);
     FindInColumns(object.name, table.Columns(), losses);

@@ -27,7 +27,8 @@ struct VersionLoss {
 
 /// True for what keeps a file of Access 2000 and its forms together: a file of Access 97 would not know what to do with it.
 [[nodiscard]] bool IsOfAccess2000(const CatalogObject& object);
-/// What a file of that version (3 or 4) could not hold of this one, all values read; empty for its own version and for a later one.
+/// What a file of that version (3 or 4) could not hold of this one, all values read; empty for a later version, and for its own but for a file of
+/// Access 97 in another code page than 1252, which is that of the copy.
 [[nodiscard]] std::vector<VersionLoss> LossesIn(Database& database, int version);
 
 }  // namespace jet

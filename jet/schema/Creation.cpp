@@ -319,10 +319,14 @@ class Builder {
 
 }  // namespace
 
+bool KeepsOrder(std::uint16_t language, std::uint8_t orderVersion, int version) noexcept {
+  return version != 3 && TextOrderOf(language, orderVersion) == TextOrder::kFrench;
+}
+
 NewFile FileForCopy(const FileHeader& of, int version) {
   NewFile file{.version = version};
   if (of.version != version) return file;
-  if (version != 3 && TextOrderOf(of.sortLanguage, of.sortVersion) == TextOrder::kFrench) file.sortLanguage = of.sortLanguage;
+  if (KeepsOrder(of.sortLanguage, of.sortVersion, version)) file.sortLanguage = of.sortLanguage;
   file.orderMark = of.orderMark;
   return file;
 }

@@ -18,6 +18,8 @@ struct NewFile {
   std::string password = {};            ///< UTF-8; empty: none
 };
 
+/// True when texts of an order may keep it in a copy of that version: each has its place there.
+[[nodiscard]] bool KeepsOrder(std::uint16_t language, std::uint8_t orderVersion, int version) noexcept;
 /// A file of that version for what the other one holds, plain and without a password: in its order where every text has its place there,
 /// else in General.
 [[nodiscard]] NewFile FileForCopy(const FileHeader& of, int version);

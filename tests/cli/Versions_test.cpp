@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "jet/Database.h"
 #include "jet/sql/Session.h"
@@ -63,6 +64,33 @@ TEST_F(Versions, WhatItCannotHoldIsToldAndRefused) {
   EXPECT_FALSE(std::filesystem::exists(old_));
   EXPECT_NE(Compact("--to 97 --dry-run", "LC_ALL= LC_MESSAGES=fr_FR.UTF-8").err.find("Clients.Nom : 1 texte a des caractères"),
             std::string::npos);
+}
+
+TEST_F(Versions, AFileInAnotherCodePageBecomesOneOfAccess2000UnlessToldElse) {
+  const std::string czech = folder_.File("cesky.mdb"), newer = folder_.File("novy.mdb");
+  {
+    const auto database = jet::Database::Create(czech, {}, {}, 3);
+    jet::sql::Session session(*database);
+    session.Execute("CREATE TABLE Lidé (Jméno TEXT(30))");
+    session.Execute("INSERT INTO Lidé VALUES ('Dvoøák')");
+  }
+  {
+    std::fstream file(czech, std::ios::in | std::ios::out | std::ios::binary);
+    file.seekg(0x3C);
+    const int codePage = file.get() ^ 1252 ^ 1250;  // under a mask
+    file.seekp(0x3C);
+    file.put(static_cast<char>(codePage));
+  }
+  const auto compacted = RunLine(folder_, "LC_ALL=C " + Word(TAMLO_DB) + " compact " + Word(czech) + " " + Word(newer));
+  EXPECT_EQ(
+      compacted.err,
+      "tamlo-db: the new file is one of Access 2000: in one of Access 97, texts have indexes in Windows-1252 alone (--to 97 makes one)\n");
+  EXPECT_EQ(compacted.status, 0);
+  EXPECT_EQ(jet::Database::Open(newer)->FormatVersion(), 4);
+  EXPECT_EQ(RunLine(folder_, Word(TAMLO_DB) + " compare " + Word(czech) + " " + Word(newer)).status, 0);
+  const auto kept = RunLine(folder_, "LC_ALL=C " + Word(TAMLO_DB) + " compact --to 97 --dry-run " + Word(czech) + " " + Word(old_));
+  EXPECT_EQ(kept.err, "tamlo-db: Lidé.Jméno: 1 text has characters that Windows-1252 does not have\n");
+  EXPECT_EQ(kept.status, 1);
 }
 
 TEST_F(Versions, NoOtherVersionIsTaken) {

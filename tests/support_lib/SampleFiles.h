@@ -6,6 +6,7 @@
 #include <initializer_list>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace tamlo::tests {
@@ -20,18 +21,21 @@ inline std::vector<std::filesystem::path> FilesBelow(const std::filesystem::path
   return files;
 }
 
-/// Real Access files: those below the folder that JET_SAMPLES names; none where it is not set.
-inline std::vector<std::filesystem::path> SampleFiles(std::initializer_list<std::string_view> endings = {".mdb"}) {
+/// The folder that JET_SAMPLES names, in which real Access files are; empty where it is not set.
+inline std::filesystem::path SampleFolder() {
   const char* const folder = std::getenv("JET_SAMPLES");
-  if (folder == nullptr) return {};
-  return FilesBelow(std::filesystem::absolute(folder), endings);
+  return folder == nullptr ? std::filesystem::path() : std::filesystem::absolute(folder);
 }
 
-/// "samples2" beside that folder, where files are that other programs left in unusual states; empty where it is not set.
+/// "samples2" beside it, with files that other programs left in unusual states; empty as it is.
 inline std::filesystem::path SecondSampleFolder() {
-  const char* const folder = std::getenv("JET_SAMPLES");
-  if (folder == nullptr) return {};
-  return std::filesystem::absolute(folder).parent_path() / "samples2";
+  const std::filesystem::path first = SampleFolder();
+  return first.empty() ? first : first.parent_path() / "samples2";
+}
+
+/// The files of the first folder.
+inline std::vector<std::filesystem::path> SampleFiles(std::initializer_list<std::string_view> endings = {".mdb"}) {
+  return FilesBelow(SampleFolder(), endings);
 }
 
 /// Those of both folders.

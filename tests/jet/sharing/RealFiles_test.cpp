@@ -90,9 +90,10 @@ void ShareAndKill(const std::string& path, const tamlo::tests::TemporaryFolder& 
 }
 
 TEST(SharingOfRealFiles, LosesNothingAndChangesNothingElse) {
-  if (tamlo::tests::AllSampleFiles().empty()) GTEST_SKIP() << "JET_SAMPLES names no folder with Access files";
+  const std::vector<fs::path> samples = tamlo::tests::AllSampleFiles();
+  if (samples.empty()) GTEST_SKIP() << "JET_SAMPLES names no folder with Access files";
   int shared = 0;
-  for (const fs::path& sample : tamlo::tests::AllSampleFiles()) {
+  for (const fs::path& sample : samples) {
     SCOPED_TRACE(sample.string());
     tamlo::tests::TemporaryFolder folder;
     const std::string path = folder.File("copy.mdb");
@@ -111,7 +112,7 @@ TEST(SharingOfRealFiles, LosesNothingAndChangesNothingElse) {
     EXPECT_FALSE(fs::exists(folder.File("copy.ldb")));
     EXPECT_FALSE(fs::exists(path + "-journal"));
   }
-  std::cout << shared << " of " << tamlo::tests::AllSampleFiles().size() << " files shared\n";
+  std::cout << shared << " of " << samples.size() << " files shared\n";
   EXPECT_GE(shared, 20);
 }
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <string>
 
+#include "jet/VersionLoss.h"
 #include "jet/page/DataPage.h"
 #include "jet/page/Pager.h"
 #include "jet/schema/Engine.h"
@@ -162,6 +163,44 @@ TEST_F(Access97, ATextThatTheOlderVersionCannotHoldStopsTheConversion) {
   EXPECT_FALSE(world_.files.Exists("older.mdb"));
   EXPECT_EQ(CodeOf([&] { newer->Compact("newer.accdb"); }), ErrorCode::kUnsupported);
   EXPECT_FALSE(world_.files.Exists("newer.accdb"));
+}
+
+TEST_F(Access97, ACopyOfAFileInAnotherCodePageIsIn1252OrOfAccess2000) {
+  const auto czech = [&](const std::string& name, const char* person) {
+    {
+      const auto database = world_.Create(name, 3);
+      Value value{person};
+      TableSpec spec;
+      spec.name = "People";
+      spec.columns = {Column("Name", ColumnType::kText, 30)};
+      database->CreateTable(spec).Insert(std::span<const Value>(&value, 1));
+    }
+    auto bytes = world_.files.Content(name);
+    bytes[0x3C] ^= std::byte{1252 ^ 1250};  // of the code page, under a mask
+    world_.files.SetContent(name, bytes);
+    return world_.Open(name);
+  };
+  const auto common = czech("common.mdb", "Žižka");
+  EXPECT_EQ(common->VersionOfCopy(), 4);
+  EXPECT_TRUE(LossesIn(*common, 3).empty());
+  common->Compact("kept.mdb", {}, 3);
+  const auto kept = world_.Open("kept.mdb");
+  EXPECT_EQ(kept->FormatVersion(), 3);
+  kept->CreateIndex("People", Index("Name", {"Name"}));
+  EXPECT_EQ(Rows(kept->OpenTable("People")), std::vector<std::string>{"\"Žižka\""});
+  EXPECT_EQ(Findings(*kept), "");
+
+  const auto other = czech("other.mdb", "Dvoøák");
+  EXPECT_EQ(Rows(other->OpenTable("People")), std::vector<std::string>{"\"Dvořák\""});
+  EXPECT_EQ(LossesIn(*other, 3).size(), 1U);
+  EXPECT_TRUE(LossesIn(*other, 4).empty());
+  EXPECT_EQ(CodeOf([&] { other->Compact("refused.mdb", {}, 3); }), ErrorCode::kUnsupported);
+  EXPECT_FALSE(world_.files.Exists("refused.mdb"));
+  other->Compact("newer.mdb");
+  const auto newer = world_.Open("newer.mdb");
+  EXPECT_EQ(newer->FormatVersion(), 4);
+  EXPECT_EQ(Rows(newer->OpenTable("People")), std::vector<std::string>{"\"Dvořák\""});
+  EXPECT_EQ(Findings(*newer), "");
 }
 
 TEST_F(Access97, RelationshipsQueriesAndLinksAreWritten) {

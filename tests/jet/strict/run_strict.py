@@ -28,17 +28,18 @@ LARGEST_FOR_READERS = 20 << 20
 def check(job):
     path, made, original, modules, script = job
     try:
-        allowed, before = strict_check.as_it_was(original) if original else (0, set())
+        was = strict_check.as_it_was(original) if original else None
+        allowed, before = strict_check.lenience(was) if was else (0, set())
         file = strict_check.run(path, made, allowed)
         file.findings = [finding for finding in file.findings if finding not in before]
         if path.endswith("-plain.mdb") and not file.findings:
-            file.findings += twins.compare(strict_check.run(original, False, 1 << 30), file)
+            file.findings += twins.compare(was, file)
     except (Damaged, struct.error, IndexError) as error:
         return path, [str(error)], []
     there = []
     if not file.findings and os.path.getsize(path) <= LARGEST_FOR_READERS:
         # A limit of mdb-prop in a real file is one in its changed copies too.
-        beyond = () if made else readers.beyond_mdb_prop(strict_check.run(original, False, 1 << 30) if original else file)
+        beyond = () if made else readers.beyond_mdb_prop(was or file)
         there = readers.compare(file, modules, script, beyond)
     return path, file.findings, there
 
